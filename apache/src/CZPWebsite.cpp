@@ -1,0 +1,46 @@
+#include "CZPWebsite.h"
+
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+
+#include "host/Fields.h"
+#include "host/Paths.h"
+#include "host/Report.h"
+
+namespace {
+
+constexpr size_t ScratchPathSize = 500;
+
+// The scratch file stands beside the configuration file and is named by the second: managers built for the
+// same file within one second share it.
+char* scratchBeside(const std::string& configuration) {
+    const size_t slash = configuration.rfind('/');
+    const std::string folder = slash == std::string::npos ? "." : configuration.substr(0, slash);
+    const std::string path = folder + "/" + std::to_string(std::time(nullptr));
+    char* buffer = new char[path.size() < ScratchPathSize ? ScratchPathSize : path.size() + 1]();
+    std::memcpy(buffer, path.data(), path.size());
+    return buffer;
+}
+
+}  // namespace
+
+CZPWebsite::CZPWebsite() = default;
+
+CZPWebsite::CZPWebsite(CZPTrackManager* trackManager)
+    : TEMPFILE(::tempnam(zp::host::path::ScratchFolder, nullptr)),
+      HttpdConfFile(""),
+      TrackManager(trackManager) {
+    zp::host::reportModule(TrackManager, "Apache");
+}
+
+CZPWebsite::CZPWebsite(CZPTrackManager* trackManager, const char* conf)
+    : TEMPFILE(scratchBeside(zp::host::textOf(conf))), HttpdConfFile(conf), TrackManager(trackManager) {
+    zp::host::reportModule(TrackManager, "Apache");
+    if (TrackManager != nullptr) {
+        TrackManager->CZPModuleProperties({zp::host::textOf(conf)}, {"HDCFFile"});
+    }
+}
+
+// The scratch path is not released: panel components keep it after the manager is gone.
+CZPWebsite::~CZPWebsite() = default;

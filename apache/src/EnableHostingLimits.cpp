@@ -1,0 +1,24 @@
+#include "CZPWebsite.h"
+#include "conf/Rewrite.h"
+#include "host/Fields.h"
+
+namespace conf = zp::conf;
+
+int CZPWebsite::EnableHostingLimits() {
+    conf::Rewrite rewrite(zp::host::textOf(HttpdConfFile), zp::host::textOf(TEMPFILE), 2999);
+    if (!rewrite.open()) {
+        return rewrite.sourceOpen() ? 2 : 1;
+    }
+    bool done = false;
+    for (conf::Line line; rewrite.read(line);) {
+        rewrite.keep(line);
+        if (!done && conf::contains(line.raw(), "LoadModule") &&
+            conf::contains(line.raw(), "hostinglimits")) {
+            rewrite.write("<IfModule mod_hostinglimits.c>");
+            rewrite.write("\tAllowedHandlers cgi-script .cgi .pl php5-script x-httpd-php");
+            rewrite.write("</IfModule>");
+            done = true;
+        }
+    }
+    return rewrite.putInPlace() ? 0 : 2;
+}

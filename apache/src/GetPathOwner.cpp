@@ -1,0 +1,4 @@
+#include "CZPWebsite.h"
+#include "host/Accounts.h"
+
+std::string GetPathOwner(std::string path) { return zp::host::ownerOf(path); }

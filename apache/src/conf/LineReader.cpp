@@ -1,0 +1,110 @@
+#include "conf/LineReader.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+namespace zp::conf {
+
+namespace {
+
+constexpr size_t BufferSize = 64 * 1024;  // more than any operation's bound
+
+int openFile(const std::string& path) {
+    const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY);
+    struct stat status {};
+    if (descriptor >= 0 && (::fstat(descriptor, &status) != 0 || S_ISDIR(status.st_mode))) {
+        ::close(descriptor);
+        return -1;
+    }
+    return descriptor;
+}
+
+}  // namespace
+
+LineReader::LineReader(const std::string& path, size_t bound, FinalRead finalRead)
+    : descriptor_(openFile(path)),
+      bound_(bound),
+      finalRead_(finalRead),
+      buffer_(isOpen() ? new char[BufferSize] : nullptr),
+      capacity_(BufferSize) {}
+
+LineReader::~LineReader() {
+    if (isOpen()) {
+        ::close(descriptor_);
+    }
+}
+
+bool LineReader::read(Line& line, size_t bound) {
+    if (ended_ || !isOpen()) {
+        return false;
+    }
+    size_t searched = 0;
+    for (;;) {
+        const char* start = buffer_.get() + begin_;
+        const void* newline = std::memchr(start + searched, '\n', end_ - begin_ - searched);
+        if (newline != nullptr) {
+            const auto length = static_cast<size_t>(static_cast<const char*>(newline) - start);
+            if (length > bound) {
+                return end();
+            }
+            line = Line({start, length});
+            begin_ += length + 1;
+            return true;
+        }
+        searched = end_ - begin_;
+        if (searched > bound) {
+            return end();
+        }
+        if (!fill()) {
+            break;
+        }
+    }
+    ended_ = true;
+    line = Line({buffer_.get() + begin_, searched});
+    return !failed_ && (searched > 0 || finalRead_ == FinalRead::Counted);
+}
+
+bool LineReader::fill() {
+    if (atFileEnd_) {
+        return false;
+    }
+    const size_t held = end_ - begin_;
+    if (held == capacity_) {  // only a line without a bound fills the whole buffer
+        std::unique_ptr<char[]> larger(new char[capacity_ * 2]);
+        std::memcpy(larger.get(), buffer_.get() + begin_, held);
+        buffer_ = std::move(larger);
+        capacity_ *= 2;
+    } else if (begin_ > 0) {
+        std::memmove(buffer_.get(), buffer_.get() + begin_, held);
+    }
+    begin_ = 0;
+    end_ = held;
+    ssize_t count = 0;
+    do {
+        count = ::read(descriptor_, buffer_.get() + end_, capacity_ - end_);
+    } while (count < 0 && errno == EINTR);
+    failed_ = count < 0;
+    atFileEnd_ = count <= 0;
+    end_ += count > 0 ? static_cast<size_t>(count) : 0;
+    return !atFileEnd_;
+}
+
+bool LineReader::end() {
+    ended_ = true;
+    return false;
+}
+
+bool skipVirtualHost(LineReader& reader, size_t bound) {
+    for (Line line; reader.read(line, bound);) {
+        if (line.begins(keyword::VirtualHostEnd)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+}  // namespace zp::conf

@@ -1,0 +1,55 @@
+// The lines of a file, through one buffer.
+#pragma once
+
+#include <cstddef>
+#include <limits>
+#include <memory>
+#include <string>
+
+#include "conf/Line.h"
+
+namespace zp::conf {
+
+// A file that ends in a newline (or is empty) has an empty rest behind it. A reader leaves it out unless it
+// is asked for: operations that count it copy one more empty line.
+enum class FinalRead { LeftOut, Counted };
+
+class LineReader {
+public:
+    static constexpr size_t Unbounded = std::numeric_limits<size_t>::max();
+
+    // A folder, like a missing file, is not open.
+    LineReader(const std::string& path, size_t bound, FinalRead finalRead = FinalRead::LeftOut);
+    ~LineReader();
+    LineReader(const LineReader&) = delete;
+    LineReader& operator=(const LineReader&) = delete;
+
+    bool isOpen() const { return descriptor_ >= 0; }
+
+    // The next line of at most `bound` characters. False at the end of the file and at a longer line, which
+    // ends the file for good: it is not examined, and what stands behind it is not seen.
+    [[nodiscard]] bool read(Line& line) { return read(line, bound_); }
+    [[nodiscard]] bool read(Line& line, size_t bound);
+
+    // The file could not be read to its end (an I/O error, not a long line).
+    bool failed() const { return failed_; }
+
+private:
+    bool fill();  // false at the end of the file
+    bool end();
+
+    int descriptor_ = -1;
+    size_t bound_;
+    FinalRead finalRead_;
+    bool ended_ = false;
+    bool failed_ = false;
+    bool atFileEnd_ = false;
+    std::unique_ptr<char[]> buffer_;
+    size_t capacity_;
+    size_t begin_ = 0, end_ = 0;  // what is read and not handed out yet
+};
+
+// Reads on to the line that ends a <VirtualHost> block. False when the reading ended before.
+[[nodiscard]] bool skipVirtualHost(LineReader& reader, size_t bound);
+
+}  // namespace zp::conf

@@ -1,0 +1,145 @@
+#include "conf/ScratchFile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+
+#include "host/Paths.h"
+#include "host/Shell.h"
+
+namespace zp::conf {
+
+namespace {
+
+constexpr size_t BufferSize = 64 * 1024;
+constexpr mode_t OwnerOnly = 0600;
+
+int openScratch(const std::string& path, ScratchFile::Opening opening) {
+    constexpr int flags = O_WRONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NOCTTY;
+    if (opening == ScratchFile::Opening::Append) {
+        return ::open(path.c_str(), flags | O_APPEND, OwnerOnly);
+    }
+    struct stat status {};
+    if (::lstat(path.c_str(), &status) == 0 && (S_ISREG(status.st_mode) || S_ISLNK(status.st_mode))) {
+        ::unlink(path.c_str());
+    }
+    return ::open(path.c_str(), flags | O_EXCL, OwnerOnly);
+}
+
+bool writeAll(int descriptor, const char* data, size_t size) {
+    while (size > 0) {
+        const ssize_t count = ::write(descriptor, data, size);
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        if (count <= 0) {
+            return false;
+        }
+        data += count;
+        size -= static_cast<size_t>(count);
+    }
+    return true;
+}
+
+// The path itself, unless it is a link: then the path of the file behind it.
+std::string behindLink(const std::string& path) {
+    struct stat status {};
+    char resolved[PATH_MAX];
+    if (::lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode) &&
+        ::realpath(path.c_str(), resolved) != nullptr) {
+        return resolved;
+    }
+    return path;
+}
+
+bool takeOverModeAndOwner(int descriptor, const std::string& target) {
+    struct stat status {};
+    if (::stat(target.c_str(), &status) != 0) {
+        return true;  // nothing to take over
+    }
+    // The owner goes first: a change of owner clears the set-ID bits.
+    if (::fchown(descriptor, status.st_uid, status.st_gid) != 0 && errno != EPERM) {
+        return false;
+    }
+    return ::fchmod(descriptor, status.st_mode & 07777) == 0;
+}
+
+}  // namespace
+
+ScratchFile::ScratchFile(std::string path, Opening opening)
+    : path_(std::move(path)),
+      descriptor_(openScratch(path_, opening)),
+      buffer_(isOpen() ? new char[BufferSize] : nullptr) {}
+
+ScratchFile::~ScratchFile() { close(); }
+
+void ScratchFile::writeLine(std::string_view text) {
+    if (text.find('\n') != std::string_view::npos) {
+        whole_ = false;
+        return;
+    }
+    copyLine(text);
+}
+
+void ScratchFile::copyLine(std::string_view raw) {
+    if (raw.size() < BufferSize - used_ && isOpen()) {
+        std::memcpy(buffer_.get() + used_, raw.data(), raw.size());
+        used_ += raw.size();
+        buffer_[used_++] = '\n';
+        return;
+    }
+    append(raw);
+    append("\n");
+}
+
+void ScratchFile::append(std::string_view text) {
+    if (text.size() > BufferSize - used_) {
+        whole_ = flush() && (text.size() < BufferSize || writeAll(descriptor_, text.data(), text.size()));
+        if (text.size() >= BufferSize) {
+            return;
+        }
+    }
+    if (isOpen()) {
+        std::memcpy(buffer_.get() + used_, text.data(), text.size());
+        used_ += text.size();
+    }
+}
+
+bool ScratchFile::flush() {
+    whole_ = whole_ && isOpen() && writeAll(descriptor_, buffer_.get(), used_);
+    used_ = 0;
+    return whole_;
+}
+
+void ScratchFile::close() {
+    if (!isOpen()) {
+        return;
+    }
+    static_cast<void>(flush());
+    whole_ = ::close(descriptor_) == 0 && whole_;
+    descriptor_ = -1;
+}
+
+bool ScratchFile::moveTo(const std::string& target) {
+    const std::string place = behindLink(target);
+    whole_ = flush() && takeOverModeAndOwner(descriptor_, place);
+    close();
+    if (!whole_) {
+        remove();
+        return false;
+    }
+    host::run({host::program::Move, path_, place});
+    return true;
+}
+
+void ScratchFile::remove() {
+    close();
+    ::remove(path_.c_str());
+}
+
+}  // namespace zp::conf

@@ -1,0 +1,48 @@
+// The new text of a file, on its way into the place of the old one.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace zp::conf {
+
+class ScratchFile {
+public:
+    enum class Opening { Fresh, Append };
+
+    // A fresh scratch file is a new one, readable by its owner alone: what stands at `path` goes first.
+    // Nothing but a plain file or a link is ever removed for it.
+    explicit ScratchFile(std::string path, Opening opening = Opening::Fresh);
+    ~ScratchFile();  // leaves the file where it is, written as far as it got
+    ScratchFile(const ScratchFile&) = delete;
+    ScratchFile& operator=(const ScratchFile&) = delete;
+
+    bool isOpen() const { return descriptor_ >= 0; }
+    const std::string& path() const { return path_; }
+
+    // Writes one line and its newline. A text that holds a newline is refused: it counts as a failed write.
+    void writeLine(std::string_view text);
+    // The same for a line that was read, and so holds none.
+    void copyLine(std::string_view raw);
+    // True while everything written so far has reached the file.
+    [[nodiscard]] bool flush();
+
+    // Gives the scratch file the mode and owner of `target` and moves it there; where `target` is a
+    // symbolic link, over the file that it points at. False, and the scratch file is removed, when it is
+    // not whole. What "mv" itself answers is not examined.
+    [[nodiscard]] bool moveTo(const std::string& target);
+    void remove();
+
+private:
+    void append(std::string_view text);
+    void close();
+
+    std::string path_;
+    int descriptor_ = -1;
+    bool whole_ = true;
+    size_t used_ = 0;
+    std::unique_ptr<char[]> buffer_;
+};
+
+}  // namespace zp::conf

@@ -1,0 +1,98 @@
+// Questions about a piece of text, in the C locale's terms: letter case and white space are ASCII.
+#pragma once
+
+#include <optional>
+#include <string_view>
+
+namespace zp::conf {
+
+constexpr bool isSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+
+constexpr char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c; }
+
+constexpr bool equalIgnoringCase(std::string_view a, std::string_view b) {
+    if (a.size() != b.size()) {
+        return false;
+    }
+    for (size_t i = 0; i < a.size(); ++i) {
+        if (lower(a[i]) != lower(b[i])) {
+            return false;
+        }
+    }
+    return true;
+}
+
+constexpr bool beginsIgnoringCase(std::string_view text, std::string_view beginning) {
+    return text.size() >= beginning.size() &&
+           equalIgnoringCase(text.substr(0, beginning.size()), beginning);
+}
+
+constexpr bool contains(std::string_view text, std::string_view part) {
+    return text.find(part) != std::string_view::npos;
+}
+
+// The text from its `count`th character on; a shorter text ends there.
+constexpr std::string_view stepOver(std::string_view text, size_t count) {
+    return text.substr(count < text.size() ? count : text.size());
+}
+
+constexpr std::string_view skipSpace(std::string_view text) {
+    size_t i = 0;
+    while (i < text.size() && isSpace(text[i])) {
+        ++i;
+    }
+    return text.substr(i);
+}
+
+constexpr std::string_view trimEnd(std::string_view text) {
+    while (!text.empty() && isSpace(text.back())) {
+        text.remove_suffix(1);
+    }
+    return text;
+}
+
+// Leading blanks, then leading tabs; a blank behind a tab stays.
+constexpr std::string_view skipBlanksThenTabs(std::string_view text) {
+    while (!text.empty() && text.front() == ' ') {
+        text.remove_prefix(1);
+    }
+    while (!text.empty() && text.front() == '\t') {
+        text.remove_prefix(1);
+    }
+    return text;
+}
+
+// What stands before the first of `ends`; the whole text when there is none.
+constexpr std::string_view upTo(std::string_view text, std::string_view ends) {
+    return text.substr(0, text.find_first_of(ends));
+}
+
+// A text split at its first blank (a tab does not split). Without a blank the rest is empty.
+struct Words {
+    std::string_view keyword, rest;
+};
+
+constexpr Words splitAtBlank(std::string_view text) {
+    const size_t blank = text.find(' ');
+    return blank == std::string_view::npos ? Words{text, {}}
+                                           : Words{text.substr(0, blank), text.substr(blank + 1)};
+}
+
+// The text between the first two double quotes; absent when there are not two.
+constexpr std::optional<std::string_view> betweenQuotes(std::string_view text) {
+    const size_t open = text.find('"');
+    if (open == std::string_view::npos) {
+        return std::nullopt;
+    }
+    const size_t close = text.find('"', open + 1);
+    if (close == std::string_view::npos) {
+        return std::nullopt;
+    }
+    return text.substr(open + 1, close - open - 1);
+}
+
+// A number as atoi reads it: white space, a sign, digits; 0 without digits. Too large a number is the
+// largest that fits.
+int leadingNumber(std::string_view text);
+
+}  // namespace zp::conf

@@ -1,0 +1,46 @@
+#include "CZPWebsite.h"
+#include "conf/LineReader.h"
+#include "host/Folder.h"
+#include "host/Paths.h"
+
+namespace conf = zp::conf;
+namespace host = zp::host;
+
+namespace {
+
+// The folder part of the first LoadModule line's path; "." for a path without one, "" without such a line.
+std::string folderOfFirstModule(const std::string& httpdConfFile) {
+    conf::LineReader reader(httpdConfFile, conf::LineReader::Unbounded);
+    for (conf::Line line; reader.read(line);) {
+        if (!line.begins(conf::keyword::LoadModule)) {
+            continue;
+        }
+        const std::string_view arguments = line.argumentOf(conf::keyword::LoadModule);
+        const std::string_view name = conf::upTo(arguments, " \t");
+        std::string_view path = conf::trimEnd(conf::skipSpace(arguments.substr(name.size())));
+        path = conf::betweenQuotes(path).value_or(path);
+        if (!path.empty()) {
+            const size_t slash = path.rfind('/');
+            return slash == std::string_view::npos ? "." : std::string(path.substr(0, slash));
+        }
+    }
+    return "";
+}
+
+}  // namespace
+
+std::string CZPWebsite::getApacheModulesDir(std::string httpdConfFile) {
+    const std::string folder = folderOfFirstModule(httpdConfFile);
+    if (folder == ".") {
+        return getApacheServerRoot(httpdConfFile);
+    }
+    if (!folder.empty()) {
+        return folder.front() == '/' ? folder : getApacheServerRoot(httpdConfFile) + "/" + folder;
+    }
+    for (const char* known : host::path::ModulesFolders) {
+        if (host::Folder::open(known)) {
+            return known;
+        }
+    }
+    return "";
+}

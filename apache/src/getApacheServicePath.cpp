@@ -1,0 +1,17 @@
+#include "CZPWebsite.h"
+#include "host/Folder.h"
+#include "host/Paths.h"
+
+namespace host = zp::host;
+
+std::string CZPWebsite::getApacheServicePath() {
+    const std::string folder = host::path::ServiceScripts;
+    for (const std::string& file : host::filesIn(folder)) {
+        for (const char* service : {"apache", "apache2", "httpd", "httpd2"}) {
+            if (file == service) {
+                return folder + "/" + file;
+            }
+        }
+    }
+    return "";
+}

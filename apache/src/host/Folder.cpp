@@ -1,0 +1,83 @@
+#include "host/Folder.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <utility>
+
+namespace zp::host {
+
+namespace {
+
+constexpr int OpenFolder = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
+
+}  // namespace
+
+std::optional<Folder> Folder::open(const std::string& path) {
+    const int descriptor = ::open(path.c_str(), OpenFolder);
+    if (descriptor < 0) {
+        return std::nullopt;
+    }
+    return Folder(descriptor);
+}
+
+Folder::Folder(Folder&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
+
+Folder& Folder::operator=(Folder&& other) noexcept {
+    std::swap(descriptor_, other.descriptor_);
+    return *this;
+}
+
+Folder::~Folder() {
+    if (descriptor_ >= 0) {
+        ::close(descriptor_);
+    }
+}
+
+std::optional<Folder> Folder::make(const std::string& name, mode_t mode) const {
+    if (::mkdirat(descriptor_, name.c_str(), mode) != 0) {
+        return std::nullopt;
+    }
+    const int made = ::openat(descriptor_, name.c_str(), OpenFolder | O_NOFOLLOW);
+    if (made < 0) {
+        return std::nullopt;
+    }
+    return Folder(made);
+}
+
+void Folder::setMode(mode_t mode) const { static_cast<void>(::fchmod(descriptor_, mode)); }
+
+void Folder::setOwner(const Account& account) const {
+    static_cast<void>(!::fchown(descriptor_, account.user, account.group));
+}
+
+std::vector<std::string> filesIn(const std::string& folder) {
+    std::vector<std::string> files;
+    DIR* listing = ::opendir(folder.c_str());
+    if (listing == nullptr) {
+        return files;
+    }
+    for (const dirent* entry = ::readdir(listing); entry != nullptr; entry = ::readdir(listing)) {
+        if (!isFolder(folder + "/" + entry->d_name)) {  // "." and ".." are folders, too
+            files.emplace_back(entry->d_name);
+        }
+    }
+    ::closedir(listing);
+    return files;
+}
+
+bool isFolder(const std::string& path) {
+    struct stat status {};
+    return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+bool isLink(const std::string& path) {
+    struct stat status {};
+    return ::lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode);
+}
+
+bool exists(const std::string& path) { return ::access(path.c_str(), F_OK) == 0; }
+
+}  // namespace zp::host

@@ -1,0 +1,48 @@
+// Folders of a site, made and changed through an open folder: where a site's owner can write, no step is
+// led elsewhere by a symbolic link.
+#pragma once
+
+#include <sys/types.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "host/Accounts.h"
+
+namespace zp::host {
+
+class Folder {
+public:
+    // An existing folder; a link on the way to it, or in its place, is followed. Absent when there is none.
+    static std::optional<Folder> open(const std::string& path);
+
+    Folder(Folder&& other) noexcept;
+    Folder& operator=(Folder&& other) noexcept;
+    Folder(const Folder&) = delete;
+    Folder& operator=(const Folder&) = delete;
+    ~Folder();
+
+    // Makes the folder `name` in this one. Absent when it could not be made or, because something stands in
+    // its place, not be opened.
+    std::optional<Folder> make(const std::string& name, mode_t mode) const;
+
+    // Exactly this mode, set-ID bits included. Whether it could be set is not examined.
+    void setMode(mode_t mode) const;
+    void setOwner(const Account& account) const;
+
+private:
+    explicit Folder(int descriptor) : descriptor_(descriptor) {}
+
+    int descriptor_;
+};
+
+// The names of a folder's entries that are not folders themselves (a link to one counts as one), in the
+// order in which the system lists them; none when it cannot be read.
+std::vector<std::string> filesIn(const std::string& folder);
+
+bool isFolder(const std::string& path);  // a link to one counts
+bool isLink(const std::string& path);
+bool exists(const std::string& path);
+
+}  // namespace zp::host

@@ -1,0 +1,66 @@
+#include "host/Shell.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <iostream>
+
+namespace zp::host {
+
+namespace {
+
+constexpr std::string_view Plain =
+    "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_@%+=:,./-";
+
+void appendWord(std::string& line, std::string_view word) {
+    if (!word.empty() && word.find_first_not_of(Plain) == std::string_view::npos) {
+        line += word;
+        return;
+    }
+    line += '\'';
+    for (const char c : word) {
+        if (c == '\'') {
+            line += "'\\''";
+        } else {
+            line += c;
+        }
+    }
+    line += '\'';
+}
+
+}  // namespace
+
+std::string commandLine(std::initializer_list<std::string_view> words) {
+    std::string line;
+    for (const std::string_view word : words) {
+        if (!line.empty()) {
+            line += ' ';
+        }
+        appendWord(line, word);
+    }
+    return line;
+}
+
+void run(std::initializer_list<std::string_view> words) {
+    std::cout.flush();  // what the library printed comes before what the command prints
+    // NOLINTNEXTLINE(bugprone-unused-return-value,cert-env33-c)
+    static_cast<void>(std::system(commandLine(words).c_str()));
+}
+
+std::string firstLine(const std::string& command, size_t limit) {
+    std::cout.flush();
+    FILE* pipe = ::popen(command.c_str(), "re");
+    if (pipe == nullptr) {
+        return {};
+    }
+    std::string line;
+    for (int c = std::fgetc(pipe); c != EOF && line.size() < limit; c = std::fgetc(pipe)) {
+        line += static_cast<char>(c);
+        if (c == '\n') {
+            break;
+        }
+    }
+    ::pclose(pipe);
+    return line;
+}
+
+}  // namespace zp::host
