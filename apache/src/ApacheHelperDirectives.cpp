@@ -1,5 +1,6 @@
 // Changing the directives of one domain's block, and inserting a line at server level.
 #include "ApacheHelper.h"
+#include "ApacheHelperResults.h"
 #include "conf/Address.h"
 #include "conf/DomainScope.h"
 #include "conf/Rewrite.h"
@@ -10,9 +11,11 @@ using zp::conf::Line;
 using zp::conf::Rewrite;
 namespace conf = zp::conf;
 namespace keyword = zp::conf::keyword;
+namespace result = zp::result;
 
 namespace {
 
+constexpr int DomainNotFound = 3;
 constexpr size_t LineBound = 2024;
 constexpr size_t ShortLineBound = 1023;
 
@@ -85,7 +88,7 @@ bool copyToServerName(Rewrite& rewrite, const std::string& domain) {
 int insertAtLine(const std::string& file, const std::string& entry, int lineCount) {
     Rewrite rewrite(file, file + ".wd1", ShortLineBound);
     if (!rewrite.open()) {
-        return rewrite.sourceOpen() ? 2 : 1;
+        return result::openFailure(rewrite);
     }
     int number = 0;
     for (Line line; rewrite.read(line);) {
@@ -98,7 +101,7 @@ int insertAtLine(const std::string& file, const std::string& entry, int lineCoun
         }
         rewrite.keep(line);
     }
-    return rewrite.putInPlace() ? 0 : 2;
+    return result::finish(rewrite, true, 0);
 }
 
 }  // namespace
@@ -108,7 +111,7 @@ int ApacheHelper::Apache_ChangeVirtualHostPort(std::string apacheConfFile, std::
     conf::backUp(apacheConfFile, ".zpbackup.cp");
     Rewrite rewrite(apacheConfFile, apacheConfFile + "_zpbackup_cp", 2999);
     if (!rewrite.open()) {
-        return rewrite.sourceOpen() ? 2 : 1;
+        return result::openFailure(rewrite);
     }
     bool inBlock = false;
     bool done = false;
@@ -130,11 +133,7 @@ int ApacheHelper::Apache_ChangeVirtualHostPort(std::string apacheConfFile, std::
         }
         rewrite.keep(line);
     }
-    if (!done) {
-        rewrite.discard();
-        return 3;
-    }
-    return rewrite.putInPlace() ? 0 : 2;
+    return result::finish(rewrite, done, DomainNotFound);
 }
 
 int ApacheHelper::Apache_AddDirectiveInVH(std::string apacheConfFile, std::string domainName,
@@ -158,7 +157,7 @@ int ApacheHelper::Apache_UpdateVHDirectiveContents(std::string apacheConfFile, s
     conf::backUp(apacheConfFile, ".zpbackup.rt");
     Rewrite rewrite(apacheConfFile, apacheConfFile + "_temp12", LineBound);
     if (!rewrite.open()) {
-        return rewrite.sourceOpen() ? 2 : 1;
+        return result::openFailure(rewrite);
     }
     AnyNameScope scope(domainName);
     bool inNested = false;
@@ -188,11 +187,7 @@ int ApacheHelper::Apache_UpdateVHDirectiveContents(std::string apacheConfFile, s
         }
         rewrite.keep(line);
     }
-    if (!done) {
-        rewrite.discard();
-        return 3;
-    }
-    return rewrite.putInPlace() ? 0 : 2;
+    return result::finish(rewrite, done, DomainNotFound);
 }
 
 int ApacheHelper::Apache_UpdateDirectiveInVH(std::string apacheConfFile, std::string domainName,
@@ -200,7 +195,7 @@ int ApacheHelper::Apache_UpdateDirectiveInVH(std::string apacheConfFile, std::st
     conf::backUp(apacheConfFile, ".zpbackup.rt");
     Rewrite rewrite(apacheConfFile, apacheConfFile + "_temp1", LineBound);
     if (!rewrite.open()) {
-        return rewrite.sourceOpen() ? 2 : 1;
+        return result::openFailure(rewrite);
     }
     AnyNameScope scope(domainName);
     bool done = false;
@@ -219,11 +214,7 @@ int ApacheHelper::Apache_UpdateDirectiveInVH(std::string apacheConfFile, std::st
         }
         rewrite.keep(line);
     }
-    if (!done) {
-        rewrite.discard();
-        return 3;
-    }
-    return rewrite.putInPlace() ? 0 : 2;
+    return result::finish(rewrite, done, DomainNotFound);
 }
 
 int ApacheHelper::Apache_writeDirective(std::string apacheConfFile, std::string entry,
@@ -231,7 +222,7 @@ int ApacheHelper::Apache_writeDirective(std::string apacheConfFile, std::string 
     conf::backUp(apacheConfFile, ".zpbackup.rt");
     Rewrite rewrite(apacheConfFile, apacheConfFile + ".wd", ShortLineBound);
     if (!rewrite.open()) {
-        return rewrite.sourceOpen() ? 2 : 1;
+        return result::openFailure(rewrite);
     }
     bool inBlock = false;
     bool done = false;
@@ -260,7 +251,7 @@ int ApacheHelper::Apache_writeDirective(std::string apacheConfFile, std::string 
         rewrite.discard();
         return insertAtLine(apacheConfFile, entry, lineCount);
     }
-    return rewrite.putInPlace() ? 0 : 2;
+    return result::finish(rewrite, true, 0);
 }
 
 int ApacheHelper::Apache_DeleteDirectivesInVH(std::string apacheConfFile, std::string domainName,
@@ -268,7 +259,7 @@ int ApacheHelper::Apache_DeleteDirectivesInVH(std::string apacheConfFile, std::s
     conf::backUp(apacheConfFile, ".zpbackup.drt");
     Rewrite rewrite(apacheConfFile, apacheConfFile + "_temp11", LineBound);
     if (!rewrite.open()) {
-        return rewrite.sourceOpen() ? 2 : 1;
+        return result::openFailure(rewrite);
     }
     bool done = false;
     if (copyToServerName(rewrite, domainName)) {
@@ -281,9 +272,5 @@ int ApacheHelper::Apache_DeleteDirectivesInVH(std::string apacheConfFile, std::s
             rewrite.keep(line);
         }
     }
-    if (!done) {
-        rewrite.discard();
-        return 3;
-    }
-    return rewrite.putInPlace() ? 0 : 2;
+    return result::finish(rewrite, done, DomainNotFound);
 }

@@ -1,7 +1,7 @@
 #include "CZPWebsite.h"
 
+#include <algorithm>
 #include <cstdio>
-#include <cstring>
 #include <ctime>
 
 #include "host/Fields.h"
@@ -18,8 +18,8 @@ char* scratchBeside(const std::string& configuration) {
     const size_t slash = configuration.rfind('/');
     const std::string folder = slash == std::string::npos ? "." : configuration.substr(0, slash);
     const std::string path = folder + "/" + std::to_string(std::time(nullptr));
-    char* buffer = new char[path.size() < ScratchPathSize ? ScratchPathSize : path.size() + 1]();
-    std::memcpy(buffer, path.data(), path.size());
+    char* buffer = new char[std::max(ScratchPathSize, path.size() + 1)]();
+    path.copy(buffer, path.size());
     return buffer;
 }
 

@@ -189,6 +189,7 @@ char CZPWebsite::CreateWebsite(VHostEntry* objVHost) {
     const auto owner = host::findAccount(fieldText(objVHost->UserName));
     const std::string home = fieldText(objVHost->Path) + fieldText(objVHost->DName);
     if (!owner || !host::makeSiteFolders(home, *owner, fieldText(objVHost->ServerAdmin))) {
+        rewrite.discard();
         return FolderNotMade;
     }
 

@@ -13,10 +13,12 @@ namespace {
 
 constexpr size_t BufferSize = 64 * 1024;  // more than any operation's bound
 
+// Opening never waits for a writer: a pipe is refused, like a folder.
 int openFile(const std::string& path) {
-    const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY);
+    const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
     struct stat status {};
-    if (descriptor >= 0 && (::fstat(descriptor, &status) != 0 || S_ISDIR(status.st_mode))) {
+    if (descriptor >= 0 &&
+        (::fstat(descriptor, &status) != 0 || !(S_ISREG(status.st_mode) || S_ISCHR(status.st_mode)))) {
         ::close(descriptor);
         return -1;
     }

@@ -18,7 +18,7 @@ class LineReader {
 public:
     static constexpr size_t Unbounded = std::numeric_limits<size_t>::max();
 
-    // A folder, like a missing file, is not open.
+    // A folder or a pipe, like a missing file, is not open.
     LineReader(const std::string& path, size_t bound, FinalRead finalRead = FinalRead::LeftOut);
     ~LineReader();
     LineReader(const LineReader&) = delete;
