@@ -52,6 +52,7 @@ public:
     bool isCommentInFirstColumn() const { return !raw_.empty() && raw_.front() == '#'; }
 
     bool begins(std::string_view keyword) const { return beginsIgnoringCase(text_, keyword); }
+    bool beginsInExactCase(std::string_view keyword) const { return text_.starts_with(keyword); }
     bool beginsInFirstColumn(std::string_view keyword) const { return beginsIgnoringCase(raw_, keyword); }
 
     // What follows the keyword, one separating character and white space; empty when the line ends before.
