@@ -1,0 +1,32 @@
+// Programs of the host, replaced for one case.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace zp::test {
+
+// A folder put first in PATH. Its programs note how they were called before they do anything else.
+class FakeTools {
+public:
+    FakeTools();
+    ~FakeTools();
+    FakeTools(const FakeTools&) = delete;
+    FakeTools& operator=(const FakeTools&) = delete;
+
+    // The real program runs, after the shell commands `before`.
+    void watch(const std::string& program, const std::string& before = "") const;
+    // Prints this text instead, exactly as given.
+    void answer(const std::string& program, const std::string& text) const;
+    // Runs these shell commands instead; none: does nothing.
+    void replace(const std::string& program, const std::string& commands = "") const;
+
+    // What was called so far, as "name word word"; a word that the shell would not take as it is stands in
+    // square brackets.
+    std::vector<std::string> calls() const;
+
+private:
+    std::string folder_, realPath_;
+};
+
+}  // namespace zp::test
