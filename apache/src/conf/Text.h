@@ -8,6 +8,8 @@ namespace zp::conf {
 
 constexpr bool isSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
+constexpr bool isLetter(char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
+
 constexpr char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c; }
 
 constexpr bool equalIgnoringCase(std::string_view a, std::string_view b) {
@@ -89,6 +91,21 @@ constexpr std::optional<std::string_view> betweenQuotes(std::string_view text) {
         return std::nullopt;
     }
     return text.substr(open + 1, close - open - 1);
+}
+
+// A value at the beginning of a text: what stands in its double quotes or, where it begins with none, the
+// whole text. Where the second quote is missing it is the whole rest and `closed` is false.
+struct Value {
+    std::string_view text;
+    bool closed;
+};
+
+constexpr Value leadingValue(std::string_view text) {
+    if (!text.starts_with('"')) {
+        return {text, true};
+    }
+    const size_t close = text.find('"', 1);
+    return {stepOver(text, 1).substr(0, close - 1), close != std::string_view::npos};
 }
 
 // A number as atoi reads it: white space, a sign, digits; 0 without digits. Too large a number is the
