@@ -16,7 +16,7 @@ namespace zp::conf {
 
 namespace {
 
-constexpr size_t BufferSize = 64 * 1024;
+constexpr size_t BufferSize = size_t{64} * 1024;
 constexpr mode_t OwnerOnly = 0600;
 
 int openScratch(const std::string& path, ScratchFile::Opening opening) {

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "host/Fields.h"
 #include "support/Files.h"
 
 namespace zp::test {
@@ -24,7 +25,7 @@ constexpr const char* NoteCall = R"({
 
 }  // namespace
 
-FakeTools::FakeTools() : folder_(scratch("tools/bin")), realPath_(std::getenv("PATH")) {
+FakeTools::FakeTools() : folder_(scratch("tools/bin")), realPath_(zp::host::textOf(std::getenv("PATH"))) {
     std::filesystem::create_directories(folder_);
     ::setenv("PATH", (folder_ + ":" + realPath_).c_str(), 1);
 }
