@@ -80,6 +80,10 @@ public:
     Line withoutCommentMark() const {
         return isCommentInFirstColumn() ? Line(raw_, skipSpace(raw_.substr(1))) : *this;
     }
+    // The same for a mark with white space before it.
+    Line withoutIndentedCommentMark() const {
+        return isComment() ? Line(raw_, skipSpace(text_.substr(1))) : *this;
+    }
 
 private:
     Line(std::string_view raw, std::string_view text) : raw_(raw), text_(text) {}

@@ -28,6 +28,12 @@ public:
     [[nodiscard]] bool read(Line& line) { return source_.read(line); }
 
     void keep(const Line& line) { scratch_->copyLine(line.raw()); }
+    // Several lines that were read, each with its newline.
+    void keepAll(std::string_view lines) {
+        if (!lines.empty()) {
+            scratch_->copyLine(lines.substr(0, lines.size() - 1));
+        }
+    }
     void write(std::string_view line) { scratch_->writeLine(line); }
     // True while the source could be read and the scratch copy written.
     [[nodiscard]] bool intact() { return scratch_->flush() && !source_.failed(); }

@@ -64,6 +64,17 @@ constexpr std::string_view skipBlanksThenTabs(std::string_view text) {
     return text;
 }
 
+// One double quote is dropped at each end, if it stands there.
+constexpr std::string_view unquoted(std::string_view text) {
+    if (text.starts_with('"')) {
+        text.remove_prefix(1);
+    }
+    if (text.ends_with('"')) {
+        text.remove_suffix(1);
+    }
+    return text;
+}
+
 // What stands before the first of `ends`; the whole text when there is none.
 constexpr std::string_view upTo(std::string_view text, std::string_view ends) {
     return text.substr(0, text.find_first_of(ends));

@@ -68,6 +68,8 @@ std::vector<std::string> filesIn(const std::string& folder) {
     return files;
 }
 
+bool enterFolder(const std::string& path) { return ::chdir(path.c_str()) == 0; }
+
 bool isFolder(const std::string& path) {
     struct stat status {};
     return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);

@@ -41,6 +41,9 @@ private:
 // order in which the system lists them; none when it cannot be read.
 std::vector<std::string> filesIn(const std::string& folder);
 
+// Makes it the process's working folder. False when it cannot be entered.
+bool enterFolder(const std::string& path);
+
 bool isFolder(const std::string& path);  // a link to one counts
 bool isLink(const std::string& path);
 bool exists(const std::string& path);

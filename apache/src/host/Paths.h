@@ -13,6 +13,7 @@ inline constexpr const char* RunFolder = "/var/run";
 inline constexpr const char* HttpdPidFile = "/var/run/httpd/httpd.pid";
 inline constexpr const char* ModulesFolders[] = {"/usr/lib/httpd/modules", "/usr/lib/apache2/modules",
                                                  "/usr/lib64/httpd/modules", "/usr/lib64/apache2/modules"};
+inline constexpr const char* ServerRoots[] = {"/etc/httpd", "/etc/apache2"};
 inline constexpr const char* ScratchFolder = "/etc";
 inline constexpr const char* VirtualDirectoryScratch = "/etc/apactemp1";
 inline constexpr const char* VirtualDirectoryScratchOfInstallation = "/etc/apactemp";
@@ -23,6 +24,7 @@ inline constexpr const char* Move = "mv";
 inline constexpr const char* Copy = "cp";
 inline constexpr const char* ChangeMode = "chmod";
 inline constexpr const char* ChangeOwner = "chown";
+inline constexpr const char* Archive = "tar";
 inline constexpr const char* KernelRelease = "uname -r";
 inline constexpr const char* ServerRootQuery = "apachectl -V | grep HTTPD_ROOT";
 // In the order in which they are asked.

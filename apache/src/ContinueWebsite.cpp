@@ -1,0 +1,3 @@
+#include "CZPWebsite.h"
+
+char CZPWebsite::ContinueWebsite(const char* /*Name*/) { return 0; }

@@ -1,0 +1,26 @@
+#include <iostream>
+
+#include "CZPWebsite.h"
+#include "conf/DomainScope.h"
+#include "conf/LineReader.h"
+
+namespace conf = zp::conf;
+
+std::string CZPWebsite::GetRootDocPath(std::string httpdConfFile, std::string domainName) {
+    conf::LineReader reader(httpdConfFile, 1022);
+    if (!reader.isOpen()) {
+        std::cout << "Error while opening HttpdConfFile\n";
+        return {};
+    }
+    conf::FirstNameScope scope(domainName);
+    for (conf::Line line; reader.read(line);) {
+        if (scope.enters(line) || scope.leaves(line) || !scope.inDomain() ||
+            !line.begins(conf::keyword::DocumentRoot)) {
+            continue;
+        }
+        if (const auto root = conf::betweenQuotes(line.raw())) {
+            return std::string(*root);
+        }
+    }
+    return {};
+}

@@ -1,0 +1,49 @@
+#include <iostream>
+
+#include "CZPWebsite.h"
+#include "Results.h"
+#include "conf/LineReader.h"
+#include "host/Fields.h"
+
+namespace conf = zp::conf;
+namespace keyword = zp::conf::keyword;
+
+namespace {
+
+constexpr char Running = 34;
+constexpr char Stopped = 33;
+constexpr char NotFound = 1;
+
+}  // namespace
+
+char CZPWebsite::GetWebsiteStatus(std::string szDomainName) {
+    const std::string configuration = zp::host::textOf(HttpdConfFile);
+    if (configuration.empty()) {
+        return zp::result::NoConfigurationPath;
+    }
+    conf::LineReader reader(configuration, 1023);
+    if (!reader.isOpen()) {
+        std::cout << "Error while opening HttpdConfFile\n";
+        return zp::result::ConfigurationNotOpened;
+    }
+    bool inBlock = false;
+    for (conf::Line line; reader.read(line);) {
+        const std::string_view text = line.withoutIndentedCommentMark().text();
+        const auto [word, rest] = conf::splitAtBlank(text);
+        if (conf::equalIgnoringCase(word, keyword::VirtualHost)) {
+            inBlock = true;
+        } else if (!inBlock) {
+            continue;
+        } else if (conf::equalIgnoringCase(word, keyword::ServerName) && word.size() < text.size()) {
+            const std::string_view name = conf::skipSpace(rest);
+            if (!name.empty() && conf::equalIgnoringCase(name, szDomainName)) {
+                std::cout << name << '\n';
+                return line.isComment() ? Stopped : Running;
+            }
+            inBlock = false;  // the first ServerName decides
+        } else if (conf::contains(text, keyword::VirtualHostEndTag)) {
+            inBlock = false;
+        }
+    }
+    return NotFound;
+}

@@ -1,0 +1,87 @@
+#include <iostream>
+
+#include "CZPWebsite.h"
+#include "Results.h"
+#include "conf/BlockNames.h"
+#include "conf/LineReader.h"
+#include "host/Fields.h"
+#include "host/Folder.h"
+#include "host/Paths.h"
+#include "host/Report.h"
+
+namespace conf = zp::conf;
+namespace host = zp::host;
+namespace keyword = zp::conf::keyword;
+
+namespace {
+
+constexpr char Listed = 28;
+
+// What the main file says of the files that it includes.
+struct Inclusion {
+    std::string serverRoot;
+    StringVector files;  // as they are written: paths below the server root, absolute paths, wildcards
+};
+
+// A block's lines behind its ServerName count as outside: an Include among them is followed.
+Inclusion readMainFile(conf::LineReader& reader, StringVector& websites) {
+    Inclusion inclusion;
+    conf::BlockNames blocks;
+    for (conf::Line line; reader.read(line);) {
+        if (const auto name = blocks.nameOn(line)) {
+            websites.emplace_back(*name);
+        } else if (blocks.inUnnamedBlock()) {
+            continue;
+        } else if (line.begins(keyword::ServerRoot)) {
+            inclusion.serverRoot = conf::unquoted(line.argumentOf(keyword::ServerRoot));
+        } else if (line.begins(keyword::Include)) {
+            inclusion.files.emplace_back(line.restBehind(keyword::Include));
+        }
+    }
+    return inclusion;
+}
+
+// The usual server root that can be entered, which it then is; "" when none can.
+std::string enterUsualServerRoot() {
+    for (const char* folder : host::path::ServerRoots) {
+        if (host::enterFolder(folder)) {
+            return folder;
+        }
+    }
+    return {};
+}
+
+}  // namespace
+
+char CZPWebsite::ListWebsites(StringVector& websites) {
+    host::report(TrackManager, "ListWebsites", {host::NoArgument});
+    const std::string configuration = host::textOf(HttpdConfFile);
+    if (configuration.empty()) {
+        return zp::result::NoConfigurationPath;
+    }
+    conf::LineReader reader(configuration, 1022);
+    if (!reader.isOpen()) {
+        std::cout << "Error while opening HttpdConfFile\n";
+        return zp::result::ConfigurationNotOpened;
+    }
+    Inclusion inclusion = readMainFile(reader, websites);
+    std::cout << "server root = " << inclusion.serverRoot << '\n';
+    if (inclusion.serverRoot.empty()) {
+        std::cout << "cp\n";
+        inclusion.serverRoot = enterUsualServerRoot();
+        if (inclusion.serverRoot.empty()) {
+            return Listed;
+        }
+    }
+    for (const std::string& name : inclusion.files) {
+        const std::string path = name.starts_with('/') ? name : inclusion.serverRoot + "/" + name;
+        if (!host::exists(path)) {
+            std::cout << "File not found = " << name << '\n';
+        } else if (host::isFolder(path)) {
+            std::cout << "Dir = " << name << '\n';
+        } else {
+            VHostsInIncFile(path, websites);
+        }
+    }
+    return Listed;
+}

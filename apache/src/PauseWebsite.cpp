@@ -1,0 +1,3 @@
+#include "CZPWebsite.h"
+
+char CZPWebsite::PauseWebsite(const char* /*Name*/) { return 0; }

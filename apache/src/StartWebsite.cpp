@@ -1,0 +1,40 @@
+#include <iostream>
+
+#include "CZPWebsite.h"
+#include "Results.h"
+#include "conf/SiteSwitch.h"
+#include "host/Fields.h"
+#include "host/Report.h"
+
+using zp::conf::Rewrite;
+namespace conf = zp::conf;
+
+namespace {
+
+constexpr char Started = 29;  // also when there was no such site
+
+}  // namespace
+
+char CZPWebsite::StartWebsite(const char* DomainName) {
+    const std::string domain = zp::host::textOf(DomainName);
+    // The panel's log has always shown a start under this name, and is searched for it.
+    zp::host::report(TrackManager, "StopWebsite", {{"DomainName", domain}});
+    Rewrite rewrite(zp::host::textOf(HttpdConfFile), zp::host::textOf(TEMPFILE), conf::SiteSwitchBound,
+                    Rewrite::Order::ScratchFirst);
+    if (!rewrite.sourceOpen()) {
+        std::cout << "Error while opening HttpdConfFile\n";
+        return zp::result::ConfigurationNotOpened;
+    }
+    if (!rewrite.scratchOpen()) {
+        return zp::result::ConfigurationNotOpened;
+    }
+    const conf::Switched switched = conf::switchSite(rewrite, domain, conf::SwitchTo::On);
+    if (switched == conf::Switched::Impossible) {
+        rewrite.discard();
+        return zp::result::ConfigurationNotOpened;
+    }
+    if (switched == conf::Switched::Blocks && !rewrite.putInPlace()) {
+        return zp::result::ConfigurationNotOpened;
+    }
+    return Started;
+}

@@ -1,0 +1,35 @@
+#include <iostream>
+
+#include "CZPWebsite.h"
+#include "Results.h"
+#include "conf/SiteSwitch.h"
+#include "host/Fields.h"
+#include "host/Report.h"
+
+using zp::conf::Rewrite;
+namespace conf = zp::conf;
+
+namespace {
+
+constexpr char Stopped = 30;  // also when there was no such site
+
+}  // namespace
+
+char CZPWebsite::StopWebsite(const char* DomainName) {
+    const std::string domain = zp::host::textOf(DomainName);
+    zp::host::report(TrackManager, "StopWebsite", {{"DomainName", domain}});
+    Rewrite rewrite(zp::host::textOf(HttpdConfFile), zp::host::textOf(TEMPFILE), conf::SiteSwitchBound,
+                    Rewrite::Order::ScratchFirst);
+    if (!rewrite.sourceOpen()) {
+        std::cout << "Error while opening HttpdConfFile\n";
+        return zp::result::ConfigurationNotOpened;
+    }
+    if (!rewrite.scratchOpen()) {
+        return zp::result::ConfigurationNotOpened;
+    }
+    const conf::Switched switched = conf::switchSite(rewrite, domain, conf::SwitchTo::Off);
+    if (switched == conf::Switched::Blocks && !rewrite.putInPlace()) {
+        return zp::result::ConfigurationNotOpened;
+    }
+    return Stopped;
+}

@@ -1,0 +1,24 @@
+#include <iostream>
+
+#include "CZPWebsite.h"
+#include "conf/BlockNames.h"
+#include "conf/LineReader.h"
+
+namespace conf = zp::conf;
+
+bool CZPWebsite::VHostsInIncFile(std::string file, StringVector& websites) {
+    if (file.empty()) {
+        return true;
+    }
+    conf::LineReader reader(file, 1022);
+    if (!reader.isOpen()) {
+        std::cout << "Error while opening HttpdConfFile\n";
+    }
+    conf::BlockNames blocks;
+    for (conf::Line line; reader.read(line);) {
+        if (const auto name = blocks.nameOn(line)) {
+            websites.emplace_back(*name);
+        }
+    }
+    return true;
+}

@@ -1,0 +1,86 @@
+#include "conf/SiteSwitch.h"
+
+#include <string>
+
+#include "conf/HeldLines.h"
+
+namespace zp::conf {
+
+namespace {
+
+// Tags count wherever they stand in a line, so that those of a commented-out block do.
+bool opensBlock(const Line& line) {
+    return contains(line.raw(), "<VirtualHost ") &&
+           !contains(line.raw(), keyword::VirtualHostWithoutAddress);
+}
+
+bool closesBlock(const Line& line) { return contains(line.raw(), keyword::VirtualHostEndTag); }
+
+void commentOut(Rewrite& rewrite, const HeldLines& block) {
+    std::string commented;
+    block.forEach([&](const Line& line) {
+        if (line.isCommentInFirstColumn()) {
+            rewrite.keep(line);
+        } else {
+            rewrite.write(commented.assign(1, '#').append(line.raw()));
+        }
+    });
+}
+
+// Every mark goes, not one alone. False when a line holds nothing else.
+bool commentIn(Rewrite& rewrite, const HeldLines& block) {
+    bool possible = true;
+    block.forEach([&](const Line& line) {
+        const size_t marks = line.raw().find_first_not_of('#');
+        possible = possible && marks != std::string_view::npos;
+        rewrite.write(stepOver(line.raw(), marks));
+    });
+    return possible;
+}
+
+}  // namespace
+
+Switched switchSite(Rewrite& rewrite, std::string_view domain, SwitchTo state) {
+    Switched switched = Switched::Nothing;
+    HeldLines block;
+    bool inBlock = false;
+    bool inDomain = false;
+    for (Line line; rewrite.read(line);) {
+        if (line.isEmpty()) {
+            continue;
+        }
+        if (state == SwitchTo::Off && line.isComment()) {
+            rewrite.keep(line);  // at once: a comment inside a block moves above it, and has always done so
+            continue;
+        }
+        inBlock = inBlock || opensBlock(line);
+        if (!inBlock) {
+            rewrite.keep(line);
+            continue;
+        }
+        block.hold(line);
+        const Line live = state == SwitchTo::On ? line.withoutIndentedCommentMark() : line;
+        if (live.begins(keyword::ServerName)) {
+            inDomain = inDomain || live.namesServer(domain);
+            continue;
+        }
+        if (!closesBlock(line)) {
+            continue;
+        }
+        if (!inDomain) {
+            rewrite.keepAll(block.text());
+        } else if (state == SwitchTo::Off) {
+            commentOut(rewrite, block);
+            switched = Switched::Blocks;
+        } else if (commentIn(rewrite, block)) {
+            switched = Switched::Blocks;
+        } else {
+            return Switched::Impossible;
+        }
+        inBlock = inDomain = false;
+        block.clear();
+    }
+    return switched;
+}
+
+}  // namespace zp::conf

@@ -1,0 +1,18 @@
+#include "host/File.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace zp::host {
+
+std::optional<off_t> sizeOfFile(const std::string& path) {
+    struct stat status {};
+    if (::stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) {
+        return std::nullopt;
+    }
+    return status.st_size;
+}
+
+void removeFile(const std::string& path) { static_cast<void>(::unlink(path.c_str())); }
+
+}  // namespace zp::host

@@ -1,0 +1,89 @@
+// Host headers: the further names of a site, kept on its ServerAlias line with single blanks between them.
+#include <iostream>
+
+#include "ApacheHelper.h"
+#include "CZPWebsite.h"
+#include "conf/Text.h"
+#include "host/Fields.h"
+#include "host/Report.h"
+
+namespace conf = zp::conf;
+
+namespace {
+
+constexpr char Done = 0;
+constexpr char NotDone = 1;
+constexpr char AlreadyThere = 2;
+constexpr const char* ServerAlias = "ServerAlias";
+
+// A name that begins a longer one of the list counts as listed: what stands behind it is not looked at.
+bool isListed(const std::string& names, const std::string& name) {
+    for (size_t at = names.find(name); at != std::string::npos; at = names.find(name, at + 1)) {
+        if (at == 0 || names[at - 1] == ' ') {
+            return true;
+        }
+    }
+    return false;
+}
+
+// Every name behind the first brings a blank along, also when the first was left out: callers know the
+// blank that then heads the list.
+std::string without(std::string_view names, std::string_view unwanted) {
+    std::string kept;
+    bool first = true;
+    const auto take = [&](std::string_view name) {
+        const bool wanted = name != unwanted;
+        if (wanted) {
+            kept.append(first ? "" : " ").append(name);
+        }
+        first = false;
+        return wanted;
+    };
+    while (conf::contains(names, " ")) {
+        const auto [name, rest] = conf::splitAtBlank(names);
+        std::cout << "Ptr1=" << name << '\n';
+        if (!take(name)) {
+            std::cout << "matched\n";
+        }
+        names = conf::skipSpace(rest);
+    }
+    take(names);
+    return kept;
+}
+
+}  // namespace
+
+char CZPWebsite::AddHostHeader(std::string domainName, std::string hostHeader) {
+    zp::host::report(TrackManager, "AddHostHeader",
+                     {{"DomainName", domainName}, {"HostHeader", hostHeader}});
+    const std::string configuration = zp::host::textOf(HttpdConfFile);
+    ApacheHelper helper;
+    std::string names;
+    if (helper.Apache_getDirectiveInVH(configuration, domainName, ServerAlias, names, false) != 0) {
+        return NotDone;
+    }
+    if (isListed(names, hostHeader)) {
+        return AlreadyThere;
+    }
+    const std::string extended = names.size() > 2 ? names + " " + hostHeader : hostHeader;
+    if (helper.Apache_UpdateDirectiveInVH(configuration, domainName, ServerAlias, extended, false) != 0) {
+        std::cout << "Update error\n";
+        return NotDone;
+    }
+    return Done;
+}
+
+char CZPWebsite::DeleteHostHeader(std::string domainName, std::string hostHeader) {
+    zp::host::report(TrackManager, "DeleteHostHeader",
+                     {{"DomainName", domainName}, {"HostHeader", hostHeader}});
+    const std::string configuration = zp::host::textOf(HttpdConfFile);
+    ApacheHelper helper;
+    std::string names;
+    if (helper.Apache_getDirectiveInVH(configuration, domainName, ServerAlias, names, false) != 0) {
+        return NotDone;
+    }
+    const std::string kept = without(names, hostHeader);
+    return helper.Apache_UpdateDirectiveInVH(configuration, domainName, ServerAlias, kept, false) == 0
+               ? Done
+               : NotDone;
+}
