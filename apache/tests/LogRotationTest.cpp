@@ -1,0 +1,124 @@
+// Rotation of a site's access log.
+#include <CZPWebsite.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <ctime>
+#include <filesystem>
+
+#include "support/FakeTools.h"
+#include "support/Files.h"
+#include "support/Watching.h"
+
+using namespace zp::test;
+namespace fs = std::filesystem;
+
+namespace {
+
+// A site whose CustomLog line has this value, and one call of rotateLog for it.
+int rotate(const std::string& customLog, const std::string& threshold, const std::string& option,
+           const std::string& domain = "example.com") {
+    const std::string file = scratch("httpd.conf");
+    writeFile(file,
+              "<VirtualHost *>\n\tServerName example.com\n\tCustomLog " + customLog + "\n</VirtualHost>\n");
+    return CZPWebsite().rotateLog(file, domain, threshold, option);
+}
+
+std::string log() { return scratch("log/access_log"); }
+
+void writeLog(size_t size) {
+    writeFile(log(), "");
+    fs::resize_file(log(), size);
+}
+
+}  // namespace
+
+TEST(LogRotation, RemovesALogThatHasReachedTheThreshold) {
+    constexpr size_t Megabyte = 1'048'576;
+    struct Expected {
+        size_t size;
+        const char *threshold, *option;
+        int result;
+        std::string printed;
+        bool removed;
+    };
+    const Expected table[] = {{Megabyte, "1", "DEL", 1, "Remove the file\n", true},
+                              {3 * Megabyte - 1, "2 megabytes", "del", 1, "Remove the file\n", true},
+                              {Megabyte - 1, "1", "DEL", 1, "1048575\n", false},
+                              {Megabyte - 1, "1", "unknown", 1, "1048575\n", false},
+                              {0, "0", "DEL", 1, "Remove the file\n", true},
+                              {7, "many", "Del", 1, "Remove the file\n", true},
+                              {7, "99999999999999999999", "DEL", 1, "7\n", false},
+                              {7, "", "DEL", 0, "", false},
+                              {7, "0", "unknown", 0, "", false},
+                              {7, "0", "", 0, "", false}};
+    for (const Expected& expected : table) {
+        writeLog(expected.size);
+        const CapturedOutput output;
+        EXPECT_EQ(rotate(log() + " combined", expected.threshold, expected.option), expected.result);
+        EXPECT_EQ(output.text(), expected.printed);
+        EXPECT_EQ(fs::exists(log()), !expected.removed) << expected.threshold << expected.option;
+    }
+    EXPECT_EQ(rotate(log(), "0", "DEL", "absent.example"), 0);
+    EXPECT_EQ(CZPWebsite().rotateLog(scratch("missing"), "example.com", "0", "DEL"), 0);
+}
+
+TEST(LogRotation, PacksBeforeItRemoves) {
+    const FakeTools tools;
+    tools.watch("tar");
+    const std::string archive = "access_log-" + currentTimeStamp() + ".tar.gz";
+    const std::string packed = scratch("log/" + archive);
+    for (const std::string name : {"access_log", "other.log", "-name"}) {
+        const std::string word = name == "-name" ? "./-name" : name;
+        writeFile(scratch("log/" + name), "log of " + name);
+        const CapturedOutput output;
+        EXPECT_EQ(rotate(scratch("log/" + name), "0", "zipANDdel"), 1);
+        EXPECT_EQ(output.text(), "Zip and remove the file\ntar -cvzf " + archive + " " + word + "\n");
+        EXPECT_EQ(tools.calls().back(), "tar -cvzf " + archive + " " + word);
+        EXPECT_EQ(fs::current_path(), scratch("log"));
+        EXPECT_EQ(namesIn(scratch("log")), StringVector{archive}) << "the archive of the hour is replaced";
+        ASSERT_EQ(std::system(("tar -xzf " + packed + " -C " + scratch()).c_str()), 0);
+        EXPECT_EQ(readFile(scratch(name)), "log of " + name);
+    }
+    tools.replace("tar", "exit 1");
+    writeLog(7);
+    EXPECT_EQ(rotate("access_log combined", "0", "ZIPandDEL"), 1) << "a log named without its folder";
+    EXPECT_FALSE(fs::exists(log())) << "removed whether it could be packed or not";
+}
+
+TEST(LogRotation, LeavesWhatIsNoLog) {
+    fs::create_directories(log());
+    for (const std::string& value :
+         {log(), scratch("missing"), std::string("/dev/null"), std::string("|/bin/cat"), std::string()}) {
+        const CapturedOutput output;
+        EXPECT_EQ(rotate(value + " combined", "0", "DEL"), 0) << value;
+        EXPECT_EQ(output.text(), "Unable to get File Size\n") << value;
+    }
+    EXPECT_TRUE(fs::is_directory(log()));
+    EXPECT_TRUE(fs::exists("/dev/null"));
+}
+
+TEST(LogRotation, IsNotLedElsewhereByLinks) {
+    const std::string precious = scratch("precious");
+    writeFile(precious, "kept");
+    fs::create_directories(scratch("log"));
+    for (const std::string option : {"DEL", "ZIPandDEL"}) {
+        const std::string archive = scratch("log/access_log-" + currentTimeStamp() + ".tar.gz");
+        fs::create_symlink(precious, log());
+        fs::create_symlink(precious, archive);
+        EXPECT_EQ(rotate(log(), "0", option), 1);
+        EXPECT_FALSE(fs::is_symlink(log()));
+        EXPECT_EQ(readFile(precious), "kept") << option;
+        EXPECT_EQ(fs::is_symlink(archive), option == "DEL");
+        fs::remove(archive);
+    }
+}
+
+TEST(TimeStamp, IsTheLocalDayAndHour) {
+    for (const char* zone : {"UTC", "FAR-14", "WEST+12"}) {
+        ::setenv("TZ", zone, 1);
+        ::tzset();
+        ASSERT_EQ(std::system(("date +%-d-%-m-%Y-%-H >" + scratch("date")).c_str()), 0);
+        EXPECT_EQ(currentTimeStamp() + "\n", readFile(scratch("date"))) << zone;
+    }
+}
