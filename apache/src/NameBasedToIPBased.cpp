@@ -1,0 +1,45 @@
+#include <iostream>
+
+#include "CZPWebsite.h"
+#include "Results.h"
+#include "conf/Address.h"
+#include "conf/Readdress.h"
+#include "host/Fields.h"
+
+namespace conf = zp::conf;
+namespace keyword = zp::conf::keyword;
+
+namespace {
+
+constexpr int Moved = 123;
+constexpr int NotFound = 32;
+
+}  // namespace
+
+int CZPWebsite::NameBasedToIPBased(std::string oldIP, std::string newIP, std::string domainName) {
+    const std::string configuration = zp::host::textOf(HttpdConfFile);
+    if (configuration.empty()) {
+        return zp::result::NoConfigurationPath;
+    }
+    conf::Rewrite rewrite(configuration, zp::host::textOf(TEMPFILE), 1023,
+                          conf::Rewrite::Order::ScratchFirst);
+    if (!rewrite.open()) {
+        std::cout << "Error while opening HttpdConfFile\n";
+        return zp::result::ConfigurationNotOpened;
+    }
+    const std::string address = conf::inBrackets(newIP);
+    // The address is to be the site's own, so nothing may announce it as shared. A line that names it with a
+    // port stays.
+    const auto dropAnnouncement = [&](const conf::Line& line) {
+        const std::string_view announced = conf::trimEnd(line.argumentOf(keyword::NameVirtualHost));
+        if (!conf::equalIgnoringCase(announced, address)) {
+            rewrite.write(conf::trimEnd(line.raw()));
+        }
+    };
+    const bool moved =
+        conf::readdress(rewrite, {domainName, oldIP, "<VirtualHost " + address + ">"}, dropAnnouncement);
+    if (!rewrite.putInPlace()) {  // put in place also when nothing was found
+        return zp::result::ConfigurationNotOpened;
+    }
+    return moved ? Moved : NotFound;
+}
