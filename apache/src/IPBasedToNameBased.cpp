@@ -94,7 +94,8 @@ int CZPWebsite::IPBasedToNameBased(std::string oldIP, std::string newIP, std::st
     };
     // The port goes by the site, so every block of a site with SSL gets 443.
     const std::string address = secure ? shared.withSecurePort() : shared.withPort();
-    if (!conf::readdress(rewrite, {domainName, oldIP, "<VirtualHost " + address + ">"}, lookAtAnnouncement)) {
+    if (!conf::readdress(rewrite, {domainName, oldIP, "<VirtualHost " + address + ">"},
+                         lookAtAnnouncement)) {
         return NotFound;  // the copy stays beside the configuration
     }
     if (!rewrite.putInPlace()) {

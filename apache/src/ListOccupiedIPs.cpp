@@ -51,8 +51,8 @@ private:
 // Listed even when the address is in the list already.
 void addAnnounced(const Line& line, AddressList& addresses) {
     const std::string_view value = line.argumentOf(keyword::NameVirtualHost);
-    std::cout << "Buffer=" << line.raw() << "\nPtr="
-              << conf::stepOver(line.text(), keyword::NameVirtualHost.size() + 1) << '\n';
+    std::cout << "Buffer=" << line.raw()
+              << "\nPtr=" << conf::stepOver(line.text(), keyword::NameVirtualHost.size() + 1) << '\n';
     const auto [address, ended] = conf::leadingAddress(value, conf::Bracket::Last, ":");
     if (value.starts_with('[')) {
         std::cout << "IPV6\n";

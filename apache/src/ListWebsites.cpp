@@ -41,16 +41,6 @@ Inclusion readMainFile(conf::LineReader& reader, StringVector& websites) {
     return inclusion;
 }
 
-// The usual server root that can be entered, which it then is; "" when none can.
-std::string enterUsualServerRoot() {
-    for (const char* folder : host::path::ServerRoots) {
-        if (host::enterFolder(folder)) {
-            return folder;
-        }
-    }
-    return {};
-}
-
 }  // namespace
 
 char CZPWebsite::ListWebsites(StringVector& websites) {
@@ -68,7 +58,7 @@ char CZPWebsite::ListWebsites(StringVector& websites) {
     std::cout << "server root = " << inclusion.serverRoot << '\n';
     if (inclusion.serverRoot.empty()) {
         std::cout << "cp\n";
-        inclusion.serverRoot = enterUsualServerRoot();
+        inclusion.serverRoot = host::enterFirstOf(host::path::ServerRoots);
         if (inclusion.serverRoot.empty()) {
             return Listed;
         }

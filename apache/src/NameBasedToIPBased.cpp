@@ -28,8 +28,8 @@ int CZPWebsite::NameBasedToIPBased(std::string oldIP, std::string newIP, std::st
         return zp::result::ConfigurationNotOpened;
     }
     const std::string address = conf::inBrackets(newIP);
-    // The address is to be the site's own, so nothing may announce it as shared. A line that names it with a
-    // port stays.
+    // The address is to be the site's own, so nothing may announce it as shared. A line that names it with
+    // a port stays.
     const auto dropAnnouncement = [&](const conf::Line& line) {
         const std::string_view announced = conf::trimEnd(line.argumentOf(keyword::NameVirtualHost));
         if (!conf::equalIgnoringCase(announced, address)) {

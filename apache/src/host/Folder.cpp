@@ -12,6 +12,7 @@ namespace zp::host {
 namespace {
 
 constexpr int OpenFolder = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
+constexpr mode_t ModeBits = 07777;
 
 }  // namespace
 
@@ -69,6 +70,31 @@ std::vector<std::string> filesIn(const std::string& folder) {
 }
 
 bool enterFolder(const std::string& path) { return ::chdir(path.c_str()) == 0; }
+
+std::string enterFirstOf(std::span<const char* const> folders) {
+    for (const char* folder : folders) {
+        if (enterFolder(folder)) {
+            return folder;
+        }
+    }
+    return {};
+}
+
+void setModeOfFolder(const std::string& path, mode_t mode) {
+    const int descriptor = ::open(path.c_str(), OpenFolder | O_NOFOLLOW);
+    if (descriptor >= 0) {
+        static_cast<void>(::fchmod(descriptor, mode));
+        ::close(descriptor);
+    }
+}
+
+std::optional<mode_t> modeOf(const std::string& path) {
+    struct stat status {};
+    if (::stat(path.c_str(), &status) != 0) {
+        return std::nullopt;
+    }
+    return status.st_mode & ModeBits;
+}
 
 bool isFolder(const std::string& path) {
     struct stat status {};

@@ -13,7 +13,9 @@ inline constexpr const char* RunFolder = "/var/run";
 inline constexpr const char* HttpdPidFile = "/var/run/httpd/httpd.pid";
 inline constexpr const char* ModulesFolders[] = {"/usr/lib/httpd/modules", "/usr/lib/apache2/modules",
                                                  "/usr/lib64/httpd/modules", "/usr/lib64/apache2/modules"};
+// Taken for the server root where the configuration names none: the first that can be entered.
 inline constexpr const char* ServerRoots[] = {"/etc/httpd", "/etc/apache2"};
+inline constexpr const char* SharedAddressRoots[] = {"/etc/httpd", "/etc/apache"};
 inline constexpr const char* ScratchFolder = "/etc";
 inline constexpr const char* VirtualDirectoryScratch = "/etc/apactemp1";
 inline constexpr const char* VirtualDirectoryScratchOfInstallation = "/etc/apactemp";

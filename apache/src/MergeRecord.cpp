@@ -1,0 +1,81 @@
+#include "MergeRecord.h"
+
+#include <iostream>
+
+#include "Results.h"
+#include "host/Fields.h"
+#include "host/Folder.h"
+
+using zp::conf::Line;
+using zp::conf::Rewrite;
+namespace keyword = zp::conf::keyword;
+
+namespace zp {
+
+namespace {
+
+constexpr int Updated = 96;
+
+// Holds a block up to its closing line or, where that is another site's, to its ServerName line. True when
+// it is the domain's.
+bool holdBlock(Rewrite& rewrite, const std::string& domain, conf::HeldLines& block) {
+    bool found = false;
+    for (Line line; rewrite.read(line);) {
+        block.hold(line);
+        if (line.begins(keyword::VirtualHostEndTag)) {
+            break;
+        }
+        if (line.begins(keyword::ServerName)) {
+            found = found || line.namesServer(domain);
+            if (!found) {
+                break;
+            }
+        }
+    }
+    return found;
+}
+
+}  // namespace
+
+int mergeRecord(const std::string& configuration, const std::string& scratch, UpdateVHost& record,
+                const MergeRules& rules) {
+    if (configuration.empty()) {
+        return result::NoConfigurationPath;
+    }
+    Rewrite rewrite(configuration, scratch, 1023, Rewrite::Order::ScratchFirst);
+    if (!rewrite.open()) {
+        std::cout << "Error while opening HttpdConfFile\n";
+        return result::ConfigurationNotOpened;
+    }
+    const std::string domain = host::textOf(record.pDomain);
+    StringVector accessModeFolders;
+    conf::HeldLines block;
+    for (Line line; rewrite.read(line);) {
+        if (line.isEmpty()) {
+            continue;
+        }
+        rewrite.keep(line);
+        if (!line.begins(keyword::VirtualHost)) {
+            continue;
+        }
+        block.clear();
+        if (holdBlock(rewrite, domain, block)) {
+            const std::string documentRoot = mergeBlock(rewrite, block, record, rules);
+            accessModeFolders.push_back(rules.accessModeFolder.empty() ? documentRoot
+                                                                       : rules.accessModeFolder);
+        } else {
+            rewrite.keepAll(block.text());
+        }
+    }
+    if (!rewrite.putInPlace()) {  // put in place also when the site is absent
+        return result::ConfigurationNotOpened;
+    }
+    if (record.AccessMode != 0) {
+        for (const std::string& folder : accessModeFolders) {
+            host::setModeOfFolder(folder, record.AccessMode);
+        }
+    }
+    return Updated;
+}
+
+}  // namespace zp
