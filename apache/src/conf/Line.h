@@ -19,6 +19,7 @@ inline constexpr std::string_view DirectoryEnd = "</Directory";
 inline constexpr std::string_view DirectoryEndTag = "</Directory>";
 inline constexpr std::string_view IfModule = "<IfModule";
 inline constexpr std::string_view IfModuleEndTag = "</IfModule>";
+inline constexpr std::string_view AddHandler = "AddHandler";
 inline constexpr std::string_view Alias = "Alias";
 inline constexpr std::string_view CustomLog = "CustomLog";
 inline constexpr std::string_view DirectoryIndex = "DirectoryIndex";
@@ -27,6 +28,7 @@ inline constexpr std::string_view ErrorDocument = "ErrorDocument";
 inline constexpr std::string_view Include = "Include";
 inline constexpr std::string_view LoadModule = "LoadModule";
 inline constexpr std::string_view NameVirtualHost = "NameVirtualHost";
+inline constexpr std::string_view PhpAdminValue = "php_admin_value";
 inline constexpr std::string_view ProxyPass = "ProxyPass";
 inline constexpr std::string_view ProxyPassReverse = "ProxyPassReverse";
 inline constexpr std::string_view Redirect = "Redirect";
@@ -35,6 +37,7 @@ inline constexpr std::string_view ServerAdmin = "ServerAdmin";
 inline constexpr std::string_view ServerAlias = "ServerAlias";
 inline constexpr std::string_view ServerName = "ServerName";
 inline constexpr std::string_view ServerRoot = "ServerRoot";
+inline constexpr std::string_view SuPhpEngine = "suPHP_Engine";
 }  // namespace keyword
 
 // A line as read, without its newline, and its text after leading white space. It refers to the reader's

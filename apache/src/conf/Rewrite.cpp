@@ -10,21 +10,24 @@ void backUp(const std::string& file, const std::string& suffix) {
 }
 
 Rewrite::Rewrite(const std::string& file, const std::string& scratch, size_t bound, Order order,
-                 FinalRead finalRead)
+                 FinalRead finalRead, ScratchFile::Opening opening)
     : file_(file),
-      scratch_(order == Order::ScratchFirst ? openScratch(scratch) : nullptr),
+      scratch_(order == Order::ScratchFirst ? std::make_unique<ScratchFile>(scratch, opening) : nullptr),
       source_(file, bound, finalRead) {
     if (order == Order::SourceFirst && source_.isOpen()) {
-        scratch_ = openScratch(scratch);
+        scratch_ = std::make_unique<ScratchFile>(scratch, opening);
     }
 }
 
-bool Rewrite::putInPlace() {
+bool Rewrite::putInPlace() { return sourceWhole() && scratch_->moveTo(file_); }
+
+bool Rewrite::renameInPlace() { return sourceWhole() && scratch_->renameTo(file_); }
+
+bool Rewrite::sourceWhole() {
     if (source_.failed()) {
         discard();
-        return false;
     }
-    return scratch_->moveTo(file_);
+    return !source_.failed();
 }
 
 void Rewrite::discard() {

@@ -18,7 +18,8 @@ public:
     enum class Order { SourceFirst, ScratchFirst };
 
     Rewrite(const std::string& file, const std::string& scratch, size_t bound,
-            Order order = Order::SourceFirst, FinalRead finalRead = FinalRead::LeftOut);
+            Order order = Order::SourceFirst, FinalRead finalRead = FinalRead::LeftOut,
+            ScratchFile::Opening opening = ScratchFile::Opening::Fresh);
 
     bool sourceOpen() const { return source_.isOpen(); }
     bool scratchOpen() const { return scratch_ != nullptr && scratch_->isOpen(); }
@@ -41,12 +42,11 @@ public:
     // The ends: the scratch copy replaces the file (false, and it is removed, when it is not whole), or it
     // is removed if it is still there. Without either it stays where it is.
     [[nodiscard]] bool putInPlace();
+    [[nodiscard]] bool renameInPlace();  // the same without a command
     void discard();
 
 private:
-    static std::unique_ptr<ScratchFile> openScratch(const std::string& path) {
-        return std::make_unique<ScratchFile>(path);
-    }
+    bool sourceWhole();
 
     std::string file_;
     std::unique_ptr<ScratchFile> scratch_;

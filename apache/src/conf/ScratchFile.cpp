@@ -6,9 +6,12 @@
 
 #include <cerrno>
 #include <climits>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
+#include "conf/Text.h"
+#include "conf/WriteAll.h"
 #include "host/Paths.h"
 #include "host/Shell.h"
 
@@ -29,21 +32,6 @@ int openScratch(const std::string& path, ScratchFile::Opening opening) {
         ::unlink(path.c_str());
     }
     return ::open(path.c_str(), flags | O_EXCL, OwnerOnly);
-}
-
-bool writeAll(int descriptor, const char* data, size_t size) {
-    while (size > 0) {
-        const ssize_t count = ::write(descriptor, data, size);
-        if (count < 0 && errno == EINTR) {
-            continue;
-        }
-        if (count <= 0) {
-            return false;
-        }
-        data += count;
-        size -= static_cast<size_t>(count);
-    }
-    return true;
 }
 
 // The path itself, unless it is a link: then the path of the file behind it.
@@ -79,7 +67,7 @@ ScratchFile::ScratchFile(std::string path, Opening opening)
 ScratchFile::~ScratchFile() { close(); }
 
 void ScratchFile::writeLine(std::string_view text) {
-    if (text.find('\n') != std::string_view::npos) {
+    if (!isOneLine(text)) {
         whole_ = false;
         return;
     }
@@ -99,7 +87,7 @@ void ScratchFile::copyLine(std::string_view raw) {
 
 void ScratchFile::append(std::string_view text) {
     if (text.size() > BufferSize - used_) {
-        whole_ = flush() && (text.size() < BufferSize || writeAll(descriptor_, text.data(), text.size()));
+        whole_ = flush() && (text.size() < BufferSize || writeAll(descriptor_, text));
         if (text.size() >= BufferSize) {
             return;
         }
@@ -111,7 +99,7 @@ void ScratchFile::append(std::string_view text) {
 }
 
 bool ScratchFile::flush() {
-    whole_ = whole_ && isOpen() && writeAll(descriptor_, buffer_.get(), used_);
+    whole_ = whole_ && isOpen() && writeAll(descriptor_, {buffer_.get(), used_});
     used_ = 0;
     return whole_;
 }
@@ -127,14 +115,29 @@ void ScratchFile::close() {
 
 bool ScratchFile::moveTo(const std::string& target) {
     const std::string place = behindLink(target);
-    whole_ = flush() && takeOverModeAndOwner(descriptor_, place);
-    close();
-    if (!whole_) {
-        remove();
+    if (!finishAs(place)) {
         return false;
     }
     host::run({host::program::Move, path_, place});
     return true;
+}
+
+bool ScratchFile::renameTo(const std::string& target) {
+    const std::string place = behindLink(target);
+    if (!finishAs(place)) {
+        return false;
+    }
+    static_cast<void>(!std::rename(path_.c_str(), place.c_str()));
+    return true;
+}
+
+bool ScratchFile::finishAs(const std::string& place) {
+    whole_ = flush() && takeOverModeAndOwner(descriptor_, place);
+    close();
+    if (!whole_) {
+        remove();
+    }
+    return whole_;
 }
 
 void ScratchFile::remove() {

@@ -25,17 +25,22 @@ public:
     void writeLine(std::string_view text);
     // The same for a line that was read, and so holds none.
     void copyLine(std::string_view raw);
+    // A text of many lines, as it stands.
+    void copyText(std::string_view text) { append(text); }
     // True while everything written so far has reached the file.
     [[nodiscard]] bool flush();
 
     // Gives the scratch file the mode and owner of `target` and moves it there; where `target` is a
     // symbolic link, over the file that it points at. False, and the scratch file is removed, when it is
-    // not whole. What "mv" itself answers is not examined.
+    // not whole. Whether the move itself worked is not examined.
     [[nodiscard]] bool moveTo(const std::string& target);
+    // The same without a command.
+    [[nodiscard]] bool renameTo(const std::string& target);
     void remove();
 
 private:
     void append(std::string_view text);
+    bool finishAs(const std::string& place);
     void close();
 
     std::string path_;

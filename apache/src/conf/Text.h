@@ -2,6 +2,7 @@
 #pragma once
 
 #include <optional>
+#include <string>
 #include <string_view>
 
 namespace zp::conf {
@@ -32,6 +33,8 @@ constexpr bool beginsIgnoringCase(std::string_view text, std::string_view beginn
 constexpr bool contains(std::string_view text, std::string_view part) {
     return text.find(part) != std::string_view::npos;
 }
+
+constexpr bool isOneLine(std::string_view text) { return !contains(text, "\n"); }
 
 // The text from its `count`th character on; a shorter text ends there.
 constexpr std::string_view stepOver(std::string_view text, size_t count) {
@@ -118,6 +121,9 @@ constexpr Value leadingValue(std::string_view text) {
     const size_t close = text.find('"', 1);
     return {stepOver(text, 1).substr(0, close - 1), close != std::string_view::npos};
 }
+
+// The text with each `part` (not empty) replaced; what is put in is not looked at again.
+std::string replaceAll(std::string_view text, std::string_view part, std::string_view replacement);
 
 // A number as atoi reads it: white space, a sign, digits; 0 without digits. Too large a number is the
 // largest that fits.

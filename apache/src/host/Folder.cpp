@@ -5,6 +5,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <climits>
 #include <utility>
 
 namespace zp::host {
@@ -13,6 +15,19 @@ namespace {
 
 constexpr int OpenFolder = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
 constexpr mode_t ModeBits = 07777;
+constexpr int MostLinks = 40;  // on one way; the system's own limit
+
+bool onlyAdministratorWrites(int folder) {
+    struct stat status {};
+    return ::fstat(folder, &status) == 0 && (status.st_uid == 0 || status.st_uid == ::geteuid()) &&
+           (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+}
+
+std::string takeFirstName(std::string& path) {
+    std::string name = path.substr(0, path.find('/'));
+    path.erase(0, name.size() + 1);
+    return name;
+}
 
 }  // namespace
 
@@ -22,6 +37,30 @@ std::optional<Folder> Folder::open(const std::string& path) {
         return std::nullopt;
     }
     return Folder(descriptor);
+}
+
+std::optional<Folder> Folder::openGuarded(const std::string& path) {
+    auto folder = open(path.starts_with('/') ? "/" : ".");
+    int links = 0;
+    for (std::string rest = path; folder && !rest.empty();) {
+        const std::string name = takeFirstName(rest);
+        if (name.empty()) {
+            continue;
+        }
+        if (auto next = folder->enter(name)) {
+            folder = std::move(next);
+            continue;
+        }
+        const auto target = folder->administratorsLink(name);
+        if (!target || ++links > MostLinks) {
+            return std::nullopt;
+        }
+        rest = *target + "/" + rest;
+        if (target->starts_with('/')) {
+            folder = open("/");
+        }
+    }
+    return folder;
 }
 
 Folder::Folder(Folder&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
@@ -38,20 +77,43 @@ Folder::~Folder() {
 }
 
 std::optional<Folder> Folder::make(const std::string& name, mode_t mode) const {
-    if (::mkdirat(descriptor_, name.c_str(), mode) != 0) {
+    return ::mkdirat(descriptor_, name.c_str(), mode) == 0 ? enter(name) : std::nullopt;
+}
+
+std::optional<Folder> Folder::makeOrEnter(const std::string& name, mode_t mode) const {
+    const bool there = ::mkdirat(descriptor_, name.c_str(), mode) == 0 || errno == EEXIST;
+    return there ? enter(name) : std::nullopt;
+}
+
+std::optional<Folder> Folder::enter(const std::string& name) const {
+    const int descriptor = ::openat(descriptor_, name.c_str(), OpenFolder | O_NOFOLLOW);
+    if (descriptor < 0) {
         return std::nullopt;
     }
-    const int made = ::openat(descriptor_, name.c_str(), OpenFolder | O_NOFOLLOW);
-    if (made < 0) {
+    return Folder(descriptor);
+}
+
+std::optional<std::string> Folder::administratorsLink(const std::string& name) const {
+    char target[PATH_MAX];
+    const ssize_t length = ::readlinkat(descriptor_, name.c_str(), target, sizeof target);
+    if (length <= 0 || !onlyAdministratorWrites(descriptor_)) {
         return std::nullopt;
     }
-    return Folder(made);
+    return std::string(target, static_cast<size_t>(length));
 }
 
 void Folder::setMode(mode_t mode) const { static_cast<void>(::fchmod(descriptor_, mode)); }
 
 void Folder::setOwner(const Account& account) const {
     static_cast<void>(!::fchown(descriptor_, account.user, account.group));
+}
+
+Location locationOf(const std::string& path) {
+    const size_t slash = path.rfind('/');
+    if (slash == std::string::npos) {
+        return {".", path};
+    }
+    return {path.substr(0, slash == 0 ? 1 : slash), path.substr(slash + 1)};
 }
 
 std::vector<std::string> filesIn(const std::string& folder) {

@@ -17,6 +17,9 @@ class Folder {
 public:
     // An existing folder; a link on the way to it, or in its place, is followed. Absent when there is none.
     static std::optional<Folder> open(const std::string& path);
+    // The same, but only a link that nobody except the administrator can have placed is followed: one in a
+    // folder of root's, or of this process's account, that no group and no other account can write.
+    static std::optional<Folder> openGuarded(const std::string& path);
 
     Folder(Folder&& other) noexcept;
     Folder& operator=(Folder&& other) noexcept;
@@ -27,16 +30,30 @@ public:
     // Makes the folder `name` in this one. Absent when it could not be made or, because something stands in
     // its place, not be opened.
     std::optional<Folder> make(const std::string& name, mode_t mode) const;
+    // The same, but a folder that stands there already will do.
+    std::optional<Folder> makeOrEnter(const std::string& name, mode_t mode) const;
 
     // Exactly this mode, set-ID bits included. Whether it could be set is not examined.
     void setMode(mode_t mode) const;
     void setOwner(const Account& account) const;
 
+    // For the calls that take an open folder and a name; good as long as this object.
+    int descriptor() const { return descriptor_; }
+
 private:
     explicit Folder(int descriptor) : descriptor_(descriptor) {}
 
+    std::optional<Folder> enter(const std::string& name) const;  // never a link
+    std::optional<std::string> administratorsLink(const std::string& name) const;
+
     int descriptor_;
 };
+
+// A path in two: the folder ("." when none is named) and the name in it.
+struct Location {
+    std::string folder, name;
+};
+Location locationOf(const std::string& path);
 
 // The names of a folder's entries that are not folders themselves (a link to one counts as one), in the
 // order in which the system lists them; none when it cannot be read.

@@ -1,6 +1,8 @@
 // Every fixed path and every external program that the library names.
 #pragma once
 
+#include <span>
+
 namespace zp::host {
 
 namespace path {
@@ -19,7 +21,37 @@ inline constexpr const char* SharedAddressRoots[] = {"/etc/httpd", "/etc/apache"
 inline constexpr const char* ScratchFolder = "/etc";
 inline constexpr const char* VirtualDirectoryScratch = "/etc/apactemp1";
 inline constexpr const char* VirtualDirectoryScratchOfInstallation = "/etc/apactemp";
+inline constexpr const char* PerlScratch = "/etc/tempapa1";
 }  // namespace path
+
+// Where suPHP's parts come from and go to.
+namespace suphp {
+inline constexpr const char* Folders[] = {"/var/log/suphp", "/usr/local/etc", "/usr/local/sbin"};
+inline constexpr const char* Program = "/usr/local/sbin/suphp";
+inline constexpr const char* Configuration = "/usr/local/etc/suphp.conf";
+inline constexpr const char* ConfigurationCopy =
+    "/usr/local/etc/.";  // as the copy command names its target
+inline constexpr const char* ConfigurationScratch = "/usr/local/etc/suphp.conf.new";
+inline constexpr const char* Template = "/usr/local/zeplarpanel/config/suphp/suphp.conf";
+inline constexpr const char* ModuleName = "mod_suphp.so";
+
+struct Build {
+    const char *program, *module;
+    std::span<const char* const> modulesFolders;
+};
+inline constexpr const char* ModulesFoldersOf32Bits[] = {"/usr/lib/httpd/modules",
+                                                         "/usr/lib/apache2/modules"};
+inline constexpr Build Of32Bits{"/usr/local/zeplarpanel/config/suphp/suphp_i386",
+                                "/usr/local/zeplarpanel/config/suphp/mod_suphp_i386.so",
+                                ModulesFoldersOf32Bits};
+// The folders without "64" in their name get the 64-bit module too: some distributions use only those.
+inline constexpr const char* ModulesFoldersOf64Bits[] = {
+    "/usr/lib64/httpd/modules", "/usr/lib64/apache2/modules", "/usr/lib/apache2/modules",
+    "/usr/lib/httpd/modules"};
+inline constexpr Build Of64Bits{"/usr/local/zeplarpanel/config/suphp/suphp_x64",
+                                "/usr/local/zeplarpanel/config/suphp/mod_suphp_x64.so",
+                                ModulesFoldersOf64Bits};
+}  // namespace suphp
 
 namespace program {
 inline constexpr const char* Move = "mv";
@@ -27,6 +59,9 @@ inline constexpr const char* Copy = "cp";
 inline constexpr const char* ChangeMode = "chmod";
 inline constexpr const char* ChangeOwner = "chown";
 inline constexpr const char* Archive = "tar";
+inline constexpr const char* Remove = "/bin/rm";
+inline constexpr const char* PasswordTool = "htpasswd";
+inline constexpr const char* Kernel = "/bin/uname -a";
 inline constexpr const char* KernelRelease = "uname -r";
 inline constexpr const char* ServerRootQuery = "apachectl -V | grep HTTPD_ROOT";
 // In the order in which they are asked.

@@ -46,6 +46,18 @@ void run(std::initializer_list<std::string_view> words) {
     static_cast<void>(std::system(commandLine(words).c_str()));
 }
 
+bool runThroughPipe(const std::string& command) {
+    std::cout.flush();
+    FILE* pipe = ::popen(command.c_str(), "re");
+    if (pipe == nullptr) {
+        return false;
+    }
+    while (std::fgetc(pipe) != EOF) {  // a closed pipe could end the command before its work is done
+    }
+    ::pclose(pipe);
+    return true;
+}
+
 std::string firstLine(const std::string& command, size_t limit) {
     std::cout.flush();
     FILE* pipe = ::popen(command.c_str(), "re");

@@ -14,6 +14,10 @@ std::string commandLine(std::initializer_list<std::string_view> words);
 // Runs the command and waits for it. Its exit status is not examined.
 void run(std::initializer_list<std::string_view> words);
 
+// Runs the command through a pipe, its standard output unseen, and waits for it. False when it could not be
+// started; its exit status is not examined.
+[[nodiscard]] bool runThroughPipe(const std::string& command);
+
 // The first line of what the command prints, at most `limit` characters of it, line end included; empty
 // when nothing was printed or the command could not be started.
 std::string firstLine(const std::string& command, size_t limit);
