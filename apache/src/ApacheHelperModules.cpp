@@ -1,11 +1,20 @@
-// Removing a module's block from one domain.
+// Modules: their presence on disk, their LoadModule lines, and their blocks in one domain.
+#include <iostream>
+
 #include "ApacheHelper.h"
+#include "ApacheHelperResults.h"
+#include "CZPWebsite.h"
+#include "conf/AppendLine.h"
 #include "conf/Rewrite.h"
+#include "conf/ServerLevel.h"
+#include "host/Folder.h"
 
 using zp::conf::Line;
+using zp::conf::LineReader;
 using zp::conf::Rewrite;
 namespace conf = zp::conf;
 namespace keyword = zp::conf::keyword;
+namespace result = zp::result;
 
 namespace {
 
@@ -50,7 +59,97 @@ bool copyToModuleBlock(Rewrite& rewrite, const std::string& domain, const std::s
     return false;
 }
 
+constexpr int ModuleFileMissing = 4;
+constexpr int NotAppended = 4;
+constexpr int NoPlace = -1;
+
+std::string moduleFile(const std::string& folder, const std::string& moduleName) {
+    return folder + "/mod_" + moduleName + ".so";
+}
+
+// Of a folder under /usr/lib the whole path; of any other its last part, which the server takes to be
+// relative to its root.
+std::string loadableFolder(const std::string& modulesFolder) {
+    if (conf::contains(modulesFolder, "/usr/lib")) {
+        return modulesFolder;
+    }
+    return modulesFolder.substr(modulesFolder.rfind('/') + 1);
+}
+
+enum class Place { FirstLoadModule, FirstVirtualHost };
+
+bool isPlace(Place place, const Line& line, bool inBlock) {
+    return place == Place::FirstLoadModule ? !inBlock && line.begins(keyword::LoadModule)
+                                           : line.begins(keyword::VirtualHost);
+}
+
+// Copies the file with `entry` before the first such place; NoPlace when it has none.
+int insertBefore(Place place, Rewrite& rewrite, const std::string& entry) {
+    bool inBlock = false;
+    bool done = false;
+    for (Line line; rewrite.read(line);) {
+        if (line.isEmpty()) {
+            continue;
+        }
+        if (!done && isPlace(place, line, inBlock)) {
+            std::cout << (place == Place::FirstLoadModule ? "LoadModule found\n" : "VirtualHost found\n");
+            rewrite.write(entry);
+            done = true;
+        }
+        if (line.begins(keyword::VirtualHost)) {
+            inBlock = true;
+        } else if (line.begins(keyword::VirtualHostEnd)) {
+            inBlock = false;
+        }
+        rewrite.keep(line);
+    }
+    return result::finish(rewrite, done, NoPlace);
+}
+
 }  // namespace
+
+int ApacheHelper::Apache_checkModulePhysicalPath(std::string apacheConfFile, std::string moduleName,
+                                                 bool& isExist) {
+    isExist = false;
+    LineReader reader(apacheConfFile, conf::ServerLevelBound);
+    if (!reader.isOpen()) {
+        return result::FileNotOpened;
+    }
+    Line line;
+    if (!conf::readServerLevel(reader, line)) {  // any line there will do
+        return ModuleFileMissing;
+    }
+    isExist =
+        LineReader(moduleFile(CZPWebsite().getApacheModulesDir(apacheConfFile), moduleName), 0).isOpen();
+    return isExist ? 0 : ModuleFileMissing;
+}
+
+int ApacheHelper::Apache_addModule(std::string apacheConfFile, std::string moduleName) {
+    conf::backUp(apacheConfFile, ".zpbackup.rt");
+    const std::string temporary = apacheConfFile + "_md";
+    Rewrite rewrite(apacheConfFile, temporary, conf::ServerLevelBound);
+    if (!rewrite.open()) {
+        return result::openFailure(rewrite);
+    }
+    const std::string folder = loadableFolder(CZPWebsite().getApacheModulesDir(apacheConfFile));
+    const std::string entry = "LoadModule " + moduleName + "_module " + moduleFile(folder, moduleName);
+    std::cout << "entry=" << entry << '\n';
+    int outcome = insertBefore(Place::FirstLoadModule, rewrite, entry);
+    if (outcome == NoPlace) {
+        Rewrite again(apacheConfFile, temporary, conf::ServerLevelBound);
+        outcome =
+            again.open() ? insertBefore(Place::FirstVirtualHost, again, entry) : result::openFailure(again);
+    }
+    if (outcome != NoPlace) {
+        return outcome;
+    }
+    std::cout << "apending\n";
+    if (!conf::appendLine(apacheConfFile, entry, conf::Links::Followed)) {
+        std::cout << "Unable to open file in append mode\n";
+        return NotAppended;
+    }
+    return 0;
+}
 
 int ApacheHelper::Apache_DeleteVhIfmoduleBlock(std::string apacheConfFile, std::string domainName,
                                                std::string moduleName) {
