@@ -1,0 +1,48 @@
+#include "ApacheHelper.h"
+#include "CZPWebsite.h"
+#include "conf/Handlers.h"
+#include "conf/Rewrite.h"
+#include "conf/SiteDirectoryScan.h"
+#include "host/Fields.h"
+#include "host/Paths.h"
+
+using zp::conf::Line;
+using zp::conf::Rewrite;
+using zp::conf::SiteDirectoryScan;
+namespace conf = zp::conf;
+namespace host = zp::host;
+
+namespace {
+
+constexpr int NotOpened = 21;
+
+bool setsPerlHandler(const Line& line) {
+    return conf::hasKeyword(line, conf::keyword::AddHandler) &&
+           conf::equalIgnoringCase(conf::skipSpace(conf::splitAtBlank(line.text()).rest),
+                                   conf::splitAtBlank(conf::PerlHandler).rest);
+}
+
+}  // namespace
+
+int CZPWebsite::DisablePerl(std::string szDomainName) {
+    const std::string file = host::textOf(HttpdConfFile);
+    std::string documentRoot;
+    ApacheHelper().Apache_getDirectiveInVH(file, szDomainName, "DocumentRoot", documentRoot, true);
+    Rewrite rewrite(file, host::path::PerlScratch, conf::SiteDirectoryBound, Rewrite::Order::ScratchFirst);
+    if (!rewrite.open()) {
+        rewrite.discard();
+        return NotOpened;
+    }
+    SiteDirectoryScan scan(szDomainName, documentRoot, conf::DomainEnd::WithBlock);
+    for (Line line; rewrite.read(line);) {
+        if (line.isEmpty()) {
+            continue;
+        }
+        if (!scan.entersFolder(line) && scan.inFolder() && setsPerlHandler(line)) {
+            scan.leaveFolder();
+            continue;
+        }
+        rewrite.keep(line);
+    }
+    return rewrite.putInPlace() ? 0 : NotOpened;
+}

@@ -1,0 +1,47 @@
+#include <iostream>
+
+#include "CZPWebsite.h"
+#include "Results.h"
+#include "conf/Rewrite.h"
+#include "conf/SiteDirectoryScan.h"
+#include "host/Fields.h"
+
+using zp::conf::Line;
+using zp::conf::Rewrite;
+using zp::conf::SiteDirectoryScan;
+namespace conf = zp::conf;
+namespace host = zp::host;
+namespace keyword = zp::conf::keyword;
+
+namespace {
+
+constexpr int Done = 96;
+
+}  // namespace
+
+int CZPWebsite::Disable_open_basedir(std::string szDomainName, std::string DirPath) {
+    Rewrite rewrite(host::textOf(HttpdConfFile), host::textOf(TEMPFILE), conf::SiteDirectoryBound);
+    if (!rewrite.sourceOpen()) {
+        std::cout << "Error while opening HttpdConfFile\n";
+    }
+    if (!rewrite.open()) {
+        return zp::result::ConfigurationNotOpened;
+    }
+    SiteDirectoryScan scan(szDomainName, DirPath, conf::DomainEnd::AtNextBlock);
+    for (Line line; rewrite.read(line);) {
+        if (line.isEmpty()) {
+            continue;
+        }
+        if (!scan.entersFolder(line) && scan.inFolder()) {
+            const bool dropped = conf::hasKeyword(line, keyword::PhpAdminValue);  // whatever it sets
+            if (dropped || conf::hasKeyword(line, keyword::DirectoryEndTag)) {
+                scan.leaveFolder();
+            }
+            if (dropped) {
+                continue;
+            }
+        }
+        rewrite.keep(line);
+    }
+    return rewrite.putInPlace() ? Done : zp::result::ConfigurationNotOpened;
+}

@@ -1,0 +1,46 @@
+#include <iostream>
+
+#include "ApacheHelper.h"
+#include "CZPWebsite.h"
+#include "conf/Handlers.h"
+#include "conf/Rewrite.h"
+#include "conf/SiteDirectoryScan.h"
+#include "host/Fields.h"
+#include "host/Paths.h"
+
+using zp::conf::Line;
+using zp::conf::Rewrite;
+using zp::conf::SiteDirectoryScan;
+namespace conf = zp::conf;
+namespace host = zp::host;
+
+namespace {
+
+constexpr int NotOpened = 21;
+
+}  // namespace
+
+int CZPWebsite::EnablePerl(std::string szDomainName) {
+    const std::string file = host::textOf(HttpdConfFile);
+    std::string documentRoot;
+    ApacheHelper().Apache_getDirectiveInVH(file, szDomainName, "DocumentRoot", documentRoot, true);
+    Rewrite rewrite(file, host::path::PerlScratch, conf::SiteDirectoryBound, Rewrite::Order::ScratchFirst);
+    if (!rewrite.open()) {
+        rewrite.discard();
+        return NotOpened;
+    }
+    const std::string handler = "\t\t" + std::string(conf::PerlHandler);
+    SiteDirectoryScan scan(szDomainName, documentRoot, conf::DomainEnd::WithBlock);
+    for (Line line; rewrite.read(line);) {
+        if (line.isEmpty()) {
+            continue;
+        }
+        rewrite.keep(line);
+        if (scan.entersFolder(line)) {
+            std::cout << handler << '\n';
+            rewrite.write(handler);  // no look for one that is there: a second call adds a second line
+            scan.leaveDomain();
+        }
+    }
+    return rewrite.putInPlace() ? 0 : NotOpened;
+}

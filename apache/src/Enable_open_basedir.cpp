@@ -1,0 +1,50 @@
+#include <iostream>
+
+#include "CZPWebsite.h"
+#include "Results.h"
+#include "conf/Rewrite.h"
+#include "conf/SiteDirectoryScan.h"
+#include "host/Fields.h"
+
+using zp::conf::Line;
+using zp::conf::Rewrite;
+using zp::conf::SiteDirectoryScan;
+namespace conf = zp::conf;
+namespace host = zp::host;
+namespace keyword = zp::conf::keyword;
+
+namespace {
+
+constexpr int Done = 96;
+
+}  // namespace
+
+int CZPWebsite::Enable_open_basedir(std::string szDomainName, std::string DirPath) {
+    Rewrite rewrite(host::textOf(HttpdConfFile), host::textOf(TEMPFILE), conf::SiteDirectoryBound);
+    if (!rewrite.sourceOpen()) {
+        std::cout << "Error while opening HttpdConfFile\n";
+    }
+    if (!rewrite.open()) {
+        return zp::result::ConfigurationNotOpened;
+    }
+    const std::string restriction = "\t\tphp_admin_value open_basedir \"" + DirPath + "/:/tmp/\"";
+    SiteDirectoryScan scan(szDomainName, DirPath, conf::DomainEnd::AtNextBlock);
+    for (Line line; rewrite.read(line);) {
+        if (line.isEmpty()) {
+            continue;
+        }
+        if (!scan.entersFolder(line) && scan.inFolder()) {
+            // A folder holds one such line at most, so whatever it sets makes room.
+            const bool replaced = conf::hasKeyword(line, keyword::PhpAdminValue);
+            if (replaced || conf::hasKeyword(line, keyword::DirectoryEndTag)) {
+                rewrite.write(restriction);
+                scan.leaveFolder();
+            }
+            if (replaced) {
+                continue;
+            }
+        }
+        rewrite.keep(line);
+    }
+    return rewrite.putInPlace() ? Done : zp::result::ConfigurationNotOpened;
+}
