@@ -1,0 +1,60 @@
+#include "CZPWebsite.h"
+#include "conf/Rewrite.h"
+#include "host/Fields.h"
+
+using zp::conf::Line;
+using zp::conf::Rewrite;
+namespace conf = zp::conf;
+namespace host = zp::host;
+namespace keyword = zp::conf::keyword;
+
+namespace {
+
+constexpr int Done = 96;
+constexpr int NotOpened = 21;
+
+// Where the scan stands: which lines belong to suPHP depends on what went before.
+class SuPhpLines {
+public:
+    bool has(std::string_view text) {
+        if (conf::beginsIgnoringCase(text, keyword::VirtualHost)) {
+            inVirtualHost_ = true;
+        } else if (conf::beginsIgnoringCase(text, keyword::VirtualHostEnd)) {
+            inVirtualHost_ = false;
+        }
+        if (!inVirtualHost_ && conf::contains(text, "IfModule") && conf::contains(text, "mod_suphp")) {
+            inModuleBlock_ = true;
+            return true;
+        }
+        if (inModuleBlock_ && text == keyword::IfModuleEndTag) {
+            inModuleBlock_ = false;
+            return true;
+        }
+        // The engine lines of sites go, too; other lines inside the removed block stay.
+        return conf::contains(text, "suphp_module") || text == "suPHP_Engine On" ||
+               (inModuleBlock_ && conf::contains(text, keyword::SuPhpEngine));
+    }
+
+private:
+    bool inVirtualHost_ = false, inModuleBlock_ = false;
+};
+
+}  // namespace
+
+int CZPWebsite::DisableSuPhpGlobally() {
+    // What an earlier operation left in the scratch file stays in front of the new text: panel components
+    // count on it.
+    Rewrite rewrite(host::textOf(HttpdConfFile), host::textOf(TEMPFILE), conf::LineReader::Unbounded,
+                    Rewrite::Order::SourceFirst, conf::FinalRead::LeftOut,
+                    conf::ScratchFile::Opening::Append);
+    if (!rewrite.open()) {
+        return NotOpened;
+    }
+    SuPhpLines suPhp;
+    for (Line line; rewrite.read(line);) {
+        if (!suPhp.has(conf::skipBlanksThenTabs(line.raw()))) {
+            rewrite.keep(line);
+        }
+    }
+    return rewrite.putInPlace() ? Done : NotOpened;
+}
