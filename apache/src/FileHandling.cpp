@@ -1,0 +1,106 @@
+#include "FileHandling.h"
+
+#include <iostream>
+
+#include "conf/AppendLine.h"
+#include "conf/Rewrite.h"
+#include "host/SiteFile.h"
+
+using zp::conf::Line;
+using zp::conf::LineReader;
+using zp::conf::Rewrite;
+using zp::host::SiteFile;
+namespace conf = zp::conf;
+
+namespace {
+
+constexpr size_t LineBound = 2999;
+
+// A name, its value and the character between them, as a line is asked for.
+struct Parameter {
+    const std::string &name, &value;
+    char delimiter;
+
+    bool isComplete() const { return !name.empty() && !value.empty(); }
+
+    bool isOn(const Line& line) const {
+        if (!line.begins(name)) {
+            return false;
+        }
+        // Said for every line with the name: callers look for it in the output.
+        std::cout << "delimeter contain spaces\n";
+        const std::string_view rest = line.text().substr(name.size());
+        return rest.starts_with(delimiter) && conf::skipSpace(rest.substr(1)) == value;
+    }
+};
+
+bool isComment(const Line& line, char commentChar) { return line.text().starts_with(commentChar); }
+
+enum class Comments { Kept, Dropped };
+
+// Copies the file with `replacement`, or nothing, in the place of each line that carries the parameter.
+// True when there was one; the copy takes the file's place in any case.
+bool replaceLines(const std::string& file, const Parameter& parameter, char commentChar, Comments comments,
+                  const std::string* replacement) {
+    if (file.empty() || !parameter.isComplete() || SiteFile(file).isBlocked()) {
+        return false;
+    }
+    Rewrite rewrite(file, file + "_zpbackup", LineBound, Rewrite::Order::ScratchFirst);
+    if (!rewrite.open()) {
+        rewrite.discard();
+        return false;
+    }
+    bool done = false;
+    for (Line line; rewrite.read(line);) {
+        if (line.isEmpty()) {
+            continue;
+        }
+        if (isComment(line, commentChar)) {
+            if (comments == Comments::Kept) {
+                rewrite.keep(line);
+            }
+        } else if (!parameter.isOn(line)) {
+            rewrite.keep(line);
+        } else {
+            if (replacement != nullptr) {
+                rewrite.write(*replacement);
+            }
+            done = true;
+        }
+    }
+    return rewrite.renameInPlace() && done;
+}
+
+}  // namespace
+
+bool FileHandling::isParamValueExistsInFile(std::string filePath, std::string paramName,
+                                            std::string paramValue, char delimeter, char commentChar) {
+    const Parameter parameter{paramName, paramValue, delimeter};
+    if (filePath.empty() || !parameter.isComplete()) {
+        return false;
+    }
+    LineReader reader(filePath, LineBound);
+    for (Line line; reader.read(line);) {
+        if (!line.isEmpty() && !isComment(line, commentChar) && parameter.isOn(line)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool FileHandling::addParamInFile(std::string filePath, std::string value) {
+    return !SiteFile(filePath).isBlocked() && conf::appendLine(filePath, value, conf::Links::Refused);
+}
+
+bool FileHandling::editParamValueInFile(std::string filePath, std::string paramName, std::string paramValue,
+                                        std::string newParamValue, char delimeter, char commentChar) {
+    // An edit drops every comment of the file, not only one about the parameter: callers count on it.
+    const std::string line = paramName + delimeter + newParamValue;
+    return replaceLines(filePath, {paramName, paramValue, delimeter}, commentChar, Comments::Dropped,
+                        &line);
+}
+
+bool FileHandling::delParamFromFile(std::string filePath, std::string paramName, std::string paramValue,
+                                    char delimeter, char commentChar) {
+    return replaceLines(filePath, {paramName, paramValue, delimeter}, commentChar, Comments::Kept, nullptr);
+}
