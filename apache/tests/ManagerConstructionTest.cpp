@@ -1,15 +1,115 @@
 // What managers say and keep when they are built.
+#include <CZPUsers.h>
+#include <CZPVirtualDirectory.h>
 #include <CZPWebsite.h>
+#include <CustomErrorPages.h>
+#include <PrivateFolder.h>
+#include <RubyOnRails.h>
+#include <WebmailManager.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <ctime>
+#include <filesystem>
+#include <functional>
+
+#include "support/FakeTools.h"
 #include "support/Files.h"
+#include "support/Sites.h"
 #include "support/Watching.h"
 
 using namespace zp::test;
 
-TEST(ManagerConstruction, WebsiteManagerReportsItsModuleAndConfiguration) {
+namespace {
+
+StringVector scratchNamesOf(const FakeTools& tools) {
+    StringVector names;
+    for (const std::string& call : tools.calls()) {
+        names.push_back(call.substr(3, call.rfind(' ') - 3));  // mv NAME FILE
+    }
+    return names;
+}
+
+}  // namespace
+
+TEST(ManagerConstruction, ReportsTheModuleAndNothingElse) {
+    const char* conf = "/etc/httpd/conf/httpd.conf";
+    const StringVector webServer{"module WebServerManager"};
+    const struct {
+        std::function<void(CZPTrackManager*)> build;
+        StringVector reported;
+    } managers[] = {
+        {[](auto* t) { CZPWebsite{t}; }, {"module Apache"}},
+        {[&](auto* t) { CZPWebsite(t, conf); },
+         {"module Apache", "properties HDCFFile=/etc/httpd/conf/httpd.conf"}},
+        {[](auto* t) { CZPVirtualDirectory{t}; }, webServer},
+        {[&](auto* t) { CZPVirtualDirectory(t, conf); }, webServer},
+        {[&](auto* t) { CZPVirtualDirectory(t, conf, "/usr/local/panel"); }, webServer},
+        {[](auto* t) { CZPUsers{t}; }, webServer},
+        {[](auto* t) { CZPUsers(t, "/etc", "example.com", "/secure/area"); }, webServer},
+        {[](auto* t) { CZPUsers(t, nullptr, nullptr, nullptr); }, webServer},
+        {[](auto* t) { WebmailManager{t}; }, {"module WebmailManager"}},
+        {[&](auto* t) { RubyOnRails(t, conf); }, {}},
+        {[](auto* t) { PrivateFolder{t}; }, webServer},
+        {[&](auto* t) { CustomErrorPages(t, conf); }, webServer},
+    };
+    for (const auto& manager : managers) {
+        CZPTrackManager tracking;
+        manager.build(&tracking);
+        EXPECT_EQ(callsOf(tracking), manager.reported);
+        manager.build(nullptr);
+    }
+    RubyOnRails{};
+    CustomErrorPages{};
+}
+
+TEST(ManagerConstruction, WithoutAConfigurationNothingIsTouched) {
+    VHostEntry request = requestFor({}, '1');
+    const auto before = namesIn("/etc");
     CZPTrackManager tracking;
-    const std::string file = scratch("httpd.conf");
-    const CZPWebsite website(&tracking, file.c_str());
-    EXPECT_EQ(callsOf(tracking), (StringVector{"module Apache", "properties HDCFFile=" + file}));
+    EXPECT_EQ(CZPWebsite(&tracking).CreateWebsite(&request), 21);
+    EXPECT_EQ(CZPWebsite(&tracking, "").CreateWebsite(&request), 21);
+    EXPECT_EQ(CZPWebsite(&tracking, nullptr).CreateWebsite(&request), 21);
+    EXPECT_EQ(CZPWebsite().CreateWebsite(&request), 21);
+    EXPECT_EQ(CZPWebsite().EnableHostingLimits(), 1);
+    EXPECT_EQ(namesIn("/etc"), before);
+}
+
+TEST(ManagerConstruction, ManagersOfOneSecondShareTheScratchFile) {
+    const FakeTools tools;
+    tools.watch("mv");
+    const std::string file = scratch("conf/httpd.conf");
+    writeFile(file, "Listen 80\n");
+    time_t second = 0;
+    StringVector expected;
+    do {
+        second = std::time(nullptr);
+        CZPWebsite one(nullptr, file.c_str());
+        CZPWebsite two(nullptr, file.c_str());
+        EXPECT_EQ(one.EnableHostingLimits(), 0);
+        EXPECT_EQ(two.EnableHostingLimits(), 0);
+        expected.insert(expected.end(), 2, scratch("conf/" + std::to_string(second)));
+    } while (std::time(nullptr) != second && expected.size() < 20 && (expected.clear(), true));
+    const auto names = scratchNamesOf(tools);
+    EXPECT_EQ(StringVector(names.end() - 2, names.end()), expected);
+}
+
+TEST(ManagerConstruction, TheScratchFileStandsBesideTheConfiguration) {
+    const FakeTools tools;
+    tools.watch("mv");
+    std::string deep = scratch("deep");
+    while (deep.size() < 700) {
+        deep += "/a-folder-with-a-rather-long-name";
+    }
+    std::filesystem::create_directories(deep);
+    ASSERT_EQ(::chdir(deep.c_str()), 0);
+    for (const std::string& folder : {deep, std::string(".")}) {  // a bare name: the working folder
+        const std::string file = folder == "." ? "httpd.conf" : deep + "/httpd.conf";
+        writeFile(deep + "/httpd.conf", "Listen 80\n");
+        EXPECT_EQ(CZPWebsite(nullptr, file.c_str()).EnableHostingLimits(), 0);
+        const std::string name = scratchNamesOf(tools).back();
+        EXPECT_EQ(name.substr(0, name.rfind('/')), folder);
+        EXPECT_EQ(name.find_first_not_of("0123456789", folder.size() + 1), std::string::npos) << name;
+    }
+    EXPECT_EQ(namesIn(deep), StringVector{"httpd.conf"});
 }

@@ -29,6 +29,6 @@ void check(const FileCase& fileCase);
 inline std::ostream& operator<<(std::ostream& out, const FileCase& fileCase) {
     return out << fileCase.name;
 }
-inline constexpr auto byName = [](const auto& info) { return info.param.name; };
+inline constexpr auto byName = [](const auto& info) { return std::string(info.param.name); };
 
 }  // namespace zp::test

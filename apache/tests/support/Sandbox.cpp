@@ -34,7 +34,7 @@ void mountOn(const std::string& folder, const char* type, const std::string& opt
     must(::mount(type, folder.c_str(), type, 0, options.c_str()) == 0, "mount of " + folder);
 }
 
-void bind(const std::string& source, const std::string& folder) {
+void mountAgain(const std::string& source, const std::string& folder) {
     std::filesystem::create_directories(folder);
     must(::mount(source.c_str(), folder.c_str(), nullptr, MS_BIND, nullptr) == 0, "mount of " + folder);
 }
@@ -51,7 +51,7 @@ void layOutFiles() {
     must(::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0, "private mounts");
     mountOn(SandboxFolder, "tmpfs", "mode=0755");
     // Kept in sight wherever the sources are: an overlay hides what is mounted below its folder.
-    bind(ZP_TEST_CONFIGURATIONS, std::string(SandboxFolder) + "/configurations");
+    mountAgain(ZP_TEST_CONFIGURATIONS, std::string(SandboxFolder) + "/configurations");
     for (const char* folder : {"/etc", "/usr", "/var", "/home"}) {
         overlay(folder);
     }
@@ -121,8 +121,17 @@ void mountSmallDisk(const std::string& folder, const std::string& size) {
     mountOn(folder, "tmpfs", "size=" + size);
 }
 
+void fillDisk(const std::string& folder, size_t room) {
+    const std::string filler = folder + "/filler";
+    std::ofstream out(filler, std::ios::binary);
+    for (const std::string page(4096, 'f'); out.write(page.data(), 4096).flush();) {
+    }
+    out.close();
+    std::filesystem::resize_file(filler, std::filesystem::file_size(filler) - room);
+}
+
 void makeReadOnly(const std::string& folder) {
-    bind(folder, folder);
+    mountAgain(folder, folder);
     must(::mount(nullptr, folder.c_str(), nullptr, MS_BIND | MS_REMOUNT | MS_RDONLY, nullptr) == 0,
          "read-only " + folder);
 }

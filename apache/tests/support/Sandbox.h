@@ -21,8 +21,10 @@ inline constexpr const char* SandboxFolder = "/mnt";
 void addAccount(const std::string& name, uid_t user, gid_t group);
 void addGroup(const std::string& name, gid_t group);
 
-// A file system of this size on a new folder, to be filled up.
+// A file system of this size on a new folder, and its rest taken up but for `room` bytes by a file
+// "filler".
 void mountSmallDisk(const std::string& folder, const std::string& size);
+void fillDisk(const std::string& folder, size_t room = 0);
 // Makes the folder read-only, for root as well.
 void makeReadOnly(const std::string& folder);
 

@@ -2,12 +2,20 @@
 
 #include "support/Sandbox.h"
 
-// What managers leave unreleased on purpose: the name of their scratch file. The sanitizer looks the
-// function up by name. NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
-extern "C" [[gnu::visibility("default")]] const char* __lsan_default_suppressions();
+// Read by the sanitizers of a build that has them, which find the functions by name.
+// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
+extern "C" {
+[[gnu::visibility("default")]] const char* __lsan_default_suppressions();
+[[gnu::visibility("default")]] const char* __asan_default_options();
+
+// What managers leave unreleased on purpose: the name of their scratch file.
 const char* __lsan_default_suppressions() {
     return "leak:CZPWebsite::CZPWebsite\n"
            "leak:CZPUsers::CZPUsers\n";
+}
+
+// Some of those names are made in the C library, through which only the slow way tells who asked for them.
+const char* __asan_default_options() { return "fast_unwind_on_malloc=0"; }
 }
 // NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 

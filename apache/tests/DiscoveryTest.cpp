@@ -1,0 +1,270 @@
+// What managers find out about the host and its web server.
+#include <CZPWebsite.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <filesystem>
+#include <optional>
+
+#include "support/FakeTools.h"
+#include "support/Files.h"
+#include "support/Sandbox.h"
+#include "support/Watching.h"
+
+using namespace zp::test;
+namespace fs = std::filesystem;
+
+namespace {
+
+std::string written(const std::string& text) {
+    const std::string file = scratch("httpd.conf");
+    writeFile(file, text);
+    return file;
+}
+
+volatile std::sig_atomic_t signals = 0;
+
+}  // namespace
+
+TEST(ProductConfiguration, TheFirstLineThatBeginsWithTheKeyDecides) {
+    const std::string long118 = "#" + std::string(117, 'x') + "\n";
+    const struct {
+        std::string text;
+        const char* key;
+        const char* value;  // null: not found
+    } cases[] = {
+        {"WebServerPort = \"81\"\n", "WebServerPort", "81"},
+        {"\n \t webserverPORT=\"81\" and \"82\"", "WebServerPort", "81"},
+        {"WebServerPort=81\nWebServerPort=\"82\"\n", "WebServerPort", nullptr},
+        {"WebServerPort=\"81\nWebServerPort=\"82\"\n", "WebServerPort", nullptr},
+        {"PHPHandler=\"dso\"\nPHP=\"5\"\n", "PHP", "dso"},
+        {"SUexecSetting=\"\"\n", "SUexecSetting", ""},
+        {"\"quoted\" Port=\"81\"\n", "Port", nullptr},
+        {"WebServerPort=\"81\"\n", "", nullptr},
+        {"WebServerPort=\"81\"\n", "Port", nullptr},
+        {long118 + "Port=\"81\"\n", "Port", "81"},
+        {"#" + long118 + "Port=\"81\"\n", "Port", nullptr},
+        {"Port=\"" + std::string(112, '1') + "\"\n", "Port", nullptr},
+    };
+    for (const auto& c : cases) {
+        std::string value = "untouched";
+        EXPECT_EQ(getParamFromZPConfFile(written(c.text), value, c.key), c.value == nullptr ? 0 : 1)
+            << c.text;
+        EXPECT_EQ(value, c.value == nullptr ? "untouched" : c.value) << c.text;
+    }
+    std::string value = "untouched";
+    EXPECT_EQ(getParamFromZPConfFile(scratch("missing"), value, "Port"), 0);
+    EXPECT_EQ(value, "untouched");
+}
+
+TEST(ApacheVersion, IsWhatTheFirstToolWithAnAnswerTells) {
+    const struct {
+        const char *apachectl, *httpd, *apache2;  // null: not installed
+        int major, minor, minorMinor;
+        size_t asked;
+    } cases[] = {
+        {"Server version: Apache/2.4.6 (CentOS)\nServer built: /9.9.9 \n", nullptr, nullptr, 2, 4, 6, 1},
+        {nullptr, "Server version: Apache/2.2.15 (Unix)\r\n", nullptr, 2, 2, 15, 2},
+        {"no\n", "1234\n", "Apache/2.4.57 x", 2, 4, 57, 3},
+        {nullptr, nullptr, nullptr, -1, -1, -1, 3},
+        {"four\n", "five5\n", "Apache/2.4.57 x", -1, -1, -1, 2},
+        {"12345\n", "Apache/2.4.57 x", nullptr, -1, -1, -1, 1},
+        {"Apache/2.4.57\n", nullptr, nullptr, -1, -1, -1, 1},
+        {"Apache 2.4.57 x\n", nullptr, nullptr, -1, -1, -1, 1},
+        {"Apache/2 x\n", nullptr, nullptr, -1, -1, -1, 1},
+        {"Apache/2.4 x\n", nullptr, nullptr, 2, -1, -1, 1},
+        {"Apache/2.4. x\n", nullptr, nullptr, 2, 4, -1, 1},
+        {"Apache/2.4.1-dev x\n", nullptr, nullptr, 2, 4, 1, 1},
+    };
+    for (const auto& c : cases) {
+        fs::remove_all(scratch("tools"));
+        const FakeTools tools;
+        const std::pair<const char*, const char*> programs[] = {
+            {"apachectl", c.apachectl}, {"httpd", c.httpd}, {"apache2", c.apache2}};
+        for (const auto& [program, answer] : programs) {
+            answer == nullptr ? tools.replace(program, "exit 127") : tools.answer(program, answer);
+        }
+        int major = 0;
+        int minor = 0;
+        int minorMinor = 0;
+        const CapturedOutput output;
+        getApacheVersion(major, minor, minorMinor);
+        EXPECT_EQ(output.text(), "major=" + std::to_string(c.major) + "\nminor=" + std::to_string(c.minor) +
+                                     "\nminorMinor=" + std::to_string(c.minorMinor) + "\n");
+        EXPECT_EQ(std::tie(major, minor, minorMinor), std::tie(c.major, c.minor, c.minorMinor));
+        StringVector calls{"apachectl -v", "httpd -v", "apache2 -v"};
+        calls.resize(c.asked);
+        EXPECT_EQ(tools.calls(), calls);
+    }
+}
+
+TEST(ApacheServerRoot, IsTheConfigurationsOrTheServersOwn) {
+    const char* compiled = "Server's -D list\n -D HTTPD_ROOT=\"/opt/apache\"\n -D SUEXEC_BIN=\"/x\"\n";
+    const struct {
+        std::string configuration;
+        const char* server;
+        const char* root;
+    } cases[] = {
+        {"# ServerRoot \"/no\"\nListen 80\nSERVERROOT\t\"/etc/httpd\" \"/x\"\n", compiled, "/etc/httpd"},
+        {" ServerRoot \"/etc/httpd\"\n", compiled, "/opt/apache"},
+        {"ServerRoot /etc/httpd\nServerRoot \"/etc/two\"\n", compiled, "/opt/apache"},
+        {"", compiled, "/opt/apache"},
+        {"", "nothing\n", ""},
+        {"", " -D HTTPD_ROOT=\"/a/path/that/is/longer/than/the/49/characters/read\"\n",
+         "/a/path/that/is/longer/than/the"},
+        {std::string(2998, 'x') + "\nServerRoot \"/etc/httpd\"\n", compiled, "/etc/httpd"},
+        {std::string(2999, 'x') + "\nServerRoot \"/etc/httpd\"\n", compiled, "/opt/apache"},
+    };
+    const FakeTools tools;
+    for (const auto& c : cases) {
+        tools.answer("apachectl", c.server);
+        EXPECT_EQ(CZPWebsite().getApacheServerRoot(written(c.configuration)), c.root) << c.configuration;
+    }
+    EXPECT_EQ(tools.calls().back(), "apachectl -V");
+    EXPECT_EQ(CZPWebsite().getApacheServerRoot(scratch("missing")), "/opt/apache");
+}
+
+TEST(ApachePidFile, IsFoundByItsName) {
+    fs::create_directories("/var/run/apache2");  // a folder is no PID file
+    EXPECT_EQ(CZPWebsite().getApachePIDFilePath(), "");
+    writeFile("/var/run/httpd/httpd.pid", "1");
+    EXPECT_EQ(CZPWebsite().getApachePIDFilePath(), "/var/run/httpd/httpd.pid");
+    writeFile("/var/run/my-httpd.pid", "1");
+    EXPECT_EQ(CZPWebsite().getApachePIDFilePath(), "/var/run/my-httpd.pid");
+    writeFile("/var/run/xapache.pid", "1");
+    EXPECT_EQ(CZPWebsite().getApachePIDFilePath(), "/var/run/xapache.pid");
+}
+
+TEST(ApacheServiceScript, IsFoundByItsExactName) {
+    fs::remove_all("/etc/init.d");
+    EXPECT_EQ(CZPWebsite().getApacheServicePath(), "");
+    writeFile("/etc/init.d/apache3", "");
+    fs::create_directories("/etc/init.d/apache2");
+    EXPECT_EQ(CZPWebsite().getApacheServicePath(), "");
+    for (const char* name : {"apache", "httpd", "httpd2"}) {
+        writeFile(std::string("/etc/init.d/") + name, "");
+        EXPECT_EQ(CZPWebsite().getApacheServicePath(), std::string("/etc/init.d/") + name);
+        fs::remove(std::string("/etc/init.d/") + name);
+    }
+}
+
+TEST(ApacheModulesFolder, IsThatOfTheFirstModuleOrTheFirstKnownOne) {
+    const std::pair<const char*, const char*> configured[] = {
+        {"#LoadModule no_module /no/no.so\nLoadModule a_module /opt/m/a.so\nLoadModule b_module /x/b.so\n",
+         "/opt/m"},
+        {"ServerRoot \"/etc/httpd\"\n loadmodule\ta_module\tmodules/a.so\n", "/etc/httpd/modules"},
+        {"LoadModule a_module \"/opt/m 2/a.so\"\n", "/opt/m 2"},
+    };
+    for (const auto& [text, folder] : configured) {
+        EXPECT_EQ(CZPWebsite().getApacheModulesDir(written(text)), folder);
+    }
+    const std::string none = written("Listen 80\n");
+    fs::remove_all("/usr/lib/apache2");
+    EXPECT_EQ(CZPWebsite().getApacheModulesDir(none), "");
+    for (const char* folder : {"/usr/lib64/apache2/modules", "/usr/lib64/httpd/modules",
+                               "/usr/lib/apache2/modules", "/usr/lib/httpd/modules"}) {
+        fs::create_directories(folder);
+        EXPECT_EQ(CZPWebsite().getApacheModulesDir(none), folder);
+    }
+}
+
+TEST(ApacheUserAndGroup, AreResolvedThroughTheEnvironmentFile) {
+    writeFile("/etc/apache2/envvars",
+              "unset HOME\n# export RUN_USER=wrong\nXRUN_USER=wrong\nexport RUN_USER=www-data\n "
+              "RUN_GROUP=\"web group\"\n");
+    const char *reference = "User ${RUN_USER}\nGroup ${RUN_GROUP}\n",
+               *notOpened = "Error while opening file\n";
+    const struct {
+        const char* text;
+        int result;
+        const char *user, *group, *printed;
+    } cases[] = {
+        {"User apache\nGroup web\n", 0, "apache", "web", ""},
+        {reference, 0, "www-data", "web group", ""},
+        {"<VirtualHost *>\nUser no\n</VirtualHost>\nGroup web\n", 1, "", "", "Apache user not found\n"},
+        {"User ${RUN_USER}\n", 2, "${RUN_USER}", "", "Apache group not found\n"},
+        {"User $RUN_USER\nGroup ${UNKNOWN}\n", 0, "$RUN_USER", "${UNKNOWN}", ""},
+    };
+    for (const auto& c : cases) {
+        std::string user;
+        std::string group;
+        const CapturedOutput output;
+        EXPECT_EQ(CZPWebsite().getApacheUserGroup(written(c.text), user, group), c.result) << c.text;
+        EXPECT_EQ(user + "|" + group, std::string(c.user) + "|" + c.group);
+        EXPECT_EQ(output.text(), c.printed);
+    }
+    fs::remove("/etc/apache2/envvars");
+    std::string user;
+    std::string group;
+    const CapturedOutput output;
+    EXPECT_EQ(CZPWebsite().getApacheUserGroup(written(reference), user, group), 0);
+    EXPECT_EQ(output.text(), std::string(notOpened) + notOpened);
+}
+
+TEST(PathOwner, IsTheFirstAccountWithItsNumber) {
+    addAccount("first", 4321, 1);
+    addAccount("second", 4321, 1);
+    const std::string file = written("");
+    EXPECT_EQ(GetPathOwner(file), "root");
+    ASSERT_EQ(::chown(file.c_str(), 4321, 1), 0);
+    EXPECT_EQ(GetPathOwner(file), "first");
+    ASSERT_EQ(::chown(file.c_str(), 4322, 1), 0);
+    EXPECT_EQ(GetPathOwner(file), "");
+    EXPECT_EQ(GetPathOwner(scratch("missing")), "");
+    fs::remove("/etc/passwd");
+    EXPECT_EQ(GetPathOwner("/"), "");
+}
+
+TEST(GracefulRestart, SignalsTheProcessOfThePidFile) {
+    std::signal(SIGUSR1, [](int) { signals = signals + 1; });
+    const std::string self = std::to_string(::getpid());
+    const std::pair<std::string, int> files[] = {
+        {self, 0},       {"  " + self + "\nrest\n", 0}, {"0\n", 1}, {"-1\n", 1}, {"", 1}, {"x" + self, 1},
+        {"4194305\n", 1}};
+    int expected = 0;
+    for (const auto& [text, result] : files) {
+        EXPECT_EQ(CZPWebsite().CmdApchRestart(written(text).c_str()), result) << text;
+        expected += result == 0 ? 1 : 0;
+        EXPECT_EQ(signals, expected) << text;
+    }
+    EXPECT_EQ(CZPWebsite().CmdApchRestart(scratch("missing").c_str()), 1);
+    EXPECT_EQ(CZPWebsite().CmdApchRestart(nullptr), 1);
+    EXPECT_EQ(signals, expected);
+}
+
+TEST(CloudLinux, IsKnownByItsReleaseFileOrItsKernel) {
+    const FakeTools tools;
+    const std::pair<const char*, bool> kernels[] = {{"6.1.0-amd64\n", false},
+                                                    {"2.6.32-458.18.1.lve1.2.44.el6\n", true},
+                                                    {"2.6.32.LVE\n", false},
+                                                    {"x\nlve\n", false}};
+    for (const auto& [release, isCloudLinux] : kernels) {
+        tools.answer("uname", release);
+        EXPECT_EQ(CZPWebsite().ISCloudLinux(), isCloudLinux) << release;
+    }
+    EXPECT_EQ(tools.calls().back(), "uname -r");
+    tools.replace("uname", "exit 1");
+    EXPECT_FALSE(CZPWebsite().ISCloudLinux());
+    writeFile("/etc/CloudLinux-release", "");
+    EXPECT_TRUE(CZPWebsite().ISCloudLinux());
+}
+
+TEST(HighestLveId, IsTheLargestLiveOne) {
+    const std::string longLine(100'000, 'x');
+    const std::pair<std::string, int> files[] = {
+        {"LVEId 1003\nLVEId 1010\n", 1010},
+        {"  \t\tLVEId 1010\n\tLVEId 1003", 1010},
+        {"  \t#LVEId 1010\n#LVEId 1010\nlveid 1020\n", 1000},
+        {"", 1000},
+        {"LVEId\t1005\n", 0},
+        {"\t LVEId 1005\n", 0},  // the blank behind the tab is the first of the line
+        {"SomeLVEId 1007 x\n", 1007},
+        {longLine + "\nLVEId 1005\n", 1005},
+    };
+    for (const auto& [text, id] : files) {
+        EXPECT_EQ(CZPWebsite().ExtractHighestLVEid(written(text)), id) << text.substr(0, 100);
+    }
+    EXPECT_EQ(CZPWebsite().ExtractHighestLVEid(scratch("missing")), 0);
+}
