@@ -81,6 +81,8 @@ public:
 
     bool inUnnamedBlock() const { return state_ == State::Unnamed; }
     bool inDomain() const { return state_ == State::Domain; }
+    // Inside a block whose name has not turned out to be another.
+    bool mayBeInDomain() const { return state_ != State::Outside; }
 
 private:
     enum class State { Outside, Unnamed, Domain };

@@ -3,6 +3,7 @@
 
 #include <cstring>
 #include <string>
+#include <string_view>
 
 namespace zp::host {
 
@@ -13,6 +14,12 @@ inline std::string textOf(const char* pointer) {
 template <size_t Size>
 std::string fieldText(const char (&field)[Size]) {
     return {field, ::strnlen(field, Size)};
+}
+
+// What does not fit into the field is cut off.
+template <size_t Size>
+void setField(char (&field)[Size], std::string_view text) {
+    field[text.copy(field, Size - 1)] = '\0';
 }
 
 }  // namespace zp::host

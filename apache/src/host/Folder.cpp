@@ -158,6 +158,13 @@ std::optional<mode_t> modeOf(const std::string& path) {
     return status.st_mode & ModeBits;
 }
 
+std::string withoutTrailingSlashes(std::string path) {
+    while (path.size() > 1 && (path.ends_with('/') || path.ends_with("/."))) {
+        path.pop_back();
+    }
+    return path;
+}
+
 bool isFolder(const std::string& path) {
     struct stat status {};
     return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
@@ -165,7 +172,7 @@ bool isFolder(const std::string& path) {
 
 bool isLink(const std::string& path) {
     struct stat status {};
-    return ::lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode);
+    return ::lstat(withoutTrailingSlashes(path).c_str(), &status) == 0 && S_ISLNK(status.st_mode);
 }
 
 bool exists(const std::string& path) { return ::access(path.c_str(), F_OK) == 0; }

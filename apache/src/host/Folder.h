@@ -70,8 +70,11 @@ void setModeOfFolder(const std::string& path, mode_t mode);
 // The permission bits, set-ID bits included, of what the path leads to.
 std::optional<mode_t> modeOf(const std::string& path);
 
+// The same place, named so that a link in it is not followed: without "/" and "/." at the end.
+std::string withoutTrailingSlashes(std::string path);
+
 bool isFolder(const std::string& path);  // a link to one counts
-bool isLink(const std::string& path);
+bool isLink(const std::string& path);    // also when it is written with "/" at its end
 bool exists(const std::string& path);
 
 }  // namespace zp::host

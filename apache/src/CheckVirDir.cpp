@@ -1,0 +1,56 @@
+#include <iostream>
+
+#include "CZPVirtualDirectory.h"
+#include "Results.h"
+#include "conf/Alias.h"
+#include "conf/LineReader.h"
+#include "host/Fields.h"
+#include "host/File.h"
+#include "host/Report.h"
+
+using zp::host::fieldText;
+namespace conf = zp::conf;
+namespace host = zp::host;
+
+namespace {
+
+constexpr char Found = 125;
+constexpr char NotFound = 88;
+constexpr char MalformedAlias = 1;
+
+}  // namespace
+
+char CZPVirtualDirectory::CheckVirDir(SDDir* ObjDDir) {
+    const std::string domain = fieldText(ObjDDir->DomainName);
+    const std::string name = fieldText(ObjDDir->DirName);
+    host::report(TrackManager, "CheckVirDir",
+                 {{"ObjDDir->DomainName", domain}, {"ObjDDir->DirName", name}});
+    const std::string configuration = host::textOf(HttpdConfFile);
+    if (configuration.empty()) {
+        return zp::result::NoConfigurationPath;
+    }
+    conf::LineReader reader(configuration, conf::LineReader::Unbounded);
+    if (!reader.isOpen()) {
+        std::cout << "Error opening HttpdConfFile file\n";
+        return zp::result::ConfigurationNotOpened;
+    }
+    conf::FirstNameScope scope(domain);
+    for (conf::Line line; reader.read(line);) {
+        if (!conf::isAliasIn(scope, line)) {
+            continue;
+        }
+        std::string_view found = line.argumentOf(conf::keyword::Alias);
+        if (found.starts_with('/')) {  // else the name is the whole rest of the line
+            found.remove_prefix(1);
+            if (!conf::contains(found, " ")) {
+                host::removeFile(host::textOf(TEMPFILE));  // though nothing was written there
+                return MalformedAlias;
+            }
+            found = conf::splitAtBlank(found).keyword;
+        }
+        if (conf::equalIgnoringCase(found, name)) {
+            return Found;
+        }
+    }
+    return NotFound;
+}

@@ -1,0 +1,139 @@
+#include <iostream>
+
+#include "CZPVirtualDirectory.h"
+#include "CZPWebsite.h"
+#include "Results.h"
+#include "VirtualDirectoryBlock.h"
+#include "conf/Directory.h"
+#include "conf/DomainScope.h"
+#include "host/Fields.h"
+#include "host/Folder.h"
+#include "host/PasswordFile.h"
+#include "host/Paths.h"
+#include "host/Report.h"
+#include "host/Shell.h"
+
+using zp::conf::Line;
+using zp::conf::Rewrite;
+using zp::host::fieldText;
+namespace conf = zp::conf;
+namespace host = zp::host;
+namespace keyword = zp::conf::keyword;
+
+namespace {
+
+constexpr char Created = 83;
+constexpr char Exists = 1;
+constexpr char MalformedDirectory = 87;
+
+constexpr std::string_view HtmlFolder = "/html";
+
+// The folder of the block, as the site's DocumentRoot line decides it: without such a line it is empty.
+std::string folderFor(const Line& documentRoot, const SDDir& record) {
+    if (record.DirPath[0] != '\0') {
+        return fieldText(record.DirPath);
+    }
+    std::string_view root = conf::leadingValue(documentRoot.argumentOf(keyword::DocumentRoot)).text;
+    root.remove_suffix(std::min(root.size(), HtmlFolder.size()));  // whatever its last part is
+    return std::string(root);
+}
+
+// Is the folder a link, or reached through one that the site's owner can have placed?
+bool isElsewhere(const std::string& folder) {
+    return host::isLink(folder) || (host::isFolder(folder) && !host::Folder::openGuarded(folder));
+}
+
+void handOver(const std::string& folder, const std::string& owner) {
+    if (owner.empty() || isElsewhere(folder)) {
+        return;
+    }
+    const std::string account = owner + ":" + host::PanelGroup;
+    host::run({host::program::ChangeOwner, "-R", account, folder});
+    // The account stands here, too, as it always has: the modes are set and chmod complains about the rest.
+    host::run({host::program::ChangeMode, "-R", "705", account, folder});
+}
+
+struct Creation {
+    const SDDir& record;
+    std::string home, owner;
+    bool withRequire;
+
+    explicit Creation(const SDDir& directory)
+        : record(directory),
+          home(fieldText(directory.WebAdminPath) + "/" + fieldText(directory.DomainName)),
+          owner(GetPathOwner(home)),
+          withRequire(zp::serverKnowsRequire()) {}
+
+    void add(Rewrite& rewrite, const std::string& folder) const {
+        std::cout << "Directory Creation\n";
+        handOver(folder, owner);
+        const zp::VirtualDirectoryBlock block{
+            .folder = folder,
+            .runsPerl = record.Options.ExecCGI == '+',  // the update asks PerlEnabled
+            .authenticates = record.AnonAccess == '1',
+            // One for the whole site; the update has one in each folder.
+            .passwordFile = home + "/webusers_" + fieldText(record.DomainName) + ".htpasswd"};
+        zp::writeBlock(rewrite, record, block, withRequire);
+        if (block.authenticates) {
+            host::providePasswordFile(block.passwordFile, owner);
+        }
+    }
+};
+
+// Copies the configuration with a block in each block of the site. A result other than Created: it cannot
+// be added.
+char copyWithDirectory(Rewrite& rewrite, const Creation& creation, bool adding) {
+    conf::FirstNameScope scope(fieldText(creation.record.DomainName));
+    std::string folder;
+    for (Line line; rewrite.read(line);) {
+        if (line.isCommentInFirstColumn()) {
+            rewrite.keep(line);
+            continue;
+        }
+        if (adding && scope.inDomain() && line.begins(keyword::VirtualHostEnd)) {
+            creation.add(rewrite, folder);
+        }
+        rewrite.keep(line);
+        if (scope.enters(line) || scope.leaves(line)) {
+            if (!scope.mayBeInDomain()) {
+                folder.clear();
+            }
+        } else if (scope.mayBeInDomain() && line.begins(keyword::DocumentRoot)) {
+            folder = folderFor(line, creation.record);
+        } else if (scope.inDomain() && line.begins(keyword::Directory)) {
+            const conf::Value existing = conf::folderOf(line);
+            if (!existing.closed) {
+                return MalformedDirectory;
+            }
+            if (conf::equalIgnoringCase(existing.text, folder)) {
+                return Exists;
+            }
+        }
+    }
+    return Created;
+}
+
+}  // namespace
+
+char CZPVirtualDirectory::CreateVirtualDirectory(SDDir* ObjDDir, int AdminFlag) {
+    host::report(TrackManager, "CreateVirtualDirectory",
+                 {{"ObjDDir->DomainName", fieldText(ObjDDir->DomainName)},
+                  {"ObjDDir->DirPath", fieldText(ObjDDir->DirPath)},
+                  {"ObjDDir->Allow", fieldText(ObjDDir->Allow)},
+                  {"ObjDDir->Deny", fieldText(ObjDDir->Deny)}});
+    const std::string configuration = host::textOf(HttpdConfFile);
+    if (configuration.empty()) {
+        return zp::result::NoConfigurationPath;
+    }
+    Rewrite rewrite(configuration, host::textOf(TEMPFILE), conf::LineReader::Unbounded,
+                    Rewrite::Order::SourceFirst, conf::FinalRead::Counted);
+    if (!rewrite.open()) {
+        return rewrite.sourceOpen() ? zp::result::ScratchNotOpened : zp::result::ConfigurationNotOpened;
+    }
+    const char result = copyWithDirectory(rewrite, Creation(*ObjDDir), AdminFlag == 0);
+    if (result != Created) {
+        rewrite.discard();
+        return result;
+    }
+    return rewrite.putInPlace() ? Created : zp::result::ScratchNotOpened;
+}

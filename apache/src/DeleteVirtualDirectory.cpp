@@ -1,0 +1,62 @@
+#include "CZPVirtualDirectory.h"
+#include "Results.h"
+#include "conf/Directory.h"
+#include "conf/Rewrite.h"
+#include "host/Fields.h"
+#include "host/Report.h"
+
+using zp::conf::Line;
+using zp::conf::Rewrite;
+namespace conf = zp::conf;
+namespace host = zp::host;
+namespace keyword = zp::conf::keyword;
+
+namespace {
+
+constexpr char Deleted = 85;
+constexpr char MalformedDirectory = 1;
+
+// Copies the configuration without the folder's blocks and without empty lines. False at a directory line
+// that lacks its closing quote.
+bool copyWithoutDirectory(Rewrite& rewrite, const std::string& folder) {
+    bool removing = false;
+    for (Line line; rewrite.read(line);) {
+        const bool isComment = line.isCommentInFirstColumn();  // kept inside a block that goes, too
+        if (!isComment && line.begins(keyword::Directory) && !conf::opensLongerTag(line)) {
+            const conf::Value found = conf::folderOf(line);
+            if (!found.closed) {
+                return false;
+            }
+            if (found.text == folder) {
+                removing = true;
+            } else {
+                rewrite.write(conf::openingLine(found.text));
+            }
+        } else if (removing && !isComment) {
+            removing = !line.begins(keyword::DirectoryEnd);
+        } else if (!line.isEmpty()) {
+            rewrite.keep(line);
+        }
+    }
+    return true;
+}
+
+}  // namespace
+
+char CZPVirtualDirectory::DeleteVirtualDirectory(const char* pDDir) {
+    const std::string folder = host::textOf(pDDir);
+    host::report(TrackManager, "DeleteVirtualDirectory", {{"pDDir", folder}});
+    const std::string configuration = host::textOf(HttpdConfFile);
+    if (configuration.empty()) {
+        return zp::result::NoConfigurationPath;
+    }
+    Rewrite rewrite(configuration, host::textOf(TEMPFILE), conf::LineReader::Unbounded);
+    if (!rewrite.open()) {
+        return rewrite.sourceOpen() ? zp::result::ScratchNotOpened : zp::result::ConfigurationNotOpened;
+    }
+    if (!copyWithoutDirectory(rewrite, folder)) {
+        rewrite.discard();
+        return MalformedDirectory;
+    }
+    return rewrite.putInPlace() ? Deleted : zp::result::ScratchNotOpened;
+}

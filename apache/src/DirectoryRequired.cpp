@@ -1,0 +1,45 @@
+#include <iostream>
+
+#include "CZPVirtualDirectory.h"
+#include "Results.h"
+#include "conf/Alias.h"
+#include "conf/LineReader.h"
+#include "host/Fields.h"
+#include "host/Report.h"
+
+namespace conf = zp::conf;
+namespace host = zp::host;
+
+namespace {
+
+// Does the text behind the line's first double quote end, with the second one, in exactly this folder?
+bool pointsAt(const conf::Line& alias, const std::string& folder) {
+    const size_t quote = alias.text().find('"');
+    return quote != std::string_view::npos &&
+           conf::equalIgnoringCase(alias.text().substr(quote + 1), folder + '"');
+}
+
+}  // namespace
+
+char CZPVirtualDirectory::DirectoryRequired(std::string DomainName, std::string DirPath) {
+    // The query's name: the panel's log has always shown this call as one.
+    host::report(TrackManager, "GetVirtualDirectoryinfo",
+                 {{"DomainName", DomainName}, {"DirPath", DirPath}});
+    const std::string configuration = host::textOf(HttpdConfFile);
+    if (configuration.empty()) {
+        return zp::result::NoConfigurationPath;
+    }
+    conf::LineReader reader(configuration, conf::LineReader::Unbounded);
+    if (!reader.isOpen()) {
+        std::cout << "Error opening HttpdConfFile file\n";
+        return zp::result::ConfigurationNotOpened;
+    }
+    conf::FirstNameScope scope(DomainName);
+    int hits = 0;
+    for (conf::Line line; reader.read(line);) {
+        if (conf::isAliasIn(scope, line) && pointsAt(line, DirPath)) {
+            ++hits;
+        }
+    }
+    return hits >= 2 ? 1 : 0;
+}

@@ -1,0 +1,148 @@
+#include <iostream>
+
+#include "ApacheHelper.h"
+#include "CZPVirtualDirectory.h"
+#include "Results.h"
+#include "VirtualDirectoryBlock.h"
+#include "conf/Directory.h"
+#include "conf/DomainScope.h"
+#include "host/Fields.h"
+#include "host/PasswordFile.h"
+#include "host/Report.h"
+
+using zp::conf::Line;
+using zp::conf::Rewrite;
+using zp::host::fieldText;
+namespace conf = zp::conf;
+namespace host = zp::host;
+namespace keyword = zp::conf::keyword;
+
+namespace {
+
+constexpr char Updated = 89;
+constexpr char MalformedDirectory = 87;
+
+struct Update {
+    const SDDir& record;
+    const std::string& configuration;
+    std::string domain, folder;
+    bool withRequire;
+
+    Update(const SDDir& directory, const std::string& file)
+        : record(directory),
+          configuration(file),
+          domain(fieldText(directory.DomainName)),
+          folder(fieldText(directory.DirPath)),
+          withRequire(zp::serverKnowsRequire()) {}
+
+    void replaceBlock(Rewrite& rewrite, const std::string& path) const {
+        write(rewrite, path, record.AnonAccess == '1', record.RubyOnRails == '1');
+    }
+
+    // Not as in a replaced block: '0' asks for authentication, and Rails is never set up. The panel fills
+    // its records accordingly.
+    void addBlock(Rewrite& rewrite, const std::string& path) const {
+        write(rewrite, path, record.AnonAccess == '0', false);
+    }
+
+private:
+    void write(Rewrite& rewrite, const std::string& path, bool authenticates, bool runsRails) const {
+        const zp::VirtualDirectoryBlock block{
+            .folder = path,
+            .runsPerl = record.PerlEnabled == '1',  // creation asks ExecCGI
+            .authenticates = authenticates,
+            // In the folder itself; creation has one for the whole site.
+            .passwordFile = folder + "/webusers.htpasswd",
+            .runsRails = runsRails};
+        zp::writeBlock(rewrite, record, block, withRequire);
+        if (authenticates) {
+            host::providePasswordFile(block.passwordFile, administrator());
+        }
+    }
+
+    // The account in the site's ServerAdmin address; empty when there is none.
+    std::string administrator() const {
+        std::string address;
+        ApacheHelper().Apache_getDirectiveInVH(configuration, domain, "ServerAdmin", address, false);
+        const size_t at = address.find('@');
+        return at == std::string::npos ? std::string() : address.substr(0, at);
+    }
+};
+
+// Copies the configuration with the block replaced in, or added to, the first block of the site. False at a
+// directory line that lacks its closing quote.
+bool copyWithUpdate(Rewrite& rewrite, const Update& update) {
+    enum class Stage { Searching, DroppingOldBlock, Done };
+    Stage stage = Stage::Searching;
+    conf::FirstNameScope scope(update.domain);
+    std::string path;
+    for (Line line; rewrite.read(line);) {
+        if (stage == Stage::DroppingOldBlock) {
+            if (line.begins(keyword::DirectoryEndTag)) {
+                stage = Stage::Done;
+            }
+            continue;
+        }
+        if (stage == Stage::Done || line.isCommentInFirstColumn()) {
+            rewrite.keep(line);
+            continue;
+        }
+        if (scope.inDomain() && line.begins(keyword::Directory) && !conf::opensLongerTag(line)) {
+            const conf::Value found = conf::folderOf(line);
+            if (!found.closed) {
+                return false;
+            }
+            if (conf::equalIgnoringCase(found.text, path)) {
+                update.replaceBlock(rewrite, path);
+                stage = Stage::DroppingOldBlock;
+            } else {
+                rewrite.write(conf::openingLine(found.text));
+            }
+            continue;
+        }
+        if (scope.inDomain() && line.begins(keyword::VirtualHostEnd)) {
+            update.addBlock(rewrite, path);
+            stage = Stage::Done;
+        }
+        rewrite.keep(line);
+        if (scope.enters(line) || scope.leaves(line)) {
+            if (scope.inDomain()) {
+                path += update.folder;  // appended: behind a block that never ended, it stands there twice
+            } else if (!scope.mayBeInDomain()) {
+                path.clear();
+            }
+        }
+    }
+    return true;
+}
+
+}  // namespace
+
+char CZPVirtualDirectory::UpdateVirtualDirectory(SDDir* ObjDDir) {
+    host::report(TrackManager, "UpdateVirtualDirectory",
+                 {{"ObjDDir->DomainName", fieldText(ObjDDir->DomainName)},
+                  {"ObjDDir->DirPath", fieldText(ObjDDir->DirPath)},
+                  {"ObjDDir->Allow", fieldText(ObjDDir->Allow)},
+                  {"ObjDDir->Deny", fieldText(ObjDDir->Deny)},
+                  {"ObjDDir->WebAdminPath", fieldText(ObjDDir->WebAdminPath)}});
+    const std::string configuration = host::textOf(HttpdConfFile);
+    if (configuration.empty()) {
+        return zp::result::NoConfigurationPath;
+    }
+    Rewrite rewrite(configuration, host::textOf(TEMPFILE), conf::LineReader::Unbounded);
+    if (!rewrite.sourceOpen()) {
+        std::cout << "Error opening HttpdConfFile file\n";
+        return zp::result::ConfigurationNotOpened;
+    }
+    if (!rewrite.scratchOpen()) {
+        std::cout << "Error opening TEMPFILE file\n";
+        return zp::result::ScratchNotOpened;
+    }
+    std::cout << "ObjDDir->Order=" << int{ObjDDir->Order} << '\n'
+              << "ObjDDir->Allow=" << fieldText(ObjDDir->Allow);
+    if (!copyWithUpdate(rewrite, Update(*ObjDDir, configuration))) {
+        rewrite.discard();
+        return MalformedDirectory;
+    }
+    return rewrite.putInPlace() ? Updated : zp::result::ScratchNotOpened;
+}

@@ -1,0 +1,56 @@
+#include <iostream>
+
+#include "CZPVirtualDirectory.h"
+#include "Results.h"
+#include "conf/Directory.h"
+#include "conf/DomainScope.h"
+#include "conf/LineReader.h"
+#include "host/Fields.h"
+#include "host/File.h"
+#include "host/Report.h"
+
+using zp::host::fieldText;
+namespace conf = zp::conf;
+namespace host = zp::host;
+
+namespace {
+
+constexpr char Exists = 1;
+constexpr char NotFound = 0;
+constexpr char MalformedDirectory = 1;
+
+}  // namespace
+
+char CZPVirtualDirectory::VirtualDirectoryExists(SDDir* ObjDDir) {
+    const std::string domain = fieldText(ObjDDir->DomainName);
+    const std::string folder = fieldText(ObjDDir->DirPath);
+    // The query's name: the panel's log has always shown this call as one.
+    host::report(TrackManager, "GetVirtualDirectoryinfo",
+                 {{"ObjDDir->DomainName", domain}, {"ObjDDir->DirPath", folder}});
+    const std::string configuration = host::textOf(HttpdConfFile);
+    if (configuration.empty()) {
+        return zp::result::NoConfigurationPath;
+    }
+    conf::LineReader reader(configuration, conf::LineReader::Unbounded);
+    if (!reader.isOpen()) {
+        std::cout << "Error opening HttpdConfFile file\n";
+        return zp::result::ConfigurationNotOpened;
+    }
+    // The end of a block is not looked for: what follows up to the next <VirtualHost counts as the site's.
+    conf::FirstNameScope scope(domain);
+    for (conf::Line line; reader.read(line);) {
+        if (line.isCommentInFirstColumn() || scope.enters(line) || !scope.inDomain() ||
+            !line.begins(conf::keyword::Directory)) {
+            continue;
+        }
+        const conf::Value found = conf::folderOf(line);
+        if (!found.closed) {
+            host::removeFile(host::textOf(TEMPFILE));  // though nothing was written there
+            return MalformedDirectory;
+        }
+        if (conf::equalIgnoringCase(found.text, folder)) {
+            return Exists;
+        }
+    }
+    return NotFound;
+}

@@ -1,0 +1,40 @@
+#include "CZPVirtualDirectory.h"
+#include "Results.h"
+#include "conf/Alias.h"
+#include "conf/LineReader.h"
+#include "host/Fields.h"
+#include "host/Report.h"
+
+namespace conf = zp::conf;
+namespace host = zp::host;
+
+namespace {
+
+constexpr char Listed = 0;
+
+}  // namespace
+
+char CZPVirtualDirectory::VirtualDirectoryList(const char* DomainName, StringVector* DDirList) {
+    host::report(TrackManager, "VirtualDirectoryList", {host::NoArgument});
+    const std::string configuration = host::textOf(HttpdConfFile);
+    if (configuration.empty()) {
+        return zp::result::NoConfigurationPath;
+    }
+    conf::LineReader reader(configuration, conf::LineReader::Unbounded);
+    if (!reader.isOpen()) {
+        return zp::result::ConfigurationNotOpened;
+    }
+    conf::FirstNameScope scope(host::textOf(DomainName));
+    for (conf::Line line; reader.read(line);) {
+        if (conf::isAliasIn(scope, line)) {
+            const conf::Alias alias = conf::aliasOn(line);
+            if (alias.hasTarget) {
+                DDirList->emplace_back(alias.target);
+                DDirList->emplace_back(conf::stepOver(alias.name, 1));  // without its "/"
+            }
+        } else if (!line.isCommentInFirstColumn()) {
+            scope.leaves(line, conf::keyword::VirtualHostEndTag);
+        }
+    }
+    return Listed;
+}

@@ -1,0 +1,12 @@
+// Password files of the web server, in folders where a site's owner can write.
+#pragma once
+
+#include <string>
+
+namespace zp::host {
+
+// Makes an empty password file unless there is one, and gives the file to `owner` and the panel's group (no
+// owner: to nobody). Where a link of somebody else's is in the way, nothing is done.
+void providePasswordFile(const std::string& path, const std::string& owner);
+
+}  // namespace zp::host
