@@ -21,6 +21,7 @@ inline constexpr const char* SharedAddressRoots[] = {"/etc/httpd", "/etc/apache"
 inline constexpr const char* ScratchFolder = "/etc";
 inline constexpr const char* VirtualDirectoryScratch = "/etc/apactemp1";
 inline constexpr const char* VirtualDirectoryScratchOfInstallation = "/etc/apactemp";
+inline constexpr const char* WebUsers = "/etc/webusers/passwd.";  // then the domain
 inline constexpr const char* PerlScratch = "/etc/tempapa1";
 }  // namespace path
 

@@ -1,0 +1,47 @@
+#include <iostream>
+
+#include "CZPUsers.h"
+#include "conf/AppendLine.h"
+#include "conf/LineReader.h"
+#include "conf/WebUser.h"
+#include "host/Report.h"
+#include "host/WebUsers.h"
+
+namespace conf = zp::conf;
+namespace host = zp::host;
+
+namespace {
+
+constexpr char Added = 77;
+constexpr char Exists = 54;
+constexpr char NotPossible = 78;
+
+// A name with a colon would be read back as another user's.
+bool isUserName(const std::string& name) { return !name.empty() && !conf::contains(name, ":"); }
+
+}  // namespace
+
+char CZPUsers::UserCreate(const char* UserName, const char* Passwd) {
+    const std::string name = host::textOf(UserName);
+    const std::string password = host::textOf(Passwd);
+    host::report(TrackManager, "UserCreate", {{"UserName", name}, {"Passwd", password}});
+    const std::string file = host::webUsersFile(InsFolder, DomainName, FolderPath);
+    conf::LineReader reader(file, conf::LineReader::Unbounded);
+    if (!reader.isOpen()) {
+        std::cout << "Error opening passwd file\n";
+        return NotPossible;
+    }
+    if (!isUserName(name)) {
+        return NotPossible;
+    }
+    for (conf::Line line; reader.read(line);) {
+        if (conf::isLineOfUser(line, name)) {
+            return Exists;
+        }
+    }
+    if (!conf::appendLine(file, conf::webUserLine(name, password), conf::Links::Followed)) {
+        std::cout << "Error opening file\n";
+        return NotPossible;
+    }
+    return Added;
+}

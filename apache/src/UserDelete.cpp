@@ -1,0 +1,33 @@
+#include "CZPUsers.h"
+#include "Results.h"
+#include "conf/Rewrite.h"
+#include "conf/WebUser.h"
+#include "host/Report.h"
+#include "host/WebUsers.h"
+
+using zp::conf::Line;
+using zp::conf::Rewrite;
+namespace conf = zp::conf;
+namespace host = zp::host;
+
+namespace {
+
+constexpr char Done = 79;  // also when there was no such user
+
+}  // namespace
+
+char CZPUsers::UserDelete(const char* UserName) {
+    const std::string name = host::textOf(UserName);
+    host::report(TrackManager, "UserDelete", {{"UserName", name}});
+    Rewrite rewrite(host::webUsersFile(InsFolder, DomainName, FolderPath), host::textOf(TEMPFILE),
+                    conf::LineReader::Unbounded);
+    if (!rewrite.open()) {
+        return rewrite.sourceOpen() ? zp::result::ScratchNotOpened : zp::result::ConfigurationNotOpened;
+    }
+    for (Line line; rewrite.read(line);) {
+        if (!line.isEmpty() && !conf::isLineOfUser(line, name)) {
+            rewrite.keep(line);
+        }
+    }
+    return rewrite.putInPlace() ? Done : zp::result::ScratchNotOpened;
+}

@@ -1,0 +1,35 @@
+#include <iostream>
+
+#include "CZPUsers.h"
+#include "Results.h"
+#include "conf/LineReader.h"
+#include "conf/WebUser.h"
+#include "host/Report.h"
+#include "host/WebUsers.h"
+
+namespace conf = zp::conf;
+namespace host = zp::host;
+
+namespace {
+
+constexpr char Listed = 81;
+
+}  // namespace
+
+char CZPUsers::UserExist(StringVector* UserList) {
+    host::report(TrackManager, "UserExist", {host::NoArgument});
+    conf::LineReader reader(host::webUsersFile(InsFolder, DomainName, FolderPath),
+                            conf::LineReader::Unbounded);
+    if (!reader.isOpen()) {
+        std::cout << "Error opening HttpdConfFile file\n";
+        return zp::result::ConfigurationNotOpened;
+    }
+    for (conf::Line line; reader.read(line);) {
+        const auto name = conf::webUserOn(line);
+        if (!name) {
+            break;  // UserList goes on
+        }
+        UserList->emplace_back(*name);
+    }
+    return Listed;
+}

@@ -1,0 +1,30 @@
+#include "CZPUsers.h"
+#include "Results.h"
+#include "conf/LineReader.h"
+#include "conf/WebUser.h"
+#include "host/Report.h"
+#include "host/WebUsers.h"
+
+namespace conf = zp::conf;
+namespace host = zp::host;
+
+namespace {
+
+constexpr char Listed = 82;
+
+}  // namespace
+
+char CZPUsers::UserList(StringVector* UserList) {
+    host::report(TrackManager, "UserList", {host::NoArgument});
+    conf::LineReader reader(host::webUsersFile(InsFolder, DomainName, FolderPath),
+                            conf::LineReader::Unbounded);
+    if (!reader.isOpen()) {
+        return zp::result::ConfigurationNotOpened;
+    }
+    for (conf::Line line; reader.read(line);) {
+        if (const auto name = conf::webUserOn(line)) {
+            UserList->emplace_back(*name);
+        }
+    }
+    return Listed;
+}
