@@ -67,6 +67,21 @@ int connectTo(const std::string& address, const std::string& port) {
     return descriptor;
 }
 
+std::string base64(const std::string& text) {
+    constexpr const char* digits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    std::string encoded;
+    for (size_t i = 0; i < text.size(); i += 3) {
+        unsigned bits = 0;
+        for (size_t j = i; j < i + 3; ++j) {
+            bits = bits << 8U | (j < text.size() ? static_cast<unsigned char>(text[j]) : 0U);
+        }
+        for (size_t j = 0; j < 4; ++j) {
+            encoded += i + j > text.size() ? '=' : digits[bits >> (18 - 6 * j) & 63U];
+        }
+    }
+    return encoded;
+}
+
 }  // namespace
 
 LiveApache::LiveApache() {
@@ -111,13 +126,16 @@ void LiveApache::stop() {
 }
 
 LiveApache::Answer LiveApache::get(const std::string& host, const std::string& path,
-                                   const std::string& address, const std::string& port) {
+                                   const std::string& address, const std::string& port,
+                                   const std::string& credentials) {
     const int descriptor = connectTo(address, port);
     if (descriptor < 0) {
         return {};
     }
+    const std::string identity =
+        credentials.empty() ? "" : "Authorization: Basic " + base64(credentials) + "\r\n";
     const std::string request =
-        "GET " + path + " HTTP/1.1\r\nHost: " + host + "\r\nConnection: close\r\n\r\n";
+        "GET " + path + " HTTP/1.1\r\nHost: " + host + "\r\n" + identity + "Connection: close\r\n\r\n";
     std::string answer;
     if (::send(descriptor, request.data(), request.size(), MSG_NOSIGNAL) >= 0) {
         char buffer[4096];

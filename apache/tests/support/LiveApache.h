@@ -35,7 +35,12 @@ public:
     void stop();
 
     static Answer get(const std::string& host, const std::string& path = "/",
-                      const std::string& address = "127.0.0.1", const std::string& port = "80");
+                      const std::string& address = "127.0.0.1", const std::string& port = "80",
+                      const std::string& credentials = "");
+    // The same as a web user: "name:password".
+    static Answer getAs(const std::string& credentials, const std::string& host, const std::string& path) {
+        return get(host, path, "127.0.0.1", "80", credentials);
+    }
 
 private:
     static pid_t server();  // 0 when none runs
