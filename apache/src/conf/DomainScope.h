@@ -4,7 +4,9 @@
 // may name the domain, or the first one decides.
 #pragma once
 
+#include <string>
 #include <string_view>
+#include <utility>
 
 #include "conf/Line.h"
 
@@ -16,8 +18,8 @@ enum class OtherName { Ignored, EndsDomain };
 
 class AnyNameScope {
 public:
-    explicit AnyNameScope(std::string_view domain, OtherName otherName = OtherName::Ignored)
-        : domain_(domain), otherName_(otherName) {}
+    explicit AnyNameScope(std::string domain, OtherName otherName = OtherName::Ignored)
+        : domain_(std::move(domain)), otherName_(otherName) {}
 
     // Takes note of a line that opens a block, or of a ServerName line inside one; false for any other
     // line.
@@ -49,7 +51,7 @@ public:
     void leaveDomain() { inDomain_ = false; }
 
 private:
-    std::string_view domain_;
+    std::string domain_;
     OtherName otherName_;
     bool inBlock_ = false, inDomain_ = false;
 };
@@ -57,7 +59,7 @@ private:
 // The first ServerName line of a block decides: with another name the rest of the block is passed over.
 class FirstNameScope {
 public:
-    explicit FirstNameScope(std::string_view domain) : domain_(domain) {}
+    explicit FirstNameScope(std::string domain) : domain_(std::move(domain)) {}
 
     bool enters(const Line& line) {
         if (line.begins(keyword::VirtualHost)) {
@@ -87,7 +89,7 @@ public:
 private:
     enum class State { Outside, Unnamed, Domain };
 
-    std::string_view domain_;
+    std::string domain_;
     State state_ = State::Outside;
 };
 
