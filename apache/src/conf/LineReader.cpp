@@ -11,7 +11,7 @@ namespace zp::conf {
 
 namespace {
 
-constexpr size_t BufferSize = size_t{64} * 1024;  // more than any operation's bound
+constexpr size_t BufferSize = size_t{256} * 1024;  // more than any operation's bound
 
 // Opening never waits for a writer: a pipe is refused, like a folder.
 int openFile(const std::string& path) {
@@ -25,13 +25,16 @@ int openFile(const std::string& path) {
     return descriptor;
 }
 
+// The last block that is searched may reach behind what was read.
+char* newBuffer(size_t capacity) { return new char[capacity + NewlineBlock]; }
+
 }  // namespace
 
 LineReader::LineReader(const std::string& path, size_t bound, FinalRead finalRead)
     : descriptor_(openFile(path)),
       bound_(bound),
       finalRead_(finalRead),
-      buffer_(isOpen() ? new char[BufferSize] : nullptr),
+      buffer_(isOpen() ? newBuffer(BufferSize) : nullptr),
       capacity_(BufferSize) {}
 
 LineReader::~LineReader() {
@@ -40,34 +43,19 @@ LineReader::~LineReader() {
     }
 }
 
-bool LineReader::read(Line& line, size_t bound) {
+bool LineReader::readOn(Line& line, size_t bound) {
     if (ended_ || !isOpen()) {
         return false;
     }
-    size_t searched = 0;
-    for (;;) {
-        const char* start = buffer_.get() + begin_;
-        const void* newline = std::memchr(start + searched, '\n', end_ - begin_ - searched);
-        if (newline != nullptr) {
-            const auto length = static_cast<size_t>(static_cast<const char*>(newline) - start);
-            if (length > bound) {
-                return end();
-            }
-            line = Line({start, length});
-            begin_ += length + 1;
-            return true;
-        }
-        searched = end_ - begin_;
-        if (searched > bound) {
-            return end();
-        }
-        if (!fill()) {
-            break;
-        }
+    if (end_ - begin_ > bound) {
+        return end();
     }
-    ended_ = true;
-    line = Line({buffer_.get() + begin_, searched});
-    return !failed_ && (searched > 0 || finalRead_ == FinalRead::Counted);
+    if (fill()) {
+        return read(line, bound);
+    }
+    line = Line({buffer_.get() + begin_, end_ - begin_});
+    end();
+    return !failed_ && (!line.isEmpty() || finalRead_ == FinalRead::Counted);
 }
 
 bool LineReader::fill() {
@@ -76,7 +64,7 @@ bool LineReader::fill() {
     }
     const size_t held = end_ - begin_;
     if (held == capacity_) {  // only a line without a bound fills the whole buffer
-        std::unique_ptr<char[]> larger(new char[capacity_ * 2]);
+        std::unique_ptr<char[]> larger(newBuffer(capacity_ * 2));
         std::memcpy(larger.get(), buffer_.get() + begin_, held);
         buffer_ = std::move(larger);
         capacity_ *= 2;
@@ -92,11 +80,16 @@ bool LineReader::fill() {
     failed_ = count < 0;
     atFileEnd_ = count <= 0;
     end_ += count > 0 ? static_cast<size_t>(count) : 0;
+    std::memset(buffer_.get() + end_, 0, NewlineBlock);
+    block_ = 0;
+    newlines_ = newlinesIn(buffer_.get());
     return !atFileEnd_;
 }
 
 bool LineReader::end() {
     ended_ = true;
+    begin_ = block_ = end_;
+    newlines_ = 0;
     return false;
 }
 

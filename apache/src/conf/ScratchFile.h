@@ -1,6 +1,7 @@
 // The new text of a file, on its way into the place of the old one.
 #pragma once
 
+#include <cstring>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -24,7 +25,16 @@ public:
     // Writes one line and its newline. A text that holds a newline is refused: it counts as a failed write.
     void writeLine(std::string_view text);
     // The same for a line that was read, and so holds none.
-    void copyLine(std::string_view raw);
+    void copyLine(std::string_view raw) {
+        if (raw.size() < BufferSize - used_ && isOpen()) {
+            std::memcpy(buffer_.get() + used_, raw.data(), raw.size());
+            used_ += raw.size();
+            buffer_[used_++] = '\n';
+            return;
+        }
+        append(raw);
+        append("\n");
+    }
     // A text of many lines, as it stands.
     void copyText(std::string_view text) { append(text); }
     // True while everything written so far has reached the file.
@@ -39,6 +49,8 @@ public:
     void remove();
 
 private:
+    static constexpr size_t BufferSize = size_t{256} * 1024;
+
     void append(std::string_view text);
     bool finishAs(const std::string& place);
     void close();
@@ -47,6 +59,7 @@ private:
     int descriptor_ = -1;
     bool whole_ = true;
     size_t used_ = 0;
+    unsigned flushes_ = 0;
     std::unique_ptr<char[]> buffer_;
 };
 

@@ -1,6 +1,8 @@
 // Questions about a piece of text, in the C locale's terms: letter case and white space are ASCII.
 #pragma once
 
+#include <cstdint>
+#include <cstring>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -13,19 +15,29 @@ constexpr bool isLetter(char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && 
 
 constexpr char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c; }
 
-constexpr bool equalIgnoringCase(std::string_view a, std::string_view b) {
-    if (a.size() != b.size()) {
+constexpr bool equalIgnoringCase(char a, char b) { return a == b || lower(a) == lower(b); }
+
+// The first eight characters in one number, which is the same whatever the case of letters.
+inline uint64_t firstEight(std::string_view text) {
+    uint64_t eight = 0;
+    std::memcpy(&eight, text.data(), sizeof eight);
+    return eight | 0x2020202020202020;
+}
+
+inline bool equalIgnoringCase(std::string_view a, std::string_view b) {
+    // Texts that differ mostly do so here, in one step.
+    if (a.size() != b.size() || (a.size() >= sizeof(uint64_t) && firstEight(a) != firstEight(b))) {
         return false;
     }
     for (size_t i = 0; i < a.size(); ++i) {
-        if (lower(a[i]) != lower(b[i])) {
+        if (!equalIgnoringCase(a[i], b[i])) {
             return false;
         }
     }
     return true;
 }
 
-constexpr bool beginsIgnoringCase(std::string_view text, std::string_view beginning) {
+inline bool beginsIgnoringCase(std::string_view text, std::string_view beginning) {
     return text.size() >= beginning.size() &&
            equalIgnoringCase(text.substr(0, beginning.size()), beginning);
 }
