@@ -1,0 +1,2 @@
+// What a process costs before it does anything: peak memory is counted from here.
+int main() {}
