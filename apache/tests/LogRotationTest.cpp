@@ -38,20 +38,20 @@ TEST(LogRotation, RemovesALogThatHasReachedTheThreshold) {
     struct Expected {
         size_t size;
         const char *threshold, *option;
-        int result;
         std::string printed;
+        int result;
         bool removed;
     };
-    const Expected table[] = {{Megabyte, "1", "DEL", 1, "Remove the file\n", true},
-                              {3 * Megabyte - 1, "2 megabytes", "del", 1, "Remove the file\n", true},
-                              {Megabyte - 1, "1", "DEL", 1, "1048575\n", false},
-                              {Megabyte - 1, "1", "unknown", 1, "1048575\n", false},
-                              {0, "0", "DEL", 1, "Remove the file\n", true},
-                              {7, "many", "Del", 1, "Remove the file\n", true},
-                              {7, "99999999999999999999", "DEL", 1, "7\n", false},
-                              {7, "", "DEL", 0, "", false},
-                              {7, "0", "unknown", 0, "", false},
-                              {7, "0", "", 0, "", false}};
+    const Expected table[] = {{Megabyte, "1", "DEL", "Remove the file\n", 1, true},
+                              {3 * Megabyte - 1, "2 megabytes", "del", "Remove the file\n", 1, true},
+                              {Megabyte - 1, "1", "DEL", "1048575\n", 1, false},
+                              {Megabyte - 1, "1", "unknown", "1048575\n", 1, false},
+                              {0, "0", "DEL", "Remove the file\n", 1, true},
+                              {7, "many", "Del", "Remove the file\n", 1, true},
+                              {7, "99999999999999999999", "DEL", "7\n", 1, false},
+                              {7, "", "DEL", "", 0, false},
+                              {7, "0", "unknown", "", 0, false},
+                              {7, "0", "", "", 0, false}};
     for (const Expected& expected : table) {
         writeLog(expected.size);
         const CapturedOutput output;
