@@ -1,0 +1,172 @@
+// The web users of a site: what becomes of their password file.
+#include <CZPUsers.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <functional>
+
+#include "support/FakeTools.h"
+#include "support/FileCase.h"
+#include "support/Files.h"
+#include "support/Sandbox.h"
+#include "support/Watching.h"
+
+using namespace zp::test;
+namespace fs = std::filesystem;
+
+namespace {
+
+using Operation = std::function<int(CZPUsers&)>;
+
+Operation create(const char* name, const char* password) {
+    return [=](CZPUsers& users) { return users.UserCreate(name, password); };
+}
+Operation change(const char* name, const char* password) {
+    return [=](CZPUsers& users) { return users.ChangePasswd(name, password); };
+}
+Operation erase(const char* name) {
+    return [=](CZPUsers& users) { return users.UserDelete(name); };
+}
+
+struct UserCase {
+    const char* name;
+    std::string before;
+    Operation operation;
+    int result = 0;
+    std::string after;  // "=": as before
+    std::string printed = "";
+};
+std::ostream& operator<<(std::ostream& out, const UserCase& userCase) { return out << userCase.name; }
+
+const std::string Two = "ann:secret\nbob:pass:word\n";
+const std::string Long = std::string(70'000, 'x');
+const UserCase cases[] = {
+    {"CreateAppends", Two, create("cid", "a:b $(touch pwned) 'x"), 77, Two + "cid:a:b $(touch pwned) 'x\n"},
+    {"CreateFillsAnEmptyFile", "", create("ann", ""), 77, "ann:\n"},
+    {"CreateStartsALineOfItsOwn", "ann:secret", create("cid", "x"), 77, "ann:secret\ncid:x\n"},
+    {"CreateLooksThroughTheWholeFile", "no colon\n\n" + Long + ":\n" + Two, create("bob", "x"), 54, "="},
+    {"CreateTellsNamesApart", Two, create("an", "x"), 77, Two + "an:x\n"},
+    {"CreateTellsLetterCaseApart", Two, create("Ann", "x"), 77, Two + "Ann:x\n"},
+    {"CreateTakesNoColon", Two, create("cid:x", "x"), 78, "="},
+    {"CreateTakesNoEmptyName", Two, create("", "x"), 78, "="},
+    {"CreateTakesNoNull", Two, create(nullptr, nullptr), 78, "="},
+    {"CreateWritesNoLineBreak", "ann:secret", create("cid", "x\nroot:y"), 78, "=", "Error opening file\n"},
+    {"ChangeReplacesEveryLineOfTheUser", "ann:1\n\nanna:2\n ann:3\nann:4", change("ann", "a:b;c"), 76,
+     "ann:a:b;c\nanna:2\n ann:3\nann:a:b;c\n"},
+    {"ChangeOfAnUnknownUserDropsEmptyLines", "\n" + Two + "\nno colon\n" + Long, change("an", "x"), 53,
+     Two + "no colon\n" + Long + "\n"},
+    {"ChangeWritesNoLineBreak", Two + "\n", change("ann", "x\nroot:y"), 23, "="},
+    {"DeleteDropsEveryLineOfTheUser", "ann:1\n\nanna:2\nANN:3\nann:4\n" + Long, erase("ann"), 79,
+     "anna:2\nANN:3\n" + Long + "\n"},
+    {"DeleteOfAnUnknownUserDropsEmptyLines", Two + "\n\n", erase("an"), 79, Two},
+};
+
+class WebUserEdit : public ::testing::TestWithParam<UserCase> {};
+
+// Users of a domain on an installation of its own.
+class WebUser : public ::testing::Test {
+protected:
+    int run(const Operation& operation, const char* protectedFolder = nullptr) {
+        CZPUsers users(nullptr, root.c_str(), "example.com", protectedFolder);
+        return operation(users);
+    }
+    StringVector list(char (CZPUsers::*operation)(StringVector*), int result) {
+        StringVector names{"already there"};
+        EXPECT_EQ(run([&](CZPUsers& users) { return (users.*operation)(&names); }), result);
+        names.erase(names.begin());
+        return names;
+    }
+    const std::string root = scratch("root"), folder = root + "/etc/webusers",
+                      file = folder + "/passwd.example.com";
+};
+
+}  // namespace
+
+TEST_P(WebUserEdit, File) {
+    const std::string file = scratch("etc/webusers/passwd.example.com");
+    writeFile(file, GetParam().before);
+    const std::string root = scratch();
+    const CapturedOutput output;
+    CZPUsers users(nullptr, root.c_str(), "example.com", "");
+    EXPECT_EQ(GetParam().operation(users), GetParam().result);
+    EXPECT_EQ(readFile(file), GetParam().after == "=" ? GetParam().before : GetParam().after);
+    EXPECT_EQ(output.text(), GetParam().printed);
+    EXPECT_EQ(namesIn(root), StringVector{"etc"});
+    EXPECT_FALSE(fs::exists("pwned"));
+}
+INSTANTIATE_TEST_SUITE_P(Operation, WebUserEdit, ::testing::ValuesIn(cases), byName);
+
+TEST_F(WebUser, HaveAFileForEachDomainAndFolder) {
+    for (const auto& [path, name] : {std::pair("", "passwd.example.com"),
+                                     {"/home/a b/$c", "passwd.example.com__home_a b_$c"},
+                                     {"x", "passwd.example.com_x"}}) {
+        writeFile(folder + "/" + name, "ann:1\n");
+        EXPECT_EQ(run(create("bob", "2"), path), 77);
+        EXPECT_EQ(readFile(folder + "/" + name), "ann:1\nbob:2\n");
+        EXPECT_EQ(run([](auto& users) { return users.UserDeleteAll(); }, path), 80);
+        EXPECT_EQ(readFile(folder + "/" + name), NoFile);
+        EXPECT_EQ(run([](auto& users) { return users.UserDeleteAll(); }, path), 80);
+    }
+    EXPECT_EQ(namesIn(folder), StringVector{});
+    writeFile("/etc/webusers/passwd.", "ann:1\n");
+    CZPUsers unnamed(nullptr);
+    EXPECT_EQ(unnamed.ChangePasswd("ann", "2"), 76);
+    EXPECT_EQ(readFile("/etc/webusers/passwd."), "ann:2\n");
+}
+
+TEST_F(WebUser, AreListed) {
+    writeFile(file, "ann:1\nbob:pass:word\n:x\n" + Long + ":\nno colon\n\ncid:3");
+    EXPECT_EQ(list(&CZPUsers::UserExist, 81), (StringVector{"ann", "bob", "", Long}));
+    EXPECT_EQ(list(&CZPUsers::UserList, 82), (StringVector{"ann", "bob", "", Long, "cid"}));
+    writeFile(file, "");
+    EXPECT_EQ(list(&CZPUsers::UserExist, 81), StringVector{});
+    EXPECT_EQ(list(&CZPUsers::UserList, 82), StringVector{});
+}
+
+TEST_F(WebUser, ComeInThousands) {
+    std::string text;
+    for (int i = 0; i < 10'000; ++i) {
+        text += "user" + std::to_string(i) + ":secret\n";
+    }
+    writeFile(file, text);
+    EXPECT_EQ(run(create("user9999", "x")), 54);
+    EXPECT_EQ(run(create("user10000", "x")), 77);
+    EXPECT_EQ(run(erase("user1")), 79);
+    EXPECT_EQ(list(&CZPUsers::UserList, 82).size(), 10'000U);
+}
+
+TEST_F(WebUser, PasswordsAreReadableByNobodyElseMeanwhileOrAfterwards) {
+    writeFile(file, Two);
+    ASSERT_EQ(::chown(file.c_str(), 1001, 1002), 0);
+    fs::permissions(file, fs::perms(0440));
+    const FakeTools tools;
+    tools.watch("mv", "stat -c '%a %u %g' \"$1\" >>" + scratch("moved"));
+    ::umask(0);
+    for (const Operation& operation : {create("cid", "1"), change("cid", "2"), erase("cid")}) {
+        EXPECT_LT(run(operation), 80);
+        EXPECT_EQ(owner(file) + " " + mode(file), "1001:1002 0440");
+    }
+    EXPECT_EQ(readFile(scratch("moved")), "440 1001 1002\n440 1001 1002\n");
+    EXPECT_EQ(readFile(file), Two);
+}
+
+TEST_F(WebUser, StayWhenTheirFileCannotBeWritten) {
+    const CapturedOutput output;
+    std::string text;
+    while (text.size() < 20'000) {
+        text += "user" + std::to_string(text.size()) + ":" + std::string(40, 'x') + "\n";
+    }
+    mountSmallDisk(root, "40k");
+    writeFile(file, text);
+    fillDisk(root);
+    const std::string tail(5'000, 'p');
+    EXPECT_EQ(run(create("cid", tail.c_str())), 78);
+    EXPECT_EQ(run(change("user0", "x")), 23);
+    EXPECT_EQ(run(erase("user0")), 23);
+    EXPECT_EQ(readFile(file), text);
+    EXPECT_EQ(namesIn(root), (StringVector{"etc", "filler"}));
+    makeReadOnly(root);
+    EXPECT_EQ(run(create("cid", "x")), 78);
+    EXPECT_EQ(output.text(), "Error opening file\nError opening file\n");
+}
