@@ -1,11 +1,13 @@
 // What every operation tells tracking before it does anything, and how it answers where there is no
 // configuration.
+#include <CZPUsers.h>
 #include <CZPWebsite.h>
 #include <gtest/gtest.h>
 
 #include <functional>
 
 #include "support/Files.h"
+#include "support/VirtualDirectories.h"
 #include "support/Watching.h"
 
 using namespace zp::test;
@@ -108,6 +110,133 @@ const Row Rows[] = {
      ""},
 };
 
+// A call with a record of a virtual directory.
+template <class Call>
+auto directory(Call call) {
+    return [call](CZPTrackManager* tracking, const char* configuration) {
+        SDDir record = recordOf({.folder = "/f", .allow = "a", .deny = "d", .name = "n", .parent = "/p"});
+        CZPVirtualDirectory manager(tracking, configuration);
+        return static_cast<int>(call(manager, record));
+    };
+}
+
+const std::string Folder = "arguments ObjDDir->DomainName=example.com, ObjDDir->DirPath=/f";
+const std::string CannotOpenFile = "Error opening HttpdConfFile file\n";
+
+const Row DirectoryRows[] = {
+    {"CreateVirtualDirectory",
+     directory([](auto& m, auto& record) { return m.CreateVirtualDirectory(&record, 0); }),
+     {"method CreateVirtualDirectory", Folder + ", ObjDDir->Allow=a, ObjDDir->Deny=d"},
+     21,
+     22,
+     ""},
+    {"DeleteVirtualDirectory",
+     directory([](auto& m, auto&) { return m.DeleteVirtualDirectory("/f"); }),
+     {"method DeleteVirtualDirectory", "arguments pDDir=/f"},
+     21,
+     22,
+     ""},
+    // Two are told under the query's name.
+    {"DirectoryRequired",
+     directory([](auto& m, auto&) { return m.DirectoryRequired("example.com", "/f"); }),
+     {"method GetVirtualDirectoryinfo", "arguments DomainName=example.com, DirPath=/f"},
+     21,
+     22,
+     CannotOpenFile},
+    {"VirtualDirectoryExists",
+     directory([](auto& m, auto& record) { return m.VirtualDirectoryExists(&record); }),
+     {"method GetVirtualDirectoryinfo", Folder},
+     21,
+     22,
+     CannotOpenFile},
+    {"GetVirtualDirectoryinfo",
+     directory([](auto& m, auto& record) { return m.GetVirtualDirectoryinfo(&record); }),
+     {"method GetVirtualDirectoryinfo", Folder},
+     21,
+     22,
+     ""},
+    {"UpdateVirtualDirectory",
+     directory([](auto& m, auto& record) { return m.UpdateVirtualDirectory(&record); }),
+     {"method UpdateVirtualDirectory",
+      Folder + ", ObjDDir->Allow=a, ObjDDir->Deny=d, ObjDDir->WebAdminPath=/p"},
+     21,
+     22,
+     CannotOpenFile},
+    {"VirtualDirectoryList",
+     directory([](auto& m, auto&) {
+         StringVector found;
+         return m.VirtualDirectoryList("example.com", &found);
+     }),
+     {"method VirtualDirectoryList", "arguments ="},
+     21,
+     22,
+     ""},
+    {"CheckVirDir",
+     directory([](auto& m, auto& record) { return m.CheckVirDir(&record); }),
+     {"method CheckVirDir", "arguments ObjDDir->DomainName=example.com, ObjDDir->DirName=n"},
+     21,
+     22,
+     CannotOpenFile},
+    {"GetVDPath",
+     [](auto*, auto* file) { return int(CZPVirtualDirectory::GetVDPath(file ? file : "", "", "").size()); },
+     {}},
+    {"RemoveDir", [](auto*, auto* file) { return RemoveDir(file); }, {}, 1, 1, ""},
+};
+
+// A call for a domain that has no password file.
+template <class Call>
+auto users(Call call) {
+    return [call](CZPTrackManager* tracking, const char*) {
+        CZPUsers manager(tracking, "", "absent.example", "");
+        return static_cast<int>(call(manager));
+    };
+}
+
+const Row UserRows[] = {
+    {"UserCreate",
+     users([](auto& u) { return u.UserCreate("ann", "secret"); }),
+     {"method UserCreate", "arguments UserName=ann, Passwd=secret"},
+     78,
+     78,
+     "Error opening passwd file\n"},
+    {"ChangePasswd",
+     users([](auto& u) { return u.ChangePasswd("ann", "secret"); }),
+     {"method ChangePasswd", "arguments UserName=ann, Passwd=secret"},
+     22,
+     22,
+     ""},
+    {"UserDelete",
+     users([](auto& u) { return u.UserDelete("ann"); }),
+     {"method UserDelete", "arguments UserName=ann"},
+     22,
+     22,
+     ""},
+    {"UserList",
+     users([](auto& u) {
+         StringVector names;
+         return u.UserList(&names);
+     }),
+     {"method UserList", "arguments ="},
+     22,
+     22,
+     ""},
+    {"UserExist",
+     users([](auto& u) {
+         StringVector names;
+         return u.UserExist(&names);
+     }),
+     {"method UserExist", "arguments ="},
+     22,
+     22,
+     CannotOpenFile},
+    {"UserDeleteAll",
+     users([](auto& u) { return u.UserDeleteAll(); }),
+     {"method UserDeleteAll", "arguments ="},
+     80,
+     80,
+     ""},
+};
+
 class Operation : public ::testing::TestWithParam<Row> {};
 
 }  // namespace
@@ -129,5 +258,7 @@ TEST_P(Operation, TellsItsNameAndArgumentsFirst) {
     EXPECT_EQ(row.call(nullptr, NoPath), row.withoutPath);
     EXPECT_EQ(row.call(nullptr, nullptr), row.withoutPath);
 }
-INSTANTIATE_TEST_SUITE_P(Every, Operation, ::testing::ValuesIn(Rows),
-                         [](const auto& row) { return row.param.operation; });
+constexpr auto byOperation = [](const auto& row) { return row.param.operation; };
+INSTANTIATE_TEST_SUITE_P(Every, Operation, ::testing::ValuesIn(Rows), byOperation);
+INSTANTIATE_TEST_SUITE_P(Directory, Operation, ::testing::ValuesIn(DirectoryRows), byOperation);
+INSTANTIATE_TEST_SUITE_P(User, Operation, ::testing::ValuesIn(UserRows), byOperation);
