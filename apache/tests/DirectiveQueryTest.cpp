@@ -56,16 +56,16 @@ const std::string Configuration = lines({
 });
 
 struct Query {
-    const char* directive;
-    bool quoted;
-    int result;
-    const char* value;
+    const char* directive = "";
+    bool quoted = false;
+    int result = 0;
+    const char* value = "";
     const char* printed = "";
     const char* domain = "example.com";
 };
 
 std::string written(const std::string& text) {
-    const std::string file = scratch("httpd.conf");
+    std::string file = scratch("httpd.conf");
     writeFile(file, text);
     return file;
 }

@@ -19,7 +19,7 @@ namespace fs = std::filesystem;
 namespace {
 
 std::string written(const std::string& text) {
-    const std::string file = scratch("httpd.conf");
+    std::string file = scratch("httpd.conf");
     writeFile(file, text);
     return file;
 }

@@ -59,8 +59,8 @@ TEST(ManagerConstruction, ReportsTheModuleAndNothingElse) {
         EXPECT_EQ(callsOf(tracking), manager.reported);
         manager.build(nullptr);
     }
-    RubyOnRails{};
-    CustomErrorPages{};
+    const RubyOnRails rails;
+    const CustomErrorPages pages;
 }
 
 TEST(ManagerConstruction, WithoutAConfigurationNothingIsTouched) {

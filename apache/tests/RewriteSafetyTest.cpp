@@ -180,6 +180,7 @@ TEST_P(Rewriting, MovesACopyThatOnlyItsOwnerCouldReadBefore) {
     tools.watch("chmod", "stat -c %a " + folder + "/[0-9]* >>" + scratch("written"));
     ::umask(0);
     EXPECT_EQ(run(), GetParam().done);
+    ::umask(022);
     EXPECT_EQ(readFile(scratch("moved")), "644 0 0\n");
     const bool creates = std::string(GetParam().name) == "CreateWebsite";
     EXPECT_EQ(readFile(scratch("written")), creates ? "600\n600\n" : NoFile);  // it makes folders meanwhile
