@@ -1,0 +1,42 @@
+// Files and folders, whole.
+#pragma once
+
+#include <sys/types.h>
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "sys/Descriptor.h"
+#include "sys/Outcome.h"
+
+namespace zpweb {
+
+// What the system says about the last failed call, after "PATH: ".
+std::string systemError(const std::string& path);
+
+std::string folderOf(const std::string& path);  // "." for a bare name, "/" for a top folder's entry
+std::string nameOf(const std::string& path);
+// The absolute path without links; absent (NotFound) when it does not exist.
+Expected<std::string> realPathOf(const std::string& path);
+
+bool exists(const std::string& path);    // a dangling link exists
+bool isFolder(const std::string& path);  // a link to one counts
+bool isFile(const std::string& path);
+std::vector<std::string> entriesOf(const std::string& folder);  // sorted, without "." and ".."
+
+Expected<std::string> readFile(const std::string& path);
+// Makes a new file; what stands at `path` is an error.
+Outcome writeNewFile(const std::string& path, std::string_view text, mode_t mode);
+// A new file in the place of an old one: written beside it, synced and renamed.
+Outcome replaceFile(const std::string& path, std::string_view text, mode_t mode);
+Outcome appendLine(const std::string& path, std::string_view line, mode_t mode);
+// Gives the file the owner, mode, access list and extended attributes of another.
+Outcome takeOverAttributes(const std::string& from, const std::string& to);
+Outcome sync(const std::string& path);  // a file or a folder
+
+Outcome makeFolder(const std::string& path, mode_t mode);  // one that exists is no error
+// Removes a file or a folder with all that it holds, links as links. Nothing there is no error.
+void removeTree(const std::string& path);
+
+}  // namespace zpweb

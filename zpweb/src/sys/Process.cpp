@@ -1,0 +1,116 @@
+#include "sys/Process.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <iostream>
+
+namespace zpweb {
+
+namespace {
+
+constexpr int BetweenCalls = 100;  // milliseconds
+
+pid_t start(const std::vector<std::string>& words, int output) {
+    std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
+    for (const std::string& word : words) {
+        arguments.push_back(const_cast<char*>(word.c_str()));
+    }
+    arguments.push_back(nullptr);
+    posix_spawn_file_actions_t actions{};
+    ::posix_spawn_file_actions_init(&actions);
+    ::posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    ::posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
+    ::posix_spawn_file_actions_adddup2(&actions, output, STDERR_FILENO);
+    pid_t pid = -1;
+    const int error = ::posix_spawnp(&pid, arguments[0], &actions, nullptr, arguments.data(), environ);
+    ::posix_spawn_file_actions_destroy(&actions);
+    return error == 0 ? pid : -1;
+}
+
+// Reads until the pipe is closed at its other end, or the program has ended and left it to a daemon.
+std::string readPipe(int pipe, pid_t pid, int& status, const std::function<void()>& waiting) {
+    std::string output;
+    std::array<char, 4096> buffer{};
+    for (bool ended = false;;) {
+        pollfd ready{pipe, POLLIN, 0};
+        const int count = ::poll(&ready, 1, ended ? 0 : BetweenCalls);
+        if (count > 0) {
+            const ssize_t size = ::read(pipe, buffer.data(), buffer.size());
+            if (size <= 0) {
+                break;
+            }
+            output.append(buffer.data(), static_cast<size_t>(size));
+            continue;
+        }
+        if (ended) {
+            return output;
+        }
+        ended = ::waitpid(pid, &status, WNOHANG) == pid;
+        if (waiting) {
+            waiting();
+        }
+    }
+    while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) {
+    }
+    return output;
+}
+
+}  // namespace
+
+Finished runProgram(const std::vector<std::string>& words, const std::function<void()>& waiting) {
+    std::array<int, 2> ends{};
+    if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
+        return {};
+    }
+    const Descriptor reading(ends[0]);
+    Descriptor writing(ends[1]);
+    const pid_t pid = start(words, writing.number());
+    writing.close();
+    if (pid < 0) {
+        return {-1, words[0] + ": cannot be started"};
+    }
+    int status = 0;
+    Finished finished;
+    finished.output = readPipe(reading.number(), pid, status, waiting);
+    finished.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return finished;
+}
+
+Capture::Capture() : buffer_(::memfd_create("printed", MFD_CLOEXEC)) {
+    std::cout.flush();
+    std::fflush(nullptr);
+    output_ = Descriptor(::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3));
+    error_ = Descriptor(::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3));
+    ::dup2(buffer_.number(), STDOUT_FILENO);
+    ::dup2(buffer_.number(), STDERR_FILENO);
+}
+
+std::string Capture::end() {
+    if (!buffer_.isOpen()) {
+        return {};
+    }
+    std::cout.flush();
+    std::fflush(nullptr);
+    ::dup2(output_.number(), STDOUT_FILENO);
+    ::dup2(error_.number(), STDERR_FILENO);
+    output_.close();
+    error_.close();
+    std::string text;
+    std::array<char, 4096> part{};
+    ::lseek(buffer_.number(), 0, SEEK_SET);
+    for (ssize_t size = 0; (size = ::read(buffer_.number(), part.data(), part.size())) > 0;) {
+        text.append(part.data(), static_cast<size_t>(size));
+    }
+    buffer_.close();
+    return text;
+}
+
+}  // namespace zpweb

@@ -1,0 +1,36 @@
+// Programs that are run, and the output of code that prints.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "sys/Descriptor.h"
+
+namespace zpweb {
+
+struct Finished {
+    int status = -1;     // the exit status; -1 when it could not be started or was killed
+    std::string output;  // both streams
+
+    bool ok() const { return status == 0; }
+};
+
+// Runs a program found on PATH, without a shell. `waiting` is called now and then meanwhile.
+Finished runProgram(const std::vector<std::string>& words, const std::function<void()>& waiting = {});
+
+// While it lives, what this process and its children print on either stream goes into a buffer.
+class Capture {
+public:
+    Capture();
+    ~Capture() { static_cast<void>(end()); }
+    Capture(const Capture&) = delete;
+    Capture& operator=(const Capture&) = delete;
+
+    std::string end();  // what was printed; the streams are as before
+
+private:
+    Descriptor buffer_, output_, error_;
+};
+
+}  // namespace zpweb

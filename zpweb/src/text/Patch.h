@@ -1,0 +1,15 @@
+// The difference of two texts that differ in one place, in little space.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace zpweb {
+
+// What stands between the equal beginnings and the equal ends of the two.
+std::string patchOf(std::string_view before, std::string_view after);
+// The text after; absent when the patch is not one of this text.
+std::optional<std::string> patched(std::string_view before, std::string_view patch);
+
+}  // namespace zpweb
