@@ -1,0 +1,120 @@
+#include "change/Lock.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <csignal>
+#include <ctime>
+
+#include "sys/File.h"
+
+namespace zpweb {
+
+namespace {
+
+// Blocks in flock(2), so that waiters are served in their order, and comes back on a timer.
+class Alarm {
+public:
+    explicit Alarm(std::chrono::milliseconds after) {
+        struct sigaction action {};
+        action.sa_handler = [](int) {};
+        ::sigaction(SIGALRM, &action, &before_);
+        sigevent event{};
+        event.sigev_notify = SIGEV_SIGNAL;
+        event.sigev_signo = SIGALRM;
+        ::timer_create(CLOCK_MONOTONIC, &event, &timer_);
+        const auto first = std::max(after, std::chrono::milliseconds(1));
+        itimerspec times{};
+        times.it_value.tv_sec = first.count() / 1000;
+        times.it_value.tv_nsec = first.count() % 1000 * 1'000'000;
+        times.it_interval.tv_nsec = 50'000'000;  // again, should it go off before flock(2) is entered
+        ::timer_settime(timer_, 0, &times, nullptr);
+    }
+    ~Alarm() {
+        ::timer_delete(timer_);
+        ::sigaction(SIGALRM, &before_, nullptr);
+    }
+    Alarm(const Alarm&) = delete;
+    Alarm& operator=(const Alarm&) = delete;
+
+private:
+    struct sigaction before_ {};
+    timer_t timer_{};
+};
+
+bool lockWithin(int file, std::chrono::milliseconds time) {
+    const Alarm alarm(time);
+    return ::flock(file, LOCK_EX) == 0;
+}
+
+// The file at `path` may have been removed and made anew while its old self was waited for.
+bool isStillAt(const std::string& path, int file) {
+    struct stat open {};
+    struct stat named {};
+    return ::fstat(file, &open) == 0 && ::stat(path.c_str(), &named) == 0 && open.st_ino == named.st_ino &&
+           open.st_dev == named.st_dev;
+}
+
+}  // namespace
+
+Expected<Lock> Lock::take(const State& state, std::chrono::seconds timeout,
+                          const std::function<void(const std::string&)>& waiting) {
+    const auto until = std::chrono::steady_clock::now() + timeout;
+    Lock lock;
+    bool told = false;
+    for (;;) {
+        lock.madeFolder_ = ::mkdir(state.folder.c_str(), 0700) == 0;
+        if (!lock.madeFolder_ && errno != EEXIST) {
+            return failure(systemError(state.folder));
+        }
+        lock.file_ =
+            Descriptor(::open(state.lock().c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
+        if (!lock.file_.isOpen() && errno == ENOENT) {
+            continue;  // the folder's last user has just removed it
+        }
+        if (!lock.file_.isOpen()) {
+            return failure(systemError(state.lock()));
+        }
+        const int file = lock.file_.number();
+        bool locked = ::flock(file, LOCK_EX | LOCK_NB) == 0;
+        if (!locked) {
+            locked = lockWithin(file, std::chrono::milliseconds(told ? 0 : 300));
+        }
+        if (!locked && !told) {
+            waiting("waiting for another run of zpweb");
+            told = true;
+        }
+        if (!locked) {
+            locked = lockWithin(file, std::chrono::duration_cast<std::chrono::milliseconds>(
+                                          until - std::chrono::steady_clock::now()));
+        }
+        if (locked && isStillAt(state.lock(), file)) {
+            return lock;
+        }
+        if (!locked && std::chrono::steady_clock::now() >= until) {
+            return failure(Status::Locked, "another run of zpweb holds the configuration; given up after " +
+                                               std::to_string(timeout.count()) + " s (--lock-timeout)");
+        }
+    }
+}
+
+Descriptor Lock::holdFolder(const std::string& folder) {
+    Descriptor open(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (open.isOpen() && ::flock(open.number(), LOCK_EX) != 0) {
+        open.close();
+    }
+    return open;
+}
+
+void Lock::setInheritable(bool inheritable) const {
+    ::fcntl(file_.number(), F_SETFD, inheritable ? 0 : FD_CLOEXEC);
+}
+
+void Lock::removeTraces(const State& state) {
+    ::unlink(state.lock().c_str());
+    ::rmdir(state.folder.c_str());
+}
+
+}  // namespace zpweb

@@ -1,0 +1,36 @@
+// The lock of one configuration: one change at a time.
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <string>
+
+#include "change/State.h"
+#include "sys/Descriptor.h"
+#include "sys/Outcome.h"
+
+namespace zpweb {
+
+class Lock {
+public:
+    // Waits at most `timeout`; a longer wait is a Locked failure. `waiting` is told once, when it takes
+    // long. The state folder is made for it.
+    static Expected<Lock> take(const State& state, std::chrono::seconds timeout,
+                               const std::function<void(const std::string&)>& waiting);
+
+    // Holds a folder of fixed scratch files, so that no other configuration's change uses them meanwhile.
+    static Descriptor holdFolder(const std::string& folder);
+
+    // The folder was made by this run.
+    bool madeFolder() const { return madeFolder_; }
+    // Children that outlive this program keep the lock while it is inheritable.
+    void setInheritable(bool inheritable) const;
+    // Removes lock file and folder: a run that is to leave nothing behind.
+    void removeTraces(const State& state);
+
+private:
+    Descriptor file_;
+    bool madeFolder_ = false;
+};
+
+}  // namespace zpweb

@@ -1,0 +1,69 @@
+// What an interrupted run has left, undone or finished by the next one.
+#include <algorithm>
+
+#include "change/Transaction.h"
+#include "sys/File.h"
+#include "sys/Process.h"
+
+namespace zpweb {
+
+Outcome Transaction::recover() {
+    if (!exists(state_->journal())) {
+        removeTree(state_->stage());
+        return done();
+    }
+    const auto text = readFile(state_->journal());
+    const Json parsed = text.ok() ? Json::parse(*text, nullptr, false) : Json();
+    if (!parsed.is_object()) {
+        return failure(state_->journal() + ": cannot be read; look at it and remove it");
+    }
+    Journal journal = Journal::from(parsed);
+    Outcome outcome = complete(journal);
+    if (!outcome.ok()) {
+        return outcome;
+    }
+    for (const std::string& scratch : journal.scratch) {
+        const Descriptor hold = Lock::holdFolder(folderOf(scratch));
+        removeTree(scratch);
+    }
+    removeTree(state_->stage());
+    removeTree(state_->journal());
+    return done();
+}
+
+Outcome Transaction::complete(Journal& journal) {
+    size_t inPlace = 0;
+    for (const ChangedFile& file : journal.files) {
+        inPlace += currentHash(file.path) == file.after;
+    }
+    const std::string what = "an interrupted run (" + journal.command + ") ";
+    if (journal.committing && inPlace == journal.files.size()) {
+        for (const auto& words : journal.outstanding) {
+            output_.detail(runProgram(words).output);
+        }
+        output_.warning(what +
+                        "had made its change but may not have reloaded the server: see zpweb history");
+        std::swap(journal_, journal);
+        committed_ = true;
+        record({Status::Done, "completed by the run that followed"});
+        committed_ = false;
+        std::swap(journal_, journal);
+        return done();
+    }
+    if (inPlace > 0) {
+        std::swap(journal_, journal);
+        Outcome back = putBack();
+        std::swap(journal_, journal);
+        if (!back.ok()) {
+            return back;
+        }
+    }
+    if (journal.committing) {
+        removeTree(state_->checkpoint(journal.checkpoint));
+    }
+    removeMade(journal.made);
+    output_.note(what + "is undone");
+    return done();
+}
+
+}  // namespace zpweb

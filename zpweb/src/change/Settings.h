@@ -1,0 +1,18 @@
+// What the options that every command has say.
+#pragma once
+
+#include <chrono>
+#include <string>
+
+namespace zpweb {
+
+struct Settings {
+    std::string configuration;  // the server's main configuration file; as given, or found
+    bool json = false, diff = false, quiet = false, verbose = false;
+    bool dryRun = false, detailedExit = false;
+    bool exact = false;  // the library's own result, side effects included
+    bool check = true, reload = true;
+    std::chrono::seconds lockTimeout{30};
+};
+
+}  // namespace zpweb
