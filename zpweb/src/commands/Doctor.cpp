@@ -1,0 +1,195 @@
+// What sleeps in a configuration until the next restart.
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <map>
+
+#include "CZPWebsite.h"
+#include "commands/Common.h"
+#include "commands/Groups.h"
+#include "conf/Line.h"
+#include "sys/File.h"
+
+namespace zpweb {
+
+namespace {
+
+// The shortest bound of an operation that everyday commands use.
+constexpr size_t ShortestBound = bound::Creation;
+
+struct Finding {
+    std::string kind, place, text;
+};
+using Findings = std::vector<Finding>;
+
+std::string placeOf(const ConfigurationFile& file, size_t line) {
+    return file.path() + ":" + std::to_string(line + 1);
+}
+
+void findMissingRoots(const Configuration& configuration, Findings& findings) {
+    for (const auto& file : configuration.files()) {
+        for (const Block& block : file->blocks()) {
+            const std::string root(block.root);
+            if (!block.stopped && !root.empty() && root.front() == '/' && !isFolder(root)) {
+                findings.push_back({"missing document root", placeOf(*file, block.lines.first), root});
+            }
+            if (!block.closed) {
+                findings.push_back(
+                    {"block without an end", placeOf(*file, block.lines.first), std::string(block.name)});
+            }
+        }
+    }
+}
+
+void findDuplicates(const Configuration& configuration, Findings& findings) {
+    std::map<std::string, std::string> claimed;
+    for (const auto& file : configuration.files()) {
+        for (const Block& block : file->blocks()) {
+            if (block.stopped || block.name.empty()) {
+                continue;
+            }
+            std::string key(block.name);
+            std::transform(key.begin(), key.end(), key.begin(), zp::conf::lower);
+            const auto [first, fresh] =
+                claimed.try_emplace(key + " " + std::string(block.address), placeOf(*file, block.nameLine));
+            if (!fresh) {
+                findings.push_back({"name claimed twice", placeOf(*file, block.nameLine),
+                                    std::string(block.name) + ", first at " + first->second});
+            }
+        }
+    }
+}
+
+bool looksTemporary(const std::string& name) {
+    for (const char* mark : {".zpbackup", "_zpbackup", ".bak", ".orig", ".rej", ".swp", ".tmp", ".dpkg-",
+                             ".rpmsave", ".rpmnew", "_temp", ".zpweb"}) {
+        if (name.find(mark) != std::string::npos) {
+            return true;
+        }
+    }
+    const bool number = name.size() >= 9 &&
+                        std::all_of(name.begin(), name.end(), [](char c) { return c >= '0' && c <= '9'; });
+    return number || name.ends_with('~') || name.starts_with('#') || name.ends_with(".save");
+}
+
+void findIncludes(const Configuration& configuration, Findings& findings) {
+    for (const auto& file : configuration.files()) {
+        for (const IncludeLine& include : file->server().includes) {
+            for (const std::string& path : configuration.included(include.pattern)) {
+                if (looksTemporary(nameOf(path))) {
+                    findings.push_back({"temporary file is included", placeOf(*file, include.line), path});
+                }
+                if (exists(path) && !isFile(path)) {
+                    findings.push_back({"dangling link", placeOf(*file, include.line), path});
+                }
+            }
+        }
+    }
+}
+
+void findDanglingLinks(const std::string& folder, int depth, Findings& findings) {
+    constexpr int DeepestFolder = 4;
+    for (const std::string& name : depth < DeepestFolder ? entriesOf(folder) : std::vector<std::string>()) {
+        const std::string path = folder + "/" + name;
+        struct stat status {};
+        const bool link = ::lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode);
+        if (link && ::access(path.c_str(), F_OK) != 0) {
+            findings.push_back({"dangling link", path, "what it points at is gone"});
+        } else if (S_ISDIR(status.st_mode) && name != ".zpweb") {
+            findDanglingLinks(path, depth + 1, findings);
+        }
+    }
+}
+
+void findPasswordFiles(const Configuration& configuration, Findings& findings) {
+    for (const auto& file : configuration.files()) {
+        for (size_t i = 0; i < file->lines().size(); ++i) {
+            const zp::conf::Line line(withoutReturn(file->lines()[i]));
+            if (!line.begins("AuthUserFile")) {
+                continue;
+            }
+            const std::string path(unquoted(line.argumentOf("AuthUserFile")));
+            struct stat status {};
+            if (::stat(path.c_str(), &status) != 0) {
+                findings.push_back({"missing password file", placeOf(*file, i), path});
+            } else if (!S_ISREG(status.st_mode) || (status.st_mode & 0044) == 0) {
+                findings.push_back({"password file that the server cannot read", placeOf(*file, i), path});
+            }
+        }
+    }
+}
+
+void findLongLines(const Configuration& configuration, Findings& findings) {
+    for (const auto& file : configuration.files()) {
+        for (size_t i = 0; i < file->lines().size(); ++i) {
+            if (file->lines()[i].size() > ShortestBound) {
+                findings.push_back({"line over the bound", placeOf(*file, i),
+                                    std::to_string(file->lines()[i].size()) + " characters, more than " +
+                                        std::to_string(ShortestBound)});
+            }
+        }
+    }
+}
+
+// Does somebody hold the lock? Then what stands there belongs to a run that is still going on.
+void findLeftovers(const std::string& main, Findings& findings) {
+    const State state(main);
+    for (const std::string& path : {state.journal(), state.stage()}) {
+        if (exists(path)) {
+            findings.push_back({"leftover of a run", path, "the next change clears it up"});
+        }
+    }
+    for (const std::string& name : entriesOf(folderOf(main))) {
+        const bool scratch = name.size() >= 9 && std::all_of(name.begin(), name.end(),
+                                                             [](char c) { return c >= '0' && c <= '9'; });
+        if (scratch || name.starts_with(nameOf(main) + "_zpbackup") ||
+            name.starts_with(nameOf(main) + "_temp")) {
+            findings.push_back(
+                {"leftover scratch file", folderOf(main) + "/" + name, "not used by the server"});
+        }
+    }
+}
+
+Outcome doctor(Session& session, const Arguments&) {
+    const auto configuration = session.load();
+    if (!configuration.ok()) {
+        return configuration.outcome();
+    }
+    Findings findings;
+    for (const std::string& missing : missingLogFolders(*configuration)) {
+        const size_t end = missing.rfind(": ");
+        findings.push_back({"missing log folder", missing.substr(0, end), missing.substr(end + 2)});
+    }
+    findMissingRoots(*configuration, findings);
+    findDuplicates(*configuration, findings);
+    findIncludes(*configuration, findings);
+    findDanglingLinks(folderOf(configuration->main().path()), 0, findings);
+    findPasswordFiles(*configuration, findings);
+    findLongLines(*configuration, findings);
+    findLeftovers(configuration->main().path(), findings);
+    Json rows = Json::array();
+    for (const Finding& finding : findings) {
+        rows.push_back({{"finding", finding.kind}, {"place", finding.place}, {"detail", finding.text}});
+    }
+    session.output.list("findings", {"finding", "place", "detail"}, std::move(rows));
+    return findings.empty() ? done() : failure(std::to_string(findings.size()) + " findings");
+}
+
+}  // namespace
+
+std::vector<Command> doctorCommands() {
+    return {
+        {"doctor",
+         "Find what sleeps until the next restart",
+         {},
+         {},
+         doctor,
+         nullptr,
+         "Missing log folders and document roots, dangling links, names claimed twice, includes that load "
+         "temporary files, password files that cannot be read, lines over the operations' bounds, "
+         "leftovers of "
+         "interrupted runs. The exit status is 1 when something was found."}};
+}
+
+}  // namespace zpweb

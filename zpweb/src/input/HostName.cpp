@@ -1,0 +1,113 @@
+#include "input/HostName.h"
+
+#include <idn2.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <memory>
+
+#include "conf/Text.h"
+#include "input/Quoted.h"
+
+namespace zpweb {
+
+namespace {
+
+constexpr size_t LongestLabel = 63;
+constexpr size_t LongestName = 253;
+constexpr const char* Expectation =
+    "expected a host name: labels of letters, digits and inner hyphens, joined by single dots";
+
+Outcome wrong(const std::string& entered, const std::string& what) {
+    return wrongValue("host name", entered, what, Expectation);
+}
+
+bool isLetterOrDigit(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
+}
+
+// What keeps an ASCII name from being one; empty for a good name.
+std::string faultOf(std::string_view name) {
+    if (name.size() > LongestName) {
+        return "it has " + std::to_string(name.size()) + " characters, more than 253";
+    }
+    for (size_t at = 0; at <= name.size();) {
+        const std::string_view label = name.substr(at, name.find('.', at) - at);
+        if (label.empty()) {
+            return "it has an empty label";
+        }
+        if (label.size() > LongestLabel) {
+            return "it has a label of " + std::to_string(label.size()) + " characters, more than 63";
+        }
+        if (label.front() == '-' || label.back() == '-') {
+            return "a label begins or ends with a hyphen";
+        }
+        if (!std::all_of(label.begin(), label.end(),
+                         [](char c) { return isLetterOrDigit(c) || c == '-'; })) {
+            return "it has a character that no host name has";
+        }
+        at += label.size() + 1;
+    }
+    const std::string_view last = name.substr(name.rfind('.') + 1);
+    return std::all_of(last.begin(), last.end(), [](char c) { return c >= '0' && c <= '9'; })
+               ? "its last label is a number"
+               : "";
+}
+
+using Converted = std::unique_ptr<char, void (*)(void*)>;
+
+}  // namespace
+
+Expected<std::string> asciiHostName(const std::string& entered) {
+    const bool plain = std::all_of(entered.begin(), entered.end(),
+                                   [](char c) { return static_cast<unsigned char>(c) < 128; });
+    std::string name = entered;
+    if (!plain) {
+        char* result = nullptr;
+        const int code =
+            ::idn2_lookup_u8(reinterpret_cast<const uint8_t*>(entered.c_str()),
+                             reinterpret_cast<uint8_t**>(&result), IDN2_NFC_INPUT | IDN2_NONTRANSITIONAL);
+        const Converted holder(result, ::idn2_free);
+        if (code != IDN2_OK || entered.find('\0') != std::string::npos) {
+            return wrong(entered, std::string("IDNA does not take it (") + ::idn2_strerror(code) + ")");
+        }
+        name = result;
+    }
+    if (const std::string fault = faultOf(name); !fault.empty()) {
+        return wrong(entered, fault);
+    }
+    // An A-label that was typed in must be one.
+    if (plain && zp::conf::contains(name, "xn--") && readableHostName(name).empty()) {
+        return wrong(entered, "its \"xn--\" label is not one of IDNA");
+    }
+    std::transform(name.begin(), name.end(), name.begin(), zp::conf::lower);
+    return name;
+}
+
+std::string readableHostName(const std::string& ascii) {
+    if (!zp::conf::contains(ascii, "xn--")) {
+        return ascii;
+    }
+    char* result = nullptr;
+    const int code = ::idn2_to_unicode_8z8z(ascii.c_str(), &result, 0);
+    const Converted holder(result, ::idn2_free);
+    return code == IDN2_OK ? std::string(result) : std::string();
+}
+
+bool sameHost(std::string_view a, std::string_view b) {
+    if (zp::conf::equalIgnoringCase(a, b)) {
+        return true;
+    }
+    const auto isPlain = [](std::string_view name) {
+        return std::all_of(name.begin(), name.end(),
+                           [](char c) { return static_cast<unsigned char>(c) < 128; });
+    };
+    if (isPlain(a) && isPlain(b)) {
+        return false;
+    }
+    const auto first = asciiHostName(std::string(a));
+    const auto second = asciiHostName(std::string(b));
+    return first.ok() && second.ok() && *first == *second;
+}
+
+}  // namespace zpweb

@@ -1,0 +1,33 @@
+// Values of the command line, each of a kind. A value of the wrong kind never reaches an operation.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "sys/Outcome.h"
+
+namespace zpweb {
+
+enum class Kind {
+    Flag,        // no value
+    HostName,    // RFC 1123 after IDNA; becomes the ASCII form
+    Address,     // IPv4 or IPv6 without brackets
+    Path,        // absolute, without "." and ".." components; loses a "/" at its end
+    InputFile,   // a file that this program reads; "-" is standard input
+    Account,     // an account of the host
+    Port,        // 1 to 65535
+    Number,      // 0 to 2147483647
+    Mode,        // octal permission bits
+    UserName,    // of a password file: no colon
+    Word,        // no white space
+    Text,        // one line
+    Assignment,  // NAME=VALUE; an empty value removes
+    Choice,      // one of the words of the parameter's value text, separated by "|"
+    Switch,      // "+" or "-" and an option's name
+};
+
+// The value in the form in which it is used, or a usage failure.
+Expected<std::string> typedValue(Kind kind, std::string_view name, const std::string& value,
+                                 std::string_view choices);
+
+}  // namespace zpweb
