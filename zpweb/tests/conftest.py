@@ -1,0 +1,189 @@
+"""A machine for the tests of zpweb: accounts, a configuration of a real Apache, a site or two.
+
+Everything runs inside scripts/sandbox, so /etc, /var and /home are this run's own.
+"""
+import json
+import os
+import pwd
+import shutil
+import socket
+import subprocess
+import textwrap
+import time
+from pathlib import Path
+
+import pytest
+
+ZPWEB = os.environ.get("ZPWEB", str(Path(__file__).parents[2] / "build/release/zpweb/zpweb"))
+MODULES = ("mpm_event authz_core authz_host authz_user authn_core authn_file auth_basic access_compat alias "
+           "dir env mime cgid rewrite setenvif unixd log_config")
+OWNER = "anna"
+
+
+def pytest_sessionstart(session):
+    if set(os.listdir("/run")) - {"lock", "apache2"}:
+        pytest.exit("run me inside scripts/sandbox", 2)
+    subprocess.run(["groupadd", "-f", "zp7group"], check=True)
+    try:
+        pwd.getpwnam(OWNER)
+    except KeyError:
+        subprocess.run(["useradd", "--no-create-home", "--home", f"/home/{OWNER}", OWNER], check=True)
+
+
+class Answer:
+    """How a run of zpweb ended."""
+
+    def __init__(self, done):
+        self.status, self.out, self.err = done.returncode, done.stdout, done.stderr
+
+    @property
+    def json(self):
+        return json.loads(self.out)
+
+    def __repr__(self):
+        return f"exit {self.status}\n{self.out}{self.err}"
+
+
+class Machine:
+    """A configuration of its own in a folder of its own."""
+
+    def __init__(self, root: Path):
+        self.root = root
+        self.sites = root / "sites"
+        self.conf = root / "httpd.conf"
+        self.port = free_port()
+        for folder in (self.sites, root / "run", root / "www", root / "included"):
+            folder.mkdir(parents=True)
+        os.chmod(root, 0o755)
+        Path("/etc/ZeplarPanel.conf").write_text(f'WebServerPort = "{self.port}"\n')
+        modules = "\n".join(f"LoadModule {m}_module /usr/lib/apache2/modules/mod_{m}.so" for m in MODULES.split()
+                            if Path(f"/usr/lib/apache2/modules/mod_{m}.so").exists())
+        self.conf.write_text(textwrap.dedent(f"""\
+            # The server of a test
+            ServerRoot "{root}"
+            ServerName 127.0.0.1
+
+            PidFile {root}/run/httpd.pid
+            DefaultRuntimeDir {root}/run
+            TypesConfig /etc/mime.types
+            Listen 127.0.0.1:{self.port}
+            <IfModule mpm_event_module>
+            StartServers 1
+            </IfModule>
+            User www-data
+            Group www-data
+            ErrorLog {root}/error.log
+            LogFormat "%h" combined
+            """) + modules + f"""
+
+DocumentRoot {root}/www
+
+# What follows are sites
+IncludeOptional included/*.conf
+""")
+
+    def run(self, *words, input="", conf=True, **options):
+        command = [ZPWEB, *(["--conf", str(self.conf)] if conf else []), *map(str, words)]
+        return Answer(subprocess.run(command, input=input, capture_output=True, text=True, timeout=120, **options))
+
+    def do(self, *words, **options):
+        answer = self.run(*words, **options)
+        assert answer.status == 0, answer
+        return answer
+
+    def create(self, name, *options):
+        return self.run("site", "create", name, "--address", "127.0.0.1", "--owner", OWNER, "--path", self.sites,
+                        *options)
+
+    def text(self):
+        return self.conf.read_bytes().decode()
+
+    def tree(self):
+        """Everything below the folder: name, kind, mode, owner and content."""
+        found = {}
+        for path in sorted(self.root.rglob("*")):
+            status = path.lstat()
+            content = path.read_bytes() if path.is_file() and not path.is_symlink() else None
+            found[str(path)] = (oct(status.st_mode), status.st_uid, status.st_gid, content)
+        return found
+
+    def strays(self):
+        """What stands beside the configuration and belongs to nobody."""
+        state = self.root / ".zpweb"
+        known = {"lock", "audit.log", "checkpoints"}
+        beside = {p.name for p in self.root.iterdir()} - {
+            "httpd.conf", ".zpweb", "sites", "run", "www", "included", "error.log"}
+        scratch = {p for p in ("/etc/apactemp1", "/etc/apactemp", "/etc/tempapa1") if os.path.exists(p)}
+        return beside | scratch | ({p.name for p in state.iterdir()} - known if state.exists() else set())
+
+    # --- the server ---
+
+    def start(self):
+        subprocess.run(["apachectl", "-f", str(self.conf), "-k", "start"], check=True, capture_output=True)
+        await_true(lambda: self.answers("127.0.0.1"))
+
+    def stop(self):
+        if (self.root / "run/httpd.pid").exists():
+            pid = int((self.root / "run/httpd.pid").read_text())
+            subprocess.run(["apachectl", "-f", str(self.conf), "-k", "stop"], capture_output=True)
+            await_true(lambda: not Path(f"/proc/{pid}").exists())
+
+    def get(self, host, path="/"):
+        """Status and body."""
+        done = subprocess.run(["curl", "-s", "--noproxy", "*", "--max-time", "5", "-w", "\n%{http_code}", "-H",
+                               f"Host: {host}", f"http://127.0.0.1:{self.port}{path}"],
+                              capture_output=True, text=True)
+        body, _, status = done.stdout.rpartition("\n")
+        return int(status or 0), body
+
+    def answers(self, host):
+        return self.get(host)[0] != 0
+
+    def publish(self, name, text):
+        page = self.sites / name / "www/html/index.html"
+        page.write_text(text)
+        os.chmod(page, 0o644)
+        for folder in (self.sites, self.sites / name):
+            os.chmod(folder, 0o755)
+
+
+def free_port():
+    with socket.socket() as probe:
+        probe.bind(("127.0.0.1", 0))
+        return probe.getsockname()[1]
+
+
+def await_true(condition, seconds=10):
+    until = time.monotonic() + seconds
+    while not condition():
+        assert time.monotonic() < until, "it does not come true"
+        time.sleep(0.05)
+
+
+numbers = iter(range(10 ** 6))
+
+
+@pytest.fixture
+def machine():
+    root = Path(f"/var/zpweb-test/{next(numbers)}")
+    shutil.rmtree(root, ignore_errors=True)
+    made = Machine(root)
+    yield made
+    made.stop()
+    shutil.rmtree(root, ignore_errors=True)
+    shutil.rmtree("/etc/webusers", ignore_errors=True)
+
+
+@pytest.fixture
+def site(machine):
+    """The machine with one site, whose server does not run."""
+    assert machine.create("shop.example").status == 0
+    return machine
+
+
+@pytest.fixture
+def live(site):
+    """The same, with its server running and a page published."""
+    site.publish("shop.example", "the shop")
+    site.start()
+    return site

@@ -1,0 +1,256 @@
+"""How a change happens: what is kept, checked, committed, reloaded, recorded and taken back."""
+import fcntl
+import json
+import os
+import socket
+import subprocess
+from pathlib import Path
+
+import pytest
+
+BLOCK = """\
+<VirtualHost 127.0.0.1:{port}>
+\tServerName {name}
+\tDocumentRoot "{root}"
+# a comment in the first column
+\t# an indented comment
+
+\tServerAlias www.{name}
+</VirtualHost>
+"""
+
+
+def with_site(machine, name="kept.example", text=BLOCK):
+    machine.conf.write_text(machine.text() + "\n" + text.format(port=machine.port, name=name, root=machine.root / "www"))
+    return machine
+
+
+def test_what_is_created_and_deleted_again_leaves_no_trace(machine):
+    before = machine.text()
+    created = machine.create("shop.example", "--mode", "plain")
+    assert created.status == 0, created
+    assert machine.text().startswith(before)
+    assert machine.text()[len(before):].startswith("\n<VirtualHost 127.0.0.1")
+    machine.do("site", "delete", "shop.example")
+    assert machine.text() == before
+
+
+@pytest.mark.parametrize("name, change, change_back", [
+    ("stop and start", ["site", "stop", "kept.example"], ["site", "start", "kept.example"]),
+    ("host name", ["host", "add", "kept.example", "more.example"], ["host", "remove", "kept.example", "more.example"]),
+    ("alias", ["site", "set", "kept.example", "--alias", "/x=/tmp"], ["site", "set", "kept.example", "--alias", "/x="]),
+    ("directive", ["directive", "add", "Options", "None", "--site", "kept.example"],
+     ["directive", "delete", "Options", "--site", "kept.example"]),
+])
+@pytest.mark.parametrize("ends", ["lf", "crlf", "no newline"])
+def test_a_change_and_its_opposite_give_back_every_byte(machine, name, change, change_back, ends):
+    with_site(machine, "other.example")
+    with_site(machine)
+    text = machine.conf.read_bytes()
+    text = text.replace(b"\n", b"\r\n") if ends == "crlf" else text[:-1] if ends == "no newline" else text
+    machine.conf.write_bytes(text)
+    machine.do(*change)
+    assert machine.conf.read_bytes() != text
+    machine.do(*change_back)
+    assert machine.conf.read_bytes() == text
+
+
+def test_the_difference_is_what_was_asked_for(machine):
+    with_site(machine, "other.example")
+    with_site(machine)
+    diff = machine.do("host", "add", "kept.example", "more.example", "--diff", "--quiet").out
+    changed = [line for line in diff.splitlines() if line[:1] in "+-" and line[:3] not in ("+++", "---")]
+    assert changed == ["-\tServerAlias www.kept.example", "+\tServerAlias www.kept.example more.example"]
+
+
+def test_exact_gives_the_librarys_own_result(machine):
+    with_site(machine)
+    machine.do("site", "set", "kept.example", "--alias", "/x=/tmp", "--exact")
+    assert machine.text().count("\n\n") == 1, "only the empty line of the block is left"
+
+
+def test_a_dry_run_writes_nothing_and_tells(machine):
+    with_site(machine)
+    before = machine.tree()
+    for words in (["site", "stop", "kept.example"], ["site", "delete", "kept.example"]):
+        answer = machine.run(*words, "--dry-run", "--detailed-exitcode", "--json")
+        assert (answer.status, answer.json["changed"]) == (8, True), answer
+    assert machine.create("new.example", "--dry-run").status == 0
+    assert machine.run("site", "start", "kept.example", "--dry-run", "--detailed-exitcode").status == 0
+    assert machine.tree() == before
+
+
+def test_what_is_so_already_changes_nothing(machine):
+    with_site(machine)
+    before = machine.text()
+    for words in (["site", "start", "kept.example"], ["host", "remove", "kept.example", "nowhere.example"]):
+        answer = machine.do(*words, "--json")
+        assert answer.json["changed"] is False
+    assert machine.text() == before
+
+
+def test_owner_mode_link_and_attributes_stay(machine):
+    with_site(machine)
+    real = machine.root / "www" / "real.conf"
+    machine.conf.rename(real)
+    machine.conf.symlink_to("www/real.conf")
+    os.chown(real, 1, 2)
+    os.chmod(real, 0o640)
+    subprocess.run(["setfattr", "-n", "user.note", "-v", "mine", real])
+    acl = subprocess.run(["setfacl", "-m", "u:www-data:r", real]).returncode == 0
+    machine.do("site", "stop", "kept.example")
+    status = real.stat()
+    assert machine.conf.is_symlink()
+    assert (status.st_uid, status.st_gid, status.st_mode & 0o7707) == (1, 2, 0o600)
+    if acl:
+        assert "user:www-data:r--" in subprocess.run(["getfacl", "-p", real], capture_output=True, text=True).stdout
+
+
+def test_the_servers_refusal_names_file_line_and_site(machine):
+    with_site(machine)
+    before = machine.text()
+    answer = machine.run("directive", "add", "Nonsense", "on", "--site", "kept.example")
+    line = before.splitlines().index("</VirtualHost>") + 1
+    assert answer.status == 3
+    assert f"{machine.conf}:{line} (site kept.example)" in answer.err and "Nonsense" in answer.err
+    assert machine.text() == before and not machine.strays()
+
+
+def test_a_site_in_an_included_file_is_changed_and_checked_there(machine):
+    included = machine.root / "included/one.conf"
+    included.write_text(BLOCK.format(port=machine.port, name="inner.example", root=machine.root / "www"))
+    main = machine.text()
+    refused = machine.run("directive", "add", "Nonsense", "on", "--site", "inner.example")
+    assert refused.status == 3 and f"{included}:8 (site inner.example)" in refused.err, refused
+    machine.do("site", "stop", "inner.example")
+    assert included.read_text().startswith("#<VirtualHost") and machine.text() == main
+
+
+def test_a_line_over_the_bound_is_refused_with_its_place(machine):
+    with_site(machine)
+    machine.conf.write_text(machine.text() + "# " + "x" * 1100 + "\n")
+    answer = machine.run("site", "delete", "kept.example")
+    number = len(machine.text().splitlines())
+    assert answer.status == 1 and f"{machine.conf}:{number}: the line has 1102 characters" in answer.err
+
+
+def test_another_run_is_waited_for_and_then_not(machine):
+    with_site(machine)
+    machine.do("site", "stop", "kept.example")
+    with (machine.root / ".zpweb/lock").open() as lock:
+        fcntl.flock(lock, fcntl.LOCK_EX)
+        answer = machine.run("site", "start", "kept.example", "--lock-timeout", "1")
+    assert answer.status == 5 and "waiting" in answer.err
+
+
+def test_undo_goes_back_step_by_step_and_not_over_somebodys_edits(machine):
+    with_site(machine)
+    texts = [machine.text()]
+    for words in (["site", "stop", "kept.example"], ["site", "start", "kept.example"],
+                  ["host", "add", "kept.example", "more.example"]):
+        machine.do(*words)
+        texts.append(machine.text())
+    for text in reversed(texts[:-1]):
+        machine.do("undo")
+        assert machine.text() == text
+    assert machine.run("undo").status == 6
+    machine.do("site", "stop", "kept.example")
+    machine.conf.write_text(machine.text() + "# mine\n")
+    answer = machine.run("undo")
+    assert answer.status == 1 and "+# mine" in answer.out
+    assert machine.text().endswith("# mine\n")
+
+
+def test_undo_of_a_creation_removes_the_folders_that_are_empty(machine):
+    before = machine.tree()
+    assert machine.create("shop.example").status == 0
+    machine.do("undo")
+    after = machine.tree()
+    assert {path for path in after if ".zpweb" not in path} == set(before)
+
+
+def test_the_log_tells_who_did_what(machine):
+    with_site(machine)
+    machine.do("site", "stop", "kept.example")
+    machine.do("site", "start", "kept.example")
+    machine.run("directive", "add", "Nonsense", "on", "--site", "kept.example")
+    changes = machine.do("history", "--json").json["changes"]
+    assert [change["result"] for change in changes] == ["done", "done", "refused"]
+    assert changes[0]["user"] == "root" and changes[0]["command"][-3:] == ["site", "stop", "kept.example"]
+    assert changes[0]["files"][0]["after"] == changes[1]["files"][0]["before"]
+    assert [change["checkpoint"] for change in changes] == [1, 2, None]
+
+
+def test_fifty_checkpoints_are_kept(machine):
+    with_site(machine)
+    for _ in range(27):
+        machine.do("site", "stop", "kept.example", "--no-check")
+        machine.do("site", "start", "kept.example", "--no-check")
+    kept = sorted(path.name for path in (machine.root / ".zpweb/checkpoints").iterdir())
+    assert (len(kept), kept[0], kept[-1]) == (50, "000005", "000054")
+
+
+def test_apply_is_one_change(live):
+    lines = [{"command": "site create", "arguments": [f"s{i}.example"],
+              "options": {"address": "127.0.0.1", "owner": "anna", "path": str(live.sites)}} for i in range(3)]
+    lines.append({"command": "host add", "arguments": ["s1.example", "more.example"]})
+    answer = live.do("apply", "-", "--json", input="\n".join(map(json.dumps, lines)))
+    assert answer.json["changed"] and answer.json["commands"] == 4
+    assert [live.get(f"s{i}.example")[0] for i in range(3)] != [0, 0, 0]
+    before = live.tree()
+    lines = [{"command": "site stop", "arguments": ["s1.example"]}, {"command": "site stop", "arguments": ["s9.example"]}]
+    answer = live.run("apply", "-", input="\n".join(map(json.dumps, lines)))
+    assert answer.status == 6 and "command 2 (site stop)" in answer.err
+    after = live.tree()
+    assert {p: v for p, v in after.items() if "error.log" not in p and "lock" not in p} == \
+           {p: v for p, v in before.items() if "error.log" not in p and "lock" not in p}
+
+
+# --- on the server ---
+
+def test_a_change_takes_effect_on_the_running_server(live):
+    assert live.get("shop.example") == (200, "the shop")
+    pid = (live.root / "run/httpd.pid").read_text()
+    assert live.create("second.example").status == 0
+    live.publish("second.example", "the second")
+    assert live.get("second.example") == (200, "the second")
+    live.do("site", "delete", "second.example", "--remove-folders")
+    assert live.get("second.example")[1] != "the second"
+    assert not (live.sites / "second.example").exists()
+    assert (live.root / "run/httpd.pid").read_text() == pid
+
+
+def test_a_reload_that_would_fail_leaves_every_site_answering(live):
+    with socket.socket() as busy:
+        busy.bind(("127.0.0.1", 0))
+        busy.listen()
+        live.conf.write_text(live.text() + f"Listen 127.0.0.1:{busy.getsockname()[1]}\n")
+        before = live.text()
+        answer = live.create("second.example")
+        assert answer.status == 4, answer
+        assert live.text() == before and not (live.sites / "second.example").exists()
+        assert live.get("shop.example") == (200, "the shop")
+        assert live.run("server", "reload").status == 3
+    live.do("server", "reload")
+    assert live.get("shop.example") == (200, "the shop")
+
+
+def test_a_server_that_ends_while_it_reloads_is_started_with_the_old_configuration(live):
+    # The server finds this only when it opens its logs; a piped log is not looked at before.
+    live.conf.write_text(live.text() + "IncludeOptional trap.conf\n")
+    trap = live.root / "trap.conf"
+    wrapper = live.root / "www/apachectl"
+    wrapper.write_text("#!/bin/sh\n"
+                       f"case \" $* \" in *' -t '*) rm -f {trap}; /usr/sbin/apachectl \"$@\"; s=$?; "
+                       f"echo Nonsense >{trap}; exit $s;; esac\n"
+                       f"rm -f {trap}; exec /usr/sbin/apachectl \"$@\"\n")
+    wrapper.chmod(0o755)
+    before = live.text()
+    answer = live.create("second.example", *[])
+    assert answer.status == 0
+    live.do("undo")
+    environment = {**os.environ, "PATH": f"{wrapper.parent}:{os.environ['PATH']}"}
+    answer = live.run("host", "add", "shop.example", "more.example", env=environment)
+    assert answer.status == 4 and "is started with it" in answer.err, answer
+    assert live.get("shop.example") == (200, "the shop")
+    assert live.text() == before

@@ -1,0 +1,307 @@
+"""Every command once, and that every operation of the library has one."""
+import json
+import os
+import re
+import subprocess
+from pathlib import Path
+
+import pytest
+
+from conftest import OWNER, ZPWEB
+
+SYMBOLS = Path(__file__).parents[2] / "apache/tests/exported_symbols.txt"
+
+
+def block(machine, name="shop.example"):
+    text = machine.text()
+    return next(b for b in re.findall(r"#?<VirtualHost.*?</VirtualHost>", text, re.S) if f"ServerName {name}\n" in b)
+
+
+def test_every_exported_operation_is_reached_by_a_command():
+    told = {line.split("\t")[0] for line in
+            subprocess.run([ZPWEB, "operations"], capture_output=True, text=True).stdout.splitlines()}
+    exported = set()
+    for line in SYMBOLS.read_text().splitlines():
+        name = re.sub(r"\[abi:\w+\]", "", line).split("(")[0].split()[-1] if line.strip() else ""
+        parts = name.split("::")
+        constructor = len(parts) == 2 and parts[1].lstrip("~") == parts[0]
+        if name and not constructor and not name.startswith("vtable"):
+            exported.add(name)
+    assert exported, SYMBOLS
+    assert exported - told == set()
+    assert told - exported == set()
+
+
+def test_sites_are_listed_with_what_is_wrong_about_them(site):
+    site.conf.write_text(site.text() + "<VirtualHost 127.0.0.1:%d>\nServerName shop.example\n</VirtualHost>\n"
+                         "<VirtualHost *:80>\nServerName blank.example \n</VirtualHost>\n" % site.port)
+    rows = site.do("site", "list", "--json").json["sites"]
+    assert [(row["name"].strip(), row.get("flag")) for row in rows] == [
+        ("shop.example", None), ("shop.example", "duplicate"), ("blank.example", "unreachable")]
+    line = rows[0]["line"]
+    assert site.text().splitlines()[line - 1] == "\tServerName shop.example"
+    lines = site.do("site", "list").out.splitlines()
+    assert lines[0].split() == ["NAME", "STATE", "ADDRESS", "ROOT", "PLACE", "FLAG"]
+    assert f"{site.conf}:{line}" in lines[1] and "\x1b" not in "".join(lines)
+    assert {r["name"].strip() for r in site.do("site", "list", "--names", "--json").json["sites"]} == {
+        "shop.example", "blank.example"}
+
+
+def test_life_of_a_site(site):
+    assert site.create("shop.example").status == 7
+    assert site.run("site", "status", "none.example").status == 6
+    home = site.sites / "shop.example"
+    assert {p.name for p in home.iterdir()} == {"www", "log", "db", "special"} and home.owner() == OWNER
+    assert (home / "www").stat().st_mode & 0o7777 == 0o4701
+    assert (home / "log").stat().st_mode & 0o777 == 0o505 and (home / "log").group() == "zp7group"
+    site.do("site", "stop", "shop.example")
+    assert site.do("site", "status", "shop.example", "--json").json["state"] == "stopped"
+    assert "is stopped" in site.run("host", "add", "shop.example", "a.example").err
+    site.do("site", "start", "shop.example")
+    for word in ("pause", "continue"):
+        site.do("site", word, "shop.example")
+    site.do("site", "suspend", "shop.example")
+    assert "\tDocumentRoot message.htm" in block(site) and "ServerAlias" in block(site)
+    assert site.do("site", "list", "--json").json["sites"][0]["state"] == "suspended"
+    site.do("site", "resume", "shop.example")
+    assert f"DocumentRoot {home}/www/html" in block(site)
+
+
+def test_settings_of_a_site(site):
+    site.do("site", "set", "shop.example", "--alias", "/pics=/srv/pics", "--redirect", "/old=http://new.example/",
+            "--error-document", "404=/lost.html", "--index", "a.html", "--index", "b.html",
+            "--host-name", "x.example", "--host-name", "y.example", "--script-alias", "/run=/srv/run")
+    shown = site.do("site", "show", "shop.example", "--json").json
+    assert shown["alias"] == {"/pics": "/srv/pics"} and shown["redirect"] == {"/old": "http://new.example/"}
+    assert shown["index"] == ["a.html", "b.html"] and shown["host_names"] == ["x.example", "y.example"]
+    assert shown["error_document"] == {"404": "/lost.html"} and shown["script_alias"] == {"/run": "/srv/run"}
+    site.do("site", "set", "shop.example", "--alias", "/pics=")
+    shown = site.do("site", "show", "shop.example", "--json").json
+    assert shown["alias"] == {} and shown["index"] == ["a.html", "b.html"] and shown["address"] == "127.0.0.1"
+    root = site.sites / "shop.example/www/html"
+    site.do("site", "set", "shop.example", "--mode", "0711")
+    assert root.stat().st_mode & 0o7777 == 0o711
+    site.do("site", "set", "shop.example", "--mode", "0750", "--dry-run")
+    assert root.stat().st_mode & 0o7777 == 0o711
+    assert site.run("site", "set", "shop.example").status == 2
+    site.do("site", "port", "shop.example", "8088", "--no-check")
+    assert block(site).startswith("<VirtualHost 127.0.0.1:8088>")
+
+
+def test_addresses_and_host_names(site):
+    assert site.do("address", "list", "--json").json["addresses"][0]["address"] == "127.0.0.1"
+    site.do("address", "own", "shop.example", "--address", "127.0.0.2")
+    assert block(site).startswith("<VirtualHost 127.0.0.2>")
+    site.do("address", "shared", "shop.example", "--address", "127.0.0.3")
+    assert block(site).startswith(f"<VirtualHost 127.0.0.3:{site.port}>")
+    assert f"NameVirtualHost 127.0.0.3:{site.port}\n" in site.text()
+    site.do("host", "add", "shop.example", "more.example")
+    assert "ServerAlias www.shop.example more.example" in block(site)
+    site.do("host", "remove", "shop.example", "more.example")
+    assert "ServerAlias www.shop.example\n" in block(site)
+
+
+def test_virtual_directories(site):
+    folder = site.root / "www"
+    site.do("vdir", "create", "shop.example", folder, "--option=+ExecCGI", "--option=-Indexes")
+    assert f'\t<Directory "{folder}">\n\t\tAddHandler cgi-script cgi pl\n\t\tOptions -Indexes +ExecCGI\n' in block(site)
+    assert site.run("vdir", "create", "shop.example", folder).status == 7
+    assert folder.owner() == OWNER
+    shown = site.do("vdir", "show", "shop.example", folder, "--json").json
+    assert shown["options"] == "-Indexes +ExecCGI" and shown["perl"] and not shown["protected"]
+    site.do("vdir", "set", "shop.example", folder, "--protect")
+    assert "AuthType Basic" in block(site) and (folder / "webusers.htpasswd").exists()
+    answer = site.run("vdir", "set", "shop.example", folder, "--protect", "--order", "--allow", "all")
+    assert answer.status == 2 and "both open" in answer.err
+    site.do("vdir", "delete", "shop.example", folder)
+    assert str(folder) not in block(site)
+    assert site.run("vdir", "delete", "shop.example", folder).status == 6
+    site.do("site", "set", "shop.example", "--alias", f"/pics={folder}")
+    assert site.do("vdir", "list", "shop.example", "--json").json["aliases"] == [
+        {"alias": "/pics", "folder": str(folder)}]
+    assert site.do("vdir", "find", "shop.example", "/pics", "--json").json["folder"] == str(folder)
+    assert site.run("vdir", "find", "shop.example", "/none").status == 6
+
+
+def test_a_dry_run_of_a_virtual_directory_leaves_owners_and_modes(site):
+    folder = site.root / "www"
+    before = site.tree()
+    site.do("vdir", "create", "shop.example", folder, "--protect", "--dry-run")
+    assert site.tree() == before
+
+
+def test_web_users(site):
+    users = Path("/etc/webusers/passwd.shop.example")
+    for name, word in (("joe", "one"), ("ann", "two")):
+        site.do("user", "add", "shop.example", name, input=word + "\n")
+    assert users.read_text() == "joe:one\nann:two\n" and users.stat().st_mode & 0o777 == 0o600
+    assert site.run("user", "add", "shop.example", "joe", input="x\n").status == 7
+    site.do("user", "passwd", "shop.example", "joe", input="three\n")
+    assert site.run("user", "passwd", "shop.example", "eve", input="x\n").status == 6
+    site.do("user", "delete", "shop.example", "ann")
+    assert [r["user"] for r in site.do("user", "list", "shop.example", "--json").json["users"]] == ["joe"]
+    assert users.read_text() == "joe:three\n"
+    site.do("undo")
+    assert users.read_text() == "joe:three\nann:two\n"
+    site.do("user", "delete", "shop.example", "--all")
+    assert not users.exists() and site.run("user", "list", "shop.example").status == 6
+
+
+def test_protected_folders(site):
+    folder, other = site.root / "www", site.root / "included"
+    site.do("protect", "add", folder, "joe", input="one\n")
+    access = (folder / ".htaccess").read_text()
+    assert access.splitlines()[0] == f"AuthUserFile {folder}/.htpasswd" and len(access.splitlines()) == 4
+    assert (folder / ".htpasswd").stat().st_mode & 0o777 == 0o444
+    first = (folder / ".htpasswd").read_text()
+    site.do("protect", "edit", folder, "joe", input="two\n")
+    assert (folder / ".htpasswd").read_text() != first
+    site.do("protect", "edit", folder, "joe", "--to", other, input="two\n")
+    assert not (folder / ".htpasswd").exists() and f"AuthUserFile {other}/" in (other / ".htaccess").read_text()
+    assert site.run("protect", "remove", other, "eve").status == 6
+    site.do("protect", "remove", other, "joe")
+    assert not (other / ".htpasswd").exists() and (other / ".htaccess").read_text() == ""
+
+
+def test_script_handlers_and_limits(site):
+    html = site.sites / "shop.example/www/html"
+    assert site.run("perl", "on", "shop.example").status == 6
+    site.do("vdir", "create", "shop.example", html)
+    for command, sign in ((["perl", "{}", "shop.example"], "AddHandler cgi-script cgi pl"),
+                          (["basedir", "{}", "shop.example", html], f'php_admin_value open_basedir "{html}/:/tmp/"'),
+                          (["suphp", "{}", "shop.example"], "suPHP_Engine On")):
+        text = site.text()
+        site.do(*[str(w).format("on") for w in command], "--no-check")
+        assert sign in block(site)
+        site.do(*[str(w).format("off") for w in command], "--no-check")
+        assert site.text() == text
+    text = site.text()
+    site.do("suphp", "on")
+    assert "<IfModule mod_suphp.c>\n\tsuPHP_Engine On\n</IfModule>" in site.text()
+    site.do("suphp", "off")
+    assert site.text() == text
+    assert site.run("suphp", "install", html, "/usr/bin/env").status == 6
+    site.do("rails", "on", "shop.example", "app", "--owner", OWNER)
+    assert f'DocumentRoot "{html.parent}/app/public"' in block(site) and (html.parent / "app/public").is_dir()
+    site.do("rails", "off", "shop.example", "app")
+    assert site.text() == text
+    assert site.run("limits", "on").status == 6
+    site.conf.write_text("#LoadModule hostinglimits_module modules/mod_hostinglimits.so\n" + site.text())
+    site.do("limits", "on")
+    assert "\tAllowedHandlers cgi-script" in site.text()
+    log = site.sites / "shop.example/log/httpd/access_log"
+    log.write_text("x\n")
+    site.do("log", "rotate", "shop.example", "--size", "1")
+    assert log.exists()
+    site.do("log", "rotate", "shop.example", "--dry-run")
+    assert log.exists()
+    site.do("log", "rotate", "shop.example")
+    assert not log.exists() and len(list(log.parent.glob("access_log-*.tar.gz"))) == 1
+
+
+def test_installing_suphp(site):
+    source = Path("/usr/local/zeplarpanel/config/suphp")
+    source.mkdir(parents=True)
+    for name in ("suphp_x64", "mod_suphp_x64.so", "suphp_i386", "mod_suphp_i386.so"):
+        (source / name).write_text(name)
+    (source / "suphp.conf").write_text("user={APACHE_USER}\nroot={WEBSPACE_PATH}\n")
+    site.do("suphp", "install", site.sites, "/usr/bin/env", "--dry-run")
+    assert not Path("/usr/local/etc/suphp.conf").exists()
+    site.do("suphp", "install", site.sites, "/usr/bin/env")
+    assert Path("/usr/local/etc/suphp.conf").read_text() == f"user=www-data\nroot={site.sites}\n"
+
+
+def test_directives_folders_modules_and_parameters(site):
+    site.do("directive", "add", "Options", "None", "--site", "shop.example")
+    site.do("directive", "add", "Timeout", "5", "--site", "shop.example", "--first", "--no-check")
+    site.do("directive", "set", "Timeout", "7", "--site", "shop.example", "--no-check")
+    assert site.do("directive", "get", "Timeout", "--site", "shop.example", "--json").json["value"] == "7"
+    site.do("directive", "delete", "Timeout", "--site", "shop.example")
+    assert site.run("directive", "get", "Timeout", "--site", "shop.example").status == 6
+    assert site.do("directive", "get", "User", "--is", "www-data", "--json").json["matches"] is True
+    site.do("directive", "insert", "Timeout", "60", "--before", "Listen")
+    assert f"Timeout 60\nListen 127.0.0.1:{site.port}\n" in site.text()
+    site.do("folder", "add", "shop.example", "/srv/a", "--line", "Options None")
+    site.do("folder", "set", "shop.example", "/srv/a", "--line", "Options All", "--line", "AllowOverride None")
+    site.do("folder", "line", "shop.example", "/srv/a", "AllowOverride None", "--remove")
+    site.do("folder", "move", "shop.example", "/srv/a", "/srv/b")
+    assert '\t<Directory "/srv/b">\n\t\tOptions All\n\t</Directory>\n' in block(site)
+    site.do("folder", "delete", "shop.example", "/srv/b")
+    assert "/srv/b" not in block(site)
+    shown = site.do("module", "show", "alias", "--site", "shop.example", "--json").json
+    assert (shown["loaded"], shown["installed"], shown["in_site"]) == (True, True, False)
+    site.do("module", "load", "headers")
+    assert "LoadModule headers_module" in site.text()
+    site.conf.write_text(site.text().replace("</VirtualHost>", "\t<IfModule mod_x.c>\n\t</IfModule>\n</VirtualHost>"))
+    site.do("module", "unblock", "shop.example", "x")
+    assert "mod_x" not in site.text()
+    file = site.root / "www/param"
+    site.do("param", "add", file, "Name", "one")
+    site.do("param", "edit", file, "Name", "one", "two")
+    assert file.read_text() == "Name two\n"
+    assert site.run("param", "test", file, "Name", "one").status == 6
+    site.do("param", "test", file, "Name", "two")
+    site.do("param", "delete", file, "Name", "two")
+    assert file.read_text() == ""
+
+
+def test_the_server(live):
+    info = live.do("server", "info", "--owner-of", "/etc", "--json").json
+    assert info["running"] and info["user"] == "www-data" and info["owner"] == "root" and info["version"][:2] == "2."
+    live.do("server", "reload")
+    live.conf.write_text(live.text().replace("# What", f'DocumentRoot "{live.root}/www"\nScriptAlias /cgi-bin/ /srv/\n# What'))
+    text = live.text()
+    live.do("server", "panel-port", "127.0.0.1", "--no-reload")
+    assert "<VirtualHost 127.0.0.1:8077>" in live.text() and live.text().startswith(text)
+
+
+def test_doctor_finds_what_sleeps(site):
+    assert site.do("doctor", "--json").json["findings"] == []
+    (site.root / "included/old.conf~").write_text("")
+    (site.root / "included/gone.conf").symlink_to("/nowhere")
+    site.conf.write_text(site.text().replace("included/*.conf", "included/*") + f"""
+<VirtualHost 127.0.0.1:{site.port}>
+ServerName shop.example
+DocumentRoot /nowhere/www
+ErrorLog /nowhere/log/error
+AuthUserFile /nowhere/users
+# {"x" * 1100}
+</VirtualHost>
+""")
+    (site.root / ".zpweb/stage").mkdir()
+    answer = site.run("doctor", "--json")
+    assert answer.status == 1
+    assert {finding["finding"] for finding in answer.json["findings"]} == {
+        "missing log folder", "missing document root", "dangling link", "name claimed twice",
+        "temporary file is included", "missing password file", "line over the bound", "leftover of a run"}
+
+
+def test_json_has_its_schema_and_errors_are_on_standard_error(site):
+    answer = site.run("site", "status", "none.example", "--json")
+    assert answer.json["schema"] == 1 and answer.json["status"] == "not found" and answer.json["changed"] is False
+    assert "none.example" in answer.err
+    assert site.do("site", "stop", "shop.example", "--quiet").out == ""
+
+
+def test_manual_and_completion_come_from_the_table(site):
+    commands = {line.split("\t")[1] for line in
+                subprocess.run([ZPWEB, "operations"], capture_output=True, text=True).stdout.splitlines()}
+    manual = subprocess.run([ZPWEB, "manual"], capture_output=True, text=True).stdout
+    assert all(f".SS {command}".replace("-", "\\-") in manual for command in commands | {"apply", "undo", "doctor"})
+    rendered = subprocess.run(["man", "-l", "--warnings", "-"], input=manual, capture_output=True, text=True)
+    if rendered.returncode != 127:
+        assert not rendered.stderr.strip(), rendered.stderr
+    script = site.root / "www/completion"
+    script.write_text(subprocess.run([ZPWEB, "completion"], capture_output=True, text=True).stdout)
+
+    def offered(*words):
+        line = " ".join(f"'{w}'" for w in words)
+        done = subprocess.run(["bash", "-c", f"PATH={os.path.dirname(ZPWEB)}:$PATH; . {script}; COMP_WORDS=({line}); "
+                               f"COMP_CWORD={len(words) - 1}; _zpweb; printf '%s\\n' \"${{COMPREPLY[@]}}\""],
+                              capture_output=True, text=True, check=True)
+        return done.stdout.split()
+
+    assert "site" in offered("zpweb", "si") and "create" in offered("zpweb", "site", "")
+    assert offered("zpweb", "--conf", str(site.conf), "site", "stop", "sh") == ["shop.example"]
+    assert offered("zpweb", "site", "create", "--m") == ["--mode"]
+    assert offered("zpweb", "site", "create", "x.example", "--mode", "o") == ["own"]

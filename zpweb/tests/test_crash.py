@@ -1,0 +1,133 @@
+"""Many writers, sudden ends, full disks."""
+import os
+import random
+import subprocess
+import time
+from concurrent.futures import ThreadPoolExecutor
+from pathlib import Path
+
+import pytest
+
+from conftest import ZPWEB
+
+# More for a night: ZPWEB_KILLS=2000 scripts/sandbox /usr/bin/python3 -m pytest zpweb/tests
+WRITERS, CHANGES = int(os.environ.get("ZPWEB_WRITERS", 32)), int(os.environ.get("ZPWEB_CHANGES", 50))
+KILLS = int(os.environ.get("ZPWEB_KILLS", 200))
+FAST = ("--no-check", "--no-reload", "--lock-timeout", "300")
+
+
+def site_blocks(machine, names):
+    text = "".join(f"\n<VirtualHost 127.0.0.1:{machine.port}>\n\tServerName {n}\n\tServerAlias www.{n}\n</VirtualHost>\n"
+                   for n in names)
+    machine.conf.write_text(machine.text() + text)
+
+
+def test_many_writers_lose_nothing(machine):
+    names = [f"s{i}.example" for i in range(WRITERS)]
+    site_blocks(machine, names)
+
+    def write(name):
+        for i in range(CHANGES):
+            answer = machine.run("host", "add", name, f"h{i}.{name}", *FAST)
+            assert answer.status == 0, answer
+
+    with ThreadPoolExecutor(WRITERS) as pool:
+        list(pool.map(write, names))
+    for name in names:
+        wanted = "\tServerAlias " + " ".join([f"www.{name}"] + [f"h{i}.{name}" for i in range(CHANGES)]) + "\n"
+        assert wanted in machine.text()
+    assert not machine.strays()
+
+
+def start(machine, *words):
+    return subprocess.Popen([ZPWEB, "--conf", machine.conf, *map(str, words), *FAST], stdout=subprocess.DEVNULL,
+                            stderr=subprocess.DEVNULL)
+
+
+def test_killed_at_any_moment_the_old_or_the_new_configuration_is_there(machine):
+    site_blocks(machine, ["other.example"])
+    plain = machine.text()
+    create = ["site", "create", "shop.example", "--address", "127.0.0.1", "--owner", "anna", "--path", machine.sites,
+              "--mode", "plain"]
+    machine.do(*create, *FAST)
+    created = machine.text()
+    machine.do("site", "set", "shop.example", "--alias", "/x=/tmp", *FAST)
+    changed = machine.text()
+    machine.do("site", "delete", "shop.example", "--remove-folders", *FAST)
+    assert machine.text() == plain
+    steps = [(create, plain, created), (["site", "set", "shop.example", "--alias", "/x=/tmp"], created, changed),
+             (["site", "delete", "shop.example", "--remove-folders"], changed, plain)]
+    chance = random.Random(7)
+    longest = 0.0
+    for words, _, _ in steps:
+        begun = time.monotonic()
+        machine.do(*words, *FAST)
+        longest = max(longest, time.monotonic() - begun)
+    outcomes = set()
+    home = machine.sites / "shop.example"
+    for i in range(KILLS):
+        words, old, new = steps[i % 3]
+        run = start(machine, *words)
+        time.sleep(chance.uniform(0, longest))
+        run.kill()
+        run.wait()
+        text = machine.text()
+        assert text in (old, new), f"kill {i} of {words}"
+        outcomes.add((i % 3, text == new))
+        # The next command works, and clears up.
+        machine.do("host", "add", "other.example", "more.example", *FAST)
+        machine.do("host", "remove", "other.example", "more.example", *FAST)
+        assert machine.text() == text and not machine.strays(), f"kill {i} of {words}"
+        assert text != plain or words[1] == "delete" or not home.exists()
+        if text != new:
+            machine.do(*words, *FAST)
+        elif words[1] == "delete" and home.exists():
+            subprocess.run(["rm", "-r", home], check=True)
+        assert machine.text() == new
+    assert len(outcomes) > 3, "the moments are not spread"
+
+
+@pytest.fixture
+def small_disk(machine):
+    """The machine's folder on a disk of its own, whose free space can be set."""
+    conf = machine.text()
+    subprocess.run(["mount", "-t", "tmpfs", "-o", "size=64m", "tmpfs", machine.root], check=True)
+    for folder in ("sites", "run", "www", "included"):
+        (machine.root / folder).mkdir()
+    machine.conf.write_text(conf)
+    yield machine
+    subprocess.run(["umount", "-l", machine.root])
+
+
+def fill(machine, free):
+    ballast = machine.root / "www/ballast"
+    ballast.unlink(missing_ok=True)
+    space = os.statvfs(machine.root)
+    with ballast.open("wb") as file:
+        os.posix_fallocate(file.fileno(), 0, max(space.f_bavail * space.f_frsize - free, 1))
+    return ballast
+
+
+def test_a_full_disk_at_any_stage_leaves_everything_as_it_was(small_disk):
+    site_blocks(small_disk, [f"s{i}.example" for i in range(300)])
+    small_disk.do("host", "add", "s1.example", "a.example", *FAST)
+    size = len(small_disk.text())
+    ended = set()
+    commands = [["site", "create", "shop.example", "--address", "127.0.0.1", "--owner", "anna", "--path",
+                 small_disk.sites], ["site", "stop", "s7.example"], ["host", "add", "s1.example", "b.example"]]
+    for command in commands:
+        for pages in list(range(0, 24)) + list(range(24, size * 6 // 4096, 3)):
+            before = small_disk.text()
+            ballast = fill(small_disk, pages * 4096)
+            answer = small_disk.run(*command, *FAST)
+            ballast.unlink()
+            ended.add(answer.status)
+            if answer.status == 0:
+                assert small_disk.text() != before
+                small_disk.do("undo", *FAST)
+            assert answer.status in (0, 1), answer
+            assert small_disk.text() == before, f"{pages} pages free: {command}"
+            small_disk.do("host", "add", "s1.example", "c.example", *FAST)
+            small_disk.do("undo", *FAST)
+            assert not small_disk.strays() and not list(small_disk.sites.iterdir())
+    assert ended == {0, 1}
