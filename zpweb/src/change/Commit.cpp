@@ -224,9 +224,13 @@ Outcome Transaction::reload() {
     }
     // A server that has ended serves nobody: it is started. One that runs is never restarted.
     const auto alive = server_->master(*old);
-    const Outcome repaired = alive ? server_->reload(*old, *alive) : server_->start();
-    back.message += repaired.ok() ? (alive ? ", and the server has reloaded it"
-                                           : ", and the server, which had ended, is started with it")
+    Outcome repaired = alive ? server_->reload(*old, *alive) : server_->start();
+    const bool started = !alive || (!repaired.ok() && !server_->master(*old));
+    if (alive && started) {
+        repaired = server_->start();
+    }
+    back.message += repaired.ok() ? (started ? ", and the server, which had ended, is started with it"
+                                             : ", and the server has reloaded it")
                                   : ", but: " + repaired.message;
     return back;
 }

@@ -30,7 +30,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto LongestReload = 10s;
+constexpr auto LongestReload = 20s;
 constexpr auto BetweenLooks = 20ms;
 
 std::string procFile(pid_t pid, const char* name) { return "/proc/" + std::to_string(pid) + "/" + name; }
@@ -318,7 +318,7 @@ Outcome Server::awaitGeneration(pid_t master, const std::vector<pid_t>& old) con
             return done();
         }
     }
-    return failure("the server has not taken up its new configuration in 10 s");
+    return failure("the server has not taken up its new configuration in 20 s");
 }
 
 Outcome Server::probe(const Configuration& configuration, pid_t master) const {
