@@ -2,10 +2,13 @@
 // configuration.
 #include <CZPUsers.h>
 #include <CZPWebsite.h>
+#include <PrivateFolder.h>
+#include <RubyOnRails.h>
 #include <gtest/gtest.h>
 
 #include <functional>
 
+#include "host/Fields.h"
 #include "support/Files.h"
 #include "support/VirtualDirectories.h"
 #include "support/Watching.h"
@@ -36,6 +39,26 @@ auto website(Call call) {
         return static_cast<int>(call(manager));
     };
 }
+
+template <class Call>
+auto rails(Call call) {
+    return [call](CZPTrackManager* tracking, const char* configuration) {
+        RubyOnRails manager(tracking, zp::host::textOf(configuration));
+        return call(manager);
+    };
+}
+template <class Call>
+auto privateFolder(Call call) {
+    return [call](CZPTrackManager* tracking, const char*) {
+        PrivateFolder manager(tracking);
+        return call(manager);
+    };
+}
+constexpr const char* MovedToMissing =
+    "arguments NewPrivateFolderPath=/missing, OldPrivateFolderPath=/old, PrivateFolderUserName=ann, "
+    "PrivateFolderUserPasswd=secret";
+constexpr const char* AddedToMissing =
+    "arguments NewPrivateFolderPath=/missing, PrivateFolderUserName=ann, PrivateFolderUserPasswd=secret";
 
 const Row Rows[] = {
     {"WebsiteExists",
@@ -107,6 +130,69 @@ const Row Rows[] = {
      {},
      0,
      0,
+     ""},
+    {"EnablePerl", website([](auto& w) { return w.EnablePerl("example.com"); }), {}, 21, 21, ""},
+    {"DisablePerl", website([](auto& w) { return w.DisablePerl("example.com"); }), {}, 21, 21, ""},
+    {"Enable_open_basedir",
+     website([](auto& w) { return w.Enable_open_basedir("example.com", "/"); }),
+     {},
+     22,
+     22},
+    {"Disable_open_basedir",
+     website([](auto& w) { return w.Disable_open_basedir("example.com", "/"); }),
+     {},
+     22,
+     22},
+    {"EnableSuPhpGlobally",
+     website([](auto& w) { return w.EnableSuPhpGlobally("mod_suphp"); }),
+     {},
+     1,
+     1,
+     ""},
+    {"DisableSuPhpGlobally", website([](auto& w) { return w.DisableSuPhpGlobally(); }), {}, 21, 21, ""},
+    {"EnableSuPhp",
+     website([](auto& w) { return w.EnableSuPhp("example.com", "mod_suphp"); }),
+     {},
+     21,
+     23,
+     ""},
+    {"DisableSuPhp",
+     website([](auto& w) { return w.DisableSuPhp("example.com", "mod_suphp"); }),
+     {},
+     21,
+     23,
+     ""},
+    {"defaultToROR",
+     rails([](auto& r) { return r.defaultToROR("example.com", "app", "siteowner"); }),
+     {"method DefaultToROR",
+      "arguments DomainName=example.com, RailsApplicationName=app, OwnerName=siteowner"},
+     1,
+     1,
+     "error occured while getting DocumentRoot, cannot open apache configuration file\n"},
+    {"RORToDefault",
+     rails([](auto& r) { return r.RORToDefault("example.com", "app"); }),
+     {"method RORtoDefault", "arguments DomainName=example.com, RailsApplicationName=app"},
+     1,
+     1,
+     "Error occured while getting DocumentRoot, Cannot open apache configuration file\n"},
+    {"addPrivateFolder",
+     privateFolder([](auto& p) { return p.addPrivateFolder("/missing", "ann", "secret"); }),
+     {"method addPrivateFolder", AddedToMissing},
+     1601,
+     1601,
+     ""},
+    {"deletePrivateFolder",
+     privateFolder([](auto& p) { return p.deletePrivateFolder("/missing", "ann"); }),
+     {"method deletePrivateFolder", "arguments NewPrivateFolderPath=/missing, =ann"},
+     1603,
+     1603,
+     ""},
+    {"editPrivateFolder",
+     privateFolder([](auto& p) { return p.editPrivateFolder("/missing", "/old", "ann", "secret"); }),
+     {"method editPrivateFolder", MovedToMissing, "method deletePrivateFolder",
+      "arguments NewPrivateFolderPath=/old, =ann", "method addPrivateFolder", AddedToMissing},
+     1601,
+     1601,
      ""},
 };
 

@@ -1,0 +1,115 @@
+// Perl CGI and PHP's open_basedir in the folders of a site.
+#include <CZPWebsite.h>
+#include <gtest/gtest.h>
+
+#include "support/FakeTools.h"
+#include "support/FileCase.h"
+#include "support/Files.h"
+#include "support/Text.h"
+#include "support/Watching.h"
+
+using namespace zp::test;
+
+namespace {
+
+using Operation = std::function<int(const std::string&)>;
+
+Operation enablePerl(const char* domain = "example.com") {
+    return [=](auto& file) { return CZPWebsite(nullptr, file.c_str()).EnablePerl(domain); };
+}
+Operation disablePerl(const char* domain = "example.com") {
+    return [=](auto& file) { return CZPWebsite(nullptr, file.c_str()).DisablePerl(domain); };
+}
+Operation enableBasedir(const char* folder = "/srv/www", const char* domain = "example.com") {
+    return
+        [=](auto& file) { return CZPWebsite(nullptr, file.c_str()).Enable_open_basedir(domain, folder); };
+}
+Operation disableBasedir(const char* folder = "/srv/www", const char* domain = "example.com") {
+    return
+        [=](auto& file) { return CZPWebsite(nullptr, file.c_str()).Disable_open_basedir(domain, folder); };
+}
+
+const std::string Handler = "\t\tAddHandler cgi-script cgi pl\n";
+const std::string Restriction = "\t\tphp_admin_value open_basedir \"/srv/www/:/tmp/\"\n";
+const std::string Options = "\t\tOptions +ExecCGI\n";
+const std::string Empty = "\n \n";
+const std::string Filled = " \n";
+
+// The site, with lines in its folder and in a second block of that folder. In front of it everything that
+// is not meant: another site, another folder, and the folder without quotes and commented out.
+std::string site(const std::string& inFolder, const std::string& inSecond = "",
+                 const std::string& root = "\"/srv/www\"") {
+    return lines({"<VirtualHost *:80>", "\tServerName other.example", "\t<Directory \"/srv/www\">",
+                  "\t</Directory>", "</VirtualHost>", "<virtualhost *:80>", "\tservername  EXAMPLE.com",
+                  "\tDocumentRoot " + root, "\t<Directory /srv/www>", "\t</Directory>",
+                  "\t<Directory \"\">", "\t</Directory>", "\t<Directory \"/srv\">", "\t</Directory>",
+                  "#\t<Directory \"/srv/www\">", "\t<DIRECTORY \"/SRV/www\">"}) +
+           inFolder + "\t</Directory>\n\t<Directory \"/srv/www\">\n" + inSecond +
+           "\t</Directory>\n</VirtualHost>\n";
+}
+// A folder behind the site's block, and one behind the next opening tag.
+std::string behind(const std::string& folder, const std::string& next = "") {
+    return "<VirtualHost *>\nServerName example.com\n</VirtualHost>\n<Directory \"/srv/www\">\n" + folder +
+           "</Directory>\n<VirtualHost *>\n<Directory \"/srv/www\">\n" + next + "</Directory>\n";
+}
+
+const FileCase cases[] = {
+    {"PerlGoesToTheFirstBlockOfTheDocumentRoot", Empty + site(Options), enablePerl(), 0,
+     Filled + site(Handler + Options), Handler},
+    {"PerlIsAddedASecondTime", site(Handler), enablePerl(), 0, site(Handler + Handler), Handler},
+    {"PerlGoesToEachBlockOfTheSite", site("") + site(""), enablePerl(), 0, site(Handler) + site(Handler),
+     Handler + Handler},
+    {"PerlOfAnUnknownSite", Empty + site(""), enablePerl("absent.example"), 0, Filled + site("")},
+    {"PerlOfASiteWithoutQuotedRoot", site("", "", "/srv/www"), enablePerl()},
+
+    {"NoPerlDropsOneLine", Empty + site(Options + Handler + Handler), disablePerl(), 0,
+     Filled + site(Options + Handler)},
+    {"NoPerlTakesAnyLetterCase", site("ADDHANDLER   CGI-script cgi PL\n"), disablePerl(), 0, site("")},
+    {"NoPerlKeepsOtherHandlers", site("AddHandler cgi-script cgi pl py\n"), disablePerl()},
+    {"NoPerlReachesALaterFolderOfTheSite", site(Options, Handler), disablePerl(), 0, site(Options)},
+    {"NoPerlEndsWithTheSite", site("") + "<Directory \"/srv/www\">\n" + Handler + "</Directory>\n",
+     disablePerl()},
+    {"NoPerlOfAnUnknownSite", site(Handler), disablePerl("absent.example")},
+
+    {"BasedirIsWrittenAtTheEndOfTheFolder", Empty + site(Options), enableBasedir(), 96,
+     Filled + site(Options + Restriction, Restriction)},
+    {"BasedirReplacesAnyValue", site("\tPHP_admin_value memory_limit 1M\n" + Options, Restriction),
+     enableBasedir(), 96, site(Restriction + Options, Restriction)},
+    {"BasedirReplacesOneValue", site(Restriction + "\tphp_admin_value memory_limit 1M\n", Restriction),
+     enableBasedir(), 96},
+    {"BasedirOfAnUnknownFolder", Empty + site(Options), enableBasedir("/srv/absent"), 96,
+     Filled + site(Options)},
+    {"BasedirOfAnUnknownSite", site(Options), enableBasedir("/srv/www", "absent.example"), 96},
+    {"BasedirSeesLinesOf2046Characters",
+     std::string(2046, 'x') + "\n" + site("") + std::string(2047, 'y') + "\nListen 80\n", enableBasedir(),
+     96, std::string(2046, 'x') + "\n" + site(Restriction, Restriction)},
+    {"BasedirReachesFoldersBehindTheSite", behind(""), enableBasedir(), 96, behind(Restriction)},
+
+    {"NoBasedirDropsAnyValue", Empty + site("\tphp_admin_value memory_limit 1M\n" + Options + Restriction),
+     disableBasedir(), 96, Filled + site(Options + Restriction)},
+    {"NoBasedirEndsWithTheFolder", site(Options) + "php_admin_value memory_limit 1M\n", disableBasedir(),
+     96},
+    {"NoBasedirReachesFoldersBehindTheSite", behind(Restriction, Restriction), disableBasedir(), 96,
+     behind("", Restriction)},
+    {"NoBasedirOfAnUnknownSite", site(Restriction), disableBasedir("/srv/www", "absent.example"), 96},
+};
+
+}  // namespace
+
+class SiteFolder : public ::testing::TestWithParam<FileCase> {};
+TEST_P(SiteFolder, File) { check(GetParam()); }
+INSTANTIATE_TEST_SUITE_P(Switch, SiteFolder, ::testing::ValuesIn(cases), byName);
+
+TEST(SiteFolderCommands, MoveTheScratchFileInAnyCase) {
+    const std::string file = scratch("httpd.conf");
+    writeFile(file, "Listen 80\n");
+    const FakeTools tools;
+    tools.watch("mv");
+    enablePerl()(file);
+    disablePerl()(file);
+    EXPECT_EQ(tools.calls(), std::vector<std::string>(2, "mv /etc/tempapa1 " + file));
+    const std::string odd = scratch("a b;reboot/httpd.conf");
+    writeFile(odd, "Listen 80\n");
+    EXPECT_EQ(enablePerl()(odd), 0);
+    EXPECT_EQ(tools.calls().back(), "mv /etc/tempapa1 [" + odd + "]");
+}
