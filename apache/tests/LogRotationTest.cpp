@@ -81,9 +81,12 @@ TEST(LogRotation, PacksBeforeItRemoves) {
         EXPECT_EQ(readFile(scratch(name)), "log of " + name);
     }
     tools.replace("tar", "exit 1");
-    writeLog(7);
-    EXPECT_EQ(rotate("access_log combined", "0", "ZIPandDEL"), 1) << "a log named without its folder";
-    EXPECT_FALSE(fs::exists(log())) << "removed whether it could be packed or not";
+    fs::current_path(scratch());
+    for (const char* relative : {"log/access_log", "access_log"}) {
+        writeLog(7);
+        EXPECT_EQ(rotate(relative, "0", "ZIPandDEL"), 1);
+        EXPECT_FALSE(fs::exists(log())) << "removed whether it could be packed or not";
+    }
 }
 
 TEST(LogRotation, LeavesWhatIsNoLog) {

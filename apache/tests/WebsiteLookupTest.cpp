@@ -37,6 +37,8 @@ const std::string Sites = lines({
     "\tServerName",
     "\tServerName later.example",
     "</VirtualHost>",
+    "<VirtualHost *>",
+    "</VirtualHost>",
     "ServerName outside.example",
     "<VirtualHost 10.0.0.9>",
     "\tServerName   wide.example",
