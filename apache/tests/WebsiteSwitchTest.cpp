@@ -116,7 +116,8 @@ const FileCase cases[] = {
     {"StopGoesByAnyNameOfABlock", with(Site, "</", "ServerName other.example\n</"), stop(), 30,
      with(block("example.com", "#"), "#</", "#ServerName other.example\n#</")},
     {"StopPassesOverABlockWithoutAddress",
-     "<VirtualHost>\nServerName example.com\n</VirtualHost>\n",
+     "<VirtualHost>\nServerName example.com\n</VirtualHost>\n<VirtualHost *> # <VirtualHost>\nServerName "
+     "example.com\n",
      stop(),
      30,
      {},
