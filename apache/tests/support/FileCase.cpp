@@ -39,7 +39,7 @@ void check(const FileCase& fileCase) {
         }
         beside.push_back(shown(found, name));
         if (beside.back().compare(0, 9, ".zpbackup") == 0) {
-            EXPECT_EQ(readFile(folder + "/" + found), fileCase.before) << found;
+            EXPECT_EQ(readFile(folder + "/" + found), fileCase.backup.value_or(fileCase.before)) << found;
         }
     }
     std::vector<std::string> expected = fileCase.beside;

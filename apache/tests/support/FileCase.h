@@ -19,10 +19,11 @@ struct FileCase {
     // What stands beside the file afterwards: names without the file's own in front (".zpbackup.rt"); a
     // name of digits alone is written "#".
     std::vector<std::string> beside = {};
+    std::optional<std::string> backup = {};  // what a copy that was kept holds; absent: the text before
 };
 
 // Runs the case on a new file and compares result, file, standard output and what stands beside the file. A
-// copy beside it whose name begins with ".zpbackup" must hold what the file held before.
+// copy beside it whose name begins with ".zpbackup" is one that was kept.
 void check(const FileCase& fileCase);
 
 // For INSTANTIATE_TEST_SUITE_P.

@@ -1,0 +1,315 @@
+// Shared and own addresses: which are in use, who stands at a shared one, and moving a site between them.
+#include <CZPWebsite.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "support/FileCase.h"
+#include "support/Files.h"
+#include "support/Text.h"
+#include "support/Watching.h"
+
+using namespace zp::test;
+namespace fs = std::filesystem;
+
+namespace {
+
+using Operation = std::function<int(const std::string&)>;
+
+Operation toOwn(const char* from, const char* to) {
+    return [=](auto& file) {
+        return CZPWebsite(nullptr, file.c_str()).NameBasedToIPBased(from, to, "example.com");
+    };
+}
+Operation toShared(const char* from, const char* to, const char* port = "") {
+    return [=](auto& file) {
+        writeFile("/etc/ZeplarPanel.conf",
+                  *port == '\0' ? "" : std::string("WebServerPort=\"") + port + "\"\n");
+        return CZPWebsite(nullptr, file.c_str()).IPBasedToNameBased(from, to, "example.com");
+    };
+}
+
+std::string block(const std::string& address, const std::string& inner = "\tServerName example.com\n") {
+    return "<VirtualHost " + address + ">\n" + inner + "</VirtualHost>\n";
+}
+const std::string Secure = "\tServerName example.com\n\t<IfModule mod_ssl.c>\n\t</IfModule>\n";
+const std::string SecurePrinted = "modname=mod_ssl\n";
+const std::string Plain = "SSL is not enabled\n";
+
+// Four blocks at one address, two of them the site's, empty lines inside and outside of them.
+const std::string Shared = lines({
+    "NameVirtualHost 10.0.0.5:80",
+    "",
+    "  namevirtualhost 10.0.0.9 \t",
+    "NameVirtualHost 10.0.0.99",
+    "<VirtualHost 10.0.0.5:80>",
+    "",
+    "\tDocumentRoot \"/var/www\"",
+    "\tServerName other.example",
+    "</VirtualHost>",
+    " <VirtualHost \t10.0.0.5 10.0.0.7:80>",
+    "",
+    "\tServerName www.example.com",
+    "\tservername EXAMPLE.com",
+    "\tServerName other.example",
+    "",
+    "  </VirtualHost>",
+    "",
+    "<virtualhost 10.0.0.5:80>",
+    "\tServerName example.com",
+    "</virtualhost>",
+    "<VirtualHost 10.0.0.55:80>",
+    "\tServerName example.com",
+    "",
+    "</VirtualHost>",
+    "<VirtualHost 10.0.0.5>",
+    "\tServerName example.com",
+    "</VirtualHost> ",
+    "</VirtualHost>",
+    "",
+    "Listen 80",
+});
+std::string dense(std::string text) {
+    for (const char* outside :
+         {"\n\n  namev", "\n\n<virt", "\n\n</VirtualHost>\n<VirtualHost 10.0.0.5>", "\n\nListen"}) {
+        text = with(text, outside, outside + 1);
+    }
+    return text;
+}
+std::string readdressed(const std::string& opening) {
+    return with(with(dense(Shared), " <VirtualHost \t10.0.0.5 10.0.0.7:80>", opening),
+                "<VirtualHost 10.0.0.5>", opening);
+}
+const std::string Long(1023, 'x');
+
+const FileCase cases[] = {
+    {"ToOwn", Shared, toOwn("10.0.0.5", "10.0.0.9"), 123,
+     without(readdressed("<VirtualHost 10.0.0.9>"), "  namevirtualhost 10.0.0.9 \t\n")},
+    {"ToOwnOfASiteThatIsNotThere", Shared, toOwn("10.0.0.6", "10.0.0.8"), 32,
+     with(withoutEmptyLines(Shared), "10.0.0.9 \t", "10.0.0.9")},
+    {"ToOwnWhereTheSiteStandsAlready", block("10.0.0.9"), toOwn("10.0.0.9", "10.0.0.9"), 123},
+    {"ToOwnIPv6",
+     "NameVirtualHost [2001:DB8::9]\nNameVirtualHost [2001:db8::9]:80\nNameVirtualHost 2001:db8::9\n" +
+         block("[2001:DB8::5]:80") + block("[2001:db8::5") + block("2001:db8::5"),
+     toOwn("2001:db8::5", "2001:db8::9"), 123,
+     "NameVirtualHost [2001:db8::9]:80\nNameVirtualHost 2001:db8::9\n" + block("[2001:db8::9]") +
+         block("[2001:db8::5") + block("2001:db8::5")},
+    {"ToOwnCutsAnAddressAtTheLastBracket", block("[::5]:80 [::6]:80"), toOwn("::5]:80 [::6", "::9"), 123,
+     block("[::9]")},
+    {"ToOwnOfABlockThatIsNeverClosed",
+     block("10.0.0.5", "\tServerName other.example\n") +
+         "<VirtualHost 10.0.0.5:80>\nServerName example.com\n\nListen 1",
+     toOwn("10.0.0.5", "10.0.0.9"), 123,
+     block("10.0.0.5", "\tServerName other.example\n") +
+         "<VirtualHost 10.0.0.9>\nServerName example.com\n\nListen 1\n"},
+    {"ToOwnKeepsAnotherBlockThatIsNeverClosed", "<VirtualHost 10.0.0.5:80>\nServerName\n\nListen 1\n",
+     toOwn("10.0.0.5", "10.0.0.9"), 32},
+    {"ToOwnReadsLinesOf1023Characters",
+     block("10.0.0.5", "\tServerName example.com\n" + Long + "\n") + Long + "\n" + Long + "x\nListen 80\n",
+     toOwn("10.0.0.5", "10.0.0.9"), 123,
+     block("10.0.0.9", "\tServerName example.com\n" + Long + "\n") + Long + "\n"},
+
+    {"ToSharedWithItsLineThere",
+     block("10.0.0.5") + "NameVirtualHost 10.0.0.9:80 \nNameVirtualHost 10.0.0.9:*\n",
+     toShared("10.0.0.5", "10.0.0.9"), 121,
+     block("10.0.0.9:80") + "NameVirtualHost 10.0.0.9:80 \nNameVirtualHost 10.0.0.9:*\n",
+     Plain + "In name virtual host\nRequested IP is IPV4\n10.0.0.9:80==10.0.0.9:80  OR  ==10.0.0.9:*\n"
+             "IPV4 NameVirtualHost for port 80 found\n"},
+    {"ToSharedWithALineForAllPorts", "namevirtualhost 10.0.0.9:*\n" + block("10.0.0.5:80"),
+     toShared("10.0.0.5", "10.0.0.9", "8080"), 121, "namevirtualhost 10.0.0.9:*\n" + block("10.0.0.9:8080"),
+     Plain + "In name virtual host\nRequested IP is IPV4\n10.0.0.9:*==10.0.0.9:8080  OR  ==10.0.0.9:*\n"
+             "IPV4 NameVirtualHost for all ports found\n"},
+    {"ToSharedAddsALineBeforeTheFirst",
+     Shared,
+     toShared("10.0.0.5", "10.0.0.8"),
+     121,
+     "NameVirtualHost 10.0.0.8:80\n" + withoutEmptyLines(readdressed("<VirtualHost 10.0.0.8:80>")),
+     Plain + "In name virtual host\nRequested IP is IPV4\n10.0.0.5:80==10.0.0.8:80  OR  ==10.0.0.8:*\n"
+             "In name virtual host\nRequested IP is IPV4\n10.0.0.9==10.0.0.8:80  OR  ==10.0.0.8:*\n"
+             "In name virtual host\nRequested IP is IPV4\n10.0.0.99==10.0.0.8:80  OR  ==10.0.0.8:*\n",
+     {".zpbackup.rt"},
+     readdressed("<VirtualHost 10.0.0.8:80>")},
+    {"ToSharedAddsALineBeforeTheTenth",
+     block("10.0.0.5") + "1\n2\n3\n4\n5\n6\n7\n8\n",
+     toShared("10.0.0.5", "10.0.0.9"),
+     121,
+     block("10.0.0.9:80") + "1\n2\n3\n4\n5\n6\nNameVirtualHost 10.0.0.9:80\n7\n8\n",
+     Plain,
+     {".zpbackup.rt"},
+     block("10.0.0.9:80") + "1\n2\n3\n4\n5\n6\n7\n8\n"},
+    {"ToSharedOfASecureSite",
+     "NameVirtualHost 10.0.0.7\n" + block("10.0.0.5:80") + block("10.0.0.5:443", Secure),
+     toShared("10.0.0.5", "10.0.0.9"),
+     121,
+     "NameVirtualHost 10.0.0.9:443\nNameVirtualHost 10.0.0.9:80\nNameVirtualHost 10.0.0.7\n" +
+         block("10.0.0.9:443") + block("10.0.0.9:443", Secure),
+     SecurePrinted +
+         "In name virtual host\nRequested IP is IPV4\n10.0.0.7==10.0.0.9:80  OR  ==10.0.0.9:*\n",
+     {".zpbackup.rt"},
+     "NameVirtualHost 10.0.0.9:80\nNameVirtualHost 10.0.0.7\n" + block("10.0.0.9:443") +
+         block("10.0.0.9:443", Secure)},
+    {"ToSharedOfASecureSiteWithItsLinesThere",
+     "NameVirtualHost [::9]:443\nNameVirtualHost ::9:80\nNameVirtualHost [::9]:80\n" +
+         block("[::5]", Secure),
+     toShared("::5", "::9"), 121,
+     "NameVirtualHost [::9]:443\nNameVirtualHost ::9:80\nNameVirtualHost [::9]:80\n" +
+         block("[::9]:443", Secure),
+     SecurePrinted + "In name virtual host\nRequested IP is IPV6\nPicked IP is IPV6\n"
+                     "IPV6 NameVirtualHost for port 443 found\nIn name virtual host\nRequested IP is IPV6\n"
+                     "In name virtual host\nRequested IP is IPV6\nPicked IP is IPV6\n"
+                     "IPV6 NameVirtualHost for port 80 found\n"},
+    {"ToSharedLooksAtNoLineBehindTheOneForThePort",
+     "NameVirtualHost [::A]:80\nNameVirtualHost [::a]:443\n" + block("[::5]", Secure),
+     toShared("::5", "::a"),
+     121,
+     "NameVirtualHost [::a]:443\nNameVirtualHost [::A]:80\nNameVirtualHost [::a]:443\n" +
+         block("[::a]:443", Secure),
+     SecurePrinted + "In name virtual host\nRequested IP is IPV6\nPicked IP is IPV6\n"
+                     "IPV6 NameVirtualHost for port 80 found\n",
+     {".zpbackup.rt"},
+     "NameVirtualHost [::A]:80\nNameVirtualHost [::a]:443\n" + block("[::a]:443", Secure)},
+    {"ToSharedOfASiteThatIsNotThere",
+     "\n" + block("10.0.0.5"),
+     toShared("10.0.0.6", "10.0.0.9"),
+     32,
+     {},
+     Plain,
+     {"#"}},
+};
+
+std::string found(const StringVector& addresses) {
+    std::string text;
+    for (const std::string& address : addresses) {
+        text += "|" + address;
+    }
+    return text;
+}
+
+// What ISIPLessDomain says of example.com: the answer, and the address where one was given.
+std::string placed(const std::string& file, const std::string& domain = "example.com") {
+    std::string address = "unchanged";
+    const std::string answer = CZPWebsite(nullptr, "").ISIPLessDomain(domain, file, address);
+    return answer + " " + address;
+}
+
+}  // namespace
+
+class Addressing : public ::testing::TestWithParam<FileCase> {};
+TEST_P(Addressing, File) { check(GetParam()); }
+INSTANTIATE_TEST_SUITE_P(Moves, Addressing, ::testing::ValuesIn(cases), byName);
+
+TEST(Addressing, AMoveThereAndBackIsTheFirstStateAgain) {
+    const std::string file = scratch("httpd.conf");
+    const std::string before = "NameVirtualHost 10.0.0.5:80\n" + block("10.0.0.5:80");
+    writeFile(file, before);
+    const CapturedOutput output;
+    EXPECT_EQ(toOwn("10.0.0.5", "10.0.0.9")(file), 123);
+    EXPECT_EQ(toOwn("10.0.0.5", "10.0.0.9")(file), 32) << "gone from there";
+    EXPECT_EQ(toShared("10.0.0.9", "10.0.0.5")(file), 121);
+    EXPECT_EQ(toShared("10.0.0.9", "10.0.0.5")(file), 32);
+    EXPECT_EQ(readFile(file), before);
+}
+
+TEST(OccupiedAddresses, AreListedWithoutBracketsAndPort) {
+    const std::string file = scratch("httpd.conf");
+    writeFile(
+        file,
+        "namevirtualhost  *:80 x\nNameVirtualHost 10.0.0.5\nNameVirtualHost 10.0.0.5:443\n"
+        "\tNameVirtualHost [2001:db8::a]:80\nNameVirtualHost [::1\n#NameVirtualHost 10.0.0.1\n"
+        "<virtualhost *>\n<VirtualHost 1.0>\n<VirtualHost 10.0.0.6 10.0.0.7>\n<VirtualHost 10.0.0.6:1>\n"
+        "<VirtualHost 10.0.0.5:80>\n<VirtualHost [2001:DB8::A]:80>\n<VirtualHost [2001:db8::B]:80>\n"
+        "<VirtualHost Host.example>\n<VirtualHost host.EXAMPLE>\n<VirtualHost 10.0.0.8>\n" +
+            Long + "x\n<VirtualHost 10.0.0.10>\n");
+    StringVector addresses{"10.0.0.8"};
+    const CapturedOutput output;
+    EXPECT_EQ(CZPWebsite(nullptr, file.c_str()).ListOccupiedIPs(&addresses), 28);
+    EXPECT_EQ(found(addresses),
+              "|10.0.0.8|*|10.0.0.5|10.0.0.5|2001:db8::a|10.0.0.6|2001:db8::B|Host.example");
+    EXPECT_EQ(output.text(), lines({"Buffer=namevirtualhost  *:80 x",
+                                    "Ptr= *:80 x",
+                                    "IPV4 *:80 x",
+                                    "cp1 *:80 x",
+                                    "IPEntry*",
+                                    "Buffer=NameVirtualHost 10.0.0.5",
+                                    "Ptr=10.0.0.5",
+                                    "IPV4 10.0.0.5",
+                                    "cp1 10.0.0.5",
+                                    "IPEntry10.0.0.5",
+                                    "Buffer=NameVirtualHost 10.0.0.5:443",
+                                    "Ptr=10.0.0.5:443",
+                                    "IPV4 10.0.0.5:443",
+                                    "cp1 10.0.0.5:443",
+                                    "IPEntry10.0.0.5",
+                                    "Buffer=\tNameVirtualHost [2001:db8::a]:80",
+                                    "Ptr=[2001:db8::a]:80",
+                                    "IPV6",
+                                    "IPEntry2001:db8::a",
+                                    "Buffer=NameVirtualHost [::1",
+                                    "Ptr=[::1",
+                                    "IPV6"}));
+}
+
+TEST(SharedAddress, IsOneThatANameVirtualHostLineBeforeTheSiteAnnounces) {
+    const std::string file = scratch("httpd.conf");
+    const std::pair<std::string, std::string> rows[] = {
+        {"NameVirtualHost 10.0.0.5:80\n" + block("10.0.0.5:80"), "true 10.0.0.5"},
+        {"NameVirtualHost10.0.0.5:80\n" + block("10.0.0.5"), "true 10.0.0.5"},
+        {"NameVirtualHost 10.0.0.5\n" + block("10.0.0.5:80"), "false 10.0.0.5"},
+        {block("10.0.0.5:80") + "NameVirtualHost 10.0.0.5:80\n", "false 10.0.0.5"},
+        {"NameVirtualHost [2001:db8::5]\n" + block("[2001:db8::5]:80"), "true 2001:db8::5"},
+        {"NameVirtualHost [2001:db8::5\nNameVirtualHost [2001:DB8::5]\n" + block("[2001:db8::5]:80"),
+         "false 2001:db8::5"},
+        {block("10.0.0.5", "\tServerName other.example\n\tServerName EXAMPLE.com\n"), "false 10.0.0.5"},
+        {std::string(70000, 'x') + "\n" + block("10.0.0.5", "\tServerNameexample.com\n"), "false 10.0.0.5"},
+        {"<VirtualHost 10.0.0.5>\n</virtualhost>\nServerName example.com\n", "false 10.0.0.5"},
+        {"<VirtualHost 10.0.0.5>\n</VirtualHost>\nServerName example.com\n", "false unchanged"},
+        {"<virtualhost 10.0.0.5>\nServerName example.com\n", "false unchanged"},
+        {block("10.0.0.5", "\tServerName example.com \n\tServerName\n"), "false unchanged"},
+        {"", "false unchanged"}};
+    const CapturedOutput output;
+    for (const auto& [text, answer] : rows) {
+        writeFile(file, text);
+        EXPECT_EQ(placed(file), answer) << text;
+    }
+    EXPECT_EQ(placed(""), "false unchanged");
+    writeFile(file, block("10.0.0.5", "\tServerName\n"));
+    EXPECT_EQ(placed(file, ""), "false unchanged");
+    EXPECT_EQ(output.text().find("Error"), std::string::npos);
+    EXPECT_EQ(placed(scratch("missing")), "false unchanged");
+    EXPECT_TRUE(output.text().ends_with("IPEntry2001:DB8::5\nError while opening HttpdConfFile\n"));
+}
+
+TEST(SharedAddress, IsLookedForInIncludedFilesInTheirOrder) {
+    const std::string root = scratch("root");
+    const std::string file = scratch("httpd.conf");
+    fs::create_directories(root + "/folder");
+    writeFile(root + "/other.conf", block("10.0.0.1", "ServerName other.example\n"));
+    writeFile(root + "/site.conf", block("10.0.0.5:80"));
+    writeFile(root + "/later.conf", block("10.0.0.6:80"));
+    const std::string before = "NameVirtualHost 10.0.0.5:80\n";
+    const std::string includes =
+        "Include folder\nInclude *.conf\nInclude missing.conf\nInclude other.conf\n"
+        "<VirtualHost *>\nInclude later.conf\n</VirtualHost>\n"
+        "Include httpd.conf\nInclude site.conf\nInclude later.conf\n";
+    writeFile(root + "/httpd.conf", includes);
+    const CapturedOutput output;
+    const auto placedIn = [&](const std::string& text) {
+        writeFile(file, text);
+        return placed(file);
+    };
+    EXPECT_EQ(placedIn(before + "ServerRoot  \"" + root + "\"\n" + includes), "true 10.0.0.5");
+    EXPECT_EQ(placedIn(before + "ServerRoot x" + root + "x\n" + includes), "true 10.0.0.5");
+    EXPECT_EQ(placedIn("ServerRoot " + root + "\n" + includes), "false unchanged")
+        << "lost its first letter";
+    EXPECT_EQ(placedIn("ServerRoot \"/x\"\nInclude " + root + "/later.conf\n"), "false 10.0.0.6");
+
+    // Without a server root, the usual places.
+    EXPECT_EQ(placedIn(before + includes), "false unchanged");
+    EXPECT_EQ(fs::current_path(), "/mnt");
+    fs::create_directory_symlink(root, "/etc/apache");
+    EXPECT_EQ(placedIn(before + includes), "true 10.0.0.5");
+    EXPECT_EQ(fs::current_path(), fs::canonical(root));
+    fs::create_directories("/etc/httpd");
+    EXPECT_EQ(placedIn(before + includes), "false unchanged");
+    EXPECT_EQ(fs::current_path(), "/etc/httpd");
+}

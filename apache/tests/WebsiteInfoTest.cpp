@@ -1,0 +1,168 @@
+// What is read of a site.
+#include <CZPWebsite.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "support/Files.h"
+#include "support/Sites.h"
+#include "support/Watching.h"
+
+using namespace zp::test;
+namespace fs = std::filesystem;
+
+namespace {
+
+// One line for every list that holds something, entries in "|".
+std::string shown(const UpdateVHost& record) {
+    std::string text;
+    const auto show = [&](const char* name, const auto& list, auto entryText) {
+        if (!list.empty()) {
+            text += name;
+            for (const auto& entry : list) {
+                text += "|" + entryText(entry);
+            }
+            text += "|\n";
+        }
+    };
+    const auto pair = [](const NameValueSt& entry) { return entry.Name + "=" + entry.Value; };
+    const auto word = [](const std::string& entry) { return entry; };
+    show("Alias", record.Alias, pair);
+    show("ScriptAlias", record.ScriptAlias, pair);
+    show("ProxyPass", record.ProxyPass, pair);
+    show("ProxyPassReverse", record.ProxyPassReverse, pair);
+    show("Redirect", record.Redirect, pair);
+    show("ErrorDoc", record.ErrorDoc, pair);
+    show("ServerAlias", record.ServerAlias, word);
+    show("Include", record.Include, word);
+    show("DirIndex", record.DirIndex, word);
+    show("DocRootPath", record.DocRootPath, word);
+    return text;
+}
+
+std::string site(const std::string& inner) {
+    return "<VirtualHost *>\n\tServerName example.com\n" + inner + "</VirtualHost>\n";
+}
+std::string other(const std::string& beforeName) {
+    return "<VirtualHost *>\n" + beforeName +
+           "ServerName other.example\nAlias /other /other\n</VirtualHost>\n";
+}
+
+struct Row {
+    std::string name;
+    std::string text;
+    int result = 27;
+    std::string record;
+    std::string printed = "";
+    friend std::ostream& operator<<(std::ostream& out, const Row& row) { return out << row.name; }
+};
+
+const std::string EveryList =
+    "Alias /a /b\nScriptAlias /a /b\nProxyPass /a /b\nProxyPassReverse /a /b\nRedirect /a /b\n"
+    "ErrorDocument 404 /b\nServerAlias a\nInclude a\nDirectoryIndex a\n";
+const std::string Long(2999, 'x');
+
+const Row Rows[] = {
+    {"EveryDirective",
+     site("\tAlias /icons \"/usr/share/icons\" x\n"
+          "\tAlias  \"/quoted name\"  /x\n"
+          "\tscriptalias /cgi-bin/ /srv/cgi  \n"
+          "\tServerAlias a.example  b.example \n\tServerAlias c.example\n"
+          "\tInclude conf.d/a b.conf \n\tIncludeOptional x\n"
+          "\tDirectoryIndex index.html index.php\n"
+          "\tRedirect \"/a b\" \"http://a.example/\"\n\tRedirect permanent /b http://b.example/\n"
+          "\tRedirect \"/open\n\tRedirect /c \"http://c.example/\n"
+          "\tErrorDocument 404 \"Not here\"\n\tErrorDocument 500\n\tErrorDocument\n"
+          "\tSetEnv Alias x\n"),
+     27,
+     "Alias|/icons=/usr/share/icons|\"/quoted=name\"  /x|\n"
+     "ScriptAlias|/cgi-bin/=/srv/cgi  |\n"
+     "Redirect|/a b=http://a.example/|permanent=/b http://b.example/|/open=|/c=http://c.example/|\n"
+     "ErrorDoc|404=Not here|500=|=|\n"
+     "ServerAlias|a.example|b.example|c.example|\n"
+     "Include|conf.d/a b.conf |ptional x|\n"
+     "DirIndex|index.html|index.php|\n",
+     "TNameValue.Value=/srv/cgi  \n"},
+    {"OnlyTheFirstProxyPass",
+     site("\tProxyPass /a http://a.example/\n\tProxyPass /b http://b.example/\n"
+          "\tProxyPassReverse /a http://a.example/\n\tProxyPassReverse /b \"http://b.example/\"\n"),
+     27,
+     "ProxyPass|/a=http://a.example/|\n"
+     "ProxyPassReverse|/a=http://a.example/|/b=http://b.example/|\n"},
+    {"AProxyPassReverseBeforeTheProxyPassIsTakenForOne",
+     site("\tProxyPassReverse /a http://a.example/\n\tProxyPass /a http://a.example/\n"), 27,
+     "ProxyPass|everse=/a http://a.example/|\n"},
+    {"CommentedLinesCount",
+     "#<VirtualHost *>\n# ServerName EXAMPLE.com\n#\tAlias /a /b\n##Alias /c /d\n #Alias /e "
+     "/f\n#</VirtualHost>\n",
+     27, "Alias|/a=/b|\n"},
+    {"DirectivesBeforeTheNameDoNot",
+     "<VirtualHost *>\n" + EveryList + "ServerName example.com\n</VirtualHost>\n", 27, ""},
+    {"DocumentRootsOfOtherBlocksStay",
+     "DocumentRoot \"/server\"\n" + other("DocumentRoot \"/first\"\n") +
+         "<VirtualHost *>\nDocumentRoot /nameless\n</VirtualHost>\n" +
+         "<VirtualHost *>\nDocumentRoot \"/before\"\nServerName example.com\nDocumentRoot \"/be hind\" x\n"
+         "\tDocumentRoot  message.htm \n    DocumentRoot /indented\nDocumentRoot \"/open\nDocumentRoot\n",
+     27, "DocRootPath|/first|/nameless|/before|/be hind|message.htm |oot /indented|/open||\n"},
+    {"NothingOfAnotherSiteIsKept", other("") + site("Alias /a /b\n") + other(""), 27, "Alias|/a=/b|\n"},
+    {"AnotherNameInTheBlockEndsIt", site("Alias /a /b\nServerName other.example\n"), 26, ""},
+    {"ANameWithATrailingBlank", "<VirtualHost *>\nServerName example.com \n</VirtualHost>\n", 26, ""},
+    {"ABlockThatIsNeverClosed", "<VirtualHost *>\nServerName example.com\nAlias /a /b", 27,
+     "Alias|/a=/b|\n"},
+    {"AnEmptyFile", "", 26, ""},
+    {"ALineOf3000CharactersEndsTheFile", Long + "\n" + site("Alias /a /b\n" + Long + "x\nAlias /c /d\n"),
+     27, "Alias|/a=/b|\n"},
+};
+
+class WebsiteInfo : public ::testing::TestWithParam<Row> {};
+
+}  // namespace
+
+TEST_P(WebsiteInfo, Record) {
+    const std::string file = scratch("httpd.conf");
+    writeFile(file, GetParam().text);
+    UpdateVHost record{};
+    record.pDomain = "example.com";
+    const CapturedOutput output;
+    EXPECT_EQ(CZPWebsite(nullptr, file.c_str()).GetWebsiteInfo(&record), GetParam().result);
+    EXPECT_EQ(shown(record), GetParam().record);
+    EXPECT_EQ(output.text(), "CZPWebsite::GetWebsiteInfo\n" + GetParam().printed);
+    EXPECT_EQ(record.pDomain == nullptr, GetParam().result == 26);
+    EXPECT_EQ(readFile(file), GetParam().text);
+}
+INSTANTIATE_TEST_SUITE_P(Of, WebsiteInfo, ::testing::ValuesIn(Rows),
+                         [](const auto& row) { return row.param.name; });
+
+TEST(WebsiteInfoRecord, OfACreatedSite) {
+    const Site created{.parent = scratch("homes/")};
+    const std::string root = created.parent + "example.com/www/html";
+    fs::create_directories(root);
+    fs::permissions(root, fs::perms(04701));
+    const std::string file = scratch("httpd.conf");
+    writeFile(file, blockOf({.domain = "other.example"}) + blockOf(created));
+    UpdateVHost record{};
+    record.pDomain = "example.com";
+    const CapturedOutput output;
+    EXPECT_EQ(CZPWebsite(nullptr, file.c_str()).GetWebsiteInfo(&record), 25);
+    EXPECT_EQ(record.AccessMode, 04701U);
+    EXPECT_EQ(shown(record), "ServerAlias|www.example.com|\nDocRootPath|" + root + "|\n");
+}
+
+TEST(WebsiteInfoRecord, ListsThatWereFilledBefore) {
+    const std::string file = scratch("httpd.conf");
+    const std::string filled = "Alias|/x=/y|\nProxyPass|/x=/y|\nServerAlias|x|\nDocRootPath|/x|\n";
+    const auto read = [&](const std::string& text) {
+        writeFile(file, text);
+        UpdateVHost record{};
+        record.pDomain = nullptr;
+        record.Alias = record.ProxyPass = {{"/x", "/y"}};
+        record.ServerAlias = record.DocRootPath = {"x"};
+        record.DocRootPath = {"/x"};
+        const CapturedOutput output;
+        EXPECT_EQ(CZPWebsite(nullptr, file.c_str()).GetWebsiteInfo(&record), 26);
+        return shown(record);
+    };
+    EXPECT_EQ(read(""), filled);
+    EXPECT_EQ(read(other("")), "ProxyPass|/x=/y|\nDocRootPath|/x|\n");
+    EXPECT_EQ(read("<VirtualHost *>\n</VirtualHost>\n"), "ServerAlias|x|\nDocRootPath|/x|\n");
+}
