@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <ctime>
 #include <filesystem>
 #include <functional>
@@ -23,7 +24,8 @@ namespace fs = std::filesystem;
 namespace {
 
 const std::string Configuration =
-    "# head\n\nListen 80\nServerRoot \"/srv\"\nLoadModule hostinglimits_module m.so\n" +
+    "# head\n\nListen 80\nServerRoot \"/srv\"\nLoadModule hostinglimits_module m.so\n"
+    "NameVirtualHost 10.0.0.9:*\n" +
     blockOf({.domain = "old.example", .extra = "\t<IfModule m.c>\n\t</IfModule>\n"});
 
 int create(const std::string& file, const Site& site = {}) {
@@ -31,6 +33,13 @@ int create(const std::string& file, const Site& site = {}) {
     fs::create_directories(site.parent + site.domain, notMade);
     VHostEntry request = requestFor(site, '0');
     return CZPWebsite(nullptr, file.c_str()).CreateWebsite(&request);
+}
+
+UpdateVHost oldSiteWith(const std::string& alias) {
+    UpdateVHost record{};
+    record.pDomain = "old.example";
+    record.ServerAlias = {alias};
+    return record;
 }
 
 // Every operation that rewrites a file, each with a change to make in `Configuration`. `value` ends up in
@@ -51,6 +60,37 @@ const Editing Operations[] = {
      [](auto& file, auto& value) { return create(file, {.administrator = "a" + value}); }, 94, 94, 22, 22},
     {"EnableHostingLimits", "",
      [](auto& file, auto&) { return CZPWebsite(nullptr, file.c_str()).EnableHostingLimits(); }, 0, 0, 1, 2},
+    {"EnableMessage", "",
+     [](auto& file, auto& value) {
+         UpdateVHost record = oldSiteWith(value);
+         return CZPWebsite(nullptr, file.c_str()).EnableMessage(&record);
+     },
+     96, 96, 22, 22},
+    {"DisableMessage", "",
+     [](auto& file, auto& value) {
+         UpdateVHost record = oldSiteWith("a");
+         return CZPWebsite(nullptr, file.c_str()).DisableMessage(&record, value.c_str());
+     },
+     96, 96, 22, 22},
+    {"UpdateWebsite", "",
+     [](auto& file, auto& value) {
+         UpdateVHost record = oldSiteWith("a");
+         record.Alias = {{"/a", "/b" + value}};
+         return CZPWebsite(nullptr, file.c_str()).UpdateWebsite(&record);
+     },
+     96, 96, 22, 22},
+    {"NameBasedToIPBased", "",
+     [](auto& file, auto& value) {
+         return CZPWebsite(nullptr, file.c_str())
+             .NameBasedToIPBased("10.0.0.5", "10.0.0.9" + value, "old.example");
+     },
+     123, 32, 22, 22},
+    {"IPBasedToNameBased", "",
+     [](auto& file, auto& value) {
+         return CZPWebsite(nullptr, file.c_str())
+             .IPBasedToNameBased("10.0.0.5", "10.0.0.9" + value, "old.example");
+     },
+     121, 32, 22, 22},
     {"DeleteVhIfmoduleBlock", ".dif",
      [](auto& file, auto&) {
          return ApacheHelper().Apache_DeleteVhIfmoduleBlock(file, "old.example", "m");
@@ -144,14 +184,16 @@ const Editing Operations[] = {
 // Is this one of the few that write no text of the caller's?
 bool writesValue(const Editing& operation) {
     const std::string name = operation.name;
-    return !name.starts_with("Enable") && !name.starts_with("Delete");
+    return name == "EnableMessage" || (!name.starts_with("Enable") && !name.starts_with("Delete"));
 }
 
 bool opensItsCopyFirst(const Editing& operation) { return operation.noScratch == 23; }
 
 // A change that is not made leaves the file as it is.
 bool asksForItsPlace(const Editing& operation) {
-    return operation.notFound != operation.done || operation.name == std::string("SuPhpForASite");
+    const std::string name = operation.name;
+    return (operation.notFound != operation.done && name != "NameBasedToIPBased") ||
+           name == "SuPhpForASite";
 }
 
 // The rest of the scope runs as an account without privileges.

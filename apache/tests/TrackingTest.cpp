@@ -60,6 +60,12 @@ constexpr const char* MovedToMissing =
 constexpr const char* AddedToMissing =
     "arguments NewPrivateFolderPath=/missing, PrivateFolderUserName=ann, PrivateFolderUserPasswd=secret";
 
+UpdateVHost recordOfSite() {
+    UpdateVHost record{};
+    record.pDomain = "example.com";
+    return record;
+}
+
 const Row Rows[] = {
     {"WebsiteExists",
      website([](auto& w) { return w.WebsiteExists("example.com"); }),
@@ -122,6 +128,68 @@ const Row Rows[] = {
     {"DeleteHostHeader",
      website([](auto& w) { return w.DeleteHostHeader("example.com", "a.example"); }),
      {"method DeleteHostHeader", "arguments DomainName=example.com, HostHeader=a.example"},
+     1,
+     1,
+     ""},
+    {"GetWebsiteInfo",
+     website([](auto& w) {
+         UpdateVHost record = recordOfSite();
+         return w.GetWebsiteInfo(&record);
+     }),
+     {"method GetWebsiteInfo", "arguments ObjUVHost->pDomain=example.com"},
+     21,
+     22,
+     "CZPWebsite::GetWebsiteInfo\n" + CannotOpen},
+    {"UpdateWebsite",
+     website([](auto& w) {
+         UpdateVHost record = recordOfSite();
+         return w.UpdateWebsite(&record);
+     }),
+     {"method UpdateWebsite", "arguments ObjUVHost->pDomain=example.com"},
+     21,
+     22},
+    // Suspension and resumption are told under the update's name.
+    {"EnableMessage",
+     website([](auto& w) {
+         UpdateVHost record = recordOfSite();
+         return w.EnableMessage(&record);
+     }),
+     {"method UpdateWebsite", "arguments ObjUVHost->pDomain=example.com"},
+     21,
+     22},
+    {"DisableMessage",
+     website([](auto& w) {
+         UpdateVHost record = recordOfSite();
+         return w.DisableMessage(&record, "/home/example.com");
+     }),
+     {"method UpdateWebsite", "arguments ObjUVHost->pDomain=example.com"},
+     21,
+     22},
+    {"NameBasedToIPBased",
+     website([](auto& w) { return w.NameBasedToIPBased("10.0.0.5", "10.0.0.6", "example.com"); }),
+     {},
+     21,
+     22},
+    {"IPBasedToNameBased",
+     website([](auto& w) { return w.IPBasedToNameBased("10.0.0.5", "10.0.0.6", "example.com"); }),
+     {},
+     21,
+     22,
+     "SSL is not enabled\n" + CannotOpen},
+    {"ListOccupiedIPs",
+     website([](auto& w) {
+         StringVector addresses;
+         return w.ListOccupiedIPs(&addresses);
+     }),
+     {"method ListOccupiedIPs", "arguments ="},
+     21,
+     22},
+    {"ISIPLessDomain",
+     website([](auto& w) {
+         std::string address;
+         return w.ISIPLessDomain("example.com", "", address) == "false";
+     }),
+     {},
      1,
      1,
      ""},
