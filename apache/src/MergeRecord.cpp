@@ -71,8 +71,11 @@ int mergeRecord(const std::string& configuration, const std::string& scratch, Up
         return result::ConfigurationNotOpened;
     }
     if (record.AccessMode != 0) {
-        for (const std::string& folder : accessModeFolders) {
-            host::setModeOfFolder(folder, record.AccessMode);
+        for (const std::string& path : accessModeFolders) {
+            // The site's owner can write there: a link of his own is not followed.
+            if (const auto folder = host::Folder::openGuarded(path)) {
+                folder->setMode(record.AccessMode);
+            }
         }
     }
     return Updated;

@@ -40,6 +40,9 @@ std::optional<Folder> Folder::open(const std::string& path) {
 }
 
 std::optional<Folder> Folder::openGuarded(const std::string& path) {
+    if (path.empty()) {
+        return std::nullopt;
+    }
     auto folder = open(path.starts_with('/') ? "/" : ".");
     int links = 0;
     for (std::string rest = path; folder && !rest.empty();) {
@@ -140,14 +143,6 @@ std::string enterFirstOf(std::span<const char* const> folders) {
         }
     }
     return {};
-}
-
-void setModeOfFolder(const std::string& path, mode_t mode) {
-    const int descriptor = ::open(path.c_str(), OpenFolder | O_NOFOLLOW);
-    if (descriptor >= 0) {
-        static_cast<void>(::fchmod(descriptor, mode));
-        ::close(descriptor);
-    }
 }
 
 std::optional<mode_t> modeOf(const std::string& path) {

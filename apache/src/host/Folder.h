@@ -64,9 +64,6 @@ bool enterFolder(const std::string& path);
 // Enters the first of the folders that can be entered, and tells which; "" when none can.
 std::string enterFirstOf(std::span<const char* const> folders);
 
-// Sets exactly this mode on a folder; on nothing where a link stands in its place. Whether it could be set
-// is not examined.
-void setModeOfFolder(const std::string& path, mode_t mode);
 // The permission bits, set-ID bits included, of what the path leads to.
 std::optional<mode_t> modeOf(const std::string& path);
 

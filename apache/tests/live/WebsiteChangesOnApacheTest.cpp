@@ -59,8 +59,12 @@ TEST_F(WebsiteChangesOnApache, AnUpdateIsObeyedAndASuspendedSiteShowsNothingOfIt
 
     record.Redirect = {{"/old", ""}};
     record.Alias = {{"/shared", ""}};
+    writeFile("/etc/apache2/message.htm/index.html", "suspended");
+    writeFile("/etc/apache2/conf-enabled/message.conf",
+              "<Directory /etc/apache2/message.htm>\nRequire all granted\n</Directory>\n");
     EXPECT_EQ(website_.EnableMessage(&record), 96);
     settle();
+    EXPECT_EQ(answerFor("two.example"), "suspended");
     EXPECT_EQ(LiveApache::get("two.example", "/old").status, 404);
     EXPECT_EQ(LiveApache::get("two.example", "/start.html").status, 404);
     EXPECT_EQ(answerFor("new.example"), "one.example");

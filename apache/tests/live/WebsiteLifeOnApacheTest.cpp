@@ -1,45 +1,11 @@
 // The life of websites that a real Apache serves: what each change of the configuration means to visitors.
-#include <CZPWebsite.h>
-#include <gtest/gtest.h>
-
 #include <cstdlib>
 
-#include "support/Files.h"
-#include "support/LiveApache.h"
-#include "support/Sites.h"
+#include "live/TwoSitesOnApache.h"
 
 using namespace zp::test;
 
-namespace {
-
-// Two sites at one address; Apache answers with the first for a name that it does not know.
-class WebsiteLifeOnApache : public ::testing::Test {
-protected:
-    WebsiteLifeOnApache() : website_(nullptr, LiveApache::configuration()) {
-        addSiteAccounts();
-        apache_.start();
-        for (const Site& site : {Site{.domain = "one.example", .address = "127.0.0.1"},
-                                 Site{.domain = "two.example", .address = "127.0.0.1"}}) {
-            writeFile(site.parent + site.domain + "/home", "");
-            VHostEntry request = requestFor(site, '1');
-            EXPECT_EQ(website_.CreateWebsite(&request), 94);
-            writeFile(site.parent + site.domain + "/www/html/index.html", site.domain);
-        }
-        settle();
-    }
-
-    void settle() {
-        const std::string verdict = LiveApache::syntaxCheck();
-        EXPECT_NE(verdict.find("Syntax OK"), std::string::npos) << verdict;
-        apache_.restartGracefully();
-    }
-    static std::string answerFor(const std::string& host) { return LiveApache::get(host).body; }
-
-    LiveApache apache_;
-    CZPWebsite website_;
-};
-
-}  // namespace
+using WebsiteLifeOnApache = TwoSitesOnApache;
 
 TEST_F(WebsiteLifeOnApache, AStoppedSiteGivesWayToAnotherUntilItIsStarted) {
     ASSERT_EQ(answerFor("one.example"), "one.example");
