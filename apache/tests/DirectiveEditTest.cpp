@@ -183,7 +183,7 @@ const FileCase Updates[] = {
      "",
      Rt},
 
-    {"delete_every_line_of_the_first_block", Sites, deleteAll({"serveralias", "Last"}), 0,
+    {"delete_every_line_of_the_first_block", Sites, deleteAll({"serveralias", "#", "Last"}), 0,
      without(without(without(Dense, "\tServerAlias a.example\n"), "\tServerAlias b.example\n"),
              "\tLast line\n"),
      "", Drt},
@@ -222,6 +222,13 @@ const FileCase Openings[] = {
      "X\n</VirtualHost>\n<VirtualHost b>\nServerName other\n</VirtualHost>\n" +
          with(Sites, "10.0.0.5:80", "*:1"),
      "", Cp},
+    {"opening_of_the_first_name_only",
+     block({"ServerName other", "ServerName example.com"}),
+     changePort("*", "1"),
+     3,
+     {},
+     "",
+     Cp},
     {"opening_without_address_is_none",
      "<VirtualHost>\nServerName example.com\n</VirtualHost>\n",
      changePort("*", "1"),

@@ -157,6 +157,7 @@ TEST(DirectiveWithValue, IsFoundByItsWholeValue) {
         {"Option", "exact value", true, false, "returning with quote\n"},
         {"InBlock", "yes", false, false, ""},
         {"User", "commented", false, false, "without quotes\n"},
+        {"#", "User commented", false, false, ""},
         {"", "", false, false, ""},
     };
     const std::string file = written(Configuration);
@@ -207,6 +208,9 @@ TEST(ModuleInDomain, IsFoundByItsNameUpToTheFirstPoint) {
         EXPECT_EQ(ApacheHelper().Apache_isModuleExistsInVH(file, c.domain, c.module), c.found) << c.module;
         EXPECT_EQ(output.text(), c.printed) << c.domain << " " << c.module;
     }
+    // In a block inside a block that is still open, no name counts.
+    const std::string nested = written("<VirtualHost a>\n<VirtualHost b>\nServerName d\n<IfModule m.c>\n");
+    EXPECT_FALSE(ApacheHelper().Apache_isModuleExistsInVH(nested, "d", "m"));
     // A tab does not end the keyword, so neither of these lines opens anything.
     const std::string tabbed = written("<VirtualHost\t*>\nServerName example.com\n<IfModule mod_ssl.c>\n");
     EXPECT_FALSE(ApacheHelper().Apache_isModuleExistsInVH(tabbed, "example.com", "mod_ssl"));

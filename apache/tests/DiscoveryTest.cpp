@@ -47,6 +47,7 @@ TEST(ProductConfiguration, TheFirstLineThatBeginsWithTheKeyDecides) {
         {long118 + "Port=\"81\"\n", "Port", "81"},
         {"#" + long118 + "Port=\"81\"\n", "Port", nullptr},
         {"Port=\"" + std::string(112, '1') + "\"\n", "Port", nullptr},
+        {"Port=\"" + std::string(112, '1') + "\"", "Port", nullptr},
     };
     for (const auto& c : cases) {
         std::string value = "untouched";

@@ -44,7 +44,7 @@ std::string blockAt(const std::string& address) { return blockOf({.address = add
 const Site Four = at("10.0.0.5"), Six = at("2001:db8::5");
 const std::string Four80 = blockAt("10.0.0.5:80"), FourBare = blockAt("10.0.0.5"),
                   SixBare = blockAt("[2001:db8::5]"), Six80 = blockAt("[2001:db8::5]:80");
-const std::string ListOfSites = "# first\n#\nListen 80\n # second\n\n" +
+const std::string ListOfSites = "# first\n#\nListen 80\n# second\n # third\n\n" +
                                 blockOf({.domain = "other.example", .address = "10.0.0.6"}) + "\t \n";
 const std::string CopiedInOtherModes = without(ListOfSites, "# first\n#\n");
 const std::string Own =
@@ -166,7 +166,7 @@ const FileCase Limited[] = {
             "LVEId 1\n", "\t\tLVEId 2\n"),
     limited("limits_fcgid_with_suexec", "PHPHandler=\"fcgid\"\nSUexecSetting=\"Disabled\"\n", "LVEId 1\n",
             ""),
-    limited("limits_other_handler", "PHPHandler=\"DSO\"\n", "LVEId 1\n", ""),
+    limited("limits_other_handler", "PHPHandler=\"DSO\"\nSUexecSetting=\"disabled\"\n", "LVEId 1\n", ""),
     {"limits_other_host", "LVEId 1\n", creating(Four, '0', "PHPHandler=\"dso\"\n"), 94,
      "LVEId 1\n\n" + FourBare},
 };
