@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <iostream>
 
 #include "CZPVirtualDirectory.h"
@@ -86,10 +87,6 @@ char copyWithDirectory(Rewrite& rewrite, const Creation& creation, bool adding) 
     conf::FirstNameScope scope(fieldText(creation.record.DomainName));
     std::string folder;
     for (Line line; rewrite.read(line);) {
-        if (line.isCommentInFirstColumn()) {
-            rewrite.keep(line);
-            continue;
-        }
         if (adding && scope.inDomain() && line.begins(keyword::VirtualHostEnd)) {
             creation.add(rewrite, folder);
         }

@@ -65,15 +65,13 @@ std::string_view hostsBehind(const Line& line, std::string_view directive) {
     return conf::leadingValue(conf::skipSpace(conf::stepOver(line.argumentOf(directive), from))).text;
 }
 
-// Comments are passed over here: of a stopped site's block the record has the defaults alone.
+// Comment marks are not stepped over here: a stopped site's lines are comments, and the record has the
+// defaults instead of what they say.
 void readBlock(LineReader& reader, SDDir& record) {
     record.Order = 1;  // whatever an Order line says
     host::setField(record.Allow, "All");
     host::setField(record.Deny, "");
     for (Line line; reader.read(line);) {
-        if (line.isCommentInFirstColumn()) {
-            continue;
-        }
         if (line.begins("Options")) {
             readOptions(record.Options, line.restBehind("Options"));
         } else if (line.begins("Allow")) {

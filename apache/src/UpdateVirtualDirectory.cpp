@@ -83,7 +83,7 @@ bool copyWithUpdate(Rewrite& rewrite, const Update& update) {
             }
             continue;
         }
-        if (stage == Stage::Done || line.isCommentInFirstColumn()) {
+        if (stage == Stage::Done) {
             rewrite.keep(line);
             continue;
         }

@@ -39,8 +39,7 @@ char CZPVirtualDirectory::VirtualDirectoryExists(SDDir* ObjDDir) {
     // The end of a block is not looked for: what follows up to the next <VirtualHost counts as the site's.
     conf::FirstNameScope scope(domain);
     for (conf::Line line; reader.read(line);) {
-        if (line.isCommentInFirstColumn() || scope.enters(line) || !scope.inDomain() ||
-            !line.begins(conf::keyword::Directory)) {
+        if (scope.enters(line) || !scope.inDomain() || !line.begins(conf::keyword::Directory)) {
             continue;
         }
         const conf::Value found = conf::folderOf(line);

@@ -32,7 +32,7 @@ char CZPVirtualDirectory::VirtualDirectoryList(const char* DomainName, StringVec
                 DDirList->emplace_back(alias.target);
                 DDirList->emplace_back(conf::stepOver(alias.name, 1));  // without its "/"
             }
-        } else if (!line.isCommentInFirstColumn()) {
+        } else {
             scope.leaves(line, conf::keyword::VirtualHostEndTag);
         }
     }

@@ -25,8 +25,8 @@ const std::string SiteUsers = std::string(Home) + "/webusers_example.com.htpassw
 const std::string Begin = lines({
     "# The main server",
     "<VirtualHost 10.0.0.6:80>",
-    "\tServerName other.example",
     "\tDocumentRoot \"/var/www/other.example/www/html\"",
+    "\tServerName other.example",
     "</VirtualHost>",
     "",
     "<VirtualHost 10.0.0.5:80>",
@@ -163,6 +163,8 @@ const std::string Long = "# " + std::string(70'000, 'x') + "\n\tAlias /" + std::
 const std::string OtherSite =
     "<VirtualHost *>\nServerName other.example\n\t<Directory x>\n</VirtualHost>\n";
 
+const std::string Open = "<VirtualHost *>\nServerName example.com\n";
+
 const FileCase cases[] = {
     {"CreateTakesTheFolderOfTheDocumentRoot", Bare, create({.folder = ""}), 83,
      Begin + block("", "/var/www/example.com/www") + End + "\n", CreationPrinted},
@@ -229,6 +231,10 @@ const FileCase cases[] = {
      UpdatePrinted},
     {"UpdateNormalisesAWholeSiteWithoutTheBlock", Begin + "<directory\t/a>\n</Directory>\n" + End, update(),
      89, Begin + "\t<Directory \"/a>\">\n</Directory>\n" + block("") + End, UpdatePrinted},
+    {"UpdateForgetsABlockThatNeverEndsWithTheNextSite", Open + OtherSite + Bare, update(), 89,
+     Open + OtherSite + Begin + block("") + End, UpdatePrinted},
+    {"UpdateNamesTheFolderTwiceBehindABlockThatNeverEnds", Open + Open + End, update(), 89,
+     Open + Open + block("", "/home/files/home/files") + End, UpdatePrinted},
     {"UpdateOfAnUnknownSite", OtherSite, update(), 89, {}, UpdatePrinted},
     {"UpdateReadsLinesOfAnyLength", Long + Begin + Long + Old + Long + "</VirtualHost>", update(), 89,
      Long + Begin + Long + block("") + Long + "</VirtualHost>\n", UpdatePrinted},

@@ -131,6 +131,10 @@ TEST_F(VirtualDirectoryOnHost, ALinkInPlaceOfTheFolderIsLeftAlone) {
         EXPECT_NE(readFile(file).find("AuthUserFile " + folder + "/webusers.htpasswd\n"),
                   std::string::npos);
     }
+    fs::create_symlink(Outside, "/home/link");  // an administrator's
+    for (const char* folder : {"/home/link", "/home/link/"}) {
+        EXPECT_EQ(createDirectory(file, {.folder = folder}), 83);
+    }
     for (const std::string& call : tools.calls()) {
         EXPECT_FALSE(call.starts_with("ch")) << call;
     }

@@ -22,8 +22,7 @@ inline Alias aliasOn(const Line& line) {
 // Takes the lines of a file in order: is this one an Alias line of the site? The end of a block is not
 // looked for; what follows up to the next <VirtualHost counts as the site's.
 inline bool isAliasIn(FirstNameScope& site, const Line& line) {
-    return !line.isCommentInFirstColumn() && !site.enters(line) && site.inDomain() &&
-           line.begins(keyword::Alias);
+    return !site.enters(line) && site.inDomain() && line.begins(keyword::Alias);
 }
 
 }  // namespace zp::conf
