@@ -31,11 +31,11 @@ const std::string Long = "\tAlias /" + std::string(70'000, 'x') + " \"/x\"\n";
 
 // Asks a manager whose configuration is this text.
 template <class Ask>
-auto asking(const std::string& text, Ask ask) {
+int asking(const std::string& text, Ask ask) {
     const std::string file = scratch("httpd.conf");
     writeFile(file, text);
     CZPVirtualDirectory manager(nullptr, file.c_str());
-    const auto answer = ask(manager);
+    const int answer = static_cast<unsigned char>(ask(manager));
     EXPECT_EQ(readFile(file), text);
     return answer;
 }
