@@ -11,7 +11,7 @@ namespace zp::conf {
 
 namespace {
 
-constexpr size_t BufferSize = size_t{256} * 1024;  // more than any operation's bound
+constexpr size_t BufferSize = size_t{128} * 1024;  // more than any operation's bound
 
 // Opening never waits for a writer: a pipe is refused, like a folder.
 int openFile(const std::string& path) {
