@@ -14,6 +14,7 @@ ErrorLog /tmp/error_log
 Listen 127.0.0.1:8099
 {modules}
 NameVirtualHost 192.0.2.10:80
+NameVirtualHost 192.0.2.11:80
 """
 MODULES = ("mpm_event", "authz_core", "alias")
 SITE = """

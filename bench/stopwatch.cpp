@@ -32,6 +32,7 @@ int main(int argc, char* argv[]) {
     posix_spawn_file_actions_t actions;
     ::posix_spawn_file_actions_init(&actions);
     ::posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+    ::posix_spawn_file_actions_adddup2(&actions, STDOUT_FILENO, STDERR_FILENO);
     pid_t child = 0;
     const long long begin = now();
     if (::posix_spawnp(&child, argv[1], &actions, nullptr, argv + 1, environ) != 0) {
