@@ -17,8 +17,8 @@ namespace {
 constexpr int NotOpened = 21;
 
 bool setsPerlHandler(const Line& line) {
-    return conf::hasKeyword(line, conf::keyword::AddHandler) &&
-           conf::equalIgnoringCase(conf::skipSpace(conf::splitAtBlank(line.text()).rest),
+    return line.hasKeyword(conf::keyword::AddHandler) &&
+           conf::equalIgnoringCase(line.argumentOf(conf::keyword::AddHandler),
                                    conf::splitAtBlank(conf::PerlHandler).rest);
 }
 

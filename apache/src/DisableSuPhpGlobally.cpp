@@ -22,12 +22,15 @@ public:
         } else if (conf::beginsIgnoringCase(text, keyword::VirtualHostEnd)) {
             inVirtualHost_ = false;
         }
-        if (!inVirtualHost_ && conf::contains(text, "IfModule") && conf::contains(text, "mod_suphp")) {
-            inModuleBlock_ = true;
-            return true;
-        }
         if (inModuleBlock_ && text == keyword::IfModuleEndTag) {
             inModuleBlock_ = false;
+            return true;
+        }
+        if (!conf::contains(text, "_")) {  // each of the names below has one, and few lines do
+            return false;
+        }
+        if (!inVirtualHost_ && conf::contains(text, "IfModule") && conf::contains(text, "mod_suphp")) {
+            inModuleBlock_ = true;
             return true;
         }
         // The engine lines of sites go, too; other lines inside the removed block stay.

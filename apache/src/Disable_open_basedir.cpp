@@ -33,8 +33,8 @@ int CZPWebsite::Disable_open_basedir(std::string szDomainName, std::string DirPa
             continue;
         }
         if (!scan.entersFolder(line) && scan.inFolder()) {
-            const bool dropped = conf::hasKeyword(line, keyword::PhpAdminValue);  // whatever it sets
-            if (dropped || conf::hasKeyword(line, keyword::DirectoryEndTag)) {
+            const bool dropped = line.hasKeyword(keyword::PhpAdminValue);  // whatever it sets
+            if (dropped || line.hasKeyword(keyword::DirectoryEndTag)) {
                 scan.leaveFolder();
             }
             if (dropped) {

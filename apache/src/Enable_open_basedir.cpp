@@ -35,8 +35,8 @@ int CZPWebsite::Enable_open_basedir(std::string szDomainName, std::string DirPat
         }
         if (!scan.entersFolder(line) && scan.inFolder()) {
             // A folder holds one such line at most, so whatever it sets makes room.
-            const bool replaced = conf::hasKeyword(line, keyword::PhpAdminValue);
-            if (replaced || conf::hasKeyword(line, keyword::DirectoryEndTag)) {
+            const bool replaced = line.hasKeyword(keyword::PhpAdminValue);
+            if (replaced || line.hasKeyword(keyword::DirectoryEndTag)) {
                 rewrite.write(restriction);
                 scan.leaveFolder();
             }

@@ -55,6 +55,10 @@ public:
     bool isCommentInFirstColumn() const { return !raw_.empty() && raw_.front() == '#'; }
 
     bool begins(std::string_view keyword) const { return beginsIgnoringCase(text_, keyword); }
+    // Is it all that stands before the first blank? A tab does not end a keyword here.
+    bool hasKeyword(std::string_view keyword) const {
+        return begins(keyword) && (text_.size() == keyword.size() || text_[keyword.size()] == ' ');
+    }
     bool beginsInExactCase(std::string_view keyword) const { return text_.starts_with(keyword); }
     bool beginsInFirstColumn(std::string_view keyword) const { return beginsIgnoringCase(raw_, keyword); }
 

@@ -21,19 +21,18 @@ public:
 
     // Takes note of the next line: does it open a block of the folder? An empty folder is no block's.
     bool entersFolder(const Line& line) {
-        const Words words = splitAtBlank(line.text());
         const bool outlivesBlock = end_ == DomainEnd::AtNextBlock;
-        if (equalIgnoringCase(words.keyword, keyword::VirtualHost)) {
+        if (line.hasKeyword(keyword::VirtualHost)) {
             inBlock_ = true;
             inDomain_ = inDomain_ && !outlivesBlock;
-        } else if (inBlock_ && equalIgnoringCase(words.keyword, keyword::ServerName)) {
-            const bool named = equalIgnoringCase(skipSpace(words.rest), domain_) && !domain_.empty();
-            inDomain_ = named || (inDomain_ && !outlivesBlock);
-        } else if (inDomain_ && equalIgnoringCase(words.keyword, keyword::Directory)) {
-            const bool wanted = equalIgnoringCase(betweenQuotes(words.rest).value_or(""), folder_);
-            inFolder_ = inFolder_ || (wanted && !folder_.empty());
-            return wanted && !folder_.empty();
-        } else if (equalIgnoringCase(words.keyword, keyword::VirtualHostEndTag)) {
+        } else if (inBlock_ && line.hasKeyword(keyword::ServerName)) {
+            inDomain_ = line.namesServer(domain_) || (inDomain_ && !outlivesBlock);
+        } else if (inDomain_ && line.hasKeyword(keyword::Directory)) {
+            const auto folder = betweenQuotes(line.argumentOf(keyword::Directory));
+            const bool wanted = !folder_.empty() && equalIgnoringCase(folder.value_or(""), folder_);
+            inFolder_ = inFolder_ || wanted;
+            return wanted;
+        } else if (line.hasKeyword(keyword::VirtualHostEndTag)) {
             inBlock_ = inBlock_ && outlivesBlock && !inDomain_;
             inDomain_ = inDomain_ && outlivesBlock;
             inFolder_ = false;
@@ -54,10 +53,5 @@ private:
     DomainEnd end_;
     bool inBlock_ = false, inDomain_ = false, inFolder_ = false;
 };
-
-// Is the line's keyword exactly this word?
-inline bool hasKeyword(const Line& line, std::string_view keyword) {
-    return equalIgnoringCase(splitAtBlank(line.text()).keyword, keyword);
-}
 
 }  // namespace zp::conf
