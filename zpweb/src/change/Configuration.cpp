@@ -108,6 +108,7 @@ void Configuration::replace(const std::string& path, std::string text) {
     for (auto& candidate : files_) {
         if (candidate->path() == path) {
             candidate = std::make_unique<ConfigurationFile>(path, std::move(text));
+            return;
         }
     }
 }
