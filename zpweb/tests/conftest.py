@@ -98,13 +98,14 @@ IncludeOptional included/*.conf
     def text(self):
         return self.conf.read_bytes().decode()
 
-    def tree(self):
-        """Everything below the folder: name, kind, mode, owner and content."""
+    def tree(self, times=False, above=()):
+        """Everything below the folder, and some folders themselves: kind, mode, owner and content."""
         found = {}
-        for path in sorted(self.root.rglob("*")):
+        for path in [*map(Path, above), self.root, *sorted(self.root.rglob("*"))]:
             status = path.lstat()
             content = path.read_bytes() if path.is_file() and not path.is_symlink() else None
-            found[str(path)] = (oct(status.st_mode), status.st_uid, status.st_gid, content)
+            found[str(path)] = (oct(status.st_mode), status.st_uid, status.st_gid, content,
+                                status.st_mtime_ns if times else 0)
         return found
 
     def strays(self):

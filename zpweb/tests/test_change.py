@@ -2,11 +2,14 @@
 import fcntl
 import json
 import os
+import shutil
 import socket
 import subprocess
 from pathlib import Path
 
 import pytest
+
+from conftest import OWNER
 
 BLOCK = """\
 <VirtualHost 127.0.0.1:{port}>
@@ -69,15 +72,39 @@ def test_exact_gives_the_librarys_own_result(machine):
     assert machine.text().count("\n\n") == 1, "only the empty line of the block is left"
 
 
-def test_a_dry_run_writes_nothing_and_tells(machine):
+def test_a_dry_run_writes_nothing_and_tells(site):
+    page = site.root / "www"
+    shutil.rmtree(site.root / ".zpweb")
+    (site.sites / "shop.example/log/httpd/access_log").write_text("x")
+    for _ in ("in a folder that has seen no change", "and in one that has"):
+        before = site.tree(times=True, above=["/etc", "/var/log"])
+        for words in (["site", "create", "new.example", "--address", "127.0.0.1", "--owner", OWNER, "--path", site.sites],
+                      ["site", "stop", "shop.example"], ["site", "delete", "shop.example", "--remove-folders"],
+                      ["site", "set", "shop.example", "--alias", "/x=/tmp", "--mode", "0700"],
+                      ["vdir", "create", "shop.example", page, "--protect"], ["user", "add", "shop.example", "joe"],
+                      ["protect", "add", page, "joe"], ["rails", "on", "shop.example", "app", "--owner", OWNER],
+                      ["log", "rotate", "shop.example"], ["apply", "-"]):
+            line = '{"command": "site stop", "arguments": ["shop.example"]}' if words == ["apply", "-"] else "secret"
+            answer = site.run(*words, "--dry-run", "--detailed-exitcode", "--json", input=line)
+            assert (answer.status, answer.json["changed"], answer.json["dry_run"]) == (8, True, True), (words, answer)
+            after = site.tree(times=True, above=["/etc", "/var/log"])
+            assert {p for p in {**before, **after} if before.get(p) != after.get(p)} == set(), words
+        assert site.run("site", "start", "shop.example", "--dry-run", "--detailed-exitcode").status == 0
+        assert not Path("/etc/webusers").exists()
+        site.do("site", "stop", "shop.example")
+        site.do("undo")
+
+
+def test_a_dry_run_leaves_to_the_next_change_what_an_interrupted_run_has_left(machine):
     with_site(machine)
-    before = machine.tree()
-    for words in (["site", "stop", "kept.example"], ["site", "delete", "kept.example"]):
-        answer = machine.run(*words, "--dry-run", "--detailed-exitcode", "--json")
-        assert (answer.status, answer.json["changed"]) == (8, True), answer
-    assert machine.create("new.example", "--dry-run").status == 0
-    assert machine.run("site", "start", "kept.example", "--dry-run", "--detailed-exitcode").status == 0
-    assert machine.tree() == before
+    (machine.root / ".zpweb/stage").mkdir(parents=True)
+    (machine.root / ".zpweb/lock").touch()
+    before = machine.tree(times=True)
+    answer = machine.run("site", "stop", "kept.example", "--dry-run")
+    assert answer.status == 1 and "interrupted" in answer.err
+    assert machine.tree(times=True) == before
+    machine.do("site", "stop", "kept.example")
+    assert not machine.strays()
 
 
 def test_what_is_so_already_changes_nothing(machine):
@@ -183,11 +210,13 @@ def test_the_log_tells_who_did_what(machine):
 
 def test_fifty_checkpoints_are_kept(machine):
     with_site(machine)
-    for _ in range(27):
-        machine.do("site", "stop", "kept.example", "--no-check")
-        machine.do("site", "start", "kept.example", "--no-check")
-    kept = sorted(path.name for path in (machine.root / ".zpweb/checkpoints").iterdir())
-    assert (len(kept), kept[0], kept[-1]) == (50, "000005", "000054")
+    machine.do("site", "stop", "kept.example", "--no-check")
+    checkpoints = machine.root / ".zpweb/checkpoints"
+    for number in range(2, 61):
+        shutil.copytree(checkpoints / "000001", checkpoints / f"{number:06}")
+    machine.do("site", "start", "kept.example", "--no-check")
+    kept = sorted(path.name for path in checkpoints.iterdir())
+    assert (len(kept), kept[0], kept[-1]) == (50, "000012", "000061")
 
 
 def test_apply_is_one_change(live):

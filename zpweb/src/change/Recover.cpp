@@ -8,6 +8,11 @@
 namespace zpweb {
 
 Outcome Transaction::recover() {
+    if (settings_.dryRun && (exists(state_->journal()) || exists(state_->stage()))) {
+        lock_.reset();  // nothing of what is there is this run's to clear up
+        return failure("an interrupted run has left something in " + state_->folder +
+                       ": a dry run leaves it as it is; the next change clears it up first");
+    }
     if (!exists(state_->journal())) {
         removeTree(state_->stage());
         return done();

@@ -25,6 +25,9 @@ Outcome Transaction::begin() {
     }
     state_.emplace(*main);
     server_.emplace(*main, [this] { output_.stillWorking(); });
+    for (const std::string& folder : {folderOf(*main), state_->folder}) {
+        leaveTimeOf(folder);
+    }
     auto lock =
         Lock::take(*state_, settings_.lockTimeout, [this](const std::string& text) { output_.note(text); });
     if (!lock.ok()) {
@@ -128,6 +131,9 @@ Outcome Transaction::edit(const Edit& edit) {
         scratchHold_ = Lock::holdFolder(folderOf(edit.scratch.front()));
     }
     journal_.scratch.insert(journal_.scratch.end(), edit.scratch.begin(), edit.scratch.end());
+    for (const std::string& scratch : edit.scratch) {
+        leaveTimeOf(folderOf(scratch));
+    }
     if (Outcome noted = willMake(edit.makes); !noted.ok()) {
         return noted;
     }
@@ -217,6 +223,7 @@ Outcome Transaction::willMake(const std::vector<std::string>& paths) {
     for (const std::string& path : paths) {
         if (!exists(path)) {
             journal_.made.push_back(path);
+            leaveTimeOf(folderOf(path));
             added = true;
         }
     }
@@ -242,6 +249,13 @@ Outcome Transaction::writeJournal() {
     return written.ok() ? written : failure("cannot write the journal: " + written.message);
 }
 
+// A dry run leaves the folder's time as it was.
+void Transaction::leaveTimeOf(const std::string& folder) {
+    if (settings_.dryRun) {
+        folderTimes_.remember(folder);
+    }
+}
+
 void Transaction::cleanUp() {
     removeTree(state_->stage());
     for (const std::string& scratch : journal_.scratch) {
@@ -264,6 +278,7 @@ void Transaction::abandon() {
     if (lock_->madeFolder() && !committed_) {
         lock_->removeTraces(*state_);
     }
+    folderTimes_.restore();
     lock_.reset();
     scratchHold_.close();
 }

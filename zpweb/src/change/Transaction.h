@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "change/Configuration.h"
+#include "change/FolderTimes.h"
 #include "change/Journal.h"
 #include "change/Lock.h"
 #include "change/Server.h"
@@ -90,6 +91,7 @@ private:
     Expected<std::string> checkable(const std::string& path, std::map<std::string, std::string>& liveNames);
     bool leadsToChange(const std::string& path, int depth) const;
     std::string candidateOf(const std::string& path, size_t number);
+    void leaveTimeOf(const std::string& folder);
     void cleanUp();
     bool serverChanged() const;
     Outcome stageCandidates();
@@ -112,6 +114,7 @@ private:
     std::optional<State> state_;
     std::optional<Lock> lock_;
     Descriptor scratchHold_;
+    FolderTimes folderTimes_;  // of a dry run
     std::optional<Configuration> configuration_;
     std::optional<Server> server_;
     std::map<std::string, File> files_;

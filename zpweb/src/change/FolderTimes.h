@@ -1,0 +1,19 @@
+// The times of folders in which a dry run makes something and removes it again.
+#pragma once
+
+#include <ctime>
+#include <map>
+#include <string>
+
+namespace zpweb {
+
+class FolderTimes {
+public:
+    void remember(const std::string& folder);  // a folder that is not there is none to remember
+    void restore();
+
+private:
+    std::map<std::string, timespec> changed_;
+};
+
+}  // namespace zpweb
