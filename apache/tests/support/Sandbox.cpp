@@ -39,6 +39,11 @@ void mountAgain(const std::string& source, const std::string& folder) {
     must(::mount(source.c_str(), folder.c_str(), nullptr, MS_BIND, nullptr) == 0, "mount of " + folder);
 }
 
+void remountReadOnly(const std::string& folder) {
+    must(::mount(nullptr, folder.c_str(), nullptr, MS_BIND | MS_REMOUNT | MS_RDONLY, nullptr) == 0,
+         "read-only " + folder);
+}
+
 void overlay(const std::string& folder) {
     const std::string layers = std::string(SandboxFolder) + "/layers" + folder;
     std::filesystem::create_directories(layers + "/upper");
@@ -58,6 +63,7 @@ void layOutFiles() {
     mountOn("/run", "tmpfs", "mode=0755");
     mountOn("/proc", "proc", "");
     std::filesystem::create_directories("/run/lock");
+    remountReadOnly("/");  // not even its mode can be changed by a case that goes astray
     must(std::filesystem::equivalent("/var/run", "/run"), "/var/run is not /run");
 }
 
@@ -132,8 +138,7 @@ void fillDisk(const std::string& folder, size_t room) {
 
 void makeReadOnly(const std::string& folder) {
     mountAgain(folder, folder);
-    must(::mount(nullptr, folder.c_str(), nullptr, MS_BIND | MS_REMOUNT | MS_RDONLY, nullptr) == 0,
-         "read-only " + folder);
+    remountReadOnly(folder);
 }
 
 }  // namespace zp::test
