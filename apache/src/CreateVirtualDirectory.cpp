@@ -89,9 +89,15 @@ char copyWithDirectory(Rewrite& rewrite, const Creation& creation, bool adding) 
     for (Line line; rewrite.read(line);) {
         if (adding && scope.inDomain() && line.begins(keyword::VirtualHostEnd)) {
             creation.add(rewrite, folder);
+            // The folder stays for a block that follows: the same site's, it may lack a DocumentRoot.
+        } else if (line.begins(keyword::VirtualHostEnd)) {
+            folder.clear();
         }
         rewrite.keep(line);
-        if (scope.enters(line) || scope.leaves(line)) {
+        if (scope.leaves(line)) {
+            continue;
+        }
+        if (scope.enters(line)) {
             if (!scope.mayBeInDomain()) {
                 folder.clear();
             }

@@ -183,6 +183,11 @@ const FileCase cases[] = {
      Begin + block("") + End + "#<VirtualHost *>\n#ServerName example.com\n#</VirtualHost>\n" + Begin +
          block("") + End + "\n",
      CreationPrinted + "Directory Creation\n"},
+    {"CreateKeepsTheFolderForTheNextBlockOfTheSite", Bare + Open + End + OtherSite + Open + End,
+     create({.folder = ""}), 83,
+     Begin + block("", "/var/www/example.com/www") + End + Open + block("", "/var/www/example.com/www") +
+         End + OtherSite + Open + block("", "") + End + "\n",
+     CreationPrinted + "Directory Creation\nDirectory Creation\n"},
     {"CreateGoesByTheFirstNameOfABlock",
      with(Bare, "\tServerName EXAMPLE.com", "\tServerName x\n\tServerName example.com"), create(), 83,
      with(Bare, "\tServerName EXAMPLE.com", "\tServerName x\n\tServerName example.com") + "\n",
