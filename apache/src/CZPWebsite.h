@@ -109,8 +109,8 @@ public:
     // `DomainType` has no effect.
     char DeleteWebsite(const char* pDName, char DomainType);
 
-    // Comment a site's blocks in or out. 29 or 30 once the file was read, found or not; 22, also when a
-    // line to be commented in holds comment marks alone.
+    // Comment a site's blocks in or out. 29 or 30 once the file was read, found or not; 22. A start throws
+    // std::out_of_range, and leaves the file alone, where a line of the site holds comment marks alone.
     char StartWebsite(const char* DomainName);
     char StopWebsite(const char* DomainName);
     // Have no effect and return 0.

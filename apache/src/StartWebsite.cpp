@@ -28,12 +28,7 @@ char CZPWebsite::StartWebsite(const char* DomainName) {
     if (!rewrite.scratchOpen()) {
         return zp::result::ConfigurationNotOpened;
     }
-    const conf::Switched switched = conf::switchSite(rewrite, domain, conf::SwitchTo::On);
-    if (switched == conf::Switched::Impossible) {
-        rewrite.discard();
-        return zp::result::ConfigurationNotOpened;
-    }
-    if (switched == conf::Switched::Blocks && !rewrite.putInPlace()) {
+    if (conf::switchSite(rewrite, domain, conf::SwitchTo::On) && !rewrite.putInPlace()) {
         return zp::result::ConfigurationNotOpened;
     }
     return Started;

@@ -27,8 +27,7 @@ char CZPWebsite::StopWebsite(const char* DomainName) {
     if (!rewrite.scratchOpen()) {
         return zp::result::ConfigurationNotOpened;
     }
-    const conf::Switched switched = conf::switchSite(rewrite, domain, conf::SwitchTo::Off);
-    if (switched == conf::Switched::Blocks && !rewrite.putInPlace()) {
+    if (conf::switchSite(rewrite, domain, conf::SwitchTo::Off) && !rewrite.putInPlace()) {
         return zp::result::ConfigurationNotOpened;
     }
     return Stopped;

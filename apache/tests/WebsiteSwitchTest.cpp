@@ -134,10 +134,15 @@ const FileCase cases[] = {
     {"StartTakesAllMarksOfALineWithOneBeforeTheName",
      "##<VirtualHost *:80>\n  # ServerName example.com\n###</VirtualHost>\n", start(), 29,
      "<VirtualHost *:80>\n  # ServerName example.com\n</VirtualHost>\n"},
-    {"StartIsRefusedWhereALineHoldsMarksAlone",
-     "Listen 80\n\n" + with(block("example.com", "#"), "#<", "#\n#<") +
-         with(block("example.com", "#"), "#</", "##\n#</"),
-     start(), 22},
+    {.name = "StartFailsAtALineOfMarksAlone",
+     .before = "Listen 80\n\n" + with(block("example.com", "#"), "#<", "#\n#<") +
+               with(block("example.com", "#"), "#</", "##\n#</"),
+     .operation =
+         [](auto& file) {
+             EXPECT_THROW(start()(file), std::out_of_range);
+             return 0;
+         },
+     .beside = {"#"}},
 
     {"DeleteDropsEveryBlockOfTheSite", Running, erase(), 24, WithoutSite},
     {"DeleteDropsAStoppedSite", Stopped, erase(), 24,

@@ -27,21 +27,17 @@ void commentOut(Rewrite& rewrite, const HeldLines& block) {
     });
 }
 
-// Every mark goes, not one alone. False when a line holds nothing else.
-bool commentIn(Rewrite& rewrite, const HeldLines& block) {
-    bool possible = true;
-    block.forEach([&](const Line& line) {
-        const size_t marks = line.raw().find_first_not_of('#');
-        possible = possible && marks != std::string_view::npos;
-        rewrite.write(stepOver(line.raw(), marks));
-    });
-    return possible;
+// Every mark goes, not one alone. A line that holds nothing else has no directive to go on with: "substr"
+// throws, and callers know the error.
+void commentIn(Rewrite& rewrite, const HeldLines& block) {
+    block.forEach(
+        [&](const Line& line) { rewrite.write(line.raw().substr(line.raw().find_first_not_of('#'))); });
 }
 
 }  // namespace
 
-Switched switchSite(Rewrite& rewrite, std::string_view domain, SwitchTo state) {
-    Switched switched = Switched::Nothing;
+bool switchSite(Rewrite& rewrite, std::string_view domain, SwitchTo state) {
+    bool switched = false;
     HeldLines block;
     bool inBlock = false;
     bool inDomain = false;
@@ -71,12 +67,10 @@ Switched switchSite(Rewrite& rewrite, std::string_view domain, SwitchTo state) {
             rewrite.keepAll(block.text());
         } else if (state == SwitchTo::Off) {
             commentOut(rewrite, block);
-            switched = Switched::Blocks;
-        } else if (commentIn(rewrite, block)) {
-            switched = Switched::Blocks;
         } else {
-            return Switched::Impossible;
+            commentIn(rewrite, block);
         }
+        switched = switched || inDomain;
         inBlock = inDomain = false;
         block.clear();
     }

@@ -11,16 +11,10 @@ inline constexpr size_t SiteSwitchBound = 29999;
 
 enum class SwitchTo { Off, On };
 
-enum class Switched {
-    Nothing,  // no block of the domain; none that is not commented out yet, for a site that goes off
-    Blocks,
-    // A line of its block holds nothing but comment marks, so no directive is left to comment in. The copy
-    // ends there.
-    Impossible,
-};
-
 // Copies the source without its empty lines, every block of the domain switched. A block is held back until
-// it ends: one that never does is lost.
-[[nodiscard]] Switched switchSite(Rewrite& rewrite, std::string_view domain, SwitchTo state);
+// it ends: one that never does is lost. False when there is no block of the domain; no block that is not
+// commented out yet, for a site that goes off. Throws std::out_of_range where a line to be commented in
+// holds comment marks alone.
+[[nodiscard]] bool switchSite(Rewrite& rewrite, std::string_view domain, SwitchTo state);
 
 }  // namespace zp::conf
