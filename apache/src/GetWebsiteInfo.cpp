@@ -70,7 +70,7 @@ void readDirective(const Line& line, UpdateVHost& record, bool& proxyPassTaken) 
     } else if (line.begins(keyword::ServerAlias)) {
         appendWords(line.argumentOf(keyword::ServerAlias), record.ServerAlias);
     } else if (line.begins(keyword::Include)) {
-        record.Include.emplace_back(line.argumentOf(keyword::Include));
+        record.Include.emplace_back(conf::stepOver(line.text(), keyword::Include.size() + 1));
     } else if (line.begins(keyword::DirectoryIndex)) {
         appendWords(line.argumentOf(keyword::DirectoryIndex), record.DirIndex);
     } else if (line.begins(keyword::Redirect)) {

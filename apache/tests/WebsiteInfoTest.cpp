@@ -68,7 +68,7 @@ const Row Rows[] = {
           "\tAlias  \"/quoted name\"  /x\n"
           "\tscriptalias /cgi-bin/ /srv/cgi  \n"
           "\tServerAlias a.example  b.example \n\tServerAlias c.example\n"
-          "\tInclude conf.d/a b.conf \n\tIncludeOptional x\n"
+          "\tInclude  conf.d/a b.conf \n\tIncludeOptional x\n"
           "\tDirectoryIndex index.html index.php\n"
           "\tRedirect \"/a b\" \"http://a.example/\"\n\tRedirect permanent /b http://b.example/\n"
           "\tRedirect \"/open\n\tRedirect /c \"http://c.example/\n"
@@ -80,7 +80,7 @@ const Row Rows[] = {
      "Redirect|/a b=http://a.example/|permanent=/b http://b.example/|/open=|/c=http://c.example/|\n"
      "ErrorDoc|404=Not here|500=|=|\n"
      "ServerAlias|a.example|b.example|c.example|\n"
-     "Include|conf.d/a b.conf |ptional x|\n"
+     "Include| conf.d/a b.conf |ptional x|\n"
      "DirIndex|index.html|index.php|\n",
      "TNameValue.Value=/srv/cgi  \n"},
     {"OnlyTheFirstProxyPass",
