@@ -87,7 +87,7 @@ std::string collected(const std::string& name) { return readFile(collectionFolde
 
 std::vector<std::string> collection() {
     auto names = namesIn(collectionFolder());
-    std::erase_if(names, [](const std::string& name) { return name.front() == '.'; });
+    std::erase_if(names, [](const std::string& name) { return !name.ends_with(".conf"); });
     return names;
 }
 
