@@ -264,6 +264,20 @@ def test_a_reload_that_would_fail_leaves_every_site_answering(live):
     assert live.get("shop.example") == (200, "the shop")
 
 
+def test_the_server_is_found_by_a_variable_and_not_held_up_by_what_is_not_loaded(site):
+    with socket.socket() as busy:
+        busy.bind(("127.0.0.1", 0))
+        busy.listen()
+        site.conf.write_text(f"Define folder {site.root}/run\n<IfModule none_module>\n"
+                             f"Listen 127.0.0.1:{busy.getsockname()[1]}\n</IfModule>\n" +
+                             site.text().replace(f"PidFile {site.root}/run", "PidFile ${folder}"))
+        site.publish("shop.example", "the shop")
+        site.start()
+        assert site.get("shop.example") == (200, "the shop")
+        site.do("site", "stop", "shop.example")
+        assert site.get("shop.example")[1] != "the shop"
+
+
 def test_a_server_that_ends_while_it_reloads_is_started_with_the_old_configuration(live):
     # The server finds this only when it opens its logs; a piped log is not looked at before.
     live.conf.write_text(live.text() + "IncludeOptional trap.conf\n")

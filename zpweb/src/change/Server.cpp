@@ -99,15 +99,24 @@ std::optional<Socket> socketOf(std::string_view listen) {
     return socket.port > 0 && socket.port < 65536 ? std::optional(socket) : std::nullopt;
 }
 
-std::vector<Socket> socketsOf(const Configuration& configuration) {
+std::vector<Socket> socketsOf(const Configuration& configuration,
+                              std::vector<std::string_view> ServerLines::*lines = &ServerLines::listen) {
     std::vector<Socket> sockets;
     for (const auto& file : configuration.files()) {
-        for (const std::string_view listen : file->server().listen) {
+        for (const std::string_view listen : file->server().*lines) {
             if (const auto socket = socketOf(listen)) {
                 sockets.push_back(*socket);
             }
         }
     }
+    return sockets;
+}
+
+// Where the server may be asked: also where it listens on a condition.
+std::vector<Socket> askable(const Configuration& configuration) {
+    std::vector<Socket> sockets = socketsOf(configuration);
+    const std::vector<Socket> perhaps = socketsOf(configuration, &ServerLines::listenPerhaps);
+    sockets.insert(sockets.end(), perhaps.begin(), perhaps.end());
     return sockets;
 }
 
@@ -255,6 +264,18 @@ Server::Verdict Server::check(const std::string& file) const {
     return {finished.status >= 0 && finished.status != 127, finished.ok(), finished.output};
 }
 
+// The PID file of a configuration that names it by a variable: only the server knows what it stands for.
+std::string Server::runningPidFile() const {
+    constexpr std::string_view Mark = "PidFile: \"";
+    const Finished told = runProgram({"apachectl", "-t", "-D", "DUMP_RUN_CFG", "-f", main_}, waiting_);
+    if (const size_t at = told.output.find(Mark); at != std::string::npos) {
+        return std::string(zp::conf::upTo(std::string_view(told.output).substr(at + Mark.size()), "\""));
+    }
+    CZPWebsite website(nullptr, main_.c_str());
+    const Capture quiet;
+    return website.getApachePIDFilePath();
+}
+
 std::string Server::pidFile(const Configuration& configuration) const {
     std::string path;
     for (const auto& file : configuration.files()) {
@@ -263,9 +284,7 @@ std::string Server::pidFile(const Configuration& configuration) const {
         }
     }
     if (zp::conf::contains(path, "${")) {
-        CZPWebsite website(nullptr, main_.c_str());
-        const Capture quiet;
-        return website.getApachePIDFilePath();
+        return runningPidFile();
     }
     if (path.empty()) {
         path = builtInValue("DEFAULT_PIDLOG");
@@ -325,7 +344,7 @@ Outcome Server::probe(const Configuration& configuration, pid_t master) const {
     bool asked = false;
     const auto until = std::chrono::steady_clock::now() + LongestReload;
     do {
-        for (const Socket& socket : socketsOf(configuration)) {
+        for (const Socket& socket : askable(configuration)) {
             const Answer answer = ask(socket);
             asked = asked || answer != Answer::Unreachable;
             if (answer == Answer::Http) {

@@ -108,14 +108,29 @@ std::vector<Block> blocksOf(const Lines& lines) {
     return blocks;
 }
 
+namespace {
+
+// 1 for "<IfModule ...>" and its like, -1 for its end.
+int conditionsOpenedBy(std::string_view text) {
+    return zp::conf::beginsIgnoringCase(text, "<If")    ? 1
+           : zp::conf::beginsIgnoringCase(text, "</If") ? -1
+                                                        : 0;
+}
+
+}  // namespace
+
 ServerLines serverLinesOf(const Lines& lines) {
     ServerLines found;
+    int conditions = 0;
     for (size_t i = 0; i < lines.size(); ++i) {
         const size_t start = lines[i].find_first_not_of(" \t");
         if (start == std::string_view::npos) {
             continue;
         }
         const char first = zp::conf::lower(lines[i][start]);
+        if (first == '<') {
+            conditions += conditionsOpenedBy(lines[i].substr(start));
+        }
         if (first != 'i' && first != 's' && first != 'p' && first != 'l') {
             continue;
         }
@@ -132,7 +147,7 @@ ServerLines serverLinesOf(const Lines& lines) {
         } else if (zp::conf::equalIgnoringCase(directive, "PidFile")) {
             found.pidFile = rest;
         } else if (zp::conf::equalIgnoringCase(directive, "Listen")) {
-            found.listen.push_back(rest);
+            (conditions > 0 ? found.listenPerhaps : found.listen).push_back(rest);
         }
     }
     return found;

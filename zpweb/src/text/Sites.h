@@ -35,6 +35,7 @@ struct ServerLines {
     std::string_view root;  // ServerRoot
     std::string_view pidFile;
     std::vector<std::string_view> listen;
+    std::vector<std::string_view> listenPerhaps;  // those in <IfModule> and the like
 };
 ServerLines serverLinesOf(const Lines& lines);
 
