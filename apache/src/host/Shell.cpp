@@ -42,7 +42,6 @@ std::string commandLine(std::initializer_list<std::string_view> words) {
 
 void run(std::initializer_list<std::string_view> words) {
     std::cout.flush();  // what the library printed comes before what the command prints
-    // NOLINTNEXTLINE(bugprone-unused-return-value,cert-env33-c)
     static_cast<void>(std::system(commandLine(words).c_str()));
 }
 

@@ -3,7 +3,6 @@
 #include "support/Sandbox.h"
 
 // Read by the sanitizers of a build that has them, which find the functions by name.
-// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 extern "C" {
 [[gnu::visibility("default")]] const char* __lsan_default_suppressions();
 [[gnu::visibility("default")]] const char* __asan_default_options();
@@ -17,7 +16,6 @@ const char* __lsan_default_suppressions() {
 // Some of those names are made in the C library, through which only the slow way tells who asked for them.
 const char* __asan_default_options() { return "fast_unwind_on_malloc=0"; }
 }
-// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 
 int main(int argc, char** argv) {
     ::testing::InitGoogleTest(&argc, argv);
