@@ -173,7 +173,11 @@ Outcome doctor(Session& session, const Arguments&) {
         rows.push_back({{"finding", finding.kind}, {"place", finding.place}, {"detail", finding.text}});
     }
     session.output.list("findings", {"finding", "place", "detail"}, std::move(rows));
-    return findings.empty() ? done() : failure(std::to_string(findings.size()) + " findings");
+    if (findings.empty()) {
+        session.output.note("nothing found");
+        return done();
+    }
+    return failure(std::to_string(findings.size()) + (findings.size() == 1 ? " finding" : " findings"));
 }
 
 }  // namespace
