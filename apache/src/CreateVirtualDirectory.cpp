@@ -57,7 +57,7 @@ void handOver(const std::string& folder, const std::string& owner) {
 struct Creation {
     const SDDir& record;
     std::string home, owner;
-    bool withRequire;
+    std::shared_future<bool> withRequire;
 
     explicit Creation(const SDDir& directory)
         : record(directory),
@@ -66,6 +66,7 @@ struct Creation {
           withRequire(zp::serverKnowsRequire()) {}
 
     void add(Rewrite& rewrite, const std::string& folder) const {
+        withRequire.wait();  // it prints
         std::cout << "Directory Creation\n";
         handOver(folder, owner);
         const zp::VirtualDirectoryBlock block{
@@ -74,7 +75,7 @@ struct Creation {
             .authenticates = record.AnonAccess == '1',
             // One for the whole site; the update has one in each folder.
             .passwordFile = home + "/webusers_" + fieldText(record.DomainName) + ".htpasswd"};
-        zp::writeBlock(rewrite, record, block, withRequire);
+        zp::writeBlock(rewrite, record, block, withRequire.get());
         if (block.authenticates) {
             host::providePasswordFile(block.passwordFile, owner);
         }
@@ -133,7 +134,9 @@ char CZPVirtualDirectory::CreateVirtualDirectory(SDDir* ObjDDir, int AdminFlag) 
     if (!rewrite.open()) {
         return rewrite.sourceOpen() ? zp::result::ScratchNotOpened : zp::result::ConfigurationNotOpened;
     }
-    const char result = copyWithDirectory(rewrite, Creation(*ObjDDir), AdminFlag == 0);
+    const Creation creation(*ObjDDir);
+    const char result = copyWithDirectory(rewrite, creation, AdminFlag == 0);
+    creation.withRequire.wait();
     if (result != Created) {
         rewrite.discard();
         return result;

@@ -26,7 +26,7 @@ struct Update {
     const SDDir& record;
     const std::string& configuration;
     std::string domain, folder;
-    bool withRequire;
+    std::shared_future<bool> withRequire;
 
     Update(const SDDir& directory, const std::string& file)
         : record(directory),
@@ -54,7 +54,7 @@ private:
             // In the folder itself; creation has one for the whole site.
             .passwordFile = folder + "/webusers.htpasswd",
             .runsRails = runsRails};
-        zp::writeBlock(rewrite, record, block, withRequire);
+        zp::writeBlock(rewrite, record, block, withRequire.get());
         if (authenticates) {
             host::providePasswordFile(block.passwordFile, administrator());
         }
@@ -140,7 +140,10 @@ char CZPVirtualDirectory::UpdateVirtualDirectory(SDDir* ObjDDir) {
     }
     std::cout << "ObjDDir->Order=" << int{ObjDDir->Order} << '\n'
               << "ObjDDir->Allow=" << fieldText(ObjDDir->Allow);
-    if (!copyWithUpdate(rewrite, Update(*ObjDDir, configuration))) {
+    const Update update(*ObjDDir, configuration);
+    const bool copied = copyWithUpdate(rewrite, update);
+    update.withRequire.wait();
+    if (!copied) {
         rewrite.discard();
         return MalformedDirectory;
     }

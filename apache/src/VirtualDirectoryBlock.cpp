@@ -77,12 +77,14 @@ void writeRails(Rewrite& rewrite) {
 
 }  // namespace
 
-bool serverKnowsRequire() {
-    int major = 0;
-    int minor = 0;
-    int minorMinor = 0;
-    getApacheVersion(major, minor, minorMinor);
-    return major >= 3 || (major == 2 && minor >= 4);
+std::shared_future<bool> serverKnowsRequire() {
+    return std::async([] {
+        int major = 0;
+        int minor = 0;
+        int minorMinor = 0;
+        getApacheVersion(major, minor, minorMinor);
+        return major >= 3 || (major == 2 && minor >= 4);
+    });
 }
 
 void writeBlock(Rewrite& rewrite, const SDDir& record, const VirtualDirectoryBlock& block,

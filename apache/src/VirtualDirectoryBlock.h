@@ -1,6 +1,7 @@
 // The <Directory> block of a virtual directory: what creation and update write, and the query reads back.
 #pragma once
 
+#include <future>
 #include <string>
 #include <string_view>
 
@@ -30,8 +31,10 @@ struct VirtualDirectoryBlock {
     bool runsRails = false;
 };
 
-// Does the installed web server (2.4 and later) know "Require" instead of "Order", "Allow" and "Deny"?
-bool serverKnowsRequire();
+// Does the installed web server (2.4 and later) know "Require" instead of "Order", "Allow" and "Deny"? Asked
+// on the side, since the server's program takes as long to answer as some ten thousand sites to copy. Prints
+// the version, so whoever asks waits for the answer, needed or not.
+std::shared_future<bool> serverKnowsRequire();
 
 // Writes the block; host rules and options are the record's.
 void writeBlock(conf::Rewrite& rewrite, const SDDir& record, const VirtualDirectoryBlock& block,
