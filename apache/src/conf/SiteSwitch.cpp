@@ -16,15 +16,10 @@ bool opensBlock(const Line& line) {
 
 bool closesBlock(const Line& line) { return contains(line.raw(), keyword::VirtualHostEndTag); }
 
+// None of the lines is a comment yet: those were let through at once.
 void commentOut(Rewrite& rewrite, const HeldLines& block) {
     std::string commented;
-    block.forEach([&](const Line& line) {
-        if (line.isCommentInFirstColumn()) {
-            rewrite.keep(line);
-        } else {
-            rewrite.write(commented.assign(1, '#').append(line.raw()));
-        }
-    });
+    block.forEach([&](const Line& line) { rewrite.write(commented.assign(1, '#').append(line.raw())); });
 }
 
 // Every mark goes, not one alone. A line that holds nothing else has no directive to go on with: "substr"
