@@ -4,6 +4,7 @@
 #include "change/Transaction.h"
 #include "conf/Line.h"
 #include "sys/File.h"
+#include "sys/Number.h"
 
 namespace zpweb {
 
@@ -13,7 +14,7 @@ constexpr int DeepestInclude = 16;
 constexpr const char* LineMark = "on line ";
 
 size_t numberAt(const std::string& text, size_t at) {
-    return static_cast<size_t>(std::max(0, std::atoi(text.c_str() + at)));
+    return static_cast<size_t>(std::max(0, leadingNumber(std::string_view(text).substr(at))));
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 #include "change/Transaction.h"
 #include "sys/File.h"
 #include "sys/Hash.h"
+#include "sys/Number.h"
 #include "sys/Process.h"
 #include "text/Difference.h"
 #include "text/Patch.h"
@@ -49,7 +50,7 @@ Outcome keepAs(const std::string& path, const std::string& name, const std::stri
 
 int lastCheckpoint(const State& state) {
     const auto names = entriesOf(state.checkpoints());
-    return names.empty() ? 0 : std::atoi(names.back().c_str());
+    return names.empty() ? 0 : leadingNumber(names.back());
 }
 
 }  // namespace

@@ -22,6 +22,7 @@
 #include "conf/Text.h"
 #include "sys/Descriptor.h"
 #include "sys/File.h"
+#include "sys/Number.h"
 #include "sys/Process.h"
 
 namespace zpweb {
@@ -58,7 +59,7 @@ bool isAlive(pid_t pid) {
 std::vector<pid_t> childrenOf(pid_t parent) {
     std::vector<pid_t> children;
     for (const std::string& name : entriesOf("/proc")) {
-        const auto pid = static_cast<pid_t>(std::atoi(name.c_str()));
+        const pid_t pid = leadingNumber(name);
         if (pid <= 0) {
             continue;
         }
@@ -88,7 +89,7 @@ std::optional<Socket> socketOf(std::string_view listen) {
     const std::string first(zp::conf::upTo(listen, " \t"));
     const size_t colon = first.rfind(':');
     Socket socket;
-    socket.port = std::atoi(first.substr(colon == std::string::npos ? 0 : colon + 1).c_str());
+    socket.port = leadingNumber(std::string_view(first).substr(colon == std::string::npos ? 0 : colon + 1));
     if (colon != std::string::npos) {
         socket.host = bareAddress(first.front() == '[' ? std::string_view(first)
                                                        : std::string_view(first).substr(0, colon));
@@ -294,7 +295,7 @@ std::string Server::pidFile(const Configuration& configuration) const {
 
 std::optional<pid_t> Server::master(const Configuration& configuration) const {
     const auto text = readFile(pidFile(configuration));
-    const auto pid = static_cast<pid_t>(text.ok() ? std::atoi(text->c_str()) : 0);
+    const pid_t pid = text.ok() ? leadingNumber(*text) : 0;
     if (pid <= 0 || !isAlive(pid)) {
         return std::nullopt;
     }

@@ -24,7 +24,7 @@ namespace zpweb {
 // One operation of the library on one file of the configuration.
 struct Edit {
     std::string file;                                      // the live file; the operation gets a staged one
-    size_t bound;                                          // the most characters of a line that it reads
+    size_t bound = 0;                                      // the most characters of a line that it reads
     std::function<Scope(const ConfigurationFile&)> scope;  // what it is asked to change
     std::function<int(const std::string& staged)> operation;
     std::function<Outcome(int result)> meaning;  // of its result

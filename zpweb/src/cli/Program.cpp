@@ -7,6 +7,7 @@
 #include "cli/Documents.h"
 #include "commands/Apply.h"
 #include "input/Quoted.h"
+#include "sys/Number.h"
 
 namespace zpweb {
 
@@ -109,7 +110,7 @@ Expected<Settings> settingsFrom(const Values& common) {
         if (!seconds.ok()) {
             return seconds.outcome();
         }
-        settings.lockTimeout = std::chrono::seconds(std::atol(seconds->c_str()));
+        settings.lockTimeout = std::chrono::seconds(leadingNumber(*seconds));
     }
     if (has("--conf")) {
         settings.configuration = common.at("--conf").front();

@@ -11,7 +11,7 @@ Expected<Arguments> typedArguments(const Command& command,
 
 // Runs changes as one: one lock, one check, one commit, one reload.
 struct Invocation {
-    const Command* command;
+    const Command* command = nullptr;
     Arguments arguments;
 };
 Outcome runChanges(Settings& settings, Output& output, const std::vector<std::string>& words,

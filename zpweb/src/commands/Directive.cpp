@@ -6,6 +6,7 @@
 #include "conf/Line.h"
 #include "input/Quoted.h"
 #include "sys/File.h"
+#include "sys/Number.h"
 
 namespace zpweb {
 
@@ -168,7 +169,7 @@ Outcome insert(Transaction& change, const Arguments& arguments) {
             const bool before = !arguments.has("--after");
             const std::string reference = arguments.one(before ? "--before" : "--after");
             return helper.Apache_writeDirective(staged, wholeLine(arguments), reference, before,
-                                                std::atoi(arguments.one("--line", "1").c_str()));
+                                                leadingNumber(arguments.one("--line", "1")));
         });
 }
 

@@ -8,6 +8,7 @@
 #include "conf/Line.h"
 #include "input/Quoted.h"
 #include "sys/File.h"
+#include "sys/Number.h"
 
 namespace zpweb {
 
@@ -316,7 +317,7 @@ Outcome rotate(Transaction& change, const Arguments& arguments) {
     if (log.empty() || log.front() != '/' || ::stat(log.c_str(), &status) != 0) {
         return failure(Status::NotFound, "site " + inQuotes(name) + " has no access log to rotate");
     }
-    const long megabytes = std::atol(arguments.one("--size", "0").c_str());
+    const int megabytes = leadingNumber(arguments.one("--size"));
     change.output().set("log", log);
     change.output().set("bytes", status.st_size);
     if (status.st_size / 1048576 < megabytes) {

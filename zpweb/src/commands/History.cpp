@@ -5,6 +5,7 @@
 #include "commands/Groups.h"
 #include "sys/File.h"
 #include "sys/Hash.h"
+#include "sys/Number.h"
 #include "text/Difference.h"
 #include "text/Patch.h"
 
@@ -34,7 +35,7 @@ Outcome history(Session& session, const Arguments& arguments) {
         }
         at = end + 1;
     }
-    const size_t last = static_cast<size_t>(std::atol(arguments.one("--last", "50").c_str()));
+    const size_t last = static_cast<size_t>(leadingNumber(arguments.one("--last", "50")));
     if (rows.size() > last) {
         rows.erase(rows.begin(), rows.end() - static_cast<std::ptrdiff_t>(last));
     }
@@ -46,13 +47,11 @@ Outcome history(Session& session, const Arguments& arguments) {
 // The newest checkpoint that was neither undone nor made by an undo.
 int newestUndoable(const State& state) {
     const auto names = entriesOf(state.checkpoints());
-    for (auto name = names.rbegin(); name != names.rend(); ++name) {
-        const Json change = readCheckpoint(state.checkpoints() + "/" + *name);
-        if (change.is_object() && change.value("undoes", 0) == 0 && !change.value("undone", false)) {
-            return change.value("id", 0);
-        }
-    }
-    return 0;
+    const auto newest = std::find_if(names.rbegin(), names.rend(), [&](const std::string& name) {
+        const Json change = readCheckpoint(state.checkpoints() + "/" + name);
+        return change.is_object() && change.value("undoes", 0) == 0 && !change.value("undone", false);
+    });
+    return newest == names.rend() ? 0 : leadingNumber(*newest);
 }
 
 // The file as the change left it, if it is still known; else as it is now without the undo.
@@ -72,8 +71,8 @@ Outcome editedSince(Output& output, const std::string& folder, size_t index, con
 
 Outcome undo(Transaction& change, const Arguments& arguments) {
     const State& state = change.state();
-    const int id = arguments.has("CHECKPOINT") ? std::atoi(arguments.one("CHECKPOINT").c_str())
-                                               : newestUndoable(state);
+    const int id =
+        arguments.has("CHECKPOINT") ? leadingNumber(arguments.one("CHECKPOINT")) : newestUndoable(state);
     const std::string folder = state.checkpoint(id);
     Json record = readCheckpoint(folder);
     if (!record.is_object()) {

@@ -23,7 +23,7 @@ constexpr char InfoWithoutMode = 27;
 struct Info {
     std::string domain;
     UpdateVHost record{};
-    int result = 0;
+    char result = 0;
 
     Info(Output& output, const std::string& file, std::string_view name) : domain(name) {
         record.pDomain = domain.c_str();

@@ -84,7 +84,7 @@ Outcome add(Transaction& change, const Arguments& arguments) {
     const std::string user = arguments.one("USER");
     change.output().set("user", user);
     return onUsers(change, arguments, true, [&](CZPUsers& users) {
-        const int result = users.UserCreate(user.c_str(), secret->c_str());
+        const char result = users.UserCreate(user.c_str(), secret->c_str());
         return result == UserThere ? failure(Status::Exists, "user " + inQuotes(user) + ": exists already")
                                    : resultOf("UserCreate", result, {UserAdded});
     });
@@ -98,7 +98,7 @@ Outcome changePassword(Transaction& change, const Arguments& arguments) {
     const std::string user = arguments.one("USER");
     change.output().set("user", user);
     return onUsers(change, arguments, false, [&](CZPUsers& users) {
-        const int result = users.ChangePasswd(user, *secret);
+        const char result = users.ChangePasswd(user, *secret);
         return result == NoSuchUser ? failure(Status::NotFound, "user " + inQuotes(user) + ": not there")
                                     : resultOf("ChangePasswd", result, {PasswordChanged});
     });

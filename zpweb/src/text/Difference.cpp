@@ -229,13 +229,11 @@ std::string unifiedDiff(const std::string& name, std::string_view before, std::s
             continue;
         }
         Range hunk{i - std::min(i, Context), i};
-        for (size_t same = 0; i < steps.size() && same <= 2 * Context; ++i) {
-            same = steps[i].mark == ' ' ? same + 1 : 0;
-            if (same == 0) {
-                hunk.end = i + 1;
+        for (size_t next = i; next < steps.size() && next <= hunk.end + 2 * Context; ++next) {
+            if (steps[next].mark != ' ') {
+                hunk.end = next + 1;
             }
         }
-        i = hunk.end;
         hunk.end = std::min(hunk.end + Context, steps.size());
         appendHunk(diff, steps, hunk, old, fresh);
         i = hunk.end;

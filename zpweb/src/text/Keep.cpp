@@ -325,7 +325,7 @@ private:
     }
 
     std::string withMarks(size_t i) const {
-        const std::string line(before_[i]);
+        std::string line(before_[i]);
         const bool inScope = scope_.marks != Marks::Untouched && mayChange(i) && !empty(i);
         if (inScope && scope_.marks == Marks::Added) {
             return "#" + line;

@@ -12,7 +12,7 @@ using zp::conf::Line;
 // A line, and whether it was looked at behind a comment mark.
 struct Marked {
     Line line;
-    bool commented;
+    bool commented = false;
 };
 
 Marked behindMark(std::string_view raw) {
