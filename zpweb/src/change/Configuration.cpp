@@ -41,29 +41,22 @@ void addTree(const std::string& path, std::vector<std::string>& files, int depth
 
 const Lines& ConfigurationFile::lines() const {
     if (!lines_) {
-        lines_.emplace(text_);
+        lines_.emplace(content_.text());
     }
     return *lines_;
 }
 
-const std::vector<Block>& ConfigurationFile::blocks() const {
-    if (!blocks_) {
-        blocks_ = blocksOf(lines());
+const Contents& ConfigurationFile::contents() const {
+    if (!contents_) {
+        contents_ = contentsOf(content_.text());
     }
-    return *blocks_;
-}
-
-const ServerLines& ConfigurationFile::server() const {
-    if (!server_) {
-        server_ = serverLinesOf(lines());
-    }
-    return *server_;
+    return *contents_;
 }
 
 const Block* ConfigurationFile::blockAt(size_t line) const {
-    const auto found = std::find_if(blocks().begin(), blocks().end(),
-                                    [line](const Block& block) { return block.lines.holds(line); });
-    return found == blocks().end() ? nullptr : &*found;
+    const auto found = std::partition_point(blocks().begin(), blocks().end(),
+                                            [line](const Block& block) { return block.lines.end <= line; });
+    return found != blocks().end() && found->lines.holds(line) ? &*found : nullptr;
 }
 
 std::string Place::text() const { return file->path() + ":" + std::to_string(block->nameLine + 1); }
@@ -81,7 +74,7 @@ Outcome Configuration::read(const std::string& path, int depth) {
     if (!text.ok()) {
         return text.outcome();
     }
-    files_.push_back(std::make_unique<ConfigurationFile>(path, std::move(*text)));
+    files_.push_back(std::make_unique<ConfigurationFile>(path, Content(std::move(*text))));
     if (depth == DeepestInclude) {
         return done();
     }
@@ -104,10 +97,10 @@ const ConfigurationFile* Configuration::file(const std::string& path) const {
     return found == files_.end() ? nullptr : found->get();
 }
 
-void Configuration::replace(const std::string& path, std::string text) {
+void Configuration::replace(const std::string& path, Content content) {
     for (auto& candidate : files_) {
         if (candidate->path() == path) {
-            candidate = std::make_unique<ConfigurationFile>(path, std::move(text));
+            candidate = std::make_unique<ConfigurationFile>(path, std::move(content));
             return;
         }
     }
@@ -115,9 +108,10 @@ void Configuration::replace(const std::string& path, std::string text) {
 
 std::vector<Place> Configuration::find(std::string_view name) const {
     std::vector<Place> places;
+    const SameHost matches(name);
     for (const auto& candidate : files_) {
         for (const Block& block : candidate->blocks()) {
-            if (!block.name.empty() && sameHost(block.name, name)) {
+            if (!block.name.empty() && matches(block.name)) {
                 places.push_back({candidate.get(), &block});
             }
         }

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "sys/Content.h"
 #include "sys/Outcome.h"
 #include "text/Lines.h"
 #include "text/Sites.h"
@@ -16,23 +17,26 @@ namespace zpweb {
 // One file. Its lines and blocks are views of its text, found when they are first asked for.
 class ConfigurationFile {
 public:
-    ConfigurationFile(std::string path, std::string text)
-        : path_(std::move(path)), text_(std::move(text)) {}
+    ConfigurationFile(std::string path, Content content)
+        : path_(std::move(path)), content_(std::move(content)) {}
     ConfigurationFile(const ConfigurationFile&) = delete;
     ConfigurationFile& operator=(const ConfigurationFile&) = delete;
 
     const std::string& path() const { return path_; }
-    const std::string& text() const { return text_; }
+    const Content& content() const { return content_; }
     const Lines& lines() const;
-    const std::vector<Block>& blocks() const;
-    const ServerLines& server() const;
+    const std::vector<Block>& blocks() const { return contents().blocks; }
+    const ServerLines& server() const { return contents().server; }
+    size_t longestLine() const { return contents().longestLine; }
     const Block* blockAt(size_t line) const;  // the block that holds the line; null outside of all
 
 private:
-    std::string path_, text_;
+    const Contents& contents() const;
+
+    std::string path_;
+    Content content_;
     mutable std::optional<Lines> lines_;
-    mutable std::optional<std::vector<Block>> blocks_;
-    mutable std::optional<ServerLines> server_;
+    mutable std::optional<Contents> contents_;
 };
 
 // A block of a site, in its file.
@@ -50,7 +54,7 @@ public:
     const ConfigurationFile& main() const { return *files_.front(); }
     const std::deque<std::unique_ptr<ConfigurationFile>>& files() const { return files_; }
     const ConfigurationFile* file(const std::string& path) const;
-    void replace(const std::string& path, std::string text);
+    void replace(const std::string& path, Content content);
 
     // The blocks of a site, by its name in any letter case; an internationalised name by either form.
     std::vector<Place> find(std::string_view name) const;

@@ -1,22 +1,39 @@
 #include "change/Journal.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <nlohmann/json.hpp>
 
 #include "sys/File.h"
-#include "sys/Hash.h"
 
 namespace zpweb {
 
-Json Journal::json() const {
-    Json list = Json::array();
-    for (const ChangedFile& file : files) {
-        list.push_back({{"file", file.path}, {"before", file.before}, {"after", file.after}});
-    }
-    return {{"command", command}, {"committing", committing}, {"checkpoint", checkpoint},  {"files", list},
-            {"made", made},       {"scratch", scratch},       {"outstanding", outstanding}};
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+std::string textOf(const Json& json) { return json.dump(-1, ' ', false, Json::error_handler_t::replace); }
+
+Json parsed(const std::string& text) {
+    Json json = Json::parse(text, nullptr, false);
+    return json.is_object() ? json : Json();
 }
 
-Journal Journal::from(const Json& json) {
+Json jsonOf(const Journal& journal) {
+    Json files = Json::array();
+    for (const ChangedFile& file : journal.files) {
+        files.push_back({{"file", file.path}, {"before", file.before}, {"after", file.after}});
+    }
+    return {{"command", journal.command},
+            {"committing", journal.committing},
+            {"checkpoint", journal.checkpoint},
+            {"files", files},
+            {"made", journal.made},
+            {"scratch", journal.scratch},
+            {"outstanding", journal.outstanding}};
+}
+
+Journal journalOf(const Json& json) {
     Journal journal;
     journal.command = json.value("command", "");
     journal.committing = json.value("committing", false);
@@ -31,21 +48,38 @@ Journal Journal::from(const Json& json) {
     return journal;
 }
 
-Json readCheckpoint(const std::string& folder) {
-    const auto text = readFile(folder + "/change");
-    Json parsed = text.ok() ? Json::parse(*text, nullptr, false) : Json();
-    return parsed.is_discarded() ? Json() : parsed;
+}  // namespace
+
+std::string Journal::text() const { return textOf(jsonOf(*this)); }
+
+std::optional<Journal> Journal::from(const std::string& text) {
+    const Json json = parsed(text);
+    return json.is_object() ? std::optional(journalOf(json)) : std::nullopt;
 }
 
-std::string currentHash(const std::string& path) {
-    const auto text = readFile(path);
-    return text.ok() ? contentHash(*text) : "";
+std::string Checkpoint::text() const {
+    Json json = jsonOf(change);
+    json["id"] = id;
+    json["time"] = time;
+    json["undoes"] = undoes;
+    json["undone"] = undone;
+    return textOf(json);
+}
+
+std::optional<Checkpoint> Checkpoint::read(const std::string& folder) {
+    const auto text = readFile(folder + "/change");
+    const Json json = text.ok() ? parsed(*text) : Json();
+    if (!json.is_object()) {
+        return std::nullopt;
+    }
+    return Checkpoint{journalOf(json), json.value("id", 0), json.value("time", ""), json.value("undoes", 0),
+                      json.value("undone", false)};
 }
 
 void removeMade(const std::vector<std::string>& made) {
-    for (auto path = made.rbegin(); path != made.rend(); ++path) {
-        std::remove(path->c_str());  // a folder that holds something stays
-    }
+    std::for_each(made.rbegin(), made.rend(), [](const std::string& path) {
+        std::remove(path.c_str());  // a folder that holds something stays
+    });
 }
 
 }  // namespace zpweb

@@ -2,11 +2,9 @@
 // finish or undo what an interrupted one has left.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
-
-#include "output/Output.h"
-#include "sys/Outcome.h"
 
 namespace zpweb {
 
@@ -25,15 +23,21 @@ struct Journal {
     std::vector<std::string> scratch;  // fixed scratch files of operations
     std::vector<std::vector<std::string>> outstanding;  // commands to be run after the commit
 
-    Json json() const;
-    static Journal from(const Json& json);
+    std::string text() const;
+    static std::optional<Journal> from(const std::string& text);
 };
 
-// The checkpoint of a change: what `undo` needs. Its files' old contents stand beside it as "0", "1", ...
-Json readCheckpoint(const std::string& folder);  // null when there is none
+// What `undo` needs of a change. Its files' old contents stand beside it as "0", "1", ...
+struct Checkpoint {
+    Journal change;
+    int id = 0;
+    std::string time;
+    int undoes = 0;       // the checkpoint that this change takes back; 0 for a plain change
+    bool undone = false;  // it is taken back itself
 
-// The hash of the file as it is now; empty when there is none.
-std::string currentHash(const std::string& path);
+    std::string text() const;
+    static std::optional<Checkpoint> read(const std::string& folder);  // absent when there is none
+};
 
 // Removes what was made, last first: files, and folders that are empty.
 void removeMade(const std::vector<std::string>& made);

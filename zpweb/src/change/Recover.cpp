@@ -3,6 +3,7 @@
 
 #include "change/Transaction.h"
 #include "sys/File.h"
+#include "sys/Hash.h"
 #include "sys/Process.h"
 
 namespace zpweb {
@@ -18,16 +19,15 @@ Outcome Transaction::recover() {
         return done();
     }
     const auto text = readFile(state_->journal());
-    const Json parsed = text.ok() ? Json::parse(*text, nullptr, false) : Json();
-    if (!parsed.is_object()) {
+    auto journal = text.ok() ? Journal::from(*text) : std::nullopt;
+    if (!journal) {
         return failure(state_->journal() + ": cannot be read; look at it and remove it");
     }
-    Journal journal = Journal::from(parsed);
-    Outcome outcome = complete(journal);
+    Outcome outcome = complete(*journal);
     if (!outcome.ok()) {
         return outcome;
     }
-    for (const std::string& scratch : journal.scratch) {
+    for (const std::string& scratch : journal->scratch) {
         const Descriptor hold = Lock::holdFolder(folderOf(scratch));
         removeTree(scratch);
     }

@@ -46,7 +46,4 @@ private:
     std::function<void()> waiting_;
 };
 
-// Log files whose folder is missing, with the place where they are named: FILE:LINE: FOLDER.
-std::vector<std::string> missingLogFolders(const Configuration& configuration);
-
 }  // namespace zpweb

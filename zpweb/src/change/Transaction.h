@@ -16,8 +16,9 @@
 #include "change/Settings.h"
 #include "change/State.h"
 #include "output/Output.h"
+#include "sys/Content.h"
 #include "sys/Outcome.h"
-#include "text/Keep.h"
+#include "text/Scope.h"
 
 namespace zpweb {
 
@@ -28,9 +29,11 @@ struct Edit {
     std::function<Scope(const ConfigurationFile&)> scope;  // what it is asked to change
     std::function<int(const std::string& staged)> operation;
     std::function<Outcome(int result)> meaning;  // of its result
-    std::vector<std::string>
-        makes;  // files and folders that it makes where there are none, outermost first
-    std::vector<std::string> scratch;  // fixed scratch files that it uses
+    // Looks at what it has made of its part.
+    std::function<Outcome(std::string_view made)> look{};
+    // Files and folders that it makes where there are none, outermost first.
+    std::vector<std::string> makes{};
+    std::vector<std::string> scratch{};  // fixed scratch files that it uses
 };
 
 // One operation on files that are not part of the configuration, in a folder that stands in for theirs.
@@ -68,6 +71,8 @@ public:
     void abandon();  // leaves everything as it was
 
     const Configuration& configuration() const { return *configuration_; }
+    // A file as it is in this change so far.
+    Content contentOf(const std::string& path) const;
     const Settings& settings() const { return settings_; }
     Output& output() { return output_; }
     Server& server() { return *server_; }
@@ -76,18 +81,23 @@ public:
 
 private:
     struct File {
-        std::optional<std::string> before, after;  // absent: no such file
+        Content before, after;
         bool ofServer = false;
         mode_t mode = 0600;
         std::string staged;  // the candidate, ready to be renamed
-        bool changed() const { return before != after; }
+        bool changed() const { return !before.isSameAs(after); }
     };
 
     Outcome recover();
     Outcome complete(Journal& journal);
     File& fileAt(const std::string& path);
+    Expected<std::string> workFolder() const;
+    Outcome run(const std::function<Outcome()>& operation);
+    Outcome clearScratch(const Edit& edit, int& result);
     Expected<std::string> runStaged(const Edit& edit, const std::string& part, int& result);
-    void takeResult(File& file, const std::string& path, std::string text);
+    Outcome stageOthers(const OtherEdit& edit, const std::string& work);
+    void takeResult(const std::string& path, Content content);
+    Outcome prepare(const Edit& edit);
     Expected<std::string> checkable(const std::string& path, std::map<std::string, std::string>& liveNames);
     bool leadsToChange(const std::string& path, int depth) const;
     std::string candidateOf(const std::string& path, size_t number);
@@ -96,12 +106,16 @@ private:
     bool serverChanged() const;
     Outcome stageCandidates();
     Outcome check();
+    Outcome readyToReplace(bool& again);
     Outcome writeCheckpoint();
+    Outcome putInPlace();
     Outcome commit(bool& again);
     Outcome reload();
+    Outcome repair(Outcome rolledBack);
     Outcome rollBack(const std::string& reason);
     Outcome putBack();
     Outcome writeJournal();
+    Outcome finishEffects();
     void record(const Outcome& outcome);
     void showDiff();
     void pruneCheckpoints() const;

@@ -5,6 +5,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <variant>
 #include <vector>
 
 #include "change/Configuration.h"
@@ -29,8 +30,9 @@ struct Parameter {
 
 // The values of one call, each of its kind. Options are named with their hyphens.
 struct Arguments {
-    std::map<std::string, std::vector<std::string>> values;
-    std::optional<std::string> secret;  // a password that came with the call
+    std::string verb;  // the command's last word: "add"
+    std::map<std::string, std::vector<std::string>> values{};
+    std::optional<std::string> secret{};  // a password that came with the call
 
     bool has(const std::string& name) const { return values.contains(name); }
     std::string one(const std::string& name, const std::string& otherwise = "") const {
@@ -47,18 +49,33 @@ struct Arguments {
 struct Session {
     Settings& settings;
     Output& output;
-    Expected<Configuration> load() const;
 };
+
+using Places = std::vector<Place>;
+
+// What a command does. It reads or changes; what it is about, a configuration or the site that SITE names,
+// is found for it: all blocks of the site, or for a change the first one that runs.
+using Read = Outcome (*)(Session&, const Arguments&);
+using ReadConfiguration = Outcome (*)(Session&, const Configuration&, const Arguments&);
+using ReadSite = Outcome (*)(Session&, const Configuration&, const Places&, const Arguments&);
+using Change = Outcome (*)(Transaction&, const Arguments&);
+using ChangeSite = Outcome (*)(Transaction&, const Place&, const Arguments&);
+using Action = std::variant<Read, ReadConfiguration, ReadSite, Change, ChangeSite>;
 
 struct Command {
     std::string words;    // "site create"
     std::string summary;  // one line
-    std::vector<Parameter> parameters;
-    std::vector<std::string> operations;  // of the library, that it calls
-    // One of the two is there.
-    Outcome (*read)(Session&, const Arguments&) = nullptr;
-    Outcome (*change)(Transaction&, const Arguments&) = nullptr;
-    std::string more{};  // further words for the manual
+    Action action;
+    std::vector<Parameter> parameters{};
+    std::vector<std::string> operations{};  // of the library, that it calls
+    std::string more{};                     // further words for the manual
+
+    bool changes() const {
+        return std::holds_alternative<Change>(action) || std::holds_alternative<ChangeSite>(action);
+    }
+    std::string verb() const { return words.substr(words.rfind(' ') + 1); }
+    Outcome read(Session& session, const Arguments& arguments) const;
+    Outcome change(Transaction& transaction, const Arguments& arguments) const;
 };
 
 const std::vector<Command>& commandTable();

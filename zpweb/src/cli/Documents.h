@@ -12,6 +12,9 @@ struct Document {
     void (*print)(std::ostream&);
 };
 
+void printManual(std::ostream& out);
+void printCompletion(std::ostream& out);
+
 // The commands that print one of them. They have no part in the table and take no options.
 const std::vector<Document>& documents();
 

@@ -1,13 +1,9 @@
 // One run of the program: its command line, the command, its end.
 #pragma once
 
-#include "cli/Command.h"
+#include "cli/CommandLine.h"
 
 namespace zpweb {
-
-// The values of a call, checked and brought into the form in which they are used.
-Expected<Arguments> typedArguments(const Command& command,
-                                   const std::map<std::string, std::vector<std::string>>& given);
 
 // Runs changes as one: one lock, one check, one commit, one reload.
 struct Invocation {

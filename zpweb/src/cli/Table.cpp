@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "cli/Command.h"
+#include "commands/Find.h"
 #include "commands/Groups.h"
 #include "sys/File.h"
 
@@ -25,13 +26,33 @@ const Command* findCommand(const std::string& words) {
     return found == table.end() ? nullptr : &*found;
 }
 
-Expected<Configuration> Session::load() const {
-    const auto main = realPathOf(settings.configuration);
+Outcome Command::read(Session& session, const Arguments& arguments) const {
+    if (const Read* plain = std::get_if<Read>(&action)) {
+        return (*plain)(session, arguments);
+    }
+    const auto main = realPathOf(session.settings.configuration);
     if (!main.ok()) {
         return main.outcome();
     }
-    output.step("reading the configuration");
-    return Configuration::load(*main);
+    session.output.step("reading the configuration");
+    const auto configuration = Configuration::load(*main);
+    if (!configuration.ok()) {
+        return configuration.outcome();
+    }
+    if (const auto* ofConfiguration = std::get_if<ReadConfiguration>(&action)) {
+        return (*ofConfiguration)(session, *configuration, arguments);
+    }
+    const auto places = findSite(*configuration, arguments.one("SITE"));
+    return places.ok() ? std::get<ReadSite>(action)(session, *configuration, *places, arguments)
+                       : places.outcome();
+}
+
+Outcome Command::change(Transaction& transaction, const Arguments& arguments) const {
+    if (const Change* plain = std::get_if<Change>(&action)) {
+        return (*plain)(transaction, arguments);
+    }
+    const auto place = findRunning(transaction.configuration(), arguments.one("SITE"));
+    return place.ok() ? std::get<ChangeSite>(action)(transaction, *place, arguments) : place.outcome();
 }
 
 const std::vector<Parameter>& commonOptions() {

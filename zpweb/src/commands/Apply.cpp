@@ -1,15 +1,23 @@
 #include "commands/Apply.h"
 
+#include <algorithm>
 #include <iostream>
 #include <iterator>
+#include <nlohmann/json.hpp>
 
 #include "cli/Program.h"
 #include "commands/Groups.h"
+#include "commands/Parameters.h"
 #include "sys/File.h"
+#include "text/Lines.h"
 
 namespace zpweb {
 
 namespace {
+
+using Json = nlohmann::ordered_json;
+
+Outcome usage(const std::string& what) { return failure(Status::Usage, what); }
 
 Expected<std::string> inputText(const std::string& file) {
     if (file != "-") {
@@ -18,27 +26,48 @@ Expected<std::string> inputText(const std::string& file) {
     return std::string(std::istreambuf_iterator<char>(std::cin), {});
 }
 
-// Options of a line: "name": value, or a list of values, or true for one that has no value.
-Outcome takeOptions(const Json& options, std::map<std::string, std::vector<std::string>>& given) {
-    for (const auto& [name, value] : options.items()) {
-        std::vector<std::string>& values = given["--" + name];
-        if (value.is_array()) {
-            for (const Json& entry : value) {
-                values.push_back(entry.is_string() ? entry.get<std::string>() : entry.dump());
+std::string wordOf(const Json& value) {
+    return value.is_string() ? value.get<std::string>() : value.dump();
+}
+
+// Positionals, in the order of the command's parameters.
+Outcome takeWords(const Json& words, const Command& command, Values& given) {
+    size_t next = 0;
+    for (const Parameter& parameter : command.parameters) {
+        while (!parameter.isOption() && next < words.size()) {
+            given[parameter.name].push_back(wordOf(words[next++]));
+            if (!parameter.many) {
+                break;
             }
+        }
+    }
+    return next < words.size() ? usage("too many arguments for " + command.words) : done();
+}
+
+// Options of a line: "name": value, or a list of values, or true for one that has no value.
+Outcome takeOptions(const Json& options, const Command& command, Values& given) {
+    for (const auto& [key, value] : options.items()) {
+        const std::string name = "--" + key;
+        const bool known = std::any_of(command.parameters.begin(), command.parameters.end(),
+                                       [&](const Parameter& each) { return each.name == name; });
+        if (!known) {
+            return usage(command.words + " has no option " + name);
+        }
+        if (value.is_boolean() && !value.get<bool>()) {
+            continue;
+        }
+        std::vector<std::string>& values = given[name];
+        if (value.is_array()) {
+            std::transform(value.begin(), value.end(), std::back_inserter(values), wordOf);
         } else if (!value.is_boolean()) {
-            values.push_back(value.is_string() ? value.get<std::string>() : value.dump());
-        } else if (!value.get<bool>()) {
-            given.erase("--" + name);
+            values.push_back(wordOf(value));
         }
     }
     return done();
 }
 
-Outcome usage(const std::string& what) { return failure(Status::Usage, what); }
-
 // {"command": "site create", "arguments": ["example.com"], "options": {"address": "192.0.2.1"}}
-Expected<Invocation> invocationFrom(const std::string& line) {
+Expected<Invocation> invocationFrom(std::string_view line) {
     const Json parsed = Json::parse(line, nullptr, false);
     if (!parsed.is_object() || !parsed.contains("command") || !parsed["command"].is_string()) {
         return usage(
@@ -46,53 +75,47 @@ Expected<Invocation> invocationFrom(const std::string& line) {
             "needed");
     }
     const Command* command = findCommand(parsed["command"].get<std::string>());
-    if (command == nullptr || command->change == nullptr) {
+    if (command == nullptr || !command->changes()) {
         return usage("\"" + parsed["command"].get<std::string>() +
                      "\" is no command that changes something");
     }
-    std::map<std::string, std::vector<std::string>> given;
-    const Json words = parsed.value("arguments", Json::array());
-    size_t next = 0;
-    for (const Parameter& parameter : command->parameters) {
-        while (!parameter.isOption() && next < words.size()) {
-            const Json& word = words[next++];
-            given[parameter.name].push_back(word.is_string() ? word.get<std::string>() : word.dump());
-            if (!parameter.many) {
-                break;
-            }
-        }
-    }
-    if (next < words.size()) {
-        return usage("too many arguments for " + command->words);
-    }
-    if (Outcome taken = takeOptions(parsed.value("options", Json::object()), given); !taken.ok()) {
+    Values given;
+    Outcome taken = takeWords(parsed.value("arguments", Json::array()), *command, given);
+    taken = taken.ok() ? takeOptions(parsed.value("options", Json::object()), *command, given) : taken;
+    if (!taken.ok()) {
         return taken;
     }
-    for (const auto& [name, values] : given) {
-        const bool known = std::any_of(command->parameters.begin(), command->parameters.end(),
-                                       [&name = name](const Parameter& each) { return each.name == name; });
-        if (!known) {
-            return usage(command->words + " has no option " + name);
-        }
-    }
     auto arguments = typedArguments(*command, given);
-    if (!arguments.ok()) {
-        return arguments.outcome();
+    if (arguments.ok() && parsed.contains("password")) {
+        arguments->secret = wordOf(parsed["password"]);
     }
-    if (parsed.contains("password")) {
-        arguments->secret = parsed["password"].get<std::string>();
-    }
-    return Invocation{command, std::move(*arguments)};
+    return arguments.ok() ? Expected(Invocation{command, std::move(*arguments)}) : arguments.outcome();
 }
 
-std::vector<std::string> linesOf(const std::string& text) {
-    std::vector<std::string> lines;
-    for (size_t at = 0; at < text.size();) {
-        const size_t end = std::min(text.find('\n', at), text.size());
-        lines.push_back(text.substr(at, end - at));
-        at = end + 1;
+Expected<std::vector<Invocation>> invocationsFrom(const std::string& text, const std::string& source) {
+    std::vector<Invocation> invocations;
+    const Lines lines(text);
+    for (size_t i = 0; i < lines.size(); ++i) {
+        if (lines[i].find_first_not_of(" \t\r") == std::string_view::npos) {
+            continue;
+        }
+        auto invocation = invocationFrom(lines[i]);
+        if (!invocation.ok()) {
+            return failure(invocation.outcome().status,
+                           source + ":" + std::to_string(i + 1) + ": " + invocation.outcome().message);
+        }
+        invocations.push_back(std::move(*invocation));
     }
-    return lines;
+    return invocations;
+}
+
+// Each command sees what those before it have staged. "undo" alone looks at what is committed.
+Outcome canBeTogether(const std::vector<Invocation>& invocations) {
+    const bool undoes = std::any_of(invocations.begin(), invocations.end(),
+                                    [](const Invocation& each) { return each.command->words == "undo"; });
+    return undoes && invocations.size() > 1
+               ? usage("undo: it cannot be one of several commands; expected a run of its own")
+               : done();
 }
 
 }  // namespace
@@ -104,38 +127,32 @@ Outcome applyCommands(Settings& settings, Output& output, const std::vector<std:
     if (!text.ok()) {
         return text.outcome();
     }
-    std::vector<Invocation> invocations;
-    size_t number = 0;
-    for (const std::string& line : linesOf(*text)) {
-        ++number;
-        if (line.find_first_not_of(" \t\r") == std::string::npos) {
-            continue;
-        }
-        auto invocation = invocationFrom(line);
-        if (!invocation.ok()) {
-            return failure(invocation.outcome().status, (file == "-" ? "standard input" : file) + ":" +
-                                                            std::to_string(number) + ": " +
-                                                            invocation.outcome().message);
-        }
-        invocations.push_back(std::move(*invocation));
+    const auto invocations = invocationsFrom(*text, file == "-" ? "standard input" : file);
+    if (!invocations.ok()) {
+        return invocations.outcome();
     }
-    const Outcome outcome = runChanges(settings, output, words, invocations);
+    if (Outcome sound = canBeTogether(*invocations); !sound.ok()) {
+        return sound;
+    }
+    Outcome outcome = runChanges(settings, output, words, *invocations);
     output.clear();
-    output.set("commands", invocations.size());
+    output.set("commands", static_cast<long>(invocations->size()));
     return outcome;
 }
 
 std::vector<Command> applyCommand() {
+    // The program runs it itself, for it has a transaction of its own.
+    const Change none = nullptr;
     return {
         {"apply",
          "Run many commands as one change: one check, one commit, one reload",
-         {{"FILE", Kind::InputFile, "", "JSON lines; \"-\" for standard input", true}},
+         none,
+         {needed("FILE", Kind::InputFile, "JSON lines; \"-\" for standard input")},
          {},
-         nullptr,
-         nullptr,
-         "Each line is an object such as {\"command\": \"site create\", \"arguments\": [\"example.com\"], "
-         "\"options\": {\"address\": \"192.0.2.1\", \"owner\": \"web\"}}. A password is given as "
-         "\"password\". When one command fails, none is done."}};
+         "Each line is an object such as {\"command\": \"site create\", \"arguments\": "
+         "[\"example.com\"], \"options\": {\"address\": \"192.0.2.1\", \"owner\": \"web\"}}. A password "
+         "is given as \"password\". Each command sees what those before it do; when one fails, none is "
+         "done."}};
 }
 
 }  // namespace zpweb

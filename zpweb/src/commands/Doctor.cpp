@@ -5,9 +5,9 @@
 #include <algorithm>
 #include <map>
 
-#include "CZPWebsite.h"
-#include "commands/Common.h"
+#include "change/Logs.h"
 #include "commands/Groups.h"
+#include "commands/Operation.h"
 #include "conf/Line.h"
 #include "sys/File.h"
 
@@ -151,28 +151,23 @@ void findLeftovers(const std::string& main, Findings& findings) {
     }
 }
 
-Outcome doctor(Session& session, const Arguments&) {
-    const auto configuration = session.load();
-    if (!configuration.ok()) {
-        return configuration.outcome();
-    }
+Outcome doctor(Session& session, const Configuration& configuration, const Arguments&) {
     Findings findings;
-    for (const std::string& missing : missingLogFolders(*configuration)) {
+    for (const std::string& missing : missingLogFolders(configuration)) {
         const size_t end = missing.rfind(": ");
         findings.push_back({"missing log folder", missing.substr(0, end), missing.substr(end + 2)});
     }
-    findMissingRoots(*configuration, findings);
-    findDuplicates(*configuration, findings);
-    findIncludes(*configuration, findings);
-    findDanglingLinks(folderOf(configuration->main().path()), 0, findings);
-    findPasswordFiles(*configuration, findings);
-    findLongLines(*configuration, findings);
-    findLeftovers(configuration->main().path(), findings);
-    Json rows = Json::array();
+    findMissingRoots(configuration, findings);
+    findDuplicates(configuration, findings);
+    findIncludes(configuration, findings);
+    findDanglingLinks(folderOf(configuration.main().path()), 0, findings);
+    findPasswordFiles(configuration, findings);
+    findLongLines(configuration, findings);
+    findLeftovers(configuration.main().path(), findings);
+    List& rows = session.output.list("findings", {"finding", "place", "detail"});
     for (const Finding& finding : findings) {
-        rows.push_back({{"finding", finding.kind}, {"place", finding.place}, {"detail", finding.text}});
+        rows.row().add("finding", finding.kind).add("place", finding.place).add("detail", finding.text);
     }
-    session.output.list("findings", {"finding", "place", "detail"}, std::move(rows));
     if (findings.empty()) {
         session.output.note("nothing found");
         return done();
@@ -186,10 +181,9 @@ std::vector<Command> doctorCommands() {
     return {
         {"doctor",
          "Find what sleeps until the next restart",
-         {},
-         {},
          doctor,
-         nullptr,
+         {},
+         {},
          "Missing log folders and document roots, dangling links, names claimed twice, includes that load "
          "temporary files, password files that cannot be read, lines over the operations' bounds, "
          "leftovers of "

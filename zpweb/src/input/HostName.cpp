@@ -54,13 +54,17 @@ std::string faultOf(std::string_view name) {
                : "";
 }
 
+bool isPlain(std::string_view name) {
+    return std::all_of(name.begin(), name.end(),
+                       [](char c) { return static_cast<unsigned char>(c) < 128; });
+}
+
 using Converted = std::unique_ptr<char, void (*)(void*)>;
 
 }  // namespace
 
 Expected<std::string> asciiHostName(const std::string& entered) {
-    const bool plain = std::all_of(entered.begin(), entered.end(),
-                                   [](char c) { return static_cast<unsigned char>(c) < 128; });
+    const bool plain = isPlain(entered);
     std::string name = entered;
     if (!plain) {
         char* result = nullptr;
@@ -94,20 +98,20 @@ std::string readableHostName(const std::string& ascii) {
     return code == IDN2_OK ? std::string(result) : std::string();
 }
 
-bool sameHost(std::string_view a, std::string_view b) {
-    if (zp::conf::equalIgnoringCase(a, b)) {
+SameHost::SameHost(std::string_view name) : name_(name), plain_(isPlain(name)) {
+    const auto ascii = asciiHostName(name_);
+    ascii_ = ascii.ok() ? *ascii : "";
+}
+
+bool SameHost::operator()(std::string_view other) const {
+    if (zp::conf::equalIgnoringCase(name_, other)) {
         return true;
     }
-    const auto isPlain = [](std::string_view name) {
-        return std::all_of(name.begin(), name.end(),
-                           [](char c) { return static_cast<unsigned char>(c) < 128; });
-    };
-    if (isPlain(a) && isPlain(b)) {
+    if (ascii_.empty() || (plain_ && isPlain(other))) {
         return false;
     }
-    const auto first = asciiHostName(std::string(a));
-    const auto second = asciiHostName(std::string(b));
-    return first.ok() && second.ok() && *first == *second;
+    const auto ascii = asciiHostName(std::string(other));
+    return ascii.ok() && *ascii == ascii_;
 }
 
 }  // namespace zpweb

@@ -12,7 +12,17 @@ namespace zpweb {
 Expected<std::string> asciiHostName(const std::string& entered);
 // The form that people read; the same for a plain name.
 std::string readableHostName(const std::string& ascii);
+
 // Is it the same name, in any letter case and either form?
-bool sameHost(std::string_view a, std::string_view b);
+class SameHost {
+public:
+    explicit SameHost(std::string_view name);
+    bool operator()(std::string_view other) const;
+
+private:
+    std::string name_, ascii_;  // the second is empty for what is no host name
+    bool plain_;
+};
+inline bool sameHost(std::string_view a, std::string_view b) { return SameHost(a)(b); }
 
 }  // namespace zpweb

@@ -19,81 +19,6 @@ bool coloursWanted() {
     return ::isatty(STDOUT_FILENO) == 1 && (no == nullptr || *no == '\0');
 }
 
-// A terminal is never handed what an input could use to steer it.
-std::string printable(std::string_view text) {
-    std::string result;
-    for (const char c : text) {
-        const bool control = (static_cast<unsigned char>(c) < ' ' && c != '\t') || c == '\x7f';
-        result += control ? '?' : c;
-    }
-    return result;
-}
-
-std::string cell(const Json& value) {
-    if (value.is_null()) {
-        return "-";
-    }
-    if (value.is_array()) {
-        std::string text;
-        for (const Json& entry : value) {
-            text += (text.empty() ? "" : " ") + cell(entry);
-        }
-        return text.empty() ? "-" : text;
-    }
-    if (value.is_object()) {
-        std::string text;
-        for (const auto& [key, entry] : value.items()) {
-            text += (text.empty() ? "" : ", ") + key + " " + cell(entry);
-        }
-        return text.empty() ? "-" : text;
-    }
-    const std::string text = value.is_string() ? value.get<std::string>() : value.dump();
-    return text.empty() ? "-" : printable(text);
-}
-
-// The columns that a character string takes on a terminal, wide characters left aside.
-size_t widthOf(const std::string& text) {
-    return static_cast<size_t>(std::count_if(
-        text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xc0) != 0x80; }));
-}
-
-std::string lineOf(const std::vector<std::string>& cells, const std::vector<size_t>& widths) {
-    std::string line;
-    for (size_t i = 0; i < cells.size(); ++i) {
-        line += cells[i];
-        if (i + 1 < cells.size()) {
-            line.append(widths[i] - widthOf(cells[i]) + 2, ' ');
-        }
-    }
-    return line + "\n";
-}
-
-void printTable(const std::vector<std::string>& columns, const Json& rows) {
-    std::vector<std::vector<std::string>> cells;
-    std::vector<size_t> widths;
-    cells.emplace_back();
-    for (const std::string& column : columns) {
-        std::string title = column;
-        std::transform(title.begin(), title.end(), title.begin(),
-                       [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c; });
-        widths.push_back(title.size());
-        cells.back().push_back(std::move(title));
-    }
-    for (const Json& row : rows) {
-        cells.emplace_back();
-        for (size_t i = 0; i < columns.size(); ++i) {
-            const auto field = row.find(columns[i]);
-            cells.back().push_back(field == row.end() ? "-" : cell(*field));
-            widths[i] = std::max(widths[i], widthOf(cells.back().back()));
-        }
-    }
-    std::string text;
-    for (const auto& line : cells) {
-        text += lineOf(line, widths);
-    }
-    std::cout << text;
-}
-
 }  // namespace
 
 const char* nameOf(Status status) {
@@ -176,9 +101,20 @@ void Output::clearProgress() {
     }
 }
 
-void Output::list(const std::string& field, const std::vector<std::string>& columns, Json rows) {
-    columns_.emplace_back(field, columns);
-    data_[field] = std::move(rows);
+Output::Field& Output::field(std::string_view name) {
+    const auto found = std::find_if(fields_.begin(), fields_.end(),
+                                    [name](const Field& field) { return field.name == name; });
+    return found != fields_.end() ? *found : fields_.emplace_back(Field{std::string(name), {}, {}});
+}
+
+void Output::set(std::string_view name, const Value& value) {
+    std::string& text = field(name).text;
+    text.clear();
+    settings_.json ? appendJson(text, value) : static_cast<void>(text = cellOf(value));
+}
+
+List& Output::list(std::string_view name, std::vector<std::string> columns) {
+    return field(name).list.emplace(std::move(columns), settings_.json);
 }
 
 std::string Output::coloured(std::string_view text, const char* code) const {
@@ -199,44 +135,54 @@ void Output::printDiff() const {
     }
 }
 
-void Output::printData() const {
+void Output::printColumns() const {
     size_t width = 0;
-    for (const auto& [field, value] : data_.items()) {
-        width = std::max(width, field.size());
+    for (const Field& field : fields_) {
+        width = std::max(width, field.name.size());
     }
-    for (const auto& [field, value] : data_.items()) {
-        const auto list = std::find_if(columns_.begin(), columns_.end(),
-                                       [&name = field](const auto& entry) { return entry.first == name; });
-        if (list != columns_.end()) {
-            printTable(list->second, value);
+    for (const Field& field : fields_) {
+        if (field.list) {
+            field.list->printTable(std::cout);
         } else {
-            std::cout << field << std::string(width - field.size() + 2, ' ') << cell(value) << '\n';
+            std::cout << field.name << std::string(width - field.name.size() + 2, ' ') << field.text
+                      << '\n';
         }
     }
+}
+
+void Output::printDocument(const Outcome& outcome) const {
+    std::string text = "{";
+    appendMember(text, "schema", JsonSchema, true);
+    appendMember(text, "command", command_);
+    appendMember(text, "status", nameOf(outcome.status));
+    appendMember(text, "changed", changed_);
+    if (settings_.dryRun) {
+        appendMember(text, "dry_run", true);
+    }
+    if (!outcome.message.empty()) {
+        appendMember(text, "message", outcome.message);
+    }
+    if (!diff_.empty()) {
+        appendMember(text, "diff", diff_);
+    }
+    std::cout << text;
+    for (const Field& field : fields_) {
+        std::cout << ",\"" << field.name << "\":";
+        field.list ? field.list->printJson(std::cout) : static_cast<void>(std::cout << field.text);
+    }
+    std::cout << "}\n";
 }
 
 void Output::finish(const Outcome& outcome) {
     clearProgress();
     const bool good = outcome.ok() || outcome.status == Status::WouldChange;
+    const bool listed = std::any_of(fields_.begin(), fields_.end(),
+                                    [](const Field& field) { return field.list.has_value(); });
     if (settings_.json) {
-        Json document = {{"schema", JsonSchema},
-                         {"command", command_},
-                         {"status", nameOf(outcome.status)},
-                         {"changed", changed_}};
-        if (settings_.dryRun) {
-            document["dry_run"] = true;
-        }
-        if (!outcome.message.empty()) {
-            document["message"] = outcome.message;
-        }
-        if (!diff_.empty()) {
-            document["diff"] = diff_;
-        }
-        document.update(data_);
-        std::cout << document.dump(-1, ' ', false, Json::error_handler_t::replace) << '\n';
+        printDocument(outcome);
     } else {
-        if (!settings_.quiet || !columns_.empty()) {
-            printData();
+        if (!settings_.quiet || listed) {
+            printColumns();
         }
         printDiff();
     }

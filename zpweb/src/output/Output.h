@@ -2,17 +2,19 @@
 #pragma once
 
 #include <chrono>
-#include <nlohmann/json.hpp>
+#include <deque>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "change/Settings.h"
+#include "output/List.h"
+#include "output/Value.h"
 #include "sys/Outcome.h"
 
 namespace zpweb {
-
-using Json = nlohmann::ordered_json;
 
 // The version of what --json prints; see docs/zpweb.md.
 inline constexpr int JsonSchema = 1;
@@ -32,12 +34,9 @@ public:
     void stillWorking();
 
     // The data of the command: fields of one thing, or a list of things.
-    void set(const std::string& field, Json value) { data_[field] = std::move(value); }
-    void list(const std::string& field, const std::vector<std::string>& columns, Json rows);
-    void clear() {
-        data_ = Json::object();
-        columns_.clear();
-    }
+    void set(std::string_view field, const Value& value);
+    List& list(std::string_view field, std::vector<std::string> columns);
+    void clear() { fields_.clear(); }
     void addDiff(const std::string& diff) { diff_ += diff; }
     void setChanged(bool changed) { changed_ = changed; }
     bool changed() const { return changed_; }
@@ -47,14 +46,19 @@ public:
 
 private:
     void clearProgress();
-    void printData() const;
+    struct Field {
+        std::string name, text;
+        std::optional<List> list;
+    };
+    Field& field(std::string_view name);
+    void printDocument(const Outcome& outcome) const;
+    void printColumns() const;
     void printDiff() const;
     std::string coloured(std::string_view text, const char* code) const;
 
     const Settings& settings_;
     std::string command_;
-    Json data_ = Json::object();
-    std::vector<std::pair<std::string, std::vector<std::string>>> columns_;  // of each list
+    std::deque<Field> fields_;
     std::string diff_;
     bool changed_ = false;
     bool colours_, progress_, progressShown_ = false;

@@ -15,30 +15,31 @@ namespace zpweb {
 
 namespace {
 
-bool writeAll(int descriptor, std::string_view text) {
-    while (!text.empty()) {
-        const ssize_t count = ::write(descriptor, text.data(), text.size());
-        if (count < 0 && errno == EINTR) {
-            continue;
-        }
-        if (count <= 0) {
-            return false;
-        }
-        text.remove_prefix(static_cast<size_t>(count));
+Expected<Descriptor> openToRead(const std::string& path, struct stat& status) {
+    Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    if (!file.isOpen() || ::fstat(file.number(), &status) != 0) {
+        return failure(errno == ENOENT ? Status::NotFound : Status::Error, systemError(path));
     }
-    return true;
+    if (!S_ISREG(status.st_mode)) {
+        return failure(path + ": not a regular file");
+    }
+    return file;
 }
 
-// Writes, and removes the file again when it could not be written whole.
-Outcome fill(const std::string& path, const Descriptor& file, std::string_view text) {
-    if (file.isOpen() && writeAll(file.number(), text)) {
-        return done();
+// Fills the buffer; less is read at the end of the file only. -1 when it cannot be read.
+ssize_t readInto(int descriptor, char* buffer, size_t size) {
+    size_t used = 0;
+    while (used < size) {
+        const ssize_t count = ::read(descriptor, buffer + used, size - used);
+        if (count < 0 && errno != EINTR) {
+            return -1;
+        }
+        if (count == 0) {
+            break;
+        }
+        used += count < 0 ? 0 : static_cast<size_t>(count);
     }
-    Outcome failed = failure(systemError(path));
-    if (file.isOpen()) {
-        ::unlink(path.c_str());
-    }
-    return failed;
+    return static_cast<ssize_t>(used);
 }
 
 std::vector<std::string> attributeNames(const std::string& path) {
@@ -109,36 +110,74 @@ std::vector<std::string> entriesOf(const std::string& folder) {
 }
 
 Expected<std::string> readFile(const std::string& path) {
-    const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     struct stat status {};
-    if (!file.isOpen() || ::fstat(file.number(), &status) != 0) {
-        return failure(errno == ENOENT ? Status::NotFound : Status::Error, systemError(path));
+    const auto file = openToRead(path, status);
+    if (!file.ok()) {
+        return file.outcome();
     }
-    if (!S_ISREG(status.st_mode)) {
-        return failure(path + ": not a regular file");
-    }
+    // One more than it holds, so that its end is met without a second buffer.
     std::string text(static_cast<size_t>(status.st_size) + 1, '\0');
-    size_t used = 0;
-    for (;;) {
-        const ssize_t count = ::read(file.number(), text.data() + used, text.size() - used);
+    for (size_t used = 0;;) {
+        const ssize_t count = readInto(file->number(), text.data() + used, text.size() - used);
         if (count < 0) {
             return failure(systemError(path));
         }
-        if (count == 0) {
-            break;
-        }
         used += static_cast<size_t>(count);
-        if (used == text.size()) {
-            text.resize(text.size() * 2);
+        if (used < text.size()) {
+            text.resize(used);
+            return text;
         }
+        text.resize(text.size() * 2);
     }
-    text.resize(used);
-    return text;
 }
 
-Outcome writeNewFile(const std::string& path, std::string_view text, mode_t mode) {
+Outcome readParts(const std::string& path, const std::function<void(std::string_view)>& take) {
+    struct stat status {};
+    const auto file = openToRead(path, status);
+    if (!file.ok()) {
+        return file.outcome();
+    }
+    constexpr size_t PartSize = 131072;
+    const auto part = std::make_unique<char[]>(PartSize);
+    for (;;) {
+        const ssize_t count = readInto(file->number(), part.get(), PartSize);
+        if (count < 0) {
+            return failure(systemError(path));
+        }
+        take({part.get(), static_cast<size_t>(count)});
+        if (static_cast<size_t>(count) < PartSize) {
+            return done();
+        }
+    }
+}
+
+bool writeAll(int descriptor, std::string_view text) {
+    while (!text.empty()) {
+        const ssize_t count = ::write(descriptor, text.data(), text.size());
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        if (count <= 0) {
+            return false;
+        }
+        text.remove_prefix(static_cast<size_t>(count));
+    }
+    return true;
+}
+
+Outcome writeNewFile(const std::string& path, std::span<const std::string_view> pieces, mode_t mode) {
     const Descriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, mode));
-    return fill(path, file, text);
+    const bool written = file.isOpen() && std::all_of(pieces.begin(), pieces.end(), [&](auto piece) {
+                             return writeAll(file.number(), piece);
+                         });
+    if (written) {
+        return done();
+    }
+    Outcome failed = failure(systemError(path));
+    if (file.isOpen()) {
+        ::unlink(path.c_str());
+    }
+    return failed;
 }
 
 Outcome replaceFile(const std::string& path, std::string_view text, mode_t mode) {

@@ -3,6 +3,8 @@
 
 #include <sys/types.h>
 
+#include <functional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -26,8 +28,14 @@ bool isFile(const std::string& path);
 std::vector<std::string> entriesOf(const std::string& folder);  // sorted, without "." and ".."
 
 Expected<std::string> readFile(const std::string& path);
+// Reads a file in parts that are as long as they can be: 128 KiB, but for the last.
+Outcome readParts(const std::string& path, const std::function<void(std::string_view)>& take);
+bool writeAll(int descriptor, std::string_view text);
 // Makes a new file; what stands at `path` is an error.
-Outcome writeNewFile(const std::string& path, std::string_view text, mode_t mode);
+Outcome writeNewFile(const std::string& path, std::span<const std::string_view> pieces, mode_t mode);
+inline Outcome writeNewFile(const std::string& path, std::string_view text, mode_t mode) {
+    return writeNewFile(path, {&text, 1}, mode);
+}
 // A new file in the place of an old one: written beside it, synced and renamed.
 Outcome replaceFile(const std::string& path, std::string_view text, mode_t mode);
 Outcome appendLine(const std::string& path, std::string_view line, mode_t mode);

@@ -13,26 +13,15 @@ Lines::Lines(std::string_view text) : finalNewline(text.empty() || text.back() =
     }
 }
 
-std::string withoutReturns(std::string_view text) {
-    std::string result;
-    result.reserve(text.size());
-    for (size_t i = 0; i < text.size(); ++i) {
-        if (text[i] != '\r' || i + 1 == text.size() || text[i + 1] != '\n') {
-            result += text[i];
-        }
+Outcome holdsNoLongLine(const std::string& file, const Lines& lines, size_t bound) {
+    const auto found = std::find_if(lines.all.begin(), lines.all.end(),
+                                    [bound](std::string_view line) { return line.size() > bound; });
+    if (found == lines.all.end()) {
+        return done();
     }
-    return result;
-}
-
-LongLine firstLongLine(std::string_view text, size_t bound) {
-    for (size_t number = 1; !text.empty(); ++number) {
-        const size_t end = std::min(text.find('\n'), text.size());
-        if (end > bound) {
-            return {number, end};
-        }
-        text.remove_prefix(std::min(end + 1, text.size()));
-    }
-    return {};
+    return failure(file + ":" + std::to_string(found - lines.all.begin() + 1) + ": the line has " +
+                   std::to_string(found->size()) + " characters, more than the " + std::to_string(bound) +
+                   " that this operation reads; shorten it first");
 }
 
 }  // namespace zpweb

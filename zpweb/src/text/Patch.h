@@ -5,10 +5,12 @@
 #include <string>
 #include <string_view>
 
+#include "sys/Content.h"
+
 namespace zpweb {
 
 // What stands between the equal beginnings and the equal ends of the two.
-std::string patchOf(std::string_view before, std::string_view after);
+std::string patchOf(const Content& before, const Content& after);
 // The text after; absent when the patch is not one of this text.
 std::optional<std::string> patched(std::string_view before, std::string_view patch);
 

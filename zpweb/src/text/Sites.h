@@ -13,7 +13,8 @@
 namespace zpweb {
 
 struct Block {
-    Range lines{0, 0};         // with its opening and closing line
+    std::string_view text;     // with its opening and closing line
+    Range lines{0, 0};         // the same by number
     size_t nameLine = 0;       // the line of its first ServerName, where it has one
     std::string_view address;  // as written: 10.0.0.5:80, [2001:db8::1], *:80
     std::string_view name;     // empty without a ServerName; as written, so a blank behind it is there
@@ -21,8 +22,6 @@ struct Block {
     std::string_view home;     // the path of its first <Directory>
     bool stopped = false, closed = false;
 };
-
-std::vector<Block> blocksOf(const Lines& lines);
 
 // An "Include" or "IncludeOptional" line outside of any comment.
 struct IncludeLine {
@@ -37,7 +36,13 @@ struct ServerLines {
     std::vector<std::string_view> listen;
     std::vector<std::string_view> listenPerhaps;  // those in <IfModule> and the like
 };
-ServerLines serverLinesOf(const Lines& lines);
+
+struct Contents {
+    std::vector<Block> blocks;
+    ServerLines server;
+    size_t longestLine = 0;
+};
+Contents contentsOf(std::string_view text);
 
 // The directive's argument without its quotes.
 std::string_view unquoted(std::string_view argument);

@@ -1,0 +1,131 @@
+// The end of a change: from its check to its record.
+#include <pwd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+
+#include "change/Clock.h"
+#include "change/Transaction.h"
+#include "sys/File.h"
+#include "sys/Process.h"
+#include "text/Difference.h"
+
+namespace zpweb {
+
+namespace {
+
+constexpr size_t CheckpointsKept = 50;
+
+std::string userName() {
+    const passwd* entry = ::getpwuid(::getuid());
+    return entry != nullptr ? entry->pw_name : std::to_string(::getuid());
+}
+
+}  // namespace
+
+// A line of the log: who did what, and what came of it.
+void Transaction::record(const Outcome& outcome) {
+    std::string files;
+    for (const auto& [path, file] : files_) {
+        if (file.changed()) {
+            files += files.empty() ? "{" : ",{";
+            appendMember(files, "file", path, true);
+            appendMember(files, "before", file.before.hash());
+            appendMember(files, "after", committed_ ? file.after.hash() : file.before.hash());
+            files += '}';
+        }
+    }
+    std::string line = "{";
+    appendMember(line, "time", timeNow(), true);
+    appendMember(line, "user", userName());
+    if (const char* login = std::getenv("SUDO_USER"); login != nullptr) {
+        appendMember(line, "login", login);
+    }
+    appendMember(line, "command", command_);
+    appendMember(line, "result", nameOf(outcome.status));
+    appendMember(line, "exit", static_cast<int>(outcome.status));
+    appendMember(line, "changed", committed_);
+    appendMember(line, "files", JsonText{"[" + files + "]"});
+    appendMember(line, "checkpoint", journal_.checkpoint == 0 ? Value() : Value(journal_.checkpoint));
+    if (undone_ != 0) {
+        appendMember(line, "undoes", undone_);
+    }
+    if (!outcome.message.empty()) {
+        appendMember(line, "message", outcome.message);
+    }
+    if (Outcome written = appendLine(state_->audit(), line + "}", 0600); !written.ok()) {
+        output_.warning("the change is not in the log: " + written.message);
+    }
+}
+
+void Transaction::pruneCheckpoints() const {
+    std::vector<std::string> names = entriesOf(state_->checkpoints());
+    while (names.size() > CheckpointsKept) {
+        removeTree(state_->checkpoints() + "/" + names.front());
+        names.erase(names.begin());
+    }
+}
+
+// What stands in a password file is nobody's to see.
+void Transaction::showDiff() {
+    for (const auto& [path, file] : files_) {
+        if (!settings_.diff || !file.changed()) {
+            continue;
+        }
+        if (nameOf(path).find("passwd") != std::string::npos) {
+            output_.addDiff("--- " + path + "\n+++ " + path +
+                            "\n(a password file: its lines are not shown)\n");
+        } else {
+            output_.addDiff(unifiedDiff(path, file.before.text(), file.after.text()));
+        }
+    }
+}
+
+// What waits until the change is certain.
+Outcome Transaction::finishEffects() {
+    for (const auto& words : journal_.outstanding) {
+        output_.detail(runProgram(words).output);
+    }
+    Outcome outcome;
+    for (const auto& action : afterwards_) {
+        if (Outcome acted = action(); !acted.ok()) {
+            outcome = acted;
+        }
+    }
+    return outcome;
+}
+
+Outcome Transaction::finish(bool& again) {
+    const bool changed =
+        std::any_of(files_.begin(), files_.end(), [](const auto& entry) { return entry.second.changed(); });
+    const bool effects = changed || !afterwards_.empty() || !journal_.outstanding.empty();
+    output_.setChanged(effects);
+    Outcome outcome = changed ? stageCandidates() : done();
+    if (outcome.ok() && settings_.check && serverChanged()) {
+        outcome = check();
+    }
+    showDiff();
+    if (outcome.ok() && settings_.dryRun) {
+        return outcome;
+    }
+    if (outcome.ok() && changed) {
+        outcome = commit(again);
+        if (again) {
+            return outcome;
+        }
+        outcome = outcome.ok() ? reload() : outcome;
+    }
+    if (outcome.ok()) {
+        committed_ = committed_ || effects;
+        outcome = finishEffects();
+    }
+    output_.setChanged(committed_);
+    if (effects) {
+        record(outcome);
+    }
+    pruneCheckpoints();
+    return outcome;
+}
+
+}  // namespace zpweb

@@ -1,0 +1,120 @@
+#include "change/Sockets.h"
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <sys/time.h>
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <optional>
+
+#include "conf/Text.h"
+#include "sys/Descriptor.h"
+#include "sys/Number.h"
+
+namespace zpweb {
+
+namespace {
+
+std::optional<Socket> socketOf(std::string_view listen) {
+    const std::string first(zp::conf::upTo(listen, " \t"));
+    const size_t colon = first.rfind(':');
+    Socket socket;
+    socket.port = leadingNumber(std::string_view(first).substr(colon == std::string::npos ? 0 : colon + 1));
+    if (colon != std::string::npos) {
+        socket.host = bareAddress(first.front() == '[' ? std::string_view(first)
+                                                       : std::string_view(first).substr(0, colon));
+    }
+    if (socket.host == "*") {
+        socket.host.clear();
+    }
+    return socket.port > 0 && socket.port < 65536 ? std::optional(socket) : std::nullopt;
+}
+
+void take(std::vector<Socket>& sockets, const std::vector<std::string_view>& lines) {
+    for (const std::string_view listen : lines) {
+        if (const auto socket = socketOf(listen)) {
+            sockets.push_back(*socket);
+        }
+    }
+}
+
+// The address in the system's form, and its length.
+struct Endpoint {
+    sockaddr_storage address{};
+    socklen_t length = 0;
+};
+
+Endpoint endpointOf(const Socket& socket, const char* anyAddress) {
+    Endpoint endpoint;
+    const std::string host = socket.host.empty() ? anyAddress : socket.host;
+    auto* v6 = reinterpret_cast<sockaddr_in6*>(&endpoint.address);
+    auto* v4 = reinterpret_cast<sockaddr_in*>(&endpoint.address);
+    if (::inet_pton(AF_INET6, host.c_str(), &v6->sin6_addr) == 1) {
+        v6->sin6_family = AF_INET6;
+        v6->sin6_port = htons(static_cast<uint16_t>(socket.port));
+        endpoint.length = sizeof(sockaddr_in6);
+    } else if (::inet_pton(AF_INET, host.c_str(), &v4->sin_addr) == 1) {
+        v4->sin_family = AF_INET;
+        v4->sin_port = htons(static_cast<uint16_t>(socket.port));
+        endpoint.length = sizeof(sockaddr_in);
+    }
+    return endpoint;
+}
+
+}  // namespace
+
+std::vector<Socket> socketsOf(const Configuration& configuration) {
+    std::vector<Socket> sockets;
+    for (const auto& file : configuration.files()) {
+        take(sockets, file->server().listen);
+    }
+    return sockets;
+}
+
+std::vector<Socket> askable(const Configuration& configuration) {
+    std::vector<Socket> sockets = socketsOf(configuration);
+    for (const auto& file : configuration.files()) {
+        take(sockets, file->server().listenPerhaps);
+    }
+    return sockets;
+}
+
+bool isBusy(const Socket& wanted) {
+    const Endpoint endpoint = endpointOf(wanted, "0.0.0.0");
+    if (endpoint.length == 0) {
+        return false;
+    }
+    const Descriptor socket(::socket(endpoint.address.ss_family, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    const int reuse = 1;
+    ::setsockopt(socket.number(), SOL_SOCKET, SO_REUSEADDR, &reuse, sizeof reuse);
+    return ::bind(socket.number(), reinterpret_cast<const sockaddr*>(&endpoint.address), endpoint.length) !=
+               0 &&
+           (errno == EADDRINUSE || errno == EADDRNOTAVAIL);
+}
+
+Answer ask(const Socket& server) {
+    const Endpoint endpoint = endpointOf(server, "127.0.0.1");
+    if (endpoint.length == 0) {
+        return Answer::Unreachable;
+    }
+    const Descriptor socket(::socket(endpoint.address.ss_family, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    const timeval patience{3, 0};
+    ::setsockopt(socket.number(), SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+    ::setsockopt(socket.number(), SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience);
+    if (::connect(socket.number(), reinterpret_cast<const sockaddr*>(&endpoint.address), endpoint.length) !=
+        0) {
+        return Answer::Unreachable;
+    }
+    constexpr std::string_view Request = "HEAD / HTTP/1.0\r\n\r\n";
+    std::array<char, 5> beginning{};
+    if (::send(socket.number(), Request.data(), Request.size(), MSG_NOSIGNAL) < 0 ||
+        ::recv(socket.number(), beginning.data(), beginning.size(), MSG_WAITALL) != 5) {
+        return Answer::Other;
+    }
+    return std::memcmp(beginning.data(), "HTTP/", 5) == 0 ? Answer::Http : Answer::Other;
+}
+
+}  // namespace zpweb

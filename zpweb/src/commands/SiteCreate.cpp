@@ -1,0 +1,159 @@
+// A new website.
+#include <fcntl.h>
+#include <pwd.h>
+#include <sys/stat.h>
+
+#include "CZPWebsite.h"
+#include "commands/Groups.h"
+#include "commands/Operation.h"
+#include "commands/Parameters.h"
+#include "commands/Scopes.h"
+#include "conf/Text.h"
+#include "input/HostName.h"
+#include "input/Quoted.h"
+#include "sys/File.h"
+
+namespace zpweb {
+
+namespace {
+
+constexpr char Created = 94;
+constexpr char Taken = 92;
+constexpr char FolderNotMade = 2;
+constexpr mode_t HomeMode = 0711;
+
+char switchOf(const std::string& mode) { return mode == "own" ? '2' : mode == "plain" ? '0' : '1'; }
+
+// What creation changes besides what it adds: in "own" mode, the address's own block.
+Scope creationScope(const ConfigurationFile& file, const VHostEntry& entry) {
+    Scope scope = additionsScope(file);
+    for (const Block& block : file.blocks()) {
+        if (entry.IPSwitch == switchOf("own") && !block.stopped &&
+            zp::conf::beginsIgnoringCase(block.address, entry.IPAddress)) {
+            scope.allow(block.lines);
+            break;
+        }
+    }
+    return scope;
+}
+
+Outcome giveTo(const std::string& owner, const std::string& home) {
+    const passwd* account = ::getpwnam(owner.c_str());
+    const Descriptor open(::open(home.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (account == nullptr || !open.isOpen() || ::fchmod(open.number(), HomeMode) != 0 ||
+        ::fchown(open.number(), account->pw_uid, account->pw_gid) != 0) {
+        return failure("cannot give " + systemError(home) + " to " + owner);
+    }
+    return done();
+}
+
+// The home is not made by the library: the panel has made it for the account.
+Outcome makeHome(Transaction& change, const std::string& home, const std::string& owner) {
+    if (!isFolder(folderOf(home))) {
+        return failure(Status::NotFound, "path " + inQuotes(folderOf(home)) +
+                                             ": no such folder; expected the parent of the site's home");
+    }
+    std::vector<std::string> made{home};
+    for (const char* folder :
+         {"/www", "/www/html", "/www/cgi-bin", "/log", "/log/httpd", "/db", "/special"}) {
+        made.push_back(home + folder);
+        if (exists(made.back())) {
+            return failure(Status::Exists, made.back() + ": exists already; a site's folders are made new");
+        }
+    }
+    const bool fresh = !exists(home);
+    Outcome outcome = change.willMake(made);
+    if (!fresh || !outcome.ok()) {
+        return outcome;
+    }
+    outcome = makeFolder(home, HomeMode);
+    return outcome.ok() ? giveTo(owner, home) : outcome;
+}
+
+std::string homeOf(const std::string& account) {
+    const passwd* entry = ::getpwnam(account.c_str());
+    return entry == nullptr ? "" : entry->pw_dir;
+}
+
+VHostEntry entryFrom(const Arguments& arguments) {
+    const std::string owner = arguments.one("--owner");
+    VHostEntry entry{};
+    fillField(entry.IPAddress, arguments.one("--address"));
+    fillField(entry.DName, arguments.one("NAME"));
+    fillField(entry.PunyCode, arguments.one("NAME"));
+    fillField(entry.UserName, owner);
+    fillField(entry.ServerAdmin, arguments.one("--admin", owner));
+    fillField(entry.Port, "80");
+    fillField(entry.Path, arguments.one("--path", homeOf(owner)) + "/");
+    entry.IPSwitch = switchOf(arguments.one("--mode", "shared"));
+    return entry;
+}
+
+Meaning creationMeaning(const VHostEntry& entry) {
+    const std::string path = entry.Path;
+    return [path](int result) {
+        if (result == Taken) {
+            return failure(Status::Exists,
+                           "the name, or the block of the address, is taken by another site");
+        }
+        return result == FolderNotMade ? failure("a folder of the site could not be made in " + path)
+                                       : resultOf("CreateWebsite", result, {Created});
+    };
+}
+
+Outcome create(Transaction& change, const Arguments& arguments) {
+    const std::string name = arguments.one("NAME");
+    const std::string readable = readableHostName(name);
+    if (const auto places = change.configuration().find(name); !places.empty()) {
+        return failure(Status::Exists,
+                       "site " + inQuotes(readable) + ": exists already, at " + places.front().text());
+    }
+    VHostEntry entry = entryFrom(arguments);
+    if (Outcome home = makeHome(change, entry.Path + name, entry.UserName); !home.ok()) {
+        return home;
+    }
+    Edit edit;
+    edit.file = change.configuration().main().path();
+    edit.bound = bound::Creation;
+    edit.scope = [&](const ConfigurationFile& file) { return creationScope(file, entry); };
+    edit.operation = [&](const std::string& staged) {
+        return CZPWebsite(nullptr, staged.c_str()).CreateWebsite(&entry);
+    };
+    edit.meaning = creationMeaning(entry);
+    if (Outcome edited = change.edit(edit); !edited.ok()) {
+        return edited;
+    }
+    const auto made = change.configuration().find(name);
+    if (made.empty()) {
+        return failure(Status::NotFound, "address " + inQuotes(entry.IPAddress) +
+                                             ": it has no block of its own that the site could take");
+    }
+    change.output().set("site", name);
+    if (readable != name) {
+        change.output().set("entered", readable);
+    }
+    change.output().set("address", made.front().block->address);
+    change.output().set("home", entry.Path + name);
+    change.output().set("place", made.front().text());
+    return done();
+}
+
+}  // namespace
+
+std::vector<Command> siteCreation() {
+    return {{"site create",
+             "Create a website: its block, and its folders",
+             create,
+             {needed("NAME", Kind::HostName, "The new site's name"),
+              neededOption("--address", Kind::Address, "IP", "The address that it listens on"),
+              neededOption("--owner", Kind::Account, "ACCOUNT", "The account that owns its folders"),
+              option("--path", Kind::Path, "FOLDER", "The parent of its home (default: the owner's home)"),
+              option("--admin", Kind::Account, "ACCOUNT", "Its administrator (default: the owner)"),
+              option("--mode", Kind::Choice, "shared|own|plain",
+                     "The address is shared by name, the site's own, or taken as it is (shared)")},
+             {"CZPWebsite::CreateWebsite"},
+             "The home PATH/NAME is made when it is missing, and in it www, www/html, www/cgi-bin, log, "
+             "log/httpd, db and special, none of which may exist."}};
+}
+
+}  // namespace zpweb

@@ -1,0 +1,93 @@
+// Websites: one site's settings.
+#include "commands/Groups.h"
+#include "commands/Parameters.h"
+#include "commands/Readable.h"
+#include "commands/SiteInfo.h"
+
+namespace zpweb {
+
+namespace {
+
+constexpr char InfoRead = 25;
+constexpr char InfoWithoutMode = 27;
+constexpr int Listed = 31;
+
+void setPairs(Output& output, const char* field, const NameValueVector& values) {
+    Pairs pairs;
+    for (const NameValueSt& value : values) {
+        pairs.emplace_back(value.Name, value.Value);
+    }
+    output.set(field, &pairs);
+}
+
+std::string octal(mode_t mode) {
+    std::string digits;
+    for (int shift = 9; shift >= 0; shift -= 3) {
+        digits += static_cast<char>('0' + ((mode >> shift) & 7));
+    }
+    return digits;
+}
+
+// What single operations find out: whether the site is listed, its address, whose it is, its root.
+void showFindings(Output& output, const Configuration& configuration, const Place& place,
+                  const std::string& file) {
+    const std::string domain(place.block->name);
+    CZPWebsite website(nullptr, file.c_str());
+    std::string address;
+    std::string sharedAddress;
+    std::string root;
+    std::string shared;
+    const int exists = quietly(output, [&] {
+        website.LookupDomainInConfFile(domain, file, address);
+        root = website.GetRootDocPath(file, domain);
+        shared = website.ISIPLessDomain(domain, configuration.main().path(), sharedAddress);
+        return website.WebsiteExists(domain.c_str());
+    });
+    output.set("listed", exists == Listed);
+    output.set("address", address.empty() ? bareAddress(place.block->address) : address);
+    output.set("shared_address", shared == "true");
+    output.set("root", root.empty() ? std::string(place.block->root) : root);
+}
+
+Outcome show(Session& session, const Configuration& configuration, const Places& places, const Arguments&) {
+    const Place& place = places.front();
+    const Readable readable(*place.file);
+    const SiteInfo info(session.output, readable.path(), place.block->name);
+    if (Outcome read = resultOf("GetWebsiteInfo", info.result, {InfoRead, InfoWithoutMode}); !read.ok()) {
+        return read;
+    }
+    Output& output = session.output;
+    output.set("site", info.domain);
+    output.set("state", place.block->stopped ? "stopped" : "running");
+    showFindings(output, configuration, place, readable.path());
+    output.set("mode", known(info.result == InfoRead ? octal(info.record.AccessMode) : ""));
+    output.set("host_names", info.record.ServerAlias);
+    output.set("index", info.record.DirIndex);
+    output.set("include", info.record.Include);
+    setPairs(output, "alias", info.record.Alias);
+    setPairs(output, "script_alias", info.record.ScriptAlias);
+    setPairs(output, "proxy", info.record.ProxyPass);
+    setPairs(output, "proxy_reverse", info.record.ProxyPassReverse);
+    setPairs(output, "redirect", info.record.Redirect);
+    setPairs(output, "error_document", info.record.ErrorDoc);
+    std::vector<std::string> all;
+    for (const Place& each : places) {
+        all.push_back(each.text());
+    }
+    output.set("places", all);
+    return done();
+}
+
+}  // namespace
+
+std::vector<Command> siteShowing() {
+    return {
+        {"site show",
+         "Show a website's settings",
+         show,
+         {siteName()},
+         {"CZPWebsite::GetWebsiteInfo", "CZPWebsite::GetRootDocPath", "CZPWebsite::LookupDomainInConfFile",
+          "CZPWebsite::WebsiteExists", "CZPWebsite::ISIPLessDomain"}}};
+}
+
+}  // namespace zpweb

@@ -1,0 +1,110 @@
+// The way back.
+#include <algorithm>
+
+#include "commands/Groups.h"
+#include "commands/Parameters.h"
+#include "sys/File.h"
+#include "sys/Hash.h"
+#include "sys/Number.h"
+#include "text/Difference.h"
+#include "text/Patch.h"
+
+namespace zpweb {
+
+namespace {
+
+// The newest checkpoint that was neither undone nor made by an undo.
+int newestUndoable(const State& state) {
+    const auto names = entriesOf(state.checkpoints());
+    const auto newest = std::find_if(names.rbegin(), names.rend(), [&](const std::string& name) {
+        const auto checkpoint = Checkpoint::read(state.checkpoints() + "/" + name);
+        return checkpoint && checkpoint->undoes == 0 && !checkpoint->undone;
+    });
+    return newest == names.rend() ? 0 : leadingNumber(*newest);
+}
+
+// A diff of what somebody has done to the file since, if what the change left is still known; else of what
+// the undo would do.
+Outcome editedSince(Output& output, const std::string& kept, const ChangedFile& file) {
+    const auto old = readFile(kept);
+    const auto patch = readFile(kept + ".patch");
+    const auto left = old.ok() && patch.ok() ? patched(*old, *patch) : std::nullopt;
+    const auto now = readFile(file.path);
+    const std::string current = now.ok() ? *now : "";
+    if (left && contentHash(*left) == file.after) {
+        output.addDiff(unifiedDiff(file.path, *left, current));
+    } else {
+        output.addDiff(unifiedDiff(file.path, current, old.ok() ? *old : ""));
+    }
+    return failure(file.path + ": edited since this change; undo it by hand (the diff shows the edits)");
+}
+
+Outcome putBack(Transaction& change, const std::string& kept, const ChangedFile& file) {
+    if (file.before.empty()) {
+        return change.replace(file.path, std::nullopt);
+    }
+    auto text = readFile(kept);
+    if (!text.ok() || contentHash(*text) != file.before) {
+        return failure(kept + ": the checkpoint is damaged");
+    }
+    return change.replace(file.path, std::move(*text));
+}
+
+Expected<Checkpoint> undoable(const State& state, int id) {
+    auto checkpoint = Checkpoint::read(state.checkpoint(id));
+    if (!checkpoint) {
+        return failure(
+            Status::NotFound,
+            id == 0 ? "nothing to undo" : "checkpoint " + std::to_string(id) + ": not kept (see history)");
+    }
+    if (checkpoint->undone) {
+        return failure("checkpoint " + std::to_string(id) + " is undone already");
+    }
+    return std::move(*checkpoint);
+}
+
+Outcome undo(Transaction& change, const Arguments& arguments) {
+    const State& state = change.state();
+    const int id =
+        arguments.has("CHECKPOINT") ? leadingNumber(arguments.one("CHECKPOINT")) : newestUndoable(state);
+    auto checkpoint = undoable(state, id);
+    if (!checkpoint.ok()) {
+        return checkpoint.outcome();
+    }
+    const std::string folder = state.checkpoint(id);
+    const std::vector<ChangedFile>& files = checkpoint->change.files;
+    for (size_t i = 0; i < files.size(); ++i) {
+        if (currentHash(files[i].path) != files[i].after) {
+            return editedSince(change.output(), folder + "/" + std::to_string(i), files[i]);
+        }
+    }
+    for (size_t i = 0; i < files.size(); ++i) {
+        if (Outcome back = putBack(change, folder + "/" + std::to_string(i), files[i]); !back.ok()) {
+            return back;
+        }
+    }
+    change.setUndone(id);
+    change.output().set("undone", checkpoint->change.command);
+    change.output().set("checkpoint", id);
+    checkpoint->undone = true;
+    change.afterwards([folder, undone = std::move(*checkpoint)] {
+        removeMade(undone.change.made);
+        return replaceFile(folder + "/change", undone.text(), 0600);
+    });
+    return done();
+}
+
+}  // namespace
+
+std::vector<Command> undoCommand() {
+    return {
+        {"undo",
+         "Take a change back",
+         undo,
+         {maybe("CHECKPOINT", Kind::Number, "Its number in the history (default: the last change)")},
+         {},
+         "Refused, with a diff, when somebody has edited a file since. Folders that the change made are "
+         "removed if they are empty. Modes and owners outside of the configuration stay."}};
+}
+
+}  // namespace zpweb

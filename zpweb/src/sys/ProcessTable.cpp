@@ -1,0 +1,103 @@
+#include "sys/ProcessTable.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <climits>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+
+#include "conf/Text.h"
+#include "sys/File.h"
+#include "sys/Number.h"
+
+namespace zpweb {
+
+namespace {
+
+std::string procFile(pid_t pid, const char* name) { return "/proc/" + std::to_string(pid) + "/" + name; }
+
+// Files of /proc have no size to go by.
+std::string readProc(const std::string& path) {
+    std::ifstream file(path);
+    std::stringstream text;
+    text << file.rdbuf();
+    return text.str();
+}
+
+// The fields of /proc/PID/stat behind the name in parentheses: state, parent, ...
+std::vector<std::string> statFields(pid_t pid) {
+    const std::string stat = readProc(procFile(pid, "stat"));
+    std::istringstream rest(stat.substr(std::min(stat.rfind(')') + 1, stat.size())));
+    return {std::istream_iterator<std::string>(rest), {}};
+}
+
+// The sockets that a process has open, by their inodes.
+std::set<std::string> socketsOf(pid_t pid) {
+    constexpr std::string_view Mark = "socket:[";
+    std::set<std::string> inodes;
+    const std::string folder = procFile(pid, "fd");
+    for (const std::string& name : entriesOf(folder)) {
+        std::array<char, PATH_MAX> target{};
+        if (::readlink((folder + "/" + name).c_str(), target.data(), target.size() - 1) > 0 &&
+            std::string_view(target.data()).starts_with(Mark)) {
+            inodes.insert(
+                std::string(zp::conf::upTo(std::string_view(target.data()).substr(Mark.size()), "]")));
+        }
+    }
+    return inodes;
+}
+
+}  // namespace
+
+bool isAlive(pid_t pid) {
+    const auto fields = statFields(pid);
+    return !fields.empty() && fields[0] != "Z" && fields[0] != "X";
+}
+
+std::vector<pid_t> childrenOf(pid_t parent) {
+    std::vector<pid_t> children;
+    for (const std::string& name : entriesOf("/proc")) {
+        const pid_t pid = leadingNumber(name);
+        if (pid <= 0) {
+            continue;
+        }
+        const auto fields = statFields(pid);
+        if (fields.size() > 1 && fields[0] != "Z" && fields[1] == std::to_string(parent)) {
+            children.push_back(pid);
+        }
+    }
+    return children;
+}
+
+std::vector<std::string> wordsOfProcess(pid_t pid) {
+    const std::string line = readProc(procFile(pid, "cmdline"));
+    std::vector<std::string> words;
+    for (size_t at = 0; at < line.size(); at += words.back().size() + 1) {
+        words.emplace_back(line.c_str() + at);
+    }
+    return words;
+}
+
+std::set<int> portsOf(pid_t pid) {
+    constexpr const char* Listening = "0A";
+    const std::set<std::string> inodes = socketsOf(pid);
+    std::set<int> ports;
+    for (const char* table : {"net/tcp", "net/tcp6"}) {
+        std::istringstream lines(readProc(procFile(pid, table)));
+        for (std::string line; std::getline(lines, line);) {
+            std::istringstream fields(line);
+            const std::vector<std::string> words{std::istream_iterator<std::string>(fields), {}};
+            if (words.size() > 9 && words[3] == Listening && inodes.contains(words[9])) {
+                const std::string port = words[1].substr(words[1].rfind(':') + 1);
+                ports.insert(static_cast<int>(std::strtol(port.c_str(), nullptr, 16)));
+            }
+        }
+    }
+    return ports;
+}
+
+}  // namespace zpweb

@@ -1,0 +1,17 @@
+// The processes of this host.
+#pragma once
+
+#include <sys/types.h>
+
+#include <set>
+#include <string>
+#include <vector>
+
+namespace zpweb {
+
+bool isAlive(pid_t pid);
+std::vector<pid_t> childrenOf(pid_t parent);
+std::vector<std::string> wordsOfProcess(pid_t pid);  // its command line
+std::set<int> portsOf(pid_t pid);                    // on which it listens
+
+}  // namespace zpweb
