@@ -235,6 +235,34 @@ def test_apply_is_one_change(live):
            {p: v for p, v in before.items() if "error.log" not in p and "lock" not in p}
 
 
+def test_the_commands_of_one_change_see_what_those_before_them_do(site):
+    folder, other, file = site.root / "www", site.root / "included", site.root / "www/param"
+    lines = [{"command": words[0], "arguments": [str(word) for word in words[1:]], **more} for words, more in [
+        (["vdir create", "shop.example", folder], {"options": {"protect": True}}),
+        (["user add", "shop.example", "joe"], {"password": "one"}),
+        (["user passwd", "shop.example", "joe"], {"password": "two"}),
+        (["protect add", other, "ann"], {"password": "one"}),
+        (["protect edit", other, "ann"], {"options": {"to": str(folder)}, "password": "two"}),
+        (["param add", file, "Name", "one"], {}),
+        (["param edit", file, "Name", "one", "two"], {}),
+        (["module load", "headers"], {}),
+        (["module load", "headers"], {})]]
+    before = site.tree()
+
+    def apply(*last):
+        return site.run("apply", "-", input="\n".join(map(json.dumps, [*lines, *last])))
+
+    assert apply({"command": "site stop", "arguments": ["none.example"]}).status == 6
+    alone = apply({"command": "undo"})
+    assert alone.status == 2 and "undo" in alone.err and "run of its own" in alone.err
+    assert {p: v for p, v in site.tree().items() if ".zpweb" not in p} == {
+        p: v for p, v in before.items() if ".zpweb" not in p}
+    assert apply().status == 0
+    assert Path("/etc/webusers/passwd.shop.example").read_text() == "joe:two\n" and file.read_text() == "Name two\n"
+    assert (folder / ".htpasswd").read_text().startswith("ann:") and not (other / ".htpasswd").exists()
+    assert site.text().count("LoadModule headers_module") == 1
+
+
 # --- on the server ---
 
 def test_a_change_takes_effect_on_the_running_server(live):
