@@ -47,4 +47,17 @@ def copy(file, _operation, _domain):
     return f"cp {file} {file}.copy && mv {file}.copy {file}"
 
 
-TOOLS = {"augtool": augtool, "sed -i": sed, "grep": grep, "apache2 -S": apache2, "wc -l": count, "cp+mv": copy}
+def plain_grep(file, _operation, _domain):
+    return f"grep ServerName {file} >{file}.names"
+
+
+def plain_copy(file, _operation, _domain):
+    return f"cp {file} {file}.copy"
+
+
+def synced_copy(file, _operation, _domain):
+    return f"cp {file} {file}.copy && sync {file}.copy"
+
+
+TOOLS = {"augtool": augtool, "sed -i": sed, "grep": grep, "apache2 -S": apache2, "wc -l": count, "cp+mv": copy,
+         "plain grep": plain_grep, "cp": plain_copy, "cp+sync": synced_copy}
