@@ -46,6 +46,7 @@ class Answer:
 
 class Machine:
     """A configuration of its own in a folder of its own."""
+    words = []  # with which the runs of all machines began
 
     def __init__(self, root: Path):
         self.root = root
@@ -83,6 +84,7 @@ IncludeOptional included/*.conf
 """)
 
     def run(self, *words, input="", conf=True, **options):
+        self.words.append(" ".join(map(str, words[:2])))
         command = [ZPWEB, *(["--conf", str(self.conf)] if conf else []), *map(str, words)]
         return Answer(subprocess.run(command, input=input, capture_output=True, text=True, timeout=120, **options))
 
@@ -129,10 +131,10 @@ IncludeOptional included/*.conf
             subprocess.run(["apachectl", "-f", str(self.conf), "-k", "stop"], capture_output=True)
             await_true(lambda: not Path(f"/proc/{pid}").exists())
 
-    def get(self, host, path="/"):
+    def get(self, host, path="/", user=""):
         """Status and body."""
         done = subprocess.run(["curl", "-s", "--noproxy", "*", "--max-time", "5", "-w", "\n%{http_code}", "-H",
-                               f"Host: {host}", f"http://127.0.0.1:{self.port}{path}"],
+                               f"Host: {host}", "-u", user, f"http://127.0.0.1:{self.port}{path}"],
                               capture_output=True, text=True)
         body, _, status = done.stdout.rpartition("\n")
         return int(status or 0), body
@@ -140,10 +142,10 @@ IncludeOptional included/*.conf
     def answers(self, host):
         return self.get(host)[0] != 0
 
-    def publish(self, name, text):
-        page = self.sites / name / "www/html/index.html"
+    def publish(self, name, text, file="www/html/index.html", mode=0o644):
+        page = self.sites / name / file
         page.write_text(text)
-        os.chmod(page, 0o644)
+        os.chmod(page, mode)
         for folder in (self.sites, self.sites / name):
             os.chmod(folder, 0o755)
 

@@ -13,6 +13,7 @@ from conftest import ZPWEB
 # More for a night: ZPWEB_KILLS=2000 scripts/sandbox /usr/bin/python3 -m pytest zpweb/tests
 WRITERS, CHANGES = int(os.environ.get("ZPWEB_WRITERS", 32)), int(os.environ.get("ZPWEB_CHANGES", 50))
 KILLS = int(os.environ.get("ZPWEB_KILLS", 200))
+DISK_STEP = int(os.environ.get("ZPWEB_DISK_STEP", 1))
 FAST = ("--no-check", "--no-reload", "--lock-timeout", "300")
 
 
@@ -116,7 +117,7 @@ def test_a_full_disk_at_any_stage_leaves_everything_as_it_was(small_disk):
     commands = [["site", "create", "shop.example", "--address", "127.0.0.1", "--owner", "anna", "--path",
                  small_disk.sites], ["site", "stop", "s7.example"], ["host", "add", "s1.example", "b.example"]]
     for command in commands:
-        for pages in list(range(0, 24)) + list(range(24, size * 6 // 4096, 3)):
+        for pages in list(range(0, 24, DISK_STEP)) + list(range(24, size * 6 // 4096, 3 * DISK_STEP)):
             before = small_disk.text()
             ballast = fill(small_disk, pages * 4096)
             answer = small_disk.run(*command, *FAST)

@@ -41,10 +41,13 @@ def test_a_wrong_value_is_named_in_one_line_before_anything_is_read(machine, wor
     assert machine.tree() == before
 
 
-@pytest.mark.parametrize("words", [
-    [], ["site"], ["site", "nonsense"], ["site", "create"], ["site", "status", "--what"], ["site", "status", "-a"], ["site", "status", "-a.example"]])
-def test_a_wrong_command_line_is_a_usage_error(machine, words):
-    assert machine.run(*words).status == 2
+@pytest.mark.parametrize("words, told", [
+    ([], "subcommand"), (["site"], "subcommand"), (["sight"], '"sight"'), (["site", "nonsense", "x"], '"site nonsense"'),
+    (["site", "create"], "NAME"), (["site", "status", "--what"], '"--what"'), (["--json", "site", "status", "-a.example"], '"-a.example"'),
+    (["site", "status", "--", "-a.example"], "host name")])
+def test_a_wrong_command_line_is_a_usage_error(machine, words, told):
+    answer = machine.run(*words, conf=False)
+    assert answer.status == 2 and told in answer.err and len(answer.err.splitlines()) == 1, answer
 
 
 def test_an_internationalised_name_is_stored_in_ascii_and_shown_in_both_forms(machine):

@@ -118,15 +118,6 @@ std::string Transaction::described(const std::string& serverOutput,
             at += place.size() - live.size();
         }
     }
-    // What the control script adds is no help.
-    for (const char* chatter : {"Action '", "The Apache error log may"}) {
-        if (const size_t at = text.find(chatter); at != std::string::npos) {
-            text.erase(at, text.find('\n', at) - at + 1);
-        }
-    }
-    while (!text.empty() && text.back() == '\n') {
-        text.pop_back();
-    }
     return text;
 }
 

@@ -18,6 +18,9 @@ public:
     static Expected<Lock> take(const State& state, std::chrono::seconds timeout,
                                const std::function<void(const std::string&)>& waiting);
 
+    // Another run is at work.
+    static bool isHeld(const State& state);
+
     // Holds a folder of fixed scratch files, so that no other configuration's change uses them meanwhile.
     static Descriptor holdFolder(const std::string& folder);
 

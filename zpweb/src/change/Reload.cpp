@@ -25,6 +25,12 @@ Outcome Transaction::reload() {
         return done();
     }
     output_.step("reloading the server");
+    // A running server is never asked to read what it cannot: that would be its end.
+    if (!settings_.check) {
+        if (const auto verdict = server_->check(configuration_->main().path()); !verdict.passed) {
+            return rollBack("the server could not reload: " + verdict.output);
+        }
+    }
     if (const std::string obstacle = server_->obstacle(*configuration_, *master); !obstacle.empty()) {
         return rollBack("the server could not reload: " + obstacle);
     }

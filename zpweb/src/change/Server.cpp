@@ -23,15 +23,35 @@ using namespace std::chrono_literals;
 constexpr auto LongestReload = 20s;
 constexpr auto BetweenLooks = 20ms;
 
+// What the control script adds is no help.
+std::string withoutChatter(std::string text) {
+    for (const char* chatter : {"Action '", "The Apache error log may"}) {
+        if (const size_t at = text.find(chatter); at != std::string::npos) {
+            text.erase(at, text.find('\n', at) - at + 1);
+        }
+    }
+    return text.substr(0, text.find_last_not_of('\n') + 1);
+}
+
 }  // namespace
 
 Server::Verdict Server::check(const std::string& file) const {
     const Finished finished = runProgram({"apachectl", "-t", "-f", file}, waiting_);
-    return {finished.status >= 0 && finished.status != 127, finished.ok(), finished.output};
+    return {finished.status >= 0 && finished.status != 127, finished.ok(), withoutChatter(finished.output)};
 }
 
-// The PID file of a configuration that names it by a variable: only the server knows what it stands for.
-std::string Server::runningPidFile() const {
+// The PID file of a configuration that names it by a variable: one of those that the server is started
+// with, or one that only the server knows.
+std::string Server::runningPidFile(const std::string& name) const {
+    const size_t begin = name.find("${") + 2;
+    const size_t end = std::min(name.find('}', begin), name.size() - 1);
+    const Finished variable =
+        runProgram({"sh", "-c", ". \"${APACHE_ENVVARS:-/etc/apache2/envvars}\" && printenv \"$1\"", "sh",
+                    name.substr(begin, end - begin)});
+    if (variable.ok()) {
+        return name.substr(0, begin - 2) + variable.output.substr(0, variable.output.find('\n')) +
+               name.substr(end + 1);
+    }
     constexpr std::string_view Mark = "PidFile: \"";
     const Finished told = runProgram({"apachectl", "-t", "-D", "DUMP_RUN_CFG", "-f", main_}, waiting_);
     if (const size_t at = told.output.find(Mark); at != std::string::npos) {
@@ -50,7 +70,7 @@ std::string Server::pidFile(const Configuration& configuration) const {
         }
     }
     if (zp::conf::contains(path, "${")) {
-        return runningPidFile();
+        path = runningPidFile(path);
     }
     if (path.empty()) {
         path = builtInValue("DEFAULT_PIDLOG");

@@ -38,7 +38,7 @@ public:
     Outcome start() const;
 
 private:
-    std::string runningPidFile() const;
+    std::string runningPidFile(const std::string& name) const;
     Outcome awaitGeneration(pid_t master, const std::vector<pid_t>& old) const;
     Outcome probe(const Configuration& configuration, pid_t master) const;
 

@@ -1,6 +1,7 @@
 #include "cli/CommandLine.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <iostream>
 
 #include "input/Quoted.h"
@@ -83,6 +84,52 @@ private:
     CLI::App app_;
 };
 
+bool beginsCommand(const std::string& text) {
+    const auto begins = [&](const auto& known) { return (known + " ").starts_with(text + " "); };
+    return std::any_of(commandTable().begin(), commandTable().end(),
+                       [&](const Command& command) { return begins(command.words); }) ||
+           std::any_of(documents().begin(), documents().end(),
+                       [&](const Document& document) { return begins(document.name); });
+}
+
+// What is wrong with a command line whose first words begin no command; empty when they do.
+std::string unknownCommand(const std::vector<std::string>& words) {
+    std::string text;
+    for (const std::string& word : words) {
+        text += (text.empty() ? "" : " ") + word;
+        if (word.starts_with('-') || findCommand(text) != nullptr) {
+            return {};
+        }
+        if (!beginsCommand(text)) {
+            return "no command " + inQuotes(text);
+        }
+    }
+    return {};
+}
+
+bool isOption(const std::string& name, const std::vector<Parameter>& parameters) {
+    return std::any_of(parameters.begin(), parameters.end(),
+                       [&](const Parameter& parameter) { return parameter.name == name; });
+}
+
+// The first word that looks like an option and is none of the command's; empty when there is none.
+std::string unknownOption(const std::vector<std::string>& words) {
+    std::string text;
+    const Command* command = nullptr;
+    for (const std::string& word : words) {
+        if (!word.starts_with('-') && command == nullptr) {
+            text += (text.empty() ? "" : " ") + word;
+            command = findCommand(text);
+        }
+        const std::string name = word.substr(0, word.find('='));
+        if (word.starts_with('-') && word != "-" && !isOption(name, commonOptions()) &&
+            (command == nullptr || !isOption(name, command->parameters))) {
+            return inQuotes(word) + ": no option" + (command == nullptr ? "" : " of " + command->words);
+        }
+    }
+    return {};
+}
+
 }  // namespace
 
 std::optional<int> parse(CommandLine& line, int argc, char** argv) {
@@ -93,7 +140,10 @@ std::optional<int> parse(CommandLine& line, int argc, char** argv) {
         if (error.get_exit_code() == 0) {
             return parser.app().exit(error);  // help, version
         }
-        std::cerr << "zpweb: " << error.what() << " (see zpweb --help)\n";
+        const std::vector<std::string> words(argv + 1, argv + argc);
+        const std::string command = unknownCommand(words);
+        const std::string unknown = command.empty() ? unknownOption(words) : command;
+        std::cerr << "zpweb: " << (unknown.empty() ? error.what() : unknown) << " (see zpweb --help)\n";
         return static_cast<int>(Status::Usage);
     }
     return std::nullopt;

@@ -62,6 +62,10 @@ Outcome runChanges(Settings& settings, Output& output, const std::vector<std::st
     }
     if (!outcome.ok()) {
         output.clear();
+    } else if (!output.changed()) {
+        output.note("nothing to change: it is so already");
+    } else if (settings.dryRun) {
+        output.note("a dry run: nothing is changed");
     }
     if (outcome.ok() && settings.dryRun && settings.detailedExit && output.changed()) {
         return {Status::WouldChange, ""};

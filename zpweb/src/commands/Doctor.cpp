@@ -5,11 +5,14 @@
 #include <algorithm>
 #include <map>
 
+#include "CZPWebsite.h"
+#include "change/Lock.h"
 #include "change/Logs.h"
 #include "commands/Groups.h"
 #include "commands/Operation.h"
 #include "conf/Line.h"
 #include "sys/File.h"
+#include "sys/Process.h"
 
 namespace zpweb {
 
@@ -80,9 +83,6 @@ void findIncludes(const Configuration& configuration, Findings& findings) {
                 if (looksTemporary(nameOf(path))) {
                     findings.push_back({"temporary file is included", placeOf(*file, include.line), path});
                 }
-                if (exists(path) && !isFile(path)) {
-                    findings.push_back({"dangling link", placeOf(*file, include.line), path});
-                }
             }
         }
     }
@@ -102,7 +102,31 @@ void findDanglingLinks(const std::string& folder, int depth, Findings& findings)
     }
 }
 
-void findPasswordFiles(const Configuration& configuration, Findings& findings) {
+void findDanglingLinks(const Configuration& configuration, Findings& findings) {
+    const std::string folder = folderOf(configuration.main().path());
+    findDanglingLinks(folder, 0, findings);
+    for (const auto& file : configuration.files()) {
+        for (const IncludeLine& include : file->server().includes) {
+            for (const std::string& path : configuration.included(include.pattern)) {
+                if (!path.starts_with(folder + "/") && exists(path) && !isFile(path)) {
+                    findings.push_back(
+                        {"dangling link", path, "included at " + placeOf(*file, include.line)});
+                }
+            }
+        }
+    }
+}
+
+// The account that the server's processes run as; empty when the configuration does not tell.
+std::string serverUser(const std::string& main, Output& output) {
+    std::string user;
+    std::string group;
+    CZPWebsite website(nullptr, main.c_str());
+    static_cast<void>(quietly(output, [&] { return website.getApacheUserGroup(main, user, group); }));
+    return user;
+}
+
+void findPasswordFiles(const Configuration& configuration, const std::string& user, Findings& findings) {
     for (const auto& file : configuration.files()) {
         for (size_t i = 0; i < file->lines().size(); ++i) {
             const zp::conf::Line line(withoutReturn(file->lines()[i]));
@@ -113,7 +137,7 @@ void findPasswordFiles(const Configuration& configuration, Findings& findings) {
             struct stat status {};
             if (::stat(path.c_str(), &status) != 0) {
                 findings.push_back({"missing password file", placeOf(*file, i), path});
-            } else if (!S_ISREG(status.st_mode) || (status.st_mode & 0044) == 0) {
+            } else if (!S_ISREG(status.st_mode) || !isReadableBy(user, path)) {
                 findings.push_back({"password file that the server cannot read", placeOf(*file, i), path});
             }
         }
@@ -132,11 +156,12 @@ void findLongLines(const Configuration& configuration, Findings& findings) {
     }
 }
 
-// Does somebody hold the lock? Then what stands there belongs to a run that is still going on.
+// While somebody holds the lock, what stands there belongs to a run that is still going on.
 void findLeftovers(const std::string& main, Findings& findings) {
     const State state(main);
+    const bool busy = Lock::isHeld(state);
     for (const std::string& path : {state.journal(), state.stage()}) {
-        if (exists(path)) {
+        if (!busy && exists(path)) {
             findings.push_back({"leftover of a run", path, "the next change clears it up"});
         }
     }
@@ -160,8 +185,8 @@ Outcome doctor(Session& session, const Configuration& configuration, const Argum
     findMissingRoots(configuration, findings);
     findDuplicates(configuration, findings);
     findIncludes(configuration, findings);
-    findDanglingLinks(folderOf(configuration.main().path()), 0, findings);
-    findPasswordFiles(configuration, findings);
+    findDanglingLinks(configuration, findings);
+    findPasswordFiles(configuration, serverUser(configuration.main().path(), session.output), findings);
     findLongLines(configuration, findings);
     findLeftovers(configuration.main().path(), findings);
     List& rows = session.output.list("findings", {"finding", "place", "detail"});

@@ -1,4 +1,6 @@
 // Modules of the server.
+#include <algorithm>
+
 #include "ApacheHelper.h"
 #include "commands/Find.h"
 #include "commands/Groups.h"
@@ -11,18 +13,26 @@ namespace zpweb {
 
 namespace {
 
+// The library looks into one file; the server loads its modules from all of its files.
+bool isLoaded(const Configuration& configuration, const std::string& name, Output& output) {
+    return std::any_of(configuration.files().begin(), configuration.files().end(), [&](const auto& file) {
+        const Readable readable(*file);
+        bool loaded = false;
+        static_cast<void>(quietly(output, [&] {
+            return ApacheHelper().Apache_checkModule(readable.path(), name + "_module", loaded);
+        }));
+        return loaded;
+    });
+}
+
 Outcome show(Session& session, const Configuration& configuration, const Arguments& arguments) {
     const std::string name = arguments.one("MODULE");
     const std::string main = configuration.main().path();
     ApacheHelper helper;
-    bool loaded = false;
     bool installed = false;
-    quietly(session.output, [&] {
-        return helper.Apache_checkModule(main, name + "_module", loaded) +
-               helper.Apache_checkModulePhysicalPath(main, name, installed);
-    });
+    quietly(session.output, [&] { return helper.Apache_checkModulePhysicalPath(main, name, installed); });
     session.output.set("module", name);
-    session.output.set("loaded", loaded);
+    session.output.set("loaded", isLoaded(configuration, name, session.output));
     session.output.set("installed", installed);
     if (!arguments.has("--site")) {
         return done();
@@ -40,13 +50,8 @@ Outcome show(Session& session, const Configuration& configuration, const Argumen
 
 Outcome load(Transaction& change, const Arguments& arguments) {
     const std::string name = arguments.one("MODULE");
-    const Readable main(change.configuration().main());
-    bool loaded = false;
-    static_cast<void>(quietly(change.output(), [&] {
-        return ApacheHelper().Apache_checkModule(main.path(), name + "_module", loaded);
-    }));
     change.output().set("module", name);
-    if (loaded) {
+    if (isLoaded(change.configuration(), name, change.output())) {
         return done();
     }
     Edit edit;

@@ -70,10 +70,6 @@ Outcome info(Session& session, const Configuration& configuration, const Argumen
 Outcome reload(Session& session, const Configuration& configuration, const Arguments&) {
     const std::string main = configuration.main().path();
     const Server server(main, [&session] { session.output.stillWorking(); });
-    const auto master = server.master(configuration);
-    if (!master) {
-        return failure(Status::NotFound, "the server is not running with " + main);
-    }
     if (session.settings.check) {
         session.output.step("checking the configuration");
         const Server::Verdict verdict = server.check(main);
@@ -81,6 +77,10 @@ Outcome reload(Session& session, const Configuration& configuration, const Argum
             return failure(Status::Refused,
                            "refused by the server's check, not reloaded:\n" + verdict.output);
         }
+    }
+    const auto master = server.master(configuration);
+    if (!master) {
+        return failure(Status::NotFound, "the server is not running with " + main);
     }
     if (const std::string obstacle = server.obstacle(configuration, *master); !obstacle.empty()) {
         return failure(Status::Refused, "not reloaded, the server would end: " + obstacle);

@@ -61,6 +61,13 @@ void addRow(List& rows, const Place& place, std::string_view flag) {
     }
 }
 
+bool hasInternationalisedName(const Configuration& configuration) {
+    return std::any_of(configuration.files().begin(), configuration.files().end(), [](const auto& file) {
+        return std::any_of(file->blocks().begin(), file->blocks().end(),
+                           [](const Block& block) { return zp::conf::contains(block.name, "xn--"); });
+    });
+}
+
 // As the panel's own listing finds them.
 Outcome listNames(Session& session) {
     CZPWebsite website(nullptr, session.settings.configuration.c_str());
@@ -77,7 +84,11 @@ Outcome list(Session& session, const Configuration& configuration, const Argumen
     if (arguments.has("--names")) {
         return listNames(session);
     }
-    List& rows = session.output.list("sites", {"name", "state", "address", "root", "place", "flag"});
+    std::vector<std::string> columns = {"name", "state", "address", "root", "place", "flag"};
+    if (hasInternationalisedName(configuration)) {
+        columns.insert(columns.begin() + 1, "readable");
+    }
+    List& rows = session.output.list("sites", std::move(columns));
     Flags flags;
     for (const auto& file : configuration.files()) {
         for (const Block& block : file->blocks()) {

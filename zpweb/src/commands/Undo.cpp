@@ -75,7 +75,11 @@ Outcome undo(Transaction& change, const Arguments& arguments) {
     const std::vector<ChangedFile>& files = checkpoint->change.files;
     for (size_t i = 0; i < files.size(); ++i) {
         if (currentHash(files[i].path) != files[i].after) {
-            return editedSince(change.output(), folder + "/" + std::to_string(i), files[i]);
+            const int later = newestUndoable(state);
+            return later > id
+                       ? failure("checkpoint " + std::to_string(later) +
+                                 " was made since: undo the later changes first, or change it by hand")
+                       : editedSince(change.output(), folder + "/" + std::to_string(i), files[i]);
         }
     }
     for (size_t i = 0; i < files.size(); ++i) {

@@ -1,10 +1,13 @@
 #include "sys/Process.h"
 
 #include <fcntl.h>
+#include <grp.h>
 #include <poll.h>
+#include <pwd.h>
 #include <spawn.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <array>
 #include <cerrno>
@@ -82,6 +85,21 @@ Finished runProgram(const std::vector<std::string>& words, const std::function<v
     finished.output = readPipe(reading.number(), pid, status, waiting);
     finished.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     return finished;
+}
+
+bool isReadableBy(const std::string& account, const std::string& path) {
+    const passwd* entry = ::getpwnam(account.c_str());
+    if (entry == nullptr || ::geteuid() != 0) {
+        return true;
+    }
+    const pid_t pid = ::fork();
+    if (pid == 0) {
+        const bool became = ::initgroups(entry->pw_name, entry->pw_gid) == 0 &&
+                            ::setgid(entry->pw_gid) == 0 && ::setuid(entry->pw_uid) == 0;
+        ::_exit(became && ::access(path.c_str(), R_OK) != 0 ? 1 : 0);
+    }
+    int status = 0;
+    return pid < 0 || ::waitpid(pid, &status, 0) != pid || status == 0;
 }
 
 Capture::Capture() : buffer_(::memfd_create("printed", MFD_CLOEXEC)) {

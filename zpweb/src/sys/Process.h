@@ -19,6 +19,10 @@ struct Finished {
 // Runs a program found on PATH, without a shell. `waiting` is called now and then meanwhile.
 Finished runProgram(const std::vector<std::string>& words, const std::function<void()>& waiting = {});
 
+// May the account's processes read the file? Taken to be so where that cannot be tried: not as root, or
+// there is no such account.
+bool isReadableBy(const std::string& account, const std::string& path);
+
 // While it lives, what this process and its children print on either stream goes into a buffer.
 class Capture {
 public:
