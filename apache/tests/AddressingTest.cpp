@@ -14,14 +14,12 @@ namespace fs = std::filesystem;
 
 namespace {
 
-using Operation = std::function<int(const std::string&)>;
-
-Operation toOwn(const char* from, const char* to) {
+FileOperation toOwn(const char* from, const char* to) {
     return [=](auto& file) {
         return CZPWebsite(nullptr, file.c_str()).NameBasedToIPBased(from, to, "example.com");
     };
 }
-Operation toShared(const char* from, const char* to, const char* port = "") {
+FileOperation toShared(const char* from, const char* to, const char* port = "") {
     return [=](auto& file) {
         writeFile("/etc/ZeplarPanel.conf",
                   *port == '\0' ? "" : std::string("WebServerPort=\"") + port + "\"\n");
@@ -33,148 +31,54 @@ std::string block(const std::string& address, const std::string& inner = "\tServ
     return "<VirtualHost " + address + ">\n" + inner + "</VirtualHost>\n";
 }
 const std::string Secure = "\tServerName example.com\n\t<IfModule mod_ssl.c>\n\t</IfModule>\n";
-const std::string SecurePrinted = "modname=mod_ssl\n";
-const std::string Plain = "SSL is not enabled\n";
 
 // Four blocks at one address, two of them the site's, empty lines inside and outside of them.
-const std::string Shared = lines({
-    "NameVirtualHost 10.0.0.5:80",
-    "",
-    "  namevirtualhost 10.0.0.9 \t",
-    "NameVirtualHost 10.0.0.99",
-    "<VirtualHost 10.0.0.5:80>",
-    "",
-    "\tDocumentRoot \"/var/www\"",
-    "\tServerName other.example",
-    "</VirtualHost>",
-    " <VirtualHost \t10.0.0.5 10.0.0.7:80>",
-    "",
-    "\tServerName www.example.com",
-    "\tservername EXAMPLE.com",
-    "\tServerName other.example",
-    "",
-    "  </VirtualHost>",
-    "",
-    "<virtualhost 10.0.0.5:80>",
-    "\tServerName example.com",
-    "</virtualhost>",
-    "<VirtualHost 10.0.0.55:80>",
-    "\tServerName example.com",
-    "",
-    "</VirtualHost>",
-    "<VirtualHost 10.0.0.5>",
-    "\tServerName example.com",
-    "</VirtualHost> ",
-    "</VirtualHost>",
-    "",
-    "Listen 80",
-});
-std::string dense(std::string text) {
-    for (const char* outside :
-         {"\n\n  namev", "\n\n<virt", "\n\n</VirtualHost>\n<VirtualHost 10.0.0.5>", "\n\nListen"}) {
-        text = with(text, outside, outside + 1);
-    }
-    return text;
-}
-std::string readdressed(const std::string& opening) {
-    return with(with(dense(Shared), " <VirtualHost \t10.0.0.5 10.0.0.7:80>", opening),
-                "<VirtualHost 10.0.0.5>", opening);
-}
+const std::string Shared = collected("samples/shared-address.conf");
 const std::string Long(1023, 'x');
 
 const FileCase cases[] = {
-    {"ToOwn", Shared, toOwn("10.0.0.5", "10.0.0.9"), 123,
-     without(readdressed("<VirtualHost 10.0.0.9>"), "  namevirtualhost 10.0.0.9 \t\n")},
-    {"ToOwnOfASiteThatIsNotThere", Shared, toOwn("10.0.0.6", "10.0.0.8"), 32,
-     with(withoutEmptyLines(Shared), "10.0.0.9 \t", "10.0.0.9")},
-    {"ToOwnWhereTheSiteStandsAlready", block("10.0.0.9"), toOwn("10.0.0.9", "10.0.0.9"), 123},
+    {"ToOwn", Shared, toOwn("10.0.0.5", "10.0.0.9")},
+    {"ToOwnOfASiteThatIsNotThere", Shared, toOwn("10.0.0.6", "10.0.0.8")},
+    {"ToOwnWhereTheSiteStandsAlready", block("10.0.0.9"), toOwn("10.0.0.9", "10.0.0.9")},
     {"ToOwnIPv6",
      "NameVirtualHost [2001:DB8::9]\nNameVirtualHost [2001:db8::9]:80\nNameVirtualHost 2001:db8::9\n" +
          block("[2001:DB8::5]:80") + block("[2001:db8::5") + block("2001:db8::5"),
-     toOwn("2001:db8::5", "2001:db8::9"), 123,
-     "NameVirtualHost [2001:db8::9]:80\nNameVirtualHost 2001:db8::9\n" + block("[2001:db8::9]") +
-         block("[2001:db8::5") + block("2001:db8::5")},
-    {"ToOwnCutsAnAddressAtTheLastBracket", block("[::5]:80 [::6]:80"), toOwn("::5]:80 [::6", "::9"), 123,
-     block("[::9]")},
+     toOwn("2001:db8::5", "2001:db8::9")},
+    {"ToOwnCutsAnAddressAtTheLastBracket", block("[::5]:80 [::6]:80"), toOwn("::5]:80 [::6", "::9")},
     {"ToOwnOfABlockThatIsNeverClosed",
      block("10.0.0.5", "\tServerName other.example\n") +
          "<VirtualHost 10.0.0.5:80>\nServerName example.com\n\nListen 1",
-     toOwn("10.0.0.5", "10.0.0.9"), 123,
-     block("10.0.0.5", "\tServerName other.example\n") +
-         "<VirtualHost 10.0.0.9>\nServerName example.com\n\nListen 1\n"},
+     toOwn("10.0.0.5", "10.0.0.9")},
     {"ToOwnKeepsAnotherBlockThatIsNeverClosed", "<VirtualHost 10.0.0.5:80>\nServerName\n\nListen 1\n",
-     toOwn("10.0.0.5", "10.0.0.9"), 32},
+     toOwn("10.0.0.5", "10.0.0.9")},
     {"ToOwnReadsLinesOf1023Characters",
      block("10.0.0.5", "\tServerName example.com\n" + Long + "\n") + Long + "\n" + Long + "x\nListen 80\n",
-     toOwn("10.0.0.5", "10.0.0.9"), 123,
-     block("10.0.0.9", "\tServerName example.com\n" + Long + "\n") + Long + "\n"},
-
+     toOwn("10.0.0.5", "10.0.0.9")},
     {"ToSharedWithItsLineThere",
      block("10.0.0.5") + "NameVirtualHost 10.0.0.9:80 \nNameVirtualHost 10.0.0.9:*\n",
-     toShared("10.0.0.5", "10.0.0.9"), 121,
-     block("10.0.0.9:80") + "NameVirtualHost 10.0.0.9:80 \nNameVirtualHost 10.0.0.9:*\n",
-     Plain + "In name virtual host\nRequested IP is IPV4\n10.0.0.9:80==10.0.0.9:80  OR  ==10.0.0.9:*\n"
-             "IPV4 NameVirtualHost for port 80 found\n"},
+     toShared("10.0.0.5", "10.0.0.9")},
     {"ToSharedWithALineForAllPorts", "namevirtualhost 10.0.0.9:*\n" + block("10.0.0.5:80"),
-     toShared("10.0.0.5", "10.0.0.9", "8080"), 121, "namevirtualhost 10.0.0.9:*\n" + block("10.0.0.9:8080"),
-     Plain + "In name virtual host\nRequested IP is IPV4\n10.0.0.9:*==10.0.0.9:8080  OR  ==10.0.0.9:*\n"
-             "IPV4 NameVirtualHost for all ports found\n"},
-    {"ToSharedAddsALineBeforeTheFirst",
-     Shared,
-     toShared("10.0.0.5", "10.0.0.8"),
-     121,
-     "NameVirtualHost 10.0.0.8:80\n" + withoutEmptyLines(readdressed("<VirtualHost 10.0.0.8:80>")),
-     Plain + "In name virtual host\nRequested IP is IPV4\n10.0.0.5:80==10.0.0.8:80  OR  ==10.0.0.8:*\n"
-             "In name virtual host\nRequested IP is IPV4\n10.0.0.9==10.0.0.8:80  OR  ==10.0.0.8:*\n"
-             "In name virtual host\nRequested IP is IPV4\n10.0.0.99==10.0.0.8:80  OR  ==10.0.0.8:*\n",
-     {".zpbackup.rt"},
-     readdressed("<VirtualHost 10.0.0.8:80>")},
-    {"ToSharedAddsALineBeforeTheTenth",
-     block("10.0.0.5") + "1\n2\n3\n4\n5\n6\n7\n8\n",
-     toShared("10.0.0.5", "10.0.0.9"),
-     121,
-     block("10.0.0.9:80") + "1\n2\n3\n4\n5\n6\nNameVirtualHost 10.0.0.9:80\n7\n8\n",
-     Plain,
-     {".zpbackup.rt"},
-     block("10.0.0.9:80") + "1\n2\n3\n4\n5\n6\n7\n8\n"},
+     toShared("10.0.0.5", "10.0.0.9", "8080")},
+    {"ToSharedAddsALineBeforeTheFirst", Shared, toShared("10.0.0.5", "10.0.0.8")},
+    {"ToSharedAddsALineBeforeTheTenth", block("10.0.0.5") + "1\n2\n3\n4\n5\n6\n7\n8\n",
+     toShared("10.0.0.5", "10.0.0.9")},
     {"ToSharedOfASecureSite",
      "NameVirtualHost 10.0.0.7\n" + block("10.0.0.5:80") + block("10.0.0.5:443", Secure),
-     toShared("10.0.0.5", "10.0.0.9"),
-     121,
-     "NameVirtualHost 10.0.0.9:443\nNameVirtualHost 10.0.0.9:80\nNameVirtualHost 10.0.0.7\n" +
-         block("10.0.0.9:443") + block("10.0.0.9:443", Secure),
-     SecurePrinted +
-         "In name virtual host\nRequested IP is IPV4\n10.0.0.7==10.0.0.9:80  OR  ==10.0.0.9:*\n",
-     {".zpbackup.rt"},
-     "NameVirtualHost 10.0.0.9:80\nNameVirtualHost 10.0.0.7\n" + block("10.0.0.9:443") +
-         block("10.0.0.9:443", Secure)},
+     toShared("10.0.0.5", "10.0.0.9")},
     {"ToSharedOfASecureSiteWithItsLinesThere",
      "NameVirtualHost [::9]:443\nNameVirtualHost ::9:80\nNameVirtualHost [::9]:80\n" +
          block("[::5]", Secure),
-     toShared("::5", "::9"), 121,
-     "NameVirtualHost [::9]:443\nNameVirtualHost ::9:80\nNameVirtualHost [::9]:80\n" +
-         block("[::9]:443", Secure),
-     SecurePrinted + "In name virtual host\nRequested IP is IPV6\nPicked IP is IPV6\n"
-                     "IPV6 NameVirtualHost for port 443 found\nIn name virtual host\nRequested IP is IPV6\n"
-                     "In name virtual host\nRequested IP is IPV6\nPicked IP is IPV6\n"
-                     "IPV6 NameVirtualHost for port 80 found\n"},
+     toShared("::5", "::9")},
     {"ToSharedLooksAtNoLineBehindTheOneForThePort",
      "NameVirtualHost [::A]:80\nNameVirtualHost [::a]:443\n" + block("[::5]", Secure),
-     toShared("::5", "::a"),
-     121,
-     "NameVirtualHost [::a]:443\nNameVirtualHost [::A]:80\nNameVirtualHost [::a]:443\n" +
-         block("[::a]:443", Secure),
-     SecurePrinted + "In name virtual host\nRequested IP is IPV6\nPicked IP is IPV6\n"
-                     "IPV6 NameVirtualHost for port 80 found\n",
-     {".zpbackup.rt"},
-     "NameVirtualHost [::A]:80\nNameVirtualHost [::a]:443\n" + block("[::a]:443", Secure)},
-    {"ToSharedOfASiteThatIsNotThere",
-     "\n" + block("10.0.0.5"),
-     toShared("10.0.0.6", "10.0.0.9"),
-     32,
-     {},
-     Plain,
-     {"#"}},
+     toShared("::5", "::a")},
+    {"ToSharedOfASecureSiteWithALineForAllPorts",
+     "NameVirtualHost 10.0.0.9:*\n" + block("10.0.0.5:443", Secure), toShared("10.0.0.5", "10.0.0.9")},
+    {"ToSharedOnAnotherPort", block("10.0.0.5") + "NameVirtualHost 10.0.0.9:80\n",
+     toShared("10.0.0.5", "10.0.0.9", "8080")},
+    {"ToSharedOnAnotherPortWithItsLineThere", "NameVirtualHost 10.0.0.9:8080\n" + block("10.0.0.5"),
+     toShared("10.0.0.5", "10.0.0.9", "8080")},
+    {"ToSharedOfASiteThatIsNotThere", "\n" + block("10.0.0.5"), toShared("10.0.0.6", "10.0.0.9")},
 };
 
 std::string found(const StringVector& addresses) {
@@ -215,16 +119,19 @@ TEST(OccupiedAddresses, AreListedWithoutBracketsAndPort) {
     writeFile(
         file,
         "namevirtualhost  *:80 x\nNameVirtualHost 10.0.0.5\nNameVirtualHost 10.0.0.5:443\n"
-        "\tNameVirtualHost [2001:db8::a]:80\nNameVirtualHost [::1\n#NameVirtualHost 10.0.0.1\n"
+        "\tNameVirtualHost [2001:db8::a]:80\nNameVirtualHost [::1\nNameVirtualHost [::2]:80 "
+        "[::3]:80\n#NameVirtualHost 10.0.0.1\n"
         "<virtualhost *>\n<VirtualHost 1.0>\n<VirtualHost 10.0.0.6 10.0.0.7>\n<VirtualHost 10.0.0.6:1>\n"
-        "<VirtualHost 10.0.0.5:80>\n<VirtualHost [2001:DB8::A]:80>\n<VirtualHost [2001:db8::B]:80>\n"
+        "<VirtualHost 10.0.0.5:80>\n<VirtualHost [2001:DB8::A]:80>\n<VirtualHost "
+        "[2001:db8::B]:80>\n<VirtualHost [::4]:80 [::5]:80>\n"
         "<VirtualHost Host.example>\n<VirtualHost host.EXAMPLE>\n<VirtualHost 10.0.0.8>\n" +
             Long + "x\n<VirtualHost 10.0.0.10>\n");
     StringVector addresses{"10.0.0.8"};
     const CapturedOutput output;
     EXPECT_EQ(CZPWebsite(nullptr, file.c_str()).ListOccupiedIPs(&addresses), 28);
     EXPECT_EQ(found(addresses),
-              "|10.0.0.8|*|10.0.0.5|10.0.0.5|2001:db8::a|10.0.0.6|2001:db8::B|Host.example");
+              "|10.0.0.8|*|10.0.0.5|10.0.0.5|2001:db8::a|::2]:80 [::3|10.0.0.6|2001:db8::B|::4]:80 [::5|"
+              "Host.example");
     EXPECT_EQ(output.text(), lines({"Buffer=namevirtualhost  *:80 x",
                                     "Ptr= *:80 x",
                                     "IPV4 *:80 x",
@@ -246,7 +153,11 @@ TEST(OccupiedAddresses, AreListedWithoutBracketsAndPort) {
                                     "IPEntry2001:db8::a",
                                     "Buffer=NameVirtualHost [::1",
                                     "Ptr=[::1",
-                                    "IPV6"}));
+                                    "IPV6",
+                                    "Buffer=NameVirtualHost [::2]:80 [::3]:80",
+                                    "Ptr=[::2]:80 [::3]:80",
+                                    "IPV6",
+                                    "IPEntry::2]:80 [::3"}));
 }
 
 TEST(SharedAddress, IsOneThatANameVirtualHostLineBeforeTheSiteAnnounces) {
@@ -256,6 +167,7 @@ TEST(SharedAddress, IsOneThatANameVirtualHostLineBeforeTheSiteAnnounces) {
         {"NameVirtualHost10.0.0.5:80\n" + block("10.0.0.5"), "true 10.0.0.5"},
         {"NameVirtualHost 10.0.0.5\n" + block("10.0.0.5:80"), "false 10.0.0.5"},
         {block("10.0.0.5:80") + "NameVirtualHost 10.0.0.5:80\n", "false 10.0.0.5"},
+        {"NameVirtualHost [::2]:80 [::3]:80\n" + block("[::2]:80 [::3]:80"), "true ::2]:80 [::3"},
         {"NameVirtualHost [2001:db8::5]\n" + block("[2001:db8::5]:80"), "true 2001:db8::5"},
         {"NameVirtualHost [2001:db8::5\nNameVirtualHost [2001:DB8::5]\n" + block("[2001:db8::5]:80"),
          "false 2001:db8::5"},

@@ -4,14 +4,16 @@
 #include <CZPWebsite.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <functional>
 #include <map>
+#include <sstream>
 
 #include "support/Files.h"
+#include "support/Sites.h"
 #include "support/Text.h"
+#include "support/Transcript.h"
 #include "support/Watching.h"
 
 using namespace zp::test;
@@ -104,9 +106,22 @@ std::function<int(const std::string&)> folder(Call call) {
     };
 }
 
+// The folders that a creation leaves are taken away.
+int create(const std::string& file, const Site& site) {
+    addSiteAccounts();
+    const std::string home = site.parent + site.domain;
+    fs::create_directories(home);
+    VHostEntry request = requestFor(site, '0');
+    const int result = CZPWebsite(nullptr, file.c_str()).CreateWebsite(&request);
+    fs::remove_all(home);
+    return result;
+}
+
 StringVector linesToAdd() { return {"\tUse one", "\tUse two"}; }
 
 const Edit Edits[] = {
+    {"CreateWebsite", [](auto& file) { return create(file, {.domain = "new.example", .address = "::9"}); }},
+    {"CreateWebsite, which may be there", [](auto& file) { return create(file, {.address = "::9"}); }},
     {"UpdateWebsite", merge([](auto& w, auto& record) { return w.UpdateWebsite(&record); })},
     {"EnableMessage", merge([](auto& w, auto& record) { return w.EnableMessage(&record); })},
     {"DisableMessage", merge([](auto& w, auto& record) { return w.DisableMessage(&record, "/home/s"); })},
@@ -157,6 +172,8 @@ const Edit Edits[] = {
      helper([](auto& h, auto& f) { return h.Apache_deleteDirectoryTag(f, Domain, Folder); }), true},
     {"Enable_open_basedir", website([](auto& w) { return w.Enable_open_basedir(Domain, Folder); }), true},
     {"EnablePerl", website([](auto& w) { return w.EnablePerl(Domain); })},
+    {"CreateVirtualDirectory",
+     folder([](auto& v, auto& record) { return v.CreateVirtualDirectory(&record, 0); })},
     {"UpdateVirtualDirectory",
      folder([](auto& v, auto& record) { return v.UpdateVirtualDirectory(&record); }), true},
     {"DeleteVirtualDirectory",
@@ -165,18 +182,17 @@ const Edit Edits[] = {
 
 // The lines that an edit takes away ("-") and brings ("+"), cut to a readable length; empty lines aside.
 std::string changeOf(const std::string& before, const std::string& after) {
-    const std::string old = scratch("old"), now = scratch("now"), change = scratch("change");
-    const auto write = [](const std::string& file, const std::string& text) {
-        writeFile(file, withoutEmptyLines(text.ends_with('\n') || text.empty() ? text : text + '\n'));
+    const auto dense = [](const std::string& text) {
+        return withoutEmptyLines(text.ends_with('\n') || text.empty() ? text : text + '\n');
     };
-    write(old, before);
-    write(now, after);
-    const std::string command =
-        "diff --text --old-line-format='-%L' --new-line-format='+%L' "
-        "--unchanged-line-format='' " +
-        old + " " + now + " | cut -b 1-80 >" + change;
-    EXPECT_EQ(std::system(command.c_str()), 0);
-    return readFile(change);
+    std::istringstream change(difference(dense(before), dense(after),
+                                         "--old-line-format='-%L' --new-line-format='+%L' "
+                                         "--unchanged-line-format=''"));
+    std::string told;
+    for (std::string line; std::getline(change, line);) {
+        told += line.substr(0, 80) + '\n';
+    }
+    return told;
 }
 
 class OnCollected : public ::testing::Test {

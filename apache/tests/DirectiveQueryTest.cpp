@@ -9,51 +9,7 @@ using namespace zp::test;
 
 namespace {
 
-const std::string Configuration = lines({
-    "# User commented",
-    "",
-    "UserDir \tpublic html ",
-    "  Alias /icons/ \"/usr/share/icons\" \"more\"",
-    "HalfQuoted \"value",
-    "LoadModule php5_module modules/libphp5.so",
-    "#LoadModule ssl_module modules/mod_ssl.so",
-    "\tloadmodule rewrite_module modules/mod_rewrite.so",
-    "<VirtualHost 10.0.0.4:80>",
-    "\tServerName other.example",
-    "\tDocumentRoot \"/var/www/other\"",
-    "\tInBlock yes",
-    "\tLoadModule inner_module x.so",
-    "\t<IfModule mod_other.c>",
-    "\t</IfModule>",
-    "</VirtualHost>",
-    "<virtualhost 10.0.0.5:80>",
-    "\tDocumentRoot too-early",
-    "\tservername  EXAMPLE.com",
-    "",
-    "\tDocumentRootX first wins",
-    "\tDocumentRoot second",
-    "\tAlias /a \"/quoted later\"",
-    "\tQuoted \"one\" \"two\"",
-    "\tHalf \"value",
-    "\tServerName ignored.example",
-    "\tBehindAnotherName here",
-    "</virtualhost >",
-    "Between blocks",
-    "</VirtualHost>",
-    "<VirtualHost 10.0.0.5:443>",
-    "ServerName example.com",
-    "DocumentRoot secure",
-    "<IfModule mod_ssl.c>",
-    "</IfModule>",
-    "<IfModule Mod_Rewrite>",
-    "</IfModule>",
-    "</VirtualHost>",
-    "<IfModule mod_behind.c>",
-    "AfterBlocks \tyes",
-    "Option a b",
-    "Option \"Exact Value\" more",
-    "Option exact",
-});
+const std::string Configuration = collected("samples/directives-to-read.conf");
 
 struct Query {
     const char* directive = "";

@@ -61,7 +61,6 @@ TEST(LogRotation, RemovesALogThatHasReachedTheThreshold) {
         EXPECT_EQ(fs::exists(log()), !expected.removed) << expected.threshold << expected.option;
     }
     EXPECT_EQ(rotate(log(), "0", "DEL", "absent.example"), 0);
-    EXPECT_EQ(CZPWebsite().rotateLog(scratch("missing"), "example.com", "0", "DEL"), 0);
 }
 
 TEST(LogRotation, PacksBeforeItRemoves) {

@@ -68,8 +68,6 @@ TEST(ManagerConstruction, WithoutAConfigurationNothingIsTouched) {
     const auto before = namesIn("/etc");
     CZPTrackManager tracking;
     EXPECT_EQ(CZPWebsite(&tracking).CreateWebsite(&request), 21);
-    EXPECT_EQ(CZPWebsite(&tracking, "").CreateWebsite(&request), 21);
-    EXPECT_EQ(CZPWebsite(&tracking, nullptr).CreateWebsite(&request), 21);
     EXPECT_EQ(CZPWebsite().CreateWebsite(&request), 21);
     EXPECT_EQ(CZPWebsite().EnableHostingLimits(), 1);
     EXPECT_EQ(namesIn("/etc"), before);

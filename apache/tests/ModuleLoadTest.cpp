@@ -12,55 +12,28 @@ namespace {
 
 int addPhp(const std::string& file) { return ApacheHelper().Apache_addModule(file, "php5"); }
 
-std::string entryFor(const std::string& folder) {
-    return "LoadModule php5_module " + folder + "/mod_php5.so\n";
-}
-std::string printed(const std::string& folder, const std::string& how) {
-    return "entry=" + entryFor(folder) + how + "\n";
-}
-
-const char* const Debian = "/usr/lib/apache2/modules";
 const std::string Site = "<VirtualHost *>\n</VirtualHost>\n";
 const std::string InSite = "<VirtualHost *>\n\tLoadModule a_module mods/a.so\n</VirtualHost>\n\n";
 const std::string AtTop = "# LoadModule b_module b.so\n  loadmodule c_module \"libs/c.so\"\nLoadModule\n";
 const std::string UsrLib = "LoadModule a_module /usr/lib/apache2/modules/a.so\n";
 
 const FileCase cases[] = {
-    {"GoesBeforeTheFirstLineOutsideTheSites", "ServerRoot \"/srv\"\n" + InSite + AtTop, addPhp, 0,
-     "ServerRoot \"/srv\"\n" + withoutEmptyLines(InSite) +
-         with(AtTop, "  load", entryFor("mods") + "  load"),
-     printed("mods", "LoadModule found")},
-    {"NamesAFolderOfItsRootByItsLastPart", "ServerRoot \"/srv\"\n" + AtTop, addPhp, 0,
-     "ServerRoot \"/srv\"\n" + with(AtTop, "  load", entryFor("libs") + "  load"),
-     printed("libs", "LoadModule found")},
-    {"NamesAFolderUnderUsrLibWhole", UsrLib, addPhp, 0, entryFor(Debian) + UsrLib,
-     printed(Debian, "LoadModule found")},
-    {"ElseBeforeTheFirstSite", "Listen 80\n\n" + Site + Site, addPhp, 0,
-     "Listen 80\n" + entryFor(Debian) + Site + Site, printed(Debian, "VirtualHost found")},
-    {"ElseAtTheEnd", "Listen 80\n\n", addPhp, 0, "Listen 80\n\n" + entryFor(Debian),
-     printed(Debian, "apending")},
-    {"AtTheEndOnALineOfItsOwn", "Listen 80", addPhp, 0, "Listen 80\n" + entryFor(Debian),
-     printed(Debian, "apending")},
-    {"RefusesANameOfTwoLines",
-     "Listen 80\n",
-     [](auto& file) { return ApacheHelper().Apache_addModule(file, "a\nUser root #"); },
-     4,
-     {},
-     "entry=LoadModule a\nUser root #_module /usr/lib/apache2/modules/mod_a\nUser root #.so\napending\n"
-     "Unable to open file in append mode\n"},
+    {"GoesBeforeTheFirstLineOutsideTheSites", "ServerRoot \"/srv\"\n" + InSite + AtTop, addPhp},
+    {"NamesAFolderOfItsRootByItsLastPart", "ServerRoot \"/srv\"\n" + AtTop, addPhp},
+    {"NamesAFolderUnderUsrLibWhole", UsrLib, addPhp},
+    {"ElseBeforeTheFirstSite", "Listen 80\n\n" + Site + Site, addPhp},
+    {"ElseAtTheEnd", "Listen 80\n\n", addPhp},
+    {"AtTheEndOnALineOfItsOwn", "Listen 80", addPhp},
+    {"RefusesANameOfTwoLines", "Listen 80\n",
+     [](auto& file) { return ApacheHelper().Apache_addModule(file, "a\nUser root #"); }},
     {"SeesLinesOf1023Characters", std::string(1023, 'x') + "\n" + std::string(1024, 'y') + "\n" + UsrLib,
-     addPhp, 0, std::string(1023, 'x') + "\n" + std::string(1024, 'y') + "\n" + UsrLib + entryFor(Debian),
-     printed(Debian, "apending")},
+     addPhp},
 };
 
 }  // namespace
 
 class ModuleLoad : public ::testing::TestWithParam<FileCase> {};
-TEST_P(ModuleLoad, File) {
-    FileCase fileCase = GetParam();
-    fileCase.beside = {".zpbackup.rt"};
-    check(fileCase);
-}
+TEST_P(ModuleLoad, File) { check(GetParam()); }
 INSTANTIATE_TEST_SUITE_P(Addition, ModuleLoad, ::testing::ValuesIn(cases), byName);
 
 TEST(ModuleFile, IsLookedForInTheModulesFolder) {

@@ -12,19 +12,17 @@ using namespace zp::test;
 
 namespace {
 
-using Operation = std::function<int(const std::string&)>;
-
-Operation enablePerl(const char* domain = "example.com") {
+FileOperation enablePerl(const char* domain = "example.com") {
     return [=](auto& file) { return CZPWebsite(nullptr, file.c_str()).EnablePerl(domain); };
 }
-Operation disablePerl(const char* domain = "example.com") {
+FileOperation disablePerl(const char* domain = "example.com") {
     return [=](auto& file) { return CZPWebsite(nullptr, file.c_str()).DisablePerl(domain); };
 }
-Operation enableBasedir(const char* folder = "/srv/www", const char* domain = "example.com") {
+FileOperation enableBasedir(const char* folder = "/srv/www", const char* domain = "example.com") {
     return
         [=](auto& file) { return CZPWebsite(nullptr, file.c_str()).Enable_open_basedir(domain, folder); };
 }
-Operation disableBasedir(const char* folder = "/srv/www", const char* domain = "example.com") {
+FileOperation disableBasedir(const char* folder = "/srv/www", const char* domain = "example.com") {
     return
         [=](auto& file) { return CZPWebsite(nullptr, file.c_str()).Disable_open_basedir(domain, folder); };
 }
@@ -33,7 +31,6 @@ const std::string Handler = "\t\tAddHandler cgi-script cgi pl\n";
 const std::string Restriction = "\t\tphp_admin_value open_basedir \"/srv/www/:/tmp/\"\n";
 const std::string Options = "\t\tOptions +ExecCGI\n";
 const std::string Empty = "\n \n";
-const std::string Filled = " \n";
 
 // The site, with lines in its folder and in a second block of that folder. In front of it everything that
 // is not meant: another site, another folder, and the folder without quotes and commented out.
@@ -53,45 +50,43 @@ std::string behind(const std::string& folder, const std::string& next = "") {
            "</Directory>\n<VirtualHost *>\n<Directory \"/srv/www\">\n" + next + "</Directory>\n";
 }
 
-const FileCase cases[] = {
-    {"PerlGoesToTheFirstBlockOfTheDocumentRoot", Empty + site(Options), enablePerl(), 0,
-     Filled + site(Handler + Options), Handler},
-    {"PerlIsAddedASecondTime", site(Handler), enablePerl(), 0, site(Handler + Handler), Handler},
-    {"PerlGoesToEachBlockOfTheSite", site("") + site(""), enablePerl(), 0, site(Handler) + site(Handler),
-     Handler + Handler},
-    {"PerlOfAnUnknownSite", Empty + site(""), enablePerl("absent.example"), 0, Filled + site("")},
-    {"PerlOfASiteWithoutQuotedRoot", site("", "", "/srv/www"), enablePerl()},
+const std::string Folder = "<Directory \"/srv/www\">\n</Directory>\n";
+const std::string TwoNames =
+    "<VirtualHost *>\nServerName example.com\nDocumentRoot \"/srv/www\"\nServerName other.example\n" +
+    Folder + "</VirtualHost>\n";
 
-    {"NoPerlDropsOneLine", Empty + site(Options + Handler + Handler), disablePerl(), 0,
-     Filled + site(Options + Handler)},
-    {"NoPerlTakesAnyLetterCase", site("ADDHANDLER   CGI-script cgi PL\n"), disablePerl(), 0, site("")},
+const FileCase cases[] = {
+    {"PerlGoesToTheFirstBlockOfTheDocumentRoot", Empty + site(Options), enablePerl()},
+    {"PerlIsAddedASecondTime", site(Handler), enablePerl()},
+    {"PerlGoesToEachBlockOfTheSite", site("") + site(""), enablePerl()},
+    {"PerlOfAnUnknownSite", Empty + site(""), enablePerl("absent.example")},
+    {"PerlOfASiteWithoutQuotedRoot", site("", "", "/srv/www"), enablePerl()},
+    {"PerlDoesNotEndAtAnotherName", TwoNames, enablePerl()},
+    {"NoPerlDropsOneLine", Empty + site(Options + Handler + Handler), disablePerl()},
+    {"NoPerlTakesAnyLetterCase", site("ADDHANDLER   CGI-script cgi PL\n"), disablePerl()},
     {"NoPerlKeepsOtherHandlers", site("AddHandler cgi-script cgi pl py\n"), disablePerl()},
-    {"NoPerlReachesALaterFolderOfTheSite", site(Options, Handler), disablePerl(), 0, site(Options)},
+    {"NoPerlReachesALaterFolderOfTheSite", site(Options, Handler), disablePerl()},
     {"NoPerlEndsWithTheSite", site("") + "<Directory \"/srv/www\">\n" + Handler + "</Directory>\n",
      disablePerl()},
     {"NoPerlOfAnUnknownSite", site(Handler), disablePerl("absent.example")},
-
-    {"BasedirIsWrittenAtTheEndOfTheFolder", Empty + site(Options), enableBasedir(), 96,
-     Filled + site(Options + Restriction, Restriction)},
+    {"BasedirIsWrittenAtTheEndOfTheFolder", Empty + site(Options), enableBasedir()},
     {"BasedirReplacesAnyValue", site("\tPHP_admin_value memory_limit 1M\n" + Options, Restriction),
-     enableBasedir(), 96, site(Restriction + Options, Restriction)},
+     enableBasedir()},
     {"BasedirReplacesOneValue", site(Restriction + "\tphp_admin_value memory_limit 1M\n", Restriction),
-     enableBasedir(), 96},
-    {"BasedirOfAnUnknownFolder", Empty + site(Options), enableBasedir("/srv/absent"), 96,
-     Filled + site(Options)},
-    {"BasedirOfAnUnknownSite", site(Options), enableBasedir("/srv/www", "absent.example"), 96},
+     enableBasedir()},
+    {"BasedirOfAnUnknownFolder", Empty + site(Options), enableBasedir("/srv/absent")},
+    {"BasedirOfAnUnknownSite", site(Options), enableBasedir("/srv/www", "absent.example")},
     {"BasedirSeesLinesOf2046Characters",
-     std::string(2046, 'x') + "\n" + site("") + std::string(2047, 'y') + "\nListen 80\n", enableBasedir(),
-     96, std::string(2046, 'x') + "\n" + site(Restriction, Restriction)},
-    {"BasedirReachesFoldersBehindTheSite", behind(""), enableBasedir(), 96, behind(Restriction)},
-
+     std::string(2046, 'x') + "\n" + site("") + std::string(2047, 'y') + "\nListen 80\n", enableBasedir()},
+    {"BasedirEndsAtAnotherName", TwoNames, enableBasedir()},
+    {"BasedirAsksForANameInABlock", "ServerName example.com\n" + Folder + "<VirtualHost *>\n" + Folder,
+     enableBasedir()},
+    {"BasedirReachesFoldersBehindTheSite", behind(""), enableBasedir()},
     {"NoBasedirDropsAnyValue", Empty + site("\tphp_admin_value memory_limit 1M\n" + Options + Restriction),
-     disableBasedir(), 96, Filled + site(Options + Restriction)},
-    {"NoBasedirEndsWithTheFolder", site(Options) + "php_admin_value memory_limit 1M\n", disableBasedir(),
-     96},
-    {"NoBasedirReachesFoldersBehindTheSite", behind(Restriction, Restriction), disableBasedir(), 96,
-     behind("", Restriction)},
-    {"NoBasedirOfAnUnknownSite", site(Restriction), disableBasedir("/srv/www", "absent.example"), 96},
+     disableBasedir()},
+    {"NoBasedirEndsWithTheFolder", site(Options) + "php_admin_value memory_limit 1M\n", disableBasedir()},
+    {"NoBasedirReachesFoldersBehindTheSite", behind(Restriction, Restriction), disableBasedir()},
+    {"NoBasedirOfAnUnknownSite", site(Restriction), disableBasedir("/srv/www", "absent.example")},
 };
 
 }  // namespace

@@ -6,6 +6,7 @@
 
 #include <cstdio>
 
+#include "support/FakeTools.h"
 #include "support/Files.h"
 #include "support/Sandbox.h"
 #include "support/Sites.h"
@@ -134,6 +135,13 @@ TEST(Rails, SaysWhatCouldNotBeDone) {
         "Cannot make rails application folder\n");
     fails(Default.substr(0, Default.find("\t<Directory")) + "</VirtualHost>\n", rails, 8,
           "cannot add directory tag\n");
+    FakeTools tools;
+    tools.replace("cp", ": >$1");  // the document root is gone when it is to be updated
+    fails(Default, rails, 6, "error occured while updating DocumentRoot, Cannot update DocumentRoot\n");
+    fails(
+        Turned, [](auto& file) { return toDefault(file); }, 6,
+        "Error occured while updating DocumentRoot, Cannot update\n");
+    tools.watch("cp");
     writeFile(scratch("httpd.conf_temp1/in/the/way"), "");
     fails(Default, rails, 2, "error occured while updating DocumentRoot, cannot open temp file\n");
     fails(
@@ -158,6 +166,9 @@ TEST(Rails, FollowsNoLinkOfTheOwner) {
         writeFile(file, Default);
         const CapturedOutput output;
         EXPECT_EQ(toRails(file, application), 7) << application;
+        EXPECT_EQ(output.text(), std::string(application) == "partly"
+                                     ? "cannot make public folder\n"
+                                     : "Cannot make rails application folder\n");
     }
     for (const char* folder : {"", "/public"}) {
         EXPECT_EQ(mode(outside + folder) + " " + owner(outside + folder), "0755 0:0") << folder;

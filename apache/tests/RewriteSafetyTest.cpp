@@ -79,6 +79,15 @@ const Editing Operations[] = {
          return CZPWebsite(nullptr, file.c_str()).UpdateWebsite(&record);
      },
      96, 96, 22, 22},
+    {"StartWebsite", "",
+     [](auto& file, auto&) { return CZPWebsite(nullptr, file.c_str()).StartWebsite("old.example"); }, 29,
+     29, 22, 22},
+    {"StopWebsite", "",
+     [](auto& file, auto&) { return CZPWebsite(nullptr, file.c_str()).StopWebsite("old.example"); }, 30, 30,
+     22, 22},
+    {"DeleteWebsite", "",
+     [](auto& file, auto&) { return CZPWebsite(nullptr, file.c_str()).DeleteWebsite("old.example", 0); },
+     24, 24, 22, 23},
     {"NameBasedToIPBased", "",
      [](auto& file, auto& value) {
          return CZPWebsite(nullptr, file.c_str())
@@ -184,10 +193,19 @@ const Editing Operations[] = {
 // Is this one of the few that write no text of the caller's?
 bool writesValue(const Editing& operation) {
     const std::string name = operation.name;
-    return name == "EnableMessage" || (!name.starts_with("Enable") && !name.starts_with("Delete"));
+    return name == "EnableMessage" ||
+           !(name.starts_with("Enable") || name.starts_with("Delete") || name.starts_with("St"));
 }
 
-bool opensItsCopyFirst(const Editing& operation) { return operation.noScratch == 23; }
+// The copy is opened first: it is what a folder that is missing is blamed on,
+bool blamesItsCopyFirst(const Editing& operation) {
+    return operation.noScratch == 23 && operation.name != std::string("DeleteWebsite");
+}
+// or it stays, empty, where the configuration cannot be opened.
+bool leavesAnEmptyCopy(const Editing& operation) {
+    return operation.noFile == 22 && operation.noScratch == 22 &&
+           operation.name != std::string("EnableOpenBasedir");
+}
 
 // A change that is not made leaves the file as it is.
 bool asksForItsPlace(const Editing& operation) {
@@ -290,15 +308,16 @@ TEST_P(Rewriting, WritesNoTextThatHoldsALineBreak) {
     }
 }
 
-TEST_P(Rewriting, SaysWhenTheFileCannotBeReadAndMakesNothing) {
+TEST_P(Rewriting, SaysWhenTheFileCannotBeRead) {
     const CapturedOutput output;
     file = folder + "/missing.conf";
     EXPECT_EQ(run(), GetParam().noFile);
+    EXPECT_EQ(temporaryFilesIn(folder).empty(), !leavesAnEmptyCopy(GetParam()));
     file = folder + "/a-folder.conf";
     fs::create_directories(file);
     EXPECT_EQ(run(), GetParam().noFile);
     file = "/missing/httpd.conf";
-    EXPECT_EQ(run(), opensItsCopyFirst(GetParam()) ? GetParam().noScratch : GetParam().noFile);
+    EXPECT_EQ(run(), blamesItsCopyFirst(GetParam()) ? GetParam().noScratch : GetParam().noFile);
     EXPECT_FALSE(fs::exists("/missing"));
 
     refill("unreadable");

@@ -19,7 +19,6 @@ using namespace zp::test;
 
 namespace {
 
-using Operation = std::function<int(const std::string&)>;
 using Calls = std::vector<std::string>;
 
 int enableGlobally(const std::string& file) {
@@ -28,10 +27,10 @@ int enableGlobally(const std::string& file) {
 int disableGlobally(const std::string& file) {
     return CZPWebsite(nullptr, file.c_str()).DisableSuPhpGlobally();
 }
-Operation enable(const std::string& domain = "example.com", const std::string& module = "mod_suphp") {
+FileOperation enable(const std::string& domain = "example.com", const std::string& module = "mod_suphp") {
     return [=](auto& file) { return CZPWebsite(nullptr, file.c_str()).EnableSuPhp(domain, module); };
 }
-Operation disable(const std::string& domain = "example.com") {
+FileOperation disable(const std::string& domain = "example.com") {
     return [=](auto& file) { return CZPWebsite(nullptr, file.c_str()).DisableSuPhp(domain, "mod_suphp"); };
 }
 
@@ -61,74 +60,42 @@ std::string longBlock(size_t lines_) {
     }
     return text + "\t</IfModule>\n";
 }
-std::string removal(int blocks) {
-    std::string text;
-    while (blocks-- > 0) {
-        text += "Server Name Found\nIfMoudle found\n</IfModule>\n";
-    }
-    return text;
-}
-const std::string Replacing = "replaceing files\n";
-const std::string Cut = "!string::npos\n";
 
 const FileCase cases[] = {
-    {"ServerGoesBeforeTheFirstLoading", Loading, enableGlobally, 0,
-     with(Loading, "loadmodule", Engine + "loadmodule")},
+    {"ServerGoesBeforeTheFirstLoading", Loading, enableGlobally},
     {"ServerStaysOn", "  suPHP_engine  oN\n", enableGlobally},
-    {"ServerIsTurnedOn", "\nsuPHP_Engine Off\n\tsuPHP_Engine Off\nsuphp_engineX\n", enableGlobally, 0,
-     "\n" + Engine + "\tsuPHP_Engine Off\n" + Engine},
+    {"ServerIsTurnedOn", "\nsuPHP_Engine Off\n\tsuPHP_Engine Off\nsuphp_engineX\n", enableGlobally},
     {"ServerWithoutLoadingStaysAsItIs", "\nListen 80\n", enableGlobally},
     {"ServerIsTurnedOnTwice", with(Loading, "loadmodule", Engine + "loadmodule"), enableGlobally},
     {"ServerSeesLinesOf1023Characters",
-     std::string(1023, 'x') + "\nLoadModule\n" + std::string(1024, 'y') + "\n", enableGlobally, 0,
-     std::string(1023, 'x') + "\n" + Engine + "LoadModule\n"},
+     std::string(1023, 'x') + "\nLoadModule\n" + std::string(1024, 'y') + "\n", enableGlobally},
     {"ServerGoesWithItsModule",
      "\nLoadModule suphp_module x.so\n#LoadModule suphp_module y.so\n <IfModule "
      "!mod_suphp.c>\n\tsuPHP_ConfigPath x\n"
      "\tsuPHP_Engine off\n </IfModule>\n<IfModule mod_ssl.c>\n</IfModule>\nsuPHP_Engine Off\n",
-     disableGlobally, 96, "\n\tsuPHP_ConfigPath x\n<IfModule mod_ssl.c>\n</IfModule>\nsuPHP_Engine Off\n"},
+     disableGlobally},
     {"ServerTakesTheSitesEnginesAlong",
-     "<VirtualHost *>\n" + Block + " \t suPHP_Engine On\n</VirtualHost>\n" + Engine, disableGlobally, 96,
-     "<VirtualHost *>\n" + without(Block, "\t\tsuPHP_Engine On\n") +
-         " \t suPHP_Engine On\n</VirtualHost>\n"},
-
-    {"SiteGetsItsBlockBehindItsLog", Site + Other, enable(), 96, withBlock(Site) + withoutEmptyLines(Other),
-     Cut},
-    {"SiteHasItsBlockAlready", withBlock(Site), enable(), 96, {}, Cut},
-    {"SiteHasTheModuleMentioned", with(Site, Log, Log + "# no mod_suphp here\n"), enable(), 96, {}, Cut},
-    {"SiteWithoutLog", without(Site, Log) + Other, enable(), 96, {}, Cut},
-    {"SiteOfAnotherLetterCase", with(Site, "ServerName ex", "ServerName Ex"), enable(), 96, {}, Cut},
-    {"SiteOwnerWithoutMailDomain", with(Site, "siteadmin@example.com", "siteadmin"), enable(), 96,
-     withBlock(with(Site, "siteadmin@example.com", "siteadmin")), Cut},
-    {"SiteOutsideItsFolder", with(Site, "/var/www/example.com/www/html", "/srv/html"), enable(), 96,
-     withBlock(with(Site, "/var/www/example.com/www/html", "/srv/html"), inSite("siteadmin", ""))},
-    {"SiteCutBehindItsLog", "<VirtualHost *>\nServerName example.com\n customlog x", enable(), 96,
-     "<VirtualHost *>\nServerName example.com\n customlog x\n" + inSite("", "")},
-    {"SiteUnknown", Site, enable("absent.example"), 96},
-    {"NoSiteBlock", "\n" + withBlock(Site) + Other, disable(), 96, "\n" + withoutEmptyLines(Site) + Other,
-     removal(1) + Replacing},
-    {"NoSiteBlockOfTenLines", with(Site, Log, longBlock(10)), disable(), 96, without(Site, Log),
-     removal(1) + Replacing},
-    {"NoSiteBlockOfMore",
-     with(Site, Log, longBlock(11)),
-     disable(),
-     87,
-     {},
-     "Server Name Found\nIfMoudle found\nIsError true\n"},
-    {"NoSiteBlocksOfMoreTogether",
-     with(Site, Log, longBlock(8)) + with(Site, Log, longBlock(8)),
-     disable(),
-     87,
-     {},
-     removal(1) + "Server Name Found\nIfMoudle found\nIsError true\n"},
-    {"NoSiteBlockWithoutEnd",
-     "<VirtualHost *>\nServerName example.com\n<IfModule mod_suphp.c>\n",
-     disable(),
-     87,
-     {},
-     "Server Name Found\nIfMoudle found\nIsError true\n"},
-    {"NoSiteBlockThere", Site + Engine, disable(), 96, {}, "Server Name Found\n"},
-    {"NoSiteKnown", withBlock(Site), disable("absent.example"), 96},
+     "<VirtualHost *>\n" + Block + " \t suPHP_Engine On\n</VirtualHost>\n" + Engine, disableGlobally},
+    {"SiteGetsItsBlockBehindItsLog", Site + Other, enable()},
+    {"SiteHasItsBlockAlready", withBlock(Site), enable()},
+    {"SiteHasTheModuleMentioned", with(Site, Log, Log + "# no mod_suphp here\n"), enable()},
+    {"SiteWithoutLog", without(Site, Log) + Other, enable()},
+    {"SiteOfAnotherLetterCase", with(Site, "ServerName ex", "ServerName Ex"), enable()},
+    {"SiteOwnerWithoutMailDomain", with(Site, "siteadmin@example.com", "siteadmin"), enable()},
+    {"SiteOutsideItsFolder", with(Site, "/var/www/example.com/www/html", "/srv/html"), enable()},
+    {"SiteCutBehindItsLog", "<VirtualHost *>\nServerName example.com\n customlog x", enable()},
+    {"SiteUnknown", Site, enable("absent.example")},
+    {"NoSiteBlock", "\n" + withBlock(Site) + Other, disable()},
+    {"NoSiteBlockOfTenLines", with(Site, Log, longBlock(10)), disable()},
+    {"NoSiteBlockOfMore", with(Site, Log, longBlock(11)), disable()},
+    {"NoSiteBlocksOfMoreTogether", with(Site, Log, longBlock(8)) + with(Site, Log, longBlock(8)),
+     disable()},
+    {"NoSiteBlockWithoutEnd", "<VirtualHost *>\nServerName example.com\n<IfModule mod_suphp.c>\n",
+     disable()},
+    {"NoSiteBlockBehindTheSite",
+     "<VirtualHost *>\nServerName example.com\n\t</VIRTUALhost>\n" + longBlock(3), disable()},
+    {"NoSiteBlockThere", Site + Engine, disable()},
+    {"NoSiteKnown", withBlock(Site), disable("absent.example")},
 };
 
 }  // namespace
@@ -167,9 +134,10 @@ const Host Hosts[] = {{"Linux x 5.1 i686 GNU/Linux\n",
                       {"Linux x 5.1 x86_64 GNU/Linux\n",
                        "suphp_x64",
                        "mod_suphp_x64.so",
-                       {"/usr/lib64/httpd/modules", "/usr/lib/apache2/modules", "/usr/lib/httpd/modules"}}};
+                       {"/usr/lib64/httpd/modules", "/usr/lib64/apache2/modules",
+                        "/usr/lib/apache2/modules", "/usr/lib/httpd/modules"}}};
 
-// The shipped files, three of the folders for modules, and a kernel that gives this answer.
+// The shipped files, the folders for modules, and a kernel that gives this answer.
 void layOutHost(const Host& host) {
     std::filesystem::remove_all("/usr/local/sbin");
     std::filesystem::remove_all("/usr/local/etc");
@@ -180,7 +148,8 @@ void layOutHost(const Host& host) {
         ASSERT_EQ(::chmod((Shipped + name).c_str(), 0640), 0);
     }
     writeFile(Shipped + "suphp.conf", Template);
-    for (const char* folder : {"/usr/lib/httpd/modules", "/usr/lib64/httpd/modules"}) {
+    for (const char* folder :
+         {"/usr/lib/httpd/modules", "/usr/lib64/httpd/modules", "/usr/lib64/apache2/modules"}) {
         std::filesystem::create_directories(folder);
     }
     writeFile("/bin/uname", "#!/bin/sh\n[ \"$*\" = -a ] && printf '" + std::string(host.kernel) + "'\n");

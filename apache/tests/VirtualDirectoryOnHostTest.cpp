@@ -80,6 +80,14 @@ TEST_F(VirtualDirectoryOnHost, CreationGivesFolderAndPasswordFileToTheOwnerOfThe
     EXPECT_EQ(owner(SiteUsers) + " " + mode(SiteUsers), "2001:2005 0604");
 }
 
+TEST_F(VirtualDirectoryOnHost, AFolderWhoseOwnerHasNoAccountIsNotHandedOver) {
+    ASSERT_EQ(::chown(Home.c_str(), 4321, 4321), 0);
+    EXPECT_EQ(createDirectory(file, {.folder = Files}), 83);
+    EXPECT_EQ(CZPVirtualDirectory(nullptr, file.c_str(), "").DeleteVirtualDirectory("/absent"), 85);
+    EXPECT_EQ(tools.calls(), (StringVector{"apachectl -v", "mv /etc/apactemp1 " + file,
+                                           "mv /etc/apactemp " + file}));  // of an installation
+}
+
 TEST_F(VirtualDirectoryOnHost, AnExistingPasswordFileKeepsTextAndMode) {
     for (const std::string& users : {SiteUsers, FolderUsers}) {
         writeFile(users, "bob:hash\n");

@@ -5,6 +5,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <iostream>
 
 #include "support/FakeTools.h"
 #include "support/FileCase.h"
@@ -27,6 +28,15 @@ int create(const std::string& file, const Site& site, char ipSwitch) {
     return CZPWebsite(nullptr, file.c_str()).CreateWebsite(&request);
 }
 
+// Leaves one line of a block that was written as website creation does.
+void foldBlock(const std::string& file, const Site& site) {
+    const std::string block = blockOf(site), rest = block.substr(block.find("\tServerName"));
+    std::string text = readFile(file);
+    if (const size_t at = text.find(rest); at != std::string::npos) {
+        writeFile(file, text.replace(at, rest.size(), "\t(block of " + site.domain + ")\n"));
+    }
+}
+
 // The operation of a case: the site is created on a host with this product configuration.
 auto creating(const Site& site, char ipSwitch, const std::string& product = "") {
     return [=](const std::string& file) {
@@ -34,7 +44,20 @@ auto creating(const Site& site, char ipSwitch, const std::string& product = "") 
         if (!product.empty()) {
             writeFile(ProductConfiguration, product);
         }
-        return create(file, site, ipSwitch);
+        const int result = create(file, site, ipSwitch);
+        foldBlock(file, site);
+        std::cout << (fs::exists(site.parent + site.domain + "/special") ? "" : "no folders\n");
+        return result;
+    };
+}
+// One after the other, in one process.
+auto creatingAll(std::vector<std::pair<Site, char>> sites) {
+    return [=](const std::string& file) {
+        int result = 0;
+        for (const auto& [site, ipSwitch] : sites) {
+            result = creating(site, ipSwitch)(file);
+        }
+        return result;
     };
 }
 
@@ -44,131 +67,103 @@ std::string blockAt(const std::string& address) { return blockOf({.address = add
 const Site Four = at("10.0.0.5"), Six = at("2001:db8::5");
 const std::string Four80 = blockAt("10.0.0.5:80"), FourBare = blockAt("10.0.0.5"),
                   SixBare = blockAt("[2001:db8::5]"), Six80 = blockAt("[2001:db8::5]:80");
+const Site first = {.domain = "a.example", .address = "10.0.0.1"},
+           second = {.domain = "b.example", .address = "10.0.0.2"},
+           third = {.domain = "c.example", .address = "10.0.0.3"};
 const std::string ListOfSites = "# first\n#\nListen 80\n# second\n # third\n\n" +
                                 blockOf({.domain = "other.example", .address = "10.0.0.6"}) + "\t \n";
-const std::string CopiedInOtherModes = without(ListOfSites, "# first\n#\n");
 const std::string Own =
     "<VirtualHost 10.0.0.5:80>\n\tServerName 10.0.0.5\n\tDocumentRoot \"/var/www\"\n</VirtualHost>\n";
-const char *Asked4 = "Requested IP is IPV4\n", *Asked6 = "Requested IP is IPV6\n",
-           *Picked6 = "Picked IP is IPV6\n";
+const char* const Port8080 = "WebServerPort=\"8080\"\n";
 
-// A NameVirtualHost line that is there: does it announce the address?
-FileCase announcing(const std::string& name, const Site& site, const std::string& value, bool announces,
-                    const std::string& blockAddress, const std::string& printed) {
-    const std::string line = "NameVirtualHost" + value + "\n";
-    const std::string added = announces ? "" : "\nNameVirtualHost " + blockAddress + "\n";
-    return {name, line, creating(site, '1'), 94, line + "\n" + added + blockAt(blockAddress), printed};
+// In name-based mode, after a NameVirtualHost line that is there.
+FileCase announced(const char* name, const Site& site, const std::string& value) {
+    return {name, "NameVirtualHost" + value + "\n", creating(site, '1')};
 }
 
 const FileCase Appended[] = {
-    {"mode0_keeps_leading_comments", ListOfSites, creating(Four, '0'), 94, ListOfSites + "\n" + FourBare},
-    {"mode0_ipv6", "", creating(Six, '0'), 94, "\n" + SixBare},
-    {"mode1_drops_leading_comments", ListOfSites, creating(Four, '1'), 94,
-     CopiedInOtherModes + "\n\nNameVirtualHost 10.0.0.5:80\n" + Four80},
-    {"mode1_ipv6", "Listen 80", creating(Six, '1'), 94,
-     "Listen 80\n\nNameVirtualHost [2001:db8::5]:80\n" + Six80},
-    {"mode1_other_port", "", creating(Four, '1', "WebServerPort=\"8080\"\n"), 94,
-     "\n\nNameVirtualHost 10.0.0.5:8080\n" + blockAt("10.0.0.5:8080")},
-    {"other_mode_writes_nothing", ListOfSites, creating(Four, '3'), 94},
-
-    announcing("announced", Four, " 10.0.0.5", true, "10.0.0.5",
-               std::string(Asked4) + "IPV4 NameVirtualHost found without port\n"),
-    announcing("announced_with_port", Four, "\t 10.0.0.5:80 \t", true, "10.0.0.5:80",
-               std::string(Asked4) + "IPV4 NameVirtualHost found with port\n"),
-    announcing("announced_for_every_port", Four, " 10.0.0.5:*", true, "10.0.0.5:80",
-               std::string(Asked4) + "IPV4 NameVirtualHost found with port\n"),
-    announcing("announced_for_another_port", Four, " 10.0.0.5:81", false, "10.0.0.5:80", Asked4),
-    announcing("announced_in_brackets_only", Four, " [10.0.0.5]", false, "10.0.0.5:80", Asked4),
-    announcing("announced_ipv6", Six, " [2001:DB8::5]:80", true, "[2001:db8::5]:80",
-               std::string(Asked6) + Picked6 + "IPV6 NameVirtualHost found\n"),
-    announcing("announced_ipv6_for_every_port", Six, " [2001:db8::5]:*", true, "[2001:db8::5]:80",
-               std::string(Asked6) + Picked6 + "IPV6 NameVirtualHost found\n"),
-    announcing("announced_ipv6_without_port", Six, " [2001:db8::5]", false, "[2001:db8::5]:80",
-               std::string(Asked6) + Picked6),
-    announcing("announced_ipv6_without_brackets", Six, " 2001:db8::5", false, "[2001:db8::5]:80", Asked6),
-    announcing("announced_for_nothing", Six, "", false, "[2001:db8::5]:80", Asked6),
+    {"mode0_keeps_leading_comments", ListOfSites, creating(Four, '0')},
+    {"mode0_ipv6", "", creating(Six, '0')},
+    {"mode0_announced_with_port", "NameVirtualHost 10.0.0.5:*\n", creating(Four, '0')},
+    {"mode1_drops_leading_comments", ListOfSites, creating(Four, '1')},
+    {"mode1_ipv6", "Listen 80", creating(Six, '1')},
+    {"mode1_other_port", "", creating(Four, '1', Port8080)},
+    {"mode1_announced_with_other_port", "NameVirtualHost 10.0.0.5:80\nNameVirtualHost 10.0.0.5:8080\n",
+     creating(Four, '1', Port8080)},
+    {"other_mode_writes_nothing_but_makes_the_folders", ListOfSites, creating(Four, '3')},
+    announced("announced", Four, " 10.0.0.5"),
+    announced("announced_with_port", Four, "\t 10.0.0.5:80 \t"),
+    announced("announced_for_every_port", Four, " 10.0.0.5:*"),
+    announced("announced_for_another_port", Four, " 10.0.0.5:81"),
+    announced("announced_in_brackets_only", Four, " [10.0.0.5]"),
+    announced("announced_ipv6", Six, " [2001:DB8::5]:80"),
+    announced("announced_ipv6_for_every_port", Six, " [2001:db8::5]:*"),
+    announced("announced_ipv6_without_port", Six, " [2001:db8::5]"),
+    announced("announced_ipv6_without_brackets", Six, " 2001:db8::5"),
+    announced("announced_for_nothing", Six, ""),
 };
 
 const FileCase Replaced[] = {
     {"mode2_takes_the_place_of_the_address", "# lost\nListen 80\n" + Own + "Listen 81\n",
-     creating(Four, '2'), 94, "Listen 80\n\nNameVirtualHost10.0.0.5:80\n" + Four80 + "Listen 81\n\n"},
-    {"mode2_announced", "NameVirtualHost 10.0.0.5\n" + Own, creating(Four, '2'), 94,
-     "NameVirtualHost 10.0.0.5\n" + FourBare + "\n",
-     std::string(Asked4) + "IPV4 NameVirtualHost found without port\n"},
-    {"mode2_only_the_first_block", Own + Own, creating(Four, '2'), 94,
-     "\nNameVirtualHost10.0.0.5:80\n" + Four80 + Own + "\n"},
-    {"mode2_also_a_longer_address", with(Own, "10.0.0.5:80", "10.0.0.55"), creating(Four, '2'), 94,
-     "\nNameVirtualHost10.0.0.5:80\n" + Four80 + "\n"},
-    {"mode2_block_of_a_name",
-     with(Own, "ServerName 10.0.0.5", "ServerName other.example"),
-     creating(Four, '2'),
-     92,
-     {},
-     "",
-     {"#"}},
+     creating(Four, '2')},
+    {"mode2_announced", "NameVirtualHost 10.0.0.5\n" + Own, creating(Four, '2')},
+    {"mode2_only_the_first_block", Own + Own, creating(Four, '2')},
+    {"mode2_also_a_longer_address", with(Own, "10.0.0.5:80", "10.0.0.55"), creating(Four, '2')},
+    {"mode2_block_of_a_name", with(Own, "ServerName 10.0.0.5", "ServerName other.example"),
+     creating(Four, '2')},
     {"mode2_block_without_a_name_vanishes_only_from_the_copy",
-     "<VirtualHost 10.0.0.5>\nX\n</VirtualHost>\nY\n", creating(Four, '2'), 94},
+     "<VirtualHost 10.0.0.5>\nX\n</VirtualHost>\nY\n", creating(Four, '2')},
     {"mode2_end_tag_must_begin_the_line", with(Own, "</VirtualHost>", "\t</VirtualHost>") + "Listen 81\n",
-     creating(Four, '2'), 94, "\nNameVirtualHost10.0.0.5:80\n" + Four80},
-    {"mode2_no_block_of_the_address", ListOfSites, creating(Four, '2'), 94},
-    {"mode2_ipv6_blocks_are_in_brackets", with(Own, "10.0.0.5:80", "[2001:db8::5]:80"), creating(Six, '2'),
-     94},
+     creating(Four, '2')},
+    {"mode2_in_any_letter_case",
+     "NAMEvirtualhost 10.0.0.5\n <VIRTUALhost 10.0.0.5>\nserverNAME 10.0.0.5\n</virtualHOST>\nListen 81\n",
+     creating(Four, '2')},
+    {"mode2_announced_with_port", "NameVirtualHost 10.0.0.5:80\n" + Own, creating(Four, '2')},
+    {"mode2_other_port", Own, creating(Four, '2', Port8080)},
+    {"mode2_no_block_of_the_address", ListOfSites, creating(Four, '2')},
+    {"mode2_ipv6_blocks_are_in_brackets", with(Own, "10.0.0.5:80", "[2001:db8::5]:80"), creating(Six, '2')},
+};
+
+// Once a site has needed the port, every later IPv4 block has it.
+const FileCase Successive[] = {
+    {"port_for_the_first_name_based_one_and_all_behind", "",
+     creatingAll({{first, '0'}, {second, '1'}, {third, '0'}, {Six, '0'}})},
+    {"port_behind_an_ipv6_address_too", "", creatingAll({{Six, '1'}, {first, '0'}})},
+    {"port_behind_one_that_was_met_in_mode0", "NameVirtualHost 10.0.0.1:*\n",
+     creatingAll({{first, '0'}, {second, '0'}})},
 };
 
 const FileCase Refused[] = {
-    {"exists", "ServerName EXAMPLE.com\n", creating(Four, '0'), 92, {}, "", {"#"}},
-    {"exists_behind_the_replaced_block",
-     Own + " ServerName example.com",
-     creating(Four, '2'),
-     92,
-     {},
-     "",
-     {"#"}},
-    {"exists_not_with_trailing_blank", "ServerName example.com \n", creating(Four, '0'), 94,
-     "ServerName example.com \n\n" + FourBare},
-    {"exists_as_a_comment_only", "Listen 80\n#ServerName example.com\n", creating(Four, '0'), 94,
-     "Listen 80\n#ServerName example.com\n\n" + FourBare},
-    {"exists_by_its_ascii_name",
-     "ServerName xn--bcher-kva.example\n",
-     creating({.domain = "Bücher.example", .asciiDomain = "xn--bcher-kva.example"}, '0'),
-     92,
-     {},
-     "",
-     {"#"}},
+    {"exists_in_mode1", "ServerName example.com\n", creating(Four, '1')},
+    {"exists", "ServerName EXAMPLE.com\n", creating(Four, '0')},
+    {"exists_behind_the_replaced_block", Own + " ServerName example.com", creating(Four, '2')},
+    {"exists_not_with_trailing_blank", "ServerName example.com \n", creating(Four, '0')},
+    {"exists_as_a_comment_only", "Listen 80\n#ServerName example.com\n", creating(Four, '0')},
+    {"exists_by_its_ascii_name", "ServerName xn--bcher-kva.example\n",
+     creating({.domain = "Bücher.example", .asciiDomain = "xn--bcher-kva.example"}, '0')},
     {"name_beyond_ascii", "",
-     creating({.domain = "Bücher.example", .asciiDomain = "xn--bcher-kva.example"}, '0'), 94,
-     "\n" + blockOf({.domain = "Bücher.example", .asciiDomain = "xn--bcher-kva.example"})},
-    {"ascii_name_in_other_case", "", creating({.domain = "Example.com", .asciiDomain = "example.com"}, '0'),
-     94, "\n" + blockOf({.domain = "Example.com", .asciiDomain = "example.com"})},
+     creating({.domain = "Bücher.example", .asciiDomain = "xn--bcher-kva.example"}, '0')},
+    {"ascii_name_in_other_case", "",
+     creating({.domain = "Example.com", .asciiDomain = "example.com"}, '0')},
 };
 
-std::string limitedBlock(const std::string& id) {
-    return with(FourBare, "\t\tAllowOverride All\n", id + "\t\tAllowOverride All\n");
-}
-
 // On a CloudLinux host.
-FileCase limited(const std::string& name, const std::string& product, const std::string& before,
-                 const std::string& id) {
-    const auto operation = creating(Four, '0', product);
-    return {name, before,
-            [=](const std::string& file) {
+FileCase limited(const char* name, const std::string& product, const std::string& before) {
+    return {name, before, [=](const std::string& file) {
                 writeFile("/etc/CloudLinux-release", "");
-                return operation(file);
-            },
-            94, before + "\n" + limitedBlock(id)};
+                return creating(Four, '0', product)(file);
+            }};
 }
 
+const std::string Dso = "PHPHandler=\"dso\"\n", Fcgid = "PHPHandler=\"fcgid\"\n";
 const FileCase Limited[] = {
-    limited("limits_next_id", "PHPHandler=\"dso\"\n", "LVEId 1004\n", "\t\tLVEId 1005\n"),
-    limited("limits_first_id", "PHPHandler=\"dso\"\n", "Listen 80\n", "\t\tLVEId 1001\n"),
-    limited("limits_no_readable_id", "PHPHandler=\"dso\"\n", "LVEId\t1004\n", ""),
-    limited("limits_fcgid_without_suexec", "PHPHandler=\"fcgid\"\nSUexecSetting=\"disabled\"\n",
-            "LVEId 1\n", "\t\tLVEId 2\n"),
-    limited("limits_fcgid_with_suexec", "PHPHandler=\"fcgid\"\nSUexecSetting=\"Disabled\"\n", "LVEId 1\n",
-            ""),
-    limited("limits_other_handler", "PHPHandler=\"DSO\"\nSUexecSetting=\"disabled\"\n", "LVEId 1\n", ""),
-    {"limits_other_host", "LVEId 1\n", creating(Four, '0', "PHPHandler=\"dso\"\n"), 94,
-     "LVEId 1\n\n" + FourBare},
+    limited("limits_next_id", Dso, "LVEId 1004\n"),
+    limited("limits_first_id", Dso, "Listen 80\n"),
+    limited("limits_no_readable_id", Dso, "LVEId\t1004\n"),
+    limited("limits_fcgid_without_suexec", Fcgid + "SUexecSetting=\"disabled\"\n", "LVEId 1\n"),
+    limited("limits_fcgid_with_suexec", Fcgid + "SUexecSetting=\"Disabled\"\n", "LVEId 1\n"),
+    limited("limits_other_handler", "PHPHandler=\"DSO\"\nSUexecSetting=\"disabled\"\n", "LVEId 1\n"),
+    {"limits_other_host", "LVEId 1\n", creating(Four, '0', Dso)},
 };
 
 std::string folderList(const std::string& home) {
@@ -187,54 +182,9 @@ TEST_P(WebsiteCreation, WritesExactlyThis) { check(GetParam()); }
 
 INSTANTIATE_TEST_SUITE_P(Appended, WebsiteCreation, ::testing::ValuesIn(Appended), byName);
 INSTANTIATE_TEST_SUITE_P(Replaced, WebsiteCreation, ::testing::ValuesIn(Replaced), byName);
+INSTANTIATE_TEST_SUITE_P(Successive, WebsiteCreation, ::testing::ValuesIn(Successive), byName);
 INSTANTIATE_TEST_SUITE_P(Refused, WebsiteCreation, ::testing::ValuesIn(Refused), byName);
 INSTANTIATE_TEST_SUITE_P(Limited, WebsiteCreation, ::testing::ValuesIn(Limited), byName);
-
-TEST(WebsiteCreationOn, EveryCollectedConfigurationOnlyAppends) {
-    addSiteAccounts();
-    const CapturedOutput output;
-    auto names = collection();
-    names.emplace_back("debian");
-    for (const std::string& name : names) {
-        const std::string before =
-            name == "debian" ? readFile("/etc/apache2/apache2.conf") : collected(name);
-        ASSERT_NE(before, NoFile);
-        const std::string file = scratch(name);
-        writeFile(file, before);
-        ASSERT_EQ(create(file, {.domain = "new.example", .address = "::9"}, '0'), 94) << name;
-        fs::remove_all("/var/www/new.example");
-        const std::string kept =
-            name == "line-of-1023-characters.conf" ? before.substr(0, before.find("# xxx")) : before + "\n";
-        EXPECT_EQ(readFile(file), kept + blockOf({.domain = "new.example", .address = "[::9]"})) << name;
-
-        const bool free =
-            name == "crlf.conf" || name == "empty.conf" || name == "only-comments.conf" || name == "debian";
-        EXPECT_EQ(create(file, {}, '0'), free ? 94 : 92) << name;
-        fs::remove_all("/var/www/example.com");
-    }
-}
-
-TEST(WebsiteCreation, OnceAPortWasNeededEveryLaterIPv4BlockHasIt) {
-    addSiteAccounts();
-    const std::string file = scratch("httpd.conf");
-    const std::pair<Site, char> sites[] = {
-        {{.domain = "a.example", .address = "10.0.0.1"}, '0'},
-        {{.domain = "b.example", .address = "10.0.0.2"}, '1'},
-        {{.domain = "c.example", .address = "10.0.0.3"}, '0'},
-        {{.domain = "d.example", .address = "::4"}, '0'},
-    };
-    writeFile(file, "");
-    std::string expected;
-    const char* written[] = {"10.0.0.1", "10.0.0.2:80", "10.0.0.3:80", "[::4]"};
-    const char* announced[] = {"", "\nNameVirtualHost 10.0.0.2:80\n", "", ""};
-    for (size_t i = 0; i < std::size(sites); ++i) {
-        const CapturedOutput output;
-        EXPECT_EQ(create(file, sites[i].first, sites[i].second), 94);
-        expected += std::string("\n") + announced[i] +
-                    blockOf({.domain = sites[i].first.domain, .address = written[i]});
-        EXPECT_EQ(readFile(file), expected);
-    }
-}
 
 TEST(WebsiteCreation, MakesTheFoldersAndRunsExactlyTheseCommands) {
     addSiteAccounts();
@@ -311,17 +261,6 @@ TEST(WebsiteCreation, LeavesAnUnknownAdministratorToTheCommand) {
     EXPECT_EQ(readFile(file), "\n" + blockOf({.administrator = "nobody-here"}));
 }
 
-TEST(WebsiteCreation, SaysWhenTheConfigurationCannotBeOpened) {
-    addSiteAccounts();
-    const CapturedOutput output;
-    EXPECT_EQ(create(scratch("conf"), Four, '1'), 22);  // a folder
-    EXPECT_EQ(create(scratch("missing.conf"), Four, '1'), 22);
-    EXPECT_EQ(output.text(), "Error while opening HttpdConfFile\nError while opening HttpdConfFile\n");
-    EXPECT_EQ(namesIn("/var/www/example.com"), StringVector{});
-    ASSERT_FALSE(namesIn(scratch()).empty());
-    EXPECT_EQ(readFile(scratch(namesIn(scratch()).back())), "") << "the empty scratch file stays";
-}
-
 TEST(PanelPort, BlockIsWrittenUnlessItIsThere) {
     const std::string sites =
         lines({"#DocumentRoot \"/no\"", "", " DocumentRoot \"/usr/panel/www\"", "DocumentRoot \"/second\"",
@@ -348,31 +287,25 @@ TEST(PanelPort, BlockIsWrittenUnlessItIsThere) {
         out.close();
         EXPECT_EQ(readFile(scratch("out")), written);
     }
-    std::ofstream out(scratch("out"));
-    EXPECT_EQ(CZPWebsite(nullptr, "").AddWebsitePort(out, "10.0.0.5"), 15);
-    const CapturedOutput output;
-    EXPECT_EQ(CZPWebsite(nullptr, scratch("missing").c_str()).AddWebsitePort(out, "10.0.0.5"), 1);
-    EXPECT_EQ(output.text(), "Error opening HttpdConfFile file");
 }
 
-TEST(HostingLimits, BlockFollowsTheFirstModuleLine) {
-    const auto enable = [](const std::string& file) {
-        return CZPWebsite(nullptr, file.c_str()).EnableHostingLimits();
-    };
-    const std::string block =
-        "<IfModule mod_hostinglimits.c>\n"
-        "\tAllowedHandlers cgi-script .cgi .pl php5-script x-httpd-php\n</IfModule>\n";
-    const std::string load = "#LoadModule hostinglimits_module modules/mod_hostinglimits.so\n";
-    const std::string bound(2999, 'x');
-    const FileCase cases[] = {
-        {"first", "A\n\n" + load + "B\n" + load, enable, 0, "A\n\n" + load + block + "B\n" + load},
-        {"again", load + block, enable, 0, load + block + block},
-        {"none", "loadmodule hostinglimits\n\nLoadModule php", enable, 0,
-         "loadmodule hostinglimits\n\nLoadModule php\n"},
-        {"bound", bound + "\n" + load, enable, 0, bound + "\n" + load + block},
-        {"beyond", "A\n" + bound + "x\n" + load, enable, 0, "A\n"},
-    };
-    for (const FileCase& fileCase : cases) {
-        check(fileCase);
-    }
+class HostingLimits : public ::testing::TestWithParam<FileCase> {};
+TEST_P(HostingLimits, BlockFollowsTheFirstModuleLine) { check(GetParam()); }
+
+namespace {
+
+int enableLimits(const std::string& file) {
+    return CZPWebsite(nullptr, file.c_str()).EnableHostingLimits();
 }
+const std::string Load = "#LoadModule hostinglimits_module modules/mod_hostinglimits.so\n";
+const std::string Bound(2999, 'x');
+const FileCase Limits[] = {
+    {"first", "A\n\n" + Load + "B\n" + Load, enableLimits},
+    {"again", Load, twice(enableLimits)},
+    {"none", "loadmodule hostinglimits\n\nLoadModule php", enableLimits},
+    {"bound", Bound + "\n" + Load, enableLimits},
+    {"beyond", "A\n" + Bound + "x\n" + Load, enableLimits},
+};
+
+}  // namespace
+INSTANTIATE_TEST_SUITE_P(Block, HostingLimits, ::testing::ValuesIn(Limits), byName);

@@ -12,39 +12,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-const std::string Sites = lines({
-    "ServerName server.example",
-    "<VirtualHost 10.0.0.5:80>",
-    "\tDocumentRoot \"/var/www/early\"",
-    "\tServerName first.example",
-    "\tServerName second.example",
-    "\tDocumentRoot /var/www/unquoted",
-    "\tDocumentRoot \"/var/www/first\" \"x\"",
-    "</VirtualHost>",
-    "<virtualhost [2001:db8::9]:80>",
-    "\tServerName lower.example",
-    "\tDocumentRoot \"/var/www/lower\"",
-    "</virtualhost>",
-    "<VirtualHost  [2001:db8::1]:80 [2001:db8::2]:80>",
-    "\tservername six.example",
-    "</VirtualHost> ",
-    "ServerName behind.example",
-    "<VirtualHost 10.0.0.7 10.0.0.8:80>",
-    "#\tServerName commented.example",
-    "\tServerName blank.example ",
-    "</VirtualHost>",
-    "<VirtualHost *>",
-    "\tServerName",
-    "\tServerName later.example",
-    "</VirtualHost>",
-    "<VirtualHost *>",
-    "</VirtualHost>",
-    "ServerName outside.example",
-    "<VirtualHost 10.0.0.9>",
-    "\tServerName   wide.example",
-    "</VirtualHostX>",
-    "\tDocumentRoot \"/var/www/wide\"",
-});
+const std::string Sites = collected("samples/sites-to-look-up.conf");
 const StringVector Names = {"first.example", "lower.example", "six.example", "blank.example ",
                             "wide.example"};
 
@@ -114,24 +82,6 @@ TEST(WebsiteLookup, BoundsOfALine) {
         std::string address;
         EXPECT_TRUE(website.LookupDomainInConfFile("example.com", file, address)) << "it has no bound";
     }
-}
-
-TEST(WebsiteLookup, OfAFileThatCannotBeOpened) {
-    CZPWebsite website(nullptr, "");
-    StringVector sites;
-    std::string address = "as before";
-    const CapturedOutput output;
-    EXPECT_TRUE(website.VHostsInIncFile("", sites));
-    EXPECT_FALSE(website.LookupDomainInConfFile("example.com", "", address));
-    EXPECT_EQ(output.text(), "");
-    EXPECT_TRUE(website.VHostsInIncFile(scratch("missing"), sites));
-    EXPECT_TRUE(website.LookupDomainInConfFile("example.com", scratch(), address));
-    EXPECT_EQ(website.GetRootDocPath("", "example.com"), "");
-    EXPECT_EQ(output.text(),
-              "Error while opening HttpdConfFile\nError while opening HttpdConfFile\n"
-              "Error while opening HttpdConfFile\n");
-    EXPECT_EQ(address, "as before");
-    EXPECT_TRUE(sites.empty());
 }
 
 TEST(WebsiteListing, FollowsTheFilesThatAreNamedOutright) {

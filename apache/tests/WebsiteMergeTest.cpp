@@ -15,8 +15,6 @@ namespace fs = std::filesystem;
 namespace {
 
 using Change = std::function<void(UpdateVHost&)>;
-using Operation = std::function<int(const std::string&)>;
-
 const Change EmptyLists = [](UpdateVHost&) {};
 
 UpdateVHost recordWith(const Change& change) {
@@ -38,100 +36,14 @@ int update(const std::string& file, UpdateVHost& record) {
 
 using Merge = int (*)(const std::string& file, UpdateVHost& record);
 
-Operation call(Merge merge, const Change& change = EmptyLists) {
+FileOperation call(Merge merge, const Change& change = EmptyLists) {
     return [=](const std::string& file) {
         UpdateVHost record = recordWith(change);
         return merge(file, record);
     };
 }
-// With a new record each time.
-Operation twice(Merge merge, const Change& change) {
-    return [=](const std::string& file) {
-        EXPECT_EQ(call(merge, change)(file), 96);
-        return call(merge, change)(file);
-    };
-}
 
-// Marked with "~": empty lines that stay whether or not their block is the site's, since they stand before
-// the block's name.
-std::string unmarked(std::string text) {
-    for (size_t at = 0; (at = text.find("\n~\n", at)) != std::string::npos;) {
-        text.erase(at + 1, 1);
-    }
-    return text;
-}
-
-const std::string Head = "# head\n\n \n";
-const std::string Other = lines({
-    "",
-    "<VirtualHost *:80>",
-    "\t# ServerName example.com",
-    "~",
-    "\tServerName other.example",
-    "",
-    "\tServerAlias www.other.example",
-    "</VirtualHost>",
-    "#<VirtualHost *:80>",
-    "#\tServerName example.com",
-    "#</VirtualHost>",
-});
-const std::string Block = lines({
-    "<VirtualHost 10.0.0.5:80>",
-    "\tServerAdmin admin@example.com",
-    "~",
-    "  servername EXAMPLE.com",
-    "\tDocumentRoot \"/home/example.com/www/html\" # ours",
-    "\tServerAlias www.example.com",
-    "\tInclude conf.d/site.conf",
-    "\tIncludeOptional conf.d/*.conf",
-    "\tDirectoryIndex index.html",
-    "\tAlias /icons \"/usr/share/icons\"",
-    "\tAlias /Icons /usr/share/other",
-    "\tAliasMatch ^/x /y",
-    "\tScriptAlias  /cgi-bin/ \"/old/cgi\"  ",
-    "\tProxyPass /app http://10.0.0.9/",
-    "\tProxyPassReverse /app http://10.0.0.9/",
-    "\tRedirect \"/a b\" \"http://a.example/\"",
-    "\tRedirect /b http://b.example/",
-    "\tErrorDocument 404 /missing.html",
-    "#\tServerAlias commented.example.com",
-    "\t<Directory \"/home/example.com\">",
-    "\t\tDirectoryIndex inner.html",
-    "\t</Directory>",
-    "",
-    " </VirtualHost> # end",
-});
-const std::string Before = unmarked(Head + Block + Other);
-
-// What remains of the block when the lists are empty.
-const std::string Merged = lines({
-    "<VirtualHost 10.0.0.5:80>",
-    "\tServerAdmin admin@example.com",
-    "",
-    "  servername EXAMPLE.com",
-    "\tDocumentRoot message.htm",
-    "\tAlias /icons \"/usr/share/icons\"",
-    "\tAlias /Icons /usr/share/other",
-    "\tAliasMatch ^/x /y",
-    "\tScriptAlias  /cgi-bin/ \"/old/cgi\"  ",
-    "\tProxyPass /app http://10.0.0.9/",
-    "\tProxyPassReverse /app http://10.0.0.9/",
-    "\tRedirect \"/a b\" \"http://a.example/\"",
-    "\tRedirect /b http://b.example/",
-    "\tErrorDocument 404 /missing.html",
-    "#\tServerAlias commented.example.com",
-    "\t<Directory \"/home/example.com\">",
-    "\t</Directory>",
-    "",
-    "</VirtualHost>",
-});
-std::string after(const std::string& block) {
-    return withoutEmptyLines(Head) + block + unmarked(withoutEmptyLines(Other));
-}
-
-const std::string Resumed = with(Merged, "message.htm", "/home/example.com/www/html");
-const std::string Updated = with(with(Merged, "message.htm", "\"/home/example.com/www/html\" # ours"),
-                                 "\t</Directory>", "\t\tDirectoryIndex inner.html\n\t</Directory>");
+const std::string Before = collected("samples/site-to-merge.conf");
 
 void fill(UpdateVHost& record) {
     record.Alias = {{"/new", "/srv/new"}, {"/icons", "/srv/icons"}, {"/Icons", ""}, {"/gone", ""}};
@@ -146,32 +58,6 @@ void fill(UpdateVHost& record) {
     record.DirIndex = {"index.php", "index.html"};
 }
 
-// The block when the record was filled.
-std::string filled(std::string block, bool asUpdate) {
-    const std::pair<std::string, std::string> changes[] = {
-        {"\tAlias /icons",
-         "\tServerAlias one.example two.example\n\tInclude conf.d/a.conf\n"
-         "\tInclude conf.d/b.conf\n\tDirectoryIndex index.php index.html\n\tAlias /icons"},
-        {"\"/usr/share/icons\"", "\"/srv/icons\""},
-        {"\tAlias /Icons /usr/share/other\n", ""},
-        {"\"http://a.example/\"", "\"http://new.example/\""},
-        {"\tRedirect /b http://b.example/\n", ""},
-        {"/missing.html", "/new.html"},
-        {"\n</VirtualHost>",
-         std::string("\n\tAlias /new \"/srv/new\"\n\tScriptAlias /cgi2/ \"/srv/cgi2\"\n") +
-             (asUpdate ? "\tRedirect /next \"http://next.example/\"\n" : "") +
-             "\tRedirect \"/c\" \"http://c.example/\"\n\tErrorDocument 500 /sorry.html\n</VirtualHost>"}};
-    for (const auto& [from, to] : changes) {
-        block = with(block, from, to);
-    }
-    if (asUpdate) {
-        block =
-            with(block, "\tProxyPass /app http://10.0.0.9/\n", "\tRedirect /app \"http://app.example/\"\n");
-        block = without(block, "\tProxyPassReverse /app http://10.0.0.9/\n");
-    }
-    return block;
-}
-
 std::string site(const std::string& inner) {
     return "<VirtualHost *>\n\tServerName example.com\n" + inner + "</VirtualHost>\n";
 }
@@ -180,76 +66,57 @@ const Change OneIndex = [](UpdateVHost& record) { record.DirIndex = {"a.html"}; 
 const std::string Long(1023, 'x');
 
 const FileCase cases[] = {
-    {"SuspendWithEmptyLists", Before, call(suspend), 96, after(Merged)},
-    {"ResumeWithEmptyLists", Before, call(resume), 96, after(Resumed)},
-    {"UpdateWithEmptyLists", Before, call(update), 96, after(Updated)},
-    {"SuspendWithFullLists", Before, call(suspend, fill), 96, after(filled(Merged, false))},
-    {"ResumeWithFullLists", Before, call(resume, fill), 96, after(filled(Resumed, false))},
-    {"UpdateWithFullLists", Before, call(update, fill), 96, after(filled(Updated, true))},
-
-    {"SuspendOfASuspendedSite", after(Merged), call(suspend), 96},
-    {"ResumeOfASuspendedSite", after(Merged), call(resume), 96, after(Resumed)},
-    {"UpdateOfASuspendedSiteKeepsItSuspended", site("\tDocumentRoot message.htm\n"), call(update), 96},
+    {"SuspendWithEmptyLists", Before, call(suspend)},
+    {"ResumeWithEmptyLists", Before, call(resume)},
+    {"UpdateWithEmptyLists", Before, call(update)},
+    {"SuspendWithFullLists", Before, call(suspend, fill)},
+    {"ResumeWithFullLists", Before, call(resume, fill)},
+    {"UpdateWithFullLists", Before, call(update, fill)},
+    {"SuspendOfASuspendedSite", Before, twice(call(suspend))},
+    {"ResumeOfASuspendedSite", Before, inTurn(call(suspend), call(resume))},
+    {"UpdateOfASuspendedSiteKeepsItSuspended", site("\tDocumentRoot message.htm\n"), call(update)},
     {"UpdateTwiceWithTheSameLists", site(""),
-     twice(update,
-           [](UpdateVHost& record) {
-               OneAlias(record);
-               OneIndex(record);
-               record.Alias = {{"/a", "/srv/a"}};
-               record.ProxyPass = {{"/p", "http://p.example/"}};
-               record.Redirect = {{"/r", "http://r.example/"}};
-           }),
-     96,
-     // The proxied path is a redirect by now, written without quotes round its name, and so not found
-     // again.
-     site("\tAlias /a \"/srv/a\"\n\tRedirect /p \"http://p.example/\"\n\tServerAlias a.example\n"
-          "\tDirectoryIndex a.html\n\tRedirect \"/r\" \"http://r.example/\"\n"
-          "\tRedirect /p \"http://p.example/\"\n")},
-
-    {"AnAbsentSite", Before, call(suspend, [](auto& record) { record.pDomain = "absent.example"; }), 96,
-     unmarked(withoutEmptyLines(Head + Block + Other))},
-    {"NoName", "\n" + site("") + site(""), call(update, [](auto& record) { record.pDomain = nullptr; }), 96,
-     site("") + site("")},
+     twice(call(update,
+                [](UpdateVHost& record) {
+                    OneAlias(record);
+                    OneIndex(record);
+                    record.Alias = {{"/a", "/srv/a"}};
+                    record.ProxyPass = {{"/p", "http://p.example/"}};
+                    record.Redirect = {{"/r", "http://r.example/"}};
+                }))},
+    {"AnAbsentSite", Before, call(suspend, [](auto& record) { record.pDomain = "absent.example"; })},
+    {"NoName", "\n" + site("") + site(""), call(update, [](auto& record) { record.pDomain = nullptr; })},
     {"AnEntryNamesOneLine", site("\tAlias /a /1\n\tAlias /a /2\n\tAlias /a\t/3\n"),
      call(update,
           [](auto& record) {
               record.Alias = {{"/a", ""}};
-          }),
-     96, site("\tAlias /a /2\n\tAlias /a\t/3\n")},
+          })},
     {"AQuotedRedirectWithoutItsSecondQuote", site("\tRedirect \"/a\n"),
      call(update,
           [](auto& record) {
               record.Redirect = {{"/a", "/b"}};
-          }),
-     96, site("\tRedirect \"/a\" \"/b\"\n")},
+          })},
     {"BareKeywords", site("\tAlias\n\tScriptAlias\n\tRedirect\n\tErrorDocument\n\tDocumentRoot\n"),
-     call(suspend), 96,
-     site("\tAlias\n\tScriptAlias\n\tRedirect\n\tErrorDocument\n\tDocumentRoot message.htm\n")},
+     call(suspend)},
     {"ListsGoIntoTheFirstBlockAndLaterOnesLoseTheirs",
-     site("\tServerAlias 1.example\n") + site("\tServerAlias 2.example\n"), call(update, OneAlias), 96,
-     site("\tServerAlias a.example\n") + site("")},
+     site("\tServerAlias 1.example\n") + site("\tServerAlias 2.example\n"), call(update, OneAlias)},
     {"ASecondNameDoesNotEndTheBlock", site("ServerName other.example\n\tServerAlias 1.example\n"),
-     call(update, OneAlias), 96, site("ServerName other.example\n\tServerAlias a.example\n")},
-    {"ABlockWithoutNameRunsIntoNone", "<VirtualHost *>\n\n</VirtualHost>\n\n" + site(""), call(update), 96,
-     "<VirtualHost *>\n\n</VirtualHost>\n" + site("")},
+     call(update, OneAlias)},
+    {"ABlockWithoutNameRunsIntoNone", "<VirtualHost *>\n\n</VirtualHost>\n\n" + site(""), call(update)},
     {"UpdateLeavesIndexesWhereASectionIsOpen",
-     site("<DirectoryMatch x>\nDirectoryIndex 1\n</DirectoryMatch>\n"), call(update, OneIndex), 96},
+     site("<DirectoryMatch x>\nDirectoryIndex 1\n</DirectoryMatch>\n"), call(update, OneIndex)},
     {"UpdateTakesIndexesBehindASection", site("<Directory x>\n</directory> \nDirectoryIndex 1\n"),
-     call(update, OneIndex), 96, site("<Directory x>\n</directory> \n\tDirectoryIndex a.html\n")},
-    {"SuspendTakesIndexesInASection", site("<Directory x>\nDirectoryIndex 1\n"), call(suspend, OneIndex),
-     96, site("<Directory x>\n\tDirectoryIndex a.html\n")},
-    {"AnOpenBlockOfTheSiteIsClosed", "<VirtualHost *>\nServerName example.com\n\nListen 1", call(update),
-     96, "<VirtualHost *>\nServerName example.com\n\nListen 1\n</VirtualHost>\n"},
-    {"AnOpenBlockWithoutNameIsKept", "<VirtualHost *>\n\nListen 1", call(update), 96,
-     "<VirtualHost *>\n\nListen 1\n"},
+     call(update, OneIndex)},
+    {"SuspendTakesIndexesInASection", site("<Directory x>\nDirectoryIndex 1\n"), call(suspend, OneIndex)},
+    {"AnOpenBlockOfTheSiteIsClosed", "<VirtualHost *>\nServerName example.com\n\nListen 1", call(update)},
+    {"AnOpenBlockWithoutNameIsKept", "<VirtualHost *>\n\nListen 1", call(update)},
     {"ALineOf1024CharactersEndsTheFile", Long + "\n" + site(Long + "\n" + Long + "x\n") + "Listen 80\n",
-     call(update), 96, Long + "\n" + site(Long + "\n")},
+     call(update)},
     {"ResumeWithoutPath", site("\tDocumentRoot message.htm\n"),
      [](const std::string& file) {
          UpdateVHost record = recordWith(EmptyLists);
          return CZPWebsite(nullptr, file.c_str()).DisableMessage(&record, nullptr);
-     },
-     96, site("\tDocumentRoot /www/html\n")},
+     }},
 };
 
 }  // namespace

@@ -1,51 +1,42 @@
 #include "support/FileCase.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-
 #include "support/Files.h"
+#include "support/Transcript.h"
 #include "support/Watching.h"
 
 namespace zp::test {
 
 namespace {
 
-std::string shown(const std::string& name, const std::string& file) {
+constexpr const char* Name = "httpd.conf";
+
+std::string shown(const std::string& name) {
     if (name.find_first_not_of("0123456789") == std::string::npos) {
         return "#";
     }
-    return name.compare(0, file.size(), file) == 0 ? name.substr(file.size()) : name;
+    return name.starts_with(Name) ? name.substr(std::string(Name).size()) : name;
 }
 
 }  // namespace
 
 void check(const FileCase& fileCase) {
-    const std::string name = "httpd.conf";
-    const std::string folder = scratch("conf");
-    const std::string file = folder + "/" + name;
+    const std::string folder = scratch("conf/"), file = folder + Name;
     writeFile(file, fileCase.before);
+    std::string result, printed, kept;
     {
         const CapturedOutput output;
-        EXPECT_EQ(fileCase.operation(file), fileCase.result);
-        EXPECT_EQ(output.text(), fileCase.printed);
+        result = std::to_string(fileCase.operation(file));
+        printed = output.text();
     }
-    EXPECT_EQ(readFile(file), fileCase.after.value_or(fileCase.before));
-
-    std::vector<std::string> beside;
-    for (const std::string& found : namesIn(folder)) {
-        if (found == name) {
-            continue;
-        }
-        beside.push_back(shown(found, name));
-        if (beside.back().compare(0, 9, ".zpbackup") == 0) {
-            EXPECT_EQ(readFile(folder + "/" + found), fileCase.backup.value_or(fileCase.before)) << found;
+    for (const std::string& name : namesIn(folder)) {
+        const std::string beside = shown(name);
+        result += name == Name ? "" : ", " + beside;
+        if (beside.starts_with(".zpbackup") && readFile(folder + name) != fileCase.before) {
+            kept += "kept:\n" + difference(fileCase.before, readFile(folder + name), "-U1");
         }
     }
-    std::vector<std::string> expected = fileCase.beside;
-    std::sort(expected.begin(), expected.end());
-    std::sort(beside.begin(), beside.end());
-    EXPECT_EQ(beside, expected);
+    expectTold(fileCase.name, result + "\n" + printedLines(printed) +
+                                  difference(fileCase.before, readFile(file), "-U1") + kept);
 }
 
 }  // namespace zp::test

@@ -1,29 +1,36 @@
-// An operation as a change of one file: these bytes in, these bytes and this result out.
+// An operation as a change of one file.
 #pragma once
 
 #include <functional>
-#include <optional>
 #include <ostream>
 #include <string>
-#include <vector>
 
 namespace zp::test {
 
+using FileOperation = std::function<int(const std::string& file)>;
+
+// One operation and then another, or the same again; the first result stands before the second.
+inline FileOperation inTurn(const FileOperation& first, const FileOperation& second) {
+    return [=](const std::string& file) {
+        const int result = first(file);
+        return 1000 * result + second(file);
+    };
+}
+inline FileOperation twice(const FileOperation& operation) { return inTurn(operation, operation); }
+
 struct FileCase {
-    std::string name;  // letters, digits and _
+    const char* name;  // letters, digits and _
     std::string before;
-    std::function<int(const std::string& file)> operation;
-    int result = 0;
-    std::optional<std::string> after = {};  // absent: as before
-    std::string printed = "";
-    // What stands beside the file afterwards: names without the file's own in front (".zpbackup.rt"); a
-    // name of digits alone is written "#".
-    std::vector<std::string> beside = {};
-    std::optional<std::string> backup = {};  // what a copy that was kept holds; absent: the text before
+    FileOperation operation;
 };
 
-// Runs the case on a new file and compares result, file, standard output and what stands beside the file. A
-// copy beside it whose name begins with ".zpbackup" is one that was kept.
+// Runs the case on a new file and compares what it tells of it with the suite's transcript:
+//     === NAME: the result, names of what stands beside the file afterwards
+//     > what was printed
+//     the change of the file, as "diff -U1" has it
+// Of a name beside the file the file's own is left out (".zpbackup.rt"), and one of digits alone is "#". A
+// copy whose name begins with ".zpbackup" was kept: where it does not hold the text before, "kept:" and
+// its change follow.
 void check(const FileCase& fileCase);
 
 // For INSTANTIATE_TEST_SUITE_P.

@@ -22,7 +22,11 @@ std::string caseFolder() {
     return std::string(SandboxFolder) + "/cases/" + name;
 }
 
-std::string collectionFolder() { return std::string(SandboxFolder) + "/configurations/"; }
+// In the sandbox; what is read before it is made comes from the sources.
+std::string collectionFolder() {
+    const std::string folder = std::string(SandboxFolder) + "/configurations/";
+    return std::filesystem::exists(folder) ? folder : ZP_TEST_CONFIGURATIONS "/";
+}
 
 }  // namespace
 
