@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "support/Files.h"
+#include "support/Transcript.h"
 #include "support/Watching.h"
 
 using namespace zp::test;
@@ -11,73 +12,68 @@ namespace {
 
 const std::string Configuration = collected("samples/directives-to-read.conf");
 
-struct Query {
-    const char* directive = "";
-    bool quoted = false;
-    int result = 0;
-    const char* value = "";
-    const char* printed = "";
-    const char* domain = "example.com";
-};
-
 std::string written(const std::string& text) {
     std::string file = scratch("httpd.conf");
     writeFile(file, text);
     return file;
 }
 
+// What a query answers of the sample: the result, the value or whether it is there, and what was printed.
+class DirectiveQuery : public ::testing::Test {
+protected:
+    template <class Ask>
+    void ask(const std::string& question, Ask query) {
+        std::string value = "unchanged";
+        bool found = true;
+        const CapturedOutput output;
+        const int result = query(value, found);
+        told_ += question + ": " + std::to_string(result) + (found ? " " : " not found ") + value + "\n" +
+                 printedLines(output.text());
+    }
+    void TearDown() override {
+        expectTold(::testing::UnitTest::GetInstance()->current_test_info()->name(), "\n" + told_);
+    }
+
+    ApacheHelper helper_;
+    const std::string file_ = written(Configuration);
+    std::string told_;
+};
+
 }  // namespace
 
-TEST(ServerLevelDirective, IsTheFirstThatBeginsWithTheName) {
-    const Query queries[] = {
-        {"User", false, 0, "Dir \tpublic html "},  // a prefix test
-        {"USERDIR", false, 0, "public html "},
-        {"Alias", false, 0, "/icons/ \"/usr/share/icons\" \"more\""},
-        {"Alias", true, 0, "/usr/share/icons", "returning with quote\n"},
-        {"HalfQuoted", true, 3, ""},
-        {"UserDir", true, 3, ""},
-        {"InBlock", false, 6, ""},
-        {"Absent", false, 6, ""},
-        {"", false, 2, ""},
-        {"AfterBlocks", false, 0, "yes"},
-    };
-    const std::string file = written(Configuration);
-    for (const Query& query : queries) {
-        std::string value = "before";
-        const CapturedOutput output;
-        EXPECT_EQ(ApacheHelper().Apache_getDirectiveValue(file, query.directive, value, query.quoted),
-                  query.result);
-        EXPECT_EQ(value, query.value) << query.directive;
-        EXPECT_EQ(output.text(), query.printed) << query.directive;
+TEST_F(DirectiveQuery, ServerLevelDirectiveIsTheFirstThatBeginsWithTheName) {
+    const std::pair<const char*, bool> queries[] = {
+        {"User", false},   {"USERDIR", false}, {"Alias", false},  {"Alias", true}, {"HalfQuoted", true},
+        {"UserDir", true}, {"InBlock", false}, {"Absent", false}, {"", false},     {"AfterBlocks", false}};
+    for (const auto& [directive, quoted] : queries) {
+        ask(directive, [&](auto& value, bool&) {
+            return helper_.Apache_getDirectiveValue(file_, directive, value, quoted);
+        });
     }
 }
 
-TEST(DirectiveInDomain, IsTheFirstBehindTheServerNameOfAnyBlock) {
-    const Query queries[] = {
-        {"DocumentRoot", false, 0, "X first wins"},
-        {"documentroot ", false, 0, "second"},
-        {"Quoted", true, 0, "one"},
-        {"Alias", true, 3, ""},  // the value must begin with the quote
-        {"Half", true, 3, ""},
-        {"DocumentRoot", true, 3, ""},
-        {"BehindAnotherName", false, 0, "here"},
-        {"Between", false, 0, "blocks"},  // "</virtualhost >" is no end
-        {"InBlock", false, 4, ""},
-        {"ServerName", false, 4, ""},
-        {"Absent", false, 4, ""},
-        {"DocumentRoot", true, 0, "/var/www/other", "", "other.example"},
-        {"AfterBlocks", false, 4, "", "", "other.example"},
-        {"DocumentRoot", false, 4, "", "", "www.example.com"},
-        {"DocumentRoot", false, 4, "", "", "example.co"},
+TEST_F(DirectiveQuery, DirectiveInDomainIsTheFirstBehindTheServerNameOfAnyBlock) {
+    const std::tuple<const char*, bool, const char*> queries[] = {
+        {"DocumentRoot", false, "example.com"},
+        {"documentroot ", false, "example.com"},
+        {"Quoted", true, "example.com"},
+        {"Alias", true, "example.com"},
+        {"Half", true, "example.com"},
+        {"DocumentRoot", true, "example.com"},
+        {"BehindAnotherName", false, "example.com"},
+        {"Between", false, "example.com"},
+        {"InBlock", false, "example.com"},
+        {"ServerName", false, "example.com"},
+        {"Absent", false, "example.com"},
+        {"DocumentRoot", true, "other.example"},
+        {"AfterBlocks", false, "other.example"},
+        {"DocumentRoot", false, "www.example.com"},
+        {"DocumentRoot", false, "example.co"},
     };
-    const std::string file = written(Configuration);
-    for (const Query& query : queries) {
-        std::string value = "before";
-        EXPECT_EQ(ApacheHelper().Apache_getDirectiveInVH(file, query.domain, query.directive, value,
-                                                         query.quoted),
-                  query.result)
-            << query.directive << " in " << query.domain;
-        EXPECT_EQ(value, query.value) << query.directive;
+    for (const auto& [directive, quoted, domain] : queries) {
+        ask(std::string(domain) + " " + directive, [&](auto& value, bool&) {
+            return helper_.Apache_getDirectiveInVH(file_, domain, directive, value, quoted);
+        });
     }
 }
 
@@ -100,76 +96,46 @@ TEST(DirectiveInDomain, NeedsTheServerNameToBeExactlyTheDomain) {
     }
 }
 
-TEST(DirectiveWithValue, IsFoundByItsWholeValue) {
-    const struct {
-        const char *directive, *value;
-        bool quoted, found;
-        const char* printed;
-    } cases[] = {
-        {"Option", "exact", false, true, "without quotes\nwithout quotes\nwithout quotes\nfound\n"},
-        {"Option", "Exact", false, false, "without quotes\nwithout quotes\nwithout quotes\n"},
-        {"Option", "a", false, false, "without quotes\nwithout quotes\nwithout quotes\n"},
-        {"option", "Exact Value", true, true, "returning with quote\n"},
-        {"Option", "exact value", true, false, "returning with quote\n"},
-        {"InBlock", "yes", false, false, ""},
-        {"User", "commented", false, false, "without quotes\n"},
-        {"#", "User commented", false, false, ""},
-        {"", "", false, false, ""},
+TEST_F(DirectiveQuery, DirectiveWithValueIsFoundByItsWholeValue) {
+    const std::tuple<const char*, const char*, bool> cases[] = {
+        {"Option", "exact", false},      {"Option", "Exact", false},      {"Option", "a", false},
+        {"option", "Exact Value", true}, {"option", "exact value", true}, {"InBlock", "yes", false},
+        {"User", "commented", false},    {"#", "User commented", false},  {"", "", false},
     };
-    const std::string file = written(Configuration);
-    for (const auto& c : cases) {
-        const CapturedOutput output;
-        EXPECT_EQ(ApacheHelper().Apache_isDirectiveWithValueExists(file, c.directive, c.value, c.quoted),
-                  c.found);
-        EXPECT_EQ(output.text(), c.printed) << c.directive << " " << c.value;
+    const auto isThere = [&](const std::string& file, auto directive, auto value, bool quoted) {
+        ask(std::string(directive) + " " + value, [&](auto&, bool& found) {
+            return found = helper_.Apache_isDirectiveWithValueExists(file, directive, value, quoted);
+        });
+    };
+    for (const auto& [directive, value, quoted] : cases) {
+        isThere(file_, directive, value, quoted);
     }
     // A block without an address is not passed over.
-    const std::string bare = written("<VirtualHost>\nInside yes\n</VirtualHost>\n");
-    const CapturedOutput output;
-    EXPECT_TRUE(ApacheHelper().Apache_isDirectiveWithValueExists(bare, "Inside", "yes", false));
+    isThere(written("<VirtualHost>\nInside yes\n</VirtualHost>\n"), "Inside", "yes", false);
 }
 
-TEST(LoadedModule, IsFoundAtServerLevelByThePrefixOfItsName) {
-    const std::pair<const char*, bool> modules[] = {{"php5_module", true},
-                                                    {"PHP", true},
-                                                    {"rewrite_module", true},
-                                                    {"ssl_module", false},
-                                                    {"inner_module", false}};
-    const std::string file = written(Configuration);
-    for (const auto& [module, loaded] : modules) {
-        bool isExist = !loaded;
-        EXPECT_EQ(ApacheHelper().Apache_checkModule(file, module, isExist), loaded ? 0 : 2) << module;
-        EXPECT_EQ(isExist, loaded) << module;
+TEST_F(DirectiveQuery, LoadedModuleIsFoundAtServerLevelByThePrefixOfItsName) {
+    for (const char* module : {"php5_module", "PHP", "rewrite_module", "ssl_module", "inner_module"}) {
+        ask(module, [&](auto&, bool& found) { return helper_.Apache_checkModule(file_, module, found); });
     }
 }
 
-TEST(ModuleInDomain, IsFoundByItsNameUpToTheFirstPoint) {
-    const struct {
-        const char *domain, *module;
-        bool found;
-        const char* printed;
-    } cases[] = {
-        {"Example.com", "MOD_SSL", true, "modname=mod_ssl\n"},
-        {"example.com", "mod_ss", false, "modname=mod_ssl\nmodname=mod_behind\n"},
-        {"example.com", "mod_rewrite", false, "modname=mod_ssl\nmodname=mod_behind\n"},  // no point
-        {"example.com", "mod_behind", true,
-         "modname=mod_ssl\nmodname=mod_behind\n"},  // until the next block
-        {"other.example", "mod_other", true, "modname=mod_other\n"},
-        {"other.example", "mod_ssl", false, "modname=mod_other\n"},
-        {"unknown.example", "mod_ssl", false, ""},
+TEST_F(DirectiveQuery, ModuleInDomainIsFoundByItsNameUpToTheFirstPoint) {
+    const auto isThere = [&](const std::string& file, const char* domain, const char* module) {
+        ask(std::string(domain) + " " + module, [&](auto&, bool& found) {
+            return found = helper_.Apache_isModuleExistsInVH(file, domain, module);
+        });
     };
-    const std::string file = written(Configuration);
-    for (const auto& c : cases) {
-        const CapturedOutput output;
-        EXPECT_EQ(ApacheHelper().Apache_isModuleExistsInVH(file, c.domain, c.module), c.found) << c.module;
-        EXPECT_EQ(output.text(), c.printed) << c.domain << " " << c.module;
+    for (const char* module : {"MOD_SSL", "mod_ss", "mod_rewrite", "mod_behind"}) {
+        isThere(file_, "Example.com", module);
     }
+    isThere(file_, "other.example", "mod_other");
+    isThere(file_, "other.example", "mod_ssl");
+    isThere(file_, "unknown.example", "mod_ssl");
     // In a block inside a block that is still open, no name counts.
-    const std::string nested = written("<VirtualHost a>\n<VirtualHost b>\nServerName d\n<IfModule m.c>\n");
-    EXPECT_FALSE(ApacheHelper().Apache_isModuleExistsInVH(nested, "d", "m"));
+    isThere(written("<VirtualHost a>\n<VirtualHost b>\nServerName d\n<IfModule m.c>\n"), "d", "m");
     // A tab does not end the keyword, so neither of these lines opens anything.
-    const std::string tabbed = written("<VirtualHost\t*>\nServerName example.com\n<IfModule mod_ssl.c>\n");
-    EXPECT_FALSE(ApacheHelper().Apache_isModuleExistsInVH(tabbed, "example.com", "mod_ssl"));
+    isThere(written("<VirtualHost\t*>\nServerName d\n<IfModule m.c>\n"), "d", "m");
 }
 
 TEST(Queries, EndAtALineBeyondTheirBound) {

@@ -1,12 +1,10 @@
 // Files that are read and written in many pieces.
-#include <ApacheHelper.h>
 #include <CZPVirtualDirectory.h>
 #include <gtest/gtest.h>
 
-#include "support/FileCase.h"
 #include "support/Files.h"
+#include "support/Operations.h"
 #include "support/Sites.h"
-#include "support/Text.h"
 
 using namespace zp::test;
 
@@ -27,30 +25,22 @@ std::string manyLines(size_t longest) {
     return text;
 }
 
-int addDirective(const std::string& file) {
-    return ApacheHelper().Apache_AddDirectiveInVH(file, "last.example", "A", "b", false);
-}
+const FileOperation addDirective =
+    primitive(&ApacheHelper::Apache_AddDirectiveInVH, "last.example", "A", "b", false);
 
 }  // namespace
 
 TEST(LargeFile, is_copied_byte_for_byte_around_a_change) {
-    const std::string before = manyLines(1023) + blockOf({.domain = "last.example"}) + manyLines(70);
-    check({.name = "large",
-           .before = before,
-           .operation = addDirective,
-           .after = with(before, "</VirtualHost>\n", "\tA b\n</VirtualHost>\n"),
-           .beside = {".zpbackup.ACEP"}});
+    check({"changed", manyLines(1023) + blockOf({.domain = "last.example"}) + manyLines(70), addDirective});
 }
 
 TEST(LargeFile, ends_at_a_line_over_the_bound_wherever_it_stands) {
     for (const size_t offset : {size_t{0}, size_t{262'000}, Enough}) {
-        const std::string before = manyLines(1023).substr(0, offset) + "\n" + std::string(1024, 'x') +
-                                   "\n" + blockOf({.domain = "last.example"});
-        check({.name = "over",
-               .before = before,
-               .operation = addDirective,
-               .result = 1,
-               .beside = {".zpbackup.ACEP"}});
+        const std::string name = "cut_behind_" + std::to_string(offset);
+        check({name.c_str(),
+               manyLines(1023).substr(0, offset) + "\n" + std::string(1024, 'x') + "\n" +
+                   blockOf({.domain = "last.example"}),
+               addDirective});
     }
 }
 

@@ -4,7 +4,6 @@
 #include <sys/stat.h>
 
 #include <cstdlib>
-#include <ctime>
 #include <filesystem>
 
 #include "support/FakeTools.h"

@@ -16,6 +16,7 @@
 #include "support/FakeTools.h"
 #include "support/Files.h"
 #include "support/Sites.h"
+#include "support/Transcript.h"
 #include "support/Watching.h"
 
 using namespace zp::test;
@@ -34,31 +35,32 @@ StringVector scratchNamesOf(const FakeTools& tools) {
 
 TEST(ManagerConstruction, ReportsTheModuleAndNothingElse) {
     const char* conf = "/etc/httpd/conf/httpd.conf";
-    const StringVector webServer{"module WebServerManager"};
-    const struct {
-        std::function<void(CZPTrackManager*)> build;
-        StringVector reported;
-    } managers[] = {
-        {[](auto* t) { CZPWebsite{t}; }, {"module Apache"}},
-        {[&](auto* t) { CZPWebsite(t, conf); },
-         {"module Apache", "properties HDCFFile=/etc/httpd/conf/httpd.conf"}},
-        {[](auto* t) { CZPVirtualDirectory{t}; }, webServer},
-        {[&](auto* t) { CZPVirtualDirectory(t, conf); }, webServer},
-        {[&](auto* t) { CZPVirtualDirectory(t, conf, "/usr/local/panel"); }, webServer},
-        {[](auto* t) { CZPUsers{t}; }, webServer},
-        {[](auto* t) { CZPUsers(t, "/etc", "example.com", "/secure/area"); }, webServer},
-        {[](auto* t) { CZPUsers(t, nullptr, nullptr, nullptr); }, webServer},
-        {[](auto* t) { WebmailManager{t}; }, {"module WebmailManager"}},
-        {[&](auto* t) { RubyOnRails(t, conf); }, {}},
-        {[](auto* t) { PrivateFolder{t}; }, webServer},
-        {[&](auto* t) { CustomErrorPages(t, conf); }, webServer},
+    const std::pair<const char*, std::function<void(CZPTrackManager*)>> managers[] = {
+        {"CZPWebsite", [](auto* t) { CZPWebsite{t}; }},
+        {"CZPWebsite with a configuration", [&](auto* t) { CZPWebsite(t, conf); }},
+        {"CZPVirtualDirectory", [](auto* t) { CZPVirtualDirectory{t}; }},
+        {"CZPVirtualDirectory with a configuration", [&](auto* t) { CZPVirtualDirectory(t, conf); }},
+        {"CZPVirtualDirectory of an installation",
+         [&](auto* t) { CZPVirtualDirectory(t, conf, "/usr/panel"); }},
+        {"CZPUsers", [](auto* t) { CZPUsers{t}; }},
+        {"CZPUsers of a folder", [](auto* t) { CZPUsers(t, "/etc", "example.com", "/secure/area"); }},
+        {"CZPUsers of nothing", [](auto* t) { CZPUsers(t, nullptr, nullptr, nullptr); }},
+        {"WebmailManager", [](auto* t) { WebmailManager{t}; }},
+        {"RubyOnRails", [&](auto* t) { RubyOnRails(t, conf); }},
+        {"PrivateFolder", [](auto* t) { PrivateFolder{t}; }},
+        {"CustomErrorPages", [&](auto* t) { CustomErrorPages(t, conf); }},
     };
-    for (const auto& manager : managers) {
+    std::string told;
+    for (const auto& [name, build] : managers) {
         CZPTrackManager tracking;
-        manager.build(&tracking);
-        EXPECT_EQ(callsOf(tracking), manager.reported);
-        manager.build(nullptr);
+        build(&tracking);
+        build(nullptr);
+        told += std::string("\n") + name + ":";
+        for (const std::string& call : callsOf(tracking)) {
+            told += " " + call;
+        }
     }
+    expectTold("managers", told + "\n");
     const RubyOnRails rails;
     const CustomErrorPages pages;
 }

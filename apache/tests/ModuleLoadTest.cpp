@@ -4,7 +4,6 @@
 
 #include "support/FileCase.h"
 #include "support/Files.h"
-#include "support/Text.h"
 
 using namespace zp::test;
 
@@ -26,8 +25,6 @@ const FileCase cases[] = {
     {"AtTheEndOnALineOfItsOwn", "Listen 80", addPhp},
     {"RefusesANameOfTwoLines", "Listen 80\n",
      [](auto& file) { return ApacheHelper().Apache_addModule(file, "a\nUser root #"); }},
-    {"SeesLinesOf1023Characters", std::string(1023, 'x') + "\n" + std::string(1024, 'y') + "\n" + UsrLib,
-     addPhp},
 };
 
 }  // namespace

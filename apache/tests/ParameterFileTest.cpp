@@ -7,7 +7,6 @@
 #include "support/FileCase.h"
 #include "support/Files.h"
 #include "support/Sandbox.h"
-#include "support/Text.h"
 #include "support/Watching.h"
 
 using namespace zp::test;

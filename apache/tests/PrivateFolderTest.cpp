@@ -7,11 +7,11 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <functional>
 
 #include "support/FakeTools.h"
 #include "support/Files.h"
-#include "support/Sandbox.h"
-#include "support/Text.h"
+#include "support/Transcript.h"
 #include "support/Watching.h"
 
 using namespace zp::test;
@@ -47,72 +47,61 @@ std::string folder(const std::string& name = "site/private") {
 
 bool knows(const std::string& folder, const std::string& user, const std::string& password) {
     const std::string command =
-        "htpasswd -vb " + folder + "/.htpasswd " + user + " '" + password + "' 2>/dev/null";
+        "htpasswd -vb '" + folder + "/.htpasswd' " + user + " '" + password + "' 2>/dev/null";
     return std::system(command.c_str()) == 0;
 }
+
+// A folder's story, step by step: what each answered, ran and printed, and what became of the two files.
+class Story {
+public:
+    Story() { tools_.watch("htpasswd"); }
+    void step(const char* name, const std::function<int()>& operation) {
+        const StringVector before = tools_.calls();
+        const CapturedOutput output;
+        told_ +=
+            std::string(name) + ": " + std::to_string(operation()) + "\n" + printedLines(output.text());
+        const StringVector calls = tools_.calls();
+        for (size_t i = before.size(); i < calls.size(); ++i) {
+            told_ += "$ " + calls[i] + "\n";
+        }
+        const std::string access = readFile(place + "/.htaccess");
+        told_ += difference(access_, access, "-U1") + mode(place + "/.htaccess") + " " +
+                 mode(place + "/.htpasswd") + "\n";
+        access_ = access;
+    }
+    void check(const char* name) const { expectTold(name, "\n" + told_); }
+
+    const std::string place = folder();
+
+private:
+    const FakeTools tools_;
+    std::string told_, access_;
+};
 
 }  // namespace
 
 TEST(PrivateFolder, TakesUsersInAndLetsThemGo) {
-    const std::string place = folder();
-    const std::string access = place + "/.htaccess";
-    const std::string passwords = place + "/.htpasswd";
-    EXPECT_EQ(add(place), 1602);
-    EXPECT_EQ(readFile(access), protectionOf(place));
-    EXPECT_EQ(mode(access) + mode(passwords), "04440444");
-    EXPECT_EQ(add(place, "bob", "p;w $(reboot) 'q'"), 1602);
-    EXPECT_EQ(readFile(access), protectionOf(place));
-    EXPECT_TRUE(knows(place, "ann", "secret"));
-    EXPECT_TRUE(knows(place, "bob", "p;w $(reboot) '\\''q'\\''"));
-
-    const CapturedOutput output;
-    EXPECT_EQ(edit(place, place), 1605);
-    EXPECT_TRUE(knows(place, "ann", "new"));
-    EXPECT_EQ(erase(place), 1603);
-    EXPECT_FALSE(knows(place, "ann", "new"));
-    EXPECT_TRUE(knows(place, "bob", "p;w $(reboot) '\\''q'\\''"));
-    EXPECT_EQ(readFile(access), protectionOf(place));
-    EXPECT_EQ(mode(access) + mode(passwords), "04440444");
-    EXPECT_EQ(erase(place, "bob"), 1603);
-    EXPECT_EQ(readFile(access), "");
-    EXPECT_EQ(readFile(passwords), NoFile);
+    Story story;
+    const std::string &place = story.place, other = folder("site/other place");
+    const std::string odd = "p;w $(reboot) 'q'", storedOdd = "p;w $(reboot) '\\''q'\\''";
+    story.step("first user", [&] { return add(place); });
+    story.step("second user", [&] { return add(place, "b;ob", odd); });
+    EXPECT_TRUE(knows(place, "ann", "secret") && knows(place, "'b;ob'", storedOdd));
+    story.step("new password", [&] { return edit(place, place, "ann", "it's"); });
+    EXPECT_TRUE(knows(place, "ann", "it'\\''s"));
+    story.step("moved to another folder", [&] { return edit(other, place); });
+    EXPECT_TRUE(!knows(place, "ann", "new") && knows(other, "ann", "new"));
+    EXPECT_TRUE(knows(place, "'b;ob'", storedOdd));
+    story.step("last user gone", [&] { return erase(place, "b;ob"); });
     EXPECT_EQ(namesIn(place), Calls{".htaccess"});
-}
-
-TEST(PrivateFolder, CallsTheToolInTheseWords) {
-    const std::string place = folder();
-    const std::string other = folder("site/other place");
-    const std::string passwords = place + "/.htpasswd";
-    const FakeTools tools;
-    tools.watch("htpasswd");
-    const CapturedOutput output;
-    EXPECT_EQ(add(place), 1602);
-    EXPECT_EQ(add(place, "b;ob", "p w"), 1602);
-    EXPECT_EQ(output.text(),
-              "delimeter contain spaces\ndelimeter contain spaces\ndelimeter contain spaces\n"
-              "delimeter contain spaces\n");
-    EXPECT_EQ(edit(place, place, "ann", "it's"), 1605);
-    EXPECT_EQ(edit(other, place), 1605);
-    EXPECT_EQ(erase(place, "b;ob"), 1603);
-    EXPECT_EQ(tools.calls(), (Calls{
-                                 "htpasswd -cb " + passwords + " ann secret",
-                                 "htpasswd -b " + passwords + " [b;ob] [p w]",
-                                 "htpasswd -D " + passwords + " ann",
-                                 "htpasswd -b " + passwords + " ann [it's]",
-                                 "htpasswd -D " + passwords + " ann",
-                                 "htpasswd -cb [" + other + "/.htpasswd] ann new",
-                                 "htpasswd -D " + passwords + " [b;ob]",
-                             }));
-    std::string said = output.text();
-    for (const char* noise : {"delimeter contain spaces\n"}) {
-        for (size_t at = said.find(noise); at != std::string::npos; at = said.find(noise)) {
-            said.erase(at, std::string(noise).size());
-        }
-    }
-    EXPECT_EQ(said, lines({"command=htpasswd -D " + passwords + " ann",
-                           "command=htpasswd -b " + passwords + " ann 'it'\\''s'",
-                           "command=htpasswd -D " + passwords + " ann",
-                           "command=htpasswd -D " + passwords + " 'b;ob'", "cp_FF"}));
+    writeFile(place + "/.htaccess", "# of the owner\n\nOptions -Indexes\nauthtype Basic");
+    story.step("among other directives", [&] { return add(place); });
+    story.step("and gone again", [&] { return erase(place); });
+    writeFile(place + "/.htaccess", protectionOf(place));
+    story.step("freed without a password file", [&] { return erase(place); });
+    story.step("untouched", [&] { return erase(folder("site/untouched")); });
+    story.step("missing", [&] { return erase(scratch("missing")); });
+    story.check("life of a folder");
 }
 
 // The tool never meets a file that more accounts can read than in the end.
@@ -127,33 +116,6 @@ TEST(PrivateFolder, OpensPasswordsToNobodyOnTheWay) {
     ::umask(022);
     EXPECT_EQ(readFile(scratch("modes")), "600\n444\n444\n");
     EXPECT_EQ(mode(place + "/.htpasswd") + mode(place + "/.htaccess"), "04440444");
-}
-
-TEST(PrivateFolder, KeepsOtherDirectives) {
-    const std::string place = folder();
-    const std::string access = place + "/.htaccess";
-    writeFile(access, "# of the owner\n\nOptions -Indexes\nauthtype Basic");
-    const CapturedOutput output;
-    EXPECT_EQ(add(place), 1602);
-    EXPECT_EQ(readFile(access), "# of the owner\n\nOptions -Indexes\nauthtype Basic\n" +
-                                    without(protectionOf(place), "AuthType Basic\n"));
-    EXPECT_EQ(mode(access), "0644");
-    EXPECT_EQ(erase(place), 1603);
-    EXPECT_EQ(readFile(access), "# of the owner\nOptions -Indexes\n");
-    EXPECT_EQ(mode(access), "0644");
-}
-
-TEST(PrivateFolder, IsFreedEvenWithoutAPasswordFile) {
-    const std::string place = folder();
-    writeFile(place + "/.htaccess", protectionOf(place));
-    const FakeTools tools;
-    tools.watch("htpasswd");
-    const CapturedOutput output;
-    EXPECT_EQ(erase(place), 1603);
-    EXPECT_EQ(readFile(place + "/.htaccess"), "");
-    EXPECT_EQ(erase(folder("site/untouched")), 1603);
-    EXPECT_EQ(erase(scratch("missing")), 1603);
-    EXPECT_EQ(tools.calls(), Calls{});
 }
 
 TEST(PrivateFolder, SaysWhatCouldNotBeDone) {

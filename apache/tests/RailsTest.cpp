@@ -5,49 +5,78 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <filesystem>
 
 #include "support/FakeTools.h"
+#include "support/FileCase.h"
 #include "support/Files.h"
-#include "support/Sandbox.h"
 #include "support/Sites.h"
 #include "support/Text.h"
 #include "support/Watching.h"
 
 using namespace zp::test;
+namespace fs = std::filesystem;
 
 namespace {
 
-int toRails(const std::string& file, const std::string& application = "app",
-            const std::string& user = "siteowner") {
-    return RubyOnRails(nullptr, file).defaultToROR("example.com", application, user);
-}
-int toDefault(const std::string& file, const std::string& application = "app") {
-    return RubyOnRails(nullptr, file).RORToDefault("example.com", application);
-}
-
 const std::string Content = "/var/www/example.com/www";
 const std::string Default = blockOf({});
+const std::string Root = "\tDocumentRoot \"" + Content + "/html\"\n";
 
-// The site's block, turned from the document root `from` to an application in `folder`.
-std::string turned(const std::string& block, const std::string& from, const std::string& folder) {
-    return with(
-        with(withoutEmptyLines(block), "DocumentRoot \"" + from, "DocumentRoot \"" + folder + "/public"),
-        "\t<Directory",
-        lines({"\t<Directory \"" + folder + "/public\">", "\t\tAllowOverride none",
-               "\t\tAllow from \"All\"", "\t\tOptions +FollowSymLinks +ExecCGI",
-               "\t\tAddHandler fastcgi-script .fcgi", "\t\tRewriteEngine On",
-               "\t\tRewriteRule ^$ index.html [QSA]", "\t\tRewriteRule ^([^.]+)$ $1.html [QSA]",
-               "\t\tRewriteCond %{REQUEST_FILENAME} !-f", "\t\tRewriteRule ^(.*)$ dispatch.fcgi [QSA,L]",
-               "\t</Directory>"}) +
-            "\t<Directory");
-}
-const std::string Turned = turned(Default, Content + "/html", Content + "/app");
-
-// A configuration with this text, and the site's content folder, which belongs to its owner.
-std::string siteWith(const std::string& text) {
+// The site's content folder, which belongs to its owner.
+void layOutSite() {
     addSiteAccounts();
     writeFile(Content + "/html/index.html", "");
     EXPECT_EQ(::chown(Content.c_str(), 2001, 2002), 0);
+}
+
+FileOperation toRails(const std::string& application = "app", const std::string& user = "siteowner") {
+    return [=](auto& file) {
+        layOutSite();
+        return RubyOnRails(nullptr, file).defaultToROR("example.com", application, user);
+    };
+}
+FileOperation toDefault(const std::string& application = "app") {
+    return [=](auto& file) { return RubyOnRails(nullptr, file).RORToDefault("example.com", application); };
+}
+// The document root is gone when it is to be updated, behind the backup.
+FileOperation robbed(const FileOperation& operation) {
+    return [=](auto& file) {
+        const FakeTools tools;
+        tools.replace("cp", ": >\"$1\"");
+        return operation(file);
+    };
+}
+FileOperation withoutScratchFile(const FileOperation& operation) {
+    return [=](auto& file) {
+        fs::create_directories(file + "_temp1");
+        return operation(file);
+    };
+}
+
+const std::string Bare = with(Default, Root, "\tDocumentRoot " + Content + "/html\n");
+const FileCase cases[] = {
+    {"ToTheApplication", Default, toRails()},
+    {"ToTheApplicationOneLevelDeeper", Default, twice(toRails())},
+    {"ToTheApplicationAndBack", Default, inTurn(toRails(), toDefault())},
+    {"ToTheApplicationWithoutQuotes", Bare, toRails()},
+    {"ToTheApplicationWithoutRoot", without(Default, Root), toRails()},
+    {"ToTheApplicationWithoutOwner", Default, toRails("fresh", "nobody-known")},
+    {"ToTheApplicationInAMissingFolder", Default, toRails("missing/app")},
+    {"ToTheApplicationWithoutABlockToStandBefore",
+     Default.substr(0, Default.find("\t<Directory")) + "</VirtualHost>\n", toRails()},
+    {"ToTheApplicationWithoutScratchFile", Default, withoutScratchFile(toRails())},
+    {"ToTheApplicationRobbed", Default, robbed(toRails())},
+    {"BackWithoutQuotes", Bare, toDefault()},
+    {"BackWithoutRoot", without(Default, Root), toDefault()},
+    {"BackFromNoApplication", Default, toDefault()},
+    {"BackFromAnotherApplication", Default, inTurn(toRails(), toDefault("pp"))},
+    {"BackWithoutScratchFile", Default, inTurn(toRails(), withoutScratchFile(toDefault()))},
+    {"BackRobbed", Default, inTurn(toRails(), robbed(toDefault()))},
+};
+
+std::string siteWith(const std::string& text) {
+    layOutSite();
     std::string file = scratch("httpd.conf");
     writeFile(file, text);
     return file;
@@ -55,98 +84,33 @@ std::string siteWith(const std::string& text) {
 
 }  // namespace
 
-TEST(Rails, TurnsTheSiteToItsApplicationAndBack) {
+class RailsSwitch : public ::testing::TestWithParam<FileCase> {};
+TEST_P(RailsSwitch, File) { check(GetParam()); }
+INSTANTIATE_TEST_SUITE_P(Every, RailsSwitch, ::testing::ValuesIn(cases), byName);
+
+TEST(Rails, MakesFoldersThatOutliveIt) {
     const std::string file = siteWith(Default);
-    EXPECT_EQ(toRails(file), 0);
-    EXPECT_EQ(readFile(file), Turned);
+    EXPECT_EQ(toRails()(file), 0);
     for (const char* folder : {"/app", "/app/public"}) {
         EXPECT_EQ(mode(Content + folder) + " " + owner(Content + folder), "4705 2001:2002") << folder;
     }
     writeFile(Content + "/app/public/index.html", "kept");
-    EXPECT_EQ(toDefault(file), 0);
-    EXPECT_EQ(readFile(file), withoutEmptyLines(Default));
-
-    // Once more: the folders are there. Then from there: one level deeper.
-    EXPECT_EQ(toRails(file), 0);
-    EXPECT_EQ(toRails(file), 0);
-    EXPECT_EQ(readFile(file), turned(Turned, Content + "/app/public", Content + "/app/app"));
+    EXPECT_EQ(toDefault()(file), 0);
+    EXPECT_EQ(twice(toRails())(file), 0);
     EXPECT_EQ(mode(Content + "/app/app/public"), "4705");
     EXPECT_EQ(readFile(Content + "/app/public/index.html"), "kept");
 }
 
 TEST(Rails, RunsACommandThatRemovesNothing) {
-    const std::string file = siteWith(turned(Default, Content + "/html", Content + "/my app"));
+    const std::string file = siteWith(Default);
     const std::string log = scratch("log");
+    EXPECT_EQ(toRails("my app")(file), 0);
     ASSERT_EQ(::rename("/bin/rm", "/bin/rm.real"), 0);
     writeFile("/bin/rm", "#!/bin/sh\nprintf '%s\\n' $# \"$@\" >" + log + "\n");
     ASSERT_EQ(::chmod("/bin/rm", 0755), 0);
-    EXPECT_EQ(toDefault(file, "my app"), 0);
+    EXPECT_EQ(toDefault("my app")(file), 0);
     ASSERT_EQ(::rename("/bin/rm.real", "/bin/rm"), 0);
     EXPECT_EQ(readFile(log), "1\n-rf" + Content + "/my app\n");
-}
-
-TEST(Rails, SaysWhyTheSiteIsNotTurned) {
-    const std::string bare = with(Default, "\"" + Content + "/html\"", Content + "/html");
-    const std::string none = without(Default, "\tDocumentRoot \"" + Content + "/html\"\n");
-    const std::string getting = "rror occured while getting DocumentRoot, ";
-    const std::tuple<std::string, int (*)(const std::string&), int, std::string> refusals[] = {
-        {NoFile, [](auto& file) { return toRails(file); }, 1,
-         "e" + getting + "cannot open apache configuration file\n"},
-        {bare, [](auto& file) { return toRails(file); }, 3,
-         "e" + getting + "error occured in apache configuration file\n"},
-        {none, [](auto& file) { return toRails(file); }, 5, "e" + getting + "DocumentRoot not found\n"},
-        {NoFile, [](auto& file) { return toDefault(file); }, 1,
-         "E" + getting + "Cannot open apache configuration file\n"},
-        {bare, [](auto& file) { return toDefault(file); }, 3,
-         "E" + getting + "error in  apache configuration file\n"},
-        {none, [](auto& file) { return toDefault(file); }, 5, "E" + getting + "DocumentRoot not found\n"},
-        // The document root is not the application's.
-        {Default, [](auto& file) { return toDefault(file); }, 5,
-         "E" + getting + "DocumentRoot not found\n"},
-        {Turned, [](auto& file) { return toDefault(file, "pp"); }, 5,
-         "E" + getting + "DocumentRoot not found\n"},
-    };
-    for (const auto& [text, operation, result, printed] : refusals) {
-        const std::string file = siteWith(text);
-        if (text == NoFile) {
-            ::unlink(file.c_str());
-        }
-        const CapturedOutput output;
-        EXPECT_EQ(operation(file), result) << printed;
-        EXPECT_EQ(output.text(), printed);
-        EXPECT_EQ(readFile(file), text);
-    }
-}
-
-TEST(Rails, SaysWhatCouldNotBeDone) {
-    const auto fails = [](const std::string& text, auto operation, int result, const std::string& printed) {
-        const std::string file = siteWith(text);
-        const CapturedOutput output;
-        EXPECT_EQ(operation(file), result) << printed;
-        EXPECT_EQ(output.text(), printed);
-    };
-    const auto rails = [](auto& file) { return toRails(file); };
-    fails(
-        Default, [](auto& file) { return toRails(file, "fresh", "nobody-known"); }, 7,
-        "Cannot make rails application folder\n");
-    EXPECT_EQ(mode(Content + "/fresh"), NoFile);
-    fails(
-        Default, [](auto& file) { return toRails(file, "missing/app"); }, 7,
-        "Cannot make rails application folder\n");
-    fails(Default.substr(0, Default.find("\t<Directory")) + "</VirtualHost>\n", rails, 8,
-          "cannot add directory tag\n");
-    FakeTools tools;
-    tools.replace("cp", ": >$1");  // the document root is gone when it is to be updated
-    fails(Default, rails, 6, "error occured while updating DocumentRoot, Cannot update DocumentRoot\n");
-    fails(
-        Turned, [](auto& file) { return toDefault(file); }, 6,
-        "Error occured while updating DocumentRoot, Cannot update\n");
-    tools.watch("cp");
-    writeFile(scratch("httpd.conf_temp1/in/the/way"), "");
-    fails(Default, rails, 2, "error occured while updating DocumentRoot, cannot open temp file\n");
-    fails(
-        Turned, [](auto& file) { return toDefault(file); }, 2,
-        "Error occured while Updating DocumentRoot, Cannot open Temp file\n");
 }
 
 // Nothing outside the site changes its mode or owner, whatever the site's owner puts in the way.
@@ -165,7 +129,7 @@ TEST(Rails, FollowsNoLinkOfTheOwner) {
     for (const char* application : {"linked", "dangling", "partly", "plain", "linked/app"}) {
         writeFile(file, Default);
         const CapturedOutput output;
-        EXPECT_EQ(toRails(file, application), 7) << application;
+        EXPECT_EQ(toRails(application)(file), 7) << application;
         EXPECT_EQ(output.text(), std::string(application) == "partly"
                                      ? "cannot make public folder\n"
                                      : "Cannot make rails application folder\n");

@@ -6,8 +6,6 @@
 
 #include "support/FileCase.h"
 #include "support/Files.h"
-#include "support/Text.h"
-#include "support/Watching.h"
 
 using namespace zp::test;
 namespace fs = std::filesystem;
@@ -63,7 +61,6 @@ std::string site(const std::string& inner) {
 }
 const Change OneAlias = [](UpdateVHost& record) { record.ServerAlias = {"a.example"}; };
 const Change OneIndex = [](UpdateVHost& record) { record.DirIndex = {"a.html"}; };
-const std::string Long(1023, 'x');
 
 const FileCase cases[] = {
     {"SuspendWithEmptyLists", Before, call(suspend)},
@@ -110,8 +107,6 @@ const FileCase cases[] = {
     {"SuspendTakesIndexesInASection", site("<Directory x>\nDirectoryIndex 1\n"), call(suspend, OneIndex)},
     {"AnOpenBlockOfTheSiteIsClosed", "<VirtualHost *>\nServerName example.com\n\nListen 1", call(update)},
     {"AnOpenBlockWithoutNameIsKept", "<VirtualHost *>\n\nListen 1", call(update)},
-    {"ALineOf1024CharactersEndsTheFile", Long + "\n" + site(Long + "\n" + Long + "x\n") + "Listen 80\n",
-     call(update)},
     {"ResumeWithoutPath", site("\tDocumentRoot message.htm\n"),
      [](const std::string& file) {
          UpdateVHost record = recordWith(EmptyLists);

@@ -4,6 +4,7 @@
 
 #include "support/FileCase.h"
 #include "support/Files.h"
+#include "support/Operations.h"
 #include "support/Sandbox.h"
 #include "support/Text.h"
 #include "support/Watching.h"
@@ -12,14 +13,12 @@ using namespace zp::test;
 
 namespace {
 
-FileOperation stop(const char* domain = "example.com") {
-    return [=](auto& file) { return CZPWebsite(nullptr, file.c_str()).StopWebsite(domain); };
-}
+FileOperation stop(const char* domain = "example.com") { return onFile(&CZPWebsite::StopWebsite, domain); }
 FileOperation start(const char* domain = "example.com") {
-    return [=](auto& file) { return CZPWebsite(nullptr, file.c_str()).StartWebsite(domain); };
+    return onFile(&CZPWebsite::StartWebsite, domain);
 }
 FileOperation erase(const char* domain = "example.com") {
-    return [=](auto& file) { return CZPWebsite(nullptr, file.c_str()).DeleteWebsite(domain, '0'); };
+    return onFile(&CZPWebsite::DeleteWebsite, domain, '0');
 }
 
 // Two blocks of the site; a comment, an empty line and marks of every kind.
@@ -42,8 +41,6 @@ const FileCase cases[] = {
      "<VirtualHost>\nServerName example.com\n</VirtualHost>\n<VirtualHost *> # <VirtualHost>\nServerName "
      "example.com\n",
      stop()},
-    {"StopSeesLinesOf29999Characters",
-     Site + std::string(29999, 'x') + "\nListen 80\n" + std::string(30000, 'y') + "\n" + Open, stop()},
     {"StartTakesTheMarksAway", Running, inTurn(stop(), start())},
     {"StartOfARunningSiteTakesEveryMarkInIt", Running, start()},
     {"StartOfAnUnknownSite", Running, inTurn(stop(), start("absent.example"))},
@@ -76,9 +73,6 @@ const FileCase cases[] = {
     {"DeleteKeepsAnOpenBlockUnlessItIsTheLast",
      with(Open, "open.example", "example.com") + block("other.example") + Open, erase()},
     {"DeleteAsksForTheWholeClosingTag", with(Site, "</", "</VirtualHost >\n</"), erase()},
-    {"DeleteSeesLinesOf1022Characters",
-     std::string(1022, 'x') + "\n" + Site + "Listen 80\n" + std::string(1023, 'y') + "\nListen 81\n",
-     erase()},
 };
 
 }  // namespace

@@ -20,5 +20,5 @@ for line in output("--gtest_list_tests").decode().splitlines():
     if not line.startswith(" "):
         group = name
     elif re.fullmatch(rf"(.*/)?{suite}\.", group):
-        told += b"".join(re.findall(rb"^(===.*?\n)\n\[  FAILED", output(f"--gtest_filter={group}{name}"), re.M | re.S))
+        told += b"".join(re.findall(rb"^(===.*?\n)\n(?:\S+: Failure|\[  FAILED)", output(f"--gtest_filter={group}{name}"), re.M | re.S))
 transcript.write_bytes(told)

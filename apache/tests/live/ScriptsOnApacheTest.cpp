@@ -2,47 +2,26 @@
 // suPHP, FastCGI and the hosting limits need modules that Debian does not ship; they are tested without a
 // server.
 #include <ApacheHelper.h>
-#include <CZPWebsite.h>
 #include <PrivateFolder.h>
 #include <RubyOnRails.h>
 #include <gtest/gtest.h>
 
 #include <filesystem>
 
-#include "support/Files.h"
-#include "support/LiveApache.h"
-#include "support/Sites.h"
+#include "live/TwoSitesOnApache.h"
 #include "support/Watching.h"
 
 using namespace zp::test;
 
 namespace {
 
-class ScriptsOnApache : public ::testing::Test {
+class ScriptsOnApache : public TwoSitesOnApache {
 protected:
-    ScriptsOnApache() {
-        addSiteAccounts();
-        for (const char* module : {"cgid.load", "cgid.conf", "rewrite.load"}) {
-            std::filesystem::create_symlink(std::string("../mods-available/") + module,
-                                            std::string("/etc/apache2/mods-enabled/") + module);
-        }
-        apache_.start();
-        writeFile("/var/www/one.example/home", "");
-        VHostEntry request = requestFor({.domain = "one.example", .address = "127.0.0.1"}, '1');
-        EXPECT_EQ(CZPWebsite(nullptr, Configuration).CreateWebsite(&request), 94);
-        settle();
-    }
-
-    void settle() {
-        const std::string verdict = LiveApache::syntaxCheck();
-        EXPECT_NE(verdict.find("Syntax OK"), std::string::npos) << verdict;
-        apache_.restartGracefully();
-    }
+    ScriptsOnApache() : TwoSitesOnApache({"cgid.load", "cgid.conf", "rewrite.load"}) {}
     static LiveApache::Answer get(const std::string& path) { return LiveApache::get("one.example", path); }
 
     static constexpr const char* Configuration = "/etc/apache2/apache2.conf";
     const std::string content_ = "/var/www/one.example/www/html";
-    LiveApache apache_;
 };
 
 }  // namespace

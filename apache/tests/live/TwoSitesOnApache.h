@@ -4,6 +4,8 @@
 #include <CZPWebsite.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <initializer_list>
 #include <string>
 
 #include "support/Files.h"
@@ -15,8 +17,14 @@ namespace zp::test {
 // one.example and two.example at 127.0.0.1. Apache answers with the first for a name that it does not know.
 class TwoSitesOnApache : public ::testing::Test {
 protected:
-    TwoSitesOnApache() : website_(nullptr, LiveApache::configuration()) {
+    // With the files of further modules.
+    explicit TwoSitesOnApache(std::initializer_list<const char*> modules = {})
+        : website_(nullptr, LiveApache::configuration()) {
         addSiteAccounts();
+        for (const std::string module : modules) {
+            std::filesystem::create_symlink("../mods-available/" + module,
+                                            "/etc/apache2/mods-enabled/" + module);
+        }
         apache_.start();
         for (const Site& site : {Site{.domain = "one.example", .address = "127.0.0.1"},
                                  Site{.domain = "two.example", .address = "127.0.0.1"}}) {

@@ -2,14 +2,10 @@
 
 #include <CZPWebsite.h>
 #include <gtest/gtest.h>
-#include <netdb.h>
 #include <signal.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
-#include <cstdio>
 #include <cstdlib>
 #include <functional>
 #include <sstream>
@@ -47,39 +43,6 @@ size_t generationsBegun() {
 
 bool runs(const std::string& command) {
     return std::system(command.c_str()) == 0;
-}
-
-int connectTo(const std::string& address, const std::string& port) {
-    addrinfo hints{};
-    hints.ai_flags = AI_NUMERICHOST | AI_NUMERICSERV;
-    hints.ai_socktype = SOCK_STREAM;
-    addrinfo* found = nullptr;
-    if (::getaddrinfo(address.c_str(), port.c_str(), &hints, &found) != 0) {
-        return -1;
-    }
-    const int descriptor = ::socket(found->ai_family, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    const bool connected = ::connect(descriptor, found->ai_addr, found->ai_addrlen) == 0;
-    ::freeaddrinfo(found);
-    if (!connected) {
-        ::close(descriptor);
-        return -1;
-    }
-    return descriptor;
-}
-
-std::string base64(const std::string& text) {
-    constexpr const char* digits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    std::string encoded;
-    for (size_t i = 0; i < text.size(); i += 3) {
-        unsigned bits = 0;
-        for (size_t j = i; j < i + 3; ++j) {
-            bits = bits << 8U | (j < text.size() ? static_cast<unsigned char>(text[j]) : 0U);
-        }
-        for (size_t j = 0; j < 4; ++j) {
-            encoded += i + j > text.size() ? '=' : digits[bits >> (18 - 6 * j) & 63U];
-        }
-    }
-    return encoded;
 }
 
 }  // namespace
@@ -128,28 +91,14 @@ void LiveApache::stop() {
 LiveApache::Answer LiveApache::get(const std::string& host, const std::string& path,
                                    const std::string& address, const std::string& port,
                                    const std::string& credentials) {
-    const int descriptor = connectTo(address, port);
-    if (descriptor < 0) {
-        return {};
-    }
-    const std::string identity =
-        credentials.empty() ? "" : "Authorization: Basic " + base64(credentials) + "\r\n";
-    const std::string request =
-        "GET " + path + " HTTP/1.1\r\nHost: " + host + "\r\n" + identity + "Connection: close\r\n\r\n";
-    std::string answer;
-    if (::send(descriptor, request.data(), request.size(), MSG_NOSIGNAL) >= 0) {
-        char buffer[4096];
-        for (ssize_t count = 0; (count = ::recv(descriptor, buffer, sizeof buffer, 0)) > 0;) {
-            answer.append(buffer, static_cast<size_t>(count));
-        }
-    }
-    ::close(descriptor);
-    const size_t blank = answer.find(' ');
-    const size_t headerEnd = answer.find("\r\n\r\n");
-    if (blank == std::string::npos || headerEnd == std::string::npos) {
-        return {};
-    }
-    return {std::atoi(answer.c_str() + blank), answer.substr(headerEnd + 4)};  // NOLINT(cert-err34-c)
+    const std::string place = address.find(':') == std::string::npos ? address : "[" + address + "]";
+    const std::string body = scratch("body"), status = scratch("status");
+    writeFile(body, "");
+    static_cast<void>(runs("curl --silent --globoff --header 'Host: " + host + "' --output " + body +
+                           (credentials.empty() ? "" : " --user \"" + credentials + "\"") +
+                           " --write-out '%{http_code}' http://" + place + ":" + port + path + " >" +
+                           status));
+    return {std::atoi(readFile(status).c_str()), readFile(body)};  // NOLINT(cert-err34-c)
 }
 
 pid_t LiveApache::server() {

@@ -34,7 +34,6 @@ std::string expectedOf(const std::string& name) {
 void expectTold(const std::string& name, const std::string& told) {
     const std::string whole = "=== " + name + ": " + withoutLongRows(told);
     EXPECT_EQ(whole, expectedOf(name)) << whole;
-        std::cerr << "@@@\n" << whole << "@@@\n";
 }
 
 std::string printedLines(const std::string& text) {
