@@ -144,37 +144,32 @@ TEST(Queries, EndAtALineBeyondTheirBound) {
     std::string value;
     bool isExist = false;
     const struct {
-        size_t bound;
+        size_t bound, inBlock;  // of a line before the block, and of one in it; 0: no other
         std::function<bool(const std::string&)> found;
-        bool inBlock = false;
     } queries[] = {
-        {1023,
+        {1023, 118,
          [&](auto& file) { return helper.Apache_getDirectiveValue(file, "Sought", value, false) == 0; }},
-        {1023, [&](auto& file) { return helper.Apache_checkModule(file, "sought", isExist) == 0; }},
-        {2024,
+        {1023, 118, [&](auto& file) { return helper.Apache_checkModule(file, "sought", isExist) == 0; }},
+        {2024, 0,
          [&](auto& file) {
              return helper.Apache_getDirectiveInVH(file, "d.example", "Sought", value, false) == 0;
          }},
-        {2999,
+        {2999, 2999,
          [&](auto& file) { return helper.Apache_isDirectiveWithValueExists(file, "Sought", "it", false); }},
-        {4999, [&](auto& file) { return helper.Apache_isModuleExistsInVH(file, "d.example", "sought"); }},
-        {118,
-         [&](auto& file) { return helper.Apache_getDirectiveValue(file, "Sought", value, false) == 0; },
-         true},
-        {118, [&](auto& file) { return helper.Apache_checkModule(file, "sought", isExist) == 0; }, true},
-        {2999,
-         [&](auto& file) { return helper.Apache_isDirectiveWithValueExists(file, "Sought", "it", false); },
-         true},
+        {4999, 0,
+         [&](auto& file) { return helper.Apache_isModuleExistsInVH(file, "d.example", "sought"); }},
     };
     const std::string sought =
         lines({"Sought it", "LoadModule sought x.so", "<VirtualHost *>", "ServerName d.example",
                "Sought it", "<IfModule sought.c>", "</VirtualHost>"});
-    for (const auto& query : queries) {
-        for (const size_t length : {query.bound, query.bound + 1}) {
-            const std::string line(length, 'x');
-            const std::string before =
-                query.inBlock ? lines({"<VirtualHost *>", line, "</VirtualHost>"}) : line + "\n";
-            EXPECT_EQ(query.found(written(before + sought)), length == query.bound) << length;
+    const auto line = [](size_t length) { return std::string(length, 'x') + "\n"; };
+    for (const auto& [bound, inBlock, found] : queries) {
+        EXPECT_TRUE(found(written(line(bound) + sought))) << bound;
+        EXPECT_FALSE(found(written(line(bound + 1) + sought))) << bound;
+        if (inBlock != 0) {
+            EXPECT_TRUE(found(written("<VirtualHost *>\n" + line(inBlock) + "</VirtualHost>\n" + sought)));
+            EXPECT_FALSE(
+                found(written("<VirtualHost *>\n" + line(inBlock + 1) + "</VirtualHost>\n" + sought)));
         }
     }
 }

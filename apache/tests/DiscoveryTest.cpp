@@ -97,27 +97,26 @@ TEST(ApacheVersion, IsWhatTheFirstToolWithAnAnswerTells) {
 
 TEST(ApacheServerRoot, IsTheConfigurationsOrTheServersOwn) {
     const char* compiled = "Server's -D list\n -D HTTPD_ROOT=\"/opt/apache\"\n -D SUEXEC_BIN=\"/x\"\n";
-    const struct {
-        std::string configuration;
-        const char* server;
-        const char* root;
-    } cases[] = {
-        {"# ServerRoot \"/no\"\nListen 80\nSERVERROOT\t\"/etc/httpd\" \"/x\"\n", compiled, "/etc/httpd"},
-        {" ServerRoot \"/etc/httpd\"\n", compiled, "/opt/apache"},
-        {"ServerRoot /etc/httpd\nServerRoot \"/etc/two\"\n", compiled, "/opt/apache"},
-        {"", compiled, "/opt/apache"},
-        {"", "nothing\n", ""},
-        {"", " -D HTTPD_ROOT=/opt/bare\n", "/opt/bare"},
-        {"", " -D HTTPD_ROOT=\"/a/path/that/is/longer/than/the/49/characters/read\"\n",
-         "/a/path/that/is/longer/than/the"},
-        {std::string(2998, 'x') + "\nServerRoot \"/etc/httpd\"\n", compiled, "/etc/httpd"},
-        {std::string(2999, 'x') + "\nServerRoot \"/etc/httpd\"\n", compiled, "/opt/apache"},
+    const std::string named = "ServerRoot \"/etc/httpd\"\n";
+    const std::pair<std::string, const char*> cases[] = {
+        {"# ServerRoot \"/no\"\nListen 80\nSERVERROOT\t\"/etc/httpd\" \"/x\"\n", compiled},
+        {" " + named, compiled},
+        {"ServerRoot /etc/httpd\nServerRoot \"/etc/two\"\n", compiled},
+        {"", compiled},
+        {"", "nothing\n"},
+        {"", " -D HTTPD_ROOT=/opt/bare\n"},
+        {"", " -D HTTPD_ROOT=\"/a/path/that/is/longer/than/the/49/characters/read\"\n"},
+        {std::string(2998, 'x') + "\n" + named, compiled},
+        {std::string(2999, 'x') + "\n" + named, compiled},
     };
     const FakeTools tools;
-    for (const auto& c : cases) {
-        tools.answer("apachectl", c.server);
-        EXPECT_EQ(CZPWebsite().getApacheServerRoot(written(c.configuration)), c.root) << c.configuration;
+    std::string told;
+    for (const auto& [configuration, server] : cases) {
+        tools.answer("apachectl", server);
+        told +=
+            CZPWebsite().getApacheServerRoot(written(configuration)) + "\n" + printedLines(configuration);
     }
+    expectTold("roots and configurations", "\n" + told);
     EXPECT_EQ(tools.calls().back(), "apachectl -V");
     EXPECT_EQ(CZPWebsite().getApacheServerRoot(scratch("missing")), "/opt/apache");
 }
@@ -171,33 +170,23 @@ TEST(ApacheUserAndGroup, AreResolvedThroughTheEnvironmentFile) {
     writeFile("/etc/apache2/envvars",
               "unset HOME\n# export RUN_USER=wrong\nXRUN_USER=wrong\nexport RUN_USER=www-data\n "
               "RUN_GROUP=\"web group\"\n");
-    const char *reference = "User ${RUN_USER}\nGroup ${RUN_GROUP}\n",
-               *notOpened = "Error while opening file\n";
-    const struct {
-        const char* text;
-        int result;
-        const char *user, *group, *printed;
-    } cases[] = {
-        {"User apache\nGroup web\n", 0, "apache", "web", ""},
-        {reference, 0, "www-data", "web group", ""},
-        {"<VirtualHost *>\nUser no\n</VirtualHost>\nGroup web\n", 1, "", "", "Apache user not found\n"},
-        {"User ${RUN_USER}\n", 2, "${RUN_USER}", "", "Apache group not found\n"},
-        {"User $RUN_USER\nGroup ${UNKNOWN}\n", 0, "$RUN_USER", "${UNKNOWN}", ""},
-    };
-    for (const auto& c : cases) {
+    const std::string reference = "User ${RUN_USER}\nGroup ${RUN_GROUP}\n";
+    std::string told;
+    const auto ask = [&](const std::string& text) {
         std::string user;
         std::string group;
         const CapturedOutput output;
-        EXPECT_EQ(CZPWebsite().getApacheUserGroup(written(c.text), user, group), c.result) << c.text;
-        EXPECT_EQ(user + "|" + group, std::string(c.user) + "|" + c.group);
-        EXPECT_EQ(output.text(), c.printed);
-    }
+        const int result = CZPWebsite().getApacheUserGroup(written(text), user, group);
+        told += std::to_string(result) + " " + user + "|" + group + "\n" + printedLines(output.text());
+    };
+    ask("User apache\nGroup web\n");
+    ask(reference);
+    ask("<VirtualHost *>\nUser no\n</VirtualHost>\nGroup web\n");
+    ask("User ${RUN_USER}\n");
+    ask("User $RUN_USER\nGroup ${UNKNOWN}\n");
     fs::remove("/etc/apache2/envvars");
-    std::string user;
-    std::string group;
-    const CapturedOutput output;
-    EXPECT_EQ(CZPWebsite().getApacheUserGroup(written(reference), user, group), 0);
-    EXPECT_EQ(output.text(), std::string(notOpened) + notOpened);
+    ask(reference);
+    expectTold("results, users and groups", "\n" + told);
 }
 
 TEST(PathOwner, IsTheFirstAccountWithItsNumber) {

@@ -30,7 +30,6 @@ const FileCase cases[] = {
     {"AddedBehindThreeCharacters", named("abc"), add("c.example")},
     {"NotAddedTwice", named("a.example xb.example b.example"), add("b.example")},
     {"NotAddedWhereItBeginsAListedName", named("a.example b.example.org"), add("b.example")},
-    {"NotAddedWithoutAServerAliasLine", site(""), add("a.example")},
     {"NotAddedWithALineBreak", named("a.example"), add("b\nInclude /tmp/x")},
     {"DeletedFirstLeavesABlank", named("a.example b.example"), erase("a.example")},
     {"DeletedLast", named("a.example b.example"), erase("b.example")},

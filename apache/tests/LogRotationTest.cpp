@@ -8,6 +8,7 @@
 
 #include "support/FakeTools.h"
 #include "support/Files.h"
+#include "support/Transcript.h"
 #include "support/Watching.h"
 
 using namespace zp::test;
@@ -35,30 +36,25 @@ void writeLog(size_t size) {
 
 TEST(LogRotation, RemovesALogThatHasReachedTheThreshold) {
     constexpr size_t Megabyte = 1'048'576;
-    struct Expected {
-        size_t size;
-        const char *threshold, *option;
-        std::string printed;
-        int result;
-        bool removed;
-    };
-    const Expected table[] = {{Megabyte, "1", "DEL", "Remove the file\n", 1, true},
-                              {3 * Megabyte - 1, "2 megabytes", "del", "Remove the file\n", 1, true},
-                              {Megabyte - 1, "1", "DEL", "1048575\n", 1, false},
-                              {Megabyte - 1, "1", "unknown", "1048575\n", 1, false},
-                              {0, "0", "DEL", "Remove the file\n", 1, true},
-                              {7, "many", "Del", "Remove the file\n", 1, true},
-                              {7, "99999999999999999999", "DEL", "7\n", 1, false},
-                              {7, "", "DEL", "", 0, false},
-                              {7, "0", "unknown", "", 0, false},
-                              {7, "0", "", "", 0, false}};
-    for (const Expected& expected : table) {
-        writeLog(expected.size);
+    const std::tuple<size_t, const char*, const char*> table[] = {{Megabyte, "1", "DEL"},
+                                                                  {3 * Megabyte - 1, "2 megabytes", "del"},
+                                                                  {Megabyte - 1, "1", "DEL"},
+                                                                  {Megabyte - 1, "1", "unknown"},
+                                                                  {0, "0", "DEL"},
+                                                                  {7, "many", "Del"},
+                                                                  {7, "", "DEL"},
+                                                                  {7, "99999999999999999999", "DEL"},
+                                                                  {7, "0", "unknown"},
+                                                                  {7, "0", ""}};
+    std::string told;
+    for (const auto& [size, threshold, option] : table) {
+        writeLog(size);
         const CapturedOutput output;
-        EXPECT_EQ(rotate(log() + " combined", expected.threshold, expected.option), expected.result);
-        EXPECT_EQ(output.text(), expected.printed);
-        EXPECT_EQ(fs::exists(log()), !expected.removed) << expected.threshold << expected.option;
+        const int result = rotate(log() + " combined", threshold, option);
+        told += std::to_string(size) + " '" + threshold + "' '" + option + "': " + std::to_string(result) +
+                (fs::exists(log()) ? " kept\n" : " removed\n") + printedLines(output.text());
     }
+    expectTold("removal", "\n" + told);
     EXPECT_EQ(rotate(log(), "0", "DEL", "absent.example"), 0);
 }
 

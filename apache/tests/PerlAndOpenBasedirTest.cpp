@@ -71,7 +71,6 @@ const FileCase cases[] = {
     {"BasedirReplacesOneValue", site(Restriction + "\tphp_admin_value memory_limit 1M\n", Restriction),
      enableBasedir()},
     {"BasedirOfAnUnknownFolder", Empty + site(Options), enableBasedir("/srv/absent")},
-    {"BasedirOfAnUnknownSite", site(Options), enableBasedir("/srv/www", "absent.example")},
     {"BasedirEndsAtAnotherName", TwoNames, enableBasedir()},
     {"BasedirAsksForANameInABlock", "ServerName example.com\n" + Folder + "<VirtualHost *>\n" + Folder,
      enableBasedir()},

@@ -87,6 +87,10 @@ auto helper(int (ApacheHelper::*operation)(std::string, Parameters...), Argument
 }
 const StringVector Lines{"A%"};
 
+Directory denying(const std::string& value) {
+    return {.domain = Old, .folder = "/absent", .deny = "a" + value};
+}
+
 const Editing Operations[] = {
     {"CreateWebsite", "", 1022, 94, 94, 22, 22,
      [](auto& file, auto& value) { return create(file, {.administrator = "a" + value}); }},
@@ -118,15 +122,9 @@ const Editing Operations[] = {
     {"EnablePerl", "/etc/tempapa1", 2046, 0, 0, 21, 21,
      website([](auto& w, auto&) { return w.EnablePerl(Old); })},
     {"CreateVirtualDirectory", "/etc/apactemp1", 0, 83, 83, 22, 23,
-     [](auto& file, auto& value) {
-         SDDir record = recordOf({.domain = Old, .folder = "/absent", .deny = "a" + value});
-         return CZPVirtualDirectory(nullptr, file.c_str()).CreateVirtualDirectory(&record, 0);
-     }},
+     [](auto& file, auto& value) { return createDirectory(file, denying(value)); }},
     {"UpdateVirtualDirectory", "/etc/apactemp1", 0, 89, 89, 22, 23,
-     [](auto& file, auto& value) {
-         SDDir record = recordOf({.domain = Old, .folder = "/absent", .deny = "a" + value});
-         return CZPVirtualDirectory(nullptr, file.c_str()).UpdateVirtualDirectory(&record);
-     }},
+     [](auto& file, auto& value) { return updateDirectory(file, denying(value)); }},
     {"DeleteVirtualDirectory", "/etc/apactemp1", 0, 85, 85, 22, 23,
      [](auto& file, auto&) { return deleteDirectory(file, Home); }},
     {"DeleteVhIfmoduleBlock", ".dif", 2047, 0, 0, 22, 23,

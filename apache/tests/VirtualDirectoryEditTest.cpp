@@ -78,7 +78,6 @@ const Rules rules[] = {
 };
 
 const std::string Sundry = collected("samples/sundry-directory-lines.conf");
-const std::string Long = "# " + std::string(70'000, 'x') + "\n\tAlias /" + std::string(1'100, 'y') + "\n";
 const std::string OtherSite =
     "<VirtualHost *>\nServerName other.example\n\t<Directory x>\n</VirtualHost>\n";
 
@@ -95,10 +94,7 @@ const FileCase cases[] = {
      Bare + "#<VirtualHost *>\n#ServerName example.com\n#</VirtualHost>\n" + Bare, create()},
     {"CreateKeepsTheFolderForTheNextBlockOfTheSite", Bare + Open + End + OtherSite + Open + End,
      create({.folder = ""})},
-    {"CreateGoesByTheFirstNameOfABlock",
-     with(Bare, "\tServerName EXAMPLE.com", "\tServerName x\n\tServerName example.com"), create()},
     {"CreateForTheAdministratorAddsNothing", Bare + "\n", create({}, 1)},
-    {"CreateReadsLinesOfAnyLength", Long + Begin + Long + "</VirtualHost>", create()},
     {"CreateMeetsTheFolderInAnotherCase", Begin + block("", "/HOME/files") + End, create()},
     {"CreateMeetsOneQuote", Begin + "<Directory \"/home>\n" + End, create()},
     {"CreateMeetsTheFolderWithoutQuotes", Begin + "<Directory /home/files>\n" + End, create()},
@@ -122,13 +118,10 @@ const FileCase cases[] = {
     {"UpdateForgetsABlockThatNeverEndsWithTheNextSite", Open + OtherSite + Bare, update()},
     {"UpdateNamesTheFolderTwiceBehindABlockThatNeverEnds", Open + Open + End, update()},
     {"UpdateSaysOrderAndAllow", Bare, update({.allow = "10.0.0.2", .order = 1})},
-    {"UpdateOfAnUnknownSite", OtherSite, update()},
-    {"UpdateReadsLinesOfAnyLength", Long + Begin + Long + Old + Long + "</VirtualHost>", update()},
     {"UpdateMeetsOneQuote", Begin + "<Directory \"/home>\n" + Old + End, update()},
     {"UpdateWritesNoLineBreak", Begin + Old + End, update({.folder = "/home/files\nUser root"})},
     {"DeleteDropsEveryBlockOfTheFolder", Sundry, erase()},
     {"DeleteOfAnUnknownFolderNormalises", Sundry, erase("/absent")},
-    {"DeleteReadsLinesOfAnyLength", Long + block(Long) + Long + "Listen 80", erase()},
     {"DeleteMeetsOneQuote", Old + "<Directory \"/home>\n", erase()},
 };
 

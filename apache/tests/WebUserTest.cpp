@@ -10,7 +10,6 @@
 #include "support/FileCase.h"
 #include "support/Files.h"
 #include "support/Sandbox.h"
-#include "support/Transcript.h"
 #include "support/Watching.h"
 
 using namespace zp::test;
@@ -30,34 +29,43 @@ Operation erase(const char* name) {
     return [=](CZPUsers& users) { return users.UserDelete(name); };
 }
 
-struct UserCase {
-    const char* name;
-    std::string before;
-    Operation operation;
-};
-std::ostream& operator<<(std::ostream& out, const UserCase& userCase) { return out << userCase.name; }
+// The file of the case stands in for the domain's while the operation runs.
+FileOperation onUsers(const Operation& operation) {
+    return [=](const std::string& file) {
+        const std::string root = scratch("root"), users = root + "/etc/webusers/passwd.example.com";
+        fs::create_directories(root + "/etc/webusers");
+        fs::rename(file, users);
+        CZPUsers manager(nullptr, root.c_str(), "example.com", "");
+        const int result = operation(manager);
+        EXPECT_EQ(namesIn(root), StringVector{"etc"});
+        EXPECT_FALSE(fs::exists("pwned"));
+        fs::rename(users, file);
+        return result;
+    };
+}
 
 const std::string Two = "ann:secret\nbob:pass:word\n";
 const std::string Long = std::string(70'000, 'x');
-const UserCase cases[] = {
-    {"CreateAppends", Two, create("cid", "a:b $(touch pwned) 'x")},
-    {"CreateFillsAnEmptyFile", "", create("ann", "")},
-    {"CreateStartsALineOfItsOwn", "ann:secret", create("cid", "x")},
-    {"CreateLooksThroughTheWholeFile", "no colon\n\n" + Long + ":\n" + Two, create("bob", "x")},
-    {"CreateTellsNamesApart", Two, create("an", "x")},
-    {"CreateTellsLetterCaseApart", Two, create("Ann", "x")},
-    {"CreateTakesNoColon", Two, create("cid:x", "x")},
-    {"CreateTakesNoEmptyName", Two, create("", "x")},
-    {"CreateTakesNoNull", Two, create(nullptr, nullptr)},
-    {"CreateWritesNoLineBreak", "ann:secret", create("cid", "x\nroot:y")},
-    {"ChangeReplacesEveryLineOfTheUser", "ann:1\n\nanna:2\n ann:3\nann:4", change("ann", "a:b;c")},
-    {"ChangeOfAnUnknownUserDropsEmptyLines", "\n" + Two + "\nno colon\n" + Long, change("an", "x")},
-    {"ChangeWritesNoLineBreak", Two + "\n", change("ann", "x\nroot:y")},
-    {"DeleteDropsEveryLineOfTheUser", "ann:1\n\nanna:2\nANN:3\nann:4\n" + Long, erase("ann")},
-    {"DeleteOfAnUnknownUserDropsEmptyLines", Two + "\n\n", erase("an")},
+const FileCase cases[] = {
+    {"CreateAppends", Two, onUsers(create("cid", "a:b $(touch pwned) 'x"))},
+    {"CreateFillsAnEmptyFile", "", onUsers(create("ann", ""))},
+    {"CreateStartsALineOfItsOwn", "ann:secret", onUsers(create("cid", "x"))},
+    {"CreateLooksThroughTheWholeFile", "no colon\n\n" + Long + ":\n" + Two, onUsers(create("bob", "x"))},
+    {"CreateTellsNamesApart", Two, onUsers(create("an", "x"))},
+    {"CreateTellsLetterCaseApart", Two, onUsers(create("Ann", "x"))},
+    {"CreateTakesNoColon", Two, onUsers(create("cid:x", "x"))},
+    {"CreateTakesNoEmptyName", Two, onUsers(create("", "x"))},
+    {"CreateTakesNoNull", Two, onUsers(create(nullptr, nullptr))},
+    {"CreateWritesNoLineBreak", "ann:secret", onUsers(create("cid", "x\nroot:y"))},
+    {"ChangeReplacesEveryLineOfTheUser", "ann:1\n\nanna:2\n ann:3\nann:4", onUsers(change("ann", "a:b;c"))},
+    {"ChangeOfAnUnknownUserDropsEmptyLines", "\n" + Two + "\nno colon\n" + Long,
+     onUsers(change("an", "x"))},
+    {"ChangeWritesNoLineBreak", Two + "\n", onUsers(change("ann", "x\nroot:y"))},
+    {"DeleteDropsEveryLineOfTheUser", "ann:1\n\nanna:2\nANN:3\nann:4\n" + Long, onUsers(erase("ann"))},
+    {"DeleteOfAnUnknownUserDropsEmptyLines", Two + "\n\n", onUsers(erase("an"))},
 };
 
-class WebUserEdit : public ::testing::TestWithParam<UserCase> {};
+class WebUserEdit : public ::testing::TestWithParam<FileCase> {};
 
 // Users of a domain on an installation of its own.
 class WebUser : public ::testing::Test {
@@ -78,18 +86,7 @@ protected:
 
 }  // namespace
 
-TEST_P(WebUserEdit, File) {
-    const std::string file = scratch("etc/webusers/passwd.example.com");
-    writeFile(file, GetParam().before);
-    const std::string root = scratch();
-    const CapturedOutput output;
-    CZPUsers users(nullptr, root.c_str(), "example.com", "");
-    const int result = GetParam().operation(users);
-    EXPECT_EQ(namesIn(root), StringVector{"etc"});
-    EXPECT_FALSE(fs::exists("pwned"));
-    expectTold(GetParam().name, std::to_string(result) + "\n" + printedLines(output.text()) +
-                                    difference(GetParam().before, readFile(file), "-U1"));
-}
+TEST_P(WebUserEdit, File) { check(GetParam()); }
 INSTANTIATE_TEST_SUITE_P(Operation, WebUserEdit, ::testing::ValuesIn(cases), byName);
 
 TEST_F(WebUser, HaveAFileForEachDomainAndFolder) {

@@ -13,7 +13,6 @@
 #include "support/Sites.h"
 #include "support/Text.h"
 #include "support/Transcript.h"
-#include "support/Watching.h"
 
 using namespace zp::test;
 namespace fs = std::filesystem;
