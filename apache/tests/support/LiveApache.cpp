@@ -41,9 +41,7 @@ size_t generationsBegun() {
     return count;
 }
 
-bool runs(const std::string& command) {
-    return std::system(command.c_str()) == 0;
-}
+bool runs(const std::string& command) { return std::system(command.c_str()) == 0; }
 
 }  // namespace
 

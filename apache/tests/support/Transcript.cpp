@@ -51,7 +51,7 @@ std::string difference(const std::string& before, const std::string& after, cons
     writeFile(now, after);
     const std::string command = "diff --text --label - --label + " + options + " " + old + " " + now +
                                 " | sed '1{/^--- -$/d}; 2{/^+++ +$/d}' >" + change;
-    EXPECT_EQ(std::system(command.c_str()), 0);  // NOLINT(cert-env33-c)
+    EXPECT_EQ(std::system(command.c_str()), 0);
     return readFile(change);
 }
 
