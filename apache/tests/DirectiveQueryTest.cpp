@@ -46,8 +46,8 @@ TEST_F(DirectiveQuery, ServerLevelDirectiveIsTheFirstThatBeginsWithTheName) {
         {"User", false},   {"USERDIR", false}, {"Alias", false},  {"Alias", true}, {"HalfQuoted", true},
         {"UserDir", true}, {"InBlock", false}, {"Absent", false}, {"", false},     {"AfterBlocks", false}};
     for (const auto& [directive, quoted] : queries) {
-        ask(directive, [&](auto& value, bool&) {
-            return helper_.Apache_getDirectiveValue(file_, directive, value, quoted);
+        ask(directive, [&, name = directive, quotes = quoted](auto& value, bool&) {
+            return helper_.Apache_getDirectiveValue(file_, name, value, quotes);
         });
     }
 }
@@ -71,9 +71,10 @@ TEST_F(DirectiveQuery, DirectiveInDomainIsTheFirstBehindTheServerNameOfAnyBlock)
         {"DocumentRoot", false, "example.co"},
     };
     for (const auto& [directive, quoted, domain] : queries) {
-        ask(std::string(domain) + " " + directive, [&](auto& value, bool&) {
-            return helper_.Apache_getDirectiveInVH(file_, domain, directive, value, quoted);
-        });
+        ask(std::string(domain) + " " + directive,
+            [&, site = domain, name = directive, quotes = quoted](auto& value, bool&) {
+                return helper_.Apache_getDirectiveInVH(file_, site, name, value, quotes);
+            });
     }
 }
 

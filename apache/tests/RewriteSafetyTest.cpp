@@ -317,7 +317,7 @@ TEST_P(Rewriting, LeavesTheOldTextWhenTheDiskIsFull) {
     while (text.size() < 200'000) {
         text += "# " + std::string(77, 'x') + "\n";
     }
-    for (const size_t room : {0, 4096, 90'112}) {
+    for (const size_t room : {0U, 4096U, 90'112U}) {
         folder = scratch("disk" + std::to_string(room));
         file = folder + "/httpd.conf";
         mountSmallDisk(copyFolder(), "300k");

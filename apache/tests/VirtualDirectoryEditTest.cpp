@@ -94,6 +94,8 @@ const FileCase cases[] = {
      Bare + "#<VirtualHost *>\n#ServerName example.com\n#</VirtualHost>\n" + Bare, create()},
     {"CreateKeepsTheFolderForTheNextBlockOfTheSite", Bare + Open + End + OtherSite + Open + End,
      create({.folder = ""})},
+    {"CreateForgetsTheFolderAtAnotherName",
+     Bare + "<VirtualHost *>\nServerName other.example\n" + Open + End, create({.folder = ""})},
     {"CreateForTheAdministratorAddsNothing", Bare + "\n", create({}, 1)},
     {"CreateMeetsTheFolderInAnotherCase", Begin + block("", "/HOME/files") + End, create()},
     {"CreateMeetsOneQuote", Begin + "<Directory \"/home>\n" + End, create()},

@@ -160,5 +160,7 @@ TEST_F(WebUser, StayWhenTheirFileCannotBeWritten) {
     EXPECT_EQ(namesIn(root), (StringVector{"etc", "filler"}));
     makeReadOnly(root);
     EXPECT_EQ(run(create("cid", "x")), 78);
+    EXPECT_EQ(run(change("user0", "x")), 23);
+    EXPECT_EQ(run(erase("user0")), 23);
     EXPECT_EQ(output.text(), "Error opening file\nError opening file\n");
 }

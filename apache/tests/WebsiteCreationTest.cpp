@@ -231,7 +231,7 @@ TEST(WebsiteCreation, EndsAtTheFirstFolderThatCannotBeMade) {
     const std::string home = "/var/www/example.com/";
     for (const auto& [ipSwitch, after] :
          {std::pair('1', Own), std::pair('2', "\nNameVirtualHost10.0.0.5:80\n" + Four80 + "\n")}) {
-        for (size_t taken : {0, 3, 5, 6}) {  // something stands in the place of this one
+        for (const size_t taken : {0U, 3U, 5U, 6U}) {  // something stands in the place of this one
             fs::remove_all(home);
             writeFile(home + folders[taken], "");
             writeFile(file, Own);

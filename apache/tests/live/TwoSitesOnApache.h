@@ -18,7 +18,7 @@ namespace zp::test {
 class TwoSitesOnApache : public ::testing::Test {
 protected:
     // With the files of further modules.
-    explicit TwoSitesOnApache(std::initializer_list<const char*> modules = {})
+    TwoSitesOnApache(std::initializer_list<const char*> modules = {})
         : website_(nullptr, LiveApache::configuration()) {
         addSiteAccounts();
         for (const std::string module : modules) {
