@@ -25,6 +25,8 @@ const FileCase cases[] = {
     {"AtTheEndOnALineOfItsOwn", "Listen 80", addPhp},
     {"RefusesANameOfTwoLines", "Listen 80\n",
      [](auto& file) { return ApacheHelper().Apache_addModule(file, "a\nUser root #"); }},
+    {"SeesLinesOf1023Characters", std::string(1023, 'x') + "\n" + std::string(1024, 'y') + "\n" + UsrLib,
+     addPhp},
 };
 
 }  // namespace
