@@ -31,9 +31,9 @@ struct VirtualDirectoryBlock {
     bool runsRails = false;
 };
 
-// Does the installed web server (2.4 and later) know "Require" instead of "Order", "Allow" and "Deny"? Asked
-// on the side, since the server's program takes as long to answer as some ten thousand sites to copy. Prints
-// the version, so whoever asks waits for the answer, needed or not.
+// Does the installed web server (2.4 and later) know "Require" instead of "Order", "Allow" and "Deny"?
+// Asked on the side, since the server's program takes as long to answer as some ten thousand sites to copy.
+// Prints the version, so whoever asks waits for the answer, needed or not.
 std::shared_future<bool> serverKnowsRequire();
 
 // Writes the block; host rules and options are the record's.
