@@ -130,7 +130,7 @@ bool ApacheHelper::Apache_isModuleExistsInVH(std::string httpdConfFile, std::str
     int openBlocks = 0;
     bool inDomain = false;
     for (Line line; reader.read(line);) {
-        if (line.isComment()) {
+        if (!line.begins("<") && !line.begins(keyword::ServerName)) {
             continue;
         }
         const auto [word, rest] = conf::splitAtBlank(line.text());
