@@ -199,6 +199,16 @@ def test_undo_of_a_creation_removes_the_folders_that_are_empty(machine):
     assert {path for path in after if ".zpweb" not in path} == set(before)
 
 
+def test_undo_shows_nothing_of_a_password_file(site):
+    users = Path("/etc/webusers/passwd.shop.example")
+    site.do("user", "add", "shop.example", "joe", input="sesame\n")
+    users.write_text("joe:sesame\nann:hunter2\n")
+    for options in ([], ["--json"]):
+        answer = site.run("undo", *options)
+        assert answer.status == 1 and "not shown" in answer.out
+        assert "sesame" not in answer.out and "hunter2" not in answer.out
+
+
 def test_the_log_tells_who_did_what(machine):
     with_site(machine)
     machine.do("site", "stop", "kept.example")

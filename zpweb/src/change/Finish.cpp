@@ -67,17 +67,10 @@ void Transaction::pruneCheckpoints() const {
     }
 }
 
-// What stands in a password file is nobody's to see.
 void Transaction::showDiff() {
     for (const auto& [path, file] : files_) {
-        if (!settings_.diff || !file.changed()) {
-            continue;
-        }
-        if (nameOf(path).find("passwd") != std::string::npos) {
-            output_.addDiff("--- " + path + "\n+++ " + path +
-                            "\n(a password file: its lines are not shown)\n");
-        } else {
-            output_.addDiff(unifiedDiff(path, file.before.text(), file.after.text()));
+        if (settings_.diff && file.changed()) {
+            output_.addDiff(shownDiff(path, file.before.text(), file.after.text()));
         }
     }
 }

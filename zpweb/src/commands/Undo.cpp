@@ -32,9 +32,9 @@ Outcome editedSince(Output& output, const std::string& kept, const ChangedFile& 
     const auto now = readFile(file.path);
     const std::string current = now.ok() ? *now : "";
     if (left && contentHash(*left) == file.after) {
-        output.addDiff(unifiedDiff(file.path, *left, current));
+        output.addDiff(shownDiff(file.path, *left, current));
     } else {
-        output.addDiff(unifiedDiff(file.path, current, old.ok() ? *old : ""));
+        output.addDiff(shownDiff(file.path, current, old.ok() ? *old : ""));
     }
     return failure(file.path + ": edited since this change; undo it by hand (the diff shows the edits)");
 }

@@ -97,4 +97,12 @@ std::string unifiedDiff(const std::string& name, std::string_view before, std::s
     return diff;
 }
 
+std::string shownDiff(const std::string& path, std::string_view before, std::string_view after) {
+    const bool secret = path.find("passwd", path.rfind('/') + 1) != std::string::npos;
+    if (!secret || before == after) {
+        return unifiedDiff(path, before, after);
+    }
+    return "--- " + path + "\n+++ " + path + "\n(a password file: its lines are not shown)\n";
+}
+
 }  // namespace zpweb
