@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "sys/Outcome.h"
+
 namespace zpweb {
 
 // While it lives, "chown" and "chmod" of shell commands are written down instead of being run.
@@ -20,6 +22,10 @@ public:
 private:
     std::string record_, path_;
 };
+
+// Does what such a command says, by itself: a name in its path may lead elsewhere by now. What stands
+// behind a link that others than root can place stays as it is, and is told.
+Outcome carryOut(const std::vector<std::string>& command);
 
 // Called first in main(): true when this process was started in the place of such a command; it has been
 // written down.

@@ -6,9 +6,9 @@
 #include <cstdlib>
 
 #include "change/Clock.h"
+#include "change/Deferred.h"
 #include "change/Transaction.h"
 #include "sys/File.h"
-#include "sys/Process.h"
 #include "text/Difference.h"
 
 namespace zpweb {
@@ -78,7 +78,9 @@ void Transaction::showDiff() {
 // What waits until the change is certain.
 Outcome Transaction::finishEffects() {
     for (const auto& words : journal_.outstanding) {
-        output_.detail(runProgram(words).output);
+        if (Outcome carried = carryOut(words); !carried.ok()) {
+            output_.warning(carried.message);
+        }
     }
     Outcome outcome;
     for (const auto& action : afterwards_) {

@@ -1,10 +1,10 @@
 // What an interrupted run has left, undone or finished by the next one.
 #include <algorithm>
 
+#include "change/Deferred.h"
 #include "change/Transaction.h"
 #include "sys/File.h"
 #include "sys/Hash.h"
-#include "sys/Process.h"
 
 namespace zpweb {
 
@@ -44,7 +44,9 @@ Outcome Transaction::complete(Journal& journal) {
     const std::string what = "an interrupted run (" + journal.command + ") ";
     if (journal.committing && inPlace == journal.files.size()) {
         for (const auto& words : journal.outstanding) {
-            output_.detail(runProgram(words).output);
+            if (Outcome carried = carryOut(words); !carried.ok()) {
+                output_.warning(carried.message);
+            }
         }
         output_.warning(what +
                         "had made its change but may not have reloaded the server: see zpweb history");

@@ -1,0 +1,80 @@
+"""Root is never led through a link that a site's owner has placed."""
+import os
+import pwd
+import re
+import shutil
+from pathlib import Path
+
+import pytest
+
+from conftest import OWNER
+
+
+def owned(path):
+    """Gives the path itself to the owner of the sites."""
+    account = pwd.getpwnam(OWNER)
+    os.chown(path, account.pw_uid, account.pw_gid, follow_symlinks=False)
+
+
+@pytest.fixture
+def victim(site):
+    """A folder of root's, with files of the names that are gone for."""
+    folder = site.root / "victim"
+    for below in ("c.example", "q"):
+        (folder / below).mkdir(parents=True)
+    for file in ("conf", "access_log", "c.example/f", "q/f"):
+        (folder / file).write_text("A B\n")
+        os.chmod(folder / file, 0o600)
+    return folder
+
+
+def planted(path, target):
+    """Puts a link of the owner's in the place of what stands there."""
+    if path.is_dir():
+        path.rename(f"{path}.moved")
+    path.symlink_to(target)
+    owned(path)
+
+
+def test_a_link_of_roots_is_followed(site):
+    folder = site.sites / "shop.example/www/html"
+    (site.root / "here").symlink_to(site.sites)
+    site.do("protect", "add", site.root / "here/shop.example/www/html", "joe", input="secret")
+    assert (folder / ".htpasswd").exists()
+
+
+@pytest.mark.parametrize("swapped, options", [("www/html", []), ("www/html/q", []), ("www", ["--protect"]),
+                                              ("webusers_shop.example.htpasswd", ["--protect"])])
+def test_a_link_that_comes_while_the_server_checks_is_not_followed(site, victim, swapped, options):
+    home = site.sites / "shop.example"
+    (home / "www/html/q").mkdir()
+    (victim / "html/q").mkdir(parents=True)
+    wrapper = site.root / "run/apachectl"
+    path, real = home / swapped, shutil.which("apachectl")
+    target = victim / "conf" if path.suffix else victim
+    wrapper.write_text(f'#!/bin/sh\n[ "$1" = -t ] && [ ! -L {path} ] && {{ mv {path} {path}.moved; ln -s {target} {path}; }}\nexec {real} "$@"\n')
+    wrapper.chmod(0o755)
+    before = {p: (os.stat(p).st_mode, os.stat(p).st_uid) for p in [victim, *victim.rglob("*")]}
+    owned(home)
+    answer = site.do("vdir", "create", "shop.example", home / "www/html/q", *options,
+                     env={**os.environ, "PATH": f"{wrapper.parent}:{os.environ['PATH']}"})
+    assert path.is_symlink() and "symbolic link" in answer.err, answer
+    assert before == {p: (os.stat(p).st_mode, os.stat(p).st_uid) for p in [victim, *victim.rglob("*")]}
+
+
+def test_a_folder_is_handed_over_with_all_that_it_holds_but_what_is_behind_links(site, victim):
+    folder = site.sites / "shop.example/www/html/q"
+    (folder / "sub").mkdir(parents=True)
+    os.chmod(folder / "sub", 0o2700)
+    (folder / "sub/f").write_text("x")
+    os.mkfifo(folder / "pipe")
+    for name, target in (("file", victim / "conf"), ("folder", victim / "q")):
+        planted(folder / name, target)
+    before = {p: p.lstat() for p in [victim, *victim.rglob("*")]}
+    answer = site.do("vdir", "create", "shop.example", folder)
+    assert not re.search("warning", answer.err), answer
+    anna = pwd.getpwnam(OWNER).pw_uid
+    modes = {p.name: (oct(p.lstat().st_mode & 0o7777), p.lstat().st_uid) for p in [folder, *folder.rglob("*")]
+             if not p.is_symlink()}
+    assert modes == {"q": ("0o705", anna), "sub": ("0o2705", anna), "f": ("0o705", anna), "pipe": ("0o705", anna)}
+    assert before == {p: p.lstat() for p in [victim, *victim.rglob("*")]}
