@@ -209,6 +209,17 @@ def test_undo_shows_nothing_of_a_password_file(site):
         assert "sesame" not in answer.out and "hunter2" not in answer.out
 
 
+def test_undo_gives_a_deleted_file_its_owner_and_mode_back(site):
+    passwords = site.root / "www/.htpasswd"
+    site.do("protect", "add", passwords.parent, "joe", input="one\n")
+    shutil.chown(passwords, OWNER)
+    before = site.tree()[str(passwords)]
+    site.do("protect", "remove", passwords.parent, "joe")
+    assert not passwords.exists()
+    site.do("undo")
+    assert site.tree()[str(passwords)] == before
+
+
 def test_the_log_tells_who_did_what(machine):
     with_site(machine)
     machine.do("site", "stop", "kept.example")

@@ -97,6 +97,7 @@ Outcome Transaction::finish(bool& again) {
     const bool effects = changed || !afterwards_.empty() || !journal_.outstanding.empty();
     output_.setChanged(effects);
     Outcome outcome = changed ? stageCandidates() : done();
+    outcome = outcome.ok() ? takeOverFromKept() : outcome;
     if (outcome.ok() && settings_.check && serverChanged()) {
         outcome = check();
     }

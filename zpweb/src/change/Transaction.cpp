@@ -124,12 +124,25 @@ Outcome Transaction::willMake(const std::vector<std::string>& paths) {
     return needed ? writeJournal() : done();
 }
 
-Outcome Transaction::replace(const std::string& path, std::optional<std::string> text, mode_t mode) {
-    fileAt(path).mode = mode;
+Outcome Transaction::replace(const std::string& path, std::optional<std::string> text,
+                             const std::string& like) {
+    fileAt(path).like = like;
     if (text) {
         takeResult(path, Content(std::move(*text)));
     } else {
         fileAt(path).after = Content();
+    }
+    return done();
+}
+
+Outcome Transaction::takeOverFromKept() {
+    for (const auto& [path, file] : files_) {
+        if (file.before || file.like.empty() || file.staged.empty()) {
+            continue;
+        }
+        if (Outcome same = takeOverAttributes(file.like, file.staged); !same.ok()) {
+            return same;
+        }
     }
     return done();
 }

@@ -60,8 +60,9 @@ public:
     Outcome edit(const OtherEdit& edit);
     // Writes down files or folders that are about to be made; those that exist are left out.
     Outcome willMake(const std::vector<std::string>& paths);
-    // Replaces a file of the configuration, or another file, whole; absent: the file goes.
-    Outcome replace(const std::string& path, std::optional<std::string> text, mode_t mode = 0600);
+    // Replaces a file of the configuration, or another file, whole; absent: the file goes. One that is not
+    // there now gets the owner, mode and attributes of `like`.
+    Outcome replace(const std::string& path, std::optional<std::string> text, const std::string& like);
     // Something that cannot be staged, done after all that can be refused is done. Not in a dry run.
     void afterwards(std::function<Outcome()> action) { afterwards_.push_back(std::move(action)); }
 
@@ -85,6 +86,7 @@ private:
         bool ofServer = false;
         mode_t mode = 0600;
         std::string staged;  // the candidate, ready to be renamed
+        std::string like{};  // whose attributes it gets when it is new
         bool changed() const { return !before.isSameAs(after); }
     };
 
@@ -105,6 +107,7 @@ private:
     void cleanUp();
     bool serverChanged() const;
     Outcome stageCandidates();
+    Outcome takeOverFromKept();
     Outcome check();
     Outcome readyToReplace(bool& again);
     Outcome writeCheckpoint();

@@ -41,13 +41,13 @@ Outcome editedSince(Output& output, const std::string& kept, const ChangedFile& 
 
 Outcome putBack(Transaction& change, const std::string& kept, const ChangedFile& file) {
     if (file.before.empty()) {
-        return change.replace(file.path, std::nullopt);
+        return change.replace(file.path, std::nullopt, "");
     }
     auto text = readFile(kept);
     if (!text.ok() || contentHash(*text) != file.before) {
         return failure(kept + ": the checkpoint is damaged");
     }
-    return change.replace(file.path, std::move(*text));
+    return change.replace(file.path, std::move(*text), kept);
 }
 
 Expected<Checkpoint> undoable(const State& state, int id) {
