@@ -36,6 +36,42 @@ def planted(path, target):
     owned(path)
 
 
+@pytest.mark.parametrize("swapped, words", [
+    ("{home}/www/html/private", "protect add {home}/www/html/private joe"),
+    ("{home}/www/html", "protect add {home}/www/html/q joe"),
+    ("{home}/www/html/private", "protect remove {home}/www/html/private joe"),
+    ("{home}/www/html/private", "protect edit {sites}/plain joe --to {home}/www/html/private"),
+    ("{home}/www/html/link", "param add {home}/www/html/link/conf C D"),
+    ("{home}/www/html/link", "param delete {home}/www/html/link/conf A B"),
+    ("{home}/b.example", "site create b.example --address 127.0.0.1 --owner anna --path {home}"),
+    ("{home}/www", "site create b.example --address 127.0.0.1 --owner anna --path {home}/www"),
+    ("{sites}/annas/deep/c.example", "site delete c.example --remove-folders"),
+    ("{sites}/annas/deep", "site delete c.example --remove-folders"),
+    ("{home}/log/httpd", "log rotate shop.example --delete"),
+    ("{home}/log/httpd", "log rotate shop.example"),
+    ("{home}/www/html", "site set shop.example --mode 0777"),
+    ("{home}/www/html/link", "site set shop.example --mode 0777 --folder {home}/www/html/link/q"),
+])
+def test_a_link_of_the_owners_is_refused_before_anything_is_done(site, victim, swapped, words):
+    home = site.sites / "shop.example"
+    names = {"home": home, "sites": site.sites}
+    deep = site.sites / "annas/deep"
+    deep.mkdir(parents=True)
+    owned(deep)
+    owned(deep.parent)
+    site.do("site", "create", "c.example", "--address", "127.0.0.1", "--owner", OWNER, "--path", deep)
+    (site.sites / "plain").mkdir()
+    site.do("protect", "add", site.sites / "plain", "joe", input="secret")
+    (victim / ".htpasswd").write_text("joe:x\n")
+    planted(Path(swapped.format(**names)), victim)
+    before = site.tree()
+    answer = site.run(*words.format(**names).split(), input="secret")
+    after = site.tree()
+    assert answer.status == 1 and len(answer.err.splitlines()) == 1 and "symbolic link" in answer.err, answer
+    log = str(site.root / ".zpweb")
+    assert {p for p in {**before, **after} if before.get(p) != after.get(p) and not p.startswith(log)} == set()
+
+
 def test_a_link_of_roots_is_followed(site):
     folder = site.sites / "shop.example/www/html"
     (site.root / "here").symlink_to(site.sites)

@@ -7,6 +7,7 @@
 #include "change/Deferred.h"
 #include "change/Transaction.h"
 #include "sys/File.h"
+#include "sys/GuardedFolder.h"
 #include "sys/Process.h"
 
 namespace zpweb {
@@ -90,6 +91,9 @@ Outcome Transaction::stageOthers(const OtherEdit& edit, const std::string& work)
     for (const std::string& path : edit.files) {
         if (isLink(path)) {
             return failure(path + ": a symbolic link; it is not followed");
+        }
+        if (Outcome reached = reachedWithoutForeignLink(folderOf(path)); !reached.ok()) {
+            return reached;
         }
         File& file = fileAt(path);
         file.mode = edit.mode;

@@ -10,6 +10,8 @@
 #include "commands/Scopes.h"
 #include "conf/Line.h"
 #include "input/Quoted.h"
+#include "sys/File.h"
+#include "sys/GuardedFolder.h"
 #include "sys/Number.h"
 
 namespace zpweb {
@@ -60,6 +62,9 @@ Outcome rotate(Transaction& change, const Place& place, const Arguments& argumen
     if (log.empty() || log.front() != '/' || ::stat(log.c_str(), &status) != 0) {
         return failure(Status::NotFound, "site " + inQuotes(name) + " has no access log to rotate");
     }
+    if (Outcome reached = reachedWithoutForeignLink(folderOf(log)); !reached.ok()) {
+        return reached;
+    }
     const int megabytes = leadingNumber(arguments.one("--size"));
     change.output().set("log", log);
     change.output().set("bytes", status.st_size);
@@ -68,6 +73,9 @@ Outcome rotate(Transaction& change, const Place& place, const Arguments& argumen
     }
     const std::string option = arguments.has("--delete") ? "DEL" : "ZIPandDEL";
     change.afterwards([=, &change] {
+        if (Outcome reached = reachedWithoutForeignLink(folderOf(log)); !reached.ok()) {
+            return reached;
+        }
         CZPWebsite website(nullptr, file.c_str());
         const int result = quietly(change.output(), [&] {
             return website.rotateLog(file, name, std::to_string(megabytes), option);

@@ -12,6 +12,7 @@
 #include "input/HostName.h"
 #include "input/Quoted.h"
 #include "sys/File.h"
+#include "sys/GuardedFolder.h"
 
 namespace zpweb {
 
@@ -37,9 +38,18 @@ Scope creationScope(const ConfigurationFile& file, const VHostEntry& entry) {
     return scope;
 }
 
-Outcome giveTo(const std::string& owner, const std::string& home) {
+Outcome makeFor(const std::string& owner, const std::string& home) {
     const passwd* account = ::getpwnam(owner.c_str());
-    const Descriptor open(::open(home.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    const auto parent = openGuarded(folderOf(home));
+    if (!parent.ok()) {
+        return parent.outcome();
+    }
+    const std::string name = nameOf(home);
+    if (::mkdirat(parent->number(), name.c_str(), HomeMode) != 0) {
+        return failure(systemError(home));
+    }
+    const Descriptor open(
+        ::openat(parent->number(), name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     if (account == nullptr || !open.isOpen() || ::fchmod(open.number(), HomeMode) != 0 ||
         ::fchown(open.number(), account->pw_uid, account->pw_gid) != 0) {
         return failure("cannot give " + systemError(home) + " to " + owner);
@@ -53,6 +63,11 @@ Outcome makeHome(Transaction& change, const std::string& home, const std::string
         return failure(Status::NotFound, "path " + inQuotes(folderOf(home)) +
                                              ": no such folder; expected the parent of the site's home");
     }
+    for (const std::string& folder : {folderOf(home), home}) {
+        if (Outcome reached = reachedWithoutForeignLink(folder); !reached.ok()) {
+            return reached;
+        }
+    }
     std::vector<std::string> made{home};
     for (const char* folder :
          {"/www", "/www/html", "/www/cgi-bin", "/log", "/log/httpd", "/db", "/special"}) {
@@ -63,11 +78,7 @@ Outcome makeHome(Transaction& change, const std::string& home, const std::string
     }
     const bool fresh = !exists(home);
     Outcome outcome = change.willMake(made);
-    if (!fresh || !outcome.ok()) {
-        return outcome;
-    }
-    outcome = makeFolder(home, HomeMode);
-    return outcome.ok() ? giveTo(owner, home) : outcome;
+    return fresh && outcome.ok() ? makeFor(owner, home) : outcome;
 }
 
 std::string homeOf(const std::string& account) {

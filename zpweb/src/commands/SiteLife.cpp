@@ -12,6 +12,7 @@
 #include "input/HostName.h"
 #include "input/Quoted.h"
 #include "sys/File.h"
+#include "sys/GuardedFolder.h"
 
 namespace zpweb {
 
@@ -61,17 +62,27 @@ Expected<std::string> removableHome(const Configuration& configuration, const Bl
     return home;
 }
 
+// Below a folder that is held open, so that no link can take its place while it goes.
+Outcome removeHome(const std::string& home) {
+    if (!isFolder(home)) {
+        return done();
+    }
+    const auto parent = openGuarded(folderOf(home));
+    return parent.ok() && RemoveDir(pathIn(*parent, nameOf(home)).c_str()) == 0
+               ? done()
+               : failure("the site is deleted, but " + home + " could not be removed");
+}
+
 Outcome removeFolders(Transaction& change, const Block& block) {
     const auto home = removableHome(change.configuration(), block);
     if (!home.ok()) {
         return home.outcome();
     }
+    if (Outcome reached = reachedWithoutForeignLink(*home); !reached.ok()) {
+        return reached;
+    }
     change.output().set("removed", *home);
-    change.afterwards([home = *home] {
-        return !isFolder(home) || RemoveDir(home.c_str()) == 0
-                   ? done()
-                   : failure("the site is deleted, but " + home + " could not be removed");
-    });
+    change.afterwards([home = *home] { return removeHome(home); });
     return done();
 }
 

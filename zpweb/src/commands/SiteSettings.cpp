@@ -7,6 +7,7 @@
 #include "commands/SiteInfo.h"
 #include "input/Quoted.h"
 #include "sys/File.h"
+#include "sys/GuardedFolder.h"
 
 namespace zpweb {
 
@@ -130,6 +131,9 @@ Outcome setMode(Transaction& change, const Place& place, const std::string& fold
     struct stat status {};
     if (::stat(target.c_str(), &status) != 0) {
         return failure(Status::NotFound, systemError(target));
+    }
+    if (Outcome reached = reachedWithoutForeignLink(target); !reached.ok()) {
+        return reached;
     }
     if ((status.st_mode & 07777) != mode) {
         setModeAfterwards(change, place.file->path(), std::string(place.block->name), folder, mode);
