@@ -209,6 +209,27 @@ def test_undo_shows_nothing_of_a_password_file(site):
         assert "sesame" not in answer.out and "hunter2" not in answer.out
 
 
+def test_undo_leaves_what_somebody_has_put_into_a_file_that_it_made(site):
+    folder, passwords = site.root / "www", site.sites / "shop.example/webusers_shop.example.htpasswd"
+    site.do("vdir", "create", "shop.example", folder, "--protect")
+    passwords.write_text("bob:kept\n")
+    site.do("undo")
+    assert passwords.read_text() == "bob:kept\n"
+    passwords.unlink()
+    site.do("vdir", "create", "shop.example", folder, "--protect")
+    site.do("undo")
+    assert not passwords.exists(), "an empty one that the change has made goes"
+
+
+def test_undo_of_a_creation_follows_no_link_of_the_owners(site):
+    www, victim = site.sites / "shop.example/www", site.root / "www"
+    (victim / "html").mkdir()
+    www.rename(www.with_name("old"))
+    www.symlink_to(victim)
+    site.do("undo")
+    assert (victim / "html").exists()
+
+
 def test_undo_gives_a_deleted_file_its_owner_and_mode_back(site):
     passwords = site.root / "www/.htpasswd"
     site.do("protect", "add", passwords.parent, "joe", input="one\n")

@@ -1,10 +1,13 @@
 #include "change/Journal.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+
 #include <algorithm>
-#include <cstdio>
 #include <nlohmann/json.hpp>
 
 #include "sys/File.h"
+#include "sys/GuardedFolder.h"
 
 namespace zpweb {
 
@@ -48,6 +51,19 @@ Journal journalOf(const Json& json) {
     return journal;
 }
 
+// Somebody may have filled since what was made empty. Only a candidate holds something of the change's own.
+void removeFrom(int folder, const std::string& name) {
+    struct stat status {};
+    if (::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+        return;
+    }
+    const bool isFolder = S_ISDIR(status.st_mode);
+    const bool empty = S_ISREG(status.st_mode) && status.st_size == 0;
+    if (isFolder || empty || name.starts_with(".zpweb-")) {
+        ::unlinkat(folder, name.c_str(), isFolder ? AT_REMOVEDIR : 0);
+    }
+}
+
 }  // namespace
 
 std::string Journal::text() const { return textOf(jsonOf(*this)); }
@@ -78,7 +94,9 @@ std::optional<Checkpoint> Checkpoint::read(const std::string& folder) {
 
 void removeMade(const std::vector<std::string>& made) {
     std::for_each(made.rbegin(), made.rend(), [](const std::string& path) {
-        std::remove(path.c_str());  // a folder that holds something stays
+        if (const auto folder = openGuarded(folderOf(path)); folder.ok()) {
+            removeFrom(folder->number(), nameOf(path));
+        }
     });
 }
 

@@ -39,7 +39,7 @@ struct Checkpoint {
     static std::optional<Checkpoint> read(const std::string& folder);  // absent when there is none
 };
 
-// Removes what was made, last first: files, and folders that are empty.
+// Removes what was made, last first, as far as it is empty; a link of the site's owner leads nowhere.
 void removeMade(const std::vector<std::string>& made);
 
 }  // namespace zpweb
