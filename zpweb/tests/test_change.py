@@ -306,6 +306,9 @@ def test_the_commands_of_one_change_see_what_those_before_them_do(site):
     assert Path("/etc/webusers/passwd.shop.example").read_text() == "joe:two\n" and file.read_text() == "Name two\n"
     assert (folder / ".htpasswd").read_text().startswith("ann:") and not (other / ".htpasswd").exists()
     assert site.text().count("LoadModule headers_module") == 1
+    command = site.do("history", "--json").json["changes"][-1]["command"]
+    assert command[-len(lines):][:2] == [f"vdir create shop.example {folder} --protect", "user add shop.example joe"]
+    assert not re.search(r"\b(one|two)\b", " ".join(command[:-4]))
 
 
 # --- on the server ---

@@ -109,6 +109,22 @@ Expected<std::vector<Invocation>> invocationsFrom(const std::string& text, const
     return invocations;
 }
 
+// A command for the log: all of it but its password.
+std::string textOf(const Invocation& invocation) {
+    std::string text = invocation.command->words;
+    for (const Parameter& parameter : invocation.command->parameters) {
+        const std::vector<std::string> values = invocation.arguments.all(parameter.name);
+        const std::string option = parameter.isOption() ? " " + parameter.name : "";
+        if (values.empty() && invocation.arguments.has(parameter.name)) {
+            text += option;
+        }
+        for (const std::string& value : values) {
+            text += option + " " + value;
+        }
+    }
+    return text;
+}
+
 // Each command sees what those before it have staged. "undo" alone looks at what is committed.
 Outcome canBeTogether(const std::vector<Invocation>& invocations) {
     const bool undoes = std::any_of(invocations.begin(), invocations.end(),
@@ -134,7 +150,9 @@ Outcome applyCommands(Settings& settings, Output& output, const std::vector<std:
     if (Outcome sound = canBeTogether(*invocations); !sound.ok()) {
         return sound;
     }
-    Outcome outcome = runChanges(settings, output, words, *invocations);
+    std::vector<std::string> logged = words;
+    std::transform(invocations->begin(), invocations->end(), std::back_inserter(logged), textOf);
+    Outcome outcome = runChanges(settings, output, logged, *invocations);
     output.clear();
     output.set("commands", static_cast<long>(invocations->size()));
     return outcome;
