@@ -320,7 +320,10 @@ def test_the_fields_are_the_documented_ones(site):
                      "host add": ["shop.example", "x.example"], "site show": ["shop.example"], "history": [],
                      "site delete": ["bücher.example", "--remove-folders"], "site status": ["shop.example"], "undo": [],
                      "protect add": [folder, "joe"], "user add": ["shop.example", "joe"], "doctor": [],
-                     "site list": [], "address list": [], "apply": ["-"]}
+                     "site list": [], "address list": [], "apply": ["-"],
+                     "vdir create": ["shop.example", site.sites], "module load": ["headers"],
+                     "suphp on": ["shop.example"], "site set": ["shop.example", "--index", "a.html"],
+                     "param test": [site.conf, "DocumentRoot", site.root / "www"]}
         for command in (word.strip("` ") for word in cells[0].split(",")):
             if len(cells) == 2 and command in arguments:
                 answer = site.run(*command.split(), *arguments[command], "--json", input="" if command == "apply" else "word\n")
