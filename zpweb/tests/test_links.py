@@ -72,6 +72,18 @@ def test_a_link_of_the_owners_is_refused_before_anything_is_done(site, victim, s
     assert {p for p in {**before, **after} if before.get(p) != after.get(p) and not p.startswith(log)} == set()
 
 
+def test_a_link_that_comes_after_a_change_is_not_followed_by_its_undoing(site, victim):
+    folder = site.sites / "shop.example/www/html/private"
+    folder.mkdir()
+    for step in ("add", "remove"):
+        site.do("protect", step, folder, "joe", input="secret")
+    shutil.copytree(folder, victim, dirs_exist_ok=True)
+    planted(folder, victim)
+    answer = site.run("undo")
+    assert answer.status == 1 and "symbolic link" in answer.err, answer
+    assert not (victim / ".htpasswd").exists()
+
+
 def test_a_link_of_roots_is_followed(site):
     folder = site.sites / "shop.example/www/html"
     (site.root / "here").symlink_to(site.sites)

@@ -9,6 +9,7 @@
 #include "change/Deferred.h"
 #include "change/Transaction.h"
 #include "sys/File.h"
+#include "sys/GuardedFolder.h"
 #include "text/Difference.h"
 
 namespace zpweb {
@@ -91,12 +92,24 @@ Outcome Transaction::finishEffects() {
     return outcome;
 }
 
+// Nobody has placed a link on the way to a file that is not the server's.
+Outcome Transaction::waysAreFree() const {
+    for (const auto& [path, file] : files_) {
+        const bool owners = file.changed() && !file.ofServer;
+        if (Outcome reached = owners ? reachedWithoutForeignLink(folderOf(path)) : done(); !reached.ok()) {
+            return reached;
+        }
+    }
+    return done();
+}
+
 Outcome Transaction::finish(bool& again) {
     const bool changed =
         std::any_of(files_.begin(), files_.end(), [](const auto& entry) { return entry.second.changed(); });
     const bool effects = changed || !afterwards_.empty() || !journal_.outstanding.empty();
     output_.setChanged(effects);
-    Outcome outcome = changed ? stageCandidates() : done();
+    Outcome outcome = waysAreFree();
+    outcome = outcome.ok() && changed ? stageCandidates() : outcome;
     outcome = outcome.ok() ? takeOverFromKept() : outcome;
     if (outcome.ok() && settings_.check && serverChanged()) {
         outcome = check();
@@ -105,6 +118,7 @@ Outcome Transaction::finish(bool& again) {
     if (outcome.ok() && settings_.dryRun) {
         return outcome;
     }
+    outcome = outcome.ok() ? waysAreFree() : outcome;  // the check took its time
     if (outcome.ok() && changed) {
         outcome = commit(again);
         if (again) {

@@ -118,6 +118,7 @@ private:
     Outcome rollBack(const std::string& reason);
     Outcome putBack();
     Outcome writeJournal();
+    Outcome waysAreFree() const;
     Outcome finishEffects();
     void record(const Outcome& outcome);
     void showDiff();
