@@ -95,8 +95,9 @@ Outcome carryOut(const std::vector<std::string>& command) {
     while (path.size() > 1 && path.ends_with('/')) {
         path.pop_back();
     }
-    Outcome given = access ? giveAccess(path, *access, deep) : failure(command[first] + ": not known here");
-    return given.ok() ? given : failure("cannot " + command[0] + " " + path + " (" + given.message + ")");
+    Outcome given = access ? giveAccess(path, *access, deep)
+                           : failure(path + ": " + command[first] + " is not known here");
+    return given.ok() ? given : failure("cannot " + command[0] + " " + given.message);
 }
 
 bool takeDeferredCommand(int argc, char** argv) {

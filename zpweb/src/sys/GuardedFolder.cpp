@@ -143,7 +143,8 @@ Outcome giveAccess(const std::string& path, const Access& access, bool deep) {
     if (::fstat(entry.number(), &status) == 0 && S_ISLNK(status.st_mode)) {
         return failure(path + ": a symbolic link; it is not followed");
     }
-    return changeTree(std::move(entry), access, deep) ? done() : failure(systemError(path));
+    return changeTree(std::move(entry), access, deep) ? done()
+                                                      : failure(path + ": not all of it could be changed");
 }
 
 }  // namespace zpweb
