@@ -351,6 +351,24 @@ def test_a_reload_that_would_fail_leaves_every_site_answering(live):
     assert live.get("shop.example") == (200, "the shop")
 
 
+def test_a_rollback_over_file_systems_keeps_owner_and_mode(live):
+    live.do("user", "add", "shop.example", "joe", input="one\n")
+    users = Path("/etc/webusers/passwd.shop.example")
+    assert users.stat().st_dev != live.conf.stat().st_dev
+    os.chown(users, 1, 2)
+    users.chmod(0o640)
+    with socket.socket() as busy:
+        busy.bind(("127.0.0.1", 0))
+        busy.listen()
+        live.conf.write_text(live.text() + f"Listen 127.0.0.1:{busy.getsockname()[1]}\n")
+        lines = [{"command": "user passwd", "arguments": ["shop.example", "joe"], "password": "two"},
+                 {"command": "site stop", "arguments": ["shop.example"]}]
+        assert live.run("apply", "-", input="\n".join(map(json.dumps, lines))).status == 4
+    status = users.stat()
+    assert (users.read_text(), status.st_uid, status.st_gid, status.st_mode & 0o7777) == ("joe:one\n", 1, 2, 0o640)
+    assert not [path for path in users.parent.iterdir() if path != users]
+
+
 def test_the_server_is_found_by_a_variable_and_not_held_up_by_what_is_not_loaded(site):
     with socket.socket() as busy:
         busy.bind(("127.0.0.1", 0))

@@ -21,9 +21,58 @@ bool onSameFileSystem(const std::string& a, const std::string& b) {
            first.st_dev == second.st_dev;
 }
 
+// A candidate in the file's own folder.
+std::string besides(const std::string& path) { return folderOf(path) + "/.zpweb-" + nameOf(path); }
+
 // A second name for the old file, or a copy where the file system has none to give.
 Outcome keepAs(const std::string& path, const std::string& name, const std::string& text) {
-    return ::link(path.c_str(), name.c_str()) == 0 ? done() : writeNewFile(name, text, 0600);
+    if (::link(path.c_str(), name.c_str()) == 0) {
+        return done();
+    }
+    Outcome copied = writeNewFile(name, text, 0600);
+    copied = copied.ok() ? takeOverAttributes(path, name) : copied;
+    return copied.ok() ? sync(name) : copied;
+}
+
+// The kept file of another file system. The journal knows the name from the staging.
+Outcome copyInPlace(const std::string& kept, const std::string& path, const std::string& text) {
+    const std::string fresh = besides(path);
+    ::unlink(fresh.c_str());
+    Outcome copied = writeNewFile(fresh, text, 0600);
+    copied = copied.ok() ? takeOverAttributes(kept, fresh) : copied;
+    copied = copied.ok() ? sync(fresh) : copied;
+    if (copied.ok() && ::rename(fresh.c_str(), path.c_str()) != 0) {
+        copied = failure(systemError(path));
+    }
+    if (!copied.ok()) {
+        ::unlink(fresh.c_str());
+    }
+    return copied;
+}
+
+Outcome putBackFrom(const std::string& kept, const ChangedFile& changed) {
+    if (changed.before.empty()) {
+        return ::unlink(changed.path.c_str()) == 0 ? done() : failure(systemError(changed.path));
+    }
+    const auto text = readFile(kept);
+    if (!text.ok()) {
+        return text.outcome();
+    }
+    if (contentHash(*text) != changed.before) {
+        return failure("it is damaged");
+    }
+    return ::rename(kept.c_str(), changed.path.c_str()) == 0 ? done()
+                                                             : copyInPlace(kept, changed.path, *text);
+}
+
+// What is put in place after it can be taken back after a loss of power, too.
+Outcome writeChange(const std::string& folder, const Checkpoint& checkpoint) {
+    const std::string change = folder + "/change";
+    Outcome outcome = writeNewFile(change, checkpoint.text(), 0600);
+    for (const std::string& path : {change, folder, folderOf(folder)}) {
+        outcome = outcome.ok() ? sync(path) : outcome;
+    }
+    return outcome;
 }
 
 int lastCheckpoint(const State& state) {
@@ -39,7 +88,7 @@ std::string Transaction::candidateOf(const std::string& path, size_t number) {
         return state_->stage() + "/" +
                (isMain ? nameOf(path) : std::to_string(number) + "-" + nameOf(path));
     }
-    return folderOf(path) + "/.zpweb-" + nameOf(path);
+    return besides(path);
 }
 
 Outcome Transaction::stageCandidates() {
@@ -92,37 +141,43 @@ Outcome Transaction::writeCheckpoint() {
             return written;
         }
     }
-    return writeNewFile(folder + "/change",
-                        Checkpoint{journal_, journal_.checkpoint, timeNow(), undone_, false}.text(), 0600);
+    return writeChange(folder, Checkpoint{journal_, journal_.checkpoint, timeNow(), undone_, false});
 }
 
-// The candidates are on the disk, and the live files are still what was read.
-Outcome Transaction::readyToReplace(bool& again) {
-    for (const ChangedFile& changed : journal_.files) {
-        const File& file = files_.at(changed.path);
-        if (Outcome synced = file.after ? sync(file.staged) : done(); !synced.ok()) {
-            return synced;
-        }
-        if (currentHash(changed.path) != changed.before) {
-            again = true;
-            return failure(changed.path + ": somebody else has changed it meanwhile");
-        }
+Outcome Transaction::syncCandidates() {
+    Outcome outcome;
+    for (const auto& [path, file] : files_) {
+        outcome = outcome.ok() && !file.staged.empty() ? sync(file.staged) : outcome;
     }
-    return done();
+    return outcome;
 }
 
-Outcome Transaction::putInPlace() {
-    for (const ChangedFile& changed : journal_.files) {
-        const File& file = files_.at(changed.path);
-        const bool inPlace = file.after ? ::rename(file.staged.c_str(), changed.path.c_str()) == 0
-                                        : ::unlink(changed.path.c_str()) == 0;
-        if (!inPlace) {
-            Outcome failed = failure(systemError(changed.path));
-            Outcome back = putBack();
-            return back.ok() ? failed : back;
-        }
-        static_cast<void>(sync(folderOf(changed.path)));
+// A file that is still what was read gets its successor.
+Outcome Transaction::putInPlace(const ChangedFile& changed, bool& again) {
+    const std::string& staged = files_.at(changed.path).staged;
+    if (currentHash(changed.path) != changed.before) {
+        again = true;
+        return failure(changed.path + ": somebody else has changed it meanwhile");
     }
+    const bool inPlace = changed.after.empty() ? ::unlink(changed.path.c_str()) == 0
+                                               : ::rename(staged.c_str(), changed.path.c_str()) == 0;
+    Outcome outcome = inPlace ? done() : failure(systemError(changed.path));
+    static_cast<void>(sync(folderOf(changed.path)));
+    return outcome;
+}
+
+Outcome Transaction::putAllInPlace(bool& again) {
+    for (const ChangedFile& changed : journal_.files) {
+        if (Outcome outcome = putInPlace(changed, again); !outcome.ok()) {
+            if (Outcome back = putBack(); !back.ok()) {
+                again = false;
+                return back;
+            }
+            dropCheckpoint();
+            return outcome;
+        }
+    }
+    committed_ = true;
     return done();
 }
 
@@ -138,16 +193,18 @@ Outcome Transaction::commit(bool& again) {
     if (Outcome written = writeJournal(); !written.ok()) {
         return written;
     }
-    if (Outcome ready = readyToReplace(again); !ready.ok()) {
-        return ready;
+    Outcome outcome = syncCandidates();
+    outcome = outcome.ok() ? writeCheckpoint() : outcome;
+    if (outcome.ok()) {
+        return putAllInPlace(again);
     }
-    Outcome outcome = writeCheckpoint();
-    outcome = outcome.ok() ? putInPlace() : outcome;
-    if (!outcome.ok()) {
-        removeTree(state_->checkpoint(journal_.checkpoint));
-    }
-    committed_ = outcome.ok();
+    dropCheckpoint();
     return outcome;
+}
+
+void Transaction::dropCheckpoint() {
+    removeTree(state_->checkpoint(journal_.checkpoint));
+    journal_.checkpoint = 0;
 }
 
 // The files as they were, from the checkpoint.
@@ -159,15 +216,8 @@ Outcome Transaction::putBack() {
         if (currentHash(changed.path) != changed.after) {
             continue;
         }
-        if (changed.before.empty()) {
-            ::unlink(changed.path.c_str());
-        } else if (::rename(kept.c_str(), changed.path.c_str()) != 0) {
-            const auto text = readFile(kept);
-            Outcome copied = text.ok() ? replaceFile(changed.path, *text, 0600) : text.outcome();
-            if (!copied.ok()) {
-                outcome =
-                    failure("cannot put back " + changed.path + " from " + kept + ": " + copied.message);
-            }
+        if (Outcome back = putBackFrom(kept, changed); !back.ok()) {
+            outcome = failure("cannot put back " + changed.path + " from " + kept + ": " + back.message);
         }
         static_cast<void>(sync(folderOf(changed.path)));
     }

@@ -10,8 +10,7 @@ Outcome Transaction::rollBack(const std::string& reason) {
     if (!back.ok()) {
         return {Status::RolledBack, reason + "; " + back.message};
     }
-    removeTree(state_->checkpoint(journal_.checkpoint));
-    journal_.checkpoint = 0;
+    dropCheckpoint();
     return {Status::RolledBack, reason + "; the old configuration is back"};
 }
 

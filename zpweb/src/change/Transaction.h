@@ -109,9 +109,11 @@ private:
     Outcome stageCandidates();
     Outcome takeOverFromKept();
     Outcome check();
-    Outcome readyToReplace(bool& again);
+    Outcome syncCandidates();
     Outcome writeCheckpoint();
-    Outcome putInPlace();
+    void dropCheckpoint();
+    Outcome putInPlace(const ChangedFile& changed, bool& again);
+    Outcome putAllInPlace(bool& again);
     Outcome commit(bool& again);
     Outcome reload();
     Outcome repair(Outcome rolledBack);
