@@ -1,3 +1,5 @@
+#include <csignal>
+
 #include "change/Deferred.h"
 #include "cli/Program.h"
 
@@ -5,5 +7,7 @@ int main(int argc, char** argv) {
     if (zpweb::takeDeferredCommand(argc, argv)) {
         return 0;
     }
+    // A reader that has gone ends no change in the middle.
+    std::signal(SIGPIPE, SIG_IGN);
     return zpweb::runCommandLine(argc, argv);
 }

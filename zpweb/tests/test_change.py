@@ -369,6 +369,38 @@ def test_a_rollback_over_file_systems_keeps_owner_and_mode(live):
     assert not [path for path in users.parent.iterdir() if path != users]
 
 
+def program_before(machine, name, text):
+    """An environment in which a script runs before the program of that name."""
+    script = machine.root / "www" / name
+    script.write_text(f"#!/bin/sh\n{text}\nexec {shutil.which(name)} \"$@\"\n")
+    script.chmod(0o755)
+    return {**os.environ, "PATH": f"{script.parent}:{os.environ['PATH']}"}
+
+
+def test_a_run_that_ended_before_its_reload_is_completed_and_logged_as_its_own(live):
+    texts = [live.text()]
+    for page in "xy":
+        live.do("site", "set", "shop.example", "--index", f"{page}.html")
+        texts.append(live.text())
+    killer = program_before(live, "apachectl", f"[ \"$*\" != '-t -f {live.conf}' ] || kill -9 $PPID")
+    assert live.run("undo", "--no-check", env=killer).status == -9 and live.text() == texts[1]
+    live.do("undo")
+    assert live.text() == texts[0]
+    *_, completed, last = live.do("history", "--json").json["changes"]
+    assert (completed["command"][2:], completed["undoes"], last["undoes"]) == (["undo", "--no-check"], 3, 2)
+    (file,) = completed["files"]
+    assert file["before"] != file["after"] == last["files"][0]["before"]
+
+
+def test_a_second_try_has_the_password_and_shows_one_diff(machine):
+    users, tried = machine.root / "www/.htpasswd", machine.root / "run/tried"
+    machine.do("protect", "add", users.parent, "ann", input="one\n")
+    meanwhile = program_before(machine, "htpasswd", f"[ $# -lt 2 -o -e {tried} ] || {{ touch {tried}; echo eve:x >>{users}; }}")
+    answer = machine.run("protect", "add", users.parent, "joe", "--diff", input="two\n", env=meanwhile)
+    assert answer.status == 0 and "starting again" in answer.err and answer.out.count("+++") == 1, answer
+    assert [line.split(":")[0] for line in users.read_text().splitlines()] == ["ann", "eve", "joe"]
+
+
 def test_the_server_is_found_by_a_variable_and_not_held_up_by_what_is_not_loaded(site):
     with socket.socket() as busy:
         busy.bind(("127.0.0.1", 0))

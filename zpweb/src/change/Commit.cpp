@@ -141,7 +141,7 @@ Outcome Transaction::writeCheckpoint() {
             return written;
         }
     }
-    return writeChange(folder, Checkpoint{journal_, journal_.checkpoint, timeNow(), undone_, false});
+    return writeChange(folder, Checkpoint{journal_, journal_.checkpoint, timeNow(), false});
 }
 
 Outcome Transaction::syncCandidates() {
@@ -184,11 +184,7 @@ Outcome Transaction::putAllInPlace(bool& again) {
 Outcome Transaction::commit(bool& again) {
     output_.step("putting the change in place");
     journal_.checkpoint = lastCheckpoint(*state_) + 1;
-    for (const auto& [path, file] : files_) {
-        if (file.changed()) {
-            journal_.files.push_back({path, file.before.hash(), file.after.hash()});
-        }
-    }
+    journal_.files = changedFiles();
     journal_.committing = true;
     if (Outcome written = writeJournal(); !written.ok()) {
         return written;

@@ -25,17 +25,25 @@ std::string userName() {
 
 }  // namespace
 
+std::vector<ChangedFile> Transaction::changedFiles() const {
+    std::vector<ChangedFile> changed;
+    for (const auto& [path, file] : files_) {
+        if (file.changed()) {
+            changed.push_back({path, file.before.hash(), file.after.hash()});
+        }
+    }
+    return changed;
+}
+
 // A line of the log: who did what, and what came of it.
 void Transaction::record(const Outcome& outcome) {
     std::string files;
-    for (const auto& [path, file] : files_) {
-        if (file.changed()) {
-            files += files.empty() ? "{" : ",{";
-            appendMember(files, "file", path, true);
-            appendMember(files, "before", file.before.hash());
-            appendMember(files, "after", committed_ ? file.after.hash() : file.before.hash());
-            files += '}';
-        }
+    for (const ChangedFile& file : journal_.files.empty() ? changedFiles() : journal_.files) {
+        files += files.empty() ? "{" : ",{";
+        appendMember(files, "file", file.path, true);
+        appendMember(files, "before", file.before);
+        appendMember(files, "after", committed_ ? file.after : file.before);
+        files += '}';
     }
     std::string line = "{";
     appendMember(line, "time", timeNow(), true);
@@ -43,14 +51,14 @@ void Transaction::record(const Outcome& outcome) {
     if (const char* login = std::getenv("SUDO_USER"); login != nullptr) {
         appendMember(line, "login", login);
     }
-    appendMember(line, "command", command_);
+    appendMember(line, "command", journal_.words);
     appendMember(line, "result", nameOf(outcome.status));
     appendMember(line, "exit", static_cast<int>(outcome.status));
     appendMember(line, "changed", committed_);
     appendMember(line, "files", JsonText{"[" + files + "]"});
     appendMember(line, "checkpoint", journal_.checkpoint == 0 ? Value() : Value(journal_.checkpoint));
-    if (undone_ != 0) {
-        appendMember(line, "undoes", undone_);
+    if (journal_.undoes != 0) {
+        appendMember(line, "undoes", journal_.undoes);
     }
     if (!outcome.message.empty()) {
         appendMember(line, "message", outcome.message);

@@ -28,8 +28,10 @@ Json jsonOf(const Journal& journal) {
         files.push_back({{"file", file.path}, {"before", file.before}, {"after", file.after}});
     }
     return {{"command", journal.command},
+            {"words", journal.words},
             {"committing", journal.committing},
             {"checkpoint", journal.checkpoint},
+            {"undoes", journal.undoes},
             {"files", files},
             {"made", journal.made},
             {"scratch", journal.scratch},
@@ -39,8 +41,10 @@ Json jsonOf(const Journal& journal) {
 Journal journalOf(const Json& json) {
     Journal journal;
     journal.command = json.value("command", "");
+    journal.words = json.value("words", std::vector{journal.command});
     journal.committing = json.value("committing", false);
     journal.checkpoint = json.value("checkpoint", 0);
+    journal.undoes = json.value("undoes", 0);
     for (const Json& file : json.value("files", Json::array())) {
         journal.files.push_back(
             {file.value("file", ""), file.value("before", ""), file.value("after", "")});
@@ -77,7 +81,6 @@ std::string Checkpoint::text() const {
     Json json = jsonOf(change);
     json["id"] = id;
     json["time"] = time;
-    json["undoes"] = undoes;
     json["undone"] = undone;
     return textOf(json);
 }
@@ -88,8 +91,18 @@ std::optional<Checkpoint> Checkpoint::read(const std::string& folder) {
     if (!json.is_object()) {
         return std::nullopt;
     }
-    return Checkpoint{journalOf(json), json.value("id", 0), json.value("time", ""), json.value("undoes", 0),
+    return Checkpoint{journalOf(json), json.value("id", 0), json.value("time", ""),
                       json.value("undone", false)};
+}
+
+Outcome markUndone(const std::string& folder) {
+    auto checkpoint = Checkpoint::read(folder);
+    if (!checkpoint) {
+        return failure(folder + ": the checkpoint cannot be read");
+    }
+    removeMade(checkpoint->change.made);
+    checkpoint->undone = true;
+    return replaceFile(folder + "/change", checkpoint->text(), 0600);
 }
 
 void removeMade(const std::vector<std::string>& made) {

@@ -52,6 +52,12 @@ Outcome Transaction::complete(Journal& journal) {
                         "had made its change but may not have reloaded the server: see zpweb history");
         std::swap(journal_, journal);
         committed_ = true;
+        if (journal_.undoes != 0) {
+            Outcome marked = markUndone(state_->checkpoint(journal_.undoes));
+            if (!marked.ok()) {
+                output_.warning(marked.message);
+            }
+        }
         record({Status::Done, "completed by the run that followed"});
         committed_ = false;
         std::swap(journal_, journal);

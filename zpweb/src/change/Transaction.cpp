@@ -35,6 +35,7 @@ Outcome Transaction::begin() {
         return configuration.outcome();
     }
     configuration_ = std::move(*configuration);
+    journal_.words = command_;
     for (const std::string& word : command_) {
         journal_.command += (journal_.command.empty() ? "" : " ") + word;
     }

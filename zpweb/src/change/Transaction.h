@@ -78,7 +78,7 @@ public:
     Output& output() { return output_; }
     Server& server() { return *server_; }
     const State& state() const { return *state_; }
-    void setUndone(int checkpoint) { undone_ = checkpoint; }
+    void setUndone(int checkpoint) { journal_.undoes = checkpoint; }
 
 private:
     struct File {
@@ -122,6 +122,7 @@ private:
     Outcome writeJournal();
     Outcome waysAreFree() const;
     Outcome finishEffects();
+    std::vector<ChangedFile> changedFiles() const;
     void record(const Outcome& outcome);
     void showDiff();
     void pruneCheckpoints() const;
@@ -141,7 +142,6 @@ private:
     Journal journal_;
     std::vector<std::function<Outcome()>> afterwards_;
     bool journalWritten_ = false, committed_ = false;
-    int undone_ = 0;
 };
 
 }  // namespace zpweb

@@ -1,8 +1,10 @@
 #include "cli/Program.h"
 
+#include <algorithm>
 #include <iostream>
 
 #include "commands/Apply.h"
+#include "commands/Secret.h"
 
 namespace zpweb {
 
@@ -10,16 +12,41 @@ namespace {
 
 constexpr int Tries = 3;
 
+// Which of several commands has failed.
+Outcome named(Outcome outcome, const std::vector<Invocation>& invocations, size_t number) {
+    if (!outcome.ok() && invocations.size() > 1) {
+        outcome.message = "command " + std::to_string(number + 1) + " (" +
+                          invocations[number].command->words + "): " + outcome.message;
+    }
+    return outcome;
+}
+
+// Passwords are read once, however many tries there are, and before anybody waits for this run.
+Outcome takeSecrets(std::vector<Invocation>& invocations, Output& output) {
+    for (size_t i = 0; i < invocations.size(); ++i) {
+        const auto& [command, arguments] = invocations[i];
+        const bool wanted =
+            std::any_of(command->parameters.begin(), command->parameters.end(),
+                        [](const Parameter& each) { return each.name == "--password-file"; });
+        if (!wanted) {
+            continue;
+        }
+        auto secret = readSecret(arguments, output);
+        if (!secret.ok()) {
+            return named(secret.outcome(), invocations, i);
+        }
+        invocations[i].arguments.secret = std::move(*secret);
+    }
+    return done();
+}
+
 Outcome oneTry(Settings& settings, Output& output, const std::vector<std::string>& words,
                const std::vector<Invocation>& invocations, bool& again) {
     Transaction transaction(settings, output, words);
     Outcome outcome = transaction.begin();
     for (size_t i = 0; outcome.ok() && i < invocations.size(); ++i) {
         outcome = invocations[i].command->change(transaction, invocations[i].arguments);
-        if (!outcome.ok() && invocations.size() > 1) {
-            outcome.message = "command " + std::to_string(i + 1) + " (" + invocations[i].command->words +
-                              "): " + outcome.message;
-        }
+        outcome = named(std::move(outcome), invocations, i);
     }
     return outcome.ok() ? transaction.finish(again) : outcome;
 }
@@ -50,8 +77,11 @@ Outcome run(const CommandLine& line, Settings& settings, Output& output,
 }  // namespace
 
 Outcome runChanges(Settings& settings, Output& output, const std::vector<std::string>& words,
-                   const std::vector<Invocation>& invocations) {
-    Outcome outcome;
+                   std::vector<Invocation> invocations) {
+    Outcome outcome = takeSecrets(invocations, output);
+    if (!outcome.ok()) {
+        return outcome;
+    }
     for (int i = 0; i < Tries; ++i) {
         bool again = false;
         outcome = oneTry(settings, output, words, invocations, again);
@@ -59,6 +89,7 @@ Outcome runChanges(Settings& settings, Output& output, const std::vector<std::st
             break;
         }
         output.note("the configuration was changed meanwhile; starting again");
+        output.startAgain();
     }
     if (!outcome.ok()) {
         output.clear();

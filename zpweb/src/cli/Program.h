@@ -11,7 +11,7 @@ struct Invocation {
     Arguments arguments;
 };
 Outcome runChanges(Settings& settings, Output& output, const std::vector<std::string>& words,
-                   const std::vector<Invocation>& invocations);
+                   std::vector<Invocation> invocations);
 
 int runCommandLine(int argc, char** argv);
 

@@ -79,6 +79,10 @@ Expected<Invocation> invocationFrom(std::string_view line) {
         return usage("\"" + parsed["command"].get<std::string>() +
                      "\" is no command that changes something");
     }
+    if (!parsed.value("arguments", Json(Json::array())).is_array() ||
+        !parsed.value("options", Json(Json::object())).is_object()) {
+        return usage("expected a list as \"arguments\" and an object as \"options\"");
+    }
     Values given;
     Outcome taken = takeWords(parsed.value("arguments", Json::array()), *command, given);
     taken = taken.ok() ? takeOptions(parsed.value("options", Json::object()), *command, given) : taken;

@@ -106,7 +106,7 @@ Outcome install(Transaction& change, const Arguments& arguments) {
         return resultOf("ConfigureSuPhp", result, {0});
     });
     for (const char* file : {"/usr/local/sbin/suphp", "/usr/local/etc/suphp.conf", "/var/log/suphp"}) {
-        change.output().set(nameOf(file), std::string(exists(file) ? "there already: " : "new: ") + file);
+        change.output().set(file, exists(file) ? "there already" : "new");
     }
     return done();
 }

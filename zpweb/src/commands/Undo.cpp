@@ -18,7 +18,7 @@ int newestUndoable(const State& state) {
     const auto names = entriesOf(state.checkpoints());
     const auto newest = std::find_if(names.rbegin(), names.rend(), [&](const std::string& name) {
         const auto checkpoint = Checkpoint::read(state.checkpoints() + "/" + name);
-        return checkpoint && checkpoint->undoes == 0 && !checkpoint->undone;
+        return checkpoint && checkpoint->change.undoes == 0 && !checkpoint->undone;
     });
     return newest == names.rend() ? 0 : leadingNumber(*newest);
 }
@@ -90,11 +90,7 @@ Outcome undo(Transaction& change, const Arguments& arguments) {
     change.setUndone(id);
     change.output().set("undone", checkpoint->change.command);
     change.output().set("checkpoint", id);
-    checkpoint->undone = true;
-    change.afterwards([folder, undone = std::move(*checkpoint)] {
-        removeMade(undone.change.made);
-        return replaceFile(folder + "/change", undone.text(), 0600);
-    });
+    change.afterwards([folder] { return markUndone(folder); });
     return done();
 }
 

@@ -37,6 +37,10 @@ public:
     void set(std::string_view field, const Value& value);
     List& list(std::string_view field, std::vector<std::string> columns);
     void clear() { fields_.clear(); }
+    void startAgain() {
+        fields_.clear();
+        diff_.clear();
+    }
     void addDiff(const std::string& diff) { diff_ += diff; }
     void setChanged(bool changed) { changed_ = changed; }
     bool changed() const { return changed_; }

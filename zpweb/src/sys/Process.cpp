@@ -4,6 +4,7 @@
 #include <grp.h>
 #include <poll.h>
 #include <pwd.h>
+#include <signal.h>
 #include <spawn.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
@@ -32,8 +33,16 @@ pid_t start(const std::vector<std::string>& words, int output) {
     ::posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
     ::posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
     ::posix_spawn_file_actions_adddup2(&actions, output, STDERR_FILENO);
+    sigset_t usual{};
+    ::sigemptyset(&usual);
+    ::sigaddset(&usual, SIGPIPE);
+    posix_spawnattr_t attributes{};
+    ::posix_spawnattr_init(&attributes);
+    ::posix_spawnattr_setsigdefault(&attributes, &usual);
+    ::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
     pid_t pid = -1;
-    const int error = ::posix_spawnp(&pid, arguments[0], &actions, nullptr, arguments.data(), environ);
+    const int error = ::posix_spawnp(&pid, arguments[0], &actions, &attributes, arguments.data(), environ);
+    ::posix_spawnattr_destroy(&attributes);
     ::posix_spawn_file_actions_destroy(&actions);
     return error == 0 ? pid : -1;
 }
