@@ -96,6 +96,14 @@ def test_a_dry_run_writes_nothing_and_tells(site):
         site.do("undo")
 
 
+def test_a_dry_run_that_is_refused_writes_nothing_either(machine):
+    with_site(machine)
+    before = machine.tree(times=True)
+    answer = machine.run("directive", "add", "Nonsense", "on", "--site", "kept.example", "--dry-run", "--json")
+    assert (answer.status, answer.json["changed"]) == (3, False), answer
+    assert machine.tree(times=True) == before
+
+
 def test_a_dry_run_leaves_to_the_next_change_what_an_interrupted_run_has_left(machine):
     with_site(machine)
     (machine.root / ".zpweb/stage").mkdir(parents=True)

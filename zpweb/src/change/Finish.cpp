@@ -123,7 +123,8 @@ Outcome Transaction::finish(bool& again) {
         outcome = check();
     }
     showDiff();
-    if (outcome.ok() && settings_.dryRun) {
+    if (settings_.dryRun) {
+        output_.setChanged(outcome.ok() && effects);
         return outcome;
     }
     outcome = outcome.ok() ? waysAreFree() : outcome;  // the check took its time

@@ -11,6 +11,10 @@
 #include <filesystem>
 #include <memory>
 
+#include "conf/WriteAll.h"
+
+using zp::conf::writeAll;
+
 namespace zpweb {
 
 namespace {
@@ -149,20 +153,6 @@ Outcome readParts(const std::string& path, const std::function<void(std::string_
             return done();
         }
     }
-}
-
-bool writeAll(int descriptor, std::string_view text) {
-    while (!text.empty()) {
-        const ssize_t count = ::write(descriptor, text.data(), text.size());
-        if (count < 0 && errno == EINTR) {
-            continue;
-        }
-        if (count <= 0) {
-            return false;
-        }
-        text.remove_prefix(static_cast<size_t>(count));
-    }
-    return true;
 }
 
 Outcome writeNewFile(const std::string& path, std::span<const std::string_view> pieces, mode_t mode) {

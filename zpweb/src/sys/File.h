@@ -30,7 +30,6 @@ std::vector<std::string> entriesOf(const std::string& folder);  // sorted, witho
 Expected<std::string> readFile(const std::string& path);
 // Reads a file in parts that are as long as they can be: 128 KiB, but for the last.
 Outcome readParts(const std::string& path, const std::function<void(std::string_view)>& take);
-bool writeAll(int descriptor, std::string_view text);
 // Makes a new file; what stands at `path` is an error.
 Outcome writeNewFile(const std::string& path, std::span<const std::string_view> pieces, mode_t mode);
 inline Outcome writeNewFile(const std::string& path, std::string_view text, mode_t mode) {
