@@ -1,12 +1,11 @@
 #include "conf/Rewrite.h"
 
-#include "host/Paths.h"
-#include "host/Shell.h"
+#include "host/Machine.h"
 
 namespace zp::conf {
 
 void backUp(const std::string& file, const std::string& suffix) {
-    host::run({host::program::Copy, file, file + suffix});
+    host::machine().copy(file, file + suffix);
 }
 
 Rewrite::Rewrite(const std::string& file, const std::string& scratch, size_t bound, Order order,

@@ -13,8 +13,7 @@
 
 #include "conf/Text.h"
 #include "conf/WriteAll.h"
-#include "host/Paths.h"
-#include "host/Shell.h"
+#include "host/Machine.h"
 
 namespace zp::conf {
 
@@ -60,8 +59,8 @@ bool takeOverModeAndOwner(int descriptor, const std::string& target) {
 
 }  // namespace
 
-ScratchFile::ScratchFile(std::string path, Opening opening)
-    : path_(std::move(path)),
+ScratchFile::ScratchFile(const std::string& path, Opening opening)
+    : path_(host::machine().scratch(path)),
       descriptor_(openScratch(path_, opening)),
       buffer_(isOpen() ? new char[BufferSize] : nullptr) {}
 
@@ -111,7 +110,7 @@ bool ScratchFile::moveTo(const std::string& target) {
     if (!finishAs(place)) {
         return false;
     }
-    host::run({host::program::Move, path_, place});
+    host::machine().move(path_, place);
     return true;
 }
 

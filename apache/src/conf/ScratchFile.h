@@ -14,7 +14,7 @@ public:
 
     // A fresh scratch file is a new one, readable by its owner alone: what stands at `path` goes first.
     // Nothing but a plain file or a link is ever removed for it.
-    explicit ScratchFile(std::string path, Opening opening = Opening::Fresh);
+    explicit ScratchFile(const std::string& path, Opening opening = Opening::Fresh);
     ~ScratchFile();  // leaves the file where it is, written as far as it got
     ScratchFile(const ScratchFile&) = delete;
     ScratchFile& operator=(const ScratchFile&) = delete;

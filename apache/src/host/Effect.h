@@ -1,0 +1,32 @@
+// A step on the ground outside of the files that an operation edits: a directory or an empty file that is
+// made, an owner or a mode that is given. It is a value, so that whoever stages an operation can write it
+// down and take it once the change is certain.
+#pragma once
+
+#include <sys/types.h>
+
+#include <optional>
+#include <string>
+
+namespace zp::host {
+
+struct Effect {
+    enum class Step {
+        MakeDirectory,  // one that stands there already is a failure
+        MakeFile,       // empty; one that stands there already stays as it is
+        GiveAccess,     // to what is there; with `deep` to all that a directory holds, too
+    };
+    Step step = Step::GiveAccess;
+    std::string path;
+    std::optional<uid_t> user{};
+    std::optional<gid_t> group{};
+    std::optional<mode_t> mode{};  // in GiveAccess a directory keeps its set-ID bits besides
+    bool deep = false;
+};
+
+// Takes the step through open directories: no link that others than the administrator can have placed is
+// followed on the way, none at all in the path's own place, and links in a tree are passed over. False when
+// not all of it could be done.
+[[nodiscard]] bool carryOut(const Effect& effect);
+
+}  // namespace zp::host
