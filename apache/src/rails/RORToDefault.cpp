@@ -1,9 +1,9 @@
 #include "ApacheHelper.h"
-#include "RailsDocumentRoot.h"
 #include "RubyOnRails.h"
 #include "host/Paths.h"
 #include "host/Report.h"
 #include "host/Shell.h"
+#include "shared/RailsDocumentRoot.h"
 
 namespace host = zp::host;
 namespace rails = zp::rails;

@@ -1,6 +1,6 @@
-#include "MergeRecord.h"
 #include "host/Fields.h"
 #include "host/Report.h"
+#include "shared/MergeRecord.h"
 
 using zp::MergeRules;
 namespace host = zp::host;

@@ -1,6 +1,6 @@
-#include "FolderProtection.h"
 #include "PrivateFolder.h"
 #include "host/Report.h"
+#include "shared/FolderProtection.h"
 
 namespace host = zp::host;
 

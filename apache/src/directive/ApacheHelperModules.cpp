@@ -2,12 +2,12 @@
 #include <iostream>
 
 #include "ApacheHelper.h"
-#include "ApacheHelperResults.h"
 #include "CZPWebsite.h"
 #include "conf/AppendLine.h"
 #include "conf/Rewrite.h"
 #include "conf/ServerLevel.h"
 #include "host/Folder.h"
+#include "shared/ApacheHelperResults.h"
 
 using zp::conf::Line;
 using zp::conf::LineReader;

@@ -1,4 +1,4 @@
-#include "VirtualDirectoryBlock.h"
+#include "shared/VirtualDirectoryBlock.h"
 
 #include "CZPWebsite.h"
 #include "conf/Directory.h"

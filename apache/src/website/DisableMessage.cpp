@@ -1,15 +1,15 @@
-#include "MergeRecord.h"
 #include "host/Fields.h"
 #include "host/Report.h"
+#include "shared/MergeRecord.h"
 
 using zp::MergeRules;
 namespace host = zp::host;
 
-int CZPWebsite::EnableMessage(UpdateVHost* ObjUVHost) {
+int CZPWebsite::DisableMessage(UpdateVHost* ObjUVHost, const char* SitePath) {
     // The panel knows suspension and resumption under the name of the update.
     host::report(TrackManager, "UpdateWebsite", {{"ObjUVHost->pDomain", host::textOf(ObjUVHost->pDomain)}});
     return zp::mergeRecord(host::textOf(HttpdConfFile), host::textOf(TEMPFILE), *ObjUVHost,
-                           {.documentRoot = "message.htm",  // without quotes, as its readers expect it
+                           {.documentRoot = host::textOf(SitePath) + "/www/html",  // without quotes, too
                             .proxyPass = MergeRules::ProxyPass::Untouched,
                             .indexInDirectory = MergeRules::IndexInDirectory::Replaced,
                             .accessModeFolder = ""});

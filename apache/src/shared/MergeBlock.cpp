@@ -1,7 +1,7 @@
 // What becomes of each line of a site's block.
 #include <algorithm>
 
-#include "MergeRecord.h"
+#include "shared/MergeRecord.h"
 
 using zp::conf::Line;
 namespace keyword = zp::conf::keyword;

@@ -1,9 +1,9 @@
 #include "ApacheHelper.h"
-#include "RailsDocumentRoot.h"
 #include "RubyOnRails.h"
 #include "conf/Handlers.h"
 #include "host/Folder.h"
 #include "host/Report.h"
+#include "shared/RailsDocumentRoot.h"
 
 namespace conf = zp::conf;
 namespace host = zp::host;

@@ -1,7 +1,7 @@
-#include "FolderProtection.h"
 #include "PrivateFolder.h"
 #include "host/Report.h"
 #include "host/Shell.h"
+#include "shared/FolderProtection.h"
 
 using zp::host::SiteFile;
 namespace host = zp::host;

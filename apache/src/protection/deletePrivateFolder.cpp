@@ -1,8 +1,8 @@
 #include <iostream>
 
-#include "FolderProtection.h"
 #include "PrivateFolder.h"
 #include "host/Report.h"
+#include "shared/FolderProtection.h"
 
 using zp::host::SiteFile;
 namespace host = zp::host;

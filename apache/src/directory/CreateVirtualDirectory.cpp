@@ -4,7 +4,6 @@
 #include "CZPVirtualDirectory.h"
 #include "CZPWebsite.h"
 #include "Results.h"
-#include "VirtualDirectoryBlock.h"
 #include "conf/Directory.h"
 #include "conf/DomainScope.h"
 #include "host/Fields.h"
@@ -13,6 +12,7 @@
 #include "host/Paths.h"
 #include "host/Report.h"
 #include "host/Shell.h"
+#include "shared/VirtualDirectoryBlock.h"
 
 using zp::conf::Line;
 using zp::conf::Rewrite;

@@ -1,4 +1,4 @@
-#include "RailsDocumentRoot.h"
+#include "shared/RailsDocumentRoot.h"
 
 #include <iostream>
 

@@ -3,12 +3,12 @@
 #include "ApacheHelper.h"
 #include "CZPVirtualDirectory.h"
 #include "Results.h"
-#include "VirtualDirectoryBlock.h"
 #include "conf/Directory.h"
 #include "conf/DomainScope.h"
 #include "host/Fields.h"
 #include "host/PasswordFile.h"
 #include "host/Report.h"
+#include "shared/VirtualDirectoryBlock.h"
 
 using zp::conf::Line;
 using zp::conf::Rewrite;

@@ -1,4 +1,4 @@
-#include "FolderProtection.h"
+#include "shared/FolderProtection.h"
 
 #include <iostream>
 

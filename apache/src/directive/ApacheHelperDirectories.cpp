@@ -1,9 +1,9 @@
 // <Directory> blocks of one domain: adding, replacing, moving and deleting them.
 #include "ApacheHelper.h"
-#include "ApacheHelperResults.h"
 #include "conf/Directory.h"
 #include "conf/DomainScope.h"
 #include "conf/Rewrite.h"
+#include "shared/ApacheHelperResults.h"
 
 using zp::conf::Line;
 using zp::conf::Rewrite;

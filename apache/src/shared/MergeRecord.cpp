@@ -1,4 +1,4 @@
-#include "MergeRecord.h"
+#include "shared/MergeRecord.h"
 
 #include <iostream>
 

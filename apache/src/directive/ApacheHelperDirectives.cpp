@@ -1,9 +1,9 @@
 // Changing the directives of one domain's block, and inserting a line at server level.
 #include "ApacheHelper.h"
-#include "ApacheHelperResults.h"
 #include "conf/Address.h"
 #include "conf/DomainScope.h"
 #include "conf/Rewrite.h"
+#include "shared/ApacheHelperResults.h"
 
 using zp::conf::AnyNameScope;
 using zp::conf::FirstNameScope;

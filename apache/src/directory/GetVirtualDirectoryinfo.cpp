@@ -1,12 +1,12 @@
 #include "CZPVirtualDirectory.h"
 #include "Results.h"
-#include "VirtualDirectoryBlock.h"
 #include "conf/Directory.h"
 #include "conf/DomainScope.h"
 #include "conf/Handlers.h"
 #include "host/Fields.h"
 #include "host/File.h"
 #include "host/Report.h"
+#include "shared/VirtualDirectoryBlock.h"
 
 using zp::conf::Line;
 using zp::conf::LineReader;
