@@ -1,0 +1,91 @@
+#include "server/Request.h"
+
+#include "conf/Text.h"
+#include "sys/Number.h"
+
+namespace zpweb {
+
+namespace {
+
+constexpr size_t LongestReply = 64UL * 1024;
+
+std::string textOf(const Request& request) {
+    const int usual = request.tls ? 443 : 80;
+    std::string text = request.method + " " + request.path + " HTTP/1.1\r\nHost: " + request.host;
+    text += request.server.port == usual ? "" : ":" + std::to_string(request.server.port);
+    text += "\r\nConnection: close\r\nUser-Agent: zpweb\r\n";
+    for (const auto& [name, value] : request.headers) {
+        text += name;
+        text += ": " + value + "\r\n";
+    }
+    return text + "\r\n";
+}
+
+std::string proxyLineOf(const Endpoint& server) {
+    const bool v6 = server.address.find(':') != std::string::npos;
+    const std::string from = !server.from.empty() ? server.from : v6 ? "::1" : "127.0.0.1";
+    return std::string("PROXY ") + (v6 ? "TCP6 " : "TCP4 ") + from + " " + server.address + " 40000 " +
+           std::to_string(server.port) + "\r\n";
+}
+
+Expected<Reply> replyFrom(std::string_view text) {
+    Reply reply;
+    if (!text.starts_with("HTTP/1.") || text.size() < 12) {
+        return failure(text.empty() ? "no answer" : "the answer is no HTTP");
+    }
+    reply.status = leadingNumber(text.substr(9));
+    const size_t end = text.find("\r\n\r\n");
+    reply.body = end == std::string_view::npos ? "" : text.substr(end + 4);
+    std::string_view head = text.substr(0, end);
+    while (head.find("\r\n") != std::string_view::npos) {
+        head.remove_prefix(head.find("\r\n") + 2);
+        const std::string_view line = head.substr(0, head.find("\r\n"));
+        const size_t colon = line.find(':');
+        if (colon != std::string_view::npos) {
+            reply.headers.emplace_back(line.substr(0, colon), zp::conf::skipSpace(line.substr(colon + 1)));
+        }
+    }
+    return reply;
+}
+
+}  // namespace
+
+std::string Reply::header(std::string_view name) const {
+    for (const auto& [known, value] : headers) {
+        if (zp::conf::equalIgnoringCase(known, name)) {
+            return value;
+        }
+    }
+    return {};
+}
+
+Expected<Reply> ask(const Request& request) {
+    auto connection = Connection::to(request.server);
+    if (!connection.ok()) {
+        return connection.outcome();
+    }
+    Outcome sent = request.proxyLine ? connection->send(proxyLineOf(request.server)) : done();
+    sent = sent.ok() && request.tls ? connection->startTls(request.host) : sent;
+    sent = sent.ok() ? connection->send(textOf(request)) : sent;
+    if (!sent.ok()) {
+        return sent;
+    }
+    auto reply = replyFrom(connection->receive(LongestReply));
+    if (reply.ok()) {
+        reply->fingerprint = connection->peerFingerprint();
+    }
+    return reply;
+}
+
+Expected<std::string> certificateShown(const Endpoint& server, const std::string& name) {
+    auto connection = Connection::to(server);
+    if (!connection.ok()) {
+        return connection.outcome();
+    }
+    if (Outcome started = connection->startTls(name); !started.ok()) {
+        return started;
+    }
+    return connection->peerFingerprint();
+}
+
+}  // namespace zpweb

@@ -1,0 +1,128 @@
+#include "sys/Connection.h"
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <openssl/ssl.h>
+#include <sys/socket.h>
+#include <sys/time.h>
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <optional>
+
+#include "sys/Fingerprint.h"
+
+namespace zpweb {
+
+namespace {
+
+struct SystemAddress {
+    sockaddr_storage storage{};
+    socklen_t length = 0;
+
+    const sockaddr* get() const { return reinterpret_cast<const sockaddr*>(&storage); }
+};
+
+std::optional<SystemAddress> systemAddress(const std::string& address, int port) {
+    SystemAddress result;
+    auto* v6 = reinterpret_cast<sockaddr_in6*>(&result.storage);
+    auto* v4 = reinterpret_cast<sockaddr_in*>(&result.storage);
+    if (::inet_pton(AF_INET6, address.c_str(), &v6->sin6_addr) == 1) {
+        v6->sin6_family = AF_INET6;
+        v6->sin6_port = htons(static_cast<uint16_t>(port));
+        result.length = sizeof(sockaddr_in6);
+    } else if (::inet_pton(AF_INET, address.c_str(), &v4->sin_addr) == 1) {
+        v4->sin_family = AF_INET;
+        v4->sin_port = htons(static_cast<uint16_t>(port));
+        result.length = sizeof(sockaddr_in);
+    } else {
+        return std::nullopt;
+    }
+    return result;
+}
+
+void setPatience(int socket, std::chrono::milliseconds patience) {
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(patience);
+    const auto rest = std::chrono::duration_cast<std::chrono::microseconds>(patience - seconds);
+    const timeval limit{seconds.count(), rest.count()};
+    ::setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
+    ::setsockopt(socket, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
+}
+
+Outcome notConnected(const Endpoint& endpoint) {
+    return failure(endpoint.address + " port " + std::to_string(endpoint.port) + ": " +
+                   std::strerror(errno));
+}
+
+}  // namespace
+
+void Connection::Free::operator()(SSL_CTX* context) const { SSL_CTX_free(context); }
+void Connection::Free::operator()(SSL* session) const { SSL_free(session); }
+
+Expected<Connection> Connection::to(const Endpoint& endpoint) {
+    const auto peer = systemAddress(endpoint.address, endpoint.port);
+    if (!peer) {
+        return failure(endpoint.address + ": no IP address");
+    }
+    Descriptor socket(::socket(peer->storage.ss_family, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    setPatience(socket.number(), endpoint.patience);
+    const auto source = systemAddress(endpoint.from, 0);
+    if (source && ::bind(socket.number(), source->get(), source->length) != 0) {
+        return failure("from " + endpoint.from + ": " + std::strerror(errno));
+    }
+    if (::connect(socket.number(), peer->get(), peer->length) != 0) {
+        return notConnected(endpoint);
+    }
+    return Connection(std::move(socket));
+}
+
+Outcome Connection::startTls(const std::string& name) {
+    context_.reset(SSL_CTX_new(TLS_client_method()));
+    session_.reset(context_ != nullptr ? SSL_new(context_.get()) : nullptr);
+    if (session_ == nullptr) {
+        return failure("no TLS: " + opensslError());
+    }
+    SSL_set_fd(session_.get(), socket_.number());
+    if (!name.empty()) {
+        SSL_set_tlsext_host_name(session_.get(), name.c_str());
+    }
+    return SSL_connect(session_.get()) == 1 ? done()
+                                            : failure("the TLS handshake failed: " + opensslError());
+}
+
+Outcome Connection::send(std::string_view text) {
+    while (!text.empty()) {
+        const long sent = session_ ? SSL_write(session_.get(), text.data(), static_cast<int>(text.size()))
+                                   : ::send(socket_.number(), text.data(), text.size(), MSG_NOSIGNAL);
+        if (sent <= 0) {
+            return failure("the connection was closed while it was asked");
+        }
+        text.remove_prefix(static_cast<size_t>(sent));
+    }
+    return done();
+}
+
+long Connection::receiveSome(char* buffer, size_t size) {
+    return session_ ? SSL_read(session_.get(), buffer, static_cast<int>(size))
+                    : ::recv(socket_.number(), buffer, size, 0);
+}
+
+std::string Connection::receive(size_t limit) {
+    std::string text;
+    std::array<char, 4096> buffer{};
+    while (text.size() < limit) {
+        const long got = receiveSome(buffer.data(), std::min(buffer.size(), limit - text.size()));
+        if (got <= 0) {
+            break;
+        }
+        text.append(buffer.data(), static_cast<size_t>(got));
+    }
+    return text;
+}
+
+std::string Connection::peerFingerprint() const {
+    return session_ ? fingerprintOf(SSL_get0_peer_certificate(session_.get())) : "";
+}
+
+}  // namespace zpweb

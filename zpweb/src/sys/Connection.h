@@ -1,0 +1,50 @@
+// A TCP connection of this host, with or without TLS.
+#pragma once
+
+#include <openssl/types.h>
+
+#include <chrono>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "sys/Descriptor.h"
+#include "sys/Outcome.h"
+
+namespace zpweb {
+
+// Where to connect to, and from where. Addresses are IPv4 or IPv6 without brackets.
+struct Endpoint {
+    std::string address;
+    int port = 0;
+    std::string from{};                        // the source address; empty: the system's choice
+    std::chrono::milliseconds patience{5000};  // of each step
+};
+
+class Connection {
+public:
+    static Expected<Connection> to(const Endpoint& endpoint);
+
+    // From here on what is sent is encrypted; `name` is asked for (SNI), an empty one is not. No
+    // certificate is refused: who asks looks at it.
+    Outcome startTls(const std::string& name);
+    Outcome send(std::string_view text);
+    // What comes until the peer closes the connection, at most `limit` bytes.
+    std::string receive(size_t limit);
+    // The SHA-256 fingerprint of the peer's certificate in hexadecimal digits; empty without TLS.
+    std::string peerFingerprint() const;
+
+private:
+    explicit Connection(Descriptor socket) : socket_(std::move(socket)) {}
+    long receiveSome(char* buffer, size_t size);
+
+    struct Free {
+        void operator()(SSL_CTX* context) const;
+        void operator()(SSL* session) const;
+    };
+    Descriptor socket_;
+    std::unique_ptr<SSL_CTX, Free> context_;
+    std::unique_ptr<SSL, Free> session_;
+};
+
+}  // namespace zpweb
