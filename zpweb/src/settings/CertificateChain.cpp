@@ -1,0 +1,61 @@
+#include "settings/CertificateChain.h"
+
+#include <openssl/pem.h>
+
+#include "sys/File.h"
+#include "sys/Fingerprint.h"
+
+namespace zpweb {
+
+namespace {
+
+struct FreeBio {
+    void operator()(BIO* memory) const { BIO_free(memory); }
+};
+using BioPointer = std::unique_ptr<BIO, FreeBio>;
+
+BioPointer reader(const std::string& text) {
+    return BioPointer(BIO_new_mem_buf(text.data(), static_cast<int>(text.size())));
+}
+
+int noPassphrase(char*, int, int, void* asked) {
+    *static_cast<bool*>(asked) = true;
+    return 0;
+}
+
+}  // namespace
+
+Expected<std::vector<CertificatePointer>> readChain(const std::string& file) {
+    const auto text = readFile(file);
+    if (!text.ok()) {
+        return text.outcome();
+    }
+    const BioPointer memory = reader(*text);
+    std::vector<CertificatePointer> chain;
+    while (X509* certificate = PEM_read_bio_X509(memory.get(), nullptr, nullptr, nullptr)) {
+        chain.emplace_back(certificate);
+    }
+    static_cast<void>(opensslError());  // the end of the file counts as an error
+    return chain.empty() ? Expected<std::vector<CertificatePointer>>(
+                               failure(file + ": it holds no certificate in PEM form"))
+                         : Expected(std::move(chain));
+}
+
+Expected<KeyPointer> readKey(const std::string& file) {
+    const auto text = readFile(file);
+    if (!text.ok()) {
+        return text.outcome();
+    }
+    bool asked = false;
+    KeyPointer key(PEM_read_bio_PrivateKey(reader(*text).get(), nullptr, noPassphrase, &asked));
+    static_cast<void>(opensslError());
+    if (asked) {
+        return failure(file +
+                       ": a passphrase protects it, and the server starts without anybody to type "
+                       "it; store it without one (openssl pkey)");
+    }
+    return key != nullptr ? Expected(std::move(key))
+                          : failure(file + ": it holds no private key in PEM form");
+}
+
+}  // namespace zpweb
