@@ -95,9 +95,9 @@ TEST(SiteFolderCommands, MoveTheScratchFileInAnyCase) {
     tools.watch("mv");
     enablePerl()(file);
     disablePerl()(file);
-    EXPECT_EQ(tools.calls(), std::vector<std::string>(2, "mv /etc/tempapa1 " + file));
+    EXPECT_EQ(tools.calls(), std::vector<std::string>(2, "mv " + file + ".zpnew " + file));
     const std::string odd = scratch("a b;reboot/httpd.conf");
     writeFile(odd, "Listen 80\n");
     EXPECT_EQ(enablePerl()(odd), 0);
-    EXPECT_EQ(tools.calls().back(), "mv /etc/tempapa1 [" + odd + "]");
+    EXPECT_EQ(tools.calls().back(), "mv [" + odd + ".zpnew] [" + odd + "]");
 }

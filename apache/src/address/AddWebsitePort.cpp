@@ -1,9 +1,10 @@
 #include <fstream>
-#include <iostream>
+#include <ostream>
 
 #include "CZPWebsite.h"
 #include "conf/LineReader.h"
 #include "host/Fields.h"
+#include "host/Machine.h"
 
 namespace conf = zp::conf;
 
@@ -54,7 +55,7 @@ char CZPWebsite::AddWebsitePort(std::ofstream& out, std::string ApchIPAddress) {
     }
     conf::LineReader reader(configuration, 1022);
     if (!reader.isOpen()) {
-        std::cout << "Error opening HttpdConfFile file";
+        zp::host::out() << "Error opening HttpdConfFile file";
         return 1;
     }
     const PanelSite site = findPanelSite(reader, ApchIPAddress);

@@ -1,4 +1,4 @@
-#include <iostream>
+#include <ostream>
 
 #include "ApacheHelper.h"
 #include "CZPWebsite.h"
@@ -6,6 +6,7 @@
 #include "conf/Address.h"
 #include "conf/Readdress.h"
 #include "host/Fields.h"
+#include "host/Machine.h"
 #include "host/Paths.h"
 
 using zp::conf::Line;
@@ -38,23 +39,24 @@ struct Announced {
 void examine(const Line& line, const SharedAddress& shared, Announced& announced) {
     const std::string_view value = conf::trimEnd(line.argumentOf(keyword::NameVirtualHost));
     const std::string_view family = shared.isIPv6() ? "IPV6" : "IPV4";
-    std::cout << "In name virtual host\nRequested IP is " << family << '\n';
+    zp::host::out() << "In name virtual host\nRequested IP is " << family << '\n';
     if (!shared.isIPv6()) {
-        std::cout << value << "==" << shared.withPort() << "  OR  ==" << shared.withAllPorts() << '\n';
+        zp::host::out() << value << "==" << shared.withPort() << "  OR  ==" << shared.withAllPorts()
+                        << '\n';
     } else if (value.starts_with('[')) {
-        std::cout << "Picked IP is IPV6\n";
+        zp::host::out() << "Picked IP is IPV6\n";
     } else {
         return;
     }
     if (conf::equalIgnoringCase(value, shared.withAllPorts())) {
         announced.onAllPorts = true;
-        std::cout << family << " NameVirtualHost for all ports found\n";
+        zp::host::out() << family << " NameVirtualHost for all ports found\n";
     } else if (conf::equalIgnoringCase(value, shared.withPort())) {
         announced.onPort = true;
-        std::cout << family << " NameVirtualHost for port 80 found\n";  // whatever the port
+        zp::host::out() << family << " NameVirtualHost for port 80 found\n";  // whatever the port
     } else if (conf::equalIgnoringCase(value, shared.withSecurePort())) {
         announced.onSecurePort = true;
-        std::cout << family << " NameVirtualHost for port 443 found\n";
+        zp::host::out() << family << " NameVirtualHost for port 443 found\n";
     }
 }
 
@@ -74,12 +76,12 @@ int CZPWebsite::IPBasedToNameBased(std::string oldIP, std::string newIP, std::st
     getParamFromZPConfFile(zp::host::path::ProductConfiguration, shared.port, "WebServerPort");
     const bool secure = ApacheHelper().Apache_isModuleExistsInVH(configuration, domainName, "mod_ssl");
     if (!secure) {
-        std::cout << "SSL is not enabled\n";
+        zp::host::out() << "SSL is not enabled\n";
     }
     conf::Rewrite rewrite(configuration, zp::host::textOf(TEMPFILE), 1023,
                           conf::Rewrite::Order::ScratchFirst);
     if (!rewrite.open()) {
-        std::cout << "Error while opening HttpdConfFile\n";
+        zp::host::out() << "Error while opening HttpdConfFile\n";
         return zp::result::ConfigurationNotOpened;
     }
 

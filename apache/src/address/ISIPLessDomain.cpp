@@ -1,10 +1,11 @@
 #include <algorithm>
-#include <iostream>
+#include <ostream>
 
 #include "CZPWebsite.h"
 #include "conf/Address.h"
 #include "conf/LineReader.h"
 #include "host/Folder.h"
+#include "host/Machine.h"
 #include "host/Paths.h"
 
 using zp::conf::Bracket;
@@ -27,12 +28,12 @@ struct Findings {
 void noteSharedAddress(const Line& line, Findings& findings) {
     const std::string_view value = line.restBehind(keyword::NameVirtualHost);
     if (value.starts_with('[')) {
-        std::cout << "IPV6\n";
+        host::out() << "IPV6\n";
     }
     const auto [address, ended] = conf::leadingAddress(value, Bracket::Last);
     if (ended) {  // a bare IPv4 address, without a port behind it, does not count
         findings.sharedAddresses.emplace_back(address);
-        std::cout << "IPEntry" << address << '\n';
+        host::out() << "IPEntry" << address << '\n';
     }
 }
 
@@ -96,7 +97,7 @@ std::string CZPWebsite::ISIPLessDomain(std::string DomainName, std::string httpd
     }
     conf::LineReader reader(httpdConfFile, conf::LineReader::Unbounded);
     if (!reader.isOpen()) {
-        std::cout << "Error while opening HttpdConfFile\n";
+        host::out() << "Error while opening HttpdConfFile\n";
         return "false";
     }
     Findings findings = search(reader, DomainName);

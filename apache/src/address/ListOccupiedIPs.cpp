@@ -1,4 +1,4 @@
-#include <iostream>
+#include <ostream>
 #include <unordered_set>
 
 #include "CZPWebsite.h"
@@ -6,6 +6,7 @@
 #include "conf/Address.h"
 #include "conf/LineReader.h"
 #include "host/Fields.h"
+#include "host/Machine.h"
 #include "host/Report.h"
 
 using zp::conf::Line;
@@ -51,19 +52,19 @@ private:
 // Listed even when the address is in the list already.
 void addAnnounced(const Line& line, AddressList& addresses) {
     const std::string_view value = line.argumentOf(keyword::NameVirtualHost);
-    std::cout << "Buffer=" << line.raw()
-              << "\nPtr=" << conf::stepOver(line.text(), keyword::NameVirtualHost.size() + 1) << '\n';
+    zp::host::out() << "Buffer=" << line.raw()
+                    << "\nPtr=" << conf::stepOver(line.text(), keyword::NameVirtualHost.size() + 1) << '\n';
     const auto [address, ended] = conf::leadingAddress(value, conf::Bracket::Last, ":");
     if (value.starts_with('[')) {
-        std::cout << "IPV6\n";
+        zp::host::out() << "IPV6\n";
         if (!ended) {
             return;
         }
     } else {
-        std::cout << "IPV4 " << value << "\ncp1 " << value << '\n';
+        zp::host::out() << "IPV4 " << value << "\ncp1 " << value << '\n';
     }
     addresses.add(address);
-    std::cout << "IPEntry" << address << '\n';
+    zp::host::out() << "IPEntry" << address << '\n';
 }
 
 }  // namespace
@@ -76,7 +77,7 @@ int CZPWebsite::ListOccupiedIPs(StringVector* OccupiedIPsList) {
     }
     conf::LineReader reader(configuration, 1023);
     if (!reader.isOpen()) {
-        std::cout << "Error while opening HttpdConfFile\n";
+        zp::host::out() << "Error while opening HttpdConfFile\n";
         return zp::result::ConfigurationNotOpened;
     }
     AddressList addresses(*OccupiedIPsList);

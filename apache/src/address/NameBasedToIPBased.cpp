@@ -1,10 +1,11 @@
-#include <iostream>
+#include <ostream>
 
 #include "CZPWebsite.h"
 #include "Results.h"
 #include "conf/Address.h"
 #include "conf/Readdress.h"
 #include "host/Fields.h"
+#include "host/Machine.h"
 
 namespace conf = zp::conf;
 namespace keyword = zp::conf::keyword;
@@ -24,7 +25,7 @@ int CZPWebsite::NameBasedToIPBased(std::string oldIP, std::string newIP, std::st
     conf::Rewrite rewrite(configuration, zp::host::textOf(TEMPFILE), 1023,
                           conf::Rewrite::Order::ScratchFirst);
     if (!rewrite.open()) {
-        std::cout << "Error while opening HttpdConfFile\n";
+        zp::host::out() << "Error while opening HttpdConfFile\n";
         return zp::result::ConfigurationNotOpened;
     }
     const std::string address = conf::inBrackets(newIP);

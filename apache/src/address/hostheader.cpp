@@ -1,10 +1,11 @@
 // Host headers: the further names of a site, kept on its ServerAlias line with single blanks between them.
-#include <iostream>
+#include <ostream>
 
 #include "ApacheHelper.h"
 #include "CZPWebsite.h"
 #include "conf/Text.h"
 #include "host/Fields.h"
+#include "host/Machine.h"
 #include "host/Report.h"
 
 namespace conf = zp::conf;
@@ -41,9 +42,9 @@ std::string without(std::string_view names, std::string_view unwanted) {
     };
     while (conf::contains(names, " ")) {
         const auto [name, rest] = conf::splitAtBlank(names);
-        std::cout << "Ptr1=" << name << '\n';
+        zp::host::out() << "Ptr1=" << name << '\n';
         if (!take(name)) {
-            std::cout << "matched\n";
+            zp::host::out() << "matched\n";
         }
         names = conf::skipSpace(rest);
     }
@@ -67,7 +68,7 @@ char CZPWebsite::AddHostHeader(std::string domainName, std::string hostHeader) {
     }
     const std::string extended = names.size() > 2 ? names + " " + hostHeader : hostHeader;
     if (helper.Apache_UpdateDirectiveInVH(configuration, domainName, ServerAlias, extended, false) != 0) {
-        std::cout << "Update error\n";
+        zp::host::out() << "Update error\n";
         return NotDone;
     }
     return Done;

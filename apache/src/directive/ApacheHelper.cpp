@@ -1,11 +1,12 @@
 // What a configuration file says: directives, modules and their presence. Nothing here changes a file.
 #include "ApacheHelper.h"
 
-#include <iostream>
+#include <ostream>
 
 #include "conf/DomainScope.h"
 #include "conf/LineReader.h"
 #include "conf/ServerLevel.h"
+#include "host/Machine.h"
 
 using zp::conf::AnyNameScope;
 using zp::conf::Line;
@@ -35,7 +36,7 @@ int ApacheHelper::Apache_getDirectiveValue(std::string apacheConfFile, std::stri
         if (!quoted) {
             return 3;
         }
-        std::cout << "returning with quote\n";
+        zp::host::out() << "returning with quote\n";
         value = *quoted;
         return 0;
     }
@@ -109,13 +110,13 @@ bool ApacheHelper::Apache_isDirectiveWithValueExists(std::string apacheConfFile,
             continue;
         }
         if (!isValueQuoted) {
-            std::cout << "without quotes\n";
+            zp::host::out() << "without quotes\n";
             if (line.restBehind(directive) == value) {
-                std::cout << "found\n";
+                zp::host::out() << "found\n";
                 return true;
             }
         } else if (const auto quoted = conf::betweenQuotes(line.text())) {
-            std::cout << "returning with quote\n";
+            zp::host::out() << "returning with quote\n";
             if (*quoted == value) {
                 return true;
             }
@@ -145,7 +146,7 @@ bool ApacheHelper::Apache_isModuleExistsInVH(std::string httpdConfFile, std::str
             if (name.size() == argument.size()) {
                 continue;
             }
-            std::cout << "modname=" << name << '\n';
+            zp::host::out() << "modname=" << name << '\n';
             if (conf::equalIgnoringCase(name, moduleName)) {
                 return true;
             }

@@ -1,5 +1,5 @@
 // Modules: their presence on disk, their LoadModule lines, and their blocks in one domain.
-#include <iostream>
+#include <ostream>
 
 #include "ApacheHelper.h"
 #include "CZPWebsite.h"
@@ -7,6 +7,7 @@
 #include "conf/Rewrite.h"
 #include "conf/ServerLevel.h"
 #include "host/Folder.h"
+#include "host/Machine.h"
 #include "shared/ApacheHelperResults.h"
 
 using zp::conf::Line;
@@ -92,7 +93,8 @@ int insertBefore(Place place, Rewrite& rewrite, const std::string& entry) {
             continue;
         }
         if (!done && isPlace(place, line, inBlock)) {
-            std::cout << (place == Place::FirstLoadModule ? "LoadModule found\n" : "VirtualHost found\n");
+            zp::host::out() << (place == Place::FirstLoadModule ? "LoadModule found\n"
+                                                                : "VirtualHost found\n");
             rewrite.write(entry);
             done = true;
         }
@@ -133,7 +135,7 @@ int ApacheHelper::Apache_addModule(std::string apacheConfFile, std::string modul
     }
     const std::string folder = loadableFolder(CZPWebsite().getApacheModulesDir(apacheConfFile));
     const std::string entry = "LoadModule " + moduleName + "_module " + moduleFile(folder, moduleName);
-    std::cout << "entry=" << entry << '\n';
+    zp::host::out() << "entry=" << entry << '\n';
     int outcome = insertBefore(Place::FirstLoadModule, rewrite, entry);
     if (outcome == NoPlace) {
         Rewrite again(apacheConfFile, temporary, conf::ServerLevelBound);
@@ -143,9 +145,9 @@ int ApacheHelper::Apache_addModule(std::string apacheConfFile, std::string modul
     if (outcome != NoPlace) {
         return outcome;
     }
-    std::cout << "apending\n";
+    zp::host::out() << "apending\n";
     if (!conf::appendLine(apacheConfFile, entry, conf::Links::Followed)) {
-        std::cout << "Unable to open file in append mode\n";
+        zp::host::out() << "Unable to open file in append mode\n";
         return NotAppended;
     }
     return 0;

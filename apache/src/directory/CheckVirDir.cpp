@@ -1,4 +1,4 @@
-#include <iostream>
+#include <ostream>
 
 #include "CZPVirtualDirectory.h"
 #include "Results.h"
@@ -6,6 +6,7 @@
 #include "conf/LineReader.h"
 #include "host/Fields.h"
 #include "host/File.h"
+#include "host/Machine.h"
 #include "host/Report.h"
 
 using zp::host::fieldText;
@@ -31,7 +32,7 @@ char CZPVirtualDirectory::CheckVirDir(SDDir* ObjDDir) {
     }
     conf::LineReader reader(configuration, conf::LineReader::Unbounded);
     if (!reader.isOpen()) {
-        std::cout << "Error opening HttpdConfFile file\n";
+        host::out() << "Error opening HttpdConfFile file\n";
         return zp::result::ConfigurationNotOpened;
     }
     conf::FirstNameScope scope(domain);

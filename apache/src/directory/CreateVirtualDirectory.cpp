@@ -1,5 +1,5 @@
 #include <algorithm>
-#include <iostream>
+#include <ostream>
 
 #include "CZPVirtualDirectory.h"
 #include "CZPWebsite.h"
@@ -67,7 +67,7 @@ struct Creation {
 
     void add(Rewrite& rewrite, const std::string& folder) const {
         withRequire.wait();  // it prints
-        std::cout << "Directory Creation\n";
+        host::out() << "Directory Creation\n";
         handOver(folder, owner);
         const zp::VirtualDirectoryBlock block{
             .folder = folder,

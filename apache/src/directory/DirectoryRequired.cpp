@@ -1,10 +1,11 @@
-#include <iostream>
+#include <ostream>
 
 #include "CZPVirtualDirectory.h"
 #include "Results.h"
 #include "conf/Alias.h"
 #include "conf/LineReader.h"
 #include "host/Fields.h"
+#include "host/Machine.h"
 #include "host/Report.h"
 
 namespace conf = zp::conf;
@@ -31,7 +32,7 @@ char CZPVirtualDirectory::DirectoryRequired(std::string DomainName, std::string 
     }
     conf::LineReader reader(configuration, conf::LineReader::Unbounded);
     if (!reader.isOpen()) {
-        std::cout << "Error opening HttpdConfFile file\n";
+        host::out() << "Error opening HttpdConfFile file\n";
         return zp::result::ConfigurationNotOpened;
     }
     conf::FirstNameScope scope(DomainName);

@@ -1,8 +1,9 @@
-#include <iostream>
+#include <ostream>
 
 #include "CZPVirtualDirectory.h"
 #include "conf/Alias.h"
 #include "conf/LineReader.h"
+#include "host/Machine.h"
 
 namespace conf = zp::conf;
 
@@ -10,7 +11,7 @@ std::string CZPVirtualDirectory::GetVDPath(std::string httpdConfFile, std::strin
                                            std::string VDName) {
     conf::LineReader reader(httpdConfFile, conf::LineReader::Unbounded);
     if (!reader.isOpen()) {
-        std::cout << "Error while opening HttpdConfFile\n";
+        zp::host::out() << "Error while opening HttpdConfFile\n";
         return {};
     }
     conf::FirstNameScope scope(domainName);

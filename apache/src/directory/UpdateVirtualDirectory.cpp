@@ -1,4 +1,4 @@
-#include <iostream>
+#include <ostream>
 
 #include "ApacheHelper.h"
 #include "CZPVirtualDirectory.h"
@@ -6,6 +6,7 @@
 #include "conf/Directory.h"
 #include "conf/DomainScope.h"
 #include "host/Fields.h"
+#include "host/Machine.h"
 #include "host/PasswordFile.h"
 #include "host/Report.h"
 #include "shared/VirtualDirectoryBlock.h"
@@ -131,15 +132,15 @@ char CZPVirtualDirectory::UpdateVirtualDirectory(SDDir* ObjDDir) {
     }
     Rewrite rewrite(configuration, host::textOf(TEMPFILE), conf::LineReader::Unbounded);
     if (!rewrite.sourceOpen()) {
-        std::cout << "Error opening HttpdConfFile file\n";
+        host::out() << "Error opening HttpdConfFile file\n";
         return zp::result::ConfigurationNotOpened;
     }
     if (!rewrite.scratchOpen()) {
-        std::cout << "Error opening TEMPFILE file\n";
+        host::out() << "Error opening TEMPFILE file\n";
         return zp::result::ScratchNotOpened;
     }
-    std::cout << "ObjDDir->Order=" << int{ObjDDir->Order} << '\n'
-              << "ObjDDir->Allow=" << fieldText(ObjDDir->Allow);
+    host::out() << "ObjDDir->Order=" << int{ObjDDir->Order} << '\n'
+                << "ObjDDir->Allow=" << fieldText(ObjDDir->Allow);
     const Update update(*ObjDDir, configuration);
     const bool copied = copyWithUpdate(rewrite, update);
     update.withRequire.wait();

@@ -1,4 +1,4 @@
-#include <iostream>
+#include <ostream>
 
 #include "CZPVirtualDirectory.h"
 #include "Results.h"
@@ -7,6 +7,7 @@
 #include "conf/LineReader.h"
 #include "host/Fields.h"
 #include "host/File.h"
+#include "host/Machine.h"
 #include "host/Report.h"
 
 using zp::host::fieldText;
@@ -33,7 +34,7 @@ char CZPVirtualDirectory::VirtualDirectoryExists(SDDir* ObjDDir) {
     }
     conf::LineReader reader(configuration, conf::LineReader::Unbounded);
     if (!reader.isOpen()) {
-        std::cout << "Error opening HttpdConfFile file\n";
+        host::out() << "Error opening HttpdConfFile file\n";
         return zp::result::ConfigurationNotOpened;
     }
     // The end of a block is not looked for: what follows up to the next <VirtualHost counts as the site's.

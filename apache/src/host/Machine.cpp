@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "conf/WriteAll.h"
+#include "host/File.h"
 #include "host/Folder.h"
 #include "host/Paths.h"
 #include "host/Shell.h"
@@ -99,7 +100,7 @@ bool copyText(int from, int to) {
 // Text, owner and mode.
 bool copyWhole(const std::string& from, const std::string& to) {
     const File source(::open(from.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
-    static_cast<void>(::unlink(to.c_str()));
+    removeFile(to);
     const File copy(::open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
     struct stat status {};
     return source.isOpen() && copy.isOpen() && ::fstat(source.number(), &status) == 0 &&
@@ -116,9 +117,11 @@ void moveDurably(const std::string& from, const std::string& to) {
     if ((isNear || copyWhole(from, near)) && sync(near)) {
         runInShell({program::Move, near, to});
     } else {
-        static_cast<void>(::unlink(near.c_str()));
+        removeFile(near);
     }
-    static_cast<void>(isNear ? 0 : ::unlink(from.c_str()));
+    if (!isNear) {
+        removeFile(from);
+    }
 }
 
 const Machine*& inUse() {

@@ -1,9 +1,10 @@
 #include "FileHandling.h"
 
-#include <iostream>
+#include <ostream>
 
 #include "conf/AppendLine.h"
 #include "conf/Rewrite.h"
+#include "host/Machine.h"
 #include "host/SiteFile.h"
 
 using zp::conf::Line;
@@ -28,7 +29,7 @@ struct Parameter {
             return false;
         }
         // Said for every line with the name: callers look for it in the output.
-        std::cout << "delimeter contain spaces\n";
+        zp::host::out() << "delimeter contain spaces\n";
         const std::string_view rest = line.text().substr(name.size());
         return rest.starts_with(delimiter) && conf::skipSpace(rest.substr(1)) == value;
     }

@@ -1,6 +1,7 @@
-#include <iostream>
+#include <ostream>
 
 #include "PrivateFolder.h"
+#include "host/Machine.h"
 #include "host/Report.h"
 #include "shared/FolderProtection.h"
 
@@ -35,7 +36,7 @@ int PrivateFolder::deletePrivateFolder(std::string folderPath, std::string userN
         }
     }
     if (!isUserExist && protection.accessFile().isPresent()) {
-        std::cout << "cp_FF\n";
+        host::out() << "cp_FF\n";
         protection.lift();
     }
     return Deleted;

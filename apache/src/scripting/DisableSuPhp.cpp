@@ -1,9 +1,10 @@
-#include <iostream>
+#include <ostream>
 
 #include "CZPWebsite.h"
 #include "Results.h"
 #include "conf/Rewrite.h"
 #include "host/Fields.h"
+#include "host/Machine.h"
 
 using zp::conf::Line;
 using zp::conf::Rewrite;
@@ -24,11 +25,11 @@ bool skipModuleBlock(Rewrite& rewrite, int& count) {
     constexpr int most = 10;
     for (Line line; rewrite.read(line) && ++count <= most;) {
         if (conf::skipBlanksThenTabs(line.raw()) == keyword::IfModuleEndTag) {
-            std::cout << keyword::IfModuleEndTag << '\n';
+            host::out() << keyword::IfModuleEndTag << '\n';
             return true;
         }
     }
-    std::cout << "IsError true\n";
+    host::out() << "IsError true\n";
     return false;
 }
 
@@ -44,10 +45,10 @@ Outcome copyWithoutBlocks(Rewrite& rewrite, const std::string& domain, const std
         if (conf::equalIgnoringCase(text, keyword::VirtualHostEndTag)) {
             inSite = false;
         } else if (text == serverName) {
-            std::cout << "Server Name Found\n";
+            host::out() << "Server Name Found\n";
             inSite = true;
         } else if (inSite && conf::contains(text, "IfModule") && conf::contains(text, module)) {
-            std::cout << "IfMoudle found\n";
+            host::out() << "IfMoudle found\n";
             if (!skipModuleBlock(rewrite, count)) {
                 return Outcome::TooLong;
             }
@@ -77,6 +78,6 @@ int CZPWebsite::DisableSuPhp(std::string DomainName, std::string ModuleName) {
         rewrite.discard();
         return outcome == Outcome::NotFound ? Done : BlockTooLong;
     }
-    std::cout << "replaceing files\n";
+    host::out() << "replaceing files\n";
     return rewrite.putInPlace() ? Done : result::ScratchNotOpened;
 }

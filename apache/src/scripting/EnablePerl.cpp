@@ -1,4 +1,4 @@
-#include <iostream>
+#include <ostream>
 
 #include "ApacheHelper.h"
 #include "CZPWebsite.h"
@@ -6,6 +6,7 @@
 #include "conf/Rewrite.h"
 #include "conf/SiteDirectoryScan.h"
 #include "host/Fields.h"
+#include "host/Machine.h"
 #include "host/Paths.h"
 
 using zp::conf::Line;
@@ -37,7 +38,7 @@ int CZPWebsite::EnablePerl(std::string szDomainName) {
         }
         rewrite.keep(line);
         if (scan.entersFolder(line)) {
-            std::cout << handler << '\n';
+            host::out() << handler << '\n';
             rewrite.write(handler);  // no look for one that is there: a second call adds a second line
             scan.leaveDomain();
         }

@@ -1,10 +1,11 @@
-#include <iostream>
+#include <ostream>
 
 #include "ApacheHelper.h"
 #include "CZPWebsite.h"
 #include "Results.h"
 #include "conf/Rewrite.h"
 #include "host/Fields.h"
+#include "host/Machine.h"
 #include "host/Paths.h"
 
 using zp::conf::Line;
@@ -35,7 +36,7 @@ Site findSite(const std::string& file, const std::string& domain) {
     if (name == std::string::npos) {
         home.clear();
     } else if (!home.empty()) {
-        std::cout << "!string::npos\n";
+        host::out() << "!string::npos\n";
         home.resize(name + domain.size());
     }
     return {std::string(conf::upTo(administrator, "@")), home};

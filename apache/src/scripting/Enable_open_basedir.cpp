@@ -1,10 +1,11 @@
-#include <iostream>
+#include <ostream>
 
 #include "CZPWebsite.h"
 #include "Results.h"
 #include "conf/Rewrite.h"
 #include "conf/SiteDirectoryScan.h"
 #include "host/Fields.h"
+#include "host/Machine.h"
 
 using zp::conf::Line;
 using zp::conf::Rewrite;
@@ -22,7 +23,7 @@ constexpr int Done = 96;
 int CZPWebsite::Enable_open_basedir(std::string szDomainName, std::string DirPath) {
     Rewrite rewrite(host::textOf(HttpdConfFile), host::textOf(TEMPFILE), conf::SiteDirectoryBound);
     if (!rewrite.sourceOpen()) {
-        std::cout << "Error while opening HttpdConfFile\n";
+        host::out() << "Error while opening HttpdConfFile\n";
     }
     if (!rewrite.open()) {
         return zp::result::ConfigurationNotOpened;

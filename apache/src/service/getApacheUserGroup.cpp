@@ -1,8 +1,9 @@
-#include <iostream>
+#include <ostream>
 
 #include "ApacheHelper.h"
 #include "CZPWebsite.h"
 #include "conf/LineReader.h"
+#include "host/Machine.h"
 #include "host/Paths.h"
 
 namespace conf = zp::conf;
@@ -28,7 +29,7 @@ void resolveVariable(std::string& value) {
     }
     conf::LineReader reader(zp::host::path::ApacheEnvironment, conf::LineReader::Unbounded);
     if (!reader.isOpen()) {
-        std::cout << "Error while opening file\n";
+        zp::host::out() << "Error while opening file\n";
     }
     constexpr std::string_view exported = "export ";
     for (conf::Line line; reader.read(line);) {
@@ -50,11 +51,11 @@ int CZPWebsite::getApacheUserGroup(std::string httpdConfFile, std::string& apach
                                    std::string& apacheGroup) {
     ApacheHelper helper;
     if (helper.Apache_getDirectiveValue(httpdConfFile, "User", apacheUser, false) != 0) {
-        std::cout << "Apache user not found\n";
+        zp::host::out() << "Apache user not found\n";
         return 1;
     }
     if (helper.Apache_getDirectiveValue(httpdConfFile, "Group", apacheGroup, false) != 0) {
-        std::cout << "Apache group not found\n";
+        zp::host::out() << "Apache group not found\n";
         return 2;
     }
     resolveVariable(apacheUser);

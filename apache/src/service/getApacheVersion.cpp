@@ -1,4 +1,4 @@
-#include <iostream>
+#include <ostream>
 
 #include "CZPWebsite.h"
 #include "conf/Text.h"
@@ -61,5 +61,5 @@ void getApacheVersion(int& major, int& minor, int& minorMinor) {
     if (answer.size() > 5) {
         parseVersion(answer, major, minor, minorMinor);
     }
-    std::cout << "major=" << major << "\nminor=" << minor << "\nminorMinor=" << minorMinor << '\n';
+    zp::host::out() << "major=" << major << "\nminor=" << minor << "\nminorMinor=" << minorMinor << '\n';
 }

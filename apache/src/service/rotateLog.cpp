@@ -1,6 +1,6 @@
 // Rotation of a site's access log.
 #include <ctime>
-#include <iostream>
+#include <ostream>
 
 #include "ApacheHelper.h"
 #include "CZPWebsite.h"
@@ -33,7 +33,7 @@ void packAndRemove(const std::string& log) {
     if (host::isLink(archive)) {
         host::removeFile(archive);  // the archive is not to be written where a link leads
     }
-    std::cout << host::commandLine({host::program::Archive, "-cvzf", archive, name}) << '\n';
+    host::out() << host::commandLine({host::program::Archive, "-cvzf", archive, name}) << '\n';
     host::run({host::program::Archive, "-cvzf", archive, name});
     host::removeFile(entered ? name : log);
 }
@@ -51,20 +51,20 @@ int CZPWebsite::rotateLog(std::string szHttpdConfFile, std::string szDomainName,
     const std::string log(conf::splitAtBlank(value).keyword);  // the format's name stands behind it
     const auto size = host::sizeOfFile(log);
     if (!size) {
-        std::cout << "Unable to get File Size\n";
+        host::out() << "Unable to get File Size\n";
         return NotDone;
     }
     if (*size / Megabyte < conf::leadingNumber(szThresholdSize)) {
-        std::cout << *size << '\n';
+        host::out() << *size << '\n';
         return Done;
     }
     if (conf::equalIgnoringCase(szOption, "DEL")) {
-        std::cout << "Remove the file\n";
+        host::out() << "Remove the file\n";
         host::removeFile(log);
         return Done;
     }
     if (conf::equalIgnoringCase(szOption, "ZIPandDEL")) {
-        std::cout << "Zip and remove the file\n";
+        host::out() << "Zip and remove the file\n";
         packAndRemove(log);
         return Done;
     }

@@ -1,6 +1,6 @@
 #include "shared/FolderProtection.h"
 
-#include <iostream>
+#include <ostream>
 
 #include "FileHandling.h"
 #include "conf/Text.h"
@@ -64,7 +64,7 @@ std::string FolderProtection::deletingCommand(const std::string& user) const {
 }
 
 bool runShown(const std::string& command) {
-    std::cout << "command=" << command << '\n';
+    host::out() << "command=" << command << '\n';
     return host::runThroughPipe(command);
 }
 

@@ -1,10 +1,11 @@
 #include "shared/MergeRecord.h"
 
-#include <iostream>
+#include <ostream>
 
 #include "Results.h"
 #include "host/Fields.h"
 #include "host/Folder.h"
+#include "host/Machine.h"
 
 using zp::conf::Line;
 using zp::conf::Rewrite;
@@ -44,7 +45,7 @@ int mergeRecord(const std::string& configuration, const std::string& scratch, Up
     }
     Rewrite rewrite(configuration, scratch, 1023, Rewrite::Order::ScratchFirst);
     if (!rewrite.open()) {
-        std::cout << "Error while opening HttpdConfFile\n";
+        host::out() << "Error while opening HttpdConfFile\n";
         return result::ConfigurationNotOpened;
     }
     const std::string domain = host::textOf(record.pDomain);

@@ -1,13 +1,14 @@
 #include "shared/RailsDocumentRoot.h"
 
-#include <iostream>
+#include <ostream>
 
 #include "ApacheHelper.h"
+#include "host/Machine.h"
 
 namespace zp::rails {
 
 int fail(int result, const char* message) {
-    std::cout << message << '\n';
+    zp::host::out() << message << '\n';
     return result;
 }
 

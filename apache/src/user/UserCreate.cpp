@@ -1,9 +1,10 @@
-#include <iostream>
+#include <ostream>
 
 #include "CZPUsers.h"
 #include "conf/AppendLine.h"
 #include "conf/LineReader.h"
 #include "conf/WebUser.h"
+#include "host/Machine.h"
 #include "host/Report.h"
 #include "host/WebUsers.h"
 
@@ -28,7 +29,7 @@ char CZPUsers::UserCreate(const char* UserName, const char* Passwd) {
     const std::string file = host::webUsersFile(InsFolder, DomainName, FolderPath);
     conf::LineReader reader(file, conf::LineReader::Unbounded);
     if (!reader.isOpen()) {
-        std::cout << "Error opening passwd file\n";
+        host::out() << "Error opening passwd file\n";
         return NotPossible;
     }
     if (!isUserName(name)) {
@@ -40,7 +41,7 @@ char CZPUsers::UserCreate(const char* UserName, const char* Passwd) {
         }
     }
     if (!conf::appendLine(file, conf::webUserLine(name, password), conf::Links::Followed)) {
-        std::cout << "Error opening file\n";
+        host::out() << "Error opening file\n";
         return NotPossible;
     }
     return Added;

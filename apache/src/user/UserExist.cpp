@@ -1,9 +1,10 @@
-#include <iostream>
+#include <ostream>
 
 #include "CZPUsers.h"
 #include "Results.h"
 #include "conf/LineReader.h"
 #include "conf/WebUser.h"
+#include "host/Machine.h"
 #include "host/Report.h"
 #include "host/WebUsers.h"
 
@@ -21,7 +22,7 @@ char CZPUsers::UserExist(StringVector* UserList) {
     conf::LineReader reader(host::webUsersFile(InsFolder, DomainName, FolderPath),
                             conf::LineReader::Unbounded);
     if (!reader.isOpen()) {
-        std::cout << "Error opening HttpdConfFile file\n";
+        host::out() << "Error opening HttpdConfFile file\n";
         return zp::result::ConfigurationNotOpened;
     }
     for (conf::Line line; reader.read(line);) {

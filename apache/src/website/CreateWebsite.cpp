@@ -1,12 +1,13 @@
 // Creation of a website: its block goes into the configuration, its folders are made.
 #include <functional>
-#include <iostream>
+#include <ostream>
 
 #include "CZPWebsite.h"
 #include "Results.h"
 #include "conf/Address.h"
 #include "conf/Rewrite.h"
 #include "host/Fields.h"
+#include "host/Machine.h"
 #include "host/Paths.h"
 #include "host/Report.h"
 #include "host/SiteFolders.h"
@@ -71,20 +72,20 @@ bool announcesAddress(const Line& line, const Request& request) {
     const bool withPort = conf::equalIgnoringCase(value, request.withPort(request.port)) ||
                           conf::equalIgnoringCase(value, request.withPort("*"));
     if (request.isIPv6()) {
-        std::cout << "Requested IP is IPV6\n";
+        host::out() << "Requested IP is IPV6\n";
         if (value.empty() || value.front() != '[') {
             return false;
         }
-        std::cout << "Picked IP is IPV6\n" << (withPort ? "IPV6 NameVirtualHost found\n" : "");
+        host::out() << "Picked IP is IPV6\n" << (withPort ? "IPV6 NameVirtualHost found\n" : "");
         return withPort;
     }
-    std::cout << "Requested IP is IPV4\n";
+    host::out() << "Requested IP is IPV4\n";
     if (conf::equalIgnoringCase(value, request.address)) {
-        std::cout << "IPV4 NameVirtualHost found without port\n";
+        host::out() << "IPV4 NameVirtualHost found without port\n";
         return true;
     }
     if (withPort) {
-        std::cout << "IPV4 NameVirtualHost found with port\n";
+        host::out() << "IPV4 NameVirtualHost found with port\n";
         IsPortEnabled = 1;
     }
     return withPort;
@@ -169,7 +170,7 @@ char CZPWebsite::CreateWebsite(VHostEntry* objVHost) {
     Rewrite rewrite(configuration, host::textOf(TEMPFILE), 1022, Rewrite::Order::ScratchFirst,
                     conf::FinalRead::Counted);
     if (!rewrite.sourceOpen()) {
-        std::cout << "Error while opening HttpdConfFile\n";
+        host::out() << "Error while opening HttpdConfFile\n";
         return zp::result::ConfigurationNotOpened;
     }
     if (!rewrite.scratchOpen()) {

@@ -1,10 +1,11 @@
-#include <iostream>
+#include <ostream>
 
 #include "CZPWebsite.h"
 #include "Results.h"
 #include "conf/HeldLines.h"
 #include "conf/Rewrite.h"
 #include "host/Fields.h"
+#include "host/Machine.h"
 #include "host/Report.h"
 
 using zp::conf::Line;
@@ -61,11 +62,11 @@ char CZPWebsite::DeleteWebsite(const char* pDName, char /*DomainType*/) {
     }
     Rewrite rewrite(configuration, zp::host::textOf(TEMPFILE), 1022);
     if (!rewrite.sourceOpen()) {
-        std::cout << "Error opening HttpdConfFile file";
+        zp::host::out() << "Error opening HttpdConfFile file";
         return zp::result::ConfigurationNotOpened;
     }
     if (!rewrite.scratchOpen()) {
-        std::cout << "Error opening TEMPFILE file";
+        zp::host::out() << "Error opening TEMPFILE file";
         return zp::result::ScratchNotOpened;
     }
     copyWithoutSite(rewrite, domain);

@@ -1,15 +1,16 @@
-#include <iostream>
+#include <ostream>
 
 #include "CZPWebsite.h"
 #include "conf/DomainScope.h"
 #include "conf/LineReader.h"
+#include "host/Machine.h"
 
 namespace conf = zp::conf;
 
 std::string CZPWebsite::GetRootDocPath(std::string httpdConfFile, std::string domainName) {
     conf::LineReader reader(httpdConfFile, 1022);
     if (!reader.isOpen()) {
-        std::cout << "Error while opening HttpdConfFile\n";
+        zp::host::out() << "Error while opening HttpdConfFile\n";
         return {};
     }
     conf::FirstNameScope scope(domainName);

@@ -1,10 +1,11 @@
-#include <iostream>
+#include <ostream>
 
 #include "CZPWebsite.h"
 #include "Results.h"
 #include "conf/LineReader.h"
 #include "host/Fields.h"
 #include "host/Folder.h"
+#include "host/Machine.h"
 #include "host/Report.h"
 
 using zp::conf::Line;
@@ -66,7 +67,7 @@ void readDirective(const Line& line, UpdateVHost& record, bool& proxyPassTaken) 
         record.Alias.push_back(pairIn(line.argumentOf(keyword::Alias)));
     } else if (line.begins(keyword::ScriptAlias)) {
         record.ScriptAlias.push_back(pairIn(line.argumentOf(keyword::ScriptAlias)));
-        std::cout << "TNameValue.Value=" << record.ScriptAlias.back().Value << '\n';
+        host::out() << "TNameValue.Value=" << record.ScriptAlias.back().Value << '\n';
     } else if (line.begins(keyword::ServerAlias)) {
         appendWords(line.argumentOf(keyword::ServerAlias), record.ServerAlias);
     } else if (line.begins(keyword::Include)) {
@@ -139,7 +140,7 @@ bool readSite(conf::LineReader& reader, const std::string& domain, UpdateVHost& 
 }  // namespace
 
 char CZPWebsite::GetWebsiteInfo(UpdateVHost* ObjUVHost) {
-    std::cout << "CZPWebsite::GetWebsiteInfo\n";
+    host::out() << "CZPWebsite::GetWebsiteInfo\n";
     const std::string domain = host::textOf(ObjUVHost->pDomain);
     host::report(TrackManager, "GetWebsiteInfo", {{"ObjUVHost->pDomain", domain}});
     const std::string configuration = host::textOf(HttpdConfFile);
@@ -148,7 +149,7 @@ char CZPWebsite::GetWebsiteInfo(UpdateVHost* ObjUVHost) {
     }
     conf::LineReader reader(configuration, 2999);
     if (!reader.isOpen()) {
-        std::cout << "Error while opening HttpdConfFile\n";
+        host::out() << "Error while opening HttpdConfFile\n";
         return zp::result::ConfigurationNotOpened;
     }
     std::string documentRoot;

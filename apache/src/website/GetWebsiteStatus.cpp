@@ -1,9 +1,10 @@
-#include <iostream>
+#include <ostream>
 
 #include "CZPWebsite.h"
 #include "Results.h"
 #include "conf/LineReader.h"
 #include "host/Fields.h"
+#include "host/Machine.h"
 
 namespace conf = zp::conf;
 namespace keyword = zp::conf::keyword;
@@ -23,7 +24,7 @@ char CZPWebsite::GetWebsiteStatus(std::string szDomainName) {
     }
     conf::LineReader reader(configuration, 1023);
     if (!reader.isOpen()) {
-        std::cout << "Error while opening HttpdConfFile\n";
+        zp::host::out() << "Error while opening HttpdConfFile\n";
         return zp::result::ConfigurationNotOpened;
     }
     bool inBlock = false;
@@ -37,7 +38,7 @@ char CZPWebsite::GetWebsiteStatus(std::string szDomainName) {
         } else if (conf::equalIgnoringCase(word, keyword::ServerName) && word.size() < text.size()) {
             const std::string_view name = conf::skipSpace(rest);
             if (!name.empty() && conf::equalIgnoringCase(name, szDomainName)) {
-                std::cout << name << '\n';
+                zp::host::out() << name << '\n';
                 return line.isComment() ? Stopped : Running;
             }
             inBlock = false;  // the first ServerName decides

@@ -1,4 +1,4 @@
-#include <iostream>
+#include <ostream>
 
 #include "CZPWebsite.h"
 #include "Results.h"
@@ -6,6 +6,7 @@
 #include "conf/LineReader.h"
 #include "host/Fields.h"
 #include "host/Folder.h"
+#include "host/Machine.h"
 #include "host/Paths.h"
 #include "host/Report.h"
 
@@ -51,13 +52,13 @@ char CZPWebsite::ListWebsites(StringVector& websites) {
     }
     conf::LineReader reader(configuration, 1022);
     if (!reader.isOpen()) {
-        std::cout << "Error while opening HttpdConfFile\n";
+        host::out() << "Error while opening HttpdConfFile\n";
         return zp::result::ConfigurationNotOpened;
     }
     Inclusion inclusion = readMainFile(reader, websites);
-    std::cout << "server root = " << inclusion.serverRoot << '\n';
+    host::out() << "server root = " << inclusion.serverRoot << '\n';
     if (inclusion.serverRoot.empty()) {
-        std::cout << "cp\n";
+        host::out() << "cp\n";
         inclusion.serverRoot = host::enterFirstOf(host::path::ServerRoots);
         if (inclusion.serverRoot.empty()) {
             return Listed;
@@ -66,9 +67,9 @@ char CZPWebsite::ListWebsites(StringVector& websites) {
     for (const std::string& name : inclusion.files) {
         const std::string path = name.starts_with('/') ? name : inclusion.serverRoot + "/" + name;
         if (!host::exists(path)) {
-            std::cout << "File not found = " << name << '\n';
+            host::out() << "File not found = " << name << '\n';
         } else if (host::isFolder(path)) {
-            std::cout << "Dir = " << name << '\n';
+            host::out() << "Dir = " << name << '\n';
         } else {
             VHostsInIncFile(path, websites);
         }

@@ -1,8 +1,9 @@
-#include <iostream>
+#include <ostream>
 
 #include "CZPWebsite.h"
 #include "conf/Address.h"
 #include "conf/LineReader.h"
+#include "host/Machine.h"
 
 namespace conf = zp::conf;
 namespace keyword = zp::conf::keyword;
@@ -14,7 +15,7 @@ bool CZPWebsite::LookupDomainInConfFile(std::string DomainName, std::string http
     }
     conf::LineReader reader(httpdConfFile, conf::LineReader::Unbounded);
     if (!reader.isOpen()) {
-        std::cout << "Error while opening HttpdConfFile\n";
+        zp::host::out() << "Error while opening HttpdConfFile\n";
         return true;  // callers take this for "nothing to be found elsewhere"
     }
     std::string opening;  // of the block; empty outside one

@@ -1,9 +1,10 @@
-#include <iostream>
+#include <ostream>
 
 #include "CZPWebsite.h"
 #include "Results.h"
 #include "conf/SiteSwitch.h"
 #include "host/Fields.h"
+#include "host/Machine.h"
 #include "host/Report.h"
 
 using zp::conf::Rewrite;
@@ -22,7 +23,7 @@ char CZPWebsite::StartWebsite(const char* DomainName) {
     Rewrite rewrite(zp::host::textOf(HttpdConfFile), zp::host::textOf(TEMPFILE), conf::SiteSwitchBound,
                     Rewrite::Order::ScratchFirst);
     if (!rewrite.sourceOpen()) {
-        std::cout << "Error while opening HttpdConfFile\n";
+        zp::host::out() << "Error while opening HttpdConfFile\n";
         return zp::result::ConfigurationNotOpened;
     }
     if (!rewrite.scratchOpen()) {

@@ -1,8 +1,9 @@
-#include <iostream>
+#include <ostream>
 
 #include "CZPWebsite.h"
 #include "conf/BlockNames.h"
 #include "conf/LineReader.h"
+#include "host/Machine.h"
 
 namespace conf = zp::conf;
 
@@ -12,7 +13,7 @@ bool CZPWebsite::VHostsInIncFile(std::string file, StringVector& websites) {
     }
     conf::LineReader reader(file, 1022);
     if (!reader.isOpen()) {
-        std::cout << "Error while opening HttpdConfFile\n";
+        zp::host::out() << "Error while opening HttpdConfFile\n";
     }
     conf::BlockNames blocks;
     for (conf::Line line; reader.read(line);) {

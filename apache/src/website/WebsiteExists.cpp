@@ -1,10 +1,11 @@
-#include <iostream>
+#include <ostream>
 
 #include "CZPWebsite.h"
 #include "Results.h"
 #include "conf/DomainScope.h"
 #include "conf/LineReader.h"
 #include "host/Fields.h"
+#include "host/Machine.h"
 #include "host/Report.h"
 
 namespace conf = zp::conf;
@@ -25,7 +26,7 @@ char CZPWebsite::WebsiteExists(const char* domain) {
     }
     conf::LineReader reader(configuration, 1022);
     if (!reader.isOpen()) {
-        std::cout << "Error while opening HttpdConfFile\n";
+        zp::host::out() << "Error while opening HttpdConfFile\n";
         return zp::result::ConfigurationNotOpened;
     }
     conf::FirstNameScope scope(name);
