@@ -1,0 +1,132 @@
+#include "settings/Access.h"
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+
+#include "input/Network.h"
+
+namespace zpweb {
+
+namespace {
+
+using Json = nlohmann::json;
+using Words = std::vector<std::string>;
+
+constexpr const char* All = "all";
+
+bool hasAll(const Words& words) { return std::find(words.begin(), words.end(), All) != words.end(); }
+
+bool anyHolds(const Words& networks, const std::string& address) {
+    return std::any_of(networks.begin(), networks.end(), [&](const std::string& network) {
+        return network == All || holdsAddress(network, address);
+    });
+}
+
+std::string joined(const std::string& before, const Words& words) {
+    std::string text = before;
+    for (const std::string& word : words) {
+        text += " " + word;
+    }
+    return text + "\n";
+}
+
+// Who may pass by address, in a <RequireAll>. "Deny all" beside allowed addresses means those and no other.
+std::string addressLines(const AccessPath& path) {
+    Words denied;
+    std::copy_if(path.deny.begin(), path.deny.end(), std::back_inserter(denied),
+                 [](const std::string& each) { return each != All; });
+    std::string text;
+    if (path.allow.empty()) {
+        text += hasAll(path.deny) ? "        Require all denied\n" : "        Require all granted\n";
+    } else if (hasAll(path.allow)) {
+        text += "        Require all granted\n";
+    } else {
+        text += joined("        Require ip", path.allow);
+    }
+    return denied.empty() ? text : text + joined("        Require not ip", denied);
+}
+
+std::string userLine(const Words& users) {
+    const bool any = std::find(users.begin(), users.end(), "valid-user") != users.end();
+    return any ? "        Require valid-user\n" : joined("        Require user", users);
+}
+
+std::string section(const AccessPath& path) {
+    std::string text = "<Location \"" + path.path + "\">\n";
+    if (!path.users.empty()) {
+        text += "    AuthType Basic\n    AuthName \"" + path.path +
+                "\"\n    AuthBasicProvider file\n    AuthUserFile \"" + path.userFile + "\"\n";
+    }
+    text += "    <RequireAll>\n" + addressLines(path);
+    text += path.users.empty() ? "" : userLine(path.users);
+    return text + "    </RequireAll>\n</Location>\n";
+}
+
+Words wordsOf(const Json& json, const char* name) { return json.value(name, Words()); }
+
+}  // namespace
+
+bool AccessPath::admits(const std::string& address) const {
+    if (allow.empty() && hasAll(deny)) {
+        return false;
+    }
+    const Words denied = [&] {
+        Words words = deny;
+        std::erase(words, All);
+        return words;
+    }();
+    return (allow.empty() || anyHolds(allow, address)) && !anyHolds(denied, address);
+}
+
+void AccessSetting::set(AccessPath path) {
+    remove(path.path);
+    paths.push_back(std::move(path));
+    // The last section that matches counts.
+    std::stable_sort(paths.begin(), paths.end(), [](const AccessPath& a, const AccessPath& b) {
+        return a.path.size() < b.path.size();
+    });
+}
+
+bool AccessSetting::remove(const std::string& path) {
+    return std::erase_if(paths, [&](const AccessPath& each) { return each.path == path; }) > 0;
+}
+
+std::string askedOf(const AccessSetting& setting) {
+    Json paths = Json::array();
+    for (const AccessPath& each : setting.paths) {
+        paths.push_back({{"path", each.path},
+                         {"allow", each.allow},
+                         {"deny", each.deny},
+                         {"users", each.users},
+                         {"user-file", each.userFile}});
+    }
+    return Json{{"paths", paths}}.dump();
+}
+
+std::optional<AccessSetting> accessFrom(const std::string& asked) {
+    const Json json = Json::parse(asked, nullptr, false);
+    if (!json.is_object()) {
+        return std::nullopt;
+    }
+    AccessSetting setting;
+    for (const Json& each : json.value("paths", Json::array())) {
+        setting.set({each.value("path", ""), wordsOf(each, "allow"), wordsOf(each, "deny"),
+                     wordsOf(each, "users"), each.value("user-file", "")});
+    }
+    return setting;
+}
+
+// Whoever issues the site's certificate comes from anywhere.
+std::string directivesOf(const AccessSetting& setting) {
+    std::string text;
+    bool whole = false;
+    for (const AccessPath& each : setting.paths) {
+        text += section(each);
+        whole = whole || each.path == "/";
+    }
+    return whole ? text +
+                       "<Location \"/.well-known/acme-challenge/\">\n    Require all granted\n</Location>\n"
+                 : text;
+}
+
+}  // namespace zpweb

@@ -1,0 +1,51 @@
+#include "settings/Php.h"
+
+#include <nlohmann/json.hpp>
+
+#include "settings/Pattern.h"
+
+namespace zpweb {
+
+namespace {
+
+using Json = nlohmann::json;
+
+// What PHP itself takes for its own: scripts, archives, and sources to be shown.
+constexpr const char* Scripts = "\\.ph(?:p|ar|tml)$";
+constexpr const char* Sources = "\\.ph(?:p|ar|ps|tml)$";
+
+std::string handlerFor(const std::string& fpm) {
+    const std::string place = fpm.starts_with('/') ? "unix:" + fpm + "|fcgi://localhost" : "fcgi://" + fpm;
+    return std::string("<FilesMatch \"") + Scripts + "\">\n    SetHandler \"proxy:" + place +
+           "\"\n</FilesMatch>\n";
+}
+
+std::string deniedSources(const char* pattern) {
+    return std::string("<FilesMatch \"") + pattern + "\">\n    Require all denied\n</FilesMatch>\n";
+}
+
+}  // namespace
+
+std::string askedOf(const PhpSetting& setting) {
+    return Json{{"fpm", setting.fpm}, {"root", setting.root}, {"version", setting.version}}.dump();
+}
+
+std::optional<PhpSetting> phpFrom(const std::string& asked) {
+    const Json json = Json::parse(asked, nullptr, false);
+    return json.is_object() ? std::optional(PhpSetting{json.value("fpm", ""), json.value("root", ""),
+                                                       json.value("version", "")})
+                            : std::nullopt;
+}
+
+std::string directivesOf(const PhpSetting& setting) {
+    const std::string index = "DirectoryIndex index.html index.htm index.php\n";
+    if (setting.root.empty()) {
+        return index + handlerFor(setting.fpm) + deniedSources("\\.phps$");
+    }
+    // Elsewhere nothing runs them, so nobody gets them.
+    return index + "<DirectoryMatch \"^(?!" + literal(setting.root) + "(?:/|$))\">\n" +
+           deniedSources(Sources) + "</DirectoryMatch>\n<Directory \"" + setting.root + "\">\n" +
+           handlerFor(setting.fpm) + deniedSources("\\.phps$") + "</Directory>\n";
+}
+
+}  // namespace zpweb

@@ -1,0 +1,57 @@
+#include "settings/Tls.h"
+
+#include <nlohmann/json.hpp>
+
+namespace zpweb {
+
+namespace {
+
+using Json = nlohmann::json;
+
+// TLS 1.2; those of TLS 1.3 are the library's own.
+constexpr const char* Ciphers =
+    "ECDHE-ECDSA-AES128-GCM-SHA256:ECDHE-RSA-AES128-GCM-SHA256:ECDHE-ECDSA-AES256-GCM-SHA384:"
+    "ECDHE-RSA-AES256-GCM-SHA384:ECDHE-ECDSA-CHACHA20-POLY1305:ECDHE-RSA-CHACHA20-POLY1305:"
+    "DHE-RSA-AES128-GCM-SHA256:DHE-RSA-AES256-GCM-SHA384:DHE-RSA-CHACHA20-POLY1305";
+
+}  // namespace
+
+std::string askedOf(const TlsSetting& setting) {
+    return Json{{"certificate", setting.files.certificate},
+                {"key", setting.files.key},
+                {"redirect", setting.redirect},
+                {"hsts", setting.hsts},
+                {"port", setting.port},
+                {"made", setting.made},
+                {"fingerprint", setting.fingerprint}}
+        .dump();
+}
+
+std::optional<TlsSetting> tlsFrom(const std::string& asked) {
+    const Json json = Json::parse(asked, nullptr, false);
+    if (!json.is_object()) {
+        return std::nullopt;
+    }
+    TlsSetting setting;
+    setting.files = {json.value("certificate", ""), json.value("key", "")};
+    setting.redirect = json.value("redirect", false);
+    setting.hsts = json.value("hsts", 0L);
+    setting.port = json.value("port", setting.port);
+    setting.made = json.value("made", setting.made);
+    setting.fingerprint = json.value("fingerprint", "");
+    return setting;
+}
+
+std::string directivesOf(const TlsSetting& setting) {
+    std::string text = "SSLEngine on\nSSLCertificateFile \"" + setting.files.certificate +
+                       "\"\nSSLCertificateKeyFile \"" + setting.files.key +
+                       "\"\nSSLProtocol all -SSLv3 -TLSv1 -TLSv1.1\nSSLCipherSuite " + Ciphers +
+                       "\nSSLHonorCipherOrder off\nSSLSessionTickets off\n";
+    if (setting.hsts > 0) {
+        text += "Header always set Strict-Transport-Security \"max-age=" + std::to_string(setting.hsts) +
+                "\"\n";
+    }
+    return text;
+}
+
+}  // namespace zpweb
