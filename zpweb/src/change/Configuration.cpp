@@ -6,8 +6,8 @@
 
 #include "conf/Text.h"
 #include "input/HostName.h"
+#include "server/Program.h"
 #include "sys/File.h"
-#include "sys/Process.h"
 
 namespace zpweb {
 
@@ -141,17 +141,6 @@ std::vector<std::string> Configuration::included(std::string_view pattern) const
         addTree(entry, files, 0);
     }
     return files;
-}
-
-std::string builtInValue(const std::string& name) {
-    static const std::string answer = runProgram({"apachectl", "-V"}).output;
-    const std::string key = "-D " + name + "=\"";
-    const size_t at = answer.find(key);
-    if (at == std::string::npos) {
-        return {};
-    }
-    const size_t begin = at + key.size();
-    return answer.substr(begin, answer.find('"', begin) - begin);
 }
 
 Expected<std::string> findConfiguration() {

@@ -70,8 +70,4 @@ private:
 
 // The main configuration file of the installed server.
 Expected<std::string> findConfiguration();
-// A value that the server was built with: "HTTPD_ROOT", "SERVER_CONFIG_FILE", "DEFAULT_PIDLOG"; empty when
-// there is no server to ask.
-std::string builtInValue(const std::string& name);
-
 }  // namespace zpweb

@@ -9,6 +9,7 @@
 #include "change/Logs.h"
 #include "change/Sockets.h"
 #include "conf/Text.h"
+#include "server/Program.h"
 #include "sys/File.h"
 #include "sys/Number.h"
 #include "sys/Process.h"

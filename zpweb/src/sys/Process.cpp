@@ -7,21 +7,25 @@
 #include <signal.h>
 #include <spawn.h>
 #include <sys/mman.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <iostream>
+#include <sstream>
 
 namespace zpweb {
 
 namespace {
 
-constexpr int BetweenCalls = 100;  // milliseconds
+constexpr int BetweenCalls = 100;          // milliseconds
+constexpr useconds_t BetweenLooks = 2000;  // microseconds
 
-pid_t start(const std::vector<std::string>& words, int output) {
+pid_t start(const std::vector<std::string>& words, int output, int errors) {
     std::vector<char*> arguments;
     arguments.reserve(words.size() + 1);
     for (const std::string& word : words) {
@@ -32,7 +36,7 @@ pid_t start(const std::vector<std::string>& words, int output) {
     ::posix_spawn_file_actions_init(&actions);
     ::posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
     ::posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
-    ::posix_spawn_file_actions_adddup2(&actions, output, STDERR_FILENO);
+    ::posix_spawn_file_actions_adddup2(&actions, errors, STDERR_FILENO);
     sigset_t usual{};
     ::sigemptyset(&usual);
     ::sigaddset(&usual, SIGPIPE);
@@ -75,7 +79,55 @@ std::string readPipe(int pipe, pid_t pid, int& status, const std::function<void(
     return output;
 }
 
+// The whole text of a file that has no name.
+std::string textOf(const Descriptor& file) {
+    struct stat status {};
+    ::fstat(file.number(), &status);
+    std::string text(static_cast<size_t>(status.st_size), '\0');
+    size_t size = 0;
+    for (ssize_t part = 0; (part = ::pread(file.number(), text.data() + size, text.size() - size,
+                                           static_cast<off_t>(size))) > 0;) {
+        size += static_cast<size_t>(part);
+    }
+    text.resize(size);
+    return text;
+}
+
 }  // namespace
+
+Running::Running(const std::vector<std::string>& words)
+    : output_(::memfd_create("output", MFD_CLOEXEC)),
+      errors_(::memfd_create("errors", MFD_CLOEXEC)),
+      pid_(start(words, output_.number(), errors_.number())) {}
+
+Running::Ended Running::end(const std::function<void()>& waiting) {
+    int status = 0;
+    pid_t ended = 0;
+    while (pid_ > 0 && (ended = ::waitpid(pid_, &status, waiting ? WNOHANG : 0)) != pid_) {
+        if (ended < 0 && errno != EINTR) {
+            break;
+        }
+        if (waiting) {
+            waiting();
+            ::usleep(BetweenLooks);
+        }
+    }
+    const bool normal = pid_ > 0 && ended == pid_ && WIFEXITED(status);
+    return {normal ? WEXITSTATUS(status) : -1, textOf(output_), textOf(errors_)};
+}
+
+std::string findProgram(const std::string& name) {
+    const char* path = std::getenv("PATH");
+    std::istringstream folders(std::string(path != nullptr ? path : "") +
+                               ":/usr/local/sbin:/usr/sbin:/sbin:/usr/local/apache2/bin");
+    for (std::string folder; std::getline(folders, folder, ':');) {
+        const std::string candidate = folder + "/" + name;
+        if (folder.starts_with('/') && ::access(candidate.c_str(), X_OK) == 0) {
+            return candidate;
+        }
+    }
+    return {};
+}
 
 Finished runProgram(const std::vector<std::string>& words, const std::function<void()>& waiting) {
     std::array<int, 2> ends{};
@@ -84,7 +136,7 @@ Finished runProgram(const std::vector<std::string>& words, const std::function<v
     }
     const Descriptor reading(ends[0]);
     Descriptor writing(ends[1]);
-    const pid_t pid = start(words, writing.number());
+    const pid_t pid = start(words, writing.number(), writing.number());
     writing.close();
     if (pid < 0) {
         return {-1, words[0] + ": cannot be started"};

@@ -19,6 +19,27 @@ struct Finished {
 // Runs a program found on PATH, without a shell. `waiting` is called now and then meanwhile.
 Finished runProgram(const std::vector<std::string>& words, const std::function<void()>& waiting = {});
 
+// A program that runs beside this one. What it prints is kept for its end.
+class Running {
+public:
+    explicit Running(const std::vector<std::string>& words);
+
+    struct Ended {
+        int status = -1;  // as in Finished
+        std::string output, errors;
+    };
+    // Waits for it; once. `waiting` is called now and then meanwhile.
+    Ended end(const std::function<void()>& waiting = {});
+
+private:
+    Descriptor output_, errors_;
+    pid_t pid_ = -1;
+};
+
+// The path of a program that is looked for on PATH and, since that may lack them, in the usual folders of
+// system programs; empty when it is nowhere.
+std::string findProgram(const std::string& name);
+
 // May the account's processes read the file? Taken to be so where that cannot be tried: not as root, or
 // there is no such account.
 bool isReadableBy(const std::string& account, const std::string& path);

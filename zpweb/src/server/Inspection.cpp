@@ -1,0 +1,91 @@
+#include "server/Inspection.h"
+
+#include <algorithm>
+
+#include "sys/File.h"
+#include "sys/Process.h"
+
+namespace zpweb {
+
+namespace {
+
+constexpr int NotFound = 127;
+
+// What a control script adds is no help.
+std::string withoutChatter(std::string text) {
+    for (const char* chatter : {"Action '", "The Apache error log may"}) {
+        if (const size_t at = text.find(chatter); at != std::string::npos) {
+            text.erase(at, text.find('\n', at) - at + 1);
+        }
+    }
+    return text.substr(0, text.find_last_not_of('\n') + 1);
+}
+
+// All staged files stand in one folder, which no configuration names: one pass finds them.
+std::string withLiveNames(std::string text, const LiveNames& names) {
+    if (names.empty()) {
+        return text;
+    }
+    const std::string folder = folderOf(names.front().first) + "/";
+    std::string renamed;
+    size_t from = 0;
+    for (size_t at = 0; (at = text.find(folder, from)) != std::string::npos;) {
+        const std::string_view rest = std::string_view(text).substr(at);
+        const std::pair<std::string, std::string>* best = nullptr;
+        for (const auto& name : names) {
+            if (rest.starts_with(name.first) &&
+                (best == nullptr || name.first.size() > best->first.size())) {
+                best = &name;
+            }
+        }
+        renamed.append(text, from, at - from);
+        renamed += best != nullptr ? best->second : folder;
+        from = at + (best != nullptr ? best->first.size() : folder.size());
+    }
+    return from == 0 ? text : renamed.append(text, from);
+}
+
+void takeVerdict(const Running::Ended& check, Inspected& inspected) {
+    inspected.ran = check.status >= 0 && check.status != NotFound;
+    inspected.sound = check.status == 0;
+    inspected.words = withoutChatter(check.output + check.errors);
+}
+
+}  // namespace
+
+Inspected inspect(const Program& program, const std::string& file, const LiveNames& liveNames,
+                  const std::function<void()>& waiting) {
+    Inspected inspected;
+    if (!program.found()) {
+        return inspected;
+    }
+    Running reading(program.readingOf(file));
+    Running check(program.command({"-t", "-f", file}));
+    takeVerdict(check.end(waiting), inspected);
+    Running::Ended printed = reading.end(waiting);
+    if (inspected.sound && printed.status == 0) {
+        inspected.reading = std::make_shared<const Reading>(
+            Reading::parse(withLiveNames(std::move(printed.output), liveNames)));
+    }
+    return inspected;
+}
+
+Inspected checkOnly(const Program& program, const std::string& file, const std::function<void()>& waiting) {
+    Inspected inspected;
+    if (program.found()) {
+        takeVerdict(Running(program.command({"-t", "-f", file})).end(waiting), inspected);
+    }
+    return inspected;
+}
+
+std::shared_ptr<const Reading> read(const Program& program, const std::string& file,
+                                    const std::function<void()>& waiting) {
+    if (!program.found()) {
+        return nullptr;
+    }
+    Running::Ended printed = Running(program.readingOf(file)).end(waiting);
+    return printed.status == 0 ? std::make_shared<const Reading>(Reading::parse(std::move(printed.output)))
+                               : nullptr;
+}
+
+}  // namespace zpweb

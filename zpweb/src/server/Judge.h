@@ -1,0 +1,59 @@
+// Judges a change by two readings of the server: of the configuration as it is live, and as it is staged.
+#pragma once
+
+#include <functional>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "server/Reading.h"
+#include "sys/Outcome.h"
+
+namespace zpweb {
+
+// What a change is asked to touch. Names are in lower case.
+struct Asked {
+    bool everything = false;                            // the scope is not limited
+    std::set<std::string> sites{};                      // their blocks may differ
+    std::set<std::pair<std::string, size_t>> blocks{};  // live ones without a name, by file and line
+    std::set<std::string> serverDirectives{};           // those that may differ outside of blocks
+    bool anyName = false;                               // any name may lead elsewhere
+    std::set<std::string> names{};                      // these may
+    std::set<std::string> moving{};                     // and all names of these sites
+};
+
+// What must hold in the staged reading for the command's word "done" to be true.
+using Postcondition = std::function<Outcome(const Reading& staged)>;
+
+// A name that led to one block and leads elsewhere now.
+struct Moved {
+    std::string name, listener, from, to;
+    bool asked = false;
+};
+
+struct Judgement {
+    Outcome outcome;
+    std::vector<Moved> impact;       // asked for or not
+    std::vector<std::string> notes;  // what is allowed and worth telling
+};
+
+// Which host of one reading is which of the other: entries of the other's hosts, or None.
+struct Pairing {
+    static constexpr uint32_t None = UINT32_MAX;
+    std::vector<uint32_t> stagedOf, liveOf;
+};
+Pairing pairingOf(const Reading& live, const Reading& staged);
+
+// The first place that differs though nobody asked for it; empty when there is none.
+std::string strayDifference(const Reading& live, const Reading& staged, const Pairing& pairing,
+                            const Asked& asked);
+std::vector<Moved> impactOf(const Reading& live, const Reading& staged, const Pairing& pairing,
+                            const Asked& asked);
+
+// Scope, postconditions, impact, in this order. Without a live reading (null) there is nothing to compare
+// with: the postconditions alone are looked at.
+Judgement judge(const Reading* live, const Reading& staged, const Asked& asked,
+                const std::vector<Postcondition>& postconditions, bool allowImpact);
+
+}  // namespace zpweb

@@ -1,0 +1,82 @@
+// Which block of a configuration became which: lines move, names and addresses are edited, files are
+// renamed.
+#include <algorithm>
+#include <unordered_map>
+
+#include "server/Judge.h"
+
+namespace zpweb {
+
+namespace {
+
+using Key = std::string (*)(const Reading& reading, const VirtualHost& host);
+
+std::string addressesOf(const VirtualHost& host) {
+    std::string all;
+    for (const std::string& address : host.addresses) {
+        all += address + " ";
+    }
+    return all;
+}
+
+std::string whole(const Reading& reading, const VirtualHost& host) {
+    return host.names.name + "\n" + addressesOf(host) + "\n" + reading.originOf(host).file;
+}
+
+std::string nameAndFile(const Reading& reading, const VirtualHost& host) {
+    return host.names.name.empty() ? "" : host.names.name + "\n" + reading.originOf(host).file;
+}
+
+std::string nameAndAddresses(const Reading&, const VirtualHost& host) {
+    return host.names.name.empty() ? "" : host.names.name + "\n" + addressesOf(host);
+}
+
+bool sharesName(const HostNames& one, const HostNames& other) {
+    const auto has = [&other](const std::string& name) {
+        return name == other.name ||
+               std::find(other.aliases.begin(), other.aliases.end(), name) != other.aliases.end();
+    };
+    return (!one.name.empty() && has(one.name)) || std::any_of(one.aliases.begin(), one.aliases.end(), has);
+}
+
+std::string addressesAndFile(const Reading& reading, const VirtualHost& host) {
+    return addressesOf(host) + "\n" + reading.originOf(host).file;
+}
+
+// Pairs those that are still alone and have the same key, in their order. An empty key is nobody's.
+void pairBy(Key keyOf, bool needsSharedName, const Reading& live, const Reading& staged, Pairing& pairing) {
+    std::unordered_map<std::string, std::vector<uint32_t>> alone;
+    for (uint32_t i = static_cast<uint32_t>(live.hosts().size()); i-- > 0;) {
+        if (pairing.stagedOf[i] == Pairing::None) {
+            alone[keyOf(live, live.hosts()[i])].push_back(i);
+        }
+    }
+    for (uint32_t i = 0; i < staged.hosts().size() && !alone.empty(); ++i) {
+        const VirtualHost& host = staged.hosts()[i];
+        const std::string key = pairing.liveOf[i] == Pairing::None ? keyOf(staged, host) : "";
+        const auto found = key.empty() ? alone.end() : alone.find(key);
+        if (found == alone.end() || found->second.empty()) {
+            continue;
+        }
+        const uint32_t partner = found->second.back();
+        if (!needsSharedName || sharesName(host.names, live.hosts()[partner].names)) {
+            pairing.liveOf[i] = partner;
+            pairing.stagedOf[partner] = i;
+            found->second.pop_back();
+        }
+    }
+}
+
+}  // namespace
+
+Pairing pairingOf(const Reading& live, const Reading& staged) {
+    Pairing pairing{std::vector(live.hosts().size(), Pairing::None),
+                    std::vector(staged.hosts().size(), Pairing::None)};
+    pairBy(whole, false, live, staged, pairing);
+    pairBy(nameAndFile, false, live, staged, pairing);
+    pairBy(nameAndAddresses, false, live, staged, pairing);
+    pairBy(addressesAndFile, true, live, staged, pairing);
+    return pairing;
+}
+
+}  // namespace zpweb

@@ -1,0 +1,78 @@
+#include "server/Program.h"
+
+#include "sys/File.h"
+#include "sys/Process.h"
+
+namespace zpweb {
+
+namespace {
+
+// $1 the file of variables, $2 a folder that exists; then the program and its arguments.
+constexpr const char* Start = R"(OPTIONS=
+[ ! -r /etc/sysconfig/httpd ] || . /etc/sysconfig/httpd
+[ ! -r "$1" ] || . "$1"
+[ -z "$APACHE_RUN_DIR" ] || [ -d "$APACHE_RUN_DIR" ] || export APACHE_RUN_DIR="$2"
+[ -z "$APACHE_LOCK_DIR" ] || [ -d "$APACHE_LOCK_DIR" ] || export APACHE_LOCK_DIR="$2"
+shift 2
+program=$1
+shift
+exec "$program" $APACHE_ARGUMENTS $OPTIONS "$@")";
+
+}  // namespace
+
+Program::Program(const std::string& main) : present_(main.empty() ? "/" : folderOf(main)) {
+    for (const char* name : {"apache2", "httpd", "apache2ctl", "apachectl"}) {
+        if (path_.empty()) {
+            path_ = findProgram(name);
+        }
+    }
+    const std::string folder = folderOf(main);
+    environment_ = (folder.starts_with("/etc/apache2-") ? folder : "/etc/apache2") + "/envvars";
+    if (!exists(environment_)) {
+        environment_ = folderOf(path_) + "/envvars";
+    }
+}
+
+std::vector<std::string> Program::command(const std::vector<std::string>& arguments) const {
+    std::vector<std::string> words{"/bin/sh", "-c", Start, "sh", environment_, present_, path_};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    return words;
+}
+
+std::string Program::infoModule() const {
+    for (const std::string& folder :
+         {builtInValue("HTTPD_ROOT") + "/modules", std::string("/usr/lib/apache2/modules"),
+          std::string("/usr/lib64/httpd/modules"), std::string("/usr/lib/httpd/modules"),
+          folderOf(folderOf(path_)) + "/modules"}) {
+        if (isFile(folder + "/mod_info.so")) {
+            return folder + "/mod_info.so";
+        }
+    }
+    return {};
+}
+
+std::vector<std::string> Program::readingOf(const std::string& file) const {
+    std::vector<std::string> arguments{"-t",          "-D", "DUMP_VHOSTS",  "-D",
+                                       "DUMP_CONFIG", "-D", "DUMP_INCLUDES"};
+    if (const std::string module = infoModule(); !module.empty()) {
+        arguments.insert(arguments.end(), {"-c", "LoadModule info_module \"" + module + "\""});
+    }
+    arguments.insert(arguments.end(), {"-f", file});
+    return command(arguments);
+}
+
+std::string builtInValue(const std::string& name) {
+    static const std::string answer = [] {
+        const Program program;
+        return program.found() ? runProgram(program.command({"-V"})).output : std::string();
+    }();
+    const std::string key = "-D " + name + "=\"";
+    const size_t at = answer.find(key);
+    if (at == std::string::npos) {
+        return {};
+    }
+    const size_t begin = at + key.size();
+    return answer.substr(begin, answer.find('"', begin) - begin);
+}
+
+}  // namespace zpweb

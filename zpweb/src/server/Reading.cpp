@@ -1,0 +1,149 @@
+#include "server/Reading.h"
+
+#include <algorithm>
+#include <set>
+
+#include "conf/Text.h"
+#include "sys/Number.h"
+
+namespace zpweb {
+
+namespace {
+
+// "Listen 443 https", "Listen [::1]:80", "Listen 80"
+Endpoint listenedOn(std::string_view arguments) {
+    const std::vector<std::string> words = wordsOf(arguments);
+    const std::string first = words.empty() ? "" : words.front();
+    const bool portOnly = first.find_first_not_of("0123456789") == std::string::npos;
+    return portOnly ? Endpoint{"*", leadingNumber(first)} : endpointOf(first);
+}
+
+bool is4(const std::string& address) { return address.find(':') == std::string::npos; }
+
+}  // namespace
+
+bool Directive::is(std::string_view other) const { return zp::conf::equalIgnoringCase(name, other); }
+
+std::vector<std::string> wordsOf(std::string_view arguments) {
+    std::vector<std::string> words;
+    for (size_t i = 0; i < arguments.size();) {
+        if (zp::conf::isSpace(arguments[i])) {
+            ++i;
+            continue;
+        }
+        const char quote = arguments[i] == '"' || arguments[i] == '\'' ? arguments[i++] : '\0';
+        std::string& word = words.emplace_back();
+        for (; i < arguments.size() &&
+               (quote != '\0' ? arguments[i] != quote : !zp::conf::isSpace(arguments[i]));
+             ++i) {
+            const bool escapes = arguments[i] == '\\' && i + 1 < arguments.size() &&
+                                 (arguments[i + 1] == '\\' || (quote != '\0' && arguments[i + 1] == quote));
+            word += arguments[escapes ? ++i : i];
+        }
+        i += quote != '\0' ? 1 : 0;
+    }
+    return words;
+}
+
+std::string hostNameIn(std::string_view text) {
+    const std::vector<std::string> words = wordsOf(text);
+    std::string_view name = words.empty() ? std::string_view() : std::string_view(words.front());
+    if (const size_t scheme = name.find("://"); scheme != std::string_view::npos) {
+        name = name.substr(scheme + 3);
+    }
+    if (!name.starts_with('[')) {
+        name = name.substr(0, name.find(':'));
+    }
+    std::string lower(name);
+    std::transform(lower.begin(), lower.end(), lower.begin(), zp::conf::lower);
+    return lower;
+}
+
+std::vector<Endpoint> Reading::endpoints() const {
+    std::set<Endpoint> found;
+    for (const Directive* listen : inSection(Directive::None, "Listen")) {
+        const Endpoint at = listenedOn(listen->arguments);
+        found.insert(at);
+        const bool only4 = zp::conf::contains(listen->arguments, "0.0.0.0");
+        for (const NameMap::Entry& entry : names_.entries()) {
+            const bool reaches = at.address == "*" && (!only4 || is4(entry.at.address));
+            if (reaches && (entry.at.port == 0 || entry.at.port == at.port)) {
+                found.insert({entry.at.address, at.port});
+            }
+        }
+    }
+    for (const NameMap::Entry& entry : names_.entries()) {
+        if (!complete_) {
+            found.insert(entry.at);
+        }
+    }
+    return {found.begin(), found.end()};
+}
+
+const VirtualHost* Reading::carrierOf(std::string_view name, const Endpoint& endpoint) const {
+    const NameMap::Entry* entry = names_.entryFor(endpoint);
+    const auto carrier = entry != nullptr ? names_.carrierOf(*entry, hostNameIn(name)) : std::nullopt;
+    return carrier ? &hosts_[*carrier] : nullptr;
+}
+
+const VirtualHost* Reading::leadsTo(std::string_view name, const Endpoint& endpoint) const {
+    if (const VirtualHost* carrier = carrierOf(name, endpoint); carrier != nullptr) {
+        return carrier;
+    }
+    const NameMap::Entry* entry = names_.entryFor(endpoint);
+    return entry != nullptr && !entry->hosts.empty() ? &hosts_[entry->hosts.front()] : nullptr;
+}
+
+std::vector<const VirtualHost*> Reading::hostsOf(std::string_view site) const {
+    const std::string name = hostNameIn(site);
+    std::vector<const VirtualHost*> found;
+    for (const VirtualHost& host : hosts_) {
+        if (host.names.name == name) {
+            found.push_back(&host);
+        }
+    }
+    return found;
+}
+
+std::vector<const Directive*> Reading::inSection(uint32_t section, std::string_view name) const {
+    const bool server = section == Directive::None;
+    const size_t end = server ? directives_.size() : directives_[section].end;
+    std::vector<const Directive*> found;
+    for (size_t i = server ? 0 : section + 1; i < end; i = directives_[i].end) {
+        if (directives_[i].is(name)) {
+            found.push_back(&directives_[i]);
+        }
+    }
+    return found;
+}
+
+std::string Reading::valueIn(uint32_t section, std::string_view name) const {
+    const std::vector<const Directive*> all = inSection(section, name);
+    const std::vector<std::string> words =
+        all.empty() ? std::vector<std::string>() : wordsOf(all.back()->arguments);
+    return words.empty() ? "" : words.front();
+}
+
+// "macro 'site' (defined on line 24 of "/a") used on line 33 of "/b"": the outermost use is the last one.
+Origin Reading::originOf(uint32_t file, uint32_t line) const {
+    constexpr std::string_view Used = " used on line ";
+    const std::string& name = files_[file];
+    const size_t use = name.starts_with("macro '") ? name.rfind(Used) : std::string::npos;
+    if (use == std::string::npos) {
+        return {name, line, false};
+    }
+    const size_t number = use + Used.size();
+    const size_t quote = name.find('"', number);
+    return {std::string(
+                zp::conf::upTo(std::string_view(name).substr(std::min(quote, name.size() - 1) + 1), "\"")),
+            static_cast<size_t>(leadingNumber(std::string_view(name).substr(number))), true};
+}
+
+std::string Reading::describe(const VirtualHost* host) const {
+    if (host == nullptr) {
+        return "the main server";
+    }
+    return (host->names.name.empty() ? "the block" : host->names.name) + " at " + originOf(*host).text();
+}
+
+}  // namespace zpweb

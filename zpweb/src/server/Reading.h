@@ -1,0 +1,93 @@
+// What the server itself makes of a configuration: its name map and its effective directives, each with its
+// file and line. Includes, macros, variables, conditions and continued lines are resolved in it.
+//
+// It is parsed from what "-t -D DUMP_VHOSTS -D DUMP_CONFIG -D DUMP_INCLUDES" prints. Without mod_info there
+// are no directives: the reading is then not complete, and the name map alone tells of the hosts.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "server/NameMap.h"
+
+namespace zpweb {
+
+struct Directive {
+    static constexpr uint32_t None = UINT32_MAX;
+
+    std::string_view name;            // "DocumentRoot"; of a section "Directory"
+    std::string_view arguments;       // as effective; of a section without ">"
+    uint32_t parent = None, end = 0;  // its section; the number behind its last descendant
+    uint32_t file = 0, line = 0;      // the file by number
+    bool section = false;
+
+    bool is(std::string_view other) const;  // in any letter case
+};
+
+// Where something stands. What a macro has made stands where the macro is used.
+struct Origin {
+    std::string file;
+    size_t line = 0;
+    bool fromMacro = false;
+    std::string text() const { return file + ":" + std::to_string(line); }
+};
+
+struct VirtualHost {
+    uint32_t directive = Directive::None;  // its section; None in a reading that is not complete
+    uint32_t file = 0, line = 0;
+    std::vector<std::string> addresses;  // as in its opening tag
+    HostNames names;                     // the name is empty when it has no ServerName
+};
+
+class Reading {
+public:
+    static Reading parse(std::string printed);
+
+    const std::string& printed() const { return *text_; }
+    bool complete() const { return complete_; }
+    const std::vector<Directive>& directives() const { return directives_; }
+    const std::vector<VirtualHost>& hosts() const { return hosts_; }
+    const std::vector<std::string>& included() const { return included_; }  // files that were read
+    const NameMap& names() const { return names_; }
+
+    // Where requests can arrive: the addresses and ports of the Listen directives. One that listens on
+    // every address is there as "*" and as each address that blocks name.
+    std::vector<Endpoint> endpoints() const;
+    // The host that answers for a name there; null: the main server does.
+    const VirtualHost* leadsTo(std::string_view name, const Endpoint& endpoint) const;
+    // The same, but only a host that carries the name itself.
+    const VirtualHost* carrierOf(std::string_view name, const Endpoint& endpoint) const;
+
+    // The hosts that are the site's: those whose ServerName is its name.
+    std::vector<const VirtualHost*> hostsOf(std::string_view site) const;
+    // The directives of this name directly in a section; of the server itself with None.
+    std::vector<const Directive*> inSection(uint32_t section, std::string_view name) const;
+    // The value in effect: the last one. Empty when there is none.
+    std::string valueIn(uint32_t section, std::string_view name) const;
+    Origin originOf(const Directive& directive) const { return originOf(directive.file, directive.line); }
+    Origin originOf(const VirtualHost& host) const { return originOf(host.file, host.line); }
+    // "shop.example at /etc/apache2/sites-enabled/shop.conf:1"; "the main server" for null
+    std::string describe(const VirtualHost* host) const;
+
+private:
+    friend class ReadingParser;
+    Origin originOf(uint32_t file, uint32_t line) const;
+
+    std::unique_ptr<const std::string> text_;
+    std::vector<std::string> files_, included_;
+    std::vector<Directive> directives_;
+    std::vector<VirtualHost> hosts_;
+    NameMap names_;
+    bool complete_ = false;
+};
+
+// The words of a directive's arguments, without their quotes.
+std::vector<std::string> wordsOf(std::string_view arguments);
+// A host name as the server compares it: no scheme, no port, lower case.
+std::string hostNameIn(std::string_view text);
+
+}  // namespace zpweb

@@ -1,0 +1,124 @@
+// Readings of what a real server has printed, and the judgement of two of them.
+#include <gtest/gtest.h>
+
+#include "server/Judge.h"
+#include "sys/File.h"
+
+namespace zpweb {
+namespace {
+
+std::string printed() {
+    auto text = readFile(ZPWEB_TEST_READINGS "/mixed.txt");
+    return text.ok() ? *text : "";
+}
+
+std::string with(const std::string& text, const std::string& part, const std::string& other) {
+    const size_t at = text.find(part);
+    EXPECT_NE(at, std::string::npos) << part;
+    return at == std::string::npos ? text : std::string(text).replace(at, part.size(), other);
+}
+
+// What the server answered to requests for these names, on the addresses of the same configuration.
+TEST(Reading, KnowsWhichBlockAnswers) {
+    struct Case {
+        const char *name, *endpoint, *root;
+    };
+    const Reading reading = Reading::parse(printed());
+    for (const Case& each : std::initializer_list<Case>{
+             {"star80", "127.0.0.1:8080", "Loc80"},  // an address that a block names goes before "*"
+             {"LOC80B", "127.0.0.1:8080", "loc80b"},
+             {"six", "127.0.0.1:8080", "Loc80"},
+             {"z.wild", "127.0.0.1:8080", "Loc80"},
+             {"nobody", "127.0.0.2:8080", "loc80b"},
+             {"two80", "127.0.0.2:8080", "two80"},
+             {"q.wild", "127.0.0.3:8080", "star80"},
+             {"x.wild", "127.0.0.3:8080", "star80"},  // the first block, though by a pattern
+             {"abc", "127.0.0.3:8080", "star80"},
+             {"abbc", "127.0.0.3:8080", "unnamed"},
+             {"only.late", "127.0.0.3:8080", "late"},
+             {"front.example", "127.0.0.3:8080", "unnamed"},  // inherited by the block without a name
+             {"six", "127.0.0.3:8080", "six"},                // [::] is every address
+             {"starany", "127.0.0.3:8080", "unnamed"},        // a port goes before every port
+             {"starany", "127.0.0.3:9", "starany"},
+             {"star80", "127.0.0.1:8082", "locany"},
+             {"star80", "[::1]:8080", "sixone"},
+         }) {
+        const VirtualHost* host = reading.leadsTo(each.name, endpointOf(each.endpoint));
+        ASSERT_NE(host, nullptr) << each.name;
+        const std::string root = reading.valueIn(host->directive, "DocumentRoot");
+        EXPECT_TRUE(root.ends_with(std::string("/") + each.root)) << each.name << each.endpoint << root;
+    }
+    EXPECT_EQ(reading.leadsTo("x", endpointOf("127.0.0.3:8084"))->names.name, "starany");
+    std::string listeners;
+    for (const Endpoint& endpoint : reading.endpoints()) {
+        listeners += endpoint.text() + " ";
+    }
+    EXPECT_EQ(listeners,
+              "*:8080 *:8083 127.0.0.1:8080 127.0.0.1:8082 127.0.0.1:8083 127.0.0.2:8080 "
+              "127.0.0.2:8083 [::1]:8080 [::1]:8084 ");
+}
+
+TEST(Reading, KnowsWhereThingsStand) {
+    const Reading reading = Reading::parse(printed());
+    const VirtualHost* host = reading.hostsOf("mac2.example").front();
+    EXPECT_EQ(reading.originOf(*host).text(), "/etc/httpd/httpd.conf:22");
+    EXPECT_TRUE(reading.originOf(*host).fromMacro);
+    EXPECT_EQ(reading.valueIn(Directive::None, "DirectoryIndex"), "a");  // its condition is met
+    EXPECT_EQ(wordsOf(R"( one "two words" 'th"ree' \\four "a\"b" )"),
+              (std::vector<std::string>{"one", "two words", "th\"ree", "\\four", "a\"b"}));
+    const Reading map = Reading::parse(printed().substr(0, printed().find("# In file")));
+    EXPECT_FALSE(map.complete());
+    EXPECT_EQ(map.leadsTo("late", endpointOf("127.0.0.3:8080"))->names.name, "late");
+}
+
+// Each change stands for what a faulty command could do; the judge must see it without the command's help.
+TEST(Judge, SeesWhatNobodyAskedFor) {
+    struct Case {
+        const char *part, *changed;  // of what the server prints
+        Asked asked;
+        const char* says;
+    };
+    const Asked late{.sites = {"late"}};
+    const std::string before = printed();
+    for (const Case& each : std::initializer_list<Case>{
+             {"  DocumentRoot /srv/late\n", "  DocumentRoot /srv/other\n", late, ""},
+             {"  DocumentRoot /srv/late\n</VirtualHost>\n",
+              "</VirtualHost>\n#  99:\nDocumentRoot /srv/late\n", late,
+              "httpd.conf:99 (DocumentRoot /srv/late)"},
+             {"  DocumentRoot /srv/two80\n", "  DocumentRoot /srv/other\n", late,
+              "<VirtualHost 127.0.0.2:8080>"},
+             {"  DocumentRoot /srv/two80\n", "", {.everything = true}, ""},
+             {"<Directory />", "<Directory /srv>", late, "<Directory /srv>"},
+             {"  Require all granted", "  Require all denied", late, "<Directory />"},
+             {"Listen 8080\n", "Listen 8080\n#  98:\nListen 81\n", late, "(Listen 81)"},
+             {"Listen 8080\n",
+              "Listen 8080\n#  98:\nListen 81\n",
+              {.sites = {"late"}, .serverDirectives = {"listen"}},
+              ""},
+             // a name is lost on one of its listeners, though its own site was asked for
+             {"                 alias only.late\n", "", late, ""},
+             {"  ServerAlias only.late\n", "", late, "only.late on *:8080: from late at"},
+             {"  ServerAlias only.late\n", "", {.sites = {"late"}, .names = {"only.late"}}, ""},
+             {"  ServerAlias only.late\n", "", {.sites = {"late"}, .moving = {"late"}}, ""},
+             // one that others lose
+             {"  ServerAlias *.wild a?c\n",
+              "  ServerAlias l*\n",
+              {.everything = true},
+              "late on *:8080: from late at"},
+             {"*:8083                 is",
+              "127.0.0.9:8083         is",
+              {.everything = true},
+              "mac.example on *:8083"},
+             {"\nListen 8080\n", "\nListen 8090\n", {.everything = true}, "to nothing (no Listen)"},
+         }) {
+        const Reading live = Reading::parse(before);
+        const Reading staged = Reading::parse(with(before, each.part, each.changed));
+        const Judgement judgement = judge(&live, staged, each.asked, {}, false);
+        EXPECT_EQ(judgement.outcome.ok(), *each.says == '\0') << each.changed << judgement.outcome.message;
+        EXPECT_NE(judgement.outcome.message.find(each.says), std::string::npos)
+            << judgement.outcome.message;
+    }
+}
+
+}  // namespace
+}  // namespace zpweb
