@@ -38,19 +38,19 @@ public:
 
 private:
     static void add(CLI::App& app, const Parameter& parameter, Values& values) {
-        const std::string& name = parameter.name;
+        const std::string name(parameter.name);
         CLI::Option* option = nullptr;
         if (parameter.kind == Kind::Flag) {
             option = app.add_flag_callback(
-                name, [&values, name] { values[name] = {}; }, parameter.help);
+                name, [&values, name] { values[name] = {}; }, std::string(parameter.help));
         } else {
             // A value stands behind each mention of the option; a repeated positional takes all that
             // follow.
             const std::function<void(const std::string&)> take = [&values, name](const std::string& value) {
                 values[name].push_back(value);
             };
-            option = app.add_option_function<std::string>(name, take, parameter.help);
-            option->type_name(parameter.value.empty() ? "TEXT" : parameter.value);
+            option = app.add_option_function<std::string>(name, take, std::string(parameter.help));
+            option->type_name(parameter.value.empty() ? "TEXT" : std::string(parameter.value));
             if (parameter.many) {
                 option->trigger_on_parse()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
             }
@@ -60,7 +60,7 @@ private:
 
     void addCommand(const Command& added) {
         CLI::App* parent = &app_;
-        std::string rest = added.words;
+        std::string rest(added.words);
         if (const size_t blank = rest.find(' '); blank != std::string::npos) {
             CLI::App*& group = groups_[rest.substr(0, blank)];
             if (group == nullptr) {
@@ -72,7 +72,7 @@ private:
             group->description(group->get_description() + (group->get_description().empty() ? "" : ", ") +
                                rest);
         }
-        CLI::App* sub = parent->add_subcommand(rest, added.summary);
+        CLI::App* sub = parent->add_subcommand(rest, std::string(added.summary));
         for (const Parameter& parameter : added.parameters) {
             add(*sub, parameter, line_.given);
         }
@@ -85,7 +85,9 @@ private:
 };
 
 bool beginsCommand(const std::string& text) {
-    const auto begins = [&](const auto& known) { return (known + " ").starts_with(text + " "); };
+    const auto begins = [&](std::string_view known) {
+        return (std::string(known) + " ").starts_with(text + " ");
+    };
     return std::any_of(commandTable().begin(), commandTable().end(),
                        [&](const Command& command) { return begins(command.words); }) ||
            std::any_of(documents().begin(), documents().end(),
@@ -124,7 +126,8 @@ std::string unknownOption(const std::vector<std::string>& words) {
         const std::string name = word.substr(0, word.find('='));
         if (word.starts_with('-') && word != "-" && !isOption(name, commonOptions()) &&
             (command == nullptr || !isOption(name, command->parameters))) {
-            return inQuotes(word) + ": no option" + (command == nullptr ? "" : " of " + command->words);
+            return inQuotes(word) + ": no option" +
+                   (command == nullptr ? "" : " of " + std::string(command->words));
         }
     }
     return {};
@@ -176,28 +179,6 @@ Expected<Settings> settingsFrom(const Values& common) {
         }
     }
     return settings;
-}
-
-Expected<Arguments> typedArguments(const Command& command, const Values& given) {
-    Arguments arguments{command.verb()};
-    for (const Parameter& parameter : command.parameters) {
-        const auto found = given.find(parameter.name);
-        if (found == given.end()) {
-            if (parameter.required) {
-                return failure(Status::Usage, command.words + ": " + parameter.name + " is missing");
-            }
-            continue;
-        }
-        std::vector<std::string>& values = arguments.values[parameter.name];
-        for (const std::string& value : found->second) {
-            auto typed = typedValue(parameter.kind, parameter.name, value, parameter.value);
-            if (!typed.ok()) {
-                return typed.outcome();
-            }
-            values.push_back(std::move(*typed));
-        }
-    }
-    return arguments;
 }
 
 }  // namespace zpweb

@@ -1,17 +1,14 @@
 // The words that the program was called with.
 #pragma once
 
-#include <map>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "cli/Command.h"
 #include "cli/Documents.h"
+#include "commands/table/Table.h"
 
 namespace zpweb {
-
-using Values = std::map<std::string, std::vector<std::string>>;
 
 struct CommandLine {
     // One of the two is there.
@@ -24,7 +21,5 @@ struct CommandLine {
 std::optional<int> parse(CommandLine& line, int argc, char** argv);
 
 Expected<Settings> settingsFrom(const Values& common);
-// The values of a call, checked and brought into the form in which they are used.
-Expected<Arguments> typedArguments(const Command& command, const Values& given);
 
 }  // namespace zpweb

@@ -3,14 +3,14 @@
 #include <map>
 #include <set>
 
-#include "cli/Command.h"
 #include "cli/Documents.h"
+#include "commands/table/Table.h"
 
 namespace zpweb {
 
 namespace {
 
-using Words = std::set<std::string>;
+using Words = std::set<std::string, std::less<>>;
 
 constexpr const char* Beginning = R"bash(# bash completion of zpweb, written by "zpweb completion"
 
@@ -46,15 +46,15 @@ std::string joined(const Words& words) {
 // What is offered for a value of this kind: a bash command that prints the words.
 std::string offerFor(const Parameter& parameter) {
     switch (parameter.kind) {
-        case Kind::HostName:
-            return parameter.name == "SITE" ? "_zpweb_sites" : "";
+        case Kind::Site:
+            return "_zpweb_sites";
         case Kind::Path:
         case Kind::InputFile:
             return "compgen -f -- \"$current\"";
         case Kind::Account:
             return "compgen -u -- \"$current\"";
         case Kind::Choice: {
-            std::string choices = parameter.value;
+            std::string choices(parameter.value);
             std::replace(choices.begin(), choices.end(), '|', ' ');
             return "compgen -W '" + choices + "' -- \"$current\"";
         }
@@ -77,7 +77,7 @@ std::map<std::string, Words> followers(const Words& common) {
         std::string before;
         for (size_t at = 0; at < command.words.size();) {
             const size_t end = std::min(command.words.find(' ', at), command.words.size());
-            next[before].insert(command.words.substr(at, end - at));
+            next[before].emplace(command.words.substr(at, end - at));
             before = command.words.substr(0, end);
             at = end + 1;
         }
@@ -96,9 +96,9 @@ void printCase(std::ostream& out, const Command& command, Words options) {
             positional = positional.empty() ? offer : positional;
             continue;
         }
-        options.insert(parameter.name);
+        options.emplace(parameter.name);
         if (!offer.empty()) {
-            values += "        " + parameter.name + ") " + reply(offer) + "; return ;;\n";
+            values += "        " + std::string(parameter.name) + ") " + reply(offer) + "; return ;;\n";
         }
     }
     out << "    '" << command.words << "'*)\n";
@@ -117,7 +117,7 @@ void printCase(std::ostream& out, const Command& command, Words options) {
 void printCompletion(std::ostream& out) {
     Words common;
     for (const Parameter& option : commonOptions()) {
-        common.insert(option.name);
+        common.emplace(option.name);
     }
     out << Beginning << "    case $words in\n";
     for (const auto& [before, words] : followers(common)) {

@@ -1,6 +1,6 @@
 #include "cli/Documents.h"
 
-#include "cli/Command.h"
+#include "commands/table/Table.h"
 
 namespace zpweb {
 
@@ -8,7 +8,7 @@ namespace {
 
 void printOperations(std::ostream& out) {
     for (const Command& command : commandTable()) {
-        for (const std::string& operation : command.operations) {
+        for (const std::string_view operation : command.operations) {
             out << operation << "\t" << command.words << "\n";
         }
     }

@@ -1,14 +1,14 @@
 // The manual page.
 #include <map>
 
-#include "cli/Command.h"
 #include "cli/Documents.h"
+#include "commands/table/Table.h"
 
 namespace zpweb {
 
 namespace {
 
-std::string roff(const std::string& text) {
+std::string roff(std::string_view text) {
     std::string result;
     for (const char c : text) {
         result += c == '-' ? "\\-" : c == '\\' ? "\\e" : std::string(1, c);

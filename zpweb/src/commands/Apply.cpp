@@ -1,19 +1,20 @@
-#include "commands/Apply.h"
-
+// apply: many commands as one change.
 #include <algorithm>
 #include <iostream>
 #include <iterator>
 #include <nlohmann/json.hpp>
 
-#include "cli/Program.h"
-#include "commands/Groups.h"
-#include "commands/Parameters.h"
+#include "commands/Commands.h"
+#include "commands/table/Run.h"
+#include "commands/table/Table.h"
 #include "sys/File.h"
 #include "text/Lines.h"
 
 namespace zpweb {
 
 namespace {
+
+constexpr auto File = needed("FILE", Kind::InputFile, "JSON lines; \"-\" for standard input");
 
 using Json = nlohmann::ordered_json;
 
@@ -35,13 +36,13 @@ Outcome takeWords(const Json& words, const Command& command, Values& given) {
     size_t next = 0;
     for (const Parameter& parameter : command.parameters) {
         while (!parameter.isOption() && next < words.size()) {
-            given[parameter.name].push_back(wordOf(words[next++]));
+            given[std::string(parameter.name)].push_back(wordOf(words[next++]));
             if (!parameter.many) {
                 break;
             }
         }
     }
-    return next < words.size() ? usage("too many arguments for " + command.words) : done();
+    return next < words.size() ? usage("too many arguments for " + std::string(command.words)) : done();
 }
 
 // Options of a line: "name": value, or a list of values, or true for one that has no value.
@@ -51,7 +52,7 @@ Outcome takeOptions(const Json& options, const Command& command, Values& given) 
         const bool known = std::any_of(command.parameters.begin(), command.parameters.end(),
                                        [&](const Parameter& each) { return each.name == name; });
         if (!known) {
-            return usage(command.words + " has no option " + name);
+            return usage(std::string(command.words) + " has no option " + name);
         }
         if (value.is_boolean() && !value.get<bool>()) {
             continue;
@@ -89,9 +90,9 @@ Expected<Invocation> invocationFrom(std::string_view line) {
     if (!taken.ok()) {
         return taken;
     }
-    auto arguments = typedArguments(*command, given);
+    auto arguments = Arguments::from(*command, given);
     if (arguments.ok() && parsed.contains("password")) {
-        arguments->secret = wordOf(parsed["password"]);
+        arguments->setSecret(wordOf(parsed["password"]));
     }
     return arguments.ok() ? Expected(Invocation{command, std::move(*arguments)}) : arguments.outcome();
 }
@@ -115,11 +116,11 @@ Expected<std::vector<Invocation>> invocationsFrom(const std::string& text, const
 
 // A command for the log: all of it but its password.
 std::string textOf(const Invocation& invocation) {
-    std::string text = invocation.command->words;
+    std::string text(invocation.command->words);
     for (const Parameter& parameter : invocation.command->parameters) {
-        const std::vector<std::string> values = invocation.arguments.all(parameter.name);
-        const std::string option = parameter.isOption() ? " " + parameter.name : "";
-        if (values.empty() && invocation.arguments.has(parameter.name)) {
+        const std::vector<std::string> values = invocation.arguments.all(parameter);
+        const std::string option = parameter.isOption() ? " " + std::string(parameter.name) : "";
+        if (values.empty() && invocation.arguments.has(parameter)) {
             text += option;
         }
         for (const std::string& value : values) {
@@ -129,20 +130,17 @@ std::string textOf(const Invocation& invocation) {
     return text;
 }
 
-// Each command sees what those before it have staged. "undo" alone looks at what is committed.
 Outcome canBeTogether(const std::vector<Invocation>& invocations) {
-    const bool undoes = std::any_of(invocations.begin(), invocations.end(),
-                                    [](const Invocation& each) { return each.command->words == "undo"; });
-    return undoes && invocations.size() > 1
-               ? usage("undo: it cannot be one of several commands; expected a run of its own")
+    const auto alone = std::find_if(invocations.begin(), invocations.end(),
+                                    [](const Invocation& each) { return each.command->runsAlone; });
+    return alone != invocations.end() && invocations.size() > 1
+               ? usage(std::string(alone->command->words) +
+                       ": it cannot be one of several commands; expected a run of its own")
                : done();
 }
 
-}  // namespace
-
-Outcome applyCommands(Settings& settings, Output& output, const std::vector<std::string>& words,
-                      const Arguments& arguments) {
-    const std::string file = arguments.one("FILE");
+Outcome apply(Session& session, const Arguments& given) {
+    const std::string file = given[File];
     const auto text = inputText(file);
     if (!text.ok()) {
         return text.outcome();
@@ -154,27 +152,29 @@ Outcome applyCommands(Settings& settings, Output& output, const std::vector<std:
     if (Outcome sound = canBeTogether(*invocations); !sound.ok()) {
         return sound;
     }
-    std::vector<std::string> logged = words;
-    std::transform(invocations->begin(), invocations->end(), std::back_inserter(logged), textOf);
-    Outcome outcome = runChanges(settings, output, logged, *invocations);
-    output.clear();
-    output.set("commands", static_cast<long>(invocations->size()));
+    Session whole = session;
+    std::transform(invocations->begin(), invocations->end(), std::back_inserter(whole.words), textOf);
+    Outcome outcome = runChanges(whole, *invocations);
+    session.output.clear();
+    session.output.set("commands", static_cast<long>(invocations->size()));
     return outcome;
 }
 
-std::vector<Command> applyCommand() {
-    // The program runs it itself, for it has a transaction of its own.
-    const Change none = nullptr;
+}  // namespace
+
+Command applyCommands() {
     return {
-        {"apply",
-         "Run many commands as one change: one check, one commit, one reload",
-         none,
-         {needed("FILE", Kind::InputFile, "JSON lines; \"-\" for standard input")},
-         {},
-         "Each line is an object such as {\"command\": \"site create\", \"arguments\": "
-         "[\"example.com\"], \"options\": {\"address\": \"192.0.2.1\", \"owner\": \"web\"}}. A password "
-         "is given as \"password\". Each command sees what those before it do; when one fails, none is "
-         "done."}};
+        .words = "apply",
+        .summary = "Run many commands as one change: one check, one commit, one reload",
+        .action = Batch{apply},
+        .parameters = {File},
+        .more =
+            "Each line is an object such as {\"command\": \"site create\", \"arguments\": "
+            "[\"example.com\"], \"options\": {\"address\": \"192.0.2.1\", \"owner\": \"web\"}}. A "
+            "password is given as \"password\". Each command sees what those before it do; when one fails, "
+            "none is done.",
+        .examples = {"apply changes.jsonl --dry-run --diff", "apply - --json"},
+    };
 }
 
 }  // namespace zpweb

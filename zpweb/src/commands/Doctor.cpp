@@ -1,4 +1,4 @@
-// What sleeps in a configuration until the next restart.
+// doctor: what sleeps in a configuration until the next restart.
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -8,8 +8,8 @@
 #include "CZPWebsite.h"
 #include "change/Lock.h"
 #include "change/Logs.h"
-#include "commands/Groups.h"
-#include "commands/Operation.h"
+#include "commands/Commands.h"
+#include "commands/shared/Operation.h"
 #include "conf/Line.h"
 #include "sys/File.h"
 #include "sys/Process.h"
@@ -202,17 +202,18 @@ Outcome doctor(Session& session, const Configuration& configuration, const Argum
 
 }  // namespace
 
-std::vector<Command> doctorCommands() {
+Command doctorFindings() {
     return {
-        {"doctor",
-         "Find what sleeps until the next restart",
-         doctor,
-         {},
-         {},
-         "Missing log folders and document roots, dangling links, names claimed twice, includes that load "
-         "temporary files, password files that cannot be read, lines over the operations' bounds, "
-         "leftovers of "
-         "interrupted runs. The exit status is 1 when something was found."}};
+        .words = "doctor",
+        .summary = "Find what sleeps until the next restart",
+        .action = doctor,
+        .more =
+            "Missing log folders and document roots, dangling links, names claimed twice, includes that "
+            "load "
+            "temporary files, password files that cannot be read, lines over the operations' bounds, "
+            "leftovers of interrupted runs. The exit status is 1 when something was found.",
+        .examples = {"doctor", "doctor --json"},
+    };
 }
 
 }  // namespace zpweb

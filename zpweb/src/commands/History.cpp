@@ -1,16 +1,16 @@
-// The log of changes.
+// history: the log of changes.
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
-#include "commands/Groups.h"
-#include "commands/Parameters.h"
+#include "commands/Commands.h"
 #include "sys/File.h"
-#include "sys/Number.h"
 #include "text/Lines.h"
 
 namespace zpweb {
 
 namespace {
+
+constexpr auto Last = numberOption("--last", "COUNT", "Only the last ones (50)");
 
 using Json = nlohmann::ordered_json;
 
@@ -34,7 +34,7 @@ void addField(List& rows, const std::string& name, const Json& value) {
     }
 }
 
-Outcome history(Session& session, const Arguments& arguments) {
+Outcome history(Session& session, const Arguments& given) {
     const auto main = realPathOf(session.settings.configuration);
     if (!main.ok()) {
         return main.outcome();
@@ -42,7 +42,7 @@ Outcome history(Session& session, const Arguments& arguments) {
     const State state(*main);
     const auto text = readFile(state.audit());
     const Lines lines(text.ok() ? std::string_view(*text) : std::string_view());
-    const auto last = static_cast<size_t>(leadingNumber(arguments.one("--last", "50")));
+    const auto last = static_cast<size_t>(given[Last].value_or(50));
     List& rows =
         session.output.list("changes", {"checkpoint", "time", "user", "result", "undo", "command"});
     for (size_t i = lines.size() - std::min(lines.size(), last); i < lines.size(); ++i) {
@@ -61,11 +61,14 @@ Outcome history(Session& session, const Arguments& arguments) {
 
 }  // namespace
 
-std::vector<Command> historyCommands() {
-    return {{"history",
-             "List the changes that were made",
-             history,
-             {option("--last", Kind::Number, "COUNT", "Only the last ones (50)")}}};
+Command historyOfChanges() {
+    return {
+        .words = "history",
+        .summary = "List the changes that were made",
+        .action = history,
+        .parameters = {Last},
+        .examples = {"history --last 5"},
+    };
 }
 
 }  // namespace zpweb

@@ -3,11 +3,13 @@
 #include <pwd.h>
 #include <sys/stat.h>
 
+#include <algorithm>
+#include <utility>
+
 #include "CZPWebsite.h"
-#include "commands/Groups.h"
-#include "commands/Operation.h"
-#include "commands/Parameters.h"
-#include "commands/Scopes.h"
+#include "commands/Commands.h"
+#include "commands/shared/Operation.h"
+#include "commands/shared/Scopes.h"
 #include "conf/Text.h"
 #include "input/HostName.h"
 #include "input/Quoted.h"
@@ -18,18 +20,40 @@ namespace zpweb {
 
 namespace {
 
+constexpr auto Name = needed("NAME", Kind::HostName, "The new site's name");
+constexpr auto Address = neededOption("--address", Kind::Address, "IP", "The address that it listens on");
+constexpr auto Owner =
+    neededOption("--owner", Kind::Account, "ACCOUNT", "The account that owns its folders");
+constexpr auto Parent =
+    option("--path", Kind::Path, "FOLDER", "The parent of its home (default: the owner's home)");
+constexpr auto Admin =
+    option("--admin", Kind::Account, "ACCOUNT", "Its administrator (default: the owner)");
+constexpr auto Mode = option("--mode", Kind::Choice, "shared|own|plain",
+                             "The address is shared by name, the site's own, or taken as it is (shared)");
+
 constexpr char Created = 94;
 constexpr char Taken = 92;
 constexpr char FolderNotMade = 2;
 constexpr mode_t HomeMode = 0711;
 
-char switchOf(const std::string& mode) { return mode == "own" ? '2' : mode == "plain" ? '0' : '1'; }
+// How the address is used, as the record says it.
+constexpr char Plain = '0';
+constexpr char Shared = '1';
+constexpr char Own = '2';
+
+char switchOf(std::string_view mode) {
+    constexpr std::pair<std::string_view, char> Modes[] = {
+        {"plain", Plain}, {"shared", Shared}, {"own", Own}};
+    const auto* found = std::find_if(std::begin(Modes), std::end(Modes),
+                                     [mode](const auto& each) { return each.first == mode; });
+    return found == std::end(Modes) ? Shared : found->second;
+}
 
 // What creation changes besides what it adds: in "own" mode, the address's own block.
 Scope creationScope(const ConfigurationFile& file, const VHostEntry& entry) {
     Scope scope = additionsScope(file);
     for (const Block& block : file.blocks()) {
-        if (entry.IPSwitch == switchOf("own") && !block.stopped &&
+        if (entry.IPSwitch == Own && !block.stopped &&
             zp::conf::beginsIgnoringCase(block.address, entry.IPAddress)) {
             scope.allow(block.lines);
             break;
@@ -86,17 +110,17 @@ std::string homeOf(const std::string& account) {
     return entry == nullptr ? "" : entry->pw_dir;
 }
 
-VHostEntry entryFrom(const Arguments& arguments) {
-    const std::string owner = arguments.one("--owner");
+VHostEntry entryFrom(const Arguments& given) {
+    const std::string owner = given[Owner];
     VHostEntry entry{};
-    fillField(entry.IPAddress, arguments.one("--address"));
-    fillField(entry.DName, arguments.one("NAME"));
-    fillField(entry.PunyCode, arguments.one("NAME"));
+    fillField(entry.IPAddress, given[Address]);
+    fillField(entry.DName, given[Name]);
+    fillField(entry.PunyCode, given[Name]);
     fillField(entry.UserName, owner);
-    fillField(entry.ServerAdmin, arguments.one("--admin", owner));
+    fillField(entry.ServerAdmin, given[Admin].value_or(owner));
     fillField(entry.Port, "80");
-    fillField(entry.Path, arguments.one("--path", homeOf(owner)) + "/");
-    entry.IPSwitch = switchOf(arguments.one("--mode", "shared"));
+    fillField(entry.Path, given[Parent].value_or(homeOf(owner)) + "/");
+    entry.IPSwitch = switchOf(given[Mode].value_or(""));
     return entry;
 }
 
@@ -112,14 +136,14 @@ Meaning creationMeaning(const VHostEntry& entry) {
     };
 }
 
-Outcome create(Transaction& change, const Arguments& arguments) {
-    const std::string name = arguments.one("NAME");
+Outcome create(Transaction& change, const Arguments& given) {
+    const std::string name = given[Name];
     const std::string readable = readableHostName(name);
     if (const auto places = change.configuration().find(name); !places.empty()) {
         return failure(Status::Exists,
                        "site " + inQuotes(readable) + ": exists already, at " + places.front().text());
     }
-    VHostEntry entry = entryFrom(arguments);
+    VHostEntry entry = entryFrom(given);
     if (Outcome home = makeHome(change, entry.Path + name, entry.UserName); !home.ok()) {
         return home;
     }
@@ -151,20 +175,20 @@ Outcome create(Transaction& change, const Arguments& arguments) {
 
 }  // namespace
 
-std::vector<Command> siteCreation() {
-    return {{"site create",
-             "Create a website: its block, and its folders",
-             create,
-             {needed("NAME", Kind::HostName, "The new site's name"),
-              neededOption("--address", Kind::Address, "IP", "The address that it listens on"),
-              neededOption("--owner", Kind::Account, "ACCOUNT", "The account that owns its folders"),
-              option("--path", Kind::Path, "FOLDER", "The parent of its home (default: the owner's home)"),
-              option("--admin", Kind::Account, "ACCOUNT", "Its administrator (default: the owner)"),
-              option("--mode", Kind::Choice, "shared|own|plain",
-                     "The address is shared by name, the site's own, or taken as it is (shared)")},
-             {"CZPWebsite::CreateWebsite"},
-             "The home PATH/NAME is made when it is missing, and in it www, www/html, www/cgi-bin, log, "
-             "log/httpd, db and special, none of which may exist."}};
+Command siteCreate() {
+    return {
+        .words = "site create",
+        .summary = "Create a website: its block, and its folders",
+        .action = create,
+        .parameters = {Name, Address, Owner, Parent, Admin, Mode},
+        .operations = {"CZPWebsite::CreateWebsite"},
+        .more =
+            "The home PATH/NAME is made when it is missing, and in it www, www/html, www/cgi-bin, log, "
+            "log/httpd, db and special, none of which may exist.",
+        .examples =
+            {"site create shop.example --address 192.0.2.7 --owner anna",
+             "site create shop.example --address 192.0.2.7 --owner anna --path /var/www --dry-run --diff"},
+    };
 }
 
 }  // namespace zpweb

@@ -1,17 +1,18 @@
-// Websites: the list.
+// site list
 #include <algorithm>
 #include <unordered_set>
 
 #include "CZPWebsite.h"
-#include "commands/Groups.h"
-#include "commands/Operation.h"
-#include "commands/Parameters.h"
+#include "commands/Commands.h"
+#include "commands/shared/Operation.h"
 #include "conf/Text.h"
 #include "input/HostName.h"
 
 namespace zpweb {
 
 namespace {
+
+constexpr auto Names = flag("--names", "Only the names, as the panel's own listing finds them");
 
 constexpr int Listed = 28;
 
@@ -80,8 +81,8 @@ Outcome listNames(Session& session) {
     return resultOf("ListWebsites", result, {Listed});
 }
 
-Outcome list(Session& session, const Configuration& configuration, const Arguments& arguments) {
-    if (arguments.has("--names")) {
+Outcome list(Session& session, const Configuration& configuration, const Arguments& given) {
+    if (given[Names]) {
         return listNames(session);
     }
     std::vector<std::string> columns = {"name", "state", "address", "root", "place", "flag"};
@@ -102,15 +103,20 @@ Outcome list(Session& session, const Configuration& configuration, const Argumen
 
 }  // namespace
 
-std::vector<Command> siteListing() {
-    return {{"site list",
-             "List the websites",
-             list,
-             {flag("--names", "Only the names, as the panel's own listing finds them")},
-             {"CZPWebsite::ListWebsites", "CZPWebsite::VHostsInIncFile"},
-             "A site is flagged \"duplicate\" when its name stands before at the same address, so that it "
-             "is never served, and \"unreachable\" when more than the name stands on its ServerName line, "
-             "so that no operation finds it."}};
+Command siteList() {
+    return {
+        .words = "site list",
+        .summary = "List the websites",
+        .action = list,
+        .parameters = {Names},
+        .operations = {"CZPWebsite::ListWebsites", "CZPWebsite::VHostsInIncFile"},
+        .more =
+            "A site is flagged \"duplicate\" when its name stands before at the same address, so that it "
+            "is "
+            "never served, and \"unreachable\" when more than the name stands on its ServerName line, so "
+            "that no operation finds it.",
+        .examples = {"site list", "site list --json"},
+    };
 }
 
 }  // namespace zpweb

@@ -1,8 +1,7 @@
-// Websites: one site's settings.
-#include "commands/Groups.h"
-#include "commands/Parameters.h"
-#include "commands/Readable.h"
-#include "commands/SiteInfo.h"
+// site show: one site's settings.
+#include "commands/Commands.h"
+#include "commands/shared/Readable.h"
+#include "commands/shared/SiteInfo.h"
 
 namespace zpweb {
 
@@ -49,8 +48,8 @@ void showFindings(Output& output, const Configuration& configuration, const Plac
     output.set("root", root.empty() ? std::string(place.block->root) : root);
 }
 
-Outcome show(Session& session, const Configuration& configuration, const Places& places, const Arguments&) {
-    const Place& place = places.front();
+Outcome show(Session& session, const Configuration& configuration, const Site& site, const Arguments&) {
+    const Place& place = site.places.front();
     const Readable readable(*place.file);
     const SiteInfo info(session.output, readable.path(), place.block->name);
     if (Outcome read = resultOf("GetWebsiteInfo", info.result, {InfoRead, InfoWithoutMode}); !read.ok()) {
@@ -71,7 +70,7 @@ Outcome show(Session& session, const Configuration& configuration, const Places&
     setPairs(output, "redirect", info.record.Redirect);
     setPairs(output, "error_document", info.record.ErrorDoc);
     std::vector<std::string> all;
-    for (const Place& each : places) {
+    for (const Place& each : site.places) {
         all.push_back(each.text());
     }
     output.set("places", all);
@@ -80,14 +79,17 @@ Outcome show(Session& session, const Configuration& configuration, const Places&
 
 }  // namespace
 
-std::vector<Command> siteShowing() {
+Command siteShow() {
     return {
-        {"site show",
-         "Show a website's settings",
-         show,
-         {siteName()},
-         {"CZPWebsite::GetWebsiteInfo", "CZPWebsite::GetRootDocPath", "CZPWebsite::LookupDomainInConfFile",
-          "CZPWebsite::WebsiteExists", "CZPWebsite::ISIPLessDomain"}}};
+        .words = "site show",
+        .summary = "Show a website's settings",
+        .action = show,
+        .parameters = {SiteName},
+        .operations = {"CZPWebsite::GetWebsiteInfo", "CZPWebsite::GetRootDocPath",
+                       "CZPWebsite::LookupDomainInConfFile", "CZPWebsite::WebsiteExists",
+                       "CZPWebsite::ISIPLessDomain"},
+        .examples = {"site show shop.example", "site show shop.example --json"},
+    };
 }
 
 }  // namespace zpweb

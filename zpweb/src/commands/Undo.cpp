@@ -1,8 +1,7 @@
-// The way back.
+// undo: takes a change back.
 #include <algorithm>
 
-#include "commands/Groups.h"
-#include "commands/Parameters.h"
+#include "commands/Commands.h"
 #include "sys/File.h"
 #include "sys/Hash.h"
 #include "sys/Number.h"
@@ -12,6 +11,8 @@
 namespace zpweb {
 
 namespace {
+
+constexpr auto Number = maybeNumber("CHECKPOINT", "Its number in the history (default: the last change)");
 
 // The newest checkpoint that was neither undone nor made by an undo.
 int newestUndoable(const State& state) {
@@ -63,10 +64,10 @@ Expected<Checkpoint> undoable(const State& state, int id) {
     return std::move(*checkpoint);
 }
 
-Outcome undo(Transaction& change, const Arguments& arguments) {
+Outcome undo(Transaction& change, const Arguments& given) {
     const State& state = change.state();
-    const int id =
-        arguments.has("CHECKPOINT") ? leadingNumber(arguments.one("CHECKPOINT")) : newestUndoable(state);
+    const auto number = given[Number];
+    const int id = number ? *number : newestUndoable(state);
     auto checkpoint = undoable(state, id);
     if (!checkpoint.ok()) {
         return checkpoint.outcome();
@@ -96,15 +97,18 @@ Outcome undo(Transaction& change, const Arguments& arguments) {
 
 }  // namespace
 
-std::vector<Command> undoCommand() {
+Command undoChange() {
     return {
-        {"undo",
-         "Take a change back",
-         undo,
-         {maybe("CHECKPOINT", Kind::Number, "Its number in the history (default: the last change)")},
-         {},
-         "Refused, with a diff, when somebody has edited a file since. Folders that the change made are "
-         "removed if they are empty. Modes and owners outside of the configuration stay."}};
+        .words = "undo",
+        .summary = "Take a change back",
+        .action = undo,
+        .parameters = {Number},
+        .more =
+            "Refused, with a diff, when somebody has edited a file since. Folders that the change made are "
+            "removed if they are empty. Modes and owners outside of the configuration stay.",
+        .examples = {"undo --dry-run --diff", "undo", "undo 17"},
+        .runsAlone = true,
+    };
 }
 
 }  // namespace zpweb

@@ -180,6 +180,7 @@ Expected<std::string> typedValue(Kind kind, std::string_view name, const std::st
         case Kind::Flag:
             return value;
         case Kind::HostName:
+        case Kind::Site:
             return asciiHostName(value);
         case Kind::Address:
             return address(value);

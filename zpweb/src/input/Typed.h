@@ -11,6 +11,7 @@ namespace zpweb {
 enum class Kind {
     Flag,        // no value
     HostName,    // RFC 1123 after IDNA; becomes the ASCII form
+    Site,        // the host name of a site that is there
     Address,     // IPv4 or IPv6 without brackets
     Path,        // absolute, without "." and ".." components; loses a "/" at its end
     InputFile,   // a file that this program reads; "-" is standard input

@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "change/Settings.h"
+#include "input/Settings.h"
 #include "output/List.h"
 #include "output/Value.h"
 #include "sys/Outcome.h"

@@ -1,0 +1,31 @@
+// basedir off: lifts the limit of PHP to a directory.
+#include "commands/Commands.h"
+#include "commands/shared/BaseDirectory.h"
+
+namespace zpweb {
+
+namespace {
+
+Outcome run(Transaction& change, const Site& site, const Arguments& given) {
+    return changeBaseDirectory(
+        change, site, given,
+        {.operation = "Disable_open_basedir",
+         .call = [](CZPWebsite& website, const std::string& name, const std::string& folder) {
+             return website.Disable_open_basedir(name, folder);
+         }});
+}
+
+}  // namespace
+
+Command basedirOff() {
+    return {
+        .words = "basedir off",
+        .summary = "Lift that",
+        .action = run,
+        .parameters = {SiteName, BaseFolder},
+        .operations = {"CZPWebsite::Disable_open_basedir"},
+        .examples = {"basedir off shop.example /home/anna/shop.example/www/html"},
+    };
+}
+
+}  // namespace zpweb

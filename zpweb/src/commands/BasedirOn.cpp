@@ -1,0 +1,31 @@
+// basedir on: keeps PHP within a directory.
+#include "commands/Commands.h"
+#include "commands/shared/BaseDirectory.h"
+
+namespace zpweb {
+
+namespace {
+
+Outcome run(Transaction& change, const Site& site, const Arguments& given) {
+    return changeBaseDirectory(
+        change, site, given,
+        {.operation = "Enable_open_basedir",
+         .call = [](CZPWebsite& website, const std::string& name, const std::string& folder) {
+             return website.Enable_open_basedir(name, folder);
+         }});
+}
+
+}  // namespace
+
+Command basedirOn() {
+    return {
+        .words = "basedir on",
+        .summary = "Keep PHP within a folder",
+        .action = run,
+        .parameters = {SiteName, BaseFolder},
+        .operations = {"CZPWebsite::Enable_open_basedir"},
+        .examples = {"basedir on shop.example /home/anna/shop.example/www/html"},
+    };
+}
+
+}  // namespace zpweb

@@ -1,0 +1,32 @@
+// folder add: adds a <Directory> block before a site's first.
+#include "commands/Commands.h"
+#include "commands/shared/BlockLines.h"
+
+namespace zpweb {
+
+namespace {
+
+Outcome add(Transaction& change, const Site& site, const Arguments& given) {
+    return editBlock(change, site, given[BlockFolder],
+                     [&](ApacheHelper& helper, const std::string& staged, const std::string& name,
+                         const std::string& folder) {
+                         StringVector lines = given[BlockLines];
+                         return helper.Apache_addDirectoryTag(staged, name, folder, lines);
+                     });
+}
+
+}  // namespace
+
+Command folderAdd() {
+    return {
+        .words = "folder add",
+        .summary = "Add a <Directory> block before a website's first",
+        .action = add,
+        .parameters = {SiteName, BlockFolder, BlockLines},
+        .operations = {"ApacheHelper::Apache_addDirectoryTag"},
+        .examples =
+            {"folder add shop.example /home/anna/shop.example/www/html/files --line 'Require all granted'"},
+    };
+}
+
+}  // namespace zpweb

@@ -1,0 +1,33 @@
+// folder move: points a <Directory> block at another directory.
+#include "commands/Commands.h"
+#include "commands/shared/BlockLines.h"
+
+namespace zpweb {
+
+namespace {
+
+constexpr auto To = needed("TO", Kind::Path, "The other folder");
+
+Outcome move(Transaction& change, const Site& site, const Arguments& given) {
+    return editBlock(change, site, given[BlockFolder],
+                     [&](ApacheHelper& helper, const std::string& staged, const std::string& name,
+                         const std::string& folder) {
+                         return helper.Apache_UpdateDirectoryTagPath(staged, name, folder, given[To]);
+                     });
+}
+
+}  // namespace
+
+Command folderMove() {
+    return {
+        .words = "folder move",
+        .summary = "Point a <Directory> block at another folder",
+        .action = move,
+        .parameters = {SiteName, BlockFolder, To},
+        .operations = {"ApacheHelper::Apache_UpdateDirectoryTagPath"},
+        .examples = {"folder move shop.example /home/anna/shop.example/www/html/files "
+                     "/home/anna/shop.example/www/html/files-2"},
+    };
+}
+
+}  // namespace zpweb

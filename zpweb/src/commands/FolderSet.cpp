@@ -1,0 +1,32 @@
+// folder set: replaces the lines of a <Directory> block.
+#include "commands/Commands.h"
+#include "commands/shared/BlockLines.h"
+
+namespace zpweb {
+
+namespace {
+
+Outcome set(Transaction& change, const Site& site, const Arguments& given) {
+    return editBlock(change, site, given[BlockFolder],
+                     [&](ApacheHelper& helper, const std::string& staged, const std::string& name,
+                         const std::string& folder) {
+                         StringVector lines = given[BlockLines];
+                         return helper.Apache_UpdateDirectoryDirectives(staged, name, folder, lines);
+                     });
+}
+
+}  // namespace
+
+Command folderSet() {
+    return {
+        .words = "folder set",
+        .summary = "Replace the lines of a <Directory> block",
+        .action = set,
+        .parameters = {SiteName, BlockFolder, BlockLines},
+        .operations = {"ApacheHelper::Apache_UpdateDirectoryDirectives"},
+        .examples =
+            {"folder set shop.example /home/anna/shop.example/www/html/files --line 'Require local'"},
+    };
+}
+
+}  // namespace zpweb

@@ -1,0 +1,52 @@
+// limits on: restricts the handlers on CloudLinux.
+#include <algorithm>
+
+#include "CZPWebsite.h"
+#include "commands/Commands.h"
+#include "commands/shared/Operation.h"
+#include "commands/shared/Scopes.h"
+#include "conf/Line.h"
+
+namespace zpweb {
+
+namespace {
+
+Outcome restrictHandlers(Transaction& change, const Arguments&) {
+    const ConfigurationFile& main = change.configuration().main();
+    const auto& lines = main.lines().all;
+    const auto has = [&](std::string_view word, std::string_view other) {
+        return std::any_of(lines.begin(), lines.end(), [&](std::string_view line) {
+            return zp::conf::contains(line, word) && zp::conf::contains(line, other);
+        });
+    };
+    if (has("AllowedHandlers", "")) {
+        return done();  // already so; the library would add a second block
+    }
+    if (!has("LoadModule", "hostinglimits")) {
+        return failure(Status::NotFound, main.path() + " loads no hostinglimits module");
+    }
+    Edit edit;
+    edit.file = main.path();
+    edit.bound = bound::Limits;
+    edit.scope = additionsScope;
+    edit.operation = [](const std::string& staged) {
+        return CZPWebsite(nullptr, staged.c_str()).EnableHostingLimits();
+    };
+    edit.meaning = expecting("EnableHostingLimits", {0});
+    return change.edit(edit);
+}
+
+}  // namespace
+
+Command limitsOn() {
+    return {
+        .words = "limits on",
+        .summary = "Restrict the handlers on CloudLinux",
+        .action = restrictHandlers,
+        .operations = {"CZPWebsite::EnableHostingLimits"},
+        .examples = {"limits on"},
+        .panelOnly = true,
+    };
+}
+
+}  // namespace zpweb

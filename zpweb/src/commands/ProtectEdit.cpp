@@ -1,0 +1,58 @@
+// protect edit: changes a user's password, or moves the user to another directory.
+#include "PrivateFolder.h"
+#include "commands/Commands.h"
+#include "commands/shared/Operation.h"
+#include "commands/shared/Protection.h"
+
+namespace zpweb {
+
+namespace {
+
+constexpr auto Target = option("--to", Kind::Path, "FOLDER", "The other folder");
+
+constexpr int Edited = 1605;
+
+// Between two folders the two steps of the operation are done one by one, each on a stage of its own
+// folder.
+Outcome moveUser(Transaction& change, const std::string& from, const std::string& to,
+                 const std::string& user, const std::string& secret) {
+    Outcome removed = unprotectFor(change, from, user);
+    return removed.ok() ? protectFor(change, to, user, secret) : removed;
+}
+
+Outcome edit(Transaction& change, const Arguments& given) {
+    const std::string folder = given[ProtectedFolder];
+    const std::string target = given[Target].value_or(folder);
+    const std::string user = given[ProtectedUser];
+    Outcome ready = needsTool();
+    ready = ready.ok() ? needsUser(change, folder, user) : ready;
+    if (!ready.ok()) {
+        return ready;
+    }
+    if (target != folder) {
+        return moveUser(change, folder, target, user, given.secret());
+    }
+    return onProtection(change, folder, [&](const std::string& staged) {
+        PrivateFolder manager(nullptr);
+        return resultOf("editPrivateFolder",
+                        manager.editPrivateFolder(staged, staged, user, given.secret()), {Edited});
+    });
+}
+
+}  // namespace
+
+Command protectEdit() {
+    return {
+        .words = "protect edit",
+        .summary = "Change a user's password, or move the user to another folder",
+        .action = edit,
+        .parameters = {ProtectedFolder, ProtectedUser, Target},
+        .operations = {"PrivateFolder::editPrivateFolder"},
+        .examples = {"protect edit /home/anna/shop.example/www/html/intern joe",
+                     "protect edit /home/anna/shop.example/www/html/intern joe --to "
+                     "/home/anna/shop.example/www/html/extern"},
+        .needsSecret = true,
+    };
+}
+
+}  // namespace zpweb

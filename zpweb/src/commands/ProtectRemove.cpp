@@ -1,0 +1,27 @@
+// protect remove: removes a user; with the last one, the protection.
+#include "commands/Commands.h"
+#include "commands/shared/Protection.h"
+
+namespace zpweb {
+
+namespace {
+
+Outcome unprotect(Transaction& change, const Arguments& given) {
+    Outcome tool = needsTool();
+    return tool.ok() ? unprotectFor(change, given[ProtectedFolder], given[ProtectedUser]) : tool;
+}
+
+}  // namespace
+
+Command protectRemove() {
+    return {
+        .words = "protect remove",
+        .summary = "Remove a user; with the last one, the protection",
+        .action = unprotect,
+        .parameters = {ProtectedFolder, ProtectedUser},
+        .operations = {"PrivateFolder::deletePrivateFolder", "FileHandling::delParamFromFile"},
+        .examples = {"protect remove /home/anna/shop.example/www/html/intern joe"},
+    };
+}
+
+}  // namespace zpweb

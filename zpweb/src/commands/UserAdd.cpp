@@ -1,0 +1,39 @@
+// user add: adds a web user.
+#include "commands/Commands.h"
+#include "commands/shared/Operation.h"
+#include "commands/shared/WebUsers.h"
+#include "input/Quoted.h"
+
+namespace zpweb {
+
+namespace {
+
+constexpr char UserAdded = 77;
+constexpr char UserThere = 54;
+
+Outcome add(Transaction& change, const Arguments& given) {
+    const std::string user = given[User];
+    change.output().set("user", user);
+    return onNewUsers(change, WebUsers(given), [&](CZPUsers& users) {
+        const Meaning meaning =
+            expecting("UserCreate", {UserAdded}, UserThere,
+                      failure(Status::Exists, "user " + inQuotes(user) + ": exists already"));
+        return meaning(users.UserCreate(user.c_str(), given.secret().c_str()));
+    });
+}
+
+}  // namespace
+
+Command userAdd() {
+    return {
+        .words = "user add",
+        .summary = "Add a web user",
+        .action = add,
+        .parameters = {SiteName, User, OfFolder},
+        .operations = {"CZPUsers::UserCreate"},
+        .examples = {"user add shop.example joe --password-file /root/joe"},
+        .needsSecret = true,
+    };
+}
+
+}  // namespace zpweb

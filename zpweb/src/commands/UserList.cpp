@@ -1,0 +1,42 @@
+// user list: a site's web users.
+#include "commands/Commands.h"
+#include "commands/shared/Operation.h"
+#include "commands/shared/WebUsers.h"
+#include "sys/File.h"
+
+namespace zpweb {
+
+namespace {
+
+constexpr char UsersListed = 82;
+constexpr char NamesListed = 81;
+
+Outcome list(Session& session, const Arguments& given) {
+    const WebUsers users(given);
+    if (!exists(users.file())) {
+        return users.missing();
+    }
+    CZPUsers manager(nullptr, "", users.domain.c_str(), users.folder.c_str());
+    StringVector names;
+    const int result = quietly(session.output, [&] { return manager.UserList(&names); });
+    List& rows = session.output.list("users", {"user"});
+    for (const std::string& name : names) {
+        rows.row().add("user", name);
+    }
+    return resultOf("UserList", result, {UsersListed, NamesListed});
+}
+
+}  // namespace
+
+Command userList() {
+    return {
+        .words = "user list",
+        .summary = "List the web users",
+        .action = list,
+        .parameters = {SiteName, OfFolder},
+        .operations = {"CZPUsers::UserList"},
+        .examples = {"user list shop.example"},
+    };
+}
+
+}  // namespace zpweb

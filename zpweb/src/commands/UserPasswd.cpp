@@ -1,0 +1,36 @@
+// user passwd: gives a web user another password.
+#include "commands/Commands.h"
+#include "commands/shared/Operation.h"
+#include "commands/shared/WebUsers.h"
+
+namespace zpweb {
+
+namespace {
+
+constexpr char PasswordChanged = 76;
+constexpr char NoSuchUser = 53;
+
+Outcome changePassword(Transaction& change, const Arguments& given) {
+    const std::string user = given[User];
+    change.output().set("user", user);
+    return onUsers(change, WebUsers(given), [&](CZPUsers& users) {
+        const Meaning meaning = expecting("ChangePasswd", {PasswordChanged}, NoSuchUser, noSuchUser(user));
+        return meaning(users.ChangePasswd(user, given.secret()));
+    });
+}
+
+}  // namespace
+
+Command userPasswd() {
+    return {
+        .words = "user passwd",
+        .summary = "Change a web user's password",
+        .action = changePassword,
+        .parameters = {SiteName, User, OfFolder},
+        .operations = {"CZPUsers::ChangePasswd"},
+        .examples = {"user passwd shop.example joe"},
+        .needsSecret = true,
+    };
+}
+
+}  // namespace zpweb

@@ -1,0 +1,23 @@
+// The open_basedir line of a directory of a site.
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "CZPWebsite.h"
+#include "change/Transaction.h"
+#include "commands/table/Arguments.h"
+#include "commands/table/Site.h"
+
+namespace zpweb {
+
+inline constexpr auto BaseFolder = needed("FOLDER", Kind::Path, "The folder");
+
+struct BaseDirectoryChange {
+    const char* operation;
+    std::function<int(CZPWebsite&, const std::string& site, const std::string& folder)> call;
+};
+Outcome changeBaseDirectory(Transaction& change, const Site& site, const Arguments& given,
+                            const BaseDirectoryChange& wanted);
+
+}  // namespace zpweb

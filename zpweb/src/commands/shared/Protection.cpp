@@ -1,0 +1,72 @@
+#include "commands/shared/Protection.h"
+
+#include "PrivateFolder.h"
+#include "commands/shared/Operation.h"
+#include "input/Quoted.h"
+#include "sys/File.h"
+
+namespace zpweb {
+
+namespace {
+
+constexpr int Protected = 1602;
+constexpr int Unprotected = 1603;
+constexpr mode_t ProtectionMode = 0444;
+
+bool hasUser(const std::string& passwords, const std::string& user) {
+    return ("\n" + passwords).find("\n" + user + ":") != std::string::npos;
+}
+
+}  // namespace
+
+Outcome needsUser(const Transaction& change, const std::string& folder, const std::string& user) {
+    return hasUser(change.contentOf(folder + "/.htpasswd").text(), user)
+               ? done()
+               : failure(Status::NotFound, "user " + inQuotes(user) + ": not in " + folder + "/.htpasswd");
+}
+
+Outcome needsTool() {
+    return runProgram({"htpasswd"}).status == -1 ? failure("htpasswd is not installed (apache2-utils)")
+                                                 : done();
+}
+
+Outcome onProtection(Transaction& change, const std::string& folder,
+                     const std::function<Outcome(const std::string& staged)>& operation) {
+    if (!isFolder(folder)) {
+        return failure(Status::NotFound,
+                       "path " + inQuotes(folder) + ": no such folder; expected one that is there");
+    }
+    OtherEdit edit;
+    edit.files = {folder + "/.htaccess", folder + "/.htpasswd"};
+    edit.mode = ProtectionMode;
+    edit.folderInText = folder;
+    edit.operation = operation;
+    return change.edit(edit);
+}
+
+Outcome protectFor(Transaction& change, const std::string& folder, const std::string& user,
+                   const std::string& secret) {
+    change.output().set("folder", folder);
+    change.output().set("user", user);
+    return onProtection(change, folder, [&](const std::string& staged) {
+        const int result = PrivateFolder(nullptr).addPrivateFolder(staged, user, secret);
+        if (Outcome added = resultOf("addPrivateFolder", result, {Protected}); !added.ok()) {
+            return added;
+        }
+        const auto passwords = readFile(staged + "/.htpasswd");
+        return passwords.ok() && hasUser(*passwords, user) ? done()
+                                                           : failure("htpasswd did not take the user");
+    });
+}
+
+Outcome unprotectFor(Transaction& change, const std::string& folder, const std::string& user) {
+    if (Outcome there = needsUser(change, folder, user); !there.ok()) {
+        return there;
+    }
+    return onProtection(change, folder, [&](const std::string& staged) {
+        return resultOf("deletePrivateFolder", PrivateFolder(nullptr).deletePrivateFolder(staged, user),
+                        {Unprotected});
+    });
+}
+
+}  // namespace zpweb

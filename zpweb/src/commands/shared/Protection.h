@@ -1,0 +1,26 @@
+// Directories behind a password, by their .htaccess and .htpasswd.
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "change/Transaction.h"
+#include "commands/table/Parameter.h"
+
+namespace zpweb {
+
+inline constexpr auto ProtectedFolder = needed("FOLDER", Kind::Path, "The protected folder");
+inline constexpr auto ProtectedUser = needed("USER", Kind::UserName, "The user's name");
+
+// NotFound when the directory's password file does not have the user.
+Outcome needsUser(const Transaction& change, const std::string& folder, const std::string& user);
+// The library runs "htpasswd" and does not look at what it answers.
+Outcome needsTool();
+
+Outcome onProtection(Transaction& change, const std::string& folder,
+                     const std::function<Outcome(const std::string& staged)>& operation);
+Outcome protectFor(Transaction& change, const std::string& folder, const std::string& user,
+                   const std::string& secret);
+Outcome unprotectFor(Transaction& change, const std::string& folder, const std::string& user);
+
+}  // namespace zpweb

@@ -1,0 +1,46 @@
+#include "commands/shared/SuPhpSwitch.h"
+
+#include "commands/shared/Operation.h"
+#include "commands/shared/Scopes.h"
+#include "conf/Line.h"
+
+namespace zpweb {
+
+Outcome switchSuPhp(Transaction& change, const Site& site, const SuPhpSwitch& wanted) {
+    const Place& place = site.first();
+    const std::string name = site.name();
+    const LineTest opens = opensModule(SuPhpModule);
+    change.output().set("site", name);
+    if (blockHas(place, opens) == wanted.on) {
+        return done();
+    }
+    Edit edit;
+    edit.file = place.file->path();
+    edit.bound = bound::SuPhp;
+    edit.scope = [&](const ConfigurationFile& file) { return sectionScope(file, name, opens); };
+    edit.operation = [&](const std::string& staged) {
+        CZPWebsite website(nullptr, staged.c_str());
+        return wanted.call(website, name);
+    };
+    edit.meaning = expecting(wanted.operation, {SuPhpSwitched});
+    edit.look = [&](std::string_view made) {
+        return anyLine(made, opens) == wanted.on
+                   ? done()
+                   : failure("the library found no place for it: it looks for \"ServerName " + name +
+                             "\" and CustomLog");
+    };
+    return change.edit(edit);
+}
+
+bool isSuPhpLine(std::string_view text) {
+    return zp::conf::contains(text, "suphp") || zp::conf::contains(text, "suPHP");
+}
+
+Edit serverSuPhpEdit(const Transaction& change) {
+    Edit edit;
+    edit.file = change.configuration().main().path();
+    edit.bound = bound::SuPhpGlobal;
+    return edit;
+}
+
+}  // namespace zpweb

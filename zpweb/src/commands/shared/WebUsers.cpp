@@ -1,0 +1,76 @@
+#include "commands/shared/WebUsers.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include "input/Quoted.h"
+#include "sys/File.h"
+
+namespace zpweb {
+
+namespace {
+
+constexpr const char* UsersFolder = "/etc/webusers";
+
+Outcome move(const std::string& from, const std::string& to) {
+    return std::rename(from.c_str(), to.c_str()) == 0 ? done() : failure(systemError(nameOf(from)));
+}
+
+// The library looks for "/etc/webusers/..." below the folder that it is given: the stage stands in for the
+// root folder.
+Outcome runBelow(const std::string& work, const WebUsers& of, const UsersOperation& operation) {
+    const std::string below = work + UsersFolder;
+    const std::string name = "/" + nameOf(of.file());
+    for (const std::string& part : {work + "/etc", below}) {
+        if (Outcome made = makeFolder(part, 0700); !made.ok()) {
+            return made;
+        }
+    }
+    if (Outcome moved = move(work + name, below + name); !moved.ok()) {
+        return moved;
+    }
+    CZPUsers users(nullptr, work.c_str(), of.domain.c_str(), of.folder.c_str());
+    Outcome outcome = operation(users);
+    return outcome.ok() && exists(below + name) ? move(below + name, work + name) : outcome;
+}
+
+OtherEdit editOf(const WebUsers& users, const UsersOperation& operation) {
+    OtherEdit edit;
+    edit.files = {users.file()};
+    edit.operation = [&](const std::string& work) { return runBelow(work, users, operation); };
+    return edit;
+}
+
+}  // namespace
+
+// The file's name carries the protected folder's path; the library turns its slashes into underscores.
+std::string WebUsers::file() const {
+    std::string suffix = folder;
+    std::replace(suffix.begin(), suffix.end(), '/', '_');
+    return std::string(UsersFolder) + "/passwd." + domain + (suffix.empty() ? "" : "_" + suffix);
+}
+
+Outcome WebUsers::missing() const {
+    return failure(Status::NotFound, file() + ": no such file; the site has no users");
+}
+
+Outcome noSuchUser(const std::string& user) {
+    return failure(Status::NotFound, "user " + inQuotes(user) + ": not there");
+}
+
+Outcome onUsers(Transaction& change, const WebUsers& users, const UsersOperation& operation) {
+    return change.contentOf(users.file()) ? change.edit(editOf(users, operation)) : users.missing();
+}
+
+Outcome onNewUsers(Transaction& change, const WebUsers& users, const UsersOperation& operation) {
+    Outcome made = change.willMake({UsersFolder});
+    made = made.ok() ? makeFolder(UsersFolder, 0755) : made;
+    if (!made.ok()) {
+        return made;
+    }
+    OtherEdit edit = editOf(users, operation);
+    edit.createEmpty = true;
+    return change.edit(edit);
+}
+
+}  // namespace zpweb

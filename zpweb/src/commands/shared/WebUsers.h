@@ -1,0 +1,32 @@
+// The web users of a site, or of one of its directories: the file that holds them, and the edit of it.
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "CZPUsers.h"
+#include "change/Transaction.h"
+#include "commands/table/Arguments.h"
+
+namespace zpweb {
+
+inline constexpr auto User = needed("USER", Kind::UserName, "The user's name");
+inline constexpr auto OfFolder =
+    option("--folder", Kind::Path, "FOLDER", "The users of this folder instead of the site's");
+
+struct WebUsers {
+    std::string domain, folder;
+
+    explicit WebUsers(const Arguments& given)
+        : domain(given[SiteName]), folder(given[OfFolder].value_or("")) {}
+    std::string file() const;
+    Outcome missing() const;
+};
+Outcome noSuchUser(const std::string& user);
+
+using UsersOperation = std::function<Outcome(CZPUsers&)>;
+// On a file that is there, or is made for it.
+Outcome onUsers(Transaction& change, const WebUsers& users, const UsersOperation& operation);
+Outcome onNewUsers(Transaction& change, const WebUsers& users, const UsersOperation& operation);
+
+}  // namespace zpweb

@@ -1,0 +1,118 @@
+#include "commands/table/Run.h"
+
+#include "commands/table/Secret.h"
+#include "sys/File.h"
+
+namespace zpweb {
+
+namespace {
+
+constexpr int Tries = 3;
+
+// Which of several commands has failed.
+Outcome named(Outcome outcome, const std::vector<Invocation>& invocations, size_t number) {
+    if (!outcome.ok() && invocations.size() > 1) {
+        outcome.message = "command " + std::to_string(number + 1) + " (" +
+                          std::string(invocations[number].command->words) + "): " + outcome.message;
+    }
+    return outcome;
+}
+
+// Passwords are read once, however many tries there are, and before anybody waits for this run.
+Outcome takeSecrets(std::vector<Invocation>& invocations, Output& output) {
+    for (size_t i = 0; i < invocations.size(); ++i) {
+        if (invocations[i].command->needsSecret) {
+            if (Outcome taken = takeSecret(invocations[i].arguments, output); !taken.ok()) {
+                return named(std::move(taken), invocations, i);
+            }
+        }
+    }
+    return done();
+}
+
+Outcome change(Transaction& transaction, const Command& command, const Arguments& arguments) {
+    if (const Change* plain = std::get_if<Change>(&command.action)) {
+        return (*plain)(transaction, arguments);
+    }
+    const auto site =
+        (command.onStopped ? findSite : findRunning)(transaction.configuration(), arguments[SiteName]);
+    return site.ok() ? std::get<ChangeSite>(command.action)(transaction, *site, arguments) : site.outcome();
+}
+
+Outcome oneTry(Session& session, const std::vector<Invocation>& invocations, bool& again) {
+    Transaction transaction(session.settings, session.output, session.words);
+    Outcome outcome = transaction.begin();
+    for (size_t i = 0; outcome.ok() && i < invocations.size(); ++i) {
+        outcome = change(transaction, *invocations[i].command, invocations[i].arguments);
+        outcome = named(std::move(outcome), invocations, i);
+    }
+    return outcome.ok() ? transaction.finish(again) : outcome;
+}
+
+Outcome read(Session& session, const Command& command, const Arguments& arguments) {
+    if (const Read* plain = std::get_if<Read>(&command.action)) {
+        return (*plain)(session, arguments);
+    }
+    const auto main = realPathOf(session.settings.configuration);
+    if (!main.ok()) {
+        return main.outcome();
+    }
+    session.output.step("reading the configuration");
+    const auto configuration = Configuration::load(*main);
+    if (!configuration.ok()) {
+        return configuration.outcome();
+    }
+    if (const auto* ofConfiguration = std::get_if<ReadConfiguration>(&command.action)) {
+        return (*ofConfiguration)(session, *configuration, arguments);
+    }
+    const auto site = findSite(*configuration, arguments[SiteName]);
+    return site.ok() ? std::get<ReadSite>(command.action)(session, *configuration, *site, arguments)
+                     : site.outcome();
+}
+
+}  // namespace
+
+Outcome runChanges(Session& session, std::vector<Invocation> invocations) {
+    Output& output = session.output;
+    Outcome outcome = takeSecrets(invocations, output);
+    if (!outcome.ok()) {
+        return outcome;
+    }
+    for (int i = 0; i < Tries; ++i) {
+        bool again = false;
+        outcome = oneTry(session, invocations, again);
+        if (!again) {
+            break;
+        }
+        output.note("the configuration was changed meanwhile; starting again");
+        output.startAgain();
+    }
+    if (!outcome.ok()) {
+        output.clear();
+    } else if (!output.changed()) {
+        output.note("nothing to change: it is so already");
+    } else if (session.settings.dryRun) {
+        output.note("a dry run: nothing is changed");
+    }
+    if (outcome.ok() && session.settings.dryRun && session.settings.detailedExit && output.changed()) {
+        return {Status::WouldChange, ""};
+    }
+    return outcome;
+}
+
+Outcome runCommand(Session& session, const Command& command, Arguments arguments) {
+    if (session.settings.configuration.empty()) {
+        auto found = findConfiguration();
+        if (!found.ok()) {
+            return found.outcome();
+        }
+        session.settings.configuration = std::move(*found);
+    }
+    if (const Batch* batch = std::get_if<Batch>(&command.action)) {
+        return batch->run(session, arguments);
+    }
+    return command.changes() ? runChanges(session, {{&command, std::move(arguments)}})
+                             : read(session, command, arguments);
+}
+
+}  // namespace zpweb

@@ -1,0 +1,20 @@
+// Runs commands.
+#pragma once
+
+#include <vector>
+
+#include "commands/table/Command.h"
+
+namespace zpweb {
+
+// A command with the values of its call.
+struct Invocation {
+    const Command* command = nullptr;
+    Arguments arguments;
+};
+
+Outcome runCommand(Session& session, const Command& command, Arguments arguments);
+// Runs changes as one: one lock, one check, one commit, one reload.
+Outcome runChanges(Session& session, std::vector<Invocation> invocations);
+
+}  // namespace zpweb

@@ -1,0 +1,29 @@
+// A site: its name, and all blocks of that name in all files.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "change/Configuration.h"
+#include "sys/Outcome.h"
+
+namespace zpweb {
+
+// The places refer into the files of the configuration: a file that is edited or replaced takes its own
+// along.
+struct Site {
+    std::vector<Place> places;  // in the order in which the server reads them; never empty
+
+    // The first block that runs; the first of all where none does.
+    const Place& first() const;
+    bool isStopped() const { return first().block->stopped; }
+    std::string name() const { return std::string(first().block->name); }  // as its block writes it
+    std::vector<std::string> files() const;  // that hold its blocks, each once
+};
+
+// NotFound when there is none.
+Expected<Site> findSite(const Configuration& configuration, const std::string& name);
+// One with a block that runs; an error when the site is stopped.
+Expected<Site> findRunning(const Configuration& configuration, const std::string& name);
+
+}  // namespace zpweb

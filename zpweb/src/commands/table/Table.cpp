@@ -1,0 +1,70 @@
+#include "commands/table/Table.h"
+
+#include <algorithm>
+
+#include "commands/Commands.h"
+
+namespace zpweb {
+
+namespace {
+
+// In the order of the manual; what serves the panel alone stands last.
+constexpr Command (*Makers[])() = {
+    siteCreate,       siteDelete,      siteStart,       siteStop,      siteStatus,   siteList,
+    siteShow,         siteSet,         siteSuspend,     siteResume,    sitePort,     hostAdd,
+    hostRemove,       addressList,     addressOwn,      addressShared, vdirCreate,   vdirDelete,
+    vdirSet,          vdirShow,        vdirList,        vdirFind,      userAdd,      userPasswd,
+    userDelete,       userList,        protectAdd,      protectRemove, protectEdit,  perlOn,
+    perlOff,          basedirOn,       basedirOff,      logRotate,     directiveGet, directiveAdd,
+    directiveSet,     directiveDelete, directiveInsert, folderAdd,     folderSet,    folderMove,
+    folderDelete,     folderLine,      paramTest,       paramAdd,      paramEdit,    paramDelete,
+    moduleShow,       moduleLoad,      moduleUnblock,   serverInfo,    serverReload, applyCommands,
+    historyOfChanges, undoChange,      doctorFindings,  sitePause,     siteContinue, railsOn,
+    railsOff,         suphpInstall,    suphpOn,         suphpOff,      limitsOn,     serverPanelPort,
+};
+
+Command made(Command (*maker)()) {
+    Command command = maker();
+    if (command.needsSecret) {
+        command.parameters.push_back(PasswordFile);
+    }
+    return command;
+}
+
+}  // namespace
+
+const std::vector<Command>& commandTable() {
+    static const std::vector<Command> table = [] {
+        std::vector<Command> all;
+        std::transform(std::begin(Makers), std::end(Makers), std::back_inserter(all), made);
+        return all;
+    }();
+    return table;
+}
+
+const Command* findCommand(std::string_view words) {
+    const auto& table = commandTable();
+    const auto found = std::find_if(table.begin(), table.end(),
+                                    [&](const Command& command) { return command.words == words; });
+    return found == table.end() ? nullptr : &*found;
+}
+
+const std::vector<Parameter>& commonOptions() {
+    static const std::vector<Parameter> options = {
+        {"--conf", Kind::Text, "FILE",
+         "The server's main configuration file; without it, the installed server's"},
+        {"--json", Kind::Flag, "", "Print one JSON document instead of columns"},
+        {"--dry-run", Kind::Flag, "", "Do everything but the last step: nothing is changed"},
+        {"--detailed-exitcode", Kind::Flag, "", "With --dry-run, exit with 8 when something would change"},
+        {"--diff", Kind::Flag, "", "Print what changes as a unified diff"},
+        {"--no-check", Kind::Flag, "", "Do not ask the server to check the configuration"},
+        {"--no-reload", Kind::Flag, "", "Do not reload the server"},
+        {"--exact", Kind::Flag, "", "Take the library's own result, with its side effects on the text"},
+        {"--lock-timeout", Kind::Number, "SECONDS", "Wait this long for another run to end (30)"},
+        {"--quiet", Kind::Flag, "", "Print data and errors only"},
+        {"--verbose", Kind::Flag, "", "Also print what the operations and the server say"},
+    };
+    return options;
+}
+
+}  // namespace zpweb
