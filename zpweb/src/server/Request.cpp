@@ -21,7 +21,7 @@ std::string textOf(const Request& request) {
     return text + "\r\n";
 }
 
-std::string proxyLineOf(const Endpoint& server) {
+std::string proxyLineOf(const Peer& server) {
     const bool v6 = server.address.find(':') != std::string::npos;
     const std::string from = !server.from.empty() ? server.from : v6 ? "::1" : "127.0.0.1";
     return std::string("PROXY ") + (v6 ? "TCP6 " : "TCP4 ") + from + " " + server.address + " 40000 " +
@@ -77,7 +77,7 @@ Expected<Reply> ask(const Request& request) {
     return reply;
 }
 
-Expected<std::string> certificateShown(const Endpoint& server, const std::string& name) {
+Expected<std::string> certificateShown(const Peer& server, const std::string& name) {
     auto connection = Connection::to(server);
     if (!connection.ok()) {
         return connection.outcome();

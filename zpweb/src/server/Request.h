@@ -11,7 +11,7 @@
 namespace zpweb {
 
 struct Request {
-    Endpoint server;
+    Peer server;
     std::string host;        // the name that is asked for: the Host header, and with TLS the SNI
     std::string path = "/";  // as it stands on the wire, with its query
     bool tls = false;
@@ -33,6 +33,6 @@ struct Reply {
 // A failure tells why there is no HTTP answer.
 Expected<Reply> ask(const Request& request);
 // The certificate alone: a handshake without a request. Its fingerprint.
-Expected<std::string> certificateShown(const Endpoint& server, const std::string& name);
+Expected<std::string> certificateShown(const Peer& server, const std::string& name);
 
 }  // namespace zpweb

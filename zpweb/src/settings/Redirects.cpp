@@ -16,7 +16,7 @@ constexpr const char* NotAcme = "RewriteCond %{REQUEST_URI} !^/\\.well-known/acm
 // encoded again on the way.
 constexpr const char* AsAsked =
     "RewriteCond \"%{HTTP_HOST} %{THE_REQUEST}\" "
-    "\"^(?:\\[[^\\]]*\\]|[^ :]*)(:\\d+)? \\S+ (?:[Hh][Tt][Tt][Pp][Ss]?://[^/ ]*)?(/\\S*)\"\n";
+    "\"^(?:\\[[^\\]]*\\]|[^ :]*)(:\\d+)? \\S+ (?:[Hh][Tt][Tt][Pp][Ss]?://[^/ ]*)?(/[^? ]*)\"\n";
 
 std::string httpsAuthority(const std::string& host, int port) {
     return "https://" + host + (port == 443 ? "" : ":" + std::to_string(port));
@@ -45,7 +45,7 @@ std::string pathRule(const PathRedirect& redirect) {
     if (redirect.keepPath) {
         target = (target.ends_with('/') ? target.substr(0, target.size() - 1) : target) + "%1";
         text += "RewriteCond %{THE_REQUEST} \"^\\S+ (?:[Hh][Tt][Tt][Pp][Ss]?://[^/ ]*)?" +
-                (all ? "" : "/*" + path) + "([/?]\\S*)?(?=\\s)\"\n";
+                (all ? "" : "/*" + path) + "(/[^? ]*)?(?=[? ])\"\n";
     } else {
         flags += ",QSD";
     }

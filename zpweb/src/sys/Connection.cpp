@@ -50,9 +50,8 @@ void setPatience(int socket, std::chrono::milliseconds patience) {
     ::setsockopt(socket, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
 }
 
-Outcome notConnected(const Endpoint& endpoint) {
-    return failure(endpoint.address + " port " + std::to_string(endpoint.port) + ": " +
-                   std::strerror(errno));
+Outcome notConnected(const Peer& peer) {
+    return failure(peer.address + " port " + std::to_string(peer.port) + ": " + std::strerror(errno));
 }
 
 }  // namespace
@@ -60,19 +59,19 @@ Outcome notConnected(const Endpoint& endpoint) {
 void Connection::Free::operator()(SSL_CTX* context) const { SSL_CTX_free(context); }
 void Connection::Free::operator()(SSL* session) const { SSL_free(session); }
 
-Expected<Connection> Connection::to(const Endpoint& endpoint) {
-    const auto peer = systemAddress(endpoint.address, endpoint.port);
-    if (!peer) {
-        return failure(endpoint.address + ": no IP address");
+Expected<Connection> Connection::to(const Peer& peer) {
+    const auto address = systemAddress(peer.address, peer.port);
+    if (!address) {
+        return failure(peer.address + ": no IP address");
     }
-    Descriptor socket(::socket(peer->storage.ss_family, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    setPatience(socket.number(), endpoint.patience);
-    const auto source = systemAddress(endpoint.from, 0);
+    Descriptor socket(::socket(address->storage.ss_family, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    setPatience(socket.number(), peer.patience);
+    const auto source = systemAddress(peer.from, 0);
     if (source && ::bind(socket.number(), source->get(), source->length) != 0) {
-        return failure("from " + endpoint.from + ": " + std::strerror(errno));
+        return failure("from " + peer.from + ": " + std::strerror(errno));
     }
-    if (::connect(socket.number(), peer->get(), peer->length) != 0) {
-        return notConnected(endpoint);
+    if (::connect(socket.number(), address->get(), address->length) != 0) {
+        return notConnected(peer);
     }
     return Connection(std::move(socket));
 }

@@ -14,7 +14,7 @@
 namespace zpweb {
 
 // Where to connect to, and from where. Addresses are IPv4 or IPv6 without brackets.
-struct Endpoint {
+struct Peer {
     std::string address;
     int port = 0;
     std::string from{};                        // the source address; empty: the system's choice
@@ -23,7 +23,7 @@ struct Endpoint {
 
 class Connection {
 public:
-    static Expected<Connection> to(const Endpoint& endpoint);
+    static Expected<Connection> to(const Peer& peer);
 
     // From here on what is sent is encrypted; `name` is asked for (SNI), an empty one is not. No
     // certificate is refused: who asks looks at it.
