@@ -58,7 +58,6 @@ protected:
 
     const std::string file = scratch("httpd.conf"), Outside = scratch("outside");
     // The scratch file stands on another file system, and is brought near first.
-    const std::string moved = "mv " + file + ".zpnew " + file;
     const FakeTools tools;
     const CapturedOutput output;
 };
@@ -73,9 +72,9 @@ TEST_F(VirtualDirectoryOnHost, CreationGivesFolderAndPasswordFileToTheOwnerOfThe
     EXPECT_EQ(deleteDirectory(file, www), 85);
     EXPECT_EQ(createDirectory(file, {.folder = "", .authenticated = '1'}), 83);
     EXPECT_EQ(tools.calls(),
-              (StringVector{"apachectl -v", moved, "apachectl -v", "chown -R siteowner:zp7group " + www,
-                            "chmod -R 705 siteowner:zp7group " + www,
-                            "chown siteowner:zp7group " + SiteUsers, moved}));
+              (StringVector{"apachectl -v", movedFromAnotherFileSystem(file), "apachectl -v",
+                            "chown -R siteowner:zp7group " + www, "chmod -R 705 siteowner:zp7group " + www,
+                            "chown siteowner:zp7group " + SiteUsers, movedFromAnotherFileSystem(file)}));
     for (const std::string& path : {www, www + "/html", www + "/html/index.html"}) {
         EXPECT_EQ(owner(path) + " " + mode(path), "2001:2005 0705");
     }
@@ -86,7 +85,8 @@ TEST_F(VirtualDirectoryOnHost, AFolderWhoseOwnerHasNoAccountIsNotHandedOver) {
     ASSERT_EQ(::chown(Home.c_str(), 4321, 4321), 0);
     EXPECT_EQ(createDirectory(file, {.folder = Files}), 83);
     EXPECT_EQ(CZPVirtualDirectory(nullptr, file.c_str(), "").DeleteVirtualDirectory("/absent"), 85);
-    EXPECT_EQ(tools.calls(), (StringVector{"apachectl -v", moved, moved}));  // of an installation
+    EXPECT_EQ(tools.calls(), (StringVector{"apachectl -v", movedFromAnotherFileSystem(file),
+                                           movedFromAnotherFileSystem(file)}));  // of an installation
 }
 
 TEST_F(VirtualDirectoryOnHost, AnExistingPasswordFileKeepsTextAndMode) {

@@ -2,11 +2,13 @@
 #include <ostream>
 
 #include "CZPWebsite.h"
+#include "Results.h"
 #include "conf/LineReader.h"
 #include "host/Fields.h"
 #include "host/Machine.h"
 
 namespace conf = zp::conf;
+namespace result = zp::result::panelPort;
 
 namespace {
 
@@ -51,12 +53,12 @@ PanelSite findPanelSite(conf::LineReader& reader, const std::string& address) {
 char CZPWebsite::AddWebsitePort(std::ofstream& out, std::string ApchIPAddress) {
     const std::string configuration = zp::host::textOf(HttpdConfFile);
     if (configuration.empty()) {
-        return 15;
+        return result::NoConfigurationPath;
     }
-    conf::LineReader reader(configuration, 1022);
+    conf::LineReader reader(configuration, conf::bound::PanelPort);
     if (!reader.isOpen()) {
         zp::host::out() << "Error opening HttpdConfFile file";
-        return 1;
+        return result::ConfigurationNotOpened;
     }
     const PanelSite site = findPanelSite(reader, ApchIPAddress);
     if (!site.present) {
@@ -66,5 +68,5 @@ char CZPWebsite::AddWebsitePort(std::ofstream& out, std::string ApchIPAddress) {
             << "\tScriptAlias  " << site.scriptAlias << "\n"
             << "</VirtualHost>\n";
     }
-    return 0;
+    return result::Added;
 }

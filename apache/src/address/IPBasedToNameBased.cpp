@@ -12,11 +12,9 @@
 using zp::conf::Line;
 namespace conf = zp::conf;
 namespace keyword = zp::conf::keyword;
+namespace result = zp::result;
 
 namespace {
-
-constexpr int Moved = 121;
-constexpr int NotFound = 32;
 
 // An address as NameVirtualHost lines and blocks name it.
 struct SharedAddress {
@@ -70,7 +68,7 @@ void announce(const std::string& configuration, const std::string& addressAndPor
 int CZPWebsite::IPBasedToNameBased(std::string oldIP, std::string newIP, std::string domainName) {
     const std::string configuration = zp::host::textOf(HttpdConfFile);
     if (configuration.empty()) {
-        return zp::result::NoConfigurationPath;
+        return result::NoConfigurationPath;
     }
     SharedAddress shared{newIP, "80"};
     getParamFromZPConfFile(zp::host::path::ProductConfiguration, shared.port, "WebServerPort");
@@ -78,11 +76,11 @@ int CZPWebsite::IPBasedToNameBased(std::string oldIP, std::string newIP, std::st
     if (!secure) {
         zp::host::out() << "SSL is not enabled\n";
     }
-    conf::Rewrite rewrite(configuration, zp::host::textOf(TEMPFILE), 1023,
+    conf::Rewrite rewrite(configuration, zp::host::textOf(TEMPFILE), conf::bound::Addressing,
                           conf::Rewrite::Order::ScratchFirst);
     if (!rewrite.open()) {
         zp::host::out() << "Error while opening HttpdConfFile\n";
-        return zp::result::ConfigurationNotOpened;
+        return result::ConfigurationNotOpened;
     }
 
     Announced announced;
@@ -98,13 +96,13 @@ int CZPWebsite::IPBasedToNameBased(std::string oldIP, std::string newIP, std::st
     const std::string address = secure ? shared.withSecurePort() : shared.withPort();
     if (!conf::readdress(rewrite, {domainName, oldIP, "<VirtualHost " + address + ">"},
                          lookAtAnnouncement)) {
-        return NotFound;  // the copy stays beside the configuration
+        return result::website::NotFound;  // the copy stays beside the configuration
     }
     if (!rewrite.putInPlace()) {
-        return zp::result::ConfigurationNotOpened;
+        return result::ConfigurationNotOpened;
     }
     if (announced.onAllPorts) {
-        return Moved;
+        return result::website::MovedToShared;
     }
     if (!announced.onPort) {
         announce(configuration, shared.withPort());
@@ -112,5 +110,5 @@ int CZPWebsite::IPBasedToNameBased(std::string oldIP, std::string newIP, std::st
     if (secure && !announced.onSecurePort) {
         announce(configuration, shared.withSecurePort());
     }
-    return Moved;
+    return result::website::MovedToShared;
 }

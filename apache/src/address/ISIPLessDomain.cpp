@@ -95,7 +95,7 @@ std::string CZPWebsite::ISIPLessDomain(std::string DomainName, std::string httpd
     if (httpdConfFile.empty()) {
         return "false";
     }
-    conf::LineReader reader(httpdConfFile, conf::LineReader::Unbounded);
+    conf::LineReader reader(httpdConfFile, conf::bound::None);
     if (!reader.isOpen()) {
         host::out() << "Error while opening HttpdConfFile\n";
         return "false";

@@ -12,10 +12,10 @@
 using zp::conf::Line;
 namespace conf = zp::conf;
 namespace keyword = zp::conf::keyword;
+namespace result = zp::result;
 
 namespace {
 
-constexpr int Listed = 28;
 constexpr size_t ShortestOfBlock = 5;  // leaves out "*" and other short addresses
 
 // The caller's list, and which addresses stand in it whatever their letter case.
@@ -73,12 +73,12 @@ int CZPWebsite::ListOccupiedIPs(StringVector* OccupiedIPsList) {
     zp::host::report(TrackManager, "ListOccupiedIPs", {zp::host::NoArgument});
     const std::string configuration = zp::host::textOf(HttpdConfFile);
     if (configuration.empty()) {
-        return zp::result::NoConfigurationPath;
+        return result::NoConfigurationPath;
     }
-    conf::LineReader reader(configuration, 1023);
+    conf::LineReader reader(configuration, conf::bound::Addressing);
     if (!reader.isOpen()) {
         zp::host::out() << "Error while opening HttpdConfFile\n";
-        return zp::result::ConfigurationNotOpened;
+        return result::ConfigurationNotOpened;
     }
     AddressList addresses(*OccupiedIPsList);
     for (Line line; reader.read(line);) {
@@ -91,5 +91,5 @@ int CZPWebsite::ListOccupiedIPs(StringVector* OccupiedIPsList) {
             }
         }
     }
-    return Listed;
+    return result::website::Listed;
 }

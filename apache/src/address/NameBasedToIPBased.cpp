@@ -9,24 +9,18 @@
 
 namespace conf = zp::conf;
 namespace keyword = zp::conf::keyword;
-
-namespace {
-
-constexpr int Moved = 123;
-constexpr int NotFound = 32;
-
-}  // namespace
+namespace result = zp::result;
 
 int CZPWebsite::NameBasedToIPBased(std::string oldIP, std::string newIP, std::string domainName) {
     const std::string configuration = zp::host::textOf(HttpdConfFile);
     if (configuration.empty()) {
-        return zp::result::NoConfigurationPath;
+        return result::NoConfigurationPath;
     }
-    conf::Rewrite rewrite(configuration, zp::host::textOf(TEMPFILE), 1023,
+    conf::Rewrite rewrite(configuration, zp::host::textOf(TEMPFILE), conf::bound::Addressing,
                           conf::Rewrite::Order::ScratchFirst);
     if (!rewrite.open()) {
         zp::host::out() << "Error while opening HttpdConfFile\n";
-        return zp::result::ConfigurationNotOpened;
+        return result::ConfigurationNotOpened;
     }
     const std::string address = conf::inBrackets(newIP);
     // The address is to be the site's own, so nothing may announce it as shared. A line that names it with
@@ -40,7 +34,7 @@ int CZPWebsite::NameBasedToIPBased(std::string oldIP, std::string newIP, std::st
     const bool moved =
         conf::readdress(rewrite, {domainName, oldIP, "<VirtualHost " + address + ">"}, dropAnnouncement);
     if (!rewrite.putInPlace()) {  // put in place also when nothing was found
-        return zp::result::ConfigurationNotOpened;
+        return result::ConfigurationNotOpened;
     }
-    return moved ? Moved : NotFound;
+    return moved ? result::website::MovedToOwn : result::website::NotFound;
 }

@@ -3,18 +3,17 @@
 
 #include "ApacheHelper.h"
 #include "CZPWebsite.h"
+#include "Results.h"
 #include "conf/Text.h"
 #include "host/Fields.h"
 #include "host/Machine.h"
 #include "host/Report.h"
 
 namespace conf = zp::conf;
+namespace result = zp::result;
 
 namespace {
 
-constexpr char Done = 0;
-constexpr char NotDone = 1;
-constexpr char AlreadyThere = 2;
 constexpr const char* ServerAlias = "ServerAlias";
 
 // A name that begins a longer one of the list counts as listed: what stands behind it is not looked at.
@@ -61,17 +60,17 @@ char CZPWebsite::AddHostHeader(std::string domainName, std::string hostHeader) {
     ApacheHelper helper;
     std::string names;
     if (helper.Apache_getDirectiveInVH(configuration, domainName, ServerAlias, names, false) != 0) {
-        return NotDone;
+        return result::hostHeader::NotChanged;
     }
     if (isListed(names, hostHeader)) {
-        return AlreadyThere;
+        return result::hostHeader::AlreadyThere;
     }
     const std::string extended = names.size() > 2 ? names + " " + hostHeader : hostHeader;
     if (helper.Apache_UpdateDirectiveInVH(configuration, domainName, ServerAlias, extended, false) != 0) {
         zp::host::out() << "Update error\n";
-        return NotDone;
+        return result::hostHeader::NotChanged;
     }
-    return Done;
+    return result::hostHeader::Changed;
 }
 
 char CZPWebsite::DeleteHostHeader(std::string domainName, std::string hostHeader) {
@@ -81,10 +80,10 @@ char CZPWebsite::DeleteHostHeader(std::string domainName, std::string hostHeader
     ApacheHelper helper;
     std::string names;
     if (helper.Apache_getDirectiveInVH(configuration, domainName, ServerAlias, names, false) != 0) {
-        return NotDone;
+        return result::hostHeader::NotChanged;
     }
     const std::string kept = without(names, hostHeader);
     return helper.Apache_UpdateDirectiveInVH(configuration, domainName, ServerAlias, kept, false) == 0
-               ? Done
-               : NotDone;
+               ? result::hostHeader::Changed
+               : result::hostHeader::NotChanged;
 }

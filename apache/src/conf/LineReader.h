@@ -3,10 +3,10 @@
 
 #include <bit>
 #include <cstddef>
-#include <limits>
 #include <memory>
 #include <string>
 
+#include "conf/Bounds.h"
 #include "conf/Line.h"
 #include "conf/Newlines.h"
 
@@ -18,8 +18,6 @@ enum class FinalRead { LeftOut, Counted };
 
 class LineReader {
 public:
-    static constexpr size_t Unbounded = std::numeric_limits<size_t>::max();
-
     // A folder or a pipe, like a missing file, is not open.
     LineReader(const std::string& path, size_t bound, FinalRead finalRead = FinalRead::LeftOut);
     ~LineReader();

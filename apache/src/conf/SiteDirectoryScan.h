@@ -8,8 +8,6 @@
 
 namespace zp::conf {
 
-inline constexpr size_t SiteDirectoryBound = 2046;
-
 // How far a domain's part of the file goes: to the end of its block, or to the tag that opens the next one,
 // so that a <Directory> between the two counts as the domain's.
 enum class DomainEnd { WithBlock, AtNextBlock };

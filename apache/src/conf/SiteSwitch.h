@@ -7,8 +7,6 @@
 
 namespace zp::conf {
 
-inline constexpr size_t SiteSwitchBound = 29999;
-
 enum class SwitchTo { Off, On };
 
 // Copies the source without its empty lines, every block of the domain switched. A block is held back until

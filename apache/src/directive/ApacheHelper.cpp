@@ -1,5 +1,6 @@
 // What a configuration file says: directives, modules and their presence. Nothing here changes a file.
 #include "ApacheHelper.h"
+#include "Results.h"
 
 #include <ostream>
 
@@ -13,16 +14,17 @@ using zp::conf::Line;
 using zp::conf::LineReader;
 namespace conf = zp::conf;
 namespace keyword = zp::conf::keyword;
+namespace result = zp::result::helper;
 
 int ApacheHelper::Apache_getDirectiveValue(std::string apacheConfFile, std::string directive,
                                            std::string& value, bool isValueQuoted) {
     value.clear();
     if (directive.empty()) {
-        return 2;
+        return result::NoDirective;
     }
-    LineReader reader(apacheConfFile, conf::ServerLevelBound);
+    LineReader reader(apacheConfFile, conf::bound::ServerLevel);
     if (!reader.isOpen()) {
-        return 1;
+        return result::FileNotOpened;
     }
     for (Line line; conf::readServerLevel(reader, line);) {
         if (!line.begins(directive)) {
@@ -30,41 +32,41 @@ int ApacheHelper::Apache_getDirectiveValue(std::string apacheConfFile, std::stri
         }
         if (!isValueQuoted) {
             value = line.restBehind(directive);
-            return 0;
+            return result::Done;
         }
         const auto quoted = conf::betweenQuotes(line.text());
         if (!quoted) {
-            return 3;
+            return result::QuotesMissing;
         }
         zp::host::out() << "returning with quote\n";
         value = *quoted;
-        return 0;
+        return result::Done;
     }
-    return 6;
+    return result::NotFound;
 }
 
 int ApacheHelper::Apache_checkModule(std::string apacheConfFile, std::string moduleName, bool& isExist) {
     isExist = false;
-    LineReader reader(apacheConfFile, conf::ServerLevelBound);
+    LineReader reader(apacheConfFile, conf::bound::ServerLevel);
     if (!reader.isOpen()) {
-        return 1;
+        return result::FileNotOpened;
     }
     for (Line line; conf::readServerLevel(reader, line);) {
         if (line.begins(keyword::LoadModule) &&
             conf::beginsIgnoringCase(line.restBehind(keyword::LoadModule), moduleName)) {
             isExist = true;
-            return 0;
+            return result::Done;
         }
     }
-    return 2;
+    return result::ModuleNotFound;
 }
 
 int ApacheHelper::Apache_getDirectiveInVH(std::string apacheConfFile, std::string domainName,
                                           std::string directive, std::string& value, bool valueQuoted) {
     value.clear();
-    LineReader reader(apacheConfFile, 2024);
+    LineReader reader(apacheConfFile, conf::bound::Directive);
     if (!reader.isOpen()) {
-        return 1;
+        return result::FileNotOpened;
     }
     AnyNameScope scope(domainName);
     for (Line line; reader.read(line);) {
@@ -80,28 +82,27 @@ int ApacheHelper::Apache_getDirectiveInVH(std::string apacheConfFile, std::strin
         const std::string_view rest = line.restBehind(directive);
         if (!valueQuoted) {
             value = rest;
-            return 0;
+            return result::Done;
         }
         const auto quoted = conf::betweenQuotes(rest);
         if (!quoted || rest.front() != '"') {
-            return 3;
+            return result::QuotesMissing;
         }
         value = *quoted;
-        return 0;
+        return result::Done;
     }
-    return 4;
+    return result::NotFoundInDomain;
 }
 
 bool ApacheHelper::Apache_isDirectiveWithValueExists(std::string apacheConfFile, std::string directive,
                                                      std::string value, bool isValueQuoted) {
-    constexpr size_t bound = 2999;
     if (directive.empty()) {
         return false;
     }
-    LineReader reader(apacheConfFile, bound);
+    LineReader reader(apacheConfFile, conf::bound::DirectiveExists);
     for (Line line; reader.read(line);) {
         if (line.opensAddressedVirtualHost()) {
-            if (!conf::skipVirtualHost(reader, bound)) {
+            if (!conf::skipVirtualHost(reader, conf::bound::DirectiveExists)) {
                 break;
             }
             continue;
@@ -127,7 +128,7 @@ bool ApacheHelper::Apache_isDirectiveWithValueExists(std::string apacheConfFile,
 
 bool ApacheHelper::Apache_isModuleExistsInVH(std::string httpdConfFile, std::string domainName,
                                              std::string moduleName) {
-    LineReader reader(httpdConfFile, 4999);
+    LineReader reader(httpdConfFile, conf::bound::ModuleInSite);
     int openBlocks = 0;
     bool inDomain = false;
     for (Line line; reader.read(line);) {

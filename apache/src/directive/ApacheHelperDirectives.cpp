@@ -1,5 +1,6 @@
 // Changing the directives of one domain's block, and inserting a line at server level.
 #include "ApacheHelper.h"
+#include "Results.h"
 #include "conf/Address.h"
 #include "conf/DomainScope.h"
 #include "conf/Rewrite.h"
@@ -15,23 +16,19 @@ namespace result = zp::result;
 
 namespace {
 
-constexpr int DomainNotFound = 3;
-constexpr size_t LineBound = 2024;
-constexpr size_t ShortLineBound = 1023;
-
 std::string directiveLine(const std::string& directive, const std::string& value, bool quoted) {
     return quoted ? "\t" + directive + " \"" + value + "\"" : "\t" + directive + " " + value;
 }
 
 enum class Blocks { First, All };
 
-// Writes `added` before the closing line of the domain's first block, or of each. True when that was done.
-bool appendToBlock(const std::string& file, const std::string& backupSuffix, const std::string& domain,
-                   const StringVector& added, Blocks blocks) {
+// Writes `added` before the closing line of the domain's first block, or of each.
+int appendToBlock(const std::string& file, const std::string& backupSuffix, const std::string& domain,
+                  const StringVector& added, Blocks blocks) {
     conf::backUp(file, backupSuffix);
-    Rewrite rewrite(file, file + "_zpbackup_ACEP", ShortLineBound);
+    Rewrite rewrite(file, file + "_zpbackup_ACEP", conf::bound::AddDirective);
     if (!rewrite.open()) {
-        return false;
+        return result::helper::NotAdded;
     }
     FirstNameScope scope(domain);
     bool done = false;
@@ -51,9 +48,9 @@ bool appendToBlock(const std::string& file, const std::string& backupSuffix, con
     }
     if (!done) {
         rewrite.discard();
-        return false;
+        return result::helper::NotAdded;
     }
-    return rewrite.putInPlace();
+    return rewrite.putInPlace() ? result::helper::Done : result::helper::NotAdded;
 }
 
 bool beginsWithOneOf(const Line& line, const StringVector& directives) {
@@ -86,7 +83,7 @@ bool copyToServerName(Rewrite& rewrite, const std::string& domain) {
 
 // Copies the file with `entry` before its `lineCount`th line, unless that line is empty or not there.
 int insertAtLine(const std::string& file, const std::string& entry, int lineCount) {
-    Rewrite rewrite(file, file + ".wd1", ShortLineBound);
+    Rewrite rewrite(file, file + ".wd1", conf::bound::AddDirective);
     if (!rewrite.open()) {
         return result::openFailure(rewrite);
     }
@@ -109,7 +106,7 @@ int insertAtLine(const std::string& file, const std::string& entry, int lineCoun
 int ApacheHelper::Apache_ChangeVirtualHostPort(std::string apacheConfFile, std::string domainName,
                                                std::string ip, std::string port) {
     conf::backUp(apacheConfFile, ".zpbackup.cp");
-    Rewrite rewrite(apacheConfFile, apacheConfFile + "_zpbackup_cp", 2999);
+    Rewrite rewrite(apacheConfFile, apacheConfFile + "_zpbackup_cp", conf::bound::Port);
     if (!rewrite.open()) {
         return result::openFailure(rewrite);
     }
@@ -133,13 +130,13 @@ int ApacheHelper::Apache_ChangeVirtualHostPort(std::string apacheConfFile, std::
         }
         rewrite.keep(line);
     }
-    return result::finish(rewrite, done, DomainNotFound);
+    return result::finish(rewrite, done, result::helper::DomainNotFound);
 }
 
 int ApacheHelper::Apache_AddDirectiveInVH(std::string apacheConfFile, std::string domainName,
                                           std::string directive, std::string value, bool valueQuoted) {
     const StringVector added{directiveLine(directive, value, valueQuoted)};
-    return appendToBlock(apacheConfFile, ".zpbackup.ACEP", domainName, added, Blocks::All) ? 0 : 1;
+    return appendToBlock(apacheConfFile, ".zpbackup.ACEP", domainName, added, Blocks::All);
 }
 
 int ApacheHelper::Apache_AddDirectivesInVH(std::string apacheConfFile, std::string domainName,
@@ -148,14 +145,14 @@ int ApacheHelper::Apache_AddDirectivesInVH(std::string apacheConfFile, std::stri
     for (const std::string& directive : directives) {
         added.push_back("\t" + directive);
     }
-    return appendToBlock(apacheConfFile, ".zpbackup.AD", domainName, added, Blocks::First) ? 0 : 1;
+    return appendToBlock(apacheConfFile, ".zpbackup.AD", domainName, added, Blocks::First);
 }
 
 int ApacheHelper::Apache_UpdateVHDirectiveContents(std::string apacheConfFile, std::string domainName,
                                                    std::string directive, std::string value,
                                                    bool addValue) {
     conf::backUp(apacheConfFile, ".zpbackup.rt");
-    Rewrite rewrite(apacheConfFile, apacheConfFile + "_temp12", LineBound);
+    Rewrite rewrite(apacheConfFile, apacheConfFile + "_temp12", conf::bound::Directive);
     if (!rewrite.open()) {
         return result::openFailure(rewrite);
     }
@@ -187,13 +184,13 @@ int ApacheHelper::Apache_UpdateVHDirectiveContents(std::string apacheConfFile, s
         }
         rewrite.keep(line);
     }
-    return result::finish(rewrite, done, DomainNotFound);
+    return result::finish(rewrite, done, result::helper::DomainNotFound);
 }
 
 int ApacheHelper::Apache_UpdateDirectiveInVH(std::string apacheConfFile, std::string domainName,
                                              std::string directive, std::string value, bool valueQuoted) {
     conf::backUp(apacheConfFile, ".zpbackup.rt");
-    Rewrite rewrite(apacheConfFile, apacheConfFile + "_temp1", LineBound);
+    Rewrite rewrite(apacheConfFile, apacheConfFile + "_temp1", conf::bound::Directive);
     if (!rewrite.open()) {
         return result::openFailure(rewrite);
     }
@@ -214,13 +211,13 @@ int ApacheHelper::Apache_UpdateDirectiveInVH(std::string apacheConfFile, std::st
         }
         rewrite.keep(line);
     }
-    return result::finish(rewrite, done, DomainNotFound);
+    return result::finish(rewrite, done, result::helper::DomainNotFound);
 }
 
 int ApacheHelper::Apache_writeDirective(std::string apacheConfFile, std::string entry,
                                         std::string reference, bool beforeReference, int lineCount) {
     conf::backUp(apacheConfFile, ".zpbackup.rt");
-    Rewrite rewrite(apacheConfFile, apacheConfFile + ".wd", ShortLineBound);
+    Rewrite rewrite(apacheConfFile, apacheConfFile + ".wd", conf::bound::AddDirective);
     if (!rewrite.open()) {
         return result::openFailure(rewrite);
     }
@@ -257,7 +254,7 @@ int ApacheHelper::Apache_writeDirective(std::string apacheConfFile, std::string 
 int ApacheHelper::Apache_DeleteDirectivesInVH(std::string apacheConfFile, std::string domainName,
                                               StringVector& directives) {
     conf::backUp(apacheConfFile, ".zpbackup.drt");
-    Rewrite rewrite(apacheConfFile, apacheConfFile + "_temp11", LineBound);
+    Rewrite rewrite(apacheConfFile, apacheConfFile + "_temp11", conf::bound::Directive);
     if (!rewrite.open()) {
         return result::openFailure(rewrite);
     }
@@ -272,5 +269,5 @@ int ApacheHelper::Apache_DeleteDirectivesInVH(std::string apacheConfFile, std::s
             rewrite.keep(line);
         }
     }
-    return result::finish(rewrite, done, DomainNotFound);
+    return result::finish(rewrite, done, result::helper::DomainNotFound);
 }

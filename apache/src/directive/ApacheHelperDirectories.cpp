@@ -1,5 +1,6 @@
 // <Directory> blocks of one domain: adding, replacing, moving and deleting them.
 #include "ApacheHelper.h"
+#include "Results.h"
 #include "conf/Directory.h"
 #include "conf/DomainScope.h"
 #include "conf/Rewrite.h"
@@ -13,9 +14,6 @@ namespace result = zp::result;
 
 namespace {
 
-constexpr int Unclosed = 3;  // a quote, or the block itself
-constexpr int NotFound = 4;
-constexpr size_t LineBound = 2024;
 constexpr const char* BackupSuffix = ".zpbackup.rt";
 constexpr const char* ClosingLine = "\t</Directory>";
 
@@ -47,14 +45,14 @@ int copyToDirectory(Rewrite& rewrite, const std::string& domain, Line& line, Exa
         if (scope.inDomain() && line.begins(keyword::Directory)) {
             const Match match = examine(line);
             if (match != Match::Other) {
-                return match == Match::Wanted ? 0 : Unclosed;
+                return match == Match::Wanted ? 0 : result::helper::BlockUnclosed;
             }
         } else if (!scope.enters(line)) {
             scope.leaves(line);
         }
         rewrite.keep(line);
     }
-    return NotFound;
+    return result::helper::NotFoundInDomain;
 }
 
 // Passes over the block's lines, its closing one included. False when that does not come before the site's
@@ -92,14 +90,14 @@ template <class Examine, class Edit>
 int editDirectory(const std::string& file, const char* temporarySuffix, const std::string& domain,
                   Examine examine, Edit edit) {
     conf::backUp(file, BackupSuffix);
-    Rewrite rewrite(file, file + temporarySuffix, LineBound);
+    Rewrite rewrite(file, file + temporarySuffix, conf::bound::Directive);
     if (!rewrite.open()) {
         return result::openFailure(rewrite);
     }
     Line line;
     int outcome = copyToDirectory(rewrite, domain, line, examine);
     if (outcome == 0 && !edit(rewrite, line)) {
-        outcome = Unclosed;
+        outcome = result::helper::BlockUnclosed;
     }
     if (outcome == 0) {
         copyRest(rewrite);

@@ -3,6 +3,7 @@
 
 #include "ApacheHelper.h"
 #include "CZPWebsite.h"
+#include "Results.h"
 #include "conf/AppendLine.h"
 #include "conf/Rewrite.h"
 #include "conf/ServerLevel.h"
@@ -60,8 +61,6 @@ bool copyToModuleBlock(Rewrite& rewrite, const std::string& domain, const std::s
     return false;
 }
 
-constexpr int ModuleFileMissing = 4;
-constexpr int NotAppended = 4;
 constexpr int NoPlace = -1;
 
 std::string moduleFile(const std::string& folder, const std::string& moduleName) {
@@ -113,23 +112,23 @@ int insertBefore(Place place, Rewrite& rewrite, const std::string& entry) {
 int ApacheHelper::Apache_checkModulePhysicalPath(std::string apacheConfFile, std::string moduleName,
                                                  bool& isExist) {
     isExist = false;
-    LineReader reader(apacheConfFile, conf::ServerLevelBound);
+    LineReader reader(apacheConfFile, conf::bound::ServerLevel);
     if (!reader.isOpen()) {
-        return result::FileNotOpened;
+        return result::helper::FileNotOpened;
     }
     Line line;
     if (!conf::readServerLevel(reader, line)) {  // any line there will do
-        return ModuleFileMissing;
+        return result::helper::ModuleFileMissing;
     }
     isExist =
         LineReader(moduleFile(CZPWebsite().getApacheModulesDir(apacheConfFile), moduleName), 0).isOpen();
-    return isExist ? 0 : ModuleFileMissing;
+    return isExist ? 0 : result::helper::ModuleFileMissing;
 }
 
 int ApacheHelper::Apache_addModule(std::string apacheConfFile, std::string moduleName) {
     conf::backUp(apacheConfFile, ".zpbackup.rt");
     const std::string temporary = apacheConfFile + "_md";
-    Rewrite rewrite(apacheConfFile, temporary, conf::ServerLevelBound);
+    Rewrite rewrite(apacheConfFile, temporary, conf::bound::ServerLevel);
     if (!rewrite.open()) {
         return result::openFailure(rewrite);
     }
@@ -138,7 +137,7 @@ int ApacheHelper::Apache_addModule(std::string apacheConfFile, std::string modul
     zp::host::out() << "entry=" << entry << '\n';
     int outcome = insertBefore(Place::FirstLoadModule, rewrite, entry);
     if (outcome == NoPlace) {
-        Rewrite again(apacheConfFile, temporary, conf::ServerLevelBound);
+        Rewrite again(apacheConfFile, temporary, conf::bound::ServerLevel);
         outcome =
             again.open() ? insertBefore(Place::FirstVirtualHost, again, entry) : result::openFailure(again);
     }
@@ -148,20 +147,21 @@ int ApacheHelper::Apache_addModule(std::string apacheConfFile, std::string modul
     zp::host::out() << "apending\n";
     if (!conf::appendLine(apacheConfFile, entry, conf::Links::Followed)) {
         zp::host::out() << "Unable to open file in append mode\n";
-        return NotAppended;
+        return result::helper::ModuleNotAppended;
     }
     return 0;
 }
 
 int ApacheHelper::Apache_DeleteVhIfmoduleBlock(std::string apacheConfFile, std::string domainName,
                                                std::string moduleName) {
-    Rewrite rewrite(apacheConfFile, apacheConfFile + ".dif", 2047, Rewrite::Order::ScratchFirst);
+    Rewrite rewrite(apacheConfFile, apacheConfFile + ".dif", conf::bound::ModuleBlock,
+                    Rewrite::Order::ScratchFirst);
     if (!rewrite.scratchOpen()) {
-        return 23;
+        return result::ScratchNotOpened;
     }
     if (!rewrite.sourceOpen()) {
         rewrite.discard();
-        return 22;
+        return result::ConfigurationNotOpened;
     }
     if (!copyToModuleBlock(rewrite, domainName, moduleName)) {
         return 0;  // the unfinished copy stays
@@ -175,5 +175,5 @@ int ApacheHelper::Apache_DeleteVhIfmoduleBlock(std::string apacheConfFile, std::
             rewrite.keep(line);
         }
     }
-    return rewrite.putInPlace() ? 0 : 23;
+    return rewrite.putInPlace() ? result::helper::Done : result::ScratchNotOpened;
 }

@@ -12,14 +12,7 @@
 using zp::host::fieldText;
 namespace conf = zp::conf;
 namespace host = zp::host;
-
-namespace {
-
-constexpr char Found = 125;
-constexpr char NotFound = 88;
-constexpr char MalformedAlias = 1;
-
-}  // namespace
+namespace result = zp::result;
 
 char CZPVirtualDirectory::CheckVirDir(SDDir* ObjDDir) {
     const std::string domain = fieldText(ObjDDir->DomainName);
@@ -28,12 +21,12 @@ char CZPVirtualDirectory::CheckVirDir(SDDir* ObjDDir) {
                  {{"ObjDDir->DomainName", domain}, {"ObjDDir->DirName", name}});
     const std::string configuration = host::textOf(HttpdConfFile);
     if (configuration.empty()) {
-        return zp::result::NoConfigurationPath;
+        return result::NoConfigurationPath;
     }
-    conf::LineReader reader(configuration, conf::LineReader::Unbounded);
+    conf::LineReader reader(configuration, conf::bound::None);
     if (!reader.isOpen()) {
         host::out() << "Error opening HttpdConfFile file\n";
-        return zp::result::ConfigurationNotOpened;
+        return result::ConfigurationNotOpened;
     }
     conf::FirstNameScope scope(domain);
     for (conf::Line line; reader.read(line);) {
@@ -45,13 +38,13 @@ char CZPVirtualDirectory::CheckVirDir(SDDir* ObjDDir) {
             found.remove_prefix(1);
             if (!conf::contains(found, " ")) {
                 host::removeFile(host::textOf(TEMPFILE));  // though nothing was written there
-                return MalformedAlias;
+                return result::directory::AliasMalformed;
             }
             found = conf::splitAtBlank(found).keyword;
         }
         if (conf::equalIgnoringCase(found, name)) {
-            return Found;
+            return result::directory::AliasFound;
         }
     }
-    return NotFound;
+    return result::directory::AliasNotFound;
 }

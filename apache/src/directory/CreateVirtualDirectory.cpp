@@ -20,12 +20,9 @@ using zp::host::fieldText;
 namespace conf = zp::conf;
 namespace host = zp::host;
 namespace keyword = zp::conf::keyword;
+namespace result = zp::result;
 
 namespace {
-
-constexpr char Created = 83;
-constexpr char Exists = 1;
-constexpr char MalformedDirectory = 87;
 
 constexpr std::string_view HtmlFolder = "/html";
 
@@ -82,7 +79,7 @@ struct Creation {
     }
 };
 
-// Copies the configuration with a block in each block of the site. A result other than Created: it cannot
+// Copies the configuration with a block in each block of the site. A result other than "created": it cannot
 // be added.
 char copyWithDirectory(Rewrite& rewrite, const Creation& creation, bool adding) {
     conf::FirstNameScope scope(fieldText(creation.record.DomainName));
@@ -107,14 +104,14 @@ char copyWithDirectory(Rewrite& rewrite, const Creation& creation, bool adding) 
         } else if (scope.inDomain() && line.begins(keyword::Directory)) {
             const conf::Value existing = conf::folderOf(line);
             if (!existing.closed) {
-                return MalformedDirectory;
+                return result::directory::Malformed;
             }
             if (conf::equalIgnoringCase(existing.text, folder)) {
-                return Exists;
+                return result::directory::AlreadyThere;
             }
         }
     }
-    return Created;
+    return result::directory::Created;
 }
 
 }  // namespace
@@ -127,19 +124,19 @@ char CZPVirtualDirectory::CreateVirtualDirectory(SDDir* ObjDDir, int AdminFlag) 
                   {"ObjDDir->Deny", fieldText(ObjDDir->Deny)}});
     const std::string configuration = host::textOf(HttpdConfFile);
     if (configuration.empty()) {
-        return zp::result::NoConfigurationPath;
+        return result::NoConfigurationPath;
     }
-    Rewrite rewrite(configuration, host::textOf(TEMPFILE), conf::LineReader::Unbounded,
-                    Rewrite::Order::SourceFirst, conf::FinalRead::Counted);
+    Rewrite rewrite(configuration, host::textOf(TEMPFILE), conf::bound::None, Rewrite::Order::SourceFirst,
+                    conf::FinalRead::Counted);
     if (!rewrite.open()) {
-        return rewrite.sourceOpen() ? zp::result::ScratchNotOpened : zp::result::ConfigurationNotOpened;
+        return rewrite.sourceOpen() ? result::ScratchNotOpened : result::ConfigurationNotOpened;
     }
     const Creation creation(*ObjDDir);
-    const char result = copyWithDirectory(rewrite, creation, AdminFlag == 0);
+    const char outcome = copyWithDirectory(rewrite, creation, AdminFlag == 0);
     creation.withRequire.wait();
-    if (result != Created) {
+    if (outcome != result::directory::Created) {
         rewrite.discard();
-        return result;
+        return outcome;
     }
-    return rewrite.putInPlace() ? Created : zp::result::ScratchNotOpened;
+    return rewrite.putInPlace() ? result::directory::Created : result::ScratchNotOpened;
 }

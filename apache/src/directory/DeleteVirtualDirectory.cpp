@@ -10,11 +10,9 @@ using zp::conf::Rewrite;
 namespace conf = zp::conf;
 namespace host = zp::host;
 namespace keyword = zp::conf::keyword;
+namespace result = zp::result;
 
 namespace {
-
-constexpr char Deleted = 85;
-constexpr char MalformedDirectory = 1;
 
 // Copies the configuration without the folder's blocks and without empty lines. False at a directory line
 // that lacks its closing quote.
@@ -48,15 +46,15 @@ char CZPVirtualDirectory::DeleteVirtualDirectory(const char* pDDir) {
     host::report(TrackManager, "DeleteVirtualDirectory", {{"pDDir", folder}});
     const std::string configuration = host::textOf(HttpdConfFile);
     if (configuration.empty()) {
-        return zp::result::NoConfigurationPath;
+        return result::NoConfigurationPath;
     }
-    Rewrite rewrite(configuration, host::textOf(TEMPFILE), conf::LineReader::Unbounded);
+    Rewrite rewrite(configuration, host::textOf(TEMPFILE), conf::bound::None);
     if (!rewrite.open()) {
-        return rewrite.sourceOpen() ? zp::result::ScratchNotOpened : zp::result::ConfigurationNotOpened;
+        return rewrite.sourceOpen() ? result::ScratchNotOpened : result::ConfigurationNotOpened;
     }
     if (!copyWithoutDirectory(rewrite, folder)) {
         rewrite.discard();
-        return MalformedDirectory;
+        return result::directory::MalformedOtherwise;
     }
-    return rewrite.putInPlace() ? Deleted : zp::result::ScratchNotOpened;
+    return rewrite.putInPlace() ? result::directory::Deleted : result::ScratchNotOpened;
 }

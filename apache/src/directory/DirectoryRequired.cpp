@@ -30,7 +30,7 @@ char CZPVirtualDirectory::DirectoryRequired(std::string DomainName, std::string 
     if (configuration.empty()) {
         return zp::result::NoConfigurationPath;
     }
-    conf::LineReader reader(configuration, conf::LineReader::Unbounded);
+    conf::LineReader reader(configuration, conf::bound::None);
     if (!reader.isOpen()) {
         host::out() << "Error opening HttpdConfFile file\n";
         return zp::result::ConfigurationNotOpened;

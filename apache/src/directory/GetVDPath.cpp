@@ -9,7 +9,7 @@ namespace conf = zp::conf;
 
 std::string CZPVirtualDirectory::GetVDPath(std::string httpdConfFile, std::string domainName,
                                            std::string VDName) {
-    conf::LineReader reader(httpdConfFile, conf::LineReader::Unbounded);
+    conf::LineReader reader(httpdConfFile, conf::bound::None);
     if (!reader.isOpen()) {
         zp::host::out() << "Error while opening HttpdConfFile\n";
         return {};

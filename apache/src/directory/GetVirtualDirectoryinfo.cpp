@@ -14,11 +14,9 @@ using zp::host::fieldText;
 namespace conf = zp::conf;
 namespace host = zp::host;
 namespace keyword = zp::conf::keyword;
+namespace result = zp::result;
 
 namespace {
-
-constexpr char Read = 86;
-constexpr char MalformedDirectory = 1;
 
 enum class Block { Found, Missing, Malformed };
 
@@ -98,21 +96,21 @@ char CZPVirtualDirectory::GetVirtualDirectoryinfo(SDDir* ObjDDir) {
                   {"ObjDDir->DirPath", fieldText(ObjDDir->DirPath)}});
     const std::string configuration = host::textOf(HttpdConfFile);
     if (configuration.empty()) {
-        return zp::result::NoConfigurationPath;
+        return result::NoConfigurationPath;
     }
-    LineReader reader(configuration, LineReader::Unbounded);
+    LineReader reader(configuration, conf::bound::None);
     if (!reader.isOpen()) {
-        return zp::result::ConfigurationNotOpened;
+        return result::ConfigurationNotOpened;
     }
     switch (findBlock(reader, *ObjDDir)) {
         case Block::Found:
             readBlock(reader, *ObjDDir);
-            return Read;
+            return result::directory::InfoRead;
         case Block::Missing:
-            return Read;
+            return result::directory::InfoRead;
         case Block::Malformed:
             break;
     }
     host::removeFile(host::textOf(TEMPFILE));  // though nothing was written there
-    return MalformedDirectory;
+    return result::directory::MalformedOtherwise;
 }

@@ -17,11 +17,9 @@ using zp::host::fieldText;
 namespace conf = zp::conf;
 namespace host = zp::host;
 namespace keyword = zp::conf::keyword;
+namespace result = zp::result;
 
 namespace {
-
-constexpr char Updated = 89;
-constexpr char MalformedDirectory = 87;
 
 struct Update {
     const SDDir& record;
@@ -128,16 +126,16 @@ char CZPVirtualDirectory::UpdateVirtualDirectory(SDDir* ObjDDir) {
                   {"ObjDDir->WebAdminPath", fieldText(ObjDDir->WebAdminPath)}});
     const std::string configuration = host::textOf(HttpdConfFile);
     if (configuration.empty()) {
-        return zp::result::NoConfigurationPath;
+        return result::NoConfigurationPath;
     }
-    Rewrite rewrite(configuration, host::textOf(TEMPFILE), conf::LineReader::Unbounded);
+    Rewrite rewrite(configuration, host::textOf(TEMPFILE), conf::bound::None);
     if (!rewrite.sourceOpen()) {
         host::out() << "Error opening HttpdConfFile file\n";
-        return zp::result::ConfigurationNotOpened;
+        return result::ConfigurationNotOpened;
     }
     if (!rewrite.scratchOpen()) {
         host::out() << "Error opening TEMPFILE file\n";
-        return zp::result::ScratchNotOpened;
+        return result::ScratchNotOpened;
     }
     host::out() << "ObjDDir->Order=" << int{ObjDDir->Order} << '\n'
                 << "ObjDDir->Allow=" << fieldText(ObjDDir->Allow);
@@ -146,7 +144,7 @@ char CZPVirtualDirectory::UpdateVirtualDirectory(SDDir* ObjDDir) {
     update.withRequire.wait();
     if (!copied) {
         rewrite.discard();
-        return MalformedDirectory;
+        return result::directory::Malformed;
     }
-    return rewrite.putInPlace() ? Updated : zp::result::ScratchNotOpened;
+    return rewrite.putInPlace() ? result::directory::Updated : result::ScratchNotOpened;
 }

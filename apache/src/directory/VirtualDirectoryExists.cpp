@@ -13,14 +13,7 @@
 using zp::host::fieldText;
 namespace conf = zp::conf;
 namespace host = zp::host;
-
-namespace {
-
-constexpr char Exists = 1;
-constexpr char NotFound = 0;
-constexpr char MalformedDirectory = 1;
-
-}  // namespace
+namespace result = zp::result;
 
 char CZPVirtualDirectory::VirtualDirectoryExists(SDDir* ObjDDir) {
     const std::string domain = fieldText(ObjDDir->DomainName);
@@ -30,12 +23,12 @@ char CZPVirtualDirectory::VirtualDirectoryExists(SDDir* ObjDDir) {
                  {{"ObjDDir->DomainName", domain}, {"ObjDDir->DirPath", folder}});
     const std::string configuration = host::textOf(HttpdConfFile);
     if (configuration.empty()) {
-        return zp::result::NoConfigurationPath;
+        return result::NoConfigurationPath;
     }
-    conf::LineReader reader(configuration, conf::LineReader::Unbounded);
+    conf::LineReader reader(configuration, conf::bound::None);
     if (!reader.isOpen()) {
         host::out() << "Error opening HttpdConfFile file\n";
-        return zp::result::ConfigurationNotOpened;
+        return result::ConfigurationNotOpened;
     }
     // The end of a block is not looked for: what follows up to the next <VirtualHost counts as the site's.
     conf::FirstNameScope scope(domain);
@@ -46,11 +39,11 @@ char CZPVirtualDirectory::VirtualDirectoryExists(SDDir* ObjDDir) {
         const conf::Value found = conf::folderOf(line);
         if (!found.closed) {
             host::removeFile(host::textOf(TEMPFILE));  // though nothing was written there
-            return MalformedDirectory;
+            return result::directory::MalformedOtherwise;
         }
         if (conf::equalIgnoringCase(found.text, folder)) {
-            return Exists;
+            return result::directory::Exists;
         }
     }
-    return NotFound;
+    return result::directory::NotFound;
 }

@@ -7,22 +7,17 @@
 
 namespace conf = zp::conf;
 namespace host = zp::host;
-
-namespace {
-
-constexpr char Listed = 0;
-
-}  // namespace
+namespace result = zp::result;
 
 char CZPVirtualDirectory::VirtualDirectoryList(const char* DomainName, StringVector* DDirList) {
     host::report(TrackManager, "VirtualDirectoryList", {host::NoArgument});
     const std::string configuration = host::textOf(HttpdConfFile);
     if (configuration.empty()) {
-        return zp::result::NoConfigurationPath;
+        return result::NoConfigurationPath;
     }
-    conf::LineReader reader(configuration, conf::LineReader::Unbounded);
+    conf::LineReader reader(configuration, conf::bound::None);
     if (!reader.isOpen()) {
-        return zp::result::ConfigurationNotOpened;
+        return result::ConfigurationNotOpened;
     }
     conf::FirstNameScope scope(host::textOf(DomainName));
     for (conf::Line line; reader.read(line);) {
@@ -36,5 +31,5 @@ char CZPVirtualDirectory::VirtualDirectoryList(const char* DomainName, StringVec
             scope.leaves(line, conf::keyword::VirtualHostEndTag);
         }
     }
-    return Listed;
+    return result::directory::Listed;
 }

@@ -109,11 +109,15 @@ bool copyWhole(const std::string& from, const std::string& to) {
            ::fchmod(copy.number(), status.st_mode & 07777) == 0;
 }
 
+// Hidden, so that a server that reads all files of the directory passes it over.
+std::string besides(const Location& target) { return target.folder + "/." + target.name + ".zpnew"; }
+
 // On one file system "mv" is a rename. Over two it would write into the target's place, so the text is
 // brought beside the target first.
 void moveDurably(const std::string& from, const std::string& to) {
-    const bool isNear = onSameFileSystem(from, locationOf(to).folder);
-    const std::string near = isNear ? from : to + ".zpnew";
+    const Location target = locationOf(to);
+    const bool isNear = onSameFileSystem(from, target.folder);
+    const std::string near = isNear ? from : besides(target);
     if ((isNear || copyWhole(from, near)) && sync(near)) {
         runInShell({program::Move, near, to});
     } else {

@@ -15,8 +15,6 @@ namespace conf = zp::conf;
 
 namespace {
 
-constexpr size_t LineBound = 2999;
-
 // A name, its value and the character between them, as a line is asked for.
 struct Parameter {
     const std::string &name, &value;
@@ -46,7 +44,7 @@ bool replaceLines(const std::string& file, const Parameter& parameter, char comm
     if (file.empty() || !parameter.isComplete() || SiteFile(file).isBlocked()) {
         return false;
     }
-    Rewrite rewrite(file, file + "_zpbackup", LineBound, Rewrite::Order::ScratchFirst);
+    Rewrite rewrite(file, file + "_zpbackup", conf::bound::Parameter, Rewrite::Order::ScratchFirst);
     if (!rewrite.open()) {
         rewrite.discard();
         return false;
@@ -80,7 +78,7 @@ bool FileHandling::isParamValueExistsInFile(std::string filePath, std::string pa
     if (filePath.empty() || !parameter.isComplete()) {
         return false;
     }
-    LineReader reader(filePath, LineBound);
+    LineReader reader(filePath, conf::bound::Parameter);
     for (Line line; reader.read(line);) {
         if (!line.isEmpty() && !isComment(line, commentChar) && parameter.isOn(line)) {
             return true;

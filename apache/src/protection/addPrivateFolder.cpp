@@ -1,15 +1,14 @@
 #include "PrivateFolder.h"
+#include "Results.h"
 #include "host/Report.h"
 #include "host/Shell.h"
 #include "shared/FolderProtection.h"
 
 using zp::host::SiteFile;
 namespace host = zp::host;
+namespace result = zp::result;
 
 namespace {
-
-constexpr int UserAdded = 1602;
-constexpr int Failed = 1601;
 
 bool addUser(const zp::FolderProtection& protection, const std::string& userName,
              const std::string& userPasswd) {
@@ -39,8 +38,8 @@ int PrivateFolder::addPrivateFolder(std::string folderPath, std::string userName
     const zp::FolderProtection protection(folderPath);
     if (!zp::isUserName(userName) || protection.passwordFile().isBlocked() ||
         !protection.demandPassword() || !addUser(protection, userName, userPasswd)) {
-        return Failed;
+        return result::protection::NotAdded;
     }
     protection.passwordFile().setMode(zp::ReadOnlyForAll);
-    return UserAdded;
+    return result::protection::UserAdded;
 }

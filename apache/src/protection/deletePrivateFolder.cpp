@@ -1,19 +1,14 @@
 #include <ostream>
 
 #include "PrivateFolder.h"
+#include "Results.h"
 #include "host/Machine.h"
 #include "host/Report.h"
 #include "shared/FolderProtection.h"
 
 using zp::host::SiteFile;
 namespace host = zp::host;
-
-namespace {
-
-constexpr int Deleted = 1603;
-constexpr int Failed = 1604;
-
-}  // namespace
+namespace result = zp::result;
 
 int PrivateFolder::deletePrivateFolder(std::string folderPath, std::string userName) {
     host::report(TrackManager, "deletePrivateFolder",
@@ -21,14 +16,14 @@ int PrivateFolder::deletePrivateFolder(std::string folderPath, std::string userN
     const zp::FolderProtection protection(folderPath);
     const SiteFile& passwordFile = protection.passwordFile();
     if (passwordFile.isBlocked()) {
-        return Failed;
+        return result::protection::NotDeleted;
     }
     bool isUserExist = false;
     if (passwordFile.isPresent()) {
         const bool ran = zp::runShown(protection.deletingCommand(userName));
         const auto size = passwordFile.size();
         if (!ran || !size) {
-            return Failed;
+            return result::protection::NotDeleted;
         }
         isUserExist = *size != 0;
         if (!isUserExist) {
@@ -39,5 +34,5 @@ int PrivateFolder::deletePrivateFolder(std::string folderPath, std::string userN
         host::out() << "cp_FF\n";
         protection.lift();
     }
-    return Deleted;
+    return result::protection::UserDeleted;
 }

@@ -1,26 +1,23 @@
 #include "PrivateFolder.h"
+#include "Results.h"
 #include "host/Report.h"
 #include "shared/FolderProtection.h"
 
 namespace host = zp::host;
+namespace result = zp::result;
 
 namespace {
-
-constexpr int Deleted = 1603;
-constexpr int UserAdded = 1602;
-constexpr int Edited = 1605;
-constexpr int NotEdited = 1606;
-constexpr int NotDeleted = 1501;
 
 int changePassword(const std::string& folder, const std::string& userName, const std::string& userPasswd) {
     const zp::FolderProtection protection(folder);
     if (!protection.passwordFile().isPresent() || !zp::isUserName(userName)) {
-        return NotEdited;
+        return result::protection::NotEdited;
     }
     if (!zp::runShown(protection.deletingCommand(userName))) {
-        return NotDeleted;
+        return result::protection::NotDeletedForEdit;
     }
-    return zp::runShown(protection.addingCommand(userName, userPasswd)) ? Edited : NotEdited;
+    return zp::runShown(protection.addingCommand(userName, userPasswd)) ? result::protection::Edited
+                                                                        : result::protection::NotEdited;
 }
 
 }  // namespace
@@ -36,9 +33,9 @@ int PrivateFolder::editPrivateFolder(std::string newFolderPath, std::string oldF
         return changePassword(oldFolderPath, userName, userPasswd);
     }
     const int deleted = deletePrivateFolder(oldFolderPath, userName);
-    if (deleted != Deleted) {
+    if (deleted != result::protection::UserDeleted) {
         return deleted;
     }
     const int added = addPrivateFolder(newFolderPath, userName, userPasswd);
-    return added == UserAdded ? Edited : added;
+    return added == result::protection::UserAdded ? result::protection::Edited : added;
 }

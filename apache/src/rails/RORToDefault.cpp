@@ -1,4 +1,5 @@
 #include "ApacheHelper.h"
+#include "Results.h"
 #include "RubyOnRails.h"
 #include "host/Paths.h"
 #include "host/Report.h"
@@ -30,7 +31,7 @@ int RubyOnRails::RORToDefault(std::string domainName, std::string railsApplicati
     }
     const std::string publicFolder = railsApplicationName + "/public";
     if (!documentRoot.ends_with("/" + publicFolder)) {
-        return rails::fail(rails::result::NoDocumentRoot, Messages.notFound);
+        return rails::fail(zp::result::rails::NoDocumentRoot, Messages.notFound);
     }
     const std::string content = documentRoot.substr(0, documentRoot.size() - publicFolder.size());
     // No blank behind the option, so the command removes nothing: an application outlives its site's

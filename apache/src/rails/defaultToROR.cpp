@@ -1,4 +1,5 @@
 #include "ApacheHelper.h"
+#include "Results.h"
 #include "RubyOnRails.h"
 #include "conf/Handlers.h"
 #include "host/Folder.h"
@@ -38,10 +39,10 @@ int makeFolders(const std::string& application, const std::string& ownerName) {
     const auto parent = host::Folder::openGuarded(parentPath);
     const auto folder = parent && owner ? makeOwned(*parent, name, *owner) : std::nullopt;
     if (!folder) {
-        return rails::fail(rails::result::FolderNotMade, "Cannot make rails application folder");
+        return rails::fail(zp::result::rails::FolderNotMade, "Cannot make rails application folder");
     }
     if (!makeOwned(*folder, "public", *owner)) {
-        return rails::fail(rails::result::FolderNotMade, "cannot make public folder");
+        return rails::fail(zp::result::rails::FolderNotMade, "cannot make public folder");
     }
     return 0;
 }
@@ -80,7 +81,7 @@ int RubyOnRails::defaultToROR(std::string domainName, std::string railsApplicati
     }
     StringVector entry = directives();
     if (ApacheHelper().Apache_addDirectoryTag(m_apacheConfFile, domainName, documentRoot, entry) != 0) {
-        return rails::fail(rails::result::BlockNotAdded, "cannot add directory tag");
+        return rails::fail(zp::result::rails::BlockNotAdded, "cannot add directory tag");
     }
     return 0;
 }

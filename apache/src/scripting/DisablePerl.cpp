@@ -1,5 +1,6 @@
 #include "ApacheHelper.h"
 #include "CZPWebsite.h"
+#include "Results.h"
 #include "conf/Handlers.h"
 #include "conf/Rewrite.h"
 #include "conf/SiteDirectoryScan.h"
@@ -11,10 +12,9 @@ using zp::conf::Rewrite;
 using zp::conf::SiteDirectoryScan;
 namespace conf = zp::conf;
 namespace host = zp::host;
+namespace result = zp::result;
 
 namespace {
-
-constexpr int NotOpened = 21;
 
 bool setsPerlHandler(const Line& line) {
     return line.hasKeyword(conf::keyword::AddHandler) &&
@@ -28,10 +28,11 @@ int CZPWebsite::DisablePerl(std::string szDomainName) {
     const std::string file = host::textOf(HttpdConfFile);
     std::string documentRoot;
     ApacheHelper().Apache_getDirectiveInVH(file, szDomainName, "DocumentRoot", documentRoot, true);
-    Rewrite rewrite(file, host::path::PerlScratch, conf::SiteDirectoryBound, Rewrite::Order::ScratchFirst);
+    Rewrite rewrite(file, host::path::PerlScratch, conf::bound::SiteDirectory,
+                    Rewrite::Order::ScratchFirst);
     if (!rewrite.open()) {
         rewrite.discard();
-        return NotOpened;
+        return result::scripting::NotOpened;
     }
     SiteDirectoryScan scan(szDomainName, documentRoot, conf::DomainEnd::WithBlock);
     for (Line line; rewrite.read(line);) {
@@ -44,5 +45,5 @@ int CZPWebsite::DisablePerl(std::string szDomainName) {
         }
         rewrite.keep(line);
     }
-    return rewrite.putInPlace() ? 0 : NotOpened;
+    return rewrite.putInPlace() ? 0 : result::scripting::NotOpened;
 }

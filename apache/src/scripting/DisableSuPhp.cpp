@@ -15,10 +15,6 @@ namespace result = zp::result;
 
 namespace {
 
-constexpr int Done = 96;
-constexpr int ConfigurationNotOpened = 21;
-constexpr int BlockTooLong = 87;
-
 // Leaves out the lines up to the end of a module's block. They are counted over the whole call: false when
 // there are more than a block of one site has, or when the file ends before.
 bool skipModuleBlock(Rewrite& rewrite, int& count) {
@@ -64,20 +60,20 @@ Outcome copyWithoutBlocks(Rewrite& rewrite, const std::string& domain, const std
 }  // namespace
 
 int CZPWebsite::DisableSuPhp(std::string DomainName, std::string ModuleName) {
-    Rewrite rewrite(host::textOf(HttpdConfFile), host::textOf(TEMPFILE), conf::LineReader::Unbounded,
+    Rewrite rewrite(host::textOf(HttpdConfFile), host::textOf(TEMPFILE), conf::bound::None,
                     Rewrite::Order::ScratchFirst);
     if (!rewrite.scratchOpen()) {
         return result::ScratchNotOpened;
     }
     if (!rewrite.sourceOpen()) {
         rewrite.discard();
-        return ConfigurationNotOpened;
+        return result::scripting::NotOpened;
     }
     const Outcome outcome = copyWithoutBlocks(rewrite, DomainName, ModuleName);
     if (outcome != Outcome::Removed) {
         rewrite.discard();
-        return outcome == Outcome::NotFound ? Done : BlockTooLong;
+        return outcome == Outcome::NotFound ? result::Changed : result::scripting::BlockTooLong;
     }
     host::out() << "replaceing files\n";
-    return rewrite.putInPlace() ? Done : result::ScratchNotOpened;
+    return rewrite.putInPlace() ? result::Changed : result::ScratchNotOpened;
 }

@@ -1,4 +1,5 @@
 #include "CZPWebsite.h"
+#include "Results.h"
 #include "conf/Rewrite.h"
 #include "host/Fields.h"
 
@@ -7,11 +8,9 @@ using zp::conf::Rewrite;
 namespace conf = zp::conf;
 namespace host = zp::host;
 namespace keyword = zp::conf::keyword;
+namespace result = zp::result;
 
 namespace {
-
-constexpr int Done = 96;
-constexpr int NotOpened = 21;
 
 // Where the scan stands: which lines belong to suPHP depends on what went before.
 class SuPhpLines {
@@ -47,11 +46,11 @@ private:
 int CZPWebsite::DisableSuPhpGlobally() {
     // What an earlier operation left in the scratch file stays in front of the new text: panel components
     // count on it.
-    Rewrite rewrite(host::textOf(HttpdConfFile), host::textOf(TEMPFILE), conf::LineReader::Unbounded,
+    Rewrite rewrite(host::textOf(HttpdConfFile), host::textOf(TEMPFILE), conf::bound::None,
                     Rewrite::Order::SourceFirst, conf::FinalRead::LeftOut,
                     conf::ScratchFile::Opening::Append);
     if (!rewrite.open()) {
-        return NotOpened;
+        return result::scripting::NotOpened;
     }
     SuPhpLines suPhp;
     for (Line line; rewrite.read(line);) {
@@ -59,5 +58,5 @@ int CZPWebsite::DisableSuPhpGlobally() {
             rewrite.keep(line);
         }
     }
-    return rewrite.putInPlace() ? Done : NotOpened;
+    return rewrite.putInPlace() ? result::Changed : result::scripting::NotOpened;
 }

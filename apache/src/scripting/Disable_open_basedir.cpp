@@ -13,20 +13,15 @@ using zp::conf::SiteDirectoryScan;
 namespace conf = zp::conf;
 namespace host = zp::host;
 namespace keyword = zp::conf::keyword;
-
-namespace {
-
-constexpr int Done = 96;
-
-}  // namespace
+namespace result = zp::result;
 
 int CZPWebsite::Disable_open_basedir(std::string szDomainName, std::string DirPath) {
-    Rewrite rewrite(host::textOf(HttpdConfFile), host::textOf(TEMPFILE), conf::SiteDirectoryBound);
+    Rewrite rewrite(host::textOf(HttpdConfFile), host::textOf(TEMPFILE), conf::bound::SiteDirectory);
     if (!rewrite.sourceOpen()) {
         host::out() << "Error while opening HttpdConfFile\n";
     }
     if (!rewrite.open()) {
-        return zp::result::ConfigurationNotOpened;
+        return result::ConfigurationNotOpened;
     }
     SiteDirectoryScan scan(szDomainName, DirPath, conf::DomainEnd::AtNextBlock);
     for (Line line; rewrite.read(line);) {
@@ -44,5 +39,5 @@ int CZPWebsite::Disable_open_basedir(std::string szDomainName, std::string DirPa
         }
         rewrite.keep(line);
     }
-    return rewrite.putInPlace() ? Done : zp::result::ConfigurationNotOpened;
+    return rewrite.putInPlace() ? result::Changed : result::ConfigurationNotOpened;
 }

@@ -2,6 +2,7 @@
 
 #include "ApacheHelper.h"
 #include "CZPWebsite.h"
+#include "Results.h"
 #include "conf/Handlers.h"
 #include "conf/Rewrite.h"
 #include "conf/SiteDirectoryScan.h"
@@ -14,21 +15,17 @@ using zp::conf::Rewrite;
 using zp::conf::SiteDirectoryScan;
 namespace conf = zp::conf;
 namespace host = zp::host;
-
-namespace {
-
-constexpr int NotOpened = 21;
-
-}  // namespace
+namespace result = zp::result;
 
 int CZPWebsite::EnablePerl(std::string szDomainName) {
     const std::string file = host::textOf(HttpdConfFile);
     std::string documentRoot;
     ApacheHelper().Apache_getDirectiveInVH(file, szDomainName, "DocumentRoot", documentRoot, true);
-    Rewrite rewrite(file, host::path::PerlScratch, conf::SiteDirectoryBound, Rewrite::Order::ScratchFirst);
+    Rewrite rewrite(file, host::path::PerlScratch, conf::bound::SiteDirectory,
+                    Rewrite::Order::ScratchFirst);
     if (!rewrite.open()) {
         rewrite.discard();
-        return NotOpened;
+        return result::scripting::NotOpened;
     }
     const std::string handler = "\t\t" + std::string(conf::PerlHandler);
     SiteDirectoryScan scan(szDomainName, documentRoot, conf::DomainEnd::WithBlock);
@@ -43,5 +40,5 @@ int CZPWebsite::EnablePerl(std::string szDomainName) {
             scan.leaveDomain();
         }
     }
-    return rewrite.putInPlace() ? 0 : NotOpened;
+    return rewrite.putInPlace() ? 0 : result::scripting::NotOpened;
 }

@@ -17,9 +17,6 @@ namespace result = zp::result;
 
 namespace {
 
-constexpr int Done = 96;
-constexpr int ConfigurationNotOpened = 21;
-
 struct Site {
     std::string owner, home;  // no home: its document root does not lead through a folder of its name
 };
@@ -91,18 +88,17 @@ bool copyWithBlock(Rewrite& rewrite, const std::string& domain, const std::strin
 int CZPWebsite::EnableSuPhp(std::string DomainName, std::string Module) {
     const std::string file = host::textOf(HttpdConfFile);
     const Site site = findSite(file, DomainName);
-    Rewrite rewrite(file, host::textOf(TEMPFILE), conf::LineReader::Unbounded,
-                    Rewrite::Order::ScratchFirst);
+    Rewrite rewrite(file, host::textOf(TEMPFILE), conf::bound::None, Rewrite::Order::ScratchFirst);
     if (!rewrite.scratchOpen()) {
         return result::ScratchNotOpened;
     }
     if (!rewrite.sourceOpen()) {
         rewrite.discard();
-        return ConfigurationNotOpened;
+        return result::scripting::NotOpened;
     }
     if (!copyWithBlock(rewrite, DomainName, Module, site)) {
         rewrite.discard();
-        return Done;
+        return result::Changed;
     }
-    return rewrite.putInPlace() ? Done : result::ScratchNotOpened;
+    return rewrite.putInPlace() ? result::Changed : result::ScratchNotOpened;
 }

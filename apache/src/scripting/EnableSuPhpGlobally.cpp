@@ -1,5 +1,6 @@
 #include "ApacheHelper.h"
 #include "CZPWebsite.h"
+#include "Results.h"
 #include "conf/Rewrite.h"
 #include "conf/ServerLevel.h"
 #include "host/Fields.h"
@@ -9,11 +10,9 @@ using zp::conf::Rewrite;
 namespace conf = zp::conf;
 namespace host = zp::host;
 namespace keyword = zp::conf::keyword;
+namespace result = zp::result;
 
 namespace {
-
-constexpr int ConfigurationNotOpened = 1;
-constexpr int ScratchNotOpened = 2;
 
 void writeEngineBlock(Rewrite& rewrite, const std::string& module) {
     rewrite.write("<IfModule " + module + ".c>");
@@ -54,14 +53,15 @@ int CZPWebsite::EnableSuPhpGlobally(std::string Module) {
     if (exists && conf::equalIgnoringCase(value, "On")) {
         return 0;
     }
-    Rewrite rewrite(file, host::textOf(TEMPFILE), conf::ServerLevelBound);
+    Rewrite rewrite(file, host::textOf(TEMPFILE), conf::bound::ServerLevel);
     if (!rewrite.open()) {
-        return rewrite.sourceOpen() ? ScratchNotOpened : ConfigurationNotOpened;
+        return rewrite.sourceOpen() ? result::scripting::GlobalScratchNotOpened
+                                    : result::scripting::GlobalConfigurationNotOpened;
     }
     if (exists) {
         replaceEngineLines(rewrite, Module);
     } else {
         insertEngineBlock(rewrite, Module);
     }
-    return rewrite.putInPlace() ? 0 : ScratchNotOpened;
+    return rewrite.putInPlace() ? 0 : result::scripting::GlobalScratchNotOpened;
 }

@@ -13,20 +13,15 @@ using zp::conf::SiteDirectoryScan;
 namespace conf = zp::conf;
 namespace host = zp::host;
 namespace keyword = zp::conf::keyword;
-
-namespace {
-
-constexpr int Done = 96;
-
-}  // namespace
+namespace result = zp::result;
 
 int CZPWebsite::Enable_open_basedir(std::string szDomainName, std::string DirPath) {
-    Rewrite rewrite(host::textOf(HttpdConfFile), host::textOf(TEMPFILE), conf::SiteDirectoryBound);
+    Rewrite rewrite(host::textOf(HttpdConfFile), host::textOf(TEMPFILE), conf::bound::SiteDirectory);
     if (!rewrite.sourceOpen()) {
         host::out() << "Error while opening HttpdConfFile\n";
     }
     if (!rewrite.open()) {
-        return zp::result::ConfigurationNotOpened;
+        return result::ConfigurationNotOpened;
     }
     const std::string restriction = "\t\tphp_admin_value open_basedir \"" + DirPath + "/:/tmp/\"";
     SiteDirectoryScan scan(szDomainName, DirPath, conf::DomainEnd::AtNextBlock);
@@ -47,5 +42,5 @@ int CZPWebsite::Enable_open_basedir(std::string szDomainName, std::string DirPat
         }
         rewrite.keep(line);
     }
-    return rewrite.putInPlace() ? Done : zp::result::ConfigurationNotOpened;
+    return rewrite.putInPlace() ? result::Changed : result::ConfigurationNotOpened;
 }

@@ -1,15 +1,18 @@
 #include <csignal>
 
 #include "CZPWebsite.h"
+#include "Results.h"
 #include "conf/LineReader.h"
+
+namespace result = zp::result::server;
 
 int CZPWebsite::CmdApchRestart(const char* pidFile) {
     if (pidFile == nullptr) {
-        return 1;
+        return result::RestartNotAsked;
     }
-    zp::conf::LineReader reader(pidFile, 118);
+    zp::conf::LineReader reader(pidFile, zp::conf::bound::ProcessId);
     zp::conf::Line line;
     const pid_t server = reader.read(line) ? zp::conf::leadingNumber(line.text()) : 0;
     // SIGUSR1 is Apache's graceful restart (https://httpd.apache.org/docs/2.4/stopping.html).
-    return server > 0 && ::kill(server, SIGUSR1) == 0 ? 0 : 1;
+    return server > 0 && ::kill(server, SIGUSR1) == 0 ? result::RestartAsked : result::RestartNotAsked;
 }

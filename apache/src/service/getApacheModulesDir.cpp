@@ -10,7 +10,7 @@ namespace {
 
 // The folder part of the first LoadModule line's path; "." for a path without one, "" without such a line.
 std::string folderOfFirstModule(const std::string& httpdConfFile) {
-    conf::LineReader reader(httpdConfFile, conf::LineReader::Unbounded);
+    conf::LineReader reader(httpdConfFile, conf::bound::None);
     for (conf::Line line; reader.read(line);) {
         if (!line.begins(conf::keyword::LoadModule)) {
             continue;

@@ -8,7 +8,7 @@ namespace conf = zp::conf;
 namespace {
 
 std::string rootInConfiguration(const std::string& httpdConfFile) {
-    conf::LineReader reader(httpdConfFile, 2998);
+    conf::LineReader reader(httpdConfFile, conf::bound::ServerRoot);
     for (conf::Line line; reader.read(line);) {
         if (line.beginsInFirstColumn(conf::keyword::ServerRoot)) {
             return std::string(conf::betweenQuotes(line.raw()).value_or(""));

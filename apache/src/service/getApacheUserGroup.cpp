@@ -2,11 +2,13 @@
 
 #include "ApacheHelper.h"
 #include "CZPWebsite.h"
+#include "Results.h"
 #include "conf/LineReader.h"
 #include "host/Machine.h"
 #include "host/Paths.h"
 
 namespace conf = zp::conf;
+namespace result = zp::result::server;
 
 namespace {
 
@@ -27,7 +29,7 @@ void resolveVariable(std::string& value) {
     if (assignment.size() == 1) {
         return;
     }
-    conf::LineReader reader(zp::host::path::ApacheEnvironment, conf::LineReader::Unbounded);
+    conf::LineReader reader(zp::host::path::ApacheEnvironment, conf::bound::None);
     if (!reader.isOpen()) {
         zp::host::out() << "Error while opening file\n";
     }
@@ -52,11 +54,11 @@ int CZPWebsite::getApacheUserGroup(std::string httpdConfFile, std::string& apach
     ApacheHelper helper;
     if (helper.Apache_getDirectiveValue(httpdConfFile, "User", apacheUser, false) != 0) {
         zp::host::out() << "Apache user not found\n";
-        return 1;
+        return result::UserNotFound;
     }
     if (helper.Apache_getDirectiveValue(httpdConfFile, "Group", apacheGroup, false) != 0) {
         zp::host::out() << "Apache group not found\n";
-        return 2;
+        return result::GroupNotFound;
     }
     resolveVariable(apacheUser);
     resolveVariable(apacheGroup);

@@ -5,7 +5,7 @@ int getParamFromZPConfFile(std::string zpConfFile, std::string& ParamVal, std::s
     if (param.empty()) {
         return 0;
     }
-    zp::conf::LineReader reader(zpConfFile, 118);
+    zp::conf::LineReader reader(zpConfFile, zp::conf::bound::ProductSetting);
     for (zp::conf::Line line; reader.read(line);) {
         if (!line.isEmpty() && line.begins(param)) {  // the first such line decides, even without quotes
             const auto value = zp::conf::betweenQuotes(line.raw());

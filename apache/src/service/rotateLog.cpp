@@ -4,6 +4,7 @@
 
 #include "ApacheHelper.h"
 #include "CZPWebsite.h"
+#include "Results.h"
 #include "conf/Text.h"
 #include "host/File.h"
 #include "host/Folder.h"
@@ -12,11 +13,10 @@
 
 namespace conf = zp::conf;
 namespace host = zp::host;
+namespace result = zp::result;
 
 namespace {
 
-constexpr int Done = 1;
-constexpr int NotDone = 0;
 constexpr long Megabyte = 1'048'576;
 
 // Packs the log in its own folder, which becomes the working folder, and removes it. Whether the packing
@@ -46,29 +46,29 @@ int CZPWebsite::rotateLog(std::string szHttpdConfFile, std::string szDomainName,
     if (ApacheHelper().Apache_getDirectiveInVH(szHttpdConfFile, szDomainName, "CustomLog", value, false) !=
             0 ||
         szThresholdSize.empty()) {
-        return NotDone;
+        return result::log::NotRotated;
     }
     const std::string log(conf::splitAtBlank(value).keyword);  // the format's name stands behind it
     const auto size = host::sizeOfFile(log);
     if (!size) {
         host::out() << "Unable to get File Size\n";
-        return NotDone;
+        return result::log::NotRotated;
     }
     if (*size / Megabyte < conf::leadingNumber(szThresholdSize)) {
         host::out() << *size << '\n';
-        return Done;
+        return result::log::Rotated;
     }
     if (conf::equalIgnoringCase(szOption, "DEL")) {
         host::out() << "Remove the file\n";
         host::removeFile(log);
-        return Done;
+        return result::log::Rotated;
     }
     if (conf::equalIgnoringCase(szOption, "ZIPandDEL")) {
         host::out() << "Zip and remove the file\n";
         packAndRemove(log);
-        return Done;
+        return result::log::Rotated;
     }
-    return NotDone;
+    return result::log::NotRotated;
 }
 
 std::string currentTimeStamp() {

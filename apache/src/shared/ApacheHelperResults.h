@@ -1,15 +1,13 @@
-// How the editing methods of ApacheHelper answer: the two results that they share, and their two ends.
+// How the editing methods of ApacheHelper end.
 #pragma once
 
+#include "Results.h"
 #include "conf/Rewrite.h"
 
 namespace zp::result {
 
-inline constexpr int FileNotOpened = 1;
-inline constexpr int TemporaryNotCreated = 2;
-
 inline int openFailure(const conf::Rewrite& rewrite) {
-    return rewrite.sourceOpen() ? TemporaryNotCreated : FileNotOpened;
+    return rewrite.sourceOpen() ? helper::TemporaryNotCreated : helper::FileNotOpened;
 }
 
 // Puts the new text in place, or throws it away when the change was not made.
@@ -18,7 +16,7 @@ inline int openFailure(const conf::Rewrite& rewrite) {
         rewrite.discard();
         return notFound;
     }
-    return rewrite.putInPlace() ? 0 : TemporaryNotCreated;
+    return rewrite.putInPlace() ? helper::Done : helper::TemporaryNotCreated;
 }
 
 }  // namespace zp::result

@@ -15,8 +15,6 @@ namespace zp {
 
 namespace {
 
-constexpr int Updated = 96;
-
 // Holds a block up to its closing line or, where that is another site's, to its ServerName line. True when
 // it is the domain's.
 bool holdBlock(Rewrite& rewrite, const std::string& domain, conf::HeldLines& block) {
@@ -43,7 +41,7 @@ int mergeRecord(const std::string& configuration, const std::string& scratch, Up
     if (configuration.empty()) {
         return result::NoConfigurationPath;
     }
-    Rewrite rewrite(configuration, scratch, 1023, Rewrite::Order::ScratchFirst);
+    Rewrite rewrite(configuration, scratch, conf::bound::Merge, Rewrite::Order::ScratchFirst);
     if (!rewrite.open()) {
         host::out() << "Error while opening HttpdConfFile\n";
         return result::ConfigurationNotOpened;
@@ -79,7 +77,7 @@ int mergeRecord(const std::string& configuration, const std::string& scratch, Up
             }
         }
     }
-    return Updated;
+    return result::Changed;
 }
 
 }  // namespace zp

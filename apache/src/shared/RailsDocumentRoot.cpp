@@ -3,6 +3,7 @@
 #include <ostream>
 
 #include "ApacheHelper.h"
+#include "Results.h"
 #include "host/Machine.h"
 
 namespace zp::rails {
@@ -15,28 +16,28 @@ int fail(int result, const char* message) {
 int readDocumentRoot(const std::string& file, const std::string& domain, const Messages& messages,
                      std::string& documentRoot) {
     switch (ApacheHelper().Apache_getDirectiveInVH(file, domain, "DocumentRoot", documentRoot, true)) {
-        case 0:
-            return 0;
-        case 1:
-            return fail(result::ConfigurationNotOpened, messages.unreadable);
-        case 3:
-            return fail(result::Malformed, messages.malformed);
+        case result::helper::Done:
+            return result::rails::Done;
+        case result::helper::FileNotOpened:
+            return fail(result::rails::ConfigurationNotOpened, messages.unreadable);
+        case result::helper::QuotesMissing:
+            return fail(result::rails::Malformed, messages.malformed);
         default:
-            return fail(result::NoDocumentRoot, messages.notFound);
+            return fail(result::rails::NoDocumentRoot, messages.notFound);
     }
 }
 
 int updateDocumentRoot(const std::string& file, const std::string& domain, const Messages& messages,
                        const std::string& documentRoot) {
     switch (ApacheHelper().Apache_UpdateDirectiveInVH(file, domain, "DocumentRoot", documentRoot, true)) {
-        case 0:
-            return 0;
-        case 1:
-            return fail(result::ConfigurationNotOpened, messages.updateUnreadable);
-        case 2:
-            return fail(result::ScratchNotOpened, messages.updateNoScratch);
+        case result::helper::Done:
+            return result::rails::Done;
+        case result::helper::FileNotOpened:
+            return fail(result::rails::ConfigurationNotOpened, messages.updateUnreadable);
+        case result::helper::TemporaryNotCreated:
+            return fail(result::rails::ScratchNotOpened, messages.updateNoScratch);
         default:
-            return fail(result::NotUpdated, messages.notUpdated);
+            return fail(result::rails::NotUpdated, messages.notUpdated);
     }
 }
 

@@ -6,16 +6,6 @@
 
 namespace zp::rails {
 
-namespace result {
-inline constexpr int ConfigurationNotOpened = 1;
-inline constexpr int ScratchNotOpened = 2;
-inline constexpr int Malformed = 3;
-inline constexpr int NoDocumentRoot = 5;
-inline constexpr int NotUpdated = 6;
-inline constexpr int FolderNotMade = 7;
-inline constexpr int BlockNotAdded = 8;
-}  // namespace result
-
 // What a direction says when it cannot go on.
 struct Messages {
     const char *unreadable, *malformed, *notFound;                // reading

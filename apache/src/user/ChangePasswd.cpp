@@ -9,20 +9,14 @@ using zp::conf::Line;
 using zp::conf::Rewrite;
 namespace conf = zp::conf;
 namespace host = zp::host;
-
-namespace {
-
-constexpr char Changed = 76;
-constexpr char NotFound = 53;
-
-}  // namespace
+namespace result = zp::result;
 
 char CZPUsers::ChangePasswd(std::string UserName, std::string Passwd) {
     host::report(TrackManager, "ChangePasswd", {{"UserName", UserName}, {"Passwd", Passwd}});
     Rewrite rewrite(host::webUsersFile(InsFolder, DomainName, FolderPath), host::textOf(TEMPFILE),
-                    conf::LineReader::Unbounded);
+                    conf::bound::None);
     if (!rewrite.open()) {
-        return rewrite.sourceOpen() ? zp::result::ScratchNotOpened : zp::result::ConfigurationNotOpened;
+        return rewrite.sourceOpen() ? result::ScratchNotOpened : result::ConfigurationNotOpened;
     }
     bool updated = false;
     for (Line line; rewrite.read(line);) {
@@ -34,7 +28,7 @@ char CZPUsers::ChangePasswd(std::string UserName, std::string Passwd) {
         }
     }
     if (!rewrite.putInPlace()) {
-        return zp::result::ScratchNotOpened;
+        return result::ScratchNotOpened;
     }
-    return updated ? Changed : NotFound;
+    return updated ? result::user::PasswordChanged : result::user::NotFound;
 }

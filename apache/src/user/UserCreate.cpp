@@ -1,6 +1,7 @@
 #include <ostream>
 
 #include "CZPUsers.h"
+#include "Results.h"
 #include "conf/AppendLine.h"
 #include "conf/LineReader.h"
 #include "conf/WebUser.h"
@@ -10,12 +11,9 @@
 
 namespace conf = zp::conf;
 namespace host = zp::host;
+namespace result = zp::result;
 
 namespace {
-
-constexpr char Added = 77;
-constexpr char Exists = 54;
-constexpr char NotPossible = 78;
 
 // A name with a colon would be read back as another user's.
 bool isUserName(const std::string& name) { return !name.empty() && !conf::contains(name, ":"); }
@@ -27,22 +25,22 @@ char CZPUsers::UserCreate(const char* UserName, const char* Passwd) {
     const std::string password = host::textOf(Passwd);
     host::report(TrackManager, "UserCreate", {{"UserName", name}, {"Passwd", password}});
     const std::string file = host::webUsersFile(InsFolder, DomainName, FolderPath);
-    conf::LineReader reader(file, conf::LineReader::Unbounded);
+    conf::LineReader reader(file, conf::bound::None);
     if (!reader.isOpen()) {
         host::out() << "Error opening passwd file\n";
-        return NotPossible;
+        return result::user::NotPossible;
     }
     if (!isUserName(name)) {
-        return NotPossible;
+        return result::user::NotPossible;
     }
     for (conf::Line line; reader.read(line);) {
         if (conf::isLineOfUser(line, name)) {
-            return Exists;
+            return result::user::AlreadyThere;
         }
     }
     if (!conf::appendLine(file, conf::webUserLine(name, password), conf::Links::Followed)) {
         host::out() << "Error opening file\n";
-        return NotPossible;
+        return result::user::NotPossible;
     }
-    return Added;
+    return result::user::Added;
 }

@@ -9,25 +9,20 @@ using zp::conf::Line;
 using zp::conf::Rewrite;
 namespace conf = zp::conf;
 namespace host = zp::host;
-
-namespace {
-
-constexpr char Done = 79;  // also when there was no such user
-
-}  // namespace
+namespace result = zp::result;
 
 char CZPUsers::UserDelete(const char* UserName) {
     const std::string name = host::textOf(UserName);
     host::report(TrackManager, "UserDelete", {{"UserName", name}});
     Rewrite rewrite(host::webUsersFile(InsFolder, DomainName, FolderPath), host::textOf(TEMPFILE),
-                    conf::LineReader::Unbounded);
+                    conf::bound::None);
     if (!rewrite.open()) {
-        return rewrite.sourceOpen() ? zp::result::ScratchNotOpened : zp::result::ConfigurationNotOpened;
+        return rewrite.sourceOpen() ? result::ScratchNotOpened : result::ConfigurationNotOpened;
     }
     for (Line line; rewrite.read(line);) {
         if (!line.isEmpty() && !conf::isLineOfUser(line, name)) {
             rewrite.keep(line);
         }
     }
-    return rewrite.putInPlace() ? Done : zp::result::ScratchNotOpened;
+    return rewrite.putInPlace() ? result::user::Deleted : result::ScratchNotOpened;
 }

@@ -10,20 +10,14 @@
 
 namespace conf = zp::conf;
 namespace host = zp::host;
-
-namespace {
-
-constexpr char Listed = 81;
-
-}  // namespace
+namespace result = zp::result;
 
 char CZPUsers::UserExist(StringVector* UserList) {
     host::report(TrackManager, "UserExist", {host::NoArgument});
-    conf::LineReader reader(host::webUsersFile(InsFolder, DomainName, FolderPath),
-                            conf::LineReader::Unbounded);
+    conf::LineReader reader(host::webUsersFile(InsFolder, DomainName, FolderPath), conf::bound::None);
     if (!reader.isOpen()) {
         host::out() << "Error opening HttpdConfFile file\n";
-        return zp::result::ConfigurationNotOpened;
+        return result::ConfigurationNotOpened;
     }
     for (conf::Line line; reader.read(line);) {
         const auto name = conf::webUserOn(line);
@@ -32,5 +26,5 @@ char CZPUsers::UserExist(StringVector* UserList) {
         }
         UserList->emplace_back(*name);
     }
-    return Listed;
+    return result::user::NamesListed;
 }

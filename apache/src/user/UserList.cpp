@@ -7,24 +7,18 @@
 
 namespace conf = zp::conf;
 namespace host = zp::host;
-
-namespace {
-
-constexpr char Listed = 82;
-
-}  // namespace
+namespace result = zp::result;
 
 char CZPUsers::UserList(StringVector* UserList) {
     host::report(TrackManager, "UserList", {host::NoArgument});
-    conf::LineReader reader(host::webUsersFile(InsFolder, DomainName, FolderPath),
-                            conf::LineReader::Unbounded);
+    conf::LineReader reader(host::webUsersFile(InsFolder, DomainName, FolderPath), conf::bound::None);
     if (!reader.isOpen()) {
-        return zp::result::ConfigurationNotOpened;
+        return result::ConfigurationNotOpened;
     }
     for (conf::Line line; reader.read(line);) {
         if (const auto name = conf::webUserOn(line)) {
             UserList->emplace_back(*name);
         }
     }
-    return Listed;
+    return result::user::Listed;
 }

@@ -18,12 +18,9 @@ using zp::host::fieldText;
 namespace conf = zp::conf;
 namespace host = zp::host;
 namespace keyword = zp::conf::keyword;
+namespace result = zp::result;
 
 namespace {
-
-constexpr char Created = 94;
-constexpr char Exists = 92;
-constexpr char FolderNotMade = 2;
 
 // Once a site of this process has needed the port, every later IPv4 block carries it. Nothing clears this:
 // the panel's processes rely on it.
@@ -165,38 +162,38 @@ char CZPWebsite::CreateWebsite(VHostEntry* objVHost) {
                   {"objVHost->ServerAdmin", fieldText(objVHost->ServerAdmin)}});
     const std::string configuration = host::textOf(HttpdConfFile);
     if (configuration.empty()) {
-        return zp::result::NoConfigurationPath;
+        return result::NoConfigurationPath;
     }
-    Rewrite rewrite(configuration, host::textOf(TEMPFILE), 1022, Rewrite::Order::ScratchFirst,
-                    conf::FinalRead::Counted);
+    Rewrite rewrite(configuration, host::textOf(TEMPFILE), conf::bound::Creation,
+                    Rewrite::Order::ScratchFirst, conf::FinalRead::Counted);
     if (!rewrite.sourceOpen()) {
         host::out() << "Error while opening HttpdConfFile\n";
-        return zp::result::ConfigurationNotOpened;
+        return result::ConfigurationNotOpened;
     }
     if (!rewrite.scratchOpen()) {
-        return zp::result::ConfigurationNotOpened;
+        return result::ConfigurationNotOpened;
     }
     const Request request(*objVHost);
     const WriteBlock writeBlock = [&] { WriteWebsiteEntry(objVHost, request.blockAddress(), rewrite); };
     Progress progress;
     if (!copyConfiguration(rewrite, request, progress, writeBlock)) {
-        return Exists;  // the unfinished copy stays
+        return result::website::AlreadyThere;  // the unfinished copy stays
     }
     if (!rewrite.intact() || (progress.written && !rewrite.putInPlace())) {
         rewrite.discard();
-        return zp::result::ConfigurationNotOpened;
+        return result::ConfigurationNotOpened;
     }
 
     const auto owner = host::findAccount(fieldText(objVHost->UserName));
     const std::string home = fieldText(objVHost->Path) + fieldText(objVHost->DName);
     if (!owner || !host::makeSiteFolders(home, *owner, fieldText(objVHost->ServerAdmin))) {
         rewrite.discard();
-        return FolderNotMade;
+        return result::website::FolderNotMade;
     }
 
     if (request.mode != Mode::Append && request.mode != Mode::NameBased) {
         rewrite.discard();
-        return Created;  // also when no block of the address was there to be replaced
+        return result::website::Created;  // also when no block of the address was there to be replaced
     }
     if (request.mode == Mode::NameBased && !progress.announced) {
         rewrite.write("");
@@ -204,5 +201,5 @@ char CZPWebsite::CreateWebsite(VHostEntry* objVHost) {
         IsPortEnabled = 1;
     }
     writeBlock();
-    return rewrite.putInPlace() ? Created : zp::result::ConfigurationNotOpened;
+    return rewrite.putInPlace() ? result::website::Created : result::ConfigurationNotOpened;
 }

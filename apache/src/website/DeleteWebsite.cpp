@@ -12,10 +12,9 @@ using zp::conf::Line;
 using zp::conf::Rewrite;
 namespace conf = zp::conf;
 namespace keyword = zp::conf::keyword;
+namespace result = zp::result;
 
 namespace {
-
-constexpr char Deleted = 24;
 
 // Copies the file without the domain's blocks and without empty lines between blocks.
 void copyWithoutSite(Rewrite& rewrite, std::string_view domain) {
@@ -58,17 +57,17 @@ char CZPWebsite::DeleteWebsite(const char* pDName, char /*DomainType*/) {
     zp::host::report(TrackManager, "DeleteWebsite", {{"pDName", domain}});
     const std::string configuration = zp::host::textOf(HttpdConfFile);
     if (configuration.empty()) {
-        return zp::result::NoConfigurationPath;
+        return result::NoConfigurationPath;
     }
-    Rewrite rewrite(configuration, zp::host::textOf(TEMPFILE), 1022);
+    Rewrite rewrite(configuration, zp::host::textOf(TEMPFILE), conf::bound::Deletion);
     if (!rewrite.sourceOpen()) {
         zp::host::out() << "Error opening HttpdConfFile file";
-        return zp::result::ConfigurationNotOpened;
+        return result::ConfigurationNotOpened;
     }
     if (!rewrite.scratchOpen()) {
         zp::host::out() << "Error opening TEMPFILE file";
-        return zp::result::ScratchNotOpened;
+        return result::ScratchNotOpened;
     }
     copyWithoutSite(rewrite, domain);
-    return rewrite.putInPlace() ? Deleted : zp::result::ScratchNotOpened;
+    return rewrite.putInPlace() ? result::website::Deleted : result::ScratchNotOpened;
 }

@@ -1,13 +1,16 @@
 #include "CZPWebsite.h"
+#include "Results.h"
 #include "conf/Rewrite.h"
 #include "host/Fields.h"
 
 namespace conf = zp::conf;
+namespace result = zp::result::scripting;
 
 int CZPWebsite::EnableHostingLimits() {
-    conf::Rewrite rewrite(zp::host::textOf(HttpdConfFile), zp::host::textOf(TEMPFILE), 2999);
+    conf::Rewrite rewrite(zp::host::textOf(HttpdConfFile), zp::host::textOf(TEMPFILE),
+                          conf::bound::HostingLimits);
     if (!rewrite.open()) {
-        return rewrite.sourceOpen() ? 2 : 1;
+        return rewrite.sourceOpen() ? result::GlobalScratchNotOpened : result::GlobalConfigurationNotOpened;
     }
     bool done = false;
     for (conf::Line line; rewrite.read(line);) {
@@ -20,5 +23,5 @@ int CZPWebsite::EnableHostingLimits() {
             done = true;
         }
     }
-    return rewrite.putInPlace() ? 0 : 2;
+    return rewrite.putInPlace() ? result::Done : result::GlobalScratchNotOpened;
 }

@@ -12,7 +12,7 @@ constexpr int BeforeFirstId = 1000;
 }  // namespace
 
 int CZPWebsite::ExtractHighestLVEid(std::string httpdConfFile) {
-    conf::LineReader reader(httpdConfFile, conf::LineReader::Unbounded);
+    conf::LineReader reader(httpdConfFile, conf::bound::None);
     if (!reader.isOpen()) {
         return 0;
     }

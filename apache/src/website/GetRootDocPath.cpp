@@ -8,7 +8,7 @@
 namespace conf = zp::conf;
 
 std::string CZPWebsite::GetRootDocPath(std::string httpdConfFile, std::string domainName) {
-    conf::LineReader reader(httpdConfFile, 1022);
+    conf::LineReader reader(httpdConfFile, conf::bound::Lookup);
     if (!reader.isOpen()) {
         zp::host::out() << "Error while opening HttpdConfFile\n";
         return {};

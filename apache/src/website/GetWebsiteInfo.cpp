@@ -12,12 +12,9 @@ using zp::conf::Line;
 namespace conf = zp::conf;
 namespace host = zp::host;
 namespace keyword = zp::conf::keyword;
+namespace result = zp::result;
 
 namespace {
-
-constexpr char Read = 25;
-constexpr char NotFound = 26;
-constexpr char DocumentRootNotFound = 27;
 
 NameValueSt pair(std::string_view name, std::string_view rest) {
     return {std::string(name), std::string(conf::leadingValue(conf::skipSpace(rest)).text)};
@@ -145,22 +142,22 @@ char CZPWebsite::GetWebsiteInfo(UpdateVHost* ObjUVHost) {
     host::report(TrackManager, "GetWebsiteInfo", {{"ObjUVHost->pDomain", domain}});
     const std::string configuration = host::textOf(HttpdConfFile);
     if (configuration.empty()) {
-        return zp::result::NoConfigurationPath;
+        return result::NoConfigurationPath;
     }
-    conf::LineReader reader(configuration, 2999);
+    conf::LineReader reader(configuration, conf::bound::SiteInfo);
     if (!reader.isOpen()) {
         host::out() << "Error while opening HttpdConfFile\n";
-        return zp::result::ConfigurationNotOpened;
+        return result::ConfigurationNotOpened;
     }
     std::string documentRoot;
     if (!readSite(reader, domain, *ObjUVHost, documentRoot)) {
         ObjUVHost->pDomain = nullptr;
-        return NotFound;
+        return result::website::InfoNotFound;
     }
     const auto mode = host::modeOf(documentRoot);
     if (!mode) {
-        return DocumentRootNotFound;
+        return result::website::InfoWithoutMode;
     }
     ObjUVHost->AccessMode = *mode;
-    return Read;
+    return result::website::InfoRead;
 }

@@ -8,24 +8,17 @@
 
 namespace conf = zp::conf;
 namespace keyword = zp::conf::keyword;
-
-namespace {
-
-constexpr char Running = 34;
-constexpr char Stopped = 33;
-constexpr char NotFound = 1;
-
-}  // namespace
+namespace result = zp::result;
 
 char CZPWebsite::GetWebsiteStatus(std::string szDomainName) {
     const std::string configuration = zp::host::textOf(HttpdConfFile);
     if (configuration.empty()) {
-        return zp::result::NoConfigurationPath;
+        return result::NoConfigurationPath;
     }
-    conf::LineReader reader(configuration, 1023);
+    conf::LineReader reader(configuration, conf::bound::SiteStatus);
     if (!reader.isOpen()) {
         zp::host::out() << "Error while opening HttpdConfFile\n";
-        return zp::result::ConfigurationNotOpened;
+        return result::ConfigurationNotOpened;
     }
     bool inBlock = false;
     for (conf::Line line; reader.read(line);) {
@@ -39,12 +32,12 @@ char CZPWebsite::GetWebsiteStatus(std::string szDomainName) {
             const std::string_view name = conf::skipSpace(rest);
             if (!name.empty() && conf::equalIgnoringCase(name, szDomainName)) {
                 zp::host::out() << name << '\n';
-                return line.isComment() ? Stopped : Running;
+                return line.isComment() ? result::website::IsStopped : result::website::IsRunning;
             }
             inBlock = false;  // the first ServerName decides
         } else if (conf::contains(text, keyword::VirtualHostEndTag)) {
             inBlock = false;
         }
     }
-    return NotFound;
+    return result::website::NoStatus;
 }

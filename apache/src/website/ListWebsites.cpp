@@ -13,10 +13,9 @@
 namespace conf = zp::conf;
 namespace host = zp::host;
 namespace keyword = zp::conf::keyword;
+namespace result = zp::result;
 
 namespace {
-
-constexpr char Listed = 28;
 
 // What the main file says of the files that it includes.
 struct Inclusion {
@@ -48,12 +47,12 @@ char CZPWebsite::ListWebsites(StringVector& websites) {
     host::report(TrackManager, "ListWebsites", {host::NoArgument});
     const std::string configuration = host::textOf(HttpdConfFile);
     if (configuration.empty()) {
-        return zp::result::NoConfigurationPath;
+        return result::NoConfigurationPath;
     }
-    conf::LineReader reader(configuration, 1022);
+    conf::LineReader reader(configuration, conf::bound::Lookup);
     if (!reader.isOpen()) {
         host::out() << "Error while opening HttpdConfFile\n";
-        return zp::result::ConfigurationNotOpened;
+        return result::ConfigurationNotOpened;
     }
     Inclusion inclusion = readMainFile(reader, websites);
     host::out() << "server root = " << inclusion.serverRoot << '\n';
@@ -61,7 +60,7 @@ char CZPWebsite::ListWebsites(StringVector& websites) {
         host::out() << "cp\n";
         inclusion.serverRoot = host::enterFirstOf(host::path::ServerRoots);
         if (inclusion.serverRoot.empty()) {
-            return Listed;
+            return result::website::Listed;
         }
     }
     for (const std::string& name : inclusion.files) {
@@ -74,5 +73,5 @@ char CZPWebsite::ListWebsites(StringVector& websites) {
             VHostsInIncFile(path, websites);
         }
     }
-    return Listed;
+    return result::website::Listed;
 }

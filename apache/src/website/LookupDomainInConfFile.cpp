@@ -13,7 +13,7 @@ bool CZPWebsite::LookupDomainInConfFile(std::string DomainName, std::string http
     if (httpdConfFile.empty()) {
         return false;
     }
-    conf::LineReader reader(httpdConfFile, conf::LineReader::Unbounded);
+    conf::LineReader reader(httpdConfFile, conf::bound::None);
     if (!reader.isOpen()) {
         zp::host::out() << "Error while opening HttpdConfFile\n";
         return true;  // callers take this for "nothing to be found elsewhere"

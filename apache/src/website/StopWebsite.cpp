@@ -9,27 +9,22 @@
 
 using zp::conf::Rewrite;
 namespace conf = zp::conf;
-
-namespace {
-
-constexpr char Stopped = 30;  // also when there was no such site
-
-}  // namespace
+namespace result = zp::result;
 
 char CZPWebsite::StopWebsite(const char* DomainName) {
     const std::string domain = zp::host::textOf(DomainName);
     zp::host::report(TrackManager, "StopWebsite", {{"DomainName", domain}});
-    Rewrite rewrite(zp::host::textOf(HttpdConfFile), zp::host::textOf(TEMPFILE), conf::SiteSwitchBound,
+    Rewrite rewrite(zp::host::textOf(HttpdConfFile), zp::host::textOf(TEMPFILE), conf::bound::SiteSwitch,
                     Rewrite::Order::ScratchFirst);
     if (!rewrite.sourceOpen()) {
         zp::host::out() << "Error while opening HttpdConfFile\n";
-        return zp::result::ConfigurationNotOpened;
+        return result::ConfigurationNotOpened;
     }
     if (!rewrite.scratchOpen()) {
-        return zp::result::ConfigurationNotOpened;
+        return result::ConfigurationNotOpened;
     }
     if (conf::switchSite(rewrite, domain, conf::SwitchTo::Off) && !rewrite.putInPlace()) {
-        return zp::result::ConfigurationNotOpened;
+        return result::ConfigurationNotOpened;
     }
-    return Stopped;
+    return result::website::Stopped;
 }

@@ -11,7 +11,7 @@ bool CZPWebsite::VHostsInIncFile(std::string file, StringVector& websites) {
     if (file.empty()) {
         return true;
     }
-    conf::LineReader reader(file, 1022);
+    conf::LineReader reader(file, conf::bound::Lookup);
     if (!reader.isOpen()) {
         zp::host::out() << "Error while opening HttpdConfFile\n";
     }

@@ -9,33 +9,27 @@
 #include "host/Report.h"
 
 namespace conf = zp::conf;
-
-namespace {
-
-constexpr char Exists = 31;
-constexpr char NotFound = 32;
-
-}  // namespace
+namespace result = zp::result;
 
 char CZPWebsite::WebsiteExists(const char* domain) {
     const std::string name = zp::host::textOf(domain);
     zp::host::report(TrackManager, "WebsiteExists", {{"DomainName", name}});
     const std::string configuration = zp::host::textOf(HttpdConfFile);
     if (configuration.empty()) {
-        return zp::result::NoConfigurationPath;
+        return result::NoConfigurationPath;
     }
-    conf::LineReader reader(configuration, 1022);
+    conf::LineReader reader(configuration, conf::bound::Lookup);
     if (!reader.isOpen()) {
         zp::host::out() << "Error while opening HttpdConfFile\n";
-        return zp::result::ConfigurationNotOpened;
+        return result::ConfigurationNotOpened;
     }
     conf::FirstNameScope scope(name);
     for (conf::Line line; reader.read(line);) {
         if (!scope.enters(line)) {
             scope.leaves(line, conf::keyword::VirtualHostEndTag);
         } else if (scope.inDomain()) {
-            return Exists;
+            return result::website::Exists;
         }
     }
-    return NotFound;
+    return result::website::NotFound;
 }

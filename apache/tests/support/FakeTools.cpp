@@ -56,4 +56,9 @@ std::vector<std::string> FakeTools::calls() const {
     return calls;
 }
 
+std::string movedFromAnotherFileSystem(const std::string& file) {
+    const size_t name = file.rfind('/') + 1;
+    return "mv " + file.substr(0, name) + "." + file.substr(name) + ".zpnew " + file;
+}
+
 }  // namespace zp::test

@@ -29,4 +29,8 @@ private:
     std::string folder_, realPath_;
 };
 
+// The command by which a new text that was written on another file system comes into the file's place: it
+// was brought beside the file first.
+std::string movedFromAnotherFileSystem(const std::string& file);
+
 }  // namespace zp::test
