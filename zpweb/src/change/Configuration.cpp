@@ -48,7 +48,7 @@ const Lines& ConfigurationFile::lines() const {
 
 const Contents& ConfigurationFile::contents() const {
     if (!contents_) {
-        contents_ = contentsOf(content_.text());
+        contents_ = contentsOf(content_.text(), *defines_);
     }
     return *contents_;
 }
@@ -74,7 +74,7 @@ Outcome Configuration::read(const std::string& path, int depth) {
     if (!text.ok()) {
         return text.outcome();
     }
-    files_.push_back(std::make_unique<ConfigurationFile>(path, Content(std::move(*text))));
+    files_.push_back(std::make_unique<ConfigurationFile>(path, Content(std::move(*text)), defines_));
     if (depth == DeepestInclude) {
         return done();
     }
@@ -100,7 +100,7 @@ const ConfigurationFile* Configuration::file(const std::string& path) const {
 void Configuration::replace(const std::string& path, Content content) {
     for (auto& candidate : files_) {
         if (candidate->path() == path) {
-            candidate = std::make_unique<ConfigurationFile>(path, std::move(content));
+            candidate = std::make_unique<ConfigurationFile>(path, std::move(content), defines_);
             return;
         }
     }

@@ -17,8 +17,9 @@ namespace zpweb {
 // One file. Its lines and blocks are views of its text, found when they are first asked for.
 class ConfigurationFile {
 public:
-    ConfigurationFile(std::string path, Content content)
-        : path_(std::move(path)), content_(std::move(content)) {}
+    // `defines` are what the files before it define; what it defines joins them.
+    ConfigurationFile(std::string path, Content content, std::shared_ptr<Defines> defines)
+        : path_(std::move(path)), content_(std::move(content)), defines_(std::move(defines)) {}
     ConfigurationFile(const ConfigurationFile&) = delete;
     ConfigurationFile& operator=(const ConfigurationFile&) = delete;
 
@@ -26,6 +27,7 @@ public:
     const Content& content() const { return content_; }
     const Lines& lines() const;
     const std::vector<Block>& blocks() const { return contents().blocks; }
+    const std::vector<Block>& templates() const { return contents().templates; }
     const ServerLines& server() const { return contents().server; }
     size_t longestLine() const { return contents().longestLine; }
     const Block* blockAt(size_t line) const;  // the block that holds the line; null outside of all
@@ -35,6 +37,7 @@ private:
 
     std::string path_;
     Content content_;
+    std::shared_ptr<Defines> defines_;
     mutable std::optional<Lines> lines_;
     mutable std::optional<Contents> contents_;
 };
@@ -66,6 +69,7 @@ private:
     Outcome read(const std::string& path, int depth);
 
     std::deque<std::unique_ptr<ConfigurationFile>> files_;
+    std::shared_ptr<Defines> defines_ = std::make_shared<Defines>();
 };
 
 // The main configuration file of the installed server.

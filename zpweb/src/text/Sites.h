@@ -1,9 +1,12 @@
-// The websites of one configuration file, found by one pass over its lines.
+// The virtual hosts of one configuration file, found by one pass over its lines.
 //
-// A site is a <VirtualHost> block that has a ServerName. A block whose opening line is commented out is a
-// stopped site: its lines are looked at behind their comment marks. In a live block comments are comments.
+// A block is live, or it was commented out as a whole: each of its lines from the opening to the closing
+// one stands behind a comment mark, and it has a name that the server would accept. In a live block
+// comments are comments. What stands in <Macro> is a template of blocks, not a block.
 #pragma once
 
+#include <deque>
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -13,14 +16,18 @@
 namespace zpweb {
 
 struct Block {
-    std::string_view text;     // with its opening and closing line
-    Range lines{0, 0};         // the same by number
-    size_t nameLine = 0;       // the line of its first ServerName, where it has one
-    std::string_view address;  // as written: 10.0.0.5:80, [2001:db8::1], *:80
-    std::string_view name;     // empty without a ServerName; as written, so a blank behind it is there
-    std::string_view root;     // DocumentRoot, without quotes
-    std::string_view home;     // the path of its first <Directory>
+    std::string_view text;       // with its opening and closing line
+    Range lines{0, 0};           // the same by number
+    size_t nameLine = 0;         // the line of the ServerName that counts; without one, the opening line
+    std::string_view address;    // the first one, as written: 10.0.0.5:80, [2001:db8::1], *:80
+    std::string_view addresses;  // all of them
+    std::string_view name;  // of its server, without scheme, port and quotes; empty without a ServerName
+    std::string_view root;  // DocumentRoot, without quotes
+    std::string_view home;  // the path of its first <Directory>
     bool stopped = false, closed = false;
+    bool tls = false;          // has "SSLEngine on"
+    bool suspended = false;    // includes the page that answers for a suspended site
+    bool conditional = false;  // stands in <IfModule>, <IfDefine> or the like
 };
 
 // An "Include" or "IncludeOptional" line outside of any comment.
@@ -29,24 +36,47 @@ struct IncludeLine {
     std::string_view pattern;
 };
 
+// A use of a macro, outside of any.
+struct MacroUse {
+    size_t line;
+    std::string_view words;  // the macro's name and its arguments
+};
+
 struct ServerLines {
     std::vector<IncludeLine> includes;
+    std::vector<MacroUse> uses;
     std::string_view root;  // ServerRoot
     std::string_view pidFile;
     std::vector<std::string_view> listen;
     std::vector<std::string_view> listenPerhaps;  // those in <IfModule> and the like
 };
 
+// What "Define" lines say, by their names.
+using Defines = std::map<std::string, std::string, std::less<>>;
+
 struct Contents {
-    std::vector<Block> blocks;
+    std::vector<Block> blocks;     // in the order of their lines
+    std::vector<Block> templates;  // those in macros
     ServerLines server;
     size_t longestLine = 0;
+    std::deque<std::string> texts;  // what some of the views are views of
 };
+// `defines` are those of the lines before; those of this text join them.
+Contents contentsOf(std::string_view text, Defines& defines);
 Contents contentsOf(std::string_view text);
+
+// The text with each "${NAME}" that is defined replaced; the others stay.
+std::string resolved(std::string_view text, const Defines& defines);
+// The host in a ServerName's argument: without scheme and port.
+std::string_view hostOf(std::string_view name);
+// Is it a name that a server can have?
+bool isServerName(std::string_view name);
 
 // The directive's argument without its quotes.
 std::string_view unquoted(std::string_view argument);
 // A site's address without its port and brackets.
 std::string bareAddress(std::string_view address);
+// The port of an address as written; empty when it has none.
+std::string_view portOf(std::string_view address);
 
 }  // namespace zpweb

@@ -1,0 +1,171 @@
+#include "text/BlockFinder.h"
+
+#include <algorithm>
+
+#include "conf/Line.h"
+#include "text/Words.h"
+
+namespace zpweb {
+
+namespace {
+
+namespace keyword = zp::conf::keyword;
+using zp::conf::equalIgnoringCase;
+
+constexpr std::string_view SuspendedFile = "/suspended.conf";
+
+bool isTag(std::string_view text, std::string_view tag) {
+    return zp::conf::beginsIgnoringCase(text, tag) &&
+           (text.size() == tag.size() || text[tag.size()] == '>' || zp::conf::isSpace(text[tag.size()]));
+}
+
+// What stands between a tag's name and the last ">" of its line.
+std::string_view tagArguments(std::string_view text, std::string_view tag) {
+    const std::string_view line = logicalLine(text);
+    return zp::conf::trimEnd(
+        zp::conf::skipSpace(line.substr(tag.size(), std::min(line.rfind('>'), line.size()) - tag.size())));
+}
+
+// The text behind one comment mark.
+std::string_view behindMark(std::string_view text) { return zp::conf::skipSpace(text.substr(1)); }
+
+// Behind the line and its newline.
+const char* endOf(const LineStart& start, std::string_view line) {
+    return line.data() + std::min(line.size() + 1, start.raw.size());
+}
+
+std::string_view argumentsOf(std::string_view text, std::string_view name) {
+    return text.substr(name.size());
+}
+
+}  // namespace
+
+BlockReader::BlockReader(LineStart opening, std::string_view tag, bool stopped, Values& values)
+    : values_(values) {
+    block_.text = opening.raw.substr(0, 0);
+    block_.lines.first = block_.nameLine = opening.number;
+    block_.stopped = stopped;
+    block_.addresses = values_.plain(tagArguments(tag, keyword::VirtualHost));
+    block_.address = values_.first(block_.addresses);
+}
+
+void BlockReader::take(std::string_view text, size_t line) {
+    const auto is = [text](std::string_view directive) { return isDirective(text, directive); };
+    switch (zp::conf::lower(text.front())) {
+        case 's':
+            if (is(keyword::ServerName)) {
+                takeServerName(argumentsOf(text, keyword::ServerName), line);
+            } else if (is("SSLEngine")) {
+                block_.tls = equalIgnoringCase(values_.first(argumentsOf(text, "SSLEngine")), "on");
+            }
+            break;
+        case 'd':
+            if (block_.root.empty() && is(keyword::DocumentRoot)) {
+                block_.root = values_.first(argumentsOf(text, keyword::DocumentRoot));
+            }
+            break;
+        case '<':
+            if (block_.home.empty() && isTag(text, keyword::Directory)) {
+                block_.home = values_.first(tagArguments(text, keyword::Directory));
+            }
+            break;
+        case 'i':
+            if (is(keyword::Include)) {
+                block_.suspended =
+                    block_.suspended ||
+                    values_.first(argumentsOf(text, keyword::Include)).ends_with(SuspendedFile);
+            }
+            break;
+        default:
+            break;
+    }
+}
+
+// The last one counts.
+void BlockReader::takeServerName(std::string_view arguments, size_t line) {
+    const std::string_view name = hostOf(values_.first(arguments));
+    if (!name.empty()) {
+        block_.name = name;
+        block_.nameLine = line;
+    }
+}
+
+Block BlockReader::ended(const char* end, size_t line) {
+    block_.text = {block_.text.data(), static_cast<size_t>(end - block_.text.data())};
+    block_.lines.end = line;
+    return block_;
+}
+
+void BlockFinder::take(const LineStart& line) {
+    if (line.text.front() != '<') {
+        if (live_) {
+            live_->take(line.text, line.number);
+        }
+    } else if (isTag(line.text, keyword::VirtualHost)) {
+        finish(line.raw.data(), line.number, false);  // one that is never closed
+        live_.emplace(line, line.text, false, values_);
+    } else if (live_ && isTag(line.text, keyword::VirtualHostEnd)) {
+        finish(endOf(line, logicalLine(line.raw)), line.number + 1, true);
+    } else if (live_) {
+        live_->take(line.text, line.number);
+    } else {
+        takeSection(line.text);
+    }
+}
+
+void BlockFinder::takeComment(const LineStart& line) {
+    const std::string_view text = behindMark(line.text);
+    if (isTag(text, keyword::VirtualHost)) {
+        const std::string_view tag = zp::conf::trimEnd(zp::conf::upTo(text, "\n"));
+        commented_.reset();
+        if (tag.ends_with('>') && !tagArguments(tag, keyword::VirtualHost).empty()) {
+            commented_.emplace(line, tag, true, values_);
+        }
+    } else if (commented_ && isTag(text, keyword::VirtualHostEnd)) {
+        Block block = commented_->ended(endOf(line, zp::conf::upTo(line.raw, "\n")), line.number + 1);
+        commented_.reset();
+        if (isServerName(block.name)) {
+            block.closed = true;
+            block.conditional = inCondition();
+            contents_.blocks.push_back(block);
+        }
+    } else if (commented_) {
+        commented_->take(text, line.number);
+    }
+}
+
+void BlockFinder::finish(const char* end, size_t line, bool closed) {
+    if (!live_) {
+        return;
+    }
+    Block block = live_->ended(end, line);
+    block.closed = closed;
+    block.conditional = inCondition();
+    (inMacro() ? contents_.templates : contents_.blocks).push_back(block);
+    live_.reset();
+}
+
+// Tags outside of blocks. A closing one closes the innermost section of its name.
+void BlockFinder::takeSection(std::string_view text) {
+    const bool closes = text.starts_with("</");
+    const std::string_view name = zp::conf::upTo(text.substr(closes ? 2 : 1), " \t\r\n>");
+    if (!closes) {
+        sections_.push_back(name);
+        macros_ += equalIgnoringCase(name, "Macro") ? 1 : 0;
+        return;
+    }
+    const auto same = [name](std::string_view open) { return equalIgnoringCase(open, name); };
+    constexpr size_t Deepest = 128;  // as the server has it
+    const size_t searched = std::min(sections_.size(), Deepest);
+    const auto last = sections_.rbegin() + static_cast<std::ptrdiff_t>(searched);
+    const auto found = std::find_if(sections_.rbegin(), last, same);
+    const size_t closed = found == last ? 0 : static_cast<size_t>(found - sections_.rbegin()) + 1;
+    for (size_t i = 0; i < closed; ++i) {
+        macros_ -= equalIgnoringCase(sections_.back(), "Macro") ? 1 : 0;
+        sections_.pop_back();
+    }
+}
+
+void BlockFinder::end(const char* end, size_t line) { finish(end, line, false); }
+
+}  // namespace zpweb

@@ -1,0 +1,53 @@
+#include "text/ServerFinder.h"
+
+#include "conf/Line.h"
+#include "text/Words.h"
+
+namespace zpweb {
+
+void ServerFinder::take(const LineStart& line, bool inCondition) {
+    // "" where there is no such directive, or nothing behind it.
+    const auto behind = [&](std::string_view directive) {
+        return isDirective(line.text, directive)
+                   ? zp::conf::trimEnd(logicalLine(line.text.substr(directive.size())))
+                   : std::string_view();
+    };
+    std::string_view value;
+    switch (zp::conf::lower(line.text.front())) {
+        case 'i':
+            value = behind("Include");
+            value = value.empty() ? behind("IncludeOptional") : value;
+            if (!value.empty()) {
+                found_.includes.push_back({line.number, values_.first(value)});
+            }
+            return;
+        case 'u':
+            value = behind("Use");
+            if (!value.empty()) {
+                found_.uses.push_back({line.number, value});
+            }
+            return;
+        case 'd':
+            values_.define(behind("Define"));
+            return;
+        case 's':
+            keepFirst(found_.root, behind("ServerRoot"));
+            return;
+        case 'p':
+            keepFirst(found_.pidFile, behind("PidFile"));
+            return;
+        default:
+            value = behind("Listen");
+            if (!value.empty()) {
+                (inCondition ? found_.listenPerhaps : found_.listen).push_back(values_.first(value));
+            }
+    }
+}
+
+void ServerFinder::keepFirst(std::string_view& kept, std::string_view arguments) {
+    if (!arguments.empty()) {
+        kept = values_.first(arguments);
+    }
+}
+
+}  // namespace zpweb

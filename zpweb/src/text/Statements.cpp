@@ -1,0 +1,126 @@
+#include "text/Statements.h"
+
+#include <algorithm>
+
+#include "conf/Text.h"
+
+namespace zpweb {
+
+namespace {
+
+using zp::conf::equalIgnoringCase;
+using Kind = Statement::Kind;
+
+// The tag's name, and what stands between it and the last ">".
+void readTag(Statement& statement, std::string_view text) {
+    statement.kind = text.starts_with("</") ? Kind::Closes : Kind::Opens;
+    text.remove_prefix(statement.kind == Kind::Closes ? 2 : 1);
+    statement.name = zp::conf::upTo(text, " \t\r\v\f\n>\\");
+    const std::string_view rest = text.substr(statement.name.size());
+    statement.arguments = rest.substr(0, std::min(rest.rfind('>'), rest.size()));
+}
+
+Statement read(std::string_view written) {
+    Statement statement;
+    statement.written = written;
+    const std::string_view text = zp::conf::skipSpace(written);
+    if (text.empty()) {
+        return statement;
+    }
+    if (text.front() == '#') {
+        statement.kind = Kind::Comment;
+    } else if (text.front() == '<') {
+        readTag(statement, text);
+    } else {
+        statement.kind = Kind::Directive;
+        std::string_view rest = text;
+        statement.name = nextWord(rest)->written;
+        statement.arguments = rest;
+    }
+    return statement;
+}
+
+// Which sections are open. A closing tag closes the innermost section of its name, whatever stays open in
+// it.
+class Sections {
+public:
+    explicit Sections(std::vector<Statement>& all) : all_(all) {}
+
+    void take(Statement& statement) {
+        const size_t self = all_.size();
+        if (statement.kind == Kind::Closes) {
+            close(statement, self);
+        }
+        statement.section = open_.empty() ? None : open_.back();
+        statement.scope = statement.section;
+        if (statement.section != None && isCondition(all_[statement.section].name)) {
+            statement.scope = all_[statement.section].scope;
+        }
+        if (statement.kind == Kind::Opens) {
+            open_.push_back(self);
+        }
+    }
+
+private:
+    void close(const Statement& closing, size_t self) {
+        constexpr size_t Deepest = 128;  // as the server has it
+        const size_t least = open_.size() - std::min(open_.size(), Deepest);
+        for (size_t depth = open_.size(); depth-- > least;) {
+            Statement& opening = all_[open_[depth]];
+            if (equalIgnoringCase(opening.name, closing.name)) {
+                opening.end = self;
+                open_.resize(depth);
+                return;
+            }
+        }
+    }
+
+    std::vector<Statement>& all_;
+    std::vector<size_t> open_;
+};
+
+}  // namespace
+
+bool Statement::is(std::string_view keyword) const {
+    return kind == Kind::Directive && equalIgnoringCase(name, keyword);
+}
+
+bool Statement::opens(std::string_view section_) const {
+    return kind == Kind::Opens && equalIgnoringCase(name, section_);
+}
+
+std::string_view Statement::indentation() const {
+    return written.substr(0, written.size() - zp::conf::skipSpace(written).size());
+}
+
+std::string Statement::argument(size_t number) const {
+    std::string_view rest = arguments;
+    auto word = nextWord(rest);
+    for (; number > 0 && word; --number) {
+        word = nextWord(rest);
+    }
+    return word ? word->value() : std::string();
+}
+
+Statements::Statements(std::string_view text) {
+    Sections sections(all_);
+    for (size_t line = 0; !text.empty();) {
+        const std::string_view written = logicalLine(text);
+        Statement statement = read(withoutReturn(written));
+        const auto more = static_cast<size_t>(std::count(written.begin(), written.end(), '\n'));
+        statement.lines = {line, line + more + 1};
+        line = statement.lines.end;
+        sections.take(statement);
+        all_.push_back(statement);
+        text.remove_prefix(std::min(written.size() + 1, text.size()));
+    }
+}
+
+bool isCondition(std::string_view section) {
+    static constexpr std::string_view names[] = {"IfModule",    "IfDefine",  "IfVersion",
+                                                 "IfDirective", "IfSection", "IfFile"};
+    return std::any_of(std::begin(names), std::end(names),
+                       [section](std::string_view name) { return equalIgnoringCase(section, name); });
+}
+
+}  // namespace zpweb

@@ -1,0 +1,52 @@
+// A text as the statements that the server reads: one directive, section tag, comment or empty line each,
+// with the lines that it stands on.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "text/Lines.h"
+#include "text/Words.h"
+
+namespace zpweb {
+
+inline constexpr size_t None = static_cast<size_t>(-1);
+
+struct Statement {
+    enum class Kind : char { Empty, Comment, Directive, Opens, Closes };
+
+    Kind kind = Kind::Empty;
+    Range lines{0, 0};  // in the text
+    std::string_view
+        written;            // from its first line's first character to its last one's, without the line end
+    std::string_view name;  // of the directive or, without "<" and "</", of the section
+    std::string_view arguments;  // as written; of an opening tag without its ">"
+    size_t section = None;       // the statement that opens the section around it
+    size_t scope = None;         // the same, with conditions passed over
+    size_t end = None;           // of one that opens a section: the statement that closes it
+
+    bool is(std::string_view keyword) const;
+    bool opens(std::string_view section) const;
+    std::string_view indentation() const;
+    std::vector<Word> words() const { return wordsOf(arguments); }
+    std::string argument(size_t number) const;  // without quotes; empty when there are fewer
+};
+
+class Statements {
+public:
+    explicit Statements(std::string_view text);
+
+    size_t size() const { return all_.size(); }
+    const Statement& operator[](size_t i) const { return all_[i]; }
+    auto begin() const { return all_.begin(); }
+    auto end() const { return all_.end(); }
+
+private:
+    std::vector<Statement> all_;
+};
+
+// <IfModule>, <IfDefine> and the like: what stands in them belongs to the section around them.
+bool isCondition(std::string_view section);
+
+}  // namespace zpweb

@@ -1,0 +1,104 @@
+#include "text/Values.h"
+
+#include <algorithm>
+
+#include "conf/Text.h"
+#include "text/Words.h"
+
+namespace zpweb {
+
+namespace {
+
+// A word whose value is what is written; empty when it takes more to tell.
+std::string_view simpleWord(std::string_view text) {
+    size_t begin = 0;
+    while (begin < text.size() && (text[begin] == ' ' || text[begin] == '\t')) {
+        ++begin;
+    }
+    text.remove_prefix(begin);
+    const bool quoted = text.starts_with('"');
+    for (size_t i = quoted ? 1 : 0; i < text.size(); ++i) {
+        const char c = text[i];
+        if (quoted ? c == '"' : zp::conf::isSpace(c)) {
+            return text.substr(quoted ? 1 : 0, i - (quoted ? 1 : 0));
+        }
+        if (c == '\\' || c == '$' || c == '\n' || c == '"' || c == '\'') {
+            return {};
+        }
+    }
+    return quoted ? std::string_view() : text;
+}
+
+}  // namespace
+
+std::string_view Values::first(std::string_view arguments) {
+    if (const std::string_view simple = simpleWord(arguments); !simple.empty()) {
+        return simple;
+    }
+    const auto word = nextWord(arguments);
+    return word ? plain(keep(word->value())) : std::string_view();
+}
+
+std::string_view Values::plain(std::string_view text) {
+    return zp::conf::contains(text, "${") ? keep(resolved(text, defines_)) : text;
+}
+
+void Values::define(std::string_view arguments) {
+    if (const auto name = nextWord(arguments)) {
+        const auto value = nextWord(arguments);
+        defines_[name->value()] = value ? resolved(value->value(), defines_) : std::string();
+    }
+}
+
+std::string resolved(std::string_view text, const Defines& defines) {
+    std::string made;
+    for (size_t at = 0; at < text.size();) {
+        const size_t begin = std::min(text.find("${", at), text.size());
+        made += text.substr(at, begin - at);
+        const size_t end = std::min(text.find('}', begin), text.size());
+        const std::string_view variable = text.substr(begin, end - begin + 1);
+        const auto known =
+            end == text.size() ? defines.end() : defines.find(variable.substr(2, variable.size() - 3));
+        made += known == defines.end() ? variable : std::string_view(known->second);
+        at = begin + variable.size();
+    }
+    return made;
+}
+
+std::string_view hostOf(std::string_view name) {
+    if (const size_t scheme = name.find("://"); scheme != name.npos) {
+        name.remove_prefix(scheme + 3);
+    }
+    const size_t colon = name.find(':');
+    return colon != name.npos && !name.starts_with('[') ? name.substr(0, colon) : name;
+}
+
+bool isServerName(std::string_view name) {
+    return !name.empty() && std::all_of(name.begin(), name.end(), [](char c) {
+        return zp::conf::isLetter(c) || (c >= '0' && c <= '9') || zp::conf::contains(".-_*[]:", {&c, 1}) ||
+               static_cast<unsigned char>(c) >= 0x80;
+    });
+}
+
+std::string_view unquoted(std::string_view argument) {
+    argument = zp::conf::trimEnd(argument);
+    if (!argument.empty() && argument.front() == '"') {
+        return argument.substr(1, argument.find('"', 1) - 1);
+    }
+    return argument;
+}
+
+std::string bareAddress(std::string_view address) {
+    if (!address.empty() && address.front() == '[') {
+        return std::string(address.substr(1, address.rfind(']') - 1));
+    }
+    return std::string(zp::conf::upTo(address, ": >"));
+}
+
+std::string_view portOf(std::string_view address) {
+    const size_t behindBrackets = address.starts_with('[') ? address.find(']') : 0;
+    const size_t colon = address.find(':', std::min(behindBrackets, address.size()));
+    return colon == address.npos ? std::string_view() : address.substr(colon + 1);
+}
+
+}  // namespace zpweb

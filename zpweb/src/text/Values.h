@@ -1,0 +1,30 @@
+// Values of directives in a plain form. The views are of the text, or of texts that are kept beside it.
+#pragma once
+
+#include <deque>
+#include <string>
+#include <string_view>
+
+#include "text/Sites.h"
+
+namespace zpweb {
+
+// The values of one text.
+class Values {
+public:
+    Values(Defines& defines, std::deque<std::string>& texts) : defines_(defines), texts_(texts) {}
+
+    // The first word, without quotes, with what is defined put in.
+    std::string_view first(std::string_view arguments);
+    // The same for all of the text.
+    std::string_view plain(std::string_view text);
+    void define(std::string_view arguments);
+
+private:
+    std::string_view keep(std::string text) { return texts_.emplace_back(std::move(text)); }
+
+    Defines& defines_;
+    std::deque<std::string>& texts_;
+};
+
+}  // namespace zpweb
