@@ -23,7 +23,7 @@ namespace {
 
 void runInShell(const std::vector<std::string>& words) {
     std::cout.flush();  // what the library printed comes before what the command prints
-    static_cast<void>(std::system(commandLine(words).c_str()));
+    [[maybe_unused]] const int status = std::system(commandLine(words).c_str());
 }
 
 bool runUnseenInShell(const std::string& command) {
