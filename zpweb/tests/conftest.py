@@ -15,6 +15,7 @@ from pathlib import Path
 import pytest
 
 ZPWEB = os.environ.get("ZPWEB", str(Path(__file__).parents[2] / "build/release/zpweb/zpweb"))
+ZPFAULT = os.environ.get("ZPFAULT", str(Path(ZPWEB).parents[1] / "faults/zpfault"))
 MODULES = ("mpm_event authz_core authz_host authz_user authn_core authn_file auth_basic access_compat alias "
            "dir env mime cgid rewrite setenvif unixd log_config")
 OWNER = "anna"
@@ -46,7 +47,7 @@ class Answer:
 
 class Machine:
     """A configuration of its own in a folder of its own."""
-    words = []  # with which the runs of all machines began
+    words = []  # with which the runs of all machines began that did what they were asked
 
     def __init__(self, root: Path):
         self.root = root
@@ -84,9 +85,10 @@ IncludeOptional included/*.conf
 """)
 
     def run(self, *words, input="", conf=True, **options):
-        self.words.append(" ".join(map(str, words[:2])))
         command = [ZPWEB, *(["--conf", str(self.conf)] if conf else []), *map(str, words)]
-        return Answer(subprocess.run(command, input=input, capture_output=True, text=True, timeout=120, **options))
+        answer = Answer(subprocess.run(command, input=input, capture_output=True, text=True, timeout=120, **options))
+        self.words += [" ".join(map(str, words[:2]))] if answer.status == 0 else []
+        return answer
 
     def do(self, *words, **options):
         answer = self.run(*words, **options)
@@ -148,6 +150,13 @@ IncludeOptional included/*.conf
         os.chmod(page, mode)
         for folder in (self.sites, self.sites / name):
             os.chmod(folder, 0o755)
+
+
+def give(path):
+    """Hands the path and all below it to the owner of the sites, links themselves and not what they lead to."""
+    account = pwd.getpwnam(OWNER)
+    for found in [path, *path.rglob("*")]:
+        os.chown(found, account.pw_uid, account.pw_gid, follow_symlinks=False)
 
 
 def free_port():

@@ -278,7 +278,10 @@ def test_apply_is_one_change(live):
     lines.append({"command": "host add", "arguments": ["s1.example", "more.example"]})
     answer = live.do("apply", "-", "--json", input="\n".join(map(json.dumps, lines)))
     assert answer.json["changed"] and answer.json["commands"] == 4
-    assert [live.get(f"s{i}.example")[0] for i in range(3)] != [0, 0, 0]
+    for i in range(3):
+        live.publish(f"s{i}.example", f"site {i}")
+    assert [live.get(f"s{i}.example") for i in range(3)] == [(200, f"site {i}") for i in range(3)]
+    assert len(live.do("history", "--json").json["changes"]) == 2, "one for the site of before, one for all of these"
     before = live.tree()
     lines = [{"command": "site stop", "arguments": ["s1.example"]}, {"command": "site stop", "arguments": ["s9.example"]}]
     answer = live.run("apply", "-", input="\n".join(map(json.dumps, lines)))

@@ -308,9 +308,14 @@ AuthUserFile /nowhere/users
 
 
 def test_the_fields_are_the_documented_ones(site):
+    # Named in the same row, but values of a field, another command's, or there only in other cases.
+    absent = {"site list": {"running", "stopped", "suspended", "duplicate", "unreachable", "flag", "readable"},
+              "protect add": {"edit"}, "server info": {"owner"}, "doctor": {"finding", "place", "detail"},
+              "history": {"yes", "no", "undone", "undoes", "login", "message"}}
     common = {"schema", "command", "status", "changed"}
     folder = str(site.root / "www")
     site.do("vdir", "create", "shop.example", folder, "--no-check")
+    site.do("site", "set", "shop.example", "--alias", "/x=/tmp", "--no-check")
     checked = set()
     for line in (PROJECT / "docs/zpweb.md").read_text().splitlines():
         cells = [cell.strip() for cell in line.strip("|").split("|")]
@@ -328,9 +333,9 @@ def test_the_fields_are_the_documented_ones(site):
             if len(cells) == 2 and command in arguments:
                 answer = site.run(*command.split(), *arguments[command], "--json", input="" if command == "apply" else "word\n")
                 named = set(re.findall(r"`(\w+)`", cells[1]))
-                assert answer.status == 0 and set(answer.json) - common <= named, (command, set(answer.json) - named, answer)
                 rows = [row for field in answer.json.values() if isinstance(field, list) for row in field if isinstance(row, dict)]
-                assert set().union(*rows) <= named
+                shown = (set(answer.json) - common).union(*rows)
+                assert answer.status == 0 and shown ^ named == absent.get(command, set()), (command, shown ^ named, answer)
                 checked.add(command)
     assert checked == set(arguments)
 

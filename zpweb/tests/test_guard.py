@@ -1,0 +1,111 @@
+"""Guards that nobody sees until they are gone: each of these once stood between root and a loss."""
+import os
+import re
+import shutil
+import signal
+import subprocess
+import time
+from pathlib import Path
+
+import pytest
+
+from conftest import OWNER
+
+FAST = ("--no-check", "--no-reload")
+
+
+def path_with(folder, **programs):
+    """An environment in which these programs are shell scripts."""
+    folder.mkdir(exist_ok=True)
+    for name, text in programs.items():
+        (folder / name).write_text(f"#!/bin/sh\n{text}\n")
+        (folder / name).chmod(0o755)
+    return {**os.environ, "PATH": f"{folder}:{os.environ['PATH']}"}
+
+
+@pytest.mark.parametrize("name, home, told", [
+    ("b.example", "{sites}/shop.example", "no home of its own"),  # carries another site's name
+    ("shop.example", "{sites}/used/shop.example", "is used by site"),  # holds another site's document root
+    ("shop.example", "/shop.example", "no home of its own"),  # directly below the root
+])
+def test_a_home_that_is_not_the_sites_own_is_never_removed(site, name, home, told):
+    home = Path(home.format(sites=site.sites))
+    text = site.text().split("\n<VirtualHost")[0]
+    for block, root in ((name, home / "www"), ("neighbour.example", home / "www/inner")):
+        text += (f"\n<VirtualHost 127.0.0.1:{site.port}>\nServerName {block}\nDocumentRoot {root}\n"
+                 f"<Directory {home if block == name else root}>\n</Directory>\n</VirtualHost>\n")
+    site.conf.write_text(text)
+    if home.parent != Path("/"):
+        (home / "www/inner").mkdir(parents=True, exist_ok=True)
+    answer = site.run("site", "delete", name, "--remove-folders", *FAST)
+    assert answer.status == 1 and told in answer.err and site.text() == text, answer
+    assert home.parent == Path("/") or (home / "www/inner").exists()
+
+
+def test_a_link_in_a_directory_that_a_group_can_write_is_not_followed(site):
+    shared, prey = site.root / "shared", site.root / "prey"
+    shared.mkdir()
+    prey.mkdir()
+    (shared / "link").symlink_to(prey)
+    shutil.chown(shared, "root", OWNER)
+    os.chmod(shared, 0o775)
+    answer = site.run("protect", "add", shared / "link", "joe", *FAST, input="word\n")
+    assert answer.status == 1 and "symbolic link" in answer.err and not list(prey.iterdir()), answer
+
+
+def test_a_stale_pid_file_gets_nobody_signalled(live):
+    live.stop()
+    other = subprocess.Popen(["sleep", "60"])
+    try:
+        (live.root / "run/httpd.pid").write_text(f"{other.pid}\n")
+        live.do("host", "add", "shop.example", "more.example", "--no-check")
+        time.sleep(0.1)
+        assert other.poll() is None
+        live.run("server", "reload")
+        time.sleep(0.1)
+        assert other.poll() is None
+    finally:
+        other.send_signal(signal.SIGKILL)
+        other.wait()
+        (live.root / "run/httpd.pid").unlink()
+
+
+@pytest.mark.parametrize("server", ["exit 127", "kill -9 $$", "kill -SEGV $$"])
+def test_a_check_that_could_not_be_run_has_not_passed(site, server):
+    before = site.text()
+    environment = path_with(site.root / "run/bin", apachectl=server, apache2=server, httpd=server, apache2ctl=server)
+    answer = site.run("host", "add", "shop.example", "more.example", env=environment)
+    assert answer.status in (1, 3) and site.text() == before and not site.strays(), answer
+
+
+def test_a_checkpoint_has_a_number_of_its_own(site):
+    for words in (["site", "stop", "shop.example"], ["undo"], ["host", "add", "shop.example", "more.example"]):
+        site.do(*words, *FAST)
+    numbers = [change["checkpoint"] for change in site.do("history", "--json").json["changes"] if change["checkpoint"]]
+    assert len(numbers) == len(set(numbers)), numbers
+
+
+def test_a_damaged_checkpoint_is_not_put_back(site):
+    site.do("host", "add", "shop.example", "more.example", *FAST)
+    kept = max((site.root / ".zpweb/checkpoints").iterdir()) / "0"
+    text = site.text()
+    kept.write_bytes(kept.read_bytes().replace(b"Listen", b"listen"))
+    answer = site.run("undo", *FAST)
+    assert answer.status == 1 and site.text() == text, answer
+
+
+def test_control_characters_of_a_name_are_shown_escaped(site):
+    site.conf.write_text(site.text() + f"<VirtualHost 127.0.0.1:{site.port}>\nServerName a\x1b[2Jb.example\nDocumentRoot /x\x07\x7f\n</VirtualHost>\n")
+    for words in (["site", "list"], ["site", "show", "a\x1b[2Jb.example"], ["doctor"], ["host", "add", "shop.example", "c.example", "--diff"],
+                  ["site", "status", "a\x1b[2Jb.example"]):
+        answer = site.run(*words, *(FAST if words[0] == "host" else ()))
+        assert not re.search(r"[\x00-\x08\x0b-\x1f\x7f]", answer.out + answer.err), (words, answer)
+
+
+def test_the_log_names_the_login_and_what_the_files_were(site):
+    site.do("host", "add", "shop.example", "more.example", *FAST, env={**os.environ, "SUDO_USER": "carla"})
+    site.do("host", "remove", "shop.example", "more.example", *FAST)
+    first, last = site.do("history", "--json").json["changes"][-2:]
+    (before,), (after,) = first["files"], last["files"]
+    assert (first["user"], first["login"], before["file"]) == ("root", "carla", str(site.conf)) and "login" not in last
+    assert before["after"] == after["before"] != after["after"] == before["before"]
