@@ -8,6 +8,7 @@
 
 #include "support/Editing.h"
 #include "support/FakeTools.h"
+#include "support/FileCase.h"
 #include "support/Files.h"
 #include "support/Sandbox.h"
 #include "support/Sites.h"
