@@ -199,6 +199,40 @@ def test_undo_goes_back_step_by_step_and_not_over_somebodys_edits(machine):
     assert machine.text().endswith("# mine\n")
 
 
+def test_undo_keeps_what_somebody_has_changed_elsewhere(machine):
+    with_site(machine)
+    before = machine.text()
+    machine.do("host", "add", "kept.example", "more.example")
+    machine.conf.write_text("# above\n" + machine.text().replace("Listen ", "# beside\nListen "))
+    answer = machine.do("undo", "--json")
+    assert machine.text() == "# above\n" + before.replace("Listen ", "# beside\nListen ")
+    assert "taking back checkpoint 1 of " in answer.err and str(machine.conf) in answer.err
+    assert answer.err.index("taking back") < answer.err.index("those lines stay") and answer.json["left"] == []
+
+
+def test_undo_tells_what_it_leaves(machine):
+    assert machine.create("shop.example").status == 0
+    (machine.sites / "shop.example/www/html/index.html").write_text("mine")
+    left = machine.do("undo", "--json").json["left"]
+    assert [path[len(str(machine.sites)):] for path in left] == ["/shop.example", "/shop.example/www", "/shop.example/www/html"]
+
+
+def test_ensure_counts_what_is_so_already_as_done(site):
+    folder = site.root / "www"
+    create = ["site", "create", "shop.example", "--address", "127.0.0.1", "--owner", OWNER, "--path", site.sites]
+    for words, otherwise in (
+            (create, 7), (["vdir", "create", "shop.example", folder], 7), (["user", "add", "shop.example", "joe"], 7),
+            (["user", "delete", "shop.example", "joe"], 6), (["user", "delete", "shop.example", "--all"], 6),
+            (["protect", "remove", folder, "joe"], 6), (["vdir", "delete", "shop.example", folder], 6),
+            (["folder", "delete", "shop.example", folder], 6),
+            (["param", "delete", site.root / "none", "a", "b"], 6), (["site", "delete", "shop.example"], 6)):
+        site.run(*words, "--no-check", input="word\n")
+        assert site.run(*words, "--no-check", input="word\n").status == otherwise, words
+        answer = site.do(*words, "--no-check", "--ensure", "--json", input="word\n")
+        assert answer.json["changed"] is False, words
+    assert site.run("host", "remove", "none.example", "a.example", "--ensure").status == 6
+
+
 def test_undo_of_a_creation_removes_the_folders_that_are_empty(machine):
     before = machine.tree()
     assert machine.create("shop.example").status == 0
@@ -309,6 +343,8 @@ def test_the_commands_of_one_change_see_what_those_before_them_do(site):
         return site.run("apply", "-", input="\n".join(map(json.dumps, [*lines, *last])))
 
     assert apply({"command": "site stop", "arguments": ["none.example"]}).status == 6
+    unknown = apply({"command": "site stop", "argument": ["shop.example"]})
+    assert unknown.status == 2 and 'unknown key "argument"; did you mean "arguments"?' in unknown.err
     alone = apply({"command": "undo"})
     assert alone.status == 2 and "undo" in alone.err and "run of its own" in alone.err
     assert {p: v for p, v in site.tree().items() if ".zpweb" not in p} == {

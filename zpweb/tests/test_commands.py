@@ -340,6 +340,17 @@ def test_the_fields_are_the_documented_ones(site):
     assert checked == set(arguments)
 
 
+def test_a_history_that_cannot_be_read_is_an_error(site):
+    log = site.root / ".zpweb/audit.log"
+    log.write_text("{ cut\n" + log.read_text())
+    answer = site.do("history", "--json")
+    assert len(answer.json["changes"]) == 1 and f"{log}:1: " in answer.err
+    log.unlink()
+    assert site.do("history", "--json").json["changes"] == []
+    log.mkdir()
+    assert site.run("history").status == 1
+
+
 def test_json_has_its_schema_and_errors_are_on_standard_error(site):
     answer = site.run("site", "status", "none.example", "--json")
     assert answer.json["schema"] == 1 and answer.json["status"] == "not found" and answer.json["changed"] is False
@@ -347,7 +358,7 @@ def test_json_has_its_schema_and_errors_are_on_standard_error(site):
     assert site.do("site", "stop", "shop.example", "--quiet").out == ""
 
 
-def test_manual_and_completion_come_from_the_table(site):
+def test_the_manual_comes_from_the_table():
     commands = {line.split("\t")[1] for line in
                 subprocess.run([ZPWEB, "operations"], capture_output=True, text=True).stdout.splitlines()}
     manual = subprocess.run([ZPWEB, "manual"], capture_output=True, text=True).stdout
@@ -355,20 +366,9 @@ def test_manual_and_completion_come_from_the_table(site):
     rendered = subprocess.run(["man", "-l", "--warnings", "-"], input=manual, capture_output=True, text=True)
     if rendered.returncode != 127:
         assert not rendered.stderr.strip(), rendered.stderr
-    script = site.root / "www/completion"
-    script.write_text(subprocess.run([ZPWEB, "completion"], capture_output=True, text=True).stdout)
-
-    def offered(*words):
-        line = " ".join(f"'{w}'" for w in words)
-        done = subprocess.run(["bash", "-c", f"PATH={os.path.dirname(ZPWEB)}:$PATH; . {script}; COMP_WORDS=({line}); "
-                               f"COMP_CWORD={len(words) - 1}; _zpweb; printf '%s\\n' \"${{COMPREPLY[@]}}\""],
-                              capture_output=True, text=True, check=True)
-        return done.stdout.split()
-
-    assert "site" in offered("zpweb", "si") and "create" in offered("zpweb", "site", "")
-    assert offered("zpweb", "--conf", str(site.conf), "site", "stop", "sh") == ["shop.example"]
-    assert offered("zpweb", "site", "create", "--m") == ["--mode"]
-    assert offered("zpweb", "site", "create", "x.example", "--mode", "o") == ["own"]
+    documented = re.findall(r"^\| (\d) \| ([a-z ]+) \|(.*)\|$", (PROJECT / "docs/zpweb.md").read_text(), re.M)
+    told = re.findall(r"^\.TP\n(\d)\n([a-z ]+)(?:: )?(.*)\.$", manual.split(".SH EXIT STATUS")[1].replace("\\-", "-"), re.M)
+    assert len(told) == 9 and told == [(number, name, text.strip().replace("`", "")) for number, name, text in documented]
 
 
 def test_every_command_has_been_run_by_now(site, request):

@@ -1,5 +1,16 @@
 """What is refused before anything is read."""
+import fcntl
+import os
+import pty
+import re
+import shlex
+import subprocess
+import threading
+import unicodedata
+
 import pytest
+
+from conftest import ZPWEB
 
 LONG = "a" * 64 + ".example"
 
@@ -42,9 +53,12 @@ def test_a_wrong_value_is_named_in_one_line_before_anything_is_read(machine, wor
 
 
 @pytest.mark.parametrize("words, told", [
-    ([], "subcommand"), (["site"], "subcommand"), (["sight"], '"sight"'), (["site", "nonsense", "x"], '"site nonsense"'),
-    (["site", "create"], "NAME"), (["site", "status", "--what"], '"--what"'), (["--json", "site", "status", "-a.example"], '"-a.example"'),
-    (["site", "status", "--", "-a.example"], "host name")])
+    ([], "a command is missing"), (["site"], "site: a command is missing: create,"),
+    (["sight"], 'unknown command "sight"'), (["site", "nonsense", "x"], '"site nonsense"; expected one of: create,'),
+    (["hots", "add"], '"hots"; did you mean "host"?'), (["site", "lits"], 'did you mean "site list"?'),
+    (["site", "create"], "NAME"), (["site", "status", "--what"], 'unknown option "--what" of site status'),
+    (["site", "list", "--jsno"], 'did you mean "--json"?'), (["--json", "site", "status", "-a.example"], '"-a.example"'),
+    (["site", "status", "--", "-a.example"], "host name"), (["help", "sites"], '"sites"')])
 def test_a_wrong_command_line_is_a_usage_error(machine, words, told):
     answer = machine.run(*words, conf=False)
     assert answer.status == 2 and told in answer.err and len(answer.err.splitlines()) == 1, answer
@@ -70,3 +84,110 @@ def test_a_password_never_comes_from_the_command_line_and_is_never_shown(site, t
         assert "s3cret-word" not in answer.out + answer.err
     assert "s3cret-word" not in (site.root / ".zpweb/audit.log").read_text()
     assert site.run("user", "add", "shop.example", "x", "password").status == 2
+
+
+def test_help_tells_about_every_command_and_its_examples_are_command_lines(machine):
+    overview = machine.do("help", conf=False).out
+    commands = re.findall(r"^  ([a-z-]+(?: [a-z-]+)?)  ", overview.split("About this program")[0], re.M)
+    panel = re.findall(r"^  ([a-z-]+(?: [a-z-]+)?)  ", overview.split("panel alone:")[1], re.M)
+    assert len(commands) > 50 and {"site pause", "suphp on", "rails off", "limits on"} <= set(panel)
+    assert overview.index("Exit status") < overview.index("panel alone") and machine.do("-V", conf=False).out.startswith("zpweb ")
+    for command in commands + panel:
+        page = machine.do("help", *command.split(), conf=False).out
+        assert page == machine.do(*command.split(), "--help", conf=False).out and max(map(len, page.splitlines())) < 100
+        examples = page.split("Examples:\n")[1].split("\n\n")[0].splitlines()
+        assert examples, command
+        for example in examples:
+            answer = machine.run(*shlex.split(example)[1:], "--dry-run", "--conf", "/none", conf=False,
+                                 input="" if command == "apply" else "word\n")
+            assert example.startswith(f"  zpweb {command}") and answer.status not in (0, 2), (example, answer)
+
+
+def test_output_that_cannot_be_written_is_an_error(site):
+    for words in (["site", "list"], ["site", "list", "--json"], ["help"], ["manual"], ["site", "stop", "shop.example"]):
+        with open("/dev/full", "w") as full:
+            done = subprocess.run([ZPWEB, "--conf", site.conf, *words], stdout=full, stderr=subprocess.PIPE, text=True)
+        assert done.returncode == 1 and "standard output: No space left" in done.stderr, words
+    assert "the change is made" in done.stderr and "stopped" in site.do("site", "status", "shop.example").out
+
+
+EVIL = "\x1b]0;x\x07\x1b[2Jshop \x9b31m \u202e\u200b \x7f"
+
+
+@pytest.mark.parametrize("json", [[], ["--json"]])
+def test_what_an_owner_wrote_cannot_steer_the_terminal(site, json):
+    site.conf.write_text(site.text() + f"# {EVIL}\n<VirtualHost *:80>\nServerName a{EVIL}.example\nDocumentRoot /x{EVIL}\n</VirtualHost>\n")
+    (site.root / "www" / ".htaccess").write_text(EVIL)
+    shown = ""
+    for words in (["site", "list"], ["site", "show", f"a{EVIL}.example"], ["doctor"], ["directive", "get", f"x{EVIL}"],
+                  ["host", "add", "shop.example", "more.example", "--diff", "--verbose", "--no-check"],
+                  ["site", "stop", "shop.example", "--diff", "--no-check"],
+                  ["param", "test", site.root / "www/.htaccess", "x", "y"]):
+        answer = site.run(*words, *json)
+        shown += answer.out + answer.err
+    assert not [c for c in shown if unicodedata.category(c) in ("Cc", "Cf") and c not in "\n\t"], repr(shown)
+    assert ("\\u001b" if json else "\\x1b") in shown
+
+
+def test_a_password_that_the_shell_needs_quoted_is_masked_too(site):
+    folder = site.root / "www"
+    for secret in ("it's $HOME", "plain-word", "a b"):
+        answer = site.do("protect", "add", folder, "joe", "--verbose", "--diff", "--no-check", input=secret + "\n")
+        assert not [part for part in (secret, secret.replace("'", "'\\''")) if part in answer.out + answer.err], answer
+
+
+def on_terminal(words, **environment):
+    """What a run writes to a terminal."""
+    main, end = pty.openpty()
+    run = subprocess.Popen([ZPWEB, *map(str, words)], stdout=end, stderr=end, stdin=end,
+                           env={**os.environ, "TERM": "xterm", **environment})
+    os.close(end)
+    text = b""
+    while True:
+        try:
+            text += os.read(main, 4096)
+        except OSError:
+            break
+    os.close(main)
+    assert run.wait(30) == 0
+    return text.decode()
+
+
+def test_a_terminal_gets_colours_and_progress_as_it_can_show_them(site):
+    change = ["--conf", site.conf, "site", "stop", "shop.example", "--dry-run", "--diff", "--no-check"]
+    assert "\x1b[31m" in on_terminal(change)
+    for plain in ({"TERM": "dumb"}, {"NO_COLOR": "1"}):
+        assert "\x1b" not in on_terminal(change, **plain)
+    for kind, told in (("xterm", "(1 s)\r\x1b[K"), ("dumb", "(1 s)\r\n")):
+        with (site.root / ".zpweb/lock").open() as lock:
+            fcntl.flock(lock, fcntl.LOCK_EX)
+            threading.Timer(1.6, lambda: fcntl.flock(lock, fcntl.LOCK_UN)).start()
+            shown = on_terminal(change, TERM=kind)
+            assert told in shown and ("\x1b" in shown) == (kind == "xterm"), repr(shown)
+
+
+COMPLETED = [
+    (["si"], {"site"}), (["site", ""], {"create", "stop"}), (["site", "stop", "sh"], {"shop.example"}),
+    (["site", "create", "--m"], {"--mode"}), (["site", "create", "x.example", "--mode", "o"], {"own"}),
+    (["site", "create", "x.example", "--mode", "=", "o"], {"own"}), (["site", "create", "x.example", "--mode", "="], {"own", "plain", "shared"}),
+    (["host", "add", ""], {"shop.example"}), (["host", "add", "shop.example", ""], set()),
+    (["directive", "get", "Timeout", "--site", ""], {"shop.example"}), (["site", "stop", "--dry-run", ""], {"shop.example"}),
+    (["help", "ho"], {"host"}), (["help", "host", ""], {"add", "remove"}), (["nonsense", ""], set())]
+
+
+def test_completion_knows_its_place_and_evaluates_nothing(site):
+    trap = site.root / "www/trap"
+    evil = [f"$(touch {trap})", f"`touch {trap}`", f"x;touch {trap}", "\x1b[2J", "a'b", "$HOME"]
+    site.conf.write_text(site.text() + "".join(
+        f"{mark}<VirtualHost *:80>\n{mark}ServerName {name}\n{mark}</VirtualHost>\n" for name in evil for mark in ("", "#")))
+    script = site.root / "www/completion"
+    script.write_text(site.do("completion", conf=False).out)
+    for words, offered in COMPLETED:
+        words = ["zpweb", "--conf", str(site.conf), *words]
+        line = " ".join(map(shlex.quote, words))
+        done = subprocess.run(
+            ["bash", "-uc", f"PATH={os.path.dirname(ZPWEB)}:$PATH; . {script}; COMP_WORDS=({line}); COMP_CWORD={len(words) - 1}; "
+             "_zpweb; printf '%s\\n' \"${COMPREPLY[@]}\""], capture_output=True, text=True)
+        got = set(done.stdout.split())
+        assert offered <= got and (got == offered or words[-2:] == ["site", ""]), (words, got, done.stderr)
+    assert not trap.exists()

@@ -16,7 +16,7 @@ Outcome Transaction::begin() {
         return main.outcome();
     }
     state_.emplace(*main);
-    server_.emplace(*main, [this] { output_.stillWorking(); });
+    server_.emplace(*main, std::function<void()>());
     for (const std::string& folder : {folderOf(*main), state_->folder}) {
         leaveTimeOf(folder);
     }

@@ -3,13 +3,24 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <iostream>
+#include <sstream>
 
+#include "cli/Help.h"
+#include "input/Nearest.h"
 #include "input/Quoted.h"
 #include "sys/Number.h"
 
 namespace zpweb {
 
 namespace {
+
+std::string joined(const std::vector<std::string>& words) {
+    std::string text;
+    for (const std::string& word : words) {
+        text += (text.empty() ? "" : " ") + word;
+    }
+    return text;
+}
 
 // The command line as CLI11 sees it, built from the table.
 class Parser {
@@ -18,10 +29,9 @@ public:
         : line_(line), app_("Websites of an Apache HTTP Server: safe by default.", "zpweb") {
         app_.require_subcommand(1);
         app_.fallthrough();
-        app_.set_version_flag("--version", std::string("zpweb ") + ZPWEB_VERSION);
-        app_.footer(
-            "Exit status: 0 done, 1 error, 2 usage, 3 refused by the server's check, 4 rolled back "
-            "after a reload,\n5 locked, 6 not found, 7 exists, 8 would change. See zpweb(1).");
+        app_.set_version_flag("-V,--version", std::string("zpweb ") + ZPWEB_VERSION);
+        app_.formatter_fn(
+            [](const CLI::App* about, const std::string&, CLI::AppFormatMode) { return helpOf(about); });
         for (const Parameter& option : commonOptions()) {
             add(app_, option, line_.common);
         }
@@ -30,6 +40,10 @@ public:
         }
         for (const Document& each : documents()) {
             CLI::App* sub = app_.add_subcommand(each.name, each.summary);
+            if (each.name == "help") {
+                sub->add_option_function<std::vector<std::string>>(
+                    "WORDS", [this](const std::vector<std::string>& words) { line_.help = joined(words); });
+            }
             sub->callback([this, &each] { line_.document = &each; });
         }
     }
@@ -37,6 +51,15 @@ public:
     CLI::App& app() { return app_; }
 
 private:
+    static std::string helpOf(const CLI::App* about) {
+        std::string words;
+        for (; about->get_parent() != nullptr; about = about->get_parent()) {
+            words = about->get_name() + (words.empty() ? "" : " ") + words;
+        }
+        std::ostringstream text;
+        return printHelp(text, words) || printHelp(text, "") ? text.str() : "";
+    }
+
     static void add(CLI::App& app, const Parameter& parameter, Values& values) {
         const std::string name(parameter.name);
         CLI::Option* option = nullptr;
@@ -84,34 +107,68 @@ private:
     CLI::App app_;
 };
 
-bool beginsCommand(const std::string& text) {
-    const auto begins = [&](std::string_view known) {
-        return (std::string(known) + " ").starts_with(text + " ");
-    };
-    return std::any_of(commandTable().begin(), commandTable().end(),
-                       [&](const Command& command) { return begins(command.words); }) ||
-           std::any_of(documents().begin(), documents().end(),
-                       [&](const Document& document) { return begins(document.name); });
+// The question whether a command that is like this one was meant.
+std::string likeCommand(const std::string& text) {
+    Nearest nearest(text);
+    for (const Command& each : commandTable()) {
+        nearest.consider(each.words);
+        nearest.consider(each.words.substr(0, each.words.find(' ')));
+    }
+    for (const Document& each : documents()) {
+        nearest.consider(each.name);
+    }
+    return nearest.question();
 }
 
-// What is wrong with a command line whose first words begin no command; empty when they do.
+// The words that may follow those of a command so far, in one text.
+std::string followersOf(const std::string& text) {
+    std::string words;
+    for (const Command& each : commandTable()) {
+        if (each.words.starts_with(text + " ")) {
+            words += (words.empty() ? "" : ", ") + std::string(each.words.substr(text.size() + 1));
+        }
+    }
+    return words;
+}
+
+bool isDocument(const std::string& text) {
+    return std::any_of(documents().begin(), documents().end(),
+                       [&](const Document& each) { return each.name == text; });
+}
+
+// What is wrong with the words of a command; empty when they are one, or an option stands before that is
+// seen.
 std::string unknownCommand(const std::vector<std::string>& words) {
     std::string text;
     for (const std::string& word : words) {
+        const std::string followers = followersOf(text);
         text += (text.empty() ? "" : " ") + word;
-        if (word.starts_with('-') || findCommand(text) != nullptr) {
+        if (word.starts_with('-') || findCommand(text) != nullptr || isDocument(text)) {
             return {};
         }
-        if (!beginsCommand(text)) {
-            return "no command " + inQuotes(text);
+        if (followersOf(text).empty()) {
+            const std::string question = likeCommand(text);
+            return "unknown command " + inQuotes(text) + question +
+                   (question.empty() && !followers.empty() ? "; expected one of: " + followers : "");
         }
     }
-    return {};
+    return text.empty() ? "a command is missing" : text + ": a command is missing: " + followersOf(text);
 }
 
 bool isOption(const std::string& name, const std::vector<Parameter>& parameters) {
     return std::any_of(parameters.begin(), parameters.end(),
                        [&](const Parameter& parameter) { return parameter.name == name; });
+}
+
+std::string likeOption(const std::string& name, const Command* command) {
+    Nearest nearest(name);
+    for (const Parameter& each : commonOptions()) {
+        nearest.consider(each.name);
+    }
+    for (const Parameter& each : command == nullptr ? std::vector<Parameter>() : command->parameters) {
+        nearest.consider(each.name);
+    }
+    return nearest.question();
 }
 
 // The first word that looks like an option and is none of the command's; empty when there is none.
@@ -126,8 +183,9 @@ std::string unknownOption(const std::vector<std::string>& words) {
         const std::string name = word.substr(0, word.find('='));
         if (word.starts_with('-') && word != "-" && !isOption(name, commonOptions()) &&
             (command == nullptr || !isOption(name, command->parameters))) {
-            return inQuotes(word) + ": no option" +
-                   (command == nullptr ? "" : " of " + std::string(command->words));
+            return "unknown option " + inQuotes(word) +
+                   (command == nullptr ? "" : " of " + std::string(command->words)) +
+                   likeOption(name, command);
         }
     }
     return {};
@@ -135,18 +193,18 @@ std::string unknownOption(const std::vector<std::string>& words) {
 
 }  // namespace
 
-std::optional<int> parse(CommandLine& line, int argc, char** argv) {
+std::optional<int> parse(CommandLine& line, int argc, char** argv, std::ostream& out) {
     Parser parser(line);
     try {
         parser.app().parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         if (error.get_exit_code() == 0) {
-            return parser.app().exit(error);  // help, version
+            return parser.app().exit(error, out);  // help, version
         }
         const std::vector<std::string> words(argv + 1, argv + argc);
         const std::string command = unknownCommand(words);
         const std::string unknown = command.empty() ? unknownOption(words) : command;
-        std::cerr << "zpweb: " << (unknown.empty() ? error.what() : unknown) << " (see zpweb --help)\n";
+        std::cerr << "zpweb: " << (unknown.empty() ? error.what() : unknown) << " (see zpweb help)\n";
         return static_cast<int>(Status::Usage);
     }
     return std::nullopt;
@@ -162,6 +220,7 @@ Expected<Settings> settingsFrom(const Values& common) {
     settings.check = !has("--no-check");
     settings.reload = !has("--no-reload");
     settings.exact = has("--exact");
+    settings.ensure = has("--ensure");
     settings.quiet = has("--quiet");
     settings.verbose = has("--verbose");
     if (has("--lock-timeout")) {

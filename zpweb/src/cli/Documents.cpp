@@ -1,5 +1,6 @@
 #include "cli/Documents.h"
 
+#include "cli/Help.h"
 #include "commands/table/Table.h"
 
 namespace zpweb {
@@ -14,10 +15,13 @@ void printOperations(std::ostream& out) {
     }
 }
 
+void printOverallHelp(std::ostream& out) { static_cast<void>(printHelp(out, "")); }
+
 }  // namespace
 
 const std::vector<Document>& documents() {
     static const std::vector<Document> all = {
+        {"help", "Tell about a command (help site create), or about all of them", printOverallHelp},
         {"manual", "Print the manual page", printManual},
         {"completion", "Print the bash completion", printCompletion},
         {"operations", "Print which of the library's operations each command calls", printOperations},

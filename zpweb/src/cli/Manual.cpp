@@ -1,8 +1,8 @@
 // The manual page.
-#include <map>
 
 #include "cli/Documents.h"
 #include "commands/table/Table.h"
+#include "output/Statuses.h"
 
 namespace zpweb {
 
@@ -51,21 +51,28 @@ void printCommand(std::ostream& out, const Command& command) {
         out << ".PP\n" << roff(command.more) << "\n";
     }
     printParameters(out, command.parameters);
+    out << ".PP\n" << (command.examples.size() == 1 ? "Example:" : "Examples:") << "\n";
+    for (const std::string_view example : command.examples) {
+        out << ".PP\n.nf\n.RS\nzpweb " << roff(example) << "\n.RE\n.fi\n";
+    }
+}
+
+void printCommands(std::ostream& out, bool panelOnly) {
+    for (const Command& command : commandTable()) {
+        if (command.panelOnly == panelOnly) {
+            printCommand(out, command);
+        }
+    }
 }
 
 void printStatuses(std::ostream& out) {
     out << ".SH EXIT STATUS\n";
-    for (const auto& [status, text] : std::map<int, std::string>{
-             {0, "Done, also when it was so already."},
-             {1, "An error."},
-             {2, "Wrong usage: nothing was read."},
-             {3, "Refused by the server's check: nothing is changed."},
-             {4, "Rolled back: the server did not come through its reload."},
-             {5, "Locked by another run."},
-             {6, "Not found."},
-             {7, "Exists."},
-             {8, "Would change, with \\-\\-dry\\-run and \\-\\-detailed\\-exitcode."}}) {
-        out << ".TP\n" << status << "\n" << text << "\n";
+    for (const StatusText& each : Statuses) {
+        std::string meaning(each.meaning);
+        std::erase(meaning, '`');
+        out << ".TP\n"
+            << static_cast<int>(each.status) << "\n"
+            << each.name << (meaning.empty() ? "" : ": ") << roff(meaning) << ".\n";
     }
 }
 
@@ -84,9 +91,9 @@ void printManual(std::ostream& out) {
         << ".SH OPTIONS\nThese go with every command.\n";
     printParameters(out, commonOptions());
     out << ".SH COMMANDS\n";
-    for (const Command& command : commandTable()) {
-        printCommand(out, command);
-    }
+    printCommands(out, false);
+    out << ".SH COMMANDS FOR THE PANEL ALONE\n";
+    printCommands(out, true);
     printStatuses(out);
     out << ".SH ENVIRONMENT\n.TP\nNO_COLOR\nNo colours, even on a terminal.\n"
         << ".SH FILES\n.TP\n\\fI.zpweb\\fR\nBeside the configuration: the lock, the log of changes "

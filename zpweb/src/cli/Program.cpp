@@ -1,9 +1,13 @@
 #include "cli/Program.h"
 
 #include <iostream>
+#include <sstream>
 
 #include "cli/CommandLine.h"
+#include "cli/Complete.h"
+#include "cli/Help.h"
 #include "commands/table/Run.h"
+#include "input/Quoted.h"
 
 namespace zpweb {
 
@@ -14,16 +18,42 @@ Outcome run(const CommandLine& line, Session& session) {
     return arguments.ok() ? runCommand(session, *line.command, std::move(*arguments)) : arguments.outcome();
 }
 
+// The status of a run that has nothing to do but to print.
+int printed(int status, const std::ostringstream& text) {
+    const Outcome written = writeOutput(text.view());
+    if (!written.ok()) {
+        std::cerr << "zpweb: " << written.message << '\n';
+    }
+    return written.ok() ? status : static_cast<int>(written.status);
+}
+
+int printDocument(const CommandLine& line) {
+    std::ostringstream text;
+    if (!line.help) {
+        line.document->print(text);
+    } else if (!printHelp(text, *line.help)) {
+        std::cerr << "zpweb: no help about " << inQuotes(*line.help) << " (see zpweb help)\n";
+        return static_cast<int>(Status::Usage);
+    }
+    return printed(0, text);
+}
+
 }  // namespace
 
 int runCommandLine(int argc, char** argv) {
+    const std::vector<std::string> words(argv + 1, argv + argc);
+    if (!words.empty() && words.front() == "complete") {
+        std::ostringstream offers;
+        complete(offers, {words.begin() + 1, words.end()});
+        return printed(0, offers);
+    }
     CommandLine line;
-    if (const auto status = parse(line, argc, argv)) {
-        return *status;
+    std::ostringstream help;
+    if (const auto status = parse(line, argc, argv, help)) {
+        return printed(*status, help);
     }
     if (line.document != nullptr) {
-        line.document->print(std::cout);
-        return 0;
+        return printDocument(line);
     }
     auto settings = settingsFrom(line.common);
     if (!settings.ok()) {
@@ -31,15 +61,14 @@ int runCommandLine(int argc, char** argv) {
         return static_cast<int>(settings.outcome().status);
     }
     Output output(*settings, std::string(line.command->words));
-    Session session{*settings, output, {argv + 1, argv + argc}};
+    Session session{*settings, output, words};
     Outcome outcome;
     try {
         outcome = run(line, session);
     } catch (const std::exception& error) {
         outcome = failure(std::string("unexpected: ") + error.what());
     }
-    output.finish(outcome);
-    return static_cast<int>(outcome.status);
+    return static_cast<int>(output.finish(std::move(outcome)).status);
 }
 
 }  // namespace zpweb

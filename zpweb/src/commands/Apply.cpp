@@ -1,5 +1,6 @@
 // apply: many commands as one change.
 #include <algorithm>
+#include <array>
 #include <iostream>
 #include <iterator>
 #include <nlohmann/json.hpp>
@@ -7,6 +8,8 @@
 #include "commands/Commands.h"
 #include "commands/table/Run.h"
 #include "commands/table/Table.h"
+#include "input/Nearest.h"
+#include "input/Quoted.h"
 #include "sys/File.h"
 #include "text/Lines.h"
 
@@ -52,7 +55,7 @@ Outcome takeOptions(const Json& options, const Command& command, Values& given) 
         const bool known = std::any_of(command.parameters.begin(), command.parameters.end(),
                                        [&](const Parameter& each) { return each.name == name; });
         if (!known) {
-            return usage(std::string(command.words) + " has no option " + name);
+            return usage(std::string(command.words) + ": unknown option " + inQuotes(name));
         }
         if (value.is_boolean() && !value.get<bool>()) {
             continue;
@@ -67,6 +70,26 @@ Outcome takeOptions(const Json& options, const Command& command, Values& given) 
     return done();
 }
 
+Outcome hasKnownKeys(const Json& line) {
+    constexpr std::array<std::string_view, 4> Keys = {"command", "arguments", "options", "password"};
+    for (const auto& [key, value] : line.items()) {
+        if (std::find(Keys.begin(), Keys.end(), key) == Keys.end()) {
+            Nearest nearest(key);
+            std::for_each(Keys.begin(), Keys.end(), [&](std::string_view each) { nearest.consider(each); });
+            return usage("unknown key " + inQuotes(key) + nearest.question());
+        }
+    }
+    return done();
+}
+
+std::string alike(const std::string& words) {
+    Nearest nearest(words);
+    for (const Command& each : commandTable()) {
+        nearest.consider(each.changes() ? each.words : std::string_view());
+    }
+    return nearest.question();
+}
+
 // {"command": "site create", "arguments": ["example.com"], "options": {"address": "192.0.2.1"}}
 Expected<Invocation> invocationFrom(std::string_view line) {
     const Json parsed = Json::parse(line, nullptr, false);
@@ -75,10 +98,13 @@ Expected<Invocation> invocationFrom(std::string_view line) {
             "expected an object with \"command\", and \"arguments\", \"options\" and \"password\" as "
             "needed");
     }
-    const Command* command = findCommand(parsed["command"].get<std::string>());
+    if (Outcome known = hasKnownKeys(parsed); !known.ok()) {
+        return known;
+    }
+    const std::string words = parsed["command"].get<std::string>();
+    const Command* command = findCommand(words);
     if (command == nullptr || !command->changes()) {
-        return usage("\"" + parsed["command"].get<std::string>() +
-                     "\" is no command that changes something");
+        return usage(inQuotes(words) + " is no command that changes something" + alike(words));
     }
     if (!parsed.value("arguments", Json(Json::array())).is_array() ||
         !parsed.value("options", Json(Json::object())).is_object()) {

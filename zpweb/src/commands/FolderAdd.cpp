@@ -24,8 +24,7 @@ Command folderAdd() {
         .action = add,
         .parameters = {SiteName, BlockFolder, BlockLines},
         .operations = {"ApacheHelper::Apache_addDirectoryTag"},
-        .examples =
-            {"folder add shop.example /home/anna/shop.example/www/html/files --line 'Require all granted'"},
+        .examples = {"folder add shop.example /srv/shop/files --line 'Require all granted'"},
     };
 }
 

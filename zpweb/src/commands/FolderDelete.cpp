@@ -7,10 +7,10 @@ namespace zpweb {
 namespace {
 
 Outcome remove(Transaction& change, const Site& site, const Arguments& given) {
-    return editBlock(
+    return goneIsUpToDate(editBlock(
         change, site, given[BlockFolder],
         [&](ApacheHelper& helper, const std::string& staged, const std::string& name,
-            const std::string& folder) { return helper.Apache_deleteDirectoryTag(staged, name, folder); });
+            const std::string& folder) { return helper.Apache_deleteDirectoryTag(staged, name, folder); }));
 }
 
 }  // namespace
@@ -22,7 +22,7 @@ Command folderDelete() {
         .action = remove,
         .parameters = {SiteName, BlockFolder},
         .operations = {"ApacheHelper::Apache_deleteDirectoryTag"},
-        .examples = {"folder delete shop.example /home/anna/shop.example/www/html/files"},
+        .examples = {"folder delete shop.example /srv/shop/files"},
     };
 }
 

@@ -27,7 +27,7 @@ Command folderLine() {
         .action = haveLine,
         .parameters = {SiteName, BlockFolder, TheLine, Remove},
         .operations = {"ApacheHelper::Apache_UpdateVHDirectiveContents"},
-        .examples = {"folder line shop.example /home/anna/shop.example/www/html/files 'Options -Indexes'"},
+        .examples = {"folder line shop.example /srv/shop/files 'Options -Indexes'"},
     };
 }
 

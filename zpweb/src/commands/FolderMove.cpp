@@ -25,8 +25,8 @@ Command folderMove() {
         .action = move,
         .parameters = {SiteName, BlockFolder, To},
         .operations = {"ApacheHelper::Apache_UpdateDirectoryTagPath"},
-        .examples = {"folder move shop.example /home/anna/shop.example/www/html/files "
-                     "/home/anna/shop.example/www/html/files-2"},
+        .examples = {"folder move shop.example /srv/shop/files "
+                     "/srv/shop/files-2"},
     };
 }
 

@@ -24,8 +24,7 @@ Command folderSet() {
         .action = set,
         .parameters = {SiteName, BlockFolder, BlockLines},
         .operations = {"ApacheHelper::Apache_UpdateDirectoryDirectives"},
-        .examples =
-            {"folder set shop.example /home/anna/shop.example/www/html/files --line 'Require local'"},
+        .examples = {"folder set shop.example /srv/shop/files --line 'Require local'"},
     };
 }
 

@@ -41,6 +41,9 @@ Outcome history(Session& session, const Arguments& given) {
     }
     const State state(*main);
     const auto text = readFile(state.audit());
+    if (!text.ok() && text.outcome().status != Status::NotFound) {
+        return failure("the history cannot be read: " + text.outcome().message);
+    }
     const Lines lines(text.ok() ? std::string_view(*text) : std::string_view());
     const auto last = static_cast<size_t>(given[Last].value_or(50));
     List& rows =
@@ -48,6 +51,8 @@ Outcome history(Session& session, const Arguments& given) {
     for (size_t i = lines.size() - std::min(lines.size(), last); i < lines.size(); ++i) {
         const Json entry = Json::parse(lines[i], nullptr, false);
         if (!entry.is_object()) {
+            session.output.warning(state.audit() + ":" + std::to_string(i + 1) +
+                                   ": no entry of the history");
             continue;
         }
         rows.row();

@@ -8,12 +8,13 @@ namespace zpweb {
 namespace {
 
 Outcome remove(Transaction& change, const Arguments& given) {
-    return editLine(change, ParameterLine(given), [](const ParameterLine& line, const std::string& staged) {
-        return FileHandling().delParamFromFile(staged, line.name, line.value, line.delimiter,
-                                               ParameterComment)
-                   ? done()
-                   : failure("the line could not be changed");
-    });
+    return goneIsUpToDate(
+        editLine(change, ParameterLine(given), [](const ParameterLine& line, const std::string& staged) {
+            return FileHandling().delParamFromFile(staged, line.name, line.value, line.delimiter,
+                                                   ParameterComment)
+                       ? done()
+                       : failure("the line could not be changed");
+        }));
 }
 
 }  // namespace

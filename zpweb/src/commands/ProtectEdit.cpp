@@ -48,8 +48,8 @@ Command protectEdit() {
         .action = edit,
         .parameters = {ProtectedFolder, ProtectedUser, Target},
         .operations = {"PrivateFolder::editPrivateFolder"},
-        .examples = {"protect edit /home/anna/shop.example/www/html/intern joe",
-                     "protect edit /home/anna/shop.example/www/html/intern joe --to "
+        .examples = {"protect edit /srv/shop/intern joe",
+                     "protect edit /srv/shop/intern joe --to "
                      "/home/anna/shop.example/www/html/extern"},
         .needsSecret = true,
     };

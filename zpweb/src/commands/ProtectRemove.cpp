@@ -8,7 +8,8 @@ namespace {
 
 Outcome unprotect(Transaction& change, const Arguments& given) {
     Outcome tool = needsTool();
-    return tool.ok() ? unprotectFor(change, given[ProtectedFolder], given[ProtectedUser]) : tool;
+    return tool.ok() ? goneIsUpToDate(unprotectFor(change, given[ProtectedFolder], given[ProtectedUser]))
+                     : tool;
 }
 
 }  // namespace

@@ -7,7 +7,7 @@ namespace {
 
 Outcome reload(Session& session, const Configuration& configuration, const Arguments&) {
     const std::string main = configuration.main().path();
-    const Server server(main, [&session] { session.output.stillWorking(); });
+    const Server server(main, {});
     if (session.settings.check) {
         session.output.step("checking the configuration");
         const Server::Verdict verdict = server.check(main);

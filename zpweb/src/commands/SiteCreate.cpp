@@ -140,8 +140,8 @@ Outcome create(Transaction& change, const Arguments& given) {
     const std::string name = given[Name];
     const std::string readable = readableHostName(name);
     if (const auto places = change.configuration().find(name); !places.empty()) {
-        return failure(Status::Exists,
-                       "site " + inQuotes(readable) + ": exists already, at " + places.front().text());
+        return existsAlready("site " + inQuotes(readable) + ": exists already, at " +
+                             places.front().text());
     }
     VHostEntry entry = entryFrom(given);
     if (Outcome home = makeHome(change, entry.Path + name, entry.UserName); !home.ok()) {

@@ -107,6 +107,7 @@ Command siteDelete() {
         .operations = {"CZPWebsite::DeleteWebsite", "RemoveDir"},
         .examples = {"site delete shop.example --dry-run --diff",
                      "site delete shop.example --remove-folders"},
+        .removesSite = true,
         .onStopped = true,
     };
 }

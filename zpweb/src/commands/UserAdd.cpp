@@ -15,9 +15,8 @@ Outcome add(Transaction& change, const Arguments& given) {
     const std::string user = given[User];
     change.output().set("user", user);
     return onNewUsers(change, WebUsers(given), [&](CZPUsers& users) {
-        const Meaning meaning =
-            expecting("UserCreate", {UserAdded}, UserThere,
-                      failure(Status::Exists, "user " + inQuotes(user) + ": exists already"));
+        const Meaning meaning = expecting("UserCreate", {UserAdded}, UserThere,
+                                          existsAlready("user " + inQuotes(user) + ": exists already"));
         return meaning(users.UserCreate(user.c_str(), given.secret().c_str()));
     });
 }

@@ -28,9 +28,9 @@ Outcome remove(Transaction& change, const Arguments& given) {
     if (given[All] == user.has_value()) {
         return failure(Status::Usage, "user delete: expected a USER, or --all");
     }
-    return onUsers(change, WebUsers(given), [&](CZPUsers& users) {
+    return goneIsUpToDate(onUsers(change, WebUsers(given), [&](CZPUsers& users) {
         return user ? removeOne(users, *user) : resultOf("UserDeleteAll", users.UserDeleteAll(), {AllGone});
-    });
+    }));
 }
 
 }  // namespace

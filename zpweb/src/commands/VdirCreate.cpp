@@ -23,7 +23,7 @@ Outcome create(Transaction& change, const Site& site, const Arguments& given) {
         return failure(Status::NotFound,
                        "path " + inQuotes(folder) + ": no such folder; expected one that is there");
     }
-    Outcome present = failure(Status::Exists, folder + " has a block already: see vdir set");
+    Outcome present = existsAlready(folder + " has a block already: see vdir set");
     if (blockHas(place, opensFolder(folder))) {
         return present;
     }

@@ -14,7 +14,7 @@ Outcome remove(Transaction& change, const Site& site, const Arguments& given) {
     const Place& place = site.first();
     const std::string folder = given[Folder];
     if (!blockHas(place, opensFolder(folder))) {
-        return failure(Status::NotFound, folder + " has no block in this site");
+        return isNotThere(folder + " has no block in this site");
     }
     Edit edit = directoryEdit(place, folder);
     edit.operation = [&](const std::string& staged) {

@@ -12,6 +12,7 @@ struct Settings {
     bool dryRun = false, detailedExit = false;
     bool exact = false;  // the library's own result, side effects included
     bool check = true, reload = true;
+    bool ensure = false;  // what is up to date already is no failure
     std::chrono::seconds lockTimeout{30};
 };
 

@@ -3,8 +3,15 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdlib>
+#include <cerrno>
 #include <iostream>
+#include <sstream>
+
+#include "conf/WriteAll.h"
+#include "host/Shell.h"
+#include "output/Terminal.h"
+#include "sys/File.h"
+#include "sys/Printable.h"
 
 namespace zpweb {
 
@@ -14,90 +21,50 @@ constexpr const char* Red = "\x1b[31m";
 constexpr const char* Green = "\x1b[32m";
 constexpr const char* Yellow = "\x1b[33m";
 
-bool coloursWanted() {
-    const char* no = std::getenv("NO_COLOR");
-    return ::isatty(STDOUT_FILENO) == 1 && (no == nullptr || *no == '\0');
+constexpr std::string_view Hidden = "(hidden)";
+
+void replaceAll(std::string& text, const std::string& part) {
+    for (size_t at = 0; !part.empty() && (at = text.find(part, at)) != std::string::npos;) {
+        text.replace(at, part.size(), Hidden);
+        at += Hidden.size();
+    }
 }
 
 }  // namespace
 
-const char* nameOf(Status status) {
-    switch (status) {
-        case Status::Done:
-            return "done";
-        case Status::Error:
-            return "error";
-        case Status::Usage:
-            return "usage";
-        case Status::Refused:
-            return "refused";
-        case Status::RolledBack:
-            return "rolled back";
-        case Status::Locked:
-            return "locked";
-        case Status::NotFound:
-            return "not found";
-        case Status::Exists:
-            return "exists";
-        case Status::WouldChange:
-            return "would change";
-    }
-    return "error";
+Outcome writeOutput(std::string_view text) {
+    return zp::conf::writeAll(STDOUT_FILENO, text) || errno == EPIPE
+               ? done()
+               : failure(systemError("standard output"));
 }
 
 Output::Output(const Settings& settings, std::string command)
     : settings_(settings),
       command_(std::move(command)),
-      colours_(coloursWanted()),
-      progress_(::isatty(STDERR_FILENO) == 1),
-      begun_(std::chrono::steady_clock::now()) {}
+      colours_(::isatty(STDOUT_FILENO) == 1 && wantsColours()),
+      progress_(!settings.quiet) {}
+
+void Output::hide(const std::string& secret) {
+    const std::string quoted = zp::host::commandLine({secret});
+    secrets_.push_back(quoted);
+    secrets_.push_back(quoted.starts_with('\'') ? quoted.substr(1, quoted.size() - 2) : secret);
+    secrets_.push_back(secret);
+}
 
 void Output::note(std::string_view text) {
     if (!settings_.quiet) {
-        clearProgress();
-        std::cerr << "zpweb: " << text << '\n';
+        progress_.print("zpweb: " + printableLines(text));
     }
 }
 
-void Output::warning(std::string_view text) {
-    clearProgress();
-    std::cerr << "zpweb: warning: " << text << '\n';
-}
+void Output::warning(std::string_view text) { progress_.print("zpweb: warning: " + printableLines(text)); }
 
 void Output::detail(std::string text) {
-    if (!settings_.verbose || text.empty()) {
-        return;
-    }
-    for (const std::string& secret : secrets_) {
-        for (size_t at = 0; !secret.empty() && (at = text.find(secret, at)) != std::string::npos;) {
-            text.replace(at, secret.size(), "(hidden)");
-            at += std::string_view("(hidden)").size();
+    if (settings_.verbose && !text.empty()) {
+        for (const std::string& secret : secrets_) {
+            replaceAll(text, secret);
         }
-    }
-    clearProgress();
-    std::cerr << text << (text.back() == '\n' ? "" : "\n");
-}
-
-void Output::step(std::string_view what) {
-    step_ = what;
-    stillWorking();
-}
-
-void Output::stillWorking() {
-    const auto elapsed = std::chrono::steady_clock::now() - begun_;
-    if (!progress_ || settings_.quiet || elapsed < std::chrono::seconds(1)) {
-        return;
-    }
-    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(elapsed).count();
-    std::cerr << "\r\x1b[K"
-              << "zpweb: " << step_ << " (" << seconds << " s)" << std::flush;
-    progressShown_ = true;
-}
-
-void Output::clearProgress() {
-    if (progressShown_) {
-        std::cerr << "\r\x1b[K";
-        progressShown_ = false;
+        progress_.print(printableLines(text));
     }
 }
 
@@ -121,36 +88,35 @@ std::string Output::coloured(std::string_view text, const char* code) const {
     return colours_ ? code + std::string(text) + "\x1b[0m" : std::string(text);
 }
 
-void Output::printDiff() const {
+void Output::printDiff(std::ostream& out) const {
     for (size_t at = 0; at < diff_.size();) {
         const size_t end = std::min(diff_.find('\n', at), diff_.size());
-        const std::string_view line = std::string_view(diff_).substr(at, end - at);
+        const std::string line = printable(std::string_view(diff_).substr(at, end - at));
         const char mark = line.empty() ? ' ' : line.front();
         if (mark == '+' || mark == '-' || mark == '@') {
-            std::cout << coloured(line, mark == '+' ? Green : mark == '-' ? Red : Yellow) << '\n';
+            out << coloured(line, mark == '+' ? Green : mark == '-' ? Red : Yellow) << '\n';
         } else {
-            std::cout << line << '\n';
+            out << line << '\n';
         }
         at = end + 1;
     }
 }
 
-void Output::printColumns() const {
+void Output::printColumns(std::ostream& out) const {
     size_t width = 0;
     for (const Field& field : fields_) {
         width = std::max(width, field.name.size());
     }
     for (const Field& field : fields_) {
         if (field.list) {
-            field.list->printTable(std::cout);
+            field.list->printTable(out);
         } else {
-            std::cout << field.name << std::string(width - field.name.size() + 2, ' ') << field.text
-                      << '\n';
+            out << field.name << std::string(width - field.name.size() + 2, ' ') << field.text << '\n';
         }
     }
 }
 
-void Output::printDocument(const Outcome& outcome) const {
+void Output::printDocument(std::ostream& out, const Outcome& outcome) const {
     std::string text = "{";
     appendMember(text, "schema", JsonSchema, true);
     appendMember(text, "command", command_);
@@ -165,31 +131,37 @@ void Output::printDocument(const Outcome& outcome) const {
     if (!diff_.empty()) {
         appendMember(text, "diff", diff_);
     }
-    std::cout << text;
+    out << text;
     for (const Field& field : fields_) {
-        std::cout << ",\"" << field.name << "\":";
-        field.list ? field.list->printJson(std::cout) : static_cast<void>(std::cout << field.text);
+        out << ",\"" << field.name << "\":";
+        field.list ? field.list->printJson(out) : static_cast<void>(out << field.text);
     }
-    std::cout << "}\n";
+    out << "}\n";
 }
 
-void Output::finish(const Outcome& outcome) {
-    clearProgress();
+Outcome Output::finish(Outcome outcome) {
+    progress_.end();
     const bool good = outcome.ok() || outcome.status == Status::WouldChange;
     const bool listed = std::any_of(fields_.begin(), fields_.end(),
                                     [](const Field& field) { return field.list.has_value(); });
+    std::ostringstream out;
     if (settings_.json) {
-        printDocument(outcome);
+        printDocument(out, outcome);
     } else {
         if (!settings_.quiet || listed) {
-            printColumns();
+            printColumns(out);
         }
-        printDiff();
+        printDiff(out);
     }
-    std::cout.flush();
     if (!outcome.message.empty() && (!good || !settings_.quiet)) {
-        std::cerr << "zpweb: " << outcome.message << '\n';
+        std::cerr << "zpweb: " << printableLines(outcome.message) << '\n';
     }
+    if (Outcome written = writeOutput(out.view()); !written.ok()) {
+        std::cerr << "zpweb: " << written.message
+                  << (changed_ && outcome.ok() ? "; the change is made" : "") << '\n';
+        return good ? written : outcome;
+    }
+    return outcome;
 }
 
 }  // namespace zpweb

@@ -1,9 +1,9 @@
 // What the program shows: data on standard output, messages on standard error.
 #pragma once
 
-#include <chrono>
 #include <deque>
 #include <optional>
+#include <ostream>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -11,6 +11,8 @@
 
 #include "input/Settings.h"
 #include "output/List.h"
+#include "output/Progress.h"
+#include "output/Statuses.h"
 #include "output/Value.h"
 #include "sys/Outcome.h"
 
@@ -27,11 +29,10 @@ public:
     void note(std::string_view text);
     void warning(std::string_view text);  // also with --quiet
     void detail(std::string text);        // only with --verbose
-    // This text is never shown.
-    void hide(const std::string& secret) { secrets_.push_back(secret); }
+    // This text is never shown, as it stands or quoted for a shell.
+    void hide(const std::string& secret);
     // What is done now, shown on a terminal once the work has taken more than a second.
-    void step(std::string_view what);
-    void stillWorking();
+    void step(std::string_view what) { progress_.step(what); }
 
     // The data of the command: fields of one thing, or a list of things.
     void set(std::string_view field, const Value& value);
@@ -45,19 +46,19 @@ public:
     void setChanged(bool changed) { changed_ = changed; }
     bool changed() const { return changed_; }
 
-    // Prints everything; once, at the end.
-    void finish(const Outcome& outcome);
+    // Prints everything; once, at the end. The outcome of the run: an error when the data could not be
+    // written.
+    Outcome finish(Outcome outcome);
 
 private:
-    void clearProgress();
     struct Field {
         std::string name, text;
         std::optional<List> list;
     };
     Field& field(std::string_view name);
-    void printDocument(const Outcome& outcome) const;
-    void printColumns() const;
-    void printDiff() const;
+    void printDocument(std::ostream& out, const Outcome& outcome) const;
+    void printColumns(std::ostream& out) const;
+    void printDiff(std::ostream& out) const;
     std::string coloured(std::string_view text, const char* code) const;
 
     const Settings& settings_;
@@ -65,12 +66,12 @@ private:
     std::deque<Field> fields_;
     std::string diff_;
     bool changed_ = false;
-    bool colours_, progress_, progressShown_ = false;
-    std::string step_;
+    bool colours_;
     std::vector<std::string> secrets_;
-    std::chrono::steady_clock::time_point begun_;
+    Progress progress_;
 };
 
-const char* nameOf(Status status);
+// Writes to standard output; an error where that cannot be. A reader that has gone is none.
+Outcome writeOutput(std::string_view text);
 
 }  // namespace zpweb

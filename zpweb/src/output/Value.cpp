@@ -4,23 +4,23 @@
 #include <charconv>
 #include <nlohmann/json.hpp>
 
+#include "sys/Printable.h"
+
 namespace zpweb {
 
 namespace {
+
+using Json = nlohmann::ordered_json;
 
 constexpr const char* Nothing = "-";
 
 bool standsForItself(char c) { return c >= ' ' && c < '\x7f' && c != '"' && c != '\\'; }
 
-void appendQuoted(std::string& text, std::string_view value) {
-    if (std::all_of(value.begin(), value.end(), standsForItself)) {
-        text += '"';
-        text += value;
-        text += '"';
-    } else {
-        using Json = nlohmann::json;
-        text += Json(value).dump(-1, ' ', false, Json::error_handler_t::replace);
-    }
+// What could steer a terminal is escaped here too.
+std::string dumped(const Json& value) {
+    using Handler = Json::error_handler_t;
+    std::string text = value.dump(-1, ' ', false, Handler::replace);
+    return printable(text) == text ? text : value.dump(-1, ' ', true, Handler::replace);
 }
 
 void appendNumber(std::string& text, long number) {
@@ -28,13 +28,15 @@ void appendNumber(std::string& text, long number) {
     text.append(digits, std::to_chars(digits, digits + sizeof digits, number).ptr);
 }
 
-// A terminal is never handed what an input could use to steer it.
-std::string printable(std::string_view text) {
-    std::string result(text);
-    std::replace_if(
-        result.begin(), result.end(),
-        [](char c) { return (static_cast<unsigned char>(c) < ' ' && c != '\t') || c == '\x7f'; }, '?');
-    return result;
+// Lists have many rows, so the values that they hold are written without a detour.
+void appendQuoted(std::string& text, std::string_view value) {
+    if (std::all_of(value.begin(), value.end(), standsForItself)) {
+        text += '"';
+        text += value;
+        text += '"';
+    } else {
+        text += dumped(value);
+    }
 }
 
 struct JsonWriter {
@@ -46,19 +48,14 @@ struct JsonWriter {
     void operator()(std::string_view value) const { appendQuoted(text, value); }
     void operator()(JsonText value) const { text += value.text; }
     void operator()(const Pairs* pairs) const {
-        text += '{';
-        for (const auto& pair : *pairs) {
-            appendMember(text, pair.first, pair.second, &pair == pairs->data());
+        Json object = Json::object();
+        for (const auto& [name, value] : *pairs) {
+            object[name] = value;
         }
-        text += '}';
+        text += dumped(object);
     }
     void operator()(std::span<const std::string> values) const {
-        text += '[';
-        for (const std::string& value : values) {
-            text += &value == values.data() ? "" : ",";
-            appendQuoted(text, value);
-        }
-        text += ']';
+        text += dumped(std::vector(values.begin(), values.end()));
     }
 };
 

@@ -9,7 +9,7 @@ namespace zpweb {
 
 // The exit statuses of the program.
 enum class Status {
-    Done = 0,  // also "already so"
+    Done = 0,  // also "already up to date"
     Error = 1,
     Usage = 2,
     Refused = 3,     // by the server's check
@@ -22,14 +22,25 @@ enum class Status {
 
 struct [[nodiscard]] Outcome {
     Status status = Status::Done;
-    std::string message;  // one line or more, without a newline at the end; empty when all is said
+    std::string message;    // one line or more, without a newline at the end; empty when all is said
+    bool upToDate = false;  // a failure only because what was asked for is so already: none with --ensure
 
     bool ok() const { return status == Status::Done; }
 };
 
 inline Outcome done() { return {}; }
-inline Outcome failure(std::string message) { return {Status::Error, std::move(message)}; }
-inline Outcome failure(Status status, std::string message) { return {status, std::move(message)}; }
+inline Outcome failure(std::string message) { return {Status::Error, std::move(message), false}; }
+inline Outcome failure(Status status, std::string message) { return {status, std::move(message), false}; }
+
+// What was to be made is there, or what was to be removed is not.
+inline Outcome existsAlready(std::string message) { return {Status::Exists, std::move(message), true}; }
+inline Outcome isNotThere(std::string message) { return {Status::NotFound, std::move(message), true}; }
+
+// What a command that removes something has not found is gone.
+inline Outcome goneIsUpToDate(Outcome outcome) {
+    outcome.upToDate = outcome.upToDate || outcome.status == Status::NotFound;
+    return outcome;
+}
 
 // A value, or the reason why there is none.
 template <class Value>

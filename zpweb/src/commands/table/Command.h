@@ -45,6 +45,7 @@ struct Command {
     std::vector<std::string_view> operations{};  // of the library, that it calls
     std::string_view more{};                     // further words for help and manual
     std::vector<std::string_view> examples{};    // without the program's name
+    bool removesSite = false;                    // a site that is not there is up to date
     bool onStopped = false;                      // changes a site that is stopped, too
     bool needsSecret = false;                    // takes a password; has --password-file then
     bool runsAlone = false;                      // never one of several commands of a change

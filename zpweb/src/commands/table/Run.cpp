@@ -36,14 +36,21 @@ Outcome change(Transaction& transaction, const Command& command, const Arguments
     }
     const auto site =
         (command.onStopped ? findSite : findRunning)(transaction.configuration(), arguments[SiteName]);
-    return site.ok() ? std::get<ChangeSite>(command.action)(transaction, *site, arguments) : site.outcome();
+    if (!site.ok()) {
+        return command.removesSite ? goneIsUpToDate(site.outcome()) : site.outcome();
+    }
+    return std::get<ChangeSite>(command.action)(transaction, *site, arguments);
 }
 
 Outcome oneTry(Session& session, const std::vector<Invocation>& invocations, bool& again) {
     Transaction transaction(session.settings, session.output, session.words);
+    session.output.step("waiting for the lock");
     Outcome outcome = transaction.begin();
     for (size_t i = 0; outcome.ok() && i < invocations.size(); ++i) {
         outcome = change(transaction, *invocations[i].command, invocations[i].arguments);
+        if (outcome.upToDate && session.settings.ensure) {
+            outcome = done();
+        }
         outcome = named(std::move(outcome), invocations, i);
     }
     return outcome.ok() ? transaction.finish(again) : outcome;
@@ -90,12 +97,12 @@ Outcome runChanges(Session& session, std::vector<Invocation> invocations) {
     if (!outcome.ok()) {
         output.clear();
     } else if (!output.changed()) {
-        output.note("nothing to change: it is so already");
+        output.note("already up to date");
     } else if (session.settings.dryRun) {
         output.note("a dry run: nothing is changed");
     }
     if (outcome.ok() && session.settings.dryRun && session.settings.detailedExit && output.changed()) {
-        return {Status::WouldChange, ""};
+        return {Status::WouldChange, {}, false};
     }
     return outcome;
 }

@@ -3,9 +3,25 @@
 #include <algorithm>
 
 #include "input/HostName.h"
+#include "input/Nearest.h"
 #include "input/Quoted.h"
 
 namespace zpweb {
+
+namespace {
+
+// Asks whether a name that is like this one was meant.
+std::string alike(const Configuration& configuration, const std::string& name) {
+    Nearest nearest(name);
+    for (const auto& file : configuration.files()) {
+        for (const Block& block : file->blocks()) {
+            nearest.consider(block.name);
+        }
+    }
+    return nearest.question();
+}
+
+}  // namespace
 
 const Place& Site::first() const {
     const auto running = std::find_if(places.begin(), places.end(),
@@ -27,7 +43,8 @@ Expected<Site> findSite(const Configuration& configuration, const std::string& n
     Site site{configuration.find(name)};
     if (site.places.empty()) {
         return failure(Status::NotFound, "site " + inQuotes(readableHostName(name)) + ": not in " +
-                                             configuration.main().path() + " or what it includes");
+                                             configuration.main().path() + " or what it includes" +
+                                             alike(configuration, name));
     }
     return site;
 }

@@ -57,6 +57,7 @@ const std::vector<Parameter>& commonOptions() {
         {"--dry-run", Kind::Flag, "", "Do everything but the last step: nothing is changed"},
         {"--detailed-exitcode", Kind::Flag, "", "With --dry-run, exit with 8 when something would change"},
         {"--diff", Kind::Flag, "", "Print what changes as a unified diff"},
+        {"--ensure", Kind::Flag, "", "What exists, or is gone, already counts as done"},
         {"--no-check", Kind::Flag, "", "Do not ask the server to check the configuration"},
         {"--no-reload", Kind::Flag, "", "Do not reload the server"},
         {"--exact", Kind::Flag, "", "Take the library's own result, with its side effects on the text"},
