@@ -153,6 +153,9 @@ TEST_P(Rewriting, SaysWhenTheFileCannotBeRead) {
     file = folder + "/a-folder.conf";
     fs::create_directories(file);
     EXPECT_EQ(run(), GetParam().noFile);
+    file = folder + "/a-pipe.conf";  // nobody is waited for who might write to it
+    ASSERT_EQ(::mkfifo(file.c_str(), 0600), 0);
+    EXPECT_EQ(run(), GetParam().noFile);
     file = "/missing/httpd.conf";
     EXPECT_EQ(run(), blamesItsCopyFirst(GetParam()) ? GetParam().noScratch : GetParam().noFile);
     EXPECT_FALSE(fs::exists("/missing"));
@@ -198,14 +201,16 @@ TEST_P(Rewriting, LeavesTheOldTextWhenTheDiskIsFull) {
 TEST_P(Rewriting, LosesWhatStandsBehindALineOverItsBound) {
     const size_t bound = GetParam().bound == 0 ? 100'000 : GetParam().bound;
     for (const size_t length : {bound, bound + 1}) {
-        refill("bound");
-        const std::string line = std::string(length, 'x') + "\n";
-        writeFile(file, editedConfiguration() + line + "Listen 81\n");
-        EXPECT_EQ(run(), GetParam().done);
-        const std::string after = readFile(file);
-        EXPECT_EQ(after.find(line + "Listen 81\n") == std::string::npos,
-                  GetParam().bound != 0 && length > bound);
-        EXPECT_EQ(after.find("Listen 81\n") == std::string::npos, GetParam().bound != 0 && length > bound);
+        for (const char* rest : {"Listen 81\n", ""}) {  // a last line without a newline is a line, too
+            refill("bound");
+            const std::string line(length, 'x'), end = *rest == '\0' ? "" : "\n";
+            writeFile(file, editedConfiguration() + line + end + rest);
+            EXPECT_EQ(run(), GetParam().done);
+            const std::string after = readFile(file);
+            const bool lost = GetParam().bound != 0 && length > bound;
+            EXPECT_EQ(after.find(line + "\n" + rest) == std::string::npos, lost);
+            EXPECT_TRUE(!lost || after.find("Listen 81\n") == std::string::npos);
+        }
     }
 }
 
