@@ -1,0 +1,136 @@
+"""What a site's owner, who controls all that lies below the home, tries against root. Every test is one of theirs."""
+import os
+import re
+import socket
+import subprocess
+import time
+from pathlib import Path
+
+import pytest
+
+from conftest import OWNER, ZPFAULT, ZPWEB, give
+
+FAST = ("--no-check", "--no-reload")
+
+
+@pytest.fixture
+def prey(site):
+    """Files and directories of root's, with the names that an attack goes for; one of them a set-user-ID program."""
+    folder = site.root / "prey"
+    for below in ("", "html/q", "q", "httpd"):
+        (folder / below).mkdir(parents=True, exist_ok=True)
+        for name in (".htaccess", ".htpasswd", "conf", "access_log", "webusers_shop.example.htpasswd"):
+            (folder / below / name).write_text("A B\n")
+            os.chmod(folder / below / name, 0o600)
+    os.chmod(folder / "conf", 0o4755)
+    return folder
+
+
+def look(folder):
+    return {str(p): (p.lstat().st_mode, p.lstat().st_uid, p.lstat().st_gid, p.read_bytes() if p.is_file() else None)
+            for p in [folder, *folder.rglob("*")]}
+
+
+# What root does, and the component of the way there that the owner swaps.
+SWAPS = [
+    ("protect add {html}/q joe", "html/q"),
+    ("protect add {html}/q joe", "html"),
+    ("protect remove {html}/q ann", "html/q"),
+    ("protect edit {html}/q ann", "html/q/.htpasswd"),
+    ("protect edit {html}/q ann", "html/q"),
+    ("param add {html}/q/conf C D", "html/q/conf"),
+    ("param edit {html}/q/conf Name one two", "html/q"),
+    ("param delete {html}/q/conf Name one", "html"),
+    ("site set shop.example --mode 0777", "html"),
+    ("vdir create shop.example {html}/q --protect", "html/q"),
+    ("site create b.example --address 127.0.0.1 --owner anna --path {html}", "html"),
+    ("site delete shop.example --remove-folders", "html"),
+    ("undo", "html/q"),
+]
+
+
+@pytest.mark.parametrize("words, swapped", SWAPS)
+def test_a_component_that_becomes_a_link_at_any_moment_leads_nowhere(site, prey, words, swapped):
+    """Before every call that touches the owner's ground: the component is moved away, and a link is in its place."""
+    html = site.sites / "shop.example/www/html"
+    place = html.parent / swapped
+    state, kept = site.root / ".zpweb", Path("/var/zpweb-test/kept")
+
+    def prepare():
+        subprocess.run(f"rm -rf {html.parent} {state} {html.parent.parent}/swapped {prey} && "
+                       f"cp -a {kept}/www {html.parent.parent} && cp -a {kept}/prey {kept}/.zpweb {kept}/httpd.conf {site.root}",
+                       shell=True, check=True)
+
+    (html / "q").mkdir()
+    (html / "q/conf").write_text("Name one\n")
+    site.do("protect", "add", html / "q", "ann", *FAST, input="word\n")
+    give(html.parent.parent)
+    subprocess.run(f"rm -rf {kept}; mkdir {kept} && cp -a {html.parent} {state} {prey} {site.conf} {kept}", shell=True, check=True)
+    before = look(prey)
+    target = prey / swapped.rpartition("/")[2] if Path(swapped).suffix or swapped.endswith("conf") else prey
+    swap = f"mv {place} {html.parent.parent}/swapped && ln -s {target} {place} && chown -h {OWNER} {place}"
+    command = [ZPWEB, "--conf", site.conf, *words.format(html=html).split(), *FAST]
+
+    def run(kind, call):
+        done = subprocess.run([ZPFAULT, kind, str(call), *map(str, command)], input="word\n", capture_output=True,
+                              text=True, timeout=60, env={**os.environ, "ZPFAULT_RUN": swap, "ZPFAULT_ALL": "1"})
+        return [line for line in done.stderr.splitlines() if re.match(r"\d+ \w+ /", line)]
+
+    prepare()
+    calls = run("none", 0)
+    own = [int(line.split()[0]) for line in calls if str(html.parent.parent) in line]
+    wrong = []
+    for call in own:
+        prepare()
+        run("meanwhile", call)
+        hurt = [path for path, was in {**look(prey), **before}.items() if look(prey).get(path) != before.get(path)]
+        wrong += [(calls[call - 1], hurt)] if hurt else []
+    assert own and not wrong
+
+
+SPARSE = 3 << 30
+
+
+def plant(kind, place, prey):
+    place.unlink(missing_ok=True)
+    if kind == "hard link":
+        os.link(prey, place)
+    elif kind == "fifo":
+        os.mkfifo(place)
+    elif kind == "directory":
+        place.mkdir()
+    elif kind == "socket":
+        socket.socket(socket.AF_UNIX).bind(str(place))
+    else:
+        place.write_text("AuthType Basic\n")
+        if kind == "sparse":
+            os.truncate(place, SPARSE)
+    if kind != "hard link":
+        give(place)
+    if kind == "set-ID":
+        os.chmod(place, 0o6755)
+
+
+@pytest.mark.parametrize("kind", ["hard link", "fifo", "directory", "socket", "sparse", "set-ID"])
+@pytest.mark.parametrize("name, words", [(".htaccess", "protect add {q} joe"), (".htpasswd", "protect add {q} joe"),
+                                         (".htpasswd", "protect edit {q} joe"), ("conf", "param add {q}/conf C D")])
+def test_what_is_no_small_file_of_the_owners_is_refused_or_loses_its_power(site, kind, name, words):
+    if kind == "sparse" and name == "conf":
+        pytest.skip("a parameter file may be large")
+    q, prey = site.sites / "shop.example/www/html/q", site.root / "prey"
+    q.mkdir()
+    prey.write_text("root:secret\n")
+    os.chmod(prey, 0o640)
+    if "edit" in words:
+        site.do("protect", "add", q, "joe", *FAST, input="word\n")
+    give(q)
+    plant(kind, q / name, prey)
+    before = (prey.read_text(), prey.stat().st_mode, prey.stat().st_uid)
+    begun = time.monotonic()
+    answer = site.run(*words.format(q=q).split(), *FAST, input="word\n")
+    assert time.monotonic() - begun < 10
+    assert (prey.read_text(), prey.stat().st_mode, prey.stat().st_uid) == before
+    if kind == "set-ID":
+        assert not (q / name).stat().st_mode & 0o6000 or answer.status != 0, answer
+    else:
+        assert answer.status in (1, 6) and len(answer.err.splitlines()) == 1, answer

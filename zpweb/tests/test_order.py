@@ -1,0 +1,76 @@
+"""A change of three files, looked at call by call: what is on the disk before what, and what a kill leaves."""
+import json
+import os
+import re
+import subprocess
+from pathlib import Path
+
+import pytest
+
+from conftest import ZPFAULT, ZPWEB
+
+FAST = ("--no-check", "--no-reload")
+THREE_FILES = [{"command": "host add", "arguments": ["shop.example", "more.example"]},
+               {"command": "user add", "arguments": ["shop.example", "joe"], "password": "word"},
+               {"command": "param edit", "arguments": ["{root}/www/param", "Name", "one", "two"]}]
+
+
+@pytest.fixture
+def three_files(site):
+    """A change of three files of three directories: its words, its input, and the texts of the files."""
+    (site.root / "www/param").write_text("Name one\n")
+    lines = "\n".join(map(json.dumps, THREE_FILES)).replace("{root}", str(site.root))
+    files = [site.conf, Path("/etc/webusers/passwd.shop.example"), site.root / "www/param"]
+    return site, lines, lambda: [file.read_bytes() if file.exists() else None for file in files]
+
+
+def traced(site, lines, kind, call):
+    command = [ZPFAULT, kind, str(call), ZPWEB, "--conf", site.conf, "apply", "-", *FAST]
+    done = subprocess.run(command, input=lines, capture_output=True, text=True, timeout=60, env={**os.environ, "ZPFAULT_ALL": "1"})
+    return done, [tuple(line.split(" ", 2)[1:]) for line in done.stderr.splitlines() if re.match(r"\d+ \w+ /", line)]
+
+
+def test_killed_before_any_step_of_a_change_of_three_files(three_files):
+    site, lines, texts = three_files
+    old = texts()
+    done, calls = traced(site, lines, "none", 0)
+    new = texts()
+    assert done.returncode == 0 and all(a != b for a, b in zip(old, new)), done
+    site.do("undo", *FAST)
+    outcomes, wrong = [], []
+    for number, (name, path) in enumerate(calls, 1):
+        if not re.match("rename|link|unlink|mkdir|rmdir|fsync|symlink", name):
+            continue
+        traced(site, lines, "kill", number)
+        torn = [text for text, *both in zip(texts(), old, new) if text not in both]
+        site.run("site", "start", "shop.example", *FAST)
+        outcomes.append(texts() == new)
+        if torn or texts() not in (old, new) or site.strays():
+            wrong.append((number, name, path, torn, site.strays()))
+        if outcomes[-1]:
+            site.do("undo", *FAST)
+            assert texts() == old
+    assert not wrong
+    assert outcomes == sorted(outcomes) and set(outcomes) == {False, True}, "one moment decides, and all later ones keep to it"
+
+
+def test_nothing_counts_that_is_not_on_the_disk(three_files):
+    """Texts are synced before their rename, what undoes the change before the first, directories before the journal goes."""
+    site, lines, _ = three_files
+    _, calls = traced(site, lines, "none", 0)
+    unsynced, synced, put = set(), [], []
+    for at, (name, path) in enumerate(calls):
+        if re.match("p?write|copy_file_range|sendfile", name):
+            unsynced.add(path)
+        elif name == "fsync":
+            unsynced.discard(path)
+            synced.append((at, path))
+        elif name.startswith("rename") and "/work/" not in path:
+            assert path not in unsynced, path
+            put += [at] if re.search(r"/stage/|/\.zpweb-", path) else []
+    assert len(put) >= 3
+    gone = max(at for at, (name, path) in enumerate(calls) if name.startswith("unlink") and path.endswith("/journal"))
+    before = [path for at, path in synced if at < put[0]]
+    assert any(path.endswith("/journal.new") for path in before)
+    assert {"change", "checkpoints"} <= {Path(path).name for path in before}, before
+    assert {str(site.root), "/etc/webusers", str(site.root / "www")} <= {path for at, path in synced if put[0] < at < gone}
