@@ -2,6 +2,7 @@
 
 Everything runs inside scripts/sandbox, so /etc, /var and /home are this run's own.
 """
+import functools
 import json
 import os
 import pwd
@@ -12,6 +13,7 @@ import textwrap
 import time
 from pathlib import Path
 
+import jsonschema
 import pytest
 
 ZPWEB = os.environ.get("ZPWEB", str(Path(__file__).parents[2] / "build/release/zpweb/zpweb"))
@@ -19,6 +21,7 @@ ZPFAULT = os.environ.get("ZPFAULT", str(Path(ZPWEB).parents[1] / "faults/zpfault
 MODULES = ("mpm_event authz_core authz_host authz_user authn_core authn_file auth_basic access_compat alias "
            "dir env mime cgid rewrite setenvif unixd log_config")
 OWNER = "anna"
+SCHEMAS = Path(__file__).parents[1] / "schema"
 
 
 def pytest_sessionstart(session):
@@ -31,6 +34,13 @@ def pytest_sessionstart(session):
         subprocess.run(["useradd", "--no-create-home", "--home", f"/home/{OWNER}", OWNER], check=True)
 
 
+@functools.cache
+def schema(name):
+    """The shipped JSON Schema of a kind of document."""
+    text = json.loads((SCHEMAS / f"{name}.schema.json").read_text())
+    return jsonschema.Draft202012Validator(text, resolver=jsonschema.RefResolver(f"{SCHEMAS.as_uri()}/", text))
+
+
 class Answer:
     """How a run of zpweb ended."""
 
@@ -39,7 +49,9 @@ class Answer:
 
     @property
     def json(self):
-        return json.loads(self.out)
+        document = json.loads(self.out)
+        schema("answer").validate(document)
+        return document
 
     def __repr__(self):
         return f"exit {self.status}\n{self.out}{self.err}"

@@ -66,9 +66,12 @@ private:
         if (parameter.kind == Kind::Flag) {
             option = app.add_flag_callback(
                 name, [&values, name] { values[name] = {}; }, std::string(parameter.help));
+        } else if (parameter.many && !parameter.isOption()) {
+            option = app.add_option_function<std::vector<std::string>>(
+                name, [&values, name](const std::vector<std::string>& all) { values[name] = all; },
+                std::string(parameter.help));
         } else {
-            // A value stands behind each mention of the option; a repeated positional takes all that
-            // follow.
+            // A value stands behind each mention of the option.
             const std::function<void(const std::string&)> take = [&values, name](const std::string& value) {
                 values[name].push_back(value);
             };

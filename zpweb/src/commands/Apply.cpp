@@ -1,172 +1,19 @@
-// apply: many commands as one change.
-#include <algorithm>
-#include <array>
-#include <iostream>
-#include <iterator>
-#include <nlohmann/json.hpp>
-
+// apply: many commands as one change, or the sites of a document.
 #include "commands/Commands.h"
-#include "commands/table/Run.h"
-#include "commands/table/Table.h"
-#include "input/Nearest.h"
-#include "input/Quoted.h"
-#include "sys/File.h"
-#include "text/Lines.h"
+#include "commands/shared/CommandLines.h"
+#include "commands/shared/Desired.h"
 
 namespace zpweb {
 
 namespace {
 
-constexpr auto File = needed("FILE", Kind::InputFile, "JSON lines; \"-\" for standard input");
+constexpr auto File = maybe("FILE", Kind::InputFile, "JSON lines; \"-\" for standard input");
+constexpr auto StateFile = option("--state", Kind::InputFile, "FILE",
+                                  "Instead, make the sites what this document says (see export)");
+constexpr auto PlanFile = option("--plan", Kind::InputFile, "FILE",
+                                 "With --state: only what \"plan --json\" has written into this file");
 
-using Json = nlohmann::ordered_json;
-
-Outcome usage(const std::string& what) { return failure(Status::Usage, what); }
-
-Expected<std::string> inputText(const std::string& file) {
-    if (file != "-") {
-        return readFile(file);
-    }
-    return std::string(std::istreambuf_iterator<char>(std::cin), {});
-}
-
-std::string wordOf(const Json& value) {
-    return value.is_string() ? value.get<std::string>() : value.dump();
-}
-
-// Positionals, in the order of the command's parameters.
-Outcome takeWords(const Json& words, const Command& command, Values& given) {
-    size_t next = 0;
-    for (const Parameter& parameter : command.parameters) {
-        while (!parameter.isOption() && next < words.size()) {
-            given[std::string(parameter.name)].push_back(wordOf(words[next++]));
-            if (!parameter.many) {
-                break;
-            }
-        }
-    }
-    return next < words.size() ? usage("too many arguments for " + std::string(command.words)) : done();
-}
-
-// Options of a line: "name": value, or a list of values, or true for one that has no value.
-Outcome takeOptions(const Json& options, const Command& command, Values& given) {
-    for (const auto& [key, value] : options.items()) {
-        const std::string name = "--" + key;
-        const bool known = std::any_of(command.parameters.begin(), command.parameters.end(),
-                                       [&](const Parameter& each) { return each.name == name; });
-        if (!known) {
-            return usage(std::string(command.words) + ": unknown option " + inQuotes(name));
-        }
-        if (value.is_boolean() && !value.get<bool>()) {
-            continue;
-        }
-        std::vector<std::string>& values = given[name];
-        if (value.is_array()) {
-            std::transform(value.begin(), value.end(), std::back_inserter(values), wordOf);
-        } else if (!value.is_boolean()) {
-            values.push_back(wordOf(value));
-        }
-    }
-    return done();
-}
-
-Outcome hasKnownKeys(const Json& line) {
-    constexpr std::array<std::string_view, 4> Keys = {"command", "arguments", "options", "password"};
-    for (const auto& [key, value] : line.items()) {
-        if (std::find(Keys.begin(), Keys.end(), key) == Keys.end()) {
-            Nearest nearest(key);
-            std::for_each(Keys.begin(), Keys.end(), [&](std::string_view each) { nearest.consider(each); });
-            return usage("unknown key " + inQuotes(key) + nearest.question());
-        }
-    }
-    return done();
-}
-
-std::string alike(const std::string& words) {
-    Nearest nearest(words);
-    for (const Command& each : commandTable()) {
-        nearest.consider(each.changes() ? each.words : std::string_view());
-    }
-    return nearest.question();
-}
-
-// {"command": "site create", "arguments": ["example.com"], "options": {"address": "192.0.2.1"}}
-Expected<Invocation> invocationFrom(std::string_view line) {
-    const Json parsed = Json::parse(line, nullptr, false);
-    if (!parsed.is_object() || !parsed.contains("command") || !parsed["command"].is_string()) {
-        return usage(
-            "expected an object with \"command\", and \"arguments\", \"options\" and \"password\" as "
-            "needed");
-    }
-    if (Outcome known = hasKnownKeys(parsed); !known.ok()) {
-        return known;
-    }
-    const std::string words = parsed["command"].get<std::string>();
-    const Command* command = findCommand(words);
-    if (command == nullptr || !command->changes()) {
-        return usage(inQuotes(words) + " is no command that changes something" + alike(words));
-    }
-    if (!parsed.value("arguments", Json(Json::array())).is_array() ||
-        !parsed.value("options", Json(Json::object())).is_object()) {
-        return usage("expected a list as \"arguments\" and an object as \"options\"");
-    }
-    Values given;
-    Outcome taken = takeWords(parsed.value("arguments", Json::array()), *command, given);
-    taken = taken.ok() ? takeOptions(parsed.value("options", Json::object()), *command, given) : taken;
-    if (!taken.ok()) {
-        return taken;
-    }
-    auto arguments = Arguments::from(*command, given);
-    if (arguments.ok() && parsed.contains("password")) {
-        arguments->setSecret(wordOf(parsed["password"]));
-    }
-    return arguments.ok() ? Expected(Invocation{command, std::move(*arguments)}) : arguments.outcome();
-}
-
-Expected<std::vector<Invocation>> invocationsFrom(const std::string& text, const std::string& source) {
-    std::vector<Invocation> invocations;
-    const Lines lines(text);
-    for (size_t i = 0; i < lines.size(); ++i) {
-        if (lines[i].find_first_not_of(" \t\r") == std::string_view::npos) {
-            continue;
-        }
-        auto invocation = invocationFrom(lines[i]);
-        if (!invocation.ok()) {
-            return failure(invocation.outcome().status,
-                           source + ":" + std::to_string(i + 1) + ": " + invocation.outcome().message);
-        }
-        invocations.push_back(std::move(*invocation));
-    }
-    return invocations;
-}
-
-// A command for the log: all of it but its password.
-std::string textOf(const Invocation& invocation) {
-    std::string text(invocation.command->words);
-    for (const Parameter& parameter : invocation.command->parameters) {
-        const std::vector<std::string> values = invocation.arguments.all(parameter);
-        const std::string option = parameter.isOption() ? " " + std::string(parameter.name) : "";
-        if (values.empty() && invocation.arguments.has(parameter)) {
-            text += option;
-        }
-        for (const std::string& value : values) {
-            text += option + " " + value;
-        }
-    }
-    return text;
-}
-
-Outcome canBeTogether(const std::vector<Invocation>& invocations) {
-    const auto alone = std::find_if(invocations.begin(), invocations.end(),
-                                    [](const Invocation& each) { return each.command->runsAlone; });
-    return alone != invocations.end() && invocations.size() > 1
-               ? usage(std::string(alone->command->words) +
-                       ": it cannot be one of several commands; expected a run of its own")
-               : done();
-}
-
-Outcome apply(Session& session, const Arguments& given) {
-    const std::string file = given[File];
+Outcome applyLines(Session& session, const std::string& file) {
     const auto text = inputText(file);
     if (!text.ok()) {
         return text.outcome();
@@ -175,15 +22,47 @@ Outcome apply(Session& session, const Arguments& given) {
     if (!invocations.ok()) {
         return invocations.outcome();
     }
-    if (Outcome sound = canBeTogether(*invocations); !sound.ok()) {
-        return sound;
-    }
-    Session whole = session;
-    std::transform(invocations->begin(), invocations->end(), std::back_inserter(whole.words), textOf);
-    Outcome outcome = runChanges(whole, *invocations);
+    Outcome outcome = runTogether(session, *invocations);
     session.output.clear();
     session.output.set("commands", static_cast<long>(invocations->size()));
     return outcome;
+}
+
+Outcome applyState(Session& session, const Arguments& given, const std::string& file) {
+    auto plan = planFrom(session, file, given);
+    if (!plan.ok()) {
+        return plan.outcome();
+    }
+    const auto removals = static_cast<int>(plan->removals.size());
+    if (removals != given[Removals].value_or(0)) {
+        return failure("this deletes " + std::to_string(removals) + " sites, such as " +
+                       (plan->removals.empty() ? "none" : plan->removals.front()) +
+                       ": confirm it with --confirm-removals " + std::to_string(removals));
+    }
+    const auto planned = given[PlanFile];
+    if (planned) {
+        if (Outcome same = isPlanned(*plan, *planned); !same.ok()) {
+            return same;
+        }
+    }
+    const auto invocations = invocationsOf(*plan);
+    if (!invocations.ok()) {
+        return invocations.outcome();
+    }
+    Outcome outcome =
+        plan->commands.empty() ? done() : runTogether(session, *invocations, plan->fingerprint);
+    session.output.clear();
+    showPlan(session.output, *plan);
+    return outcome;
+}
+
+Outcome apply(Session& session, const Arguments& given) {
+    const auto file = given[File];
+    const auto state = given[StateFile];
+    if (file.has_value() == state.has_value()) {
+        return failure(Status::Usage, "apply: expected a FILE of JSON lines, or --state FILE");
+    }
+    return file ? applyLines(session, *file) : applyState(session, given, *state);
 }
 
 }  // namespace
@@ -193,13 +72,15 @@ Command applyCommands() {
         .words = "apply",
         .summary = "Run many commands as one change: one check, one commit, one reload",
         .action = Batch{apply},
-        .parameters = {File},
+        .parameters = {File, StateFile, PlanFile, Exclusive, Removals},
         .more =
             "Each line is an object such as {\"command\": \"site create\", \"arguments\": "
             "[\"example.com\"], \"options\": {\"address\": \"192.0.2.1\", \"owner\": \"web\"}}. A "
             "password is given as \"password\". Each command sees what those before it do; when one fails, "
-            "none is done.",
-        .examples = {"apply changes.jsonl --dry-run --diff", "apply - --json"},
+            "none is done. With --state the commands are those that \"plan\" shows for the document, and "
+            "they are run only on the configuration that they were made for.",
+        .examples = {"apply changes.jsonl --dry-run --diff", "apply - --json",
+                     "apply --state sites.json --diff"},
     };
 }
 

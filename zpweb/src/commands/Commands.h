@@ -59,6 +59,8 @@ Command moduleLoad();
 Command moduleUnblock();
 Command serverInfo();
 Command serverReload();
+Command exportOfSites();
+Command planSites();
 Command applyCommands();
 Command historyOfChanges();
 Command undoChange();

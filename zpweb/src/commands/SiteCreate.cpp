@@ -140,6 +140,8 @@ Outcome create(Transaction& change, const Arguments& given) {
     const std::string name = given[Name];
     const std::string readable = readableHostName(name);
     if (const auto places = change.configuration().find(name); !places.empty()) {
+        change.output().set("site", name);
+        change.output().set("place", places.front().text());
         return existsAlready("site " + inQuotes(readable) + ": exists already, at " +
                              places.front().text());
     }

@@ -54,6 +54,16 @@ Outcome WebUsers::missing() const {
     return failure(Status::NotFound, file() + ": no such file; the site has no users");
 }
 
+std::vector<std::string> userNamesOf(const std::string& domain) {
+    const auto text = readFile(std::string(UsersFolder) + "/passwd." + domain);
+    std::vector<std::string> names;
+    const Lines lines(text.ok() ? std::string_view(*text) : std::string_view());
+    for (const std::string_view line : lines.all) {
+        names.emplace_back(line.substr(0, line.find(':')));
+    }
+    return names;
+}
+
 Outcome noSuchUser(const std::string& user) {
     return failure(Status::NotFound, "user " + inQuotes(user) + ": not there");
 }

@@ -22,6 +22,8 @@ struct WebUsers {
     std::string file() const;
     Outcome missing() const;
 };
+// The users of a site, without their passwords; none where there is no file.
+std::vector<std::string> userNamesOf(const std::string& domain);
 Outcome noSuchUser(const std::string& user);
 
 using UsersOperation = std::function<Outcome(CZPUsers&)>;

@@ -64,6 +64,11 @@ constexpr Of<std::vector<std::string>> options(std::string_view name, Kind kind,
     return {{name, kind, value, help, false, true}};
 }
 
+// A positional that may be given several times, or not at all.
+constexpr Of<std::vector<std::string>> maybeMany(std::string_view name, Kind kind, std::string_view help) {
+    return {{name, kind, "", help, false, true}};
+}
+
 inline constexpr auto SiteName = needed("SITE", Kind::Site, "The site's name");
 inline constexpr auto InSite = option("--site", Kind::Site, "SITE", "In this website's block");
 inline constexpr auto PasswordFile =

@@ -2,6 +2,7 @@
 
 #include "commands/table/Secret.h"
 #include "sys/File.h"
+#include "sys/Hash.h"
 
 namespace zpweb {
 
@@ -42,10 +43,18 @@ Outcome change(Transaction& transaction, const Command& command, const Arguments
     return std::get<ChangeSite>(command.action)(transaction, *site, arguments);
 }
 
-Outcome oneTry(Session& session, const std::vector<Invocation>& invocations, bool& again) {
+Outcome isPlannedFor(const Configuration& configuration, const std::string& fingerprint) {
+    return fingerprint.empty() || fingerprintOf(configuration) == fingerprint
+               ? done()
+               : failure("the configuration is no longer the one that was planned for; plan again");
+}
+
+Outcome oneTry(Session& session, const std::vector<Invocation>& invocations, const std::string& fingerprint,
+               bool& again) {
     Transaction transaction(session.settings, session.output, session.words);
     session.output.step("waiting for the lock");
     Outcome outcome = transaction.begin();
+    outcome = outcome.ok() ? isPlannedFor(transaction.configuration(), fingerprint) : outcome;
     for (size_t i = 0; outcome.ok() && i < invocations.size(); ++i) {
         outcome = change(transaction, *invocations[i].command, invocations[i].arguments);
         if (outcome.upToDate && session.settings.ensure) {
@@ -79,7 +88,15 @@ Outcome read(Session& session, const Command& command, const Arguments& argument
 
 }  // namespace
 
-Outcome runChanges(Session& session, std::vector<Invocation> invocations) {
+std::string fingerprintOf(const Configuration& configuration) {
+    Hasher hasher;
+    for (const auto& file : configuration.files()) {
+        hasher.take(file->path() + "\n" + file->content().hash() + "\n");
+    }
+    return hasher.digits();
+}
+
+Outcome runChanges(Session& session, std::vector<Invocation> invocations, const std::string& fingerprint) {
     Output& output = session.output;
     Outcome outcome = takeSecrets(invocations, output);
     if (!outcome.ok()) {
@@ -87,7 +104,7 @@ Outcome runChanges(Session& session, std::vector<Invocation> invocations) {
     }
     for (int i = 0; i < Tries; ++i) {
         bool again = false;
-        outcome = oneTry(session, invocations, again);
+        outcome = oneTry(session, invocations, fingerprint, again);
         if (!again) {
             break;
         }

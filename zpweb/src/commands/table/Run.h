@@ -15,6 +15,11 @@ struct Invocation {
 
 Outcome runCommand(Session& session, const Command& command, Arguments arguments);
 // Runs changes as one: one lock, one check, one commit, one reload.
-Outcome runChanges(Session& session, std::vector<Invocation> invocations);
+// They are made for the configuration with this fingerprint; an empty one: for any.
+Outcome runChanges(Session& session, std::vector<Invocation> invocations,
+                   const std::string& fingerprint = {});
+
+// Of all files of the configuration.
+std::string fingerprintOf(const Configuration& configuration);
 
 }  // namespace zpweb

@@ -1,0 +1,80 @@
+// export: the sites as a document, for plan and for apply --state.
+#include <nlohmann/json.hpp>
+
+#include "commands/Commands.h"
+#include "commands/shared/SiteReading.h"
+#include "commands/shared/WebUsers.h"
+#include "input/HostName.h"
+
+namespace zpweb {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr auto Names = maybeMany("SITE", Kind::Site, "The sites (default: all)");
+
+Json blocksOf(const Site& site) {
+    Json blocks = Json::array();
+    for (const Place& place : site.places) {
+        blocks.push_back({{"address", std::string(place.block->address)},
+                          {"file", place.file->path()},
+                          {"line", place.block->lines.first + 1},
+                          {"stopped", place.block->stopped}});
+    }
+    return blocks;
+}
+
+Outcome addSite(Session& session, const Site& site, List& rows) {
+    const auto state = readSite(session.output, site);
+    if (!state.ok()) {
+        return state.outcome();
+    }
+    Json json = jsonOf(*state);
+    json["blocks"] = blocksOf(site);
+    json["users"] = userNamesOf(state->name);
+    rows.row();
+    for (const auto& [name, value] : json.items()) {
+        rows.add(name, JsonText{value.dump()});
+    }
+    return done();
+}
+
+// A document whatever the form of other answers is.
+Outcome exportSites(Session& session, const Configuration& configuration, const Arguments& given) {
+    session.settings.json = true;
+    List& rows = session.output.list("sites", {});
+    const std::vector<std::string> names = given[Names];
+    std::vector<Site> sites = names.empty() ? sitesOf(configuration) : std::vector<Site>();
+    for (const std::string& name : names) {
+        auto site = findSite(configuration, name);
+        if (!site.ok()) {
+            return site.outcome();
+        }
+        sites.push_back(std::move(*site));
+    }
+    for (const Site& site : sites) {
+        if (Outcome added = addSite(session, site, rows); !added.ok()) {
+            return added;
+        }
+    }
+    return done();
+}
+
+}  // namespace
+
+Command exportOfSites() {
+    return {
+        .words = "export",
+        .summary = "Print sites as one JSON document",
+        .action = exportSites,
+        .parameters = {Names},
+        .more =
+            "The document says what holds for each site; plan tells what differs from it, apply --state "
+            "makes it so. "
+            "Its blocks and users are told for information: plan does not look at them.",
+        .examples = {"export", "export shop.example"},
+    };
+}
+
+}  // namespace zpweb

@@ -1,0 +1,176 @@
+#include "commands/shared/CommandLines.h"
+
+#include <algorithm>
+#include <array>
+#include <iostream>
+#include <iterator>
+#include <nlohmann/json.hpp>
+
+#include "commands/table/Table.h"
+#include "input/Nearest.h"
+#include "input/Quoted.h"
+#include "sys/File.h"
+#include "text/Lines.h"
+
+namespace zpweb {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+Outcome usage(const std::string& what) { return failure(Status::Usage, what); }
+
+std::string wordOf(const Json& value) {
+    return value.is_string() ? value.get<std::string>() : value.dump();
+}
+
+// A command for the log: all of it but its password.
+std::string textOf(const Invocation& invocation) {
+    std::string text(invocation.command->words);
+    for (const Parameter& parameter : invocation.command->parameters) {
+        const std::vector<std::string> values = invocation.arguments.all(parameter);
+        const std::string option = parameter.isOption() ? " " + std::string(parameter.name) : "";
+        if (values.empty() && invocation.arguments.has(parameter)) {
+            text += option;
+        }
+        for (const std::string& value : values) {
+            text += option + " " + value;
+        }
+    }
+    return text;
+}
+
+// Each command sees what those before it have staged; one that looks at what is committed goes alone.
+Outcome canBeTogether(const std::vector<Invocation>& invocations) {
+    const auto alone = std::find_if(invocations.begin(), invocations.end(),
+                                    [](const Invocation& each) { return each.command->runsAlone; });
+    return alone != invocations.end() && invocations.size() > 1
+               ? usage(std::string(alone->command->words) +
+                       ": it cannot be one of several commands; expected a run of its own")
+               : done();
+}
+
+// Positionals, in the order of the command's parameters.
+Outcome takeWords(const Json& words, const Command& command, Values& given) {
+    size_t next = 0;
+    for (const Parameter& parameter : command.parameters) {
+        while (!parameter.isOption() && next < words.size()) {
+            given[std::string(parameter.name)].push_back(wordOf(words[next++]));
+            if (!parameter.many) {
+                break;
+            }
+        }
+    }
+    return next < words.size() ? usage("too many arguments for " + std::string(command.words)) : done();
+}
+
+// Options of a line: "name": value, or a list of values, or true for one that has no value.
+Outcome takeOptions(const Json& options, const Command& command, Values& given) {
+    for (const auto& [key, value] : options.items()) {
+        const std::string name = "--" + key;
+        const bool known = std::any_of(command.parameters.begin(), command.parameters.end(),
+                                       [&](const Parameter& each) { return each.name == name; });
+        if (!known) {
+            return usage(std::string(command.words) + ": unknown option " + inQuotes(name));
+        }
+        if (value.is_boolean() && !value.get<bool>()) {
+            continue;
+        }
+        std::vector<std::string>& values = given[name];
+        if (value.is_array()) {
+            std::transform(value.begin(), value.end(), std::back_inserter(values), wordOf);
+        } else if (!value.is_boolean()) {
+            values.push_back(wordOf(value));
+        }
+    }
+    return done();
+}
+
+Outcome hasKnownKeys(const Json& line) {
+    constexpr std::array<std::string_view, 4> Keys = {"command", "arguments", "options", "password"};
+    for (const auto& [key, value] : line.items()) {
+        if (std::find(Keys.begin(), Keys.end(), key) == Keys.end()) {
+            Nearest nearest(key);
+            std::for_each(Keys.begin(), Keys.end(), [&](std::string_view each) { nearest.consider(each); });
+            return usage("unknown key " + inQuotes(key) + nearest.question());
+        }
+    }
+    return done();
+}
+
+std::string alike(const std::string& words) {
+    Nearest nearest(words);
+    for (const Command& each : commandTable()) {
+        nearest.consider(each.changes() ? each.words : std::string_view());
+    }
+    return nearest.question();
+}
+
+}  // namespace
+
+Expected<Invocation> invocationFrom(const Json& parsed) {
+    if (!parsed.is_object() || !parsed.contains("command") || !parsed["command"].is_string()) {
+        return usage(
+            "expected an object with \"command\", and \"arguments\", \"options\" and \"password\" as "
+            "needed");
+    }
+    if (Outcome known = hasKnownKeys(parsed); !known.ok()) {
+        return known;
+    }
+    const std::string words = parsed["command"].get<std::string>();
+    const Command* command = findCommand(words);
+    if (command == nullptr || !command->changes()) {
+        return usage(inQuotes(words) + " is no command that changes something" + alike(words));
+    }
+    if (!parsed.value("arguments", Json(Json::array())).is_array() ||
+        !parsed.value("options", Json(Json::object())).is_object()) {
+        return usage("expected a list as \"arguments\" and an object as \"options\"");
+    }
+    Values given;
+    Outcome taken = takeWords(parsed.value("arguments", Json::array()), *command, given);
+    taken = taken.ok() ? takeOptions(parsed.value("options", Json::object()), *command, given) : taken;
+    if (!taken.ok()) {
+        return taken;
+    }
+    auto arguments = Arguments::from(*command, given);
+    if (arguments.ok() && parsed.contains("password")) {
+        arguments->setSecret(wordOf(parsed["password"]));
+    }
+    return arguments.ok() ? Expected(Invocation{command, std::move(*arguments)}) : arguments.outcome();
+}
+
+Expected<std::vector<Invocation>> invocationsFrom(const std::string& text, const std::string& source) {
+    std::vector<Invocation> invocations;
+    const Lines lines(text);
+    for (size_t i = 0; i < lines.size(); ++i) {
+        if (lines[i].find_first_not_of(" \t\r") == std::string_view::npos) {
+            continue;
+        }
+        auto invocation = invocationFrom(Json::parse(lines[i], nullptr, false));
+        if (!invocation.ok()) {
+            return failure(invocation.outcome().status,
+                           source + ":" + std::to_string(i + 1) + ": " + invocation.outcome().message);
+        }
+        invocations.push_back(std::move(*invocation));
+    }
+    return invocations;
+}
+
+Expected<std::string> inputText(const std::string& file) {
+    if (file != "-") {
+        return readFile(file);
+    }
+    return std::string(std::istreambuf_iterator<char>(std::cin), {});
+}
+
+Outcome runTogether(Session& session, const std::vector<Invocation>& invocations,
+                    const std::string& fingerprint) {
+    if (Outcome sound = canBeTogether(invocations); !sound.ok()) {
+        return sound;
+    }
+    Session whole = session;
+    std::transform(invocations.begin(), invocations.end(), std::back_inserter(whole.words), textOf);
+    return runChanges(whole, invocations, fingerprint);
+}
+
+}  // namespace zpweb

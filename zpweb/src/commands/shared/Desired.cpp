@@ -1,0 +1,135 @@
+#include "commands/shared/Desired.h"
+
+#include <algorithm>
+#include <map>
+#include <nlohmann/json.hpp>
+
+#include "commands/shared/CommandLines.h"
+#include "commands/shared/SiteReading.h"
+#include "sys/File.h"
+
+namespace zpweb {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+using Present = std::map<std::string, SiteState>;
+
+// The sites that the document names, or all of them, as they are.
+Expected<Present> presentSites(Session& session, const Configuration& configuration,
+                               const SitesDocument& document, bool all) {
+    std::map<std::string, const SiteState*> wanted;
+    for (const SiteState& site : document.sites) {
+        wanted[site.name] = &site;
+    }
+    Present present;
+    for (const Site& site : sitesOf(configuration)) {
+        const std::string key = documentName(site);
+        if (all || wanted.contains(key)) {
+            auto state = readSite(session.output, site);
+            if (!state.ok()) {
+                return state.outcome();
+            }
+            present.emplace(key, std::move(*state));
+        }
+    }
+    return present;
+}
+
+Outcome planRemovals(const Present& present, const SitesDocument& document, SitesPlan& plan) {
+    for (const auto& [name, site] : present) {
+        const bool named = std::any_of(document.sites.begin(), document.sites.end(),
+                                       [&](const SiteState& each) { return each.name == name; });
+        if (!named) {
+            plan.removals.push_back(name);
+            plan.commands.push_back({"site delete", {name}, {}});
+        }
+    }
+    return done();
+}
+
+Expected<Configuration> loaded(const Session& session) {
+    const auto main = realPathOf(session.settings.configuration);
+    return main.ok() ? Configuration::load(*main) : Expected<Configuration>(main.outcome());
+}
+
+}  // namespace
+
+Expected<SitesPlan> planFrom(Session& session, const std::string& file, const Arguments& given) {
+    const auto text = inputText(file);
+    const auto document = text.ok() ? SitesDocument::from(*text, file == "-" ? "standard input" : file)
+                                    : Expected<SitesDocument>(text.outcome());
+    if (!document.ok()) {
+        return document.outcome();
+    }
+    const auto configuration = loaded(session);
+    if (!configuration.ok()) {
+        return configuration.outcome();
+    }
+    const auto present = presentSites(session, *configuration, *document, given[Exclusive]);
+    if (!present.ok()) {
+        return present.outcome();
+    }
+    SitesPlan plan{{}, {}, fingerprintOf(*configuration)};
+    for (const SiteState& site : document->sites) {
+        const auto is = present->find(site.name);
+        if (Outcome planned = planSite(is == present->end() ? nullptr : &is->second, site, plan.commands);
+            !planned.ok()) {
+            return planned;
+        }
+    }
+    if (given[Exclusive]) {
+        if (Outcome removals = planRemovals(*present, *document, plan); !removals.ok()) {
+            return removals;
+        }
+    }
+    return plan;
+}
+
+Outcome isPlanned(const SitesPlan& plan, const std::string& file) {
+    const auto text = inputText(file);
+    if (!text.ok()) {
+        return text.outcome();
+    }
+    const Json planned = Json::parse(*text, nullptr, false);
+    if (!planned.is_object() || !planned.contains("fingerprint") ||
+        !planned.value("commands", Json()).is_array()) {
+        return failure(Status::Usage, file + ": no plan; expected what \"zpweb plan --json\" prints");
+    }
+    const bool same =
+        std::equal(plan.commands.begin(), plan.commands.end(), planned["commands"].begin(),
+                   planned["commands"].end(), [](const PlannedCommand& ours, const Json& theirs) {
+                       return theirs.is_object() && theirs.value("text", "") == ours.text();
+                   });
+    return same && planned["fingerprint"] == plan.fingerprint
+               ? done()
+               : failure("the configuration is no longer the one that was planned for; plan again");
+}
+
+Expected<std::vector<Invocation>> invocationsOf(const SitesPlan& plan) {
+    std::vector<Invocation> invocations;
+    for (const PlannedCommand& each : plan.commands) {
+        auto invocation = invocationFrom(each.json());
+        if (!invocation.ok()) {
+            return failure(invocation.outcome().status, each.text() + ": " + invocation.outcome().message);
+        }
+        invocations.push_back(std::move(*invocation));
+    }
+    return invocations;
+}
+
+void showPlan(Output& output, const SitesPlan& plan) {
+    List& rows = output.list("commands", {"text"});
+    for (const PlannedCommand& each : plan.commands) {
+        rows.row().add("text", each.text()).add("command", each.words).add("arguments", each.arguments);
+        if (!each.options.empty()) {
+            rows.add("options", JsonText{each.json()["options"].dump()});
+        }
+    }
+    if (!plan.removals.empty()) {
+        output.set("removals", plan.removals);
+    }
+    output.set("fingerprint", plan.fingerprint);
+}
+
+}  // namespace zpweb

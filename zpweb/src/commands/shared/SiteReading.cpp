@@ -1,0 +1,85 @@
+#include "commands/shared/SiteReading.h"
+
+#include <algorithm>
+#include <unordered_map>
+
+#include "Results.h"
+#include "commands/shared/Operation.h"
+#include "commands/shared/Readable.h"
+#include "commands/shared/SiteInfo.h"
+#include "conf/Text.h"
+#include "input/HostName.h"
+
+namespace zpweb {
+
+namespace {
+
+std::string keyOf(std::string_view name) {
+    const auto ascii = asciiHostName(std::string(name));
+    std::string key = ascii.ok() ? *ascii : std::string(name);
+    std::transform(key.begin(), key.end(), key.begin(), zp::conf::lower);
+    return key;
+}
+
+bool isSuspended(const Block& block) {
+    return zp::conf::equalIgnoringCase(block.root, "message.htm") ||
+           zp::conf::contains(block.text, "/suspended.conf");
+}
+
+SiteState::Pairs pairsOf(const NameValueVector& values) {
+    SiteState::Pairs pairs;
+    for (const NameValueSt& value : values) {
+        pairs[value.Name] = value.Value;
+    }
+    return pairs;
+}
+
+}  // namespace
+
+std::vector<Site> sitesOf(const Configuration& configuration) {
+    std::vector<Site> sites;
+    std::unordered_map<std::string, size_t> numbers;
+    for (const auto& file : configuration.files()) {
+        for (const Block& block : file->blocks()) {
+            if (!block.name.empty()) {
+                const auto [found, fresh] = numbers.try_emplace(keyOf(block.name), sites.size());
+                if (fresh) {
+                    sites.emplace_back();
+                }
+                sites[found->second].places.push_back({file.get(), &block});
+            }
+        }
+    }
+    return sites;
+}
+
+std::string documentName(const Site& site) { return keyOf(site.name()); }
+
+const char* stateOf(const Site& site) {
+    return site.isStopped() ? "stopped" : isSuspended(*site.first().block) ? "suspended" : "running";
+}
+
+Expected<SiteState> readSite(Output& output, const Site& site) {
+    const Readable readable(*site.first().file, site.name());
+    const SiteInfo info(output, readable.path(), site.name());
+    if (Outcome read = resultOf("GetWebsiteInfo", info.result,
+                                {zp::result::website::InfoRead, zp::result::website::InfoWithoutMode});
+        !read.ok()) {
+        return read;
+    }
+    SiteState state;
+    state.name = documentName(site);
+    state.state = stateOf(site);
+    if (state.state != "suspended") {
+        state.root = std::string(site.first().block->root);
+    }
+    state.hostNames = info.record.ServerAlias;
+    state.index = info.record.DirIndex;
+    state.aliases = pairsOf(info.record.Alias);
+    state.scriptAliases = pairsOf(info.record.ScriptAlias);
+    state.redirects = pairsOf(info.record.Redirect);
+    state.errorDocuments = pairsOf(info.record.ErrorDoc);
+    return state;
+}
+
+}  // namespace zpweb

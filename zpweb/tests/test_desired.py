@@ -1,0 +1,97 @@
+"""The sites as a document: export, plan, apply --state."""
+import json
+
+import jsonschema
+import pytest
+
+from conftest import OWNER, schema
+
+
+def planned(machine, document, *options, status=0):
+    answer = machine.run("plan", "-", "--json", *options, input=json.dumps(document))
+    assert answer.status == status, answer
+    return [command["text"] for command in answer.json["commands"]]
+
+
+@pytest.fixture
+def three(machine):
+    for name in "abc":
+        assert machine.create(f"{name}.example").status == 0
+    machine.do("site", "set", "b.example", "--redirect", "/o=http://n.example/", "--index", "i.html", "--alias", "/p=/srv/p")
+    machine.do("host", "add", "c.example", "more.example")
+    machine.do("user", "add", "c.example", "joe", input="word\n")
+    machine.do("site", "stop", "c.example")
+    return machine
+
+
+def test_what_is_exported_is_planned_with_nothing_to_do(three):
+    before = three.tree()
+    document = three.do("export").json
+    schema("sites").validate(document)
+    a, b, c = document["sites"]
+    assert (b["redirect"], b["index"], b["alias"]) == ({"/o": "http://n.example/"}, ["i.html"], {"/p": "/srv/p"})
+    assert (c["state"], c["host_names"], c["users"]) == ("stopped", ["www.c.example", "more.example"], ["joe"])
+    assert planned(three, document) == [] and three.tree() == before
+    assert [site["name"] for site in three.do("export", "B.example", "a.example").json["sites"]] == ["b.example", "a.example"]
+    assert three.run("export", "b.exmaple").status == 6
+
+
+CHANGES = [
+    ({"name": "a.example", "host_names": ["x.example"]}, ["host add a.example x.example", "host remove a.example www.a.example"]),
+    ({"name": "a.example", "state": "suspended"}, ["site suspend a.example"]),
+    ({"name": "B.example", "redirect": {"/q": "http://q.example/"}, "error_document": {"404": "/lost"}},
+     ["site set b.example --redirect /o= --redirect /q=http://q.example/ --error-document 404=/lost"]),
+    ({"name": "b.example", "alias": {}, "index": ["i.html"]}, ["site set b.example --alias /p="]),
+    ({"name": "c.example", "index": ["c.html"]}, ["site start c.example", "site set c.example --index c.html", "site stop c.example"]),
+    ({"name": "c.example", "state": "running"}, ["site start c.example"]),
+    ({"name": "c.example", "host_names": ["more.example", "www.c.example"]}, []),
+    ({"name": "d.example", "address": "127.0.0.1", "owner": OWNER, "path": "/var/zpweb-test", "host_names": [], "state": "stopped"},
+     [f"site create d.example --address 127.0.0.1 --owner {OWNER} --path /var/zpweb-test", "host remove d.example www.d.example",
+      "site stop d.example"])]
+
+
+@pytest.mark.parametrize("site, commands", CHANGES, ids=lambda value: value["name"] if isinstance(value, dict) else "")
+def test_a_plan_is_what_apply_does_and_then_nothing_is_left_to_do(three, site, commands):
+    before, document = three.text(), {"sites": [site]}
+    assert planned(three, document) == commands and three.text() == before
+    assert planned(three, document, "--detailed-exitcode", status=8 if commands else 0) == commands
+    answer = three.do("apply", "--state", "-", "--json", input=json.dumps(document))
+    assert answer.json["changed"] == bool(commands) and [c["text"] for c in answer.json["commands"]] == commands
+    again = three.do("apply", "--state", "-", "--json", input=json.dumps(document)).json
+    assert again["changed"] is False and again["commands"] == []
+    if commands:
+        three.do("undo")
+    assert three.text() == before
+
+
+def test_a_plan_is_kept_to_and_a_removal_is_confirmed(three):
+    file, plan = three.root / "www/sites.json", three.root / "www/plan.json"
+    file.write_text(json.dumps({"sites": [{"name": "a.example", "state": "stopped"}]}))
+    plan.write_text(three.do("plan", file, "--json").out)
+    three.conf.write_text(three.text() + "# mine\n")
+    answer = three.run("apply", "--state", file, "--plan", plan)
+    assert answer.status == 1 and "plan again" in answer.err
+    plan.write_text(three.do("plan", file, "--json").out)
+    three.do("apply", "--state", file, "--plan", plan)
+    three.do("site", "start", "c.example")
+    before = three.text()
+    assert three.do("plan", file, "--exclusive", "--json").json["removals"] == ["b.example", "c.example"]
+    assert "--confirm-removals 2" in three.run("apply", "--state", file, "--exclusive").err and three.text() == before
+    three.do("apply", "--state", file, "--exclusive", "--confirm-removals", "2")
+    assert [site["name"] for site in three.do("export").json["sites"]] == ["a.example"]
+
+
+@pytest.mark.parametrize("text, told", [
+    ("x", "expected a JSON object"), ("{}", '"sites"'), ('{"sites": [1]}', '"name"'), ('{"sites": [{"name": "a b"}]}', "host name"),
+    ('{"sites": [{"name": "a.example", "redirects": {}}]}', 'did you mean "redirect"'),
+    ('{"sites": [{"name": "a.example", "index": "x"}]}', '"index"'), ('{"sites": [{"name": "a.example", "state": "on"}]}', "expected running"),
+    ('{"sites": [{"name": "a.example"}, {"name": "A.example"}]}', "twice"), ('{"sites": [{"name": "new.example"}]}', '"address" and "owner"'),
+    ('{"sites": [{"name": "a.example", "host_names": ["a b"]}]}', "host name")])
+def test_a_document_that_is_wrong_is_refused(three, text, told):
+    before = three.text()
+    for words in (["plan", "-"], ["apply", "--state", "-"]):
+        answer = three.run(*words, input=text)
+        assert answer.status == 2 and told in answer.err and three.text() == before, answer
+    if text.startswith("{") and told not in ("twice", "host name", '"address" and "owner"'):
+        with pytest.raises(jsonschema.ValidationError):
+            schema("sites").validate(json.loads(text))
