@@ -373,6 +373,7 @@ def test_the_manual_comes_from_the_table():
 
 def test_every_command_has_been_run_by_now(site, request):
     site.do("history")
+    site.do("plan", "-", input=site.do("export").out)
     manual = subprocess.run([ZPWEB, "manual"], capture_output=True, text=True).stdout
     commands = set(re.findall(r"^\.SS (.*)$", manual.replace("\\-", "-"), re.M))
     if request.config.getoption("keyword"):
