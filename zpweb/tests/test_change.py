@@ -302,8 +302,11 @@ def test_fifty_checkpoints_are_kept(machine):
     for number in range(2, 61):
         shutil.copytree(checkpoints / "000001", checkpoints / f"{number:06}")
     machine.do("site", "start", "kept.example", "--no-check")
-    kept = sorted(path.name for path in checkpoints.iterdir())
+    kept = sorted(path.name for path in checkpoints.iterdir() if path.name.isdigit())
     assert (len(kept), kept[0], kept[-1]) == (50, "000012", "000061")
+    shutil.rmtree(checkpoints / "000061")
+    machine.do("site", "stop", "kept.example", "--no-check")
+    assert (checkpoints / "000062").exists(), "a number is never used again"
 
 
 def test_apply_is_one_change(live):
@@ -481,3 +484,56 @@ def test_a_server_that_ends_while_it_reloads_is_started_with_the_old_configurati
     assert answer.status == 4 and "is started with it" in answer.err, answer
     assert live.get("shop.example") == (200, "the shop")
     assert live.text() == before
+
+
+def test_a_label_takes_its_changes_back_together(machine):
+    for name in ("a.example", "b.example"):
+        with_site(machine, name)
+    machine.do("host", "add", "a.example", "one.example")
+    kept = machine.text()
+    machine.do("site", "stop", "a.example", "--label", "move")
+    machine.do("host", "add", "b.example", "two.example", "--label", "move")
+    machine.do("site", "start", "a.example", "--label", "move")
+    answer = machine.do("undo", "--label", "move")
+    assert machine.text() == kept and answer.err.count("taking back checkpoint") == 3
+    assert machine.run("undo", "--label", "move").status == 6
+    assert [c.get("label") for c in machine.do("history", "--json").json["changes"]] == [None, "move", "move", "move", "move"]
+
+
+def test_the_state_of_a_system_configuration_is_not_below_etc(machine):
+    with_site(machine)
+    machine.do("site", "stop", "kept.example")  # in ".zpweb", as earlier versions did everywhere
+    system, state = Path("/etc/zpweb-test"), Path("/var/lib/zpweb")
+    shutil.rmtree(state, ignore_errors=True)
+    shutil.copytree(machine.root, system)
+    change = system / ".zpweb/checkpoints/000001/change"
+    change.write_text(change.read_text().replace(str(machine.root), str(system)))
+    try:
+        conf = system / "httpd.conf"
+        stopped = conf.read_bytes()
+        machine.do("site", "start", "kept.example", "--conf", conf, "--no-check", conf=False)
+        assert not (system / ".zpweb").exists() and state.stat().st_mode & 0o7777 == 0o700
+        assert [p.name for p in sorted((state / "checkpoints").iterdir()) if p.name.isdigit()] == ["000001", "000002"]
+        machine.do("undo", "--conf", conf, "--no-check", conf=False)
+        assert conf.read_bytes() == stopped
+        assert len(machine.do("history", "--conf", conf, "--json", conf=False).json["changes"]) == 3
+    finally:
+        shutil.rmtree(system)
+        shutil.rmtree(state, ignore_errors=True)
+
+
+def test_many_commands_of_one_change_do_what_they_do_one_by_one(machine):
+    names = [f"s{i}.example" for i in range(1200)]
+    text = "".join("\n" + BLOCK.format(port=machine.port, name=name, root=machine.root / "www") for name in names)
+    machine.conf.write_text(machine.text() + text)
+    wanted = machine.text()
+    lines = []
+    for i in range(0, 1200, 40):
+        name, alias = names[i], f"more{i}.example"
+        lines.append({"command": "host add", "arguments": [name, alias]})
+        wanted = wanted.replace(f"\tServerAlias www.{name}\n", f"\tServerAlias www.{name} {alias}\n")
+    lines.append({"command": "site delete", "arguments": [names[700]]})
+    wanted = wanted.replace("\n" + BLOCK.format(port=machine.port, name=names[700], root=machine.root / "www"), "")
+    answer = machine.do("apply", "-", "--no-check", input="\n".join(map(json.dumps, lines)))
+    assert machine.text() == wanted, answer
+    machine.do("undo", "--no-check")

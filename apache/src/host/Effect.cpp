@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "host/Folder.h"
+#include "host/FolderTree.h"
 
 namespace zp::host {
 
@@ -88,7 +89,8 @@ bool giveTree(Entry entry, const Effect& effect) {
         return true;
     }
     const bool isDirectory = S_ISDIR(status.st_mode);
-    const bool given = giveTo(entry, effect, isDirectory ? status.st_mode & SetIdBits : 0);
+    const bool given =
+        giveTo(entry, effect, isDirectory && !effect.exactMode ? status.st_mode & SetIdBits : 0);
     if (!effect.deep || !isDirectory) {
         return given;
     }
@@ -130,6 +132,8 @@ bool carryOut(const Effect& effect) {
             return makeFile(*parent, name, effect);
         case Effect::Step::GiveAccess:
             return giveAccess(*parent, name, effect);
+        case Effect::Step::RemoveTree:
+            return removeTree("/proc/self/fd/" + std::to_string(parent->descriptor()) + "/" + name);
     }
     return false;
 }

@@ -15,6 +15,7 @@ struct Effect {
         MakeDirectory,  // one that stands there already is a failure
         MakeFile,       // empty; one that stands there already stays as it is
         GiveAccess,     // to what is there; with `deep` to all that a directory holds, too
+        RemoveTree,     // a directory with all that it holds, links as links
     };
     Step step = Step::GiveAccess;
     std::string path;
@@ -22,6 +23,7 @@ struct Effect {
     std::optional<gid_t> group{};
     std::optional<mode_t> mode{};  // in GiveAccess a directory keeps its set-ID bits besides
     bool deep = false;
+    bool exactMode = false;  // a directory does not keep them
 };
 
 // Takes the step through open directories: no link that others than the administrator can have placed is

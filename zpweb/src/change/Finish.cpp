@@ -1,13 +1,14 @@
-// The end of a change: from its check to its record.
-#include <pwd.h>
-#include <unistd.h>
+// The phases of a change, in their order.
+#include <exception>
 
-#include <algorithm>
-#include <cstdlib>
-
-#include "change/Clock.h"
-#include "change/Deferred.h"
 #include "change/Transaction.h"
+#include "phases/Candidates.h"
+#include "phases/Commit.h"
+#include "phases/Outstanding.h"
+#include "phases/PutBack.h"
+#include "phases/Reload.h"
+#include "store/AuditLog.h"
+#include "store/Checkpoints.h"
 #include "sys/File.h"
 #include "sys/GuardedFolder.h"
 #include "text/Difference.h"
@@ -16,93 +17,9 @@ namespace zpweb {
 
 namespace {
 
-constexpr size_t CheckpointsKept = 50;
-
-std::string userName() {
-    const passwd* entry = ::getpwuid(::getuid());
-    return entry != nullptr ? entry->pw_name : std::to_string(::getuid());
-}
-
-}  // namespace
-
-std::vector<ChangedFile> Transaction::changedFiles() const {
-    std::vector<ChangedFile> changed;
-    for (const auto& [path, file] : files_) {
-        if (file.changed()) {
-            changed.push_back({path, file.before.hash(), file.after.hash()});
-        }
-    }
-    return changed;
-}
-
-// A line of the log: who did what, and what came of it.
-void Transaction::record(const Outcome& outcome) {
-    std::string files;
-    for (const ChangedFile& file : journal_.files.empty() ? changedFiles() : journal_.files) {
-        files += files.empty() ? "{" : ",{";
-        appendMember(files, "file", file.path, true);
-        appendMember(files, "before", file.before);
-        appendMember(files, "after", committed_ ? file.after : file.before);
-        files += '}';
-    }
-    std::string line = "{";
-    appendMember(line, "time", timeNow(), true);
-    appendMember(line, "user", userName());
-    if (const char* login = std::getenv("SUDO_USER"); login != nullptr) {
-        appendMember(line, "login", login);
-    }
-    appendMember(line, "command", journal_.words);
-    appendMember(line, "result", nameOf(outcome.status));
-    appendMember(line, "exit", static_cast<int>(outcome.status));
-    appendMember(line, "changed", committed_);
-    appendMember(line, "files", JsonText{"[" + files + "]"});
-    appendMember(line, "checkpoint", journal_.checkpoint == 0 ? Value() : Value(journal_.checkpoint));
-    if (journal_.undoes != 0) {
-        appendMember(line, "undoes", journal_.undoes);
-    }
-    if (!outcome.message.empty()) {
-        appendMember(line, "message", outcome.message);
-    }
-    if (Outcome written = appendLine(state_->audit(), line + "}", 0600); !written.ok()) {
-        output_.warning("the change is not in the log: " + written.message);
-    }
-}
-
-void Transaction::pruneCheckpoints() const {
-    std::vector<std::string> names = entriesOf(state_->checkpoints());
-    while (names.size() > CheckpointsKept) {
-        removeTree(state_->checkpoints() + "/" + names.front());
-        names.erase(names.begin());
-    }
-}
-
-void Transaction::showDiff() {
-    for (const auto& [path, file] : files_) {
-        if (settings_.diff && file.changed()) {
-            output_.addDiff(shownDiff(path, file.before.text(), file.after.text()));
-        }
-    }
-}
-
-// What waits until the change is certain.
-Outcome Transaction::finishEffects() {
-    for (const auto& words : journal_.outstanding) {
-        if (Outcome carried = carryOut(words); !carried.ok()) {
-            output_.warning(carried.message);
-        }
-    }
-    Outcome outcome;
-    for (const auto& action : afterwards_) {
-        if (Outcome acted = action(); !acted.ok()) {
-            outcome = acted;
-        }
-    }
-    return outcome;
-}
-
 // Nobody has placed a link on the way to a file that is not the server's.
-Outcome Transaction::waysAreFree() const {
-    for (const auto& [path, file] : files_) {
+Outcome waysAreFree(const WorkingSet& set) {
+    for (const auto& [path, file] : set.files()) {
         const bool owners = file.changed() && !file.ofServer;
         if (Outcome reached = owners ? reachedWithoutForeignLink(folderOf(path)) : done(); !reached.ok()) {
             return reached;
@@ -111,40 +28,151 @@ Outcome Transaction::waysAreFree() const {
     return done();
 }
 
+}  // namespace
+
+bool Transaction::hasEffects() const {
+    return changesFiles() || !afterwards_.empty() || !journal_.outstanding.empty();
+}
+
 Outcome Transaction::finish(bool& again) {
-    const bool changed =
-        std::any_of(files_.begin(), files_.end(), [](const auto& entry) { return entry.second.changed(); });
-    const bool effects = changed || !afterwards_.empty() || !journal_.outstanding.empty();
-    output_.setChanged(effects);
-    Outcome outcome = waysAreFree();
-    outcome = outcome.ok() && changed ? stageCandidates() : outcome;
-    outcome = outcome.ok() ? takeOverFromKept() : outcome;
-    if (outcome.ok() && settings_.check && serverChanged()) {
-        outcome = check();
+    try {
+        return perform(again);
+    } catch (const std::exception& error) {
+        // Out of memory, at any moment: what is half in place is the next run's to clear up.
+        leftToNext_ = journal_.progress != JournalState::Preparing;
+        return failure(std::string("unexpected: ") + error.what() +
+                       (leftToNext_ ? "; the next change clears up what this one has left" : ""));
     }
+}
+
+Outcome Transaction::perform(bool& again) {
+    set_->settle();
+    output_.setChanged(hasEffects());
+    Outcome outcome = stage();
+    outcome = outcome.ok() ? check() : outcome;
     showDiff();
     if (settings_.dryRun) {
-        output_.setChanged(outcome.ok() && effects);
+        output_.setChanged(outcome.ok() && hasEffects());
         return outcome;
     }
-    outcome = outcome.ok() ? waysAreFree() : outcome;  // the check took its time
-    if (outcome.ok() && changed) {
-        outcome = commit(again);
-        if (again) {
-            return outcome;
-        }
-        outcome = outcome.ok() ? reload() : outcome;
+    outcome = outcome.ok() ? commitAll(again) : outcome;
+    if (again) {
+        return outcome;
     }
-    if (outcome.ok()) {
-        committed_ = committed_ || effects;
-        outcome = finishEffects();
+    outcome = outcome.ok() ? reloadServer() : outcome;
+    outcome = outcome.ok() ? carryOutRest() : outcome;
+    output_.setChanged(inPlace_);
+    if (hasEffects()) {
+        recordAs(outcome);
     }
-    output_.setChanged(committed_);
-    if (effects) {
-        record(outcome);
-    }
-    pruneCheckpoints();
+    pruneCheckpoints(*state_);
     return outcome;
+}
+
+Outcome Transaction::stage() {
+    Outcome outcome = set_->fault();
+    outcome = outcome.ok() ? waysAreFree(*set_) : outcome;
+    journal_.files = set_->changedFiles();
+    Candidates candidates(*state_, [this](const std::string& path) { return willMake({path}); });
+    return outcome.ok() ? candidates.make(set_->files()) : outcome;
+}
+
+Outcome Transaction::check() {
+    if (!settings_.check || !set_->serverChanged()) {
+        return done();
+    }
+    output_.step("checking the configuration");
+    const auto staged = stagedConfiguration(configuration(), set_->files(), state_->stage());
+    if (!staged.ok()) {
+        return staged.outcome();
+    }
+    if (judge_) {
+        return judge_(*staged);
+    }
+    const Server::Verdict verdict = server_->check(staged->main);
+    if (!verdict.ran) {
+        return failure("the server's check cannot be run (apachectl -t); --no-check goes without it");
+    }
+    if (!verdict.passed) {
+        return failure(Status::Refused, "refused by the server's check, nothing is changed:\n" +
+                                            described(verdict.output, *staged, configuration()));
+    }
+    output_.detail(verdict.output);
+    return done();
+}
+
+Outcome Transaction::commitAll(bool& again) {
+    if (Outcome free = waysAreFree(*set_); !free.ok()) {  // the check took its time
+        return free;
+    }
+    if (changesFiles()) {
+        output_.step("putting the change in place");
+        Outcome committed =
+            commit({*state_, set_->files(), making_, [this] { return writeJournal(); }}, journal_, again);
+        if (!committed.ok()) {
+            leftToNext_ = journal_.checkpoint != 0;
+            return committed;
+        }
+    }
+    inPlace_ = hasEffects();
+    return done();
+}
+
+Outcome Transaction::reloadServer() {
+    if (!set_->serverChanged() || !settings_.reload) {
+        return done();
+    }
+    const Reloaded reloaded = reload({*server_, configuration(), output_, settings_.check, proofs_});
+    return reloaded.outcome.ok() ? done() : rollBack(reloaded.outcome.message, reloaded.asked);
+}
+
+Outcome Transaction::rollBack(const std::string& reason, bool asked) {
+    journal_.progress = JournalState::TakingBack;
+    static_cast<void>(writeJournal());  // on a full disk, too, the old files come back
+    Outcome back = putBack(*state_, journal_);
+    if (!back.ok()) {
+        leftToNext_ = true;
+        return {Status::RolledBack, reason + "; " + back.message};
+    }
+    inPlace_ = false;
+    removeTree(state_->checkpoint(journal_.checkpoint));
+    journal_.checkpoint = 0;
+    return {Status::RolledBack, reason + "; the old configuration is back" +
+                                    (asked ? bringBack(*server_, state_->configuration) : "")};
+}
+
+// What waits until the change is certain. The journal knows it until it is done.
+Outcome Transaction::carryOutRest() {
+    if (!journal_.outstanding.empty() || !journal_.undoes.empty()) {
+        journal_.progress = JournalState::Finishing;
+        if (Outcome written = writeJournal(); !written.ok()) {
+            return written;
+        }
+    }
+    Outcome outcome = doOutstanding(*state_, journal_, output_);
+    for (const auto& action : afterwards_) {
+        if (Outcome acted = action(); !acted.ok()) {
+            outcome = acted;
+        }
+    }
+    return outcome;
+}
+
+void Transaction::recordAs(const Outcome& outcome) {
+    if (Outcome written = record(*state_, journal_, outcome, inPlace_); !written.ok()) {
+        output_.warning("the change is not in the log: " + written.message);
+    }
+}
+
+void Transaction::showDiff() {
+    if (!settings_.diff) {
+        return;
+    }
+    for (const auto& [path, file] : set_->files()) {
+        if (file.changed()) {
+            output_.addDiff(shownDiff(path, file.before.text(), file.after.text()));
+        }
+    }
 }
 
 }  // namespace zpweb

@@ -1,14 +1,4 @@
-// The logs that a configuration names.
+// Moved to server/Logs.h.
 #pragma once
 
-#include <string>
-#include <vector>
-
-#include "change/Configuration.h"
-
-namespace zpweb {
-
-// Log files whose folder is missing, with the place where they are named: FILE:LINE: FOLDER.
-std::vector<std::string> missingLogFolders(const Configuration& configuration);
-
-}  // namespace zpweb
+#include "server/Logs.h"

@@ -1,25 +1,4 @@
-// Where a configuration says that the server listens.
+// Moved to server/Sockets.h.
 #pragma once
 
-#include <string>
-#include <vector>
-
-#include "change/Configuration.h"
-
-namespace zpweb {
-
-struct Socket {
-    std::string host;  // empty: any
-    int port = 0;
-};
-
-std::vector<Socket> socketsOf(const Configuration& configuration);
-// Where the server may be asked: also where it listens on a condition.
-std::vector<Socket> askable(const Configuration& configuration);
-
-bool isBusy(const Socket& wanted);  // another program listens there, or the address is not this host's
-
-enum class Answer { Http, Other, Unreachable };
-Answer ask(const Socket& server);
-
-}  // namespace zpweb
+#include "server/Sockets.h"

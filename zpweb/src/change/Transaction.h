@@ -1,147 +1,128 @@
 // A change, from the lock to its record. Every change of every command takes this way; a dry run stops
-// before the last step.
+// before the commit.
+//
+// Commands stage: they edit, replace, link and make, and see what those before them have made. Nothing of
+// it is in its place before `finish`, which orders the phases; docs/safety.md tells them in the same order.
 #pragma once
 
 #include <functional>
-#include <map>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "change/Configuration.h"
+#include "change/Edit.h"
 #include "change/FolderTimes.h"
-#include "change/Journal.h"
-#include "change/Lock.h"
-#include "change/Server.h"
-#include "change/State.h"
+#include "change/WorkingSet.h"
+#include "host/Effect.h"
 #include "input/Settings.h"
 #include "output/Output.h"
-#include "sys/Content.h"
+#include "phases/Check.h"
+#include "phases/Stage.h"
+#include "server/Server.h"
+#include "store/Journal.h"
+#include "store/Lock.h"
+#include "store/State.h"
 #include "sys/Outcome.h"
-#include "text/Scope.h"
 
 namespace zpweb {
 
-// One operation of the library on one file of the configuration.
-struct Edit {
-    std::string file;                                      // the live file; the operation gets a staged one
-    size_t bound = 0;                                      // the most characters of a line that it reads
-    std::function<Scope(const ConfigurationFile&)> scope;  // what it is asked to change
-    std::function<int(const std::string& staged)> operation;
-    std::function<Outcome(int result)> meaning;  // of its result
-    // Looks at what it has made of its part.
-    std::function<Outcome(std::string_view made)> look{};
-    // Files and folders that it makes where there are none, outermost first.
-    std::vector<std::string> makes{};
-    std::vector<std::string> scratch{};  // fixed scratch files that it uses
-};
-
-// One operation on files that are not part of the configuration, in a folder that stands in for theirs.
-struct OtherEdit {
-    std::vector<std::string> files;  // live files; each is staged under its own name
-    mode_t mode = 0600;              // of a file that is new
-    bool createEmpty = false;        // a file that does not exist is staged empty
-    // Gets the folder in which the files are staged.
-    std::function<Outcome(const std::string& folder)> operation;
-    // Text of the files that names their folder, and what it is while they are staged.
-    std::string folderInText;
-};
-
 class Transaction {
 public:
+    // Looks at the staged configuration in place of the server's plain check.
+    using Judge = std::function<Outcome(const StagedConfiguration&)>;
+
     Transaction(Settings& settings, Output& output, std::vector<std::string> command);
-    ~Transaction();
+    ~Transaction();  // abandons what is not finished
     Transaction(const Transaction&) = delete;
     Transaction& operator=(const Transaction&) = delete;
 
     // Lock, recover, read.
     Outcome begin();
+
+    // --- staging ---
+
     Outcome edit(const Edit& edit);
     Outcome edit(const OtherEdit& edit);
-    // Writes down files or folders that are about to be made; those that exist are left out.
-    Outcome willMake(const std::vector<std::string>& paths);
     // Replaces a file of the configuration, or another file, whole; absent: the file goes. One that is not
-    // there now gets the owner, mode and attributes of `like`.
-    Outcome replace(const std::string& path, std::optional<std::string> text, const std::string& like);
-    // Something that cannot be staged, done after all that can be refused is done. Not in a dry run.
+    // there now gets the owner, mode and attributes of `like`, or is root's with mode 0644; directories
+    // that it lacks are made. One that an Include line names is part of the configuration, for the check
+    // too.
+    Outcome replace(const std::string& path, std::optional<std::string> text, const std::string& like = "");
+    Outcome link(const std::string& path, const std::string& target);  // a symbolic link
+    Outcome unlink(const std::string& path) { return replace(path, std::nullopt); }
+    // Made with the commit, unless it is there; gone, if it is empty, with the undo.
+    Outcome makeDirectory(const std::string& path, mode_t mode, std::optional<uid_t> user = {},
+                          std::optional<gid_t> group = {});
+    // Writes down files or directories that are about to be made; those that exist are left out.
+    Outcome willMake(const std::vector<std::string>& paths);
+    // A file that this run makes and removes by itself; should it not come to that, the next one does.
+    Outcome temporary(const std::string& path);
+
+    // Owners and modes, or a directory that goes, once the change is certain. Not undone.
+    void outstanding(zp::host::Effect effect) { journal_.outstanding.push_back(std::move(effect)); }
+    // Something that cannot be staged, done once the change is certain; lost when the run is interrupted.
     void afterwards(std::function<Outcome()> action) { afterwards_.push_back(std::move(action)); }
+    // What a reloaded server must show; else the change is taken back. Not looked at without a reload.
+    void prove(std::function<Outcome()> proof) { proofs_.push_back(std::move(proof)); }
+    void judgedBy(Judge judge) { judge_ = std::move(judge); }
+    void setUndone(int checkpoint) { journal_.undoes.push_back(checkpoint); }
+
+    // Another command follows; what the last one has got of the configuration is gone.
+    void next() { set_->next(); }
+
+    // --- the end ---
 
     // Check, commit, reload, record. `again` is set when the live files have changed meanwhile: nothing was
     // done, and the change can be tried from its beginning.
     Outcome finish(bool& again);
     void abandon();  // leaves everything as it was
 
-    const Configuration& configuration() const { return *configuration_; }
-    // A file as it is in this change so far.
-    Content contentOf(const std::string& path) const;
+    // A file or block that a command got from it is gone once its file is edited.
+    const Configuration& configuration() const { return set_->configuration(); }
+    Content contentOf(const std::string& path) const { return set_->contentOf(path); }
+    // A file that could not be read, whatever a command has made of that; see WorkingSet.
+    Outcome fault() const { return set_ ? set_->fault() : done(); }
     const Settings& settings() const { return settings_; }
     Output& output() { return output_; }
     Server& server() { return *server_; }
     const State& state() const { return *state_; }
-    void setUndone(int checkpoint) { journal_.undoes = checkpoint; }
 
 private:
-    struct File {
-        Content before, after;
-        bool ofServer = false;
-        mode_t mode = 0600;
-        std::string staged;  // the candidate, ready to be renamed
-        std::string like{};  // whose attributes it gets when it is new
-        bool changed() const { return !before.isSameAs(after); }
-    };
-
-    Outcome recover();
-    Outcome complete(Journal& journal);
-    File& fileAt(const std::string& path);
-    Expected<std::string> workFolder() const;
-    Outcome run(const std::function<Outcome()>& operation);
-    Outcome clearScratch(const Edit& edit, int& result);
-    Expected<std::string> runStaged(const Edit& edit, const std::string& part, int& result);
-    Outcome stageOthers(const OtherEdit& edit, const std::string& work);
-    void takeResult(const std::string& path, Content content);
-    Outcome prepare(const Edit& edit);
-    Expected<std::string> checkable(const std::string& path, std::map<std::string, std::string>& liveNames);
-    bool leadsToChange(const std::string& path, int depth) const;
-    std::string candidateOf(const std::string& path, size_t number);
-    void leaveTimeOf(const std::string& folder);
-    void cleanUp();
-    bool serverChanged() const;
-    Outcome stageCandidates();
-    Outcome takeOverFromKept();
+    std::string work() const { return state_->stage() + "/work"; }
+    Expected<std::string> runOn(const Edit& edit, const std::string& part, StagedRun& run);
+    Outcome stageOthers(const OtherEdit& edit);
+    Outcome takeOthers(const OtherEdit& edit);
+    Outcome takeEffects(StagedRun& run);
+    Outcome makeAbove(const std::string& path);
+    Outcome stage();
     Outcome check();
-    Outcome syncCandidates();
-    Outcome writeCheckpoint();
-    void dropCheckpoint();
-    Outcome putInPlace(const ChangedFile& changed, bool& again);
-    Outcome putAllInPlace(bool& again);
-    Outcome commit(bool& again);
-    Outcome reload();
-    Outcome repair(Outcome rolledBack);
-    Outcome rollBack(const std::string& reason);
-    Outcome putBack();
-    Outcome writeJournal();
-    Outcome waysAreFree() const;
-    Outcome finishEffects();
-    std::vector<ChangedFile> changedFiles() const;
-    void record(const Outcome& outcome);
+    Outcome commitAll(bool& again);
+    Outcome reloadServer();
+    Outcome rollBack(const std::string& reason, bool asked);
+    Outcome carryOutRest();
+    Outcome perform(bool& again);
+    void recordAs(const Outcome& outcome);
     void showDiff();
-    void pruneCheckpoints() const;
-    std::string described(const std::string& serverOutput,
-                          const std::map<std::string, std::string>& liveNames) const;
+    Outcome writeJournal();
+    void leaveTimeOf(const std::string& folder);
+    bool hasEffects() const;
+    bool changesFiles() const { return set_->changed() || !making_.empty(); }
 
     Settings& settings_;
     Output& output_;
     std::vector<std::string> command_;
     std::optional<State> state_;
     std::optional<Lock> lock_;
-    Descriptor scratchHold_;
     FolderTimes folderTimes_;  // of a dry run
-    std::optional<Configuration> configuration_;
+    std::optional<WorkingSet> set_;
     std::optional<Server> server_;
-    std::map<std::string, File> files_;
     Journal journal_;
-    std::vector<std::function<Outcome()>> afterwards_;
-    bool journalWritten_ = false, committed_ = false;
+    std::vector<zp::host::Effect> making_;  // directories and files, before the others are put in place
+    std::vector<std::function<Outcome()>> afterwards_, proofs_;
+    Judge judge_;
+    bool journalWritten_ = false;
+    bool inPlace_ = false;     // the change stands
+    bool leftToNext_ = false;  // the journal stays: the next run's recovery clears up
 };
 
 }  // namespace zpweb

@@ -226,6 +226,9 @@ Expected<Settings> settingsFrom(const Values& common) {
     settings.ensure = has("--ensure");
     settings.quiet = has("--quiet");
     settings.verbose = has("--verbose");
+    if (has("--label")) {
+        settings.label = common.at("--label").front();
+    }
     if (has("--lock-timeout")) {
         const auto seconds =
             typedValue(Kind::Number, "--lock-timeout", common.at("--lock-timeout").front(), "");

@@ -6,11 +6,11 @@
 #include <map>
 
 #include "CZPWebsite.h"
-#include "change/Lock.h"
-#include "change/Logs.h"
 #include "commands/Commands.h"
 #include "commands/shared/Operation.h"
 #include "conf/Line.h"
+#include "server/Logs.h"
+#include "store/Lock.h"
 #include "sys/File.h"
 #include "sys/Process.h"
 

@@ -3,6 +3,7 @@
 #include <nlohmann/json.hpp>
 
 #include "commands/Commands.h"
+#include "store/Checkpoints.h"
 #include "sys/File.h"
 #include "text/Lines.h"
 

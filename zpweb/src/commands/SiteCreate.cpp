@@ -152,6 +152,7 @@ Outcome create(Transaction& change, const Arguments& given) {
     Edit edit;
     edit.file = change.configuration().main().path();
     edit.bound = bound::Creation;
+    edit.appends = entry.IPSwitch != switchOf("own");
     edit.scope = [&](const ConfigurationFile& file) { return creationScope(file, entry); };
     edit.operation = [&](const std::string& staged) {
         return CZPWebsite(nullptr, staged.c_str()).CreateWebsite(&entry);

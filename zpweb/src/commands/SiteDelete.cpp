@@ -1,7 +1,6 @@
 // site delete: removes a site's blocks, and its home when asked to.
 #include <algorithm>
 
-#include "CZPVirtualDirectory.h"
 #include "CZPWebsite.h"
 #include "commands/Commands.h"
 #include "commands/shared/Operation.h"
@@ -40,17 +39,6 @@ Expected<std::string> removableHome(const Configuration& configuration, const Bl
     return home;
 }
 
-// Below a folder that is held open, so that no link can take its place while it goes.
-Outcome removeHome(const std::string& home) {
-    if (!isFolder(home)) {
-        return done();
-    }
-    const auto parent = openGuarded(folderOf(home));
-    return parent.ok() && RemoveDir(pathIn(*parent, nameOf(home)).c_str()) == 0
-               ? done()
-               : failure("the site is deleted, but " + home + " could not be removed");
-}
-
 Outcome removeFolders(Transaction& change, const Block& block) {
     const auto home = removableHome(change.configuration(), block);
     if (!home.ok()) {
@@ -60,13 +48,14 @@ Outcome removeFolders(Transaction& change, const Block& block) {
         return reached;
     }
     change.output().set("removed", *home);
-    change.afterwards([home = *home] { return removeHome(home); });
+    change.outstanding({zp::host::Effect::Step::RemoveTree, *home});
     return done();
 }
 
 Edit deletionOf(const std::string& name) {
     Edit edit;
     edit.bound = bound::Deletion;
+    edit.site = name;
     edit.scope = [name](const ConfigurationFile& file) {
         Scope scope = siteScope(file, name);
         scope.takesBlankLine = true;

@@ -18,6 +18,7 @@ Outcome changePort(Transaction& change, const Site& site, const Arguments& given
     Edit edit;
     edit.file = place.file->path();
     edit.bound = bound::Port;
+    edit.site = name;
     edit.scope = [&](const ConfigurationFile& file) {
         return siteScope(file, name, beginsWithAny({"<VirtualHost"}));
     };

@@ -80,28 +80,6 @@ MergeRequest requestFrom(const Arguments& given) {
 
 mode_t modeOf(const std::string& text) { return static_cast<mode_t>(std::stoul(text, nullptr, 8)); }
 
-// The mode is set by the operation when the change is certain: not in a dry run, and not on a staged copy.
-void setModeAfterwards(Transaction& change, const std::string& file, const std::string& domain,
-                       const std::string& folder, mode_t mode) {
-    change.afterwards([file, domain, folder, mode, &change] {
-        const std::string copy = change.state().stage() + "/mode";
-        const auto text = readFile(file);
-        if (!text.ok()) {
-            return text.outcome();
-        }
-        if (Outcome written = writeNewFile(copy, *text, 0600); !written.ok()) {
-            return written;
-        }
-        UpdateVHost record{};
-        record.pDomain = domain.c_str();
-        record.DirPath = folder.empty() ? nullptr : folder.c_str();
-        record.AccessMode = mode;
-        CZPWebsite website(nullptr, copy.c_str());
-        const int result = quietly(change.output(), [&] { return website.UpdateWebsite(&record); });
-        return resultOf("UpdateWebsite", result, {Merged});
-    });
-}
-
 Outcome setMode(Transaction& change, const Place& place, const std::string& folder, mode_t mode) {
     const std::string target = folder.empty() ? std::string(place.block->root) : folder;
     struct stat status {};
@@ -112,7 +90,11 @@ Outcome setMode(Transaction& change, const Place& place, const std::string& fold
         return reached;
     }
     if ((status.st_mode & 07777) != mode) {
-        setModeAfterwards(change, place.file->path(), std::string(place.block->name), folder, mode);
+        zp::host::Effect access;
+        access.path = target;
+        access.mode = mode;
+        access.exactMode = true;
+        change.outstanding(std::move(access));
     }
     return done();
 }

@@ -3,9 +3,10 @@
 #include <iterator>
 
 #include "commands/Commands.h"
+#include "input/Quoted.h"
+#include "store/Checkpoints.h"
 #include "sys/File.h"
 #include "sys/Hash.h"
-#include "sys/Number.h"
 #include "text/Difference.h"
 #include "text/Merge.h"
 #include "text/Patch.h"
@@ -16,45 +17,57 @@ namespace {
 
 constexpr auto Number = maybeNumber("CHECKPOINT", "Its number in the history (default: the last change)");
 
-// The newest checkpoint that was neither undone nor made by an undo.
-int newestUndoable(const State& state) {
-    const auto names = entriesOf(state.checkpoints());
-    const auto newest = std::find_if(names.rbegin(), names.rend(), [&](const std::string& name) {
-        const auto checkpoint = Checkpoint::read(state.checkpoints() + "/" + name);
-        return checkpoint && checkpoint->change.undoes == 0 && !checkpoint->undone;
-    });
-    return newest == names.rend() ? 0 : leadingNumber(*newest);
+// Those that were neither undone nor made by an undo, oldest first.
+Expected<std::vector<Checkpoint>> undoableOf(const State& state) {
+    const auto numbers = checkpointsOf(state);
+    std::vector<Checkpoint> undoable;
+    for (size_t i = 0; numbers.ok() && i < numbers->size(); ++i) {
+        auto checkpoint = Checkpoint::read(state.checkpoint((*numbers)[i]));
+        if (checkpoint && checkpoint->change.undoes.empty() && !checkpoint->undone &&
+            checkpoint->change.isFor(state.configuration)) {
+            undoable.push_back(std::move(*checkpoint));
+        }
+    }
+    return numbers.ok() ? Expected(std::move(undoable)) : numbers.outcome();
 }
 
-// One file of the change that is taken back: its text before and after the change, and as it is now.
+// One file of the change that is taken back: its text before and after the change, and as it is now, with
+// what was taken back before it.
 struct Version {
     const ChangedFile& file;
     std::string kept;  // where its old text is kept
-    Expected<std::string> before, after, now;
+    std::optional<std::string> link;
+    Expected<std::string> before, after;
+    Content now;
 
-    Version(const std::string& folder, size_t number, const ChangedFile& changed)
+    Version(const Transaction& change, const std::string& folder, size_t number, const ChangedFile& changed)
         : file(changed),
           kept(folder + "/" + std::to_string(number)),
+          link(linkTarget(kept)),
           before(readFile(kept)),
           after(failure("not known")),
-          now(readFile(changed.path)) {
+          now(change.contentOf(changed.path)) {
         const auto patch = readFile(kept + ".patch");
         auto left = before.ok() && patch.ok() ? patched(*before, *patch) : std::nullopt;
         if (left && contentHash(*left) == file.after) {
             after = std::move(*left);
         }
     }
-    bool isUnedited() const { return currentHash(file.path) == file.after; }
+    bool isUnedited() const { return now.hash() == file.after; }
+    bool isDamaged() const {
+        return link ? linkHash(*link) != file.before : !before.ok() || contentHash(*before) != file.before;
+    }
     // The old text with what somebody has changed elsewhere in the file since.
     std::optional<std::string> merged() const {
-        return before.ok() && after.ok() && now.ok() ? mergedChanges(*after, *now, *before) : std::nullopt;
+        return !link && before.ok() && after.ok() && now ? mergedChanges(*after, now.text(), *before)
+                                                         : std::nullopt;
     }
 };
 
 // Shows what somebody has done to the file since, if what the change left is still known; else what the
 // undo would do.
 Outcome editedSince(Output& output, const Version& version) {
-    const std::string current = version.now.ok() ? *version.now : "";
+    const std::string& current = version.now.text();
     if (version.after.ok()) {
         output.addDiff(shownDiff(version.file.path, *version.after, current));
     } else {
@@ -76,12 +89,13 @@ Outcome putBack(Transaction& change, const Version& version) {
         return change.replace(file.path, std::move(*merged), version.kept);
     }
     if (file.before.empty()) {
-        return change.replace(file.path, std::nullopt, "");
+        return change.unlink(file.path);
     }
-    if (!version.before.ok() || contentHash(*version.before) != file.before) {
+    if (version.isDamaged()) {
         return failure(version.kept + ": the checkpoint is damaged");
     }
-    return change.replace(file.path, *version.before, version.kept);
+    return version.link ? change.link(file.path, *version.link)
+                        : change.replace(file.path, *version.before, version.kept);
 }
 
 // An edit of the same lines is most often a later change: then that goes first.
@@ -89,7 +103,7 @@ Outcome putAllBack(Transaction& change, const Checkpoint& checkpoint, const std:
                    int newest) {
     const std::vector<ChangedFile>& files = checkpoint.change.files;
     for (size_t i = 0; i < files.size(); ++i) {
-        const Version version(folder, i, files[i]);
+        const Version version(change, folder, i, files[i]);
         if (newest > checkpoint.id && !version.isUnedited() && !version.merged()) {
             return failure("checkpoint " + std::to_string(newest) +
                            " was made since: undo the later changes first, or change it by hand");
@@ -125,40 +139,57 @@ void tellWhatStays(Output& output, const Checkpoint& checkpoint) {
     output.set("left", left);
 }
 
-Expected<Checkpoint> undoable(const State& state, int id) {
-    auto checkpoint = Checkpoint::read(state.checkpoint(id));
-    if (!checkpoint) {
-        return failure(
-            Status::NotFound,
-            id == 0 ? "nothing to undo" : "checkpoint " + std::to_string(id) + ": not kept (see history)");
+// The change of this number, all that have the label, newest first, or the last one.
+Expected<std::vector<Checkpoint>> wanted(const State& state, std::vector<Checkpoint> undoable,
+                                         std::optional<int> number, const std::string& label) {
+    if (number) {
+        auto checkpoint = Checkpoint::read(state.checkpoint(*number));
+        if (checkpoint && checkpoint->undone) {
+            return failure("checkpoint " + std::to_string(*number) + " is undone already");
+        }
+        return checkpoint ? Expected(std::vector{std::move(*checkpoint)})
+                          : failure(Status::NotFound,
+                                    "checkpoint " + std::to_string(*number) + ": not kept (see history)");
     }
-    if (checkpoint->undone) {
-        return failure("checkpoint " + std::to_string(id) + " is undone already");
+    if (!label.empty()) {
+        std::erase_if(undoable, [&](const Checkpoint& each) { return each.change.label != label; });
+    } else if (!undoable.empty()) {
+        undoable.erase(undoable.begin(), undoable.end() - 1);
     }
-    return std::move(*checkpoint);
+    if (undoable.empty()) {
+        return failure(Status::NotFound,
+                       label.empty() ? "nothing to undo"
+                                     : "no change with the label " + inQuotes(label) + " is left to undo");
+    }
+    std::reverse(undoable.begin(), undoable.end());
+    return undoable;
 }
 
 Outcome undo(Transaction& change, const Arguments& given) {
     const State& state = change.state();
-    const auto number = given[Number];
-    const int id = number ? *number : newestUndoable(state);
-    auto checkpoint = undoable(state, id);
-    if (!checkpoint.ok()) {
-        return checkpoint.outcome();
+    auto all = undoableOf(state);
+    if (!all.ok()) {
+        return all.outcome();
     }
-    tellWhatGoes(change.output(), *checkpoint);
-    const std::string folder = state.checkpoint(id);
-    if (Outcome back = putAllBack(change, *checkpoint, folder, newestUndoable(state)); !back.ok()) {
-        return back;
+    const int newest = all->empty() ? 0 : all->back().id;
+    const auto chosen = wanted(state, std::move(*all), given[Number], change.settings().label);
+    if (!chosen.ok()) {
+        return chosen.outcome();
     }
-    change.setUndone(id);
-    change.output().set("undone", checkpoint->change.command);
-    change.output().set("checkpoint", id);
-    change.afterwards([folder, &change, known = *checkpoint] {
-        Outcome marked = markUndone(folder);
-        tellWhatStays(change.output(), known);
-        return marked;
-    });
+    for (const Checkpoint& checkpoint : *chosen) {
+        tellWhatGoes(change.output(), checkpoint);
+        if (Outcome back = putAllBack(change, checkpoint, state.checkpoint(checkpoint.id), newest);
+            !back.ok()) {
+            return back;
+        }
+        change.setUndone(checkpoint.id);
+        change.afterwards([&change, known = checkpoint] {
+            tellWhatStays(change.output(), known);
+            return done();
+        });
+    }
+    change.output().set("undone", chosen->front().change.command);
+    change.output().set("checkpoint", chosen->front().id);
     return done();
 }
 
@@ -171,11 +202,12 @@ Command undoChange() {
         .action = undo,
         .parameters = {Number},
         .more =
-            "What somebody has changed elsewhere in the files since stays. Refused, with a diff, when the "
+            "With --label all changes of that label are taken back, newest first. What somebody has "
+            "changed elsewhere in the files since stays. Refused, with a diff, when the "
             "same "
             "lines were edited. Directories that the change made are removed if they are empty. Modes and "
             "owners outside of the configuration stay.",
-        .examples = {"undo --dry-run --diff", "undo", "undo 17"},
+        .examples = {"undo --dry-run --diff", "undo", "undo 17", "undo --label move-to-new-address"},
         .runsAlone = true,
     };
 }

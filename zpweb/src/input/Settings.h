@@ -14,6 +14,8 @@ struct Settings {
     bool check = true, reload = true;
     bool ensure = false;  // what is up to date already is no failure
     std::chrono::seconds lockTimeout{30};
+    std::string label;                      // by which changes are taken back together
+    std::chrono::seconds confirmWithin{0};  // 0: the change stands without a confirmation
 };
 
 }  // namespace zpweb

@@ -32,7 +32,11 @@ std::string KeptReading::hashOf(const std::string& path) const {
         const auto real = realPathOf(path);
         file = real.ok() ? configuration_.file(*real) : nullptr;
     }
-    return file != nullptr ? file->content().hash() : currentHash(path);
+    if (file != nullptr) {
+        return file->content().hash();
+    }
+    const auto now = currentHash(path);
+    return now.ok() ? *now : "";
 }
 
 // Which files the Include lines name; empty when a variable is in one of them.

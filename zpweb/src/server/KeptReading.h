@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-#include "change/Configuration.h"
+#include "server/Configuration.h"
 #include "server/Program.h"
 #include "server/Reading.h"
 

@@ -1,5 +1,7 @@
 #include "sys/Content.h"
 
+#include <utility>
+
 #include "sys/Hash.h"
 
 namespace zpweb {
@@ -9,6 +11,8 @@ struct Content::Shared {
     Content other{};
     std::string_view head{}, tail{};
     std::string hash{};
+    bool link = false;
+    std::function<std::string()> later{};  // the text, until it is asked for
 };
 
 namespace {
@@ -18,6 +22,26 @@ const std::string Nothing;
 }  // namespace
 
 Content::Content(std::string text) : shared_(std::make_shared<Shared>(Shared{std::move(text)})) {}
+
+Content Content::later(std::function<std::string()> text) {
+    Content content{std::string()};
+    content.shared_->later = std::move(text);
+    return content;
+}
+
+void Content::resolve() const {
+    if (shared_ && shared_->later) {
+        shared_->text = std::exchange(shared_->later, nullptr)();
+    }
+}
+
+Content Content::linkTo(std::string target) {
+    Content content(std::move(target));
+    content.shared_->link = true;
+    return content;
+}
+
+bool Content::isLink() const { return shared_ && shared_->link; }
 
 Content Content::with(std::string_view part, std::string middle) const {
     const std::string_view whole = text();
@@ -29,6 +53,7 @@ Content Content::with(std::string_view part, std::string middle) const {
 }
 
 std::array<std::string_view, 3> Content::pieces() const {
+    resolve();
     return shared_ ? std::array<std::string_view, 3>{shared_->head, shared_->text, shared_->tail}
                    : std::array<std::string_view, 3>{};
 }
@@ -42,6 +67,7 @@ const std::string& Content::text() const {
     if (!shared_) {
         return Nothing;
     }
+    resolve();
     if (shared_->other) {
         std::string whole;
         whole.reserve(size());
@@ -55,7 +81,9 @@ const std::string& Content::hash() const {
     if (!shared_) {
         return Nothing;
     }
-    if (shared_->hash.empty()) {
+    if (shared_->hash.empty() && shared_->link) {
+        shared_->hash = linkHash(shared_->text);
+    } else if (shared_->hash.empty()) {
         Hasher hasher;
         for (const std::string_view piece : pieces()) {
             hasher.take(piece);
@@ -66,8 +94,8 @@ const std::string& Content::hash() const {
 }
 
 bool Content::saysTheSameAs(const Content& other) const {
-    return isSameAs(other) ||
-           (shared_ && other.shared_ && size() == other.size() && text() == other.text());
+    return isSameAs(other) || (shared_ && other.shared_ && shared_->link == other.shared_->link &&
+                               size() == other.size() && text() == other.text());
 }
 
 bool Content::isMadeOf(const Content& other) const {

@@ -1,7 +1,8 @@
-// What a file holds, or that there is no such file.
+// What a file holds, where a symbolic link points to, or that there is no such file.
 #pragma once
 
 #include <array>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -13,10 +14,14 @@ class Content {
 public:
     Content() = default;  // no file
     explicit Content(std::string text);
+    // One whose text is put together when it is first asked for.
+    static Content later(std::function<std::string()> text);
+    static Content linkTo(std::string target);  // a symbolic link; its text is the target
     // The same with `middle` in the place of `part`, a view of its text. It is not put together before it
     // is asked for as one text.
     Content with(std::string_view part, std::string middle) const;
 
+    bool isLink() const;
     explicit operator bool() const { return shared_ != nullptr; }
     const std::string& text() const;
     const std::string& hash() const;  // empty when there is no file
@@ -32,6 +37,7 @@ public:
 
 private:
     struct Shared;
+    void resolve() const;
     std::shared_ptr<Shared> shared_;
 };
 

@@ -1,11 +1,14 @@
 #include "sys/File.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
+#include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -46,9 +49,9 @@ ssize_t readInto(int descriptor, char* buffer, size_t size) {
     return static_cast<ssize_t>(used);
 }
 
-std::vector<std::string> attributeNames(const std::string& path) {
+std::vector<std::string> attributeNames(int file) {
     std::vector<char> names(4096);
-    const ssize_t size = ::listxattr(path.c_str(), names.data(), names.size());
+    const ssize_t size = ::flistxattr(file, names.data(), names.size());
     std::vector<std::string> found;
     for (ssize_t at = 0; at < size;) {
         found.emplace_back(names.data() + at);
@@ -57,11 +60,32 @@ std::vector<std::string> attributeNames(const std::string& path) {
     return found;
 }
 
-bool copyAttribute(const std::string& from, const std::string& to, const std::string& name) {
+bool copyAttribute(int from, int to, const std::string& name) {
     std::vector<char> value(65536);
-    const ssize_t size = ::getxattr(from.c_str(), name.c_str(), value.data(), value.size());
-    return size < 0 ||
-           ::setxattr(to.c_str(), name.c_str(), value.data(), static_cast<size_t>(size), 0) == 0;
+    const ssize_t size = ::fgetxattr(from, name.c_str(), value.data(), value.size());
+    return size < 0 || ::fsetxattr(to, name.c_str(), value.data(), static_cast<size_t>(size), 0) == 0;
+}
+
+// Whole, however much it grows meanwhile.
+Expected<std::string> readAll(const Descriptor& file, const std::string& path, size_t expected,
+                              size_t limit) {
+    // One more than it holds, so that its end is met without a second buffer.
+    std::string text(expected + 1, '\0');
+    for (size_t used = 0;;) {
+        const ssize_t count = readInto(file.number(), text.data() + used, text.size() - used);
+        if (count < 0) {
+            return failure(systemError(path));
+        }
+        used += static_cast<size_t>(count);
+        if (used > limit) {
+            return failure(path + ": larger than " + std::to_string(limit) + " bytes");
+        }
+        if (used < text.size()) {
+            text.resize(used);
+            return text;
+        }
+        text.resize(text.size() * 2);
+    }
 }
 
 }  // namespace
@@ -103,14 +127,33 @@ bool isFile(const std::string& path) {
     return ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
-std::vector<std::string> entriesOf(const std::string& folder) {
+std::optional<std::string> linkTarget(const std::string& path) {
+    std::array<char, PATH_MAX> target{};
+    const ssize_t length = ::readlink(path.c_str(), target.data(), target.size());
+    return length < 0 ? std::nullopt
+                      : std::optional(std::string(target.data(), static_cast<size_t>(length)));
+}
+
+Expected<std::vector<std::string>> listed(const std::string& folder) {
+    const std::unique_ptr<DIR, int (*)(DIR*)> open(::opendir(folder.c_str()), ::closedir);
     std::vector<std::string> names;
-    std::error_code error;
-    for (const auto& entry : std::filesystem::directory_iterator(folder, error)) {
-        names.push_back(entry.path().filename());
+    errno = open ? 0 : errno;
+    while (const dirent* entry = open ? ::readdir(open.get()) : nullptr) {
+        const std::string_view name = entry->d_name;
+        if (name != "." && name != "..") {
+            names.emplace_back(name);
+        }
+    }
+    if (errno != 0) {
+        return failure(errno == ENOENT ? Status::NotFound : Status::Error, systemError(folder));
     }
     std::sort(names.begin(), names.end());
     return names;
+}
+
+std::vector<std::string> entriesOf(const std::string& folder) {
+    auto names = listed(folder);
+    return names.ok() ? std::move(*names) : std::vector<std::string>();
 }
 
 Expected<std::string> readFile(const std::string& path) {
@@ -119,20 +162,11 @@ Expected<std::string> readFile(const std::string& path) {
     if (!file.ok()) {
         return file.outcome();
     }
-    // One more than it holds, so that its end is met without a second buffer.
-    std::string text(static_cast<size_t>(status.st_size) + 1, '\0');
-    for (size_t used = 0;;) {
-        const ssize_t count = readInto(file->number(), text.data() + used, text.size() - used);
-        if (count < 0) {
-            return failure(systemError(path));
-        }
-        used += static_cast<size_t>(count);
-        if (used < text.size()) {
-            text.resize(used);
-            return text;
-        }
-        text.resize(text.size() * 2);
-    }
+    return readAll(*file, path, static_cast<size_t>(status.st_size), std::string::npos);
+}
+
+Expected<std::string> readDescriptor(const Descriptor& file, const std::string& path, size_t limit) {
+    return readAll(file, path, size_t{4096}, limit);
 }
 
 Outcome readParts(const std::string& path, const std::function<void(std::string_view)>& take) {
@@ -157,9 +191,9 @@ Outcome readParts(const std::string& path, const std::function<void(std::string_
 
 Outcome writeNewFile(const std::string& path, std::span<const std::string_view> pieces, mode_t mode) {
     const Descriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, mode));
-    const bool written = file.isOpen() && std::all_of(pieces.begin(), pieces.end(), [&](auto piece) {
-                             return writeAll(file.number(), piece);
-                         });
+    const bool written = file.isOpen() && ::fchmod(file.number(), mode) == 0 &&
+                         std::all_of(pieces.begin(), pieces.end(),
+                                     [&](auto piece) { return writeAll(file.number(), piece); });
     if (written) {
         return done();
     }
@@ -183,33 +217,51 @@ Outcome replaceFile(const std::string& path, std::string_view text, mode_t mode)
 }
 
 Outcome appendLine(const std::string& path, std::string_view line, mode_t mode) {
-    const Descriptor file(
-        ::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOFOLLOW, mode));
-    if (!file.isOpen() || !writeAll(file.number(), std::string(line) + "\n")) {
+    const Descriptor file(::open(path.c_str(), O_RDWR | O_CREAT | O_APPEND | O_CLOEXEC | O_NOFOLLOW, mode));
+    struct stat status {};
+    if (!file.isOpen() || ::fstat(file.number(), &status) != 0) {
         return failure(systemError(path));
+    }
+    char last = '\n';
+    if (status.st_size > 0 && ::pread(file.number(), &last, 1, status.st_size - 1) != 1) {
+        return failure(systemError(path));
+    }
+    const std::string text = (last == '\n' ? "" : "\n") + std::string(line) + "\n";
+    return writeAll(file.number(), text) && ::fsync(file.number()) == 0 ? done()
+                                                                        : failure(systemError(path));
+}
+
+Outcome takeOverAttributes(const Descriptor& from, const Descriptor& to, const std::string& path,
+                           ModeBits bits) {
+    struct stat old {};
+    struct stat fresh {};
+    if (::fstat(from.number(), &old) != 0 || ::fstat(to.number(), &fresh) != 0) {
+        return failure(systemError(path));
+    }
+    const mode_t mode = old.st_mode & (bits == ModeBits::All ? 07777 : 0777);
+    // The owner goes first: a change of owner clears the set-ID bits.
+    const bool sameOwner = old.st_uid == fresh.st_uid && old.st_gid == fresh.st_gid;
+    if ((!sameOwner && ::fchown(to.number(), old.st_uid, old.st_gid) != 0) ||
+        ::fchmod(to.number(), mode) != 0) {
+        return failure("cannot keep owner and mode of " + systemError(path));
+    }
+    for (const std::string& name : attributeNames(from.number())) {
+        // What the kernel's security modules label is theirs to set.
+        if (!copyAttribute(from.number(), to.number(), name) && !name.starts_with("security.")) {
+            return failure("cannot keep the attribute " + name + " of " + systemError(path));
+        }
     }
     return done();
 }
 
 Outcome takeOverAttributes(const std::string& from, const std::string& to) {
-    struct stat old {};
-    struct stat fresh {};
-    if (::stat(from.c_str(), &old) != 0 || ::stat(to.c_str(), &fresh) != 0) {
-        return failure(systemError(from));
+    constexpr int Flags = O_RDONLY | O_CLOEXEC | O_NONBLOCK;
+    const Descriptor source(::open(from.c_str(), Flags));
+    const Descriptor target(::open(to.c_str(), Flags));
+    if (!source.isOpen() || !target.isOpen()) {
+        return failure(systemError(source.isOpen() ? to : from));
     }
-    // The owner goes first: a change of owner clears the set-ID bits.
-    const bool sameOwner = old.st_uid == fresh.st_uid && old.st_gid == fresh.st_gid;
-    if ((!sameOwner && ::chown(to.c_str(), old.st_uid, old.st_gid) != 0) ||
-        ::chmod(to.c_str(), old.st_mode & 07777) != 0) {
-        return failure("cannot keep owner and mode of " + systemError(from));
-    }
-    for (const std::string& name : attributeNames(from)) {
-        // What the kernel's security modules label is theirs to set.
-        if (!copyAttribute(from, to, name) && !name.starts_with("security.")) {
-            return failure("cannot keep the attribute " + name + " of " + systemError(from));
-        }
-    }
-    return done();
+    return takeOverAttributes(source, target, from, ModeBits::All);
 }
 
 Outcome sync(const std::string& path) {
@@ -221,10 +273,10 @@ Outcome sync(const std::string& path) {
 }
 
 Outcome makeFolder(const std::string& path, mode_t mode) {
-    if (::mkdir(path.c_str(), mode) != 0 && (errno != EEXIST || !isFolder(path))) {
-        return failure(systemError(path));
+    if (::mkdir(path.c_str(), mode) == 0) {
+        return ::chmod(path.c_str(), mode) == 0 ? done() : failure(systemError(path));
     }
-    return done();
+    return errno == EEXIST && isFolder(path) ? done() : failure(systemError(path));
 }
 
 void removeTree(const std::string& path) {

@@ -4,6 +4,7 @@
 #include <sys/types.h>
 
 #include <functional>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -25,24 +26,35 @@ Expected<std::string> realPathOf(const std::string& path);
 bool exists(const std::string& path);    // a dangling link exists
 bool isFolder(const std::string& path);  // a link to one counts
 bool isFile(const std::string& path);
+// Where a symbolic link points to; absent for what is none.
+std::optional<std::string> linkTarget(const std::string& path);
 std::vector<std::string> entriesOf(const std::string& folder);  // sorted, without "." and ".."
+// The same, where one that cannot be read must not be taken for an empty one.
+Expected<std::vector<std::string>> listed(const std::string& folder);
 
 Expected<std::string> readFile(const std::string& path);
+// All of what is open; `path` is for messages. A longer text than `limit` is an error.
+Expected<std::string> readDescriptor(const Descriptor& file, const std::string& path, size_t limit);
 // Reads a file in parts that are as long as they can be: 128 KiB, but for the last.
 Outcome readParts(const std::string& path, const std::function<void(std::string_view)>& take);
-// Makes a new file; what stands at `path` is an error.
+// Makes a new file with exactly this mode; what stands at `path` is an error.
 Outcome writeNewFile(const std::string& path, std::span<const std::string_view> pieces, mode_t mode);
 inline Outcome writeNewFile(const std::string& path, std::string_view text, mode_t mode) {
     return writeNewFile(path, {&text, 1}, mode);
 }
 // A new file in the place of an old one: written beside it, synced and renamed.
 Outcome replaceFile(const std::string& path, std::string_view text, mode_t mode);
+// A line that a write was cut off in gets its end first.
 Outcome appendLine(const std::string& path, std::string_view line, mode_t mode);
 // Gives the file the owner, mode, access list and extended attributes of another.
 Outcome takeOverAttributes(const std::string& from, const std::string& to);
+// The same of open files.
+enum class ModeBits { All, WithoutSetId };
+Outcome takeOverAttributes(const Descriptor& from, const Descriptor& to, const std::string& path,
+                           ModeBits bits);
 Outcome sync(const std::string& path);  // a file or a folder
 
-Outcome makeFolder(const std::string& path, mode_t mode);  // one that exists is no error
+Outcome makeFolder(const std::string& path, mode_t mode);  // exactly this mode; one that exists is no error
 // Removes a file or a folder with all that it holds, links as links. Nothing there is no error.
 void removeTree(const std::string& path);
 

@@ -1,65 +1,35 @@
 #include "sys/Hash.h"
 
-#include <algorithm>
-#include <bit>
-#include <cstring>
+#define XXH_INLINE_ALL  // NOLINT(cppcoreguidelines-macro-usage): the library's own switch
+#include <xxhash.h>
+
+#include <array>
 
 #include "sys/File.h"
 
 namespace zpweb {
 
-namespace {
+struct Hasher::State {
+    XXH3_state_t state;
+};
 
-void appendHex(std::string& text, uint64_t number) {
-    for (int shift = 60; shift >= 0; shift -= 4) {
-        text += "0123456789abcdef"[(number >> shift) & 15];
-    }
-}
+Hasher::Hasher() : state_(new State) { XXH3_128bits_reset(&state_->state); }
 
-}  // namespace
+Hasher::~Hasher() = default;
 
 void Hasher::take(std::string_view piece) {
-    size_ += piece.size();
-    if (held_ > 0) {
-        const size_t count = std::min(Stride - held_, piece.size());
-        piece.copy(rest_.data() + held_, count);
-        held_ += count;
-        piece.remove_prefix(count);
-        if (held_ < Stride) {
-            return;
-        }
-        mix(rest_.data());
-    }
-    for (; piece.size() >= Stride; piece.remove_prefix(Stride)) {
-        mix(piece.data());
-    }
-    held_ = piece.copy(rest_.data(), Stride);
+    XXH3_128bits_update(&state_->state, piece.data(), piece.size());
 }
 
-std::string Hasher::digits() {
-    std::fill(rest_.begin() + static_cast<std::ptrdiff_t>(held_), rest_.end(), '\0');
-    mix(rest_.data());
-    std::string result;
-    appendHex(result, drawn(size_));
-    appendHex(result, drawn(~size_));
-    return result;
-}
-
-void Hasher::mix(const char* block) {
-    for (size_t lane = 0; lane < Lanes; ++lane) {
-        uint64_t word = 0;
-        std::memcpy(&word, block + lane * sizeof word, sizeof word);
-        state_[lane] = std::rotl((state_[lane] ^ word) * Multiplier[lane], 29) + word;
+std::string Hasher::digits() const {
+    XXH128_canonical_t canonical{};
+    XXH128_canonicalFromHash(&canonical, XXH3_128bits_digest(&state_->state));
+    std::string text;
+    for (const unsigned char byte : canonical.digest) {
+        text += "0123456789abcdef"[byte >> 4];
+        text += "0123456789abcdef"[byte & 15];
     }
-}
-
-uint64_t Hasher::drawn(uint64_t seed) const {
-    uint64_t result = seed;
-    for (size_t lane = 0; lane < Lanes; ++lane) {
-        result = (result ^ state_[lane]) * Multiplier[lane];
-        result ^= result >> 31;
-    }
-    return result;
+    return text;
 }
 
 std::string contentHash(std::string_view text) {
@@ -68,10 +38,18 @@ std::string contentHash(std::string_view text) {
     return hasher.digits();
 }
 
-std::string currentHash(const std::string& path) {
+std::string linkHash(std::string_view target) { return "-> " + std::string(target); }
+
+Expected<std::string> currentHash(const std::string& path) {
+    if (const auto target = linkTarget(path)) {
+        return linkHash(*target);
+    }
     Hasher hasher;
     const Outcome read = readParts(path, [&](std::string_view part) { hasher.take(part); });
-    return read.ok() ? hasher.digits() : "";
+    if (read.status == Status::NotFound) {
+        return std::string();
+    }
+    return read.ok() ? Expected(hasher.digits()) : Expected<std::string>(read);
 }
 
 }  // namespace zpweb

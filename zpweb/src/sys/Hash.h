@@ -1,37 +1,34 @@
-// A fingerprint of a file's content, to tell whether somebody has changed it. It is fast and not meant
-// against forgery.
+// The fingerprint of what a path leads to: for a file the XXH3-128 of its content, as "xxhsum -H2" prints
+// it, for a symbolic link its target. It tells whether somebody has changed it, not who.
 #pragma once
 
-#include <array>
-#include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
+
+#include "sys/Outcome.h"
 
 namespace zpweb {
 
 // Takes a text in pieces of any size.
 class Hasher {
 public:
+    Hasher();
+    ~Hasher();
+    Hasher(const Hasher&) = delete;
+    Hasher& operator=(const Hasher&) = delete;
+
     void take(std::string_view piece);
-    std::string digits();  // 32 hexadecimal digits; once, at the end
+    std::string digits() const;
 
 private:
-    static constexpr size_t Lanes = 4;
-    static constexpr size_t Stride = Lanes * sizeof(uint64_t);
-    // Odd numbers without a pattern, one a lane.
-    static constexpr std::array<uint64_t, Lanes> Multiplier = {0x9e3779b97f4a7c15, 0xc2b2ae3d27d4eb4f,
-                                                               0x165667b19e3779f9, 0xd6e8feb86659fd93};
-    void mix(const char* block);
-    uint64_t drawn(uint64_t seed) const;
-
-    std::array<uint64_t, Lanes> state_ = Multiplier;
-    std::array<char, Stride> rest_{};  // what is not a whole stride yet
-    size_t held_ = 0;
-    uint64_t size_ = 0;
+    struct State;
+    std::unique_ptr<State> state_;
 };
 
 std::string contentHash(std::string_view text);
-// The fingerprint of a file as it is now; empty when there is none.
-std::string currentHash(const std::string& path);
+std::string linkHash(std::string_view target);
+// What stands at the path now; empty when there is nothing, an error when that cannot be told.
+Expected<std::string> currentHash(const std::string& path);
 
 }  // namespace zpweb

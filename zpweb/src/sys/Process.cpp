@@ -13,10 +13,9 @@
 
 #include <array>
 #include <cerrno>
-#include <cstdio>
 #include <cstdlib>
-#include <iostream>
 #include <sstream>
+#include <utility>
 
 namespace zpweb {
 
@@ -163,33 +162,23 @@ bool isReadableBy(const std::string& account, const std::string& path) {
     return pid < 0 || ::waitpid(pid, &status, 0) != pid || status == 0;
 }
 
-Capture::Capture() : buffer_(::memfd_create("printed", MFD_CLOEXEC)) {
-    std::cout.flush();
-    std::fflush(nullptr);
-    output_ = Descriptor(::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3));
-    error_ = Descriptor(::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3));
-    ::dup2(buffer_.number(), STDOUT_FILENO);
-    ::dup2(buffer_.number(), STDERR_FILENO);
+zp::host::Machine withoutShell() {
+    zp::host::Machine machine;
+    machine.run = [](const std::vector<std::string>& words) {
+        zp::host::out() << runProgram(words).output;
+    };
+    return machine;
+}
+
+Capture::Capture() {
+    zp::host::Machine machine = zp::host::machine();
+    machine.out = [this]() -> std::ostream& { return text_; };
+    inUse_.emplace(std::move(machine));
 }
 
 std::string Capture::end() {
-    if (!buffer_.isOpen()) {
-        return {};
-    }
-    std::cout.flush();
-    std::fflush(nullptr);
-    ::dup2(output_.number(), STDOUT_FILENO);
-    ::dup2(error_.number(), STDERR_FILENO);
-    output_.close();
-    error_.close();
-    std::string text;
-    std::array<char, 4096> part{};
-    ::lseek(buffer_.number(), 0, SEEK_SET);
-    for (ssize_t size = 0; (size = ::read(buffer_.number(), part.data(), part.size())) > 0;) {
-        text.append(part.data(), static_cast<size_t>(size));
-    }
-    buffer_.close();
-    return text;
+    inUse_.reset();
+    return std::exchange(text_, {}).str();
 }
 
 }  // namespace zpweb

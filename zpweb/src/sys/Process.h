@@ -2,9 +2,12 @@
 #pragma once
 
 #include <functional>
+#include <optional>
+#include <sstream>
 #include <string>
 #include <vector>
 
+#include "host/Machine.h"
 #include "sys/Descriptor.h"
 
 namespace zpweb {
@@ -44,18 +47,23 @@ std::string findProgram(const std::string& name);
 // there is no such account.
 bool isReadableBy(const std::string& account, const std::string& path);
 
-// While it lives, what this process and its children print on either stream goes into a buffer.
+// The library's machine, but for its commands: they are run without a shell, and what they print is printed
+// by the machine.
+zp::host::Machine withoutShell();
+
+// While it lives, what operations of the library, and commands that they run, print goes into a buffer.
 class Capture {
 public:
     Capture();
-    ~Capture() { static_cast<void>(end()); }
+    ~Capture() = default;
     Capture(const Capture&) = delete;
     Capture& operator=(const Capture&) = delete;
 
-    std::string end();  // what was printed; the streams are as before
+    std::string end();  // what was printed; the machine is as before
 
 private:
-    Descriptor buffer_, output_, error_;
+    std::ostringstream text_;
+    std::optional<zp::host::MachineInUse> inUse_;
 };
 
 }  // namespace zpweb

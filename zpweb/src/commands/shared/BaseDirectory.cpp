@@ -29,6 +29,7 @@ Outcome changeBaseDirectory(Transaction& change, const Site& site, const Argumen
     Edit edit;
     edit.file = place.file->path();
     edit.bound = bound::Handler;
+    edit.site = name;
     edit.scope = [&](const ConfigurationFile& file) { return siteScope(file, name, isBaseDir); };
     edit.operation = [&](const std::string& staged) {
         CZPWebsite website(nullptr, staged.c_str());

@@ -2,7 +2,6 @@
 
 #include "commands/shared/Operation.h"
 #include "commands/shared/Scopes.h"
-#include "host/Paths.h"
 #include "sys/File.h"
 
 namespace zpweb {
@@ -55,10 +54,10 @@ Edit directoryEdit(const Place& place, const std::string& folder) {
     edit.file = place.file->path();
     edit.bound = bound::Any;
     const std::string name(place.block->name);
+    edit.site = name;
     edit.scope = [name, folder](const ConfigurationFile& file) {
         return sectionScope(file, name, opensFolder(folder));
     };
-    edit.scratch = {zp::host::path::VirtualDirectoryScratch};
     return edit;
 }
 

@@ -16,6 +16,7 @@ Edit hostNameEdit(const Site& site) {
     Edit edit;
     edit.file = site.first().file->path();
     edit.bound = bound::Directive;
+    edit.site = site.name();
     edit.scope = [name = site.name()](const ConfigurationFile& file) {
         return siteScope(file, name, beginsWithAny({"ServerAlias"}));
     };

@@ -11,6 +11,7 @@ Outcome runOn(Transaction& change, const Target& target, const LineOperation& op
     Edit edit;
     edit.file = target.file;
     edit.bound = operation.bound;
+    edit.site = target.site;
     edit.scope = operation.scope;
     edit.operation = [&](const std::string& staged) {
         ApacheHelper helper;

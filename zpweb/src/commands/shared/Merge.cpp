@@ -11,6 +11,7 @@ Outcome mergeInto(Transaction& change, const std::string& file, const MergeReque
     Edit edit;
     edit.file = file;
     edit.bound = bound::Merge;
+    edit.site = request.domain;
     edit.scope = [&](const ConfigurationFile& current) {
         return siteScope(current, request.domain, beginsWithAny(request.keywords));
     };

@@ -3,9 +3,9 @@
 
 #include <string>
 
-#include "change/Configuration.h"
 #include "commands/table/Parameter.h"
 #include "output/Output.h"
+#include "server/Configuration.h"
 
 namespace zpweb {
 

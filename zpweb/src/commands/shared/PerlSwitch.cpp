@@ -9,8 +9,6 @@ namespace zpweb {
 
 namespace {
 
-constexpr const char* PerlScratch = "/etc/tempapa1";
-
 bool isPerlHandler(std::string_view text) {
     return zp::conf::equalIgnoringCase(zp::conf::trimEnd(text), "AddHandler cgi-script cgi pl");
 }
@@ -26,7 +24,6 @@ Outcome switchPerl(Transaction& change, const Site& site, const PerlSwitch& want
     Edit edit;
     edit.file = place.file->path();
     edit.bound = bound::Handler;
-    edit.scratch = {PerlScratch};
     edit.scope = [&](const ConfigurationFile& file) { return siteScope(file, name, isPerlHandler); };
     edit.operation = [&](const std::string& staged) {
         CZPWebsite website(nullptr, staged.c_str());

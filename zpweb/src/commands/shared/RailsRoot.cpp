@@ -18,6 +18,7 @@ Edit railsEdit(const Site& site, const std::string& root) {
     Edit edit;
     edit.file = site.first().file->path();
     edit.bound = bound::Directive;
+    edit.site = site.name();
     edit.scope = [name = site.name(), root](const ConfigurationFile& file) {
         Scope scope = sectionScope(file, name, opensFolder(root));
         allowLines(scope, beginsWithAny({"DocumentRoot"}));

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "change/Configuration.h"
+#include "server/Configuration.h"
 #include "sys/Descriptor.h"
 
 namespace zpweb {

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "change/Configuration.h"
+#include "server/Configuration.h"
 #include "text/Scope.h"
 
 namespace zpweb {

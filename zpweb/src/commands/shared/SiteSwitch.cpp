@@ -33,6 +33,7 @@ Outcome switchSite(Transaction& change, const Site& site, const SiteSwitch& want
     const std::string place = site.places.front().text();
     Edit edit;
     edit.bound = bound::StartStop;
+    edit.site = name;
     edit.scope = [&](const ConfigurationFile& file) { return switchScope(file, name, wanted.stop); };
     edit.operation = [&](const std::string& staged) { return wanted.operation(staged, name); };
     edit.meaning = wanted.meaning;

@@ -7,13 +7,13 @@
 #include <variant>
 #include <vector>
 
-#include "change/Configuration.h"
 #include "change/Transaction.h"
 #include "commands/table/Arguments.h"
 #include "commands/table/Parameter.h"
 #include "commands/table/Site.h"
 #include "input/Settings.h"
 #include "output/Output.h"
+#include "server/Configuration.h"
 #include "sys/Outcome.h"
 
 namespace zpweb {

@@ -57,10 +57,14 @@ Outcome oneTry(Session& session, const std::vector<Invocation>& invocations, con
     outcome = outcome.ok() ? isPlannedFor(transaction.configuration(), fingerprint) : outcome;
     for (size_t i = 0; outcome.ok() && i < invocations.size(); ++i) {
         outcome = change(transaction, *invocations[i].command, invocations[i].arguments);
+        outcome = transaction.fault().ok() ? outcome : transaction.fault();
         if (outcome.upToDate && session.settings.ensure) {
             outcome = done();
         }
         outcome = named(std::move(outcome), invocations, i);
+        if (outcome.ok() && i + 1 < invocations.size()) {
+            transaction.next();
+        }
     }
     return outcome.ok() ? transaction.finish(again) : outcome;
 }

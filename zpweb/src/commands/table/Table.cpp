@@ -63,6 +63,8 @@ const std::vector<Parameter>& commonOptions() {
         {"--no-reload", Kind::Flag, "", "Do not reload the server"},
         {"--exact", Kind::Flag, "", "Take the library's own result, with its side effects on the text"},
         {"--lock-timeout", Kind::Number, "SECONDS", "Wait this long for another run to end (30)"},
+        {"--label", Kind::Text, "TEXT",
+         "Name the change, so that \"undo --label\" takes all of that name back"},
         {"--quiet", Kind::Flag, "", "Print data and errors only"},
         {"--verbose", Kind::Flag, "", "Also print what the operations and the server say"},
     };

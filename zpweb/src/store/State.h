@@ -1,5 +1,6 @@
-// The folder beside the configuration in which this program keeps its lock, its journal, its log, the
-// checkpoints and the staged copy of a change.
+// The directory in which this program keeps its lock, its journal, its log, the checkpoints and the staged
+// copy of a change: /var/lib/zpweb for a configuration below /etc, so that a version control of /etc keeps
+// no passwords; ".zpweb" beside any other.
 #pragma once
 
 #include <string>
@@ -8,6 +9,7 @@ namespace zpweb {
 
 struct State {
     std::string folder;
+    std::string configuration;  // the main file that it is for
 
     explicit State(const std::string& configuration);  // a path without links
     std::string lock() const { return folder + "/lock"; }
@@ -16,6 +18,8 @@ struct State {
     std::string checkpoints() const { return folder + "/checkpoints"; }
     std::string checkpoint(int number) const;
     std::string stage() const { return folder + "/stage"; }
+    // Where earlier versions kept it, beside the configuration; the same where it is kept there still.
+    std::string before() const;
 };
 
 }  // namespace zpweb

@@ -5,7 +5,7 @@
 #include <functional>
 #include <string>
 
-#include "change/State.h"
+#include "store/State.h"
 #include "sys/Descriptor.h"
 #include "sys/Outcome.h"
 
@@ -21,13 +21,8 @@ public:
     // Another run is at work.
     static bool isHeld(const State& state);
 
-    // Holds a folder of fixed scratch files, so that no other configuration's change uses them meanwhile.
-    static Descriptor holdFolder(const std::string& folder);
-
     // The folder was made by this run.
     bool madeFolder() const { return madeFolder_; }
-    // Children that outlive this program keep the lock while it is inheritable.
-    void setInheritable(bool inheritable) const;
     // Removes lock file and folder: a run that is to leave nothing behind.
     void removeTraces(const State& state);
 

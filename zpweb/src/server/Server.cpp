@@ -1,4 +1,4 @@
-#include "change/Server.h"
+#include "server/Server.h"
 
 #include <algorithm>
 #include <chrono>
@@ -6,10 +6,10 @@
 #include <thread>
 
 #include "CZPWebsite.h"
-#include "change/Logs.h"
-#include "change/Sockets.h"
 #include "conf/Text.h"
+#include "server/Logs.h"
 #include "server/Program.h"
+#include "server/Sockets.h"
 #include "sys/File.h"
 #include "sys/Number.h"
 #include "sys/Process.h"

@@ -1,4 +1,4 @@
-#include "change/Sockets.h"
+#include "server/Sockets.h"
 
 #include <arpa/inet.h>
 #include <netinet/in.h>

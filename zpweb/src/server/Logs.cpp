@@ -1,4 +1,4 @@
-#include "change/Logs.h"
+#include "server/Logs.h"
 
 #include <set>
 

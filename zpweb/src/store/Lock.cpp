@@ -1,4 +1,4 @@
-#include "change/Lock.h"
+#include "store/Lock.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -103,18 +103,6 @@ Expected<Lock> Lock::take(const State& state, std::chrono::seconds timeout,
 bool Lock::isHeld(const State& state) {
     const Descriptor file(::open(state.lock().c_str(), O_RDONLY | O_CLOEXEC));
     return file.isOpen() && ::flock(file.number(), LOCK_SH | LOCK_NB) != 0;
-}
-
-Descriptor Lock::holdFolder(const std::string& folder) {
-    Descriptor open(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (open.isOpen() && ::flock(open.number(), LOCK_EX) != 0) {
-        open.close();
-    }
-    return open;
-}
-
-void Lock::setInheritable(bool inheritable) const {
-    ::fcntl(file_.number(), F_SETFD, inheritable ? 0 : FD_CLOEXEC);
 }
 
 void Lock::removeTraces(const State& state) {

@@ -1,0 +1,224 @@
+// What commands stage.
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <memory>
+
+#include "change/Transaction.h"
+#include "sys/File.h"
+#include "sys/GuardedFolder.h"
+#include "text/Keep.h"
+
+namespace zpweb {
+
+namespace {
+
+constexpr mode_t NewFileMode = 0644;
+constexpr mode_t NewDirectoryMode = 0755;
+
+std::string replaced(std::string text, const std::string& what, const std::string& with) {
+    for (size_t at = 0; !what.empty() && (at = text.find(what, at)) != std::string::npos;
+         at += with.size()) {
+        text.replace(at, what.size(), with);
+    }
+    return text;
+}
+
+// What an edit is given of its file: all of it, or the part that it is about. What is added to the end of a
+// file must know the shared addresses that the file has announced before.
+struct Excerpt {
+    const ConfigurationFile* file = nullptr;  // what it sees
+    const ConfigurationFile* part = nullptr;  // null: all of the file
+    std::string announcements{};              // that stand before the part in what it sees
+    std::shared_ptr<ConfigurationFile> own{};
+};
+
+Excerpt excerptFor(const Edit& edit, const Configuration& configuration, bool exact) {
+    const ConfigurationFile* part = exact          ? nullptr
+                                    : edit.appends ? configuration.lastPart(edit.file)
+                                                   : configuration.partOf(edit.file, edit.site);
+    if (part == nullptr) {
+        return {configuration.file(edit.file)};
+    }
+    Excerpt excerpt{part, part};
+    if (edit.appends) {
+        excerpt.announcements = configuration.announcements(edit.file);
+    }
+    if (!excerpt.announcements.empty()) {
+        excerpt.own = std::make_shared<ConfigurationFile>(
+            edit.file, Content(excerpt.announcements + part->content().text()),
+            std::make_shared<Defines>());
+        excerpt.file = excerpt.own.get();
+    }
+    return excerpt;
+}
+
+}  // namespace
+
+Outcome Transaction::takeEffects(StagedRun& run) {
+    output_.detail(run.printed);
+    std::vector<std::string> made;
+    for (zp::host::Effect& effect : run.effects) {
+        const bool gives = effect.step == zp::host::Effect::Step::GiveAccess ||
+                           effect.step == zp::host::Effect::Step::RemoveTree;
+        if (!gives) {
+            made.push_back(effect.path);
+        }
+        (gives ? journal_.outstanding : making_).push_back(std::move(effect));
+    }
+    return made.empty() ? done() : willMake(made);
+}
+
+Outcome Transaction::edit(const Edit& edit) {
+    const Excerpt excerpt = excerptFor(edit, configuration(), settings_.exact);
+    if (excerpt.file == nullptr) {
+        return failure(Status::NotFound, edit.file + ": not a file of this configuration");
+    }
+    const ConfigurationFile& current = *excerpt.file;
+    if (current.longestLine() > edit.bound) {
+        return holdsNoLongLine(edit.file, current.lines(), edit.bound);
+    }
+    if (Outcome noted = willMake(edit.makes); !noted.ok()) {
+        return noted;
+    }
+    output_.step("staging the change");
+    const Content before = current.content();
+    const Scope scope = settings_.exact ? Scope::additions({}) : edit.scope(current);
+    const std::string part = settings_.exact ? before.text() : scope.partText();
+    StagedRun run;
+    auto after = runOn(edit, part, run);
+    if (!after.ok()) {
+        output_.detail(run.printed);
+        return after.outcome();
+    }
+    if (Outcome taken = takeEffects(run); !taken.ok() || *after == part) {
+        return taken;
+    }
+    Content result =
+        settings_.exact ? Content(std::move(*after)) : before.with(scope.text, merged(scope, *after));
+    if (excerpt.part == nullptr) {
+        set_->set(edit.file, std::move(result));
+        return done();
+    }
+    const std::string& text = result.text();
+    if (!text.starts_with(excerpt.announcements)) {
+        return failure(edit.file + ": the addition would change what stands before the last sites");
+    }
+    set_->setPart(*excerpt.part, excerpt.announcements.empty()
+                                     ? std::move(result)
+                                     : Content(text.substr(excerpt.announcements.size())));
+    return done();
+}
+
+// What the operation makes of its part.
+Expected<std::string> Transaction::runOn(const Edit& edit, const std::string& part, StagedRun& run) {
+    const std::string staged = work() + "/" + nameOf(edit.file);
+    int result = 0;
+    Outcome outcome = emptyDirectory(work());
+    outcome = outcome.ok() ? writeNewFile(staged, part, 0600) : outcome;
+    const auto operation = [&] {
+        result = edit.operation(staged);
+        return done();
+    };
+    outcome = outcome.ok() ? runStaged(work(), operation, run) : outcome;
+    outcome = outcome.ok() ? edit.meaning(result) : outcome;
+    if (!outcome.ok()) {
+        return outcome;
+    }
+    auto after = readFile(staged);
+    outcome = after.ok() && edit.look ? edit.look(*after) : after.outcome();
+    return outcome.ok() ? std::move(after) : Expected<std::string>(outcome);
+}
+
+Outcome Transaction::stageOthers(const OtherEdit& edit) {
+    for (const std::string& path : edit.files) {
+        if (linkTarget(path)) {
+            return failure(path + ": a symbolic link; it is not followed");
+        }
+        if (Outcome reached = reachedWithoutForeignLink(folderOf(path)); !reached.ok()) {
+            return reached;
+        }
+        StagedFile& file = set_->fileAt(path);
+        file.mode = edit.mode;
+        if (!set_->fault().ok()) {
+            return set_->fault();
+        }
+        if (!file.after && !edit.createEmpty) {
+            continue;
+        }
+        const std::string text = replaced(file.after.text(), edit.folderInText, work());
+        if (Outcome written = writeNewFile(work() + "/" + nameOf(path), text, 0600); !written.ok()) {
+            return written;
+        }
+    }
+    return done();
+}
+
+Outcome Transaction::takeOthers(const OtherEdit& edit) {
+    for (const std::string& path : edit.files) {
+        const std::string staged = work() + "/" + nameOf(path);
+        StagedFile& file = set_->fileAt(path);
+        auto text = readFile(staged);
+        if (!text.ok() && text.outcome().status != Status::NotFound) {
+            return text.outcome();
+        }
+        struct stat status {};
+        if (!file.before && ::stat(staged.c_str(), &status) == 0) {
+            file.mode = std::max<mode_t>(status.st_mode & 0777, edit.mode);
+        }
+        set_->set(path,
+                  text.ok() ? Content(replaced(std::move(*text), work(), edit.folderInText)) : Content());
+    }
+    return done();
+}
+
+Outcome Transaction::edit(const OtherEdit& edit) {
+    StagedRun run;
+    Outcome outcome = emptyDirectory(work());
+    outcome = outcome.ok() ? stageOthers(edit) : outcome;
+    outcome = outcome.ok() ? runStaged(
+                                 work(), [&] { return edit.operation(work()); }, run)
+                           : outcome;
+    output_.detail(run.printed);
+    run.printed.clear();
+    outcome = outcome.ok() ? takeOthers(edit) : outcome;
+    return outcome.ok() ? takeEffects(run) : outcome;
+}
+
+Outcome Transaction::replace(const std::string& path, std::optional<std::string> text,
+                             const std::string& like) {
+    StagedFile& file = set_->fileAt(path);
+    file.like = like;
+    file.mode = NewFileMode;
+    Outcome outcome = text ? makeAbove(path) : done();
+    set_->set(path, text ? Content(std::move(*text)) : Content());
+    return outcome.ok() ? set_->fault() : outcome;
+}
+
+Outcome Transaction::link(const std::string& path, const std::string& target) {
+    Outcome outcome = makeAbove(path);
+    set_->set(path, Content::linkTo(target));
+    return outcome.ok() ? set_->fault() : outcome;
+}
+
+Outcome Transaction::makeAbove(const std::string& path) {
+    const std::string directory = folderOf(path);
+    if (isFolder(directory)) {
+        return done();
+    }
+    Outcome above = makeAbove(directory);
+    return above.ok() ? makeDirectory(directory, NewDirectoryMode) : above;
+}
+
+Outcome Transaction::makeDirectory(const std::string& path, mode_t mode, std::optional<uid_t> user,
+                                   std::optional<gid_t> group) {
+    const bool planned = std::any_of(making_.begin(), making_.end(),
+                                     [&](const auto& effect) { return effect.path == path; });
+    if (planned || isFolder(path)) {
+        return done();
+    }
+    making_.push_back({zp::host::Effect::Step::MakeDirectory, path, user, group, mode});
+    return willMake({path});
+}
+
+}  // namespace zpweb

@@ -1,0 +1,174 @@
+#include "phases/Commit.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "phases/Candidates.h"
+#include "phases/PutBack.h"
+#include "store/Checkpoints.h"
+#include "store/Clock.h"
+#include "sys/File.h"
+#include "sys/GuardedFolder.h"
+#include "sys/Hash.h"
+#include "text/Patch.h"
+
+namespace zpweb {
+
+namespace {
+
+// A place that is held: its directory is open, so that no name above it leads elsewhere meanwhile.
+struct Place {
+    Descriptor directory;
+    std::string name;
+
+    // The error's number; 0 when it is done.
+    int rename(const std::string& candidate, unsigned flags) const {
+        const int done = ::renameat2(AT_FDCWD, candidate.c_str(), directory.number(), name.c_str(), flags);
+        return done == 0 ? 0 : errno;
+    }
+    int moveOut(const std::string& candidate) const {
+        const int done =
+            ::renameat2(directory.number(), name.c_str(), AT_FDCWD, candidate.c_str(), RENAME_NOREPLACE);
+        return done == 0 ? 0 : errno;
+    }
+};
+
+Outcome asOutcome(int error, const std::string& path) {
+    return error == 0 ? done() : failure(path + ": " + std::strerror(error));
+}
+
+bool isNotOffered(int error) { return error == EINVAL || error == ENOSYS; }
+
+Outcome changedMeanwhile(const std::string& path, bool& again) {
+    again = true;
+    return failure(path + ": somebody else has changed it meanwhile");
+}
+
+bool isWhatWasRead(const std::string& path, const ChangedFile& changed) {
+    const auto now = currentHash(path);
+    return now.ok() && *now == changed.before;
+}
+
+// A file system that offers no such rename: the look and the rename are two steps there.
+Outcome replaceAfterLook(const Place& place, const ChangedFile& changed, const std::string& candidate,
+                         bool& again) {
+    return isWhatWasRead(changed.path, changed) ? asOutcome(place.rename(candidate, 0), changed.path)
+                                                : changedMeanwhile(changed.path, again);
+}
+
+// What came out of the place must be what was read; else it goes back where it was.
+Outcome lookAtWhatCameOut(const Place& place, const ChangedFile& changed, const std::string& candidate,
+                          unsigned wayBack, bool& again) {
+    if (isWhatWasRead(candidate, changed)) {
+        return done();
+    }
+    const int error = place.rename(candidate, wayBack);
+    return error == 0 ? changedMeanwhile(changed.path, again) : asOutcome(error, changed.path);
+}
+
+Outcome replaceFile(const Place& place, const ChangedFile& changed, const std::string& candidate,
+                    bool& again) {
+    const int error = place.rename(candidate, RENAME_EXCHANGE);
+    if (error == 0) {
+        return lookAtWhatCameOut(place, changed, candidate, RENAME_EXCHANGE, again);
+    }
+    return isNotOffered(error) ? replaceAfterLook(place, changed, candidate, again)
+           : error == ENOENT   ? changedMeanwhile(changed.path, again)
+                               : asOutcome(error, changed.path);
+}
+
+Outcome removeFile(const Place& place, const ChangedFile& changed, const std::string& candidate,
+                   bool& again) {
+    const int error = place.moveOut(candidate);
+    if (error == 0) {
+        return lookAtWhatCameOut(place, changed, candidate, RENAME_NOREPLACE, again);
+    }
+    return error == ENOENT ? changedMeanwhile(changed.path, again) : asOutcome(error, changed.path);
+}
+
+Outcome addFile(const Place& place, const ChangedFile& changed, const std::string& candidate, bool& again) {
+    const int error = place.rename(candidate, RENAME_NOREPLACE);
+    return isNotOffered(error) ? replaceAfterLook(place, changed, candidate, again)
+           : error == EEXIST   ? changedMeanwhile(changed.path, again)
+                               : asOutcome(error, changed.path);
+}
+
+Outcome putInPlace(const ChangedFile& changed, const std::string& candidate, bool& again) {
+    auto directory = openGuarded(folderOf(changed.path));
+    if (!directory.ok()) {
+        return directory.outcome();
+    }
+    const Place place{std::move(*directory), nameOf(changed.path)};
+    const auto step = changed.before.empty() ? addFile : changed.after.empty() ? removeFile : replaceFile;
+    Outcome outcome = step(place, changed, candidate, again);
+    if (outcome.ok() && ::fsync(place.directory.number()) != 0) {
+        outcome = failure(systemError(folderOf(changed.path)));
+    }
+    return outcome;
+}
+
+Outcome keep(const State& state, const Journal& journal, const std::map<std::string, StagedFile>& files) {
+    const std::string folder = state.checkpoint(journal.checkpoint);
+    for (size_t i = 0; i < journal.files.size(); ++i) {
+        const StagedFile& file = files.at(journal.files[i].path);
+        if (!file.before) {
+            continue;
+        }
+        const std::string name = folder + "/" + std::to_string(i);
+        Outcome kept = keepAs(journal.files[i].path, name);
+        if (kept.ok() && !file.before.isLink() && !file.after.isLink()) {
+            kept = writeNewFile(name + ".patch", patchOf(file.before, file.after), 0600);
+        }
+        if (!kept.ok()) {
+            return kept;
+        }
+    }
+    return describeCheckpoint(state, {journal, journal.checkpoint, timeNow(), false});
+}
+
+Outcome make(const std::vector<zp::host::Effect>& making) {
+    for (const zp::host::Effect& effect : making) {
+        if (!zp::host::carryOut(effect)) {
+            return failure(effect.path + ": could not be made (" + systemError("the last error") + ")");
+        }
+    }
+    return done();
+}
+
+// Everything as it was, or the checkpoint stays, and the journal with it.
+Outcome takeBack(const State& state, Journal& journal, Outcome reason, bool& again) {
+    Outcome back = putBack(state, journal);
+    if (!back.ok()) {
+        again = false;
+        return back;
+    }
+    removeTree(state.checkpoint(journal.checkpoint));
+    journal.checkpoint = 0;
+    return reason;
+}
+
+}  // namespace
+
+Outcome commit(const Committing& change, Journal& journal, bool& again) {
+    const auto number = nextCheckpoint(change.state);
+    if (!number.ok()) {
+        return number.outcome();
+    }
+    journal.checkpoint = *number;
+    journal.progress = JournalState::Committing;
+    Outcome outcome = change.writeJournal();
+    outcome = outcome.ok() ? makeCheckpoint(change.state, *number) : outcome;
+    outcome = outcome.ok() ? Candidates::sync(change.files) : outcome;
+    outcome = outcome.ok() ? keep(change.state, journal, change.files) : outcome;
+    outcome = outcome.ok() ? make(change.making) : outcome;
+    for (size_t i = 0; outcome.ok() && i < journal.files.size(); ++i) {
+        outcome = putInPlace(journal.files[i], change.files.at(journal.files[i].path).candidate, again);
+    }
+    return outcome.ok() ? outcome : takeBack(change.state, journal, outcome, again);
+}
+
+}  // namespace zpweb

@@ -1,0 +1,43 @@
+#include "phases/Outstanding.h"
+
+#include "store/Checkpoints.h"
+#include "sys/File.h"
+
+namespace zpweb {
+
+namespace {
+
+using zp::host::Effect;
+
+Outcome carriedOut(const Effect& effect) {
+    const bool removes = effect.step == Effect::Step::RemoveTree;
+    if ((removes && !exists(effect.path)) || zp::host::carryOut(effect)) {
+        return done();
+    }
+    return failure(effect.path + (removes
+                                      ? ": could not be removed"
+                                      : ": not all owners and modes could be given (a symbolic link of the "
+                                        "owner's is not followed)"));
+}
+
+}  // namespace
+
+Outcome doOutstanding(const State& state, const Journal& journal, Output& output) {
+    Outcome outcome;
+    for (const Effect& effect : journal.outstanding) {
+        Outcome carried = carriedOut(effect);
+        if (!carried.ok()) {
+            output.warning(carried.message);
+        }
+        outcome = effect.step == Effect::Step::RemoveTree && !carried.ok() ? carried : outcome;
+    }
+    for (const int number : journal.undoes) {
+        if (Outcome marked = markUndone(state, number); !marked.ok()) {
+            output.warning(marked.message);
+            outcome = marked;
+        }
+    }
+    return outcome;
+}
+
+}  // namespace zpweb

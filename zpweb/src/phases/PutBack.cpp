@@ -1,0 +1,76 @@
+#include "phases/PutBack.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+
+#include "sys/Copy.h"
+#include "sys/File.h"
+#include "sys/Hash.h"
+
+namespace zpweb {
+
+namespace {
+
+// The journal knows the name from the staging.
+std::string besides(const std::string& path) { return folderOf(path) + "/.zpweb-" + nameOf(path); }
+
+// What is kept on another file system.
+Outcome copyInPlace(const std::string& kept, const std::string& path) {
+    const std::string fresh = besides(path);
+    Outcome copied = copyWhole(kept, fresh);
+    if (copied.ok() && ::rename(fresh.c_str(), path.c_str()) != 0) {
+        copied = failure(systemError(path));
+    }
+    if (!copied.ok()) {
+        ::unlink(fresh.c_str());
+    }
+    return copied;
+}
+
+Outcome putBackFrom(const std::string& kept, const ChangedFile& changed) {
+    if (changed.before.empty()) {
+        return ::unlink(changed.path.c_str()) == 0 || errno == ENOENT ? done()
+                                                                      : failure(systemError(changed.path));
+    }
+    const auto hash = currentHash(kept);
+    if (!hash.ok() || *hash != changed.before) {
+        return failure(hash.ok() ? "it is damaged" : hash.outcome().message);
+    }
+    return ::rename(kept.c_str(), changed.path.c_str()) == 0 ? done() : copyInPlace(kept, changed.path);
+}
+
+}  // namespace
+
+Expected<Standing> standingOf(const ChangedFile& file) {
+    const auto now = currentHash(file.path);
+    if (!now.ok()) {
+        return now.outcome();
+    }
+    return *now == file.after ? Standing::New : *now == file.before ? Standing::Old : Standing::Else;
+}
+
+Outcome putBack(const State& state, const Journal& journal) {
+    Outcome outcome;
+    for (size_t i = 0; i < journal.files.size(); ++i) {
+        const ChangedFile& changed = journal.files[i];
+        const std::string kept = state.checkpoint(journal.checkpoint) + "/" + std::to_string(i);
+        const auto standing = standingOf(changed);
+        Outcome back = standing.ok() ? done() : standing.outcome();
+        if (standing.ok() && *standing == Standing::New) {
+            back = putBackFrom(kept, changed);
+        }
+        if (!back.ok()) {
+            outcome = failure("cannot put back " + changed.path + " from " + kept + ": " + back.message);
+        }
+        static_cast<void>(sync(folderOf(changed.path)));
+    }
+    return outcome;
+}
+
+Outcome keepAs(const std::string& path, const std::string& name) {
+    return ::link(path.c_str(), name.c_str()) == 0 ? done() : copyWhole(path, name);
+}
+
+}  // namespace zpweb

@@ -1,0 +1,128 @@
+#include "phases/Recover.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <vector>
+
+#include "phases/Outstanding.h"
+#include "phases/PutBack.h"
+#include "store/AuditLog.h"
+#include "store/Checkpoints.h"
+#include "store/Journal.h"
+#include "sys/File.h"
+
+namespace zpweb {
+
+namespace {
+
+class Recovery {
+public:
+    Recovery(const State& state, Output& output, Journal& journal)
+        : state_(state), output_(output), journal_(journal) {}
+
+    Outcome run() {
+        for (const ChangedFile& file : journal_.files) {
+            const auto standing = standingOf(file);
+            if (!standing.ok()) {
+                return standing.outcome();
+            }
+            (*standing == Standing::New   ? new_
+             : *standing == Standing::Old ? old_
+                                          : else_)
+                .push_back(file.path);
+        }
+        const bool isComplete = old_.empty() && (!new_.empty() || journal_.files.empty());
+        const bool stays = journal_.progress == JournalState::Finishing ||
+                           (journal_.progress == JournalState::Committing && isComplete);
+        Outcome outcome = stays ? complete() : takeBack();
+        for (const std::string& path : journal_.temporary) {
+            ::unlink(path.c_str());
+        }
+        return outcome;
+    }
+
+private:
+    Outcome complete() {
+        if (journal_.progress == JournalState::Committing) {
+            output_.warning(what_ +
+                            "had made its change but may not have reloaded the server: see zpweb history");
+        }
+        static_cast<void>(doOutstanding(state_, journal_, output_));  // it has told what could not be done
+        log({Status::Done, "completed by the run that followed" + others()}, true);
+        std::erase_if(journal_.made,
+                      [](const std::string& path) { return !nameOf(path).starts_with(".zpweb-"); });
+        removeMade(journal_.made);
+        return done();
+    }
+
+    Outcome takeBack() {
+        if (Outcome back = new_.empty() ? done() : putBack(state_, journal_); !back.ok()) {
+            return back;
+        }
+        removeMade(journal_.made);
+        if (else_.empty()) {
+            if (journal_.progress != JournalState::Preparing) {
+                removeTree(state_.checkpoint(journal_.checkpoint));
+            }
+            output_.note(what_ + "is undone");
+            return done();
+        }
+        output_.warning(what_ + "is undone" + others());
+        log({Status::Error, "interrupted, and undone by the run that followed" + others()}, false);
+        return done();
+    }
+
+    // Somebody has edited a file since the interruption, so that it is neither the old nor the new one.
+    std::string others() const {
+        std::string text;
+        for (const std::string& path : else_) {
+            text +=
+                (text.empty() ? "; as somebody has edited it meanwhile it stays as it is: " : ", ") + path;
+        }
+        return text.empty()
+                   ? text
+                   : text + " (what it was is kept in " + state_.checkpoint(journal_.checkpoint) + ")";
+    }
+
+    void log(const Outcome& result, bool inPlace) {
+        if (Outcome written = record(state_, journal_, result, inPlace); !written.ok()) {
+            output_.warning("the change is not in the log: " + written.message);
+        }
+    }
+
+    const State& state_;
+    Output& output_;
+    Journal& journal_;
+    const std::string what_ = "an interrupted run (" + journal_.command + ") ";
+    std::vector<std::string> old_, new_, else_;
+};
+
+}  // namespace
+
+Outcome recover(const State& state, Output& output, bool dryRun) {
+    if (dryRun && (exists(state.journal()) || exists(state.stage()))) {
+        return failure("an interrupted run has left something in " + state.folder +
+                       ": a dry run leaves it as it is; the next change clears it up first");
+    }
+    if (!dryRun) {
+        ::unlink((state.journal() + ".new").c_str());  // one that was not finished was not in force
+    }
+    const auto text = readFile(state.journal());
+    if (!text.ok()) {
+        removeTree(state.stage());
+        return text.outcome().status == Status::NotFound ? done() : text.outcome();
+    }
+    auto journal = Journal::from(*text);
+    if (!journal) {
+        return failure(state.journal() + ": cannot be read; look at it and remove it");
+    }
+    if (Outcome outcome = Recovery(state, output, *journal).run(); !outcome.ok()) {
+        return outcome;
+    }
+    removeTree(state.stage());
+    removeTree(state.journal());
+    return sync(state.folder);
+}
+
+}  // namespace zpweb

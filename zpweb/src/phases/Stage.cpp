@@ -1,0 +1,176 @@
+#include "phases/Stage.h"
+
+#include <grp.h>
+#include <pwd.h>
+
+#include <algorithm>
+#include <charconv>
+#include <cstdio>
+#include <exception>
+#include <set>
+#include <sstream>
+#include <utility>
+
+#include "host/Machine.h"
+#include "host/Paths.h"
+#include "sys/File.h"
+#include "sys/Process.h"
+
+namespace zpweb {
+
+namespace {
+
+namespace host = zp::host;
+using host::Effect;
+using Words = std::vector<std::string>;
+
+std::optional<unsigned> wholeNumber(const std::string& text, int base) {
+    unsigned number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number, base);
+    return error == std::errc() && end == text.data() + text.size() ? std::optional(number) : std::nullopt;
+}
+
+// Of "ACCOUNT:GROUP". What is not known here is left as it is.
+void setOwner(Effect& effect, const std::string& words) {
+    const size_t colon = std::min(words.find(':'), words.size());
+    const std::string account = words.substr(0, colon);
+    const std::string group = words.substr(std::min(colon + 1, words.size()));
+    const passwd* user = ::getpwnam(account.c_str());
+    effect.user = user != nullptr ? std::optional(user->pw_uid) : wholeNumber(account, 10);
+    const ::group* known = group.empty() ? nullptr : ::getgrnam(group.c_str());
+    effect.group = known != nullptr ? std::optional(known->gr_gid) : wholeNumber(group, 10);
+}
+
+// "chown [-R] OWNER PATH", "chmod [-R] MODE [ACCOUNT] PATH"; absent for another command.
+std::optional<Effect> effectOf(const Words& words) {
+    const bool owner = !words.empty() && words.front() == host::program::ChangeOwner;
+    const bool mode = !words.empty() && words.front() == host::program::ChangeMode;
+    const bool deep = words.size() > 1 && words[1] == "-R";
+    const size_t first = deep ? 2 : 1;
+    if ((!owner && !mode) || words.size() < first + 2) {
+        return std::nullopt;
+    }
+    Effect effect;
+    effect.path = words.back();
+    effect.deep = deep;
+    if (owner) {
+        setOwner(effect, words[first]);
+    } else {
+        effect.mode = wholeNumber(words[first], 8);
+    }
+    return effect;
+}
+
+// The machine of a stage. It lives as long as the run.
+class StageMachine {
+public:
+    StageMachine(std::string work, StagedRun& run) : work_(std::move(work)), run_(run) {}
+
+    host::Machine machine() {
+        host::Machine machine;
+        machine.run = [this](const Words& words) { take(words); };
+        machine.runUnseen = [this](const std::string& command) { return runPasswordTool(command); };
+        machine.firstLine = [usual = machine.firstLine](const std::string& command, size_t limit) {
+            return answerTo(command, usual, limit);
+        };
+        machine.move = [this](const std::string& from, const std::string& to) { move(from, to); };
+        machine.copy = [this](const std::string& from, const std::string& to) { copy(from, to); };
+        machine.scratch = [this](const std::string& path) { return placeOf(path); };
+        machine.effect = [this](const Effect& effect) { return note(effect); };
+        machine.out = [this]() -> std::ostream& { return printed_; };
+        return machine;
+    }
+    Outcome end(Outcome outcome) {
+        run_.printed += printed_.str();
+        return outcome.ok() ? fault_ : outcome;
+    }
+
+private:
+    void take(const Words& words) {
+        if (const auto effect = effectOf(words)) {
+            run_.effects.push_back(*effect);
+        }
+    }
+    // It works on files of the stage.
+    bool runPasswordTool(const std::string& command) {
+        if (!command.starts_with(host::program::PasswordTool)) {
+            return false;
+        }
+        const Finished finished = runProgram({"/bin/sh", "-c", command});
+        printed_ << finished.output;
+        return finished.status >= 0;
+    }
+    void move(const std::string& from, const std::string& to) {
+        if (std::rename(from.c_str(), to.c_str()) != 0) {
+            fault_ = failure("could not be moved into the stage: " + systemError(from));
+        }
+    }
+    void copy(const std::string& from, const std::string& to) {
+        const auto text = readFile(from);
+        removeTree(to);
+        Outcome copied = text.ok() ? writeNewFile(to, *text, 0600) : text.outcome();
+        fault_ = copied.ok() ? fault_ : copied;
+    }
+    std::string placeOf(const std::string& path) const {
+        return path.starts_with(work_ + "/") ? path : work_ + "/scratch-" + nameOf(path);
+    }
+    // What is made twice, or where something stands, cannot be made.
+    bool note(const Effect& effect) {
+        const bool directory = effect.step == Effect::Step::MakeDirectory;
+        if (directory && (exists(effect.path) || !planned_.insert(effect.path).second)) {
+            return false;
+        }
+        run_.effects.push_back(effect);
+        return true;
+    }
+    // The server's control script makes directories of its own before it answers; the server does not.
+    static std::string answerTo(const std::string& command,
+                                const std::function<std::string(const std::string&, size_t)>& usual,
+                                size_t limit) {
+        if (command != host::program::VersionQueries[0]) {
+            return usual(command, limit);
+        }
+        static const std::string answer = serversVersion();
+        return answer.empty() ? usual(command, limit) : answer.substr(0, limit);
+    }
+    static std::string serversVersion() {
+        for (const char* program : {"apache2", "httpd", "/usr/sbin/apache2", "/usr/sbin/httpd"}) {
+            const Finished finished = runProgram({program, "-v"});
+            if (finished.ok()) {
+                return finished.output.substr(0, finished.output.find('\n') + 1);
+            }
+        }
+        return {};
+    }
+
+    const std::string work_;
+    StagedRun& run_;
+    std::ostringstream printed_;
+    std::set<std::string> planned_;
+    Outcome fault_;
+};
+
+}  // namespace
+
+Outcome runStaged(const std::string& work, const std::function<Outcome()>& operation, StagedRun& run) {
+    StageMachine stage(work, run);
+    const host::MachineInUse scoped(stage.machine());
+    try {
+        return stage.end(operation());
+    } catch (const std::exception& exception) {
+        return stage.end(failure(std::string("the operation failed: ") + exception.what()));
+    }
+}
+
+Outcome emptyDirectory(const std::string& path) {
+    const auto entries = listed(path);
+    if (!entries.ok()) {
+        return entries.outcome().status == Status::NotFound ? makeFolder(path, 0700) : entries.outcome();
+    }
+    for (const std::string& name : *entries) {
+        removeTree(path + "/" + name);
+    }
+    return done();
+}
+
+}  // namespace zpweb

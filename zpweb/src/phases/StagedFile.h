@@ -1,0 +1,22 @@
+// A file or a symbolic link of a change, before and after.
+#pragma once
+
+#include <sys/types.h>
+
+#include <string>
+
+#include "sys/Content.h"
+
+namespace zpweb {
+
+struct StagedFile {
+    Content before, after;
+    bool ofServer = false;  // the server reads it
+    mode_t mode = 0600;     // of one that is new
+    std::string like{};  // whose owner, mode and attributes one that is new gets; empty: root, and its mode
+    std::string candidate{};
+
+    bool changed() const { return !before.isSameAs(after); }
+};
+
+}  // namespace zpweb

@@ -1,0 +1,115 @@
+// The server's configuration as it stands in its files: the main file and what it includes.
+#pragma once
+
+#include <deque>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "sys/Content.h"
+#include "sys/Outcome.h"
+#include "text/Lines.h"
+#include "text/Sites.h"
+
+namespace zpweb {
+
+class Parts;
+
+// One file, or a part of a long one. Its lines and blocks are views of its text, found when they are first
+// asked for.
+class ConfigurationFile {
+public:
+    // `defines` are what the files before it define; what it defines joins them.
+    ConfigurationFile(std::string path, Content content, std::shared_ptr<Defines> defines)
+        : path_(std::move(path)), content_(std::move(content)), defines_(std::move(defines)) {}
+    ConfigurationFile(const ConfigurationFile&) = delete;
+    ConfigurationFile& operator=(const ConfigurationFile&) = delete;
+
+    const std::string& path() const { return path_; }
+    const Content& content() const { return content_; }
+    const Lines& lines() const;
+    const std::vector<Block>& blocks() const { return contents().blocks; }
+    const std::vector<Block>& templates() const { return contents().templates; }
+    const ServerLines& server() const { return contents().server; }
+    size_t longestLine() const { return contents().longestLine; }
+    const Block* blockAt(size_t line) const;  // the block that holds the line; null outside of all
+    size_t firstLine() const;                 // of a part: the number of its first line in the file
+
+private:
+    friend class Parts;
+    const Contents& contents() const;
+
+    const Parts* within_ = nullptr;  // the parts that it is one of
+    std::string path_;
+    Content content_;
+    std::shared_ptr<Defines> defines_;
+    mutable std::optional<Lines> lines_;
+    mutable std::optional<Contents> contents_;
+};
+
+// A block of a site, in its file.
+struct Place {
+    const ConfigurationFile* file;
+    const Block* block;
+    std::string text() const;  // FILE:LINE
+};
+
+class Configuration {
+public:
+    // `main` is a path without links.
+    static Expected<Configuration> load(const std::string& main);
+
+    const ConfigurationFile& main() const { return *files_.front(); }
+    const std::deque<std::unique_ptr<ConfigurationFile>>& files() const { return files_; }
+    const ConfigurationFile* file(const std::string& path) const;
+    // The file, or link, is this from now on: one that an Include line names is part of the configuration,
+    // one that is absent is none. What was known of the file's lines and blocks is gone.
+    void put(const std::string& path, const Content& content);
+
+    // --- many changes of one configuration ---
+
+    // Finds sites by an index from now on, and takes long files apart: what `find` gives then stands in
+    // parts of files, and a change of a part costs what the part does. Everything that was got before is
+    // gone.
+    void index();
+    // The part that holds all blocks of the site in the file, the last part of the file; null where the
+    // file is in one piece or the site in several parts.
+    const ConfigurationFile* partOf(const std::string& path, std::string_view site) const;
+    const ConfigurationFile* lastPart(const std::string& path) const;
+    // The lines that announce shared addresses, in all parts but the last.
+    std::string announcements(const std::string& path) const;
+    void putPart(const ConfigurationFile& part, Content content);
+
+    // The blocks of a site, by its name in any letter case; an internationalised name by either form.
+    std::vector<Place> find(std::string_view name) const;
+    std::string serverRoot() const;
+    // The files that an Include line's pattern names, in the order in which the server reads them.
+    std::vector<std::string> included(std::string_view pattern) const;
+    // Does an Include line name the path?
+    bool includes(const std::string& path) const;
+    // Does the pattern name other paths than those that are on the disk?
+    bool changesNames(std::string_view pattern) const;
+    // The file behind a name, without links.
+    Expected<std::string> realOf(const std::string& name) const;
+
+private:
+    Outcome read(const std::string& path, int depth);
+    void follow(const ConfigurationFile& file, int depth);
+    void add(const std::string& path, Content content, int depth);
+    void drop(const std::string& path);
+    bool isReached(const std::string& path) const;
+    std::string absolute(std::string_view pattern) const;
+
+    std::deque<std::unique_ptr<ConfigurationFile>> files_;
+    std::shared_ptr<Parts> parts_;  // once there is an index
+    std::shared_ptr<Defines> defines_ = std::make_shared<Defines>();
+    std::unordered_map<std::string, size_t> numbers_;  // of the files, by path
+    std::map<std::string, Content> otherwise_;         // what is otherwise than on the disk
+};
+
+// The main configuration file of the installed server.
+Expected<std::string> findConfiguration();
+}  // namespace zpweb

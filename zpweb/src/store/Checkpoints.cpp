@@ -1,0 +1,108 @@
+#include "store/Checkpoints.h"
+
+#include <algorithm>
+
+#include "store/JournalText.h"
+#include "sys/File.h"
+#include "sys/Number.h"
+
+namespace zpweb {
+
+namespace {
+
+constexpr size_t CheckpointsKept = 50;
+
+std::string counter(const State& state) { return state.checkpoints() + "/next"; }
+
+// Absent (0) where no counter was kept yet.
+Expected<int> counted(const State& state) {
+    const auto text = readFile(counter(state));
+    if (!text.ok()) {
+        return text.outcome().status == Status::NotFound ? Expected(0) : Expected<int>(text.outcome());
+    }
+    return leadingNumber(*text);
+}
+
+}  // namespace
+
+std::string Checkpoint::text() const {
+    auto json = jsonOf(change);
+    json["id"] = id;
+    json["time"] = time;
+    json["undone"] = undone;
+    return json.dump();
+}
+
+std::optional<Checkpoint> Checkpoint::read(const std::string& folder) {
+    const auto text = readFile(folder + "/change");
+    const auto json = text.ok() ? parsedObject(*text) : std::nullopt;
+    if (!json) {
+        return std::nullopt;
+    }
+    return Checkpoint{journalOf(*json), json->value("id", 0), json->value("time", ""),
+                      json->value("undone", false)};
+}
+
+Expected<std::vector<int>> checkpointsOf(const State& state) {
+    const auto names = listed(state.checkpoints());
+    if (!names.ok()) {
+        return names.outcome().status == Status::NotFound ? Expected(std::vector<int>())
+                                                          : Expected<std::vector<int>>(names.outcome());
+    }
+    std::vector<int> numbers;
+    for (const std::string& name : *names) {
+        if (const int number = leadingNumber(name); number > 0) {
+            numbers.push_back(number);
+        }
+    }
+    std::sort(numbers.begin(), numbers.end());
+    return numbers;
+}
+
+Expected<int> nextCheckpoint(const State& state) {
+    const auto kept = checkpointsOf(state);
+    const auto last = kept.ok() ? counted(state) : kept.outcome();
+    if (!last.ok()) {
+        return failure("cannot number the checkpoint: " + last.outcome().message);
+    }
+    return std::max(*last, kept->empty() ? 0 : kept->back()) + 1;
+}
+
+Outcome makeCheckpoint(const State& state, int number) {
+    const std::string folder = state.checkpoint(number);
+    Outcome made = makeFolder(state.checkpoints(), 0700);
+    made = made.ok() ? replaceFile(counter(state), std::to_string(number) + "\n", 0600) : made;
+    removeTree(folder);
+    return made.ok() ? makeFolder(folder, 0700) : made;
+}
+
+Outcome describeCheckpoint(const State& state, const Checkpoint& checkpoint) {
+    const std::string folder = state.checkpoint(checkpoint.id);
+    const std::string change = folder + "/change";
+    Outcome outcome = writeNewFile(change, checkpoint.text(), 0600);
+    for (const std::string& path : {change, folder, state.checkpoints()}) {
+        outcome = outcome.ok() ? sync(path) : outcome;
+    }
+    return outcome;
+}
+
+void pruneCheckpoints(const State& state) {
+    const auto numbers = checkpointsOf(state);
+    const size_t count = numbers.ok() ? numbers->size() : 0;
+    for (size_t i = 0; i + CheckpointsKept < count; ++i) {
+        removeTree(state.checkpoint((*numbers)[i]));
+    }
+}
+
+Outcome markUndone(const State& state, int number) {
+    const std::string folder = state.checkpoint(number);
+    auto checkpoint = Checkpoint::read(folder);
+    if (!checkpoint) {
+        return failure(folder + ": the checkpoint cannot be read");
+    }
+    removeMade(checkpoint->change.made);
+    checkpoint->undone = true;
+    return replaceFile(folder + "/change", checkpoint->text(), 0600);
+}
+
+}  // namespace zpweb

@@ -1,0 +1,46 @@
+#include "store/Journal.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+
+#include "store/JournalText.h"
+#include "sys/File.h"
+#include "sys/GuardedFolder.h"
+
+namespace zpweb {
+
+namespace {
+
+// Somebody may have filled since what was made empty. Only a candidate holds something of the change's own.
+void removeFrom(int directory, const std::string& name) {
+    struct stat status {};
+    if (::fstatat(directory, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+        return;
+    }
+    const bool isDirectory = S_ISDIR(status.st_mode);
+    const bool empty = S_ISREG(status.st_mode) && status.st_size == 0;
+    if (isDirectory || empty || name.starts_with(".zpweb-")) {
+        ::unlinkat(directory, name.c_str(), isDirectory ? AT_REMOVEDIR : 0);
+    }
+}
+
+}  // namespace
+
+std::string Journal::text() const { return jsonOf(*this).dump(); }
+
+std::optional<Journal> Journal::from(const std::string& text) {
+    const auto json = parsedObject(text);
+    return json ? std::optional(journalOf(*json)) : std::nullopt;
+}
+
+void removeMade(const std::vector<std::string>& made) {
+    std::for_each(made.rbegin(), made.rend(), [](const std::string& path) {
+        if (const auto directory = openGuarded(folderOf(path)); directory.ok()) {
+            removeFrom(directory->number(), nameOf(path));
+        }
+    });
+}
+
+}  // namespace zpweb

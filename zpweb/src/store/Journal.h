@@ -1,0 +1,59 @@
+// What a change does outside of its stage, written down before it is done.
+//
+//   state          on disk                           what the next run does with it
+//   -------------  --------------------------------
+//   ---------------------------------------------------------- Preparing      nothing is in its place; what
+//   is  removes what was made
+//                  in `made` may have been made
+//   Committing     files are being put in place      all are new: completes the change; else puts the old
+//   ones
+//                                                    back. A file that is neither is somebody's: it stays,
+//                                                    the checkpoint stays, and the log tells
+//   TakingBack     the server did not take it up;    puts the old ones back
+//                  the old ones are being put back
+//   Finishing      all are in place and taken up;    does what is outstanding
+//                  what is outstanding is being done
+//
+// The journal goes last, after the record. A change without one has left nothing but its stage.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "host/Effect.h"
+#include "sys/Outcome.h"
+
+namespace zpweb {
+
+// A file or a symbolic link that a change replaces.
+struct ChangedFile {
+    std::string path;
+    std::string before, after;  // fingerprints; an empty one: nothing there
+};
+
+enum class JournalState { Preparing, Committing, TakingBack, Finishing };
+
+struct Journal {
+    std::string configuration;
+    std::string command;
+    std::vector<std::string> words;  // the same, as they were given
+    std::string label;
+    JournalState progress = JournalState::Preparing;
+    int checkpoint = 0;
+    std::vector<int> undoes;  // the checkpoints that this change takes back; none for a plain change
+    std::vector<ChangedFile> files;
+    std::vector<std::string> made;       // files and directories, in the order in which they are made
+    std::vector<std::string> temporary;  // files that this run makes and removes, whatever comes of it
+    std::vector<zp::host::Effect> outstanding;  // to be done once the change is certain
+
+    // Journals of earlier versions do not tell.
+    bool isFor(const std::string& main) const { return configuration.empty() || configuration == main; }
+    std::string text() const;
+    static std::optional<Journal> from(const std::string& text);
+};
+
+// Removes what was made, last first, as far as it is empty; a link of the site's owner leads nowhere.
+void removeMade(const std::vector<std::string>& made);
+
+}  // namespace zpweb

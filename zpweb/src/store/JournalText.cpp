@@ -1,0 +1,174 @@
+#include "store/JournalText.h"
+
+#include <algorithm>
+
+namespace zpweb {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+using zp::host::Effect;
+
+// A path may hold any byte. JSON takes text only, so each byte stands as the character of its number.
+std::string asText(const std::string& bytes) {
+    std::string text;
+    for (const char c : bytes) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (byte < 0x80) {
+            text += c;
+        } else {
+            text += static_cast<char>(0xC0 | (byte >> 6));
+            text += static_cast<char>(0x80 | (byte & 0x3F));
+        }
+    }
+    return text;
+}
+
+std::string fromText(const std::string& text) {
+    std::string bytes;
+    for (size_t i = 0; i < text.size(); ++i) {
+        const auto byte = static_cast<unsigned char>(text[i]);
+        if (byte < 0x80 || i + 1 == text.size()) {
+            bytes += text[i];
+        } else {
+            bytes += static_cast<char>((byte << 6) | (static_cast<unsigned char>(text[++i]) & 0x3F));
+        }
+    }
+    return bytes;
+}
+
+Json listOf(const std::vector<std::string>& values) {
+    Json list = Json::array();
+    std::transform(values.begin(), values.end(), std::back_inserter(list), asText);
+    return list;
+}
+
+// Journals of earlier versions hold their texts as they were.
+struct Reader {
+    const Json& json;
+    bool bytes;
+
+    std::string text(const char* name) const {
+        const std::string value = json.value(name, "");
+        return bytes ? fromText(value) : value;
+    }
+    std::vector<std::string> list(const char* name) const {
+        auto values = json.value(name, std::vector<std::string>());
+        if (bytes) {
+            std::transform(values.begin(), values.end(), values.begin(), fromText);
+        }
+        return values;
+    }
+};
+
+constexpr std::array ProgressNames = {"preparing", "committing", "taking back", "finishing"};
+
+JournalState stateOf(const Json& json) {
+    if (json.contains("committing")) {  // an earlier version's
+        return json.value("committing", false) ? JournalState::Committing : JournalState::Preparing;
+    }
+    const auto found =
+        std::find(ProgressNames.begin(), ProgressNames.end(), json.value("progress", "preparing"));
+    return found == ProgressNames.end() ? JournalState::Committing
+                                        : static_cast<JournalState>(found - ProgressNames.begin());
+}
+
+Json jsonOf(const Effect& effect) {
+    Json json = {{"step", static_cast<int>(effect.step)},
+                 {"path", asText(effect.path)},
+                 {"deep", effect.deep},
+                 {"exact_mode", effect.exactMode}};
+    const auto add = [&](const char* name, const auto& number) {
+        if (number) {
+            json[name] = *number;
+        }
+    };
+    add("user", effect.user);
+    add("group", effect.group);
+    add("mode", effect.mode);
+    return json;
+}
+
+Effect effectOf(const Json& json) {
+    Effect effect;
+    effect.step = static_cast<Effect::Step>(json.value("step", static_cast<int>(Effect::Step::GiveAccess)));
+    effect.path = fromText(json.value("path", ""));
+    effect.deep = json.value("deep", false);
+    effect.exactMode = json.value("exact_mode", false);
+    const auto take = [&](const char* name, auto& number) {
+        if (json.contains(name)) {
+            number = json.at(name).get<typename std::decay_t<decltype(number)>::value_type>();
+        }
+    };
+    take("user", effect.user);
+    take("group", effect.group);
+    take("mode", effect.mode);
+    return effect;
+}
+
+// Earlier versions knew one checkpoint, and 0 for none.
+std::vector<int> undoesOf(const Json& json) {
+    const Json undoes = json.value("undoes", Json());
+    if (undoes.is_array()) {
+        return undoes.get<std::vector<int>>();
+    }
+    const int one = undoes.is_number() ? undoes.get<int>() : 0;
+    return one == 0 ? std::vector<int>() : std::vector{one};
+}
+
+}  // namespace
+
+Json jsonOf(const Journal& journal) {
+    Json files = Json::array();
+    for (const ChangedFile& file : journal.files) {
+        files.push_back(
+            {{"file", asText(file.path)}, {"before", asText(file.before)}, {"after", asText(file.after)}});
+    }
+    Json outstanding = Json::array();
+    for (const Effect& effect : journal.outstanding) {
+        outstanding.push_back(jsonOf(effect));
+    }
+    return {{"bytes", true},
+            {"configuration", asText(journal.configuration)},
+            {"command", asText(journal.command)},
+            {"words", listOf(journal.words)},
+            {"label", asText(journal.label)},
+            {"progress", ProgressNames.at(static_cast<size_t>(journal.progress))},
+            {"checkpoint", journal.checkpoint},
+            {"undoes", journal.undoes},
+            {"files", files},
+            {"made", listOf(journal.made)},
+            {"temporary", listOf(journal.temporary)},
+            {"outstanding", outstanding}};
+}
+
+Journal journalOf(const Json& json) {
+    const Reader reader{json, json.value("bytes", false)};
+    Journal journal;
+    journal.configuration = reader.text("configuration");
+    journal.command = reader.text("command");
+    journal.words = json.contains("words") ? reader.list("words") : std::vector{journal.command};
+    journal.label = reader.text("label");
+    journal.progress = stateOf(json);
+    journal.checkpoint = json.value("checkpoint", 0);
+    journal.undoes = undoesOf(json);
+    for (const Json& file : json.value("files", Json::array())) {
+        const Reader entry{file, reader.bytes};
+        journal.files.push_back({entry.text("file"), entry.text("before"), entry.text("after")});
+    }
+    journal.made = reader.list("made");
+    journal.temporary = reader.list("temporary");
+    for (const Json& effect : json.value("outstanding", Json::array())) {
+        if (effect.is_object()) {
+            journal.outstanding.push_back(effectOf(effect));
+        }
+    }
+    return journal;
+}
+
+std::optional<Json> parsedObject(const std::string& text) {
+    Json json = Json::parse(text, nullptr, false);
+    return json.is_object() ? std::optional(std::move(json)) : std::nullopt;
+}
+
+}  // namespace zpweb

@@ -1,0 +1,63 @@
+#include "store/Migration.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+
+#include <cstdio>
+
+#include "sys/Copy.h"
+#include "sys/Descriptor.h"
+#include "sys/File.h"
+
+namespace zpweb {
+
+namespace {
+
+Outcome copyTree(const std::string& from, const std::string& to) {
+    if (linkTarget(from) || !isFolder(from)) {
+        return copyWhole(from, to);
+    }
+    Outcome outcome = makeFolder(to, 0700);
+    const auto names = listed(from);
+    outcome = outcome.ok() ? names.outcome() : outcome;
+    for (size_t i = 0; outcome.ok() && i < names->size(); ++i) {
+        outcome = copyTree(from + "/" + (*names)[i], to + "/" + (*names)[i]);
+    }
+    return outcome.ok() ? sync(to) : outcome;
+}
+
+Outcome bring(const std::string& from, const std::string& to) {
+    if (!exists(from) || exists(to)) {
+        return done();
+    }
+    if (std::rename(from.c_str(), to.c_str()) == 0) {
+        return done();
+    }
+    const std::string fresh = to + ".new";
+    removeTree(fresh);
+    Outcome copied = copyTree(from, fresh);
+    return copied.ok() && std::rename(fresh.c_str(), to.c_str()) != 0 ? failure(systemError(to)) : copied;
+}
+
+}  // namespace
+
+Outcome moveFromBefore(const State& state) {
+    const std::string before = state.before();
+    if (before == state.folder || !isFolder(before)) {
+        return done();
+    }
+    const Descriptor lock(::open((before + "/lock").c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW));
+    if (lock.isOpen() && ::flock(lock.number(), LOCK_EX | LOCK_NB) != 0) {
+        return failure(Status::Locked, "another run of zpweb is at work in " + before);
+    }
+    // The journal comes last: it names checkpoints.
+    for (const char* name : {"audit.log", "checkpoints", "journal"}) {
+        if (Outcome brought = bring(before + "/" + name, state.folder + "/" + name); !brought.ok()) {
+            return failure("cannot bring " + before + " to " + state.folder + ": " + brought.message);
+        }
+    }
+    removeTree(before);
+    return done();
+}
+
+}  // namespace zpweb

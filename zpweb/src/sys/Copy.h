@@ -1,0 +1,14 @@
+// A file, or a symbolic link, with all that belongs to it.
+#pragma once
+
+#include <string>
+
+#include "sys/Outcome.h"
+
+namespace zpweb {
+
+// Makes `to` what `from` is, with owner, mode, access list and attributes, and brings it to the disk. What
+// stands there goes first.
+Outcome copyWhole(const std::string& from, const std::string& to);
+
+}  // namespace zpweb

@@ -1,0 +1,20 @@
+// A file in a directory that others than root may write: a site's own ".htaccess" or password file. It is
+// opened once, from a directory that is held open, and what it is is asked of that descriptor.
+#pragma once
+
+#include <string>
+
+#include "sys/Outcome.h"
+
+namespace zpweb {
+
+inline constexpr size_t LargestOwnersFile = size_t{1024} * 1024;
+
+// Its text; NotFound when there is none. Refused: a link, what is no plain file, one with more than one
+// name, one over 1 MiB and, where others than root can write, one that belongs neither to root nor to the
+// directory's owner.
+Expected<std::string> readOwnersFile(const std::string& path);
+// Gives `candidate` the owner, mode (without set-ID bits), access list and attributes of the file.
+Outcome takeOverFromOwnersFile(const std::string& path, const std::string& candidate);
+
+}  // namespace zpweb
