@@ -89,8 +89,7 @@ bool giveTree(Entry entry, const Effect& effect) {
         return true;
     }
     const bool isDirectory = S_ISDIR(status.st_mode);
-    const bool given =
-        giveTo(entry, effect, isDirectory && !effect.exactMode ? status.st_mode & SetIdBits : 0);
+    const bool given = giveTo(entry, effect, isDirectory && effect.deep ? status.st_mode & SetIdBits : 0);
     if (!effect.deep || !isDirectory) {
         return given;
     }

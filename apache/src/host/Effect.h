@@ -23,7 +23,6 @@ struct Effect {
     std::optional<gid_t> group{};
     std::optional<mode_t> mode{};  // in GiveAccess a directory keeps its set-ID bits besides
     bool deep = false;
-    bool exactMode = false;  // a directory does not keep them
 };
 
 // Takes the step through open directories: no link that others than the administrator can have placed is

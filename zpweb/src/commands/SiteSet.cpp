@@ -93,7 +93,6 @@ Outcome setMode(Transaction& change, const Place& place, const std::string& fold
         zp::host::Effect access;
         access.path = target;
         access.mode = mode;
-        access.exactMode = true;
         change.outstanding(std::move(access));
     }
     return done();

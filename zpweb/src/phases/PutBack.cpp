@@ -7,21 +7,19 @@
 
 #include "sys/Copy.h"
 #include "sys/File.h"
+#include "sys/GuardedFolder.h"
 #include "sys/Hash.h"
 
 namespace zpweb {
 
 namespace {
 
-// The journal knows the name from the staging.
-std::string besides(const std::string& path) { return folderOf(path) + "/.zpweb-" + nameOf(path); }
-
-// What is kept on another file system.
-Outcome copyInPlace(const std::string& kept, const std::string& path) {
-    const std::string fresh = besides(path);
+// What is kept on another file system. The journal knows the name from the staging.
+Outcome copyInPlace(const std::string& kept, const Descriptor& directory, const std::string& name) {
+    const std::string fresh = pathIn(directory, ".zpweb-" + name);
     Outcome copied = copyWhole(kept, fresh);
-    if (copied.ok() && ::rename(fresh.c_str(), path.c_str()) != 0) {
-        copied = failure(systemError(path));
+    if (copied.ok() && ::rename(fresh.c_str(), pathIn(directory, name).c_str()) != 0) {
+        copied = failure(systemError(name));
     }
     if (!copied.ok()) {
         ::unlink(fresh.c_str());
@@ -29,16 +27,23 @@ Outcome copyInPlace(const std::string& kept, const std::string& path) {
     return copied;
 }
 
+// In a directory that is held open, so that its owner cannot lead the step elsewhere.
 Outcome putBackFrom(const std::string& kept, const ChangedFile& changed) {
+    const auto directory = openGuarded(folderOf(changed.path));
+    if (!directory.ok()) {
+        return directory.outcome();
+    }
+    const std::string name = nameOf(changed.path);
+    const std::string place = pathIn(*directory, name);
     if (changed.before.empty()) {
-        return ::unlink(changed.path.c_str()) == 0 || errno == ENOENT ? done()
-                                                                      : failure(systemError(changed.path));
+        return ::unlink(place.c_str()) == 0 || errno == ENOENT ? done()
+                                                               : failure(systemError(changed.path));
     }
     const auto hash = currentHash(kept);
     if (!hash.ok() || *hash != changed.before) {
         return failure(hash.ok() ? "it is damaged" : hash.outcome().message);
     }
-    return ::rename(kept.c_str(), changed.path.c_str()) == 0 ? done() : copyInPlace(kept, changed.path);
+    return ::rename(kept.c_str(), place.c_str()) == 0 ? done() : copyInPlace(kept, *directory, name);
 }
 
 }  // namespace

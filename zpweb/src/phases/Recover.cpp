@@ -22,7 +22,10 @@ public:
         : state_(state), output_(output), journal_(journal) {}
 
     Outcome run() {
-        for (const ChangedFile& file : journal_.files) {
+        // While it is prepared nothing of it is in its place, whatever somebody has done to the files
+        // since.
+        const bool began = journal_.progress != JournalState::Preparing;
+        for (const ChangedFile& file : began ? journal_.files : std::vector<ChangedFile>()) {
             const auto standing = standingOf(file);
             if (!standing.ok()) {
                 return standing.outcome();

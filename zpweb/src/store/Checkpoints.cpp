@@ -1,6 +1,11 @@
 #include "store/Checkpoints.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <array>
+#include <cstdio>
 
 #include "store/JournalText.h"
 #include "sys/File.h"
@@ -12,15 +17,24 @@ namespace {
 
 constexpr size_t CheckpointsKept = 50;
 
-std::string counter(const State& state) { return state.checkpoints() + "/next"; }
-
-// Absent (0) where no counter was kept yet.
+// The lock file holds the highest number that was given; 0 where none was kept yet.
 Expected<int> counted(const State& state) {
-    const auto text = readFile(counter(state));
+    const auto text = readFile(state.lock());
     if (!text.ok()) {
         return text.outcome().status == Status::NotFound ? Expected(0) : Expected<int>(text.outcome());
     }
     return leadingNumber(*text);
+}
+
+// In its place, whole: a lock file that is replaced is no lock.
+Outcome setCounted(const State& state, int number) {
+    std::array<char, 16> text{};
+    const int size = std::snprintf(text.data(), text.size(), "%010d\n", number);
+    const Descriptor file(::open(state.lock().c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
+    const bool written = file.isOpen() &&
+                         ::pwrite(file.number(), text.data(), static_cast<size_t>(size), 0) == size &&
+                         ::fsync(file.number()) == 0;
+    return written ? done() : failure(systemError(state.lock()));
 }
 
 }  // namespace
@@ -71,7 +85,7 @@ Expected<int> nextCheckpoint(const State& state) {
 Outcome makeCheckpoint(const State& state, int number) {
     const std::string folder = state.checkpoint(number);
     Outcome made = makeFolder(state.checkpoints(), 0700);
-    made = made.ok() ? replaceFile(counter(state), std::to_string(number) + "\n", 0600) : made;
+    made = made.ok() ? setCounted(state, number) : made;
     removeTree(folder);
     return made.ok() ? makeFolder(folder, 0700) : made;
 }

@@ -74,10 +74,8 @@ JournalState stateOf(const Json& json) {
 }
 
 Json jsonOf(const Effect& effect) {
-    Json json = {{"step", static_cast<int>(effect.step)},
-                 {"path", asText(effect.path)},
-                 {"deep", effect.deep},
-                 {"exact_mode", effect.exactMode}};
+    Json json = {
+        {"step", static_cast<int>(effect.step)}, {"path", asText(effect.path)}, {"deep", effect.deep}};
     const auto add = [&](const char* name, const auto& number) {
         if (number) {
             json[name] = *number;
@@ -94,7 +92,6 @@ Effect effectOf(const Json& json) {
     effect.step = static_cast<Effect::Step>(json.value("step", static_cast<int>(Effect::Step::GiveAccess)));
     effect.path = fromText(json.value("path", ""));
     effect.deep = json.value("deep", false);
-    effect.exactMode = json.value("exact_mode", false);
     const auto take = [&](const char* name, auto& number) {
         if (json.contains(name)) {
             number = json.at(name).get<typename std::decay_t<decltype(number)>::value_type>();
