@@ -61,6 +61,9 @@ char CZPWebsite::AddWebsitePort(std::ofstream& out, std::string ApchIPAddress) {
         return result::ConfigurationNotOpened;
     }
     const PanelSite site = findPanelSite(reader, ApchIPAddress);
+    if (reader.failed()) {
+        return result::ConfigurationNotOpened;
+    }
     if (!site.present) {
         out << "\n<VirtualHost " << ApchIPAddress << PanelPort << ">\n"
             << "\tDocumentRoot \"" << site.documentPath << "/admin/\"\n"

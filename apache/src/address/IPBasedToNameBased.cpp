@@ -96,7 +96,8 @@ int CZPWebsite::IPBasedToNameBased(std::string oldIP, std::string newIP, std::st
     const std::string address = secure ? shared.withSecurePort() : shared.withPort();
     if (!conf::readdress(rewrite, {domainName, oldIP, "<VirtualHost " + address + ">"},
                          lookAtAnnouncement)) {
-        return result::website::NotFound;  // the copy stays beside the configuration
+        // The copy stays beside the configuration.
+        return rewrite.source().failed() ? result::ConfigurationNotOpened : result::website::NotFound;
     }
     if (!rewrite.putInPlace()) {
         return result::ConfigurationNotOpened;

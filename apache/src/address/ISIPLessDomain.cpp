@@ -4,7 +4,7 @@
 #include "CZPWebsite.h"
 #include "conf/Address.h"
 #include "conf/LineReader.h"
-#include "host/Folder.h"
+#include "host/FileSystem.h"
 #include "host/Machine.h"
 #include "host/Paths.h"
 
@@ -80,7 +80,7 @@ bool searchIncludes(CZPWebsite& website, const std::string& domain, Findings& fi
     }
     for (const std::string& file : findings.includes) {
         const std::string path = file.starts_with('/') ? file : findings.serverRoot + "/" + file;
-        if (host::exists(path) && !host::isFolder(path) &&
+        if (host::exists(path) && !host::isDirectory(path) &&
             website.LookupDomainInConfFile(domain, path, findings.siteAddress)) {
             return true;
         }

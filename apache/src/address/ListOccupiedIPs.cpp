@@ -8,6 +8,7 @@
 #include "host/Fields.h"
 #include "host/Machine.h"
 #include "host/Report.h"
+#include "shared/ReadConfiguration.h"
 
 using zp::conf::Line;
 namespace conf = zp::conf;
@@ -71,17 +72,13 @@ void addAnnounced(const Line& line, AddressList& addresses) {
 
 int CZPWebsite::ListOccupiedIPs(StringVector* OccupiedIPsList) {
     zp::host::report(TrackManager, "ListOccupiedIPs", {zp::host::NoArgument});
-    const std::string configuration = zp::host::textOf(HttpdConfFile);
-    if (configuration.empty()) {
-        return result::NoConfigurationPath;
-    }
-    conf::LineReader reader(configuration, conf::bound::Addressing);
-    if (!reader.isOpen()) {
-        zp::host::out() << "Error while opening HttpdConfFile\n";
-        return result::ConfigurationNotOpened;
+    zp::ReadConfiguration configuration(HttpdConfFile, conf::bound::Addressing,
+                                        "Error while opening HttpdConfFile\n");
+    if (!configuration.isOpen()) {
+        return configuration.failure();
     }
     AddressList addresses(*OccupiedIPsList);
-    for (Line line; reader.read(line);) {
+    for (Line line; configuration.read(line);) {
         if (line.begins(keyword::NameVirtualHost)) {
             addAnnounced(line, addresses);
         } else if (line.begins(keyword::VirtualHost)) {
@@ -91,5 +88,5 @@ int CZPWebsite::ListOccupiedIPs(StringVector* OccupiedIPsList) {
             }
         }
     }
-    return result::website::Listed;
+    return configuration.atEnd(result::website::Listed);
 }

@@ -4,6 +4,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <optional>
+
 #include "conf/Text.h"
 #include "conf/WriteAll.h"
 
@@ -11,11 +13,13 @@ namespace zp::conf {
 
 namespace {
 
-constexpr mode_t NewFileMode = 0644;
-
-bool endsInsideLine(int descriptor, off_t size) {
+// Does the file end inside a line? Absent when that cannot be read.
+std::optional<bool> endsInsideLine(int descriptor, off_t size) {
     char last = '\n';
-    return size > 0 && ::pread(descriptor, &last, 1, size - 1) == 1 && last != '\n';
+    if (size > 0 && ::pread(descriptor, &last, 1, size - 1) != 1) {
+        return std::nullopt;
+    }
+    return last != '\n';
 }
 
 bool appendTo(int descriptor, std::string_view line) {
@@ -23,30 +27,37 @@ bool appendTo(int descriptor, std::string_view line) {
     if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
         return false;
     }
-    std::string text(endsInsideLine(descriptor, status.st_size) ? "\n" : "");
+    const auto insideLine = endsInsideLine(descriptor, status.st_size);
+    if (!insideLine) {
+        return false;
+    }
+    std::string text(*insideLine ? "\n" : "");
     text.append(line).append("\n");
-    if (writeAll(descriptor, text)) {
+    if (writeAll(descriptor, text) && ::fsync(descriptor) == 0) {
         return true;
     }
     static_cast<void>(!::ftruncate(descriptor, status.st_size));
     return false;
 }
 
+constexpr int Appending = O_RDWR | O_APPEND | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
+
+bool append(host::Descriptor file, std::string_view line) {
+    if (!file.isOpen()) {
+        return false;
+    }
+    const bool appended = appendTo(file.number(), line);
+    return ::close(file.release()) == 0 && appended;
+}
+
 }  // namespace
 
-bool appendLine(const std::string& path, std::string_view line, Links links) {
-    if (!isOneLine(line)) {
-        return false;
-    }
-    const int follow = links == Links::Refused ? O_NOFOLLOW : 0;
-    const int descriptor =
-        ::open(path.c_str(), O_RDWR | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY | O_NONBLOCK | follow,
-               NewFileMode);
-    if (descriptor < 0) {
-        return false;
-    }
-    const bool appended = appendTo(descriptor, line);
-    return ::close(descriptor) == 0 && appended;
+bool appendLine(const std::string& path, std::string_view line) {
+    return isOneLine(line) && append(host::Descriptor(::open(path.c_str(), Appending)), line);
+}
+
+bool appendLine(const host::HeldFile& file, std::string_view line) {
+    return isOneLine(line) && append(file.open(Appending | O_CREAT), line);
 }
 
 }  // namespace zp::conf

@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
 namespace zp::conf {
 
@@ -14,15 +15,14 @@ namespace {
 constexpr size_t BufferSize = size_t{128} * 1024;  // more than any operation's bound
 
 // Opening never waits for a writer: a pipe is refused, like a folder.
-int openFile(const std::string& path) {
-    const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
+host::Descriptor openFile(const std::string& path) {
+    host::Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
     struct stat status {};
-    if (descriptor >= 0 &&
-        (::fstat(descriptor, &status) != 0 || !(S_ISREG(status.st_mode) || S_ISCHR(status.st_mode)))) {
-        ::close(descriptor);
-        return -1;
+    if (file.isOpen() &&
+        (::fstat(file.number(), &status) != 0 || !(S_ISREG(status.st_mode) || S_ISCHR(status.st_mode)))) {
+        file.close();
     }
-    return descriptor;
+    return file;
 }
 
 // The last block that is searched may reach behind what was read.
@@ -31,17 +31,14 @@ char* newBuffer(size_t capacity) { return new char[capacity + NewlineBlock]; }
 }  // namespace
 
 LineReader::LineReader(const std::string& path, size_t bound, FinalRead finalRead)
-    : descriptor_(openFile(path)),
+    : LineReader(openFile(path), bound, finalRead) {}
+
+LineReader::LineReader(host::Descriptor file, size_t bound, FinalRead finalRead)
+    : file_(std::move(file)),
       bound_(bound),
       finalRead_(finalRead),
       buffer_(isOpen() ? newBuffer(BufferSize) : nullptr),
       capacity_(BufferSize) {}
-
-LineReader::~LineReader() {
-    if (isOpen()) {
-        ::close(descriptor_);
-    }
-}
 
 bool LineReader::readOn(Line& line, size_t bound) {
     if (ended_ || !isOpen()) {
@@ -75,7 +72,7 @@ bool LineReader::fill() {
     end_ = held;
     ssize_t count = 0;
     do {
-        count = ::read(descriptor_, buffer_.get() + end_, capacity_ - end_);
+        count = ::read(file_.number(), buffer_.get() + end_, capacity_ - end_);
     } while (count < 0 && errno == EINTR);
     failed_ = count < 0;
     atFileEnd_ = count <= 0;

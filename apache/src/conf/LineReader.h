@@ -9,6 +9,7 @@
 #include "conf/Bounds.h"
 #include "conf/Line.h"
 #include "conf/Newlines.h"
+#include "host/Descriptor.h"
 
 namespace zp::conf {
 
@@ -20,11 +21,11 @@ class LineReader {
 public:
     // A folder or a pipe, like a missing file, is not open.
     LineReader(const std::string& path, size_t bound, FinalRead finalRead = FinalRead::LeftOut);
-    ~LineReader();
-    LineReader(const LineReader&) = delete;
-    LineReader& operator=(const LineReader&) = delete;
+    // A file that is open already.
+    LineReader(host::Descriptor file, size_t bound, FinalRead finalRead = FinalRead::LeftOut);
 
-    bool isOpen() const { return descriptor_ >= 0; }
+    bool isOpen() const { return file_.isOpen(); }
+    int descriptor() const { return file_.number(); }
 
     // The next line of at most `bound` characters. False at the end of the file and at a longer line, which
     // ends the file for good: it is not examined, and what stands behind it is not seen.
@@ -55,7 +56,7 @@ private:
     bool fill();                            // false at the end of the file
     bool end();
 
-    int descriptor_ = -1;
+    host::Descriptor file_;
     size_t bound_;
     FinalRead finalRead_;
     bool ended_ = false;

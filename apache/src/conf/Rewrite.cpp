@@ -1,5 +1,7 @@
 #include "conf/Rewrite.h"
 
+#include <fcntl.h>
+
 #include "host/Machine.h"
 
 namespace zp::conf {
@@ -18,15 +20,20 @@ Rewrite::Rewrite(const std::string& file, const std::string& scratch, size_t bou
     }
 }
 
-bool Rewrite::putInPlace() { return sourceWhole() && scratch_->moveTo(file_); }
+Rewrite::Rewrite(const host::HeldFile& file, const std::string& suffix, size_t bound)
+    : file_(file.name()), isHeld_(true), source_(file.open(O_RDONLY), bound) {
+    if (source_.isOpen()) {
+        scratch_ = std::make_unique<ScratchFile>(file.directory()->descriptor(), file.name() + suffix);
+    }
+}
 
-bool Rewrite::renameInPlace() { return sourceWhole() && scratch_->renameTo(file_); }
-
-bool Rewrite::sourceWhole() {
+bool Rewrite::putInPlace() {
     if (source_.failed()) {
         discard();
+        return false;
     }
-    return !source_.failed();
+    return isHeld_ ? scratch_->renameTo(file_, source_.descriptor())
+                   : scratch_->moveTo(file_, source_.descriptor());
 }
 
 void Rewrite::discard() {

@@ -5,6 +5,7 @@
 
 #include "conf/LineReader.h"
 #include "conf/ScratchFile.h"
+#include "host/HeldFile.h"
 
 namespace zp::conf {
 
@@ -20,6 +21,9 @@ public:
     Rewrite(const std::string& file, const std::string& scratch, size_t bound,
             Order order = Order::SourceFirst, FinalRead finalRead = FinalRead::LeftOut,
             ScratchFile::Opening opening = ScratchFile::Opening::Fresh);
+    // Of a file on held ground, which has to outlive this: its scratch copy stands beside it, under its
+    // name plus `suffix`.
+    Rewrite(const host::HeldFile& file, const std::string& suffix, size_t bound);
 
     bool sourceOpen() const { return source_.isOpen(); }
     bool scratchOpen() const { return scratch_ != nullptr && scratch_->isOpen(); }
@@ -38,17 +42,21 @@ public:
     void write(std::string_view line) { scratch_->writeLine(line); }
     // True while the source could be read and the scratch copy written.
     [[nodiscard]] bool intact() { return scratch_->flush() && !source_.failed(); }
+    // Which of two results tells why the file could not be rewritten: that of a source that cannot be
+    // opened, or read to its end, or that of the scratch copy.
+    template <class Result>
+    Result blame(Result ofSource, Result ofScratch) const {
+        return sourceOpen() && !source_.failed() ? ofScratch : ofSource;
+    }
 
     // The ends: the scratch copy replaces the file (false, and it is removed, when it is not whole), or it
     // is removed if it is still there. Without either it stays where it is.
     [[nodiscard]] bool putInPlace();
-    [[nodiscard]] bool renameInPlace();  // the same without a command
     void discard();
 
 private:
-    bool sourceWhole();
-
     std::string file_;
+    bool isHeld_ = false;
     std::unique_ptr<ScratchFile> scratch_;
     LineReader source_;
 };

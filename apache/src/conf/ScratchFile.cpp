@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
@@ -13,6 +12,7 @@
 
 #include "conf/Text.h"
 #include "conf/WriteAll.h"
+#include "host/Access.h"
 #include "host/Machine.h"
 
 namespace zp::conf {
@@ -22,16 +22,17 @@ namespace {
 constexpr unsigned WritebackInterval = 16;  // in buffers
 constexpr mode_t OwnerOnly = 0600;
 
-int openScratch(const std::string& path, ScratchFile::Opening opening) {
+host::Descriptor openScratch(int directory, const std::string& path, ScratchFile::Opening opening) {
     constexpr int flags = O_WRONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NOCTTY;
     if (opening == ScratchFile::Opening::Append) {
-        return ::open(path.c_str(), flags | O_APPEND, OwnerOnly);
+        return host::Descriptor(::openat(directory, path.c_str(), flags | O_APPEND, OwnerOnly));
     }
     struct stat status {};
-    if (::lstat(path.c_str(), &status) == 0 && (S_ISREG(status.st_mode) || S_ISLNK(status.st_mode))) {
-        ::unlink(path.c_str());
+    if (::fstatat(directory, path.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+        (S_ISREG(status.st_mode) || S_ISLNK(status.st_mode))) {
+        ::unlinkat(directory, path.c_str(), 0);
     }
-    return ::open(path.c_str(), flags | O_EXCL, OwnerOnly);
+    return host::Descriptor(::openat(directory, path.c_str(), flags | O_EXCL, OwnerOnly));
 }
 
 // The path itself, unless it is a link: then the path of the file behind it.
@@ -45,23 +46,18 @@ std::string behindLink(const std::string& path) {
     return path;
 }
 
-bool takeOverModeAndOwner(int descriptor, const std::string& target) {
-    struct stat status {};
-    if (::stat(target.c_str(), &status) != 0) {
-        return true;  // nothing to take over
-    }
-    // The owner goes first: a change of owner clears the set-ID bits.
-    if (::fchown(descriptor, status.st_uid, status.st_gid) != 0 && errno != EPERM) {
-        return false;
-    }
-    return ::fchmod(descriptor, status.st_mode & 07777) == 0;
-}
-
 }  // namespace
 
 ScratchFile::ScratchFile(const std::string& path, Opening opening)
-    : path_(host::machine().scratch(path)),
-      descriptor_(openScratch(path_, opening)),
+    : directory_(AT_FDCWD),
+      path_(host::machine().scratch(path)),
+      file_(openScratch(directory_, path_, opening)),
+      buffer_(isOpen() ? new char[BufferSize] : nullptr) {}
+
+ScratchFile::ScratchFile(int directory, const std::string& name)
+    : directory_(directory),
+      path_(name),
+      file_(openScratch(directory_, path_, Opening::Fresh)),
       buffer_(isOpen() ? new char[BufferSize] : nullptr) {}
 
 ScratchFile::~ScratchFile() { close(); }
@@ -87,11 +83,11 @@ void ScratchFile::append(std::string_view text) {
 }
 
 bool ScratchFile::flush() {
-    whole_ = whole_ && isOpen() && writeAll(descriptor_, {buffer_.get(), used_});
+    whole_ = whole_ && isOpen() && writeAll(file_.number(), {buffer_.get(), used_});
     used_ = 0;
     if (++flushes_ % WritebackInterval == 0) {
         // The disk starts on what is there; else "mv" over the old file waits for all of it.
-        static_cast<void>(::sync_file_range(descriptor_, 0, 0, SYNC_FILE_RANGE_WRITE));
+        static_cast<void>(::sync_file_range(file_.number(), 0, 0, SYNC_FILE_RANGE_WRITE));
     }
     return whole_;
 }
@@ -101,30 +97,30 @@ void ScratchFile::close() {
         return;
     }
     static_cast<void>(flush());
-    whole_ = ::close(descriptor_) == 0 && whole_;
-    descriptor_ = -1;
+    whole_ = ::close(file_.release()) == 0 && whole_;
 }
 
-bool ScratchFile::moveTo(const std::string& target) {
+bool ScratchFile::moveTo(const std::string& target, int source) {
     const std::string place = behindLink(target);
-    if (!finishAs(place)) {
+    return finish(source) && host::machine().move(path_, place);
+}
+
+bool ScratchFile::renameTo(const std::string& name, int source) {
+    const bool synced = flush() && ::fsync(file_.number()) == 0;
+    whole_ = whole_ && synced;
+    if (!finish(source)) {
         return false;
     }
-    host::machine().move(path_, place);
+    const std::string place = directory_ == AT_FDCWD ? behindLink(name) : name;
+    if (::renameat(directory_, path_.c_str(), directory_, place.c_str()) != 0) {
+        remove();
+        return false;
+    }
     return true;
 }
 
-bool ScratchFile::renameTo(const std::string& target) {
-    const std::string place = behindLink(target);
-    if (!finishAs(place)) {
-        return false;
-    }
-    static_cast<void>(!std::rename(path_.c_str(), place.c_str()));
-    return true;
-}
-
-bool ScratchFile::finishAs(const std::string& place) {
-    whole_ = flush() && takeOverModeAndOwner(descriptor_, place);
+bool ScratchFile::finish(int source) {
+    whole_ = flush() && (source < 0 || host::takeOverAccess(source, file_.number()));
     close();
     if (!whole_) {
         remove();
@@ -134,7 +130,7 @@ bool ScratchFile::finishAs(const std::string& place) {
 
 void ScratchFile::remove() {
     close();
-    ::remove(path_.c_str());
+    ::unlinkat(directory_, path_.c_str(), 0);
 }
 
 }  // namespace zp::conf

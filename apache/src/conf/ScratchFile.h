@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include "host/Descriptor.h"
+
 namespace zp::conf {
 
 class ScratchFile {
@@ -15,12 +17,14 @@ public:
     // A fresh scratch file is a new one, readable by its owner alone: what stands at `path` goes first.
     // Nothing but a plain file or a link is ever removed for it.
     explicit ScratchFile(const std::string& path, Opening opening = Opening::Fresh);
+    // On held ground, in the open directory, which has to outlive it.
+    ScratchFile(int directory, const std::string& name);
     ~ScratchFile();  // leaves the file where it is, written as far as it got
     ScratchFile(const ScratchFile&) = delete;
     ScratchFile& operator=(const ScratchFile&) = delete;
 
-    bool isOpen() const { return descriptor_ >= 0; }
-    const std::string& path() const { return path_; }
+    bool isOpen() const { return file_.isOpen(); }
+    int descriptor() const { return file_.number(); }
 
     // Writes one line and its newline. A text that holds a newline is refused: it counts as a failed write.
     void writeLine(std::string_view text);
@@ -40,23 +44,25 @@ public:
     // True while everything written so far has reached the file.
     [[nodiscard]] bool flush();
 
-    // Gives the scratch file the mode and owner of `target` and moves it there; where `target` is a
-    // symbolic link, over the file that it points at. False, and the scratch file is removed, when it is
-    // not whole. Whether the move itself worked is not examined.
-    [[nodiscard]] bool moveTo(const std::string& target);
-    // The same without a command.
-    [[nodiscard]] bool renameTo(const std::string& target);
+    // Gives the scratch file the access of the open file `source` (-1: it keeps its own) and moves it to
+    // `target`; where that is a symbolic link, over the file that it points at. False, and the scratch file
+    // is removed, when it is not whole or could not be brought to the disk.
+    [[nodiscard]] bool moveTo(const std::string& target, int source);
+    // The same without a command, synced and renamed here. On held ground `name` is one of the scratch
+    // file's own directory, and a link in its place goes.
+    [[nodiscard]] bool renameTo(const std::string& name, int source);
     void remove();
 
 private:
     static constexpr size_t BufferSize = size_t{256} * 1024;
 
     void append(std::string_view text);
-    bool finishAs(const std::string& place);
+    bool finish(int source);
     void close();
 
+    int directory_;
     std::string path_;
-    int descriptor_ = -1;
+    host::Descriptor file_;
     bool whole_ = true;
     size_t used_ = 0;
     unsigned flushes_ = 0;

@@ -42,7 +42,7 @@ int ApacheHelper::Apache_getDirectiveValue(std::string apacheConfFile, std::stri
         value = *quoted;
         return result::Done;
     }
-    return result::NotFound;
+    return reader.failed() ? result::FileNotOpened : result::NotFound;
 }
 
 int ApacheHelper::Apache_checkModule(std::string apacheConfFile, std::string moduleName, bool& isExist) {
@@ -58,7 +58,7 @@ int ApacheHelper::Apache_checkModule(std::string apacheConfFile, std::string mod
             return result::Done;
         }
     }
-    return result::ModuleNotFound;
+    return reader.failed() ? result::FileNotOpened : result::ModuleNotFound;
 }
 
 int ApacheHelper::Apache_getDirectiveInVH(std::string apacheConfFile, std::string domainName,
@@ -91,7 +91,7 @@ int ApacheHelper::Apache_getDirectiveInVH(std::string apacheConfFile, std::strin
         value = *quoted;
         return result::Done;
     }
-    return result::NotFoundInDomain;
+    return reader.failed() ? result::FileNotOpened : result::NotFoundInDomain;
 }
 
 bool ApacheHelper::Apache_isDirectiveWithValueExists(std::string apacheConfFile, std::string directive,

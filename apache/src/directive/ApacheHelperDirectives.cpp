@@ -85,7 +85,7 @@ bool copyToServerName(Rewrite& rewrite, const std::string& domain) {
 int insertAtLine(const std::string& file, const std::string& entry, int lineCount) {
     Rewrite rewrite(file, file + ".wd1", conf::bound::AddDirective);
     if (!rewrite.open()) {
-        return result::openFailure(rewrite);
+        return result::failureOf(rewrite);
     }
     int number = 0;
     for (Line line; rewrite.read(line);) {
@@ -108,7 +108,7 @@ int ApacheHelper::Apache_ChangeVirtualHostPort(std::string apacheConfFile, std::
     conf::backUp(apacheConfFile, ".zpbackup.cp");
     Rewrite rewrite(apacheConfFile, apacheConfFile + "_zpbackup_cp", conf::bound::Port);
     if (!rewrite.open()) {
-        return result::openFailure(rewrite);
+        return result::failureOf(rewrite);
     }
     bool inBlock = false;
     bool done = false;
@@ -154,7 +154,7 @@ int ApacheHelper::Apache_UpdateVHDirectiveContents(std::string apacheConfFile, s
     conf::backUp(apacheConfFile, ".zpbackup.rt");
     Rewrite rewrite(apacheConfFile, apacheConfFile + "_temp12", conf::bound::Directive);
     if (!rewrite.open()) {
-        return result::openFailure(rewrite);
+        return result::failureOf(rewrite);
     }
     AnyNameScope scope(domainName);
     bool inNested = false;
@@ -192,7 +192,7 @@ int ApacheHelper::Apache_UpdateDirectiveInVH(std::string apacheConfFile, std::st
     conf::backUp(apacheConfFile, ".zpbackup.rt");
     Rewrite rewrite(apacheConfFile, apacheConfFile + "_temp1", conf::bound::Directive);
     if (!rewrite.open()) {
-        return result::openFailure(rewrite);
+        return result::failureOf(rewrite);
     }
     AnyNameScope scope(domainName);
     bool done = false;
@@ -219,7 +219,7 @@ int ApacheHelper::Apache_writeDirective(std::string apacheConfFile, std::string 
     conf::backUp(apacheConfFile, ".zpbackup.rt");
     Rewrite rewrite(apacheConfFile, apacheConfFile + ".wd", conf::bound::AddDirective);
     if (!rewrite.open()) {
-        return result::openFailure(rewrite);
+        return result::failureOf(rewrite);
     }
     bool inBlock = false;
     bool done = false;
@@ -244,7 +244,7 @@ int ApacheHelper::Apache_writeDirective(std::string apacheConfFile, std::string 
         }
         rewrite.keep(line);
     }
-    if (!done) {
+    if (!done && !rewrite.source().failed()) {
         rewrite.discard();
         return insertAtLine(apacheConfFile, entry, lineCount);
     }
@@ -256,7 +256,7 @@ int ApacheHelper::Apache_DeleteDirectivesInVH(std::string apacheConfFile, std::s
     conf::backUp(apacheConfFile, ".zpbackup.drt");
     Rewrite rewrite(apacheConfFile, apacheConfFile + "_temp11", conf::bound::Directive);
     if (!rewrite.open()) {
-        return result::openFailure(rewrite);
+        return result::failureOf(rewrite);
     }
     bool done = false;
     if (copyToServerName(rewrite, domainName)) {

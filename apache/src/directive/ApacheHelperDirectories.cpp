@@ -92,7 +92,7 @@ int editDirectory(const std::string& file, const char* temporarySuffix, const st
     conf::backUp(file, BackupSuffix);
     Rewrite rewrite(file, file + temporarySuffix, conf::bound::Directive);
     if (!rewrite.open()) {
-        return result::openFailure(rewrite);
+        return result::failureOf(rewrite);
     }
     Line line;
     int outcome = copyToDirectory(rewrite, domain, line, examine);

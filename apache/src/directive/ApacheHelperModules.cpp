@@ -7,7 +7,7 @@
 #include "conf/AppendLine.h"
 #include "conf/Rewrite.h"
 #include "conf/ServerLevel.h"
-#include "host/Folder.h"
+#include "host/FileSystem.h"
 #include "host/Machine.h"
 #include "shared/ApacheHelperResults.h"
 
@@ -118,7 +118,7 @@ int ApacheHelper::Apache_checkModulePhysicalPath(std::string apacheConfFile, std
     }
     Line line;
     if (!conf::readServerLevel(reader, line)) {  // any line there will do
-        return result::helper::ModuleFileMissing;
+        return reader.failed() ? result::helper::FileNotOpened : result::helper::ModuleFileMissing;
     }
     isExist =
         LineReader(moduleFile(CZPWebsite().getApacheModulesDir(apacheConfFile), moduleName), 0).isOpen();
@@ -130,7 +130,7 @@ int ApacheHelper::Apache_addModule(std::string apacheConfFile, std::string modul
     const std::string temporary = apacheConfFile + "_md";
     Rewrite rewrite(apacheConfFile, temporary, conf::bound::ServerLevel);
     if (!rewrite.open()) {
-        return result::openFailure(rewrite);
+        return result::failureOf(rewrite);
     }
     const std::string folder = loadableFolder(CZPWebsite().getApacheModulesDir(apacheConfFile));
     const std::string entry = "LoadModule " + moduleName + "_module " + moduleFile(folder, moduleName);
@@ -139,13 +139,13 @@ int ApacheHelper::Apache_addModule(std::string apacheConfFile, std::string modul
     if (outcome == NoPlace) {
         Rewrite again(apacheConfFile, temporary, conf::bound::ServerLevel);
         outcome =
-            again.open() ? insertBefore(Place::FirstVirtualHost, again, entry) : result::openFailure(again);
+            again.open() ? insertBefore(Place::FirstVirtualHost, again, entry) : result::failureOf(again);
     }
     if (outcome != NoPlace) {
         return outcome;
     }
     zp::host::out() << "apending\n";
-    if (!conf::appendLine(apacheConfFile, entry, conf::Links::Followed)) {
+    if (!conf::appendLine(apacheConfFile, entry)) {
         zp::host::out() << "Unable to open file in append mode\n";
         return result::helper::ModuleNotAppended;
     }
@@ -164,7 +164,8 @@ int ApacheHelper::Apache_DeleteVhIfmoduleBlock(std::string apacheConfFile, std::
         return result::ConfigurationNotOpened;
     }
     if (!copyToModuleBlock(rewrite, domainName, moduleName)) {
-        return 0;  // the unfinished copy stays
+        return rewrite.blame<int>(result::ConfigurationNotOpened,
+                                  result::helper::Done);  // the unfinished copy stays
     }
     Line line;
     if (rewrite.read(line)) {  // the line behind the block is copied as it is, an empty one too
@@ -175,5 +176,7 @@ int ApacheHelper::Apache_DeleteVhIfmoduleBlock(std::string apacheConfFile, std::
             rewrite.keep(line);
         }
     }
-    return rewrite.putInPlace() ? result::helper::Done : result::ScratchNotOpened;
+    return rewrite.putInPlace()
+               ? result::helper::Done
+               : rewrite.blame<int>(result::ConfigurationNotOpened, result::ScratchNotOpened);
 }

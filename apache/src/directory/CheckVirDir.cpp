@@ -5,9 +5,10 @@
 #include "conf/Alias.h"
 #include "conf/LineReader.h"
 #include "host/Fields.h"
-#include "host/File.h"
+#include "host/FileSystem.h"
 #include "host/Machine.h"
 #include "host/Report.h"
+#include "shared/ReadConfiguration.h"
 
 using zp::host::fieldText;
 namespace conf = zp::conf;
@@ -19,17 +20,13 @@ char CZPVirtualDirectory::CheckVirDir(SDDir* ObjDDir) {
     const std::string name = fieldText(ObjDDir->DirName);
     host::report(TrackManager, "CheckVirDir",
                  {{"ObjDDir->DomainName", domain}, {"ObjDDir->DirName", name}});
-    const std::string configuration = host::textOf(HttpdConfFile);
-    if (configuration.empty()) {
-        return result::NoConfigurationPath;
-    }
-    conf::LineReader reader(configuration, conf::bound::None);
-    if (!reader.isOpen()) {
-        host::out() << "Error opening HttpdConfFile file\n";
-        return result::ConfigurationNotOpened;
+    zp::ReadConfiguration configuration(HttpdConfFile, conf::bound::None,
+                                        "Error opening HttpdConfFile file\n");
+    if (!configuration.isOpen()) {
+        return configuration.failure();
     }
     conf::FirstNameScope scope(domain);
-    for (conf::Line line; reader.read(line);) {
+    for (conf::Line line; configuration.read(line);) {
         if (!conf::isAliasIn(scope, line)) {
             continue;
         }
@@ -46,5 +43,5 @@ char CZPVirtualDirectory::CheckVirDir(SDDir* ObjDDir) {
             return result::directory::AliasFound;
         }
     }
-    return result::directory::AliasNotFound;
+    return configuration.atEnd(result::directory::AliasNotFound);
 }

@@ -6,12 +6,11 @@
 #include "Results.h"
 #include "conf/Directory.h"
 #include "conf/DomainScope.h"
+#include "host/Accounts.h"
 #include "host/Fields.h"
-#include "host/Folder.h"
+#include "host/Machine.h"
 #include "host/PasswordFile.h"
-#include "host/Paths.h"
 #include "host/Report.h"
-#include "host/Shell.h"
 #include "shared/VirtualDirectoryBlock.h"
 
 using zp::conf::Line;
@@ -36,19 +35,14 @@ std::string folderFor(const Line& documentRoot, const SDDir& record) {
     return std::string(root);
 }
 
-// Is the folder a link, or reached through one that the site's owner can have placed?
-bool isElsewhere(const std::string& folder) {
-    return host::isLink(folder) || (host::isFolder(folder) && !host::Folder::openGuarded(folder));
-}
-
 void handOver(const std::string& folder, const std::string& owner) {
-    if (owner.empty() || isElsewhere(folder)) {
+    if (owner.empty()) {
         return;
     }
-    const std::string account = owner + ":" + host::PanelGroup;
-    host::run({host::program::ChangeOwner, "-R", account, folder});
-    // The account stands here, too, as it always has: the modes are set and chmod complains about the rest.
-    host::run({host::program::ChangeMode, "-R", "705", account, folder});
+    constexpr mode_t Mode = 0705;
+    const host::Ownership ownership = host::inPanelGroup(owner);
+    static_cast<void>(host::machine().effect(
+        {.path = folder, .user = ownership.user, .group = ownership.group, .mode = Mode, .deep = true}));
 }
 
 struct Creation {
@@ -129,7 +123,7 @@ char CZPVirtualDirectory::CreateVirtualDirectory(SDDir* ObjDDir, int AdminFlag) 
     Rewrite rewrite(configuration, host::textOf(TEMPFILE), conf::bound::None, Rewrite::Order::SourceFirst,
                     conf::FinalRead::Counted);
     if (!rewrite.open()) {
-        return rewrite.sourceOpen() ? result::ScratchNotOpened : result::ConfigurationNotOpened;
+        return rewrite.blame(result::ConfigurationNotOpened, result::ScratchNotOpened);
     }
     const Creation creation(*ObjDDir);
     const char outcome = copyWithDirectory(rewrite, creation, AdminFlag == 0);
@@ -138,5 +132,6 @@ char CZPVirtualDirectory::CreateVirtualDirectory(SDDir* ObjDDir, int AdminFlag) 
         rewrite.discard();
         return outcome;
     }
-    return rewrite.putInPlace() ? result::directory::Created : result::ScratchNotOpened;
+    return rewrite.putInPlace() ? result::directory::Created
+                                : rewrite.blame(result::ConfigurationNotOpened, result::ScratchNotOpened);
 }

@@ -50,11 +50,12 @@ char CZPVirtualDirectory::DeleteVirtualDirectory(const char* pDDir) {
     }
     Rewrite rewrite(configuration, host::textOf(TEMPFILE), conf::bound::None);
     if (!rewrite.open()) {
-        return rewrite.sourceOpen() ? result::ScratchNotOpened : result::ConfigurationNotOpened;
+        return rewrite.blame(result::ConfigurationNotOpened, result::ScratchNotOpened);
     }
     if (!copyWithoutDirectory(rewrite, folder)) {
         rewrite.discard();
         return result::directory::MalformedOtherwise;
     }
-    return rewrite.putInPlace() ? result::directory::Deleted : result::ScratchNotOpened;
+    return rewrite.putInPlace() ? result::directory::Deleted
+                                : rewrite.blame(result::ConfigurationNotOpened, result::ScratchNotOpened);
 }

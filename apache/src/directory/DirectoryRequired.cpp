@@ -7,6 +7,7 @@
 #include "host/Fields.h"
 #include "host/Machine.h"
 #include "host/Report.h"
+#include "shared/ReadConfiguration.h"
 
 namespace conf = zp::conf;
 namespace host = zp::host;
@@ -26,21 +27,17 @@ char CZPVirtualDirectory::DirectoryRequired(std::string DomainName, std::string 
     // The query's name: the panel's log has always shown this call as one.
     host::report(TrackManager, "GetVirtualDirectoryinfo",
                  {{"DomainName", DomainName}, {"DirPath", DirPath}});
-    const std::string configuration = host::textOf(HttpdConfFile);
-    if (configuration.empty()) {
-        return zp::result::NoConfigurationPath;
-    }
-    conf::LineReader reader(configuration, conf::bound::None);
-    if (!reader.isOpen()) {
-        host::out() << "Error opening HttpdConfFile file\n";
-        return zp::result::ConfigurationNotOpened;
+    zp::ReadConfiguration configuration(HttpdConfFile, conf::bound::None,
+                                        "Error opening HttpdConfFile file\n");
+    if (!configuration.isOpen()) {
+        return configuration.failure();
     }
     conf::FirstNameScope scope(DomainName);
     int hits = 0;
-    for (conf::Line line; reader.read(line);) {
+    for (conf::Line line; configuration.read(line);) {
         if (conf::isAliasIn(scope, line) && pointsAt(line, DirPath)) {
             ++hits;
         }
     }
-    return hits >= 2 ? 1 : 0;
+    return configuration.atEnd(hits >= 2 ? 1 : 0);
 }

@@ -4,8 +4,9 @@
 #include "conf/DomainScope.h"
 #include "conf/Handlers.h"
 #include "host/Fields.h"
-#include "host/File.h"
+#include "host/FileSystem.h"
 #include "host/Report.h"
+#include "shared/ReadConfiguration.h"
 #include "shared/VirtualDirectoryBlock.h"
 
 using zp::conf::Line;
@@ -94,20 +95,16 @@ char CZPVirtualDirectory::GetVirtualDirectoryinfo(SDDir* ObjDDir) {
     host::report(TrackManager, "GetVirtualDirectoryinfo",
                  {{"ObjDDir->DomainName", fieldText(ObjDDir->DomainName)},
                   {"ObjDDir->DirPath", fieldText(ObjDDir->DirPath)}});
-    const std::string configuration = host::textOf(HttpdConfFile);
-    if (configuration.empty()) {
-        return result::NoConfigurationPath;
+    zp::ReadConfiguration configuration(HttpdConfFile, conf::bound::None);
+    if (!configuration.isOpen()) {
+        return configuration.failure();
     }
-    LineReader reader(configuration, conf::bound::None);
-    if (!reader.isOpen()) {
-        return result::ConfigurationNotOpened;
-    }
-    switch (findBlock(reader, *ObjDDir)) {
+    switch (findBlock(configuration.reader(), *ObjDDir)) {
         case Block::Found:
-            readBlock(reader, *ObjDDir);
-            return result::directory::InfoRead;
+            readBlock(configuration.reader(), *ObjDDir);
+            return configuration.atEnd(result::directory::InfoRead);
         case Block::Missing:
-            return result::directory::InfoRead;
+            return configuration.atEnd(result::directory::InfoRead);
         case Block::Malformed:
             break;
     }

@@ -1,5 +1,5 @@
 #include "CZPVirtualDirectory.h"
 #include "host/Fields.h"
-#include "host/FolderTree.h"
+#include "host/Tree.h"
 
 char RemoveDir(const char* DName) { return zp::host::removeTree(zp::host::textOf(DName)) ? 0 : 1; }

@@ -146,5 +146,6 @@ char CZPVirtualDirectory::UpdateVirtualDirectory(SDDir* ObjDDir) {
         rewrite.discard();
         return result::directory::Malformed;
     }
-    return rewrite.putInPlace() ? result::directory::Updated : result::ScratchNotOpened;
+    return rewrite.putInPlace() ? result::directory::Updated
+                                : rewrite.blame(result::ConfigurationNotOpened, result::ScratchNotOpened);
 }

@@ -6,9 +6,10 @@
 #include "conf/DomainScope.h"
 #include "conf/LineReader.h"
 #include "host/Fields.h"
-#include "host/File.h"
+#include "host/FileSystem.h"
 #include "host/Machine.h"
 #include "host/Report.h"
+#include "shared/ReadConfiguration.h"
 
 using zp::host::fieldText;
 namespace conf = zp::conf;
@@ -21,18 +22,14 @@ char CZPVirtualDirectory::VirtualDirectoryExists(SDDir* ObjDDir) {
     // The query's name: the panel's log has always shown this call as one.
     host::report(TrackManager, "GetVirtualDirectoryinfo",
                  {{"ObjDDir->DomainName", domain}, {"ObjDDir->DirPath", folder}});
-    const std::string configuration = host::textOf(HttpdConfFile);
-    if (configuration.empty()) {
-        return result::NoConfigurationPath;
-    }
-    conf::LineReader reader(configuration, conf::bound::None);
-    if (!reader.isOpen()) {
-        host::out() << "Error opening HttpdConfFile file\n";
-        return result::ConfigurationNotOpened;
+    zp::ReadConfiguration configuration(HttpdConfFile, conf::bound::None,
+                                        "Error opening HttpdConfFile file\n");
+    if (!configuration.isOpen()) {
+        return configuration.failure();
     }
     // The end of a block is not looked for: what follows up to the next <VirtualHost counts as the site's.
     conf::FirstNameScope scope(domain);
-    for (conf::Line line; reader.read(line);) {
+    for (conf::Line line; configuration.read(line);) {
         if (scope.enters(line) || !scope.inDomain() || !line.begins(conf::keyword::Directory)) {
             continue;
         }
@@ -45,5 +42,5 @@ char CZPVirtualDirectory::VirtualDirectoryExists(SDDir* ObjDDir) {
             return result::directory::Exists;
         }
     }
-    return result::directory::NotFound;
+    return configuration.atEnd(result::directory::NotFound);
 }

@@ -4,6 +4,7 @@
 #include "conf/LineReader.h"
 #include "host/Fields.h"
 #include "host/Report.h"
+#include "shared/ReadConfiguration.h"
 
 namespace conf = zp::conf;
 namespace host = zp::host;
@@ -11,16 +12,12 @@ namespace result = zp::result;
 
 char CZPVirtualDirectory::VirtualDirectoryList(const char* DomainName, StringVector* DDirList) {
     host::report(TrackManager, "VirtualDirectoryList", {host::NoArgument});
-    const std::string configuration = host::textOf(HttpdConfFile);
-    if (configuration.empty()) {
-        return result::NoConfigurationPath;
-    }
-    conf::LineReader reader(configuration, conf::bound::None);
-    if (!reader.isOpen()) {
-        return result::ConfigurationNotOpened;
+    zp::ReadConfiguration configuration(HttpdConfFile, conf::bound::None);
+    if (!configuration.isOpen()) {
+        return configuration.failure();
     }
     conf::FirstNameScope scope(host::textOf(DomainName));
-    for (conf::Line line; reader.read(line);) {
+    for (conf::Line line; configuration.read(line);) {
         if (conf::isAliasIn(scope, line)) {
             const conf::Alias alias = conf::aliasOn(line);
             if (alias.hasTarget) {
@@ -31,5 +28,5 @@ char CZPVirtualDirectory::VirtualDirectoryList(const char* DomainName, StringVec
             scope.leaves(line, conf::keyword::VirtualHostEndTag);
         }
     }
-    return result::directory::Listed;
+    return configuration.atEnd(result::directory::Listed);
 }

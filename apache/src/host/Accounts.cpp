@@ -1,5 +1,6 @@
 #include "host/Accounts.h"
 
+#include <grp.h>
 #include <pwd.h>
 #include <sys/stat.h>
 
@@ -15,6 +16,15 @@ std::optional<Account> findAccount(const std::string& name) {
         return std::nullopt;
     }
     return Account{entry->pw_uid, entry->pw_gid};
+}
+
+Ownership inPanelGroup(const std::string& account) {
+    const group* panel = ::getgrnam(PanelGroup);
+    const auto user = findAccount(account);
+    if (panel == nullptr || (!user && !account.empty())) {
+        return {};
+    }
+    return {user ? std::optional(user->user) : std::nullopt, panel->gr_gid};
 }
 
 std::string ownerOf(const std::string& path) {

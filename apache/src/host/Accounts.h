@@ -13,6 +13,17 @@ struct Account {
     gid_t group;
 };
 
+// Whom something is given to. Neither is set where the account or the group is not known.
+struct Ownership {
+    std::optional<uid_t> user;
+    std::optional<gid_t> group;
+
+    bool isKnown() const { return group.has_value(); }
+};
+
+// The account of that name and the panel's group; without a name, the group alone.
+Ownership inPanelGroup(const std::string& account);
+
 std::optional<Account> findAccount(const std::string& name);
 
 // The name of the account that owns the path, from the host's own password database; empty when the path or

@@ -1,17 +1,14 @@
 #include "host/Effect.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <cerrno>
-#include <memory>
-#include <string_view>
-#include <utility>
 
-#include "host/Folder.h"
-#include "host/FolderTree.h"
+#include "host/FileSystem.h"
+#include "host/HeldDirectory.h"
+#include "host/HeldFile.h"
+#include "host/Tree.h"
 
 namespace zp::host {
 
@@ -19,120 +16,131 @@ namespace {
 
 constexpr mode_t SetIdBits = S_ISUID | S_ISGID;
 constexpr mode_t OwnerOnly = 0700;
+constexpr int MostLinks = 40;
 
-class Entry {
-public:
-    explicit Entry(int descriptor) : descriptor_(descriptor) {}
-    Entry(Entry&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
-    Entry(const Entry&) = delete;
-    Entry& operator=(const Entry&) = delete;
-    Entry& operator=(Entry&&) = delete;
-    ~Entry() { close(); }
-
-    bool isOpen() const { return descriptor_ >= 0; }
-    int number() const { return descriptor_; }
-    void close() {
-        if (isOpen()) {
-            ::close(std::exchange(descriptor_, -1));
-        }
-    }
-
-private:
-    int descriptor_;
-};
-
-// Its content is not opened, so that a device or a pipe does not notice.
-Entry openEntry(int directory, const char* name) {
-    return Entry(::openat(directory, name, O_PATH | O_NOFOLLOW | O_CLOEXEC));
+// A place is opened, not its content, so that a device or a pipe does not notice.
+Descriptor openPlace(int directory, const char* name) {
+    return Descriptor(::openat(directory, name, O_PATH | O_NOFOLLOW | O_CLOEXEC));
 }
 
-bool giveOwner(const Entry& entry, const Effect& effect) {
-    return (!effect.user && !effect.group) ||
-           ::fchownat(entry.number(), "", effect.user.value_or(static_cast<uid_t>(-1)),
-                      effect.group.value_or(static_cast<gid_t>(-1)), AT_EMPTY_PATH) == 0;
-}
-
-// A descriptor of a place takes no fchmod(2); the path by which the system names it does.
-bool giveMode(const Entry& entry, mode_t mode) {
-    return ::chmod(("/proc/self/fd/" + std::to_string(entry.number())).c_str(), mode) == 0;
+bool isFit(const struct stat& status, const Effect& effect, bool othersWrite) {
+    const bool becomesSetId = (effect.mode.value_or(0) & SetIdBits) != 0;
+    return S_ISDIR(status.st_mode) || !othersWrite || (status.st_nlink == 1 && !becomesSetId);
 }
 
 // The owner goes first: a change of owner clears the set-ID bits.
-bool giveTo(const Entry& entry, const Effect& effect, mode_t kept) {
-    return giveOwner(entry, effect) && (!effect.mode || giveMode(entry, *effect.mode | kept));
+bool giveTo(const Descriptor& place, const Effect& effect, mode_t kept = 0) {
+    const uid_t user = effect.user.value_or(static_cast<uid_t>(-1));
+    const gid_t group = effect.group.value_or(static_cast<gid_t>(-1));
+    const bool given =
+        (!effect.user && !effect.group) || ::fchownat(place.number(), "", user, group, AT_EMPTY_PATH) == 0;
+    // A descriptor of a place takes no fchmod(2); the path by which the system names it does.
+    return given && (!effect.mode || ::chmod(pathOf(place.number()).c_str(), *effect.mode | kept) == 0);
 }
 
-bool giveTree(Entry entry, const Effect& effect);
-
-bool giveEntries(int directory, const Effect& effect) {
-    const auto close = [](DIR* open) { ::closedir(open); };
-    const std::unique_ptr<DIR, decltype(close)> listing(::fdopendir(directory), close);
-    bool given = listing != nullptr;
-    while (const dirent* each = listing ? ::readdir(listing.get()) : nullptr) {
-        const std::string_view name = each->d_name;
-        if (name == "." || name == "..") {
-            continue;
-        }
-        Entry entry = openEntry(directory, each->d_name);
-        const bool gone = !entry.isOpen() && errno == ENOENT;
-        given = (gone || giveTree(std::move(entry), effect)) && given;
-    }
-    return given;
-}
-
-bool giveTree(Entry entry, const Effect& effect) {
+// To what the place is, unless that is a link.
+bool giveAccess(int directory, const char* name, const Effect& effect, bool othersWrite) {
+    const Descriptor place = openPlace(directory, name);
     struct stat status {};
-    if (::fstat(entry.number(), &status) != 0) {
-        return false;
+    if (!place.isOpen() || ::fstat(place.number(), &status) != 0) {
+        return errno == ENOENT;  // it went meanwhile
     }
     if (S_ISLNK(status.st_mode)) {
         return true;
     }
-    const bool isDirectory = S_ISDIR(status.st_mode);
-    const bool given = giveTo(entry, effect, isDirectory && effect.deep ? status.st_mode & SetIdBits : 0);
-    if (!effect.deep || !isDirectory) {
+    const mode_t kept = effect.deep && S_ISDIR(status.st_mode) ? status.st_mode & SetIdBits : 0;
+    return isFit(status, effect, othersWrite) && giveTo(place, effect, kept);
+}
+
+bool giveBelow(const Descriptor& directory, const Effect& effect) {
+    bool given = true;
+    const bool walked =
+        walkTree(directory.number(), {[&](int parent, const char* name) {
+                                          given = giveAccess(parent, name, effect, true) && given;
+                                          return true;
+                                      },
+                                      [](int, const char*) { return true; }});
+    return walked && given;
+}
+
+bool giveTree(const HeldDirectory& parent, const std::string& name, const Effect& effect) {
+    struct stat status {};
+    if (::fstatat(parent.descriptor(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0 ||
+        S_ISLNK(status.st_mode)) {
+        return false;
+    }
+    const bool given = giveAccess(parent.descriptor(), name.c_str(), effect, parent.othersWrite());
+    if (!effect.deep || !S_ISDIR(status.st_mode)) {
         return given;
     }
-    const int directory = ::openat(entry.number(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    entry.close();  // one descriptor for each level of the tree will do
-    return directory >= 0 && giveEntries(directory, effect) && given;
+    const Descriptor directory(
+        ::openat(parent.descriptor(), name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    return directory.isOpen() && giveBelow(directory, effect) && given;
 }
 
-bool giveAccess(const Folder& parent, const std::string& name, const Effect& effect) {
-    Entry entry = openEntry(parent.descriptor(), name.c_str());
+// The directory that was made, and no other that came into its place.
+bool makeDirectory(const HeldDirectory& parent, const std::string& name, const Effect& effect) {
+    if (::mkdirat(parent.descriptor(), name.c_str(), OwnerOnly) != 0) {
+        return false;
+    }
+    const Descriptor place = openPlace(parent.descriptor(), name.c_str());
     struct stat status {};
-    return entry.isOpen() && ::fstat(entry.number(), &status) == 0 && !S_ISLNK(status.st_mode) &&
-           giveTree(std::move(entry), effect);
+    return place.isOpen() && ::fstat(place.number(), &status) == 0 && S_ISDIR(status.st_mode) &&
+           status.st_uid == ::geteuid() && giveTo(place, effect);
 }
 
-bool makeDirectory(const Folder& parent, const std::string& name, const Effect& effect) {
-    return ::mkdirat(parent.descriptor(), name.c_str(), OwnerOnly) == 0 &&
-           giveTo(openEntry(parent.descriptor(), name.c_str()), effect, 0);
+bool provideDirectory(const HeldDirectory& parent, const std::string& name, const Effect& effect) {
+    if (makeDirectory(parent, name, effect)) {
+        return true;
+    }
+    const Descriptor directory(
+        ::openat(parent.descriptor(), name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    return directory.isOpen() && giveTo(directory, effect);
 }
 
-bool makeFile(const Folder& parent, const std::string& name, const Effect& effect) {
+bool makeFile(const HeldDirectory& parent, const std::string& name, const Effect& effect) {
     constexpr int Fresh = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW | O_NOCTTY;
-    const Entry file(::openat(parent.descriptor(), name.c_str(), Fresh, S_IRUSR | S_IWUSR));
-    return file.isOpen() ? giveTo(file, effect, 0) : errno == EEXIST;
+    const Descriptor file(::openat(parent.descriptor(), name.c_str(), Fresh, S_IRUSR | S_IWUSR));
+    return file.isOpen() ? giveTo(file, effect) : errno == EEXIST;
+}
+
+// The path without the links that the administrator has placed in its own place.
+std::string behindAdministratorsLinks(std::string path) {
+    for (int links = 0; links < MostLinks; ++links) {
+        const auto [directory, name] = locationOf(path);
+        const auto parent = HeldDirectory::hold(directory);
+        const auto target = parent ? administratorsLink(*parent, name) : std::nullopt;
+        if (!target) {
+            break;
+        }
+        path = withoutTrailingSlashes(target->starts_with('/') ? *target : directory + "/" + *target);
+    }
+    return path;
 }
 
 }  // namespace
 
 bool carryOut(const Effect& effect) {
-    const auto [directory, name] = locationOf(withoutTrailingSlashes(effect.path));
-    const auto parent = Folder::openGuarded(directory);
+    std::string path = withoutTrailingSlashes(effect.path);
+    if (effect.step == Effect::Step::GiveAccess && !effect.deep) {
+        path = behindAdministratorsLinks(path);
+    }
+    const auto [directory, name] = locationOf(path);
+    const auto parent = HeldDirectory::hold(directory);
     if (!parent) {
         return false;
     }
     switch (effect.step) {
         case Effect::Step::MakeDirectory:
             return makeDirectory(*parent, name, effect);
+        case Effect::Step::ProvideDirectory:
+            return provideDirectory(*parent, name, effect);
         case Effect::Step::MakeFile:
             return makeFile(*parent, name, effect);
         case Effect::Step::GiveAccess:
-            return giveAccess(*parent, name, effect);
+            return giveTree(*parent, name, effect);
         case Effect::Step::RemoveTree:
-            return removeTree("/proc/self/fd/" + std::to_string(parent->descriptor()) + "/" + name);
+            return removeTree(path);
     }
     return false;
 }

@@ -12,22 +12,24 @@ namespace zp::host {
 
 struct Effect {
     enum class Step {
-        MakeDirectory,  // one that stands there already is a failure
-        MakeFile,       // empty; one that stands there already stays as it is
-        GiveAccess,     // to what is there; with `deep` to all that a directory holds, too
-        RemoveTree,     // a directory with all that it holds, links as links
+        MakeDirectory,     // one that stands there already is a failure
+        ProvideDirectory,  // one that stands there already will do, and is given access
+        MakeFile,          // empty; one that stands there already stays as it is
+        GiveAccess,        // to what is there; with `deep` to all that a directory holds, too
+        RemoveTree,        // a directory with all that it holds, links as links
     };
     Step step = Step::GiveAccess;
     std::string path;
     std::optional<uid_t> user{};
     std::optional<gid_t> group{};
-    std::optional<mode_t> mode{};  // in GiveAccess a directory keeps its set-ID bits besides
+    std::optional<mode_t> mode{};  // with `deep` a directory keeps its set-ID bits besides
     bool deep = false;
 };
 
-// Takes the step through open directories: no link that others than the administrator can have placed is
-// followed on the way, none at all in the path's own place, and links in a tree are passed over. False when
-// not all of it could be done.
+// Takes the step on held ground: no link that others than the administrator can have placed is followed on
+// the way, none at all in the place of a tree, and links in a tree are passed over. Modes are exact,
+// whatever the umask. False when not all of it could be done. Where others than the administrator write, a
+// file with a second link gets nothing and no file becomes set-ID.
 [[nodiscard]] bool carryOut(const Effect& effect);
 
 }  // namespace zp::host

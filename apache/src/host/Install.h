@@ -7,8 +7,8 @@
 
 namespace zp::host {
 
-// Makes the folder, with exactly this mode, unless it can be opened already. Its parent must be there.
-void makeMissingFolder(const std::string& path, mode_t mode);
+// Makes the directory, with exactly this mode, unless it can be opened already. Its parent must be there.
+void makeMissingDirectory(const std::string& path, mode_t mode);
 
 // Copies the file with "cp"; the copy belongs to root and gets exactly this mode. Whether any of it worked
 // is not examined.

@@ -12,8 +12,9 @@
 #include <utility>
 
 #include "conf/WriteAll.h"
-#include "host/File.h"
-#include "host/Folder.h"
+#include "host/Access.h"
+#include "host/Descriptor.h"
+#include "host/FileSystem.h"
 #include "host/Paths.h"
 #include "host/Shell.h"
 
@@ -26,16 +27,18 @@ void runInShell(const std::vector<std::string>& words) {
     [[maybe_unused]] const int status = std::system(commandLine(words).c_str());
 }
 
-bool runUnseenInShell(const std::string& command) {
+Ran runUnseenInShell(const std::string& command) {
     std::cout.flush();
     FILE* pipe = ::popen(command.c_str(), "re");
     if (pipe == nullptr) {
-        return false;
+        return Ran::NotStarted;
     }
     while (std::fgetc(pipe) != EOF) {  // a closed pipe could end the command before its work is done
     }
-    ::pclose(pipe);
-    return true;
+    const int status = ::pclose(pipe);
+    const bool unknown =
+        status < 0 && errno == ECHILD;  // in a process that ignores the end of its children
+    return status == 0 || unknown ? Ran::Done : Ran::Failed;
 }
 
 std::string firstLineOf(const std::string& command, size_t limit) {
@@ -55,25 +58,8 @@ std::string firstLineOf(const std::string& command, size_t limit) {
     return line;
 }
 
-class File {
-public:
-    explicit File(int descriptor) : descriptor_(descriptor) {}
-    File(const File&) = delete;
-    File& operator=(const File&) = delete;
-    ~File() {
-        if (isOpen()) {
-            ::close(descriptor_);
-        }
-    }
-    bool isOpen() const { return descriptor_ >= 0; }
-    int number() const { return descriptor_; }
-
-private:
-    int descriptor_;
-};
-
 bool sync(const std::string& path) {
-    const File file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
+    const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
     return file.isOpen() && ::fsync(file.number()) == 0;
 }
 
@@ -97,28 +83,26 @@ bool copyText(int from, int to) {
     }
 }
 
-// Text, owner and mode.
+// Text, owner, mode, access list and attributes.
 bool copyWhole(const std::string& from, const std::string& to) {
-    const File source(::open(from.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
+    const Descriptor source(::open(from.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
     removeFile(to);
-    const File copy(::open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
-    struct stat status {};
-    return source.isOpen() && copy.isOpen() && ::fstat(source.number(), &status) == 0 &&
-           copyText(source.number(), copy.number()) &&
-           (::fchown(copy.number(), status.st_uid, status.st_gid) == 0 || errno == EPERM) &&
-           ::fchmod(copy.number(), status.st_mode & 07777) == 0;
+    const Descriptor copy(::open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
+    return source.isOpen() && copy.isOpen() && copyText(source.number(), copy.number()) &&
+           takeOverAccess(source.number(), copy.number());
 }
 
 // Hidden, so that a server that reads all files of the directory passes it over.
-std::string besides(const Location& target) { return target.folder + "/." + target.name + ".zpnew"; }
+std::string besides(const Location& target) { return target.directory + "/." + target.name + ".zpnew"; }
 
 // On one file system "mv" is a rename. Over two it would write into the target's place, so the text is
 // brought beside the target first.
-void moveDurably(const std::string& from, const std::string& to) {
+bool moveDurably(const std::string& from, const std::string& to) {
     const Location target = locationOf(to);
-    const bool isNear = onSameFileSystem(from, target.folder);
+    const bool isNear = onSameFileSystem(from, target.directory);
     const std::string near = isNear ? from : besides(target);
-    if ((isNear || copyWhole(from, near)) && sync(near)) {
+    const bool whole = (isNear || copyWhole(from, near)) && sync(near);
+    if (whole) {
         runInShell({program::Move, near, to});
     } else {
         removeFile(near);
@@ -126,6 +110,7 @@ void moveDurably(const std::string& from, const std::string& to) {
     if (!isNear) {
         removeFile(from);
     }
+    return whole;
 }
 
 const Machine*& inUse() {

@@ -11,18 +11,24 @@
 
 namespace zp::host {
 
+// How a command went: it was not to be started, it told that it failed, or it did not.
+enum class Ran { NotStarted, Failed, Done };
+
 // A value: take `machine()`, change what is to be different, and put it in with MachineInUse. As it is made
 // it does what is documented: commands through the shell, text on standard output.
 struct Machine {
     // Runs a command and waits for it; its exit status is not examined.
     std::function<void(const std::vector<std::string>& words)> run;
-    // The same with a command line, its standard output unseen. False when it could not be started.
-    std::function<bool(const std::string& command)> runUnseen;
+    // The same with a command line, its standard output unseen.
+    std::function<Ran(const std::string& command)> runUnseen;
     // The first line of what a command prints, at most `limit` characters of it.
     std::function<std::string(const std::string& command, size_t limit)> firstLine;
-    // Puts a file in the place of another, or beside it. Whether it worked is not examined; a move never
-    // leaves less than one of the two texts, whole, at `to`.
-    std::function<void(const std::string&from, const std::string&to)> move, copy;
+    // Puts a file in the place of another. It never leaves less than one of the two texts, whole, at `to`.
+    // False, and the old one stays, when the new one could not be brought to the disk that it belongs on;
+    // the exit status of "mv" is not examined.
+    std::function<bool(const std::string& from, const std::string& to)> move;
+    // Puts a copy beside a file. Whether it worked is not examined.
+    std::function<void(const std::string& from, const std::string& to)> copy;
     // Where a scratch file stands whose documented place is `path`.
     std::function<std::string(const std::string& path)> scratch;
     // Takes a step outside of the files that are edited. False when it could not be taken.

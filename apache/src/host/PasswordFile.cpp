@@ -1,8 +1,7 @@
 #include "host/PasswordFile.h"
 
-#include "host/Paths.h"
-#include "host/Shell.h"
-#include "host/SiteFile.h"
+#include "host/Accounts.h"
+#include "host/Machine.h"
 
 namespace zp::host {
 
@@ -14,15 +13,12 @@ constexpr mode_t ReadableByServer = 0604;
 }  // namespace
 
 void providePasswordFile(const std::string& path, const std::string& owner) {
-    const SiteFile file(path);
-    if (file.isBlocked()) {
-        return;
-    }
-    if (file.make()) {
-        file.setMode(ReadableByServer);
-    }
-    if (!owner.empty()) {
-        run({program::ChangeOwner, owner + ":" + PanelGroup, path});
+    const bool provided =
+        machine().effect({.step = Effect::Step::MakeFile, .path = path, .mode = ReadableByServer});
+    const Ownership ownership = inPanelGroup(owner);
+    if (provided && !owner.empty() && ownership.isKnown()) {
+        static_cast<void>(
+            machine().effect({.path = path, .user = ownership.user, .group = ownership.group}));
     }
 }
 

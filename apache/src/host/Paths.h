@@ -27,7 +27,7 @@ inline constexpr const char* PerlScratch = "/etc/tempapa1";
 
 // Where suPHP's parts come from and go to.
 namespace suphp {
-inline constexpr const char* Folders[] = {"/var/log/suphp", "/usr/local/etc", "/usr/local/sbin"};
+inline constexpr const char* Directories[] = {"/var/log/suphp", "/usr/local/etc", "/usr/local/sbin"};
 inline constexpr const char* Program = "/usr/local/sbin/suphp";
 inline constexpr const char* Configuration = "/usr/local/etc/suphp.conf";
 inline constexpr const char* ConfigurationCopy =

@@ -15,11 +15,8 @@ std::string commandLine(const std::vector<std::string>& words);
 // Runs the command and waits for it. Its exit status is not examined.
 inline void run(const std::vector<std::string>& words) { machine().run(words); }
 
-// Runs the command through a pipe, its standard output unseen, and waits for it. False when it could not be
-// started; its exit status is not examined.
-[[nodiscard]] inline bool runThroughPipe(const std::string& command) {
-    return machine().runUnseen(command);
-}
+// Runs the command through a pipe, its standard output unseen, and waits for it.
+[[nodiscard]] inline Ran runThroughPipe(const std::string& command) { return machine().runUnseen(command); }
 
 // The first line of what the command prints, at most `limit` characters of it, line end included; empty
 // when nothing was printed or the command could not be started.

@@ -1,16 +1,18 @@
 #include "FileHandling.h"
 
+#include <fcntl.h>
+
 #include <ostream>
 
 #include "conf/AppendLine.h"
 #include "conf/Rewrite.h"
+#include "host/HeldFile.h"
 #include "host/Machine.h"
-#include "host/SiteFile.h"
 
 using zp::conf::Line;
 using zp::conf::LineReader;
 using zp::conf::Rewrite;
-using zp::host::SiteFile;
+using zp::host::HeldFile;
 namespace conf = zp::conf;
 
 namespace {
@@ -41,12 +43,12 @@ enum class Comments { Kept, Dropped };
 // True when there was one; the copy takes the file's place in any case.
 bool replaceLines(const std::string& file, const Parameter& parameter, char commentChar, Comments comments,
                   const std::string* replacement) {
-    if (file.empty() || !parameter.isComplete() || SiteFile(file).isBlocked()) {
+    if (!parameter.isComplete()) {
         return false;
     }
-    Rewrite rewrite(file, file + "_zpbackup", conf::bound::Parameter, Rewrite::Order::ScratchFirst);
+    const HeldFile held(file);
+    Rewrite rewrite(held, "_zpbackup", conf::bound::Parameter);
     if (!rewrite.open()) {
-        rewrite.discard();
         return false;
     }
     bool done = false;
@@ -67,7 +69,7 @@ bool replaceLines(const std::string& file, const Parameter& parameter, char comm
             done = true;
         }
     }
-    return rewrite.renameInPlace() && done;
+    return rewrite.putInPlace() && done;
 }
 
 }  // namespace
@@ -78,7 +80,9 @@ bool FileHandling::isParamValueExistsInFile(std::string filePath, std::string pa
     if (filePath.empty() || !parameter.isComplete()) {
         return false;
     }
-    LineReader reader(filePath, conf::bound::Parameter);
+    const HeldFile file(filePath);
+    LineReader reader = file.othersWrite() ? LineReader(file.open(O_RDONLY), conf::bound::Parameter)
+                                           : LineReader(filePath, conf::bound::Parameter);
     for (Line line; reader.read(line);) {
         if (!line.isEmpty() && !isComment(line, commentChar) && parameter.isOn(line)) {
             return true;
@@ -88,7 +92,7 @@ bool FileHandling::isParamValueExistsInFile(std::string filePath, std::string pa
 }
 
 bool FileHandling::addParamInFile(std::string filePath, std::string value) {
-    return !SiteFile(filePath).isBlocked() && conf::appendLine(filePath, value, conf::Links::Refused);
+    return conf::appendLine(HeldFile(filePath), value);
 }
 
 bool FileHandling::editParamValueInFile(std::string filePath, std::string paramName, std::string paramValue,

@@ -6,7 +6,7 @@
 #include "host/Report.h"
 #include "shared/FolderProtection.h"
 
-using zp::host::SiteFile;
+using zp::host::HeldFile;
 namespace host = zp::host;
 namespace result = zp::result;
 
@@ -14,13 +14,13 @@ int PrivateFolder::deletePrivateFolder(std::string folderPath, std::string userN
     host::report(TrackManager, "deletePrivateFolder",
                  {{"NewPrivateFolderPath", folderPath}, {"", userName}});
     const zp::FolderProtection protection(folderPath);
-    const SiteFile& passwordFile = protection.passwordFile();
+    const HeldFile& passwordFile = protection.passwordFile();
     if (passwordFile.isBlocked()) {
         return result::protection::NotDeleted;
     }
     bool isUserExist = false;
     if (passwordFile.isPresent()) {
-        const bool ran = zp::runShown(protection.deletingCommand(userName));
+        const bool ran = protection.deleteUser(userName, zp::FolderProtection::Command::Shown);
         const auto size = passwordFile.size();
         if (!ran || !size) {
             return result::protection::NotDeleted;

@@ -8,16 +8,18 @@ namespace result = zp::result;
 
 namespace {
 
+using Command = zp::FolderProtection::Command;
+
 int changePassword(const std::string& folder, const std::string& userName, const std::string& userPasswd) {
     const zp::FolderProtection protection(folder);
     if (!protection.passwordFile().isPresent() || !zp::isUserName(userName)) {
         return result::protection::NotEdited;
     }
-    if (!zp::runShown(protection.deletingCommand(userName))) {
+    if (!protection.deleteUser(userName, Command::Shown)) {
         return result::protection::NotDeletedForEdit;
     }
-    return zp::runShown(protection.addingCommand(userName, userPasswd)) ? result::protection::Edited
-                                                                        : result::protection::NotEdited;
+    return protection.addUser(userName, userPasswd, Command::Shown) ? result::protection::Edited
+                                                                    : result::protection::NotEdited;
 }
 
 }  // namespace

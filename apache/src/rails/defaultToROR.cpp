@@ -2,7 +2,8 @@
 #include "Results.h"
 #include "RubyOnRails.h"
 #include "conf/Handlers.h"
-#include "host/Folder.h"
+#include "host/Accounts.h"
+#include "host/Machine.h"
 #include "host/Report.h"
 #include "shared/RailsDocumentRoot.h"
 
@@ -12,8 +13,7 @@ namespace rails = zp::rails;
 
 namespace {
 
-constexpr mode_t MakingMode = 0100;
-constexpr mode_t FolderMode = 04705;
+constexpr mode_t DirectoryMode = 04705;
 
 constexpr rails::Messages Messages{
     "error occured while getting DocumentRoot, cannot open apache configuration file",
@@ -23,25 +23,20 @@ constexpr rails::Messages Messages{
     "error occured while updating DocumentRoot, cannot open temp file",
     "error occured while updating DocumentRoot, Cannot update DocumentRoot"};
 
-std::optional<host::Folder> makeOwned(const host::Folder& parent, const std::string& name,
-                                      const host::Account& owner) {
-    auto folder = parent.makeOrEnter(name, MakingMode);
-    if (folder) {
-        folder->setMode(FolderMode);
-        folder->setOwner(owner);
-    }
-    return folder;
+bool provide(const std::string& directory, const host::Account& owner) {
+    return host::machine().effect({.step = host::Effect::Step::ProvideDirectory,
+                                   .path = directory,
+                                   .user = owner.user,
+                                   .group = owner.group,
+                                   .mode = DirectoryMode});
 }
 
-int makeFolders(const std::string& application, const std::string& ownerName) {
+int makeDirectories(const std::string& application, const std::string& ownerName) {
     const auto owner = host::findAccount(ownerName);
-    const auto [parentPath, name] = host::locationOf(application);
-    const auto parent = host::Folder::openGuarded(parentPath);
-    const auto folder = parent && owner ? makeOwned(*parent, name, *owner) : std::nullopt;
-    if (!folder) {
+    if (!owner || !provide(application, *owner)) {
         return rails::fail(zp::result::rails::FolderNotMade, "Cannot make rails application folder");
     }
-    if (!makeOwned(*folder, "public", *owner)) {
+    if (!provide(application + "/public", *owner)) {
         return rails::fail(zp::result::rails::FolderNotMade, "cannot make public folder");
     }
     return 0;
@@ -74,7 +69,7 @@ int RubyOnRails::defaultToROR(std::string domainName, std::string railsApplicati
     documentRoot = application + "/public";
     failure = rails::updateDocumentRoot(m_apacheConfFile, domainName, Messages, documentRoot);
     if (failure == 0) {
-        failure = makeFolders(application, ownerName);
+        failure = makeDirectories(application, ownerName);
     }
     if (failure != 0) {
         return failure;

@@ -1,12 +1,14 @@
 // Installation of suPHP: its program, its configuration and its server module.
-#include <fstream>
-#include <iterator>
+#include <fcntl.h>
+
 #include <vector>
 
 #include "CZPWebsite.h"
+#include "conf/ReadAll.h"
 #include "conf/ScratchFile.h"
 #include "conf/Text.h"
-#include "host/Folder.h"
+#include "host/Descriptor.h"
+#include "host/FileSystem.h"
 #include "host/Install.h"
 #include "host/Paths.h"
 #include "host/Shell.h"
@@ -17,7 +19,7 @@ namespace suphp = zp::host::suphp;
 
 namespace {
 
-constexpr mode_t FolderMode = 0755;
+constexpr mode_t DirectoryMode = 0755;
 constexpr mode_t ModuleMode = 0755;
 constexpr mode_t ProgramMode = 04755;
 constexpr size_t KernelLimit = 2000;
@@ -28,11 +30,8 @@ struct Placeholder {
 };
 
 std::optional<std::string> contentOf(const char* path) {
-    std::ifstream file(path, std::ios::binary);
-    if (!file) {
-        return std::nullopt;
-    }
-    return std::string(std::istreambuf_iterator<char>(file), {});
+    const host::Descriptor file(::open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
+    return file.isOpen() ? conf::readAll(file.number()) : std::nullopt;
 }
 
 // The template with its placeholders filled in; absent when it cannot be read, or a value would begin a
@@ -55,7 +54,12 @@ void writeConfiguration(const std::vector<Placeholder>& placeholders) {
     }
     conf::ScratchFile scratch(suphp::ConfigurationScratch);
     scratch.copyText(*text);
-    static_cast<void>(scratch.renameTo(suphp::Configuration));
+    const host::Descriptor old(::open(suphp::Configuration, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
+    if (!old.isOpen() && host::exists(suphp::Configuration)) {
+        scratch.remove();
+        return;
+    }
+    static_cast<void>(scratch.renameTo(suphp::Configuration, old.number()));
 }
 
 void installProgram(const suphp::Build& build) {
@@ -66,7 +70,7 @@ void installProgram(const suphp::Build& build) {
 
 void installModule(const suphp::Build& build) {
     for (const std::string folder : build.modulesFolders) {
-        if (host::isFolder(folder)) {
+        if (host::isDirectory(folder)) {
             host::installFile(build.module, folder + "/" + suphp::ModuleName, ModuleMode);
         }
     }
@@ -78,8 +82,8 @@ int CZPWebsite::ConfigureSuPhp(std::string httpdConfFile, std::string webspacePa
                                std::string) {
     const bool is64Bit = conf::contains(host::firstLine(host::program::Kernel, KernelLimit), "x86_64");
     const suphp::Build& build = is64Bit ? suphp::Of64Bits : suphp::Of32Bits;
-    for (const char* folder : suphp::Folders) {
-        host::makeMissingFolder(folder, FolderMode);
+    for (const char* directory : suphp::Directories) {
+        host::makeMissingDirectory(directory, DirectoryMode);
     }
     installProgram(build);
     if (!host::exists(suphp::Configuration)) {

@@ -27,7 +27,10 @@ bool setsPerlHandler(const Line& line) {
 int CZPWebsite::DisablePerl(std::string szDomainName) {
     const std::string file = host::textOf(HttpdConfFile);
     std::string documentRoot;
-    ApacheHelper().Apache_getDirectiveInVH(file, szDomainName, "DocumentRoot", documentRoot, true);
+    if (ApacheHelper().Apache_getDirectiveInVH(file, szDomainName, "DocumentRoot", documentRoot, true) ==
+        result::helper::FileNotOpened) {
+        return result::scripting::NotOpened;
+    }
     Rewrite rewrite(file, host::path::PerlScratch, conf::bound::SiteDirectory,
                     Rewrite::Order::ScratchFirst);
     if (!rewrite.open()) {

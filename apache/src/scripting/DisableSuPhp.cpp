@@ -70,10 +70,13 @@ int CZPWebsite::DisableSuPhp(std::string DomainName, std::string ModuleName) {
         return result::scripting::NotOpened;
     }
     const Outcome outcome = copyWithoutBlocks(rewrite, DomainName, ModuleName);
-    if (outcome != Outcome::Removed) {
-        rewrite.discard();
-        return outcome == Outcome::NotFound ? result::Changed : result::scripting::BlockTooLong;
+    if (outcome == Outcome::Removed) {
+        host::out() << "replaceing files\n";
+        return rewrite.putInPlace()
+                   ? result::Changed
+                   : rewrite.blame<int>(result::scripting::NotOpened, result::ScratchNotOpened);
     }
-    host::out() << "replaceing files\n";
-    return rewrite.putInPlace() ? result::Changed : result::ScratchNotOpened;
+    rewrite.discard();
+    const int unchanged = outcome == Outcome::NotFound ? result::Changed : result::scripting::BlockTooLong;
+    return rewrite.blame<int>(result::scripting::NotOpened, unchanged);
 }

@@ -20,7 +20,10 @@ namespace result = zp::result;
 int CZPWebsite::EnablePerl(std::string szDomainName) {
     const std::string file = host::textOf(HttpdConfFile);
     std::string documentRoot;
-    ApacheHelper().Apache_getDirectiveInVH(file, szDomainName, "DocumentRoot", documentRoot, true);
+    if (ApacheHelper().Apache_getDirectiveInVH(file, szDomainName, "DocumentRoot", documentRoot, true) ==
+        result::helper::FileNotOpened) {
+        return result::scripting::NotOpened;
+    }
     Rewrite rewrite(file, host::path::PerlScratch, conf::bound::SiteDirectory,
                     Rewrite::Order::ScratchFirst);
     if (!rewrite.open()) {

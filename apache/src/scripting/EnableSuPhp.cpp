@@ -18,6 +18,7 @@ namespace result = zp::result;
 namespace {
 
 struct Site {
+    bool isRead;
     std::string owner, home;  // no home: its document root does not lead through a folder of its name
 };
 
@@ -27,8 +28,11 @@ Site findSite(const std::string& file, const std::string& domain) {
     ApacheHelper helper;
     std::string administrator;
     std::string home;
-    helper.Apache_getDirectiveInVH(file, domain, "ServerAdmin", administrator, false);
-    helper.Apache_getDirectiveInVH(file, domain, "DocumentRoot", home, false);
+    const auto read = [&](const char* directive, std::string& value) {
+        return helper.Apache_getDirectiveInVH(file, domain, directive, value, false) !=
+               result::helper::FileNotOpened;
+    };
+    const bool isRead = read("ServerAdmin", administrator) && read("DocumentRoot", home);
     const size_t name = home.find(domain);
     if (name == std::string::npos) {
         home.clear();
@@ -36,7 +40,7 @@ Site findSite(const std::string& file, const std::string& domain) {
         host::out() << "!string::npos\n";
         home.resize(name + domain.size());
     }
-    return {std::string(conf::upTo(administrator, "@")), home};
+    return {isRead, std::string(conf::upTo(administrator, "@")), home};
 }
 
 void writeSiteBlock(Rewrite& rewrite, const std::string& module, const Site& site) {
@@ -92,13 +96,15 @@ int CZPWebsite::EnableSuPhp(std::string DomainName, std::string Module) {
     if (!rewrite.scratchOpen()) {
         return result::ScratchNotOpened;
     }
-    if (!rewrite.sourceOpen()) {
+    if (!site.isRead || !rewrite.sourceOpen()) {
         rewrite.discard();
         return result::scripting::NotOpened;
     }
     if (!copyWithBlock(rewrite, DomainName, Module, site)) {
         rewrite.discard();
-        return result::Changed;
+        return rewrite.blame<int>(result::scripting::NotOpened, result::Changed);
     }
-    return rewrite.putInPlace() ? result::Changed : result::ScratchNotOpened;
+    return rewrite.putInPlace()
+               ? result::Changed
+               : rewrite.blame<int>(result::scripting::NotOpened, result::ScratchNotOpened);
 }

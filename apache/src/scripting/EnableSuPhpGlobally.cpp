@@ -48,20 +48,26 @@ void insertEngineBlock(Rewrite& rewrite, const std::string& module) {
 int CZPWebsite::EnableSuPhpGlobally(std::string Module) {
     const std::string file = host::textOf(HttpdConfFile);
     std::string value;
-    const bool exists =
-        ApacheHelper().Apache_getDirectiveValue(file, std::string(keyword::SuPhpEngine), value, false) == 0;
+    const int found =
+        ApacheHelper().Apache_getDirectiveValue(file, std::string(keyword::SuPhpEngine), value, false);
+    if (found == result::helper::FileNotOpened) {
+        return result::scripting::GlobalConfigurationNotOpened;
+    }
+    const bool exists = found == result::helper::Done;
     if (exists && conf::equalIgnoringCase(value, "On")) {
         return 0;
     }
     Rewrite rewrite(file, host::textOf(TEMPFILE), conf::bound::ServerLevel);
     if (!rewrite.open()) {
-        return rewrite.sourceOpen() ? result::scripting::GlobalScratchNotOpened
-                                    : result::scripting::GlobalConfigurationNotOpened;
+        return rewrite.blame(result::scripting::GlobalConfigurationNotOpened,
+                             result::scripting::GlobalScratchNotOpened);
     }
     if (exists) {
         replaceEngineLines(rewrite, Module);
     } else {
         insertEngineBlock(rewrite, Module);
     }
-    return rewrite.putInPlace() ? 0 : result::scripting::GlobalScratchNotOpened;
+    return rewrite.putInPlace() ? result::scripting::Done
+                                : rewrite.blame(result::scripting::GlobalConfigurationNotOpened,
+                                                result::scripting::GlobalScratchNotOpened);
 }

@@ -1,6 +1,6 @@
 #include "CZPWebsite.h"
 #include "conf/LineReader.h"
-#include "host/Folder.h"
+#include "host/FileSystem.h"
 #include "host/Paths.h"
 
 namespace conf = zp::conf;
@@ -38,7 +38,7 @@ std::string CZPWebsite::getApacheModulesDir(std::string httpdConfFile) {
         return folder.front() == '/' ? folder : getApacheServerRoot(httpdConfFile) + "/" + folder;
     }
     for (const char* known : host::path::ModulesFolders) {
-        if (host::Folder::open(known)) {
+        if (host::isDirectory(known)) {
             return known;
         }
     }

@@ -1,5 +1,5 @@
 #include "CZPWebsite.h"
-#include "host/Folder.h"
+#include "host/FileSystem.h"
 #include "host/Paths.h"
 
 namespace host = zp::host;

@@ -1,4 +1,7 @@
 // Rotation of a site's access log.
+#include <fcntl.h>
+#include <sys/stat.h>
+
 #include <ctime>
 #include <ostream>
 
@@ -6,8 +9,8 @@
 #include "CZPWebsite.h"
 #include "Results.h"
 #include "conf/Text.h"
-#include "host/File.h"
-#include "host/Folder.h"
+#include "host/FileSystem.h"
+#include "host/HeldFile.h"
 #include "host/Paths.h"
 #include "host/Shell.h"
 
@@ -18,24 +21,61 @@ namespace result = zp::result;
 namespace {
 
 constexpr long Megabyte = 1'048'576;
+constexpr mode_t OwnerOnly = 0700;
 
-// Packs the log in its own folder, which becomes the working folder, and removes it. Whether the packing
-// worked is not examined.
-void packAndRemove(const std::string& log) {
-    const size_t slash = log.rfind('/');
-    std::string name = log.substr(slash + 1);  // the whole of a log without a folder
-    const bool entered = slash == std::string::npos || host::enterFolder(log.substr(0, slash + 1));
-    if (name.starts_with('-')) {
-        name.insert(0, "./");  // no option of the command
+// A directory of its own beside the log, where no one but this process's account can place anything.
+class Workroom {
+public:
+    explicit Workroom(int beside) : beside_(beside) {
+        if (::mkdirat(beside_, name_.c_str(), OwnerOnly) == 0) {
+            room_ = host::Descriptor(
+                ::openat(beside_, name_.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+        }
+        struct stat status {};
+        if (room_.isOpen() && (::fstat(room_.number(), &status) != 0 || status.st_uid != ::geteuid())) {
+            room_.close();
+        }
     }
-    // The same archive for every log of the folder and for the whole hour.
+    ~Workroom() { ::unlinkat(beside_, name_.c_str(), AT_REMOVEDIR); }
+    Workroom(const Workroom&) = delete;
+    Workroom& operator=(const Workroom&) = delete;
+
+    bool takeIn(const std::string& name) const {
+        return room_.isOpen() && ::renameat(beside_, name.c_str(), room_.number(), name.c_str()) == 0;
+    }
+    void giveOut(const std::string& name) const {
+        static_cast<void>(::renameat(room_.number(), name.c_str(), beside_, name.c_str()));
+    }
+    void remove(const std::string& name) const { ::unlinkat(room_.number(), name.c_str(), 0); }
+    bool enter() const { return ::fchdir(room_.number()) == 0; }
+
+private:
+    int beside_;
+    std::string name_ = ".zprotate." + std::to_string(::getpid());
+    host::Descriptor room_;
+};
+
+// Packs the log in its own directory, which becomes the working directory, and removes it. Whether the
+// packing worked is not examined. Log and archive meet in a room that the directory's owner cannot enter:
+// neither can be led elsewhere, and an old archive stays until the new one is whole.
+bool packAndRemove(const host::HeldFile& log) {
+    const int directory = log.directory()->descriptor();
+    const Workroom room(directory);
+    if (::fchdir(directory) != 0 || !room.takeIn(log.name())) {
+        return false;
+    }
+    // The same archive for every log of the directory and for the whole hour.
     const std::string archive = "access_log-" + currentTimeStamp() + ".tar.gz";
-    if (host::isLink(archive)) {
-        host::removeFile(archive);  // the archive is not to be written where a link leads
+    // A name with a dash before it would be an option of the command.
+    const std::string name = (log.name().starts_with('-') ? "./" : "") + log.name();
+    const std::vector<std::string> command{host::program::Archive, "-cvzf", archive, name};
+    host::out() << host::commandLine(command) << '\n';
+    if (room.enter()) {
+        host::run(command);
+        room.giveOut(archive);
     }
-    host::out() << host::commandLine({host::program::Archive, "-cvzf", archive, name}) << '\n';
-    host::run({host::program::Archive, "-cvzf", archive, name});
-    host::removeFile(entered ? name : log);
+    room.remove(log.name());
+    return ::fchdir(directory) == 0;
 }
 
 }  // namespace
@@ -48,8 +88,9 @@ int CZPWebsite::rotateLog(std::string szHttpdConfFile, std::string szDomainName,
         szThresholdSize.empty()) {
         return result::log::NotRotated;
     }
-    const std::string log(conf::splitAtBlank(value).keyword);  // the format's name stands behind it
-    const auto size = host::sizeOfFile(log);
+    // The format's name stands behind the log's.
+    const host::HeldFile log(std::string(conf::splitAtBlank(value).keyword), host::HeldFile::Size::Any);
+    const auto size = log.othersWrite() ? log.size() : host::sizeOfFile(log.path());
     if (!size) {
         host::out() << "Unable to get File Size\n";
         return result::log::NotRotated;
@@ -60,13 +101,12 @@ int CZPWebsite::rotateLog(std::string szHttpdConfFile, std::string szDomainName,
     }
     if (conf::equalIgnoringCase(szOption, "DEL")) {
         host::out() << "Remove the file\n";
-        host::removeFile(log);
+        log.remove();
         return result::log::Rotated;
     }
     if (conf::equalIgnoringCase(szOption, "ZIPandDEL")) {
         host::out() << "Zip and remove the file\n";
-        packAndRemove(log);
-        return result::log::Rotated;
+        return packAndRemove(log) ? result::log::Rotated : result::log::NotRotated;
     }
     return result::log::NotRotated;
 }

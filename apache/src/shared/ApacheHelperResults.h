@@ -6,17 +6,18 @@
 
 namespace zp::result {
 
-inline int openFailure(const conf::Rewrite& rewrite) {
-    return rewrite.sourceOpen() ? helper::TemporaryNotCreated : helper::FileNotOpened;
+// Why a file could not be rewritten.
+inline int failureOf(const conf::Rewrite& rewrite) {
+    return rewrite.blame(helper::FileNotOpened, helper::TemporaryNotCreated);
 }
 
 // Puts the new text in place, or throws it away when the change was not made.
 [[nodiscard]] inline int finish(conf::Rewrite& rewrite, bool done, int notFound) {
-    if (!done) {
-        rewrite.discard();
-        return notFound;
+    if (done) {
+        return rewrite.putInPlace() ? helper::Done : failureOf(rewrite);
     }
-    return rewrite.putInPlace() ? helper::Done : helper::TemporaryNotCreated;
+    rewrite.discard();
+    return rewrite.blame(helper::FileNotOpened, notFound);
 }
 
 }  // namespace zp::result

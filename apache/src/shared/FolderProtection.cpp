@@ -1,8 +1,13 @@
 #include "shared/FolderProtection.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+
 #include <ostream>
 
 #include "FileHandling.h"
+#include "conf/ReadAll.h"
+#include "conf/ScratchFile.h"
 #include "conf/Text.h"
 #include "host/Paths.h"
 #include "host/Shell.h"
@@ -13,6 +18,9 @@ namespace {
 
 constexpr char Delimiter = ' ';
 constexpr char CommentMark = '#';
+constexpr const char* CopySuffix = ".zpnew";
+
+using State = host::HeldFile::State;
 
 }  // namespace
 
@@ -24,22 +32,37 @@ FolderProtection::FolderProtection(const std::string& folder)
                    {"AuthType", "Basic"},
                    {"require", "valid-user"}}} {}
 
-bool FolderProtection::demandPassword() const {
-    const bool isNew = !accessFile_.isPresent();
-    if (isNew && !accessFile_.make()) {
-        return false;
-    }
-    FileHandling file;
+std::string FolderProtection::missingLines() const {
+    std::string missing;
     for (const auto& [name, value] : directives_) {
-        if (!file.isParamValueExistsInFile(accessFile_.path(), name, value, Delimiter, CommentMark) &&
-            !file.addParamInFile(accessFile_.path(), name + Delimiter + value)) {
-            return false;
+        if (!FileHandling().isParamValueExistsInFile(accessFile_.path(), name, value, Delimiter,
+                                                     CommentMark)) {
+            missing.append(name).append(1, Delimiter).append(value).append("\n");
         }
     }
-    if (isNew) {
-        accessFile_.setMode(ReadOnlyForAll);
+    return missing;
+}
+
+bool FolderProtection::demandPassword() const {
+    const host::Descriptor old = accessFile_.open(O_RDONLY);
+    if (!conf::isOneLine(accessFile_.path()) || accessFile_.directory() == nullptr ||
+        (!old.isOpen() && accessFile_.state() != State::Missing)) {
+        return false;
     }
-    return true;
+    const std::string missing = missingLines();
+    if (missing.empty()) {
+        return true;
+    }
+    const auto text = old.isOpen() ? conf::readAll(old.number()) : std::string();
+    if (!text) {
+        return false;
+    }
+    conf::ScratchFile copy(accessFile_.directory()->descriptor(), accessFile_.name() + CopySuffix);
+    copy.copyText(*text);
+    copy.copyText(text->empty() || text->ends_with('\n') ? "" : "\n");
+    copy.copyText(missing);
+    return copy.isOpen() && (old.isOpen() || ::fchmod(copy.descriptor(), ReadOnlyForAll) == 0) &&
+           copy.renameTo(accessFile_.name(), old.number());
 }
 
 void FolderProtection::lift() const {
@@ -51,21 +74,46 @@ void FolderProtection::lift() const {
     }
 }
 
-std::string FolderProtection::makingCommand(const std::string& user, const std::string& password) const {
-    return host::commandLine({host::program::PasswordTool, "-cb", passwordFile_.path(), user, password});
+bool FolderProtection::addUser(const std::string& user, const std::string& password,
+                               Command command) const {
+    const char* option = passwordFile_.isPresent() ? "-b" : "-cb";
+    const auto line = [&](const std::string& file) {
+        return host::commandLine({host::program::PasswordTool, option, file, user, password});
+    };
+    return changePasswords(line, command);
 }
 
-std::string FolderProtection::addingCommand(const std::string& user, const std::string& password) const {
-    return host::commandLine({host::program::PasswordTool, "-b", passwordFile_.path(), user, password});
+bool FolderProtection::deleteUser(const std::string& user, Command command) const {
+    const auto line = [&](const std::string& file) {
+        return host::commandLine({host::program::PasswordTool, "-D", file, user});
+    };
+    return changePasswords(line, command);
 }
 
-std::string FolderProtection::deletingCommand(const std::string& user) const {
-    return host::commandLine({host::program::PasswordTool, "-D", passwordFile_.path(), user});
-}
-
-bool runShown(const std::string& command) {
-    host::out() << "command=" << command << '\n';
-    return host::runThroughPipe(command);
+// The tool gets the path of an open file: by its name it would write through a link of the owner's.
+bool FolderProtection::changePasswords(const CommandLine& line, Command command) const {
+    if (command == Command::Shown) {
+        host::out() << "command=" << line(passwordFile_.path()) << '\n';
+    }
+    const host::Descriptor old = passwordFile_.open(O_RDONLY);
+    const auto text = old.isOpen() ? conf::readAll(old.number()) : std::string();
+    if (!text || passwordFile_.directory() == nullptr) {
+        return false;
+    }
+    conf::ScratchFile copy(passwordFile_.directory()->descriptor(), passwordFile_.name() + CopySuffix);
+    copy.copyText(*text);
+    if (!copy.isOpen() || !copy.flush()) {
+        copy.remove();
+        return false;
+    }
+    const host::Ran ran = host::runThroughPipe(line(host::pathOf(copy.descriptor())));
+    struct stat status {};
+    const bool isThere = ::fstat(copy.descriptor(), &status) == 0 && (old.isOpen() || status.st_size > 0);
+    if (ran != host::Ran::Done || !isThere) {
+        copy.remove();
+        return ran != host::Ran::NotStarted;
+    }
+    return copy.renameTo(passwordFile_.name(), old.number());
 }
 
 bool isUserName(const std::string& name) { return conf::isOneLine(name); }

@@ -2,9 +2,10 @@
 #pragma once
 
 #include <array>
+#include <functional>
 #include <string>
 
-#include "host/SiteFile.h"
+#include "host/HeldFile.h"
 
 namespace zp {
 
@@ -15,31 +16,35 @@ class FolderProtection {
 public:
     explicit FolderProtection(const std::string& folder);
 
-    const host::SiteFile& accessFile() const { return accessFile_; }
-    const host::SiteFile& passwordFile() const { return passwordFile_; }
+    const host::HeldFile& accessFile() const { return accessFile_; }
+    const host::HeldFile& passwordFile() const { return passwordFile_; }
 
     // Sees to it that the access file has each line of the protection; a new file ends read-only for
-    // everybody. False when it cannot be made or written.
+    // everybody. False when it cannot be made or written, and then it is as it was.
     [[nodiscard]] bool demandPassword() const;
     // Takes the protection's lines out of the access file; the others stay.
     void lift() const;
 
-    // The commands that add a user, with the password file or to it, and that delete one.
-    std::string makingCommand(const std::string& user, const std::string& password) const;
-    std::string addingCommand(const std::string& user, const std::string& password) const;
-    std::string deletingCommand(const std::string& user) const;
+    // Add a user with "htpasswd", and delete one; the command may be printed before. The tool works on a
+    // copy beside the password file, which takes its place when the tool has done its work, so that no
+    // fault leaves half a file. False when the tool could not be started, or nothing put in place.
+    enum class Command { Shown, Unseen };
+    [[nodiscard]] bool addUser(const std::string& user, const std::string& password, Command command) const;
+    [[nodiscard]] bool deleteUser(const std::string& user, Command command) const;
 
 private:
     struct Directive {
         std::string name, value;
     };
 
-    host::SiteFile accessFile_, passwordFile_;
+    // The tool's command line for a password file.
+    using CommandLine = std::function<std::string(const std::string& passwordFile)>;
+    bool changePasswords(const CommandLine& line, Command command) const;
+    std::string missingLines() const;
+
+    host::HeldFile accessFile_, passwordFile_;
     std::array<Directive, 4> directives_;
 };
-
-// Prints the command, then runs it. False when it could not be started.
-[[nodiscard]] bool runShown(const std::string& command);
 
 // A user is one line of the password file: a name with a line break would bring another one with it.
 bool isUserName(const std::string& name);

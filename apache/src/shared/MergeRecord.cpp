@@ -4,7 +4,6 @@
 
 #include "Results.h"
 #include "host/Fields.h"
-#include "host/Folder.h"
 #include "host/Machine.h"
 
 using zp::conf::Line;
@@ -16,19 +15,24 @@ namespace zp {
 namespace {
 
 // Holds a block up to its closing line or, where that is another site's, to its ServerName line. True when
-// it is the domain's.
+// it is the domain's. Behind a further opening line another ServerName ends it, too: a block of the site
+// that is never closed must not take the next site's lines for its own.
 bool holdBlock(Rewrite& rewrite, const std::string& domain, conf::HeldLines& block) {
     bool found = false;
+    bool isClosed = true;  // no further block was opened inside
     for (Line line; rewrite.read(line);) {
         block.hold(line);
         if (line.begins(keyword::VirtualHostEndTag)) {
             break;
         }
         if (line.begins(keyword::ServerName)) {
-            found = found || line.namesServer(domain);
-            if (!found) {
-                break;
+            const bool isOther = !line.namesServer(domain);
+            if (isOther && (!found || !isClosed)) {
+                return false;
             }
+            found = true;
+        } else if (line.begins(keyword::VirtualHost)) {
+            isClosed = false;
         }
     }
     return found;
@@ -71,10 +75,7 @@ int mergeRecord(const std::string& configuration, const std::string& scratch, Up
     }
     if (record.AccessMode != 0) {
         for (const std::string& path : accessModeFolders) {
-            // The site's owner can write there: a link of his own is not followed.
-            if (const auto folder = host::Folder::openGuarded(path)) {
-                folder->setMode(record.AccessMode);
-            }
+            static_cast<void>(host::machine().effect({.path = path, .mode = record.AccessMode}));
         }
     }
     return result::Changed;

@@ -16,7 +16,7 @@ char CZPUsers::ChangePasswd(std::string UserName, std::string Passwd) {
     Rewrite rewrite(host::webUsersFile(InsFolder, DomainName, FolderPath), host::textOf(TEMPFILE),
                     conf::bound::None);
     if (!rewrite.open()) {
-        return rewrite.sourceOpen() ? result::ScratchNotOpened : result::ConfigurationNotOpened;
+        return rewrite.blame(result::ConfigurationNotOpened, result::ScratchNotOpened);
     }
     bool updated = false;
     for (Line line; rewrite.read(line);) {
@@ -28,7 +28,7 @@ char CZPUsers::ChangePasswd(std::string UserName, std::string Passwd) {
         }
     }
     if (!rewrite.putInPlace()) {
-        return result::ScratchNotOpened;
+        return rewrite.blame(result::ConfigurationNotOpened, result::ScratchNotOpened);
     }
     return updated ? result::user::PasswordChanged : result::user::NotFound;
 }

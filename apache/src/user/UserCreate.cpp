@@ -38,7 +38,7 @@ char CZPUsers::UserCreate(const char* UserName, const char* Passwd) {
             return result::user::AlreadyThere;
         }
     }
-    if (!conf::appendLine(file, conf::webUserLine(name, password), conf::Links::Followed)) {
+    if (reader.failed() || !conf::appendLine(file, conf::webUserLine(name, password))) {
         host::out() << "Error opening file\n";
         return result::user::NotPossible;
     }

@@ -17,12 +17,13 @@ char CZPUsers::UserDelete(const char* UserName) {
     Rewrite rewrite(host::webUsersFile(InsFolder, DomainName, FolderPath), host::textOf(TEMPFILE),
                     conf::bound::None);
     if (!rewrite.open()) {
-        return rewrite.sourceOpen() ? result::ScratchNotOpened : result::ConfigurationNotOpened;
+        return rewrite.blame(result::ConfigurationNotOpened, result::ScratchNotOpened);
     }
     for (Line line; rewrite.read(line);) {
         if (!line.isEmpty() && !conf::isLineOfUser(line, name)) {
             rewrite.keep(line);
         }
     }
-    return rewrite.putInPlace() ? result::user::Deleted : result::ScratchNotOpened;
+    return rewrite.putInPlace() ? result::user::Deleted
+                                : rewrite.blame(result::ConfigurationNotOpened, result::ScratchNotOpened);
 }

@@ -1,6 +1,6 @@
 #include "CZPUsers.h"
 #include "Results.h"
-#include "host/File.h"
+#include "host/FileSystem.h"
 #include "host/Report.h"
 #include "host/WebUsers.h"
 

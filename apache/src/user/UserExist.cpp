@@ -26,5 +26,5 @@ char CZPUsers::UserExist(StringVector* UserList) {
         }
         UserList->emplace_back(*name);
     }
-    return result::user::NamesListed;
+    return reader.failed() ? result::ConfigurationNotOpened : result::user::NamesListed;
 }

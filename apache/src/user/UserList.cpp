@@ -20,5 +20,5 @@ char CZPUsers::UserList(StringVector* UserList) {
             UserList->emplace_back(*name);
         }
     }
-    return result::user::Listed;
+    return reader.failed() ? result::ConfigurationNotOpened : result::user::Listed;
 }

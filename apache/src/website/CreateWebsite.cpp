@@ -10,7 +10,7 @@
 #include "host/Machine.h"
 #include "host/Paths.h"
 #include "host/Report.h"
-#include "host/SiteFolders.h"
+#include "host/SiteDirectories.h"
 
 using zp::conf::Line;
 using zp::conf::Rewrite;
@@ -186,7 +186,7 @@ char CZPWebsite::CreateWebsite(VHostEntry* objVHost) {
 
     const auto owner = host::findAccount(fieldText(objVHost->UserName));
     const std::string home = fieldText(objVHost->Path) + fieldText(objVHost->DName);
-    if (!owner || !host::makeSiteFolders(home, *owner, fieldText(objVHost->ServerAdmin))) {
+    if (!owner || !host::makeSiteDirectories(home, *owner, fieldText(objVHost->ServerAdmin))) {
         rewrite.discard();
         return result::website::FolderNotMade;
     }

@@ -69,5 +69,6 @@ char CZPWebsite::DeleteWebsite(const char* pDName, char /*DomainType*/) {
         return result::ScratchNotOpened;
     }
     copyWithoutSite(rewrite, domain);
-    return rewrite.putInPlace() ? result::website::Deleted : result::ScratchNotOpened;
+    return rewrite.putInPlace() ? result::website::Deleted
+                                : rewrite.blame(result::ConfigurationNotOpened, result::ScratchNotOpened);
 }

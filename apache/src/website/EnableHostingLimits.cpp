@@ -10,7 +10,7 @@ int CZPWebsite::EnableHostingLimits() {
     conf::Rewrite rewrite(zp::host::textOf(HttpdConfFile), zp::host::textOf(TEMPFILE),
                           conf::bound::HostingLimits);
     if (!rewrite.open()) {
-        return rewrite.sourceOpen() ? result::GlobalScratchNotOpened : result::GlobalConfigurationNotOpened;
+        return rewrite.blame(result::GlobalConfigurationNotOpened, result::GlobalScratchNotOpened);
     }
     bool done = false;
     for (conf::Line line; rewrite.read(line);) {
@@ -23,5 +23,7 @@ int CZPWebsite::EnableHostingLimits() {
             done = true;
         }
     }
-    return rewrite.putInPlace() ? result::Done : result::GlobalScratchNotOpened;
+    return rewrite.putInPlace()
+               ? result::Done
+               : rewrite.blame(result::GlobalConfigurationNotOpened, result::GlobalScratchNotOpened);
 }

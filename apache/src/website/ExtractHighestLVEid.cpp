@@ -26,5 +26,8 @@ int CZPWebsite::ExtractHighestLVEid(std::string httpdConfFile) {
         found = true;
         highest = std::max(highest, conf::leadingNumber(conf::splitAtBlank(text).rest));
     }
+    if (reader.failed()) {
+        return 0;
+    }
     return found ? highest : BeforeFirstId;
 }

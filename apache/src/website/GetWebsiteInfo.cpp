@@ -4,9 +4,10 @@
 #include "Results.h"
 #include "conf/LineReader.h"
 #include "host/Fields.h"
-#include "host/Folder.h"
+#include "host/FileSystem.h"
 #include "host/Machine.h"
 #include "host/Report.h"
+#include "shared/ReadConfiguration.h"
 
 using zp::conf::Line;
 namespace conf = zp::conf;
@@ -140,24 +141,20 @@ char CZPWebsite::GetWebsiteInfo(UpdateVHost* ObjUVHost) {
     host::out() << "CZPWebsite::GetWebsiteInfo\n";
     const std::string domain = host::textOf(ObjUVHost->pDomain);
     host::report(TrackManager, "GetWebsiteInfo", {{"ObjUVHost->pDomain", domain}});
-    const std::string configuration = host::textOf(HttpdConfFile);
-    if (configuration.empty()) {
-        return result::NoConfigurationPath;
-    }
-    conf::LineReader reader(configuration, conf::bound::SiteInfo);
-    if (!reader.isOpen()) {
-        host::out() << "Error while opening HttpdConfFile\n";
-        return result::ConfigurationNotOpened;
+    zp::ReadConfiguration configuration(HttpdConfFile, conf::bound::SiteInfo,
+                                        "Error while opening HttpdConfFile\n");
+    if (!configuration.isOpen()) {
+        return configuration.failure();
     }
     std::string documentRoot;
-    if (!readSite(reader, domain, *ObjUVHost, documentRoot)) {
+    if (!readSite(configuration.reader(), domain, *ObjUVHost, documentRoot)) {
         ObjUVHost->pDomain = nullptr;
-        return result::website::InfoNotFound;
+        return configuration.atEnd(result::website::InfoNotFound);
     }
     const auto mode = host::modeOf(documentRoot);
     if (!mode) {
-        return result::website::InfoWithoutMode;
+        return configuration.atEnd(result::website::InfoWithoutMode);
     }
     ObjUVHost->AccessMode = *mode;
-    return result::website::InfoRead;
+    return configuration.atEnd(result::website::InfoRead);
 }

@@ -5,23 +5,20 @@
 #include "conf/LineReader.h"
 #include "host/Fields.h"
 #include "host/Machine.h"
+#include "shared/ReadConfiguration.h"
 
 namespace conf = zp::conf;
 namespace keyword = zp::conf::keyword;
 namespace result = zp::result;
 
 char CZPWebsite::GetWebsiteStatus(std::string szDomainName) {
-    const std::string configuration = zp::host::textOf(HttpdConfFile);
-    if (configuration.empty()) {
-        return result::NoConfigurationPath;
-    }
-    conf::LineReader reader(configuration, conf::bound::SiteStatus);
-    if (!reader.isOpen()) {
-        zp::host::out() << "Error while opening HttpdConfFile\n";
-        return result::ConfigurationNotOpened;
+    zp::ReadConfiguration configuration(HttpdConfFile, conf::bound::SiteStatus,
+                                        "Error while opening HttpdConfFile\n");
+    if (!configuration.isOpen()) {
+        return configuration.failure();
     }
     bool inBlock = false;
-    for (conf::Line line; reader.read(line);) {
+    for (conf::Line line; configuration.read(line);) {
         const std::string_view text = line.withoutIndentedCommentMark().text();
         const auto [word, rest] = conf::splitAtBlank(text);
         if (conf::equalIgnoringCase(word, keyword::VirtualHost)) {
@@ -39,5 +36,5 @@ char CZPWebsite::GetWebsiteStatus(std::string szDomainName) {
             inBlock = false;
         }
     }
-    return result::website::NoStatus;
+    return configuration.atEnd(result::website::NoStatus);
 }

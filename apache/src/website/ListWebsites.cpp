@@ -5,10 +5,11 @@
 #include "conf/BlockNames.h"
 #include "conf/LineReader.h"
 #include "host/Fields.h"
-#include "host/Folder.h"
+#include "host/FileSystem.h"
 #include "host/Machine.h"
 #include "host/Paths.h"
 #include "host/Report.h"
+#include "shared/ReadConfiguration.h"
 
 namespace conf = zp::conf;
 namespace host = zp::host;
@@ -45,16 +46,15 @@ Inclusion readMainFile(conf::LineReader& reader, StringVector& websites) {
 
 char CZPWebsite::ListWebsites(StringVector& websites) {
     host::report(TrackManager, "ListWebsites", {host::NoArgument});
-    const std::string configuration = host::textOf(HttpdConfFile);
-    if (configuration.empty()) {
-        return result::NoConfigurationPath;
+    zp::ReadConfiguration configuration(HttpdConfFile, conf::bound::Lookup,
+                                        "Error while opening HttpdConfFile\n");
+    if (!configuration.isOpen()) {
+        return configuration.failure();
     }
-    conf::LineReader reader(configuration, conf::bound::Lookup);
-    if (!reader.isOpen()) {
-        host::out() << "Error while opening HttpdConfFile\n";
-        return result::ConfigurationNotOpened;
+    Inclusion inclusion = readMainFile(configuration.reader(), websites);
+    if (configuration.reader().failed()) {
+        return configuration.failure();
     }
-    Inclusion inclusion = readMainFile(reader, websites);
     host::out() << "server root = " << inclusion.serverRoot << '\n';
     if (inclusion.serverRoot.empty()) {
         host::out() << "cp\n";
@@ -67,7 +67,7 @@ char CZPWebsite::ListWebsites(StringVector& websites) {
         const std::string path = name.starts_with('/') ? name : inclusion.serverRoot + "/" + name;
         if (!host::exists(path)) {
             host::out() << "File not found = " << name << '\n';
-        } else if (host::isFolder(path)) {
+        } else if (host::isDirectory(path)) {
             host::out() << "Dir = " << name << '\n';
         } else {
             VHostsInIncFile(path, websites);

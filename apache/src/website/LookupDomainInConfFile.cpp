@@ -31,5 +31,5 @@ bool CZPWebsite::LookupDomainInConfFile(std::string DomainName, std::string http
             return true;
         }
     }
-    return false;
+    return reader.failed();
 }

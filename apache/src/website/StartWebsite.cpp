@@ -24,7 +24,9 @@ char CZPWebsite::StartWebsite(const char* DomainName) {
     if (!rewrite.scratchOpen()) {
         return result::ConfigurationNotOpened;
     }
-    if (conf::switchSite(rewrite, domain, conf::SwitchTo::On) && !rewrite.putInPlace()) {
+    const bool switched = conf::switchSite(rewrite, domain, conf::SwitchTo::On);
+    if (rewrite.source().failed() || (switched && !rewrite.putInPlace())) {
+        rewrite.discard();
         return result::ConfigurationNotOpened;
     }
     return result::website::Started;

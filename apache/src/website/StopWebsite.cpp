@@ -23,7 +23,9 @@ char CZPWebsite::StopWebsite(const char* DomainName) {
     if (!rewrite.scratchOpen()) {
         return result::ConfigurationNotOpened;
     }
-    if (conf::switchSite(rewrite, domain, conf::SwitchTo::Off) && !rewrite.putInPlace()) {
+    const bool switched = conf::switchSite(rewrite, domain, conf::SwitchTo::Off);
+    if (rewrite.source().failed() || (switched && !rewrite.putInPlace())) {
+        rewrite.discard();
         return result::ConfigurationNotOpened;
     }
     return result::website::Stopped;

@@ -1,0 +1,86 @@
+#include "host/FileSystem.h"
+
+#include <dirent.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace zp::host {
+
+namespace {
+
+constexpr mode_t ModeBits = 07777;
+
+}  // namespace
+
+Location locationOf(const std::string& path) {
+    const size_t slash = path.rfind('/');
+    if (slash == std::string::npos) {
+        return {".", path};
+    }
+    return {path.substr(0, slash == 0 ? 1 : slash), path.substr(slash + 1)};
+}
+
+std::string withoutTrailingSlashes(std::string path) {
+    while (path.size() > 1 && (path.ends_with('/') || path.ends_with("/."))) {
+        path.pop_back();
+    }
+    return path;
+}
+
+bool exists(const std::string& path) { return ::access(path.c_str(), F_OK) == 0; }
+
+bool isDirectory(const std::string& path) { return S_ISDIR(modeAndTypeOf(path)); }
+
+bool isLink(const std::string& path) {
+    struct stat status {};
+    return ::lstat(withoutTrailingSlashes(path).c_str(), &status) == 0 && S_ISLNK(status.st_mode);
+}
+
+std::optional<off_t> sizeOfFile(const std::string& path) {
+    struct stat status {};
+    if (::stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) {
+        return std::nullopt;
+    }
+    return status.st_size;
+}
+
+std::optional<mode_t> modeOf(const std::string& path) {
+    struct stat status {};
+    if (::stat(path.c_str(), &status) != 0) {
+        return std::nullopt;
+    }
+    return status.st_mode & ModeBits;
+}
+
+mode_t modeAndTypeOf(const std::string& path) {
+    struct stat status {};
+    return ::stat(path.c_str(), &status) == 0 ? status.st_mode : 0;
+}
+
+void removeFile(const std::string& path) { static_cast<void>(::unlink(path.c_str())); }
+
+std::vector<std::string> filesIn(const std::string& directory) {
+    std::vector<std::string> files;
+    DIR* listing = ::opendir(directory.c_str());
+    if (listing == nullptr) {
+        return files;
+    }
+    for (const dirent* entry = ::readdir(listing); entry != nullptr; entry = ::readdir(listing)) {
+        if (!isDirectory(directory + "/" + entry->d_name)) {  // "." and ".." are directories, too
+            files.emplace_back(entry->d_name);
+        }
+    }
+    ::closedir(listing);
+    return files;
+}
+
+std::string enterFirstOf(std::span<const char* const> directories) {
+    for (const char* directory : directories) {
+        if (::chdir(directory) == 0) {
+            return directory;
+        }
+    }
+    return {};
+}
+
+}  // namespace zp::host

@@ -1,0 +1,49 @@
+// Held ground: a directory that is held open, so that no step in it can be led elsewhere.
+//
+// Where a site's owner can write, a path means nothing: between two looks at it, any part of it may have
+// become a link, or another file. Files there are reached through this and HeldFile alone.
+#pragma once
+
+#include <sys/types.h>
+
+#include <optional>
+#include <string>
+
+#include "host/Descriptor.h"
+
+namespace zp::host {
+
+class HeldDirectory {
+public:
+    // Why a directory could not be held: the system's error number or, where it is not empty, the name of a
+    // link on the way that others than the administrator can have placed.
+    struct Obstacle {
+        int error = 0;
+        std::string link;
+    };
+
+    // An existing directory, reached component by component. On the way, and in its place, only a link is
+    // followed that nobody except the administrator can have placed: one in a directory of root's, or of
+    // this process's account, that no group and no other account can write.
+    static std::optional<HeldDirectory> hold(const std::string& path, Obstacle* obstacle = nullptr);
+
+    // Good as long as this object.
+    int descriptor() const { return directory_.number(); }
+    Descriptor release() { return std::move(directory_); }
+
+    // Can others than the administrator place something in it?
+    bool othersWrite() const;
+    // Is this an owner that its files can be expected to have: root, this process's
+    // account, or the owner of the directory?
+    bool mayOwn(uid_t owner) const;
+
+private:
+    explicit HeldDirectory(Descriptor directory) : directory_(std::move(directory)) {}
+
+    Descriptor directory_;
+};
+
+// Where the link `name` of the directory leads, unless others than the administrator can have placed it.
+std::optional<std::string> administratorsLink(const HeldDirectory& directory, const std::string& name);
+
+}  // namespace zp::host

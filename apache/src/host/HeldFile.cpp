@@ -1,0 +1,99 @@
+#include "host/HeldFile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+
+#include "host/FileSystem.h"
+
+namespace zp::host {
+
+namespace {
+
+constexpr mode_t OwnerOnly = 0600;
+constexpr mode_t NewFileMode = 0644;
+constexpr int SameFile = O_CLOEXEC | O_NOFOLLOW | O_NOCTTY | O_NONBLOCK;
+
+}  // namespace
+
+HeldFile::HeldFile(const std::string& path, Size size)
+    : path_(path), name_(locationOf(path).name), size_(size) {
+    HeldDirectory::Obstacle obstacle;
+    directory_ = HeldDirectory::hold(locationOf(path).directory, &obstacle);
+    directoryMissing_ = !directory_ && obstacle.error == ENOENT && obstacle.link.empty();
+}
+
+HeldFile::State HeldFile::state() const {
+    if (!directory_) {
+        return directoryMissing_ ? State::Missing : State::Blocked;
+    }
+    const Descriptor file(::openat(directory_->descriptor(), name_.c_str(), O_PATH | SameFile));
+    if (!file.isOpen()) {
+        return errno == ENOENT ? State::Missing : State::Blocked;
+    }
+    return isFit(file.number()) ? State::Present : State::Blocked;
+}
+
+std::optional<off_t> HeldFile::size() const {
+    const Descriptor file = open(O_RDONLY);
+    struct stat status {};
+    if (!file.isOpen() || ::fstat(file.number(), &status) != 0) {
+        return std::nullopt;
+    }
+    return status.st_size;
+}
+
+Descriptor HeldFile::open(int flags) const {
+    if (!directory_) {
+        return Descriptor();
+    }
+    if ((flags & O_CREAT) != 0) {
+        Descriptor made(
+            ::openat(directory_->descriptor(), name_.c_str(), flags | O_EXCL | SameFile, OwnerOnly));
+        if (made.isOpen()) {
+            return ::fchmod(made.number(), NewFileMode) == 0 ? std::move(made) : Descriptor();
+        }
+    }
+    const int existing = (flags & ~O_CREAT) | SameFile;
+    Descriptor file(::openat(directory_->descriptor(), name_.c_str(), existing));
+    if (file.isOpen() && !isFit(file.number())) {
+        file.close();
+    }
+    return file;
+}
+
+Descriptor HeldFile::make() const {
+    constexpr int Fresh = O_RDWR | O_CREAT | O_EXCL | SameFile;
+    return Descriptor(directory_ ? ::openat(directory_->descriptor(), name_.c_str(), Fresh, OwnerOnly)
+                                 : -1);
+}
+
+void HeldFile::setMode(mode_t mode) const {
+    const Descriptor file = open(O_RDONLY);
+    if (file.isOpen()) {
+        static_cast<void>(::fchmod(file.number(), mode));
+    }
+}
+
+void HeldFile::remove() const {
+    if (directory_) {
+        ::unlinkat(directory_->descriptor(), name_.c_str(), 0);
+    }
+}
+
+bool HeldFile::isFit(int file) const {
+    struct stat status {};
+    if (::fstat(file, &status) != 0 || !S_ISREG(status.st_mode)) {
+        return false;
+    }
+    return !othersWrite() ||
+           (status.st_nlink == 1 && (status.st_mode & (S_ISUID | S_ISGID)) == 0 &&
+            directory_->mayOwn(status.st_uid) && (size_ == Size::Any || status.st_size <= LargestOfOwner));
+}
+
+std::string pathOf(int file) {
+    return "/proc/" + std::to_string(::getpid()) + "/fd/" + std::to_string(file);
+}
+
+}  // namespace zp::host

@@ -1,0 +1,54 @@
+// A file on held ground, as a site's owner has them: ".htaccess", password files, logs.
+#pragma once
+
+#include <sys/types.h>
+
+#include <optional>
+#include <string>
+
+#include "host/HeldDirectory.h"
+
+namespace zp::host {
+
+class HeldFile {
+public:
+    // Blocked: nothing is done with it. Its directory cannot be held, or it is no plain file. Where others
+    // than the administrator write, so is a file with a second link, one that is set-ID, one whose owner is
+    // neither the administrator nor the directory's, and one of more than `LargestOfOwner` bytes.
+    enum class State { Missing, Present, Blocked };
+    enum class Size { Any, Small };
+    static constexpr off_t LargestOfOwner = off_t{1024} * 1024;
+
+    explicit HeldFile(const std::string& path, Size size = Size::Small);
+
+    const std::string& path() const { return path_; }
+    const std::string& name() const { return name_; }
+    const HeldDirectory* directory() const { return directory_ ? &*directory_ : nullptr; }
+    bool othersWrite() const { return !directory_ || directory_->othersWrite(); }
+
+    State state() const;
+    bool isPresent() const { return state() == State::Present; }
+    bool isBlocked() const { return state() == State::Blocked; }
+    std::optional<off_t> size() const;  // absent when it is not Present
+
+    // The file itself, whatever becomes of its name; not open when it is not Present. With O_CREAT among
+    // the flags a missing one is made, with mode 0644.
+    Descriptor open(int flags) const;
+    // Makes it new and empty, readable by its owner alone; not open when something is there.
+    Descriptor make() const;
+    void setMode(mode_t mode) const;
+    void remove() const;
+
+private:
+    bool isFit(int file) const;
+
+    std::string path_, name_;
+    Size size_;
+    std::optional<HeldDirectory> directory_;
+    bool directoryMissing_ = false;
+};
+
+// A path to an open file, for programs that ask for one; it leads there as long as the file is open here.
+std::string pathOf(int file);
+
+}  // namespace zp::host

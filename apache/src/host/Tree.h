@@ -1,0 +1,29 @@
+// Whole directory trees, walked from open directory to open directory with two descriptors, however deep.
+#pragma once
+
+#include <sys/stat.h>
+
+#include <functional>
+#include <string>
+
+namespace zp::host {
+
+// What is done on the way. False ends the walk.
+struct TreeSteps {
+    // At each entry, in the open directory that it stands in. A directory is entered afterwards.
+    std::function<bool(int directory, const char* name)> entry;
+    // Behind a directory's last entry, in the one that it stands in.
+    std::function<bool(int parent, const char* name)> behind;
+};
+
+// Walks below the open directory. No link is followed. False where the walk was ended, where a directory
+// cannot be read, and where one was moved meanwhile.
+[[nodiscard]] bool walkTree(int directory, const TreeSteps& steps);
+
+// Removes a directory and all that it holds. A link in it is removed as a link, and so is one in its place
+// when a directory stands behind it. False, and the rest stays, at the first directory that cannot be read
+// or removed, at a link that leads nowhere, and where a link that others than the administrator can have
+// placed is on the way. Whether a file could be removed is not examined.
+[[nodiscard]] bool removeTree(const std::string& path);
+
+}  // namespace zp::host
