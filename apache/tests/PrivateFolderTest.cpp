@@ -108,13 +108,13 @@ TEST(PrivateFolder, TakesUsersInAndLetsThemGo) {
 TEST(PrivateFolder, OpensPasswordsToNobodyOnTheWay) {
     const std::string place = folder();
     const FakeTools tools;
-    tools.replace("htpasswd", "stat -c %a \"$2\" >>" + scratch("modes") + "; echo ann:x >\"$2\"");
+    tools.replace("htpasswd", "stat -Lc %a \"$2\" >>" + scratch("modes") + "; echo ann:x >\"$2\"");
     const CapturedOutput output;
     ::umask(0);
     EXPECT_EQ(add(place), 1602);
     EXPECT_EQ(edit(place, place), 1605);
     ::umask(022);
-    EXPECT_EQ(readFile(scratch("modes")), "600\n444\n444\n");
+    EXPECT_EQ(readFile(scratch("modes")), "600\n600\n600\n");
     EXPECT_EQ(mode(place + "/.htpasswd") + mode(place + "/.htaccess"), "04440444");
 }
 
@@ -125,12 +125,14 @@ TEST(PrivateFolder, SaysWhatCouldNotBeDone) {
     EXPECT_EQ(namesIn(place), Calls{}) << "an edit without a password file changes nothing";
     EXPECT_EQ(add(folder("site/two\nlines")), 1601);
     const FakeTools tools;
-    tools.replace("htpasswd", "case $1 in -D) rm -f \"$2\" ;; esac");
+    tools.replace("htpasswd", ":");
     EXPECT_EQ(add(place), 1602) << "what the tool answers is not examined";
     EXPECT_EQ(readFile(place + "/.htpasswd"), NoFile) << "the tool made none";
     writeFile(place + "/.htpasswd", "ann:x\n");
     const CapturedOutput output;
-    EXPECT_EQ(edit(scratch("missing"), place), 1604) << "the password file is gone when it is examined";
+    tools.replace("htpasswd", "echo half >\"$2\"; exit 1");
+    EXPECT_EQ(add(place, "bob"), 1602);
+    EXPECT_EQ(readFile(place + "/.htpasswd"), "ann:x\n") << "nothing of a tool that failed";
     writeFile(place + "/.htpasswd", "");
     EXPECT_EQ(edit(place, place, "ann\nroot:x", "y"), 1606);
     EXPECT_EQ(add(place, "ann\nroot:x", "y"), 1601);

@@ -7,7 +7,7 @@
 #include <optional>
 
 #include "conf/Text.h"
-#include "conf/WriteAll.h"
+#include "host/WriteAll.h"
 
 namespace zp::conf {
 
@@ -33,7 +33,7 @@ bool appendTo(int descriptor, std::string_view line) {
     }
     std::string text(*insideLine ? "\n" : "");
     text.append(line).append("\n");
-    if (writeAll(descriptor, text) && ::fsync(descriptor) == 0) {
+    if (host::writeAll(descriptor, text) && ::fsync(descriptor) == 0) {
         return true;
     }
     static_cast<void>(!::ftruncate(descriptor, status.st_size));

@@ -11,9 +11,9 @@
 #include <cstring>
 
 #include "conf/Text.h"
-#include "conf/WriteAll.h"
 #include "host/Access.h"
 #include "host/Machine.h"
+#include "host/WriteAll.h"
 
 namespace zp::conf {
 
@@ -83,7 +83,7 @@ void ScratchFile::append(std::string_view text) {
 }
 
 bool ScratchFile::flush() {
-    whole_ = whole_ && isOpen() && writeAll(file_.number(), {buffer_.get(), used_});
+    whole_ = whole_ && isOpen() && host::writeAll(file_.number(), {buffer_.get(), used_});
     used_ = 0;
     if (++flushes_ % WritebackInterval == 0) {
         // The disk starts on what is there; else "mv" over the old file waits for all of it.

@@ -16,7 +16,6 @@ namespace {
 
 constexpr mode_t SetIdBits = S_ISUID | S_ISGID;
 constexpr mode_t OwnerOnly = 0700;
-constexpr int MostLinks = 40;
 
 // A place is opened, not its content, so that a device or a pipe does not notice.
 Descriptor openPlace(int directory, const char* name) {
@@ -101,30 +100,22 @@ bool provideDirectory(const HeldDirectory& parent, const std::string& name, cons
 bool makeFile(const HeldDirectory& parent, const std::string& name, const Effect& effect) {
     constexpr int Fresh = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW | O_NOCTTY;
     const Descriptor file(::openat(parent.descriptor(), name.c_str(), Fresh, S_IRUSR | S_IWUSR));
-    return file.isOpen() ? giveTo(file, effect) : errno == EEXIST;
+    struct stat status {};
+    return file.isOpen()
+               ? giveTo(file, effect)
+               : ::fstatat(parent.descriptor(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+                     S_ISREG(status.st_mode);
 }
 
-// The path without the links that the administrator has placed in its own place.
-std::string behindAdministratorsLinks(std::string path) {
-    for (int links = 0; links < MostLinks; ++links) {
-        const auto [directory, name] = locationOf(path);
-        const auto parent = HeldDirectory::hold(directory);
-        const auto target = parent ? administratorsLink(*parent, name) : std::nullopt;
-        if (!target) {
-            break;
-        }
-        path = withoutTrailingSlashes(target->starts_with('/') ? *target : directory + "/" + *target);
-    }
-    return path;
+bool giveDirectory(const Effect& effect) {
+    auto directory = HeldDirectory::hold(effect.path);
+    return directory && giveTo(directory->release(), effect);
 }
 
 }  // namespace
 
 bool carryOut(const Effect& effect) {
-    std::string path = withoutTrailingSlashes(effect.path);
-    if (effect.step == Effect::Step::GiveAccess && !effect.deep) {
-        path = behindAdministratorsLinks(path);
-    }
+    const std::string path = withoutTrailingSlashes(effect.path);
     const auto [directory, name] = locationOf(path);
     const auto parent = HeldDirectory::hold(directory);
     if (!parent) {
@@ -137,6 +128,8 @@ bool carryOut(const Effect& effect) {
             return provideDirectory(*parent, name, effect);
         case Effect::Step::MakeFile:
             return makeFile(*parent, name, effect);
+        case Effect::Step::GiveDirectory:
+            return giveDirectory(effect);
         case Effect::Step::GiveAccess:
             return giveTree(*parent, name, effect);
         case Effect::Step::RemoveTree:

@@ -15,6 +15,7 @@ struct Effect {
         MakeDirectory,     // one that stands there already is a failure
         ProvideDirectory,  // one that stands there already will do, and is given access
         MakeFile,          // empty; one that stands there already stays as it is
+        GiveDirectory,     // access to a directory, in whose place a link of the administrator's may stand
         GiveAccess,        // to what is there; with `deep` to all that a directory holds, too
         RemoveTree,        // a directory with all that it holds, links as links
     };

@@ -21,16 +21,20 @@ HeldFile::HeldFile(const std::string& path, Size size)
     : path_(path), name_(locationOf(path).name), size_(size) {
     HeldDirectory::Obstacle obstacle;
     directory_ = HeldDirectory::hold(locationOf(path).directory, &obstacle);
-    directoryMissing_ = !directory_ && obstacle.error == ENOENT && obstacle.link.empty();
+    if (!obstacle.link.empty()) {
+        withoutDirectory_ = State::Blocked;
+    } else if (obstacle.error != ENOENT && obstacle.error != ENOTDIR) {
+        withoutDirectory_ = State::Unknown;
+    }
 }
 
 HeldFile::State HeldFile::state() const {
     if (!directory_) {
-        return directoryMissing_ ? State::Missing : State::Blocked;
+        return withoutDirectory_;
     }
     const Descriptor file(::openat(directory_->descriptor(), name_.c_str(), O_PATH | SameFile));
     if (!file.isOpen()) {
-        return errno == ENOENT ? State::Missing : State::Blocked;
+        return errno == ENOENT ? State::Missing : State::Unknown;
     }
     return isFit(file.number()) ? State::Present : State::Blocked;
 }

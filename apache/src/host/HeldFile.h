@@ -15,7 +15,8 @@ public:
     // Blocked: nothing is done with it. Its directory cannot be held, or it is no plain file. Where others
     // than the administrator write, so is a file with a second link, one that is set-ID, one whose owner is
     // neither the administrator nor the directory's, and one of more than `LargestOfOwner` bytes.
-    enum class State { Missing, Present, Blocked };
+    // Unknown: that could not be found out.
+    enum class State { Missing, Present, Blocked, Unknown };
     enum class Size { Any, Small };
     static constexpr off_t LargestOfOwner = off_t{1024} * 1024;
 
@@ -28,7 +29,7 @@ public:
 
     State state() const;
     bool isPresent() const { return state() == State::Present; }
-    bool isBlocked() const { return state() == State::Blocked; }
+    bool isUsable() const { return state() == State::Present || state() == State::Missing; }
     std::optional<off_t> size() const;  // absent when it is not Present
 
     // The file itself, whatever becomes of its name; not open when it is not Present. With O_CREAT among
@@ -45,7 +46,7 @@ private:
     std::string path_, name_;
     Size size_;
     std::optional<HeldDirectory> directory_;
-    bool directoryMissing_ = false;
+    State withoutDirectory_ = State::Missing;
 };
 
 // A path to an open file, for programs that ask for one; it leads there as long as the file is open here.

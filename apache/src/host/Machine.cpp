@@ -11,12 +11,12 @@
 #include <iostream>
 #include <utility>
 
-#include "conf/WriteAll.h"
 #include "host/Access.h"
 #include "host/Descriptor.h"
 #include "host/FileSystem.h"
 #include "host/Paths.h"
 #include "host/Shell.h"
+#include "host/WriteAll.h"
 
 namespace zp::host {
 
@@ -77,7 +77,7 @@ bool copyText(int from, int to) {
         if (count == 0) {
             return true;
         }
-        if (count > 0 ? !conf::writeAll(to, {part.data(), static_cast<size_t>(count)}) : errno != EINTR) {
+        if (count > 0 ? !host::writeAll(to, {part.data(), static_cast<size_t>(count)}) : errno != EINTR) {
             return false;
         }
     }

@@ -12,7 +12,7 @@ int PrivateFolder::addPrivateFolder(std::string folderPath, std::string userName
                   {"PrivateFolderUserName", userName},
                   {"PrivateFolderUserPasswd", userPasswd}});
     const zp::FolderProtection protection(folderPath);
-    if (!zp::isUserName(userName) || protection.passwordFile().isBlocked() ||
+    if (!zp::isUserName(userName) || !protection.passwordFile().isUsable() ||
         !protection.demandPassword() ||
         !protection.addUser(userName, userPasswd, zp::FolderProtection::Command::Unseen)) {
         return result::protection::NotAdded;

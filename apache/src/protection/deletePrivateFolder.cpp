@@ -7,6 +7,7 @@
 #include "shared/FolderProtection.h"
 
 using zp::host::HeldFile;
+using State = zp::host::HeldFile::State;
 namespace host = zp::host;
 namespace result = zp::result;
 
@@ -15,11 +16,13 @@ int PrivateFolder::deletePrivateFolder(std::string folderPath, std::string userN
                  {{"NewPrivateFolderPath", folderPath}, {"", userName}});
     const zp::FolderProtection protection(folderPath);
     const HeldFile& passwordFile = protection.passwordFile();
-    if (passwordFile.isBlocked()) {
+    const State passwords = passwordFile.state();
+    const State access = protection.accessFile().state();
+    if (passwords == State::Blocked || passwords == State::Unknown || access == State::Unknown) {
         return result::protection::NotDeleted;
     }
     bool isUserExist = false;
-    if (passwordFile.isPresent()) {
+    if (passwords == State::Present) {
         const bool ran = protection.deleteUser(userName, zp::FolderProtection::Command::Shown);
         const auto size = passwordFile.size();
         if (!ran || !size) {
@@ -30,9 +33,9 @@ int PrivateFolder::deletePrivateFolder(std::string folderPath, std::string userN
             passwordFile.remove();
         }
     }
-    if (!isUserExist && protection.accessFile().isPresent()) {
-        host::out() << "cp_FF\n";
-        protection.lift();
+    if (isUserExist || access != State::Present) {
+        return result::protection::UserDeleted;
     }
-    return result::protection::UserDeleted;
+    host::out() << "cp_FF\n";
+    return protection.lift() ? result::protection::UserDeleted : result::protection::NotDeleted;
 }

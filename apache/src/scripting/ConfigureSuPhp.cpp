@@ -4,13 +4,13 @@
 #include <vector>
 
 #include "CZPWebsite.h"
-#include "conf/ReadAll.h"
 #include "conf/ScratchFile.h"
 #include "conf/Text.h"
 #include "host/Descriptor.h"
 #include "host/FileSystem.h"
 #include "host/Install.h"
 #include "host/Paths.h"
+#include "host/ReadAll.h"
 #include "host/Shell.h"
 
 namespace conf = zp::conf;
@@ -31,7 +31,7 @@ struct Placeholder {
 
 std::optional<std::string> contentOf(const char* path) {
     const host::Descriptor file(::open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
-    return file.isOpen() ? conf::readAll(file.number()) : std::nullopt;
+    return file.isOpen() ? host::readAll(file.number()) : std::nullopt;
 }
 
 // The template with its placeholders filled in; absent when it cannot be read, or a value would begin a

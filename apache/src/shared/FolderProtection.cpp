@@ -3,13 +3,14 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <ostream>
 
 #include "FileHandling.h"
-#include "conf/ReadAll.h"
 #include "conf/ScratchFile.h"
 #include "conf/Text.h"
 #include "host/Paths.h"
+#include "host/ReadAll.h"
 #include "host/Shell.h"
 
 namespace zp {
@@ -53,7 +54,7 @@ bool FolderProtection::demandPassword() const {
     if (missing.empty()) {
         return true;
     }
-    const auto text = old.isOpen() ? conf::readAll(old.number()) : std::string();
+    const auto text = old.isOpen() ? host::readAll(old.number()) : std::string();
     if (!text) {
         return false;
     }
@@ -65,13 +66,14 @@ bool FolderProtection::demandPassword() const {
            copy.renameTo(accessFile_.name(), old.number());
 }
 
-void FolderProtection::lift() const {
+bool FolderProtection::lift() const {
     FileHandling file;
-    for (const auto& [name, value] : directives_) {
-        if (file.isParamValueExistsInFile(accessFile_.path(), name, value, Delimiter, CommentMark)) {
-            file.delParamFromFile(accessFile_.path(), name, value, Delimiter, CommentMark);
-        }
-    }
+    const std::string& path = accessFile_.path();
+    return std::all_of(directives_.begin(), directives_.end(), [&](const Directive& directive) {
+        const auto& [name, value] = directive;
+        return !file.isParamValueExistsInFile(path, name, value, Delimiter, CommentMark) ||
+               file.delParamFromFile(path, name, value, Delimiter, CommentMark);
+    });
 }
 
 bool FolderProtection::addUser(const std::string& user, const std::string& password,
@@ -96,7 +98,7 @@ bool FolderProtection::changePasswords(const CommandLine& line, Command command)
         host::out() << "command=" << line(passwordFile_.path()) << '\n';
     }
     const host::Descriptor old = passwordFile_.open(O_RDONLY);
-    const auto text = old.isOpen() ? conf::readAll(old.number()) : std::string();
+    const auto text = old.isOpen() ? host::readAll(old.number()) : std::string();
     if (!text || passwordFile_.directory() == nullptr) {
         return false;
     }

@@ -22,8 +22,9 @@ public:
     // Sees to it that the access file has each line of the protection; a new file ends read-only for
     // everybody. False when it cannot be made or written, and then it is as it was.
     [[nodiscard]] bool demandPassword() const;
-    // Takes the protection's lines out of the access file; the others stay.
-    void lift() const;
+    // Takes the protection's lines out of the access file; the others stay. False when one could not be
+    // taken out.
+    [[nodiscard]] bool lift() const;
 
     // Add a user with "htpasswd", and delete one; the command may be printed before. The tool works on a
     // copy beside the password file, which takes its place when the tool has done its work, so that no

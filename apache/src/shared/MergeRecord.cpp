@@ -75,7 +75,8 @@ int mergeRecord(const std::string& configuration, const std::string& scratch, Up
     }
     if (record.AccessMode != 0) {
         for (const std::string& path : accessModeFolders) {
-            static_cast<void>(host::machine().effect({.path = path, .mode = record.AccessMode}));
+            static_cast<void>(host::machine().effect(
+                {.step = host::Effect::Step::GiveDirectory, .path = path, .mode = record.AccessMode}));
         }
     }
     return result::Changed;

@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <regex>
 
 #include "host/Fields.h"
 #include "support/Files.h"
@@ -50,8 +51,9 @@ void FakeTools::replace(const std::string& program, const std::string& commands)
 std::vector<std::string> FakeTools::calls() const {
     std::vector<std::string> calls;
     std::ifstream log(folder_ + "/../calls");
+    const std::regex openFile("/proc/[0-9]+/fd/[0-9]+");
     for (std::string call; std::getline(log, call);) {
-        calls.push_back(call);
+        calls.push_back(std::regex_replace(call, openFile, "(open file)"));
     }
     return calls;
 }

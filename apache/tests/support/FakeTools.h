@@ -22,7 +22,7 @@ public:
     void replace(const std::string& program, const std::string& commands = "") const;
 
     // What was called so far, as "name word word"; a word that the shell would not take as it is stands in
-    // square brackets.
+    // square brackets, and the path of an open file reads "(open file)".
     std::vector<std::string> calls() const;
 
 private:

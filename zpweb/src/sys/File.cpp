@@ -14,9 +14,9 @@
 #include <filesystem>
 #include <memory>
 
-#include "conf/WriteAll.h"
+#include "host/WriteAll.h"
 
-using zp::conf::writeAll;
+using zp::host::writeAll;
 
 namespace zpweb {
 

@@ -3,7 +3,7 @@
 #include <sys/mman.h>
 
 #include "commands/shared/Scopes.h"
-#include "conf/WriteAll.h"
+#include "host/WriteAll.h"
 #include "sys/File.h"
 
 namespace zpweb {
@@ -23,7 +23,7 @@ std::string wholeOf(const ConfigurationFile& file) {
 Readable::Readable(const std::string& text)
     : copy_(::memfd_create("configuration", MFD_CLOEXEC)),
       path_("/proc/self/fd/" + std::to_string(copy_.number())) {
-    static_cast<void>(zp::conf::writeAll(copy_.number(), text));
+    static_cast<void>(zp::host::writeAll(copy_.number(), text));
 }
 
 Readable::Readable(const ConfigurationFile& file) : Readable(wholeOf(file)) {}

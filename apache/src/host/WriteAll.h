@@ -5,7 +5,7 @@
 #include <cerrno>
 #include <string_view>
 
-namespace zp::conf {
+namespace zp::host {
 
 // False when it could not be written to its end.
 [[nodiscard]] inline bool writeAll(int descriptor, std::string_view text) {
@@ -22,4 +22,4 @@ namespace zp::conf {
     return true;
 }
 
-}  // namespace zp::conf
+}  // namespace zp::host

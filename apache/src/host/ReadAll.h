@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-namespace zp::conf {
+namespace zp::host {
 
 // What is left of an open file; absent when it could not be read to its end.
 [[nodiscard]] inline std::optional<std::string> readAll(int descriptor) {
@@ -25,4 +25,4 @@ namespace zp::conf {
     }
 }
 
-}  // namespace zp::conf
+}  // namespace zp::host
