@@ -44,7 +44,7 @@ def count(file, _operation, _domain):
 
 
 def copy(file, _operation, _domain):
-    return f"cp {file} {file}.copy && mv {file}.copy {file}"
+    return f"cp {file} {file}.copy && sync {file}.copy && mv {file}.copy {file}"
 
 
 def plain_grep(file, _operation, _domain):
@@ -59,5 +59,5 @@ def synced_copy(file, _operation, _domain):
     return f"cp {file} {file}.copy && sync {file}.copy"
 
 
-TOOLS = {"augtool": augtool, "sed -i": sed, "grep": grep, "apache2 -S": apache2, "wc -l": count, "cp+mv": copy,
+TOOLS = {"augtool": augtool, "sed -i": sed, "grep": grep, "apache2 -S": apache2, "wc -l": count, "cp+sync+mv": copy,
          "plain grep": plain_grep, "cp": plain_copy, "cp+sync": synced_copy}
