@@ -193,3 +193,34 @@ TEST(PrivateFolder, FollowsNoLinkOfTheOwner) {
     EXPECT_EQ(readFile(outside + "/.htpasswd"), "root:x\n");
     EXPECT_EQ(namesIn(outside), (Calls{".htpasswd", "file"}));
 }
+
+// What an owner can plant in place of the password file: none of it is read, written, or given away.
+TEST(PrivateFolder, RefusesWhatNoSiteHasThere) {
+    const std::string place = folder(), file = place + "/.htpasswd", outside = scratch("outside");
+    const auto own = [&](const char* commands) {
+        writeFile(file, "root:x\n");
+        EXPECT_EQ(std::system((commands + (" " + file)).c_str()), 0);
+    };
+    const std::pair<const char*, std::function<void()>> plants[] = {
+        {"a second link", [&] { std::filesystem::create_hard_link(outside, file); }},
+        {"a pipe", [&] { EXPECT_EQ(::mkfifo(file.c_str(), 0600), 0); }},
+        {"set-ID", [&] { own("chmod 4755"); }},
+        {"of another account", [&] { own("chown 77:77"); }},
+        {"three gigabytes", [&] { own("truncate -s 3G"); }},
+    };
+    const FakeTools tools;
+    tools.replace("htpasswd", "echo changed >\"$2\"");
+    for (const auto& [what, plant] : plants) {
+        SCOPED_TRACE(what);
+        writeFile(outside, "root:x\n");
+        plant();
+        const CapturedOutput output;
+        EXPECT_EQ(add(place), 1601);
+        EXPECT_EQ(erase(place), 1604);
+        EXPECT_EQ(edit(place, place), 1606);
+        EXPECT_EQ(readFile(outside), "root:x\n");
+        EXPECT_EQ(namesIn(place), Calls{".htpasswd"});
+        std::filesystem::remove(file);
+    }
+    EXPECT_EQ(tools.calls(), Calls{});
+}

@@ -165,6 +165,13 @@ TEST_P(Rewriting, SaysWhenTheFileCannotBeRead) {
     EXPECT_EQ(readFile(file), editedConfiguration());
 }
 
+TEST_P(Rewriting, SaysWhenTheFileCannotBeReadToItsEnd) {
+    fs::remove(file);
+    fs::create_symlink("/proc/self/mem", file);  // it opens, and the first read fails
+    EXPECT_EQ(run(), GetParam().noFile);
+    EXPECT_TRUE(fs::is_symlink(file));
+}
+
 TEST_P(Rewriting, NeedsAFolderThatItCanWriteTo) {
     {
         const WithoutPrivileges account;

@@ -1,6 +1,7 @@
 // Virtual directories on the host: commands, owners and modes, what links lead to, and what stands in the
 // way.
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -233,4 +234,29 @@ TEST_F(FolderRemoval, StopsWhereItCannotGoOn) {
     makeReadOnly(tree + "/a/b");
     EXPECT_EQ(remove(tree), 1);
     EXPECT_TRUE(fs::exists(tree + "/a/b"));
+}
+
+TEST_F(FolderRemoval, NeedsTwoDescriptorsHoweverDeep) {
+    fs::create_directories(tree);
+    const std::string before = fs::current_path();
+    fs::current_path(tree);
+    for (int depth = 0; depth < 2000; ++depth) {
+        ASSERT_EQ(::mkdir("d", 0700), 0);
+        ASSERT_EQ(::chdir("d"), 0);
+    }
+    fs::current_path(before);
+    rlimit all{};
+    ::getrlimit(RLIMIT_NOFILE, &all);
+    const rlimit few{64, all.rlim_max};
+    ::setrlimit(RLIMIT_NOFILE, &few);
+    EXPECT_EQ(remove(tree), 0);
+    ::setrlimit(RLIMIT_NOFILE, &all);
+    EXPECT_FALSE(fs::exists(tree));
+}
+
+TEST_F(FolderRemoval, IsNotLedElsewhereByALinkOnTheWay) {
+    fs::create_directories(Outside + "/inner");
+    fs::create_symlink(Outside, Home + "/way");  // the site's owner can have placed it
+    EXPECT_EQ(remove(Home + "/way/inner"), 1);
+    EXPECT_TRUE(fs::exists(Outside + "/inner"));
 }

@@ -106,6 +106,10 @@ const FileCase cases[] = {
      call(update, OneIndex)},
     {"SuspendTakesIndexesInASection", site("<Directory x>\nDirectoryIndex 1\n"), call(suspend, OneIndex)},
     {"AnOpenBlockOfTheSiteIsClosed", "<VirtualHost *>\nServerName example.com\n\nListen 1", call(update)},
+    {"AnOpenBlockOfTheSiteDoesNotTakeTheNextSite",
+     "<VirtualHost *>\nServerName example.com\n<VirtualHost *>\nServerName other.example\n"
+     "DocumentRoot \"/other\"\n</VirtualHost>\n",
+     call(suspend)},
     {"AnOpenBlockWithoutNameIsKept", "<VirtualHost *>\n\nListen 1", call(update)},
     {"ResumeWithoutPath", site("\tDocumentRoot message.htm\n"),
      [](const std::string& file) {
