@@ -18,10 +18,6 @@
 #include <string>
 #include <vector>
 
-namespace zp::conf {
-class Rewrite;
-}
-
 typedef std::vector<std::string> StringVector;
 
 // A directive's first argument and the rest of it.
@@ -177,8 +173,9 @@ public:
     int CmdApchRestart(const char* pidFile);
 
 private:
-    [[gnu::visibility("hidden")]] void WriteWebsiteEntry(
-        const VHostEntry* objVHost, const std::string& address, zp::conf::Rewrite& rewrite);
+    // The lines of a new site's block.
+    [[gnu::visibility("hidden")]] StringVector WriteWebsiteEntry(const VHostEntry* objVHost,
+                                                                 const std::string& address);
 
     char* TEMPFILE = nullptr;
     const char* HttpdConfFile = nullptr;

@@ -12,14 +12,10 @@
 
 namespace zp::conf {
 
-// Any ServerName line of the block may name the domain. One that names another server changes nothing, or
-// ends the domain's part of the block.
-enum class OtherName { Ignored, EndsDomain };
-
+// Any ServerName line of the block may name the domain; one that names another server changes nothing.
 class AnyNameScope {
 public:
-    explicit AnyNameScope(std::string domain, OtherName otherName = OtherName::Ignored)
-        : domain_(std::move(domain)), otherName_(otherName) {}
+    explicit AnyNameScope(std::string domain) : domain_(std::move(domain)) {}
 
     // Takes note of a line that opens a block, or of a ServerName line inside one; false for any other
     // line.
@@ -31,7 +27,7 @@ public:
         if (!inBlock_ || !line.begins(keyword::ServerName)) {
             return false;
         }
-        inDomain_ = line.namesServer(domain_) || (inDomain_ && otherName_ == OtherName::Ignored);
+        inDomain_ = line.namesServer(domain_) || inDomain_;
         return true;
     }
 
@@ -52,7 +48,6 @@ public:
 
 private:
     std::string domain_;
-    OtherName otherName_;
     bool inBlock_ = false, inDomain_ = false;
 };
 

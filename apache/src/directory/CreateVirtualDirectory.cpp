@@ -45,42 +45,55 @@ void handOver(const std::string& folder, const std::string& owner) {
         {.path = folder, .user = ownership.user, .group = ownership.group, .mode = Mode, .deep = true}));
 }
 
-struct Creation {
-    const SDDir& record;
-    std::string home, owner;
-    std::shared_future<bool> withRequire;
-
+// One creation: the block that it writes, and what is given to the site's owner once it stands there.
+class Creation {
+public:
     explicit Creation(const SDDir& directory)
         : record(directory),
-          home(fieldText(directory.WebAdminPath) + "/" + fieldText(directory.DomainName)),
-          owner(GetPathOwner(home)),
-          withRequire(zp::serverKnowsRequire()) {}
+          home_(fieldText(directory.WebAdminPath) + "/" + fieldText(directory.DomainName)),
+          owner_(GetPathOwner(home_)),
+          passwordFile_(home_ + "/webusers_" + fieldText(directory.DomainName) + ".htpasswd"),
+          withRequire_(zp::serverKnowsRequire()) {}
 
-    void add(Rewrite& rewrite, const std::string& folder) const {
-        withRequire.wait();  // it prints
+    void writeBlock(Rewrite& rewrite, const std::string& folder) {
+        waitForServer();
         host::out() << "Directory Creation\n";
-        handOver(folder, owner);
         const zp::VirtualDirectoryBlock block{
             .folder = folder,
             .runsPerl = record.Options.ExecCGI == '+',  // the update asks PerlEnabled
             .authenticates = record.AnonAccess == '1',
-            // One for the whole site; the update has one in each folder.
-            .passwordFile = home + "/webusers_" + fieldText(record.DomainName) + ".htpasswd"};
-        zp::writeBlock(rewrite, record, block, withRequire.get());
-        if (block.authenticates) {
-            host::providePasswordFile(block.passwordFile, owner);
+            .passwordFile = passwordFile_};  // one for the whole site; the update has one in each folder
+        zp::writeBlock(rewrite, record, block, withRequire_.get());
+        folders_.push_back(folder);
+    }
+    void waitForServer() const { withRequire_.wait(); }  // it prints
+
+    // Only behind the change of the configuration: a creation that fails gives nothing away.
+    void giveToOwner() const {
+        for (const std::string& folder : folders_) {
+            handOver(folder, owner_);
+            if (record.AnonAccess == '1') {
+                host::providePasswordFile(passwordFile_, owner_);
+            }
         }
     }
+
+    const SDDir& record;
+
+private:
+    const std::string home_, owner_, passwordFile_;
+    std::shared_future<bool> withRequire_;
+    StringVector folders_;
 };
 
 // Copies the configuration with a block in each block of the site. A result other than "created": it cannot
 // be added.
-char copyWithDirectory(Rewrite& rewrite, const Creation& creation, bool adding) {
+char copyWithDirectory(Rewrite& rewrite, Creation& creation, bool adding) {
     conf::FirstNameScope scope(fieldText(creation.record.DomainName));
     std::string folder;
     for (Line line; rewrite.read(line);) {
         if (adding && scope.inDomain() && line.begins(keyword::VirtualHostEnd)) {
-            creation.add(rewrite, folder);
+            creation.writeBlock(rewrite, folder);
             // The folder stays for a block that follows: the same site's, it may lack a DocumentRoot.
         } else if (line.begins(keyword::VirtualHostEnd)) {
             folder.clear();
@@ -125,13 +138,16 @@ char CZPVirtualDirectory::CreateVirtualDirectory(SDDir* ObjDDir, int AdminFlag) 
     if (!rewrite.open()) {
         return rewrite.blame(result::ConfigurationNotOpened, result::ScratchNotOpened);
     }
-    const Creation creation(*ObjDDir);
+    Creation creation(*ObjDDir);
     const char outcome = copyWithDirectory(rewrite, creation, AdminFlag == 0);
-    creation.withRequire.wait();
+    creation.waitForServer();
     if (outcome != result::directory::Created) {
         rewrite.discard();
         return outcome;
     }
-    return rewrite.putInPlace() ? result::directory::Created
-                                : rewrite.blame(result::ConfigurationNotOpened, result::ScratchNotOpened);
+    if (!rewrite.putInPlace()) {
+        return rewrite.blame(result::ConfigurationNotOpened, result::ScratchNotOpened);
+    }
+    creation.giveToOwner();
+    return result::directory::Created;
 }

@@ -21,56 +21,67 @@ namespace result = zp::result;
 
 namespace {
 
-struct Update {
-    const SDDir& record;
-    const std::string& configuration;
-    std::string domain, folder;
-    std::shared_future<bool> withRequire;
-
+// One update: the block that it writes, and the password file that this asks for.
+class Update {
+public:
     Update(const SDDir& directory, const std::string& file)
-        : record(directory),
-          configuration(file),
-          domain(fieldText(directory.DomainName)),
+        : domain(fieldText(directory.DomainName)),
           folder(fieldText(directory.DirPath)),
-          withRequire(zp::serverKnowsRequire()) {}
+          record_(directory),
+          configuration_(file),
+          passwordFile_(folder + "/webusers.htpasswd"),
+          withRequire_(zp::serverKnowsRequire()) {}
 
-    void replaceBlock(Rewrite& rewrite, const std::string& path) const {
-        write(rewrite, path, record.AnonAccess == '1', record.RubyOnRails == '1');
+    void replaceBlock(Rewrite& rewrite, const std::string& path) {
+        write(rewrite, path, record_.AnonAccess == '1', record_.RubyOnRails == '1');
     }
 
     // Not as in a replaced block: '0' asks for authentication, and Rails is never set up. The panel fills
     // its records accordingly.
-    void addBlock(Rewrite& rewrite, const std::string& path) const {
-        write(rewrite, path, record.AnonAccess == '0', false);
+    void addBlock(Rewrite& rewrite, const std::string& path) {
+        write(rewrite, path, record_.AnonAccess == '0', false);
+    }
+    void waitForServer() const { withRequire_.wait(); }
+
+    // Only behind the change of the configuration: an update that fails makes nothing.
+    void providePasswordFile() const {
+        if (asksForPassword_) {
+            host::providePasswordFile(passwordFile_, administrator());
+        }
     }
 
+    const std::string domain, folder;
+
 private:
-    void write(Rewrite& rewrite, const std::string& path, bool authenticates, bool runsRails) const {
+    void write(Rewrite& rewrite, const std::string& path, bool authenticates, bool runsRails) {
         const zp::VirtualDirectoryBlock block{
             .folder = path,
-            .runsPerl = record.PerlEnabled == '1',  // creation asks ExecCGI
+            .runsPerl = record_.PerlEnabled == '1',  // creation asks ExecCGI
             .authenticates = authenticates,
-            // In the folder itself; creation has one for the whole site.
-            .passwordFile = folder + "/webusers.htpasswd",
+            .passwordFile = passwordFile_,  // in the folder itself; creation has one for the whole site
             .runsRails = runsRails};
-        zp::writeBlock(rewrite, record, block, withRequire.get());
-        if (authenticates) {
-            host::providePasswordFile(block.passwordFile, administrator());
-        }
+        zp::writeBlock(rewrite, record_, block, withRequire_.get());
+        asksForPassword_ = authenticates;
     }
 
     // The account in the site's ServerAdmin address; empty when there is none.
     std::string administrator() const {
         std::string address;
-        ApacheHelper().Apache_getDirectiveInVH(configuration, domain, "ServerAdmin", address, false);
+        ApacheHelper().Apache_getDirectiveInVH(configuration_, domain, "ServerAdmin", address, false);
         const size_t at = address.find('@');
         return at == std::string::npos ? std::string() : address.substr(0, at);
     }
+
+    const SDDir& record_;
+    const std::string& configuration_;
+    const std::string passwordFile_;
+    std::shared_future<bool> withRequire_;
+    bool asksForPassword_ = false;
 };
 
 // Copies the configuration with the block replaced in, or added to, the first block of the site. False at a
 // directory line that lacks its closing quote.
-bool copyWithUpdate(Rewrite& rewrite, const Update& update) {
+bool copyWithUpdate(Rewrite& rewrite, Update& update) {
     enum class Stage { Searching, DroppingOldBlock, Done };
     Stage stage = Stage::Searching;
     conf::FirstNameScope scope(update.domain);
@@ -139,13 +150,16 @@ char CZPVirtualDirectory::UpdateVirtualDirectory(SDDir* ObjDDir) {
     }
     host::out() << "ObjDDir->Order=" << int{ObjDDir->Order} << '\n'
                 << "ObjDDir->Allow=" << fieldText(ObjDDir->Allow);
-    const Update update(*ObjDDir, configuration);
+    Update update(*ObjDDir, configuration);
     const bool copied = copyWithUpdate(rewrite, update);
-    update.withRequire.wait();
+    update.waitForServer();
     if (!copied) {
         rewrite.discard();
         return result::directory::Malformed;
     }
-    return rewrite.putInPlace() ? result::directory::Updated
-                                : rewrite.blame(result::ConfigurationNotOpened, result::ScratchNotOpened);
+    if (!rewrite.putInPlace()) {
+        return rewrite.blame(result::ConfigurationNotOpened, result::ScratchNotOpened);
+    }
+    update.providePasswordFile();
+    return result::directory::Updated;
 }

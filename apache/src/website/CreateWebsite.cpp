@@ -63,29 +63,34 @@ struct Request {
     }
 };
 
-// Does the NameVirtualHost line announce the request's address?
-bool announcesAddress(const Line& line, const Request& request) {
+// How a NameVirtualHost line names the request's address.
+enum class Announcement { None, WithoutPort, WithPort };
+
+Announcement announcementOn(const Line& line, const Request& request) {
     const std::string_view value = conf::trimEnd(line.argumentOf(keyword::NameVirtualHost));
-    const bool withPort = conf::equalIgnoringCase(value, request.withPort(request.port)) ||
-                          conf::equalIgnoringCase(value, request.withPort("*"));
-    if (request.isIPv6()) {
-        host::out() << "Requested IP is IPV6\n";
-        if (value.empty() || value.front() != '[') {
-            return false;
+    if (conf::equalIgnoringCase(value, request.withPort(request.port)) ||
+        conf::equalIgnoringCase(value, request.withPort("*"))) {
+        return Announcement::WithPort;
+    }
+    const bool isBare = !request.isIPv6() && conf::equalIgnoringCase(value, request.address);
+    return isBare ? Announcement::WithoutPort : Announcement::None;
+}
+
+// What has always been said of such a line.
+void tell(const Line& line, const Request& request, Announcement announcement) {
+    if (!request.isIPv6()) {
+        host::out() << "Requested IP is IPV4\n";
+        if (announcement != Announcement::None) {
+            host::out() << "IPV4 NameVirtualHost found "
+                        << (announcement == Announcement::WithPort ? "with" : "without") << " port\n";
         }
-        host::out() << "Picked IP is IPV6\n" << (withPort ? "IPV6 NameVirtualHost found\n" : "");
-        return withPort;
+        return;
     }
-    host::out() << "Requested IP is IPV4\n";
-    if (conf::equalIgnoringCase(value, request.address)) {
-        host::out() << "IPV4 NameVirtualHost found without port\n";
-        return true;
+    host::out() << "Requested IP is IPV6\n";
+    if (line.argumentOf(keyword::NameVirtualHost).starts_with('[')) {
+        host::out() << "Picked IP is IPV6\n"
+                    << (announcement == Announcement::WithPort ? "IPV6 NameVirtualHost found\n" : "");
     }
-    if (withPort) {
-        host::out() << "IPV4 NameVirtualHost found with port\n";
-        IsPortEnabled = 1;
-    }
-    return withPort;
 }
 
 struct Progress {
@@ -141,8 +146,11 @@ bool copyConfiguration(Rewrite& rewrite, const Request& request, Progress& progr
         }
         rewrite.keep(line);
         if (line.begins(keyword::NameVirtualHost)) {
-            if (announcesAddress(line, request)) {
-                progress.announced = true;
+            const Announcement announcement = announcementOn(line, request);
+            tell(line, request, announcement);
+            progress.announced = progress.announced || announcement != Announcement::None;
+            if (announcement == Announcement::WithPort && !request.isIPv6()) {
+                IsPortEnabled = 1;
             }
         } else if (line.namesServer(request.asciiDomain)) {
             return false;
@@ -174,7 +182,11 @@ char CZPWebsite::CreateWebsite(VHostEntry* objVHost) {
         return result::ConfigurationNotOpened;
     }
     const Request request(*objVHost);
-    const WriteBlock writeBlock = [&] { WriteWebsiteEntry(objVHost, request.blockAddress(), rewrite); };
+    const WriteBlock writeBlock = [&] {
+        for (const std::string& line : WriteWebsiteEntry(objVHost, request.blockAddress())) {
+            rewrite.write(line);
+        }
+    };
     Progress progress;
     if (!copyConfiguration(rewrite, request, progress, writeBlock)) {
         return result::website::AlreadyThere;  // the unfinished copy stays

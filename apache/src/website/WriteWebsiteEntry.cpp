@@ -1,10 +1,10 @@
 #include "CZPWebsite.h"
-#include "conf/Address.h"
-#include "conf/Rewrite.h"
 #include "host/Fields.h"
 #include "host/Paths.h"
+#include "host/SiteDirectories.h"
 
 using zp::host::fieldText;
+namespace site = zp::host::site;
 
 namespace {
 
@@ -23,31 +23,30 @@ bool qualifiesForLimits() {
 }  // namespace
 
 // Other operations find the site's lines by this order and form: the ServerName line comes first.
-void CZPWebsite::WriteWebsiteEntry(const VHostEntry* objVHost, const std::string& address,
-                                   zp::conf::Rewrite& rewrite) {
+StringVector CZPWebsite::WriteWebsiteEntry(const VHostEntry* objVHost, const std::string& address) {
     const std::string domain = fieldText(objVHost->DName);
     const std::string asciiDomain = fieldText(objVHost->PunyCode);
     const std::string home = fieldText(objVHost->Path) + domain;
     const std::string alias = asciiDomain == domain ? "www." + domain : asciiDomain + " www." + asciiDomain;
-
-    rewrite.write("");
-    rewrite.write("<VirtualHost " + address + ">");
-    rewrite.write("\tServerName " + domain);
-    rewrite.write("\tServerAdmin " + fieldText(objVHost->ServerAdmin) + "@" + asciiDomain);
-    rewrite.write("\tDocumentRoot \"" + home + "/www/html\"");
-    rewrite.write("\tServerAlias " + alias);
-    rewrite.write("\tErrorLog " + home + "/log/httpd/error_log");
-    rewrite.write("\tCustomLog " + home + "/log/httpd/access_log combined");
-    rewrite.write("\t<Directory \"" + home + "\">");
+    StringVector lines{"",
+                       "<VirtualHost " + address + ">",
+                       "\tServerName " + domain,
+                       "\tServerAdmin " + fieldText(objVHost->ServerAdmin) + "@" + asciiDomain,
+                       "\tDocumentRoot \"" + home + site::Html + "\"",
+                       "\tServerAlias " + alias,
+                       "\tErrorLog " + home + site::ErrorLog,
+                       "\tCustomLog " + home + site::AccessLog + " combined",
+                       "\t<Directory \"" + home + "\">"};
     if (qualifiesForLimits() && ISCloudLinux()) {
         const long highest = ExtractHighestLVEid(zp::host::textOf(HttpdConfFile));
         if (highest != 0) {
-            rewrite.write("\t\tLVEId " + std::to_string(highest + 1));
+            lines.push_back("\t\tLVEId " + std::to_string(highest + 1));
         }
     }
-    rewrite.write("\t\tAllowOverride All");
-    rewrite.write("\t</Directory>");
-    rewrite.write("\t<Directory \"" + home + "/www\">");
-    rewrite.write("\t</Directory>");
-    rewrite.write("</VirtualHost>");
+    for (const std::string& line : {std::string("\t\tAllowOverride All"), std::string("\t</Directory>"),
+                                    "\t<Directory \"" + home + site::Content + "\">",
+                                    std::string("\t</Directory>"), std::string("</VirtualHost>")}) {
+        lines.push_back(line);
+    }
+    return lines;
 }
