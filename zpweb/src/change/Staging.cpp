@@ -60,6 +60,7 @@ Outcome Transaction::takeEffects(StagedRun& run) {
     std::vector<std::string> made;
     for (zp::host::Effect& effect : run.effects) {
         const bool gives = effect.step == zp::host::Effect::Step::GiveAccess ||
+                           effect.step == zp::host::Effect::Step::GiveDirectory ||
                            effect.step == zp::host::Effect::Step::RemoveTree;
         if (!gives) {
             made.push_back(effect.path);

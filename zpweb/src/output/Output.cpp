@@ -7,8 +7,8 @@
 #include <iostream>
 #include <sstream>
 
-#include "conf/WriteAll.h"
 #include "host/Shell.h"
+#include "host/WriteAll.h"
 #include "output/Terminal.h"
 #include "sys/File.h"
 #include "sys/Printable.h"
@@ -33,7 +33,7 @@ void replaceAll(std::string& text, const std::string& part) {
 }  // namespace
 
 Outcome writeOutput(std::string_view text) {
-    return zp::conf::writeAll(STDOUT_FILENO, text) || errno == EPIPE
+    return zp::host::writeAll(STDOUT_FILENO, text) || errno == EPIPE
                ? done()
                : failure(systemError("standard output"));
 }

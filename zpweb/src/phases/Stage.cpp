@@ -73,7 +73,7 @@ public:
         machine.firstLine = [usual = machine.firstLine](const std::string& command, size_t limit) {
             return answerTo(command, usual, limit);
         };
-        machine.move = [this](const std::string& from, const std::string& to) { move(from, to); };
+        machine.move = [this](const std::string& from, const std::string& to) { return move(from, to); };
         machine.copy = [this](const std::string& from, const std::string& to) { copy(from, to); };
         machine.scratch = [this](const std::string& path) { return placeOf(path); };
         machine.effect = [this](const Effect& effect) { return note(effect); };
@@ -92,18 +92,23 @@ private:
         }
     }
     // It works on files of the stage.
-    bool runPasswordTool(const std::string& command) {
+    host::Ran runPasswordTool(const std::string& command) {
         if (!command.starts_with(host::program::PasswordTool)) {
-            return false;
+            return host::Ran::NotStarted;
         }
         const Finished finished = runProgram({"/bin/sh", "-c", command});
         printed_ << finished.output;
-        return finished.status >= 0;
+        if (finished.status < 0) {
+            return host::Ran::NotStarted;
+        }
+        return finished.status == 0 ? host::Ran::Done : host::Ran::Failed;
     }
-    void move(const std::string& from, const std::string& to) {
-        if (std::rename(from.c_str(), to.c_str()) != 0) {
+    bool move(const std::string& from, const std::string& to) {
+        const bool moved = std::rename(from.c_str(), to.c_str()) == 0;
+        if (!moved) {
             fault_ = failure("could not be moved into the stage: " + systemError(from));
         }
+        return moved;
     }
     void copy(const std::string& from, const std::string& to) {
         const auto text = readFile(from);
@@ -115,7 +120,14 @@ private:
         return path.starts_with(work_ + "/") ? path : work_ + "/scratch-" + nameOf(path);
     }
     // What is made twice, or where something stands, cannot be made.
-    bool note(const Effect& effect) {
+    bool note(Effect effect) {
+        const bool isThere = exists(effect.path) || planned_.contains(effect.path);
+        if (effect.step == Effect::Step::MakeFile && isThere) {
+            return true;
+        }
+        if (effect.step == Effect::Step::ProvideDirectory) {
+            effect.step = isThere ? Effect::Step::GiveAccess : Effect::Step::MakeDirectory;
+        }
         const bool directory = effect.step == Effect::Step::MakeDirectory;
         if (directory && (exists(effect.path) || !planned_.insert(effect.path).second)) {
             return false;
