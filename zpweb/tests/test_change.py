@@ -253,12 +253,12 @@ def test_undo_shows_nothing_of_a_password_file(site):
 
 def test_undo_leaves_what_somebody_has_put_into_a_file_that_it_made(site):
     folder, passwords = site.root / "www", site.sites / "shop.example/webusers_shop.example.htpasswd"
-    site.do("vdir", "create", "shop.example", folder, "--protect")
+    site.do("vdir", "create", "shop.example", folder, "--protect", "--exact")
     passwords.write_text("bob:kept\n")
     site.do("undo")
     assert passwords.read_text() == "bob:kept\n"
     passwords.unlink()
-    site.do("vdir", "create", "shop.example", folder, "--protect")
+    site.do("vdir", "create", "shop.example", folder, "--protect", "--exact")
     site.do("undo")
     assert not passwords.exists(), "an empty one that the change has made goes"
 

@@ -91,8 +91,8 @@ def test_a_link_of_roots_is_followed(site):
     assert (folder / ".htpasswd").exists()
 
 
-@pytest.mark.parametrize("swapped, options", [("www/html", []), ("www/html/q", []), ("www", ["--protect"]),
-                                              ("webusers_shop.example.htpasswd", ["--protect"])])
+@pytest.mark.parametrize("swapped, options", [("www/html", ["--take-over"]), ("www/html/q", ["--take-over"]), ("www", ["--take-over"]),
+                                              ("webusers_shop.example.htpasswd", ["--protect", "--exact"])])
 def test_a_link_that_comes_while_the_server_checks_is_not_followed(site, victim, swapped, options):
     home = site.sites / "shop.example"
     (home / "www/html/q").mkdir()
@@ -119,7 +119,7 @@ def test_a_folder_is_handed_over_with_all_that_it_holds_but_what_is_behind_links
     for name, target in (("file", victim / "conf"), ("folder", victim / "q")):
         planted(folder / name, target)
     before = {p: p.lstat() for p in [victim, *victim.rglob("*")]}
-    answer = site.do("vdir", "create", "shop.example", folder)
+    answer = site.do("vdir", "create", "shop.example", folder, "--take-over")
     assert not re.search("warning", answer.err), answer
     anna = pwd.getpwnam(OWNER).pw_uid
     modes = {p.name: (oct(p.lstat().st_mode & 0o7777), p.lstat().st_uid) for p in [folder, *folder.rglob("*")]

@@ -10,17 +10,19 @@
 
 #include "server/Configuration.h"
 #include "sys/Outcome.h"
+#include "text/Excerpt.h"
 #include "text/Scope.h"
 
 namespace zpweb {
 
 // One operation on one file of the configuration.
 struct Edit {
-    std::string file;                                      // the live file; the operation gets a staged one
-    size_t bound = 0;                                      // the most characters of a line that it reads
-    std::function<Scope(const ConfigurationFile&)> scope;  // what it is asked to change
-    std::function<int(const std::string& staged)> operation;
-    std::function<Outcome(int result)> meaning;  // of its result
+    std::string file;  // the live file; the operation gets a staged one
+    size_t bound = 0;  // the most characters of a line that it reads
+    std::function<Scope(const ConfigurationFile&)> scope{};      // what it is asked to change
+    std::function<Excerpt(const ConfigurationFile&)> excerpt{};  // or that, and how it is laid back
+    std::function<int(const std::string& staged)> operation{};
+    std::function<Outcome(int result)> meaning{};  // of its result
     // Looks at what it has made of its part.
     std::function<Outcome(std::string_view made)> look{};
     // The site whose blocks alone it is about; with `appends`, it adds to the end of the file. Either way

@@ -26,21 +26,21 @@ std::string replaced(std::string text, const std::string& what, const std::strin
 
 // What an edit is given of its file: all of it, or the part that it is about. What is added to the end of a
 // file must know the shared addresses that the file has announced before.
-struct Excerpt {
+struct Given {
     const ConfigurationFile* file = nullptr;  // what it sees
     const ConfigurationFile* part = nullptr;  // null: all of the file
     std::string announcements{};              // that stand before the part in what it sees
     std::shared_ptr<ConfigurationFile> own{};
 };
 
-Excerpt excerptFor(const Edit& edit, const Configuration& configuration, bool exact) {
+Given givenTo(const Edit& edit, const Configuration& configuration, bool exact) {
     const ConfigurationFile* part = exact          ? nullptr
                                     : edit.appends ? configuration.lastPart(edit.file)
                                                    : configuration.partOf(edit.file, edit.site);
     if (part == nullptr) {
         return {configuration.file(edit.file)};
     }
-    Excerpt excerpt{part, part};
+    Given excerpt{part, part};
     if (edit.appends) {
         excerpt.announcements = configuration.announcements(edit.file);
     }
@@ -51,6 +51,22 @@ Excerpt excerptFor(const Edit& edit, const Configuration& configuration, bool ex
         excerpt.file = excerpt.own.get();
     }
     return excerpt;
+}
+
+Excerpt wholeOf(const Content& content) { return {content.text(), content.text(), {}}; }
+
+Excerpt excerptFrom(const Edit& edit, const ConfigurationFile& file) {
+    if (edit.excerpt) {
+        return edit.excerpt(file);
+    }
+    const auto scope = std::make_shared<Scope>(edit.scope(file));
+    return {scope->text, scope->partText(), [scope](std::string_view made) { return merged(*scope, made); },
+            scope->first};
+}
+
+// A file that is shown whole is named alone.
+std::string placeOf(const Edit& edit, const Excerpt& excerpt) {
+    return excerpt.line == 0 ? edit.file : edit.file + ":" + std::to_string(excerpt.line + 1);
 }
 
 }  // namespace
@@ -71,21 +87,22 @@ Outcome Transaction::takeEffects(StagedRun& run) {
 }
 
 Outcome Transaction::edit(const Edit& edit) {
-    const Excerpt excerpt = excerptFor(edit, configuration(), settings_.exact);
-    if (excerpt.file == nullptr) {
+    const Given given = givenTo(edit, configuration(), settings_.exact);
+    if (given.file == nullptr) {
         return failure(Status::NotFound, edit.file + ": not a file of this configuration");
     }
-    const ConfigurationFile& current = *excerpt.file;
-    if (current.longestLine() > edit.bound) {
-        return holdsNoLongLine(edit.file, current.lines(), edit.bound);
-    }
+    const ConfigurationFile& current = *given.file;
     if (Outcome noted = willMake(edit.makes); !noted.ok()) {
         return noted;
     }
     output_.step("staging the change");
     const Content before = current.content();
-    const Scope scope = settings_.exact ? Scope::additions({}) : edit.scope(current);
-    const std::string part = settings_.exact ? before.text() : scope.partText();
+    const Excerpt excerpt = settings_.exact ? wholeOf(before) : excerptFrom(edit, current);
+    const std::string& part = excerpt.seen;
+    if (Outcome readable = holdsNoLongLine(placeOf(edit, excerpt), Lines(part), edit.bound);
+        !readable.ok()) {
+        return readable;
+    }
     StagedRun run;
     auto after = runOn(edit, part, run);
     if (!after.ok()) {
@@ -96,18 +113,18 @@ Outcome Transaction::edit(const Edit& edit) {
         return taken;
     }
     Content result =
-        settings_.exact ? Content(std::move(*after)) : before.with(scope.text, merged(scope, *after));
-    if (excerpt.part == nullptr) {
+        settings_.exact ? Content(std::move(*after)) : before.with(excerpt.of, excerpt.back(*after));
+    if (given.part == nullptr) {
         set_->set(edit.file, std::move(result));
         return done();
     }
     const std::string& text = result.text();
-    if (!text.starts_with(excerpt.announcements)) {
+    if (!text.starts_with(given.announcements)) {
         return failure(edit.file + ": the addition would change what stands before the last sites");
     }
-    set_->setPart(*excerpt.part, excerpt.announcements.empty()
-                                     ? std::move(result)
-                                     : Content(text.substr(excerpt.announcements.size())));
+    set_->setPart(*given.part, given.announcements.empty()
+                                   ? std::move(result)
+                                   : Content(text.substr(given.announcements.size())));
     return done();
 }
 

@@ -1,6 +1,7 @@
 // address own: gives a site an address of its own.
 #include "commands/Commands.h"
 #include "commands/shared/Addresses.h"
+#include "commands/shared/BlockEdit.h"
 
 namespace zpweb {
 
@@ -24,7 +25,7 @@ Command addressOwn() {
         .words = "address own",
         .summary = "Give a website an address of its own",
         .action = move,
-        .parameters = {SiteName, NewAddress},
+        .parameters = {SiteName, NewAddress, OnPort},
         .operations = {"CZPWebsite::NameBasedToIPBased"},
         .examples = {"address own shop.example --address 192.0.2.8"},
     };

@@ -1,6 +1,7 @@
 // address shared: moves a site to an address that sites share by name.
 #include "commands/Commands.h"
 #include "commands/shared/Addresses.h"
+#include "commands/shared/BlockEdit.h"
 
 namespace zpweb {
 
@@ -24,7 +25,7 @@ Command addressShared() {
         .words = "address shared",
         .summary = "Move a website to an address that sites share by name",
         .action = move,
-        .parameters = {SiteName, NewAddress},
+        .parameters = {SiteName, NewAddress, OnPort},
         .operations = {"CZPWebsite::IPBasedToNameBased"},
         .examples = {"address shared shop.example --address 192.0.2.8"},
     };

@@ -1,6 +1,7 @@
 // basedir off: lifts the limit of PHP to a directory.
 #include "commands/Commands.h"
 #include "commands/shared/BaseDirectory.h"
+#include "commands/shared/BlockEdit.h"
 
 namespace zpweb {
 
@@ -22,7 +23,7 @@ Command basedirOff() {
         .words = "basedir off",
         .summary = "Lift that",
         .action = run,
-        .parameters = {SiteName, BaseFolder},
+        .parameters = {SiteName, BaseFolder, OnPort},
         .operations = {"CZPWebsite::Disable_open_basedir"},
         .examples = {"basedir off shop.example /home/anna/shop.example/www/html"},
     };

@@ -1,6 +1,7 @@
 // basedir on: keeps PHP within a directory.
 #include "commands/Commands.h"
 #include "commands/shared/BaseDirectory.h"
+#include "commands/shared/BlockEdit.h"
 
 namespace zpweb {
 
@@ -22,7 +23,7 @@ Command basedirOn() {
         .words = "basedir on",
         .summary = "Keep PHP within a folder",
         .action = run,
-        .parameters = {SiteName, BaseFolder},
+        .parameters = {SiteName, BaseFolder, OnPort},
         .operations = {"CZPWebsite::Enable_open_basedir"},
         .examples = {"basedir on shop.example /home/anna/shop.example/www/html"},
     };

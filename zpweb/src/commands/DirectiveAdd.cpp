@@ -1,30 +1,45 @@
 // directive add: adds a directive to a site's blocks.
 #include "commands/Commands.h"
 #include "commands/shared/Directives.h"
+#include "conf/Bounds.h"
 
 namespace zpweb {
 
 namespace {
 
+constexpr auto OfSite = neededOption("--site", Kind::Site, "SITE", "In this website's blocks");
 constexpr auto First = flag("--first", "To its first block only");
 
-Outcome addToFirst(Transaction& change, const Arguments& given) {
-    return addInSite(change, given, "Apache_AddDirectivesInVH",
-                     [&](ApacheHelper& helper, const std::string& staged, const std::string& site) {
-                         StringVector lines{wholeLine(given)};
-                         return helper.Apache_AddDirectivesInVH(staged, site, lines);
-                     });
+int addLine(const Arguments& given, const std::string& staged, const std::string& domain) {
+    ApacheHelper helper;
+    if (given[First]) {
+        StringVector lines{wholeLine(given)};
+        return helper.Apache_AddDirectivesInVH(staged, domain, lines);
+    }
+    return helper.Apache_AddDirectiveInVH(staged, domain, given[DirectiveName], given[DirectiveValue],
+                                          given[Quoted]);
 }
 
 Outcome add(Transaction& change, const Arguments& given) {
-    if (given[First]) {
-        return addToFirst(change, given);
+    const auto site = findRunning(change.configuration(), given[OfSite]);
+    if (!site.ok()) {
+        return site.outcome();
     }
-    return addInSite(change, given, "Apache_AddDirectiveInVH",
-                     [&](ApacheHelper& helper, const std::string& staged, const std::string& site) {
-                         return helper.Apache_AddDirectiveInVH(staged, site, given[DirectiveName],
-                                                               given[DirectiveValue], given[Quoted]);
-                     });
+    auto blocks = runningBlocks(change.configuration(), *site, given);
+    if (!blocks.ok()) {
+        return blocks.outcome();
+    }
+    if (given[First]) {
+        std::erase_if(*blocks, [&](const BlockAt& at) {
+            return &at.in(change.configuration()) != site->first().block;
+        });
+    }
+    return editBlocks(change, *blocks,
+                      {.bound = zp::conf::bound::AddDirective,
+                       .show = [](View&) {},
+                       .run = [&](const std::string& staged,
+                                  const std::string& domain) { return addLine(given, staged, domain); },
+                       .meaning = expecting("Apache_AddDirectiveInVH", {0})});
 }
 
 }  // namespace
@@ -34,7 +49,7 @@ Command directiveAdd() {
         .words = "directive add",
         .summary = "Add a directive to a website's blocks",
         .action = add,
-        .parameters = {DirectiveName, DirectiveValue, InSite, Quoted, First},
+        .parameters = {DirectiveName, DirectiveValue, OfSite, OnPort, Quoted, First},
         .operations = {"ApacheHelper::Apache_AddDirectiveInVH", "ApacheHelper::Apache_AddDirectivesInVH"},
         .examples = {"directive add ServerSignature Off --site shop.example"},
     };

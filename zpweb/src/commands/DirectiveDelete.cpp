@@ -1,4 +1,4 @@
-// directive delete: deletes a directive from a site's block.
+// directive delete: deletes a directive of a site, or of the server.
 #include "commands/Commands.h"
 #include "commands/shared/Directives.h"
 
@@ -6,12 +6,18 @@ namespace zpweb {
 
 namespace {
 
+constexpr auto OfValue = maybe("VALUE", Kind::Text, "Only the line with this value");
+
 Outcome remove(Transaction& change, const Arguments& given) {
-    return changeInSite(change, given, "Apache_DeleteDirectivesInVH",
-                        [&](ApacheHelper& helper, const std::string& staged, const std::string& site) {
-                            StringVector names{given[DirectiveName]};
-                            return helper.Apache_DeleteDirectivesInVH(staged, site, names);
-                        });
+    return changeDirective(
+        change, given,
+        {.operation = "Apache_DeleteDirectivesInVH",
+         .test = directiveTest(given[DirectiveName], given[OfValue]),
+         .onlyLast = false,
+         .call = [&](ApacheHelper& helper, const std::string& staged, const std::string& domain) {
+             StringVector names{given[DirectiveName]};
+             return helper.Apache_DeleteDirectivesInVH(staged, domain, names);
+         }});
 }
 
 }  // namespace
@@ -19,9 +25,9 @@ Outcome remove(Transaction& change, const Arguments& given) {
 Command directiveDelete() {
     return {
         .words = "directive delete",
-        .summary = "Delete a directive from a website's block",
+        .summary = "Delete a directive of a website or the server",
         .action = remove,
-        .parameters = {DirectiveName, InSite},
+        .parameters = {DirectiveName, OfValue, InSite, OnPort},
         .operations = {"ApacheHelper::Apache_DeleteDirectivesInVH"},
         .examples = {"directive delete ServerSignature --site shop.example"},
     };

@@ -1,4 +1,4 @@
-// directive set: gives a site's directive another value.
+// directive set: gives a directive of a site, or of the server, another value.
 #include "commands/Commands.h"
 #include "commands/shared/Directives.h"
 
@@ -7,11 +7,15 @@ namespace zpweb {
 namespace {
 
 Outcome set(Transaction& change, const Arguments& given) {
-    return changeInSite(change, given, "Apache_UpdateDirectiveInVH",
-                        [&](ApacheHelper& helper, const std::string& staged, const std::string& site) {
-                            return helper.Apache_UpdateDirectiveInVH(staged, site, given[DirectiveName],
-                                                                     given[DirectiveValue], given[Quoted]);
-                        });
+    return changeDirective(
+        change, given,
+        {.operation = "Apache_UpdateDirectiveInVH",
+         .test = directiveTest(given[DirectiveName]),
+         .onlyLast = true,
+         .call = [&](ApacheHelper& helper, const std::string& staged, const std::string& domain) {
+             return helper.Apache_UpdateDirectiveInVH(staged, domain, given[DirectiveName],
+                                                      given[DirectiveValue], given[Quoted]);
+         }});
 }
 
 }  // namespace
@@ -19,9 +23,9 @@ Outcome set(Transaction& change, const Arguments& given) {
 Command directiveSet() {
     return {
         .words = "directive set",
-        .summary = "Give a website's directive another value",
+        .summary = "Give a directive of a website or the server another value",
         .action = set,
-        .parameters = {DirectiveName, DirectiveValue, InSite, Quoted},
+        .parameters = {DirectiveName, DirectiveValue, InSite, OnPort, Quoted},
         .operations = {"ApacheHelper::Apache_UpdateDirectiveInVH"},
         .examples = {"directive set ServerAdmin anna@shop.example --site shop.example"},
     };

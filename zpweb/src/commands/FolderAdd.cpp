@@ -7,12 +7,13 @@ namespace zpweb {
 namespace {
 
 Outcome add(Transaction& change, const Site& site, const Arguments& given) {
-    return editBlock(change, site, given[BlockFolder],
-                     [&](ApacheHelper& helper, const std::string& staged, const std::string& name,
-                         const std::string& folder) {
-                         StringVector lines = given[BlockLines];
-                         return helper.Apache_addDirectoryTag(staged, name, folder, lines);
-                     });
+    return editSections(
+        change, site, given, [](const Block&) { return true; },
+        [&](ApacheHelper& helper, const std::string& staged, const std::string& name,
+            const std::string& folder) {
+            StringVector lines = given[BlockLines];
+            return helper.Apache_addDirectoryTag(staged, name, folder, lines);
+        });
 }
 
 }  // namespace
@@ -22,7 +23,7 @@ Command folderAdd() {
         .words = "folder add",
         .summary = "Add a <Directory> block before a website's first",
         .action = add,
-        .parameters = {SiteName, BlockFolder, BlockLines},
+        .parameters = {SiteName, BlockFolder, BlockLines, OnPort},
         .operations = {"ApacheHelper::Apache_addDirectoryTag"},
         .examples = {"folder add shop.example /srv/shop/files --line 'Require all granted'"},
     };

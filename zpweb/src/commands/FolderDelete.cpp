@@ -7,8 +7,8 @@ namespace zpweb {
 namespace {
 
 Outcome remove(Transaction& change, const Site& site, const Arguments& given) {
-    return goneIsUpToDate(editBlock(
-        change, site, given[BlockFolder],
+    return goneIsUpToDate(editSections(
+        change, site, given, [&](const Block& block) { return hasSection(block, given[BlockFolder]); },
         [&](ApacheHelper& helper, const std::string& staged, const std::string& name,
             const std::string& folder) { return helper.Apache_deleteDirectoryTag(staged, name, folder); }));
 }
@@ -20,7 +20,7 @@ Command folderDelete() {
         .words = "folder delete",
         .summary = "Delete a <Directory> block",
         .action = remove,
-        .parameters = {SiteName, BlockFolder},
+        .parameters = {SiteName, BlockFolder, OnPort},
         .operations = {"ApacheHelper::Apache_deleteDirectoryTag"},
         .examples = {"folder delete shop.example /srv/shop/files"},
     };

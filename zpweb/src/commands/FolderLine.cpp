@@ -1,4 +1,6 @@
 // folder line: makes sure that a line is in a <Directory> block, or is not.
+#include <algorithm>
+
 #include "commands/Commands.h"
 #include "commands/shared/BlockLines.h"
 
@@ -9,13 +11,26 @@ namespace {
 constexpr auto TheLine = needed("LINE", Kind::Text, "The line");
 constexpr auto Remove = flag("--remove", "Remove it instead");
 
+// The library adds a line that is to be removed where there is none.
 Outcome haveLine(Transaction& change, const Site& site, const Arguments& given) {
-    return editBlock(change, site, given[BlockFolder],
-                     [&](ApacheHelper& helper, const std::string& staged, const std::string& name,
-                         const std::string& folder) {
-                         return helper.Apache_UpdateVHDirectiveContents(
-                             staged, name, "<Directory \"" + folder + "\"", given[TheLine], !given[Remove]);
-                     });
+    const std::string folder = given[BlockFolder];
+    const bool remove = given[Remove];
+    const bool there = std::any_of(site.places.begin(), site.places.end(),
+                                   [&](const Place& place) { return hasSection(*place.block, folder); });
+    const auto differs = [&](const Block& block) {
+        return hasSection(block, folder) && hasLine(block, folder, given[TheLine]) == remove;
+    };
+    const bool any = std::any_of(site.places.begin(), site.places.end(),
+                                 [&](const Place& place) { return differs(*place.block); });
+    if (there && !any) {
+        return done();  // already so
+    }
+    return editSections(change, site, given, differs,
+                        [&](ApacheHelper& helper, const std::string& staged, const std::string& name,
+                            const std::string& path) {
+                            return helper.Apache_UpdateVHDirectiveContents(
+                                staged, name, "<Directory \"" + path + "\"", given[TheLine], !remove);
+                        });
 }
 
 }  // namespace
@@ -25,7 +40,7 @@ Command folderLine() {
         .words = "folder line",
         .summary = "Make sure that a line is in a <Directory> block, or is not",
         .action = haveLine,
-        .parameters = {SiteName, BlockFolder, TheLine, Remove},
+        .parameters = {SiteName, BlockFolder, TheLine, Remove, OnPort},
         .operations = {"ApacheHelper::Apache_UpdateVHDirectiveContents"},
         .examples = {"folder line shop.example /srv/shop/files 'Options -Indexes'"},
     };

@@ -9,11 +9,12 @@ namespace {
 constexpr auto To = needed("TO", Kind::Path, "The other folder");
 
 Outcome move(Transaction& change, const Site& site, const Arguments& given) {
-    return editBlock(change, site, given[BlockFolder],
-                     [&](ApacheHelper& helper, const std::string& staged, const std::string& name,
-                         const std::string& folder) {
-                         return helper.Apache_UpdateDirectoryTagPath(staged, name, folder, given[To]);
-                     });
+    return editSections(
+        change, site, given, [&](const Block& block) { return hasSection(block, given[BlockFolder]); },
+        [&](ApacheHelper& helper, const std::string& staged, const std::string& name,
+            const std::string& folder) {
+            return helper.Apache_UpdateDirectoryTagPath(staged, name, folder, given[To]);
+        });
 }
 
 }  // namespace
@@ -23,7 +24,7 @@ Command folderMove() {
         .words = "folder move",
         .summary = "Point a <Directory> block at another folder",
         .action = move,
-        .parameters = {SiteName, BlockFolder, To},
+        .parameters = {SiteName, BlockFolder, To, OnPort},
         .operations = {"ApacheHelper::Apache_UpdateDirectoryTagPath"},
         .examples = {"folder move shop.example /srv/shop/files "
                      "/srv/shop/files-2"},

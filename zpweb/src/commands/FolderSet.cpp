@@ -7,12 +7,13 @@ namespace zpweb {
 namespace {
 
 Outcome set(Transaction& change, const Site& site, const Arguments& given) {
-    return editBlock(change, site, given[BlockFolder],
-                     [&](ApacheHelper& helper, const std::string& staged, const std::string& name,
-                         const std::string& folder) {
-                         StringVector lines = given[BlockLines];
-                         return helper.Apache_UpdateDirectoryDirectives(staged, name, folder, lines);
-                     });
+    return editSections(
+        change, site, given, [&](const Block& block) { return hasSection(block, given[BlockFolder]); },
+        [&](ApacheHelper& helper, const std::string& staged, const std::string& name,
+            const std::string& folder) {
+            StringVector lines = given[BlockLines];
+            return helper.Apache_UpdateDirectoryDirectives(staged, name, folder, lines);
+        });
 }
 
 }  // namespace
@@ -22,7 +23,7 @@ Command folderSet() {
         .words = "folder set",
         .summary = "Replace the lines of a <Directory> block",
         .action = set,
-        .parameters = {SiteName, BlockFolder, BlockLines},
+        .parameters = {SiteName, BlockFolder, BlockLines, OnPort},
         .operations = {"ApacheHelper::Apache_UpdateDirectoryDirectives"},
         .examples = {"folder set shop.example /srv/shop/files --line 'Require local'"},
     };

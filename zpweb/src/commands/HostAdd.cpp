@@ -1,52 +1,58 @@
 // host add: gives a site a further name.
-#include <algorithm>
-
 #include "CZPWebsite.h"
 #include "commands/Commands.h"
+#include "commands/shared/BlockEdit.h"
 #include "commands/shared/HostNames.h"
-#include "commands/shared/Operation.h"
+#include "conf/Bounds.h"
+#include "input/HostName.h"
 #include "input/Quoted.h"
 
 namespace zpweb {
 
 namespace {
 
-constexpr int ListedAlready = 2;
+// The library takes a name for listed when a listed one begins with it, drops a list of two characters, and
+// reads no long line: it sees the names that are in nobody's way.
+void showForAddition(View& view, const std::string& host) {
+    constexpr size_t Shown = 1000;
+    size_t length = 0;
+    view.showNames("ServerAlias", [&](const std::string& name) {
+        length += name.size() + 1;
+        return name.size() > 2 && !name.starts_with(host) && length < Shown;
+    });
+}
 
-Meaning additionMeaning(const std::string& site, const std::string& host, bool hasNames) {
-    return [=](int result) {
-        if (result == ListedAlready) {
-            return failure(Status::Exists,
-                           "host name " + inQuotes(host) +
-                               ": the library takes it for listed, since a listed name begins with it");
-        }
-        return result == NoAliasLine && !hasNames
-                   ? failure(Status::NotFound, "site " + inQuotes(site) + " has no ServerAlias line")
-                   : resultOf("AddHostHeader", result, {HostChanged});
-    };
+Outcome isFree(const Configuration& configuration, const Site& site, const std::string& host) {
+    const std::vector<Place> elsewhere = configuration.find(host);
+    return elsewhere.empty() || sameHost(host, site.name())
+               ? done()
+               : failure(Status::Exists, "host name " + inQuotes(host) + ": it is a site of its own, at " +
+                                             elsewhere.front().text());
 }
 
 Outcome add(Transaction& change, const Site& site, const Arguments& given) {
-    const std::string name = site.name();
     const std::string host = given[Host];
-    const std::vector<std::string> hosts = hostNamesOf(change.output(), site);
-    change.output().set("site", name);
+    change.output().set("site", site.name());
     change.output().set("host", host);
-    if (std::find(hosts.begin(), hosts.end(), host) != hosts.end()) {
-        return done();  // already so
+    if (Outcome free = isFree(change.configuration(), site, host); !free.ok()) {
+        return free;
     }
-    if (!hosts.empty()) {
-        if (const auto elsewhere = change.configuration().find(host); !elsewhere.empty()) {
-            return failure(Status::Exists, "host name " + inQuotes(host) +
-                                               ": it is a site of its own, at " + elsewhere.front().text());
-        }
+    auto blocks = runningBlocks(change.configuration(), site, given);
+    if (!blocks.ok()) {
+        return blocks.outcome();
     }
-    Edit edit = hostNameEdit(site);
-    edit.operation = [&](const std::string& staged) {
-        return CZPWebsite(nullptr, staged.c_str()).AddHostHeader(name, host);
-    };
-    edit.meaning = additionMeaning(name, host, !hosts.empty());
-    return change.edit(edit);
+    std::erase_if(*blocks, [&](const BlockAt& at) {
+        const Block& block = at.in(change.configuration());
+        return sameHost(block.name, host) || listsHost(block, host);
+    });
+    return editBlocks(change, *blocks,
+                      {.bound = zp::conf::bound::HostHeader,
+                       .show = [&](View& view) { showForAddition(view, host); },
+                       .run =
+                           [&](const std::string& staged, const std::string& domain) {
+                               return CZPWebsite(nullptr, staged.c_str()).AddHostHeader(domain, host);
+                           },
+                       .meaning = expecting("AddHostHeader", {0})});
 }
 
 }  // namespace
@@ -56,7 +62,7 @@ Command hostAdd() {
         .words = "host add",
         .summary = "Give a website a further name",
         .action = add,
-        .parameters = {SiteName, Host},
+        .parameters = {SiteName, Host, OnPort},
         .operations = {"CZPWebsite::AddHostHeader"},
         .examples = {"host add shop.example www.shop.example"},
     };

@@ -1,31 +1,68 @@
 // host remove: takes a further name of a site away.
-#include <algorithm>
-
 #include "CZPWebsite.h"
 #include "commands/Commands.h"
+#include "commands/shared/BlockEdit.h"
 #include "commands/shared/HostNames.h"
-#include "commands/shared/Operation.h"
+#include "conf/Bounds.h"
+#include "input/HostName.h"
 #include "input/Quoted.h"
 
 namespace zpweb {
 
 namespace {
 
-Outcome remove(Transaction& change, const Site& site, const Arguments& given) {
-    const std::string name = site.name();
-    const std::string host = given[Host];
-    const std::vector<std::string> hosts = hostNamesOf(change.output(), site);
-    change.output().set("site", name);
-    change.output().set("host", host);
-    if (std::find(hosts.begin(), hosts.end(), host) == hosts.end()) {
-        return done();  // already so
+// Why the name would go on leading to the block.
+Outcome canGo(const Block& block, const std::string& host) {
+    if (sameHost(block.name, host)) {
+        return failure("host name " + inQuotes(host) + ": it is the site's own name; see site rename");
     }
-    Edit edit = hostNameEdit(site);
-    edit.operation = [&](const std::string& staged) {
-        return CZPWebsite(nullptr, staged.c_str()).DeleteHostHeader(name, host);
-    };
-    edit.meaning = expecting("DeleteHostHeader", {HostChanged});
-    return change.edit(edit);
+    const std::string wildcard = wildcardFor(block, host);
+    return wildcard.empty() || wildcard == host
+               ? done()
+               : failure("host name " + inQuotes(host) + ": the site's " + inQuotes(wildcard) +
+                         " takes it in; remove that name, or list those that are to stay");
+}
+
+BlockOperation removalOf(const std::string& host) {
+    return {
+        .bound = zp::conf::bound::HostHeader,
+        // As the library compares them: to the letter.
+        .show =
+            [host](View& view) { view.showNames("ServerAlias", [](const std::string&) { return true; }); },
+        .run =
+            [host](const std::string& staged, const std::string& domain) {
+                return CZPWebsite(nullptr, staged.c_str()).DeleteHostHeader(domain, host);
+            },
+        .meaning = expecting("DeleteHostHeader", {0})};
+}
+
+// The name may be written in several ways.
+Outcome removeFrom(Transaction& change, const BlockAt& at, const std::string& host) {
+    const SameHost matches(host);
+    for (const std::string& name : hostNamesOf(at.in(change.configuration()))) {
+        if (matches(name)) {
+            if (Outcome removed = editBlock(change, at, removalOf(name)); !removed.ok()) {
+                return removed;
+            }
+        }
+    }
+    return done();
+}
+
+Outcome remove(Transaction& change, const Site& site, const Arguments& given) {
+    const std::string host = given[Host];
+    change.output().set("site", site.name());
+    change.output().set("host", host);
+    const auto blocks = runningBlocks(change.configuration(), site, given);
+    if (!blocks.ok()) {
+        return blocks.outcome();
+    }
+    Outcome outcome;
+    for (const BlockAt& at : *blocks) {
+        outcome = outcome.ok() ? canGo(at.in(change.configuration()), host) : outcome;
+        outcome = outcome.ok() ? removeFrom(change, at, host) : outcome;
+    }
+    return outcome;
 }
 
 }  // namespace
@@ -35,9 +72,9 @@ Command hostRemove() {
         .words = "host remove",
         .summary = "Take a further name away",
         .action = remove,
-        .parameters = {SiteName, Host},
+        .parameters = {SiteName, Host, OnPort},
         .operations = {"CZPWebsite::DeleteHostHeader"},
-        .examples = {"host remove shop.example www.shop.example"},
+        .examples = {"host remove shop.example old.shop.example"},
     };
 }
 

@@ -1,14 +1,15 @@
 // perl off: stops running a site's Perl and CGI scripts.
 #include "commands/Commands.h"
+#include "commands/shared/BlockEdit.h"
 #include "commands/shared/PerlSwitch.h"
 
 namespace zpweb {
 
 namespace {
 
-Outcome run(Transaction& change, const Site& site, const Arguments&) {
+Outcome run(Transaction& change, const Site& site, const Arguments& given) {
     return switchPerl(
-        change, site,
+        change, site, given,
         {.on = false, .operation = "DisablePerl", .call = [](CZPWebsite& website, const std::string& name) {
              return website.DisablePerl(name);
          }});
@@ -21,7 +22,7 @@ Command perlOff() {
         .words = "perl off",
         .summary = "Stop running them",
         .action = run,
-        .parameters = {SiteName},
+        .parameters = {SiteName, OnPort},
         .operations = {"CZPWebsite::DisablePerl"},
         .examples = {"perl off shop.example"},
     };

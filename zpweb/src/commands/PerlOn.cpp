@@ -1,14 +1,15 @@
 // perl on: runs a site's Perl and CGI scripts.
 #include "commands/Commands.h"
+#include "commands/shared/BlockEdit.h"
 #include "commands/shared/PerlSwitch.h"
 
 namespace zpweb {
 
 namespace {
 
-Outcome run(Transaction& change, const Site& site, const Arguments&) {
+Outcome run(Transaction& change, const Site& site, const Arguments& given) {
     return switchPerl(
-        change, site,
+        change, site, given,
         {.on = true, .operation = "EnablePerl", .call = [](CZPWebsite& website, const std::string& name) {
              return website.EnablePerl(name);
          }});
@@ -21,7 +22,7 @@ Command perlOn() {
         .words = "perl on",
         .summary = "Run a website's Perl and CGI scripts",
         .action = run,
-        .parameters = {SiteName},
+        .parameters = {SiteName, OnPort},
         .operations = {"CZPWebsite::EnablePerl"},
         .examples = {"perl on shop.example"},
     };

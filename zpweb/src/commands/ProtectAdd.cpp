@@ -1,5 +1,6 @@
 // protect add: puts a directory behind a password, or adds a user to it.
 #include "commands/Commands.h"
+#include "commands/shared/Overrides.h"
 #include "commands/shared/Protection.h"
 
 namespace zpweb {
@@ -8,6 +9,7 @@ namespace {
 
 Outcome protect(Transaction& change, const Arguments& given) {
     Outcome tool = needsTool();
+    tool = tool.ok() ? heedsAccessFiles(change.configuration(), given[ProtectedFolder]) : tool;
     return tool.ok() ? protectFor(change, given[ProtectedFolder], given[ProtectedUser], given.secret())
                      : tool;
 }

@@ -3,11 +3,9 @@
 
 #include "CZPWebsite.h"
 #include "commands/Commands.h"
-#include "commands/shared/Operation.h"
-#include "commands/shared/Scopes.h"
-#include "commands/shared/SiteEdit.h"
+#include "commands/shared/WholeBlock.h"
+#include "conf/Bounds.h"
 #include "input/HostName.h"
-#include "input/Quoted.h"
 #include "sys/File.h"
 #include "sys/GuardedFolder.h"
 
@@ -52,26 +50,23 @@ Outcome removeFolders(Transaction& change, const Block& block) {
     return done();
 }
 
-Edit deletionOf(const std::string& name) {
-    Edit edit;
-    edit.bound = bound::Deletion;
-    edit.site = name;
-    edit.scope = [name](const ConfigurationFile& file) {
-        Scope scope = siteScope(file, name);
-        scope.takesBlankLine = true;
-        return scope;
-    };
-    edit.operation = [name](const std::string& staged) {
-        return CZPWebsite(nullptr, staged.c_str()).DeleteWebsite(name.c_str(), 0);
-    };
-    edit.meaning = expecting("DeleteWebsite", {Deleted});
-    edit.look = [name](std::string_view made) {
-        return stoppedBlocks(made, name).empty()
-                   ? done()
-                   : failure("site " + inQuotes(name) +
-                             " cannot be deleted: its ServerName line has more on it");
-    };
-    return edit;
+Outcome removeBlocks(Transaction& change, const Site& site) {
+    const auto blocks =
+        blocksOf(change.configuration(), site, [](const Block& block) { return block.closed; });
+    if (blocks.size() != site.places.size()) {
+        return failure(site.first().text() +
+                       ": a <VirtualHost> of the site is never closed; close it first");
+    }
+    return editWhole(change, blocks,
+                     {.bound = zp::conf::bound::Deletion,
+                      .takesBlankLine = true,
+                      .run =
+                          [](const std::string& staged, const std::string& domain) {
+                              return CZPWebsite(nullptr, staged.c_str()).DeleteWebsite(domain.c_str(), 0);
+                          },
+                      .meaning = expecting("DeleteWebsite", {Deleted}),
+                      .took = [](std::string_view made) { return made.empty(); },
+                      .become = [](std::string_view) { return std::string(); }});
 }
 
 Outcome remove(Transaction& change, const Site& site, const Arguments& given) {
@@ -82,7 +77,7 @@ Outcome remove(Transaction& change, const Site& site, const Arguments& given) {
         }
     }
     change.output().set("site", name);
-    return editAll(change, site, deletionOf(name));
+    return removeBlocks(change, site);
 }
 
 }  // namespace

@@ -1,10 +1,12 @@
 // site list
 #include <algorithm>
-#include <unordered_set>
+#include <set>
+#include <unordered_map>
 
 #include "CZPWebsite.h"
 #include "commands/Commands.h"
 #include "commands/shared/Operation.h"
+#include "commands/shared/SiteBlocks.h"
 #include "conf/Text.h"
 #include "input/HostName.h"
 
@@ -13,52 +15,101 @@ namespace zpweb {
 namespace {
 
 constexpr auto Names = flag("--names", "Only the names, as the panel's own listing finds them");
+constexpr auto ByBlock = flag("--by-block", "One row for each block instead of each site");
 
 constexpr int Listed = 28;
 
-bool isReachable(std::string_view name) {
-    return std::all_of(name.begin(), name.end(),
-                       [](char c) { return static_cast<unsigned char>(c) > ' ' && c != ':' && c != '"'; });
+std::string keyOf(std::string_view name) {
+    std::string key(name);
+    std::transform(key.begin(), key.end(), key.begin(), zp::conf::lower);
+    const bool plain =
+        std::all_of(key.begin(), key.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+    const auto ascii = plain ? Expected<std::string>(key) : asciiHostName(key);
+    return ascii.ok() ? *ascii : key;
 }
 
-bool isSuspended(std::string_view root) { return zp::conf::equalIgnoringCase(root, "message.htm"); }
-
-// A name that stands twice at one address is served by the first block only; one with more on its line than
-// the name is not found by any operation.
-class Flags {
-public:
-    std::string_view of(const Block& block) {
-        claim_.assign(block.name);
-        std::transform(claim_.begin(), claim_.end(), claim_.begin(), zp::conf::lower);
-        claim_.append(" ").append(block.address);
-        if (!block.stopped && !claimed_.insert(claim_).second) {
-            return "duplicate";
+// All sites, in the order of their first blocks.
+std::vector<std::vector<Place>> sitesOf(const Configuration& configuration) {
+    std::vector<std::vector<Place>> sites;
+    std::unordered_map<std::string, size_t> numbers;
+    for (const auto& file : configuration.files()) {
+        for (const Block& block : file->blocks()) {
+            if (block.name.empty()) {
+                continue;
+            }
+            const auto [known, added] = numbers.try_emplace(keyOf(block.name), sites.size());
+            if (added) {
+                sites.emplace_back();
+            }
+            sites[known->second].push_back({file.get(), &block});
         }
-        return isReachable(block.name) ? "" : "unreachable";
     }
+    return sites;
+}
 
-private:
-    std::unordered_set<std::string> claimed_;
-    std::string claim_;
-};
+// A name that stands twice at one address is served by the first block only.
+bool hasDuplicate(const std::vector<Place>& places) {
+    std::set<std::string> addresses;
+    return std::any_of(places.begin(), places.end(), [&](const Place& place) {
+        return !place.block->stopped && !addresses.emplace(place.block->addresses).second;
+    });
+}
 
-void addRow(List& rows, const Place& place, std::string_view flag) {
-    const Block& block = *place.block;
+std::vector<std::string> flagsOf(const std::vector<Place>& places) {
+    std::vector<std::string> flags;
+    if (hasDuplicate(places)) {
+        flags.emplace_back("duplicate");
+    }
+    if (!isServerName(places.front().block->name)) {
+        flags.emplace_back("unreachable");
+    }
+    return flags;
+}
+
+std::string addressesOf(const std::vector<Place>& places) {
+    std::string all;
+    for (const Place& place : places) {
+        all.append(all.empty() ? "" : " ").append(zp::conf::trimEnd(place.block->addresses));
+    }
+    return all;
+}
+
+std::string blocksAsJson(const std::vector<Place>& places) {
+    std::string json = "[";
+    for (const Place& place : places) {
+        json += (json.size() > 1 ? "," : "") + blockAsJson(place);
+    }
+    return json + "]";
+}
+
+std::string readableOf(std::string_view name) {
+    const std::string readable =
+        zp::conf::contains(name, "xn--") ? readableHostName(std::string(name)) : std::string();
+    return readable == name ? std::string() : readable;
+}
+
+void addRow(List& rows, const std::vector<Place>& places, bool json) {
+    const Block& block = *places.front().block;
+    const std::string readable = readableOf(block.name);
     rows.row().add("name", block.name);
-    const std::string readable = readableHostName(std::string(block.name));
-    if (readable != block.name && !readable.empty()) {
+    if (!readable.empty()) {
         rows.add("readable", readable);
     }
-    rows.add("state", block.stopped             ? "stopped"
-                      : isSuspended(block.root) ? "suspended"
-                                                : "running")
-        .add("address", block.address)
-        .add("root", block.root)
-        .add("file", place.file->path())
-        .add("line", static_cast<long>(block.nameLine + 1))
-        .add("place", place.text());
-    if (!flag.empty()) {
-        rows.add("flag", flag);
+    rows.add("state", stateOf(places));
+    const std::vector<std::string> flags = flagsOf(places);
+    if (json) {
+        std::vector<std::string> names;
+        for (const Place& place : places) {
+            addHostNames(*place.block, names);
+        }
+        const std::string blocks = blocksAsJson(places);
+        rows.add("names", names).add("blocks", JsonText{blocks}).add("flags", flags);
+    } else {
+        const std::string addresses = addressesOf(places);
+        rows.add("address", addresses).add("root", block.root).add("place", places.front().text());
+        if (!flags.empty()) {
+            rows.add("flags", flags);
+        }
     }
 }
 
@@ -85,17 +136,18 @@ Outcome list(Session& session, const Configuration& configuration, const Argumen
     if (given[Names]) {
         return listNames(session);
     }
-    std::vector<std::string> columns = {"name", "state", "address", "root", "place", "flag"};
+    std::vector<std::string> columns = {"name", "state", "address", "root", "place", "flags"};
     if (hasInternationalisedName(configuration)) {
         columns.insert(columns.begin() + 1, "readable");
     }
     List& rows = session.output.list("sites", std::move(columns));
-    Flags flags;
-    for (const auto& file : configuration.files()) {
-        for (const Block& block : file->blocks()) {
-            if (!block.name.empty()) {
-                addRow(rows, {file.get(), &block}, flags.of(block));
-            }
+    for (const std::vector<Place>& places : sitesOf(configuration)) {
+        if (!given[ByBlock]) {
+            addRow(rows, places, session.settings.json);
+            continue;
+        }
+        for (const Place& place : places) {
+            addRow(rows, {place}, session.settings.json);
         }
     }
     return done();
@@ -108,14 +160,13 @@ Command siteList() {
         .words = "site list",
         .summary = "List the websites",
         .action = list,
-        .parameters = {Names},
+        .parameters = {ByBlock, Names},
         .operations = {"CZPWebsite::ListWebsites", "CZPWebsite::VHostsInIncFile"},
         .more =
-            "A site is flagged \"duplicate\" when its name stands before at the same address, so that it "
-            "is "
-            "never served, and \"unreachable\" when more than the name stands on its ServerName line, so "
-            "that no operation finds it.",
-        .examples = {"site list", "site list --json"},
+            "A site is flagged \"duplicate\" when its name stands twice at the same address, so that only "
+            "the "
+            "first block is served, and \"unreachable\" when no request can ask for its name.",
+        .examples = {"site list", "site list --by-block", "site list --json"},
     };
 }
 

@@ -1,10 +1,14 @@
 // site set: changes a site's settings.
 #include <sys/stat.h>
 
+#include <algorithm>
+
 #include "commands/Commands.h"
+#include "commands/shared/HostNames.h"
 #include "commands/shared/Merge.h"
 #include "commands/shared/Operation.h"
-#include "input/Quoted.h"
+#include "conf/Text.h"
+#include "input/HostName.h"
 #include "sys/File.h"
 #include "sys/GuardedFolder.h"
 
@@ -56,7 +60,7 @@ MergeRequest requestFrom(const Arguments& given) {
     static const std::vector<PairsOption> pairs = {
         {Alias, &UpdateVHost::Alias, {"Alias"}},
         {ScriptAlias, &UpdateVHost::ScriptAlias, {"ScriptAlias"}},
-        {Proxy, &UpdateVHost::ProxyPass, {"ProxyPass", "ProxyPassReverse", "Redirect"}},
+        {Proxy, &UpdateVHost::ProxyPass, {"ProxyPass"}},
         {Redirect, &UpdateVHost::Redirect, {"Redirect"}},
         {ErrorDocument, &UpdateVHost::ErrorDoc, {"ErrorDocument"}}};
     static const std::vector<WordsOption> words = {{HostNames, &UpdateVHost::ServerAlias, "ServerAlias"},
@@ -98,26 +102,59 @@ Outcome setMode(Transaction& change, const Place& place, const std::string& fold
     return done();
 }
 
+std::string lowerHostOf(std::string_view target) {
+    std::string host(hostOf(zp::conf::upTo(target.substr(target.find("://") + 3), "/")));
+    std::transform(host.begin(), host.end(), host.begin(), zp::conf::lower);
+    return host;
+}
+
+// Would the block answer with a redirection to what it redirects?
+bool leadsToItself(const Block& block, const NameValueSt& redirection) {
+    const std::string& target = redirection.Value;
+    const size_t scheme = target.find("://");
+    if (scheme == std::string::npos || (target.substr(0, scheme) == "https") != block.tls) {
+        return false;
+    }
+    const std::string host = lowerHostOf(target);
+    const size_t slash = target.find('/', scheme + 3);
+    const std::string path = slash == std::string::npos ? "/" : target.substr(slash);
+    return (sameHost(block.name, host) || listsHost(block, host)) && path.starts_with(redirection.Name);
+}
+
+Outcome setInBlock(Transaction& change, const BlockAt& at, MergeRequest request) {
+    const Block& block = at.in(change.configuration());
+    const size_t looping = std::erase_if(request.record.Redirect, [&](const NameValueSt& redirection) {
+        return leadsToItself(block, redirection);
+    });
+    if (looping > 0) {
+        change.output().note(at.place(change.configuration()) +
+                             ": left without a redirection that would lead to itself");
+    }
+    return mergeInto(change, at, request, "UpdateWebsite", [](CZPWebsite& website, UpdateVHost& record) {
+        return website.UpdateWebsite(&record);
+    });
+}
+
 Outcome set(Transaction& change, const Site& site, const Arguments& given) {
-    const Place& place = site.first();
-    MergeRequest request = requestFrom(given);
-    request.domain = site.name();
-    request.folder = given[Folder].value_or("");
+    const MergeRequest request = requestFrom(given);
     if (const auto bits = given[Mode]) {
-        Outcome mode = setMode(change, place, request.folder, modeOf(*bits));
+        Outcome mode = setMode(change, site.first(), given[Folder].value_or(""), modeOf(*bits));
         if (!mode.ok()) {
             return mode;
         }
     } else if (request.keywords.empty()) {
         return failure(Status::Usage, "site set: nothing to set; expected one of its options");
     }
-    change.output().set("site", request.domain);
-    if (request.keywords.empty()) {
-        return done();
+    change.output().set("site", site.name());
+    const auto blocks = runningBlocks(change.configuration(), site, given);
+    if (!blocks.ok() || request.keywords.empty()) {
+        return blocks.outcome();
     }
-    return mergeInto(
-        change, place.file->path(), request, "UpdateWebsite",
-        [](CZPWebsite& website, UpdateVHost& record) { return website.UpdateWebsite(&record); });
+    Outcome outcome;
+    for (const BlockAt& at : *blocks) {
+        outcome = outcome.ok() ? setInBlock(change, at, request) : outcome;
+    }
+    return outcome;
 }
 
 }  // namespace
@@ -128,7 +165,7 @@ Command siteSet() {
         .summary = "Change a website's settings",
         .action = set,
         .parameters = {SiteName, Alias, ScriptAlias, Proxy, Redirect, ErrorDocument, HostNames, Include,
-                       Index, Mode, Folder},
+                       Index, Mode, Folder, OnPort},
         .operations = {"CZPWebsite::UpdateWebsite", "CZPWebsite::GetWebsiteInfo"},
         .more =
             "An empty VALUE removes the entry NAME. An existing script alias keeps its target; remove it "

@@ -2,6 +2,7 @@
 #include "commands/Commands.h"
 #include "commands/shared/Readable.h"
 #include "commands/shared/SiteInfo.h"
+#include "commands/shared/SiteBlocks.h"
 
 namespace zpweb {
 
@@ -30,7 +31,7 @@ std::string octal(mode_t mode) {
 // What single operations find out: whether the site is listed, its address, whose it is, its root.
 void showFindings(Output& output, const Configuration& configuration, const Place& place,
                   const std::string& file) {
-    const std::string domain(place.block->name);
+    const std::string domain = domainOf(*place.block);
     CZPWebsite website(nullptr, file.c_str());
     std::string address;
     std::string sharedAddress;
@@ -48,19 +49,36 @@ void showFindings(Output& output, const Configuration& configuration, const Plac
     output.set("root", root.empty() ? std::string(place.block->root) : root);
 }
 
+std::vector<std::string> hostNamesOfAll(const Site& site) {
+    std::vector<std::string> names;
+    for (const Place& place : site.places) {
+        addHostNames(*place.block, names);
+    }
+    return names;
+}
+
+void showBlocks(Output& output, const Site& site) {
+    std::string blocks = "[";
+    for (const Place& place : site.places) {
+        blocks += (blocks.size() > 1 ? "," : "") + blockAsJson(place);
+    }
+    blocks += "]";
+    output.set("blocks", JsonText{blocks});
+}
+
 Outcome show(Session& session, const Configuration& configuration, const Site& site, const Arguments&) {
-    const Place& place = site.places.front();
-    const Readable readable(*place.file);
-    const SiteInfo info(session.output, readable.path(), place.block->name);
+    const Place& place = site.first();
+    const Readable readable(*place.block);
+    const SiteInfo info(session.output, readable.path(), domainOf(*place.block));
     if (Outcome read = resultOf("GetWebsiteInfo", info.result, {InfoRead, InfoWithoutMode}); !read.ok()) {
         return read;
     }
     Output& output = session.output;
-    output.set("site", info.domain);
-    output.set("state", place.block->stopped ? "stopped" : "running");
+    output.set("site", site.name());
+    output.set("state", stateOf(site.places));
     showFindings(output, configuration, place, readable.path());
     output.set("mode", known(info.result == InfoRead ? octal(info.record.AccessMode) : ""));
-    output.set("host_names", info.record.ServerAlias);
+    output.set("host_names", hostNamesOfAll(site));
     output.set("index", info.record.DirIndex);
     output.set("include", info.record.Include);
     setPairs(output, "alias", info.record.Alias);
@@ -74,6 +92,9 @@ Outcome show(Session& session, const Configuration& configuration, const Site& s
         all.push_back(each.text());
     }
     output.set("places", all);
+    if (session.settings.json) {
+        showBlocks(output, site);
+    }
     return done();
 }
 

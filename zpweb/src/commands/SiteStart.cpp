@@ -1,22 +1,33 @@
 // site start: takes the comment marks of a stopped site's blocks away.
 #include "CZPWebsite.h"
 #include "commands/Commands.h"
-#include "commands/shared/SiteSwitch.h"
+#include "commands/shared/WholeBlock.h"
+#include "conf/Bounds.h"
+#include "text/Marks.h"
 
 namespace zpweb {
 
 namespace {
 
-constexpr char Started = 29;
+constexpr int Started = 29;
 
-Outcome start(Transaction& change, const Site& site, const Arguments&) {
-    return switchSite(change, site,
-                      {.stop = false,
-                       .operation =
-                           [](const std::string& staged, const std::string& name) {
-                               return CZPWebsite(nullptr, staged.c_str()).StartWebsite(name.c_str());
-                           },
-                       .meaning = expecting("StartWebsite", {Started})});
+Outcome start(Transaction& change, const Site& site, const Arguments& given) {
+    change.output().set("site", site.name());
+    change.output().set("state", "running");
+    const auto port = given[OnPort];
+    const auto blocks = blocksOf(change.configuration(), site, [&](const Block& block) {
+        return block.stopped && (!port || isOnPort(block, std::to_string(*port)));
+    });
+    return editWhole(change, blocks,
+                     {.bound = zp::conf::bound::SiteSwitch,
+                      .commented = true,
+                      .run =
+                          [](const std::string& staged, const std::string& domain) {
+                              return CZPWebsite(nullptr, staged.c_str()).StartWebsite(domain.c_str());
+                          },
+                      .meaning = expecting("StartWebsite", {Started}),
+                      .took = [](std::string_view made) { return made.starts_with('<'); },
+                      .become = withoutMarks});
 }
 
 }  // namespace
@@ -26,7 +37,7 @@ Command siteStart() {
         .words = "site start",
         .summary = "Start a stopped website",
         .action = start,
-        .parameters = {SiteName},
+        .parameters = {SiteName, OnPort},
         .operations = {"CZPWebsite::StartWebsite"},
         .examples = {"site start shop.example"},
         .onStopped = true,

@@ -3,6 +3,7 @@
 #include "commands/Commands.h"
 #include "commands/shared/Operation.h"
 #include "commands/shared/Readable.h"
+#include "commands/shared/SiteBlocks.h"
 
 namespace zpweb {
 
@@ -12,15 +13,15 @@ constexpr char Running = 34;
 constexpr char NotRunning = 33;
 
 Outcome status(Session& session, const Configuration&, const Site& site, const Arguments&) {
-    const Place& place = site.places.front();
-    const std::string name(place.block->name);
-    const Readable readable(*place.file, name);
+    const Place& place = site.first();
+    const std::string name = domainOf(*place.block);
+    const Readable readable(*place.block);
     CZPWebsite website(nullptr, readable.path().c_str());
     const int result = quietly(session.output, [&] { return website.GetWebsiteStatus(name); });
     Outcome known = resultOf("GetWebsiteStatus", result, {Running, NotRunning});
     if (known.ok()) {
-        session.output.set("site", name);
-        session.output.set("state", result == Running ? "running" : "stopped");
+        session.output.set("site", site.name());
+        session.output.set("state", result == Running ? stateOf(site.places) : "stopped");
     }
     return known;
 }

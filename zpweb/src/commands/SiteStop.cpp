@@ -1,22 +1,35 @@
 // site stop: turns a site's blocks into comments.
 #include "CZPWebsite.h"
 #include "commands/Commands.h"
-#include "commands/shared/SiteSwitch.h"
+#include "commands/shared/WholeBlock.h"
+#include "conf/Bounds.h"
+#include "conf/Text.h"
+#include "text/Marks.h"
 
 namespace zpweb {
 
 namespace {
 
-constexpr char Stopped = 30;
+constexpr int Stopped = 30;
 
-Outcome stop(Transaction& change, const Site& site, const Arguments&) {
-    return switchSite(change, site,
-                      {.stop = true,
-                       .operation =
-                           [](const std::string& staged, const std::string& name) {
-                               return CZPWebsite(nullptr, staged.c_str()).StopWebsite(name.c_str());
-                           },
-                       .meaning = expecting("StopWebsite", {Stopped})});
+Outcome stop(Transaction& change, const Site& site, const Arguments& given) {
+    change.output().set("site", site.name());
+    change.output().set("state", "stopped");
+    if (site.isStopped()) {
+        return done();  // already so
+    }
+    const auto blocks = runningBlocks(change.configuration(), site, given);
+    return blocks.ok()
+               ? editWhole(change, *blocks,
+                           {.bound = zp::conf::bound::SiteSwitch,
+                            .run =
+                                [](const std::string& staged, const std::string& domain) {
+                                    return CZPWebsite(nullptr, staged.c_str()).StopWebsite(domain.c_str());
+                                },
+                            .meaning = expecting("StopWebsite", {Stopped}),
+                            .took = [](std::string_view made) { return made.starts_with('#'); },
+                            .become = withMarks})
+               : blocks.outcome();
 }
 
 }  // namespace
@@ -26,7 +39,7 @@ Command siteStop() {
         .words = "site stop",
         .summary = "Stop a website: its block becomes a comment",
         .action = stop,
-        .parameters = {SiteName},
+        .parameters = {SiteName, OnPort},
         .operations = {"CZPWebsite::StopWebsite"},
         .more =
             "Each line of the block gets one comment mark more, comments too, and \"site start\" takes "

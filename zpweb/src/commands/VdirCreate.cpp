@@ -1,8 +1,8 @@
 // vdir create: gives a directory of a site a block of its own.
 #include "commands/Commands.h"
+#include "commands/shared/BlockLines.h"
 #include "commands/shared/DirectoryBlock.h"
-#include "commands/shared/Operation.h"
-#include "commands/shared/Scopes.h"
+#include "conf/Bounds.h"
 #include "input/Quoted.h"
 #include "sys/File.h"
 
@@ -10,39 +10,62 @@ namespace zpweb {
 
 namespace {
 
-constexpr char BlockMade = 83;
-constexpr char BlockThere = 1;
+constexpr int BlockMade = 83;
+
+// The library takes the directory for that of the DocumentRoot line where the block has one.
+void showRoot(View& view, const std::string& folder) {
+    view.show(isOneOf({"DocumentRoot"}));
+    if (view.lines().size() == 3) {
+        view.provide("DocumentRoot \"" + folder + "\"");
+    }
+}
+
+std::vector<std::string> passwordFileOf(const SDDir& record) {
+    const std::string site = record.DomainName;
+    return {std::string(record.WebAdminPath) + "/" + site + "/webusers_" + site + ".htpasswd"};
+}
+
+Outcome createIn(Transaction& change, const BlockAt& at, const std::string& site, const Arguments& given) {
+    const bool exact = change.settings().exact;
+    SDDir record = directoryRecord(given, at.in(change.configuration()), exact);
+    return editBlock(
+        change, at,
+        {.bound = zp::conf::bound::None,
+         .show = [&](View& view) { showRoot(view, given[Folder]); },
+         .run =
+             [&](const std::string& staged, const std::string&) {
+                 return CZPVirtualDirectory(nullptr, staged.c_str()).CreateVirtualDirectory(&record, 0);
+             },
+         .meaning = expecting("CreateVirtualDirectory", {BlockMade}),
+         .adjusted =
+             [&](std::string_view made) {
+                 return exact ? std::string(made) : withAccess(made, given, site, {});
+             }});
+}
 
 Outcome create(Transaction& change, const Site& site, const Arguments& given) {
-    const Place& place = site.first();
-    if (Outcome sound = fitTogether(given); !sound.ok()) {
-        return sound;
-    }
     const std::string folder = given[Folder];
+    const std::string name = site.name();
     if (!isFolder(folder)) {
         return failure(Status::NotFound,
                        "path " + inQuotes(folder) + ": no such folder; expected one that is there");
     }
-    Outcome present = existsAlready(folder + " has a block already: see vdir set");
-    if (blockHas(place, opensFolder(folder))) {
-        return present;
+    auto blocks = runningBlocks(change.configuration(), site, given);
+    if (!blocks.ok()) {
+        return blocks.outcome();
     }
-    SDDir record = directoryRecord(given, place);
-    Edit edit = directoryEdit(place, folder);
-    if (record.AnonAccess == '1') {
-        const std::string name = record.DomainName;
-        edit.makes = {std::string(record.WebAdminPath) + "/" + name + "/webusers_" + name + ".htpasswd"};
-        if (change.settings().dryRun) {
-            change.output().note("would make " + edit.makes.front() + " if it is missing");
-        }
+    std::erase_if(*blocks,
+                  [&](const BlockAt& at) { return hasSection(at.in(change.configuration()), folder); });
+    if (blocks->empty()) {
+        return existsAlready(folder + " has a block already: see vdir set");
     }
-    edit.operation = [&](const std::string& staged) {
-        return CZPVirtualDirectory(nullptr, staged.c_str()).CreateVirtualDirectory(&record, 0);
-    };
-    edit.meaning = expecting("CreateVirtualDirectory", {BlockMade}, BlockThere, present);
     change.output().set("site", given[SiteName]);
     change.output().set("folder", folder);
-    return change.edit(edit);
+    Outcome outcome;
+    for (const BlockAt& at : *blocks) {
+        outcome = outcome.ok() ? createIn(change, at, name, given) : outcome;
+    }
+    return outcome;
 }
 
 }  // namespace

@@ -1,27 +1,35 @@
 // vdir delete: removes a directory's block.
 #include "commands/Commands.h"
+#include "commands/shared/BlockLines.h"
 #include "commands/shared/DirectoryBlock.h"
-#include "commands/shared/Operation.h"
-#include "commands/shared/Scopes.h"
+#include "conf/Bounds.h"
 
 namespace zpweb {
 
 namespace {
 
-constexpr char BlockRemoved = 85;
+constexpr int BlockRemoved = 85;
 
 Outcome remove(Transaction& change, const Site& site, const Arguments& given) {
-    const Place& place = site.first();
     const std::string folder = given[Folder];
-    if (!blockHas(place, opensFolder(folder))) {
+    auto blocks = runningBlocks(change.configuration(), site, given);
+    if (!blocks.ok()) {
+        return blocks.outcome();
+    }
+    std::erase_if(*blocks,
+                  [&](const BlockAt& at) { return !hasSection(at.in(change.configuration()), folder); });
+    if (blocks->empty()) {
         return isNotThere(folder + " has no block in this site");
     }
-    Edit edit = directoryEdit(place, folder);
-    edit.operation = [&](const std::string& staged) {
-        return CZPVirtualDirectory(nullptr, staged.c_str()).DeleteVirtualDirectory(folder.c_str());
-    };
-    edit.meaning = expecting("DeleteVirtualDirectory", {BlockRemoved});
-    return change.edit(edit);
+    return editBlocks(
+        change, *blocks,
+        {.bound = zp::conf::bound::None,
+         .show = [&](View& view) { view.showSections(opensDirectory(folder)); },
+         .run =
+             [&](const std::string& staged, const std::string&) {
+                 return CZPVirtualDirectory(nullptr, staged.c_str()).DeleteVirtualDirectory(folder.c_str());
+             },
+         .meaning = expecting("DeleteVirtualDirectory", {BlockRemoved})});
 }
 
 }  // namespace
@@ -31,7 +39,7 @@ Command vdirDelete() {
         .words = "vdir delete",
         .summary = "Remove a folder's block",
         .action = remove,
-        .parameters = {SiteName, Folder},
+        .parameters = {SiteName, Folder, OnPort},
         .operations = {"CZPVirtualDirectory::DeleteVirtualDirectory"},
         .examples = {"vdir delete shop.example /home/anna/shop.example/www/html/files"},
     };

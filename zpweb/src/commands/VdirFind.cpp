@@ -17,9 +17,9 @@ constexpr char AliasMissing = 88;
 Outcome find(Session& session, const Configuration&, const Site& site, const Arguments& given) {
     const std::string alias = given[Alias];
     SDDir record{};
-    fillField(record.DomainName, std::string(site.places.front().block->name));
+    fillField(record.DomainName, domainOf(*site.first().block));
     fillField(record.DirName, alias.starts_with('/') ? alias.substr(1) : alias);
-    const Readable readable(*site.places.front().file);
+    const Readable readable(*site.first().block);
     CZPVirtualDirectory manager(nullptr, readable.path().c_str());
     const int result = quietly(session.output, [&] { return manager.CheckVirDir(&record); });
     const Meaning meaning = expecting(

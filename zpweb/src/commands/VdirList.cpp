@@ -9,8 +9,8 @@ namespace zpweb {
 namespace {
 
 Outcome list(Session& session, const Configuration&, const Site& site, const Arguments&) {
-    const std::string name(site.places.front().block->name);
-    const Readable readable(*site.places.front().file);
+    const std::string name = domainOf(*site.first().block);
+    const Readable readable(*site.first().block);
     CZPVirtualDirectory manager(nullptr, readable.path().c_str());
     StringVector pairs;
     const int result =

@@ -1,39 +1,59 @@
-// vdir set: replaces a directory's settings.
+// vdir set: changes what is named of a directory's settings, and keeps the rest.
 #include "commands/Commands.h"
+#include "commands/shared/BlockLines.h"
 #include "commands/shared/DirectoryBlock.h"
-#include "commands/shared/Operation.h"
-#include "commands/shared/Scopes.h"
+#include "conf/Bounds.h"
 
 namespace zpweb {
 
 namespace {
 
-constexpr char LineMalformed = 87;
-constexpr char BlockUpdated = 89;
+constexpr int LineMalformed = 87;
+constexpr int BlockUpdated = 89;
+
+// Where the block has no such section yet, the update takes the character for protection the other way.
+char protection(bool wanted, bool hasSection) { return wanted == hasSection ? '1' : '0'; }
+
+Outcome setIn(Transaction& change, const BlockAt& at, const std::string& site, const Arguments& given) {
+    const std::string folder = given[Folder];
+    const bool exact = change.settings().exact;
+    const Statements statements(at.in(change.configuration()).text);
+    const std::vector<Statement> present = sectionOf(statements, folder);
+    SDDir record = directoryRecord(given, at.in(change.configuration()), exact);
+    record.AnonAccess =
+        protection(exact && given[Protect], hasSection(at.in(change.configuration()), folder));
+    return editBlock(
+        change, at,
+        {.bound = zp::conf::bound::None,
+         .show =
+             [&](View& view) {
+                 view.showSections(opensDirectory(folder),
+                                   [&](const Statement& statement) { return isNamed(given, statement); });
+             },
+         .run =
+             [&](const std::string& staged, const std::string&) {
+                 return CZPVirtualDirectory(nullptr, staged.c_str()).UpdateVirtualDirectory(&record);
+             },
+         .meaning = expecting("UpdateVirtualDirectory", {BlockUpdated}, LineMalformed,
+                              failure("a <Directory> line of the site has no closing quote")),
+         .adjusted =
+             [&](std::string_view made) {
+                 return exact ? std::string(made) : withAccess(made, given, site, present);
+             },
+         .makes = exact && given[Protect] ? std::vector<std::string>{folder + "/webusers.htpasswd"}
+                                          : std::vector<std::string>()});
+}
 
 Outcome set(Transaction& change, const Site& site, const Arguments& given) {
-    const Place& place = site.first();
-    if (Outcome sound = fitTogether(given); !sound.ok()) {
-        return sound;
-    }
-    const std::string folder = given[Folder];
-    SDDir record = directoryRecord(given, place);
-    // Where the site has no such block yet, the update takes the character for protection the other way.
-    if (!blockHas(place, opensFolder(folder))) {
-        record.AnonAccess = given[Protect] ? '0' : '1';
-    }
-    Edit edit = directoryEdit(place, folder);
-    if (given[Protect]) {
-        edit.makes = {folder + "/webusers.htpasswd"};
-    }
-    edit.operation = [&](const std::string& staged) {
-        return CZPVirtualDirectory(nullptr, staged.c_str()).UpdateVirtualDirectory(&record);
-    };
-    edit.meaning = expecting("UpdateVirtualDirectory", {BlockUpdated}, LineMalformed,
-                             failure("a <Directory> line of the site has no closing quote"));
+    const std::string name = site.name();
+    const auto blocks = runningBlocks(change.configuration(), site, given);
     change.output().set("site", given[SiteName]);
-    change.output().set("folder", folder);
-    return change.edit(edit);
+    change.output().set("folder", given[Folder]);
+    Outcome outcome = blocks.outcome();
+    for (size_t i = 0; outcome.ok() && i < blocks->size(); ++i) {
+        outcome = setIn(change, (*blocks)[i], name, given);
+    }
+    return outcome;
 }
 
 }  // namespace
@@ -41,7 +61,7 @@ Outcome set(Transaction& change, const Site& site, const Arguments& given) {
 Command vdirSet() {
     return {
         .words = "vdir set",
-        .summary = "Replace a folder's settings",
+        .summary = "Change a folder's settings",
         .action = set,
         .parameters = blockSettings(),
         .operations = {"CZPVirtualDirectory::UpdateVirtualDirectory"},

@@ -22,11 +22,11 @@ std::string switchText(const SOptions& options) {
 }
 
 Outcome show(Session& session, const Configuration&, const Site& site, const Arguments& given) {
-    const Place& place = site.places.front();
+    const Place& place = site.first();
     SDDir record{};
-    fillField(record.DomainName, std::string(place.block->name));
+    fillField(record.DomainName, domainOf(*place.block));
     fillField(record.DirPath, given[Folder]);
-    const Readable readable(*place.file);
+    const Readable readable(*place.block);
     CZPVirtualDirectory manager(nullptr, readable.path().c_str());
     Output& output = session.output;
     const int present = quietly(output, [&] { return manager.VirtualDirectoryExists(&record); });
@@ -39,7 +39,7 @@ Outcome show(Session& session, const Configuration&, const Site& site, const Arg
     }
     const int aliases =
         quietly(output, [&] { return manager.DirectoryRequired(record.DomainName, record.DirPath); });
-    output.set("site", place.block->name);
+    output.set("site", site.name());
     output.set("folder", record.DirPath);
     output.set("allow", record.Allow);
     output.set("deny", record.Deny);

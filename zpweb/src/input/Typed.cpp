@@ -172,6 +172,19 @@ Typed optionSwitch(const std::string& value) {
                       "expected + or - and one of " + std::string(Options));
 }
 
+// A site that is there may have a name that no new one gets, or none: then it is named by its place.
+Typed siteName(const std::string& value) {
+    constexpr std::string_view More = "._*-:[]";
+    const bool plain = !value.empty() && std::all_of(value.begin(), value.end(), [&](char c) {
+        return zp::conf::isLetter(c) || (c >= '0' && c <= '9') || zp::conf::contains(More, {&c, 1});
+    });
+    if (value.starts_with('/') && value.find(':') != std::string::npos) {
+        return line("site", value, "<>\"'`$", "expected a name, or FILE:LINE");
+    }
+    Typed ascii = asciiHostName(value);
+    return ascii.ok() || !plain ? ascii : value;
+}
+
 }  // namespace
 
 Expected<std::string> typedValue(Kind kind, std::string_view name, const std::string& value,
@@ -180,8 +193,9 @@ Expected<std::string> typedValue(Kind kind, std::string_view name, const std::st
         case Kind::Flag:
             return value;
         case Kind::HostName:
-        case Kind::Site:
             return asciiHostName(value);
+        case Kind::Site:
+            return siteName(value);
         case Kind::Address:
             return address(value);
         case Kind::Path:

@@ -19,7 +19,7 @@
 namespace zpweb {
 
 // The version of what --json prints; see docs/zpweb.md.
-inline constexpr int JsonSchema = 1;
+inline constexpr int JsonSchema = 2;
 
 class Output {
 public:

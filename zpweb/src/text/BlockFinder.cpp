@@ -55,6 +55,10 @@ void BlockReader::take(std::string_view text, size_t line) {
         case 's':
             if (is(keyword::ServerName)) {
                 takeServerName(argumentsOf(text, keyword::ServerName), line);
+            } else if (is(keyword::ServerAlias)) {
+                block_.moreAliases = !block_.aliases.empty();
+                block_.aliases = block_.moreAliases ? block_.aliases
+                                                    : logicalLine(argumentsOf(text, keyword::ServerAlias));
             } else if (is("SSLEngine")) {
                 block_.tls = equalIgnoringCase(values_.first(argumentsOf(text, "SSLEngine")), "on");
             }
@@ -102,8 +106,10 @@ void BlockFinder::take(const LineStart& line) {
             live_->take(line.text, line.number);
         }
     } else if (isTag(line.text, keyword::VirtualHost)) {
-        finish(line.raw.data(), line.number, false);  // one that is never closed
-        live_.emplace(line, line.text, false, values_);
+        if (!tagArguments(line.text, keyword::VirtualHost).empty()) {  // else it is prose
+            finish(line.raw.data(), line.number, false);               // one that is never closed
+            live_.emplace(line, line.text, false, values_);
+        }
     } else if (live_ && isTag(line.text, keyword::VirtualHostEnd)) {
         finish(endOf(line, logicalLine(line.raw)), line.number + 1, true);
     } else if (live_) {
@@ -118,7 +124,9 @@ void BlockFinder::takeComment(const LineStart& line) {
     if (isTag(text, keyword::VirtualHost)) {
         const std::string_view tag = zp::conf::trimEnd(zp::conf::upTo(text, "\n"));
         commented_.reset();
-        if (tag.ends_with('>') && !tagArguments(tag, keyword::VirtualHost).empty()) {
+        // A tag that goes on in the next line has its addresses there.
+        if (tag.ends_with('\\') ||
+            (tag.ends_with('>') && !tagArguments(tag, keyword::VirtualHost).empty())) {
             commented_.emplace(line, tag, true, values_);
         }
     } else if (commented_ && isTag(text, keyword::VirtualHostEnd)) {
@@ -141,6 +149,7 @@ void BlockFinder::finish(const char* end, size_t line, bool closed) {
     Block block = live_->ended(end, line);
     block.closed = closed;
     block.conditional = inCondition();
+    block.macro = macro_;
     (inMacro() ? contents_.templates : contents_.blocks).push_back(block);
     live_.reset();
 }
@@ -151,7 +160,10 @@ void BlockFinder::takeSection(std::string_view text) {
     const std::string_view name = zp::conf::upTo(text.substr(closes ? 2 : 1), " \t\r\n>");
     if (!closes) {
         sections_.push_back(name);
-        macros_ += equalIgnoringCase(name, "Macro") ? 1 : 0;
+        if (equalIgnoringCase(name, "Macro")) {
+            ++macros_;
+            macro_ = tagArguments(text, "<Macro");
+        }
         return;
     }
     const auto same = [name](std::string_view open) { return equalIgnoringCase(open, name); };

@@ -58,6 +58,7 @@ private:
     std::optional<BlockReader> live_, commented_;
     std::vector<std::string_view> sections_;  // open ones around blocks, by their names
     int macros_ = 0;
+    std::string_view macro_;  // the words of the last macro's tag
 };
 
 }  // namespace zpweb

@@ -21,10 +21,13 @@ struct Block {
     size_t nameLine = 0;         // the line of the ServerName that counts; without one, the opening line
     std::string_view address;    // the first one, as written: 10.0.0.5:80, [2001:db8::1], *:80
     std::string_view addresses;  // all of them
-    std::string_view name;  // of its server, without scheme, port and quotes; empty without a ServerName
-    std::string_view root;  // DocumentRoot, without quotes
-    std::string_view home;  // the path of its first <Directory>
+    std::string_view name;     // of its server, without scheme, port and quotes; empty without a ServerName
+    std::string_view root;     // DocumentRoot, without quotes
+    std::string_view home;     // the path of its first <Directory>
+    std::string_view aliases;  // the words of its first ServerAlias line
+    std::string_view macro;    // of a template: the words of its <Macro> tag
     bool stopped = false, closed = false;
+    bool moreAliases = false;  // has more than one ServerAlias line
     bool tls = false;          // has "SSLEngine on"
     bool suspended = false;    // includes the page that answers for a suspended site
     bool conditional = false;  // stands in <IfModule>, <IfDefine> or the like

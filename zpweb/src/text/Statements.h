@@ -29,7 +29,7 @@ struct Statement {
     bool is(std::string_view keyword) const;
     bool opens(std::string_view section) const;
     std::string_view indentation() const;
-    std::vector<Word> words() const { return wordsOf(arguments); }
+    std::vector<Word> words() const { return writtenWords(arguments); }
     std::string argument(size_t number) const;  // without quotes; empty when there are fewer
 };
 

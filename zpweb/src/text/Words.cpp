@@ -102,7 +102,7 @@ std::optional<Word> nextWord(std::string_view& rest) {
     return word;
 }
 
-std::vector<Word> wordsOf(std::string_view text) {
+std::vector<Word> writtenWords(std::string_view text) {
     std::vector<Word> words;
     while (const auto word = nextWord(text)) {
         words.push_back(*word);

@@ -22,7 +22,7 @@ std::string_view logicalLine(std::string_view text);
 
 // Takes the next word off a text. The end of the logical line is the end.
 std::optional<Word> nextWord(std::string_view& rest);
-std::vector<Word> wordsOf(std::string_view text);
+std::vector<Word> writtenWords(std::string_view text);
 
 // Is the text, behind white space, this keyword and nothing longer?
 bool isDirective(std::string_view text, std::string_view keyword);

@@ -1,7 +1,9 @@
 #include "commands/shared/Addresses.h"
 
+#include "commands/shared/BlockEdit.h"
 #include "commands/shared/Operation.h"
 #include "commands/shared/Scopes.h"
+#include "conf/Bounds.h"
 #include "conf/Line.h"
 #include "input/Quoted.h"
 
@@ -27,10 +29,9 @@ Scope addressScope(const ConfigurationFile& file, const std::string& name, const
     return scope;
 }
 
-}  // namespace
-
-Outcome moveAddress(Transaction& change, const Site& site, const Arguments& given,
-                    const AddressMove& move) {
+// On servers before 2.4 an address is shared by a line of its own, which the operation keeps.
+Outcome moveAnnounced(Transaction& change, const Site& site, const Arguments& given,
+                      const AddressMove& move) {
     const Place& place = site.first();
     const std::string name = site.name();
     const std::string oldAddress = bareAddress(place.block->address);
@@ -49,6 +50,54 @@ Outcome moveAddress(Transaction& change, const Site& site, const Arguments& give
     change.output().set("site", name);
     change.output().set("address", newAddress);
     return change.edit(edit);
+}
+
+bool sharesByLine(Output& output) {
+    int major = 0;
+    int minor = 0;
+    int minorMinor = 0;
+    static_cast<void>(quietly(output, [&] {
+        getApacheVersion(major, minor, minorMinor);
+        return 0;
+    }));
+    return major > 0 && (major < 2 || (major == 2 && minor < 4));
+}
+
+// The block keeps its port.
+Outcome moveBlock(Transaction& change, const BlockAt& at, const std::string& to, const AddressMove& move) {
+    const Block& block = at.in(change.configuration());
+    const std::string from = bareAddress(block.address);
+    if (writtenWords(block.addresses).size() != 1) {
+        return failure(at.place(change.configuration()) +
+                       ": the block has several addresses; leave it one first");
+    }
+    return editBlock(change, at,
+                     {.bound = zp::conf::bound::Addressing,
+                      .show = [](View& view) { view.showAddress(0, View::Port::Kept); },
+                      .run =
+                          [&](const std::string& staged, const std::string& domain) {
+                              CZPWebsite website(nullptr, staged.c_str());
+                              return move.call(website, from, to.empty() ? from : to, domain);
+                          },
+                      .meaning = expecting(move.operation, {move.moved})});
+}
+
+}  // namespace
+
+Outcome moveAddress(Transaction& change, const Site& site, const Arguments& given,
+                    const AddressMove& move) {
+    if (sharesByLine(change.output())) {
+        return moveAnnounced(change, site, given, move);
+    }
+    const std::string address = given[NewAddress].value_or("");
+    change.output().set("site", site.name());
+    change.output().set("address", address.empty() ? bareAddress(site.first().block->address) : address);
+    const auto blocks = runningBlocks(change.configuration(), site, given);
+    Outcome outcome = blocks.outcome();
+    for (size_t i = 0; outcome.ok() && i < blocks->size(); ++i) {
+        outcome = moveBlock(change, (*blocks)[i], address, move);
+    }
+    return outcome;
 }
 
 }  // namespace zpweb

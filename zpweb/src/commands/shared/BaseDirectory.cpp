@@ -1,8 +1,10 @@
 #include "commands/shared/BaseDirectory.h"
 
-#include "commands/shared/Operation.h"
-#include "commands/shared/Scopes.h"
-#include "conf/Line.h"
+#include <algorithm>
+
+#include "commands/shared/BlockLines.h"
+#include "conf/Bounds.h"
+#include "input/Quoted.h"
 
 namespace zpweb {
 
@@ -10,34 +12,39 @@ namespace {
 
 constexpr int BaseDirChanged = 96;
 
-// The library keeps one php_admin_value line a folder, whatever it sets. Others than open_basedir stay.
-bool isBaseDir(std::string_view text) {
-    return zp::conf::beginsIgnoringCase(text, "php_admin_value") &&
-           zp::conf::contains(text, "open_basedir");
+// The library keeps one php_admin_value line a folder, whatever it sets: it sees no other.
+bool isBaseDir(const Statement& statement) {
+    return statement.is("php_admin_value") && statement.argument(0) == "open_basedir";
+}
+
+void showFolder(View& view, const std::string& folder) {
+    view.showSections(opensDirectory(folder), isBaseDir);
+    if (std::none_of(view.lines().begin(), view.lines().end(),
+                     [](const ViewLine& line) { return line.kind == ViewLine::Kind::SectionOpens; })) {
+        view.provideDirectory(folder);
+    }
+    view.dropEmptySections();
 }
 
 }  // namespace
 
 Outcome changeBaseDirectory(Transaction& change, const Site& site, const Arguments& given,
                             const BaseDirectoryChange& wanted) {
-    const Place& place = site.first();
-    const std::string name = site.name();
     const std::string folder = given[BaseFolder];
-    if (!blockHas(place, opensFolder(folder))) {
-        return failure(Status::NotFound, folder + " has no block in this site: see vdir create");
+    change.output().set("site", site.name());
+    const auto blocks = runningBlocks(change.configuration(), site, given);
+    if (!blocks.ok()) {
+        return blocks.outcome();
     }
-    Edit edit;
-    edit.file = place.file->path();
-    edit.bound = bound::Handler;
-    edit.site = name;
-    edit.scope = [&](const ConfigurationFile& file) { return siteScope(file, name, isBaseDir); };
-    edit.operation = [&](const std::string& staged) {
-        CZPWebsite website(nullptr, staged.c_str());
-        return wanted.call(website, name, folder);
-    };
-    edit.meaning = expecting(wanted.operation, {BaseDirChanged});
-    change.output().set("site", name);
-    return change.edit(edit);
+    return editBlocks(change, *blocks,
+                      {.bound = zp::conf::bound::SiteDirectory,
+                       .show = [&](View& view) { showFolder(view, folder); },
+                       .run =
+                           [&](const std::string& staged, const std::string& domain) {
+                               CZPWebsite website(nullptr, staged.c_str());
+                               return wanted.call(website, domain, folder);
+                           },
+                       .meaning = expecting(wanted.operation, {BaseDirChanged})});
 }
 
 }  // namespace zpweb

@@ -1,21 +1,67 @@
 #include "commands/shared/BlockLines.h"
 
-#include "commands/shared/Operation.h"
-#include "commands/shared/Scopes.h"
+#include <algorithm>
+
+#include "conf/Bounds.h"
+#include "conf/Text.h"
 #include "input/Quoted.h"
 
 namespace zpweb {
 
-Outcome editBlock(Transaction& change, const Site& site, const std::string& folder, const BlockCall& call) {
-    const Target target{site.first().file->path(), site.name()};
-    const auto scope = [&](const ConfigurationFile& file) {
-        return sectionScope(file, target.site, opensFolder(folder));
-    };
-    return runOn(change, target,
-                 {"folder " + inQuotes(folder), bound::Directive, scope,
-                  [&](ApacheHelper& helper, const std::string& staged) {
-                      return call(helper, staged, target.site, folder);
-                  }});
+namespace {
+
+bool isDirectory(const Statement& statement) { return statement.opens("Directory"); }
+
+// A new section comes before the first one; in a block without any, to its end.
+void showDirectories(View& view) {
+    view.showSections(isDirectory);
+    const auto& lines = view.lines();
+    if (std::none_of(lines.begin(), lines.end(),
+                     [](const ViewLine& line) { return line.kind == ViewLine::Kind::SectionOpens; })) {
+        view.provideDirectory("/");
+    }
+}
+
+}  // namespace
+
+bool hasSection(const Block& block, const std::string& folder) {
+    const Statements statements(block.text);
+    const StatementTest opens = opensDirectory(folder);
+    return std::any_of(statements.begin(), statements.end(), [&](const Statement& statement) {
+        return opens(statement) && statement.scope == 0;
+    });
+}
+
+bool hasLine(const Block& block, const std::string& folder, const std::string& line) {
+    const Statements statements(block.text);
+    const StatementTest opens = opensDirectory(folder);
+    return std::any_of(statements.begin(), statements.end(), [&](const Statement& statement) {
+        return statement.section != None && opens(statements[statement.section]) &&
+               zp::conf::beginsIgnoringCase(canonical(statement), line);
+    });
+}
+
+Outcome editSections(Transaction& change, const Site& site, const Arguments& given, const BlockTest& test,
+                     const BlockCall& call) {
+    const std::string folder = given[BlockFolder];
+    auto blocks = runningBlocks(change.configuration(), site, given);
+    if (!blocks.ok()) {
+        return blocks.outcome();
+    }
+    std::erase_if(*blocks, [&](const BlockAt& at) { return !test(at.in(change.configuration())); });
+    if (blocks->empty()) {
+        return failure(Status::NotFound,
+                       "folder " + inQuotes(folder) + ": not found in site " + inQuotes(site.name()));
+    }
+    return editBlocks(change, *blocks,
+                      {.bound = zp::conf::bound::Directive,
+                       .show = showDirectories,
+                       .run =
+                           [&](const std::string& staged, const std::string& domain) {
+                               ApacheHelper helper;
+                               return call(helper, staged, domain, folder);
+                           },
+                       .meaning = expecting("folder " + inQuotes(folder), {0})});
 }
 
 }  // namespace zpweb

@@ -4,7 +4,8 @@
 #include <functional>
 #include <string>
 
-#include "commands/shared/LineOperation.h"
+#include "ApacheHelper.h"
+#include "commands/shared/BlockEdit.h"
 #include "commands/table/Arguments.h"
 #include "commands/table/Site.h"
 
@@ -13,8 +14,14 @@ namespace zpweb {
 inline constexpr auto BlockFolder = needed("FOLDER", Kind::Path, "The folder of the block");
 inline constexpr auto BlockLines = options("--line", Kind::Text, "DIRECTIVE", "A line of the block");
 
+// Has the section for the directory such a line?
+bool hasLine(const Block& block, const std::string& folder, const std::string& line);
+bool hasSection(const Block& block, const std::string& folder);
+
 using BlockCall = std::function<int(ApacheHelper&, const std::string& staged, const std::string& site,
                                     const std::string& folder)>;
-Outcome editBlock(Transaction& change, const Site& site, const std::string& folder, const BlockCall& call);
+// In each of the site's blocks that passes the test; NotFound when there is none.
+Outcome editSections(Transaction& change, const Site& site, const Arguments& given, const BlockTest& test,
+                     const BlockCall& call);
 
 }  // namespace zpweb

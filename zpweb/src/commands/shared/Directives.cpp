@@ -1,66 +1,202 @@
 #include "commands/shared/Directives.h"
 
-#include "commands/shared/Operation.h"
-#include "commands/shared/Scopes.h"
-#include "commands/table/Site.h"
+#include <algorithm>
+#include <memory>
+
+#include "conf/Bounds.h"
+#include "conf/Text.h"
+#include "input/Quoted.h"
 
 namespace zpweb {
 
 namespace {
 
-Expected<Target> siteTarget(const Configuration& configuration, const Arguments& given) {
-    if (!given.has(InSite)) {
-        return failure(Status::Usage, "--site is missing: the directive is changed in a site");
+// Of these each line counts, and none takes the place of another.
+bool isCumulative(const std::string& name) {
+    static constexpr std::string_view names[] = {"AddDefaultCharset",
+                                                 "AddHandler",
+                                                 "AddOutputFilter",
+                                                 "AddOutputFilterByType",
+                                                 "AddType",
+                                                 "Alias",
+                                                 "AliasMatch",
+                                                 "BrowserMatch",
+                                                 "CustomLog",
+                                                 "Define",
+                                                 "ErrorDocument",
+                                                 "Header",
+                                                 "Include",
+                                                 "IncludeOptional",
+                                                 "Listen",
+                                                 "LoadModule",
+                                                 "LogFormat",
+                                                 "PassEnv",
+                                                 "php_admin_flag",
+                                                 "php_admin_value",
+                                                 "php_flag",
+                                                 "php_value",
+                                                 "ProxyPass",
+                                                 "ProxyPassMatch",
+                                                 "ProxyPassReverse",
+                                                 "Redirect",
+                                                 "RedirectMatch",
+                                                 "RedirectPermanent",
+                                                 "RedirectTemp",
+                                                 "RequestHeader",
+                                                 "RewriteCond",
+                                                 "RewriteMap",
+                                                 "RewriteRule",
+                                                 "ScriptAlias",
+                                                 "ScriptAliasMatch",
+                                                 "ServerAlias",
+                                                 "SetEnv",
+                                                 "SetEnvIf",
+                                                 "SetEnvIfNoCase",
+                                                 "Use"};
+    return std::any_of(std::begin(names), std::end(names),
+                       [&](std::string_view each) { return zp::conf::equalIgnoringCase(each, name); });
+}
+
+size_t countOf(const Statements& statements, size_t level, const StatementTest& test) {
+    return static_cast<size_t>(std::count_if(
+        statements.begin(), statements.end(),
+        [&](const Statement& statement) { return statement.scope == level && test(statement); }));
+}
+
+Outcome canChange(const std::string& name, const DirectiveChange& wanted, size_t lines) {
+    return wanted.onlyLast && lines > 1 && isCumulative(name)
+               ? failure(Status::Usage,
+                         inQuotes(name) + " stands there " + std::to_string(lines) +
+                             " times, and each counts: delete the one with its value, and add "
+                             "another")
+               : done();
+}
+
+void showFor(View& view, const DirectiveChange& wanted) {
+    const size_t last = lastOf(view.statements(), view.level(), wanted.test);
+    view.show([&](const Statement& statement) {
+        return wanted.test(statement) && (!wanted.onlyLast || &statement == &view.statements()[last]);
+    });
+}
+
+Outcome notFound(const Arguments& given) {
+    const auto site = given[InSite];
+    return failure(
+        Status::NotFound,
+        "directive " + inQuotes(given[DirectiveName]) + ": " +
+            (site ? "site " + inQuotes(*site) + " has none of its own" : "the server's level has none") +
+            (zp::conf::equalIgnoringCase(given[DirectiveName], "ServerName") ? "; see site rename" : ""));
+}
+
+Outcome changeInBlocks(Transaction& change, const Arguments& given, const DirectiveChange& wanted) {
+    const auto site = findRunning(change.configuration(), *given[InSite]);
+    if (!site.ok()) {
+        return site.outcome();
     }
-    return targetOf(configuration, given);
+    const auto blocks = runningBlocks(change.configuration(), *site, given);
+    if (!blocks.ok()) {
+        return blocks.outcome();
+    }
+    bool found = false;
+    for (const BlockAt& at : *blocks) {
+        const size_t lines = countOf(Statements(at.in(change.configuration()).text), 0, wanted.test);
+        if (lines == 0) {
+            continue;
+        }
+        found = true;
+        Outcome changed = canChange(given[DirectiveName], wanted, lines);
+        changed = changed.ok() ? editBlock(change, at,
+                                           {.bound = zp::conf::bound::Directive,
+                                            .show = [&](View& view) { showFor(view, wanted); },
+                                            .run =
+                                                [&](const std::string& staged, const std::string& domain) {
+                                                    ApacheHelper helper;
+                                                    return wanted.call(helper, staged, domain);
+                                                },
+                                            .meaning = expecting(wanted.operation, {0})})
+                               : changed;
+        if (!changed.ok()) {
+            return changed;
+        }
+    }
+    return found ? done() : notFound(given);
+}
+
+// What stands in no block of a file is shown as one.
+Outcome changeInFile(Transaction& change, const std::string& file, const DirectiveChange& wanted) {
+    Edit edit;
+    edit.file = file;
+    edit.bound = zp::conf::bound::Directive;
+    std::string domain;
+    edit.excerpt = [&](const ConfigurationFile& current) {
+        const std::string& text = current.content().text();
+        const auto view = std::make_shared<View>(View::ofServer(text));
+        showFor(*view, wanted);
+        domain = view->domain();
+        return Excerpt{text, view->text(), [view](std::string_view made) { return view->laidBack(made); }};
+    };
+    edit.operation = [&](const std::string& staged) {
+        ApacheHelper helper;
+        return wanted.call(helper, staged, domain);
+    };
+    edit.meaning = expecting(wanted.operation, {0});
+    return change.edit(edit);
+}
+
+Outcome changeOnServer(Transaction& change, const Arguments& given, const DirectiveChange& wanted) {
+    std::vector<std::string> files;  // that have it, the last one first
+    size_t lines = 0;
+    for (const auto& file : change.configuration().files()) {
+        if (const size_t here = countOf(Statements(file->content().text()), None, wanted.test); here > 0) {
+            files.insert(files.begin(), file->path());
+            lines += here;
+        }
+    }
+    if (files.empty()) {
+        return notFound(given);
+    }
+    if (!wanted.onlyLast && lines > 1 && !given.has(DirectiveValue)) {
+        return failure(Status::Usage, inQuotes(given[DirectiveName]) + " stands there " +
+                                          std::to_string(lines) +
+                                          " times: name the VALUE of the one that is meant");
+    }
+    if (Outcome can = canChange(given[DirectiveName], wanted, lines); !can.ok()) {
+        return can;
+    }
+    return changeInFile(change, files.front(), wanted);
 }
 
 }  // namespace
-
-Expected<Target> targetOf(const Configuration& configuration, const Arguments& given) {
-    const auto name = given[InSite];
-    if (!name) {
-        return Target{configuration.main().path(), ""};
-    }
-    const auto site = findRunning(configuration, *name);
-    return site.ok() ? Expected(Target{site->first().file->path(), site->name()}) : site.outcome();
-}
 
 std::string wholeLine(const Arguments& given) {
     const std::string value = given[DirectiveValue];
     return given[DirectiveName] + " " + (given[Quoted] ? "\"" + value + "\"" : value);
 }
 
-Outcome changeInSite(Transaction& change, const Arguments& given, const char* operation,
-                     const SiteCall& call) {
-    const auto target = siteTarget(change.configuration(), given);
-    if (!target.ok()) {
-        return target.outcome();
-    }
-    return runOn(change, *target,
-                 {operation, bound::Directive,
-                  [&](const ConfigurationFile& file) {
-                      return siteScope(file, target->site, beginsWithAny({given[DirectiveName]}));
-                  },
-                  [&](ApacheHelper& helper, const std::string& staged) {
-                      return call(helper, staged, target->site);
-                  }});
+StatementTest directiveTest(const std::string& name, const std::optional<std::string>& value) {
+    return [=](const Statement& statement) {
+        if (!statement.is(name)) {
+            return false;
+        }
+        const std::string written = canonical(statement);
+        const std::string_view arguments =
+            zp::conf::skipSpace(std::string_view(written).substr(statement.name.size()));
+        return !value || arguments == *value || arguments == "\"" + *value + "\"";
+    };
 }
 
-Outcome addInSite(Transaction& change, const Arguments& given, const char* operation,
-                  const SiteCall& call) {
-    const auto target = siteTarget(change.configuration(), given);
-    if (!target.ok()) {
-        return target.outcome();
+size_t lastOf(const Statements& statements, size_t level, const StatementTest& test) {
+    for (size_t i = statements.size(); i-- > 0;) {
+        if (statements[i].scope == level && test(statements[i])) {
+            return i;
+        }
     }
-    return runOn(change, *target,
-                 {operation, bound::AddDirective,
-                  [&](const ConfigurationFile& file) {
-                      return sectionScope(file, target->site, [](std::string_view) { return false; });
-                  },
-                  [&](ApacheHelper& helper, const std::string& staged) {
-                      return call(helper, staged, target->site);
-                  }});
+    return None;
+}
+
+Outcome changeDirective(Transaction& change, const Arguments& given, const DirectiveChange& wanted) {
+    return given.has(InSite) ? changeInBlocks(change, given, wanted)
+                             : changeOnServer(change, given, wanted);
 }
 
 }  // namespace zpweb

@@ -1,11 +1,14 @@
 // Single directives of the server or of a site.
 #pragma once
 
+#include <optional>
 #include <string>
 
+#include "ApacheHelper.h"
+#include "commands/shared/BlockEdit.h"
 #include "commands/shared/LineOperation.h"
 #include "commands/table/Arguments.h"
-#include "text/Scope.h"
+#include "text/Statements.h"
 
 namespace zpweb {
 
@@ -13,15 +16,21 @@ inline constexpr auto DirectiveName = needed("NAME", Kind::Word, "The directive"
 inline constexpr auto DirectiveValue = needed("VALUE", Kind::Text, "Its value");
 inline constexpr auto Quoted = flag("--quoted", "The value stands in quotes");
 
-// The site that --site names; without it, the server's level of the main file.
-Expected<Target> targetOf(const Configuration& configuration, const Arguments& given);
 // The directive's line, as the call gives it.
 std::string wholeLine(const Arguments& given);
 
-using SiteCall = std::function<int(ApacheHelper&, const std::string& staged, const std::string& site)>;
-// On the site that --site names: changes lines that begin with the directive, or adds a line only.
-Outcome changeInSite(Transaction& change, const Arguments& given, const char* operation,
-                     const SiteCall& call);
-Outcome addInSite(Transaction& change, const Arguments& given, const char* operation, const SiteCall& call);
+// The statements of a block that are this directive; with a value, those that have it.
+StatementTest directiveTest(const std::string& name, const std::optional<std::string>& value = {});
+// The last of them that stand in the block itself, or at the server's level; None without one.
+size_t lastOf(const Statements& statements, size_t level, const StatementTest& test);
+
+// A change of lines: in the blocks of the site that --site names, or at the server's level.
+struct DirectiveChange {
+    const char* operation;
+    StatementTest test;
+    bool onlyLast;  // that is the one that counts
+    std::function<int(ApacheHelper&, const std::string& staged, const std::string& domain)> call;
+};
+Outcome changeDirective(Transaction& change, const Arguments& given, const DirectiveChange& wanted);
 
 }  // namespace zpweb

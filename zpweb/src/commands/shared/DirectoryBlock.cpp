@@ -1,15 +1,18 @@
 #include "commands/shared/DirectoryBlock.h"
 
-#include "commands/shared/Operation.h"
-#include "commands/shared/Scopes.h"
+#include <algorithm>
+
+#include "commands/shared/WebUsers.h"
+#include "conf/Text.h"
+#include "host/Fields.h"
 #include "sys/File.h"
+#include "text/Restrictions.h"
 
 namespace zpweb {
 
 namespace {
 
-// The folder above the site's home: creation looks there for the owner, and puts the password file there.
-std::string parentOfHome(const Place& place) { return folderOf(std::string(place.block->home)); }
+using zp::conf::equalIgnoringCase;
 
 void setOption(SOptions& options, std::string_view name, char state) {
     for (const DirectoryOption& each : DirectoryOptions) {
@@ -19,46 +22,138 @@ void setOption(SOptions& options, std::string_view name, char state) {
     }
 }
 
+bool asksForHosts(const Arguments& given) { return given.has(Allow) || given.has(Deny) || given[Order]; }
+
+bool asksForUsers(const std::vector<Statement>& statements) {
+    return std::any_of(statements.begin(), statements.end(), [](const Statement& statement) {
+        const std::string first = statement.argument(0);
+        return statement.is("Require") &&
+               (equalIgnoringCase(first, "valid-user") || equalIgnoringCase(first, "user") ||
+                equalIgnoringCase(first, "group"));
+    });
+}
+
+// Terms that are there and say more than by which users: they hold beside the users that are asked for.
+std::vector<std::string> presentTerms(const std::vector<Statement>& present) {
+    std::vector<std::string> lines;
+    for (const Statement& statement : present) {
+        const bool term = zp::conf::beginsIgnoringCase(statement.name, "Require");
+        if (term && !equalIgnoringCase(statement.argument(0), "valid-user")) {
+            lines.push_back(canonical(statement));
+        }
+    }
+    if (lines.size() > 1) {
+        lines.insert(lines.begin(), "<RequireAny>");
+        lines.emplace_back("</RequireAny>");
+    }
+    return lines;
+}
+
+std::vector<std::string> authentication(const std::string& file) {
+    return {"AuthType Basic", "AuthName \"Restricted Area\"", "AuthBasicProvider file",
+            "AuthUserFile \"" + file + "\""};
+}
+
+std::vector<std::string> accessLines(const Arguments& given, const std::string& site,
+                                     const std::vector<Statement>& present) {
+    const bool users = given[Protect] || asksForUsers(present);
+    std::vector<std::string> lines;
+    if (given[Protect]) {
+        lines = authentication(WebUsers(site, given[Folder]).file());
+    }
+    std::vector<std::string> terms;
+    if (asksForHosts(given)) {
+        terms = requireLines({given[Allow].value_or(""), given[Deny].value_or(""), !given[Order], users});
+    } else if (given[Protect]) {
+        terms = presentTerms(present);
+        terms.emplace_back("Require valid-user");
+        if (terms.size() > 1) {
+            terms.insert(terms.begin(), "<RequireAll>");
+            terms.emplace_back("</RequireAll>");
+        }
+    }
+    lines.insert(lines.end(), terms.begin(), terms.end());
+    return lines;
+}
+
+// The Options line that is there, with what was switched.
+std::string optionsLine(const Arguments& given, const std::vector<Statement>& present) {
+    for (const Statement& statement : present) {
+        if (statement.is("Options")) {
+            std::vector<std::string> words;
+            for (const Word& word : statement.words()) {
+                words.push_back(word.value());
+            }
+            return switchedOptions(words, given[Switches]);
+        }
+    }
+    return {};
+}
+
 }  // namespace
 
-SDDir directoryRecord(const Arguments& given, const Place& place) {
+SDDir directoryRecord(const Arguments& given, const Block& block, bool withAccess) {
     SDDir record{};
-    fillField(record.DomainName, std::string(place.block->name));
-    fillField(record.DirPath, given[Folder]);
-    fillField(record.WebAdminPath, parentOfHome(place));
-    record.Order = given[Order] ? 1 : 0;
+    zp::host::setField(record.DomainName, domainOf(block));
+    zp::host::setField(record.DirPath, given[Folder]);
+    // Creation looks in the folder above the site's home for the owner: where there is none, nothing is
+    // handed over.
+    const bool handsOver = given[TakeOver] || withAccess;
+    zp::host::setField(record.WebAdminPath, handsOver ? folderOf(std::string(block.home)) : "/nonexistent");
     for (const std::string& option : given[Switches]) {
         setOption(record.Options, std::string_view(option).substr(1), option.front());
     }
-    fillField(record.Allow, given[Allow].value_or(""));
-    fillField(record.Deny, given[Deny].value_or(""));
-    record.AnonAccess = given[Protect] ? '1' : 0;
+    if (withAccess) {
+        record.Order = given[Order] ? 1 : 0;
+        zp::host::setField(record.Allow, given[Allow].value_or(""));
+        zp::host::setField(record.Deny, given[Deny].value_or(""));
+        record.AnonAccess = given[Protect] ? '1' : 0;
+    }
     record.PerlEnabled = given[Perl] ? '1' : '0';
     record.RubyOnRails = given[Rails] ? '1' : '0';
     return record;
 }
 
-// Apache 2.4 opens a folder that "Require all granted" stands in, whatever else does.
-Outcome fitTogether(const Arguments& given) {
-    if (given[Protect] && (given.has(Allow) || given[Order])) {
-        return failure(
-            Status::Usage,
-            "a folder cannot be both open (--allow, --order) and behind a password (--protect): the "
-            "server would leave it open");
+std::string withAccess(std::string_view made, const Arguments& given, const std::string& site,
+                       const std::vector<Statement>& present) {
+    const std::string opening = "<Directory \"" + given[Folder] + "\"";
+    const std::string options = optionsLine(given, present);
+    std::string text;
+    bool inside = false;
+    for (const std::string_view line : Lines(made).all) {
+        const std::string_view start = zp::conf::skipSpace(line);
+        inside = inside || zp::conf::beginsIgnoringCase(start, opening);
+        if (inside && zp::conf::beginsIgnoringCase(start, "</Directory>")) {
+            for (const std::string& each : accessLines(given, site, present)) {
+                text += "\t\t" + each + "\n";
+            }
+            inside = false;
+        }
+        const bool replaced = inside && !options.empty() && isDirective(start, "Options");
+        text.append(replaced ? "\t\t" + options : std::string(line)).append("\n");
     }
-    return done();
+    return text;
 }
 
-Edit directoryEdit(const Place& place, const std::string& folder) {
-    Edit edit;
-    edit.file = place.file->path();
-    edit.bound = bound::Any;
-    const std::string name(place.block->name);
-    edit.site = name;
-    edit.scope = [name, folder](const ConfigurationFile& file) {
-        return sectionScope(file, name, opensFolder(folder));
-    };
-    return edit;
+bool isNamed(const Arguments& given, const Statement& statement) {
+    const bool options = statement.is("Options") && !given[Switches].empty();
+    const bool perl =
+        statement.is("AddHandler") && given[Perl] && equalIgnoringCase(statement.argument(0), "cgi-script");
+    const bool who = zp::conf::beginsIgnoringCase(statement.name, "Require") || statement.is("Order") ||
+                     statement.is("Allow") || statement.is("Deny") || statement.is("Satisfy");
+    return options || perl || (who && (asksForHosts(given) || given[Protect])) ||
+           (given[Protect] && isRestriction(statement));
+}
+
+std::vector<Statement> sectionOf(const Statements& statements, const std::string& folder) {
+    const StatementTest opens = opensDirectory(folder);
+    std::vector<Statement> found;
+    for (const Statement& opening : statements) {
+        if (opens(opening) && opening.scope == 0 && opening.end != None) {
+            found.assign(&opening + 1, &statements[opening.end]);
+        }
+    }
+    return found;
 }
 
 }  // namespace zpweb

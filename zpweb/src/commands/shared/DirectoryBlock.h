@@ -6,6 +6,7 @@
 
 #include "CZPVirtualDirectory.h"
 #include "change/Transaction.h"
+#include "commands/shared/BlockEdit.h"
 #include "commands/table/Arguments.h"
 #include "commands/table/Site.h"
 
@@ -19,11 +20,13 @@ inline constexpr auto Allow = option("--allow", Kind::Text, "HOSTS", "The hosts 
 inline constexpr auto Deny = option("--deny", Kind::Text, "HOSTS", "The hosts that may not");
 inline constexpr auto Protect = flag("--protect", "Put it behind a password");
 inline constexpr auto Perl = flag("--perl", "Run its Perl scripts (set only)");
+inline constexpr auto TakeOver =
+    flag("--take-over", "Give the folder the owner and the modes of the site's home");
 inline constexpr auto Rails = flag("--rails", "Run it as a Rails application (set only)");
 
 // The parameters of the commands that make or change a block.
 inline std::vector<Parameter> blockSettings() {
-    return {SiteName, Folder, Switches, Order, Allow, Deny, Protect, Perl, Rails};
+    return {SiteName, Folder, Switches, Order, Allow, Deny, Protect, Perl, Rails, TakeOver, OnPort};
 }
 
 // The options of a directory, by their names.
@@ -38,11 +41,15 @@ inline constexpr std::array<DirectoryOption, 5> DirectoryOptions = {
      {"MultiViews", &SOptions::MultiViews},
      {"ExecCGI", &SOptions::ExecCGI}}};
 
-// The block that the call asks for; a usage failure when its options do not go together.
-Outcome fitTogether(const Arguments& given);
-SDDir directoryRecord(const Arguments& given, const Place& place);
-
-// An edit of the directory's sections in the site's blocks.
-Edit directoryEdit(const Place& place, const std::string& folder);
+// What the call asks for, for one of the site's blocks. Who may see the directory is told in Require terms
+// beside what the library writes, unless the result is to be the library's own.
+SDDir directoryRecord(const Arguments& given, const Block& block, bool withAccess);
+// The result with those terms in the directory's section, beside options that the section has kept.
+std::string withAccess(std::string_view made, const Arguments& given, const std::string& site,
+                       const std::vector<Statement>& present);
+// Is it one of the lines that the call is about?
+bool isNamed(const Arguments& given, const Statement& statement);
+// The statements of the directory's section in the block.
+std::vector<Statement> sectionOf(const Statements& statements, const std::string& folder);
 
 }  // namespace zpweb

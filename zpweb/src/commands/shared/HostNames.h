@@ -4,22 +4,18 @@
 #include <string>
 #include <vector>
 
-#include "change/Transaction.h"
 #include "commands/table/Parameter.h"
-#include "commands/table/Site.h"
+#include "text/Sites.h"
 
 namespace zpweb {
 
 inline constexpr auto Host = needed("HOST", Kind::HostName, "A further name of the site");
 
-// Results of the operations on host names.
-inline constexpr int HostChanged = 0;
-inline constexpr int NoAliasLine = 1;
-
-// The names as the library reads them.
-std::vector<std::string> hostNamesOf(Output& output, const Site& site);
-
-// An edit of the site's ServerAlias lines.
-Edit hostNameEdit(const Site& site);
+// As its lines write them.
+std::vector<std::string> hostNamesOf(const Block& block);
+// Is the name among them, in any letter case and either form?
+bool listsHost(const Block& block, const std::string& host);
+// The one with a wildcard that takes the name in; empty when there is none.
+std::string wildcardFor(const Block& block, const std::string& host);
 
 }  // namespace zpweb

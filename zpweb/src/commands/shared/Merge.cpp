@@ -1,52 +1,148 @@
 #include "commands/shared/Merge.h"
 
-#include "commands/shared/Scopes.h"
-#include "commands/shared/SiteInfo.h"
+#include <algorithm>
+
+#include "conf/Bounds.h"
+#include "conf/Text.h"
 #include "input/Quoted.h"
 
 namespace zpweb {
 
-Outcome mergeInto(Transaction& change, const std::string& file, const MergeRequest& request,
-                  const std::string& operation, const MergeCall& call) {
-    Edit edit;
-    edit.file = file;
-    edit.bound = bound::Merge;
-    edit.site = request.domain;
-    edit.scope = [&](const ConfigurationFile& current) {
-        return siteScope(current, request.domain, beginsWithAny(request.keywords));
-    };
-    edit.operation = [&](const std::string& staged) {
-        const SiteInfo present(change.output(), staged, request.domain);
-        UpdateVHost record = request.record;
-        record.pDomain = request.domain.c_str();
-        record.DirPath = request.folder.empty() ? nullptr : request.folder.c_str();
-        const auto keep = [](StringVector& list, const StringVector& old) {
-            if (list.empty()) {
-                list = old;
-            }
-        };
-        keep(record.ServerAlias, present.record.ServerAlias);
-        keep(record.Include, present.record.Include);
-        keep(record.DirIndex, present.record.DirIndex);
-        CZPWebsite website(nullptr, staged.c_str());
-        return call(website, record);
-    };
-    edit.meaning = expecting(operation, {Merged});
-    return change.edit(edit);
+namespace {
+
+bool isSettingFile(const Statement& statement) {
+    return statement.argument(0).find("/zpweb.d/") != std::string::npos;
 }
 
-Outcome changeRoot(Transaction& change, const Site& site, const std::string& root, const char* operation,
-                   const MergeCall& call) {
-    const Place& place = site.first();
-    MergeRequest request;
-    request.domain = place.block->name;
-    request.keywords = {"DocumentRoot"};
-    if (place.block->root.empty()) {
-        return failure(Status::NotFound, "site " + inQuotes(request.domain) + " has no DocumentRoot line");
+// Permanent and temporary ones have a name of their own, or a status before the path.
+bool isRedirect(const Statement& statement) {
+    return statement.is("Redirect") || statement.is("RedirectPermanent") || statement.is("RedirectTemp");
+}
+
+size_t statusWords(const Statement& statement) {
+    const std::string first = statement.argument(0);
+    return statement.is("Redirect") && !first.starts_with('/') && statement.words().size() > 1 ? 1 : 0;
+}
+
+std::string redirectForm(const Statement& statement) {
+    const size_t skipped = statusWords(statement);
+    const std::string target = statement.argument(skipped + 1);
+    return "Redirect \"" + statement.argument(skipped) + "\"" +
+           (target.empty() ? "" : " \"" + target + "\"");
+}
+
+std::string pairForm(const Statement& statement) {
+    const std::vector<Word> words = statement.words();
+    std::string form(statement.name);
+    for (size_t i = 0; i < words.size(); ++i) {
+        form += i == 0 ? " " + words[i].value() : " \"" + words[i].value() + "\"";
     }
-    change.output().set("site", request.domain);
-    return place.block->root == root ? done()
-                                     : mergeInto(change, place.file->path(), request, operation, call);
+    return form;
+}
+
+// Of several pages for one error the last counts.
+bool isLastOfItsCode(const Statements& statements, const Statement& statement) {
+    return std::none_of(&statement + 1, &*statements.end(), [&](const Statement& other) {
+        return other.is("ErrorDocument") && other.scope == statement.scope &&
+               other.argument(0) == statement.argument(0);
+    });
+}
+
+bool asks(const MergeRequest& request, const char* keyword) {
+    return std::find(request.keywords.begin(), request.keywords.end(), keyword) != request.keywords.end();
+}
+
+void showAsked(View& view, const MergeRequest& request) {
+    for (const char* keyword : {"Alias", "ScriptAlias", "ProxyPass"}) {
+        if (asks(request, keyword)) {
+            view.showAs(isOneOf({keyword}), pairForm);
+        }
+    }
+    if (asks(request, "Redirect")) {
+        view.showAs(isRedirect, redirectForm);
+    }
+    if (asks(request, "ErrorDocument")) {
+        view.show([&](const Statement& statement) {
+            return statement.is("ErrorDocument") && isLastOfItsCode(view.statements(), statement);
+        });
+    }
+    if (asks(request, "ServerAlias")) {
+        view.showNames("ServerAlias", [](const std::string&) { return true; });
+    }
+    if (asks(request, "Include")) {
+        view.show([](const Statement& statement) {
+            return statement.is("Include") && !isSettingFile(statement);
+        });
+    }
+    if (asks(request, "DirectoryIndex")) {
+        view.show(isOneOf({"DirectoryIndex"}));
+    }
+    if (asks(request, "DocumentRoot")) {
+        view.show(isOneOf({"DocumentRoot"}));
+    }
+}
+
+bool takesIn(const std::string& path, const std::string& other) {
+    const std::string folder = path.ends_with('/') ? path : path + "/";
+    return other == path || other.starts_with(folder);
+}
+
+// Of redirections, and of aliases, the first one that takes a path in counts: a new one stands before it.
+size_t beforeWhatTakesItIn(const Statements& statements, std::string_view line) {
+    const Statements added(line);
+    const bool redirects = added[0].is("Redirect");
+    if (!redirects && !added[0].is("Alias") && !added[0].is("ScriptAlias")) {
+        return None;
+    }
+    const std::string path = added[0].argument(0);
+    for (size_t i = 0; i < statements.size(); ++i) {
+        const Statement& each = statements[i];
+        const bool alike = redirects ? isRedirect(each) : each.is("Alias") || each.is("ScriptAlias");
+        if (alike && each.scope == 0 && takesIn(each.argument(redirects ? statusWords(each) : 0), path)) {
+            return i;
+        }
+    }
+    return None;
+}
+
+}  // namespace
+
+Outcome mergeInto(Transaction& change, const BlockAt& at, const MergeRequest& request,
+                  const std::string& operation, const MergeCall& call) {
+    return editBlock(change, at,
+                     {.bound = zp::conf::bound::Merge,
+                      .show =
+                          [&](View& view) {
+                              showAsked(view, request);
+                              view.placeBefore(beforeWhatTakesItIn);
+                          },
+                      .run =
+                          [&](const std::string& staged, const std::string& domain) {
+                              UpdateVHost record = request.record;  // the merge uses it up
+                              record.pDomain = domain.c_str();
+                              CZPWebsite website(nullptr, staged.c_str());
+                              return call(website, record);
+                          },
+                      .meaning = expecting(operation, {Merged})});
+}
+
+Outcome changeRoot(Transaction& change, const std::vector<BlockAt>& blocks, const std::string& root,
+                   const char* operation, const MergeCall& call) {
+    MergeRequest request;
+    request.keywords = {"DocumentRoot"};
+    for (const BlockAt& at : blocks) {
+        const Block& block = at.in(change.configuration());
+        if (block.root.empty()) {
+            return failure(Status::NotFound,
+                           "site " + inQuotes(std::string(block.name)) + " has no DocumentRoot line");
+        }
+        if (block.root != root) {
+            if (Outcome merged = mergeInto(change, at, request, operation, call); !merged.ok()) {
+                return merged;
+            }
+        }
+    }
+    return done();
 }
 
 }  // namespace zpweb

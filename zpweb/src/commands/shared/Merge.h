@@ -7,7 +7,7 @@
 
 #include "CZPWebsite.h"
 #include "change/Transaction.h"
-#include "commands/table/Site.h"
+#include "commands/shared/BlockEdit.h"
 
 namespace zpweb {
 
@@ -18,17 +18,16 @@ inline constexpr char Merged = 96;
 struct MergeRequest {
     std::vector<std::string> keywords;
     UpdateVHost record{};
-    std::string domain, folder;
 };
 using MergeCall = std::function<int(CZPWebsite&, UpdateVHost&)>;
 
-// The merge replaces a site's host names, includes and index files by those of the record. What is not to
-// be changed is in the record as it is, and its lines are kept.
-Outcome mergeInto(Transaction& change, const std::string& file, const MergeRequest& request,
+// The merge replaces a block's host names, includes and index files by those of the record; it sees those
+// that are asked for alone. A setting's Include lines are none of the site's own.
+Outcome mergeInto(Transaction& change, const BlockAt& at, const MergeRequest& request,
                   const std::string& operation, const MergeCall& call);
 
-// Gives the site another DocumentRoot. The merge replaces its line; it adds none.
-Outcome changeRoot(Transaction& change, const Site& site, const std::string& root, const char* operation,
-                   const MergeCall& call);
+// Gives the site's blocks another DocumentRoot. The merge replaces their line; it adds none.
+Outcome changeRoot(Transaction& change, const std::vector<BlockAt>& blocks, const std::string& root,
+                   const char* operation, const MergeCall& call);
 
 }  // namespace zpweb

@@ -1,43 +1,66 @@
 #include "commands/shared/PerlSwitch.h"
 
-#include "commands/shared/Operation.h"
-#include "commands/shared/Scopes.h"
-#include "conf/Line.h"
+#include <algorithm>
+
+#include "commands/shared/BlockLines.h"
+#include "conf/Bounds.h"
+#include "conf/Handlers.h"
 #include "input/Quoted.h"
 
 namespace zpweb {
 
 namespace {
 
-bool isPerlHandler(std::string_view text) {
-    return zp::conf::equalIgnoringCase(zp::conf::trimEnd(text), "AddHandler cgi-script cgi pl");
+std::string quotedRoot(const Statement& statement) {
+    return "DocumentRoot \"" + statement.argument(0) + "\"";
+}
+
+// The section of the document root, which is made where there is none.
+void showRoot(View& view, const std::string& root) {
+    view.showAs(isOneOf({"DocumentRoot"}), quotedRoot);
+    view.showSections(opensDirectory(root));
+    if (std::none_of(view.lines().begin(), view.lines().end(),
+                     [](const ViewLine& line) { return line.kind == ViewLine::Kind::SectionOpens; })) {
+        view.provideDirectory(root);
+    }
+    view.dropEmptySections();
 }
 
 }  // namespace
 
-Outcome switchPerl(Transaction& change, const Site& site, const PerlSwitch& wanted) {
-    const Place& place = site.first();
-    const std::string name = site.name();
-    if (blockHas(place, isPerlHandler) == wanted.on) {
-        return done();
+Outcome switchPerl(Transaction& change, const Site& site, const Arguments& given,
+                   const PerlSwitch& wanted) {
+    change.output().set("site", site.name());
+    const auto blocks = runningBlocks(change.configuration(), site, given);
+    if (!blocks.ok()) {
+        return blocks.outcome();
     }
-    Edit edit;
-    edit.file = place.file->path();
-    edit.bound = bound::Handler;
-    edit.scope = [&](const ConfigurationFile& file) { return siteScope(file, name, isPerlHandler); };
-    edit.operation = [&](const std::string& staged) {
-        CZPWebsite website(nullptr, staged.c_str());
-        return wanted.call(website, name);
-    };
-    edit.meaning = expecting(wanted.operation, {0});
-    edit.look = [&](std::string_view made) {
-        return anyLine(made, isPerlHandler) == wanted.on
-                   ? done()
-                   : failure(Status::NotFound, "site " + inQuotes(name) +
-                                                   " has no block for its document root: see vdir create");
-    };
-    change.output().set("site", name);
-    return change.edit(edit);
+    if (std::all_of(site.places.begin(), site.places.end(),
+                    [](const Place& place) { return place.block->root.empty(); })) {
+        return failure(Status::NotFound, "site " + inQuotes(site.name()) + " has no DocumentRoot");
+    }
+    for (const BlockAt& at : *blocks) {
+        const std::string root(at.in(change.configuration()).root);
+        if (root.empty()) {
+            continue;  // it serves no files
+        }
+        if (hasLine(at.in(change.configuration()), root, std::string(zp::conf::PerlHandler)) == wanted.on) {
+            continue;
+        }
+        if (Outcome switched = editBlock(change, at,
+                                         {.bound = zp::conf::bound::Perl,
+                                          .show = [&](View& view) { showRoot(view, root); },
+                                          .run =
+                                              [&](const std::string& staged, const std::string& domain) {
+                                                  CZPWebsite website(nullptr, staged.c_str());
+                                                  return wanted.call(website, domain);
+                                              },
+                                          .meaning = expecting(wanted.operation, {0})});
+            !switched.ok()) {
+            return switched;
+        }
+    }
+    return done();
 }
 
 }  // namespace zpweb

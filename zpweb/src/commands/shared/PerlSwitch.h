@@ -6,6 +6,7 @@
 
 #include "CZPWebsite.h"
 #include "change/Transaction.h"
+#include "commands/table/Arguments.h"
 #include "commands/table/Site.h"
 
 namespace zpweb {
@@ -15,6 +16,6 @@ struct PerlSwitch {
     const char* operation;
     std::function<int(CZPWebsite&, const std::string& site)> call;
 };
-Outcome switchPerl(Transaction& change, const Site& site, const PerlSwitch& wanted);
+Outcome switchPerl(Transaction& change, const Site& site, const Arguments& given, const PerlSwitch& wanted);
 
 }  // namespace zpweb

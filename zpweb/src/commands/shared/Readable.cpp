@@ -2,20 +2,26 @@
 
 #include <sys/mman.h>
 
-#include "commands/shared/Scopes.h"
 #include "host/WriteAll.h"
-#include "sys/File.h"
+#include "text/Marks.h"
 
 namespace zpweb {
 
 namespace {
 
-std::string wholeOf(const ConfigurationFile& file) {
-    Scope scope = additionsScope(file);
-    for (const Block& block : file.blocks()) {
-        scope.hideComments(block);
+std::string canonicalText(const Block& block) {
+    View view(block);
+    view.showAll();
+    return view.text();
+}
+
+std::string readableText(const Block& block) {
+    if (!block.stopped) {
+        return canonicalText(block);
     }
-    return scope.partText();
+    const std::string live = withoutMarks(block.text);
+    const Contents contents = contentsOf(live);
+    return contents.blocks.empty() ? std::string() : withMarks(canonicalText(contents.blocks.front()));
 }
 
 }  // namespace
@@ -26,9 +32,6 @@ Readable::Readable(const std::string& text)
     static_cast<void>(zp::host::writeAll(copy_.number(), text));
 }
 
-Readable::Readable(const ConfigurationFile& file) : Readable(wholeOf(file)) {}
-
-Readable::Readable(const ConfigurationFile& file, const std::string& site)
-    : Readable(siteScope(file, site).partText()) {}
+Readable::Readable(const Block& block) : Readable(readableText(block)) {}
 
 }  // namespace zpweb

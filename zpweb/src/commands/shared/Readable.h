@@ -3,23 +3,21 @@
 
 #include <string>
 
-#include "server/Configuration.h"
 #include "sys/Descriptor.h"
+#include "text/View.h"
 
 namespace zpweb {
 
-// A file of the configuration as it is in this change so far, with plain line ends and without the comments
-// of live blocks, some of which the readers would take for live lines. It lives in memory.
+// A part of the configuration as it is in this change so far. It lives in memory.
 class Readable {
 public:
-    explicit Readable(const ConfigurationFile& file);
-    // The blocks of one site alone.
-    Readable(const ConfigurationFile& file, const std::string& site);
+    // A block in its canonical form; one that is stopped behind comment marks. Readers find it by
+    // domainOf().
+    explicit Readable(const Block& block);
+    explicit Readable(const std::string& text);
     const std::string& path() const { return path_; }
 
 private:
-    explicit Readable(const std::string& text);
-
     Descriptor copy_;
     std::string path_;
 };

@@ -60,8 +60,8 @@ const char* stateOf(const Site& site) {
 }
 
 Expected<SiteState> readSite(Output& output, const Site& site) {
-    const Readable readable(*site.first().file, site.name());
-    const SiteInfo info(output, readable.path(), site.name());
+    const Readable readable(*site.first().block);
+    const SiteInfo info(output, readable.path(), domainOf(*site.first().block));
     if (Outcome read = resultOf("GetWebsiteInfo", info.result,
                                 {zp::result::website::InfoRead, zp::result::website::InfoWithoutMode});
         !read.ok()) {

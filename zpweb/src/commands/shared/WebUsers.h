@@ -19,6 +19,8 @@ struct WebUsers {
 
     explicit WebUsers(const Arguments& given)
         : domain(given[SiteName]), folder(given[OfFolder].value_or("")) {}
+    WebUsers(std::string ofSite, std::string ofFolder)
+        : domain(std::move(ofSite)), folder(std::move(ofFolder)) {}
     std::string file() const;
     Outcome missing() const;
 };

@@ -5,6 +5,8 @@
 #include "input/HostName.h"
 #include "input/Nearest.h"
 #include "input/Quoted.h"
+#include "sys/File.h"
+#include "sys/Number.h"
 
 namespace zpweb {
 
@@ -39,8 +41,29 @@ std::vector<std::string> Site::files() const {
     return files;
 }
 
+namespace {
+
+// A block by its place, FILE:LINE: for one that has no name, or shares it.
+std::vector<Place> blockAt(const Configuration& configuration, const std::string& place) {
+    const size_t colon = place.rfind(':');
+    const auto path = realPathOf(place.substr(0, colon));
+    const ConfigurationFile* file = path.ok() ? configuration.file(*path) : nullptr;
+    const int line = leadingNumber(std::string_view(place).substr(colon + 1));
+    const Block* block =
+        file == nullptr || line < 1 ? nullptr : file->blockAt(static_cast<size_t>(line - 1));
+    return block == nullptr ? std::vector<Place>() : std::vector<Place>{{file, block}};
+}
+
+}  // namespace
+
+std::string Site::name() const {
+    const Place& place = first();
+    return place.block->name.empty() ? place.text() : std::string(place.block->name);
+}
+
 Expected<Site> findSite(const Configuration& configuration, const std::string& name) {
-    Site site{configuration.find(name)};
+    Site site{name.starts_with('/') && name.find(':') != std::string::npos ? blockAt(configuration, name)
+                                                                           : configuration.find(name)};
     if (site.places.empty()) {
         return failure(Status::NotFound, "site " + inQuotes(readableHostName(name)) + ": not in " +
                                              configuration.main().path() + " or what it includes" +

@@ -17,7 +17,7 @@ struct Site {
     // The first block that runs; the first of all where none does.
     const Place& first() const;
     bool isStopped() const { return first().block->stopped; }
-    std::string name() const { return std::string(first().block->name); }  // as its block writes it
+    std::string name() const;                // its server's; the place of a block that has none
     std::vector<std::string> files() const;  // that hold its blocks, each once
 };
 

@@ -1,0 +1,76 @@
+#include "commands/shared/Overrides.h"
+
+#include <fnmatch.h>
+
+#include <algorithm>
+
+#include "conf/Text.h"
+#include "text/View.h"
+
+namespace zpweb {
+
+namespace {
+
+bool isBelow(const std::string& folder, const std::string& path) {
+    return path == "/" || folder == path || folder.starts_with(path + "/");
+}
+
+// A path with wildcards may be that of a directory above.
+bool concerns(const std::string& path, std::string folder) {
+    if (path.find_first_of("*?[") == std::string::npos) {
+        return isBelow(folder, path);
+    }
+    for (; folder.size() > 1; folder.resize(std::max<size_t>(folder.rfind('/'), 1))) {
+        if (::fnmatch(path.c_str(), folder.c_str(), FNM_PATHNAME) == 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
+struct Override {
+    std::string path, value = "None";
+    bool served = false;
+};
+
+void look(Override& found, const Statements& statements, const std::string& folder) {
+    for (const Statement& statement : statements) {
+        const bool root = statement.is("DocumentRoot") && isBelow(folder, statement.argument(0));
+        found.served = found.served || root;
+        if (!statement.is("AllowOverride") || statement.scope == None ||
+            !statements[statement.scope].opens("Directory")) {
+            continue;
+        }
+        const std::string path = pathOf(statements[statement.scope]);
+        if (concerns(path, folder) && path.size() >= found.path.size()) {
+            found.path = path;
+            found.value.clear();
+            for (const Word& word : statement.words()) {
+                found.value += " " + word.value();
+            }
+        }
+    }
+}
+
+bool admitsPasswords(const std::string& value) {
+    std::string lower(value);
+    std::transform(lower.begin(), lower.end(), lower.begin(), zp::conf::lower);
+    return zp::conf::contains(lower, "all") || zp::conf::contains(lower, "authconfig");
+}
+
+}  // namespace
+
+Outcome heedsAccessFiles(const Configuration& configuration, const std::string& folder) {
+    Override found;
+    for (const auto& file : configuration.files()) {
+        look(found, Statements(file->content().text()), folder);
+    }
+    return !found.served || admitsPasswords(found.value)
+               ? done()
+               : failure("the server does not heed " + folder + "/.htaccess (AllowOverride" +
+                         (found.path.empty() ? " None" : found.value + " for " + found.path) +
+                         "): protect it with \"vdir set SITE " + folder +
+                         " --protect\", or allow AuthConfig there");
+}
+
+}  // namespace zpweb

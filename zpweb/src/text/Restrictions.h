@@ -1,0 +1,28 @@
+// Who may see a directory, in the terms of a 2.4 server: what a <Directory> section holds for it.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "text/Statements.h"
+
+namespace zpweb {
+
+// Lists of hosts: "all", addresses, networks, names, "env=NAME".
+struct Restriction {
+    std::string allow, deny;
+    bool denyFirst =
+        true;            // hosts that are allowed are exceptions to those denied; else the other way around
+    bool users = false;  // and who comes must be a user
+};
+
+// Lines of Require terms; none when nothing is asked for.
+std::vector<std::string> requireLines(const Restriction& restriction);
+// Does the statement say who may see the directory, by host or by user?
+bool isRestriction(const Statement& statement);
+
+// An Options directive with some switched: "+Indexes", "-ExecCGI".
+std::string switchedOptions(const std::vector<std::string>& words,
+                            const std::vector<std::string>& switches);
+
+}  // namespace zpweb

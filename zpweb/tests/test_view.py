@@ -1,0 +1,130 @@
+"""Blocks as people write them: each change touches what it was asked for and nothing else, and goes back."""
+import pytest
+
+FAST = ("--no-check", "--no-reload")
+ODD = """\
+<virtualhost  *:80 [::]:80>
+    # the shop
+    ErrorLog  logs/shop   # not a comment
+    Servername "shop.example:80"
+    ServerAlias   www.shop.example \\
+                  shop.test
+    <IfModule mod_alias.c>
+        Redirect permanent "/old"  https://shop.example/new
+    </IfModule>
+    <directory /srv/shop/>
+        Options Indexes FollowSymLinks
+        Require all granted
+    </directory>
+</VirtualHost>
+"""
+TABS = "<VirtualHost 127.0.0.1:8080>\r\n\tServerName shop.example\r\n\tDocumentRoot /srv/shop\r\n</VirtualHost>"
+
+# Command words, what goes, what comes, and the words that take it back (None: they are not its inverse).
+CHANGES = {
+    "a name joins the last line of names": (
+        ODD, "host add SITE new.example", "shop.test\n", "shop.test new.example\n", "host remove SITE new.example"),
+    "a name gets a line behind the server's": (
+        TABS, "host add SITE new.example", "\tDocumentRoot", "\tServerAlias new.example\r\n\tDocumentRoot",
+        "host remove SITE new.example"),
+    "a name that begins another": (
+        ODD, "host add SITE www.shop", "shop.test\n", "shop.test www.shop\n", "host remove SITE www.shop"),
+    "the first name goes": (
+        ODD, "host remove SITE www.shop.example", "www.shop.example \\\n                  shop.test", "shop.test", None),
+    "the port of all addresses": (
+        ODD, "site port SITE 8081", "*:80 [::]:80", "*:8081 [::]:8081", "site port SITE 80"),
+    "a redirection keeps its status": (
+        ODD, "site set SITE --redirect /old=https://shop.example/newer", "/new\n", "/newer\n",
+        "site set SITE --redirect /old=https://shop.example/new"),
+    "a redirection comes before what takes it in": (
+        ODD, "site set SITE --redirect /old/x=https://b.example/", "    <IfModule",
+        '    Redirect "/old/x" "https://b.example/"\n    <IfModule', "site set SITE --redirect /old/x="),
+    "a directive is added at the end": (
+        ODD, "directive add ServerSignature Off --site SITE", "</VirtualHost>", "    ServerSignature Off\n</VirtualHost>",
+        "directive delete ServerSignature --site SITE"),
+    "a directive before the name": (
+        ODD, "directive set ErrorLog x --site SITE", "logs/shop   # not a comment", "x", None),
+    "a directory's options": (
+        ODD, "vdir set SITE /srv/shop --option=-Indexes", "Options Indexes Follow", "Options Follow", None),
+    "hosts of a directory": (
+        ODD, "vdir set SITE /srv/shop --deny all --allow 10.1.2.3", "Require all granted", "Require ip 10.1.2.3", None),
+    "a section that is made to be there": (
+        TABS, "perl on SITE", "</VirtualHost>",
+        '\t<Directory "/srv/shop">\r\n\t\tAddHandler cgi-script cgi pl\r\n\t</Directory>\r\n</VirtualHost>', "perl off SITE"),
+    "a section before the first": (
+        ODD, "folder add SITE /srv/x --line AllowOverride\\ None", "    <directory",
+        '    <Directory "/srv/x">\n        AllowOverride None\n    </Directory>\n    <directory', "folder delete SITE /srv/x"),
+    "an address of its own": (
+        TABS, "address own SITE --address 127.0.0.2", "127.0.0.1:", "127.0.0.2:", "address own SITE --address 127.0.0.1"),
+}
+
+
+def words(text):
+    return [word.replace("\0", " ").replace("SITE", "shop.example") for word in text.replace("\\ ", "\0").split(" ")]
+
+
+@pytest.mark.parametrize("change", CHANGES)
+def test_what_is_asked_for_changes_and_goes_back(machine, change):
+    block, command, goes, comes, back = CHANGES[change]
+    assert block.count(goes) == 1
+    before = "# above\n\n" + block
+    machine.conf.write_bytes(before.encode())
+    machine.do(*words(command), *FAST)
+    assert machine.conf.read_bytes().decode() == before.replace(goes, comes)
+    machine.do(*(words(back) if back else ["undo"]), *FAST)
+    assert machine.conf.read_bytes().decode() == before
+
+
+@pytest.mark.parametrize("there,back", [("site stop", "site start"), ("site suspend", "site resume"), ("site delete", "undo")])
+def test_all_blocks_of_a_name_change_together(machine, there, back):
+    other = machine.root / "included/tls.conf"
+    texts = {machine.conf: machine.text() + ODD + "\n" + TABS, other: ODD.replace("80", "443")}
+    for file, text in texts.items():
+        file.write_bytes(text.encode())
+    machine.do(*there.split(), "shop.example", *FAST)
+    assert all(file.read_bytes() != text.encode() for file, text in texts.items())
+    machine.do(*back.split(), *(["shop.example"] if back != "undo" else []), *FAST)
+    assert all(file.read_bytes() == text.encode() for file, text in texts.items())
+
+
+def test_what_is_a_site_and_what_only_looks_like_one(machine):
+    machine.conf.write_text(machine.text() + """\
+# A <VirtualHost> definition.
+# <VirtualHost *:80> may stand
+# here, ServerName too.
+Define NAME defined.example
+# a comment that goes on \\
+<VirtualHost *:80>
+ServerName commented.example
+<VirtualHost *:80>
+ServerName ${NAME}
+ServerName http://last.example:8080
+</VIRTUALHOST>
+#<VirtualHost *:80>
+#  ServerName stopped.example
+#</VirtualHost>
+#<VirtualHost *:80>
+#  ServerName open.example
+Listen 127.0.0.9:80
+#</VirtualHost>
+<IfModule !mod_nothing.c>
+  <VirtualHost *:443>
+    ServerName ${NAME}
+    SSLEngine on
+  </VirtualHost>
+</IfModule>
+<Macro Host $name>
+  <VirtualHost *:80>
+    ServerName $name
+  </VirtualHost>
+</Macro>
+<VirtualHost _default_:80>
+  DocumentRoot /srv
+</VirtualHost>
+""")
+    sites = machine.do("site", "list", "--json").json["sites"]
+    assert [(site["name"], site["state"], site["blocks"][0]["tls"]) for site in sites] == [
+        ("last.example", "running", False), ("stopped.example", "stopped", False), ("defined.example", "running", True)]
+    place = next(i for i, line in enumerate(machine.text().split("\n"), 1) if "_default_" in line)
+    machine.do("host", "add", f"{machine.conf}:{place}", "nameless.example", *FAST)
+    assert "<VirtualHost _default_:80>\n  ServerAlias nameless.example\n  DocumentRoot" in machine.text()
