@@ -64,7 +64,7 @@ TEST(Reading, KnowsWhereThingsStand) {
     EXPECT_EQ(reading.originOf(*host).text(), "/etc/httpd/httpd.conf:22");
     EXPECT_TRUE(reading.originOf(*host).fromMacro);
     EXPECT_EQ(reading.valueIn(Directive::None, "DirectoryIndex"), "a");  // its condition is met
-    EXPECT_EQ(wordsOf(R"( one "two words" 'th"ree' \\four "a\"b" )"),
+    EXPECT_EQ(argumentsIn(R"( one "two words" 'th"ree' \\four "a\"b" )"),
               (std::vector<std::string>{"one", "two words", "th\"ree", "\\four", "a\"b"}));
     const Reading map = Reading::parse(printed().substr(0, printed().find("# In file")));
     EXPECT_FALSE(map.complete());

@@ -7,6 +7,7 @@
 #include "phases/Outstanding.h"
 #include "phases/PutBack.h"
 #include "phases/Reload.h"
+#include "server/Answers.h"
 #include "store/AuditLog.h"
 #include "store/Checkpoints.h"
 #include "sys/File.h"
@@ -65,6 +66,12 @@ Outcome Transaction::perform(bool& again) {
     if (hasEffects()) {
         recordAs(outcome);
     }
+    if (inPlace_ && set_->serverChanged()) {
+        keepReading(configuration(), set_->files(), state_->reading(), readings_.staged.get());
+    }
+    if (inPlace_ && !settings_.check && set_->serverChanged()) {
+        output_.note("written, not judged");
+    }
     pruneCheckpoints(*state_);
     return outcome;
 }
@@ -78,6 +85,7 @@ Outcome Transaction::stage() {
 }
 
 Outcome Transaction::check() {
+    output_.setJudged(settings_.check);
     if (!settings_.check || !set_->serverChanged()) {
         return done();
     }
@@ -86,19 +94,34 @@ Outcome Transaction::check() {
     if (!staged.ok()) {
         return staged.outcome();
     }
-    if (judge_) {
-        return judge_(*staged);
+    readings_ = judgeStaged({configuration(), set_->files(), *staged, state_->reading(), asked_,
+                             expectations_, settings_, output_});
+    if (readings_.outcome.ok() && readings_.staged != nullptr && !settings_.dryRun) {
+        lookAtAnswers();
     }
-    const Server::Verdict verdict = server_->check(staged->main);
-    if (!verdict.ran) {
-        return failure("the server's check cannot be run (apachectl -t); --no-check goes without it");
+    return readings_.outcome;
+}
+
+// What visitors get now, so that a reload that makes it worse is noticed.
+void Transaction::lookAtAnswers() {
+    std::set<std::string> sites;
+    for (const std::string& site : asked_.sites) {
+        if (!asked_.moving.contains(site) && !asked_.answersMayChange) {
+            sites.insert(site);
+        }
     }
-    if (!verdict.passed) {
-        return failure(Status::Refused, "refused by the server's check, nothing is changed:\n" +
-                                            described(verdict.output, *staged, configuration()));
+    if (sites.empty() || !settings_.reload || !server_->master(configuration())) {
+        return;
     }
-    output_.detail(verdict.output);
-    return done();
+    const Answers before = readings_.live != nullptr ? Answers::to(sites, *readings_.live) : Answers();
+    prove([this, sites, before] {
+        const std::vector<std::string> worse = Answers::to(sites, *readings_.staged).worseThan(before);
+        for (const std::string& each : worse) {
+            output_.warning(each);
+        }
+        return worse.empty() || !settings_.strict ? done()
+                                                  : failure("an answer got worse: " + worse.front());
+    });
 }
 
 Outcome Transaction::commitAll(bool& again) {
@@ -118,11 +141,20 @@ Outcome Transaction::commitAll(bool& again) {
     return done();
 }
 
+std::string Transaction::errorLog() const {
+    if (readings_.staged == nullptr) {
+        return {};
+    }
+    const std::string log = readings_.staged->valueIn(Directive::None, "ErrorLog");
+    return log.empty() || log.front() == '/' ? log : configuration().serverRoot() + "/" + log;
+}
+
 Outcome Transaction::reloadServer() {
     if (!set_->serverChanged() || !settings_.reload) {
         return done();
     }
-    const Reloaded reloaded = reload({*server_, configuration(), output_, settings_.check, proofs_});
+    const Reloaded reloaded =
+        reload({*server_, configuration(), output_, settings_.check, proofs_, errorLog()});
     return reloaded.outcome.ok() ? done() : rollBack(reloaded.outcome.message, reloaded.asked);
 }
 

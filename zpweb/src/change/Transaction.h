@@ -17,6 +17,7 @@
 #include "input/Settings.h"
 #include "output/Output.h"
 #include "phases/Check.h"
+#include "phases/Judged.h"
 #include "phases/Stage.h"
 #include "server/Server.h"
 #include "store/Journal.h"
@@ -28,9 +29,6 @@ namespace zpweb {
 
 class Transaction {
 public:
-    // Looks at the staged configuration in place of the server's plain check.
-    using Judge = std::function<Outcome(const StagedConfiguration&)>;
-
     Transaction(Settings& settings, Output& output, std::vector<std::string> command);
     ~Transaction();  // abandons what is not finished
     Transaction(const Transaction&) = delete;
@@ -64,7 +62,10 @@ public:
     void afterwards(std::function<Outcome()> action) { afterwards_.push_back(std::move(action)); }
     // What a reloaded server must show; else the change is taken back. Not looked at without a reload.
     void prove(std::function<Outcome()> proof) { proofs_.push_back(std::move(proof)); }
-    void judgedBy(Judge judge) { judge_ = std::move(judge); }
+    // What must hold in the server's reading of the staged configuration for this change to be done.
+    void expect(Postcondition holds) { expectations_.push_back(std::move(holds)); }
+    // What this change is asked to touch; nothing else may differ or lead elsewhere.
+    Asked& asked() { return asked_; }
     void setUndone(int checkpoint) { journal_.undoes.push_back(checkpoint); }
 
     // Another command follows; what the last one has got of the configuration is gone.
@@ -96,6 +97,8 @@ private:
     Outcome makeAbove(const std::string& path);
     Outcome stage();
     Outcome check();
+    void lookAtAnswers();
+    std::string errorLog() const;
     Outcome commitAll(bool& again);
     Outcome reloadServer();
     Outcome rollBack(const std::string& reason, bool asked);
@@ -119,7 +122,9 @@ private:
     Journal journal_;
     std::vector<zp::host::Effect> making_;  // directories and files, before the others are put in place
     std::vector<std::function<Outcome()>> afterwards_, proofs_;
-    Judge judge_;
+    Asked asked_;
+    std::vector<Postcondition> expectations_;
+    Judged readings_;
     bool journalWritten_ = false;
     bool inPlace_ = false;     // the change stands
     bool leftToNext_ = false;  // the journal stays: the next run's recovery clears up

@@ -221,6 +221,8 @@ Expected<Settings> settingsFrom(const Values& common) {
     settings.detailedExit = has("--detailed-exitcode");
     settings.diff = has("--diff");
     settings.check = !has("--no-check");
+    settings.allowImpact = has("--allow-impact");
+    settings.strict = has("--strict");
     settings.reload = !has("--no-reload");
     settings.exact = has("--exact");
     settings.ensure = has("--ensure");

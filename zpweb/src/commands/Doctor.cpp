@@ -8,7 +8,9 @@
 #include "CZPWebsite.h"
 #include "commands/Commands.h"
 #include "commands/shared/Operation.h"
+#include "commands/shared/ReadingFindings.h"
 #include "conf/Line.h"
+#include "server/Inspection.h"
 #include "server/Logs.h"
 #include "store/Lock.h"
 #include "sys/File.h"
@@ -20,11 +22,6 @@ namespace {
 
 // The shortest bound of an operation that everyday commands use.
 constexpr size_t ShortestBound = bound::Creation;
-
-struct Finding {
-    std::string kind, place, text;
-};
-using Findings = std::vector<Finding>;
 
 std::string placeOf(const ConfigurationFile& file, size_t line) {
     return file.path() + ":" + std::to_string(line + 1);
@@ -176,22 +173,72 @@ void findLeftovers(const std::string& main, Findings& findings) {
     }
 }
 
+// What only a configuration that the server takes can tell.
+void findByReading(const Reading& reading, Output& output, const std::string& user, Findings& findings,
+                   Findings& notes) {
+    findUnreachable(reading, findings);
+    findCertificates(reading, findings);
+    findRedirectableLogs(reading, findings);
+    findClosedRoots(reading, user, findings);
+    noteMacros(reading, notes);
+    List& listeners = output.list("listeners", {"listener", "default"});
+    for (const Endpoint& endpoint : reading.endpoints()) {
+        listeners.row()
+            .add("listener", endpoint.text())
+            .add("default", reading.describe(reading.leadsTo("", endpoint)));
+    }
+}
+
+// Files of sites beside those that are enabled, as Debian keeps them.
+void noteDisabled(const Configuration& configuration, Findings& notes) {
+    const std::string folder = folderOf(configuration.main().path()) + "/sites-available";
+    for (const std::string& name : isFolder(folder) ? entriesOf(folder) : std::vector<std::string>()) {
+        const auto real = realPathOf(folder + "/" + name);
+        if (name.ends_with(".conf") && real.ok() && configuration.file(*real) == nullptr) {
+            notes.push_back(
+                {"not enabled", folder + "/" + name, "a2ensite " + name.substr(0, name.size() - 5)});
+        }
+    }
+}
+
+void show(Output& output, std::string_view field, const Findings& findings) {
+    List& rows = output.list(field, {"finding", "place", "detail"});
+    for (const Finding& finding : findings) {
+        rows.row().add("finding", finding.kind).add("place", finding.place).add("detail", finding.text);
+    }
+}
+
 Outcome doctor(Session& session, const Configuration& configuration, const Arguments&) {
+    const std::string& main = configuration.main().path();
     Findings findings;
+    Findings notes;
+    session.output.step("asking the server");
+    const Inspected server = inspect(Program(main), main, {}, {});
+    if (!server.sound) {
+        findings.push_back(
+            {server.ran ? "the server refuses its configuration" : "the server cannot be asked", main,
+             server.ran ? server.words : "apache2 or httpd is not to be found"});
+    }
+    const std::string user = serverUser(main, session.output);
+    if (server.reading != nullptr) {
+        findByReading(*server.reading, session.output, user, findings, notes);
+    } else {
+        findDuplicates(configuration, findings);
+    }
     for (const std::string& missing : missingLogFolders(configuration)) {
         const size_t end = missing.rfind(": ");
         findings.push_back({"missing log folder", missing.substr(0, end), missing.substr(end + 2)});
     }
     findMissingRoots(configuration, findings);
-    findDuplicates(configuration, findings);
     findIncludes(configuration, findings);
     findDanglingLinks(configuration, findings);
-    findPasswordFiles(configuration, serverUser(configuration.main().path(), session.output), findings);
+    findPasswordFiles(configuration, user, findings);
     findLongLines(configuration, findings);
-    findLeftovers(configuration.main().path(), findings);
-    List& rows = session.output.list("findings", {"finding", "place", "detail"});
-    for (const Finding& finding : findings) {
-        rows.row().add("finding", finding.kind).add("place", finding.place).add("detail", finding.text);
+    findLeftovers(main, findings);
+    noteDisabled(configuration, notes);
+    show(session.output, "findings", findings);
+    if (!notes.empty() || session.settings.json) {
+        show(session.output, "notes", notes);
     }
     if (findings.empty()) {
         session.output.note("nothing found");
@@ -208,10 +255,18 @@ Command doctorFindings() {
         .summary = "Find what sleeps until the next restart",
         .action = doctor,
         .more =
-            "Missing log folders and document roots, dangling links, names claimed twice, includes that "
-            "load "
-            "temporary files, password files that cannot be read, lines over the operations' bounds, "
-            "leftovers of interrupted runs. The exit status is 1 when something was found.",
+            "Begins with the server's check. Then: names that nobody can reach, names shadowed by a better "
+            "address match, a Listen that is missing, certificates that are missing, run out or do not "
+            "match, "
+            "logs that an owner can redirect, document roots that are missing or that the server's user "
+            "cannot "
+            "enter, missing log folders, dangling links, includes that load temporary files, password "
+            "files that "
+            "cannot be read, lines over the operations' bounds, leftovers of interrupted runs. The exit "
+            "status is "
+            "1 when something was found. Listed besides: the default site of each listener, and as notes "
+            "the "
+            "blocks that come from a macro and the files of sites that are not enabled.",
         .examples = {"doctor", "doctor --json"},
     };
 }

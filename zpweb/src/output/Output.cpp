@@ -84,6 +84,16 @@ List& Output::list(std::string_view name, std::vector<std::string> columns) {
     return field(name).list.emplace(std::move(columns), settings_.json);
 }
 
+void Output::addImpact(std::string_view name, std::string_view listener, std::string_view from,
+                       std::string_view to) {
+    impact_ += impact_.empty() ? "{" : ",{";
+    appendMember(impact_, "name", name, true);
+    appendMember(impact_, "listener", listener);
+    appendMember(impact_, "from", from);
+    appendMember(impact_, "to", to);
+    impact_ += '}';
+}
+
 std::string Output::coloured(std::string_view text, const char* code) const {
     return colours_ ? code + std::string(text) + "\x1b[0m" : std::string(text);
 }
@@ -130,6 +140,10 @@ void Output::printDocument(std::ostream& out, const Outcome& outcome) const {
     }
     if (!diff_.empty()) {
         appendMember(text, "diff", diff_);
+    }
+    if (judged_) {
+        appendMember(text, "judged", *judged_);
+        text += ",\"impact\":[" + impact_ + "]";
     }
     out << text;
     for (const Field& field : fields_) {

@@ -41,10 +41,17 @@ public:
     void startAgain() {
         fields_.clear();
         diff_.clear();
+        impact_.clear();
     }
     void addDiff(const std::string& diff) { diff_ += diff; }
     void setChanged(bool changed) { changed_ = changed; }
     bool changed() const { return changed_; }
+    // Was the change judged by the server's reading? Of a change that is, JSON has it and the impact
+    // always.
+    void setJudged(bool judged) { judged_ = judged; }
+    // A name that leads elsewhere though nobody asked for it.
+    void addImpact(std::string_view name, std::string_view listener, std::string_view from,
+                   std::string_view to);
 
     // Prints everything; once, at the end. The outcome of the run: an error when the data could not be
     // written.
@@ -66,6 +73,8 @@ private:
     std::deque<Field> fields_;
     std::string diff_;
     bool changed_ = false;
+    std::optional<bool> judged_;
+    std::string impact_;  // JSON, without the brackets
     bool colours_;
     std::vector<std::string> secrets_;
     Progress progress_;

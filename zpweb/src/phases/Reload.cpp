@@ -1,5 +1,7 @@
 #include "phases/Reload.h"
 
+#include "server/ErrorLog.h"
+
 namespace zpweb {
 
 namespace {
@@ -27,7 +29,11 @@ Reloaded reload(const Reloading& change) {
     if (Outcome hindered = obstacleTo(change, *master); !hindered.ok()) {
         return {hindered};
     }
+    const ErrorLog log(change.errorLog);
     Outcome outcome = change.server.reload(change.configuration, *master);
+    if (const std::string said = outcome.ok() ? "" : log.said(); !said.empty()) {
+        outcome.message += "; its error log says: " + said;
+    }
     for (const auto& proof : change.proofs) {
         outcome = outcome.ok() ? proof() : outcome;
     }

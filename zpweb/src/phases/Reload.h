@@ -17,6 +17,7 @@ struct Reloading {
     Output& output;
     bool checked;                                         // the server's check has passed it
     const std::vector<std::function<Outcome()>>& proofs;  // looked at when the server has reloaded
+    std::string errorLog;                                 // the server's; empty when it is not known
 };
 
 // Done, too, when no server runs with this configuration.

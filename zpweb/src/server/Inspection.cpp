@@ -23,10 +23,12 @@ std::string withoutChatter(std::string text) {
 
 // All staged files stand in one folder, which no configuration names: one pass finds them.
 std::string withLiveNames(std::string text, const LiveNames& names) {
-    if (names.empty()) {
+    const auto staged = std::find_if(names.begin(), names.end(),
+                                     [](const auto& name) { return name.first != name.second; });
+    if (staged == names.end()) {
         return text;
     }
-    const std::string folder = folderOf(names.front().first) + "/";
+    const std::string folder = folderOf(staged->first) + "/";
     std::string renamed;
     size_t from = 0;
     for (size_t at = 0; (at = text.find(folder, from)) != std::string::npos;) {
@@ -78,12 +80,14 @@ Inspected checkOnly(const Program& program, const std::string& file, const std::
     return inspected;
 }
 
-std::shared_ptr<const Reading> read(const Program& program, const std::string& file,
-                                    const std::function<void()>& waiting) {
-    if (!program.found()) {
-        return nullptr;
+ReadingRun::ReadingRun(const Program& program, const std::string& file) {
+    if (program.found()) {
+        running_.emplace(program.readingOf(file));
     }
-    Running::Ended printed = Running(program.readingOf(file)).end(waiting);
+}
+
+std::shared_ptr<const Reading> ReadingRun::end(const std::function<void()>& waiting) {
+    Running::Ended printed = running_ ? running_->end(waiting) : Running::Ended{};
     return printed.status == 0 ? std::make_shared<const Reading>(Reading::parse(std::move(printed.output)))
                                : nullptr;
 }

@@ -4,11 +4,13 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "server/Program.h"
 #include "server/Reading.h"
+#include "sys/Process.h"
 
 namespace zpweb {
 
@@ -27,8 +29,15 @@ Inspected inspect(const Program& program, const std::string& file, const LiveNam
                   const std::function<void()>& waiting);
 // The check alone.
 Inspected checkOnly(const Program& program, const std::string& file, const std::function<void()>& waiting);
-// The reading alone; null when the server refuses the configuration or cannot be asked.
-std::shared_ptr<const Reading> read(const Program& program, const std::string& file,
-                                    const std::function<void()>& waiting);
+// A reading that is made while other things are done.
+class ReadingRun {
+public:
+    ReadingRun(const Program& program, const std::string& file);
+    // Null when the server refuses the configuration or cannot be asked.
+    std::shared_ptr<const Reading> end(const std::function<void()>& waiting);
+
+private:
+    std::optional<Running> running_;
+};
 
 }  // namespace zpweb

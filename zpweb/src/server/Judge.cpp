@@ -10,12 +10,6 @@ namespace {
 
 constexpr size_t NamesTold = 5;
 
-std::string lowered(std::string_view text) {
-    std::string lower(text);
-    std::transform(lower.begin(), lower.end(), lower.begin(), zp::conf::lower);
-    return lower;
-}
-
 // The number of the host that a section is; None for another.
 std::vector<uint32_t> hostBySection(const Reading& reading) {
     std::vector<uint32_t> hosts(reading.directives().size(), Pairing::None);
@@ -41,7 +35,7 @@ std::vector<uint32_t> untouchables(const Reading& reading, const Asked& asked, c
         const Directive& item = reading.directives()[i];
         const uint32_t host = hosts[i];
         const bool may = host == Pairing::None ? item.is("NameVirtualHost") ||
-                                                     asked.serverDirectives.contains(lowered(item.name))
+                                                     asked.serverDirectives.contains(lowerCase(item.name))
                                                : isAsked(reading, reading.hosts()[host], asked) ||
                                                      (partners[host] != Pairing::None &&
                                                       isAsked(other, other.hosts()[partners[host]], asked));
@@ -142,6 +136,25 @@ std::vector<std::string> newDefaults(const Reading& live, const Reading& staged,
     return notes;
 }
 
+// Blocks of the sites that the server takes no requests for.
+std::vector<std::string> unheard(const Reading& staged, const Asked& asked) {
+    std::set<const NameMap::Entry*> heard;
+    for (const Endpoint& endpoint : staged.endpoints()) {
+        heard.insert(staged.names().entryFor(endpoint));
+    }
+    std::vector<std::string> notes;
+    for (const NameMap::Entry& entry : staged.names().entries()) {
+        for (const NameMap::Host host :
+             heard.contains(&entry) ? std::vector<NameMap::Host>() : entry.hosts) {
+            if (asked.sites.contains(staged.hosts()[host].names.name)) {
+                notes.push_back(staged.describe(&staged.hosts()[host]) + " is not reached on " +
+                                entry.at.text() + ": no Listen leads there");
+            }
+        }
+    }
+    return notes;
+}
+
 }  // namespace
 
 std::string strayDifference(const Reading& live, const Reading& staged, const Pairing& pairing,
@@ -202,6 +215,9 @@ Judgement judge(const Reading* live, const Reading& staged, const Asked& asked,
                                         ", which the command does not name; nothing is changed");
             return judgement;
         }
+    }
+    for (std::string& note : unheard(staged, asked)) {
+        judgement.notes.push_back(std::move(note));
     }
     for (const Postcondition& holds : postconditions) {
         if (Outcome outcome = holds(staged); !outcome.ok()) {

@@ -18,6 +18,7 @@ struct Asked {
     std::set<std::string> sites{};                      // their blocks may differ
     std::set<std::pair<std::string, size_t>> blocks{};  // live ones without a name, by file and line
     std::set<std::string> serverDirectives{};           // those that may differ outside of blocks
+    bool answersMayChange = false;                      // what visitors get is meant to change
     bool anyName = false;                               // any name may lead elsewhere
     std::set<std::string> names{};                      // these may
     std::set<std::string> moving{};                     // and all names of these sites

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <cstdio>
 #include <set>
 
 #include "conf/Text.h"
@@ -13,52 +14,17 @@ namespace zpweb {
 namespace {
 
 constexpr std::string_view Title = "zpweb reading 1\n";
-constexpr std::string_view Condition = "<IfFile";  // looks at a file that is not part of the configuration
-
-bool dependsOnMore(std::string_view text) {
-    for (size_t at = 0; (at = text.find('<', at)) != std::string_view::npos; ++at) {
-        if (zp::conf::beginsIgnoringCase(text.substr(at), Condition)) {
-            return true;
-        }
-    }
-    return false;
-}
-
+constexpr std::string_view End = "\n# end\n";  // a file that was cut does not have it
 }  // namespace
 
 std::string KeptReading::hashOf(const std::string& path) const {
-    const ConfigurationFile* file = configuration_.file(path);
-    if (file == nullptr) {
-        const auto real = realPathOf(path);
-        file = real.ok() ? configuration_.file(*real) : nullptr;
-    }
-    if (file != nullptr) {
-        return file->content().hash();
-    }
-    const auto now = currentHash(path);
-    return now.ok() ? *now : "";
-}
-
-// Which files the Include lines name; empty when a variable is in one of them.
-std::string KeptReading::hashOfIncluded() const {
-    Hasher hasher;
-    for (const auto& file : configuration_.files()) {
-        for (const IncludeLine& include : file->server().includes) {
-            if (zp::conf::contains(include.pattern, "${")) {
-                return {};
-            }
-            for (const std::string& path : configuration_.included(include.pattern)) {
-                const auto real = realPathOf(path);
-                hasher.take(path + "\n" + (real.ok() ? *real : "") + "\n");
-            }
-        }
-    }
-    return hasher.digits();
+    const auto real = realPathOf(path);
+    return real.ok() ? basis_.fingerprint(*real) : "";
 }
 
 std::shared_ptr<const Reading> KeptReading::load() const {
     auto text = readFile(file_);
-    if (!text.ok() || !text->starts_with(Title)) {
+    if (!text.ok() || !text->starts_with(Title) || !text->ends_with(End)) {
         return nullptr;
     }
     std::string_view rest = std::string_view(*text).substr(Title.size());
@@ -66,7 +32,7 @@ std::shared_ptr<const Reading> KeptReading::load() const {
         const std::string_view line = zp::conf::upTo(rest, "\n");
         rest = zp::conf::stepOver(rest, line.size() + 1);
         const auto [hash, path] = zp::conf::splitAtBlank(line);
-        if (hash != (included ? hashOfIncluded() : hashOf(std::string(path)))) {
+        if (hash != (included ? basis_.included : hashOf(std::string(path)))) {
             return nullptr;
         }
     }
@@ -74,23 +40,26 @@ std::shared_ptr<const Reading> KeptReading::load() const {
 }
 
 void KeptReading::save(const Reading& reading) const {
-    const std::string included = hashOfIncluded();
-    if (included.empty() || reading.included().empty()) {
+    if (basis_.included.empty() || reading.included().empty()) {
         return drop();
     }
     std::string text(Title);
-    text += included + " \n";
+    text += basis_.included + " \n";
     std::set<std::string> files(reading.included().begin(), reading.included().end());
     files.insert({program_.path(), program_.environment(), "/etc/sysconfig/httpd"});
     for (const std::string& path : files) {
-        const ConfigurationFile* file = configuration_.file(path);
-        if (!zp::conf::isOneLine(path) || (file != nullptr && dependsOnMore(file->content().text()))) {
+        if (!zp::conf::isOneLine(path)) {
             return drop();
         }
         text += hashOf(path) + " " + path + "\n";
     }
     text += "\n" + reading.printed();
-    if (!replaceFile(file_, text, 0600).ok()) {
+    text += End;
+    // Lost or cut by a fault of the machine it is only made again: not worth waiting for the disk.
+    const std::string fresh = file_ + ".new";
+    ::unlink(fresh.c_str());
+    if (!writeNewFile(fresh, text, 0600).ok() || ::rename(fresh.c_str(), file_.c_str()) != 0) {
+        ::unlink(fresh.c_str());
         drop();
     }
 }

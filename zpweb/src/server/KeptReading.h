@@ -2,35 +2,41 @@
 // made of, so that the server need not be asked again while nothing has changed.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 
-#include "server/Configuration.h"
 #include "server/Program.h"
 #include "server/Reading.h"
 
 namespace zpweb {
 
+// What a reading depends on besides the server's program and its variables.
+struct Basis {
+    // The fingerprint of a file, by its path without links; empty when there is none.
+    std::function<std::string(const std::string& path)> fingerprint;
+    // That of the files that the Include lines name; empty where a reading may depend on more than these.
+    std::string included;
+};
+
 class KeptReading {
 public:
-    // `file` is where it is kept; `configuration` knows the files as they are to be taken.
-    KeptReading(std::string file, const Configuration& configuration, const Program& program)
-        : file_(std::move(file)), configuration_(configuration), program_(program) {}
+    // `file` is where it is kept.
+    KeptReading(std::string file, const Program& program, Basis basis)
+        : file_(std::move(file)), program_(program), basis_(std::move(basis)) {}
 
     // Null when none is kept or anything is no longer what it was.
     std::shared_ptr<const Reading> load() const;
-    // Not kept where it may depend on more than the content of files. That it could not be written is no
-    // error.
+    // That it could not be written is no error.
     void save(const Reading& reading) const;
     void drop() const;
 
 private:
     std::string hashOf(const std::string& path) const;
-    std::string hashOfIncluded() const;
 
     std::string file_;
-    const Configuration& configuration_;
     const Program& program_;
+    Basis basis_;
 };
 
 }  // namespace zpweb

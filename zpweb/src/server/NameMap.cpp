@@ -57,7 +57,7 @@ Endpoint endpointOf(std::string_view printed) {
     return {canonical(host), std::max(0, port)};
 }
 
-void NameMap::take(Index& index, const HostNames& names, uint32_t position) {
+void NameMap::take(Index& index, const ServedNames& names, uint32_t position) {
     if (const std::string& name = names.name.empty() ? names.inherited : names.name; !name.empty()) {
         index.exact.try_emplace(name, position);
     }
@@ -74,7 +74,7 @@ void NameMap::take(Index& index, const HostNames& names, uint32_t position) {
     }
 }
 
-void NameMap::index(const std::vector<const HostNames*>& names) {
+void NameMap::index(const std::vector<const ServedNames*>& names) {
     indexes_.assign(entries_.size(), {});
     for (size_t i = 0; i < entries_.size(); ++i) {
         byEndpoint_.try_emplace(entries_[i].at.text(), i);

@@ -26,7 +26,7 @@ struct Endpoint {
 Endpoint endpointOf(std::string_view printed);
 
 // A host's names as the server compares them: in lower case.
-struct HostNames {
+struct ServedNames {
     std::string name;
     std::string inherited{};  // what a host without a ServerName answers to
     std::vector<std::string> aliases{}, wildAliases{};
@@ -45,7 +45,7 @@ public:
     void add(Entry entry) { entries_.push_back(std::move(entry)); }
     const std::vector<Entry>& entries() const { return entries_; }
     // Once all entries are there.
-    void index(const std::vector<const HostNames*>& names);
+    void index(const std::vector<const ServedNames*>& names);
 
     // The entry that connections to the endpoint are looked up in; null: the main server answers them.
     const Entry* entryFor(const Endpoint& endpoint) const;
@@ -58,7 +58,7 @@ private:
         Positions exact, suffixes;                                 // "*.example.com" by ".example.com"
         std::vector<std::pair<uint32_t, std::string_view>> other;  // other patterns
     };
-    static void take(Index& index, const HostNames& names, uint32_t position);
+    static void take(Index& index, const ServedNames& names, uint32_t position);
 
     std::vector<Entry> entries_;
     std::vector<Index> indexes_;

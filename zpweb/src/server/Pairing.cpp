@@ -20,18 +20,18 @@ std::string addressesOf(const VirtualHost& host) {
 }
 
 std::string whole(const Reading& reading, const VirtualHost& host) {
-    return host.names.name + "\n" + addressesOf(host) + "\n" + reading.originOf(host).file;
+    return host.names.name + "\n" + addressesOf(host) + "\n" + reading.fileOf(host);
 }
 
 std::string nameAndFile(const Reading& reading, const VirtualHost& host) {
-    return host.names.name.empty() ? "" : host.names.name + "\n" + reading.originOf(host).file;
+    return host.names.name.empty() ? "" : host.names.name + "\n" + reading.fileOf(host);
 }
 
 std::string nameAndAddresses(const Reading&, const VirtualHost& host) {
     return host.names.name.empty() ? "" : host.names.name + "\n" + addressesOf(host);
 }
 
-bool sharesName(const HostNames& one, const HostNames& other) {
+bool sharesName(const ServedNames& one, const ServedNames& other) {
     const auto has = [&other](const std::string& name) {
         return name == other.name ||
                std::find(other.aliases.begin(), other.aliases.end(), name) != other.aliases.end();
@@ -40,7 +40,7 @@ bool sharesName(const HostNames& one, const HostNames& other) {
 }
 
 std::string addressesAndFile(const Reading& reading, const VirtualHost& host) {
-    return addressesOf(host) + "\n" + reading.originOf(host).file;
+    return addressesOf(host) + "\n" + reading.fileOf(host);
 }
 
 // Pairs those that are still alone and have the same key, in their order. An empty key is nobody's.

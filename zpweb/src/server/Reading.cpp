@@ -12,7 +12,7 @@ namespace {
 
 // "Listen 443 https", "Listen [::1]:80", "Listen 80"
 Endpoint listenedOn(std::string_view arguments) {
-    const std::vector<std::string> words = wordsOf(arguments);
+    const std::vector<std::string> words = argumentsIn(arguments);
     const std::string first = words.empty() ? "" : words.front();
     const bool portOnly = first.find_first_not_of("0123456789") == std::string::npos;
     return portOnly ? Endpoint{"*", leadingNumber(first)} : endpointOf(first);
@@ -24,7 +24,7 @@ bool is4(const std::string& address) { return address.find(':') == std::string::
 
 bool Directive::is(std::string_view other) const { return zp::conf::equalIgnoringCase(name, other); }
 
-std::vector<std::string> wordsOf(std::string_view arguments) {
+std::vector<std::string> argumentsIn(std::string_view arguments) {
     std::vector<std::string> words;
     for (size_t i = 0; i < arguments.size();) {
         if (zp::conf::isSpace(arguments[i])) {
@@ -46,7 +46,7 @@ std::vector<std::string> wordsOf(std::string_view arguments) {
 }
 
 std::string hostNameIn(std::string_view text) {
-    const std::vector<std::string> words = wordsOf(text);
+    const std::vector<std::string> words = argumentsIn(text);
     std::string_view name = words.empty() ? std::string_view() : std::string_view(words.front());
     if (const size_t scheme = name.find("://"); scheme != std::string_view::npos) {
         name = name.substr(scheme + 3);
@@ -54,12 +54,20 @@ std::string hostNameIn(std::string_view text) {
     if (!name.starts_with('[')) {
         name = name.substr(0, name.find(':'));
     }
-    std::string lower(name);
+    return lowerCase(name);
+}
+
+std::string lowerCase(std::string_view text) {
+    std::string lower(text);
     std::transform(lower.begin(), lower.end(), lower.begin(), zp::conf::lower);
     return lower;
 }
 
-std::vector<Endpoint> Reading::endpoints() const {
+// What is asked for often.
+void Reading::index() {
+    for (uint32_t i = 0; i < hosts_.size(); ++i) {
+        byName_[hosts_[i].names.name].push_back(i);
+    }
     std::set<Endpoint> found;
     for (const Directive* listen : inSection(Directive::None, "Listen")) {
         const Endpoint at = listenedOn(listen->arguments);
@@ -77,7 +85,7 @@ std::vector<Endpoint> Reading::endpoints() const {
             found.insert(entry.at);
         }
     }
-    return {found.begin(), found.end()};
+    endpoints_.assign(found.begin(), found.end());
 }
 
 const VirtualHost* Reading::carrierOf(std::string_view name, const Endpoint& endpoint) const {
@@ -95,11 +103,10 @@ const VirtualHost* Reading::leadsTo(std::string_view name, const Endpoint& endpo
 }
 
 std::vector<const VirtualHost*> Reading::hostsOf(std::string_view site) const {
-    const std::string name = hostNameIn(site);
     std::vector<const VirtualHost*> found;
-    for (const VirtualHost& host : hosts_) {
-        if (host.names.name == name) {
-            found.push_back(&host);
+    if (const auto named = byName_.find(hostNameIn(site)); named != byName_.end()) {
+        for (const uint32_t host : named->second) {
+            found.push_back(&hosts_[host]);
         }
     }
     return found;
@@ -120,23 +127,14 @@ std::vector<const Directive*> Reading::inSection(uint32_t section, std::string_v
 std::string Reading::valueIn(uint32_t section, std::string_view name) const {
     const std::vector<const Directive*> all = inSection(section, name);
     const std::vector<std::string> words =
-        all.empty() ? std::vector<std::string>() : wordsOf(all.back()->arguments);
+        all.empty() ? std::vector<std::string>() : argumentsIn(all.back()->arguments);
     return words.empty() ? "" : words.front();
 }
 
-// "macro 'site' (defined on line 24 of "/a") used on line 33 of "/b"": the outermost use is the last one.
 Origin Reading::originOf(uint32_t file, uint32_t line) const {
-    constexpr std::string_view Used = " used on line ";
-    const std::string& name = files_[file];
-    const size_t use = name.starts_with("macro '") ? name.rfind(Used) : std::string::npos;
-    if (use == std::string::npos) {
-        return {name, line, false};
-    }
-    const size_t number = use + Used.size();
-    const size_t quote = name.find('"', number);
-    return {std::string(
-                zp::conf::upTo(std::string_view(name).substr(std::min(quote, name.size() - 1) + 1), "\"")),
-            static_cast<size_t>(leadingNumber(std::string_view(name).substr(number))), true};
+    Origin origin = origins_[file];
+    origin.line = origin.fromMacro ? origin.line : line;
+    return origin;
 }
 
 std::string Reading::describe(const VirtualHost* host) const {

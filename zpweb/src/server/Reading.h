@@ -10,6 +10,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "server/NameMap.h"
@@ -28,7 +29,7 @@ struct Directive {
     bool is(std::string_view other) const;  // in any letter case
 };
 
-// Where something stands. What a macro has made stands where the macro is used.
+// Where something stands: a path without links. What a macro has made stands where the macro is used.
 struct Origin {
     std::string file;
     size_t line = 0;
@@ -40,7 +41,7 @@ struct VirtualHost {
     uint32_t directive = Directive::None;  // its section; None in a reading that is not complete
     uint32_t file = 0, line = 0;
     std::vector<std::string> addresses;  // as in its opening tag
-    HostNames names;                     // the name is empty when it has no ServerName
+    ServedNames names;                   // the name is empty when it has no ServerName
 };
 
 class Reading {
@@ -56,7 +57,7 @@ public:
 
     // Where requests can arrive: the addresses and ports of the Listen directives. One that listens on
     // every address is there as "*" and as each address that blocks name.
-    std::vector<Endpoint> endpoints() const;
+    const std::vector<Endpoint>& endpoints() const { return endpoints_; }
     // The host that answers for a name there; null: the main server does.
     const VirtualHost* leadsTo(std::string_view name, const Endpoint& endpoint) const;
     // The same, but only a host that carries the name itself.
@@ -70,24 +71,30 @@ public:
     std::string valueIn(uint32_t section, std::string_view name) const;
     Origin originOf(const Directive& directive) const { return originOf(directive.file, directive.line); }
     Origin originOf(const VirtualHost& host) const { return originOf(host.file, host.line); }
+    const std::string& fileOf(const VirtualHost& host) const { return origins_[host.file].file; }
     // "shop.example at /etc/apache2/sites-enabled/shop.conf:1"; "the main server" for null
     std::string describe(const VirtualHost* host) const;
 
 private:
     friend class ReadingParser;
     Origin originOf(uint32_t file, uint32_t line) const;
+    void index();
 
     std::unique_ptr<const std::string> text_;
-    std::vector<std::string> files_, included_;
+    std::vector<Origin> origins_;  // of each file by number; its line is that of a macro's use
+    std::vector<std::string> included_;
     std::vector<Directive> directives_;
     std::vector<VirtualHost> hosts_;
     NameMap names_;
+    std::vector<Endpoint> endpoints_;
+    std::unordered_map<std::string_view, std::vector<uint32_t>> byName_;
     bool complete_ = false;
 };
 
 // The words of a directive's arguments, without their quotes.
-std::vector<std::string> wordsOf(std::string_view arguments);
+std::vector<std::string> argumentsIn(std::string_view arguments);
 // A host name as the server compares it: no scheme, no port, lower case.
 std::string hostNameIn(std::string_view text);
+std::string lowerCase(std::string_view text);
 
 }  // namespace zpweb

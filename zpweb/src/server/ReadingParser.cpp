@@ -5,6 +5,7 @@
 
 #include "conf/Text.h"
 #include "server/Reading.h"
+#include "sys/File.h"
 #include "sys/Number.h"
 
 namespace zpweb {
@@ -12,6 +13,7 @@ namespace zpweb {
 namespace {
 
 constexpr std::string_view InFile = "# In file: ";
+constexpr size_t Indent = 2;
 constexpr std::string_view VirtualHostTag = "VirtualHost";
 
 std::string_view afterBlanks(std::string_view text) {
@@ -33,10 +35,22 @@ bool takes(std::string_view& text, std::string_view beginning) {
     return there;
 }
 
-std::string lowered(std::string_view text) {
-    std::string lower(text);
-    std::transform(lower.begin(), lower.end(), lower.begin(), zp::conf::lower);
-    return lower;
+std::string withoutLinks(std::string_view file) {
+    const auto real = realPathOf(std::string(file));
+    return real.ok() ? *real : std::string(file);
+}
+
+// "/etc/a.conf", or "macro 'site' (defined on line 24 of "/etc/a.conf") used on line 33 of "/etc/b.conf"":
+// the outermost use stands last.
+Origin originIn(std::string_view file) {
+    constexpr std::string_view Used = " used on line ";
+    const size_t use = file.starts_with("macro '") ? file.rfind(Used) : std::string_view::npos;
+    if (use == std::string_view::npos) {
+        return {withoutLinks(file), 0, false};
+    }
+    const std::string_view rest = file.substr(use + Used.size());
+    const std::string_view path = zp::conf::stepOver(rest, zp::conf::upTo(rest, "\"").size() + 1);
+    return {withoutLinks(zp::conf::upTo(path, "\"")), static_cast<size_t>(leadingNumber(rest)), true};
 }
 
 }  // namespace
@@ -65,7 +79,7 @@ private:
     struct Mentioned {
         uint32_t entry, file, line;
         std::string name;
-        HostNames names;
+        ServedNames names;
     };
 
     void takeLine(std::string_view line) {
@@ -90,9 +104,9 @@ private:
 
     uint32_t numberOf(std::string_view file) {
         const auto [known, fresh] =
-            fileNumbers_.try_emplace(file, static_cast<uint32_t>(reading_.files_.size()));
+            fileNumbers_.try_emplace(file, static_cast<uint32_t>(reading_.origins_.size()));
         if (fresh) {
-            reading_.files_.emplace_back(file);
+            reading_.origins_.push_back(originIn(file));
         }
         return known->second;
     }
@@ -109,9 +123,9 @@ private:
                 takes(rest, "namevhost ");
                 mention(rest);
             } else if (!mentioned_.empty() && takes(rest, "alias ")) {
-                mentioned_.back().names.aliases.push_back(lowered(rest));
+                mentioned_.back().names.aliases.push_back(lowerCase(rest));
             } else if (!mentioned_.empty() && takes(rest, "wild alias ")) {
-                mentioned_.back().names.wildAliases.push_back(lowered(rest));
+                mentioned_.back().names.wildAliases.push_back(lowerCase(rest));
             }
         } else if (const std::string_view at = takeWord(rest); !rest.empty()) {
             entries_.push_back({endpointOf(at), {}});
@@ -131,7 +145,7 @@ private:
         mentioned_.push_back({static_cast<uint32_t>(entries_.size() - 1),
                               numberOf(rest.substr(1, colon - 1)),
                               static_cast<uint32_t>(leadingNumber(rest.substr(colon + 1))),
-                              lowered(name),
+                              lowerCase(name),
                               {}});
     }
 
@@ -141,13 +155,17 @@ private:
             file_ = numberOf(line.substr(InFile.size()));
         } else if (text.starts_with('#')) {
             line_ = static_cast<uint32_t>(leadingNumber(afterBlanks(text.substr(1))));
-        } else if (text.starts_with("</")) {
-            if (section_ != Directive::None) {
-                reading_.directives_[section_].end = size();
-                section_ = reading_.directives_[section_].parent;
-            }
-        } else if (!text.empty()) {
+        } else if (!text.empty() && !text.starts_with("</")) {
+            closeSections((line.size() - text.size()) / Indent);
             addDirective(text);
+        }
+    }
+
+    // Indentation tells what is in what: a section that holds nothing is printed without its closing tag.
+    void closeSections(size_t depth) {
+        while (open_.size() > depth) {
+            reading_.directives_[open_.back()].end = size();
+            open_.pop_back();
         }
     }
 
@@ -159,12 +177,12 @@ private:
         if (added.section && added.arguments.ends_with('>')) {
             added.arguments.remove_suffix(1);
         }
-        added.parent = section_;
+        added.parent = open_.empty() ? Directive::None : open_.back();
         added.file = file_;
         added.line = line_;
         added.end = size() + 1;
         if (added.section) {
-            section_ = size();
+            open_.push_back(size());
         }
         reading_.directives_.push_back(added);
     }
@@ -172,6 +190,7 @@ private:
     uint32_t size() const { return static_cast<uint32_t>(reading_.directives_.size()); }
 
     void finishDirectives() {
+        closeSections(0);
         const auto& all = reading_.directives_;
         reading_.complete_ = !all.empty();
         for (uint32_t i = 0; i < all.size(); i = all[i].end) {
@@ -187,15 +206,15 @@ private:
         host.directive = section;
         host.file = tag.file;
         host.line = tag.line;
-        host.addresses = wordsOf(tag.arguments);
+        host.addresses = argumentsIn(tag.arguments);
         for (uint32_t i = section + 1; i < tag.end; i = reading_.directives_[i].end) {
             const Directive& directive = reading_.directives_[i];
             if (directive.is("ServerName")) {
                 host.names.name = hostNameIn(directive.arguments);
             } else if (directive.is("ServerAlias")) {
-                for (const std::string& alias : wordsOf(directive.arguments)) {
+                for (const std::string& alias : argumentsIn(directive.arguments)) {
                     const bool wild = alias.find_first_of("*?") != std::string::npos;
-                    (wild ? host.names.wildAliases : host.names.aliases).push_back(lowered(alias));
+                    (wild ? host.names.wildAliases : host.names.aliases).push_back(lowerCase(alias));
                 }
             }
         }
@@ -208,7 +227,7 @@ private:
     uint32_t hostOf(const Mentioned& mentioned) {
         const auto [first, last] = places_.equal_range({mentioned.file, mentioned.line});
         for (auto place = first; place != last; ++place) {
-            const HostNames& names = reading_.hosts_[place->second].names;
+            const ServedNames& names = reading_.hosts_[place->second].names;
             if (names.name.empty() || names.name == mentioned.name) {
                 return place->second;
             }
@@ -232,7 +251,7 @@ private:
         for (const Mentioned& mentioned : mentioned_) {
             std::vector<NameMap::Host>& hosts = entries_[mentioned.entry].hosts;
             const uint32_t host = hostOf(mentioned);
-            HostNames& names = reading_.hosts_[host].names;
+            ServedNames& names = reading_.hosts_[host].names;
             names.inherited = names.name.empty() ? mentioned.name : "";
             if (hosts.empty() || hosts.back() != host) {
                 hosts.push_back(host);
@@ -241,11 +260,12 @@ private:
         for (NameMap::Entry& entry : entries_) {
             reading_.names_.add(std::move(entry));
         }
-        std::vector<const HostNames*> names;
+        std::vector<const ServedNames*> names;
         for (const VirtualHost& host : reading_.hosts_) {
             names.push_back(&host.names);
         }
         reading_.names_.index(names);
+        reading_.index();
     }
 
     Reading reading_;
@@ -254,7 +274,8 @@ private:
     std::multimap<std::pair<uint32_t, uint32_t>, uint32_t> places_;
     std::vector<NameMap::Entry> entries_;
     std::vector<Mentioned> mentioned_;
-    uint32_t file_ = 0, line_ = 0, section_ = Directive::None;
+    std::vector<uint32_t> open_;  // sections around what comes next
+    uint32_t file_ = 0, line_ = 0;
 };
 
 Reading Reading::parse(std::string printed) { return ReadingParser(std::move(printed)).parse(); }

@@ -7,8 +7,8 @@
 
 #include "CZPWebsite.h"
 #include "conf/Text.h"
+#include "server/Inspection.h"
 #include "server/Logs.h"
-#include "server/Program.h"
 #include "server/Sockets.h"
 #include "sys/File.h"
 #include "sys/Number.h"
@@ -22,23 +22,25 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto LongestReload = 20s;
+constexpr auto LongestSilence = 8s;
 constexpr auto BetweenLooks = 20ms;
 
-// What the control script adds is no help.
-std::string withoutChatter(std::string text) {
-    for (const char* chatter : {"Action '", "The Apache error log may"}) {
-        if (const size_t at = text.find(chatter); at != std::string::npos) {
-            text.erase(at, text.find('\n', at) - at + 1);
-        }
-    }
-    return text.substr(0, text.find_last_not_of('\n') + 1);
+constexpr std::string_view ProgramNames[] = {"apache2", "httpd"};
+
+// A PID file may be older than the process that has its number now.
+bool isServer(pid_t pid) {
+    const std::string executable = executableOf(pid);
+    const bool known = std::find(std::begin(ProgramNames), std::end(ProgramNames), nameOf(executable)) !=
+                       std::end(ProgramNames);
+    const auto usual = realPathOf(Program().path());
+    return isOurs(pid) && (known || (usual.ok() && executable == *usual));
 }
 
 }  // namespace
 
 Server::Verdict Server::check(const std::string& file) const {
-    const Finished finished = runProgram({"apachectl", "-t", "-f", file}, waiting_);
-    return {finished.status >= 0 && finished.status != 127, finished.ok(), withoutChatter(finished.output)};
+    const Inspected inspected = checkOnly(Program(main_), file, waiting_);
+    return {inspected.ran, inspected.sound, inspected.words};
 }
 
 // The PID file of a configuration that names it by a variable: one of those that the server is started
@@ -54,7 +56,8 @@ std::string Server::runningPidFile(const std::string& name) const {
                name.substr(end + 1);
     }
     constexpr std::string_view Mark = "PidFile: \"";
-    const Finished told = runProgram({"apachectl", "-t", "-D", "DUMP_RUN_CFG", "-f", main_}, waiting_);
+    const Finished told =
+        runProgram(Program(main_).command({"-t", "-D", "DUMP_RUN_CFG", "-f", main_}), waiting_);
     if (const size_t at = told.output.find(Mark); at != std::string::npos) {
         return std::string(zp::conf::upTo(std::string_view(told.output).substr(at + Mark.size()), "\""));
     }
@@ -82,7 +85,7 @@ std::string Server::pidFile(const Configuration& configuration) const {
 std::optional<pid_t> Server::master(const Configuration& configuration) const {
     const auto text = readFile(pidFile(configuration));
     const pid_t pid = text.ok() ? leadingNumber(*text) : 0;
-    if (pid <= 0 || !isAlive(pid)) {
+    if (pid <= 0 || !isAlive(pid) || !isServer(pid)) {
         return std::nullopt;
     }
     // A process that runs with another configuration is not ours to signal.
@@ -127,23 +130,22 @@ Outcome Server::awaitGeneration(pid_t master, const std::vector<pid_t>& old) con
     return failure("the server has not taken up its new configuration in 20 s");
 }
 
+// Its new processes are there already. One that is too busy to answer, or speaks another protocol, has
+// reloaded all the same.
 Outcome Server::probe(const Configuration& configuration, pid_t master) const {
     bool asked = false;
-    const auto until = std::chrono::steady_clock::now() + LongestReload;
+    const auto until = std::chrono::steady_clock::now() + LongestSilence;
     do {
         for (const Socket& socket : askable(configuration)) {
             const Answer answer = ask(socket);
             asked = asked || answer != Answer::Unreachable;
-            if (answer == Answer::Http) {
+            if (answer == Answer::Http || (answer == Answer::Other && ask(socket, true) == Answer::Http)) {
                 return done();
             }
         }
         std::this_thread::sleep_for(BetweenLooks);
     } while (asked && isAlive(master) && std::chrono::steady_clock::now() < until);
-    if (!asked && isAlive(master) && check(main_).passed) {
-        return done();  // no request can be made from here
-    }
-    return failure("the server does not answer after its reload");
+    return isAlive(master) ? done() : failure("the server ended after its reload");
 }
 
 Outcome Server::reload(const Configuration& configuration, pid_t master) const {

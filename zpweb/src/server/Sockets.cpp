@@ -95,7 +95,7 @@ bool isBusy(const Socket& wanted) {
            (errno == EADDRINUSE || errno == EADDRNOTAVAIL);
 }
 
-Answer ask(const Socket& server) {
+Answer ask(const Socket& server, bool proxyLine) {
     const Endpoint endpoint = endpointOf(server, "127.0.0.1");
     if (endpoint.length == 0) {
         return Answer::Unreachable;
@@ -108,9 +108,11 @@ Answer ask(const Socket& server) {
         0) {
         return Answer::Unreachable;
     }
-    constexpr std::string_view Request = "HEAD / HTTP/1.0\r\n\r\n";
+    const std::string request =
+        std::string(proxyLine ? "PROXY TCP4 127.0.0.1 127.0.0.1 40000 80\r\n" : "") +
+        "HEAD / HTTP/1.0\r\n\r\n";
     std::array<char, 5> beginning{};
-    if (::send(socket.number(), Request.data(), Request.size(), MSG_NOSIGNAL) < 0 ||
+    if (::send(socket.number(), request.data(), request.size(), MSG_NOSIGNAL) < 0 ||
         ::recv(socket.number(), beginning.data(), beginning.size(), MSG_WAITALL) != 5) {
         return Answer::Other;
     }

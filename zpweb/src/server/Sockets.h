@@ -20,6 +20,7 @@ std::vector<Socket> askable(const Configuration& configuration);
 bool isBusy(const Socket& wanted);  // another program listens there, or the address is not this host's
 
 enum class Answer { Http, Other, Unreachable };
-Answer ask(const Socket& server);
+// `proxyLine`: as a load balancer does that tells of its visitor first.
+Answer ask(const Socket& server, bool proxyLine = false);
 
 }  // namespace zpweb

@@ -147,6 +147,33 @@ Finished runProgram(const std::vector<std::string>& words, const std::function<v
     return finished;
 }
 
+std::vector<bool> canEnter(const std::string& account, const std::vector<std::string>& directories) {
+    std::vector<bool> enters(directories.size(), true);
+    const passwd* entry = ::getpwnam(account.c_str());
+    const Descriptor answers(::memfd_create("answers", MFD_CLOEXEC));
+    if (entry == nullptr || ::geteuid() != 0 || !answers.isOpen()) {
+        return enters;
+    }
+    const pid_t pid = ::fork();
+    if (pid == 0) {
+        const bool became = ::initgroups(entry->pw_name, entry->pw_gid) == 0 &&
+                            ::setgid(entry->pw_gid) == 0 && ::setuid(entry->pw_uid) == 0;
+        for (size_t i = 0; became && i < directories.size(); ++i) {
+            if (::access(directories[i].c_str(), X_OK) != 0) {
+                static_cast<void>(::pwrite(answers.number(), "n", 1, static_cast<off_t>(i)));
+            }
+        }
+        ::_exit(0);
+    }
+    int status = 0;
+    ::waitpid(pid, &status, 0);
+    const std::string text = textOf(answers);
+    for (size_t i = 0; i < text.size(); ++i) {
+        enters[i] = text[i] != 'n';
+    }
+    return enters;
+}
+
 bool isReadableBy(const std::string& account, const std::string& path) {
     const passwd* entry = ::getpwnam(account.c_str());
     if (entry == nullptr || ::geteuid() != 0) {

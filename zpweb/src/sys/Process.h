@@ -52,6 +52,10 @@ bool isReadableBy(const std::string& account, const std::string& path);
 zp::host::Machine withoutShell();
 
 // While it lives, what operations of the library, and commands that they run, print goes into a buffer.
+// May the account's processes enter each of these directories? Taken to be so where that cannot be tried.
+std::vector<bool> canEnter(const std::string& account, const std::vector<std::string>& directories);
+
+// While it lives, what this process and its children print on either stream goes into a buffer.
 class Capture {
 public:
     Capture();

@@ -1,5 +1,6 @@
 #include "sys/ProcessTable.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -80,6 +81,23 @@ std::vector<std::string> wordsOfProcess(pid_t pid) {
         words.emplace_back(line.c_str() + at);
     }
     return words;
+}
+
+std::string executableOf(pid_t pid) {
+    // Of a program that was replaced by another version.
+    constexpr std::string_view Deleted = " (deleted)";
+    std::array<char, PATH_MAX> target{};
+    if (::readlink(procFile(pid, "exe").c_str(), target.data(), target.size() - 1) <= 0) {
+        return {};
+    }
+    std::string path(target.data());
+    return path.ends_with(Deleted) ? path.substr(0, path.size() - Deleted.size()) : path;
+}
+
+bool isOurs(pid_t pid) {
+    struct stat status {};
+    return ::stat(procFile(pid, "").c_str(), &status) == 0 &&
+           (status.st_uid == 0 || status.st_uid == ::geteuid());
 }
 
 std::set<int> portsOf(pid_t pid) {

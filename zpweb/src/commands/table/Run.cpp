@@ -1,5 +1,6 @@
 #include "commands/table/Run.h"
 
+#include "commands/table/Promise.h"
 #include "commands/table/Secret.h"
 #include "sys/File.h"
 #include "sys/Hash.h"
@@ -56,6 +57,7 @@ Outcome oneTry(Session& session, const std::vector<Invocation>& invocations, con
     Outcome outcome = transaction.begin();
     outcome = outcome.ok() ? isPlannedFor(transaction.configuration(), fingerprint) : outcome;
     for (size_t i = 0; outcome.ok() && i < invocations.size(); ++i) {
+        promise(transaction, *invocations[i].command, invocations[i].arguments);
         outcome = change(transaction, *invocations[i].command, invocations[i].arguments);
         outcome = transaction.fault().ok() ? outcome : transaction.fault();
         if (outcome.upToDate && session.settings.ensure) {

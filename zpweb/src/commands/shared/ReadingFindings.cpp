@@ -1,0 +1,216 @@
+#include "commands/shared/ReadingFindings.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <ctime>
+#include <map>
+#include <set>
+
+#include "settings/Certificate.h"
+#include "sys/File.h"
+#include "sys/Process.h"
+
+namespace zpweb {
+
+namespace {
+
+std::vector<std::string> namesOf(const VirtualHost& host) {
+    std::vector<std::string> names;
+    if (!host.names.name.empty()) {
+        names.push_back(host.names.name);
+    }
+    names.insert(names.end(), host.names.aliases.begin(), host.names.aliases.end());
+    return names;
+}
+
+// The endpoints whose requests are looked up among hosts, by the entry that they are looked up in.
+std::map<const NameMap::Entry*, std::vector<Endpoint>> listenersOf(const Reading& reading) {
+    std::map<const NameMap::Entry*, std::vector<Endpoint>> listeners;
+    for (const Endpoint& endpoint : reading.endpoints()) {
+        listeners[reading.names().entryFor(endpoint)].push_back(endpoint);
+    }
+    return listeners;
+}
+
+std::string absolute(const Reading& reading, const std::string& path) {
+    return path.empty() || path.front() == '/'
+               ? path
+               : reading.valueIn(Directive::None, "ServerRoot") + "/" + path;
+}
+
+// The last of a block's own directives, else the server's.
+std::string effective(const Reading& reading, const VirtualHost& host, const char* directive) {
+    const std::string own =
+        host.directive == Directive::None ? "" : reading.valueIn(host.directive, directive);
+    return own.empty() ? reading.valueIn(Directive::None, directive) : own;
+}
+
+// The first directory or link on the way to a file that others than root own or can write to; empty when
+// root alone decides where the file is.
+std::string othersGround(const std::string& file) {
+    for (size_t slash = file.find('/', 1);; slash = file.find('/', slash + 1)) {
+        const std::string part = file.substr(0, slash);
+        struct stat status {};
+        if (::lstat(part.c_str(), &status) != 0) {
+            return {};
+        }
+        const bool sticky = (status.st_mode & S_ISVTX) != 0;
+        const bool open = S_ISDIR(status.st_mode) && (status.st_mode & (S_IWGRP | S_IWOTH)) != 0 && !sticky;
+        const bool last = slash == std::string::npos;
+        if (status.st_uid != 0 && (!last || S_ISLNK(status.st_mode))) {
+            return part;
+        }
+        if (last) {
+            return {};
+        }
+        if (open) {
+            return part;
+        }
+    }
+}
+
+void findShadowing(const Reading& reading, const NameMap::Entry& narrow, const Endpoint& at,
+                   Findings& findings) {
+    const NameMap::Entry* wide = reading.names().entryFor({"*", at.port});
+    if (at.address == "*" || wide == nullptr || narrow.at.address == "*") {
+        return;
+    }
+    size_t count = 0;
+    std::string first;
+    for (const NameMap::Host host : wide->hosts) {
+        const VirtualHost& each = reading.hosts()[host];
+        if (!each.names.name.empty() && reading.carrierOf(each.names.name, at) == nullptr) {
+            first = first.empty() ? each.names.name : first;
+            ++count;
+        }
+    }
+    if (count > 0) {
+        const VirtualHost* winner = reading.leadsTo("", at);
+        findings.push_back({"names shadowed by a better address match", reading.originOf(*winner).text(),
+                            first + (count > 1 ? " and " + std::to_string(count - 1) + " more" : "") +
+                                " of " + wide->at.text() + " lead on " + at.text() + " to " +
+                                reading.describe(winner)});
+    }
+}
+
+using Listeners = std::map<const NameMap::Entry*, std::vector<Endpoint>>;
+
+// Where each host is reached, if at all.
+std::vector<std::vector<const NameMap::Entry*>> entriesOfHosts(const Reading& reading,
+                                                               const Listeners& listeners) {
+    std::vector<std::vector<const NameMap::Entry*>> entries(reading.hosts().size());
+    for (const auto& [entry, endpoints] : listeners) {
+        for (const NameMap::Host host : entry == nullptr ? std::vector<NameMap::Host>() : entry->hosts) {
+            entries[host].push_back(entry);
+        }
+    }
+    return entries;
+}
+
+}  // namespace
+
+void findUnreachable(const Reading& reading, Findings& findings) {
+    const Listeners listeners = listenersOf(reading);
+    for (const auto& [entry, endpoints] : listeners) {
+        if (entry != nullptr) {
+            findShadowing(reading, *entry, endpoints.front(), findings);
+        }
+    }
+    const auto entries = entriesOfHosts(reading, listeners);
+    for (NameMap::Host number = 0; number < reading.hosts().size(); ++number) {
+        const VirtualHost& host = reading.hosts()[number];
+        const std::string place = reading.originOf(host).text();
+        if (entries[number].empty()) {
+            std::string addresses;
+            for (const std::string& address : host.addresses) {
+                addresses += (addresses.empty() ? "" : " ") + address;
+            }
+            findings.push_back(
+                {"Listen missing", place,
+                 host.names.name + " on " + addresses + ": the server takes no requests there"});
+            continue;
+        }
+        for (const std::string& name : namesOf(host)) {
+            const VirtualHost* other = nullptr;
+            const bool reached = std::any_of(
+                entries[number].begin(), entries[number].end(), [&](const NameMap::Entry* entry) {
+                    const auto carrier = reading.names().carrierOf(*entry, name);
+                    other = carrier ? &reading.hosts()[*carrier] : other;
+                    return carrier == number;
+                });
+            if (!reached && other != nullptr) {
+                findings.push_back(
+                    {"name claimed twice", place, name + ", first at " + reading.originOf(*other).text()});
+            }
+        }
+    }
+}
+
+void findCertificates(const Reading& reading, Findings& findings) {
+    std::map<std::string, std::vector<std::string>>
+        seen;  // what is wrong with each pair of files and names
+    for (const VirtualHost& host : reading.hosts()) {
+        if (lowerCase(effective(reading, host, "SSLEngine")) != "on") {
+            continue;
+        }
+        const std::string certificate = absolute(reading, effective(reading, host, "SSLCertificateFile"));
+        const std::string key = absolute(reading, effective(reading, host, "SSLCertificateKeyFile"));
+        const std::vector<std::string> faults =
+            certificate.empty() ? std::vector<std::string>{"no SSLCertificateFile"}
+                                : faultsOf({certificate, key.empty() ? certificate : key}, namesOf(host),
+                                           std::time(nullptr));
+        for (const std::string& fault : faults) {
+            findings.push_back({"certificate", reading.originOf(host).text(), fault});
+        }
+    }
+}
+
+void findRedirectableLogs(const Reading& reading, Findings& findings) {
+    std::set<std::string> known;
+    for (const Directive& directive : reading.directives()) {
+        const bool log =
+            directive.is("ErrorLog") || directive.is("CustomLog") || directive.is("TransferLog");
+        const auto words = log ? argumentsIn(directive.arguments) : std::vector<std::string>();
+        if (words.empty() || words[0].starts_with('|') || lowerCase(words[0]).starts_with("syslog") ||
+            !known.insert(words[0]).second) {
+            continue;
+        }
+        if (const std::string ground = othersGround(absolute(reading, words[0])); !ground.empty()) {
+            findings.push_back(
+                {"log that its owner can redirect", reading.originOf(directive).text(),
+                 words[0] + ": " + ground + " is not root's alone, and root writes the log"});
+        }
+    }
+}
+
+void findClosedRoots(const Reading& reading, const std::string& user, Findings& findings) {
+    std::vector<std::string> roots;
+    std::vector<std::string> places;
+    for (const VirtualHost& host : reading.hosts()) {
+        const std::string root = host.directive == Directive::None
+                                     ? ""
+                                     : absolute(reading, reading.valueIn(host.directive, "DocumentRoot"));
+        if (!root.empty() && isFolder(root)) {
+            roots.push_back(root);
+            places.push_back(reading.originOf(host).text());
+        }
+    }
+    const std::vector<bool> enters = canEnter(user, roots);
+    for (size_t i = 0; i < roots.size(); ++i) {
+        if (!enters[i]) {
+            findings.push_back({"document root that the server cannot enter", places[i],
+                                roots[i] + " (user " + user + ")"});
+        }
+    }
+}
+
+void noteMacros(const Reading& reading, Findings& notes) {
+    for (const VirtualHost& host : reading.hosts()) {
+        if (reading.originOf(host).fromMacro) {
+            notes.push_back({"from a macro", reading.originOf(host).text(), host.names.name});
+        }
+    }
+}
+
+}  // namespace zpweb

@@ -1,0 +1,139 @@
+#include "commands/table/Promise.h"
+
+#include <algorithm>
+
+#include "conf/Text.h"
+#include "server/Postconditions.h"
+
+namespace zpweb {
+
+namespace {
+
+// Which names may lead elsewhere.
+enum class Names { Kept, Host, OfSite, Any };
+
+struct Promise {
+    std::string_view words;
+    bool siteOnly;  // nothing may differ outside of the site's blocks
+    Names names;
+    Postcondition (*holds)(const std::string& site, const std::string& host) = nullptr;
+};
+
+// Commands on a site that are not listed change its blocks only and lead no name elsewhere; others may
+// change anything, and lead no name elsewhere either.
+constexpr Promise Promises[] = {
+    {"site create", true, Names::Kept,
+     [](const std::string& site, const std::string&) { return leadsToSite(site, site); }},
+    {"site delete", true, Names::OfSite,
+     [](const std::string& site, const std::string&) { return servesNothing(site); }},
+    {"site stop", true, Names::OfSite,
+     [](const std::string& site, const std::string&) { return servesNothing(site); }},
+    {"site disable", true, Names::OfSite,
+     [](const std::string& site, const std::string&) { return servesNothing(site); }},
+    {"site start", true, Names::Kept,
+     [](const std::string& site, const std::string&) { return leadsToSite(site, site); }},
+    {"site enable", true, Names::Kept,
+     [](const std::string& site, const std::string&) { return leadsToSite(site, site); }},
+    {"site set", true, Names::Kept},
+    {"site suspend", true, Names::Kept,
+     [](const std::string& site, const std::string&) { return isSuspended(site); }},
+    {"site pause", true, Names::OfSite},
+    {"site port", true, Names::OfSite},
+    {"site rename", false, Names::OfSite},
+    {"site move", false, Names::Kept},
+    {"address own", true, Names::OfSite},
+    {"address shared", true, Names::OfSite},
+    {"host add", true, Names::Kept,
+     [](const std::string& site, const std::string& host) { return leadsToSite(host, site); }},
+    {"host remove", true, Names::Host,
+     [](const std::string& site, const std::string& host) { return leadsThereNoMore(host, site); }},
+    {"perl on", false, Names::Kept},
+    {"perl off", false, Names::Kept},
+    {"rails on", false, Names::OfSite},
+    {"rails off", false, Names::OfSite},
+    {"server panel-port", false, Names::Any},
+    {"undo", false, Names::Any},
+};
+
+std::string valueOf(const Arguments& given, std::string_view parameter) {
+    const std::vector<std::string> values = given.all({parameter, Kind::Text, "", ""});
+    return values.empty() ? "" : values.front();
+}
+
+// The site that a call is about, as its blocks write it; empty for the server.
+std::string siteIn(const Configuration& configuration, const Command& command, const Arguments& given) {
+    std::string name = valueOf(given, "SITE") + valueOf(given, "--site");
+    if (name.empty() && command.words.starts_with("site ")) {
+        name = valueOf(given, "NAME");
+    }
+    const auto known = name.empty() ? Expected<Site>(done()) : findSite(configuration, name);
+    return hostNameIn(known.ok() ? std::string(known->first().block->name) : name);
+}
+
+// A block that is named by its place: FILE:LINE.
+void concernBlock(Transaction& change, const std::string& place, Names names) {
+    const auto site = findSite(change.configuration(), place);
+    for (const Place& each : site.ok() ? site->places : std::vector<Place>()) {
+        change.asked().blocks.insert({each.file->path(), each.block->lines.first + 1});
+        if (names == Names::OfSite) {
+            change.asked().moving.insert(hostNameIn(each.block->name));
+        }
+    }
+}
+
+// Everything that the site's blocks say and lead to is asked for by its name.
+void concernSite(Asked& asked, const std::string& site, Names names) {
+    asked.sites.insert(site);
+    if (names == Names::OfSite) {
+        asked.moving.insert(site);
+    }
+}
+
+void concernServer(Asked& asked, const Command& command, const Arguments& given) {
+    const bool directive = command.words.starts_with("directive ");
+    const std::string name = directive ? valueOf(given, "NAME") : "";
+    if (!name.empty()) {
+        asked.serverDirectives.insert(lowerCase(name));
+    } else {
+        asked.everything = true;
+    }
+}
+
+}  // namespace
+
+void promise(Transaction& change, const Command& command, const Arguments& given) {
+    const auto* row = std::find_if(std::begin(Promises), std::end(Promises),
+                                   [&](const Promise& each) { return each.words == command.words; });
+    const Promise kept = row != std::end(Promises) ? *row : Promise{command.words, true, Names::Kept};
+    const std::string site = siteIn(change.configuration(), command, given);
+    const std::string host = lowerCase(valueOf(given, "HOST"));
+    Asked& asked = change.asked();
+    const bool byPlace = valueOf(given, "SITE").find('/') != std::string::npos;
+    if (byPlace) {
+        concernBlock(change, given[SiteName], kept.names);
+        asked.everything = asked.everything || !kept.siteOnly;
+    } else if (site.empty()) {
+        concernServer(asked, command, given);
+    } else {
+        concernSite(asked, site, kept.names);
+        asked.everything = asked.everything || !kept.siteOnly;
+    }
+    asked.answersMayChange = asked.answersMayChange || command.words == "site suspend";
+    // All further names of the site are given: others may go.
+    const std::vector<std::string> hosts = given.all({"--host-name", Kind::HostName, "", ""});
+    for (const std::string& each : hosts) {
+        change.expect(leadsToSite(lowerCase(each), site));
+    }
+    if (given.has({"--host-name", Kind::HostName, "", ""})) {
+        asked.moving.insert(site);
+    }
+    asked.anyName = asked.anyName || kept.names == Names::Any;
+    if (kept.names == Names::Host) {
+        asked.names.insert(host);
+    }
+    if (kept.holds != nullptr && !byPlace) {
+        change.expect(kept.holds(site, host));
+    }
+}
+
+}  // namespace zpweb

@@ -1,0 +1,135 @@
+#include "phases/Judged.h"
+
+#include <optional>
+
+#include "conf/Text.h"
+#include "server/Inspection.h"
+#include "server/KeptReading.h"
+#include "sys/File.h"
+#include "sys/Hash.h"
+
+namespace zpweb {
+
+namespace {
+
+constexpr std::string_view Condition = "<IfFile";  // looks at a file that may be none of the configuration
+
+bool dependsOnMore(std::string_view text) {
+    for (size_t at = 0; (at = text.find('<', at)) != std::string_view::npos; ++at) {
+        if (zp::conf::beginsIgnoringCase(text.substr(at), Condition)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// Which files the Include lines name; empty when a variable or a condition makes a reading depend on more.
+std::string includedFiles(const Configuration& configuration) {
+    Hasher hasher;
+    for (const auto& file : configuration.files()) {
+        if (dependsOnMore(file->content().text())) {
+            return {};
+        }
+        for (const IncludeLine& include : file->server().includes) {
+            if (zp::conf::contains(include.pattern, "${")) {
+                return {};
+            }
+            for (const std::string& path : configuration.included(include.pattern)) {
+                const auto real = configuration.realOf(path);
+                hasher.take(path + "\n" + (real.ok() ? *real : "") + "\n");
+            }
+        }
+    }
+    return hasher.digits();
+}
+
+// A file as it is in this change, or as it was before.
+std::string fingerprintOf(const Configuration& configuration,
+                          const std::map<std::string, StagedFile>& files, const std::string& path,
+                          bool before) {
+    if (const auto touched = files.find(path); touched != files.end()) {
+        return before ? touched->second.before.hash() : touched->second.after.hash();
+    }
+    const ConfigurationFile* file = configuration.file(path);
+    const auto current = file != nullptr ? Expected(file->content().hash()) : currentHash(path);
+    return current.ok() ? *current : "";
+}
+
+Basis basisOf(const Configuration& configuration, const std::map<std::string, StagedFile>& files,
+              bool before) {
+    return {[&configuration, &files, before](const std::string& path) {
+                return fingerprintOf(configuration, files, path, before);
+            },
+            includedFiles(configuration)};
+}
+
+Outcome refusal(const Judging& change, const Program& program, const Inspected& staged) {
+    if (!staged.ran) {
+        return failure(
+            "the server's check cannot be run: apache2 or httpd is neither on PATH nor in the usual "
+            "directories; --no-check goes without it");
+    }
+    const Inspected live = checkOnly(program, change.configuration.main().path(), {});
+    return failure(Status::Refused,
+                   "refused by the server's check, nothing is changed:\n" +
+                       described(staged.words, change.staged, change.configuration) +
+                       (live.sound ? "" : "\nIt was broken before, as it stands now: " + live.words));
+}
+
+Outcome judgement(const Judging& change, const Judged& readings) {
+    if (readings.staged == nullptr) {
+        change.output.warning(
+            "the server has not told what it makes of the configuration: the change is not judged");
+        change.output.setJudged(false);
+        return done();
+    }
+    if (readings.live == nullptr) {
+        change.output.note(
+            "the configuration was broken before: the change is judged by what it leads to alone");
+    } else if (!readings.staged->complete()) {
+        change.output.note("the server has no mod_info: the change is judged by its name map alone");
+    }
+    Judgement judgement = judge(readings.live.get(), *readings.staged, change.asked, change.expectations,
+                                change.settings.allowImpact);
+    for (const Moved& moved : judgement.impact) {
+        if (!moved.asked) {
+            change.output.addImpact(moved.name, moved.listener, moved.from, moved.to);
+        }
+    }
+    for (const std::string& note : judgement.outcome.ok() ? judgement.notes : std::vector<std::string>()) {
+        change.output.note(note);
+    }
+    return judgement.outcome;
+}
+
+}  // namespace
+
+Judged judgeStaged(const Judging& change) {
+    const std::string& main = change.configuration.main().path();
+    const Program program(main);
+    Judged judged;
+    judged.live =
+        KeptReading(change.readingFile, program, basisOf(change.configuration, change.files, true)).load();
+    std::optional<ReadingRun> reading;
+    if (judged.live == nullptr) {
+        reading.emplace(program, main);
+    }
+    const Inspected staged = inspect(program, change.staged.main,
+                                     {change.staged.liveNames.begin(), change.staged.liveNames.end()}, {});
+    if (reading) {
+        judged.live = reading->end({});
+    }
+    judged.staged = staged.reading;
+    change.output.detail(staged.words);
+    judged.outcome = staged.sound ? judgement(change, judged) : refusal(change, program, staged);
+    return judged;
+}
+
+void keepReading(const Configuration& configuration, const std::map<std::string, StagedFile>& files,
+                 const std::string& readingFile, const Reading* reading) {
+    const Program program(configuration.main().path());
+    const KeptReading kept(readingFile, program, basisOf(configuration, files, false));
+    reading != nullptr ? kept.save(*reading) : kept.drop();
+}
+
+}  // namespace zpweb

@@ -1,0 +1,128 @@
+"""Every change is judged by what the server itself makes of it."""
+import os
+import shutil
+import subprocess
+
+import pytest
+
+from conftest import OWNER
+
+
+@pytest.fixture
+def shared(site):
+    """Two sites that listen on every address, and nothing else."""
+    address = f"127.0.0.1:{site.port}"
+    site.do("site", "create", "other.example", "--address", "127.0.0.1", "--owner", OWNER, "--path", site.sites)
+    site.conf.write_text(site.text().replace(f"VirtualHost {address}", f"VirtualHost *:{site.port}"))
+    return site
+
+
+def counting(machine):
+    """An environment in which each run of the server's program is written down."""
+    runs, program = machine.root / "run/runs", machine.root / "run/apache2"
+    program.write_text(f"#!/bin/sh\necho \"$*\" >>{runs}\nexec {shutil.which('apache2')} \"$@\"\n")
+    program.chmod(0o755)
+    return runs, {**os.environ, "PATH": f"{program.parent}:{os.environ['PATH']}"}
+
+
+def test_names_that_would_lead_elsewhere_are_listed_and_refused(shared):
+    before = shared.text()
+    create = ["site", "create", "third.example", "--address", "127.0.0.1", "--owner", OWNER, "--path", shared.sites]
+    for dry in ([], ["--dry-run"]):
+        answer = shared.run(*create, "--json", *dry)
+        assert answer.status == 3 and shared.text() == before, answer
+        assert {(row["name"], row["listener"]) for row in answer.json["impact"]} >= {
+            (name, f"127.0.0.1:{shared.port}") for name in ("shop.example", "other.example", "www.shop.example")}
+        row = answer.json["impact"][0]
+        assert row["from"].startswith(("shop.example at", "other.example at")) and "third.example at" in row["to"]
+    answer = shared.do(*create, "--allow-impact", "--json")
+    assert answer.json["judged"] is True and answer.json["impact"]
+
+
+def test_what_is_asked_for_is_no_impact(shared):
+    for words in (["host", "add", "other.example", "more.example"], ["host", "remove", "other.example", "more.example"],
+                  ["site", "stop", "other.example"], ["site", "start", "other.example"], ["site", "delete", "shop.example"]):
+        answer = shared.do(*words, "--json")
+        assert (answer.json["judged"], answer.json["impact"]) == (True, []), answer
+    answer = shared.do("host", "add", "other.example", "more.example", "--no-check", "--json")
+    assert answer.json["judged"] is False and "written, not judged" in answer.err
+
+
+def test_a_name_that_another_block_catches_is_not_called_added(shared):
+    # It stands first and has the name by a pattern: no request for it would ever reach the site.
+    shared.conf.write_text(shared.text().replace("ServerAlias www.shop.example", "ServerAlias www.shop.example *.caught.example"))
+    before = shared.text()
+    answer = shared.run("host", "add", "other.example", "a.caught.example")
+    assert answer.status == 1 and "leads to shop.example" in answer.err and shared.text() == before, answer
+
+
+def test_the_live_reading_is_kept_while_nothing_changes(site):
+    runs, environment = counting(site)
+    site.do("host", "add", "shop.example", "a.example", env=environment)
+    runs.unlink()
+    site.do("host", "add", "shop.example", "b.example", env=environment)
+    assert sorted("DUMP_CONFIG" in run for run in runs.read_text().splitlines() if "-t" in run.split()) == [False, True]
+    site.conf.write_text(site.text() + "# edited\n")
+    runs.unlink()
+    site.do("host", "add", "shop.example", "c.example", env=environment)
+    assert runs.read_text().count("DUMP_CONFIG") == 2
+
+
+def test_without_mod_info_the_name_map_tells(shared):
+    module = "/usr/lib/apache2/modules/mod_info.so"
+    os.rename(module, module + ".away")
+    try:
+        answer = shared.do("host", "add", "shop.example", "a.example")
+        assert "no mod_info" in answer.err
+        answer = shared.run("site", "create", "third.example", "--address", "127.0.0.1", "--owner", OWNER, "--path", shared.sites)
+        assert answer.status == 3, answer
+    finally:
+        os.rename(module + ".away", module)
+
+
+def test_a_broken_configuration_can_be_mended_and_is_said_to_be_broken(site):
+    sound = site.text()
+    site.conf.write_text(sound.replace("ServerAdmin", "Nonsense here\n\tServerAdmin"))
+    answer = site.run("host", "add", "shop.example", "a.example")
+    assert answer.status == 3 and "It was broken before" in answer.err, answer
+    site.do("directive", "delete", "Nonsense", "--site", "shop.example")
+    assert site.text() == sound
+
+
+def test_a_signal_goes_to_the_server_only(site):
+    bystander = subprocess.Popen(["tail", "-f", str(site.conf)], stdout=subprocess.DEVNULL)
+    (site.root / "run/httpd.pid").write_text(f"{bystander.pid}\n")
+    try:
+        answer = site.do("host", "add", "shop.example", "a.example")
+        assert "not running" in answer.err and bystander.poll() is None, answer
+    finally:
+        bystander.kill()
+        bystander.wait()
+
+
+def test_an_answer_that_got_worse_is_told_and_with_strict_taken_back(live):
+    before = live.text()
+    words = ["directive", "add", "Redirect", "503 /", "--site", "shop.example"]
+    answer = live.run(*words, "--strict")
+    assert answer.status == 4 and "answers 503" in answer.err and live.text() == before, answer
+    assert live.get("shop.example")[0] == 200
+    answer = live.do(*words)
+    assert "answers 503" in answer.err and live.get("shop.example")[0] == 503
+
+
+def test_behind_a_proxy_that_speaks_its_protocol_a_reload_succeeds(live):
+    live.stop()
+    live.conf.write_text(live.text().replace("TypesConfig", "LoadModule remoteip_module /usr/lib/apache2/modules/"
+                                             "mod_remoteip.so\nRemoteIPProxyProtocol On\nTypesConfig"))
+    subprocess.run(["apachectl", "-f", str(live.conf), "-k", "start"], check=True, capture_output=True)
+    answer = live.do("host", "add", "shop.example", "a.example")
+    assert "answers" not in answer.err, answer
+
+
+def test_asking_the_server_leaves_nothing_on_the_machine():
+    shutil.rmtree("/run/apache2", ignore_errors=True)
+    before = sorted(os.listdir("/run"))
+    from conftest import ZPWEB
+    done = subprocess.run([ZPWEB, "doctor", "--json"], capture_output=True, text=True)
+    assert '"listener":"*:80"' in done.stdout, done
+    assert sorted(os.listdir("/run")) == before
