@@ -325,6 +325,7 @@ AuthUserFile /nowhere/users
 def test_the_fields_are_the_documented_ones(site):
     # Named in the same row, but values of a field, another command's, or there only in other cases.
     absent = {"site list": {"running", "stopped", "suspended", "duplicate", "unreachable", "flag", "readable"},
+              "site show": {"certificate", "certificate_days", "php", "applications", "access", "redirects"},
               "protect add": {"edit"}, "server info": {"owner"}, "doctor": {"message"},
               "history": {"yes", "no", "undone", "undoes", "login", "message"}}
     common = {"schema", "command", "status", "changed"}
@@ -394,4 +395,6 @@ def test_every_command_has_been_run_by_now(site, request):
     if request.config.getoption("keyword"):
         pytest.skip("only some of the tests were asked for")
     assert len(commands) > 50
-    assert {c for c in commands if not any((w + " ").startswith(c + " ") for w in Machine.words)} == set()
+    settings = Path(__file__).with_name("test_settings.py").read_text()  # on servers of its own
+    assert {c for c in commands if not any((w + " ").startswith(c + " ") for w in Machine.words)
+            and '"{}"'.format(c.replace(" ", '", "')) not in settings} == set()

@@ -65,7 +65,8 @@ private:
         CLI::Option* option = nullptr;
         if (parameter.kind == Kind::Flag) {
             option = app.add_flag_callback(
-                name, [&values, name] { values[name] = {}; }, std::string(parameter.help));
+                name == "--follow" ? "-f," + name : name, [&values, name] { values[name] = {}; },
+                std::string(parameter.help));
         } else if (parameter.many && !parameter.isOption()) {
             option = app.add_option_function<std::vector<std::string>>(
                 name, [&values, name](const std::vector<std::string>& all) { values[name] = all; },

@@ -6,6 +6,7 @@
 #include "commands/shared/WholeBlock.h"
 #include "conf/Bounds.h"
 #include "input/HostName.h"
+#include "settings/SiteSettings.h"
 #include "sys/File.h"
 #include "sys/GuardedFolder.h"
 
@@ -77,7 +78,8 @@ Outcome remove(Transaction& change, const Site& site, const Arguments& given) {
         }
     }
     change.output().set("site", name);
-    return removeBlocks(change, site);
+    Outcome removed = removeBlocks(change, site);
+    return removed.ok() ? forgetSettings(change, name) : removed;
 }
 
 }  // namespace

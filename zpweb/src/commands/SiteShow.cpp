@@ -3,6 +3,7 @@
 #include "commands/shared/Readable.h"
 #include "commands/shared/SiteInfo.h"
 #include "commands/shared/SiteBlocks.h"
+#include "settings/Overview.h"
 
 namespace zpweb {
 
@@ -87,6 +88,7 @@ Outcome show(Session& session, const Configuration& configuration, const Site& s
     setPairs(output, "proxy_reverse", info.record.ProxyPassReverse);
     setPairs(output, "redirect", info.record.Redirect);
     setPairs(output, "error_document", info.record.ErrorDoc);
+    showSettings(output, configuration, site.name());
     std::vector<std::string> all;
     for (const Place& each : site.places) {
         all.push_back(each.text());

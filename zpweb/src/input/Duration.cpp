@@ -28,7 +28,8 @@ Expected<long> secondsOf(const std::string& value) {
     std::string unit;
     const long number = numberOf(value, unit);
     const auto known = units.find(unit);
-    if (number < 0 || known == units.end()) {
+    constexpr long Most = 2147483647;
+    if (number < 0 || known == units.end() || number > Most / known->second) {
         return wrongValue("duration", value, "it is no number with a unit",
                           "expected a number of seconds, or one with s, m, h, d, w or y, such as 14d");
     }

@@ -20,6 +20,7 @@ std::string askedOf(const TlsSetting& setting) {
     return Json{{"certificate", setting.files.certificate},
                 {"key", setting.files.key},
                 {"redirect", setting.redirect},
+                {"any-name", setting.anyName},
                 {"hsts", setting.hsts},
                 {"port", setting.port},
                 {"made", setting.made},
@@ -35,6 +36,7 @@ std::optional<TlsSetting> tlsFrom(const std::string& asked) {
     TlsSetting setting;
     setting.files = {json.value("certificate", ""), json.value("key", "")};
     setting.redirect = json.value("redirect", false);
+    setting.anyName = json.value("any-name", false);
     setting.hsts = json.value("hsts", 0L);
     setting.port = json.value("port", setting.port);
     setting.made = json.value("made", setting.made);

@@ -12,6 +12,7 @@ namespace zpweb {
 struct TlsSetting {
     CertificateFiles files;
     bool redirect = false;  // http leads to https
+    bool anyName = false;   // names that the certificate is not for are no reason to refuse it
     long hsts = 0;          // seconds; 0: no such header
     int port = 443;
     std::vector<std::string> made{};  // the addresses of the blocks that were made for it

@@ -1,0 +1,71 @@
+// access set: who may ask for a path of a site.
+#include "commands/SettingsCommands.h"
+#include "commands/shared/SettingParameters.h"
+#include "host/Paths.h"
+#include "input/Network.h"
+#include "input/Url.h"
+#include "settings/AccessChange.h"
+#include "settings/SiteFacts.h"
+#include "settings/SiteSettings.h"
+
+namespace zpweb {
+
+namespace {
+
+constexpr auto Path = needed("PATH", Kind::Text, "The path, with all below it");
+constexpr auto Allow = options("--allow", Kind::Word, "NET|all", "Addresses that may (default: all)");
+constexpr auto Deny = options("--deny", Kind::Word, "NET|all", "Addresses that may not");
+constexpr auto Users =
+    options("--users", Kind::UserName, "USER", "Only these users; valid-user: each of the file");
+constexpr auto UserFile =
+    option("--user-file", Kind::Path, "FILE", "Where they stand (the site's web users)");
+
+Outcome typedNetworks(const Arguments& given) {
+    for (const auto& list : {given[Allow], given[Deny]}) {
+        for (const std::string& network : list) {
+            if (Outcome typed = typedNetwork(network).outcome(); !typed.ok()) {
+                return typed;
+            }
+        }
+    }
+    return done();
+}
+
+Outcome set(Transaction& change, const Site& site, const Arguments& given) {
+    const auto asked = typedUrlPath(given[Path]);
+    if (Outcome typed = asked.ok() ? typedNetworks(given) : asked.outcome(); !typed.ok()) {
+        return typed;
+    }
+    AccessPath path{*asked, given[Allow], given[Deny], given[Users], ""};
+    if (path.allow.empty() && path.deny.empty() && path.users.empty()) {
+        return failure(Status::Usage, "access set: one of --allow, --deny and --users is missing");
+    }
+    if (!path.users.empty()) {
+        path.userFile = given[UserFile].value_or(zp::host::path::WebUsers + settingName(site.name()));
+        if (Outcome there = usersAreThere(path, serverUser(change.configuration())); !there.ok()) {
+            return there;
+        }
+    }
+    change.output().set("site", site.name());
+    change.output().set("path", path.path);
+    return setAccess(change, site.name(), path, given[Overwrite]);
+}
+
+}  // namespace
+
+Command accessSet() {
+    return {
+        .words = "access set",
+        .summary = "Tell who may ask for a path of a website",
+        .action = set,
+        .parameters = {SiteName, Path, Allow, Deny, Users, UserFile, Overwrite},
+        .more =
+            "Admitted is who comes from an allowed address, from none that is denied, and, with --users, "
+            "is one of them. \"--deny all\" beside --allow means those addresses and no other. ACME "
+            "challenges stay reachable.",
+        .examples = {"access set shop.example /admin --allow 192.0.2.0/24",
+                     "access set shop.example / --deny 198.51.100.7"},
+    };
+}
+
+}  // namespace zpweb

@@ -1,0 +1,116 @@
+// log policy: how long a site's logs are kept.
+#include "settings/LogPolicy.h"
+
+#include "commands/SettingsCommands.h"
+#include "commands/shared/SettingParameters.h"
+#include "input/Quoted.h"
+#include "settings/SiteLogs.h"
+#include "settings/SiteSettings.h"
+
+namespace zpweb {
+
+namespace {
+
+constexpr auto OfSite = maybe("SITE", Kind::Site, "The site's name");
+constexpr auto All = flag("--all", "Each site whose logs nothing else rotates");
+constexpr auto Daily = flag("--daily", "Rotate them each day (so without --weekly and --monthly)");
+constexpr auto Weekly = flag("--weekly", "Rotate them each week");
+constexpr auto Monthly = flag("--monthly", "Rotate them each month");
+constexpr auto Keep = numberOption("--keep", "NUMBER", "Keep so many old ones (14)");
+constexpr auto LargerThan = option("--size", Kind::Word, "SIZE", "Rotate sooner what is larger");
+constexpr auto Off = flag("--off", "Rotate them no more");
+
+Expected<std::vector<std::string>> rotatable(const Configuration& configuration, const std::string& site) {
+    std::vector<std::string> logs;
+    for (const SiteLog& log : logsOf(configuration, site)) {
+        if (const std::string other = rotatedBy(log.path); !other.empty()) {
+            return failure(Status::Exists, log.path + ": " + other + " rotates it already");
+        }
+        logs.push_back(log.path);
+    }
+    return logs.empty() ? Expected<std::vector<std::string>>(
+                              failure(Status::NotFound, "site " + inQuotes(site) + " names no log file"))
+                        : Expected(std::move(logs));
+}
+
+// With --all a site that keeps no logs of its own, or whose logs something else rotates, is passed over.
+Outcome take(LogPolicies& policies, Transaction& change, const std::string& site, LogPolicy policy,
+             bool all) {
+    auto logs = rotatable(change.configuration(), site);
+    if (!logs.ok()) {
+        return all ? done() : logs.outcome();
+    }
+    policy.logs = std::move(*logs);
+    policies[settingName(site)] = std::move(policy);
+    return done();
+}
+
+std::vector<std::string> sitesOf(const Configuration& configuration) {
+    std::vector<std::string> sites;
+    for (const auto& file : configuration.files()) {
+        for (const Block& block : file->blocks()) {
+            if (!block.stopped && !block.name.empty()) {
+                sites.emplace_back(block.name);
+            }
+        }
+    }
+    return sites;
+}
+
+// Graceful, and only where the server would come through it.
+std::string reloadCommand(Transaction& change) {
+    const std::string pid = change.server().pidFile(change.configuration());
+    const std::string main = change.configuration().main().path();
+    return "if [ -s \"" + pid + "\" ] && apachectl -t -f \"" + main +
+           "\" >/dev/null 2>&1; then kill -USR1 \"$(cat \"" + pid + "\")\"; fi";
+}
+
+Outcome put(Transaction& change, const LogPolicies& policies) {
+    if (policies.empty()) {
+        return change.contentOf(LogPolicyFile) ? change.unlink(LogPolicyFile) : done();
+    }
+    return change.replace(LogPolicyFile, policyText(policies, reloadCommand(change)));
+}
+
+Outcome setPolicy(Transaction& change, const Arguments& given) {
+    const auto site = given[OfSite];
+    if (site.has_value() == given[All]) {
+        return failure(Status::Usage, "log policy: expected SITE or --all");
+    }
+    if (Outcome typed = given[LargerThan] ? typedSize(*given[LargerThan]).outcome() : done(); !typed.ok()) {
+        return typed;
+    }
+    const Content now = change.contentOf(LogPolicyFile);
+    LogPolicies policies = policiesIn(now ? now.text() : "");
+    const std::vector<std::string> sites =
+        site ? std::vector<std::string>{*site} : sitesOf(change.configuration());
+    const LogPolicy policy{given[Monthly]  ? "monthly"
+                           : given[Weekly] ? "weekly"
+                                           : "daily",
+                           given[Keep].value_or(14), given[LargerThan].value_or("")};
+    for (const std::string& each : sites) {
+        if (given[Off]) {
+            policies.erase(settingName(each));
+        } else if (Outcome taken = take(policies, change, each, policy, given[All]); !taken.ok()) {
+            return taken;
+        }
+    }
+    return put(change, policies);
+}
+
+}  // namespace
+
+Command logPolicy() {
+    return {
+        .words = "log policy",
+        .summary = "Tell how long the logs of websites are kept",
+        .action = setPolicy,
+        .parameters = {OfSite, All, Daily, Weekly, Monthly, Keep, LargerThan, Off},
+        .more =
+            "logrotate does the work, by the file /etc/logrotate.d/zpweb; the server is reloaded once for "
+            "all sites with the same policy.",
+        .examples = {"log policy shop.example --daily --keep 30", "log policy --all --weekly --size 100M"},
+    };
+}
+
+}  // namespace zpweb

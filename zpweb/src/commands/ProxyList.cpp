@@ -1,0 +1,44 @@
+// proxy list: the paths of sites that applications answer for.
+#include "commands/SettingsCommands.h"
+#include "commands/shared/SettingParameters.h"
+#include "settings/Proxies.h"
+#include "settings/SiteSettings.h"
+#include "sys/File.h"
+
+namespace zpweb {
+
+namespace {
+
+constexpr auto Listed = maybe("SITE", Kind::Site, "Those of this website only");
+
+Outcome list(Session& session, const Configuration& configuration, const Arguments& given) {
+    List& rows = session.output.list("proxies", {"site", "path", "url", "websocket", "timeout"});
+    const auto wanted = given[Listed];
+    for (const std::string& site : entriesOf(folderOf(configuration.main().path()) + "/zpweb.d")) {
+        const auto now = settingOf(configuration, site, Setting::Proxy);
+        const auto setting = now ? proxiesFrom(now->asked) : std::nullopt;
+        if (!setting || (wanted && settingName(*wanted) != site)) {
+            continue;
+        }
+        for (const ProxyPath& each : setting->paths) {
+            rows.row().add("site", site).add("path", each.path).add("url", each.url);
+            rows.add("websocket", each.websocket)
+                .add("timeout", each.timeout > 0 ? Value(long{each.timeout}) : Value());
+        }
+    }
+    return done();
+}
+
+}  // namespace
+
+Command proxyList() {
+    return {
+        .words = "proxy list",
+        .summary = "List the paths that applications answer for",
+        .action = list,
+        .parameters = {Listed},
+        .examples = {"proxy list", "proxy list shop.example --json"},
+    };
+}
+
+}  // namespace zpweb

@@ -1,0 +1,34 @@
+// proxy remove: a path of a site is the site's own again.
+#include "commands/SettingsCommands.h"
+#include "commands/shared/SettingParameters.h"
+#include "input/Url.h"
+#include "settings/ProxyChange.h"
+
+namespace zpweb {
+
+namespace {
+
+constexpr auto Path = needed("PATH", Kind::Text, "As it was set");
+
+Outcome remove(Transaction& change, const Site& site, const Arguments& given) {
+    const auto path = typedUrlPath(given[Path]);
+    if (!path.ok()) {
+        return path.outcome();
+    }
+    change.output().set("site", site.name());
+    return removeProxy(change, site.name(), *path, given[Overwrite]);
+}
+
+}  // namespace
+
+Command proxyRemove() {
+    return {
+        .words = "proxy remove",
+        .summary = "Let a website answer for a path by itself again",
+        .action = remove,
+        .parameters = {SiteName, Path, Overwrite},
+        .examples = {"proxy remove shop.example /api"},
+    };
+}
+
+}  // namespace zpweb

@@ -1,0 +1,40 @@
+// redirect remove: a path of a site leads nowhere else any more.
+#include "commands/SettingsCommands.h"
+#include "commands/shared/SettingParameters.h"
+#include "input/Quoted.h"
+#include "input/Url.h"
+#include "settings/RedirectChange.h"
+
+namespace zpweb {
+
+namespace {
+
+constexpr auto Path = maybe("PATH", Kind::Text, "As it was set (default: the whole site)");
+
+Outcome remove(Transaction& change, const Site& site, const Arguments& given) {
+    const auto typed = typedUrlPath(given[Path].value_or("/"));
+    if (!typed.ok()) {
+        return typed.outcome();
+    }
+    const std::string& path = *typed;
+    if (redirectsOf(change, site.name()).at(path) == nullptr) {
+        return isNotThere("redirect of " + inQuotes(path) + ": the site has none");
+    }
+    return changeRedirects(change, site.name(), given[Overwrite], [&](RedirectSetting& setting) {
+        std::erase_if(setting.paths, [&](const PathRedirect& each) { return each.path == path; });
+    });
+}
+
+}  // namespace
+
+Command redirectRemove() {
+    return {
+        .words = "redirect remove",
+        .summary = "Take a redirect back",
+        .action = remove,
+        .parameters = {SiteName, Path, Overwrite},
+        .examples = {"redirect remove shop.example /old"},
+    };
+}
+
+}  // namespace zpweb

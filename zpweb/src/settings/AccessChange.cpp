@@ -1,0 +1,154 @@
+#include "settings/AccessChange.h"
+
+#include <algorithm>
+#include <set>
+
+#include "input/Network.h"
+#include "input/Quoted.h"
+#include "settings/Modules.h"
+#include "settings/Proof.h"
+#include "settings/SiteFacts.h"
+#include "settings/SiteSettings.h"
+#include "sys/File.h"
+#include "sys/Process.h"
+#include "text/Lines.h"
+
+namespace zpweb {
+
+namespace {
+
+AccessSetting accessOf(const Transaction& change, const std::string& site) {
+    const auto now = settingOf(change, site, Setting::Access);
+    const auto known = now ? accessFrom(now->asked) : std::nullopt;
+    return known.value_or(AccessSetting{});
+}
+
+// Addresses of this host from which it can be tried: some of its own, and those of 127.0.0.0/8 that the
+// networks name.
+std::vector<std::string> visitors(const AccessPath& path, const Peer& peer) {
+    if (peer.address.find(':') != std::string::npos) {
+        return {peer.address};
+    }
+    std::set<std::string> addresses = {"127.0.0.1", "127.0.0.2", "127.45.6.7"};
+    for (const auto* list : {&path.allow, &path.deny}) {
+        for (const std::string& network : *list) {
+            const std::string address = network.substr(0, network.find('/'));
+            if (holdsAddress("127.0.0.0/8", address) && !address.ends_with(".0")) {
+                addresses.insert(address);
+            }
+        }
+    }
+    return {addresses.begin(), addresses.end()};
+}
+
+Outcome isAsAsked(const AccessPath& path, const Request& request) {
+    const auto reply = ask(request);
+    const std::string from = "from " + request.server.from + ", " + described(request);
+    if (!reply.ok()) {
+        return failure(from + ": " + reply.outcome().message);
+    }
+    const bool admitted = path.admits(request.server.from);
+    const int status = reply->status;
+    const bool asAsked = !admitted            ? status == 403 || (!path.users.empty() && status == 401)
+                         : path.users.empty() ? status != 403 && status != 401
+                                              : status == 401;
+    return asAsked ? done()
+                   : failure(from + " answers " + std::to_string(status) + ", though the address is " +
+                             (admitted ? "admitted" : "not admitted"));
+}
+
+Outcome proveOn(const Peer& peer, const AccessPath& path, const std::string& name, bool tls) {
+    for (const std::string& address : visitors(path, peer)) {
+        Peer visitor = peer;
+        visitor.from = address;
+        if (!Connection::to(visitor).ok()) {
+            continue;  // this host has no way from there to the server's address
+        }
+        const std::string asked = path.path == "/" ? "/" : path.path + "/";
+        const Request request{visitor, name, asked, tls};
+        if (Outcome shown = shownInTime([&] { return isAsAsked(path, request); }); !shown.ok()) {
+            return shown;
+        }
+    }
+    return done();
+}
+
+// What leads elsewhere before anybody is asked who he is shows nothing.
+bool isRedirected(const Request& request) {
+    const auto reply = ask(request);
+    return reply.ok() && reply->status >= 300 && reply->status < 400;
+}
+
+Outcome proveAccess(const Transaction& change, const std::string& site, const AccessPath& path) {
+    for (const Place& place : change.configuration().find(site)) {
+        if (place.block->stopped) {
+            continue;
+        }
+        const std::string name = settingName(place.block->name);
+        const bool tls = speaksTls(*place.block);
+        for (const Peer& peer : peersOf(change.configuration(), *place.block)) {
+            if (isRedirected({peer, name, path.path, tls})) {
+                continue;
+            }
+            if (Outcome shown = proveOn(peer, path, name, tls); !shown.ok()) {
+                return shown;
+            }
+        }
+    }
+    return done();
+}
+
+bool hasUser(const std::string& text, const std::string& user) {
+    const Lines lines(text);
+    return std::any_of(lines.all.begin(), lines.all.end(),
+                       [&](std::string_view line) { return line.starts_with(user + ":"); });
+}
+
+Outcome write(Transaction& change, const std::string& site, const AccessSetting& setting, bool overwrite) {
+    std::vector<std::string> modules = {"authz_core", "authz_host"};
+    if (std::any_of(setting.paths.begin(), setting.paths.end(),
+                    [](const AccessPath& each) { return !each.users.empty(); })) {
+        modules.insert(modules.end(), {"authn_core", "auth_basic", "authn_file", "authz_user"});
+    }
+    Outcome outcome = requireModules(change, modules);
+    return outcome.ok() ? applySetting(change, {site, Setting::Access, overwrite}, askedOf(setting),
+                                       directivesOf(setting))
+                        : outcome;
+}
+
+}  // namespace
+
+Outcome usersAreThere(const AccessPath& path, const std::string& serverUser) {
+    const auto text = readFile(path.userFile);
+    if (!text.ok()) {
+        return failure(Status::NotFound, "users: " + text.outcome().message);
+    }
+    if (!isReadableBy(serverUser, path.userFile)) {
+        return failure(path.userFile + ": the server's user " + serverUser + " cannot read it");
+    }
+    for (const std::string& user : path.users) {
+        if (user != "valid-user" && !hasUser(*text, user)) {
+            return failure(Status::NotFound, "user " + inQuotes(user) + ": not in " + path.userFile);
+        }
+    }
+    return done();
+}
+
+Outcome setAccess(Transaction& change, const std::string& site, const AccessPath& path, bool overwrite) {
+    AccessSetting setting = accessOf(change, site);
+    setting.set(path);
+    change.prove([&change, site, path] { return proveAccess(change, site, path); });
+    return write(change, site, setting, overwrite);
+}
+
+Outcome removeAccess(Transaction& change, const std::string& site, const std::string& path,
+                     bool overwrite) {
+    AccessSetting setting = accessOf(change, site);
+    if (!setting.remove(path)) {
+        return isNotThere("path " + inQuotes(path) + ": its access is not set");
+    }
+    return setting.paths.empty() ? dropSetting(change, {site, Setting::Access, overwrite})
+                                 : write(change, site, setting, overwrite);
+}
+
+}  // namespace zpweb

@@ -1,0 +1,108 @@
+#include "settings/LogPolicy.h"
+
+#include <fnmatch.h>
+#include <grp.h>
+#include <pwd.h>
+#include <sys/stat.h>
+
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+#include "sys/File.h"
+
+namespace zpweb {
+
+namespace {
+
+using Json = nlohmann::json;
+
+constexpr const char* Title = "# Logs of websites. Written by zpweb: log policy.\n# ";
+constexpr const char* Directory = "/etc/logrotate.d";
+
+Json jsonOf(const LogPolicies& policies) {
+    Json json = Json::object();
+    for (const auto& [site, policy] : policies) {
+        json[site] = {
+            {"when", policy.when}, {"keep", policy.keep}, {"size", policy.size}, {"logs", policy.logs}};
+    }
+    return json;
+}
+
+// Who does the work where the directory is not root's: root itself would be led by what is placed there.
+std::string accountLine(const std::string& log) {
+    struct stat status {};
+    if (::stat(folderOf(log).c_str(), &status) != 0 || status.st_uid == 0) {
+        return "    create 0640 root adm\n";
+    }
+    const passwd* user = ::getpwuid(status.st_uid);
+    const group* members = ::getgrgid(status.st_gid);
+    if (user == nullptr || members == nullptr) {
+        return {};
+    }
+    const std::string names = std::string(user->pw_name) + " " + members->gr_name;
+    return "    su " + names + "\n    create 0640 " + names + "\n";
+}
+
+std::string optionsOf(const LogPolicy& policy, const std::string& log) {
+    return "    " + policy.when + "\n    rotate " + std::to_string(policy.keep) + "\n" +
+           (policy.size.empty() ? "" : "    maxsize " + policy.size + "\n") +
+           "    missingok\n    notifempty\n    compress\n    delaycompress\n" + accountLine(log) +
+           "    sharedscripts\n";
+}
+
+bool rotates(const std::string& file, const std::string& log) {
+    const auto text = readFile(file);
+    std::istringstream words(text.ok() ? *text : "");
+    for (std::string word; words >> word;) {
+        word.erase(0, word.starts_with('"') ? 1 : 0);
+        word.erase(word.ends_with('"') ? word.size() - 1 : word.size());
+        if (word.starts_with('/') && ::fnmatch(word.c_str(), log.c_str(), FNM_PATHNAME) == 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
+}  // namespace
+
+std::string policyText(const LogPolicies& policies, const std::string& reload) {
+    std::map<std::string, std::string> sections;  // the logs, by their options
+    for (const auto& [site, policy] : policies) {
+        for (const std::string& log : policy.logs) {
+            sections[optionsOf(policy, log)] += "\"" + log + "\"\n";
+        }
+    }
+    std::string text = Title + jsonOf(policies).dump() + "\n";
+    for (const auto& [options, logs] : sections) {
+        text += logs + "{\n" + options + "    postrotate\n        " + reload + "\n    endscript\n}\n";
+    }
+    return text;
+}
+
+LogPolicies policiesIn(const std::string& text) {
+    const size_t begin = text.find('{');
+    const std::string asked =
+        begin == std::string::npos ? "" : text.substr(begin, text.find('\n', begin) - begin);
+    const Json json = Json::parse(asked, nullptr, false);
+    LogPolicies policies;
+    if (!json.is_object()) {
+        return policies;
+    }
+    for (const auto& [site, each] : json.items()) {
+        policies[site] = {each.value("when", "daily"), each.value("keep", 14), each.value("size", ""),
+                          each.value("logs", std::vector<std::string>())};
+    }
+    return policies;
+}
+
+std::string rotatedBy(const std::string& log) {
+    for (const std::string& name : entriesOf(Directory)) {
+        const std::string file = std::string(Directory) + "/" + name;
+        if (file != LogPolicyFile && rotates(file, log)) {
+            return file;
+        }
+    }
+    return {};
+}
+
+}  // namespace zpweb

@@ -1,0 +1,31 @@
+// How long the logs of sites are kept: one file for logrotate.
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "sys/Outcome.h"
+
+namespace zpweb {
+
+struct LogPolicy {
+    std::string when = "daily";  // "daily", "weekly" or "monthly"
+    int keep = 14;
+    std::string size{};  // rotated sooner when it is larger; empty: not
+    std::vector<std::string> logs{};
+};
+// By the site's name.
+using LogPolicies = std::map<std::string, LogPolicy>;
+
+inline constexpr const char* LogPolicyFile = "/etc/logrotate.d/zpweb";
+
+// Sites with the same policy, and whose logs the same account keeps, share a section, so that the server is
+// reloaded once for them.
+std::string policyText(const LogPolicies& policies, const std::string& reload);
+LogPolicies policiesIn(const std::string& text);
+
+// The file of logrotate that rotates this log already; empty when there is none besides ours.
+std::string rotatedBy(const std::string& log);
+
+}  // namespace zpweb

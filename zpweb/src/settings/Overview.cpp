@@ -1,0 +1,122 @@
+#include "settings/Overview.h"
+
+#include "settings/Access.h"
+#include "settings/Certificate.h"
+#include "settings/Php.h"
+#include "settings/Proxies.h"
+#include "settings/Redirects.h"
+#include "settings/SiteLogs.h"
+#include "settings/SiteSettings.h"
+#include "settings/Tls.h"
+
+namespace zpweb {
+
+namespace {
+
+struct Subject {
+    Output& output;
+    const Configuration& configuration;
+    const std::string& site;
+
+    // What was asked for, and its place; empty without the setting.
+    std::string asked(Setting setting) const {
+        const auto text = settingOf(configuration, site, setting);
+        return text ? text->asked : "";
+    }
+    std::string place(Setting setting) const {
+        return settingPath(configuration.main().path(), settingName(site), setting);
+    }
+    void show(const char* field, Pairs pairs, Setting setting) const {
+        if (!pairs.empty()) {
+            pairs.emplace_back("in", place(setting));
+            output.set(field, &pairs);
+        }
+    }
+};
+
+void showTls(const Subject& subject) {
+    const auto tls = tlsFrom(subject.asked(Setting::Tls));
+    if (!tls) {
+        return;
+    }
+    subject.show("certificate", {{"file", tls->files.certificate}}, Setting::Tls);
+    if (const auto facts = factsOf(tls->files.certificate); facts.ok()) {
+        subject.output.set("certificate_days", daysLeft(facts->notAfter, std::time(nullptr)));
+    }
+}
+
+void showPhp(const Subject& subject) {
+    if (const auto php = phpFrom(subject.asked(Setting::Php))) {
+        subject.show("php", {{"fpm", php->fpm}, {"version", php->version}}, Setting::Php);
+    }
+}
+
+void showProxies(const Subject& subject) {
+    Pairs pairs;
+    for (const ProxyPath& each :
+         proxiesFrom(subject.asked(Setting::Proxy)).value_or(ProxySetting{}).paths) {
+        pairs.emplace_back(each.path, each.url);
+    }
+    subject.show("applications", pairs, Setting::Proxy);
+}
+
+std::string joined(const char* word, const std::vector<std::string>& values) {
+    std::string text = values.empty() ? "" : word;
+    for (const std::string& value : values) {
+        text += " " + value;
+    }
+    return text;
+}
+
+void showAccess(const Subject& subject) {
+    Pairs pairs;
+    for (const AccessPath& each :
+         accessFrom(subject.asked(Setting::Access)).value_or(AccessSetting{}).paths) {
+        std::string rule;
+        for (const std::string& part :
+             {joined("allow", each.allow), joined("deny", each.deny), joined("users", each.users)}) {
+            rule += (rule.empty() || part.empty() ? "" : "; ") + part;
+        }
+        pairs.emplace_back(each.path, rule);
+    }
+    subject.show("access", pairs, Setting::Access);
+}
+
+void showRedirects(const Subject& subject) {
+    const auto redirects = redirectsFrom(subject.asked(Setting::Redirect)).value_or(RedirectSetting{});
+    Pairs pairs;
+    for (const PathRedirect& each : redirects.paths) {
+        pairs.emplace_back(each.path, each.to);
+    }
+    if (!redirects.canonical.empty()) {
+        pairs.emplace_back(twinOf(redirects.canonical), redirects.canonical);
+    }
+    if (redirects.httpsPort != 0) {
+        pairs.emplace_back("http", "https");
+    }
+    subject.show("redirects", pairs, Setting::Redirect);
+}
+
+void showLogs(const Subject& subject) {
+    Pairs pairs;
+    for (const SiteLog& log : logsOf(subject.configuration, subject.site)) {
+        pairs.emplace_back(log.path, log.place);
+    }
+    if (!pairs.empty()) {
+        subject.output.set("logs", &pairs);
+    }
+}
+
+}  // namespace
+
+void showSettings(Output& output, const Configuration& configuration, const std::string& site) {
+    const Subject subject{output, configuration, site};
+    showTls(subject);
+    showPhp(subject);
+    showProxies(subject);
+    showAccess(subject);
+    showRedirects(subject);
+    showLogs(subject);
+}
+
+}  // namespace zpweb

@@ -1,0 +1,27 @@
+// Is PHP running? A script that says so, made in a site's document root and removed again.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "server/Request.h"
+#include "sys/Outcome.h"
+
+namespace zpweb {
+
+class PhpProbe {
+public:
+    explicit PhpProbe(std::string root);  // a document root
+
+    const std::string& root() const { return root_; }
+    std::string path() const { return root_ + "/" + name_; }
+    // Makes the script, asks for it at each place, and removes it. `version` becomes PHP's own.
+    Outcome run(std::vector<Request> places, std::string& version) const;
+
+private:
+    Outcome shows(const Request& request, std::string& version) const;
+
+    std::string root_, token_, name_;
+};
+
+}  // namespace zpweb

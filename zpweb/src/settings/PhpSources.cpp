@@ -1,0 +1,100 @@
+#include "settings/PhpSources.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <nlohmann/json.hpp>
+
+#include "conf/Text.h"
+#include "settings/Modules.h"
+#include "settings/ServerFile.h"
+
+namespace zpweb {
+
+namespace {
+
+using Json = nlohmann::json;
+namespace fs = std::filesystem;
+
+constexpr const char* Name = "php-sources";
+constexpr long MostEntries = 200000;
+constexpr const char* Title =
+    "# Scripts of sites whose PHP was switched off: nobody gets to read them. Written by zpweb.\n# ";
+
+bool isScript(const std::string& name) {
+    constexpr std::array Endings = {".php", ".phtml", ".phar", ".phps"};
+    return std::any_of(Endings.begin(), Endings.end(),
+                       [&](const char* ending) { return name.ends_with(ending); });
+}
+
+Json rootsIn(const std::string& text) {
+    const size_t begin = text.find('{');
+    const size_t end = begin == std::string::npos ? begin : text.find('\n', begin);
+    Json roots =
+        begin == std::string::npos ? Json() : Json::parse(text.substr(begin, end - begin), nullptr, false);
+    return roots.is_object() ? roots : Json::object();
+}
+
+Outcome write(Transaction& change, const Json& roots) {
+    if (roots.empty()) {
+        return dropServerFile(change, ServerFileKind::Directives, Name);
+    }
+    std::string text = Title + roots.dump() + "\n";
+    for (const auto& [site, root] : roots.items()) {
+        text += "<Directory \"" + root.get<std::string>() +
+                "\">\n    <FilesMatch \"\\.ph(?:p|ar|ps|tml)$\">\n        Require all denied\n"
+                "    </FilesMatch>\n</Directory>\n";
+    }
+    return putServerFile(change, ServerFileKind::Directives, Name, text);
+}
+
+Json rootsOf(const Transaction& change) {
+    return rootsIn(serverFileText(change, ServerFileKind::Directives, Name).value_or(""));
+}
+
+bool handlesPhp(std::string_view line) {
+    const std::string_view text = zp::conf::skipSpace(line);
+    const bool handler = zp::conf::beginsIgnoringCase(text, "SetHandler") ||
+                         zp::conf::beginsIgnoringCase(text, "AddHandler") ||
+                         zp::conf::beginsIgnoringCase(text, "AddType") ||
+                         zp::conf::beginsIgnoringCase(text, "ProxyPassMatch");
+    return handler && (zp::conf::contains(text, "php") || zp::conf::contains(text, "fcgi:"));
+}
+
+}  // namespace
+
+std::string someScript(const std::string& root) {
+    std::error_code error;
+    long seen = 0;
+    fs::recursive_directory_iterator entry(root, fs::directory_options::skip_permission_denied, error);
+    for (; !error && entry != fs::recursive_directory_iterator(); entry.increment(error)) {
+        const std::string path = entry->path().string();
+        if (isScript(path) || ++seen > MostEntries) {
+            return path.substr(root.size());
+        }
+    }
+    return {};
+}
+
+bool runsPhpOtherwise(const Configuration& configuration) {
+    for (const auto& file : configuration.files()) {
+        const auto& lines = file->lines().all;
+        if (!zp::conf::contains(file->path(), "/zpweb.d/") &&
+            std::any_of(lines.begin(), lines.end(), handlesPhp)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+Outcome hideSources(Transaction& change, const std::string& site, const std::string& root) {
+    Json roots = rootsOf(change);
+    roots[site] = root;
+    return write(change, roots);
+}
+
+Outcome showSources(Transaction& change, const std::string& site) {
+    Json roots = rootsOf(change);
+    return roots.erase(site) > 0 ? write(change, roots) : done();
+}
+
+}  // namespace zpweb

@@ -1,0 +1,23 @@
+// What a reloaded server shows to visitors of this host. A proof is tried again for a while: processes of
+// the old generation may still answer.
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "server/Request.h"
+#include "sys/Outcome.h"
+
+namespace zpweb {
+
+Outcome shownInTime(const std::function<Outcome()>& proof);
+
+// The handshake for the name shows the certificate with this fingerprint.
+Outcome showsCertificate(const Peer& peer, const std::string& name, const std::string& fingerprint);
+// The request is answered with a redirect to this address.
+Outcome redirects(const Request& request, const std::string& to);
+
+// A request as error messages name it: "http://shop.example/path at 127.0.0.1 port 80".
+std::string described(const Request& request);
+
+}  // namespace zpweb

@@ -1,0 +1,118 @@
+#include "settings/ProxyChange.h"
+
+#include "input/Quoted.h"
+#include "input/Url.h"
+#include "server/Program.h"
+#include "settings/Modules.h"
+#include "settings/Proof.h"
+#include "settings/SiteFacts.h"
+#include "settings/SiteSettings.h"
+#include "sys/Number.h"
+#include "sys/Process.h"
+
+namespace zpweb {
+
+namespace {
+
+ProxySetting proxiesOf(const Transaction& change, const std::string& site) {
+    const auto now = settingOf(change, site, Setting::Proxy);
+    const auto known = now ? proxiesFrom(now->asked) : std::nullopt;
+    return known.value_or(ProxySetting{});
+}
+
+// "Apache/2.4.57": websockets by an option came with 2.4.47.
+Upgrade upgradeOfServer() {
+    const Finished told = runProgram({Program().path(), "-v"});
+    constexpr std::string_view Mark = "Apache/2.4.";
+    if (const size_t at = told.output.find(Mark); told.ok() && at != std::string::npos) {
+        const int patch = leadingNumber(std::string_view(told.output).substr(at + Mark.size()));
+        return patch >= 47 ? Upgrade::ByOption : Upgrade::ByRule;
+    }
+    return Upgrade::ByOption;
+}
+
+std::vector<std::string> modulesFor(const ProxySetting& setting) {
+    std::vector<std::string> modules = {"proxy", "proxy_http", "headers"};
+    for (const ProxyPath& each : setting.paths) {
+        if (each.url.starts_with("https:")) {
+            modules.emplace_back("ssl");
+        }
+        if (each.websocket && setting.upgrade == Upgrade::ByRule) {
+            modules.insert(modules.end(), {"rewrite", "proxy_wstunnel"});
+        }
+    }
+    return modules;
+}
+
+// An address can be asked; what a name stands for is the server's to find out.
+Outcome answers(const Url& url) {
+    const std::string address = url.host == "localhost" ? "127.0.0.1" : url.host;
+    return Connection::to({address, url.port}).outcome();
+}
+
+Outcome isPassedOn(const Request& request) {
+    const auto reply = ask(request);
+    if (!reply.ok()) {
+        return failure(described(request) + ": " + reply.outcome().message);
+    }
+    const bool fails = reply->status == 502 || reply->status == 503 || reply->status == 504;
+    return fails ? failure(described(request) + " answers " + std::to_string(reply->status) +
+                           ": the server does not reach the application")
+                 : done();
+}
+
+Outcome proveProxy(const Transaction& change, const std::string& site, const std::string& path) {
+    for (const Place& place : change.configuration().find(site)) {
+        if (place.block->stopped) {
+            continue;
+        }
+        const std::string name = settingName(place.block->name);
+        for (const Peer& peer : peersOf(change.configuration(), *place.block)) {
+            const Request request{peer, name, path, speaksTls(*place.block)};
+            if (Outcome shown = shownInTime([&] { return isPassedOn(request); }); !shown.ok()) {
+                return shown;
+            }
+        }
+    }
+    return done();
+}
+
+Outcome write(Transaction& change, const std::string& site, const ProxySetting& setting, bool overwrite) {
+    Outcome outcome = requireModules(change, modulesFor(setting));
+    return outcome.ok() ? applySetting(change, {site, Setting::Proxy, overwrite}, askedOf(setting),
+                                       directivesOf(setting))
+                        : outcome;
+}
+
+}  // namespace
+
+Outcome setProxy(Transaction& change, const std::string& site, const ProxyPath& path, bool overwrite) {
+    ProxySetting setting = proxiesOf(change, site);
+    setting.upgrade = upgradeOfServer();
+    setting.set(path);
+    const auto url = urlFrom(path.url);
+    if (!url.ok()) {
+        return url.outcome();
+    }
+    if (url->path.find_first_of("?#") != std::string::npos) {
+        return failure(Status::Usage, inQuotes(path.url) + ": an application's URL has no query");
+    }
+    if (Outcome reached = answers(*url); reached.ok()) {
+        change.prove([&change, site, path] { return proveProxy(change, site, path.path); });
+    } else {
+        change.output().note("the application does not answer now: " + reached.message);
+    }
+    return write(change, site, setting, overwrite);
+}
+
+Outcome removeProxy(Transaction& change, const std::string& site, const std::string& path, bool overwrite) {
+    ProxySetting setting = proxiesOf(change, site);
+    setting.upgrade = upgradeOfServer();
+    if (!setting.remove(path)) {
+        return isNotThere("path " + inQuotes(path) + ": no application answers for it");
+    }
+    return setting.paths.empty() ? dropSetting(change, {site, Setting::Proxy, overwrite})
+                                 : write(change, site, setting, overwrite);
+}
+
+}  // namespace zpweb

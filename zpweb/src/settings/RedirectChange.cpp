@@ -1,0 +1,99 @@
+#include "settings/RedirectChange.h"
+
+#include "settings/Modules.h"
+#include "settings/Proof.h"
+#include "settings/SiteFacts.h"
+#include "settings/SiteSettings.h"
+
+namespace zpweb {
+
+namespace {
+
+constexpr const char* Asked = "zpweb-asks?a=%2F";
+
+std::string authority(const std::string& scheme, const std::string& host, int port) {
+    const int usual = scheme == "https" ? 443 : 80;
+    return scheme + "://" + host + (port == usual ? "" : ":" + std::to_string(port));
+}
+
+struct Expectation {
+    Request request;
+    std::string location;
+};
+
+void expectPath(std::vector<Expectation>& expected, Request request, const PathRedirect& path) {
+    const std::string below = path.path == "/" ? "/" : path.path + "/";
+    request.path = below + Asked;
+    std::string to = path.to;
+    if (path.keepPath) {
+        to = (to.ends_with('/') ? to.substr(0, to.size() - 1) : to) + "/" + Asked;
+    }
+    expected.push_back({request, to});
+}
+
+// What a visitor who comes to one place of the site by its name is led to.
+std::vector<Expectation> expectations(const RedirectSetting& setting, const Request& start,
+                                      const std::string& name) {
+    std::vector<Expectation> expected;
+    bool whole = false;
+    for (const PathRedirect& path : setting.paths) {
+        expectPath(expected, start, path);
+        whole = whole || path.path == "/";
+    }
+    Request request = start;
+    request.path = std::string("/") + Asked;
+    const std::string host = setting.canonical.empty() ? name : setting.canonical;
+    const bool toHttps = setting.httpsPort != 0 && !start.tls;
+    if (whole || (!toHttps && (setting.canonical.empty() || name == host))) {
+        return expected;
+    }
+    const std::string scheme = setting.httpsPort != 0 || start.tls ? "https" : "http";
+    const int port = setting.httpsPort != 0 ? setting.httpsPort : start.server.port;
+    expected.push_back({request, authority(scheme, host, port) + request.path});
+    return expected;
+}
+
+Outcome proveRedirects(const Transaction& change, const std::string& site, const RedirectSetting& setting) {
+    for (const Place& place : change.configuration().find(site)) {
+        if (place.block->stopped) {
+            continue;
+        }
+        const std::string name = settingName(place.block->name);
+        const std::string start = setting.canonical.empty() ? name : twinOf(setting.canonical);
+        const bool tls = speaksTls(*place.block, setting.httpsPort == 0 ? 443 : setting.httpsPort);
+        for (const Peer& peer : peersOf(change.configuration(), *place.block)) {
+            for (const Expectation& each : expectations(setting, {peer, start, "/", tls}, start)) {
+                Outcome shown = shownInTime([&] { return redirects(each.request, each.location); });
+                if (!shown.ok()) {
+                    return shown;
+                }
+            }
+        }
+    }
+    return done();
+}
+
+}  // namespace
+
+RedirectSetting redirectsOf(const Transaction& change, const std::string& site) {
+    const auto now = settingOf(change, site, Setting::Redirect);
+    const auto known = now ? redirectsFrom(now->asked) : std::nullopt;
+    return known.value_or(RedirectSetting{});
+}
+
+Outcome changeRedirects(Transaction& change, const std::string& site, bool overwrite,
+                        const std::function<void(RedirectSetting&)>& edit) {
+    RedirectSetting setting = redirectsOf(change, site);
+    edit(setting);
+    if (setting.isEmpty()) {
+        return dropSetting(change, {site, Setting::Redirect, overwrite});
+    }
+    Outcome outcome = requireModules(change, {"rewrite"});
+    outcome = outcome.ok() ? applySetting(change, {site, Setting::Redirect, overwrite}, askedOf(setting),
+                                          directivesOf(setting))
+                           : outcome;
+    change.prove([&change, site, setting] { return proveRedirects(change, site, setting); });
+    return outcome;
+}
+
+}  // namespace zpweb

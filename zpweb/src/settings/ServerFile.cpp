@@ -1,0 +1,112 @@
+#include "settings/ServerFile.h"
+
+#include <algorithm>
+
+#include "conf/Text.h"
+#include "sys/File.h"
+
+namespace zpweb {
+
+namespace {
+
+// Where the file stands, and the link or the line that leads to it; both empty where none is needed.
+struct Location {
+    std::string file, link, target, line;
+};
+
+bool readsDirectory(const Configuration& configuration, const std::string& directory) {
+    return std::any_of(configuration.files().begin(), configuration.files().end(), [&](const auto& file) {
+        return std::any_of(file->server().includes.begin(), file->server().includes.end(),
+                           [&](const IncludeLine& include) {
+                               const std::string pattern(include.pattern);
+                               const std::string whole = pattern.starts_with('/')
+                                                             ? pattern
+                                                             : configuration.serverRoot() + "/" + pattern;
+                               return whole.starts_with(directory + "/") || whole == directory;
+                           });
+    });
+}
+
+Location locationOf(const Configuration& configuration, ServerFileKind kind, const std::string& name) {
+    const std::string base = folderOf(configuration.main().path());
+    const std::string root = configuration.serverRoot();
+    const bool site = kind == ServerFileKind::FirstSite;
+    const std::string group = site ? "sites" : "conf";
+    // Digits and a hyphen before digits come first in the order of names.
+    const std::string entry = (site ? "000-" : "zpweb-") + name + ".conf";
+    if (isFolder(base + "/" + group + "-available") &&
+        readsDirectory(configuration, base + "/" + group + "-enabled")) {
+        return {base + "/" + group + "-available/" + entry, base + "/" + group + "-enabled/" + entry,
+                "../" + group + "-available/" + entry, ""};
+    }
+    if (readsDirectory(configuration, root + "/conf.d")) {
+        return {root + "/conf.d/" + entry, "", "", ""};
+    }
+    const std::string file = base + "/zpweb.d/" + name + ".conf";
+    return {file, "", "", "Include \"" + file + "\""};
+}
+
+// Before the first block of the file, or at its end.
+std::string withLine(const ConfigurationFile& main, bool first, const std::string& line) {
+    const std::string& text = main.content().text();
+    size_t at = text.size();
+    if (first && !main.blocks().empty()) {
+        at = static_cast<size_t>(main.blocks().front().text.data() - text.data());
+    }
+    const std::string before = at > 0 && text[at - 1] != '\n' ? "\n" : "";
+    return text.substr(0, at) + before + line + "\n" + text.substr(at);
+}
+
+std::string withoutLine(const ConfigurationFile& main, const std::string& line) {
+    std::string text;
+    for (size_t i = 0; i < main.lines().size(); ++i) {
+        if (main.lines()[i] != line) {
+            text += main.lines()[i];
+            text += i + 1 < main.lines().size() || main.lines().finalNewline ? "\n" : "";
+        }
+    }
+    return text;
+}
+
+bool hasLine(const ConfigurationFile& main, const std::string& line) {
+    const auto& all = main.lines().all;
+    return std::find(all.begin(), all.end(), line) != all.end();
+}
+
+}  // namespace
+
+Outcome putServerFile(Transaction& change, ServerFileKind kind, const std::string& name,
+                      const std::string& text) {
+    change.asked().everything = true;
+    const Location location = locationOf(change.configuration(), kind, name);
+    if (Outcome put = change.replace(location.file, text); !put.ok()) {
+        return put;
+    }
+    if (!location.link.empty()) {
+        return change.link(location.link, location.target);
+    }
+    const ConfigurationFile& main = change.configuration().main();
+    if (location.line.empty() || hasLine(main, location.line)) {
+        return done();
+    }
+    return change.replace(main.path(), withLine(main, kind == ServerFileKind::FirstSite, location.line));
+}
+
+Outcome dropServerFile(Transaction& change, ServerFileKind kind, const std::string& name) {
+    const Location location = locationOf(change.configuration(), kind, name);
+    change.asked().everything = true;
+    Outcome outcome = location.link.empty() ? done() : change.unlink(location.link);
+    const ConfigurationFile& main = change.configuration().main();
+    if (outcome.ok() && !location.line.empty() && hasLine(main, location.line)) {
+        outcome = change.replace(main.path(), withoutLine(main, location.line));
+    }
+    return outcome.ok() ? change.unlink(location.file) : outcome;
+}
+
+std::optional<std::string> serverFileText(const Transaction& change, ServerFileKind kind,
+                                          const std::string& name) {
+    const Content content = change.contentOf(locationOf(change.configuration(), kind, name).file);
+    return content ? std::optional(content.text()) : std::nullopt;
+}
+
+}  // namespace zpweb

@@ -1,0 +1,143 @@
+#include "settings/SiteFacts.h"
+
+#include <algorithm>
+
+#include "conf/Text.h"
+#include "server/Sockets.h"
+#include "sys/Number.h"
+#include "text/Lines.h"
+
+namespace zpweb {
+
+namespace {
+
+namespace conf = zp::conf;
+
+std::vector<std::string> wordsIn(std::string_view text) {
+    std::vector<std::string> words;
+    for (text = conf::skipSpace(text); !text.empty(); text = conf::skipSpace(text)) {
+        const bool quoted = text.front() == '"';
+        const std::string_view word =
+            quoted ? conf::upTo(text.substr(1), "\"") : conf::upTo(text, " \t\r\n");
+        words.emplace_back(word);
+        text = conf::stepOver(text, word.size() + (quoted ? 2 : 0));
+    }
+    return words;
+}
+
+void addOnce(std::vector<std::string>& names, std::string name) {
+    std::transform(name.begin(), name.end(), name.begin(), conf::lower);
+    if (std::find(names.begin(), names.end(), name) == names.end()) {
+        names.push_back(std::move(name));
+    }
+}
+
+// A ServerName may be written with a scheme and a port.
+std::string bareName(const std::string& name) {
+    const size_t scheme = name.find("://");
+    const std::string rest = scheme == std::string::npos ? name : name.substr(scheme + 3);
+    return rest.substr(0, rest.find(':'));
+}
+
+}  // namespace
+
+std::vector<std::string> addressesOf(const Block& block) {
+    std::vector<std::string> words = wordsIn(block.addresses);
+    std::erase(words, "\\");  // the tag goes on in the next line
+    return words;
+}
+
+HostPort hostPortOf(const std::string& address) {
+    const size_t bracket = address.rfind(']');
+    const size_t colon = address.rfind(':');
+    const bool hasPort = colon != std::string::npos && (bracket == std::string::npos || colon > bracket);
+    HostPort result{hasPort ? address.substr(0, colon) : address,
+                    hasPort ? leadingNumber(address.substr(colon + 1)) : 0};
+    if (result.host.starts_with('[') && result.host.ends_with(']')) {
+        result.host = result.host.substr(1, result.host.size() - 2);
+    }
+    if (result.host == "_default_") {
+        result.host = "*";
+    }
+    return result;
+}
+
+std::string addressText(const HostPort& address) {
+    const bool v6 = address.host.find(':') != std::string::npos;
+    return (v6 ? "[" + address.host + "]" : address.host) + ":" + std::to_string(address.port);
+}
+
+std::vector<std::string> argumentsIn(const Block& block, std::string_view directive) {
+    std::vector<std::string> found;
+    const Lines lines(block.text);
+    for (const std::string_view line : lines.all) {
+        const std::string_view text = conf::skipSpace(withoutReturn(line));
+        if (conf::beginsIgnoringCase(text, directive) && text.size() > directive.size() &&
+            conf::isSpace(text[directive.size()])) {
+            found.emplace_back(conf::skipSpace(text.substr(directive.size())));
+        }
+    }
+    return found;
+}
+
+std::vector<std::string> namesOf(const std::vector<Place>& places) {
+    std::vector<std::string> names;
+    for (const Place& place : places) {
+        if (place.block->stopped) {
+            continue;
+        }
+        addOnce(names, bareName(std::string(place.block->name)));
+        for (const std::string& aliases : argumentsIn(*place.block, "ServerAlias")) {
+            for (const std::string& alias : wordsIn(aliases)) {
+                addOnce(names, alias);
+            }
+        }
+    }
+    return names;
+}
+
+bool speaksTls(const Block& block, int port) {
+    const auto addresses = addressesOf(block);
+    const auto engine = argumentsIn(block, "SSLEngine");
+    return std::any_of(addresses.begin(), addresses.end(),
+                       [port](const std::string& each) { return hostPortOf(each).port == port; }) ||
+           (!engine.empty() && conf::beginsIgnoringCase(engine.back(), "on"));
+}
+
+// Debian's configuration names it by a variable of the server's environment.
+std::string serverUser(const Configuration& configuration) {
+    std::string user;
+    for (const auto& file : configuration.files()) {
+        for (const std::string_view line : file->lines().all) {
+            const auto words = wordsIn(line);
+            if (words.size() == 2 && conf::equalIgnoringCase(words[0], "User")) {
+                user = words[1];
+            }
+        }
+    }
+    return user.empty() || conf::contains(user, "${") ? "www-data" : user;
+}
+
+std::vector<Peer> peersOf(const Configuration& configuration, const Block& block) {
+    std::vector<Peer> peers;
+    for (const std::string& written : addressesOf(block)) {
+        const HostPort address = hostPortOf(written);
+        for (const Socket& listen : askable(configuration)) {
+            const bool matches =
+                (address.port == 0 || address.port == listen.port) &&
+                (address.host == "*" || listen.host.empty() || listen.host == address.host);
+            const std::string host = address.host != "*"   ? address.host
+                                     : listen.host.empty() ? "127.0.0.1"
+                                                           : listen.host;
+            const bool known = std::any_of(peers.begin(), peers.end(), [&](const Peer& peer) {
+                return peer.address == host && peer.port == listen.port;
+            });
+            if (matches && !known) {
+                peers.push_back({host, listen.port});
+            }
+        }
+    }
+    return peers;
+}
+
+}  // namespace zpweb

@@ -1,0 +1,36 @@
+// What a site's blocks say that settings depend on.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "change/Configuration.h"
+#include "sys/Connection.h"
+
+namespace zpweb {
+
+// As in its opening tag: "*:80", "[2001:db8::1]:80".
+std::vector<std::string> addressesOf(const Block& block);
+// Of "*:80" or "10.0.0.5:80"; the host is "*" for any address, the port 0 where there is none.
+struct HostPort {
+    std::string host;  // without brackets
+    int port = 0;
+};
+HostPort hostPortOf(const std::string& address);
+std::string addressText(const HostPort& address);
+
+// The arguments of the block's lines of this directive, nested ones too.
+std::vector<std::string> argumentsIn(const Block& block, std::string_view directive);
+// ServerName and aliases of all running blocks, each once, in lower case.
+std::vector<std::string> namesOf(const std::vector<Place>& places);
+
+// Has it a line that switches TLS on, or an address with this port?
+bool speaksTls(const Block& block, int port = 443);
+
+// The account that the server's processes run as.
+std::string serverUser(const Configuration& configuration);
+
+// Where a visitor of this host can ask for the block: its addresses, where the server listens.
+std::vector<Peer> peersOf(const Configuration& configuration, const Block& block);
+
+}  // namespace zpweb

@@ -1,0 +1,158 @@
+#include "settings/TlsChange.h"
+
+#include <algorithm>
+
+#include "settings/HttpsBlocks.h"
+#include "settings/Modules.h"
+#include "settings/Proof.h"
+#include "settings/RedirectChange.h"
+#include "settings/SiteFacts.h"
+#include "settings/SiteSettings.h"
+
+namespace zpweb {
+
+namespace {
+
+Outcome refused(const std::vector<std::string>& faults) {
+    std::string message = "the certificate is refused, nothing is changed:";
+    for (const std::string& fault : faults) {
+        message += "\n" + fault;
+    }
+    return failure(Status::Refused, message);
+}
+
+Outcome usable(const TlsSetting& setting, const std::vector<std::string>& names) {
+    const auto faults =
+        faultsOf(setting.files, setting.anyName ? std::vector<std::string>() : names, std::time(nullptr));
+    return faults.empty() ? done() : refused(faults);
+}
+
+// A certificate that a block names by itself stays the block's own.
+Outcome hasNoOther(const Transaction& change, const std::string& site) {
+    for (const Place& place : change.configuration().find(site)) {
+        if (!place.block->stopped && !argumentsIn(*place.block, "SSLCertificateFile").empty()) {
+            return failure(Status::Exists,
+                           place.text() +
+                               ": the block names a certificate by itself; remove its SSL lines " +
+                               "first (zpweb directive delete)");
+        }
+    }
+    return done();
+}
+
+// A wildcard stands for any label.
+std::string askable(const std::string& name) {
+    return name.starts_with("*.") ? "zpweb-asks" + name.substr(1) : name;
+}
+
+Outcome proveTls(const Transaction& change, const std::string& site, const TlsSetting& setting) {
+    const std::string file =
+        settingPath(change.configuration().main().path(), settingName(site), Setting::Tls);
+    const std::vector<Place> places = change.configuration().find(site);
+    const auto missing = uncovered(setting.files.certificate, namesOf(places));
+    for (const Place& place : places) {
+        if (place.block->stopped || !includes(*place.block, file)) {
+            continue;
+        }
+        for (const Peer& peer : peersOf(change.configuration(), *place.block)) {
+            for (const std::string& name : namesOf({place})) {
+                if (std::find(missing.begin(), missing.end(), name) != missing.end()) {
+                    continue;
+                }
+                Outcome shown =
+                    shownInTime([&] { return showsCertificate(peer, askable(name), setting.fingerprint); });
+                if (!shown.ok()) {
+                    return shown;
+                }
+            }
+        }
+    }
+    return done();
+}
+
+int httpPortOf(const std::vector<Place>& places, int httpsPort) {
+    for (const Place& place : places) {
+        for (const std::string& address : addressesOf(*place.block)) {
+            if (const int port = hostPortOf(address).port; port != 0 && port != httpsPort) {
+                return port;
+            }
+        }
+    }
+    return 80;
+}
+
+Outcome provideServer(Transaction& change, const std::string& site, const TlsSetting& setting) {
+    std::vector<std::string> modules = {"ssl"};
+    if (setting.hsts > 0) {
+        modules.emplace_back("headers");
+    }
+    Outcome outcome = requireModules(change, modules);
+    const int http = httpPortOf(change.configuration().find(site), setting.port);
+    return outcome.ok() ? requireListen(change, setting.port, http) : outcome;
+}
+
+Outcome write(Transaction& change, const std::string& site, const TlsSetting& setting, bool overwrite) {
+    change.prove([&change, site, setting] { return proveTls(change, site, setting); });
+    return applySetting(change, {site, Setting::Tls, overwrite}, askedOf(setting), directivesOf(setting),
+                        [&](const Block& block) { return speaksTls(block, setting.port); });
+}
+
+}  // namespace
+
+std::optional<TlsSetting> tlsOf(const Transaction& change, const std::string& site) {
+    const auto now = settingOf(change, site, Setting::Tls);
+    return now ? tlsFrom(now->asked) : std::nullopt;
+}
+
+Outcome setTls(Transaction& change, const std::string& site, TlsSetting setting, bool overwrite) {
+    const std::vector<std::string> names = namesOf(change.configuration().find(site));
+    Outcome outcome = usable(setting, names);
+    outcome = outcome.ok() ? hasNoOther(change, site) : outcome;
+    if (!outcome.ok()) {
+        return outcome;
+    }
+    change.asked().moving.insert(settingName(site));  // its names get listeners of their own
+    setting.fingerprint = factsOf(setting.files.certificate)->fingerprint;
+    const auto before = tlsOf(change, site);
+    setting.made = before ? before->made : setting.made;
+    outcome = provideServer(change, site, setting);
+    outcome = outcome.ok() ? makeHttpsBlocks(change, site, setting.port, setting.made) : outcome;
+    outcome = outcome.ok() ? write(change, site, setting, overwrite) : outcome;
+    const int redirect = setting.redirect ? setting.port : 0;
+    if (!outcome.ok() || redirectsOf(change, site).httpsPort == redirect) {
+        return outcome;
+    }
+    return changeRedirects(change, site, overwrite,
+                           [&](RedirectSetting& redirects) { redirects.httpsPort = redirect; });
+}
+
+Outcome dropTls(Transaction& change, const std::string& site, bool overwrite) {
+    change.asked().moving.insert(settingName(site));
+    const auto now = tlsOf(change, site);
+    Outcome outcome = dropSetting(change, {site, Setting::Tls, overwrite});
+    if (outcome.ok() && redirectsOf(change, site).httpsPort != 0) {
+        outcome = changeRedirects(change, site, overwrite,
+                                  [](RedirectSetting& redirects) { redirects.httpsPort = 0; });
+    }
+    return outcome.ok() && now ? dropHttpsBlocks(change, site, now->made, overwrite) : outcome;
+}
+
+Outcome renewTls(Transaction& change, const std::string& site) {
+    auto setting = tlsOf(change, site);
+    if (!setting) {
+        return failure(Status::NotFound, site + ": it has no TLS setting (zpweb tls on)");
+    }
+    const std::vector<std::string> names = namesOf(change.configuration().find(site));
+    const auto facts = factsOf(setting->files.certificate);
+    if (facts.ok() && facts->fingerprint == setting->fingerprint) {
+        return done();
+    }
+    Outcome outcome = usable(*setting, names);
+    if (outcome.ok()) {
+        setting->fingerprint = facts->fingerprint;
+        outcome = write(change, site, *setting, false);
+    }
+    return outcome;
+}
+
+}  // namespace zpweb

@@ -1,0 +1,409 @@
+"""TLS, PHP, proxies, access, redirects and logs of sites: the real components, judged by what visitors get."""
+import asyncio
+import http
+import json
+import os
+import shutil
+import socket
+import ssl
+import subprocess
+import threading
+from pathlib import Path
+
+import pytest
+import websockets
+from conftest import await_true
+from servers import HTTP, TLS, Debian, RedHat
+
+LIVE = Path("/etc/letsencrypt/live")
+SITE = "plain.example"
+
+
+@pytest.fixture(scope="module", params=[Debian, RedHat], ids=["debian", "redhat"])
+def built(request):
+    server = request.param()
+    yield server
+    server.remove()
+
+
+@pytest.fixture
+def server(built):
+    yield built
+    built.restore()
+
+
+@pytest.fixture(scope="module", autouse=True)
+def authority():
+    """A CA of our own, and certificates where certbot keeps them."""
+    home = Path("/etc/ssl/ca")
+    home.mkdir(exist_ok=True)
+    openssl("req", "-x509", "-newkey", "rsa:2048", "-nodes", "-subj", "/CN=Our CA", "-days", "30",
+            "-keyout", home / "key.pem", "-out", home / "ca.pem")
+    issue("good", "plain.example,www.plain.example,secure.example,www.secure.example")
+    issue("wild", "*.example,*.plain.example")
+    issue("other", "other.example")
+    issue("expired", "plain.example,www.plain.example", days=-1)
+    issue("bare", "plain.example")
+
+
+def openssl(*words):
+    subprocess.run(["openssl", *map(str, words)], check=True, capture_output=True)
+
+
+def issue(name, names, days=30):
+    """live/NAME/{fullchain,privkey}.pem as links into archive, like certbot's; again for a renewal."""
+    archive, live = LIVE.parent / "archive" / name, LIVE / name
+    for folder in (archive, live):
+        folder.mkdir(parents=True, exist_ok=True)
+    number = len(list(archive.glob("fullchain*"))) + 1
+    key, request, chain = (archive / f"{kind}{number}.pem" for kind in ("privkey", "request", "fullchain"))
+    openssl("req", "-newkey", "rsa:2048", "-nodes", "-subj", f"/CN={name}", "-keyout", key, "-out", request)
+    extensions = archive / "extensions"
+    extensions.write_text("subjectAltName=" + ",".join("DNS:" + each for each in names.split(",")))
+    if days > 0:
+        openssl("x509", "-req", "-in", request, "-CA", "/etc/ssl/ca/ca.pem", "-CAkey", "/etc/ssl/ca/key.pem", "-CAcreateserial",
+                "-extfile", extensions, "-days", days, "-out", chain)
+    else:
+        issue_expired(request, extensions, chain)
+    chain.write_text(chain.read_text() + Path("/etc/ssl/ca/ca.pem").read_text())
+    os.chmod(key, 0o600)
+    for kind in ("privkey", "fullchain"):
+        link = live / f"{kind}.pem"
+        link.unlink(missing_ok=True)
+        link.symlink_to(f"../../archive/{name}/{kind}{number}.pem")
+
+
+def issue_expired(request, extensions, chain):
+    """openssl x509 cannot set dates; openssl ca can."""
+    home = Path("/etc/ssl/ca")
+    (home / "index.txt").write_text("")
+    (home / "serial").write_text("01\n")
+    (home / "ca.conf").write_text(f"[ca]\ndefault_ca=d\n[d]\ndatabase={home}/index.txt\nserial={home}/serial\nnew_certs_dir={home}\n"
+                                  "default_md=sha256\npolicy=p\n[p]\ncommonName=supplied\n")
+    openssl("ca", "-batch", "-config", home / "ca.conf", "-cert", home / "ca.pem", "-keyfile", home / "key.pem", "-in", request,
+            "-extfile", extensions, "-startdate", "20200101000000Z", "-enddate", "20200201000000Z", "-notext", "-out", chain)
+
+
+def pair(name, key=None):
+    return ["--certificate", LIVE / name / "fullchain.pem", "--key", LIVE / (key or name) / "privkey.pem"]
+
+
+def fingerprint(name):
+    pem = (LIVE / name / "fullchain.pem").read_text().split("-----END")[0] + "-----END CERTIFICATE-----\n"
+    return ssl.PEM_cert_to_DER_cert(pem)
+
+
+def shown(name, address="127.0.0.1"):
+    """The certificate of a handshake."""
+    context = ssl.create_default_context()
+    context.check_hostname, context.verify_mode = False, ssl.CERT_NONE
+    with socket.create_connection((address, 443), timeout=5) as plain, context.wrap_socket(plain, server_hostname=name) as tls:
+        return tls.getpeercert(binary_form=True)
+
+
+def ask(name, path="/", scheme="http", *options):
+    """Status, Location and body."""
+    port = 443 if scheme == "https" else 80
+    done = subprocess.run(["curl", "-sk", "--noproxy", "*", "--max-time", "5", "--path-as-is", "-w", "\n%{http_code} %{redirect_url}",
+                           "--resolve", f"{name}:{port}:127.0.0.1", *options, f"{scheme}://{name}{path}"],
+                          capture_output=True, text=True)
+    body, _, last = done.stdout.rpartition("\n")
+    status, _, location = last.partition(" ")
+    return int(status or 0), location, body
+
+
+def without_settings(files):
+    """Without what stays for other sites: modules, and where settings stand."""
+    return {name: text for name, text in files.items()
+            if not any(part in name for part in ("zpweb.d/", "mods-enabled/", "conf.modules.d/zpweb.conf", ".zpweb-stage/"))}
+
+
+# --- TLS ---
+
+
+def test_tls_on_and_off(server):
+    before = server.files()
+    answer = server.do("tls", "on", SITE, *pair("good"), "--redirect", "--hsts", "180d", "--json")
+    assert answer.json["changed"]
+    assert shown(SITE) == shown("www." + SITE) == fingerprint("good")
+    assert server.get(SITE, TLS) == (200, SITE)
+    assert ask(SITE, "/a%20b?c=%2F") == (301, f"https://{SITE}/a%20b?c=%2F", ask(SITE, "/a%20b?c=%2F")[2])
+    challenge = Path(f"/var/www/{SITE}/.well-known/acme-challenge/token")
+    challenge.parent.mkdir(parents=True, exist_ok=True)
+    challenge.write_text("proof")
+    assert ask(SITE, "/.well-known/acme-challenge/token")[::2] == (200, "proof")
+    head = subprocess.run(["curl", "-skI", "--resolve", f"{SITE}:443:127.0.0.1", f"https://{SITE}/"], capture_output=True, text=True)
+    assert "max-age=15552000" in head.stdout
+    assert not server.run("tls", "on", SITE, *pair("good"), "--redirect", "--hsts", "180d", "--json").json["changed"]
+    rows = server.do("tls", "list", "--expiring", "40d", "--json").json["certificates"]
+    assert [(row["days"], row["by"], row["uncovered"]) for row in rows if row["site"] == SITE] == [(29, "zpweb", [])]
+    server.do("tls", "off", SITE)
+    assert without_settings(server.files()) == without_settings(before)
+    assert server.serving() == server.all_served()
+
+
+@pytest.mark.parametrize("words, reason", [
+    (pair("other"), "is not for plain.example, www.plain.example"),
+    (pair("bare"), "is not for www.plain.example"),
+    (pair("good", key="other"), "is not the key"),
+    (pair("expired"), "expired on 2020-02-01"),
+    (["--certificate", "/etc/ssl/disordered.pem", *pair("good")[2:]], "is not the issuer"),
+    ([*pair("good")[:2], "--key", "/etc/ssl/open.key"], "chmod 0600"),
+    ([*pair("good")[:2], "--key", "/etc/ssl/locked.key"], "passphrase"),
+    ([*pair("good")[:2], "--key", "/home/mallory/link/privkey.pem"], "link"),
+    (["--certificate", "/etc/hosts", *pair("good")[2:]], "no certificate"),
+], ids=["names", "one name", "key", "expired", "order", "readable", "passphrase", "foreign link", "no PEM"])
+def test_a_certificate_that_clients_would_turn_away_from_is_refused(server, words, reason):
+    own, issuer = [part + "-----END CERTIFICATE-----\n" for part in (LIVE / "good/fullchain.pem").read_text().split("-----END CERTIFICATE-----\n")[:2]]
+    Path("/etc/ssl/disordered.pem").write_text(own + own + issuer)
+    shutil.copy(LIVE / "good/privkey.pem", "/etc/ssl/open.key")
+    os.chmod("/etc/ssl/open.key", 0o644)
+    if "locked" in str(words):
+        openssl("pkey", "-in", LIVE / "good/privkey.pem", "-aes128", "-passout", "pass:x", "-out", "/etc/ssl/locked.key")
+    Path("/home/mallory").mkdir(exist_ok=True)
+    os.chown("/home/mallory", 1000, 1000)
+    if not Path("/home/mallory/link").is_symlink():
+        Path("/home/mallory/link").symlink_to(LIVE / "good")
+    before = server.files()
+    answer = server.run("tls", "on", SITE, *words)
+    assert answer.status == 3 and reason in answer.err, answer
+    assert server.files() == before
+
+
+def test_a_renewed_certificate_is_taken_up_or_refused(server):
+    issue("renewed", "plain.example,www.plain.example")
+    server.do("tls", "on", SITE, *pair("renewed"))
+    assert not server.do("tls", "renewed", SITE, "--json").json["changed"]
+    issue("renewed", "plain.example,www.plain.example")
+    assert shown(SITE) != fingerprint("renewed")
+    server.do("tls", "renewed", env={**os.environ, "RENEWED_LINEAGE": str(LIVE / "renewed")})
+    served = shown(SITE)
+    assert served == fingerprint("renewed")
+    issue("renewed", "elsewhere.example")
+    assert server.run("tls", "renewed", SITE).status == 3
+    assert shown(SITE) == served
+
+
+# --- redirects ---
+
+
+@pytest.mark.parametrize("words, asked, led", [
+    (["redirect", "set", SITE, "--to", "https://new.example/base", "--keep-path", "--status", "308"],
+     "/a%20b/c?d=e&f", (308, "https://new.example/base/a%20b/c?d=e&f")),
+    (["redirect", "set", SITE, "/old", "--to", "https://new.example/x?y=1"], "/old/page?q", (302, "https://new.example/x?y=1")),
+    (["redirect", "set", SITE, "/old", "--to", "https://new.example/"], "/older", (404, "")),
+    (["site", "canonical", SITE, "www"], "/a?b", (301, f"http://www.{SITE}/a?b")),
+])
+def test_redirects_lead_in_one_hop_and_leave_no_trace(server, words, asked, led):
+    before = server.files()
+    server.do(*words)
+    assert ask(SITE, asked)[:2] == led
+    assert server.leads_to("both.example", "both.example")
+    assert len(server.do("redirect", "list", SITE, "--json").json["redirects"]) == 1
+    server.do(*(["site", "canonical", SITE, "off"] if words[0] == "site" else ["redirect", "remove", SITE, *[each for each in words if each == "/old"]]))
+    assert without_settings(server.files()) == without_settings(before)
+
+
+def test_a_redirect_to_itself_is_refused(server):
+    before = server.files()
+    for words in (["/", "--to", f"http://{SITE}/x"], ["/a", "--to", f"https://www.{SITE}/a/b"], ["/a", "--to", "javascript:x"]):
+        assert server.run("redirect", "set", SITE, *words).status == 2
+    assert server.files() == before
+
+
+# --- PHP ---
+
+POOL = "/run/php.sock"
+
+
+@pytest.fixture
+def fpm():
+    Path("/run/fpm.conf").write_text(f"[global]\nerror_log=/run/fpm.log\n[www]\nuser=www-data\ngroup=www-data\nlisten={POOL}\n"
+                                     "listen.owner=www-data\npm=static\npm.max_children=1\n")
+    process = subprocess.Popen(["php-fpm8.2", "-F", "-y", "/run/fpm.conf"], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    await_true(lambda: Path(POOL).exists())
+    yield process
+    process.terminate()
+    process.wait()
+    Path(POOL).unlink(missing_ok=True)
+
+
+def test_php_runs_and_its_sources_stay_unread(server, fpm):
+    before = server.files()
+    answer = server.do("php", "set", SITE, "--fpm", POOL, "--json")
+    assert answer.json["version"].startswith("8.2")
+    root = Path(f"/var/www/{SITE}")
+    assert list(root.glob("*.php")) == []
+    assert server.do("php", "list", "--json").json["sites"][0]["fpm"] == POOL
+    (root / "secret.php").write_text("<?php $password = 'x'; echo 'ran';")
+    assert server.get(SITE, path="/secret.php") == (200, "ran")
+    server.do("php", "off", SITE)
+    status, body = server.get(SITE, path="/secret.php")
+    assert status == 403 and "password" not in body
+    server.do("php", "set", SITE, "--fpm", POOL)
+    assert server.get(SITE, path="/secret.php") == (200, "ran")
+    (root / "secret.php").unlink()
+    server.do("php", "off", SITE)
+    assert without_settings(server.files()) == without_settings(before)
+
+
+def test_php_that_does_not_run_is_taken_back(server, fpm):
+    before = server.files()
+    assert server.run("php", "set", SITE, "--fpm", "127.0.0.1:9").status == 1
+    os.chmod(POOL, 0)  # root may connect, the server may not
+    answer = server.run("php", "set", SITE, "--fpm", POOL)
+    assert answer.status == 4 and "PHP does not run" in answer.err, answer
+    assert server.files() == before and list(Path(f"/var/www/{SITE}").glob("*.php")) == []
+    assert server.leads_to(SITE, SITE)
+
+
+# --- proxies ---
+
+
+class Application:
+    """An application behind the proxy: tells what it was asked, and echoes websocket messages."""
+
+    def __enter__(self):
+        self.ready = threading.Event()
+        self.thread = threading.Thread(target=lambda: asyncio.run(self.serve()), daemon=True)
+        self.thread.start()
+        assert self.ready.wait(5)
+
+    def __exit__(self, *_):
+        self.loop.call_soon_threadsafe(self.over.set)
+        self.thread.join(5)
+
+    async def serve(self):
+        self.loop, self.over = asyncio.get_running_loop(), asyncio.Event()
+
+        async def echo(peer, *_):
+            async for message in peer:
+                await peer.send(message)
+
+        async def page(path, headers):
+            if headers.get("Upgrade", "").lower() == "websocket":
+                return None
+            told = {name.lower(): value for name, value in headers.raw_items()} | {"path": path}
+            return http.HTTPStatus.OK, [], json.dumps(told).encode()
+
+        async with websockets.serve(echo, "127.0.0.1", 3000, process_request=page):
+            self.ready.set()
+            await self.over.wait()
+
+
+def echoed(uri, message):
+    async def talk():
+        async with websockets.connect(uri, host="127.0.0.1", port=80, open_timeout=5) as peer:
+            await peer.send(message)
+            return await asyncio.wait_for(peer.recv(), 5)
+    return asyncio.run(talk())
+
+
+def test_an_application_answers_behind_the_proxy(server):
+    before = server.files()
+    with Application():
+        server.do("proxy", "set", SITE, "/app", "http://127.0.0.1:3000/", "--websocket", "--timeout", "30")
+        told = json.loads(ask(SITE, "/app/x?z")[2])
+        assert (told["host"], told["path"], told["x-forwarded-proto"], told["x-forwarded-for"]) == (SITE, "/x?z", "http", "127.0.0.1")
+        assert echoed(f"ws://{SITE}/app/socket", "hello") == "hello"
+        assert server.leads_to(SITE, SITE)
+        server.do("proxy", "set", SITE, "/", "http://127.0.0.1:3000")
+        assert json.loads(ask(SITE, "/")[2])["path"] == "/"
+        assert ask(SITE, "/.well-known/acme-challenge/nothing")[0] == 404
+        assert [row["path"] for row in server.do("proxy", "list", "--json").json["proxies"]] == ["/app", "/"]
+    for path in ("/", "/app"):
+        server.do("proxy", "remove", SITE, path)
+    assert without_settings(server.files()) == without_settings(before)
+
+
+# --- access ---
+
+
+@pytest.mark.parametrize("words, answers", [
+    (["--allow", "127.0.0.2"], {"127.0.0.1": 403, "127.0.0.2": 200}),
+    (["--deny", "127.0.0.2"], {"127.0.0.1": 200, "127.0.0.2": 403}),
+    (["--deny", "all", "--allow", "127.1.0.0/16"], {"127.0.0.1": 403, "127.1.2.3": 200}),
+    (["--allow", "127.0.0.0/8", "--deny", "127.0.0.2"], {"127.0.0.1": 200, "127.0.0.2": 403}),
+    (["--deny", "all"], {"127.0.0.1": 403}),
+    (["--users", "joe", "--user-file", "/etc/users"], {"127.0.0.1": 401}),
+])
+def test_access_is_in_effect_by_address(server, words, answers):
+    Path("/etc/users").write_text(subprocess.run(["htpasswd", "-nbB", "joe", "secret"], capture_output=True, text=True).stdout)
+    before = server.files()
+    admin = Path(f"/var/www/{SITE}/admin")
+    admin.mkdir(exist_ok=True)
+    (admin / "index.html").write_text("inside")
+    server.do("access", "set", SITE, "/admin", *words)
+    assert {address: ask(SITE, "/admin/", "http", "--interface", address)[0] for address in answers} == answers
+    if "--users" in words:
+        assert ask(SITE, "/admin/", "http", "-u", "joe:secret")[0] == 200
+    assert server.leads_to(SITE, SITE)
+    assert server.do("access", "show", SITE, "--json").json["access"][0]["path"] == "/admin"
+    server.do("access", "off", SITE, "/admin")
+    assert without_settings(server.files()) == without_settings(before)
+
+
+# --- names that no site has ---
+
+
+def test_the_catch_all_answers_for_unknown_names(server):
+    before = server.files()
+    Path("/var/www/unknown.html").write_text("nobody here")
+    server.do("server", "catch-all", "on", "--page", "/var/www/unknown.html")
+    for listener in (HTTP, TLS):
+        assert server.get("unknown.invalid", listener) == (421, "nobody here")
+    assert server.serving() == server.all_served()
+    server.do("server", "catch-all", "off")
+    assert without_settings(server.files()) == without_settings(before)
+
+
+# --- logs ---
+
+
+def test_logs_are_rotated_and_shown(server):
+    Path("/etc/logrotate.d/other").unlink(missing_ok=True)
+    logs = Path("/var/lib/sitelogs")
+    logs.mkdir(exist_ok=True)
+    server.do("directive", "add", "CustomLog", f"{logs}/access.log combined", "--site", SITE)
+    server.get(SITE, path="/seen")
+    assert "/seen" in server.do("log", "show", SITE, "--requests").out
+    server.do("log", "policy", SITE, "--daily", "--keep", "3", "--size", "1M")
+    subprocess.run(["logrotate", "--force", "--state", "/run/rotated", "/etc/logrotate.d/zpweb"], check=True)
+    assert "/seen" in (logs / "access.log.1").read_text()
+    await_true(lambda: server.get(SITE, path="/again")[0] == 404 and "/again" in (logs / "access.log").read_text())
+    Path("/etc/logrotate.d/other").write_text(f"{logs}/*.log {{\n}}\n")
+    answer = server.run("log", "policy", SITE)
+    assert answer.status == 7 and "/etc/logrotate.d/other" in answer.err
+    server.do("log", "policy", SITE, "--off")
+    assert not Path("/etc/logrotate.d/zpweb").exists()
+    Path("/etc/logrotate.d/other").unlink()
+
+
+# --- the files ---
+
+
+def test_somebodys_edits_are_shown_and_kept(server):
+    server.do("redirect", "set", SITE, "/old", "--to", "https://new.example/")
+    [file] = server.tree.rglob(f"zpweb.d/{SITE}/redirect.conf")
+    edited = file.read_text() + "# mine\n"
+    file.write_text(edited)
+    for words in (["redirect", "set", SITE, "/other", "--to", "https://new.example/"], ["redirect", "remove", SITE, "/old"]):
+        answer = server.run(*words)
+        assert answer.status == 1 and "-# mine" in answer.out and "--overwrite" in answer.err, answer
+        assert file.read_text() == edited
+    server.do("redirect", "set", SITE, "/other", "--to", "https://new.example/", "--overwrite")
+    assert "# mine" not in file.read_text() and "/old" in file.read_text()
+
+
+def test_a_deleted_site_leaves_no_settings(server):
+    server.do("redirect", "set", SITE, "/old", "--to", "https://new.example/")
+    server.do("site", "delete", SITE)
+    assert not [name for name in server.files() if f"zpweb.d/{SITE}" in name]
+
+
+def test_undo_takes_a_setting_back(server):
+    before = server.files()
+    server.do("tls", "on", SITE, *pair("good"), "--redirect")
+    server.do("undo")
+    assert server.files() == before
+    assert server.serving() == server.all_served()
