@@ -328,7 +328,7 @@ def test_the_fields_are_the_documented_ones(site):
               "site show": {"certificate", "certificate_days", "php", "applications", "access", "redirects"},
               "protect add": {"edit"}, "server info": {"owner"}, "doctor": {"message"},
               "history": {"yes", "no", "undone", "undoes", "login", "message"}}
-    common = {"schema", "command", "status", "changed"}
+    common = {"schema", "command", "status", "changed", "judged", "impact"}
     folder = str(site.root / "www")
     site.do("vdir", "create", "shop.example", folder, "--no-check")
     site.do("site", "set", "shop.example", "--alias", "/x=/tmp", "--no-check")

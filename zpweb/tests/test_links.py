@@ -97,10 +97,10 @@ def test_a_link_that_comes_while_the_server_checks_is_not_followed(site, victim,
     home = site.sites / "shop.example"
     (home / "www/html/q").mkdir()
     (victim / "html/q").mkdir(parents=True)
-    wrapper = site.root / "run/apachectl"
-    path, real = home / swapped, shutil.which("apachectl")
+    wrapper = site.root / "run/apache2"
+    path, real = home / swapped, shutil.which("apache2")
     target = victim / "conf" if path.suffix else victim
-    wrapper.write_text(f'#!/bin/sh\n[ "$1" = -t ] && [ ! -L {path} ] && {{ mv {path} {path}.moved; ln -s {target} {path}; }}\nexec {real} "$@"\n')
+    wrapper.write_text(f'#!/bin/sh\n[ "$1 $2" = "-t -f" ] && [ ! -L {path} ] && {{ mv {path} {path}.moved; ln -s {target} {path}; }}\nexec {real} "$@"\n')
     wrapper.chmod(0o755)
     before = {p: (os.stat(p).st_mode, os.stat(p).st_uid) for p in [victim, *victim.rglob("*")]}
     owned(home)

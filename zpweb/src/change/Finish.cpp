@@ -1,5 +1,6 @@
 // The phases of a change, in their order.
 #include <exception>
+#include <utility>
 
 #include "change/Transaction.h"
 #include "phases/Candidates.h"
@@ -90,6 +91,10 @@ Outcome Transaction::check() {
         return done();
     }
     output_.step("checking the configuration");
+    // The server looks for the directories of logs. Should it refuse, what was made goes again.
+    if (Outcome made = make(std::exchange(making_, {})); !made.ok()) {
+        return made;
+    }
     const auto staged = stagedConfiguration(configuration(), set_->files(), state_->stage());
     if (!staged.ok()) {
         return staged.outcome();

@@ -20,11 +20,6 @@ void showRoot(View& view, const std::string& folder) {
     }
 }
 
-std::vector<std::string> passwordFileOf(const SDDir& record) {
-    const std::string site = record.DomainName;
-    return {std::string(record.WebAdminPath) + "/" + site + "/webusers_" + site + ".htpasswd"};
-}
-
 Outcome createIn(Transaction& change, const BlockAt& at, const std::string& site, const Arguments& given) {
     const bool exact = change.settings().exact;
     SDDir record = directoryRecord(given, at.in(change.configuration()), exact);

@@ -130,15 +130,6 @@ Outcome keep(const State& state, const Journal& journal, const std::map<std::str
     return describeCheckpoint(state, {journal, journal.checkpoint, timeNow(), false});
 }
 
-Outcome make(const std::vector<zp::host::Effect>& making) {
-    for (const zp::host::Effect& effect : making) {
-        if (!zp::host::carryOut(effect)) {
-            return failure(effect.path + ": could not be made (" + systemError("the last error") + ")");
-        }
-    }
-    return done();
-}
-
 // Everything as it was, or the checkpoint stays, and the journal with it.
 Outcome takeBack(const State& state, Journal& journal, Outcome reason, bool& again) {
     Outcome back = putBack(state, journal);
@@ -152,6 +143,15 @@ Outcome takeBack(const State& state, Journal& journal, Outcome reason, bool& aga
 }
 
 }  // namespace
+
+Outcome make(const std::vector<zp::host::Effect>& making) {
+    for (const zp::host::Effect& effect : making) {
+        if (!zp::host::carryOut(effect)) {
+            return failure(effect.path + ": could not be made (" + systemError("the last error") + ")");
+        }
+    }
+    return done();
+}
 
 Outcome commit(const Committing& change, Journal& journal, bool& again) {
     const auto number = nextCheckpoint(change.state);

@@ -21,6 +21,9 @@ struct Committing {
     std::function<Outcome()> writeJournal;
 };
 
+// Directories and files that the change makes; the journal knows them.
+Outcome make(const std::vector<zp::host::Effect>& making);
+
 // Gives the change its checkpoint, writes the journal, and puts all files in place. On a failure everything
 // is as it was, and the checkpoint is gone; `again` tells that somebody has changed a file meanwhile.
 Outcome commit(const Committing& change, Journal& journal, bool& again);

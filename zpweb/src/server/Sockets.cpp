@@ -42,26 +42,26 @@ void take(std::vector<Socket>& sockets, const std::vector<std::string_view>& lin
 }
 
 // The address in the system's form, and its length.
-struct Endpoint {
+struct SystemAddress {
     sockaddr_storage address{};
     socklen_t length = 0;
 };
 
-Endpoint endpointOf(const Socket& socket, const char* anyAddress) {
-    Endpoint endpoint;
+SystemAddress systemAddressOf(const Socket& socket, const char* anyAddress) {
+    SystemAddress where;
     const std::string host = socket.host.empty() ? anyAddress : socket.host;
-    auto* v6 = reinterpret_cast<sockaddr_in6*>(&endpoint.address);
-    auto* v4 = reinterpret_cast<sockaddr_in*>(&endpoint.address);
+    auto* v6 = reinterpret_cast<sockaddr_in6*>(&where.address);
+    auto* v4 = reinterpret_cast<sockaddr_in*>(&where.address);
     if (::inet_pton(AF_INET6, host.c_str(), &v6->sin6_addr) == 1) {
         v6->sin6_family = AF_INET6;
         v6->sin6_port = htons(static_cast<uint16_t>(socket.port));
-        endpoint.length = sizeof(sockaddr_in6);
+        where.length = sizeof(sockaddr_in6);
     } else if (::inet_pton(AF_INET, host.c_str(), &v4->sin_addr) == 1) {
         v4->sin_family = AF_INET;
         v4->sin_port = htons(static_cast<uint16_t>(socket.port));
-        endpoint.length = sizeof(sockaddr_in);
+        where.length = sizeof(sockaddr_in);
     }
-    return endpoint;
+    return where;
 }
 
 }  // namespace
@@ -83,28 +83,28 @@ std::vector<Socket> askable(const Configuration& configuration) {
 }
 
 bool isBusy(const Socket& wanted) {
-    const Endpoint endpoint = endpointOf(wanted, "0.0.0.0");
-    if (endpoint.length == 0) {
+    const SystemAddress where = systemAddressOf(wanted, "0.0.0.0");
+    if (where.length == 0) {
         return false;
     }
-    const Descriptor socket(::socket(endpoint.address.ss_family, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    const Descriptor socket(::socket(where.address.ss_family, SOCK_STREAM | SOCK_CLOEXEC, 0));
     const int reuse = 1;
     ::setsockopt(socket.number(), SOL_SOCKET, SO_REUSEADDR, &reuse, sizeof reuse);
-    return ::bind(socket.number(), reinterpret_cast<const sockaddr*>(&endpoint.address), endpoint.length) !=
+    return ::bind(socket.number(), reinterpret_cast<const sockaddr*>(&where.address), where.length) !=
                0 &&
            (errno == EADDRINUSE || errno == EADDRNOTAVAIL);
 }
 
 Answer ask(const Socket& server, bool proxyLine) {
-    const Endpoint endpoint = endpointOf(server, "127.0.0.1");
-    if (endpoint.length == 0) {
+    const SystemAddress where = systemAddressOf(server, "127.0.0.1");
+    if (where.length == 0) {
         return Answer::Unreachable;
     }
-    const Descriptor socket(::socket(endpoint.address.ss_family, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    const Descriptor socket(::socket(where.address.ss_family, SOCK_STREAM | SOCK_CLOEXEC, 0));
     const timeval patience{3, 0};
     ::setsockopt(socket.number(), SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
     ::setsockopt(socket.number(), SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience);
-    if (::connect(socket.number(), reinterpret_cast<const sockaddr*>(&endpoint.address), endpoint.length) !=
+    if (::connect(socket.number(), reinterpret_cast<const sockaddr*>(&where.address), where.length) !=
         0) {
         return Answer::Unreachable;
     }

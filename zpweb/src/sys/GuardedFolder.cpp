@@ -1,5 +1,6 @@
 #include "sys/GuardedFolder.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 
 #include <cerrno>
