@@ -15,6 +15,7 @@
 #include <csignal>
 #include <cstddef>
 #include <cstdlib>
+#include <fstream>
 #include <iostream>
 #include <set>
 #include <vector>
@@ -136,6 +137,7 @@ private:
     }
 
     void strike(Stopped& stopped) {
+        std::getline(std::ifstream("/proc/" + std::to_string(stopped.process) + "/comm"), run_.program);
         run_.where = std::string(stopped.call->name) + " " + stopped.file;
         run_.hit = true;
         switch (fault_.kind) {

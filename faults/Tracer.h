@@ -36,10 +36,11 @@ struct Fault {
 };
 
 struct Run {
-    int calls = 0;      // that counted
-    bool hit = false;   // the fault took place; a call that it does not suit is left alone
-    std::string where;  // the call that it hit: its name and path
-    int status = 0;     // as waitpid tells it
+    int calls = 0;        // that counted
+    bool hit = false;     // the fault took place; a call that it does not suit is left alone
+    std::string where;    // the call that it hit: its name and path
+    std::string program;  // whose call it was, as the system shortens its name
+    int status = 0;       // as waitpid tells it
 };
 
 // Runs `body` in a child process, whose exit status it gives. Needs x86-64 and Linux 5.3.

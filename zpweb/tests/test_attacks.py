@@ -11,6 +11,7 @@ import pytest
 from conftest import OWNER, ZPFAULT, ZPWEB, give
 
 FAST = ("--no-check", "--no-reload")
+EVERY = 1 if os.environ.get("ZPWEB_FAULTS") == "all" else 3
 
 
 @pytest.fixture
@@ -51,7 +52,7 @@ SWAPS = [
 
 @pytest.mark.parametrize("words, swapped", SWAPS)
 def test_a_component_that_becomes_a_link_at_any_moment_leads_nowhere(site, prey, words, swapped):
-    """Before every call that touches the owner's ground: the component is moved away, and a link is in its place."""
+    """Before every call that touches the owner's ground (without ZPWEB_FAULTS=all every third): the component is moved away, and a link is in its place."""
     html = site.sites / "shop.example/www/html"
     place = html.parent / swapped
     state, kept = site.root / ".zpweb", Path("/var/zpweb-test/kept")
@@ -80,7 +81,7 @@ def test_a_component_that_becomes_a_link_at_any_moment_leads_nowhere(site, prey,
     calls = run("none", 0)
     own = [int(line.split()[0]) for line in calls if str(html.parent.parent) in line]
     wrong = []
-    for call in own:
+    for call in own[::EVERY]:
         prepare()
         run("meanwhile", call)
         hurt = [path for path, was in {**look(prey), **before}.items() if look(prey).get(path) != before.get(path)]

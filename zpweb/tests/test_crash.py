@@ -1,18 +1,14 @@
-"""Many writers, sudden ends, full disks."""
+"""Many writers, full disks."""
 import os
-import random
 import subprocess
-import time
 from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
 import pytest
 
-from conftest import ZPWEB
 
-# More for a night: ZPWEB_KILLS=2000 scripts/sandbox /usr/bin/python3 -m pytest zpweb/tests
+# More for a night: ZPWEB_CHANGES=500 scripts/sandbox /usr/bin/python3 -m pytest zpweb/tests
 WRITERS, CHANGES = int(os.environ.get("ZPWEB_WRITERS", 32)), int(os.environ.get("ZPWEB_CHANGES", 50))
-KILLS = int(os.environ.get("ZPWEB_KILLS", 200))
 DISK_STEP = int(os.environ.get("ZPWEB_DISK_STEP", 1))
 FAST = ("--no-check", "--no-reload", "--lock-timeout", "300")
 
@@ -38,54 +34,6 @@ def test_many_writers_lose_nothing(machine):
         wanted = "\tServerAlias " + " ".join([f"www.{name}"] + [f"h{i}.{name}" for i in range(CHANGES)]) + "\n"
         assert wanted in machine.text()
     assert not machine.strays()
-
-
-def start(machine, *words):
-    return subprocess.Popen([ZPWEB, "--conf", machine.conf, *map(str, words), *FAST], stdout=subprocess.DEVNULL,
-                            stderr=subprocess.DEVNULL)
-
-
-def test_killed_at_any_moment_the_old_or_the_new_configuration_is_there(machine):
-    site_blocks(machine, ["other.example"])
-    plain = machine.text()
-    create = ["site", "create", "shop.example", "--address", "127.0.0.1", "--owner", "anna", "--path", machine.sites,
-              "--mode", "plain"]
-    machine.do(*create, *FAST)
-    created = machine.text()
-    machine.do("site", "set", "shop.example", "--alias", "/x=/tmp", *FAST)
-    changed = machine.text()
-    machine.do("site", "delete", "shop.example", "--remove-folders", *FAST)
-    assert machine.text() == plain
-    steps = [(create, plain, created), (["site", "set", "shop.example", "--alias", "/x=/tmp"], created, changed),
-             (["site", "delete", "shop.example", "--remove-folders"], changed, plain)]
-    chance = random.Random(7)
-    longest = 0.0
-    for words, _, _ in steps:
-        begun = time.monotonic()
-        machine.do(*words, *FAST)
-        longest = max(longest, time.monotonic() - begun)
-    outcomes = set()
-    home = machine.sites / "shop.example"
-    for i in range(KILLS):
-        words, old, new = steps[i % 3]
-        run = start(machine, *words)
-        time.sleep(chance.uniform(0, longest))
-        run.kill()
-        run.wait()
-        text = machine.text()
-        assert text in (old, new), f"kill {i} of {words}"
-        outcomes.add((i % 3, text == new))
-        # The next command works, and clears up.
-        machine.do("host", "add", "other.example", "more.example", *FAST)
-        machine.do("host", "remove", "other.example", "more.example", *FAST)
-        assert machine.text() == text and not machine.strays(), f"kill {i} of {words}"
-        assert text != plain or words[1] == "delete" or not home.exists()
-        if text != new:
-            machine.do(*words, *FAST)
-        elif words[1] == "delete" and home.exists():
-            subprocess.run(["rm", "-r", home], check=True)
-        assert machine.text() == new
-    assert len(outcomes) > 3, "the moments are not spread"
 
 
 @pytest.fixture

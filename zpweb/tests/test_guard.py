@@ -1,4 +1,5 @@
 """Guards that nobody sees until they are gone: each of these once stood between root and a loss."""
+import fcntl
 import os
 import re
 import shutil
@@ -9,7 +10,7 @@ from pathlib import Path
 
 import pytest
 
-from conftest import OWNER
+from conftest import OWNER, ZPFAULT, ZPWEB
 
 FAST = ("--no-check", "--no-reload")
 
@@ -109,3 +110,44 @@ def test_the_log_names_the_login_and_what_the_files_were(site):
     (before,), (after,) = first["files"], last["files"]
     assert (first["user"], first["login"], before["file"]) == ("root", "carla", str(site.conf)) and "login" not in last
     assert before["after"] == after["before"] != after["after"] == before["before"]
+
+
+def test_the_completion_runs_nothing_of_what_an_owner_wrote(site):
+    marks = [site.root / "run" / name for name in ("one", "two", "three")]
+    site.conf.write_text(site.text() + f"#<VirtualHost *:1>\n#ServerName $(touch {marks[0]})\n#</VirtualHost>\n"
+                         f"<VirtualHost *:2>\nServerName s`touch${{IFS}}{marks[1]}`\n</VirtualHost>\n"
+                         f"<VirtualHost *:3>\nServerName s$(touch${{IFS}}{marks[2]})\n</VirtualHost>\n")
+    script = subprocess.run([ZPWEB, "completion"], capture_output=True, text=True, check=True).stdout
+    for word in ("", "s", "$"):
+        subprocess.run(["bash", "-c", f"PATH={os.path.dirname(ZPWEB)}:$PATH; {script}\nCOMP_WORDS=(zpweb --conf {site.conf} site stop '{word}'); "
+                        "COMP_CWORD=5; _zpweb; echo ${COMPREPLY[0]}"], capture_output=True, check=True)
+    assert not any(mark.exists() for mark in marks)
+
+
+@pytest.mark.parametrize("password", ["s3cret", "it's s3cret", "$(s3cret)", 's3cret"\\x'])
+def test_no_password_is_shown_whatever_the_shell_makes_of_it(site, password):
+    for words in (["user", "add", "shop.example", "joe"], ["protect", "add", site.root / "www", "joe"]):
+        answer = site.run(*words, "--verbose", "--diff", *FAST, input=password + "\n")
+        assert "s3cret" not in answer.out + answer.err and answer.status == 0, answer
+
+
+def test_no_local_user_can_hold_up_a_change(site):
+    folder = site.root / "www"
+    with open("/etc/passwd") as passwd, open("/etc/hosts") as hosts:
+        directory = os.open("/etc", os.O_RDONLY)
+        for held in (directory, passwd, hosts):
+            fcntl.flock(held, fcntl.LOCK_EX)
+        begun = time.monotonic()
+        answer = site.run("vdir", "create", "shop.example", folder, *FAST, "--lock-timeout", "20")
+        os.close(directory)
+    assert answer.status == 0 and time.monotonic() - begun < 10, answer
+
+
+def test_a_lock_that_cannot_be_had_is_not_waited_for(site):
+    words = [ZPWEB, "--conf", str(site.conf), "site", "stop", "shop.example", *FAST]
+    listed = subprocess.run([ZPFAULT, "none", "0", *words], capture_output=True, text=True, env={**os.environ, "ZPFAULT_ALL": "1"}).stderr
+    number = re.search(r"^(\d+) flock ", listed, re.M)[1]
+    site.do("undo", *FAST)
+    begun = time.monotonic()
+    answer = subprocess.run([ZPFAULT, "ENOMEM", number, *words], capture_output=True, text=True)
+    assert answer.returncode == 1 and "locked" in answer.stderr and time.monotonic() - begun < 5, answer

@@ -44,6 +44,9 @@ private:
     timer_t timer_{};
 };
 
+// Another one holds it, or the wait was interrupted; anything else does not pass by waiting.
+bool isWorthWaiting(int error) { return error == EWOULDBLOCK || error == EINTR; }
+
 bool lockWithin(int file, std::chrono::milliseconds time) {
     const Alarm alarm(time);
     return ::flock(file, LOCK_EX) == 0;
@@ -79,6 +82,9 @@ Expected<Lock> Lock::take(const State& state, std::chrono::seconds timeout,
         }
         const int file = lock.file_.number();
         bool locked = ::flock(file, LOCK_EX | LOCK_NB) == 0;
+        if (!locked && !isWorthWaiting(errno)) {
+            return failure(systemError(state.lock() + ": it cannot be locked"));
+        }
         if (!locked) {
             locked = lockWithin(file, std::chrono::milliseconds(told ? 0 : 300));
         }
