@@ -8,6 +8,7 @@
 #include "conf/Rewrite.h"
 #include "host/HeldFile.h"
 #include "host/Machine.h"
+#include "shared/ParameterFile.h"
 
 using zp::conf::Line;
 using zp::conf::LineReader;
@@ -74,21 +75,27 @@ bool replaceLines(const std::string& file, const Parameter& parameter, char comm
 
 }  // namespace
 
-bool FileHandling::isParamValueExistsInFile(std::string filePath, std::string paramName,
-                                            std::string paramValue, char delimeter, char commentChar) {
-    const Parameter parameter{paramName, paramValue, delimeter};
-    if (filePath.empty() || !parameter.isComplete()) {
+std::optional<bool> zp::hasParameter(const std::string& path, const std::string& name,
+                                     const std::string& value, char delimiter, char commentMark) {
+    const Parameter parameter{name, value, delimiter};
+    if (path.empty() || !parameter.isComplete()) {
         return false;
     }
-    const HeldFile file(filePath);
+    const HeldFile file(path);
     LineReader reader = file.othersWrite() ? LineReader(file.open(O_RDONLY), conf::bound::Parameter)
-                                           : LineReader(filePath, conf::bound::Parameter);
+                                           : LineReader(path, conf::bound::Parameter);
     for (Line line; reader.read(line);) {
-        if (!line.isEmpty() && !isComment(line, commentChar) && parameter.isOn(line)) {
+        if (!line.isEmpty() && !isComment(line, commentMark) && parameter.isOn(line)) {
             return true;
         }
     }
-    return false;
+    const bool isKnown = reader.isOpen() ? !reader.failed() : file.state() == HeldFile::State::Missing;
+    return isKnown ? std::optional(false) : std::nullopt;
+}
+
+bool FileHandling::isParamValueExistsInFile(std::string filePath, std::string paramName,
+                                            std::string paramValue, char delimeter, char commentChar) {
+    return zp::hasParameter(filePath, paramName, paramValue, delimeter, commentChar).value_or(false);
 }
 
 bool FileHandling::addParamInFile(std::string filePath, std::string value) {

@@ -12,6 +12,7 @@
 #include "host/Paths.h"
 #include "host/ReadAll.h"
 #include "host/Shell.h"
+#include "shared/ParameterFile.h"
 
 namespace zp {
 
@@ -33,11 +34,14 @@ FolderProtection::FolderProtection(const std::string& folder)
                    {"AuthType", "Basic"},
                    {"require", "valid-user"}}} {}
 
-std::string FolderProtection::missingLines() const {
+std::optional<std::string> FolderProtection::missingLines() const {
     std::string missing;
     for (const auto& [name, value] : directives_) {
-        if (!FileHandling().isParamValueExistsInFile(accessFile_.path(), name, value, Delimiter,
-                                                     CommentMark)) {
+        const auto isThere = hasParameter(accessFile_.path(), name, value, Delimiter, CommentMark);
+        if (!isThere) {
+            return std::nullopt;
+        }
+        if (!*isThere) {
             missing.append(name).append(1, Delimiter).append(value).append("\n");
         }
     }
@@ -50,9 +54,9 @@ bool FolderProtection::demandPassword() const {
         (!old.isOpen() && accessFile_.state() != State::Missing)) {
         return false;
     }
-    const std::string missing = missingLines();
-    if (missing.empty()) {
-        return true;
+    const auto missing = missingLines();
+    if (!missing || missing->empty()) {
+        return missing.has_value();
     }
     const auto text = old.isOpen() ? host::readAll(old.number()) : std::string();
     if (!text) {
@@ -61,7 +65,7 @@ bool FolderProtection::demandPassword() const {
     conf::ScratchFile copy(accessFile_.directory()->descriptor(), accessFile_.name() + CopySuffix);
     copy.copyText(*text);
     copy.copyText(text->empty() || text->ends_with('\n') ? "" : "\n");
-    copy.copyText(missing);
+    copy.copyText(*missing);
     return copy.isOpen() && (old.isOpen() || ::fchmod(copy.descriptor(), ReadOnlyForAll) == 0) &&
            copy.renameTo(accessFile_.name(), old.number());
 }
@@ -71,8 +75,8 @@ bool FolderProtection::lift() const {
     const std::string& path = accessFile_.path();
     return std::all_of(directives_.begin(), directives_.end(), [&](const Directive& directive) {
         const auto& [name, value] = directive;
-        return !file.isParamValueExistsInFile(path, name, value, Delimiter, CommentMark) ||
-               file.delParamFromFile(path, name, value, Delimiter, CommentMark);
+        const auto isThere = hasParameter(path, name, value, Delimiter, CommentMark);
+        return isThere && (!*isThere || file.delParamFromFile(path, name, value, Delimiter, CommentMark));
     });
 }
 

@@ -3,6 +3,7 @@
 
 #include <array>
 #include <functional>
+#include <optional>
 #include <string>
 
 #include "host/HeldFile.h"
@@ -41,7 +42,8 @@ private:
     // The tool's command line for a password file.
     using CommandLine = std::function<std::string(const std::string& passwordFile)>;
     bool changePasswords(const CommandLine& line, Command command) const;
-    std::string missingLines() const;
+    // Absent when the access file cannot be read.
+    std::optional<std::string> missingLines() const;
 
     host::HeldFile accessFile_, passwordFile_;
     std::array<Directive, 4> directives_;
