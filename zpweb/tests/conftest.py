@@ -129,7 +129,7 @@ IncludeOptional included/*.conf
         state = self.root / ".zpweb"
         known = {"lock", "audit.log", "checkpoints", "reading"}
         beside = {p.name for p in self.root.iterdir()} - {
-            "httpd.conf", ".zpweb", "sites", "run", "www", "included", "error.log"}
+            "httpd.conf", ".zpweb", "zpweb.d", "sites", "run", "www", "included", "error.log"}
         scratch = {p for p in ("/etc/apactemp1", "/etc/apactemp", "/etc/tempapa1") if os.path.exists(p)}
         return beside | scratch | ({p.name for p in state.iterdir()} - known if state.exists() else set())
 

@@ -118,7 +118,7 @@ def judged(subject, done, now, old, new):
     if done.returncode == 0:
         wrong = differences(subject.files(now), subject.files(new)) if "warning" in done.stderr else differences(now, new)
         return f"told as done, but not so: {wrong}" if wrong else ""
-    if "is deleted, but" in done.stderr:  # with what is left of its home
+    if "could not be removed" in done.stderr:  # with what is left of its home
         return "" if subject.files(now).get(str(subject.site.conf)) == new[str(subject.site.conf)] else "not deleted"
     wrong = differences(now, old)
     return f"told as failed ({done.returncode}), but changed: {wrong}" if wrong else ""

@@ -126,7 +126,8 @@ def test_the_completion_runs_nothing_of_what_an_owner_wrote(site):
 
 @pytest.mark.parametrize("password", ["s3cret", "it's s3cret", "$(s3cret)", 's3cret"\\x'])
 def test_no_password_is_shown_whatever_the_shell_makes_of_it(site, password):
-    for words in (["user", "add", "shop.example", "joe"], ["protect", "add", site.root / "www", "joe"]):
+    html = site.sites / "shop.example/www/html"
+    for words in (["user", "add", "shop.example", "joe"], ["protect", "add", html, "joe"]):
         answer = site.run(*words, "--verbose", "--diff", *FAST, input=password + "\n")
         assert "s3cret" not in answer.out + answer.err and answer.status == 0, answer
 
