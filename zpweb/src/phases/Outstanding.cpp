@@ -34,7 +34,6 @@ Outcome doOutstanding(const State& state, const Journal& journal, Output& output
     for (const int number : journal.undoes) {
         if (Outcome marked = markUndone(state, number); !marked.ok()) {
             output.warning(marked.message);
-            outcome = marked;
         }
     }
     return outcome;
