@@ -32,9 +32,10 @@ zp::host::Machine quietMachine(const std::string& directory) {
     const auto rename = [](const std::string& from, const std::string& to) {
         std::error_code none;
         fs::rename(from, to, none);
+        return !none;
     };
     machine.run = [](const auto&) {};
-    machine.runUnseen = [](const auto&) { return true; };
+    machine.runUnseen = [](const auto&) { return zp::host::Ran::Done; };
     machine.firstLine = [](const auto&, size_t) { return std::string(); };
     machine.move = rename;
     machine.copy = [](const std::string& from, const std::string& to) {
