@@ -21,7 +21,7 @@ struct Promise {
 
 // Commands on a site that are not listed change its blocks only and lead no name elsewhere; others may
 // change anything, and lead no name elsewhere either.
-constexpr Promise Promises[] = {
+constexpr Promise Table[] = {
     {"site create", true, Names::Kept,
      [](const std::string& site, const std::string&) { return leadsToSite(site, site); }},
     {"site delete", true, Names::OfSite,
@@ -101,10 +101,10 @@ void concernServer(Asked& asked, const Command& command, const Arguments& given)
 
 }  // namespace
 
-void promise(Transaction& change, const Command& command, const Arguments& given) {
-    const auto* row = std::find_if(std::begin(Promises), std::end(Promises),
+void Promises::take(Transaction& change, const Command& command, const Arguments& given) {
+    const auto* row = std::find_if(std::begin(Table), std::end(Table),
                                    [&](const Promise& each) { return each.words == command.words; });
-    const Promise kept = row != std::end(Promises) ? *row : Promise{command.words, true, Names::Kept};
+    const Promise kept = row != std::end(Table) ? *row : Promise{command.words, true, Names::Kept};
     const std::string site = siteIn(change.configuration(), command, given);
     const std::string host = lowerCase(valueOf(given, "HOST"));
     Asked& asked = change.asked();
@@ -122,7 +122,7 @@ void promise(Transaction& change, const Command& command, const Arguments& given
     // All further names of the site are given: others may go.
     const std::vector<std::string> hosts = given.all({"--host-name", Kind::HostName, "", ""});
     for (const std::string& each : hosts) {
-        change.expect(leadsToSite(lowerCase(each), site));
+        kept_[{site, lowerCase(each)}] = leadsToSite(lowerCase(each), site);
     }
     if (given.has({"--host-name", Kind::HostName, "", ""})) {
         asked.moving.insert(site);
@@ -131,8 +131,20 @@ void promise(Transaction& change, const Command& command, const Arguments& given
     if (kept.names == Names::Host) {
         asked.names.insert(host);
     }
+    if (kept.names == Names::OfSite || command.words == "site start") {
+        std::erase_if(kept_, [&](const auto& each) { return each.first.first == site; });
+    }
+    if (command.words == "site resume") {
+        kept_.erase({site, ""});
+    }
     if (kept.holds != nullptr && !byPlace) {
-        change.expect(kept.holds(site, host));
+        kept_[{site, host}] = kept.holds(site, host);
+    }
+}
+
+void Promises::tell(Transaction& change) const {
+    for (const auto& [about, holds] : kept_) {
+        change.expect(holds);
     }
 }
 

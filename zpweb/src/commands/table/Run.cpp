@@ -56,8 +56,9 @@ Outcome oneTry(Session& session, const std::vector<Invocation>& invocations, con
     session.output.step("waiting for the lock");
     Outcome outcome = transaction.begin();
     outcome = outcome.ok() ? isPlannedFor(transaction.configuration(), fingerprint) : outcome;
+    Promises promises;
     for (size_t i = 0; outcome.ok() && i < invocations.size(); ++i) {
-        promise(transaction, *invocations[i].command, invocations[i].arguments);
+        promises.take(transaction, *invocations[i].command, invocations[i].arguments);
         outcome = change(transaction, *invocations[i].command, invocations[i].arguments);
         outcome = transaction.fault().ok() ? outcome : transaction.fault();
         if (outcome.upToDate && session.settings.ensure) {
@@ -68,6 +69,7 @@ Outcome oneTry(Session& session, const std::vector<Invocation>& invocations, con
             transaction.next();
         }
     }
+    promises.tell(transaction);
     return outcome.ok() ? transaction.finish(again) : outcome;
 }
 
