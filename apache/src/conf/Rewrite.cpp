@@ -1,13 +1,18 @@
 #include "conf/Rewrite.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 
+#include "host/FileSystem.h"
 #include "host/Machine.h"
 
 namespace zp::conf {
 
 void backUp(const std::string& file, const std::string& suffix) {
-    host::machine().copy(file, file + suffix);
+    const mode_t type = host::modeAndTypeOf(file);
+    if (type == 0 || S_ISREG(type) || S_ISDIR(type)) {  // a copy of a pipe would wait for a writer
+        host::machine().copy(file, file + suffix);
+    }
 }
 
 Rewrite::Rewrite(const std::string& file, const std::string& scratch, size_t bound, Order order,
