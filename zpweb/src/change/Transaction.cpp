@@ -2,6 +2,8 @@
 
 #include <unistd.h>
 
+#include <algorithm>
+
 #include "phases/Recover.h"
 #include "store/Migration.h"
 #include "sys/File.h"
@@ -52,7 +54,9 @@ Outcome Transaction::begin() {
 Outcome Transaction::willMake(const std::vector<std::string>& paths) {
     bool added = false;
     for (const std::string& path : paths) {
-        if (!exists(path)) {
+        const bool known =
+            std::find(journal_.made.begin(), journal_.made.end(), path) != journal_.made.end();
+        if (!known && !exists(path)) {
             journal_.made.push_back(path);
             leaveTimeOf(folderOf(path));
             added = true;

@@ -127,9 +127,14 @@ void Configuration::follow(const ConfigurationFile& file, int depth) {
     for (const IncludeLine& include : file.server().includes) {
         for (const std::string& name : included(include.pattern)) {
             const auto real = realOf(name);
-            if (real.ok() && this->file(*real) == nullptr && isFile(*real)) {
-                // What the server cannot read either is found by its own check.
-                static_cast<void>(read(*real, depth + 1));
+            if (!real.ok() || this->file(*real) != nullptr) {
+                continue;
+            }
+            // What the server cannot read either is found by its own check.
+            if (const auto staged = otherwise_.find(*real); staged == otherwise_.end()) {
+                static_cast<void>(isFile(*real) && read(*real, depth + 1).ok());
+            } else if (staged->second && !staged->second.isLink()) {
+                add(*real, staged->second, depth + 1);
             }
         }
     }
