@@ -12,7 +12,7 @@ from pathlib import Path
 
 import pytest
 import websockets
-from conftest import await_true
+from conftest import await_true, free_port
 from servers import HTTP, TLS, Debian, RedHat
 
 LIVE = Path("/etc/letsencrypt/live")
@@ -93,11 +93,11 @@ def fingerprint(name):
     return ssl.PEM_cert_to_DER_cert(pem)
 
 
-def shown(name, address="127.0.0.1"):
+def shown(name, address="127.0.0.1", port=443):
     """The certificate of a handshake."""
     context = ssl.create_default_context()
     context.check_hostname, context.verify_mode = False, ssl.CERT_NONE
-    with socket.create_connection((address, 443), timeout=5) as plain, context.wrap_socket(plain, server_hostname=name) as tls:
+    with socket.create_connection((address, port), timeout=5) as plain, context.wrap_socket(plain, server_hostname=name) as tls:
         return tls.getpeercert(binary_form=True)
 
 
@@ -115,7 +115,7 @@ def ask(name, path="/", scheme="http", *options):
 def without_settings(files):
     """Without what stays for other sites: modules, and where settings stand."""
     return {name: text for name, text in files.items()
-            if not any(part in name for part in ("zpweb.d/", "mods-enabled/", "conf.modules.d/zpweb.conf", ".zpweb-stage/"))}
+            if not any(part in name for part in ("zpweb.d/", "mods-enabled/", "conf.modules.d/zpweb.conf"))}
 
 
 # --- TLS ---
@@ -182,6 +182,23 @@ def test_a_renewed_certificate_is_taken_up_or_refused(server):
     issue("renewed", "elsewhere.example")
     assert server.run("tls", "renewed", SITE).status == 3
     assert shown(SITE) == served
+
+
+def test_a_server_without_tls_gets_its_module_and_its_listener(live):
+    issue("shop", "shop.example,www.shop.example")
+    port = free_port()
+    words = ["tls", "on", "shop.example", *pair("shop"), "--https-port", port, "--redirect"]
+    before = live.tree()
+    with socket.create_server(("127.0.0.1", port)):
+        answer = live.run(*words)
+        assert answer.status == 4 and str(port) in answer.err, answer
+    live.do("tls", "on", "shop.example", *pair("shop"), "--https-port", port, "--dry-run")
+    assert {path: kept for path, kept in live.tree().items() if ".zpweb" not in path and "log" not in path} == \
+        {path: kept for path, kept in before.items() if ".zpweb" not in path and "log" not in path}
+    live.do(*words)
+    assert shown("shop.example", port=port) == fingerprint("shop")
+    live.do("tls", "off", "shop.example")
+    assert live.get("shop.example") == (200, "the shop")
 
 
 # --- redirects ---
