@@ -32,6 +32,15 @@ void addOnce(std::vector<std::string>& names, std::string name) {
     }
 }
 
+// A line that ends with a backslash goes on in the next one.
+std::string withoutContinuations(std::string_view text) {
+    std::string joined(text);
+    for (size_t at = 0; (at = joined.find("\\\n", at)) != std::string::npos;) {
+        joined.replace(at, 2, " ");
+    }
+    return joined;
+}
+
 // A ServerName may be written with a scheme and a port.
 std::string bareName(const std::string& name) {
     const size_t scheme = name.find("://");
@@ -69,7 +78,8 @@ std::string addressText(const HostPort& address) {
 
 std::vector<std::string> argumentsIn(const Block& block, std::string_view directive) {
     std::vector<std::string> found;
-    const Lines lines(block.text);
+    const std::string whole = withoutContinuations(block.text);
+    const Lines lines(whole);
     for (const std::string_view line : lines.all) {
         const std::string_view text = conf::skipSpace(withoutReturn(line));
         if (conf::beginsIgnoringCase(text, directive) && text.size() > directive.size() &&
