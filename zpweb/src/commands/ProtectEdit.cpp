@@ -8,12 +8,12 @@ namespace zpweb {
 
 namespace {
 
-constexpr auto Target = option("--to", Kind::Path, "FOLDER", "The other folder");
+constexpr auto Target = option("--to", Kind::Path, "DIRECTORY", "The other directory");
 
 constexpr int Edited = 1605;
 
-// Between two folders the two steps of the operation are done one by one, each on a stage of its own
-// folder.
+// Between two directories the two steps of the operation are done one by one, each on a stage of its own
+// directory.
 Outcome moveUser(Transaction& change, const std::string& from, const std::string& to,
                  const std::string& user, const std::string& secret) {
     Outcome removed = unprotectFor(change, from, user);
@@ -44,7 +44,7 @@ Outcome edit(Transaction& change, const Arguments& given) {
 Command protectEdit() {
     return {
         .words = "protect edit",
-        .summary = "Change a user's password, or move the user to another folder",
+        .summary = "Change a user's password, or move the user to another directory",
         .action = edit,
         .parameters = {ProtectedFolder, ProtectedUser, Target},
         .operations = {"PrivateFolder::editPrivateFolder"},

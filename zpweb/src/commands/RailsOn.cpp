@@ -9,7 +9,7 @@ namespace zpweb {
 
 namespace {
 
-constexpr auto Owner = neededOption("--owner", Kind::Account, "ACCOUNT", "The owner of its folders");
+constexpr auto Owner = neededOption("--owner", Kind::Account, "ACCOUNT", "The owner of its directories");
 
 Outcome serve(Transaction& change, const Site& site, const Arguments& given) {
     const std::string name = site.name();

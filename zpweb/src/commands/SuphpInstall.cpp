@@ -8,17 +8,18 @@ namespace zpweb {
 
 namespace {
 
-constexpr auto Webspace = needed("WEBSPACE", Kind::Path, "The folder of the sites");
+constexpr auto Webspace = needed("WEBSPACE", Kind::Path, "The directory of the sites");
 constexpr auto Php = needed("PHP", Kind::Path, "The PHP program");
 
 Outcome install(Transaction& change, const Arguments& given) {
     constexpr const char* Source = "/usr/local/zeplarpanel/config/suphp";
     if (!isFolder(Source)) {
-        return failure(Status::NotFound, std::string(Source) + ": no such folder; nothing to install from");
+        return failure(Status::NotFound,
+                       std::string(Source) + ": no such directory; nothing to install from");
     }
     if (!isFolder(given[Webspace]) || !isFile(given[Php])) {
         return failure(Status::NotFound,
-                       "expected the folder of the sites and the PHP program, which are there");
+                       "expected the directory of the sites and the PHP program, which are there");
     }
     const std::string main = change.configuration().main().path();
     change.afterwards([main, given, &change] {

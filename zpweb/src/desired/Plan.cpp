@@ -39,6 +39,10 @@ public:
           plan_(plan) {}
 
     Outcome make() {
+        if (shouldBe_.state == "absent") {
+            remove();
+            return done();
+        }
         if (isNew_ && (!shouldBe_.address || !shouldBe_.owner)) {
             return failure(Status::Usage,
                            "site " + inQuotes(shouldBe_.name) +
@@ -91,6 +95,12 @@ private:
         return rootDiffers() || namesDiffer() || differs(&SiteState::index) ||
                differs(&SiteState::aliases) || differs(&SiteState::scriptAliases) ||
                differs(&SiteState::redirects) || differs(&SiteState::errorDocuments);
+    }
+
+    void remove() {
+        if (!isNew_) {
+            add("site delete", {});
+        }
     }
 
     void create() {

@@ -91,7 +91,7 @@ Outcome fault(const std::string& source, const std::string& what) {
 }
 
 bool isState(const std::string& state) {
-    return state == "running" || state == "stopped" || state == "suspended";
+    return state == "running" || state == "stopped" || state == "suspended" || state == "absent";
 }
 
 Expected<SiteState> siteFrom(const Json& json, const std::string& source) {
@@ -111,7 +111,7 @@ Expected<SiteState> siteFrom(const Json& json, const std::string& source) {
     }
     if (site.state && !isState(*site.state)) {
         return fault(source, "site " + inQuotes(site.name) + ": state " + inQuotes(*site.state) +
-                                 "; expected running, stopped or suspended");
+                                 "; expected running, stopped, suspended or absent");
     }
     return site;
 }

@@ -17,7 +17,7 @@ struct SiteState {
     using Pairs = std::map<std::string, std::string>;
 
     std::string name;
-    std::optional<std::string> state;  // running, stopped or suspended
+    std::optional<std::string> state;  // running, stopped or suspended; absent: it is to go
     std::optional<std::string> root;
     std::optional<Texts> hostNames, index;  // in their order
     std::optional<Pairs> aliases, scriptAliases, redirects, errorDocuments;

@@ -11,7 +11,7 @@
 
 namespace zpweb {
 
-inline constexpr auto BaseFolder = needed("FOLDER", Kind::Path, "The folder");
+inline constexpr auto BaseFolder = needed("DIRECTORY", Kind::Path, "The directory");
 
 struct BaseDirectoryChange {
     const char* operation;

@@ -34,7 +34,7 @@ Outcome onProtection(Transaction& change, const std::string& folder,
                      const std::function<Outcome(const std::string& staged)>& operation) {
     if (!isFolder(folder)) {
         return failure(Status::NotFound,
-                       "path " + inQuotes(folder) + ": no such folder; expected one that is there");
+                       "path " + inQuotes(folder) + ": no such directory; expected one that is there");
     }
     OtherEdit edit;
     edit.files = {folder + "/.htaccess", folder + "/.htpasswd"};

@@ -9,7 +9,7 @@
 
 namespace zpweb {
 
-inline constexpr auto ProtectedFolder = needed("FOLDER", Kind::Path, "The protected folder");
+inline constexpr auto ProtectedFolder = needed("DIRECTORY", Kind::Path, "The protected directory");
 inline constexpr auto ProtectedUser = needed("USER", Kind::UserName, "The user's name");
 
 // NotFound when the directory's password file does not have the user.

@@ -9,7 +9,7 @@
 
 namespace zpweb {
 
-inline constexpr auto Application = needed("APPLICATION", Kind::Word, "The application's folder name");
+inline constexpr auto Application = needed("APPLICATION", Kind::Word, "The application's directory name");
 
 // The end of such a root; a usage failure when the application is no name of a directory.
 Expected<std::string> railsEnd(const std::string& application);

@@ -16,8 +16,8 @@ Outcome move(const std::string& from, const std::string& to) {
     return std::rename(from.c_str(), to.c_str()) == 0 ? done() : failure(systemError(nameOf(from)));
 }
 
-// The library looks for "/etc/webusers/..." below the folder that it is given: the stage stands in for the
-// root folder.
+// The library looks for "/etc/webusers/..." below the directory that it is given: the stage stands in for
+// the root directory.
 Outcome runBelow(const std::string& work, const WebUsers& of, const UsersOperation& operation) {
     const std::string below = work + UsersFolder;
     const std::string name = "/" + nameOf(of.file());
@@ -43,7 +43,7 @@ OtherEdit editOf(const WebUsers& users, const UsersOperation& operation) {
 
 }  // namespace
 
-// The file's name carries the protected folder's path; the library turns its slashes into underscores.
+// The file's name carries the protected directory's path; the library turns its slashes into underscores.
 std::string WebUsers::file() const {
     std::string suffix = folder;
     std::replace(suffix.begin(), suffix.end(), '/', '_');

@@ -1,0 +1,133 @@
+"""The collection for Ansible, over ssh, on hosts that are mount namespaces with an sshd and an Apache each."""
+import json
+import os
+import re
+import shutil
+import subprocess
+from pathlib import Path
+
+import pytest
+
+from conftest import OWNER, ZPWEB, await_true, free_port
+
+PROJECT = Path(__file__).parents[2]
+BASE = Path("/var/zpweb-fleet")
+HOSTS = 6
+MODULES = ("mpm_event", "authz_core", "alias", "dir", "env", "mime", "unixd", "log_config")
+
+
+class Fleet:
+    def __init__(self):
+        BASE.mkdir(parents=True)
+        Path("/var/zpweb-host").mkdir(parents=True, exist_ok=True)
+        Path("/run/sshd").mkdir(exist_ok=True)
+        collections = BASE / "collections/ansible_collections/zpapache"
+        collections.mkdir(parents=True)
+        (collections / "web").symlink_to(PROJECT / "fleet/ansible")
+        subprocess.run(["ssh-keygen", "-q", "-t", "ed25519", "-N", "", "-f", BASE / "key"], check=True)
+        self.hosts, self.port, self.ssh = [], free_port(), free_port()
+        for number in range(1, HOSTS + 1):
+            self.hosts.append(self.start(number))
+        self.inventory = BASE / "hosts"
+        self.inventory.write_text("".join(f"web{n} ansible_host=127.0.1.{n}\n" for n in range(1, HOSTS + 1)) + f"""
+[all:vars]
+ansible_port={self.ssh}
+ansible_user=root
+ansible_python_interpreter=/usr/bin/python3
+ansible_ssh_private_key_file={BASE}/key
+ansible_ssh_common_args=-o StrictHostKeyChecking=no -o UserKnownHostsFile=/dev/null
+""")
+
+    def start(self, number):
+        """A host: its tree, its sshd in a mount namespace of its own, its Apache in the same."""
+        tree, address = BASE / f"web{number}", f"127.0.1.{number}"
+        for folder in ("run", "sites", "www"):
+            (tree / folder).mkdir(parents=True)
+        modules = "\n".join(f"LoadModule {m}_module /usr/lib/apache2/modules/mod_{m}.so" for m in MODULES
+                            if Path(f"/usr/lib/apache2/modules/mod_{m}.so").exists())
+        (tree / "httpd.conf").write_text(f"""ServerRoot "/var/zpweb-host"
+ServerName {address}
+PidFile /var/zpweb-host/run/httpd.pid
+DefaultRuntimeDir /var/zpweb-host/run
+Listen {address}:{self.port}
+User www-data
+Group www-data
+ErrorLog /var/zpweb-host/error.log
+LogFormat "%h" combined
+TypesConfig /etc/mime.types
+DocumentRoot /var/zpweb-host/www
+{modules}
+""")
+        (tree / "www/index.html").write_text("up")
+        (tree / "sshd").write_text(f"Port {self.ssh}\nListenAddress {address}\nHostKey {BASE}/key\nUsePAM no\n"
+                                   f"PermitRootLogin yes\nStrictModes no\nAuthorizedKeysFile {BASE}/key.pub\nPidFile none\n")
+        sshd = subprocess.Popen(["unshare", "--mount", "--propagation", "private", "sh", "-c",
+                                 f"mount --bind {tree} /var/zpweb-host && exec /usr/sbin/sshd -D -e -f {tree}/sshd"],
+                                stderr=subprocess.DEVNULL)
+        await_true(lambda: subprocess.run(["nsenter", "-t", str(sshd.pid), "-m", "test", "-e", "/var/zpweb-host/httpd.conf"],
+                                          stderr=subprocess.DEVNULL).returncode == 0)
+        subprocess.run(["nsenter", "-t", str(sshd.pid), "-m", "apachectl", "-f", "/var/zpweb-host/httpd.conf", "-k", "start"], check=True)
+        return tree, sshd
+
+    def stop(self):
+        for tree, sshd in self.hosts:
+            subprocess.run(["kill", (tree / "run/httpd.pid").read_text().strip()])
+            sshd.terminate()
+            sshd.wait()
+        shutil.rmtree(BASE)
+
+    def configurations(self):
+        return [(tree / "httpd.conf").read_bytes() for tree, _sshd in self.hosts]
+
+    def play(self, playbook, *options, **variables):
+        """A run of a playbook: its exit status, how many changes each host that it reached has, and what it says."""
+        (BASE / "run.yml").write_text(json.dumps({"web_batch": 3, **variables}))
+        done = subprocess.run(["ansible-playbook", "-i", self.inventory, "-e", f"@{BASE}/run.yml", *options, f"zpapache.web.{playbook}"],
+                              capture_output=True, text=True, timeout=300, cwd=BASE, env={
+                                  **os.environ, "ANSIBLE_COLLECTIONS_PATH": f"{BASE}/collections", "ANSIBLE_LOCAL_TEMP": f"{BASE}/tmp",
+                                  "ANSIBLE_REMOTE_TEMP": "/var/zpweb-host/tmp", "LC_ALL": "C.UTF-8",
+                                  "ANSIBLE_HOST_KEY_CHECKING": "False", "HOME": str(BASE)})
+        recap = re.findall(r"^(web\d) +: .*changed=(\d+)", done.stdout, re.M)
+        return done.returncode, {host: int(changed) for host, changed in recap}, done.stdout + done.stderr
+
+
+@pytest.fixture(scope="module")
+def fleet():
+    made = Fleet()
+    yield made
+    made.stop()
+
+
+def sites():
+    common = {"program": ZPWEB, "conf": "/var/zpweb-host/httpd.conf"}
+    return common, [{"name": "shop.example", "address": "127.0.0.1", "owner": OWNER, "path": "/var/zpweb-host/sites",
+                     "host_names": ["www.shop.example", "store.example"]},
+                    {"name": "old.example", "state": "absent"}]
+
+
+def test_a_rollout_an_audit_and_the_way_back(fleet):
+    before = fleet.configurations()
+    common, wanted = sites()
+    release = {"web_sites": wanted, "web_label": "release-7", "web_health": [f"http://{{{{ ansible_host }}}}:{fleet.port}/"],
+               "web_program": ZPWEB, "web_conf": common["conf"]}
+    status, changed, told = fleet.play("rollout", "--check", "--diff", **release)
+    assert status == 0 and len(changed) == HOSTS and set(changed.values()) == {1}, told
+    assert fleet.configurations() == before
+    status, changed, told = fleet.play("audit", **release)
+    assert status == 0 and "host add shop.example store.example" in told
+    status, changed, told = fleet.play("rollout", **release)
+    assert status == 0 and len(changed) == HOSTS and set(changed.values()) == {1}, told
+    assert all(b"store.example" in each for each in fleet.configurations())
+    status, changed, told = fleet.play("rollout", **release)
+    assert status == 0 and len(changed) == HOSTS and set(changed.values()) == {0}, told
+    status, changed, told = fleet.play("undo", **release)
+    assert status == 0 and len(changed) == HOSTS and set(changed.values()) == {1}, told
+    assert fleet.configurations() == before
+
+
+def test_the_first_host_that_refuses_stops_the_fleet(fleet):
+    before = fleet.configurations()
+    bad = [{"command": "directive insert", "arguments": ["Nonsense", "on"], "options": {"before": "ServerName"}}]
+    status, changed, told = fleet.play("rollout", web_commands=bad, web_label="bad", web_program=ZPWEB, web_conf="/var/zpweb-host/httpd.conf")
+    assert status != 0 and changed == {"web1": 0} and fleet.configurations() == before
+    assert '"status": "refused"' in told and "Nonsense" in told, told
