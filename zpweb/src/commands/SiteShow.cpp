@@ -1,8 +1,8 @@
 // site show: one site's settings.
 #include "commands/Commands.h"
 #include "commands/shared/Readable.h"
-#include "commands/shared/SiteInfo.h"
 #include "commands/shared/SiteBlocks.h"
+#include "commands/shared/SiteInfo.h"
 #include "settings/Overview.h"
 
 namespace zpweb {

@@ -90,8 +90,7 @@ bool isBusy(const Socket& wanted) {
     const Descriptor socket(::socket(where.address.ss_family, SOCK_STREAM | SOCK_CLOEXEC, 0));
     const int reuse = 1;
     ::setsockopt(socket.number(), SOL_SOCKET, SO_REUSEADDR, &reuse, sizeof reuse);
-    return ::bind(socket.number(), reinterpret_cast<const sockaddr*>(&where.address), where.length) !=
-               0 &&
+    return ::bind(socket.number(), reinterpret_cast<const sockaddr*>(&where.address), where.length) != 0 &&
            (errno == EADDRINUSE || errno == EADDRNOTAVAIL);
 }
 
@@ -104,8 +103,7 @@ Answer ask(const Socket& server, bool proxyLine) {
     const timeval patience{3, 0};
     ::setsockopt(socket.number(), SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
     ::setsockopt(socket.number(), SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience);
-    if (::connect(socket.number(), reinterpret_cast<const sockaddr*>(&where.address), where.length) !=
-        0) {
+    if (::connect(socket.number(), reinterpret_cast<const sockaddr*>(&where.address), where.length) != 0) {
         return Answer::Unreachable;
     }
     const std::string request =
