@@ -3,7 +3,7 @@
 set -euo pipefail
 missing=$(grep -v "~" "$1/apache/tests/exported_symbols.txt" | sed -E "s/\(.*//; s/.*:://" | sort -u |
     while read -r name; do
-        grep -q "\`$name[\`(]" "$1/docs/operations.md" || echo "$name"
+        grep -q "\`${name}[\`(]" "$1/docs/operations.md" || echo "$name"
     done)
 if [ -n "$missing" ]; then
     printf 'docs/operations.md does not mention: %s\n' "$missing"
