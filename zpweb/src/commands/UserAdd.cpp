@@ -3,6 +3,7 @@
 #include "commands/shared/Operation.h"
 #include "commands/shared/WebUsers.h"
 #include "input/Quoted.h"
+#include "sys/PasswordHash.h"
 
 namespace zpweb {
 
@@ -13,11 +14,15 @@ constexpr char UserThere = 54;
 
 Outcome add(Transaction& change, const Arguments& given) {
     const std::string user = given[User];
+    const auto hash = passwordHash(given.secret());
+    if (!hash.ok()) {
+        return hash.outcome();
+    }
     change.output().set("user", user);
     return onNewUsers(change, WebUsers(given), [&](CZPUsers& users) {
         const Meaning meaning = expecting("UserCreate", {UserAdded}, UserThere,
                                           existsAlready("user " + inQuotes(user) + ": exists already"));
-        return meaning(users.UserCreate(user.c_str(), given.secret().c_str()));
+        return meaning(users.UserCreate(user.c_str(), hash->c_str()));
     });
 }
 

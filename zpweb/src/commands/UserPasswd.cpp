@@ -2,6 +2,7 @@
 #include "commands/Commands.h"
 #include "commands/shared/Operation.h"
 #include "commands/shared/WebUsers.h"
+#include "sys/PasswordHash.h"
 
 namespace zpweb {
 
@@ -12,10 +13,14 @@ constexpr char NoSuchUser = 53;
 
 Outcome changePassword(Transaction& change, const Arguments& given) {
     const std::string user = given[User];
+    const auto hash = passwordHash(given.secret());
+    if (!hash.ok()) {
+        return hash.outcome();
+    }
     change.output().set("user", user);
     return onUsers(change, WebUsers(given), [&](CZPUsers& users) {
         const Meaning meaning = expecting("ChangePasswd", {PasswordChanged}, NoSuchUser, noSuchUser(user));
-        return meaning(users.ChangePasswd(user, given.secret()));
+        return meaning(users.ChangePasswd(user, *hash));
     });
 }
 

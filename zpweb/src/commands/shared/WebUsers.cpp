@@ -1,8 +1,12 @@
 #include "commands/shared/WebUsers.h"
 
+#include <grp.h>
+
 #include <algorithm>
 #include <cstdio>
 
+#include "CZPWebsite.h"
+#include "commands/shared/Operation.h"
 #include "input/Quoted.h"
 #include "sys/File.h"
 
@@ -39,6 +43,23 @@ OtherEdit editOf(const WebUsers& users, const UsersOperation& operation) {
     edit.files = {users.file()};
     edit.operation = [&](const std::string& work) { return runBelow(work, users, operation); };
     return edit;
+}
+
+// A file that holds nothing but hashes. One that is there keeps its mode: the panel's hold passwords.
+void letServerRead(Transaction& change, const std::string& file) {
+    const std::string main = change.configuration().main().path();
+    std::string user;
+    std::string group;
+    static_cast<void>(quietly(change.output(), [&] {
+        return CZPWebsite(nullptr, main.c_str()).getApacheUserGroup(main, user, group);
+    }));
+    if (const ::group* known = ::getgrnam(group.c_str()); known != nullptr) {
+        zp::host::Effect access;
+        access.path = file;
+        access.group = known->gr_gid;
+        access.mode = 0640;
+        change.outstanding(std::move(access));
+    }
 }
 
 }  // namespace
@@ -78,9 +99,14 @@ Outcome onNewUsers(Transaction& change, const WebUsers& users, const UsersOperat
     if (!made.ok()) {
         return made;
     }
+    const bool fresh = !change.contentOf(users.file());
     OtherEdit edit = editOf(users, operation);
     edit.createEmpty = true;
-    return change.edit(edit);
+    Outcome outcome = change.edit(edit);
+    if (outcome.ok() && fresh) {
+        letServerRead(change, users.file());
+    }
+    return outcome;
 }
 
 }  // namespace zpweb
