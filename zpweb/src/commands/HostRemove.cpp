@@ -14,13 +14,15 @@ namespace {
 // Why the name would go on leading to the block.
 Outcome canGo(const Block& block, const std::string& host) {
     if (sameHost(block.name, host)) {
-        return failure("host name " + inQuotes(host) + ": it is the site's own name; see site rename");
+        return failure(Status::Refused,
+                       "host name " + inQuotes(host) + ": it is the site's own name; see site rename");
     }
     const std::string wildcard = wildcardFor(block, host);
     return wildcard.empty() || wildcard == host
                ? done()
-               : failure("host name " + inQuotes(host) + ": the site's " + inQuotes(wildcard) +
-                         " takes it in; remove that name, or list those that are to stay");
+               : failure(Status::Refused,
+                         "host name " + inQuotes(host) + ": the site's " + inQuotes(wildcard) +
+                             " takes it in; remove that name, or list those that are to stay");
 }
 
 BlockOperation removalOf(const std::string& host) {

@@ -5,6 +5,7 @@
 
 #include "CZPWebsite.h"
 #include "commands/Commands.h"
+#include "commands/shared/MacroSites.h"
 #include "commands/shared/Operation.h"
 #include "commands/shared/SiteBlocks.h"
 #include "conf/Text.h"
@@ -113,6 +114,27 @@ void addRow(List& rows, const std::vector<Place>& places, bool json) {
     }
 }
 
+// A site that a macro makes has a row of its own.
+void addRow(List& rows, const MacroSite& site, bool json) {
+    rows.row().add("name", site.name).add("state", "running");
+    if (!json) {
+        rows.add("address", site.address)
+            .add("root", site.root)
+            .add("place", site.file + ":" + std::to_string(site.line));
+        return;
+    }
+    std::string block = "[{";
+    appendMember(block, "address", std::string_view(site.address), true);
+    appendMember(block, "tls", site.tls);
+    appendMember(block, "state", std::string_view("running"));
+    appendMember(block, "root", known(site.root));
+    appendMember(block, "file", std::string_view(site.file));
+    appendMember(block, "line", static_cast<long>(site.line));
+    appendMember(block, "from_macro", true);
+    block += "}]";
+    rows.add("names", site.names).add("blocks", JsonText{block}).add("flags", std::vector<std::string>());
+}
+
 bool hasInternationalisedName(const Configuration& configuration) {
     return std::any_of(configuration.files().begin(), configuration.files().end(), [](const auto& file) {
         return std::any_of(file->blocks().begin(), file->blocks().end(),
@@ -149,6 +171,9 @@ Outcome list(Session& session, const Configuration& configuration, const Argumen
         for (const Place& place : places) {
             addRow(rows, {place}, session.settings.json);
         }
+    }
+    for (const MacroSite& site : macroSites(configuration)) {
+        addRow(rows, site, session.settings.json);
     }
     return done();
 }

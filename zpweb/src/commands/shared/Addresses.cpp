@@ -68,8 +68,8 @@ Outcome moveBlock(Transaction& change, const BlockAt& at, const std::string& to,
     const Block& block = at.in(change.configuration());
     const std::string from = bareAddress(block.address);
     if (writtenWords(block.addresses).size() != 1) {
-        return failure(at.place(change.configuration()) +
-                       ": the block has several addresses; leave it one first");
+        return failure(Status::Refused, at.place(change.configuration()) +
+                                            ": the block has several addresses; leave it one first");
     }
     return editBlock(change, at,
                      {.bound = zp::conf::bound::Addressing,

@@ -67,10 +67,11 @@ Outcome heedsAccessFiles(const Configuration& configuration, const std::string& 
     }
     return !found.served || admitsPasswords(found.value)
                ? done()
-               : failure("the server does not heed " + folder + "/.htaccess (AllowOverride" +
-                         (found.path.empty() ? " None" : found.value + " for " + found.path) +
-                         "): protect it with \"vdir set SITE " + folder +
-                         " --protect\", or allow AuthConfig there");
+               : failure(Status::Refused,
+                         "the server does not heed " + folder + "/.htaccess (AllowOverride" +
+                             (found.path.empty() ? " None" : found.value + " for " + found.path) +
+                             "): protect it with \"vdir set SITE " + folder +
+                             " --protect\", or allow AuthConfig there");
 }
 
 }  // namespace zpweb

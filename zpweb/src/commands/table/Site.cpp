@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "commands/shared/MacroSites.h"
 #include "input/HostName.h"
 #include "input/Nearest.h"
 #include "input/Quoted.h"
@@ -65,6 +66,13 @@ Expected<Site> findSite(const Configuration& configuration, const std::string& n
     Site site{name.starts_with('/') && name.find(':') != std::string::npos ? blockAt(configuration, name)
                                                                            : configuration.find(name)};
     if (site.places.empty()) {
+        for (const MacroSite& made : macroSites(configuration)) {
+            if (sameHost(made.name, name)) {
+                return failure(Status::Refused, "site " + inQuotes(name) + " is made by the macro at " +
+                                                    made.made + ", used at " + made.file + ":" +
+                                                    std::to_string(made.line) + ": change it there");
+            }
+        }
         return failure(Status::NotFound, "site " + inQuotes(readableHostName(name)) + ": not in " +
                                              configuration.main().path() + " or what it includes" +
                                              alike(configuration, name));

@@ -1,0 +1,22 @@
+// Sites that macros make: they can be listed, and are changed where the macro is.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "server/Configuration.h"
+
+namespace zpweb {
+
+struct MacroSite {
+    std::string name, address, root;
+    std::vector<std::string> names;  // its further ones
+    bool tls = false;
+    std::string file;  // where the macro is used
+    size_t line = 0;
+    std::string made;  // FILE:LINE of the block in the macro
+};
+
+std::vector<MacroSite> macroSites(const Configuration& configuration);
+
+}  // namespace zpweb
