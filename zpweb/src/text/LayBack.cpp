@@ -17,7 +17,7 @@ std::string plain(std::string_view line) {
 }
 
 bool isClosing(std::string_view line) { return line.starts_with("</"); }
-bool isOpening(std::string_view line) { return line.starts_with('<') && !isClosing(line); }
+bool isOpening(const std::string& line) { return line.starts_with('<') && !isClosing(line); }
 
 // What tells lines apart. A closing tag is that of its section.
 std::vector<std::string> keysOf(const std::vector<std::string>& lines) {
@@ -60,12 +60,16 @@ std::vector<std::string> without(const std::vector<std::string>& names,
     return rest;
 }
 
-// A word in the place of another: in quotes where that one is.
+// A word in the place of another: in quotes where that one is, or where it needs them.
 std::string inPlaceOf(const Word& old, const Word& word) {
-    if (!old.isQuoted() || word.isQuoted()) {
+    if (old.isQuoted() == word.isQuoted()) {
         return std::string(word.written);
     }
-    return '"' + std::string(word.written) + '"';
+    if (old.isQuoted()) {
+        return '"' + std::string(word.written) + '"';
+    }
+    const std::string value = word.value();
+    return asWord(value) == value ? value : std::string(word.written);
 }
 
 }  // namespace
@@ -82,6 +86,12 @@ LayBack::LayBack(const View& view, std::string_view result)
         }
         inBlock = inBlock && !last;
     }
+    size_t depth = 0;
+    for (const std::string& line : made_) {
+        depth -= isClosing(line) && depth > 0 ? 1 : 0;
+        depths_.push_back(depth);
+        depth += isOpening(line) ? 1 : 0;
+    }
     fate_ = fateOf();
 }
 
@@ -95,9 +105,7 @@ std::string LayBack::text() {
         removeEmptySections();
     }
     for (size_t j = 0; j < made_.size(); ++j) {
-        depth_ -= isClosing(made_[j]) && depth_ > 0 ? 1 : 0;
         lay(j);
-        depth_ += isOpening(made_[j]) ? 1 : 0;
     }
     return replacements_.made();
 }
@@ -126,8 +134,20 @@ LayBack::Fate LayBack::fateOf() const {
     return fate;
 }
 
-// Between what stayed, lines of the same directive are the same line changed.
+// Between what stayed, lines of the same directive are the same line changed; not where new sections come,
+// which stand together.
 void LayBack::pairChanged(Fate& fate, Range shown, Range made) const {
+    const auto inGap = [&](const std::vector<std::string>& lines) {
+        return std::count_if(lines.begin() + static_cast<std::ptrdiff_t>(made.first),
+                             lines.begin() + static_cast<std::ptrdiff_t>(made.end), isOpening);
+    };
+    const auto shownSections = std::count_if(
+        shown_.begin() + static_cast<std::ptrdiff_t>(shown.first),
+        shown_.begin() + static_cast<std::ptrdiff_t>(shown.end),
+        [](const ViewLine& line) { return line.kind == Kind::SectionOpens || line.kind == Kind::Opening; });
+    if (made.first < made.end && inGap(made_) > shownSections) {
+        return;
+    }
     for (size_t j = made.first; j < made.end; ++j) {
         for (size_t i = shown.first; i < shown.end; ++i) {
             if (fate.shown[i] == None &&
@@ -153,13 +173,13 @@ void LayBack::lay(size_t made) {
         holds_ = false;
         held_.push_back(line);
         for (size_t i = 0; filled_ && i < held_.size(); ++i) {
-            add(made, held_[i], depth_ + (i == 0 || i + 1 == held_.size() ? 0 : 1));
+            add(made, held_[i], depths_[made] + (i == 0 || i + 1 == held_.size() ? 0 : 1));
         }
     } else if (of == nullptr && holds_) {
         held_.push_back(line);
         filled_ = true;
     } else if (of == nullptr) {
-        add(made, line, depth_);
+        add(made, line, depths_[made]);
     } else if (plain(of->text) != line) {
         change(shown, line);
     }
@@ -294,7 +314,9 @@ void LayBack::changeWords(const ViewLine& line, const std::string& to) {
     if (wanted.size() == shown.size() && shown.size() <= words.size()) {
         for (size_t i = 0; i < wanted.size(); ++i) {
             if (wanted[i].value() != shown[i].value()) {
-                replacements_.replace(words[skipped + i].written, inPlaceOf(words[skipped + i], wanted[i]));
+                const Word& old = words[skipped + i];
+                replacements_.replace(old.written, view_.takesQuotes() ? std::string(wanted[i].written)
+                                                                       : inPlaceOf(old, wanted[i]));
             }
         }
         return;

@@ -43,6 +43,7 @@ private:
     size_t outermost(size_t statement) const;
     size_t outside(size_t statement) const;
     std::string indentation(size_t made, size_t depth) const;
+    std::string insideOf(size_t closing) const;
     std::string childIndentation() const;
     std::string unit() const;
 
@@ -50,11 +51,11 @@ private:
     const Statements& statements_;
     const std::vector<ViewLine>& shown_;
     std::vector<std::string> made_;
+    std::vector<size_t> depths_;  // of the result's lines: how many sections they stand in
     Fate fate_;
     Replacements replacements_;
     std::vector<std::string> held_;  // a provided section, for as long as nothing was put into it
     bool holds_ = false, filled_ = false;
-    size_t depth_ = 0;
 };
 
 }  // namespace zpweb

@@ -99,21 +99,27 @@ size_t LayBack::outside(size_t statement) const {
 
 std::string LayBack::indentation(size_t made, size_t depth) const {
     std::string indentation = childIndentation();
+    size_t outer = 1;  // the depth that this is the indentation of
     const size_t next = depth > 1 ? neighbour(made, +1) : None;
     if (next != None && shown_[next].kind == Kind::SectionCloses && !shown_[next].isProvided()) {
-        const size_t end = shown_[next].statements.front();
-        for (const Statement& statement : statements_) {
-            if (statement.kind == Statement::Kind::Directive && statement.section != None &&
-                statements_[statement.section].end == end) {
-                return std::string(statement.indentation());
-            }
-        }
-        return std::string(statements_[end].indentation()) + unit();
+        indentation = insideOf(shown_[next].statements.front());
+        outer = depths_[fate_.shown[next]] + 1;
     }
-    for (size_t i = 1; i < depth; ++i) {
+    for (; outer < depth; ++outer) {
         indentation += unit();
     }
     return indentation;
+}
+
+// The indentation of what stands in the section that the statement closes.
+std::string LayBack::insideOf(size_t closing) const {
+    for (const Statement& statement : statements_) {
+        if (statement.kind == Statement::Kind::Directive && statement.section != None &&
+            statements_[statement.section].end == closing) {
+            return std::string(statement.indentation());
+        }
+    }
+    return std::string(statements_[closing].indentation()) + unit();
 }
 
 std::string LayBack::childIndentation() const {

@@ -74,7 +74,7 @@ std::vector<std::string> exceptAllowed(const std::vector<std::string>& allow,
     }
     std::vector<std::string> lines = allBut(deny);
     add(lines, "", allow);
-    return wrapped("RequireAny", std::move(lines));
+    return allow.empty() ? lines : wrapped("RequireAny", std::move(lines));
 }
 
 std::vector<std::string> exceptDenied(const std::vector<std::string>& allow,
@@ -102,6 +102,9 @@ std::vector<std::string> requireLines(const Restriction& restriction) {
         lines = exceptDenied(allow, deny);
     } else if (!allow.empty() || !deny.empty()) {
         lines = exceptAllowed(allow, deny);
+    }
+    if (restriction.users && !lines.empty() && lines.front() == "Require all granted") {
+        return {"Require valid-user"};
     }
     if (restriction.users) {
         lines.emplace_back("Require valid-user");

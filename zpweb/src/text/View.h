@@ -84,6 +84,9 @@ public:
     using Before = std::function<size_t(const Statements& statements, std::string_view line)>;
     void placeBefore(Before before) { before_ = std::move(before); }
     size_t placeBefore(std::string_view line) const { return before_ ? before_(statements_, line) : None; }
+    // Words come with the quotes that the operation writes, or without.
+    void takeQuotes() { takesQuotes_ = true; }
+    bool takesQuotes() const { return takesQuotes_; }
     // Sections in which nothing is left go with the last line.
     void dropEmptySections() { dropsEmpty_ = true; }
     bool dropsEmptySections() const { return dropsEmpty_; }
@@ -106,7 +109,7 @@ private:
     size_t address_ = 0;
     Port port_ = Port::Taken;
     Before before_;
-    bool dropsEmpty_ = false;
+    bool dropsEmpty_ = false, takesQuotes_ = false;
 };
 
 // The name by which operations find a block.

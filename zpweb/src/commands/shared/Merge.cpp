@@ -79,6 +79,7 @@ void showAsked(View& view, const MergeRequest& request) {
     }
     if (asks(request, "DocumentRoot")) {
         view.show(isOneOf({"DocumentRoot"}));
+        view.takeQuotes();  // the panel's readers know the message page without quotes alone
     }
 }
 
