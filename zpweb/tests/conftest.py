@@ -91,6 +91,9 @@ class Machine:
             """) + modules + f"""
 
 DocumentRoot {root}/www
+<Directory {root}/www>
+AllowOverride All
+</Directory>
 
 # What follows are sites
 IncludeOptional included/*.conf

@@ -170,12 +170,12 @@ def test_a_site_in_an_included_file_is_changed_and_checked_there(machine):
     assert included.read_text().startswith("#<VirtualHost") and machine.text() == main
 
 
-def test_a_line_over_the_bound_is_refused(machine):
+def test_a_line_over_the_bound_is_refused_with_its_place(machine):
     with_site(machine)
-    long = "\tServerAlias " + "x" * 3000
-    machine.conf.write_text(machine.text().replace("\tServerAlias www.kept.example", long))
-    answer = machine.run("directive", "set", "ServerAlias", "other.example", "--site", "kept.example")
-    assert answer.status == 1 and str(machine.conf) in answer.err and "the line has 3013 characters" in answer.err, answer
+    machine.conf.write_text(machine.text().replace("</VirtualHost>", "\tServerAdmin " + "x" * 2100 + "\n</VirtualHost>"))
+    number = next(i for i, line in enumerate(machine.text().splitlines(), 1) if "<VirtualHost" in line)
+    answer = machine.run("directive", "set", "ServerAdmin", "a@b.example", "--site", "kept.example")
+    assert answer.status == 1 and f"{machine.conf}:{number}" in answer.err and "characters" in answer.err
 
 
 def test_another_run_is_waited_for_and_then_not(machine):
