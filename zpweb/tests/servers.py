@@ -11,7 +11,7 @@ import subprocess
 import textwrap
 from pathlib import Path
 
-from conftest import ZPWEB, Answer, await_true
+from conftest import OWNER, ZPWEB, Answer, await_true
 
 MODULES = "ssl rewrite macro proxy proxy_http headers include".split()
 PAGES = Path("/var/www")
@@ -74,6 +74,10 @@ class Server:
                        check=True, capture_output=True)
         with open("/etc/ssl/site.pem", "a") as both:
             both.write(Path("/etc/ssl/site.key").read_text())
+        home = Path(f"/home/{OWNER}")
+        home.mkdir(mode=0o700, exist_ok=True)
+        shutil.chown(home, OWNER, OWNER)
+        Path("/etc/ZeplarPanel.conf").unlink(missing_ok=True)
         (self.tree / "snippets").mkdir()
         (self.tree / "snippets/alias.conf").write_text("ServerAlias www.included.example\n")
         for name, text in SITES.items():
@@ -97,8 +101,9 @@ class Server:
             shutil.copytree(self.kept, self.tree, symlinks=True)
             self.signal("graceful" if self.get("plain.example")[0] else "start")
             await_true(lambda: self.serving() == self.all_served())
-        for folder in (self.state, self.tree / ".zpweb", self.main.parent / ".zpweb"):
+        for folder in (self.state, self.tree / ".zpweb", self.main.parent / ".zpweb", f"/home/{OWNER}/new.example"):
             shutil.rmtree(folder, ignore_errors=True)
+        os.chmod(f"/home/{OWNER}", 0o700)
 
     def files(self, tree=None):
         """Everything of the configuration: links, and the bytes of files."""

@@ -1,40 +1,54 @@
-// A new website.
-#include <fcntl.h>
-#include <pwd.h>
+// site create: a new website, where the server keeps its sites.
 #include <sys/stat.h>
 
 #include <algorithm>
 #include <utility>
 
 #include "CZPWebsite.h"
+#include "Results.h"
 #include "commands/Commands.h"
+#include "commands/shared/FreeName.h"
+#include "commands/shared/LayoutChoice.h"
+#include "commands/shared/Listening.h"
+#include "commands/shared/NewBlock.h"
 #include "commands/shared/Operation.h"
 #include "commands/shared/Scopes.h"
+#include "commands/shared/SiteHome.h"
+#include "commands/shared/SiteLogs.h"
+#include "conf/Bounds.h"
 #include "conf/Text.h"
 #include "input/HostName.h"
 #include "input/Quoted.h"
+#include "server/Layout.h"
+#include "server/Program.h"
 #include "sys/File.h"
-#include "sys/GuardedFolder.h"
+#include "sys/Process.h"
 
 namespace zpweb {
 
 namespace {
 
+namespace result = zp::result::website;
+
 constexpr auto Name = needed("NAME", Kind::HostName, "The new site's name");
-constexpr auto Address = neededOption("--address", Kind::Address, "IP", "The address that it listens on");
+constexpr auto Address =
+    option("--address", Kind::Listener, "IP",
+           "The address that it listens on, or * (default: the one that most sites use)");
+constexpr auto Port =
+    option("--port", Kind::Port, "PORT", "The port that it listens on (80, or the panel's)");
+constexpr auto Listen = flag("--listen", "Let the server listen on that port when it does not");
 constexpr auto Owner =
     neededOption("--owner", Kind::Account, "ACCOUNT", "The account that owns its folders");
 constexpr auto Parent =
     option("--path", Kind::Path, "FOLDER", "The parent of its home (default: the owner's home)");
+constexpr auto Traverse =
+    flag("--traverse", "Let everybody pass the directories above its home (chmod o+x)");
 constexpr auto Admin =
     option("--admin", Kind::Account, "ACCOUNT", "Its administrator (default: the owner)");
 constexpr auto Mode = option("--mode", Kind::Choice, "shared|own|plain",
                              "The address is shared by name, the site's own, or taken as it is (shared)");
-
-constexpr char Created = 94;
-constexpr char Taken = 92;
-constexpr char FolderNotMade = 2;
-constexpr mode_t HomeMode = 0711;
+constexpr auto Logs = option("--logs", Kind::Choice, "system|home",
+                             "Where its logs lie: in /var/log/websites/NAME, or in its home");
 
 // How the address is used, as the record says it.
 constexpr char Plain = '0';
@@ -47,6 +61,117 @@ char switchOf(std::string_view mode) {
     const auto* found = std::find_if(std::begin(Modes), std::end(Modes),
                                      [mode](const auto& each) { return each.first == mode; });
     return found == std::end(Modes) ? Shared : found->second;
+}
+
+// Servers before 2.4 must be told which addresses are shared by name, and know no "Require all granted".
+bool isBefore24(const std::string& main) {
+    const Finished answer = runProgram(Program(main).command({"-v"}));
+    return zp::conf::contains(answer.output, "Apache/2.2.") ||
+           zp::conf::contains(answer.output, "Apache/2.0.");
+}
+
+// A new site as it was asked for, and as the server needs it.
+struct Plan {
+    std::string name, home;
+    std::string file;          // that its block goes into
+    std::string link, target;  // to the file, where the server wants one
+    std::string logs;          // the directory of its logs; empty: in its home
+    Listening listening;
+    VHostEntry entry{};
+    bool shared = true;   // the address
+    bool listens = true;  // the server does, without a line of this site's
+    bool before24 = false;
+};
+
+char switchFor(const Plan& plan, const std::string& mode) {
+    // Without the line that announces the address, which only old servers need, the block is the same.
+    return plan.shared && !plan.before24 ? Plain : switchOf(mode);
+}
+
+VHostEntry entryFor(const Plan& plan, const Arguments& given) {
+    const std::string owner = given[Owner];
+    VHostEntry entry{};
+    fillField(entry.IPAddress, plan.listening.address);
+    fillField(entry.DName, plan.name);
+    fillField(entry.PunyCode, plan.name);
+    fillField(entry.UserName, owner);
+    fillField(entry.ServerAdmin, given[Admin].value_or(owner));
+    fillField(entry.Port, plan.listening.port);
+    fillField(entry.Path, folderOf(plan.home) + "/");
+    entry.IPSwitch = switchFor(plan, given[Mode].value_or("shared"));
+    return entry;
+}
+
+// The file of the address's own block, which the site takes over.
+std::string fileOfAddress(const Configuration& configuration, const std::string& address) {
+    for (const auto& file : configuration.files()) {
+        for (const Block& block : file->blocks()) {
+            if (!block.stopped && zp::conf::beginsIgnoringCase(block.address, address)) {
+                return file->path();
+            }
+        }
+    }
+    return configuration.main().path();
+}
+
+Outcome choosePlace(const Configuration& configuration, const Arguments& given, Plan& plan) {
+    if (given[Mode] == "own") {
+        plan.file = fileOfAddress(configuration, plan.listening.address);
+        return done();
+    }
+    const auto layout = chosenLayout(configuration, given[LayoutWord]);
+    if (!layout.ok()) {
+        return layout.outcome();
+    }
+    plan.file = layout->keepsFiles() ? layout->fileOf(plan.name) : configuration.main().path();
+    plan.link = layout->hasLinks() ? layout->linkOf(plan.name) : "";
+    plan.target = layout->targetOf(plan.file);
+    return done();
+}
+
+Plan planFrom(const Configuration& configuration, const Arguments& given) {
+    Plan plan;
+    plan.name = given[Name];
+    plan.home = given[Parent].value_or(homeOf(given[Owner])) + "/" + plan.name;
+    plan.shared = given[Mode].value_or("shared") == "shared";
+    plan.before24 = isBefore24(configuration.main().path());
+    const std::string port = given[Port].value_or(usualPort());
+    plan.listening = {given[Address].value_or(usualAddress(configuration, port)), port};
+    plan.listens = !given[Listen] || isListening(configuration, plan.listening);
+    plan.logs = given[Logs].value_or(usualLogs()) == "system" ? systemLogs(plan.name) : "";
+    plan.entry = entryFor(plan, given);
+    return plan;
+}
+
+Outcome isFree(Transaction& change, const Plan& plan) {
+    const Configuration& configuration = change.configuration();
+    const std::string readable = inQuotes(readableHostName(plan.name));
+    if (const auto places = configuration.find(plan.name); !places.empty()) {
+        change.output().set("site", plan.name);
+        change.output().set("place", places.front().text());
+        return existsAlready("site " + readable + ": exists already, at " + places.front().text());
+    }
+    if (const std::string holder = holderOf(configuration, plan.name); !holder.empty()) {
+        return failure(Status::Exists, "name " + readable + ": another site has it, at " + holder +
+                                           "; take it from that site first (host remove)");
+    }
+    for (const std::string& path : {plan.file, plan.link}) {
+        if (!path.empty() && configuration.file(plan.file) == nullptr && exists(path)) {
+            return failure(Status::Exists, path + ": exists already; a site's file is made new");
+        }
+    }
+    return done();
+}
+
+Outcome canListen(const Configuration& configuration, const Plan& plan, bool listen) {
+    if (Outcome ours = isOfThisHost(plan.listening.address); !ours.ok()) {
+        return ours;
+    }
+    if (listen || isListening(configuration, plan.listening)) {
+        return done();
+    }
+    return failure(Status::Refused, "the server does not listen on " + plan.listening.text() +
+                                        ", so nobody could reach the site; --listen lets it");
 }
 
 // What creation changes besides what it adds: in "own" mode, the address's own block.
@@ -62,118 +187,92 @@ Scope creationScope(const ConfigurationFile& file, const VHostEntry& entry) {
     return scope;
 }
 
-Outcome makeFor(const std::string& owner, const std::string& home) {
-    const passwd* account = ::getpwnam(owner.c_str());
-    const auto parent = openGuarded(folderOf(home));
-    if (!parent.ok()) {
-        return parent.outcome();
+Outcome meaningFor(const Plan& plan, int result) {
+    if (result == result::AlreadyThere) {
+        return failure(Status::Exists, "the name, or the block of the address, is taken by another site");
     }
-    const std::string name = nameOf(home);
-    if (::mkdirat(parent->number(), name.c_str(), HomeMode) != 0) {
-        return failure(systemError(home));
-    }
-    const Descriptor open(
-        ::openat(parent->number(), name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    if (account == nullptr || !open.isOpen() || ::fchmod(open.number(), HomeMode) != 0 ||
-        ::fchown(open.number(), account->pw_uid, account->pw_gid) != 0) {
-        return failure("cannot give " + systemError(home) + " to " + owner);
-    }
-    return done();
+    return result == result::FolderNotMade
+               ? failure("a folder of the site could not be made in " + plan.home)
+               : resultOf("CreateWebsite", result, {result::Created});
 }
 
-// The home is not made by the library: the panel has made it for the account.
-Outcome makeHome(Transaction& change, const std::string& home, const std::string& owner) {
-    if (!isFolder(folderOf(home))) {
-        return failure(Status::NotFound, "path " + inQuotes(folderOf(home)) +
-                                             ": no such folder; expected the parent of the site's home");
-    }
-    for (const std::string& folder : {folderOf(home), home}) {
-        if (Outcome reached = reachedWithoutForeignLink(folder); !reached.ok()) {
-            return reached;
-        }
-    }
-    std::vector<std::string> made{home};
-    for (const char* folder :
-         {"/www", "/www/html", "/www/cgi-bin", "/log", "/log/httpd", "/db", "/special"}) {
-        made.push_back(home + folder);
-        if (exists(made.back())) {
-            return failure(Status::Exists, made.back() + ": exists already; a site's folders are made new");
-        }
-    }
-    const bool fresh = !exists(home);
-    Outcome outcome = change.willMake(made);
-    return fresh && outcome.ok() ? makeFor(owner, home) : outcome;
-}
-
-std::string homeOf(const std::string& account) {
-    const passwd* entry = ::getpwnam(account.c_str());
-    return entry == nullptr ? "" : entry->pw_dir;
-}
-
-VHostEntry entryFrom(const Arguments& given) {
-    const std::string owner = given[Owner];
-    VHostEntry entry{};
-    fillField(entry.IPAddress, given[Address]);
-    fillField(entry.DName, given[Name]);
-    fillField(entry.PunyCode, given[Name]);
-    fillField(entry.UserName, owner);
-    fillField(entry.ServerAdmin, given[Admin].value_or(owner));
-    fillField(entry.Port, "80");
-    fillField(entry.Path, given[Parent].value_or(homeOf(owner)) + "/");
-    entry.IPSwitch = switchOf(given[Mode].value_or(""));
-    return entry;
-}
-
-Meaning creationMeaning(const VHostEntry& entry) {
-    const std::string path = entry.Path;
-    return [path](int result) {
-        if (result == Taken) {
-            return failure(Status::Exists,
-                           "the name, or the block of the address, is taken by another site");
-        }
-        return result == FolderNotMade ? failure("a folder of the site could not be made in " + path)
-                                       : resultOf("CreateWebsite", result, {Created});
-    };
-}
-
-Outcome create(Transaction& change, const Arguments& given) {
-    const std::string name = given[Name];
-    const std::string readable = readableHostName(name);
-    if (const auto places = change.configuration().find(name); !places.empty()) {
-        change.output().set("site", name);
-        change.output().set("place", places.front().text());
-        return existsAlready("site " + inQuotes(readable) + ": exists already, at " +
-                             places.front().text());
-    }
-    VHostEntry entry = entryFrom(given);
-    if (Outcome home = makeHome(change, entry.Path + name, entry.UserName); !home.ok()) {
-        return home;
-    }
+// The library's block, in the file that it is for.
+Outcome stageBlock(Transaction& change, Plan& plan) {
     Edit edit;
-    edit.file = change.configuration().main().path();
-    edit.bound = bound::Creation;
-    edit.appends = entry.IPSwitch != switchOf("own");
-    edit.scope = [&](const ConfigurationFile& file) { return creationScope(file, entry); };
+    edit.file = plan.file;
+    edit.bound = zp::conf::bound::Creation;
+    edit.appends = plan.entry.IPSwitch != Own;
+    edit.scope = [&](const ConfigurationFile& file) { return creationScope(file, plan.entry); };
     edit.operation = [&](const std::string& staged) {
-        return CZPWebsite(nullptr, staged.c_str()).CreateWebsite(&entry);
+        return CZPWebsite(nullptr, staged.c_str()).CreateWebsite(&plan.entry);
     };
-    edit.meaning = creationMeaning(entry);
+    edit.meaning = [&](int result) { return meaningFor(plan, result); };
     if (Outcome edited = change.edit(edit); !edited.ok()) {
         return edited;
     }
-    const auto made = change.configuration().find(name);
-    if (made.empty()) {
-        return failure(Status::NotFound, "address " + inQuotes(entry.IPAddress) +
-                                             ": it has no block of its own that the site could take");
+    return !change.configuration().find(plan.name).empty()
+               ? done()
+               : failure(Status::NotFound, "address " + inQuotes(plan.listening.address) +
+                                               ": it has no block of its own that the site could take");
+}
+
+// The same file, with the block fitted to the server.
+Outcome fitBlock(Transaction& change, const Plan& plan) {
+    NewBlock wanted;
+    wanted.address = plan.shared ? plan.listening.text() : "";
+    wanted.logs = plan.logs;
+    wanted.grants = !plan.before24;
+    wanted.alias = holderOf(change.configuration(), "www." + plan.name, plan.name).empty();
+    const Place place = change.configuration().find(plan.name).front();
+    const std::string text(place.file->content().text());
+    const size_t at = text.find(place.block->text);
+    const std::string listen = plan.listens ? "" : plan.listening.listenLine() + "\n";
+    if (!plan.listens) {
+        change.asked().serverDirectives.insert("listen");
     }
-    change.output().set("site", name);
-    if (readable != name) {
-        change.output().set("entered", readable);
+    const bool ownFile = plan.file != change.configuration().main().path() && plan.shared;
+    return change.replace(plan.file, (ownFile ? "" : text.substr(0, at)) + listen +
+                                         fitted(place.block->text, wanted) +
+                                         text.substr(at + place.block->text.size()));
+}
+
+// A file of its own, where the site gets one.
+Outcome beginFile(Transaction& change, const Plan& plan) {
+    if (change.configuration().file(plan.file) != nullptr) {
+        return done();
     }
-    change.output().set("address", made.front().block->address);
-    change.output().set("home", entry.Path + name);
-    change.output().set("place", made.front().text());
-    return done();
+    Outcome outcome = change.replace(plan.file, "");
+    return outcome.ok() && !plan.link.empty() ? change.link(plan.link, plan.target) : outcome;
+}
+
+void report(Transaction& change, const Plan& plan) {
+    const Place made = change.configuration().find(plan.name).front();
+    Output& output = change.output();
+    output.set("site", plan.name);
+    if (const std::string readable = readableHostName(plan.name); readable != plan.name) {
+        output.set("entered", readable);
+    }
+    output.set("address", made.block->address);
+    output.set("home", plan.home);
+    output.set("place", made.text());
+}
+
+Outcome create(Transaction& change, const Arguments& given) {
+    const Configuration& configuration = change.configuration();
+    Plan plan = planFrom(configuration, given);
+    Outcome outcome = choosePlace(configuration, given, plan);
+    outcome = outcome.ok() ? isFree(change, plan) : outcome;
+    outcome = outcome.ok() ? canListen(configuration, plan, given[Listen]) : outcome;
+    outcome = outcome.ok() ? makeReachable(change, plan.home, given[Traverse]) : outcome;
+    outcome = outcome.ok() ? makeHome(change, plan.home, given[Owner]) : outcome;
+    outcome = outcome.ok() && !plan.logs.empty() ? makeLogs(change, plan.logs, given[Owner]) : outcome;
+    outcome = outcome.ok() ? beginFile(change, plan) : outcome;
+    outcome = outcome.ok() ? stageBlock(change, plan) : outcome;
+    outcome = outcome.ok() ? fitBlock(change, plan) : outcome;
+    if (outcome.ok()) {
+        report(change, plan);
+    }
+    return outcome;
 }
 
 }  // namespace
@@ -183,13 +282,15 @@ Command siteCreate() {
         .words = "site create",
         .summary = "Create a website: its block, and its folders",
         .action = create,
-        .parameters = {Name, Address, Owner, Parent, Admin, Mode},
+        .parameters = {Name, Address, Port, Listen, Owner, Parent, Traverse, Admin, Mode, LayoutWord, Logs},
         .operations = {"CZPWebsite::CreateWebsite"},
         .more =
             "The home PATH/NAME is made when it is missing, and in it www, www/html, www/cgi-bin, log, "
-            "log/httpd, db and special, none of which may exist.",
+            "log/httpd, db and special. The block goes into a file of its own where the server keeps its "
+            "sites in files. Logs in a home are files that root writes where the site's owner may place "
+            "links; /var/log/websites is root's, and the owner reads them there.",
         .examples =
-            {"site create shop.example --address 192.0.2.7 --owner anna",
+            {"site create shop.example --owner anna --traverse",
              "site create shop.example --address 192.0.2.7 --owner anna --path /var/www --dry-run --diff"},
     };
 }

@@ -3,6 +3,7 @@
 
 #include "CZPWebsite.h"
 #include "commands/Commands.h"
+#include "commands/shared/SiteFiles.h"
 #include "commands/shared/WholeBlock.h"
 #include "conf/Bounds.h"
 #include "input/HostName.h"
@@ -78,7 +79,11 @@ Outcome remove(Transaction& change, const Site& site, const Arguments& given) {
         }
     }
     change.output().set("site", name);
+    const std::vector<std::string> files = site.files();
     Outcome removed = removeBlocks(change, site);
+    for (size_t i = 0; removed.ok() && i < files.size(); ++i) {
+        removed = removeLeftover(change, files[i]);
+    }
     return removed.ok() ? forgetSettings(change, name) : removed;
 }
 
@@ -91,6 +96,7 @@ Command siteDelete() {
         .action = remove,
         .parameters = {SiteName, RemoveFolders},
         .operations = {"CZPWebsite::DeleteWebsite", "RemoveDir"},
+        .more = "A file of its own goes, too, with the link to it.",
         .examples = {"site delete shop.example --dry-run --diff",
                      "site delete shop.example --remove-folders"},
         .removesSite = true,

@@ -198,6 +198,8 @@ Expected<std::string> typedValue(Kind kind, std::string_view name, const std::st
             return siteName(value);
         case Kind::Address:
             return address(value);
+        case Kind::Listener:
+            return value == "*" ? value : address(value);
         case Kind::Path:
             return path(value);
         case Kind::Account:

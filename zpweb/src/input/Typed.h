@@ -13,6 +13,7 @@ enum class Kind {
     HostName,    // RFC 1123 after IDNA; becomes the ASCII form
     Site,        // the host name of a site that is there
     Address,     // IPv4 or IPv6 without brackets
+    Listener,    // the same, or "*" for any
     Path,        // absolute, without "." and ".." components; loses a "/" at its end
     InputFile,   // a file that this program reads; "-" is standard input
     Account,     // an account of the host

@@ -11,21 +11,22 @@ namespace {
 
 // In the order of the manual; what serves the panel alone stands last.
 constexpr Command (*Makers[])() = {
-    siteCreate,     siteDelete,    siteStart,       siteStop,        siteStatus,       siteList,
-    siteShow,       siteSet,       siteSuspend,     siteResume,      sitePort,         hostAdd,
-    hostRemove,     addressList,   addressOwn,      addressShared,   vdirCreate,       vdirDelete,
-    vdirSet,        vdirShow,      vdirList,        vdirFind,        userAdd,          userPasswd,
-    userDelete,     userList,      protectAdd,      protectRemove,   protectEdit,      perlOn,
-    perlOff,        basedirOn,     basedirOff,      tlsOn,           tlsOff,           tlsList,
-    tlsRenewed,     phpSet,        phpOff,          phpList,         proxySet,         proxyRemove,
-    proxyList,      accessSet,     accessOff,       accessShow,      redirectSet,      redirectRemove,
-    redirectList,   siteCanonical, logRotate,       logPolicy,       logShow,          directiveGet,
-    directiveAdd,   directiveSet,  directiveDelete, directiveInsert, folderAdd,        folderSet,
-    folderMove,     folderDelete,  folderLine,      paramTest,       paramAdd,         paramEdit,
-    paramDelete,    moduleShow,    moduleLoad,      moduleUnblock,   serverInfo,       serverReload,
-    serverCatchAll, exportOfSites, planSites,       applyCommands,   historyOfChanges, undoChange,
-    doctorFindings, sitePause,     siteContinue,    railsOn,         railsOff,         suphpInstall,
-    suphpOn,        suphpOff,      limitsOn,        serverPanelPort,
+    siteCreate,      siteDelete,      siteStart,        siteStop,       siteStatus,     siteEnable,
+    siteDisable,     siteMove,        siteRename,       siteList,       siteShow,       siteSet,
+    siteSuspend,     siteResume,      sitePort,         hostAdd,        hostRemove,     addressList,
+    addressOwn,      addressShared,   vdirCreate,       vdirDelete,     vdirSet,        vdirShow,
+    vdirList,        vdirFind,        userAdd,          userPasswd,     userDelete,     userList,
+    protectAdd,      protectRemove,   protectEdit,      perlOn,         perlOff,        basedirOn,
+    basedirOff,      tlsOn,           tlsOff,           tlsList,        tlsRenewed,     phpSet,
+    phpOff,          phpList,         proxySet,         proxyRemove,    proxyList,      accessSet,
+    accessOff,       accessShow,      redirectSet,      redirectRemove, redirectList,   siteCanonical,
+    logRotate,       logPolicy,       logShow,          directiveGet,   directiveAdd,   directiveSet,
+    directiveDelete, directiveInsert, folderAdd,        folderSet,      folderMove,     folderDelete,
+    folderLine,      paramTest,       paramAdd,         paramEdit,      paramDelete,    moduleShow,
+    moduleLoad,      moduleUnblock,   serverInfo,       serverReload,   serverCatchAll, exportOfSites,
+    planSites,       applyCommands,   historyOfChanges, undoChange,     doctorFindings, sitePause,
+    siteContinue,    railsOn,         railsOff,         suphpInstall,   suphpOn,        suphpOff,
+    limitsOn,        serverPanelPort,
 };
 
 Command made(Command (*maker)()) {

@@ -1,0 +1,84 @@
+// site move: from the main file into a file of its own, or back.
+#include "commands/Commands.h"
+#include "commands/shared/LayoutChoice.h"
+#include "commands/shared/SiteFiles.h"
+#include "conf/Text.h"
+#include "input/Quoted.h"
+#include "sys/File.h"
+
+namespace zpweb {
+
+namespace {
+
+// Its blocks, taken out of all files but `target`.
+Outcome takeBlocks(Transaction& change, const Site& site, const std::string& target, std::string& blocks) {
+    std::vector<std::pair<std::string, std::string>> found;  // file, block
+    for (const Place& place : site.places) {
+        if (place.block->conditional) {
+            return failure(Status::Refused, place.text() +
+                                                ": the block stands in a condition, which it "
+                                                "would leave; move it by hand");
+        }
+        if (place.file->path() != target) {
+            found.emplace_back(place.file->path(), place.block->text);
+        }
+    }
+    for (const auto& [file, block] : found) {
+        std::string text(change.contentOf(file).text());
+        blocks += (blocks.empty() ? "" : "\n") + takeOut(text, block);
+        Outcome outcome = change.replace(file, text, file);
+        outcome = outcome.ok() ? removeLeftover(change, file) : outcome;
+        if (!outcome.ok()) {
+            return outcome;
+        }
+    }
+    return done();
+}
+
+Outcome putBlocks(Transaction& change, const std::string& target, const Layout& layout,
+                  const std::string& blocks) {
+    const bool fresh = change.configuration().file(target) == nullptr;
+    if (fresh && exists(target) && change.contentOf(target)) {
+        return failure(Status::Exists, target + ": exists already and is no file of this site");
+    }
+    const std::string text = fresh ? "" : std::string(change.contentOf(target).text());
+    const std::string between = text.empty() || text.ends_with("\n\n") ? ""
+                                : text.ends_with('\n')                 ? "\n"
+                                                                       : "\n\n";
+    Outcome outcome = change.replace(target, text + between + blocks, fresh ? "" : target);
+    if (outcome.ok() && fresh && layout.hasLinks()) {
+        outcome = change.link(layout.links + "/" + nameOf(target), layout.targetOf(target));
+    }
+    return outcome;
+}
+
+Outcome moveSite(Transaction& change, const Site& site, const Arguments& given) {
+    const auto layout = chosenLayout(change.configuration(), given[LayoutWord]);
+    if (!layout.ok()) {
+        return layout.outcome();
+    }
+    const std::string name = site.name();
+    const std::string target =
+        layout->keepsFiles() ? layout->fileOf(name) : change.configuration().main().path();
+    change.output().set("site", name);
+    change.output().set("file", target);
+    std::string blocks;
+    Outcome outcome = takeBlocks(change, site, target, blocks);
+    return outcome.ok() && !blocks.empty() ? putBlocks(change, target, *layout, blocks) : outcome;
+}
+
+}  // namespace
+
+Command siteMove() {
+    return {
+        .words = "site move",
+        .summary = "Move a website into a file of its own, or into the main file",
+        .action = moveSite,
+        .parameters = {SiteName, LayoutWord},
+        .more = "A file that is left with nothing to say goes, and so does the link to it.",
+        .examples = {"site move shop.example --layout files"},
+        .onStopped = true,
+    };
+}
+
+}  // namespace zpweb

@@ -1,0 +1,161 @@
+// site rename: another name for a site.
+#include <algorithm>
+
+#include "commands/Commands.h"
+#include "commands/shared/FreeName.h"
+#include "commands/shared/SiteFiles.h"
+#include "conf/Text.h"
+#include "input/HostName.h"
+#include "input/Quoted.h"
+#include "settings/SettingFile.h"
+#include "sys/File.h"
+#include "text/Statements.h"
+
+namespace zpweb {
+
+namespace {
+
+constexpr auto NewName = needed("NEW", Kind::HostName, "The new name");
+
+struct Names {
+    std::string from, to;
+};
+
+// Puts `to` in the place of `from`, in any letter case, when the word says nothing else but a scheme, a
+// port or quotes.
+std::string renamed(std::string_view word, const std::string& from, const std::string& to) {
+    const auto at =
+        std::search(word.begin(), word.end(), from.begin(), from.end(),
+                    [](char one, char other) { return zp::conf::lower(one) == zp::conf::lower(other); });
+    const auto begin = static_cast<size_t>(at - word.begin());
+    const std::string_view host = hostOf(unquoted(word));
+    if (at == word.end() || !zp::conf::equalIgnoringCase(host, from)) {
+        return std::string(word);
+    }
+    return std::string(word.substr(0, begin)) + to + std::string(word.substr(begin + from.size()));
+}
+
+std::string renamedWord(const Statement& statement, std::string_view word, const Names& names) {
+    if (statement.is("ServerName") || statement.is("ServerAlias")) {
+        const std::string plain = renamed(word, names.from, names.to);
+        return plain != word ? plain : renamed(word, "www." + names.from, "www." + names.to);
+    }
+    const std::string settings = "/zpweb.d/" + names.from + "/";
+    const size_t at = word.find(settings);
+    return at == word.npos || !zp::conf::beginsIgnoringCase(statement.name, "Include")
+               ? std::string(word)
+               : std::string(word).replace(at, settings.size(), "/zpweb.d/" + names.to + "/");
+}
+
+// A block under the new name. Its settings are included from the directory of the new name.
+std::string renamedBlock(std::string_view block, const Names& names) {
+    std::string text;
+    size_t copied = 0;
+    const Statements statements(block);
+    for (const Statement& statement : statements) {
+        for (const Word& word : statement.words()) {
+            const auto at = static_cast<size_t>(word.written.data() - block.data());
+            text += std::string(block.substr(copied, at - copied)) +
+                    renamedWord(statement, word.written, names);
+            copied = at + word.written.size();
+        }
+    }
+    return text + std::string(block.substr(copied));
+}
+
+Outcome renameIn(Transaction& change, const Site& site, const std::string& file, const Names& names) {
+    const std::string before(change.contentOf(file).text());
+    std::string text = before;
+    for (const Place& place : site.places) {
+        if (place.file->path() != file) {
+            continue;
+        }
+        const std::string made = renamedBlock(place.block->text, names);
+        if (made == place.block->text || !SameHost(names.to)(contentsOf(made).blocks.front().name)) {
+            return failure(
+                Status::Refused,
+                place.text() + ": the name comes from a variable or an included file; change it there");
+        }
+        text.replace(text.find(place.block->text), place.block->text.size(), made);
+    }
+    return change.replace(file, text, file);
+}
+
+// A file that has the old name gets the new one, and its link, too.
+Outcome renameFile(Transaction& change, const Layout& layout, const std::string& file, const Names& names) {
+    if (folderOf(file) != layout.directory || nameOf(file) != names.from + ".conf") {
+        return done();
+    }
+    const std::string renamed = layout.fileOf(names.to);
+    if (exists(renamed)) {
+        return failure(Status::Exists, renamed + ": exists already and is no file of this site");
+    }
+    const std::vector<std::string> links = layout.linksTo(file);
+    Outcome outcome = change.replace(renamed, std::string(change.contentOf(file).text()), file);
+    outcome = outcome.ok() ? change.unlink(file) : outcome;
+    for (size_t i = 0; outcome.ok() && i < links.size(); ++i) {
+        outcome = change.unlink(links[i]);
+    }
+    return outcome.ok() && !links.empty() ? change.link(layout.linkOf(names.to), layout.targetOf(renamed))
+                                          : outcome;
+}
+
+Outcome renameSettings(Transaction& change, const Names& names) {
+    const std::string main = change.configuration().main().path();
+    for (const Setting setting : AllSettings) {
+        const std::string before = settingPath(main, names.from, setting);
+        const Content content = change.contentOf(before);
+        const auto text = content ? settingFrom(content.text()) : std::nullopt;
+        if (!text) {
+            continue;
+        }
+        Outcome outcome = change.replace(
+            settingPath(main, names.to, setting),
+            text->edited ? std::string(content.text()) : settingText(names.to, setting, *text), before);
+        outcome = outcome.ok() ? change.unlink(before) : outcome;
+        if (!outcome.ok()) {
+            return outcome;
+        }
+    }
+    return done();
+}
+
+Outcome rename(Transaction& change, const Site& site, const Arguments& given) {
+    const Names names{site.name(), given[NewName]};
+    const std::string holder = holderOf(change.configuration(), names.to, names.from);
+    if (!holder.empty()) {
+        return failure(Status::Exists, "name " + inQuotes(readableHostName(names.to)) +
+                                           ": another site has it, at " + holder);
+    }
+    change.output().set("site", names.to);
+    change.output().set("was", names.from);
+    const Layout layout = layoutOf(change.configuration());
+    const std::vector<std::string> files = site.files();
+    Outcome outcome = done();
+    for (size_t i = 0; outcome.ok() && i < files.size(); ++i) {
+        outcome = renameIn(change, site, files[i], names);
+    }
+    outcome = outcome.ok() ? renameSettings(change, names) : outcome;
+    for (size_t i = 0; outcome.ok() && i < files.size(); ++i) {
+        outcome = renameFile(change, layout, files[i], names);
+    }
+    return outcome;
+}
+
+}  // namespace
+
+Command siteRename() {
+    return {
+        .words = "site rename",
+        .summary = "Give a website another name",
+        .action = rename,
+        .parameters = {SiteName, NewName},
+        .more =
+            "Its ServerName, its name with \"www.\" before it, its file and its settings get the new name. "
+            "Its home, its logs and its web users stay where they are.",
+        .examples = {"site rename shop.example store.example"},
+        .onStopped = true,
+    };
+}
+
+}  // namespace zpweb

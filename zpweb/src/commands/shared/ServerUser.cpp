@@ -1,0 +1,44 @@
+#include "commands/shared/ServerUser.h"
+
+#include <grp.h>
+#include <pwd.h>
+
+#include <algorithm>
+
+#include "CZPWebsite.h"
+#include "sys/Process.h"
+
+namespace zpweb {
+
+std::optional<ServerUser> answeringUser(const Configuration& configuration) {
+    const std::string& main = configuration.main().path();
+    std::string name;
+    std::string group;
+    {
+        const Capture quiet;
+        static_cast<void>(CZPWebsite(nullptr, main.c_str()).getApacheUserGroup(main, name, group));
+    }
+    const passwd* account = ::getpwnam(name.c_str());
+    if (account == nullptr) {
+        return std::nullopt;
+    }
+    ServerUser user{name, account->pw_uid, std::vector<gid_t>(64)};
+    int count = static_cast<int>(user.groups.size());
+    ::getgrouplist(name.c_str(), account->pw_gid, user.groups.data(), &count);
+    user.groups.resize(static_cast<size_t>(std::min(count, static_cast<int>(user.groups.size()))));
+    return user;
+}
+
+bool canPass(const ServerUser& user, const struct stat& directory) {
+    if (user.user == 0) {
+        return true;
+    }
+    if (directory.st_uid == user.user) {
+        return (directory.st_mode & S_IXUSR) != 0;
+    }
+    const bool inGroup =
+        std::find(user.groups.begin(), user.groups.end(), directory.st_gid) != user.groups.end();
+    return (directory.st_mode & (inGroup ? S_IXGRP : S_IXOTH)) != 0;
+}
+
+}  // namespace zpweb

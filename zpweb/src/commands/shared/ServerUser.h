@@ -1,0 +1,26 @@
+// The account that the server answers requests as.
+#pragma once
+
+#include <sys/stat.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "server/Configuration.h"
+
+namespace zpweb {
+
+struct ServerUser {
+    std::string name;
+    uid_t user = 0;
+    std::vector<gid_t> groups;
+};
+
+// Absent when the configuration names none that the host has.
+std::optional<ServerUser> answeringUser(const Configuration& configuration);
+
+// By the mode bits: may it step through the directory, or read the file? Access lists are not looked at.
+bool canPass(const ServerUser& user, const struct stat& directory);
+
+}  // namespace zpweb

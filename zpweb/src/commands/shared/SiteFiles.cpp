@@ -1,0 +1,129 @@
+#include "commands/shared/SiteFiles.h"
+
+#include <algorithm>
+
+#include "conf/Text.h"
+#include "input/HostName.h"
+#include "input/Quoted.h"
+#include "sys/File.h"
+#include "text/Statements.h"
+
+namespace zpweb {
+
+namespace {
+
+bool isUsed(const Configuration& configuration, const std::string& port) {
+    return std::any_of(configuration.files().begin(), configuration.files().end(), [&](const auto& file) {
+        return std::any_of(file->blocks().begin(), file->blocks().end(), [&](const Block& block) {
+            return !block.stopped && zp::conf::contains(block.addresses, ":" + port);
+        });
+    });
+}
+
+bool saysNothing(const Configuration& configuration, const Statement& statement) {
+    switch (statement.kind) {
+        case Statement::Kind::Empty:
+        case Statement::Kind::Comment:
+            return true;
+        case Statement::Kind::Directive: {
+            const std::string address = statement.argument(0);
+            return statement.is("Listen") && !isUsed(configuration, address.substr(address.rfind(':') + 1));
+        }
+        case Statement::Kind::Opens:
+        case Statement::Kind::Closes:
+            return isCondition(statement.name);
+    }
+    return false;
+}
+
+bool isBlank(std::string_view line) { return zp::conf::skipSpace(line).empty(); }
+
+// Where the line before, or the line behind, a place in a text begins and ends.
+std::string_view lineBefore(std::string_view text, size_t at) {
+    const size_t begin = at < 2 ? 0 : text.rfind('\n', at - 2) + 1;
+    return text.substr(begin, at - begin);
+}
+std::string_view lineBehind(std::string_view text, size_t at) {
+    return text.substr(at, text.find('\n', at) - at + 1);
+}
+
+}  // namespace
+
+std::vector<DisabledSite> disabledSites(const Configuration& configuration) {
+    std::vector<DisabledSite> found;
+    const Layout layout = layoutOf(configuration);
+    for (const std::string& name :
+         layout.hasLinks() ? entriesOf(layout.directory) : std::vector<std::string>()) {
+        const std::string path = layout.directory + "/" + name;
+        const auto text =
+            configuration.file(path) == nullptr && isFile(path) ? readFile(path) : failure("");
+        if (!text.ok()) {
+            continue;
+        }
+        for (const Contents contents = contentsOf(*text); const Block& block : contents.blocks) {
+            if (!block.name.empty() && !block.stopped) {
+                found.push_back({std::string(block.name), path, block.nameLine + 1});
+            }
+        }
+    }
+    return found;
+}
+
+Outcome ownFileOf(const Configuration& configuration, const Site& site, const Layout& layout,
+                  std::string& file) {
+    const std::vector<std::string> files = site.files();
+    file = files.front();
+    if (files.size() > 1 || folderOf(file) != layout.directory || layout.linksTo(file).empty()) {
+        return failure(Status::Refused, "site " + inQuotes(site.name()) +
+                                            " has no file of its own with a link to it: it stands in " +
+                                            files.front() + (files.size() > 1 ? " and " + files[1] : ""));
+    }
+    const SameHost isSite(site.name());
+    for (const Block& block : configuration.file(file)->blocks()) {
+        if (!block.stopped && !isSite(block.name)) {
+            return failure(Status::Refused,
+                           file + " is the file of another site, too: " +
+                               std::string(block.name.empty() ? block.address : block.name));
+        }
+    }
+    return done();
+}
+
+std::string takeOut(std::string& text, std::string_view block) {
+    std::string taken(block);
+    const size_t at = text.find(block);
+    size_t end = at + block.size();
+    end += end < text.size() && text[end] == '\n' ? 1 : 0;
+    const std::string_view before = lineBefore(text, at);
+    const std::string_view behind = lineBehind(text, end);
+    const bool blankBefore = !before.empty() && isBlank(before);
+    if ((blankBefore || at == 0) && !behind.empty() && isBlank(behind)) {
+        end += behind.size();
+    }
+    text.erase(at, end - at);
+    return taken + (taken.ends_with('\n') ? "" : "\n");
+}
+
+bool isLeftover(const Configuration& configuration, std::string_view text) {
+    const Statements statements(text);
+    return contentsOf(text).blocks.empty() &&
+           std::all_of(statements.begin(), statements.end(),
+                       [&](const Statement& each) { return saysNothing(configuration, each); });
+}
+
+Outcome removeLeftover(Transaction& change, const std::string& file) {
+    const Layout layout = layoutOf(change.configuration());
+    const std::string text(change.contentOf(file).text());
+    if (folderOf(file) != layout.directory || !isLeftover(change.configuration(), text)) {
+        return done();
+    }
+    change.asked().serverDirectives.insert("listen");  // all that it can still hold
+    for (const std::string& link : layout.linksTo(file)) {
+        if (Outcome gone = change.unlink(link); !gone.ok()) {
+            return gone;
+        }
+    }
+    return change.unlink(file);
+}
+
+}  // namespace zpweb

@@ -1,0 +1,35 @@
+// The files of sites, where the server keeps each in a file of its own.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "change/Transaction.h"
+#include "commands/table/Site.h"
+#include "server/Layout.h"
+
+namespace zpweb {
+
+// A site in a file that no link lets the server read.
+struct DisabledSite {
+    std::string name, file;
+    size_t line;  // of its name, from 1
+};
+std::vector<DisabledSite> disabledSites(const Configuration& configuration);
+
+// The site's own file with its links; refused when the site has blocks elsewhere or another site has some
+// in it.
+Outcome ownFileOf(const Configuration& configuration, const Site& site, const Layout& layout,
+                  std::string& file);
+
+// A block as it stands, and the text without it and without one of the blank lines around it.
+std::string takeOut(std::string& text, std::string_view block);
+
+// Has a file that a site has left nothing more to say? Comments, empty conditions and the Listen lines of
+// ports that no block uses count for nothing.
+bool isLeftover(const Configuration& configuration, std::string_view text);
+// Lets such a file go, with the links to it. The main file, and one that the layout does not keep, stay.
+Outcome removeLeftover(Transaction& change, const std::string& file);
+
+}  // namespace zpweb

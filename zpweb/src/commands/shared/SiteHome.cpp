@@ -1,0 +1,105 @@
+#include "commands/shared/SiteHome.h"
+
+#include <fcntl.h>
+#include <pwd.h>
+#include <sys/stat.h>
+
+#include <vector>
+
+#include "commands/shared/ServerUser.h"
+#include "input/Quoted.h"
+#include "sys/File.h"
+#include "sys/GuardedFolder.h"
+
+namespace zpweb {
+
+namespace {
+
+constexpr mode_t HomeMode = 0711;
+
+Outcome makeFor(const std::string& owner, const std::string& home) {
+    const passwd* account = ::getpwnam(owner.c_str());
+    const auto parent = openGuarded(folderOf(home));
+    if (!parent.ok()) {
+        return parent.outcome();
+    }
+    const std::string name = nameOf(home);
+    if (::mkdirat(parent->number(), name.c_str(), HomeMode) != 0) {
+        return failure(systemError(home));
+    }
+    const Descriptor open(
+        ::openat(parent->number(), name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (account == nullptr || !open.isOpen() || ::fchmod(open.number(), HomeMode) != 0 ||
+        ::fchown(open.number(), account->pw_uid, account->pw_gid) != 0) {
+        return failure("cannot give " + systemError(home) + " to " + owner);
+    }
+    return done();
+}
+
+// The directories from the top to this one.
+std::vector<std::string> wayTo(const std::string& path) {
+    std::vector<std::string> way;
+    for (size_t at = path.find('/', 1); at != std::string::npos; at = path.find('/', at + 1)) {
+        way.push_back(path.substr(0, at));
+    }
+    way.push_back(path);
+    return way;
+}
+
+}  // namespace
+
+std::string homeOf(const std::string& account) {
+    const passwd* entry = ::getpwnam(account.c_str());
+    return entry == nullptr ? "" : entry->pw_dir;
+}
+
+Outcome makeHome(Transaction& change, const std::string& home, const std::string& owner) {
+    if (!isFolder(folderOf(home))) {
+        return failure(Status::NotFound, "path " + inQuotes(folderOf(home)) +
+                                             ": no such folder; expected the parent of the site's home");
+    }
+    for (const std::string& folder : {folderOf(home), home}) {
+        if (Outcome reached = reachedWithoutForeignLink(folder); !reached.ok()) {
+            return reached;
+        }
+    }
+    std::vector<std::string> made{home};
+    for (const char* folder :
+         {"/www", "/www/html", "/www/cgi-bin", "/log", "/log/httpd", "/db", "/special"}) {
+        made.push_back(home + folder);
+        if (exists(made.back())) {
+            return failure(Status::Exists, made.back() + ": exists already; a site's folders are made new");
+        }
+    }
+    const bool fresh = !exists(home);
+    Outcome outcome = change.willMake(made);
+    return fresh && outcome.ok() ? makeFor(owner, home) : outcome;
+}
+
+Outcome makeReachable(Transaction& change, const std::string& home, bool open) {
+    const auto user = answeringUser(change.configuration());
+    if (!user) {
+        return done();  // nothing is known of who serves it
+    }
+    for (const std::string& directory : wayTo(folderOf(home))) {
+        struct stat status {};
+        if (::stat(directory.c_str(), &status) != 0 || canPass(*user, status)) {
+            continue;
+        }
+        if (!open) {
+            return failure(Status::Refused,
+                           "the server's user " + user->name + " cannot pass " + directory +
+                               ", so the site could not be seen: --traverse lets everybody "
+                               "pass it (chmod o+x), or choose another --path");
+        }
+        change.outstanding({zp::host::Effect::Step::GiveAccess,
+                            directory,
+                            {},
+                            {},
+                            (status.st_mode & 07777) | S_IXOTH,
+                            false});
+    }
+    return done();
+}
+
+}  // namespace zpweb

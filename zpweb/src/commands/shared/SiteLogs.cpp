@@ -1,0 +1,48 @@
+#include "commands/shared/SiteLogs.h"
+
+#include <pwd.h>
+
+#include "commands/shared/LayoutChoice.h"
+#include "sys/File.h"
+
+namespace zpweb {
+
+namespace {
+
+using Step = zp::host::Effect::Step;
+
+constexpr const char* SystemLogs = "/var/log/websites";
+constexpr uid_t Root = 0;
+constexpr mode_t OpenMode = 0755;
+constexpr mode_t OwnerReads = 0750;
+
+// At once: the server's check looks for the directories of logs.
+Outcome makeNow(Transaction& change, const std::string& path, mode_t mode, gid_t group) {
+    if (isFolder(path)) {
+        return done();
+    }
+    Outcome outcome = change.willMake({path});
+    if (outcome.ok() && !zp::host::carryOut({Step::MakeDirectory, path, Root, group, mode})) {
+        return failure(path + ": cannot be made");
+    }
+    return outcome;
+}
+
+}  // namespace
+
+std::string usualLogs() { return hasPanel() ? "home" : "system"; }
+
+std::string systemLogs(const std::string& site) { return std::string(SystemLogs) + "/" + site; }
+
+Outcome makeLogs(Transaction& change, const std::string& directory, const std::string& owner) {
+    const passwd* account = ::getpwnam(owner.c_str());
+    const gid_t group = account == nullptr ? Root : account->pw_gid;
+    if (isFolder(directory)) {  // of a site of this name that went
+        change.outstanding({Step::GiveAccess, directory, Root, group, OwnerReads});
+        return done();
+    }
+    Outcome outcome = makeNow(change, SystemLogs, OpenMode, Root);
+    return outcome.ok() ? makeNow(change, directory, OwnerReads, group) : outcome;
+}
+
+}  // namespace zpweb
