@@ -8,7 +8,7 @@ from pathlib import Path
 
 import pytest
 
-from conftest import OWNER, ZPWEB, await_true, free_port
+from conftest import ZPWEB, await_true, free_port
 
 PROJECT = Path(__file__).parents[2]
 BASE = Path("/var/zpweb-fleet")
@@ -41,7 +41,7 @@ ansible_ssh_common_args=-o StrictHostKeyChecking=no -o UserKnownHostsFile=/dev/n
     def start(self, number):
         """A host: its tree, its sshd in a mount namespace of its own, its Apache in the same."""
         tree, address = BASE / f"web{number}", f"127.0.1.{number}"
-        for folder in ("run", "sites", "www"):
+        for folder in ("run", "www"):
             (tree / folder).mkdir(parents=True)
         modules = "\n".join(f"LoadModule {m}_module /usr/lib/apache2/modules/mod_{m}.so" for m in MODULES
                             if Path(f"/usr/lib/apache2/modules/mod_{m}.so").exists())
@@ -57,6 +57,15 @@ LogFormat "%h" combined
 TypesConfig /etc/mime.types
 DocumentRoot /var/zpweb-host/www
 {modules}
+<VirtualHost {address}:{self.port}>
+    ServerName shop.example
+    ServerAlias www.shop.example
+    DocumentRoot /var/zpweb-host/www
+</VirtualHost>
+<VirtualHost {address}:{self.port}>
+    ServerName old.example
+    DocumentRoot /var/zpweb-host/www
+</VirtualHost>
 """)
         (tree / "www/index.html").write_text("up")
         (tree / "sshd").write_text(f"Port {self.ssh}\nListenAddress {address}\nHostKey {BASE}/key\nUsePAM no\n"
@@ -100,8 +109,7 @@ def fleet():
 
 def sites():
     common = {"program": ZPWEB, "conf": "/var/zpweb-host/httpd.conf"}
-    return common, [{"name": "shop.example", "address": "127.0.0.1", "owner": OWNER, "path": "/var/zpweb-host/sites",
-                     "host_names": ["www.shop.example", "store.example"]},
+    return common, [{"name": "shop.example", "host_names": ["www.shop.example", "store.example"]},
                     {"name": "old.example", "state": "absent"}]
 
 
