@@ -1,5 +1,6 @@
 // address list
 #include "CZPWebsite.h"
+#include "Results.h"
 #include "commands/Commands.h"
 #include "commands/shared/Operation.h"
 
@@ -7,7 +8,7 @@ namespace zpweb {
 
 namespace {
 
-constexpr int Listed = 28;
+constexpr int Listed = zp::result::website::Listed;
 
 Outcome list(Session& session, const Configuration& configuration, const Arguments&) {
     List& rows = session.output.list("addresses", {"address", "file"});

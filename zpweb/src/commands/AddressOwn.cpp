@@ -1,4 +1,5 @@
 // address own: gives a site an address of its own.
+#include "Results.h"
 #include "commands/Commands.h"
 #include "commands/shared/Addresses.h"
 #include "commands/shared/BlockEdit.h"
@@ -7,7 +8,7 @@ namespace zpweb {
 
 namespace {
 
-constexpr int NowOwn = 123;
+constexpr int NowOwn = zp::result::website::MovedToOwn;
 
 Outcome move(Transaction& change, const Site& site, const Arguments& given) {
     return moveAddress(

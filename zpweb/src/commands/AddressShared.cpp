@@ -1,4 +1,5 @@
 // address shared: moves a site to an address that sites share by name.
+#include "Results.h"
 #include "commands/Commands.h"
 #include "commands/shared/Addresses.h"
 #include "commands/shared/BlockEdit.h"
@@ -7,7 +8,7 @@ namespace zpweb {
 
 namespace {
 
-constexpr int NowShared = 121;
+constexpr int NowShared = zp::result::website::MovedToShared;
 
 Outcome move(Transaction& change, const Site& site, const Arguments& given) {
     return moveAddress(

@@ -27,7 +27,7 @@ Outcome restrictHandlers(Transaction& change, const Arguments&) {
     }
     Edit edit;
     edit.file = main.path();
-    edit.bound = bound::Limits;
+    edit.bound = bound::HostingLimits;
     edit.scope = additionsScope;
     edit.operation = [](const std::string& staged) {
         return CZPWebsite(nullptr, staged.c_str()).EnableHostingLimits();

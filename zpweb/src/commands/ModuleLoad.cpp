@@ -17,7 +17,7 @@ Outcome load(Transaction& change, const Arguments& given) {
     }
     Edit edit;
     edit.file = change.configuration().main().path();
-    edit.bound = bound::Module;
+    edit.bound = bound::ServerLevel;
     edit.scope = additionsScope;
     edit.operation = [&](const std::string& staged) {
         return ApacheHelper().Apache_addModule(staged, name);

@@ -1,5 +1,6 @@
 // protect edit: changes a user's password, or moves the user to another directory.
 #include "PrivateFolder.h"
+#include "Results.h"
 #include "commands/Commands.h"
 #include "commands/shared/Operation.h"
 #include "commands/shared/Protection.h"
@@ -10,7 +11,7 @@ namespace {
 
 constexpr auto Target = option("--to", Kind::Path, "DIRECTORY", "The other directory");
 
-constexpr int Edited = 1605;
+constexpr int Edited = zp::result::protection::Edited;
 
 // Between two directories the two steps of the operation are done one by one, each on a stage of its own
 // directory.

@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "CZPWebsite.h"
+#include "Results.h"
 #include "commands/Commands.h"
 #include "commands/shared/SiteFiles.h"
 #include "commands/shared/WholeBlock.h"
@@ -18,7 +19,7 @@ namespace {
 constexpr auto RemoveFolders =
     flag("--remove-folders", "Also remove the site's home and all that it holds");
 
-constexpr char Deleted = 24;
+constexpr char Deleted = zp::result::website::Deleted;
 
 // The site's home, as its block tells: where its folders may be removed from.
 Expected<std::string> removableHome(const Configuration& configuration, const Block& block) {

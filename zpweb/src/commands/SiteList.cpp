@@ -4,6 +4,7 @@
 #include <unordered_map>
 
 #include "CZPWebsite.h"
+#include "Results.h"
 #include "commands/Commands.h"
 #include "commands/shared/MacroSites.h"
 #include "commands/shared/Operation.h"
@@ -18,7 +19,7 @@ namespace {
 constexpr auto Names = flag("--names", "Only the names, as the panel's own listing finds them");
 constexpr auto ByBlock = flag("--by-block", "One row for each block instead of each site");
 
-constexpr int Listed = 28;
+constexpr int Listed = zp::result::website::Listed;
 
 std::string keyOf(std::string_view name) {
     std::string key(name);

@@ -1,4 +1,5 @@
 // site show: one site's settings.
+#include "Results.h"
 #include "commands/Commands.h"
 #include "commands/shared/Readable.h"
 #include "commands/shared/SiteBlocks.h"
@@ -9,9 +10,9 @@ namespace zpweb {
 
 namespace {
 
-constexpr char InfoRead = 25;
-constexpr char InfoWithoutMode = 27;
-constexpr int Listed = 31;
+constexpr char InfoRead = zp::result::website::InfoRead;
+constexpr char InfoWithoutMode = zp::result::website::InfoWithoutMode;
+constexpr int Listed = zp::result::website::Exists;
 
 void setPairs(Output& output, const char* field, const NameValueVector& values) {
     Pairs pairs;

@@ -1,5 +1,6 @@
 // site start: takes the comment marks of a stopped site's blocks away.
 #include "CZPWebsite.h"
+#include "Results.h"
 #include "commands/Commands.h"
 #include "commands/shared/WholeBlock.h"
 #include "conf/Bounds.h"
@@ -9,7 +10,7 @@ namespace zpweb {
 
 namespace {
 
-constexpr int Started = 29;
+constexpr int Started = zp::result::website::Started;
 
 Outcome start(Transaction& change, const Site& site, const Arguments& given) {
     change.output().set("site", site.name());

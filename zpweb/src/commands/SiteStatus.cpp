@@ -1,5 +1,6 @@
 // site status: tells whether a site runs.
 #include "CZPWebsite.h"
+#include "Results.h"
 #include "commands/Commands.h"
 #include "commands/shared/Operation.h"
 #include "commands/shared/Readable.h"
@@ -9,8 +10,8 @@ namespace zpweb {
 
 namespace {
 
-constexpr char Running = 34;
-constexpr char NotRunning = 33;
+constexpr char Running = zp::result::website::IsRunning;
+constexpr char NotRunning = zp::result::website::IsStopped;
 
 Outcome status(Session& session, const Configuration&, const Site& site, const Arguments&) {
     const Place& place = site.first();

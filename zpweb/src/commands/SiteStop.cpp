@@ -1,5 +1,6 @@
 // site stop: turns a site's blocks into comments.
 #include "CZPWebsite.h"
+#include "Results.h"
 #include "commands/Commands.h"
 #include "commands/shared/WholeBlock.h"
 #include "conf/Bounds.h"
@@ -10,7 +11,7 @@ namespace zpweb {
 
 namespace {
 
-constexpr int Stopped = 30;
+constexpr int Stopped = zp::result::website::Stopped;
 
 Outcome stop(Transaction& change, const Site& site, const Arguments& given) {
     change.output().set("site", site.name());

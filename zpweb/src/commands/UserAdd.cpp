@@ -1,4 +1,5 @@
 // user add: adds a web user.
+#include "Results.h"
 #include "commands/Commands.h"
 #include "commands/shared/Operation.h"
 #include "commands/shared/WebUsers.h"
@@ -9,8 +10,8 @@ namespace zpweb {
 
 namespace {
 
-constexpr char UserAdded = 77;
-constexpr char UserThere = 54;
+constexpr char UserAdded = zp::result::user::Added;
+constexpr char UserThere = zp::result::user::AlreadyThere;
 
 Outcome add(Transaction& change, const Arguments& given) {
     const std::string user = given[User];

@@ -1,6 +1,7 @@
 // user delete: deletes a web user, or all of them.
 #include <algorithm>
 
+#include "Results.h"
 #include "commands/Commands.h"
 #include "commands/shared/Operation.h"
 #include "commands/shared/WebUsers.h"
@@ -12,8 +13,8 @@ namespace {
 constexpr auto AnyUser = maybe("USER", Kind::UserName, "The user's name");
 constexpr auto All = flag("--all", "Delete all of them, and their file");
 
-constexpr char UserGone = 79;
-constexpr char AllGone = 80;
+constexpr char UserGone = zp::result::user::Deleted;
+constexpr char AllGone = zp::result::user::AllDeleted;
 
 Outcome removeOne(CZPUsers& users, const std::string& user) {
     StringVector names;

@@ -1,4 +1,5 @@
 // user list: a site's web users.
+#include "Results.h"
 #include "commands/Commands.h"
 #include "commands/shared/Operation.h"
 #include "commands/shared/WebUsers.h"
@@ -8,8 +9,8 @@ namespace zpweb {
 
 namespace {
 
-constexpr char UsersListed = 82;
-constexpr char NamesListed = 81;
+constexpr char UsersListed = zp::result::user::Listed;
+constexpr char NamesListed = zp::result::user::NamesListed;
 
 Outcome list(Session& session, const Arguments& given) {
     const WebUsers users(given);

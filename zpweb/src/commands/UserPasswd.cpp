@@ -1,4 +1,5 @@
 // user passwd: gives a web user another password.
+#include "Results.h"
 #include "commands/Commands.h"
 #include "commands/shared/Operation.h"
 #include "commands/shared/WebUsers.h"
@@ -8,8 +9,8 @@ namespace zpweb {
 
 namespace {
 
-constexpr char PasswordChanged = 76;
-constexpr char NoSuchUser = 53;
+constexpr char PasswordChanged = zp::result::user::PasswordChanged;
+constexpr char NoSuchUser = zp::result::user::NotFound;
 
 Outcome changePassword(Transaction& change, const Arguments& given) {
     const std::string user = given[User];

@@ -1,4 +1,5 @@
 // vdir create: gives a directory of a site a block of its own.
+#include "Results.h"
 #include "commands/Commands.h"
 #include "commands/shared/BlockLines.h"
 #include "commands/shared/DirectoryBlock.h"
@@ -10,7 +11,7 @@ namespace zpweb {
 
 namespace {
 
-constexpr int BlockMade = 83;
+constexpr int BlockMade = zp::result::directory::Created;
 
 // The library takes the directory for that of the DocumentRoot line where the block has one.
 void showRoot(View& view, const std::string& folder) {

@@ -1,4 +1,5 @@
 // vdir delete: removes a directory's block.
+#include "Results.h"
 #include "commands/Commands.h"
 #include "commands/shared/BlockLines.h"
 #include "commands/shared/DirectoryBlock.h"
@@ -8,7 +9,7 @@ namespace zpweb {
 
 namespace {
 
-constexpr int BlockRemoved = 85;
+constexpr int BlockRemoved = zp::result::directory::Deleted;
 
 Outcome remove(Transaction& change, const Site& site, const Arguments& given) {
     const std::string folder = given[Folder];

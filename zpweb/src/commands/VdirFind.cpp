@@ -1,5 +1,6 @@
 // vdir find: what an alias leads to.
 #include "CZPVirtualDirectory.h"
+#include "Results.h"
 #include "commands/Commands.h"
 #include "commands/shared/Operation.h"
 #include "commands/shared/Readable.h"
@@ -11,14 +12,14 @@ namespace {
 
 constexpr auto Alias = needed("ALIAS", Kind::Word, "Its name");
 
-constexpr char AliasFound = 125;
-constexpr char AliasMissing = 88;
+constexpr char AliasFound = zp::result::directory::AliasFound;
+constexpr char AliasMissing = zp::result::directory::AliasNotFound;
 
 Outcome find(Session& session, const Configuration&, const Site& site, const Arguments& given) {
     const std::string alias = given[Alias];
     SDDir record{};
-    fillField(record.DomainName, domainOf(*site.first().block));
-    fillField(record.DirName, alias.starts_with('/') ? alias.substr(1) : alias);
+    setField(record.DomainName, domainOf(*site.first().block));
+    setField(record.DirName, alias.starts_with('/') ? alias.substr(1) : alias);
     const Readable readable(*site.first().block);
     CZPVirtualDirectory manager(nullptr, readable.path().c_str());
     const int result = quietly(session.output, [&] { return manager.CheckVirDir(&record); });

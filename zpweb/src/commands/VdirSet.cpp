@@ -1,4 +1,5 @@
 // vdir set: changes what is named of a directory's settings, and keeps the rest.
+#include "Results.h"
 #include "commands/Commands.h"
 #include "commands/shared/BlockLines.h"
 #include "commands/shared/DirectoryBlock.h"
@@ -8,8 +9,8 @@ namespace zpweb {
 
 namespace {
 
-constexpr int LineMalformed = 87;
-constexpr int BlockUpdated = 89;
+constexpr int LineMalformed = zp::result::directory::Malformed;
+constexpr int BlockUpdated = zp::result::directory::Updated;
 
 // Where the block has no such section yet, the update takes the character for protection the other way.
 char protection(bool wanted, bool hasSection) { return wanted == hasSection ? '1' : '0'; }

@@ -1,4 +1,5 @@
 // vdir show: a directory's settings.
+#include "Results.h"
 #include "commands/Commands.h"
 #include "commands/shared/DirectoryBlock.h"
 #include "commands/shared/Operation.h"
@@ -8,7 +9,7 @@ namespace zpweb {
 
 namespace {
 
-constexpr char Queried = 86;
+constexpr char Queried = zp::result::directory::InfoRead;
 
 std::string switchText(const SOptions& options) {
     std::string text;
@@ -24,8 +25,8 @@ std::string switchText(const SOptions& options) {
 Outcome show(Session& session, const Configuration&, const Site& site, const Arguments& given) {
     const Place& place = site.first();
     SDDir record{};
-    fillField(record.DomainName, domainOf(*place.block));
-    fillField(record.DirPath, given[Folder]);
+    setField(record.DomainName, domainOf(*place.block));
+    setField(record.DirPath, given[Folder]);
     const Readable readable(*place.block);
     CZPVirtualDirectory manager(nullptr, readable.path().c_str());
     Output& output = session.output;

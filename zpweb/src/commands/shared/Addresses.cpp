@@ -1,5 +1,6 @@
 #include "commands/shared/Addresses.h"
 
+#include "Results.h"
 #include "commands/shared/BlockEdit.h"
 #include "commands/shared/Operation.h"
 #include "commands/shared/Scopes.h"
@@ -11,7 +12,7 @@ namespace zpweb {
 
 namespace {
 
-constexpr int NotThere = 32;
+constexpr int NotThere = zp::result::website::NotFound;
 
 // The block's opening line may change, and the NameVirtualHost lines of the new address.
 Scope addressScope(const ConfigurationFile& file, const std::string& name, const std::string& newAddress) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "Results.h"
 #include "commands/shared/BlockLines.h"
 #include "conf/Bounds.h"
 #include "input/Quoted.h"
@@ -10,7 +11,7 @@ namespace zpweb {
 
 namespace {
 
-constexpr int BaseDirChanged = 96;
+constexpr int BaseDirChanged = zp::result::Changed;
 
 // The library keeps one php_admin_value line a folder, whatever it sets: it sees no other.
 bool isBaseDir(const Statement& statement) {

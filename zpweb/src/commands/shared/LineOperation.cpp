@@ -1,13 +1,14 @@
 #include "commands/shared/LineOperation.h"
 
+#include "Results.h"
 #include "commands/shared/Operation.h"
 #include "input/Quoted.h"
 
 namespace zpweb {
 
 Outcome runOn(Transaction& change, const Target& target, const LineOperation& operation) {
-    constexpr int NotInBlock = 3;
-    constexpr int NotInFile = 4;
+    constexpr int NotInBlock = zp::result::helper::DomainNotFound;
+    constexpr int NotInFile = zp::result::helper::NotFoundInDomain;
     Edit edit;
     edit.file = target.file;
     edit.bound = operation.bound;

@@ -6,13 +6,14 @@
 #include <vector>
 
 #include "CZPWebsite.h"
+#include "Results.h"
 #include "change/Transaction.h"
 #include "commands/shared/BlockEdit.h"
 
 namespace zpweb {
 
 // What the merge answers when it is done.
-inline constexpr char Merged = 96;
+inline constexpr char Merged = zp::result::Changed;
 
 // What an operation is to change: these directives, to what the record says.
 struct MergeRequest {

@@ -7,31 +7,16 @@
 #include <utility>
 #include <vector>
 
+#include "conf/Bounds.h"
+#include "host/Fields.h"
 #include "output/Output.h"
 #include "sys/Outcome.h"
 #include "sys/Process.h"
 
 namespace zpweb {
 
-// The most characters of a line that operations read. Where an operation calls others, theirs count too.
-namespace bound {
-inline constexpr size_t Creation = 1022;
-inline constexpr size_t Deletion = 1022;
-inline constexpr size_t StartStop = 29999;
-inline constexpr size_t Merge = 1023;  // update, suspension
-inline constexpr size_t Addressing = 1023;
-inline constexpr size_t Directive = 2024;  // get, update and delete; <Directory> blocks
-inline constexpr size_t AddDirective = 1023;
-inline constexpr size_t Handler = 2046;  // Perl, open_basedir
-inline constexpr size_t SuPhp = 2024;
-inline constexpr size_t SuPhpGlobal = 1023;
-inline constexpr size_t Limits = 2999;
-inline constexpr size_t Port = 2999;
-inline constexpr size_t ModuleBlock = 2047;
-inline constexpr size_t Module = 1023;
-inline constexpr size_t Parameter = 2999;
-inline constexpr size_t Any = static_cast<size_t>(-1);
-}  // namespace bound
+// The longest line of each operation: the very number that it reads with.
+namespace bound = zp::conf::bound;
 
 // Done for the good results, otherwise an error that names the operation and tells what is known.
 Outcome resultOf(const std::string& operation, int result, const std::vector<int>& good);
@@ -50,9 +35,6 @@ auto quietly(Output& output, Call&& call) {
     return result;
 }
 
-template <size_t Size>
-void fillField(char (&field)[Size], const std::string& value) {
-    field[value.copy(field, Size - 1)] = '\0';
-}
+using zp::host::setField;
 
 }  // namespace zpweb

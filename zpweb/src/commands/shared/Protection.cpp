@@ -1,6 +1,7 @@
 #include "commands/shared/Protection.h"
 
 #include "PrivateFolder.h"
+#include "Results.h"
 #include "commands/shared/Operation.h"
 #include "input/Quoted.h"
 #include "sys/File.h"
@@ -9,8 +10,8 @@ namespace zpweb {
 
 namespace {
 
-constexpr int Protected = 1602;
-constexpr int Unprotected = 1603;
+constexpr int Protected = zp::result::protection::UserAdded;
+constexpr int Unprotected = zp::result::protection::UserDeleted;
 constexpr mode_t ProtectionMode = 0444;
 
 bool hasUser(const std::string& passwords, const std::string& user) {

@@ -39,7 +39,7 @@ bool isSuPhpLine(std::string_view text) {
 Edit serverSuPhpEdit(const Transaction& change) {
     Edit edit;
     edit.file = change.configuration().main().path();
-    edit.bound = bound::SuPhpGlobal;
+    edit.bound = bound::SuPhpOnServer;
     return edit;
 }
 

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "CZPWebsite.h"
+#include "Results.h"
 #include "change/Transaction.h"
 #include "commands/table/Parameter.h"
 #include "commands/table/Site.h"
@@ -14,7 +15,7 @@ namespace zpweb {
 
 inline constexpr auto AnySite = maybe("SITE", Kind::Site, "The site's name; without one, the whole server");
 inline constexpr const char* SuPhpModule = "mod_suphp";
-inline constexpr int SuPhpSwitched = 96;
+inline constexpr int SuPhpSwitched = zp::result::Changed;
 
 struct SuPhpSwitch {
     bool on;
