@@ -26,16 +26,17 @@ Outcome canGo(const Block& block, const std::string& host) {
 }
 
 BlockOperation removalOf(const std::string& host) {
-    return {
-        .bound = zp::conf::bound::HostHeader,
-        // As the library compares them: to the letter.
-        .show =
-            [host](View& view) { view.showNames("ServerAlias", [](const std::string&) { return true; }); },
-        .run =
-            [host](const std::string& staged, const std::string& domain) {
-                return CZPWebsite(nullptr, staged.c_str()).DeleteHostHeader(domain, host);
-            },
-        .meaning = expecting("DeleteHostHeader", {0})};
+    return {.bound = zp::conf::bound::HostHeader,
+            // The library compares to the letter, and reads no long line.
+            .show =
+                [host](View& view) {
+                    view.showNames("ServerAlias", [&](const std::string& name) { return name == host; });
+                },
+            .run =
+                [host](const std::string& staged, const std::string& domain) {
+                    return CZPWebsite(nullptr, staged.c_str()).DeleteHostHeader(domain, host);
+                },
+            .meaning = expecting("DeleteHostHeader", {0})};
 }
 
 // The name may be written in several ways.

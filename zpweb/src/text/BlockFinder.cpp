@@ -22,8 +22,12 @@ bool isTag(std::string_view text, std::string_view tag) {
 // What stands between a tag's name and the last ">" of its line.
 std::string_view tagArguments(std::string_view text, std::string_view tag) {
     const std::string_view line = logicalLine(text);
-    return zp::conf::trimEnd(
+    std::string_view arguments = zp::conf::trimEnd(
         zp::conf::skipSpace(line.substr(tag.size(), std::min(line.rfind('>'), line.size()) - tag.size())));
+    while (arguments.ends_with('\\')) {  // the ">" stands on a line of its own
+        arguments = zp::conf::trimEnd(arguments.substr(0, arguments.size() - 1));
+    }
+    return arguments;
 }
 
 // The text behind one comment mark.
