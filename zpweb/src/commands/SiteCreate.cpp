@@ -91,13 +91,13 @@ char switchFor(const Plan& plan, const std::string& mode) {
 VHostEntry entryFor(const Plan& plan, const Arguments& given) {
     const std::string owner = given[Owner];
     VHostEntry entry{};
-    fillField(entry.IPAddress, plan.listening.address);
-    fillField(entry.DName, plan.name);
-    fillField(entry.PunyCode, plan.name);
-    fillField(entry.UserName, owner);
-    fillField(entry.ServerAdmin, given[Admin].value_or(owner));
-    fillField(entry.Port, plan.listening.port);
-    fillField(entry.Path, folderOf(plan.home) + "/");
+    setField(entry.IPAddress, plan.listening.address);
+    setField(entry.DName, plan.name);
+    setField(entry.PunyCode, plan.name);
+    setField(entry.UserName, owner);
+    setField(entry.ServerAdmin, given[Admin].value_or(owner));
+    setField(entry.Port, plan.listening.port);
+    setField(entry.Path, folderOf(plan.home) + "/");
     entry.IPSwitch = switchFor(plan, given[Mode].value_or("shared"));
     return entry;
 }
