@@ -182,10 +182,12 @@ Outcome Transaction::rollBack(const std::string& reason, bool asked) {
 Outcome Transaction::carryOutRest() {
     if (!journal_.outstanding.empty() || !journal_.undoes.empty()) {
         journal_.progress = JournalState::Finishing;
-        if (Outcome written = writeJournal(); !written.ok() && !changesFiles()) {
+        Outcome written = writeJournal();
+        if (!written.ok() && !changesFiles()) {
             inPlace_ = false;
             return written;
-        } else if (!written.ok()) {  // the journal that is there leads to the same
+        }
+        if (!written.ok()) {  // the journal that is there leads to the same
             output_.warning(written.message);
         }
     }

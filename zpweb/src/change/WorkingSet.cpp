@@ -48,7 +48,7 @@ void WorkingSet::set(const std::string& path, Content content) {
 }
 
 void WorkingSet::setPart(const ConfigurationFile& part, Content content) {
-    const std::string path = part.path();
+    const std::string& path = part.path();
     static_cast<void>(fileAt(path));
     inParts_.insert(path);
     configuration_.putPart(part, std::move(content));

@@ -205,7 +205,7 @@ Offers offersFor(const Typed& typed, std::string& current) {
 void complete(std::ostream& out, const std::vector<std::string>& words) {
     const size_t number = words.empty() ? 0 : static_cast<size_t>(leadingNumber(words.front()));
     std::vector<std::string> line = joined(words, number + 1);
-    std::string current = line.size() == 0 ? "" : line.back();
+    std::string current = line.empty() ? "" : line.back();
     Typed typed;
     for (size_t i = 0; i + 1 < line.size(); ++i) {
         typed.take(line[i]);
