@@ -18,7 +18,8 @@ int main(int argc, char** argv) {
         std::cerr << "usage: zpfault KIND CALL COMMAND [ARGUMENT]...\n";
         return 2;
     }
-    const zp::faults::Fault fault{*kind, std::atoi(argv[2]), std::getenv("ZPFAULT_ALL") != nullptr};
+    const zp::faults::Fault fault{*kind, static_cast<int>(std::strtol(argv[2], nullptr, 10)),
+                                  std::getenv("ZPFAULT_ALL") != nullptr};
     const auto run = zp::faults::run(fault, [&] {
         ::execvp(argv[3], argv + 3);
         return 127;
