@@ -72,7 +72,7 @@ HostNumber numberOf(const Reading& reading, const VirtualHost* host) {
 std::set<Endpoint> allEndpoints(const Reading& live, const Reading& staged) {
     std::set<Endpoint> all;
     for (const Reading* reading : {&live, &staged}) {
-        const std::vector<Endpoint> some = reading->endpoints();
+        const std::vector<Endpoint>& some = reading->endpoints();
         all.insert(some.begin(), some.end());
     }
     return all;
@@ -121,7 +121,7 @@ std::string refusal(const std::vector<Moved>& impact) {
 
 std::vector<std::string> newDefaults(const Reading& live, const Reading& staged, const Pairing& pairing) {
     std::vector<std::string> notes;
-    const std::vector<Endpoint> listened = live.endpoints();
+    const std::vector<Endpoint>& listened = live.endpoints();
     for (const Endpoint& endpoint : staged.endpoints()) {
         const VirtualHost* before = live.leadsTo("", endpoint);
         const VirtualHost* after = staged.leadsTo("", endpoint);
@@ -178,8 +178,8 @@ std::string strayDifference(const Reading& live, const Reading& staged, const Pa
 std::vector<Moved> impactOf(const Reading& live, const Reading& staged, const Pairing& pairing,
                             const Asked& asked) {
     std::vector<Moved> impact;
-    const std::vector<Endpoint> was = live.endpoints();
-    const std::vector<Endpoint> is = staged.endpoints();
+    const std::vector<Endpoint>& was = live.endpoints();
+    const std::vector<Endpoint>& is = staged.endpoints();
     for (const Endpoint& endpoint : allEndpoints(live, staged)) {
         const NameMap::Entry* entry = listensAt(was, endpoint) ? live.names().entryFor(endpoint) : nullptr;
         for (const NameMap::Host each : entry != nullptr ? entry->hosts : std::vector<NameMap::Host>()) {

@@ -17,7 +17,7 @@ struct Endpoint {
     std::string address;
     int port = 0;
 
-    auto operator<=>(const Endpoint&) const = default;
+    auto operator<=>(const Endpoint&) const = default;  // NOLINT(modernize-use-nullptr)
     std::string text() const;  // 10.0.0.5:80, [2001:db8::1]:443, *:80
 };
 

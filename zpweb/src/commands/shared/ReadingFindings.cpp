@@ -50,7 +50,7 @@ std::string effective(const Reading& reading, const VirtualHost& host, const cha
 // root alone decides where the file is.
 std::string othersGround(const std::string& file) {
     for (size_t slash = file.find('/', 1);; slash = file.find('/', slash + 1)) {
-        const std::string part = file.substr(0, slash);
+        std::string part = file.substr(0, slash);
         struct stat status {};
         if (::lstat(part.c_str(), &status) != 0) {
             return {};
