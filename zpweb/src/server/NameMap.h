@@ -18,7 +18,7 @@ struct Endpoint {
     int port = 0;
 
     auto operator<=>(const Endpoint&) const = default;  // NOLINT(modernize-use-nullptr)
-    std::string text() const;  // 10.0.0.5:80, [2001:db8::1]:443, *:80
+    std::string text() const;                           // 10.0.0.5:80, [2001:db8::1]:443, *:80
 };
 
 // "10.0.0.5:80", "[::1]:*" or "*:80" as the server prints it; port 0 is every port. An address that means
