@@ -47,7 +47,7 @@ def test_changes_of_random_configurations(machine):
             (["site", "set", name, "--error-document", "404=/x"], ["site", "set", name, "--error-document", "404="]),
             (["directive", "add", "Timeout", "9", "--site", name], ["directive", "delete", "Timeout", "--site", name]),
             (["vdir", "set", name, "/srv/new"], ["vdir", "delete", name, "/srv/new"]),
-            (["site", "create", "new.example", "--address", "127.0.0.1", "--owner", "anna", "--path", machine.sites],
+            (["site", "create", "new.example", "--address", "127.0.0.1", "--owner", "anna", "--path", machine.sites, "--listen"],
              None),
             (["site", "delete", name], None), (["site", "suspend", name], None),
         ])
