@@ -12,7 +12,7 @@ namespace zp::host {
 // What is left of an open file; absent when it could not be read to its end.
 [[nodiscard]] inline std::optional<std::string> readAll(int descriptor) {
     std::string text;
-    std::array<char, 16384> part;
+    std::array<char, 16384> part{};
     for (;;) {
         const ssize_t count = ::read(descriptor, part.data(), part.size());
         if (count == 0) {

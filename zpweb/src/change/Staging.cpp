@@ -109,7 +109,9 @@ Outcome Transaction::edit(const Edit& edit) {
         output_.detail(run.printed);
         return after.outcome();
     }
-    if (Outcome taken = takeEffects(run); !taken.ok() || *after == part) {
+    // An excerpt's way back may have something to add where the operation changed nothing.
+    const bool unchanged = *after == part && (settings_.exact || !edit.excerpt);
+    if (Outcome taken = takeEffects(run); !taken.ok() || unchanged) {
         return taken;
     }
     Content result =
