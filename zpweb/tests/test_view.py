@@ -50,7 +50,7 @@ CHANGES = {
         ODD, "vdir set SITE /srv/shop --deny all --allow 10.1.2.3", "Require all granted", "Require ip 10.1.2.3", None),
     "a section that is made to be there": (
         TABS, "perl on SITE", "</VirtualHost>",
-        '\t<Directory "/srv/shop">\r\n\t\tAddHandler cgi-script cgi pl\r\n\t</Directory>\r\n</VirtualHost>', "perl off SITE"),
+        '\t<Directory "/srv/shop">\r\n\t\t# zpweb: this section goes with its last line\r\n\t\tAddHandler cgi-script cgi pl\r\n\t</Directory>\r\n</VirtualHost>', "perl off SITE"),
     "a section before the first": (
         ODD, "folder add SITE /srv/x --line AllowOverride\\ None", "    <directory",
         '    <Directory "/srv/x">\n        AllowOverride None\n    </Directory>\n    <directory', "folder delete SITE /srv/x"),

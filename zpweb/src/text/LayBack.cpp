@@ -19,17 +19,28 @@ std::string plain(std::string_view line) {
 bool isClosing(std::string_view line) { return line.starts_with("</"); }
 bool isOpening(const std::string& line) { return line.starts_with('<') && !isClosing(line); }
 
-// What tells lines apart. A closing tag is that of its section.
-std::vector<std::string> keysOf(const std::vector<std::string>& lines) {
-    std::vector<std::string> keys, open;
-    for (const std::string& line : lines) {
-        keys.push_back(line);
-        if (isOpening(line)) {
-            open.push_back(line);
-        } else if (isClosing(line) && !open.empty()) {
-            keys.back() += " " + open.back();
+// The section of each line: the line that opens it, which is that of its closing tag, too; None for those
+// of the block itself, which is the first line.
+std::vector<size_t> sectionsOf(const std::vector<std::string>& lines) {
+    std::vector<size_t> sections, open{None};
+    for (size_t i = 0; i < lines.size(); ++i) {
+        sections.push_back(open.back());
+        if (isOpening(lines[i]) && i > 0) {
+            open.push_back(i);
+        } else if (isClosing(lines[i]) && open.size() > 1) {
             open.pop_back();
         }
+    }
+    return sections;
+}
+
+// What tells lines apart: what they say, and in which sections. The same terms in another section are
+// others.
+std::vector<std::string> keysOf(const std::vector<std::string>& lines) {
+    const std::vector<size_t> sections = sectionsOf(lines);
+    std::vector<std::string> keys;
+    for (size_t i = 0; i < lines.size(); ++i) {
+        keys.push_back((sections[i] == None ? "" : keys[sections[i]] + "\n") + lines[i]);
     }
     return keys;
 }
@@ -118,12 +129,13 @@ LayBack::Fate LayBack::fateOf() const {
     Fate fate{std::vector<size_t>(made_.size(), None), std::vector<size_t>(shown.size(), None)};
     Range gapOfShown{0, 0};
     Range gapOfMade{0, 0};
+    const std::vector<size_t> sections = sectionsOf(shown);
     std::vector<Pair> pairs = align(keysOf(shown), keysOf(made_));
     pairs.push_back({shown.size(), made_.size()});
     for (const Pair& pair : pairs) {
         gapOfShown.end = pair.before;
         gapOfMade.end = pair.after;
-        pairChanged(fate, gapOfShown, gapOfMade);
+        pairChanged(fate, sections, gapOfShown, gapOfMade);
         if (pair.after < made_.size()) {
             fate.shown[pair.before] = pair.after;
             fate.made[pair.after] = pair.before;
@@ -134,23 +146,17 @@ LayBack::Fate LayBack::fateOf() const {
     return fate;
 }
 
-// Between what stayed, lines of the same directive are the same line changed; not where new sections come,
-// which stand together.
-void LayBack::pairChanged(Fate& fate, Range shown, Range made) const {
-    const auto inGap = [&](const std::vector<std::string>& lines) {
-        return std::count_if(lines.begin() + static_cast<std::ptrdiff_t>(made.first),
-                             lines.begin() + static_cast<std::ptrdiff_t>(made.end), isOpening);
+// Between what stayed, lines of the same directive in the same section are the same line changed.
+void LayBack::pairChanged(Fate& fate, const std::vector<size_t>& sections, Range shown, Range made) const {
+    const std::vector<size_t> sectionsMade = sectionsOf(made_);
+    const auto areInOneSection = [&](size_t i, size_t j) {
+        const size_t section = sections[i];
+        return section == None || sectionsMade[j] == None ? section == sectionsMade[j]
+                                                          : fate.shown[section] == sectionsMade[j];
     };
-    const auto shownSections = std::count_if(
-        shown_.begin() + static_cast<std::ptrdiff_t>(shown.first),
-        shown_.begin() + static_cast<std::ptrdiff_t>(shown.end),
-        [](const ViewLine& line) { return line.kind == Kind::SectionOpens || line.kind == Kind::Opening; });
-    if (made.first < made.end && inGap(made_) > shownSections) {
-        return;
-    }
     for (size_t j = made.first; j < made.end; ++j) {
         for (size_t i = shown.first; i < shown.end; ++i) {
-            if (fate.shown[i] == None &&
+            if (fate.shown[i] == None && areInOneSection(i, j) &&
                 equalIgnoringCase(keywordOf(plain(shown_[i].text)), keywordOf(made_[j]))) {
                 fate.shown[i] = j;
                 fate.made[j] = i;
@@ -168,7 +174,7 @@ void LayBack::lay(size_t made) {
     if (provided && of->kind == Kind::SectionOpens) {
         holds_ = true;
         filled_ = false;
-        held_ = {line};
+        held_ = {line, std::string(ProvidedSection)};
     } else if (provided && of->kind == Kind::SectionCloses) {
         holds_ = false;
         held_.push_back(line);
@@ -200,7 +206,7 @@ void LayBack::removeShown(size_t shown) {
     }
 }
 
-// Those of which the view has shown lines, and of which none is left.
+// Those that were provided, of which the view has shown lines, and of which none is left.
 void LayBack::removeEmptySections() {
     for (size_t i = 0; i + 2 < shown_.size(); ++i) {
         const bool section = shown_[i].kind == Kind::SectionOpens && !shown_[i].isProvided();
@@ -211,7 +217,11 @@ void LayBack::removeEmptySections() {
                fate_.shown[i + gone + 1] == None) {
             ++gone;
         }
-        if (gone > 0 && opening + gone + 1 == end) {
+        size_t marks = 0;
+        for (size_t statement = opening + 1; gone > 0 && statement < end; ++statement) {
+            marks += plain(statements_[statement].written) == ProvidedSection ? 1 : 0;
+        }
+        if (marks > 0 && opening + gone + marks + 1 == end) {
             const char* const begin = statements_[opening].written.data();
             replacements_.remove({begin, static_cast<size_t>(behind(end) - begin)});
         }

@@ -21,7 +21,7 @@ private:
         std::vector<size_t> made, shown;  // partners, or None
     };
     Fate fateOf() const;
-    void pairChanged(Fate& fate, Range shown, Range made) const;
+    void pairChanged(Fate& fate, const std::vector<size_t>& sections, Range shown, Range made) const;
 
     void lay(size_t made);
     void removeShown(size_t shown);

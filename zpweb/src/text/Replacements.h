@@ -12,7 +12,7 @@ public:
     explicit Replacements(std::string_view text) : text_(text) {}
 
     void replace(std::string_view part, std::string with);
-    void insert(const char* at, std::string text) { replace({at, 0}, std::move(text)); }
+    void insert(const char* at, std::string text) { replace({at, at}, std::move(text)); }
     void remove(std::string_view part) { replace(part, {}); }
     // What lies in a part that is removed goes with it.
     std::string made();

@@ -70,7 +70,7 @@ public:
     void showAll();
     // A line that the block does not have, in front of the others.
     void provide(const std::string& line);
-    // A <Directory> section, for as long as something is put into it.
+    // A <Directory> section, for as long as something is put into it. A comment in it says whose it is.
     void provideDirectory(const std::string& path);
 
     std::string text() const;
@@ -87,7 +87,7 @@ public:
     // Words come with the quotes that the operation writes, or without.
     void takeQuotes() { takesQuotes_ = true; }
     bool takesQuotes() const { return takesQuotes_; }
-    // Sections in which nothing is left go with the last line.
+    // Sections that were provided go with their last line.
     void dropEmptySections() { dropsEmpty_ = true; }
     bool dropsEmptySections() const { return dropsEmpty_; }
 
@@ -111,6 +111,9 @@ private:
     Before before_;
     bool dropsEmpty_ = false, takesQuotes_ = false;
 };
+
+// The comment in a section that was provided.
+inline constexpr std::string_view ProvidedSection = "# zpweb: this section goes with its last line";
 
 // The name by which operations find a block.
 std::string domainOf(const Block& block);
