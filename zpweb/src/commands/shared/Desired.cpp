@@ -39,7 +39,7 @@ Expected<Present> presentSites(Session& session, const Configuration& configurat
 Outcome planRemovals(const Present& present, const SitesDocument& document, SitesPlan& plan) {
     for (const auto& [name, site] : present) {
         const bool named = std::any_of(document.sites.begin(), document.sites.end(),
-                                       [&](const SiteState& each) { return each.name == name; });
+                                       [&name = name](const SiteState& each) { return each.name == name; });
         if (!named) {
             plan.removals.push_back(name);
             plan.commands.push_back({"site delete", {name}, {}});
