@@ -313,7 +313,8 @@ void LayBack::takeAway(const Statement& statement, const std::vector<std::string
 void LayBack::changeWords(const ViewLine& line, const std::string& to) {
     const Statement& statement = statements_[line.statements.front()];
     const std::vector<Word> words = statement.words();
-    const std::vector<Word> shown = writtenWords(argumentsOf(plain(line.text)));
+    const std::string before = plain(line.text);
+    const std::vector<Word> shown = writtenWords(argumentsOf(before));
     const std::string_view arguments = argumentsOf(to);
     const std::vector<Word> wanted = writtenWords(arguments);
     if (words.empty()) {
