@@ -1,23 +1,19 @@
 // access off: a path of a site is open to whom the site's own lines let through.
 #include "commands/SettingsCommands.h"
 #include "commands/shared/SettingParameters.h"
-#include "input/Url.h"
 #include "settings/AccessChange.h"
 
 namespace zpweb {
 
 namespace {
 
-constexpr auto Path = needed("PATH", Kind::Text, "As it was set");
+constexpr auto Path = needed("PATH", Kind::UrlPath, "As it was set");
 
 Outcome off(Transaction& change, const Site& site, const Arguments& given) {
-    const auto path = typedUrlPath(given[Path]);
-    if (!path.ok()) {
-        return path.outcome();
-    }
+    const std::string path = given[Path];
     change.output().set("site", site.name());
-    change.output().set("path", *path);
-    return removeAccess(change, site.name(), *path, given[Overwrite]);
+    change.output().set("path", path);
+    return removeAccess(change, site.name(), path, given[Overwrite]);
 }
 
 }  // namespace

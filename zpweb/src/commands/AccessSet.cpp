@@ -2,8 +2,6 @@
 #include "commands/SettingsCommands.h"
 #include "commands/shared/SettingParameters.h"
 #include "host/Paths.h"
-#include "input/Network.h"
-#include "input/Url.h"
 #include "settings/AccessChange.h"
 #include "settings/SiteFacts.h"
 #include "settings/SiteSettings.h"
@@ -12,31 +10,16 @@ namespace zpweb {
 
 namespace {
 
-constexpr auto Path = needed("PATH", Kind::Text, "The path, with all below it");
-constexpr auto Allow = options("--allow", Kind::Word, "NET|all", "Addresses that may (default: all)");
-constexpr auto Deny = options("--deny", Kind::Word, "NET|all", "Addresses that may not");
+constexpr auto Path = needed("PATH", Kind::UrlPath, "The path, with all below it");
+constexpr auto Allow = options("--allow", Kind::Network, "NET|all", "Addresses that may (default: all)");
+constexpr auto Deny = options("--deny", Kind::Network, "NET|all", "Addresses that may not");
 constexpr auto Users =
     options("--users", Kind::UserName, "USER", "Only these users; valid-user: each of the file");
 constexpr auto UserFile =
     option("--user-file", Kind::Path, "FILE", "Where they stand (the site's web users)");
 
-Outcome typedNetworks(const Arguments& given) {
-    for (const auto& list : {given[Allow], given[Deny]}) {
-        for (const std::string& network : list) {
-            if (Outcome typed = typedNetwork(network).outcome(); !typed.ok()) {
-                return typed;
-            }
-        }
-    }
-    return done();
-}
-
 Outcome set(Transaction& change, const Site& site, const Arguments& given) {
-    const auto asked = typedUrlPath(given[Path]);
-    if (Outcome typed = asked.ok() ? typedNetworks(given) : asked.outcome(); !typed.ok()) {
-        return typed;
-    }
-    AccessPath path{*asked, given[Allow], given[Deny], given[Users], ""};
+    AccessPath path{given[Path], given[Allow], given[Deny], given[Users], ""};
     if (path.allow.empty() && path.deny.empty() && path.users.empty()) {
         return failure(Status::Usage, "access set: one of --allow, --deny and --users is missing");
     }

@@ -17,7 +17,7 @@ constexpr auto Daily = flag("--daily", "Rotate them each day (so without --weekl
 constexpr auto Weekly = flag("--weekly", "Rotate them each week");
 constexpr auto Monthly = flag("--monthly", "Rotate them each month");
 constexpr auto Keep = numberOption("--keep", "NUMBER", "Keep so many old ones (14)");
-constexpr auto LargerThan = option("--size", Kind::Word, "SIZE", "Rotate sooner what is larger");
+constexpr auto LargerThan = option("--size", Kind::Size, "SIZE", "Rotate sooner what is larger");
 constexpr auto Off = flag("--off", "Rotate them no more");
 
 Expected<std::vector<std::string>> rotatable(const Configuration& configuration, const std::string& site) {
@@ -76,9 +76,6 @@ Outcome setPolicy(Transaction& change, const Arguments& given) {
     const auto site = given[OfSite];
     if (site.has_value() == given[All]) {
         return failure(Status::Usage, "log policy: expected SITE or --all");
-    }
-    if (Outcome typed = given[LargerThan] ? typedSize(*given[LargerThan]).outcome() : done(); !typed.ok()) {
-        return typed;
     }
     const Content now = change.contentOf(LogPolicyFile);
     LogPolicies policies = policiesIn(now ? now.text() : "");

@@ -1,6 +1,7 @@
 // php list: which pool runs which site's scripts, and the pools of this host.
 #include "commands/SettingsCommands.h"
 #include "commands/shared/SettingParameters.h"
+#include "input/Pool.h"
 #include "settings/Php.h"
 #include "settings/SiteSettings.h"
 #include "sys/File.h"
@@ -21,7 +22,7 @@ Outcome list(Session& session, const Configuration& configuration, const Argumen
     List& pools = session.output.list("pools", {"pool", "version", "listen", "user", "accepts", "file"});
     for (const Pool& pool : poolsOfHost()) {
         pools.row().add("pool", pool.name).add("version", known(pool.version)).add("listen", pool.listen);
-        const auto place = typedFpm(pool.listen);
+        const auto place = typedPool(pool.listen);
         pools.add("user", known(pool.user))
             .add("accepts", place.ok() && accepts(*place).ok())
             .add("file", pool.file);

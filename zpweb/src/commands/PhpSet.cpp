@@ -7,16 +7,12 @@ namespace zpweb {
 
 namespace {
 
-constexpr auto Fpm = neededOption("--fpm", Kind::Text, "SOCKET|HOST:PORT", "Where the pool listens");
+constexpr auto Fpm = neededOption("--fpm", Kind::Pool, "SOCKET|HOST:PORT", "Where the pool listens");
 constexpr auto RootOnly =
     flag("--root-only", "Only scripts below the document root; others are kept from visitors");
 
 Outcome set(Transaction& change, const Site& site, const Arguments& given) {
-    const auto fpm = typedFpm(given[Fpm]);
-    if (!fpm.ok()) {
-        return fpm.outcome();
-    }
-    PhpSetting setting{*fpm};
+    PhpSetting setting{given[Fpm]};
     if (given[RootOnly]) {
         setting.root = site.first().block->root;
         if (setting.root.empty()) {

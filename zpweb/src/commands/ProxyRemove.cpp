@@ -1,22 +1,17 @@
 // proxy remove: a path of a site is the site's own again.
 #include "commands/SettingsCommands.h"
 #include "commands/shared/SettingParameters.h"
-#include "input/Url.h"
 #include "settings/ProxyChange.h"
 
 namespace zpweb {
 
 namespace {
 
-constexpr auto Path = needed("PATH", Kind::Text, "As it was set");
+constexpr auto Path = needed("PATH", Kind::UrlPath, "As it was set");
 
 Outcome remove(Transaction& change, const Site& site, const Arguments& given) {
-    const auto path = typedUrlPath(given[Path]);
-    if (!path.ok()) {
-        return path.outcome();
-    }
     change.output().set("site", site.name());
-    return removeProxy(change, site.name(), *path, given[Overwrite]);
+    return removeProxy(change, site.name(), given[Path], given[Overwrite]);
 }
 
 }  // namespace

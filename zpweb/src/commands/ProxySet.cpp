@@ -1,34 +1,24 @@
 // proxy set: an application answers for a path of a site.
 #include "commands/SettingsCommands.h"
 #include "commands/shared/SettingParameters.h"
-#include "input/Url.h"
 #include "settings/ProxyChange.h"
 
 namespace zpweb {
 
 namespace {
 
-constexpr auto Path = needed("PATH", Kind::Text, "The path, with all below it");
+constexpr auto Path = needed("PATH", Kind::UrlPath, "The path, with all below it");
 constexpr auto To =
-    needed("URL", Kind::Text, "Where the application listens, such as http://127.0.0.1:3000");
+    needed("URL", Kind::Backend, "Where the application listens, such as http://127.0.0.1:3000");
 constexpr auto Websocket = flag("--websocket", "Let it speak websockets, too");
 constexpr auto Timeout = numberOption("--timeout", "SECONDS", "Wait this long for it (as the server does)");
 
 Outcome set(Transaction& change, const Site& site, const Arguments& given) {
-    const auto path = typedUrlPath(given[Path]);
-    const auto to = urlFrom(given[To]);
-    if (!path.ok() || !to.ok()) {
-        return path.ok() ? to.outcome() : path.outcome();
-    }
-    std::string url = given[To];
-    while (url.ends_with('/')) {
-        url.pop_back();
-    }
+    const ProxyPath path{given[Path], given[To], given[Websocket], given[Timeout].value_or(0)};
     change.output().set("site", site.name());
-    change.output().set("path", *path);
-    change.output().set("url", url);
-    return setProxy(change, site.name(), {*path, url, given[Websocket], given[Timeout].value_or(0)},
-                    given[Overwrite]);
+    change.output().set("path", path.path);
+    change.output().set("url", path.url);
+    return setProxy(change, site.name(), path, given[Overwrite]);
 }
 
 }  // namespace

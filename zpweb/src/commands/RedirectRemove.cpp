@@ -2,21 +2,16 @@
 #include "commands/SettingsCommands.h"
 #include "commands/shared/SettingParameters.h"
 #include "input/Quoted.h"
-#include "input/Url.h"
 #include "settings/RedirectChange.h"
 
 namespace zpweb {
 
 namespace {
 
-constexpr auto Path = maybe("PATH", Kind::Text, "As it was set (default: the whole site)");
+constexpr auto Path = maybe("PATH", Kind::UrlPath, "As it was set (default: the whole site)");
 
 Outcome remove(Transaction& change, const Site& site, const Arguments& given) {
-    const auto typed = typedUrlPath(given[Path].value_or("/"));
-    if (!typed.ok()) {
-        return typed.outcome();
-    }
-    const std::string& path = *typed;
+    const std::string path = given[Path].value_or("/");
     if (redirectsOf(change, site.name()).at(path) == nullptr) {
         return isNotThere("redirect of " + inQuotes(path) + ": the site has none");
     }

@@ -13,8 +13,8 @@ namespace zpweb {
 namespace {
 
 constexpr auto Path =
-    maybe("PATH", Kind::Text, "What leads there, with all below it (default: the whole site)");
-constexpr auto To = neededOption("--to", Kind::Text, "URL", "Where it leads");
+    maybe("PATH", Kind::UrlPath, "What leads there, with all below it (default: the whole site)");
+constexpr auto To = neededOption("--to", Kind::Url, "URL", "Where it leads");
 constexpr auto KeepPath = flag("--keep-path", "Append to URL what follows PATH");
 constexpr auto Code = option("--status", Kind::Choice, "301|302|307|308", "The answer's status (302)");
 
@@ -26,12 +26,11 @@ bool leadsToItself(const PathRedirect& redirect, const Url& to, const std::vecto
 }
 
 Outcome set(Transaction& change, const Site& site, const Arguments& given) {
-    const auto path = typedUrlPath(given[Path].value_or("/"));
     const auto to = urlFrom(given[To]);
-    if (!path.ok() || !to.ok()) {
-        return path.ok() ? to.outcome() : path.outcome();
+    if (!to.ok()) {
+        return to.outcome();
     }
-    const PathRedirect redirect{*path, given[To], given[KeepPath],
+    const PathRedirect redirect{given[Path].value_or("/"), given[To], given[KeepPath],
                                 leadingNumber(given[Code].value_or("302"))};
     if (redirect.keepPath && to->path.find_first_of("?#") != std::string::npos) {
         return failure(Status::Usage, "--keep-path: nothing can be appended to " + inQuotes(redirect.to));

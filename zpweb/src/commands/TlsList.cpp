@@ -61,11 +61,8 @@ bool isWanted(const Used& used, std::optional<long> expiring, std::time_t now) {
 
 Outcome list(Session& session, const Configuration& configuration, const Arguments& given) {
     const std::time_t now = std::time(nullptr);
-    const auto within = secondsOf(given[Expiring].value_or("0"));
-    if (!within.ok()) {
-        return within.outcome();
-    }
-    const auto expiring = given[Expiring] ? std::optional(*within) : std::nullopt;
+    const auto within = given[Expiring];
+    const auto expiring = within ? std::optional<long>(leadingNumber(*within)) : std::nullopt;
     List& rows =
         session.output.list("certificates", {"site", "days", "certificate", "by", "fault", "place"});
     for (const auto& file : configuration.files()) {

@@ -18,15 +18,11 @@ constexpr auto HttpsPort = option("--https-port", Kind::Port, "PORT", "The port 
 constexpr auto AnyName = flag("--any-name", "Also when the certificate is not for all names of the site");
 
 Outcome on(Transaction& change, const Site& site, const Arguments& given) {
-    const auto hsts = secondsOf(given[Hsts].value_or("0"));
-    if (!hsts.ok()) {
-        return hsts.outcome();
-    }
     TlsSetting setting;
     setting.files = {given[Certificate], given[Key]};
     setting.redirect = given[Redirect];
     setting.anyName = given[AnyName];
-    setting.hsts = *hsts;
+    setting.hsts = leadingNumber(given[Hsts].value_or("0"));
     setting.port = leadingNumber(given[HttpsPort].value_or("443"));
     const std::string name = site.name();
     change.output().set("site", name);

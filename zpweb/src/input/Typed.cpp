@@ -8,8 +8,12 @@
 #include <charconv>
 
 #include "conf/Text.h"
+#include "input/Duration.h"
 #include "input/HostName.h"
+#include "input/Network.h"
+#include "input/Pool.h"
 #include "input/Quoted.h"
+#include "input/Url.h"
 
 namespace zpweb {
 
@@ -185,6 +189,27 @@ Typed siteName(const std::string& value) {
     return ascii.ok() || !plain ? ascii : value;
 }
 
+Typed url(const std::string& value) {
+    const auto parsed = urlFrom(value);
+    return parsed.ok() ? Typed(value) : parsed.outcome();
+}
+
+Typed backend(const std::string& value) {
+    const auto parsed = urlFrom(value);
+    if (!parsed.ok()) {
+        return parsed.outcome();
+    }
+    if (parsed->path.find_first_of("?#") != std::string::npos) {
+        return wrongValue("URL", value, "it has a query", "expected where an application listens");
+    }
+    return value.substr(0, value.find_last_not_of('/') + 1);
+}
+
+Typed duration(const std::string& value) {
+    const auto seconds = secondsOf(value);
+    return seconds.ok() ? Typed(std::to_string(*seconds)) : seconds.outcome();
+}
+
 }  // namespace
 
 Expected<std::string> typedValue(Kind kind, std::string_view name, const std::string& value,
@@ -223,6 +248,20 @@ Expected<std::string> typedValue(Kind kind, std::string_view name, const std::st
             return choice(name, value, choices);
         case Kind::Switch:
             return optionSwitch(value);
+        case Kind::UrlPath:
+            return typedUrlPath(value);
+        case Kind::Url:
+            return url(value);
+        case Kind::Backend:
+            return backend(value);
+        case Kind::Network:
+            return typedNetwork(value);
+        case Kind::Pool:
+            return typedPool(value);
+        case Kind::Duration:
+            return duration(value);
+        case Kind::Size:
+            return typedSize(value);
     }
     return failure("unknown kind of value");
 }

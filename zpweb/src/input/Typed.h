@@ -26,6 +26,13 @@ enum class Kind {
     Assignment,  // NAME=VALUE; an empty value removes
     Choice,      // one of the words of the parameter's value text, separated by "|"
     Switch,      // "+" or "-" and an option's name
+    UrlPath,     // of a site: "/shop"; loses a "/" at its end
+    Url,         // http or https, with a host
+    Backend,     // the same, of an application: without a query, and loses slashes at its end
+    Network,     // an address, a network such as 192.0.2.0/24, or "all"
+    Pool,        // where FPM listens: the path of a socket, or HOST:PORT
+    Duration,    // with a unit: "14d"; becomes seconds
+    Size,        // with a unit: "100M"
 };
 
 // The value in the form in which it is used, or a usage failure.

@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
+#include "input/Fields.h"
 #include "sys/File.h"
 
 namespace zpweb {
@@ -89,8 +90,9 @@ LogPolicies policiesIn(const std::string& text) {
         return policies;
     }
     for (const auto& [site, each] : json.items()) {
-        policies[site] = {each.value("when", "daily"), each.value("keep", 14), each.value("size", ""),
-                          each.value("logs", std::vector<std::string>())};
+        Fields fields(each);
+        policies[site] = {fields.text("when", "daily"), static_cast<int>(fields.number("keep", 14)),
+                          fields.text("size"), fields.texts("logs")};
     }
     return policies;
 }

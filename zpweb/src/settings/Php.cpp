@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "input/Fields.h"
 #include "settings/Pattern.h"
 
 namespace zpweb {
@@ -31,10 +32,9 @@ std::string askedOf(const PhpSetting& setting) {
 }
 
 std::optional<PhpSetting> phpFrom(const std::string& asked) {
-    const Json json = Json::parse(asked, nullptr, false);
-    return json.is_object() ? std::optional(PhpSetting{json.value("fpm", ""), json.value("root", ""),
-                                                       json.value("version", "")})
-                            : std::nullopt;
+    Fields fields(asked);
+    const PhpSetting setting{fields.text("fpm"), fields.text("root"), fields.text("version")};
+    return fields.sound() ? std::optional(setting) : std::nullopt;
 }
 
 std::string directivesOf(const PhpSetting& setting) {

@@ -19,8 +19,6 @@ std::string askedOf(const PhpSetting& setting);
 std::optional<PhpSetting> phpFrom(const std::string& asked);
 std::string directivesOf(const PhpSetting& setting);
 
-// "/run/php/php8.2-fpm.sock" or "127.0.0.1:9000"; an IPv6 address stands in brackets.
-Expected<std::string> typedFpm(const std::string& value);
 // Does somebody accept connections there? A failure tells why not.
 Outcome accepts(const std::string& fpm);
 

@@ -31,7 +31,9 @@ Json rootsIn(const std::string& text) {
     const size_t end = begin == std::string::npos ? begin : text.find('\n', begin);
     Json roots =
         begin == std::string::npos ? Json() : Json::parse(text.substr(begin, end - begin), nullptr, false);
-    return roots.is_object() ? roots : Json::object();
+    const bool sound = roots.is_object() && std::all_of(roots.begin(), roots.end(),
+                                                        [](const Json& root) { return root.is_string(); });
+    return sound ? roots : Json::object();
 }
 
 Outcome write(Transaction& change, const Json& roots) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
+#include "input/Fields.h"
 #include "settings/Pattern.h"
 
 namespace zpweb {
@@ -66,16 +67,15 @@ std::string askedOf(const ProxySetting& setting) {
 }
 
 std::optional<ProxySetting> proxiesFrom(const std::string& asked) {
-    const Json json = Json::parse(asked, nullptr, false);
-    if (!json.is_object()) {
-        return std::nullopt;
-    }
+    Fields fields(asked);
     ProxySetting setting;
-    for (const Json& each : json.value("paths", Json::array())) {
-        setting.set({each.value("path", ""), each.value("url", ""), each.value("websocket", false),
-                     each.value("timeout", 0)});
+    bool sound = true;
+    for (Fields& each : fields.objects("paths")) {
+        setting.set({each.text("path"), each.text("url"), each.flag("websocket"),
+                     static_cast<int>(each.number("timeout"))});
+        sound = sound && each.sound();
     }
-    return setting;
+    return sound && fields.sound() ? std::optional(setting) : std::nullopt;
 }
 
 std::string directivesOf(const ProxySetting& setting) {

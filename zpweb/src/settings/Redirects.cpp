@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
+#include "input/Fields.h"
 #include "settings/Pattern.h"
 
 namespace zpweb {
@@ -70,16 +71,15 @@ std::string askedOf(const RedirectSetting& setting) {
 }
 
 std::optional<RedirectSetting> redirectsFrom(const std::string& asked) {
-    const Json json = Json::parse(asked, nullptr, false);
-    if (!json.is_object()) {
-        return std::nullopt;
+    Fields fields(asked);
+    RedirectSetting setting{static_cast<int>(fields.number("https")), fields.text("canonical")};
+    bool sound = true;
+    for (Fields& each : fields.objects("paths")) {
+        setting.paths.push_back({each.text("path"), each.text("to"), each.flag("keep-path"),
+                                 static_cast<int>(each.number("status", 302))});
+        sound = sound && each.sound();
     }
-    RedirectSetting setting{json.value("https", 0), json.value("canonical", "")};
-    for (const Json& each : json.value("paths", Json::array())) {
-        setting.paths.push_back({each.value("path", ""), each.value("to", ""),
-                                 each.value("keep-path", false), each.value("status", 302)});
-    }
-    return setting;
+    return sound && fields.sound() ? std::optional(setting) : std::nullopt;
 }
 
 std::string directivesOf(const RedirectSetting& setting) {

@@ -2,6 +2,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "input/Fields.h"
+
 namespace zpweb {
 
 namespace {
@@ -29,19 +31,16 @@ std::string askedOf(const TlsSetting& setting) {
 }
 
 std::optional<TlsSetting> tlsFrom(const std::string& asked) {
-    const Json json = Json::parse(asked, nullptr, false);
-    if (!json.is_object()) {
-        return std::nullopt;
-    }
+    Fields fields(asked);
     TlsSetting setting;
-    setting.files = {json.value("certificate", ""), json.value("key", "")};
-    setting.redirect = json.value("redirect", false);
-    setting.anyName = json.value("any-name", false);
-    setting.hsts = json.value("hsts", 0L);
-    setting.port = json.value("port", setting.port);
-    setting.made = json.value("made", setting.made);
-    setting.fingerprint = json.value("fingerprint", "");
-    return setting;
+    setting.files = {fields.text("certificate"), fields.text("key")};
+    setting.redirect = fields.flag("redirect");
+    setting.anyName = fields.flag("any-name");
+    setting.hsts = fields.number("hsts");
+    setting.port = static_cast<int>(fields.number("port", setting.port));
+    setting.made = fields.texts("made");
+    setting.fingerprint = fields.text("fingerprint");
+    return fields.sound() ? std::optional(setting) : std::nullopt;
 }
 
 std::string directivesOf(const TlsSetting& setting) {

@@ -17,7 +17,7 @@ constexpr Of<std::string> neededChoice(std::string_view name, std::string_view c
 }
 constexpr Of<std::optional<std::string>> durationOption(std::string_view name, std::string_view value,
                                                         std::string_view help) {
-    return {{name, Kind::Word, value, help}};
+    return {{name, Kind::Duration, value, help}};
 }
 
 }  // namespace zpweb
