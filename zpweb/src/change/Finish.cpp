@@ -59,6 +59,7 @@ Outcome Transaction::perform(bool& again) {
     }
     outcome = outcome.ok() ? commitAll(again) : outcome;
     if (again) {
+        takingBack_.clear();
         return outcome;
     }
     outcome = outcome.ok() ? reloadServer() : outcome;
@@ -172,10 +173,19 @@ Outcome Transaction::rollBack(const std::string& reason, bool asked) {
         return {Status::RolledBack, reason + "; " + back.message};
     }
     inPlace_ = false;
+    takeBackElse();
     removeTree(state_->checkpoint(journal_.checkpoint));
     journal_.checkpoint = 0;
     return {Status::RolledBack, reason + "; the old configuration is back" +
                                     (asked ? bringBack(*server_, state_->configuration) : "")};
+}
+
+void Transaction::takeBackElse() {
+    for (const auto& action : std::exchange(takingBack_, {})) {
+        if (Outcome back = settings_.dryRun ? done() : action(); !back.ok()) {
+            output_.warning(back.message);
+        }
+    }
 }
 
 // What waits until the change is certain. The journal knows it until it is done.

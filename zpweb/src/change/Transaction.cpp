@@ -91,12 +91,15 @@ void Transaction::abandon() {
     for (const std::string& path : journal_.temporary) {
         ::unlink(path.c_str());
     }
+    if (!inPlace_) {
+        takeBackElse();
+    }
     if (!leftToNext_) {
-        if (inPlace_) {  // where its files took their places from
-            std::erase_if(journal_.made,
-                          [](const std::string& path) { return !nameOf(path).starts_with(".zpweb-"); });
+        if (inPlace_) {
+            removeLeftovers(journal_);
+        } else {
+            removeMade(journal_.made);
         }
-        removeMade(journal_.made);
         removeTree(state_->stage());
         if (journalWritten_) {
             ::unlink(state_->journal().c_str());

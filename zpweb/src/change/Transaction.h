@@ -51,6 +51,8 @@ public:
     // Made with the commit, unless it is there; gone, if it is empty, with the undo.
     Outcome makeDirectory(const std::string& path, mode_t mode, std::optional<uid_t> user = {},
                           std::optional<gid_t> group = {});
+    // Once the change is certain it goes, if nothing is left in it. Outer ones are told first.
+    void mayEmpty(const std::string& directory) { journal_.emptied.push_back(directory); }
     // Writes down files or directories that are about to be made; those that exist are left out.
     Outcome willMake(const std::vector<std::string>& paths);
     // A file that this run makes and removes by itself; should it not come to that, the next one does.
@@ -62,6 +64,8 @@ public:
     void afterwards(std::function<Outcome()> action) { afterwards_.push_back(std::move(action)); }
     // What a reloaded server must show; else the change is taken back. Not looked at without a reload.
     void prove(std::function<Outcome()> proof) { proofs_.push_back(std::move(proof)); }
+    // What else has to go back when the change does not come to stand; nothing in a dry run.
+    void whenTakenBack(std::function<Outcome()> action) { takingBack_.push_back(std::move(action)); }
     // What must hold in the server's reading of the staged configuration for this change to be done.
     void expect(Postcondition holds) { expectations_.push_back(std::move(holds)); }
     // What this change is asked to touch; nothing else may differ or lead elsewhere.
@@ -102,6 +106,7 @@ private:
     Outcome commitAll(bool& again);
     Outcome reloadServer();
     Outcome rollBack(const std::string& reason, bool asked);
+    void takeBackElse();
     Outcome carryOutRest();
     Outcome perform(bool& again);
     void recordAs(const Outcome& outcome);
@@ -121,7 +126,7 @@ private:
     std::optional<Server> server_;
     Journal journal_;
     std::vector<zp::host::Effect> making_;  // directories and files, before the others are put in place
-    std::vector<std::function<Outcome()>> afterwards_, proofs_;
+    std::vector<std::function<Outcome()>> afterwards_, proofs_, takingBack_;
     Asked asked_;
     std::vector<Postcondition> expectations_;
     Judged readings_;

@@ -8,6 +8,7 @@
 #include "commands/shared/Suspended.h"
 #include "conf/Bounds.h"
 #include "conf/Text.h"
+#include "settings/SiteSettings.h"
 
 namespace zpweb {
 
@@ -61,7 +62,7 @@ Outcome resume(Transaction& change, const Site& site, const Arguments& given) {
     const bool all = static_cast<size_t>(suspended) == blocks->size();
     Outcome outcome = withoutFile(change, *blocks);
     if (outcome.ok() && all && !blocks->empty() && change.contentOf(file)) {
-        outcome = change.unlink(file);
+        outcome = removeSettingFile(change, file);
     }
     return outcome.ok() && !messages.empty() ? withoutMessage(change, site, messages, given) : outcome;
 }

@@ -53,9 +53,7 @@ private:
         }
         static_cast<void>(doOutstanding(state_, journal_, output_));  // it has told what could not be done
         log({Status::Done, "completed by the run that followed" + others()}, true);
-        std::erase_if(journal_.made,
-                      [](const std::string& path) { return !nameOf(path).starts_with(".zpweb-"); });
-        removeMade(journal_.made);
+        removeLeftovers(journal_);
         return done();
     }
 

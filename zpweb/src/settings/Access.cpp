@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
+#include "input/Fields.h"
 #include "input/Network.h"
 
 namespace zpweb {
@@ -62,8 +63,6 @@ std::string section(const AccessPath& path) {
     return text + "    </RequireAll>\n</Location>\n";
 }
 
-Words wordsOf(const Json& json, const char* name) { return json.value(name, Words()); }
-
 }  // namespace
 
 bool AccessPath::admits(const std::string& address) const {
@@ -91,6 +90,12 @@ bool AccessSetting::remove(const std::string& path) {
     return std::erase_if(paths, [&](const AccessPath& each) { return each.path == path; }) > 0;
 }
 
+const AccessPath* AccessSetting::at(const std::string& path) const {
+    const auto found =
+        std::find_if(paths.begin(), paths.end(), [&](const AccessPath& each) { return each.path == path; });
+    return found == paths.end() ? nullptr : &*found;
+}
+
 std::string askedOf(const AccessSetting& setting) {
     Json paths = Json::array();
     for (const AccessPath& each : setting.paths) {
@@ -104,16 +109,15 @@ std::string askedOf(const AccessSetting& setting) {
 }
 
 std::optional<AccessSetting> accessFrom(const std::string& asked) {
-    const Json json = Json::parse(asked, nullptr, false);
-    if (!json.is_object()) {
-        return std::nullopt;
-    }
+    Fields fields(asked);
     AccessSetting setting;
-    for (const Json& each : json.value("paths", Json::array())) {
-        setting.set({each.value("path", ""), wordsOf(each, "allow"), wordsOf(each, "deny"),
-                     wordsOf(each, "users"), each.value("user-file", "")});
+    bool sound = true;
+    for (Fields& each : fields.objects("paths")) {
+        setting.set({each.text("path"), each.texts("allow"), each.texts("deny"), each.texts("users"),
+                     each.text("user-file")});
+        sound = sound && each.sound();
     }
-    return setting;
+    return sound && fields.sound() ? std::optional(setting) : std::nullopt;
 }
 
 // Whoever issues the site's certificate comes from anywhere.

@@ -24,6 +24,7 @@ struct AccessSetting {
 
     void set(AccessPath path);  // in the place of one with the same path
     bool remove(const std::string& path);
+    const AccessPath* at(const std::string& path) const;  // null when there is none
 };
 
 std::string askedOf(const AccessSetting& setting);

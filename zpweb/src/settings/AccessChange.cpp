@@ -1,6 +1,9 @@
 #include "settings/AccessChange.h"
 
+#include <crypt.h>
+
 #include <algorithm>
+#include <cstring>
 #include <set>
 
 #include "input/Network.h"
@@ -80,10 +83,7 @@ bool isRedirected(const Request& request) {
 }
 
 Outcome proveAccess(const Transaction& change, const std::string& site, const AccessPath& path) {
-    for (const Place& place : change.configuration().find(site)) {
-        if (place.block->stopped) {
-            continue;
-        }
+    for (const Place& place : answeringBlocks(change.configuration(), site)) {
         const std::string name = settingName(place.block->name);
         const bool tls = speaksTls(*place.block);
         for (const Peer& peer : peersOf(change.configuration(), *place.block)) {
@@ -98,10 +98,33 @@ Outcome proveAccess(const Transaction& change, const std::string& site, const Ac
     return done();
 }
 
-bool hasUser(const std::string& text, const std::string& user) {
-    const Lines lines(text);
-    return std::any_of(lines.all.begin(), lines.all.end(),
-                       [&](std::string_view line) { return line.starts_with(user + ":"); });
+// The server lets nobody in by a password in clear text, or in a form that it does not know.
+bool isHash(const std::string& word) {
+    if (word.starts_with("$apr1$") || word.starts_with("{SHA}")) {
+        return word.size() == (word.front() == '$' ? 37 : 33);
+    }
+    crypt_data data{};
+    const char* made = ::crypt_r("", word.c_str(), &data);
+    return made != nullptr && *made != '*' && std::strlen(made) == word.size();
+}
+
+// "valid-user" is any of the file.
+Outcome canLogIn(const Lines& file, const std::string& user, const std::string& path) {
+    bool there = false;
+    for (const std::string_view line : file.all) {
+        const size_t colon = line.find(':');
+        if (colon == std::string_view::npos || (user != "valid-user" && line.substr(0, colon) != user)) {
+            continue;
+        }
+        there = true;
+        const std::string_view word = withoutReturn(line.substr(colon + 1));
+        if (isHash(std::string(word.substr(0, word.find(':'))))) {
+            return done();
+        }
+    }
+    return there ? failure(path + ": the server takes no password of " + user +
+                           " from there, as it is no hash (zpweb user passwd, or htpasswd -B)")
+                 : failure(Status::NotFound, "user " + inQuotes(user) + ": not in " + path);
 }
 
 Outcome write(Transaction& change, const std::string& site, const AccessSetting& setting, bool overwrite) {
@@ -127,8 +150,8 @@ Outcome usersAreThere(const AccessPath& path, const std::string& serverUser) {
         return failure(path.userFile + ": the server's user " + serverUser + " cannot read it");
     }
     for (const std::string& user : path.users) {
-        if (user != "valid-user" && !hasUser(*text, user)) {
-            return failure(Status::NotFound, "user " + inQuotes(user) + ": not in " + path.userFile);
+        if (Outcome can = canLogIn(Lines(*text), user, path.userFile); !can.ok()) {
+            return can;
         }
     }
     return done();
@@ -137,7 +160,12 @@ Outcome usersAreThere(const AccessPath& path, const std::string& serverUser) {
 Outcome setAccess(Transaction& change, const std::string& site, const AccessPath& path, bool overwrite) {
     AccessSetting setting = accessOf(change, site);
     setting.set(path);
-    change.prove([&change, site, path] { return proveAccess(change, site, path); });
+    // A later command of the same change may ask for something else.
+    change.prove([&change, site, path = path.path] {
+        const AccessSetting last = accessOf(change, site);
+        const AccessPath* asked = last.at(path);
+        return asked == nullptr ? done() : proveAccess(change, site, *asked);
+    });
     return write(change, site, setting, overwrite);
 }
 

@@ -8,6 +8,7 @@
 #include "settings/SelfSigned.h"
 #include "settings/ServerFile.h"
 #include "settings/SiteFacts.h"
+#include "settings/SiteSettings.h"
 #include "sys/File.h"
 #include "sys/Process.h"
 
@@ -159,7 +160,8 @@ Outcome dropCatchAll(Transaction& change) {
     change.asked().anyName = true;
     Outcome outcome = dropServerFile(change, ServerFileKind::FirstSite, Name);
     for (const char* file : {"/certificate.pem", "/key.pem"}) {
-        outcome = outcome.ok() && exists(directory + file) ? change.unlink(directory + file) : outcome;
+        outcome = outcome.ok() && exists(directory + file) ? removeSettingFile(change, directory + file)
+                                                           : outcome;
     }
     return outcome;
 }

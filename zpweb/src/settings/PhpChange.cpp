@@ -18,7 +18,7 @@ std::vector<std::string> rootsOf(const Configuration& configuration, const std::
     std::vector<std::string> roots;
     for (const Place& place : configuration.find(site)) {
         const std::string root(place.block->root);
-        if (!place.block->stopped && !root.empty() &&
+        if (!place.block->stopped && root.starts_with('/') &&
             std::find(roots.begin(), roots.end(), root) == roots.end()) {
             roots.push_back(root);
         }
@@ -30,8 +30,8 @@ std::vector<std::string> rootsOf(const Configuration& configuration, const std::
 std::vector<Request> placesWith(const Configuration& configuration, const std::string& site,
                                 const std::string& root) {
     std::vector<Request> requests;
-    for (const Place& place : configuration.find(site)) {
-        if (place.block->stopped || place.block->root != root) {
+    for (const Place& place : answeringBlocks(configuration, site)) {
+        if (place.block->root != root) {
             continue;
         }
         for (const Peer& peer : peersOf(configuration, *place.block)) {
@@ -44,8 +44,10 @@ std::vector<Request> placesWith(const Configuration& configuration, const std::s
 // The script is in the journal before it is made.
 Outcome probeIn(Transaction& change, const std::string& site, const std::string& root) {
     const PhpProbe probe(root);
-    if (Outcome noted = change.temporary(probe.path()); !noted.ok()) {
-        return noted;
+    for (const std::string& path : {probe.path(), probe.plainPath()}) {
+        if (Outcome noted = change.temporary(path); !noted.ok()) {
+            return noted;
+        }
     }
     change.prove([&change, site, probe] {
         std::string version;

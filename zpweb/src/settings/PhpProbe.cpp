@@ -50,6 +50,10 @@ Outcome PhpProbe::shows(const Request& request, std::string& version) const {
     if (reply->status >= 300 && reply->status < 400) {
         return done();  // led elsewhere, where it is asked for, too
     }
+    if (at == std::string::npos && (reply->status == 401 || reply->status == 403) &&
+        isKeptFromUs(request)) {
+        return done();
+    }
     if (at == std::string::npos) {
         return failure(described(request) + " answers " + std::to_string(reply->status) +
                        ", but PHP does not run there" +
@@ -60,7 +64,17 @@ Outcome PhpProbe::shows(const Request& request, std::string& version) const {
     return done();
 }
 
+// The site does not let this host in, whatever is asked for.
+bool PhpProbe::isKeptFromUs(Request request) const {
+    request.path += ".txt";
+    const auto reply = ask(request);
+    return reply.ok() && (reply->status == 401 || reply->status == 403);
+}
+
 Outcome PhpProbe::run(std::vector<Request> places, std::string& version) const {
+    if (places.empty()) {
+        return done();
+    }
     const auto root = openGuarded(root_);
     if (!root.ok()) {
         return root.outcome();
@@ -68,11 +82,14 @@ Outcome PhpProbe::run(std::vector<Request> places, std::string& version) const {
     const std::string script = "<?php header('Content-Type: text/plain'); echo strrev('" + token_ +
                                "'), ' ', PHP_VERSION, \"\\n\";\n";
     Outcome outcome = makeIn(*root, name_, script);
+    outcome = outcome.ok() ? makeIn(*root, name_ + ".txt", "") : outcome;
     for (Request& request : places) {
         request.path = "/" + name_;
         outcome = outcome.ok() ? shownInTime([&] { return shows(request, version); }) : outcome;
     }
-    ::unlinkat(root->number(), name_.c_str(), 0);
+    for (const std::string& name : {name_, name_ + ".txt"}) {
+        ::unlinkat(root->number(), name.c_str(), 0);
+    }
     return outcome;
 }
 

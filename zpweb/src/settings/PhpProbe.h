@@ -15,11 +15,14 @@ public:
 
     const std::string& root() const { return root_; }
     std::string path() const { return root_ + "/" + name_; }
-    // Makes the script, asks for it at each place, and removes it. `version` becomes PHP's own.
+    std::string plainPath() const { return path() + ".txt"; }  // beside it, to tell who may see the root
+    // Makes the script, asks for it at each place, and removes it; nothing without a place. `version`
+    // becomes PHP's own.
     Outcome run(std::vector<Request> places, std::string& version) const;
 
 private:
     Outcome shows(const Request& request, std::string& version) const;
+    bool isKeptFromUs(Request request) const;
 
     std::string root_, token_, name_;
 };

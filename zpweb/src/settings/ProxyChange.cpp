@@ -62,10 +62,7 @@ Outcome isPassedOn(const Request& request) {
 }
 
 Outcome proveProxy(const Transaction& change, const std::string& site, const std::string& path) {
-    for (const Place& place : change.configuration().find(site)) {
-        if (place.block->stopped) {
-            continue;
-        }
+    for (const Place& place : answeringBlocks(change.configuration(), site)) {
         const std::string name = settingName(place.block->name);
         for (const Peer& peer : peersOf(change.configuration(), *place.block)) {
             const Request request{peer, name, path, speaksTls(*place.block)};
@@ -93,9 +90,6 @@ Outcome setProxy(Transaction& change, const std::string& site, const ProxyPath& 
     const auto url = urlFrom(path.url);
     if (!url.ok()) {
         return url.outcome();
-    }
-    if (url->path.find_first_of("?#") != std::string::npos) {
-        return failure(Status::Usage, inQuotes(path.url) + ": an application's URL has no query");
     }
     if (Outcome reached = answers(*url); reached.ok()) {
         change.prove([&change, site, path] { return proveProxy(change, site, path.path); });

@@ -53,11 +53,10 @@ std::vector<Expectation> expectations(const RedirectSetting& setting, const Requ
     return expected;
 }
 
-Outcome proveRedirects(const Transaction& change, const std::string& site, const RedirectSetting& setting) {
-    for (const Place& place : change.configuration().find(site)) {
-        if (place.block->stopped) {
-            continue;
-        }
+// As the change's last command has left them.
+Outcome proveRedirects(const Transaction& change, const std::string& site) {
+    const RedirectSetting setting = redirectsOf(change, site);
+    for (const Place& place : answeringBlocks(change.configuration(), site)) {
         const std::string name = settingName(place.block->name);
         const std::string start = setting.canonical.empty() ? name : twinOf(setting.canonical);
         const bool tls = speaksTls(*place.block, setting.httpsPort == 0 ? 443 : setting.httpsPort);
@@ -92,7 +91,7 @@ Outcome changeRedirects(Transaction& change, const std::string& site, bool overw
     outcome = outcome.ok() ? applySetting(change, {site, Setting::Redirect, overwrite}, askedOf(setting),
                                           directivesOf(setting))
                            : outcome;
-    change.prove([&change, site, setting] { return proveRedirects(change, site, setting); });
+    change.prove([&change, site] { return proveRedirects(change, site); });
     return outcome;
 }
 

@@ -114,6 +114,15 @@ bool speaksTls(const Block& block, int port) {
            (!engine.empty() && conf::beginsIgnoringCase(engine.back(), "on"));
 }
 
+std::vector<Place> answeringBlocks(const Configuration& configuration, const std::string& site) {
+    std::vector<Place> places = configuration.find(site);
+    std::erase_if(places, [](const Place& place) {
+        return place.block->stopped || place.block->suspended ||
+               conf::equalIgnoringCase(place.block->root, "message.htm");
+    });
+    return places;
+}
+
 // Debian's configuration names it by a variable of the server's environment.
 std::string serverUser(const Configuration& configuration) {
     std::string user;

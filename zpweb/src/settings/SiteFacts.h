@@ -27,6 +27,9 @@ std::vector<std::string> namesOf(const std::vector<Place>& places);
 // Has it a line that switches TLS on, or an address with this port?
 bool speaksTls(const Block& block, int port = 443);
 
+// The site's blocks that answer by their own lines: they run, and the site is not suspended.
+std::vector<Place> answeringBlocks(const Configuration& configuration, const std::string& site);
+
 // The account that the server's processes run as.
 std::string serverUser(const Configuration& configuration);
 

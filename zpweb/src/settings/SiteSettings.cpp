@@ -156,14 +156,20 @@ Outcome dropSetting(Transaction& change, const SettingPlace& place) {
     }
     change.asked().answersMayChange = true;
     Outcome excluded = exclude(change, place.site, path);
-    return excluded.ok() && now ? change.replace(path, std::nullopt) : excluded;
+    return excluded.ok() && now ? removeSettingFile(change, path) : excluded;
+}
+
+Outcome removeSettingFile(Transaction& change, const std::string& path) {
+    change.mayEmpty(folderOf(folderOf(path)));
+    change.mayEmpty(folderOf(path));
+    return change.unlink(path);
 }
 
 Outcome forgetSettings(Transaction& change, const std::string& site) {
     for (const Setting setting : AllSettings) {
         const std::string path =
             settingPath(change.configuration().main().path(), settingName(site), setting);
-        if (Outcome gone = change.contentOf(path) ? change.unlink(path) : done(); !gone.ok()) {
+        if (Outcome gone = change.contentOf(path) ? removeSettingFile(change, path) : done(); !gone.ok()) {
             return gone;
         }
     }

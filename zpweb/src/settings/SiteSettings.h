@@ -27,6 +27,9 @@ struct SettingPlace {
 // Removes the file and the lines that include it; nothing there is no error.
 Outcome dropSetting(Transaction& change, const SettingPlace& place);
 
+// Removes a setting's file, and its directory with the last of them.
+Outcome removeSettingFile(Transaction& change, const std::string& path);
+
 // Removes all of them, of a site that goes, edited or not. Its blocks are not looked at.
 Outcome forgetSettings(Transaction& change, const std::string& site);
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "settings/HttpsBlocks.h"
+#include "settings/Lineage.h"
 #include "settings/Modules.h"
 #include "settings/Proof.h"
 #include "settings/RedirectChange.h"
@@ -45,11 +46,16 @@ std::string askable(const std::string& name) {
     return name.starts_with("*.") ? "zpweb-asks" + name.substr(1) : name;
 }
 
-Outcome proveTls(const Transaction& change, const std::string& site, const TlsSetting& setting) {
+// As the change's last command has left it.
+Outcome proveTls(const Transaction& change, const std::string& site) {
+    const auto setting = tlsOf(change, site);
+    if (!setting) {
+        return done();
+    }
     const std::string file =
         settingPath(change.configuration().main().path(), settingName(site), Setting::Tls);
     const std::vector<Place> places = change.configuration().find(site);
-    const auto missing = uncovered(setting.files.certificate, namesOf(places));
+    const auto missing = uncovered(setting->files.certificate, namesOf(places));
     for (const Place& place : places) {
         if (place.block->stopped || !includes(*place.block, file)) {
             continue;
@@ -59,8 +65,8 @@ Outcome proveTls(const Transaction& change, const std::string& site, const TlsSe
                 if (std::find(missing.begin(), missing.end(), name) != missing.end()) {
                     continue;
                 }
-                Outcome shown =
-                    shownInTime([&] { return showsCertificate(peer, askable(name), setting.fingerprint); });
+                Outcome shown = shownInTime(
+                    [&] { return showsCertificate(peer, askable(name), setting->fingerprint); });
                 if (!shown.ok()) {
                     return shown;
                 }
@@ -92,7 +98,7 @@ Outcome provideServer(Transaction& change, const std::string& site, const TlsSet
 }
 
 Outcome write(Transaction& change, const std::string& site, const TlsSetting& setting, bool overwrite) {
-    change.prove([&change, site, setting] { return proveTls(change, site, setting); });
+    change.prove([&change, site] { return proveTls(change, site); });
     return applySetting(change, {site, Setting::Tls, overwrite}, askedOf(setting), directivesOf(setting),
                         [&](const Block& block) { return speaksTls(block, setting.port); });
 }
@@ -147,6 +153,9 @@ Outcome renewTls(Transaction& change, const std::string& site) {
     if (facts.ok() && facts->fingerprint == setting->fingerprint) {
         return done();
     }
+    change.whenTakenBack([certificate = setting->files.certificate, before = setting->fingerprint] {
+        return leadBack(certificate, before);
+    });
     Outcome outcome = usable(*setting, names);
     if (outcome.ok()) {
         setting->fingerprint = facts->fingerprint;

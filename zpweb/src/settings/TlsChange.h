@@ -14,7 +14,8 @@ std::optional<TlsSetting> tlsOf(const Transaction& change, const std::string& si
 // that clients would turn away from.
 Outcome setTls(Transaction& change, const std::string& site, TlsSetting setting, bool overwrite);
 Outcome dropTls(Transaction& change, const std::string& site, bool overwrite);
-// The files hold another certificate now: the server takes it up. Nothing to do when it has.
+// The files hold another certificate now: the server takes it up. Nothing to do when it has. When
+// that fails, links of an ACME client lead to the files before it again.
 Outcome renewTls(Transaction& change, const std::string& site);
 
 }  // namespace zpweb

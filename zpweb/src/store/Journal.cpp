@@ -43,4 +43,11 @@ void removeMade(const std::vector<std::string>& made) {
     });
 }
 
+void removeLeftovers(const Journal& journal) {
+    std::vector<std::string> left = journal.emptied;
+    std::copy_if(journal.made.begin(), journal.made.end(), std::back_inserter(left),
+                 [](const std::string& path) { return nameOf(path).starts_with(".zpweb-"); });
+    removeMade(left);
+}
+
 }  // namespace zpweb

@@ -44,6 +44,7 @@ struct Journal {
     std::vector<int> undoes;  // the checkpoints that this change takes back; none for a plain change
     std::vector<ChangedFile> files;
     std::vector<std::string> made;       // files and directories, in the order in which they are made
+    std::vector<std::string> emptied;    // directories that go with their last file, outer ones first
     std::vector<std::string> temporary;  // files that this run makes and removes, whatever comes of it
     std::vector<zp::host::Effect> outstanding;  // to be done once the change is certain
 
@@ -55,5 +56,7 @@ struct Journal {
 
 // Removes what was made, last first, as far as it is empty; a link of the site's owner leads nowhere.
 void removeMade(const std::vector<std::string>& made);
+// Of a change that stands: the names from which its files took their places, and what it has emptied.
+void removeLeftovers(const Journal& journal);
 
 }  // namespace zpweb

@@ -135,6 +135,7 @@ Json jsonOf(const Journal& journal) {
             {"undoes", journal.undoes},
             {"files", files},
             {"made", listOf(journal.made)},
+            {"emptied", listOf(journal.emptied)},
             {"temporary", listOf(journal.temporary)},
             {"outstanding", outstanding}};
 }
@@ -154,6 +155,7 @@ Journal journalOf(const Json& json) {
         journal.files.push_back({entry.text("file"), entry.text("before"), entry.text("after")});
     }
     journal.made = reader.list("made");
+    journal.emptied = reader.list("emptied");
     journal.temporary = reader.list("temporary");
     for (const Json& effect : json.value("outstanding", Json::array())) {
         if (effect.is_object()) {
