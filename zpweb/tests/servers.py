@@ -106,10 +106,10 @@ class Server:
         os.chmod(f"/home/{OWNER}", 0o700)
 
     def files(self, tree=None):
-        """Everything of the configuration: links, and the bytes of files."""
+        """Everything of the configuration: links, the bytes of files, and directories."""
         tree = tree or self.tree
-        return {str(path.relative_to(tree)): os.readlink(path) if path.is_symlink() else path.read_bytes()
-                for path in tree.rglob("*") if (path.is_symlink() or path.is_file()) and ".zpweb" not in path.parts}
+        return {str(path.relative_to(tree)): os.readlink(path) if path.is_symlink() else path.is_file() and path.read_bytes()
+                for path in tree.rglob("*") if ".zpweb" not in path.parts}
 
     def run(self, *words, input="", **options):
         return Answer(subprocess.run([ZPWEB, *map(str, words)], input=input, capture_output=True, text=True, timeout=120, **options))

@@ -3,6 +3,7 @@ import json
 import os
 import re
 import shutil
+import signal
 import subprocess
 from pathlib import Path
 
@@ -12,6 +13,7 @@ from conftest import ZPWEB, await_true, free_port
 
 PROJECT = Path(__file__).parents[2]
 BASE = Path("/var/zpweb-fleet")
+CONF = "/var/zpweb-host/httpd.conf"
 HOSTS = 6
 MODULES = ("mpm_event", "authz_core", "alias", "dir", "env", "mime", "unixd", "log_config")
 
@@ -88,16 +90,26 @@ DocumentRoot /var/zpweb-host/www
     def configurations(self):
         return [(tree / "httpd.conf").read_bytes() for tree, _sshd in self.hosts]
 
+    def begin(self, playbook, *options, **variables):
+        """A run of a playbook, in a session of its own."""
+        (BASE / "run.yml").write_text(json.dumps({"web_program": ZPWEB, "web_conf": CONF, "web_batch": HOSTS, **variables}))
+        return subprocess.Popen(["ansible-playbook", "-i", self.inventory, "-e", f"@{BASE}/run.yml", *options, f"zpapache.web.{playbook}"],
+                                stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, cwd=BASE, start_new_session=True, env={
+                                    **os.environ, "ANSIBLE_COLLECTIONS_PATH": f"{BASE}/collections", "ANSIBLE_LOCAL_TEMP": f"{BASE}/tmp",
+                                    "ANSIBLE_REMOTE_TEMP": "/var/zpweb-host/tmp", "LC_ALL": "C.UTF-8", "ANSIBLE_PIPELINING": "True",
+                                    "ANSIBLE_FORKS": str(HOSTS), "ANSIBLE_HOST_KEY_CHECKING": "False", "HOME": str(BASE)})
+
     def play(self, playbook, *options, **variables):
-        """A run of a playbook: its exit status, how many changes each host that it reached has, and what it says."""
-        (BASE / "run.yml").write_text(json.dumps({"web_batch": 3, **variables}))
-        done = subprocess.run(["ansible-playbook", "-i", self.inventory, "-e", f"@{BASE}/run.yml", *options, f"zpapache.web.{playbook}"],
-                              capture_output=True, text=True, timeout=300, cwd=BASE, env={
-                                  **os.environ, "ANSIBLE_COLLECTIONS_PATH": f"{BASE}/collections", "ANSIBLE_LOCAL_TEMP": f"{BASE}/tmp",
-                                  "ANSIBLE_REMOTE_TEMP": "/var/zpweb-host/tmp", "LC_ALL": "C.UTF-8",
-                                  "ANSIBLE_HOST_KEY_CHECKING": "False", "HOME": str(BASE)})
-        recap = re.findall(r"^(web\d) +: .*changed=(\d+)", done.stdout, re.M)
-        return done.returncode, {host: int(changed) for host, changed in recap}, done.stdout + done.stderr
+        """Its exit status, how many changes each host that it reached has, and what it says."""
+        run = self.begin(playbook, *options, **variables)
+        told, _ = run.communicate(timeout=300)
+        recap = re.findall(r"^(web\d) +: .*changed=(\d+)", told, re.M)
+        return run.returncode, {host: int(changed) for host, changed in recap}, told
+
+    def answering(self):
+        """The hosts whose site answers."""
+        return [n for n in range(1, HOSTS + 1) if subprocess.run(
+            ["curl", "-sf", "--noproxy", "*", "-H", "Host: shop.example", f"http://127.0.1.{n}:{self.port}/"], capture_output=True).stdout == b"up"]
 
 
 @pytest.fixture(scope="module")
@@ -107,24 +119,24 @@ def fleet():
     made.stop()
 
 
-def sites():
-    common = {"program": ZPWEB, "conf": "/var/zpweb-host/httpd.conf"}
-    return common, [{"name": "shop.example", "host_names": ["www.shop.example", "store.example"]},
-                    {"name": "old.example", "state": "absent"}]
+CHANGED = [{"name": "shop.example", "host_names": ["www.shop.example", "store.example"]}, {"name": "old.example", "state": "absent"}]
 
 
-def test_a_rollout_an_audit_and_the_way_back(fleet):
+def test_a_rollout_that_is_interrupted_an_audit_and_the_way_back(fleet):
     before = fleet.configurations()
-    common, wanted = sites()
-    release = {"web_sites": wanted, "web_label": "release-7", "web_health": [f"http://{{{{ ansible_host }}}}:{fleet.port}/"],
-               "web_program": ZPWEB, "web_conf": common["conf"]}
+    release = {"web_sites": CHANGED, "web_label": "release-7", "web_health": [f"http://{{{{ ansible_host }}}}:{fleet.port}/"]}
     status, changed, told = fleet.play("rollout", "--check", "--diff", **release)
-    assert status == 0 and len(changed) == HOSTS and set(changed.values()) == {1}, told
+    assert status == 0 and len(changed) == HOSTS and set(changed.values()) == {1} and "+    ServerAlias" in told, told
     assert fleet.configurations() == before
+    killed = fleet.begin("rollout", **release)
+    await_true(lambda: fleet.configurations()[0] != before[0], 60)
+    os.killpg(killed.pid, signal.SIGKILL)
+    killed.communicate()
+    assert fleet.configurations()[1:] == before[1:] and fleet.answering() == [*range(1, HOSTS + 1)]
     status, changed, told = fleet.play("audit", **release)
-    assert status == 0 and "host add shop.example store.example" in told
+    assert status == 0 and told.count("host add shop.example store.example") == HOSTS - 1 and told.count("as it is to be") == 1, told
     status, changed, told = fleet.play("rollout", **release)
-    assert status == 0 and len(changed) == HOSTS and set(changed.values()) == {1}, told
+    assert status == 0 and changed == {f"web{n}": int(n > 1) for n in range(1, HOSTS + 1)}, told
     assert all(b"store.example" in each for each in fleet.configurations())
     status, changed, told = fleet.play("rollout", **release)
     assert status == 0 and len(changed) == HOSTS and set(changed.values()) == {0}, told
@@ -133,9 +145,16 @@ def test_a_rollout_an_audit_and_the_way_back(fleet):
     assert fleet.configurations() == before
 
 
-def test_the_first_host_that_refuses_stops_the_fleet(fleet):
+def test_a_canary_whose_key_is_anothers_stops_the_fleet(fleet):
     before = fleet.configurations()
-    bad = [{"command": "directive insert", "arguments": ["Nonsense", "on"], "options": {"before": "ServerName"}}]
-    status, changed, told = fleet.play("rollout", web_commands=bad, web_label="bad", web_program=ZPWEB, web_conf="/var/zpweb-host/httpd.conf")
+    for name in ("shop", "other"):
+        subprocess.run(["openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-subj", "/CN=x", "-addext", "subjectAltName=DNS:*.shop.example,DNS:shop.example",
+                        "-keyout", BASE / f"{name}.key", "-out", BASE / f"{name}.pem"], check=True, capture_output=True)
+    for number, (tree, _sshd) in enumerate(fleet.hosts):
+        shutil.copy(BASE / "shop.pem", tree / "site.pem")
+        shutil.copy(BASE / ("shop.key" if number else "other.key"), tree / "site.key")
+    tls = {"certificate": "/var/zpweb-host/site.pem", "key": "/var/zpweb-host/site.key", "port": free_port()}
+    status, changed, told = fleet.play("rollout", web_sites=[{"name": "shop.example", "tls": tls}], web_label="tls")
     assert status != 0 and changed == {"web1": 0} and fleet.configurations() == before
-    assert '"status": "refused"' in told and "Nonsense" in told, told
+    assert '"status": "refused"' in told and "is not the key" in told, told
+    assert fleet.answering() == [*range(1, HOSTS + 1)]

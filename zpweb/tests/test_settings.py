@@ -112,10 +112,10 @@ def ask(name, path="/", scheme="http", *options):
     return int(status or 0), location, body
 
 
-def without_settings(files):
-    """Without what stays for other sites: modules, and where settings stand."""
+def without_modules(files):
+    """Without what stays for other sites."""
     return {name: text for name, text in files.items()
-            if not any(part in name for part in ("zpweb.d/", "mods-enabled/", "conf.modules.d/zpweb.conf"))}
+            if not any(part in name for part in ("mods-enabled/", "conf.modules.d/zpweb.conf"))}
 
 
 # --- TLS ---
@@ -138,7 +138,7 @@ def test_tls_on_and_off(server):
     rows = server.do("tls", "list", "--expiring", "40d", "--json").json["certificates"]
     assert [(row["days"], row["by"], row["uncovered"]) for row in rows if row["site"] == SITE] == [(29, "zpweb", [])]
     server.do("tls", "off", SITE)
-    assert without_settings(server.files()) == without_settings(before)
+    assert without_modules(server.files()) == without_modules(before)
     assert server.serving() == server.all_served()
 
 
@@ -179,9 +179,11 @@ def test_a_renewed_certificate_is_taken_up_or_refused(server):
     server.do("tls", "renewed", env={**os.environ, "RENEWED_LINEAGE": str(LIVE / "renewed")})
     served = shown(SITE)
     assert served == fingerprint("renewed")
+    before = {link.name: os.readlink(link) for link in LIVE.glob("renewed/*")}
     issue("renewed", "elsewhere.example")
     assert server.run("tls", "renewed", SITE).status == 3
     assert shown(SITE) == served
+    assert {link.name: os.readlink(link) for link in LIVE.glob("renewed/*")} == before
 
 
 def test_a_server_without_tls_gets_its_module_and_its_listener(live):
@@ -218,7 +220,7 @@ def test_redirects_lead_in_one_hop_and_leave_no_trace(server, words, asked, led)
     assert server.leads_to("both.example", "both.example")
     assert len(server.do("redirect", "list", SITE, "--json").json["redirects"]) == 1
     server.do(*(["site", "canonical", SITE, "off"] if words[0] == "site" else ["redirect", "remove", SITE, *[each for each in words if each == "/old"]]))
-    assert without_settings(server.files()) == without_settings(before)
+    assert without_modules(server.files()) == without_modules(before)
 
 
 def test_a_redirect_to_itself_is_refused(server):
@@ -250,7 +252,7 @@ def test_php_runs_and_its_sources_stay_unread(server, fpm):
     answer = server.do("php", "set", SITE, "--fpm", POOL, "--json")
     assert answer.json["version"].startswith("8.2")
     root = Path(f"/var/www/{SITE}")
-    assert list(root.glob("*.php")) == []
+    assert list(root.glob("zpweb-*")) == []
     assert server.do("php", "list", "--json").json["sites"][0]["fpm"] == POOL
     (root / "secret.php").write_text("<?php $password = 'x'; echo 'ran';")
     assert server.get(SITE, path="/secret.php") == (200, "ran")
@@ -261,16 +263,23 @@ def test_php_runs_and_its_sources_stay_unread(server, fpm):
     assert server.get(SITE, path="/secret.php") == (200, "ran")
     (root / "secret.php").unlink()
     server.do("php", "off", SITE)
-    assert without_settings(server.files()) == without_settings(before)
+    assert without_modules(server.files()) == without_modules(before)
+
+
+def test_php_of_a_site_that_lets_this_host_in_nowhere(server, fpm):
+    server.do("access", "set", SITE, "/", "--allow", "192.0.2.7")
+    server.do("php", "set", SITE, "--fpm", POOL)
+    assert list(Path(f"/var/www/{SITE}").glob("zpweb-*")) == []
 
 
 def test_php_that_does_not_run_is_taken_back(server, fpm):
     before = server.files()
     assert server.run("php", "set", SITE, "--fpm", "127.0.0.1:9").status == 1
+    assert server.run("php", "set", SITE, "--fpm", "nowhere").status == 2
     os.chmod(POOL, 0)  # root may connect, the server may not
     answer = server.run("php", "set", SITE, "--fpm", POOL)
     assert answer.status == 4 and "PHP does not run" in answer.err, answer
-    assert server.files() == before and list(Path(f"/var/www/{SITE}").glob("*.php")) == []
+    assert server.files() == before and list(Path(f"/var/www/{SITE}").glob("zpweb-*")) == []
     assert server.leads_to(SITE, SITE)
 
 
@@ -330,7 +339,7 @@ def test_an_application_answers_behind_the_proxy(server):
         assert [row["path"] for row in server.do("proxy", "list", "--json").json["proxies"]] == ["/app", "/"]
     for path in ("/", "/app"):
         server.do("proxy", "remove", SITE, path)
-    assert without_settings(server.files()) == without_settings(before)
+    assert without_modules(server.files()) == without_modules(before)
 
 
 # --- access ---
@@ -357,7 +366,18 @@ def test_access_is_in_effect_by_address(server, words, answers):
     assert server.leads_to(SITE, SITE)
     assert server.do("access", "show", SITE, "--json").json["access"][0]["path"] == "/admin"
     server.do("access", "off", SITE, "/admin")
-    assert without_settings(server.files()) == without_settings(before)
+    assert without_modules(server.files()) == without_modules(before)
+
+
+@pytest.mark.parametrize("content, status, told", [
+    ("joe:secret\n", 1, "it is no hash"), ("ann:$2y$05$x\n", 6, "not in /etc/users"), ("", 6, "not in /etc/users"), (None, 6, "users")])
+def test_users_that_cannot_log_in_are_refused(server, content, status, told):
+    Path("/etc/users").unlink(missing_ok=True)
+    if content is not None:
+        Path("/etc/users").write_text(content)
+    before = server.files()
+    answer = server.run("access", "set", SITE, "/admin", "--users", "joe", "--user-file", "/etc/users")
+    assert answer.status == status and told in answer.err and server.files() == before, answer
 
 
 # --- names that no site has ---
@@ -371,7 +391,7 @@ def test_the_catch_all_answers_for_unknown_names(server):
         assert server.get("unknown.invalid", listener) == (421, "nobody here")
     assert server.serving() == server.all_served()
     server.do("server", "catch-all", "off")
-    assert without_settings(server.files()) == without_settings(before)
+    assert without_modules(server.files()) == without_modules(before)
 
 
 # --- logs ---
@@ -394,6 +414,50 @@ def test_logs_are_rotated_and_shown(server):
     server.do("log", "policy", SITE, "--off")
     assert not Path("/etc/logrotate.d/zpweb").exists()
     Path("/etc/logrotate.d/other").unlink()
+
+
+# --- all of them, as a document ---
+
+OFF = {"tls": {}, "php": {}, "proxies": [], "access": [], "redirects": [], "canonical": "off", "log_policy": {}}
+
+
+def test_a_document_brings_all_settings_about_and_takes_them_back(server, fpm):
+    server.do("directive", "add", "CustomLog", "/var/log/plain.log combined", "--site", SITE)
+    before = server.files()
+    wanted = {
+        "tls": {"certificate": f"{LIVE}/good/fullchain.pem", "key": f"{LIVE}/good/privkey.pem", "redirect": True, "hsts": 15552000},
+        "php": {"fpm": POOL}, "proxies": [{"path": "/app", "url": "http://127.0.0.1:3000", "websocket": True}],
+        "access": [{"path": "/none", "deny": ["all"]}, {"path": "/admin", "deny": ["127.0.0.2"]}],
+        "redirects": [{"path": "/old", "to": "https://new.example/", "status": 301}], "canonical": "www",
+        "log_policy": {"when": "weekly", "keep": 3, "size": "1M"}}
+
+    def apply(settings):
+        return server.do("apply", "--state", "-", "--json", input=json.dumps({"sites": [{"name": SITE, **settings}]})).json
+
+    with Application():
+        assert len(apply(wanted)["commands"]) == 8
+        assert ask(SITE, "/x")[:2] == (301, f"https://www.{SITE}/x")
+        assert shown(SITE) == fingerprint("good") and json.loads(ask("www." + SITE, "/app/y", "https")[2])["path"] == "/y"
+        assert ask("www." + SITE, "/none", "https")[0] == 403
+        document = server.do("export").json
+        told = next(site for site in document["sites"] if site["name"] == SITE)
+        assert {name: told[name] for name in wanted} == wanted
+        assert server.do("plan", "-", "--json", input=json.dumps(document)).json["commands"] == []
+        again = apply(wanted)
+        assert (again["changed"], again["commands"]) == (False, [])
+        assert [each["text"] for each in apply({"access": wanted["access"][1:]})["commands"]] == [f"access off {SITE} /none"]
+    assert apply(OFF)["changed"] and without_modules(server.files()) == without_modules(before)
+    assert not Path("/etc/logrotate.d/zpweb").exists()
+
+
+def test_settings_of_a_suspended_site_are_not_looked_at_in_its_answers(server, fpm):
+    server.do("site", "suspend", SITE)
+    for words in (["php", "set", SITE, "--fpm", POOL], ["redirect", "set", SITE, "/old", "--to", "https://new.example/"],
+                  ["access", "set", SITE, "/", "--deny", "127.0.0.2"], ["tls", "on", SITE, *pair("good"), "--redirect"]):
+        server.do(*words)
+    assert ask(SITE)[0] == 503
+    server.do("site", "resume", SITE)
+    assert ask(SITE, "/old")[:2] == (302, "https://new.example/") and ask(SITE)[0] == 301
 
 
 # --- the files ---

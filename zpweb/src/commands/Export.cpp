@@ -2,6 +2,7 @@
 #include <nlohmann/json.hpp>
 
 #include "commands/Commands.h"
+#include "commands/shared/SettingReading.h"
 #include "commands/shared/SiteReading.h"
 #include "commands/shared/WebUsers.h"
 #include "input/HostName.h"
@@ -25,17 +26,43 @@ Json blocksOf(const Site& site) {
     return blocks;
 }
 
-Outcome addSite(Session& session, const Site& site, List& rows) {
-    const auto state = readSite(session.output, site);
-    if (!state.ok()) {
-        return state.outcome();
-    }
-    Json json = jsonOf(*state);
-    json["blocks"] = blocksOf(site);
-    json["users"] = userNamesOf(state->name);
+void addRow(const Json& json, List& rows) {
     rows.row();
     for (const auto& [name, value] : json.items()) {
         rows.add(name, JsonText{value.dump()});
+    }
+}
+
+Outcome addSite(Session& session, const SettingReading& settings, const Site& site, List& rows) {
+    auto state = readSite(session.output, site);
+    if (!state.ok()) {
+        return state.outcome();
+    }
+    settings.addTo(*state, site.name());
+    Json json = jsonOf(*state);
+    json["blocks"] = blocksOf(site);
+    json["users"] = userNamesOf(state->name);
+    addRow(json, rows);
+    return done();
+}
+
+// All of them, or those that are named; the names of these go.
+Outcome addDisabled(Session& session, const Configuration& configuration, const SettingReading& settings,
+                    std::vector<std::string>& names, bool all, List& rows) {
+    auto states = readDisabled(session.output, configuration);
+    if (!states.ok()) {
+        return states.outcome();
+    }
+    for (SiteState& state : *states) {
+        const auto named = std::find_if(names.begin(), names.end(), SameHost(state.name));
+        if (!all && named == names.end()) {
+            continue;
+        }
+        settings.addTo(state, state.name);
+        addRow(jsonOf(state), rows);
+        if (!all) {
+            names.erase(named);
+        }
     }
     return done();
 }
@@ -44,8 +71,14 @@ Outcome addSite(Session& session, const Site& site, List& rows) {
 Outcome exportSites(Session& session, const Configuration& configuration, const Arguments& given) {
     session.settings.json = true;
     List& rows = session.output.list("sites", {});
-    const std::vector<std::string> names = given[Names];
-    std::vector<Site> sites = names.empty() ? sitesOf(configuration) : std::vector<Site>();
+    std::vector<std::string> names = given[Names];
+    const bool all = names.empty();
+    std::vector<Site> sites = all ? sitesOf(configuration) : std::vector<Site>();
+    const SettingReading settings(configuration);
+    if (Outcome disabled = addDisabled(session, configuration, settings, names, all, rows);
+        !disabled.ok()) {
+        return disabled;
+    }
     for (const std::string& name : names) {
         auto site = findSite(configuration, name);
         if (!site.ok()) {
@@ -54,7 +87,7 @@ Outcome exportSites(Session& session, const Configuration& configuration, const 
         sites.push_back(std::move(*site));
     }
     for (const Site& site : sites) {
-        if (Outcome added = addSite(session, site, rows); !added.ok()) {
+        if (Outcome added = addSite(session, settings, site, rows); !added.ok()) {
             return added;
         }
     }

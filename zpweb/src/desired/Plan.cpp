@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 #include <set>
 
+#include "desired/SettingPlan.h"
 #include "input/Quoted.h"
 
 namespace zpweb {
@@ -39,6 +40,9 @@ public:
           plan_(plan) {}
 
     Outcome make() {
+        if (isNew_ && !shouldBe_.nameFault.empty()) {
+            return failure(Status::Usage, shouldBe_.nameFault);
+        }
         if (shouldBe_.state == "absent") {
             remove();
             return done();
@@ -51,11 +55,12 @@ public:
         if (isNew_) {
             create();
         }
-        if (hasChanges() && is_.state == "stopped") {
-            add("site start", {});
+        if (isAway() && (hasChanges() || isWanted("running"))) {
+            add(is_.state == "stopped" ? "site start" : "site enable", {});
         }
         changeRoot();
         changeNames();
+        changeLines();
         changeSettings();
         changeState();
         return done();
@@ -92,13 +97,20 @@ private:
     }
 
     bool hasChanges() const {
-        return rootDiffers() || namesDiffer() || differs(&SiteState::index) ||
+        return rootDiffers() || namesDiffer() || settingsDiffer() || differs(&SiteState::index) ||
                differs(&SiteState::aliases) || differs(&SiteState::scriptAliases) ||
                differs(&SiteState::redirects) || differs(&SiteState::errorDocuments);
     }
 
+    // Is there nothing of it that could be changed?
+    bool isAway() const { return is_.state == "stopped" || is_.state == "disabled"; }
+    bool isWanted(const char* state) const { return shouldBe_.state == state; }
+
     void remove() {
         if (!isNew_) {
+            if (is_.state == "disabled") {
+                add("site enable", {});
+            }
             add("site delete", {});
         }
     }
@@ -143,7 +155,7 @@ private:
         }
     }
 
-    void changeSettings() {
+    void changeLines() {
         decltype(PlannedCommand::options) options;
         const auto pairs = [&](const char* option, std::optional<Pairs> SiteState::*field) {
             if (differs(field)) {
@@ -163,19 +175,44 @@ private:
         }
     }
 
+    SettingEntries entriesOf(const std::string& model) const {
+        const auto found = is_.settings.find(model);
+        return found == is_.settings.end() ? SettingEntries() : found->second;
+    }
+
+    bool settingsDiffer() const {
+        return std::any_of(shouldBe_.settings.begin(), shouldBe_.settings.end(), [&](const auto& each) {
+            return !isSame(*settingModel(each.first), entriesOf(each.first), each.second);
+        });
+    }
+
+    // In the order of the table: what others stand on comes first.
+    void changeSettings() {
+        for (const SettingModel& model : settingModels()) {
+            const std::string name(model.name);
+            if (const auto found = shouldBe_.settings.find(name); found != shouldBe_.settings.end()) {
+                planSetting(model, shouldBe_.name, entriesOf(name), found->second, plan_);
+            }
+        }
+    }
+
     // A site is changed while it runs, and stopped after that.
     void changeState() {
-        const std::string is =
-            is_.state == "stopped" && hasChanges() ? "running" : is_.state.value_or("running");
-        const std::string wanted = shouldBe_.state.value_or(is_.state.value_or("running"));
+        const std::string was = is_.state.value_or("running");
+        const std::string wanted = shouldBe_.state.value_or(was);
+        const bool runs = isAway() && (hasChanges() || wanted == "running");
+        const std::string is = runs ? "running" : was;
         if (is == wanted) {
             return;
         }
         if (is != "running") {
-            add(is == "stopped" ? "site start" : "site resume", {});
+            add(is == "suspended" ? "site resume" : is == "stopped" ? "site start" : "site enable", {});
         }
         if (wanted != "running") {
-            add(wanted == "stopped" ? "site stop" : "site suspend", {});
+            add(wanted == "suspended" ? "site suspend"
+                : wanted == "stopped" ? "site stop"
+                                      : "site disable",
+                {});
         }
     }
 
@@ -201,6 +238,7 @@ std::string PlannedCommand::text() const {
         text += " " + argument;
     }
     for (const auto& [name, values] : options) {
+        text += values.empty() ? " --" + name : "";
         for (const std::string& value : values) {
             text += " --" + name + " " + value;
         }

@@ -83,6 +83,7 @@ std::string unknown(const std::string& key) {
     consider(TextFields);
     consider(TextsFields);
     consider(PairsFields);
+    consider(settingModels());
     return inQuotes(key) + kind + nearest.question();
 }
 
@@ -91,7 +92,8 @@ Outcome fault(const std::string& source, const std::string& what) {
 }
 
 bool isState(const std::string& state) {
-    return state == "running" || state == "stopped" || state == "suspended" || state == "absent";
+    return state == "running" || state == "stopped" || state == "suspended" || state == "disabled" ||
+           state == "absent";
 }
 
 Expected<SiteState> siteFrom(const Json& json, const std::string& source) {
@@ -99,19 +101,26 @@ Expected<SiteState> siteFrom(const Json& json, const std::string& source) {
         return fault(source, "a site must be an object with a \"name\"");
     }
     SiteState site;
-    const auto name = asciiHostName(json["name"].get<std::string>());
-    if (!name.ok()) {
-        return fault(source, name.outcome().message);
+    site.name = json["name"].get<std::string>();
+    if (const auto name = asciiHostName(site.name); name.ok()) {
+        site.name = *name;
+    } else {
+        site.nameFault = name.outcome().message;
     }
-    site.name = *name;
     for (const auto& [key, value] : json.items()) {
-        if (!isTold(key) && !take(site, key, value)) {
+        if (const SettingModel* model = settingModel(key)) {
+            auto entries = entriesFrom(*model, value);
+            if (!entries.ok()) {
+                return fault(source, "site " + inQuotes(site.name) + ": " + entries.outcome().message);
+            }
+            site.settings[key] = std::move(*entries);
+        } else if (!isTold(key) && !take(site, key, value)) {
             return fault(source, "site " + inQuotes(site.name) + ": " + unknown(key));
         }
     }
     if (site.state && !isState(*site.state)) {
         return fault(source, "site " + inQuotes(site.name) + ": state " + inQuotes(*site.state) +
-                                 "; expected running, stopped, suspended or absent");
+                                 "; expected running, stopped, suspended, disabled or absent");
     }
     return site;
 }
@@ -151,6 +160,12 @@ Json jsonOf(const SiteState& site) {
     add(TextFields);
     add(TextsFields);
     add(PairsFields);
+    for (const SettingModel& model : settingModels()) {
+        const std::string name(model.name);
+        if (const auto found = site.settings.find(name); found != site.settings.end()) {
+            json[name] = jsonOf(model, found->second);
+        }
+    }
     return json;
 }
 

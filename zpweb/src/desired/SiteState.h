@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "desired/SettingModel.h"
 #include "sys/Outcome.h"
 
 namespace zpweb {
@@ -17,10 +18,12 @@ struct SiteState {
     using Pairs = std::map<std::string, std::string>;
 
     std::string name;
-    std::optional<std::string> state;  // running, stopped or suspended; absent: it is to go
+    std::string nameFault;  // why no site can be made with that name; one that is there may have it
+    std::optional<std::string> state;  // running, stopped, suspended or disabled; absent: it is to go
     std::optional<std::string> root;
     std::optional<Texts> hostNames, index;  // in their order
     std::optional<Pairs> aliases, scriptAliases, redirects, errorDocuments;
+    std::map<std::string, SettingEntries> settings;  // by their models' names
     std::optional<std::string> address, owner,
         parent;  // of a site that is made; of one that is there, no more
 };

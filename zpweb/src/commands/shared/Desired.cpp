@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "commands/shared/CommandLines.h"
+#include "commands/shared/SettingReading.h"
 #include "commands/shared/SiteReading.h"
 #include "sys/File.h"
 
@@ -23,6 +24,7 @@ Expected<Present> presentSites(Session& session, const Configuration& configurat
         wanted[site.name] = &site;
     }
     Present present;
+    const SettingReading settings(configuration);
     for (const Site& site : sitesOf(configuration)) {
         const std::string key = documentName(site);
         if (all || wanted.contains(key)) {
@@ -30,7 +32,18 @@ Expected<Present> presentSites(Session& session, const Configuration& configurat
             if (!state.ok()) {
                 return state.outcome();
             }
+            settings.addTo(*state, site.name());
             present.emplace(key, std::move(*state));
+        }
+    }
+    auto disabled = readDisabled(session.output, configuration);
+    if (!disabled.ok()) {
+        return disabled.outcome();
+    }
+    for (SiteState& state : *disabled) {
+        if (wanted.contains(state.name)) {
+            settings.addTo(state, state.name);
+            present.emplace(state.name, std::move(state));
         }
     }
     return present;
@@ -57,11 +70,12 @@ Expected<Configuration> loaded(const Session& session) {
 
 Expected<SitesPlan> planFrom(Session& session, const std::string& file, const Arguments& given) {
     const auto text = inputText(file);
-    const auto document = text.ok() ? SitesDocument::from(*text, file == "-" ? "standard input" : file)
-                                    : Expected<SitesDocument>(text.outcome());
+    auto document = text.ok() ? SitesDocument::from(*text, file == "-" ? "standard input" : file)
+                              : Expected<SitesDocument>(text.outcome());
     if (!document.ok()) {
         return document.outcome();
     }
+    std::for_each(document->sites.begin(), document->sites.end(), completeSettings);
     const auto configuration = loaded(session);
     if (!configuration.ok()) {
         return configuration.outcome();

@@ -1,14 +1,19 @@
 #include "commands/shared/SiteReading.h"
 
 #include <algorithm>
+#include <memory>
+#include <set>
 #include <unordered_map>
 
 #include "Results.h"
+#include "commands/shared/DirectoryReading.h"
 #include "commands/shared/Operation.h"
 #include "commands/shared/Readable.h"
+#include "commands/shared/SiteFiles.h"
 #include "commands/shared/SiteInfo.h"
 #include "conf/Text.h"
 #include "input/HostName.h"
+#include "sys/File.h"
 
 namespace zpweb {
 
@@ -79,7 +84,34 @@ Expected<SiteState> readSite(Output& output, const Site& site) {
     state.scriptAliases = pairsOf(info.record.ScriptAlias);
     state.redirects = pairsOf(info.record.Redirect);
     state.errorDocuments = pairsOf(info.record.ErrorDoc);
+    state.settings["directories"] = directoriesOf(*site.first().block);
     return state;
+}
+
+Expected<std::vector<SiteState>> readDisabled(Output& output, const Configuration& configuration) {
+    std::vector<SiteState> states;
+    std::set<std::string> names;
+    for (const DisabledSite& disabled : disabledSites(configuration)) {
+        auto text = readFile(disabled.file);
+        if (!text.ok() || !configuration.find(disabled.name).empty() ||
+            !names.insert(keyOf(disabled.name)).second) {
+            continue;
+        }
+        const ConfigurationFile file(disabled.file, Content(std::move(*text)), std::make_shared<Defines>());
+        Site site;
+        for (const Block& block : file.blocks()) {
+            if (keyOf(block.name) == keyOf(disabled.name)) {
+                site.places.push_back({&file, &block});
+            }
+        }
+        auto state = readSite(output, site);
+        if (!state.ok()) {
+            return state.outcome();
+        }
+        state->state = "disabled";
+        states.push_back(std::move(*state));
+    }
+    return states;
 }
 
 }  // namespace zpweb

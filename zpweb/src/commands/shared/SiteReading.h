@@ -21,4 +21,7 @@ const char* stateOf(const Site& site);
 // What holds for a site now.
 Expected<SiteState> readSite(Output& output, const Site& site);
 
+// The sites whose files the server does not read, as they would be.
+Expected<std::vector<SiteState>> readDisabled(Output& output, const Configuration& configuration);
+
 }  // namespace zpweb

@@ -1,0 +1,99 @@
+#include "desired/SettingPlan.h"
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+
+namespace zpweb {
+
+namespace {
+
+using Shape = SettingModel::Shape;
+
+const std::string& pathOf(const SettingModel& model, const SettingEntry& entry) {
+    return entry.at(std::string(model.fields.front().name)).front();
+}
+
+const SettingEntry* entryAt(const SettingModel& model, const SettingEntries& entries,
+                            const std::string& path) {
+    const auto found = std::find_if(entries.begin(), entries.end(),
+                                    [&](const SettingEntry& each) { return pathOf(model, each) == path; });
+    return found == entries.end() ? nullptr : &*found;
+}
+
+PlannedCommand setting(const SettingModel& model, const std::string& site, const SettingEntry& entry,
+                       bool isNew = false) {
+    PlannedCommand command{std::string(isNew && !model.make.empty() ? model.make : model.set), {site}, {}};
+    for (const SettingField& field : model.fields) {
+        const auto found = entry.find(std::string(field.name));
+        if (found == entry.end()) {
+            continue;
+        }
+        const auto& values = found->second;
+        if (field.isOption) {
+            command.options.push_back({values.front(), {}});
+        } else if (field.option.empty()) {
+            command.arguments.insert(command.arguments.end(), values.begin(), values.end());
+        } else {
+            command.options.push_back({std::string(field.option), values});
+        }
+    }
+    return command;
+}
+
+PlannedCommand dropping(const SettingModel& model, const std::string& site) {
+    PlannedCommand command{std::string(model.drop), {site}, {}};
+    if (!model.dropArgument.empty()) {
+        command.arguments.emplace_back(model.dropArgument);
+    }
+    if (!model.dropOption.empty()) {
+        command.options.push_back({std::string(model.dropOption), {}});
+    }
+    return command;
+}
+
+// Is all that is named there?
+bool holds(const SettingEntry& is, const SettingEntry& shouldBe) {
+    return std::all_of(shouldBe.begin(), shouldBe.end(), [&](const auto& field) {
+        const auto found = is.find(field.first);
+        return found != is.end() &&
+               std::all_of(field.second.begin(), field.second.end(), [&](const std::string& value) {
+                   return std::find(found->second.begin(), found->second.end(), value) !=
+                          found->second.end();
+               });
+    });
+}
+
+void planPaths(const SettingModel& model, const std::string& site, const SettingEntries& is,
+               const SettingEntries& shouldBe, Plan& plan) {
+    for (const SettingEntry& each : model.drop.empty() ? SettingEntries() : is) {
+        if (entryAt(model, shouldBe, pathOf(model, each)) == nullptr) {
+            plan.push_back(dropping(model, site));
+            plan.back().arguments.push_back(pathOf(model, each));
+        }
+    }
+    for (const SettingEntry& each : shouldBe) {
+        const SettingEntry* now = entryAt(model, is, pathOf(model, each));
+        if (now == nullptr || !(model.drop.empty() ? holds(*now, each) : *now == each)) {
+            plan.push_back(setting(model, site, each, now == nullptr));
+        }
+    }
+}
+
+}  // namespace
+
+bool isSame(const SettingModel& model, const SettingEntries& is, const SettingEntries& shouldBe) {
+    Plan plan;
+    planSetting(model, "", is, shouldBe, plan);
+    return plan.empty();
+}
+
+void planSetting(const SettingModel& model, const std::string& site, const SettingEntries& is,
+                 const SettingEntries& shouldBe, Plan& plan) {
+    if (model.shape == Shape::Paths) {
+        planPaths(model, site, is, shouldBe, plan);
+    } else if (is != shouldBe) {
+        plan.push_back(shouldBe.empty() ? dropping(model, site) : setting(model, site, shouldBe.front()));
+    }
+}
+
+}  // namespace zpweb
