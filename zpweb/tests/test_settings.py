@@ -439,6 +439,9 @@ def test_a_document_brings_all_settings_about_and_takes_them_back(server, fpm):
         assert ask(SITE, "/x")[:2] == (301, f"https://www.{SITE}/x")
         assert shown(SITE) == fingerprint("good") and json.loads(ask("www." + SITE, "/app/y", "https")[2])["path"] == "/y"
         assert ask("www." + SITE, "/none", "https")[0] == 403
+        screen = server.do("site", "show", SITE, "--json").json
+        assert (screen["certificate_days"], len(screen["listeners"])) == (29, 2) and "plain.log" in str(screen["logs"])
+        assert all("in" in screen[each] for each in ("certificate", "php", "applications", "access", "redirects", "log_policy")), screen
         document = server.do("export").json
         told = next(site for site in document["sites"] if site["name"] == SITE)
         assert {name: told[name] for name in wanted} == wanted

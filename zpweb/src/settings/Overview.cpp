@@ -1,13 +1,17 @@
 #include "settings/Overview.h"
 
+#include "conf/Text.h"
 #include "settings/Access.h"
 #include "settings/Certificate.h"
+#include "settings/LogPolicy.h"
 #include "settings/Php.h"
 #include "settings/Proxies.h"
 #include "settings/Redirects.h"
+#include "settings/SiteFacts.h"
 #include "settings/SiteLogs.h"
 #include "settings/SiteSettings.h"
 #include "settings/Tls.h"
+#include "sys/File.h"
 
 namespace zpweb {
 
@@ -34,13 +38,38 @@ struct Subject {
     }
 };
 
+void showListeners(const Subject& subject) {
+    Pairs pairs;
+    for (const Place& place : subject.configuration.find(subject.site)) {
+        for (const std::string& address :
+             place.block->stopped ? std::vector<std::string>() : addressesOf(*place.block)) {
+            pairs.emplace_back(address, place.text());
+        }
+    }
+    subject.output.set("listeners", &pairs);
+}
+
+// The setting's certificate, or one that a block names by itself.
+Pairs certificateOf(const Subject& subject) {
+    if (const auto tls = tlsFrom(subject.asked(Setting::Tls))) {
+        return {{"file", tls->files.certificate}, {"in", subject.place(Setting::Tls)}};
+    }
+    for (const Place& place : subject.configuration.find(subject.site)) {
+        const auto own = argumentsIn(*place.block, "SSLCertificateFile");
+        if (!place.block->stopped && !own.empty()) {
+            return {{"file", std::string(zp::conf::unquoted(own.back()))}, {"in", place.text()}};
+        }
+    }
+    return {};
+}
+
 void showTls(const Subject& subject) {
-    const auto tls = tlsFrom(subject.asked(Setting::Tls));
-    if (!tls) {
+    const Pairs certificate = certificateOf(subject);
+    if (certificate.empty()) {
         return;
     }
-    subject.show("certificate", {{"file", tls->files.certificate}}, Setting::Tls);
-    if (const auto facts = factsOf(tls->files.certificate); facts.ok()) {
+    subject.output.set("certificate", &certificate);
+    if (const auto facts = factsOf(certificate.front().second); facts.ok()) {
         subject.output.set("certificate_days", daysLeft(facts->notAfter, std::time(nullptr)));
     }
 }
@@ -107,16 +136,31 @@ void showLogs(const Subject& subject) {
     }
 }
 
+void showLogPolicy(const Subject& subject) {
+    const auto text = readFile(LogPolicyFile);
+    const LogPolicies policies = policiesIn(text.ok() ? *text : "");
+    if (const auto policy = policies.find(settingName(subject.site)); policy != policies.end()) {
+        const LogPolicy& its = policy->second;
+        Pairs pairs = {{"when", its.when}, {"keep", std::to_string(its.keep)}, {"in", LogPolicyFile}};
+        if (!its.size.empty()) {
+            pairs.insert(pairs.begin() + 2, {"size", its.size});
+        }
+        subject.output.set("log_policy", &pairs);
+    }
+}
+
 }  // namespace
 
 void showSettings(Output& output, const Configuration& configuration, const std::string& site) {
     const Subject subject{output, configuration, site};
+    showListeners(subject);
     showTls(subject);
     showPhp(subject);
     showProxies(subject);
     showAccess(subject);
     showRedirects(subject);
     showLogs(subject);
+    showLogPolicy(subject);
 }
 
 }  // namespace zpweb

@@ -8,8 +8,8 @@
 
 namespace zpweb {
 
-// Sets "certificate", "certificate_days", "php", "applications", "access", "redirects" and "logs", each
-// with where it stands; what is not set is absent.
+// Sets "listeners", "certificate", "certificate_days", "php", "applications", "access", "redirects", "logs"
+// and "log_policy", each with where it stands; what is not set is absent.
 void showSettings(Output& output, const Configuration& configuration, const std::string& site);
 
 }  // namespace zpweb
