@@ -1,6 +1,6 @@
 #include "server/Inspection.h"
 
-#include <algorithm>
+#include <set>
 
 #include "sys/File.h"
 #include "sys/Process.h"
@@ -21,14 +21,8 @@ std::string withoutChatter(std::string text) {
     return text.substr(0, text.find_last_not_of('\n') + 1);
 }
 
-// All staged files stand in one folder, which no configuration names: one pass finds them.
-std::string withLiveNames(std::string text, const LiveNames& names) {
-    const auto staged = std::find_if(names.begin(), names.end(),
-                                     [](const auto& name) { return name.first != name.second; });
-    if (staged == names.end()) {
-        return text;
-    }
-    const std::string folder = folderOf(staged->first) + "/";
+// One pass finds what stands in the folder.
+std::string withLiveNamesIn(const std::string& folder, const std::string& text, const LiveNames& names) {
     std::string renamed;
     size_t from = 0;
     for (size_t at = 0; (at = text.find(folder, from)) != std::string::npos;) {
@@ -45,6 +39,20 @@ std::string withLiveNames(std::string text, const LiveNames& names) {
         from = at + (best != nullptr ? best->first.size() : folder.size());
     }
     return from == 0 ? text : renamed.append(text, from);
+}
+
+// Staged files stand in the stage, or beside the files whose places they take.
+std::string withLiveNames(std::string text, const LiveNames& names) {
+    std::set<std::string> folders;
+    for (const auto& [staged, live] : names) {
+        if (staged != live) {
+            folders.insert(folderOf(staged) + "/");
+        }
+    }
+    for (const std::string& folder : folders) {
+        text = withLiveNamesIn(folder, text, names);
+    }
+    return text;
 }
 
 void takeVerdict(const Running::Ended& check, Inspected& inspected) {
