@@ -479,10 +479,17 @@ def test_somebodys_edits_are_shown_and_kept(server):
     assert "# mine" not in file.read_text() and "/old" in file.read_text()
 
 
-def test_a_deleted_site_leaves_no_settings(server):
-    server.do("redirect", "set", SITE, "/old", "--to", "https://new.example/")
-    server.do("site", "delete", SITE)
-    assert not [name for name in server.files() if f"zpweb.d/{SITE}" in name]
+def test_a_site_takes_its_settings_along_and_leaves_none(server):
+    site = "both.example"  # the first on the listener of https
+    server.do("directive", "add", "CustomLog", "/var/log/plain.log combined", "--site", site)
+    server.do("redirect", "set", site, "/old", "--to", "https://new.example/")
+    server.do("log", "policy", site)
+    answer = server.do("site", "rename", site, "renamed.example")
+    assert "stage" not in answer.err + answer.out
+    assert ask("renamed.example", "/old")[1] == "https://new.example/" and '"renamed.example"' in Path("/etc/logrotate.d/zpweb").read_text()
+    assert not [name for name in server.files() if f"zpweb.d/{site}" in name]
+    server.do("site", "delete", "renamed.example")
+    assert not [name for name in server.files() if "zpweb.d" in name] and not Path("/etc/logrotate.d/zpweb").exists()
 
 
 def test_undo_takes_a_setting_back(server):

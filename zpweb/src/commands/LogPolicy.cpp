@@ -1,9 +1,8 @@
 // log policy: how long a site's logs are kept.
-#include "settings/LogPolicy.h"
-
 #include "commands/SettingsCommands.h"
 #include "commands/shared/SettingParameters.h"
 #include "input/Quoted.h"
+#include "settings/LogPolicyChange.h"
 #include "settings/SiteLogs.h"
 #include "settings/SiteSettings.h"
 
@@ -57,42 +56,27 @@ std::vector<std::string> sitesOf(const Configuration& configuration) {
     return sites;
 }
 
-// Graceful, and only where the server would come through it.
-std::string reloadCommand(Transaction& change) {
-    const std::string pid = change.server().pidFile(change.configuration());
-    const std::string main = change.configuration().main().path();
-    return "if [ -s \"" + pid + "\" ] && apachectl -t -f \"" + main +
-           "\" >/dev/null 2>&1; then kill -USR1 \"$(cat \"" + pid + "\")\"; fi";
-}
-
-Outcome put(Transaction& change, const LogPolicies& policies) {
-    if (policies.empty()) {
-        return change.contentOf(LogPolicyFile) ? change.unlink(LogPolicyFile) : done();
-    }
-    return change.replace(LogPolicyFile, policyText(policies, reloadCommand(change)));
-}
-
 Outcome setPolicy(Transaction& change, const Arguments& given) {
     const auto site = given[OfSite];
     if (site.has_value() == given[All]) {
         return failure(Status::Usage, "log policy: expected SITE or --all");
     }
-    const Content now = change.contentOf(LogPolicyFile);
-    LogPolicies policies = policiesIn(now ? now.text() : "");
     const std::vector<std::string> sites =
         site ? std::vector<std::string>{*site} : sitesOf(change.configuration());
     const LogPolicy policy{given[Monthly]  ? "monthly"
                            : given[Weekly] ? "weekly"
                                            : "daily",
                            given[Keep].value_or(14), given[LargerThan].value_or("")};
-    for (const std::string& each : sites) {
-        if (given[Off]) {
-            policies.erase(settingName(each));
-        } else if (Outcome taken = take(policies, change, each, policy, given[All]); !taken.ok()) {
-            return taken;
+    return changePolicies(change, [&](LogPolicies& policies) {
+        for (const std::string& each : sites) {
+            if (given[Off]) {
+                policies.erase(settingName(each));
+            } else if (Outcome taken = take(policies, change, each, policy, given[All]); !taken.ok()) {
+                return taken;
+            }
         }
-    }
-    return put(change, policies);
+        return done();
+    });
 }
 
 }  // namespace

@@ -7,7 +7,9 @@
 #include "conf/Text.h"
 #include "input/HostName.h"
 #include "input/Quoted.h"
+#include "settings/LogPolicyChange.h"
 #include "settings/SettingFile.h"
+#include "settings/SiteSettings.h"
 #include "sys/File.h"
 #include "text/Statements.h"
 
@@ -112,12 +114,12 @@ Outcome renameSettings(Transaction& change, const Names& names) {
         Outcome outcome = change.replace(
             settingPath(main, names.to, setting),
             text->edited ? std::string(content.text()) : settingText(names.to, setting, *text), before);
-        outcome = outcome.ok() ? change.unlink(before) : outcome;
+        outcome = outcome.ok() ? removeSettingFile(change, before) : outcome;
         if (!outcome.ok()) {
             return outcome;
         }
     }
-    return done();
+    return movePolicy(change, names.from, names.to);
 }
 
 Outcome rename(Transaction& change, const Site& site, const Arguments& given) {

@@ -30,11 +30,11 @@ PlannedCommand setting(const SettingModel& model, const std::string& site, const
         }
         const auto& values = found->second;
         if (field.isOption) {
-            command.options.push_back({values.front(), {}});
+            command.options.emplace_back(values.front(), std::vector<std::string>());
         } else if (field.option.empty()) {
             command.arguments.insert(command.arguments.end(), values.begin(), values.end());
         } else {
-            command.options.push_back({std::string(field.option), values});
+            command.options.emplace_back(field.option, values);
         }
     }
     return command;
@@ -46,7 +46,7 @@ PlannedCommand dropping(const SettingModel& model, const std::string& site) {
         command.arguments.emplace_back(model.dropArgument);
     }
     if (!model.dropOption.empty()) {
-        command.options.push_back({std::string(model.dropOption), {}});
+        command.options.emplace_back(model.dropOption, std::vector<std::string>());
     }
     return command;
 }

@@ -4,6 +4,7 @@
 
 #include "conf/Text.h"
 #include "input/HostName.h"
+#include "settings/LogPolicyChange.h"
 #include "settings/SiteFacts.h"
 #include "sys/File.h"
 #include "text/Difference.h"
@@ -173,7 +174,7 @@ Outcome forgetSettings(Transaction& change, const std::string& site) {
             return gone;
         }
     }
-    return done();
+    return movePolicy(change, site, "");
 }
 
 bool includes(const Block& block, const std::string& settingFile) {

@@ -30,7 +30,8 @@ Outcome dropSetting(Transaction& change, const SettingPlace& place);
 // Removes a setting's file, and its directory with the last of them.
 Outcome removeSettingFile(Transaction& change, const std::string& path);
 
-// Removes all of them, of a site that goes, edited or not. Its blocks are not looked at.
+// Removes all of them, its logs' policy too, of a site that goes, edited or not. Its blocks are not looked
+// at.
 Outcome forgetSettings(Transaction& change, const std::string& site);
 
 // Includes the setting in the site's running blocks that pass the test, once in each, and writes its file.

@@ -103,6 +103,19 @@ Outcome write(Transaction& change, const std::string& site, const TlsSetting& se
                         [&](const Block& block) { return speaksTls(block, setting.port); });
 }
 
+// Without it nobody knows which blocks were made for it.
+Outcome isKnown(const Transaction& change, const std::string& site) {
+    const std::string file =
+        settingPath(change.configuration().main().path(), settingName(site), Setting::Tls);
+    const auto setting = settingOf(change, site, Setting::Tls);
+    return setting && !tlsFrom(setting->asked)
+               ? failure(
+                     file +
+                     ": its second line, which tells what was asked for, cannot be read any more; put it "
+                     "back, or \"zpweb undo\" the change that made it")
+               : done();
+}
+
 }  // namespace
 
 std::optional<TlsSetting> tlsOf(const Transaction& change, const std::string& site) {
@@ -113,6 +126,7 @@ std::optional<TlsSetting> tlsOf(const Transaction& change, const std::string& si
 Outcome setTls(Transaction& change, const std::string& site, TlsSetting setting, bool overwrite) {
     const std::vector<std::string> names = namesOf(change.configuration().find(site));
     Outcome outcome = usable(setting, names);
+    outcome = outcome.ok() ? isKnown(change, site) : outcome;
     outcome = outcome.ok() ? hasNoOther(change, site) : outcome;
     if (!outcome.ok()) {
         return outcome;
@@ -133,6 +147,9 @@ Outcome setTls(Transaction& change, const std::string& site, TlsSetting setting,
 }
 
 Outcome dropTls(Transaction& change, const std::string& site, bool overwrite) {
+    if (Outcome known = isKnown(change, site); !known.ok()) {
+        return known;
+    }
     change.asked().moving.insert(settingName(site));
     const auto now = tlsOf(change, site);
     Outcome outcome = dropSetting(change, {site, Setting::Tls, overwrite});
