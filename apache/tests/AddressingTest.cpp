@@ -7,7 +7,7 @@
 #include "support/FileCase.h"
 #include "support/Files.h"
 #include "support/Operations.h"
-#include "support/Transcript.h"
+#include "support/Told.h"
 #include "support/Watching.h"
 
 using namespace zp::test;
@@ -36,45 +36,186 @@ const std::string Shared = collected("samples/shared-address.conf");
 const std::string Long(1023, 'x');
 
 const FileCase cases[] = {
-    {"ToOwn", Shared, toOwn("10.0.0.5", "10.0.0.9")},
-    {"ToOwnOfASiteThatIsNotThere", Shared, toOwn("10.0.0.6", "10.0.0.8")},
-    {"ToOwnWhereTheSiteStandsAlready", block("10.0.0.9"), toOwn("10.0.0.9", "10.0.0.9")},
+    // Only the site's blocks move, and the announcement of its new address goes: the server would share it
+    // otherwise.
+    {"ToOwn", Shared, toOwn("10.0.0.5", "10.0.0.9"), R"(123
+2,17,23,29-
+3-  namevirtualhost 10.0.0.9 	
+10- <VirtualHost 	10.0.0.5 10.0.0.7:80>
+8,21+<VirtualHost 10.0.0.9>
+25-<VirtualHost 10.0.0.5>)"},
+    // Nothing but empty lines may go, and every neighbour stays at its address.
+    {"ToOwnOfASiteThatIsNotThere", Shared, toOwn("10.0.0.6", "10.0.0.8"), R"(32
+2,6,11,15,17,23,29-
+3-  namevirtualhost 10.0.0.9 	
+2+  namevirtualhost 10.0.0.9)"},
+    // A repeated request does no harm.
+    {"ToOwnWhereTheSiteStandsAlready", block("10.0.0.9"), toOwn("10.0.0.9", "10.0.0.9"), "123"},
+    // Letter case tells no two addresses apart; brackets do.
     {"ToOwnIPv6",
      "NameVirtualHost [2001:DB8::9]\nNameVirtualHost [2001:db8::9]:80\nNameVirtualHost 2001:db8::9\n" +
          block("[2001:DB8::5]:80") + block("[2001:db8::5") + block("2001:db8::5"),
-     toOwn("2001:db8::5", "2001:db8::9")},
-    {"ToOwnCutsAnAddressAtTheLastBracket", block("[::5]:80 [::6]:80"), toOwn("::5]:80 [::6", "::9")},
+     toOwn("2001:db8::5", "2001:db8::9"), R"(123
+1-NameVirtualHost [2001:DB8::9]
+4-<VirtualHost [2001:DB8::5]:80>
+3+<VirtualHost [2001:db8::9]>)"},
+    // Callers of today rely on this reading of a line with two addresses.
+    {"ToOwnCutsAnAddressAtTheLastBracket", block("[::5]:80 [::6]:80"), toOwn("::5]:80 [::6", "::9"), R"(123
+1-<VirtualHost [::5]:80 [::6]:80>
+1+<VirtualHost [::9]>)"},
+    // What somebody left half written behind the last block is not lost.
     {"ToOwnOfABlockThatIsNeverClosed",
      block("10.0.0.5", "\tServerName other.example\n") +
          "<VirtualHost 10.0.0.5:80>\nServerName example.com\n\nListen 1",
-     toOwn("10.0.0.5", "10.0.0.9")},
+     toOwn("10.0.0.5", "10.0.0.9"), R"(123
+4-<VirtualHost 10.0.0.5:80>
+4+<VirtualHost 10.0.0.9>
+7-Listen 1 (no newline)
+7+Listen 1)"},
+    // The same where the open block is nobody's.
     {"ToOwnKeepsAnotherBlockThatIsNeverClosed", "<VirtualHost 10.0.0.5:80>\nServerName\n\nListen 1\n",
-     toOwn("10.0.0.5", "10.0.0.9")},
+     toOwn("10.0.0.5", "10.0.0.9"), "32"},
+    // A second announcement of one address makes the server complain at every start.
     {"ToSharedWithItsLineThere",
      block("10.0.0.5") + "NameVirtualHost 10.0.0.9:80 \nNameVirtualHost 10.0.0.9:*\n",
-     toShared("10.0.0.5", "10.0.0.9")},
+     toShared("10.0.0.5", "10.0.0.9"), R"(121
+> SSL is not enabled
+> In name virtual host
+> Requested IP is IPV4
+> 10.0.0.9:80==10.0.0.9:80  OR  ==10.0.0.9:*
+> IPV4 NameVirtualHost for port 80 found
+1-<VirtualHost 10.0.0.5>
+1+<VirtualHost 10.0.0.9:80>)"},
+    // The announcement for every port serves this one, too.
     {"ToSharedWithALineForAllPorts", "namevirtualhost 10.0.0.9:*\n" + block("10.0.0.5:80"),
-     toShared("10.0.0.5", "10.0.0.9", "8080")},
-    {"ToSharedAddsALineBeforeTheFirst", Shared, toShared("10.0.0.5", "10.0.0.8")},
+     toShared("10.0.0.5", "10.0.0.9", "8080"), R"(121
+> SSL is not enabled
+> In name virtual host
+> Requested IP is IPV4
+> 10.0.0.9:*==10.0.0.9:8080  OR  ==10.0.0.9:*
+> IPV4 NameVirtualHost for all ports found
+2-<VirtualHost 10.0.0.5:80>
+2+<VirtualHost 10.0.0.9:8080>)"},
+    // Without an announcement the server would answer with the first site for every name.
+    {"ToSharedAddsALineBeforeTheFirst", Shared, toShared("10.0.0.5", "10.0.0.8"), R"(121, .zpbackup.rt
+> SSL is not enabled
+> In name virtual host
+> Requested IP is IPV4
+> 10.0.0.5:80==10.0.0.8:80  OR  ==10.0.0.8:*
+> In name virtual host
+> Requested IP is IPV4
+> 10.0.0.9==10.0.0.8:80  OR  ==10.0.0.8:*
+> In name virtual host
+> Requested IP is IPV4
+> 10.0.0.99==10.0.0.8:80  OR  ==10.0.0.8:*
+1+NameVirtualHost 10.0.0.8:80
+2,6,11,15,17,23,29-
+10- <VirtualHost 	10.0.0.5 10.0.0.7:80>
+9,20+<VirtualHost 10.0.0.8:80>
+25-<VirtualHost 10.0.0.5>
+kept:
+2,17,23,29-
+10- <VirtualHost 	10.0.0.5 10.0.0.7:80>
+9,22+<VirtualHost 10.0.0.8:80>
+25-<VirtualHost 10.0.0.5>)"},
+    // Without an announcement to stand before, the place is a fixed line.
     {"ToSharedAddsALineBeforeTheTenth", block("10.0.0.5") + "1\n2\n3\n4\n5\n6\n7\n8\n",
-     toShared("10.0.0.5", "10.0.0.9")},
+     toShared("10.0.0.5", "10.0.0.9"), R"(121, .zpbackup.rt
+> SSL is not enabled
+1-<VirtualHost 10.0.0.5>
+1+<VirtualHost 10.0.0.9:80>
+10+NameVirtualHost 10.0.0.9:80
+kept:
+1-<VirtualHost 10.0.0.5>
+1+<VirtualHost 10.0.0.9:80>)"},
+    // TLS is announced for a port of its own.
     {"ToSharedOfASecureSite",
      "NameVirtualHost 10.0.0.7\n" + block("10.0.0.5:80") + block("10.0.0.5:443", Secure),
-     toShared("10.0.0.5", "10.0.0.9")},
+     toShared("10.0.0.5", "10.0.0.9"), R"(121, .zpbackup.rt
+> modname=mod_ssl
+> In name virtual host
+> Requested IP is IPV4
+> 10.0.0.7==10.0.0.9:80  OR  ==10.0.0.9:*
+1+NameVirtualHost 10.0.0.9:443
+2+NameVirtualHost 10.0.0.9:80
+2-<VirtualHost 10.0.0.5:80>
+4,7+<VirtualHost 10.0.0.9:443>
+5-<VirtualHost 10.0.0.5:443>
+kept:
+1+NameVirtualHost 10.0.0.9:80
+2-<VirtualHost 10.0.0.5:80>
+3,6+<VirtualHost 10.0.0.9:443>
+5-<VirtualHost 10.0.0.5:443>)"},
+    // Both announcements are known in every spelling.
     {"ToSharedOfASecureSiteWithItsLinesThere",
      "NameVirtualHost [::9]:443\nNameVirtualHost ::9:80\nNameVirtualHost [::9]:80\n" +
          block("[::5]", Secure),
-     toShared("::5", "::9")},
+     toShared("::5", "::9"), R"(121
+> modname=mod_ssl
+> In name virtual host
+> Requested IP is IPV6
+> Picked IP is IPV6
+> IPV6 NameVirtualHost for port 443 found
+> In name virtual host
+> Requested IP is IPV6
+> In name virtual host
+> Requested IP is IPV6
+> Picked IP is IPV6
+> IPV6 NameVirtualHost for port 80 found
+4-<VirtualHost [::5]>
+4+<VirtualHost [::9]:443>)"},
+    // The search ends at the first: the line for TLS behind it is announced twice, a known surprise.
     {"ToSharedLooksAtNoLineBehindTheOneForThePort",
      "NameVirtualHost [::A]:80\nNameVirtualHost [::a]:443\n" + block("[::5]", Secure),
-     toShared("::5", "::a")},
+     toShared("::5", "::a"), R"(121, .zpbackup.rt
+> modname=mod_ssl
+> In name virtual host
+> Requested IP is IPV6
+> Picked IP is IPV6
+> IPV6 NameVirtualHost for port 80 found
+1+NameVirtualHost [::a]:443
+3-<VirtualHost [::5]>
+4+<VirtualHost [::a]:443>
+kept:
+3-<VirtualHost [::5]>
+3+<VirtualHost [::a]:443>)"},
+    // One line is enough for both ports.
     {"ToSharedOfASecureSiteWithALineForAllPorts",
-     "NameVirtualHost 10.0.0.9:*\n" + block("10.0.0.5:443", Secure), toShared("10.0.0.5", "10.0.0.9")},
+     "NameVirtualHost 10.0.0.9:*\n" + block("10.0.0.5:443", Secure), toShared("10.0.0.5", "10.0.0.9"),
+     R"(121
+> modname=mod_ssl
+> In name virtual host
+> Requested IP is IPV4
+> 10.0.0.9:*==10.0.0.9:80  OR  ==10.0.0.9:*
+> IPV4 NameVirtualHost for all ports found
+2-<VirtualHost 10.0.0.5:443>
+2+<VirtualHost 10.0.0.9:443>)"},
+    // The panel's port counts, not the usual one.
     {"ToSharedOnAnotherPort", block("10.0.0.5") + "NameVirtualHost 10.0.0.9:80\n",
-     toShared("10.0.0.5", "10.0.0.9", "8080")},
+     toShared("10.0.0.5", "10.0.0.9", "8080"), R"(121, .zpbackup.rt
+> SSL is not enabled
+> In name virtual host
+> Requested IP is IPV4
+> 10.0.0.9:80==10.0.0.9:8080  OR  ==10.0.0.9:*
+1-<VirtualHost 10.0.0.5>
+1+<VirtualHost 10.0.0.9:8080>
+4+NameVirtualHost 10.0.0.9:8080
+kept:
+1-<VirtualHost 10.0.0.5>
+1+<VirtualHost 10.0.0.9:8080>)"},
+    // And it is found again.
     {"ToSharedOnAnotherPortWithItsLineThere", "NameVirtualHost 10.0.0.9:8080\n" + block("10.0.0.5"),
-     toShared("10.0.0.5", "10.0.0.9", "8080")},
-    {"ToSharedOfASiteThatIsNotThere", "\n" + block("10.0.0.5"), toShared("10.0.0.6", "10.0.0.9")},
+     toShared("10.0.0.5", "10.0.0.9", "8080"), R"(121
+> SSL is not enabled
+> In name virtual host
+> Requested IP is IPV4
+> 10.0.0.9:8080==10.0.0.9:8080  OR  ==10.0.0.9:*
+> IPV4 NameVirtualHost for port 80 found
+2-<VirtualHost 10.0.0.5>
+2+<VirtualHost 10.0.0.9:8080>)"},
+    // An unknown site brings no announcement for nobody.
+    {"ToSharedOfASiteThatIsNotThere", "\n" + block("10.0.0.5"), toShared("10.0.0.6", "10.0.0.9"),
+     "32, #, chatter"},
 };
 
 std::string found(const StringVector& addresses) {
@@ -125,7 +266,35 @@ TEST(OccupiedAddresses, AreListedWithoutBracketsAndPort) {
     StringVector addresses{"10.0.0.8"};
     const CapturedOutput output;
     EXPECT_EQ(CZPWebsite(nullptr, file.c_str()).ListOccupiedIPs(&addresses), 28);
-    expectTold("all", found(addresses) + "\n" + printedLines(output.text()));
+    expectTold(
+        found(addresses) + "\n" + printedLines(output.text()),
+        R"(|10.0.0.8|*|10.0.0.5|10.0.0.5|2001:db8::a|::2]:80 [::3|10.0.0.6|2001:db8::B|::4]:80 [::5|Host.example
+> Buffer=namevirtualhost  *:80 x
+> Ptr= *:80 x
+> IPV4 *:80 x
+> cp1 *:80 x
+> IPEntry*
+> Buffer=NameVirtualHost 10.0.0.5
+> Ptr=10.0.0.5
+> IPV4 10.0.0.5
+> cp1 10.0.0.5
+> IPEntry10.0.0.5
+> Buffer=NameVirtualHost 10.0.0.5:443
+> Ptr=10.0.0.5:443
+> IPV4 10.0.0.5:443
+> cp1 10.0.0.5:443
+> IPEntry10.0.0.5
+> Buffer=	NameVirtualHost [2001:db8::a]:80
+> Ptr=[2001:db8::a]:80
+> IPV6
+> IPEntry2001:db8::a
+> Buffer=NameVirtualHost [::1
+> Ptr=[::1
+> IPV6
+> Buffer=NameVirtualHost [::2]:80 [::3]:80
+> Ptr=[::2]:80 [::3]:80
+> IPV6
+> IPEntry::2]:80 [::3)");
 }
 
 TEST(SharedAddress, IsOneThatANameVirtualHostLineBeforeTheSiteAnnounces) {

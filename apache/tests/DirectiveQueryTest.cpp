@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "support/Files.h"
-#include "support/Transcript.h"
+#include "support/Told.h"
 #include "support/Watching.h"
 
 using namespace zp::test;
@@ -30,9 +30,6 @@ protected:
         told_ += question + ": " + std::to_string(result) + (found ? " " : " not found ") + value + "\n" +
                  printedLines(output.text());
     }
-    void TearDown() override {
-        expectTold(::testing::UnitTest::GetInstance()->current_test_info()->name(), "\n" + told_);
-    }
 
     ApacheHelper helper_;
     const std::string file_ = written(Configuration);
@@ -50,6 +47,17 @@ TEST_F(DirectiveQuery, ServerLevelDirectiveIsTheFirstThatBeginsWithTheName) {
             return helper_.Apache_getDirectiveValue(file_, name, value, quotes);
         });
     }
+    expectTold(told_, R"(User: 0 Dir 	public html 
+USERDIR: 0 public html 
+Alias: 0 /icons/ "/usr/share/icons" "more"
+Alias: 0 /usr/share/icons
+> returning with quote
+HalfQuoted: 3 
+UserDir: 3 
+InBlock: 6 
+Absent: 6 
+: 2 
+AfterBlocks: 0 yes)");
 }
 
 TEST_F(DirectiveQuery, DirectiveInDomainIsTheFirstBehindTheServerNameOfAnyBlock) {
@@ -76,6 +84,21 @@ TEST_F(DirectiveQuery, DirectiveInDomainIsTheFirstBehindTheServerNameOfAnyBlock)
                 return helper_.Apache_getDirectiveInVH(file_, site, name, value, quotes);
             });
     }
+    expectTold(told_, R"(example.com DocumentRoot: 0 X first wins
+example.com documentroot : 0 second
+example.com Quoted: 0 one
+example.com Alias: 3 
+example.com Half: 3 
+example.com DocumentRoot: 3 
+example.com BehindAnotherName: 0 here
+example.com Between: 0 blocks
+example.com InBlock: 4 
+example.com ServerName: 4 
+example.com Absent: 4 
+other.example DocumentRoot: 0 /var/www/other
+other.example AfterBlocks: 4 
+www.example.com DocumentRoot: 4 
+example.co DocumentRoot: 4 )");
 }
 
 TEST(DirectiveInDomain, NeedsTheServerNameToBeExactlyTheDomain) {
@@ -113,12 +136,42 @@ TEST_F(DirectiveQuery, DirectiveWithValueIsFoundByItsWholeValue) {
     }
     // A block without an address is not passed over.
     isThere(written("<VirtualHost>\nInside yes\n</VirtualHost>\n"), "Inside", "yes", false);
+    expectTold(told_, R"(Option exact: 1 unchanged
+> without quotes
+> without quotes
+> without quotes
+> found
+Option Exact: 0 not found unchanged
+> without quotes
+> without quotes
+> without quotes
+Option a: 0 not found unchanged
+> without quotes
+> without quotes
+> without quotes
+option Exact Value: 1 unchanged
+> returning with quote
+option exact value: 0 not found unchanged
+> returning with quote
+InBlock yes: 0 not found unchanged
+User commented: 0 not found unchanged
+> without quotes
+# User commented: 0 not found unchanged
+ : 0 not found unchanged
+Inside yes: 1 unchanged
+> without quotes
+> found)");
 }
 
 TEST_F(DirectiveQuery, LoadedModuleIsFoundAtServerLevelByThePrefixOfItsName) {
     for (const char* module : {"php5_module", "PHP", "rewrite_module", "ssl_module", "inner_module"}) {
         ask(module, [&](auto&, bool& found) { return helper_.Apache_checkModule(file_, module, found); });
     }
+    expectTold(told_, R"(php5_module: 0 unchanged
+PHP: 0 unchanged
+rewrite_module: 0 unchanged
+ssl_module: 2 not found unchanged
+inner_module: 2 not found unchanged)");
 }
 
 TEST_F(DirectiveQuery, ModuleInDomainIsFoundByItsNameUpToTheFirstPoint) {
@@ -137,6 +190,24 @@ TEST_F(DirectiveQuery, ModuleInDomainIsFoundByItsNameUpToTheFirstPoint) {
     isThere(written("<VirtualHost a>\n<VirtualHost b>\nServerName d\n<IfModule m.c>\n"), "d", "m");
     // A tab does not end the keyword, so neither of these lines opens anything.
     isThere(written("<VirtualHost\t*>\nServerName d\n<IfModule m.c>\n"), "d", "m");
+    expectTold(told_, R"(Example.com MOD_SSL: 1 unchanged
+> modname=mod_ssl
+Example.com mod_ss: 0 not found unchanged
+> modname=mod_ssl
+> modname=mod_behind
+Example.com mod_rewrite: 0 not found unchanged
+> modname=mod_ssl
+> modname=mod_behind
+Example.com mod_behind: 1 unchanged
+> modname=mod_ssl
+> modname=mod_behind
+other.example mod_other: 1 unchanged
+> modname=mod_other
+other.example mod_ssl: 0 not found unchanged
+> modname=mod_other
+unknown.example mod_ssl: 0 not found unchanged
+d m: 0 not found unchanged
+d m: 0 not found unchanged)");
 }
 
 TEST(Queries, EndAtALineBeyondTheirBound) {
@@ -177,7 +248,7 @@ TEST(Queries, EndAtALineBeyondTheirBound) {
 
 TEST(Queries, SayWhenThereIsNoFile) {
     const std::string missing = scratch("missing");
-    for (const std::string& file : {missing, scratch(), std::string("")}) {  // a folder is no file
+    for (const std::string& file : {missing, scratch(), std::string("")}) {  // a directory is no file
         ApacheHelper helper;
         std::string value = "before";
         bool isExist = true;

@@ -9,7 +9,7 @@
 #include "support/FakeTools.h"
 #include "support/Files.h"
 #include "support/Sandbox.h"
-#include "support/Transcript.h"
+#include "support/Told.h"
 #include "support/Watching.h"
 
 using namespace zp::test;
@@ -50,7 +50,38 @@ TEST(ProductConfiguration, TheFirstLineThatBeginsWithTheKeyDecides) {
         const int found = getParamFromZPConfFile(written(text), value, key);
         told += std::string(key) + ": " + std::to_string(found) + " " + value + "\n" + printedLines(text);
     }
-    expectTold("keys, values and files", "\n" + told);
+    expectTold(told, R"(WebServerPort: 1 81
+> WebServerPort = "81"
+WebServerPort: 1 81
+> 
+>  	 webserverPORT="81" and "82" (no newline)
+WebServerPort: 0 untouched
+> WebServerPort=81
+> WebServerPort="82"
+WebServerPort: 0 untouched
+> WebServerPort="81
+> WebServerPort="82"
+PHP: 1 dso
+> PHPHandler="dso"
+> PHP="5"
+SUexecSetting: 1 
+> SUexecSetting=""
+Port: 0 untouched
+> "quoted" Port="81"
+: 0 untouched
+> WebServerPort="81"
+Port: 0 untouched
+> WebServerPort="81"
+Port: 1 81
+> #{117x}
+> Port="81"
+Port: 0 untouched
+> ##{117x}
+> Port="81"
+Port: 0 untouched
+> Port="{1121}"
+Port: 0 untouched
+> Port="{1121}" (no newline))");
     std::string value = "untouched";
     EXPECT_EQ(getParamFromZPConfFile(scratch("missing"), value, "Port"), 0);
     EXPECT_EQ(value, "untouched");
@@ -92,7 +123,18 @@ TEST(ApacheVersion, IsWhatTheFirstToolWithAnAnswerTells) {
         told +=
             std::to_string(major) + " " + std::to_string(minor) + " " + std::to_string(minorMinor) + "\n";
     }
-    expectTold("asked and told", "\n" + told);
+    expectTold(told, R"(apachectl -v, 2 4 6
+apachectl -v, httpd -v, 2 2 15
+apachectl -v, httpd -v, apache2 -v, 2 4 57
+apachectl -v, httpd -v, apache2 -v, -1 -1 -1
+apachectl -v, httpd -v, -1 -1 -1
+apachectl -v, -1 -1 -1
+apachectl -v, -1 -1 -1
+apachectl -v, -1 -1 -1
+apachectl -v, -1 -1 -1
+apachectl -v, 2 -1 -1
+apachectl -v, 2 4 -1
+apachectl -v, 2 4 1)");
 }
 
 TEST(ApacheServerRoot, IsTheConfigurationsOrTheServersOwn) {
@@ -116,13 +158,31 @@ TEST(ApacheServerRoot, IsTheConfigurationsOrTheServersOwn) {
         told +=
             CZPWebsite().getApacheServerRoot(written(configuration)) + "\n" + printedLines(configuration);
     }
-    expectTold("roots and configurations", "\n" + told);
+    expectTold(told, R"(/etc/httpd
+> # ServerRoot "/no"
+> Listen 80
+> SERVERROOT	"/etc/httpd" "/x"
+/opt/apache
+>  ServerRoot "/etc/httpd"
+/opt/apache
+> ServerRoot /etc/httpd
+> ServerRoot "/etc/two"
+/opt/apache
+
+/opt/bare
+/a/path/that/is/longer/than/the
+/etc/httpd
+> {2998x}
+> ServerRoot "/etc/httpd"
+/opt/apache
+> {2999x}
+> ServerRoot "/etc/httpd")");
     EXPECT_EQ(tools.calls().back(), "apachectl -V");
     EXPECT_EQ(CZPWebsite().getApacheServerRoot(scratch("missing")), "/opt/apache");
 }
 
 TEST(ApachePidFile, IsFoundByItsName) {
-    fs::create_directories("/var/run/apache2");  // a folder is no PID file
+    fs::create_directories("/var/run/apache2");  // a directory is no PID file
     EXPECT_EQ(CZPWebsite().getApachePIDFilePath(), "");
     writeFile("/var/run/httpd/httpd.pid", "1");
     EXPECT_EQ(CZPWebsite().getApachePIDFilePath(), "/var/run/httpd/httpd.pid");
@@ -157,7 +217,10 @@ TEST(ApacheModulesFolder, IsThatOfTheFirstModuleOrTheFirstKnownOne) {
         EXPECT_EQ(CZPWebsite().getApacheModulesDir(written(text)), folder);
     }
     const std::string none = written("Listen 80\n");
-    fs::remove_all("/usr/lib/apache2");
+    for (const char* folder :
+         {"/usr/lib64/apache2", "/usr/lib64/httpd", "/usr/lib/apache2", "/usr/lib/httpd"}) {
+        fs::remove_all(folder);
+    }
     EXPECT_EQ(CZPWebsite().getApacheModulesDir(none), "");
     for (const char* folder : {"/usr/lib64/apache2/modules", "/usr/lib64/httpd/modules",
                                "/usr/lib/apache2/modules", "/usr/lib/httpd/modules"}) {
@@ -186,7 +249,16 @@ TEST(ApacheUserAndGroup, AreResolvedThroughTheEnvironmentFile) {
     ask("User $RUN_USER\nGroup ${UNKNOWN}\n");
     fs::remove("/etc/apache2/envvars");
     ask(reference);
-    expectTold("results, users and groups", "\n" + told);
+    expectTold(told, R"(0 apache|web
+0 www-data|web group
+1 |
+> Apache user not found
+2 ${RUN_USER}|
+> Apache group not found
+0 $RUN_USER|${UNKNOWN}
+0 ${RUN_USER}|${RUN_GROUP}
+> Error while opening file
+> Error while opening file)");
 }
 
 TEST(PathOwner, IsTheFirstAccountWithItsNumber) {

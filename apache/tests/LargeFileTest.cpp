@@ -31,7 +31,9 @@ const FileOperation addDirective =
 }  // namespace
 
 TEST(LargeFile, is_copied_byte_for_byte_around_a_change) {
-    check({"changed", manyLines(1023) + blockOf({.domain = "last.example"}) + manyLines(70), addDirective});
+    check({"changed", manyLines(1023) + blockOf({.domain = "last.example"}) + manyLines(70), addDirective,
+           R"(0, .zpbackup.ACEP
+1971+	A b)"});
 }
 
 TEST(LargeFile, ends_at_a_line_over_the_bound_wherever_it_stands) {
@@ -40,7 +42,7 @@ TEST(LargeFile, ends_at_a_line_over_the_bound_wherever_it_stands) {
         check({name.c_str(),
                manyLines(1023).substr(0, offset) + "\n" + std::string(1024, 'x') + "\n" +
                    blockOf({.domain = "last.example"}),
-               addDirective});
+               addDirective, "1, .zpbackup.ACEP"});
     }
 }
 

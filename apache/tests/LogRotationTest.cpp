@@ -8,7 +8,7 @@
 
 #include "support/FakeTools.h"
 #include "support/Files.h"
-#include "support/Transcript.h"
+#include "support/Told.h"
 #include "support/Watching.h"
 
 using namespace zp::test;
@@ -54,7 +54,23 @@ TEST(LogRotation, RemovesALogThatHasReachedTheThreshold) {
         told += std::to_string(size) + " '" + threshold + "' '" + option + "': " + std::to_string(result) +
                 (fs::exists(log()) ? " kept\n" : " removed\n") + printedLines(output.text());
     }
-    expectTold("removal", "\n" + told);
+    expectTold(told, R"(1048576 '1' 'DEL': 1 removed
+> Remove the file
+3145727 '2 megabytes' 'del': 1 removed
+> Remove the file
+1048575 '1' 'DEL': 1 kept
+> 1048575
+1048575 '1' 'unknown': 1 kept
+> 1048575
+0 '0' 'DEL': 1 removed
+> Remove the file
+7 'many' 'Del': 1 removed
+> Remove the file
+7 '' 'DEL': 0 kept
+7 '99999999999999999999' 'DEL': 1 kept
+> 7
+7 '0' 'unknown': 0 kept
+7 '0' '': 0 kept)");
     EXPECT_EQ(rotate(log(), "0", "DEL", "absent.example"), 0);
 }
 
@@ -82,6 +98,15 @@ TEST(LogRotation, PacksBeforeItRemoves) {
         EXPECT_EQ(rotate(relative, "0", "ZIPandDEL"), 1);
         EXPECT_FALSE(fs::exists(log())) << "removed whether it could be packed or not";
     }
+}
+
+// A name that the shell would expand reaches the tool as it is.
+TEST(LogRotation, PacksALogOfAnyName) {
+    const FakeTools tools;
+    tools.replace("tar");
+    writeFile(scratch("log/~root"), "");
+    EXPECT_EQ(rotate(scratch("log/~root"), "0", "ZIPandDEL"), 1);
+    EXPECT_NE(tools.calls().back().find("~root"), std::string::npos) << tools.calls().back();
 }
 
 TEST(LogRotation, LeavesWhatIsNoLog) {

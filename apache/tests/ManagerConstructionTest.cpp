@@ -16,7 +16,7 @@
 #include "support/FakeTools.h"
 #include "support/Files.h"
 #include "support/Sites.h"
-#include "support/Transcript.h"
+#include "support/Told.h"
 #include "support/Watching.h"
 
 using namespace zp::test;
@@ -55,12 +55,24 @@ TEST(ManagerConstruction, ReportsTheModuleAndNothingElse) {
         CZPTrackManager tracking;
         build(&tracking);
         build(nullptr);
-        told += std::string("\n") + name + ":";
+        told += std::string(name) + ":";
         for (const std::string& call : callsOf(tracking)) {
             told += " " + call;
         }
+        told += "\n";
     }
-    expectTold("managers", told + "\n");
+    expectTold(told, R"(CZPWebsite: module Apache
+CZPWebsite with a configuration: module Apache properties HDCFFile=/etc/httpd/conf/httpd.conf
+CZPVirtualDirectory: module WebServerManager
+CZPVirtualDirectory with a configuration: module WebServerManager
+CZPVirtualDirectory of an installation: module WebServerManager
+CZPUsers: module WebServerManager
+CZPUsers of a folder: module WebServerManager
+CZPUsers of nothing: module WebServerManager
+WebmailManager: module WebmailManager
+RubyOnRails:
+PrivateFolder: module WebServerManager
+CustomErrorPages: module WebServerManager)");
     const RubyOnRails rails;
     const CustomErrorPages pages;
 }
@@ -103,7 +115,7 @@ TEST(ManagerConstruction, TheScratchFileStandsBesideTheConfiguration) {
     }
     std::filesystem::create_directories(deep);
     ASSERT_EQ(::chdir(deep.c_str()), 0);
-    for (const std::string& folder : {deep, std::string(".")}) {  // a bare name: the working folder
+    for (const std::string& folder : {deep, std::string(".")}) {  // a bare name: the working directory
         const std::string file = folder == "." ? "httpd.conf" : deep + "/httpd.conf";
         writeFile(deep + "/httpd.conf", "Listen 80\n");
         EXPECT_EQ(CZPWebsite(nullptr, file.c_str()).EnableHostingLimits(), 0);

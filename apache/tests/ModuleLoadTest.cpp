@@ -17,16 +17,51 @@ const std::string AtTop = "# LoadModule b_module b.so\n  loadmodule c_module \"l
 const std::string UsrLib = "LoadModule a_module /usr/lib/apache2/modules/a.so\n";
 
 const FileCase cases[] = {
-    {"GoesBeforeTheFirstLineOutsideTheSites", "ServerRoot \"/srv\"\n" + InSite + AtTop, addPhp},
-    {"NamesAFolderOfItsRootByItsLastPart", "ServerRoot \"/srv\"\n" + AtTop, addPhp},
-    {"NamesAFolderUnderUsrLibWhole", UsrLib, addPhp},
-    {"ElseBeforeTheFirstSite", "Listen 80\n\n" + Site + Site, addPhp},
-    {"ElseAtTheEnd", "Listen 80\n\n", addPhp},
-    {"AtTheEndOnALineOfItsOwn", "Listen 80", addPhp},
+    // A module must be loaded for the server, not within a site.
+    {"GoesBeforeTheFirstLineOutsideTheSites", "ServerRoot \"/srv\"\n" + InSite + AtTop, addPhp,
+     R"(0, .zpbackup.rt
+> entry=LoadModule php5_module mods/mod_php5.so
+> LoadModule found
+5-
+6+LoadModule php5_module mods/mod_php5.so)"},
+    // The server looks for it below its own root.
+    {"NamesAFolderOfItsRootByItsLastPart", "ServerRoot \"/srv\"\n" + AtTop, addPhp, R"(0, .zpbackup.rt
+> entry=LoadModule php5_module libs/mod_php5.so
+> LoadModule found
+3+LoadModule php5_module libs/mod_php5.so)"},
+    // Debian's modules lie outside the server's root.
+    {"NamesAFolderUnderUsrLibWhole", UsrLib, addPhp, R"(0, .zpbackup.rt
+> entry=LoadModule php5_module /usr/lib/apache2/modules/mod_php5.so
+> LoadModule found
+1+LoadModule php5_module /usr/lib/apache2/modules/mod_php5.so)"},
+    // Sites may use what the module brings.
+    {"ElseBeforeTheFirstSite", "Listen 80\n\n" + Site + Site, addPhp, R"(0, .zpbackup.rt
+> entry=LoadModule php5_module /usr/lib/apache2/modules/mod_php5.so
+> VirtualHost found
+2-
+2+LoadModule php5_module /usr/lib/apache2/modules/mod_php5.so)"},
+    // A file without modules and sites gets its first.
+    {"ElseAtTheEnd", "Listen 80\n\n", addPhp, R"(0, .zpbackup.rt
+> entry=LoadModule php5_module /usr/lib/apache2/modules/mod_php5.so
+> apending
+3+LoadModule php5_module /usr/lib/apache2/modules/mod_php5.so)"},
+    // An unfinished last line is not made longer.
+    {"AtTheEndOnALineOfItsOwn", "Listen 80", addPhp, R"(0, .zpbackup.rt, chatter
+1-Listen 80 (no newline)
+1+Listen 80
+2+LoadModule php5_module /usr/lib/apache2/modules/mod_php5.so)"},
+    // A module's name must not bring a directive along.
     {"RefusesANameOfTwoLines", "Listen 80\n",
-     [](auto& file) { return ApacheHelper().Apache_addModule(file, "a\nUser root #"); }},
+     [](auto& file) { return ApacheHelper().Apache_addModule(file, "a\nUser root #"); }, R"(4, .zpbackup.rt
+> entry=LoadModule a
+> User root #_module /usr/lib/apache2/modules/mod_a
+> User root #.so
+> apending
+> Unable to open file in append mode)"},
+    // The bound itself, and one more.
     {"SeesLinesOf1023Characters", std::string(1023, 'x') + "\n" + std::string(1024, 'y') + "\n" + UsrLib,
-     addPhp},
+     addPhp, R"(0, .zpbackup.rt, chatter
+4+LoadModule php5_module /usr/lib/apache2/modules/mod_php5.so)"},
 };
 
 }  // namespace

@@ -33,27 +33,78 @@ FileOperation erase(const std::string& name, const std::string& value) {
 const std::string Access = collected("samples/parameters.txt");
 
 const FileCase cases[] = {
-    {"FindsAValue", Access, has("OPTIONS", "None")},
-    {"AsksForTheLetterCaseOfTheValue", Access, has("Options", "NONE")},
-    {"AsksForTheWholeRest", "Options None \n", has("Options", "None")},
-    {"AsksForTheDelimiterAtOnce", "Options = None\nOptions\tNone\n", has("Options", "None", '=')},
-    {"SkipsWhatFollowsTheDelimiter", "Options= \t None\n", has("Options", "None", '=')},
+    // Names are found in any letter case.
+    {"FindsAValue", Access, has("OPTIONS", "None"), R"(1
+> delimeter contain spaces)"},
+    // Values are not.
+    {"AsksForTheLetterCaseOfTheValue", Access, has("Options", "NONE"), R"(0
+> delimeter contain spaces
+> delimeter contain spaces
+> delimeter contain spaces
+> delimeter contain spaces
+> delimeter contain spaces
+> delimeter contain spaces
+> delimeter contain spaces)"},
+    // A blank behind the value makes it another.
+    {"AsksForTheWholeRest", "Options None \n", has("Options", "None"), "0, chatter"},
+    // A name followed by something else is another name.
+    {"AsksForTheDelimiterAtOnce", "Options = None\nOptions\tNone\n", has("Options", "None", '='), R"(0
+> delimeter contain spaces
+> delimeter contain spaces)"},
+    // Blanks behind the delimiter are no part of the value.
+    {"SkipsWhatFollowsTheDelimiter", "Options= \t None\n", has("Options", "None", '='), "1, chatter"},
+    // The bound itself.
     {"SeesLinesOf2999Characters", "Options " + std::string(2991, 'x') + "\n",
-     has("Options", std::string(2991, 'x'))},
-    {"SeesNothingBehindALongerOne", std::string(3000, 'x') + "\nOptions None\n", has("Options", "None")},
-    {"NeedsAName", Access, has("", "None")},
-    {"NeedsAValue", "Options \n", has("Options", "")},
-    {"AddsALine", "Options All\n", add("Options None")},
-    {"AddsALineOfItsOwn", "Options All", add("Options None")},
-    {"AddsNoSecondLine", "", add("Options None\nSetHandler x")},
-    {"EditReplacesEveryMatchAndDropsComments", Access, edit("options", "None", "All -Indexes")},
-    {"EditToNothing", "Options None\n", edit("Options", "None", "")},
-    {"EditOfNothingDropsCommentsAllTheSame", Access, edit("Require", "valid-user", "x")},
-    {"EditNeedsAValue", Access, edit("Options", "", "x")},
-    {"EditRefusesTwoLines", Access, edit("Options", "None", "All\nSetHandler x")},
-    {"DeleteDropsEveryMatchAndKeepsComments", Access, erase("Options", "None")},
-    {"DeleteOfNothingDropsEmptyLinesAllTheSame", Access, erase("Require", "valid-user")},
-    {"DeleteNeedsAName", Access, erase("", "None")},
+     has("Options", std::string(2991, 'x')), "1, chatter"},
+    // One more ends the file.
+    {"SeesNothingBehindALongerOne", std::string(3000, 'x') + "\nOptions None\n", has("Options", "None"),
+     "0"},
+    // An empty name would match every line.
+    {"NeedsAName", Access, has("", "None"), "0"},
+    // And so would an empty value.
+    {"NeedsAValue", "Options \n", has("Options", ""), "0"},
+    // The usual case.
+    {"AddsALine", "Options All\n", add("Options None"), R"(1
+2+Options None)"},
+    // An unfinished last line is not made longer.
+    {"AddsALineOfItsOwn", "Options All", add("Options None"), R"(1
+1-Options All (no newline)
+1+Options All
+2+Options None)"},
+    // A value must not bring a directive along.
+    {"AddsNoSecondLine", "", add("Options None\nSetHandler x"), "0"},
+    // Comments are lost by an edit: documented, and so kept.
+    {"EditReplacesEveryMatchAndDropsComments", Access, edit("options", "None", "All -Indexes"),
+     R"(1, chatter
+1-# Options All
+2-
+3-Options None
+1,3+options All -Indexes
+5-  options   None
+11-	#Options None)"},
+    // An empty value is a value.
+    {"EditToNothing", "Options None\n", edit("Options", "None", ""), R"(1, chatter
+1-Options None
+1+Options )"},
+    // A known surprise.
+    {"EditOfNothingDropsCommentsAllTheSame", Access, edit("Require", "valid-user", "x"), R"(0
+1-# Options All
+2-
+11-	#Options None)"},
+    // No value matches nothing.
+    {"EditNeedsAValue", Access, edit("Options", "", "x"), "0"},
+    // A value must not bring a directive along.
+    {"EditRefusesTwoLines", Access, edit("Options", "None", "All\nSetHandler x"), "0, chatter"},
+    // Other than an edit, a deletion leaves comments.
+    {"DeleteDropsEveryMatchAndKeepsComments", Access, erase("Options", "None"), R"(1, chatter
+2-
+3-Options None
+5-  options   None)"},
+    // A known surprise.
+    {"DeleteOfNothingDropsEmptyLinesAllTheSame", Access, erase("Require", "valid-user"), R"(0
+2-)"},
+    // An empty name must not delete every line.
+    {"DeleteNeedsAName", Access, erase("", "None"), "0"},
 };
 
 }  // namespace
@@ -102,6 +153,11 @@ TEST(ParameterFilePlace, IsNotReachedThroughALinkOfTheOwner) {
             EXPECT_FALSE(operation(site + name)) << name;
         }
     }
+    // Nor where one of a group can have made it.
+    writeFile(scratch("shared/own"), "");
+    ASSERT_EQ(::chmod(scratch("shared").c_str(), 0770), 0);
+    ASSERT_EQ(::symlink(outside.c_str(), scratch("shared/link").c_str()), 0);
+    EXPECT_FALSE(add("Options All")(scratch("shared/link")));
     EXPECT_EQ(readFile(outside), Access);
     EXPECT_EQ(namesIn(scratch("outside")), std::vector<std::string>{"file"});
     // A link that only the administrator can have made is followed.

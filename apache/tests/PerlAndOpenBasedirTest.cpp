@@ -1,4 +1,4 @@
-// Perl CGI and PHP's open_basedir in the folders of a site.
+// Perl CGI and PHP's open_basedir in the directories of a site.
 #include <CZPWebsite.h>
 #include <gtest/gtest.h>
 
@@ -29,8 +29,8 @@ const std::string Restriction = "\t\tphp_admin_value open_basedir \"/srv/www/:/t
 const std::string Options = "\t\tOptions +ExecCGI\n";
 const std::string Empty = "\n \n";
 
-// The site, with lines in its folder and in a second block of that folder. In front of it everything that
-// is not meant: another site, another folder, and the folder without quotes and commented out.
+// The site, with lines in its directory and in a second block of that directory. In front of it everything
+// that is not meant: another site, another directory, and the directory without quotes and commented out.
 std::string site(const std::string& inFolder, const std::string& inSecond = "",
                  const std::string& root = "\"/srv/www\"") {
     return lines({"<VirtualHost *:80>", "\tServerName other.example", "\t<Directory \"/srv/www\">",
@@ -41,7 +41,7 @@ std::string site(const std::string& inFolder, const std::string& inSecond = "",
            inFolder + "\t</Directory>\n\t<Directory \"/srv/www\">\n" + inSecond +
            "\t</Directory>\n</VirtualHost>\n";
 }
-// A folder behind the site's block, and one behind the next opening tag.
+// A directory behind the site's block, and one behind the next opening tag.
 std::string behind(const std::string& folder, const std::string& next = "") {
     return "<VirtualHost *>\nServerName example.com\n</VirtualHost>\n<Directory \"/srv/www\">\n" + folder +
            "</Directory>\n<VirtualHost *>\n<Directory \"/srv/www\">\n" + next + "</Directory>\n";
@@ -53,33 +53,77 @@ const std::string TwoNames =
     Folder + "</VirtualHost>\n";
 
 const FileCase cases[] = {
-    {"PerlGoesToTheFirstBlockOfTheDocumentRoot", Empty + site(Options), enablePerl()},
-    {"PerlIsAddedASecondTime", site(Handler), enablePerl()},
-    {"PerlGoesToEachBlockOfTheSite", site("") + site(""), enablePerl()},
-    {"PerlOfASiteWithoutQuotedRoot", site("", "", "/srv/www"), enablePerl()},
-    {"PerlDoesNotEndAtAnotherName", TwoNames, enablePerl()},
-    {"NoPerlDropsOneLine", Empty + site(Options + Handler + Handler), disablePerl()},
-    {"NoPerlTakesAnyLetterCase", site("ADDHANDLER   CGI-script cgi PL\n"), disablePerl()},
-    {"NoPerlKeepsOtherHandlers", site("AddHandler cgi-script cgi pl py\n"), disablePerl()},
-    {"NoPerlReachesALaterFolderOfTheSite", site(Options, Handler), disablePerl()},
+    // One handler is enough for the site.
+    {"PerlGoesToTheFirstBlockOfTheDocumentRoot", Empty + site(Options), enablePerl(), R"(0
+> 		AddHandler cgi-script cgi pl
+1-
+18+		AddHandler cgi-script cgi pl)"},
+    // It is not looked for: a known surprise.
+    {"PerlIsAddedASecondTime", site(Handler), enablePerl(), R"(0, chatter
+18+		AddHandler cgi-script cgi pl)"},
+    // Both ports run scripts.
+    {"PerlGoesToEachBlockOfTheSite", site("") + site(""), enablePerl(), R"(0
+> 		AddHandler cgi-script cgi pl
+> 		AddHandler cgi-script cgi pl
+17,38+		AddHandler cgi-script cgi pl)"},
+    // The root is known by its quotes only.
+    {"PerlOfASiteWithoutQuotedRoot", site("", "", "/srv/www"), enablePerl(), "0"},
+    // A block with two names is both sites'.
+    {"PerlDoesNotEndAtAnotherName", TwoNames, enablePerl(), R"(0, chatter
+6+		AddHandler cgi-script cgi pl)"},
+    // One call undoes one call.
+    {"NoPerlDropsOneLine", Empty + site(Options + Handler + Handler), disablePerl(), R"(0
+1-
+20-		AddHandler cgi-script cgi pl)"},
+    // The server reads directives in any letter case.
+    {"NoPerlTakesAnyLetterCase", site("ADDHANDLER   CGI-script cgi PL\n"), disablePerl(), R"(0
+17-ADDHANDLER   CGI-script cgi PL)"},
+    // A handler with more suffixes is somebody else's.
+    {"NoPerlKeepsOtherHandlers", site("AddHandler cgi-script cgi pl py\n"), disablePerl(), "0"},
+    // The handler may stand in the second block of the directory.
+    {"NoPerlReachesALaterFolderOfTheSite", site(Options, Handler), disablePerl(), R"(0
+20-		AddHandler cgi-script cgi pl)"},
+    // What stands behind the site is not its own.
     {"NoPerlEndsWithTheSite", site("") + "<Directory \"/srv/www\">\n" + Handler + "</Directory>\n",
-     disablePerl()},
-    {"NoPerlOfAnUnknownSite", site(Handler), disablePerl("absent.example")},
-    {"BasedirIsWrittenAtTheEndOfTheFolder", Empty + site(Options), enableBasedir()},
+     disablePerl(), "0"},
+    // Nobody's scripts stop by a wrong name.
+    {"NoPerlOfAnUnknownSite", site(Handler), disablePerl("absent.example"), "0"},
+    // The last value is the one that counts in PHP.
+    {"BasedirIsWrittenAtTheEndOfTheFolder", Empty + site(Options), enableBasedir(), R"(96
+1-
+19,22+		php_admin_value open_basedir "/srv/www/:/tmp/")"},
+    // Any other admin value is taken for the old restriction: a known loss.
     {"BasedirReplacesAnyValue", site("\tPHP_admin_value memory_limit 1M\n" + Options, Restriction),
-     enableBasedir()},
+     enableBasedir(), R"(96
+17-	PHP_admin_value memory_limit 1M
+17+		php_admin_value open_basedir "/srv/www/:/tmp/")"},
+    // But only one.
     {"BasedirReplacesOneValue", site(Restriction + "\tphp_admin_value memory_limit 1M\n", Restriction),
-     enableBasedir()},
-    {"BasedirOfAnUnknownFolder", Empty + site(Options), enableBasedir("/srv/absent")},
-    {"BasedirEndsAtAnotherName", TwoNames, enableBasedir()},
+     enableBasedir(), "96"},
+    // No restriction is opened or set elsewhere.
+    {"BasedirOfAnUnknownFolder", Empty + site(Options), enableBasedir("/srv/absent"), R"(96
+1-)"},
+    // Other than Perl, this stops at the second name.
+    {"BasedirEndsAtAnotherName", TwoNames, enableBasedir(), "96"},
+    // A name outside of blocks is the server's own.
     {"BasedirAsksForANameInABlock", "ServerName example.com\n" + Folder + "<VirtualHost *>\n" + Folder,
-     enableBasedir()},
-    {"BasedirReachesFoldersBehindTheSite", behind(""), enableBasedir()},
+     enableBasedir(), "96"},
+    // A known reach beyond the site.
+    {"BasedirReachesFoldersBehindTheSite", behind(""), enableBasedir(), R"(96
+5+		php_admin_value open_basedir "/srv/www/:/tmp/")"},
+    // The same loss when it is lifted.
     {"NoBasedirDropsAnyValue", Empty + site("\tphp_admin_value memory_limit 1M\n" + Options + Restriction),
-     disableBasedir()},
-    {"NoBasedirEndsWithTheFolder", site(Options) + "php_admin_value memory_limit 1M\n", disableBasedir()},
-    {"NoBasedirReachesFoldersBehindTheSite", behind(Restriction, Restriction), disableBasedir()},
-    {"NoBasedirOfAnUnknownSite", site(Restriction), disableBasedir("/srv/www", "absent.example")},
+     disableBasedir(), R"(96
+1-
+19-	php_admin_value memory_limit 1M)"},
+    // A value behind the directory is the server's.
+    {"NoBasedirEndsWithTheFolder", site(Options) + "php_admin_value memory_limit 1M\n", disableBasedir(),
+     "96"},
+    // The same reach when it is lifted.
+    {"NoBasedirReachesFoldersBehindTheSite", behind(Restriction, Restriction), disableBasedir(), R"(96
+5-		php_admin_value open_basedir "/srv/www/:/tmp/")"},
+    // A wrong name must not lift a restriction.
+    {"NoBasedirOfAnUnknownSite", site(Restriction), disableBasedir("/srv/www", "absent.example"), "96"},
 };
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Folders behind a password: their two files, the tool that keeps the passwords, and its exact words.
+// Directories behind a password: their two files, the tool that keeps the passwords, and its exact words.
 #include <PrivateFolder.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
@@ -11,7 +11,7 @@
 
 #include "support/FakeTools.h"
 #include "support/Files.h"
-#include "support/Transcript.h"
+#include "support/Told.h"
 #include "support/Watching.h"
 
 using namespace zp::test;
@@ -37,7 +37,7 @@ std::string protectionOf(const std::string& folder) {
                   "require valid-user"});
 }
 
-// A folder of a site, empty.
+// A directory of a site, empty.
 std::string folder(const std::string& name = "site/private") {
     std::string path = scratch(name);
     std::filesystem::create_directories(path);
@@ -51,7 +51,7 @@ bool knows(const std::string& folder, const std::string& user, const std::string
     return std::system(command.c_str()) == 0;
 }
 
-// A folder's story, step by step: what each answered, ran and printed, and what became of the two files.
+// A directory's story, step by step: what each answered, ran and printed, and what became of the two files.
 class Story {
 public:
     Story() { tools_.watch("htpasswd"); }
@@ -65,11 +65,11 @@ public:
             told_ += "$ " + calls[i] + "\n";
         }
         const std::string access = readFile(place + "/.htaccess");
-        told_ += difference(access_, access, "-U1") + mode(place + "/.htaccess") + " " +
-                 mode(place + "/.htpasswd") + "\n";
+        told_ +=
+            changes(access_, access) + mode(place + "/.htaccess") + " " + mode(place + "/.htpasswd") + "\n";
         access_ = access;
     }
-    void check(const char* name) const { expectTold(name, "\n" + told_); }
+    void check(const std::string& expected) const { expectTold(told_, expected); }
 
     const std::string place = folder();
 
@@ -101,7 +101,94 @@ TEST(PrivateFolder, TakesUsersInAndLetsThemGo) {
     story.step("freed without a password file", [&] { return erase(place); });
     story.step("untouched", [&] { return erase(folder("site/untouched")); });
     story.step("missing", [&] { return erase(scratch("missing")); });
-    story.check("life of a folder");
+    story.check(R"(first user: 1602
+$ htpasswd -cb (open file) ann secret
+1+AuthUserFile /mnt/cases/PrivateFolder.TakesUsersInAndLetsThemGo/site/private/.htpasswd
+2+AuthName "Restricted Area"
+3+AuthType Basic
+4+require valid-user
+0444 0444
+second user: 1602
+> delimeter contain spaces
+> delimeter contain spaces
+> delimeter contain spaces
+> delimeter contain spaces
+$ htpasswd -b (open file) [b;ob] [p;w $(reboot) 'q']
+0444 0444
+new password: 1605
+> command=htpasswd -D /mnt/cases/PrivateFolder.TakesUsersInAndLetsThemGo/site/private/.htpasswd ann
+> command=htpasswd -b /mnt/cases/PrivateFolder.TakesUsersInAndLetsThemGo/site/private/.htpasswd ann 'it'\''s'
+$ htpasswd -D (open file) ann
+$ htpasswd -b (open file) ann [it's]
+0444 0444
+moved to another folder: 1605
+> command=htpasswd -D /mnt/cases/PrivateFolder.TakesUsersInAndLetsThemGo/site/private/.htpasswd ann
+$ htpasswd -D (open file) ann
+$ htpasswd -cb (open file) ann new
+0444 0444
+last user gone: 1603
+> command=htpasswd -D /mnt/cases/PrivateFolder.TakesUsersInAndLetsThemGo/site/private/.htpasswd 'b;ob'
+> cp_FF
+> delimeter contain spaces
+> delimeter contain spaces
+> delimeter contain spaces
+> delimeter contain spaces
+> delimeter contain spaces
+> delimeter contain spaces
+> delimeter contain spaces
+> delimeter contain spaces
+$ htpasswd -D (open file) [b;ob]
+1-AuthUserFile /mnt/cases/PrivateFolder.TakesUsersInAndLetsThemGo/site/private/.htpasswd
+2-AuthName "Restricted Area"
+3-AuthType Basic
+4-require valid-user
+0444 (no file)
+among other directives: 1602
+> delimeter contain spaces
+$ htpasswd -cb (open file) ann secret
+1+# of the owner
+2+
+3+Options -Indexes
+4+authtype Basic
+5+AuthUserFile /mnt/cases/PrivateFolder.TakesUsersInAndLetsThemGo/site/private/.htpasswd
+6+AuthName "Restricted Area"
+7+require valid-user
+0444 0444
+and gone again: 1603
+> command=htpasswd -D /mnt/cases/PrivateFolder.TakesUsersInAndLetsThemGo/site/private/.htpasswd ann
+> cp_FF
+> delimeter contain spaces
+> delimeter contain spaces
+> delimeter contain spaces
+> delimeter contain spaces
+> delimeter contain spaces
+> delimeter contain spaces
+> delimeter contain spaces
+> delimeter contain spaces
+$ htpasswd -D (open file) ann
+2-
+4-authtype Basic
+5-AuthUserFile /mnt/cases/PrivateFolder.TakesUsersInAndLetsThemGo/site/private/.htpasswd
+6-AuthName "Restricted Area"
+7-require valid-user
+0444 (no file)
+freed without a password file: 1603
+> cp_FF
+> delimeter contain spaces
+> delimeter contain spaces
+> delimeter contain spaces
+> delimeter contain spaces
+> delimeter contain spaces
+> delimeter contain spaces
+> delimeter contain spaces
+> delimeter contain spaces
+1-# of the owner
+2-Options -Indexes
+0444 (no file)
+untouched: 1603
+0444 (no file)
+missing: 1603
+0444 (no file))");
 }
 
 // The tool never meets a file that more accounts can read than in the end.
@@ -128,8 +215,10 @@ TEST(PrivateFolder, SaysWhatCouldNotBeDone) {
     tools.replace("htpasswd", ":");
     EXPECT_EQ(add(place), 1602) << "what the tool answers is not examined";
     EXPECT_EQ(readFile(place + "/.htpasswd"), NoFile) << "the tool made none";
-    writeFile(place + "/.htpasswd", "ann:x\n");
     const CapturedOutput output;
+    EXPECT_EQ(add(place, "ann", ""), 1602);
+    EXPECT_TRUE(tools.calls().back().ends_with("ann []")) << "an empty password is a word, too";
+    writeFile(place + "/.htpasswd", "ann:x\n");
     tools.replace("htpasswd", "echo half >\"$2\"; exit 1");
     EXPECT_EQ(add(place, "bob"), 1602);
     EXPECT_EQ(readFile(place + "/.htpasswd"), "ann:x\n") << "nothing of a tool that failed";
@@ -153,7 +242,7 @@ TEST(PrivateFolder, SaysThatTheToolCouldNotBeRun) {
     ::getrlimit(RLIMIT_NOFILE, &all);
     const int next = ::dup(0);
     ::close(next);
-    // An operation holds the folder of each of the two files open, and one file of it at a time.
+    // An operation holds the directory of each of the two files open, and one file of it at a time.
     const rlimit few{static_cast<rlim_t>(next) + 3, all.rlim_max};
     ::setrlimit(RLIMIT_NOFILE, &few);
     const int results[] = {add(place), erase(place), edit(place, place)};
@@ -163,7 +252,7 @@ TEST(PrivateFolder, SaysThatTheToolCouldNotBeRun) {
     EXPECT_EQ(readFile(place + "/.htpasswd"), passwords);
 }
 
-// Nothing outside the folder is written, whatever its owner puts in the place of the two files or of
+// Nothing outside the directory is written, whatever its owner puts in the place of the two files or of
 // itself.
 TEST(PrivateFolder, FollowsNoLinkOfTheOwner) {
     const std::string outside = scratch("outside");

@@ -23,7 +23,7 @@ const std::string Content = "/var/www/example.com/www";
 const std::string Default = blockOf({});
 const std::string Root = "\tDocumentRoot \"" + Content + "/html\"\n";
 
-// The site's content folder, which belongs to its owner.
+// The site's content directory, which belongs to its owner.
 void layOutSite() {
     addSiteAccounts();
     writeFile(Content + "/html/index.html", "");
@@ -54,25 +54,160 @@ FileOperation withoutScratchFile(const FileOperation& operation) {
     };
 }
 
+// The application's block is told in one line where it is exactly this.
+std::string folded(std::string text, const std::string& application) {
+    const std::string block =
+        "\t<Directory \"" + Content + "/" + application + "/public\">\n" +
+        lines({"\t\tAllowOverride none", "\t\tAllow from \"All\"", "\t\tOptions +FollowSymLinks +ExecCGI",
+               "\t\tAddHandler fastcgi-script .fcgi", "\t\tRewriteEngine On",
+               "\t\tRewriteRule ^$ index.html [QSA]", "\t\tRewriteRule ^([^.]+)$ $1.html [QSA]",
+               "\t\tRewriteCond %{REQUEST_FILENAME} !-f", "\t\tRewriteRule ^(.*)$ dispatch.fcgi [QSA,L]",
+               "\t</Directory>"});
+    const size_t at = text.find(block);
+    return at == std::string::npos ? text
+                                   : text.replace(at, block.size(), "\t(block of " + application + ")\n");
+}
+FileOperation folding(const FileOperation& operation) {
+    return [=](auto& file) {
+        const int result = operation(file);
+        for (const std::string& name : {file, file + ".zpbackup.rt"}) {
+            if (fs::exists(name)) {
+                writeFile(name, folded(folded(readFile(name), "app"), "app/app"));
+            }
+        }
+        return result;
+    };
+}
+
 const std::string Bare = with(Default, Root, "\tDocumentRoot " + Content + "/html\n");
 const FileCase cases[] = {
-    {"ToTheApplication", Default, toRails()},
-    {"ToTheApplicationOneLevelDeeper", Default, twice(toRails())},
-    {"ToTheApplicationAndBack", Default, inTurn(toRails(), toDefault())},
-    {"ToTheApplicationWithoutQuotes", Bare, toRails()},
-    {"ToTheApplicationWithoutRoot", without(Default, Root), toRails()},
-    {"ToTheApplicationWithoutOwner", Default, toRails("fresh", "nobody-known")},
-    {"ToTheApplicationInAMissingFolder", Default, toRails("missing/app")},
+    // The root moves and the application gets its rules.
+    {"ToTheApplication", Default, toRails(), R"(0, .zpbackup.rt
+1-
+5-	DocumentRoot "/var/www/example.com/www/html"
+4+	DocumentRoot "/var/www/example.com/www/app/public"
+8+	(block of app)
+kept:
+1-
+5-	DocumentRoot "/var/www/example.com/www/html"
+4+	DocumentRoot "/var/www/example.com/www/app/public")"},
+    // A second switch goes below the first: a known surprise.
+    {"ToTheApplicationOneLevelDeeper", Default, twice(toRails()), R"(0, .zpbackup.rt
+1-
+5-	DocumentRoot "/var/www/example.com/www/html"
+4+	DocumentRoot "/var/www/example.com/www/app/app/public"
+8+	(block of app/app)
+9+	(block of app)
+kept:
+1-
+5-	DocumentRoot "/var/www/example.com/www/html"
+4+	DocumentRoot "/var/www/example.com/www/app/app/public"
+8+	(block of app))"},
+    // The way back leaves the site as it was, empty lines aside.
+    {"ToTheApplicationAndBack", Default, inTurn(toRails(), toDefault()), R"(0, .zpbackup.rt
+1-
+kept:
+1-
+8+	(block of app))"},
+    // An unquoted root is an error of the file: a known limit.
+    {"ToTheApplicationWithoutQuotes", Bare, toRails(), R"(3
+> error occured while getting DocumentRoot, error occured in apache configuration file)"},
+    // Without a root there is nothing to switch, and nothing is made.
+    {"ToTheApplicationWithoutRoot", without(Default, Root), toRails(), R"(5
+> error occured while getting DocumentRoot, DocumentRoot not found)"},
+    // Without an owner no directory is made; the root has moved all the same, a known surprise.
+    {"ToTheApplicationWithoutOwner", Default, toRails("fresh", "nobody-known"), R"(7, .zpbackup.rt
+> Cannot make rails application folder
+1-
+5-	DocumentRoot "/var/www/example.com/www/html"
+4+	DocumentRoot "/var/www/example.com/www/fresh/public")"},
+    // Nor is a path made up on the way.
+    {"ToTheApplicationInAMissingFolder", Default, toRails("missing/app"), R"(7, .zpbackup.rt, chatter
+1-
+5-	DocumentRoot "/var/www/example.com/www/html"
+4+	DocumentRoot "/var/www/example.com/www/missing/app/public")"},
+    // The rules need a block; the file says how far it came.
     {"ToTheApplicationWithoutABlockToStandBefore",
-     Default.substr(0, Default.find("\t<Directory")) + "</VirtualHost>\n", toRails()},
-    {"ToTheApplicationWithoutScratchFile", Default, withoutScratchFile(toRails())},
-    {"ToTheApplicationRobbed", Default, robbed(toRails())},
-    {"BackWithoutQuotes", Bare, toDefault()},
-    {"BackWithoutRoot", without(Default, Root), toDefault()},
-    {"BackFromNoApplication", Default, toDefault()},
-    {"BackFromAnotherApplication", Default, inTurn(toRails(), toDefault("pp"))},
-    {"BackWithoutScratchFile", Default, inTurn(toRails(), withoutScratchFile(toDefault()))},
-    {"BackRobbed", Default, inTurn(toRails(), robbed(toDefault()))},
+     Default.substr(0, Default.find("\t<Directory")) + "</VirtualHost>\n", toRails(), R"(8, .zpbackup.rt
+> cannot add directory tag
+1-
+5-	DocumentRoot "/var/www/example.com/www/html"
+4+	DocumentRoot "/var/www/example.com/www/app/public"
+kept:
+1-
+5-	DocumentRoot "/var/www/example.com/www/html"
+4+	DocumentRoot "/var/www/example.com/www/app/public")"},
+    // A file that cannot be written stays as it is.
+    {"ToTheApplicationWithoutScratchFile", Default, withoutScratchFile(toRails()),
+     R"(2, .zpbackup.rt, _temp1
+> error occured while updating DocumentRoot, cannot open temp file)"},
+    // What another program took away meanwhile is reported, and not made up.
+    {"ToTheApplicationRobbed", Default, robbed(toRails()), R"(6
+> error occured while updating DocumentRoot, Cannot update DocumentRoot
+1-
+2-<VirtualHost 10.0.0.5>
+3-	ServerName example.com
+4-	ServerAdmin siteadmin@example.com
+5-	DocumentRoot "/var/www/example.com/www/html"
+6-	ServerAlias www.example.com
+7-	ErrorLog /var/www/example.com/log/httpd/error_log
+8-	CustomLog /var/www/example.com/log/httpd/access_log combined
+9-	<Directory "/var/www/example.com">
+10-		AllowOverride All
+11,13-	</Directory>
+12-	<Directory "/var/www/example.com/www">
+14-</VirtualHost>)"},
+    // The way back reads what the way there reads.
+    {"BackWithoutQuotes", Bare, toDefault(), R"(3
+> Error occured while getting DocumentRoot, error in  apache configuration file)"},
+    // Nothing to switch back.
+    {"BackWithoutRoot", without(Default, Root), toDefault(), R"(5
+> Error occured while getting DocumentRoot, DocumentRoot not found)"},
+    // A site that never was switched is left alone.
+    {"BackFromNoApplication", Default, toDefault(), "5, chatter"},
+    // Only the named application is left.
+    {"BackFromAnotherApplication", Default, inTurn(toRails(), toDefault("pp")), R"(5, .zpbackup.rt, chatter
+1-
+5-	DocumentRoot "/var/www/example.com/www/html"
+4+	DocumentRoot "/var/www/example.com/www/app/public"
+8+	(block of app)
+kept:
+1-
+5-	DocumentRoot "/var/www/example.com/www/html"
+4+	DocumentRoot "/var/www/example.com/www/app/public")"},
+    // A file that cannot be written stays as it is.
+    {"BackWithoutScratchFile", Default, inTurn(toRails(), withoutScratchFile(toDefault())),
+     R"(2, .zpbackup.rt, _temp1
+> Error occured while Updating DocumentRoot, Cannot open Temp file
+1-
+5-	DocumentRoot "/var/www/example.com/www/html"
+4+	DocumentRoot "/var/www/example.com/www/app/public"
+8+	(block of app)
+kept:
+1-
+5-	DocumentRoot "/var/www/example.com/www/html"
+4+	DocumentRoot "/var/www/example.com/www/app/public"
+8+	(block of app))"},
+    // The last step fails, and says so.
+    {"BackRobbed", Default, inTurn(toRails(), robbed(toDefault())), R"(6, .zpbackup.rt
+> Error occured while updating DocumentRoot, Cannot update
+1-
+2-<VirtualHost 10.0.0.5>
+3-	ServerName example.com
+4-	ServerAdmin siteadmin@example.com
+5-	DocumentRoot "/var/www/example.com/www/html"
+6-	ServerAlias www.example.com
+7-	ErrorLog /var/www/example.com/log/httpd/error_log
+8-	CustomLog /var/www/example.com/log/httpd/access_log combined
+9-	<Directory "/var/www/example.com">
+10-		AllowOverride All
+11,13-	</Directory>
+12-	<Directory "/var/www/example.com/www">
+14-</VirtualHost>
+kept:
+1-
+5-	DocumentRoot "/var/www/example.com/www/html"
+4+	DocumentRoot "/var/www/example.com/www/app/public")"},
 };
 
 std::string siteWith(const std::string& text) {
@@ -85,7 +220,11 @@ std::string siteWith(const std::string& text) {
 }  // namespace
 
 class RailsSwitch : public ::testing::TestWithParam<FileCase> {};
-TEST_P(RailsSwitch, File) { check(GetParam()); }
+TEST_P(RailsSwitch, File) {
+    FileCase railsCase = GetParam();
+    railsCase.operation = folding(railsCase.operation);
+    check(railsCase);
+}
 INSTANTIATE_TEST_SUITE_P(Every, RailsSwitch, ::testing::ValuesIn(cases), byName);
 
 TEST(Rails, MakesFoldersThatOutliveIt) {

@@ -19,30 +19,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// Is this one of the few that write no text of the caller's?
-bool writesValue(const Editing& operation) {
-    const std::string name = operation.name;
-    return name == "EnableMessage" ||
-           !(name.starts_with("Enable") || name.starts_with("Delete") || name.starts_with("St"));
-}
-
-// The copy is opened first: it is what a folder that is missing is blamed on,
-bool blamesItsCopyFirst(const Editing& operation) {
-    return operation.noScratch == 23 && (operation.copy == ".dif" || operation.noFile == 21);
-}
-// or it stays, empty, where the configuration cannot be opened.
-bool leavesAnEmptyCopy(const Editing& operation) {
-    return operation.noFile == 22 && operation.noScratch == 22 &&
-           operation.name != std::string("EnableOpenBasedir");
-}
-
-// A change that is not made leaves the file as it is.
-bool asksForItsPlace(const Editing& operation) {
-    const std::string name = operation.name;
-    return (operation.notFound != operation.done && name != "NameBasedToIPBased") ||
-           name == "SuPhpForASite";
-}
-
 // The rest of the scope runs as an account without privileges.
 class WithoutPrivileges {
 public:
@@ -70,7 +46,7 @@ protected:
         addSiteAccounts();
         refill("conf");
     }
-    // A fresh configuration in a folder that was empty.
+    // A fresh configuration in a directory that was empty.
     void refill(const std::string& name) {
         fs::remove_all(scratch(name));
         fs::remove_all("/var/www/example.com");
@@ -131,20 +107,18 @@ TEST_P(Rewriting, TakesNoPartOfAPathForACommand) {
     EXPECT_NE(readFile(file), editedConfiguration());
 }
 
-TEST_P(Rewriting, WritesNoTextThatHoldsALineBreak) {
-    const int result = run("x\nUser root");
-    EXPECT_EQ(result, writesValue(GetParam()) ? GetParam().noScratch : GetParam().done);
-    if (writesValue(GetParam())) {
-        expectUntouched();
-    }
-    EXPECT_EQ(readFile(file).find("User root"), std::string::npos);
+class RewritingValue : public Rewriting {};
+TEST_P(RewritingValue, HoldsNoLineBreak) {
+    EXPECT_EQ(run("x\nUser root"), GetParam().noScratch);
+    expectUntouched();
 }
+INSTANTIATE_TEST_SUITE_P(Operations, RewritingValue, ::testing::ValuesIn(writingEditings()), byName);
 
 TEST_P(Rewriting, SaysWhenTheFileCannotBeRead) {
     const CapturedOutput output;
     file = folder + "/missing.conf";
     EXPECT_EQ(run(), GetParam().noFile);
-    EXPECT_EQ(temporaryFilesIn(folder).empty(), !leavesAnEmptyCopy(GetParam()));
+    EXPECT_EQ(temporaryFilesIn(folder).empty(), !GetParam().is(LeavesCopy));
     file = folder + "/a-folder.conf";
     fs::create_directories(file);
     EXPECT_EQ(run(), GetParam().noFile);
@@ -152,7 +126,7 @@ TEST_P(Rewriting, SaysWhenTheFileCannotBeRead) {
     ASSERT_EQ(::mkfifo(file.c_str(), 0600), 0);
     EXPECT_EQ(run(), GetParam().noFile);
     file = "/missing/httpd.conf";
-    EXPECT_EQ(run(), blamesItsCopyFirst(GetParam()) ? GetParam().noScratch : GetParam().noFile);
+    EXPECT_EQ(run(), GetParam().is(CopyFirst) ? GetParam().noScratch : GetParam().noFile);
     EXPECT_FALSE(fs::exists("/missing"));
 
     refill("unreadable");
@@ -226,7 +200,7 @@ TEST_P(Rewriting, TakesAnythingForAConfiguration) {
         refill("anything");
         writeFile(file, text);
         EXPECT_EQ(run(), GetParam().notFound);
-        if (asksForItsPlace(GetParam())) {
+        if (GetParam().is(Keeps)) {
             EXPECT_EQ(readFile(file), text);
         }
     }

@@ -62,38 +62,141 @@ std::string longBlock(size_t lines_) {
 }
 
 const FileCase cases[] = {
-    {"ServerGoesBeforeTheFirstLoading", Loading, enableGlobally},
-    {"ServerStaysOn", "  suPHP_engine  oN\n", enableGlobally},
-    {"ServerIsTurnedOn", "\nsuPHP_Engine Off\n\tsuPHP_Engine Off\nsuphp_engineX\n", enableGlobally},
-    {"ServerWithoutLoadingStaysAsItIs", "\nListen 80\n", enableGlobally},
-    {"ServerIsTurnedOnTwice", with(Loading, "loadmodule", Engine + "loadmodule"), enableGlobally},
+    // The engine is on for everything behind it.
+    {"ServerGoesBeforeTheFirstLoading", Loading, enableGlobally, R"(0
+4+<IfModule mod_suphp.c>
+5+	suPHP_Engine On
+6+</IfModule>)"},
+    // A repeated request changes nothing.
+    {"ServerStaysOn", "  suPHP_engine  oN\n", enableGlobally, "0"},
+    // Every line that turns it off is replaced.
+    {"ServerIsTurnedOn", "\nsuPHP_Engine Off\n\tsuPHP_Engine Off\nsuphp_engineX\n", enableGlobally, R"(0
+2-suPHP_Engine Off
+2,6+<IfModule mod_suphp.c>
+3,7+	suPHP_Engine On
+4,8+</IfModule>
+4-suphp_engineX)"},
+    // No place, no change.
+    {"ServerWithoutLoadingStaysAsItIs", "\nListen 80\n", enableGlobally, "0"},
+    // The block is known again.
+    {"ServerIsTurnedOnTwice", with(Loading, "loadmodule", Engine + "loadmodule"), enableGlobally, "0"},
+    // Nothing may name a module that is no longer loaded.
     {"ServerGoesWithItsModule",
      "\nLoadModule suphp_module x.so\n#LoadModule suphp_module y.so\n <IfModule "
      "!mod_suphp.c>\n\tsuPHP_ConfigPath x\n"
      "\tsuPHP_Engine off\n </IfModule>\n<IfModule mod_ssl.c>\n</IfModule>\nsuPHP_Engine Off\n",
-     disableGlobally},
+     disableGlobally, R"(96
+2-LoadModule suphp_module x.so
+3-#LoadModule suphp_module y.so
+4- <IfModule !mod_suphp.c>
+6-	suPHP_Engine off
+7- </IfModule>)"},
+    // A site's engine without the server's would stop the start.
     {"ServerTakesTheSitesEnginesAlong",
-     "<VirtualHost *>\n" + Block + " \t suPHP_Engine On\n</VirtualHost>\n" + Engine, disableGlobally},
-    {"SiteGetsItsBlockBehindItsLog", Site + Other, enable()},
-    {"SiteHasItsBlockAlready", withBlock(Site), enable()},
-    {"SiteHasTheModuleMentioned", with(Site, Log, Log + "# no mod_suphp here\n"), enable()},
-    {"SiteWithoutLog", without(Site, Log) + Other, enable()},
-    {"SiteOfAnotherLetterCase", with(Site, "ServerName ex", "ServerName Ex"), enable()},
-    {"SiteOwnerWithoutMailDomain", with(Site, "siteadmin@example.com", "siteadmin"), enable()},
-    {"SiteOutsideItsFolder", with(Site, "/var/www/example.com/www/html", "/srv/html"), enable()},
-    {"SiteCutBehindItsLog", "<VirtualHost *>\nServerName example.com\n customlog x", enable()},
-    {"SiteUnknown", Site, enable("absent.example")},
-    {"NoSiteBlock", "\n" + withBlock(Site) + Other, disable()},
-    {"NoSiteBlockOfTenLines", with(Site, Log, longBlock(10)), disable()},
-    {"NoSiteBlockOfMore", with(Site, Log, longBlock(11)), disable()},
-    {"NoSiteBlocksOfMoreTogether", with(Site, Log, longBlock(8)) + with(Site, Log, longBlock(8)),
-     disable()},
+     "<VirtualHost *>\n" + Block + " \t suPHP_Engine On\n</VirtualHost>\n" + Engine, disableGlobally, R"(96
+3-		suPHP_Engine On
+12-<IfModule mod_suphp.c>
+13-	suPHP_Engine On
+14-</IfModule>)"},
+    // The owner's user runs the scripts: the wrong one would open other sites.
+    {"SiteGetsItsBlockBehindItsLog", Site + Other, enable(), R"(96
+> !string::npos
+1,15-
+8+	<IfModule mod_suphp.c>
+9+		suPHP_Engine On
+10+		AddType application/x-httpd-php   .php
+11+		AddHandler x-httpd-php .php
+12+		suPHP_AddHandler x-httpd-php
+13+		suPHP_UserGroup siteadmin zp7group
+14+		SetEnv PHPRC "/var/www/example.com/setting_php
+15+	</IfModule>)"},
+    // A repeated request adds no second block.
+    {"SiteHasItsBlockAlready", withBlock(Site), enable(), "96, chatter"},
+    // A mention in a comment counts as there: a known limit.
+    {"SiteHasTheModuleMentioned", with(Site, Log, Log + "# no mod_suphp here\n"), enable(), "96, chatter"},
+    // Without the line to stand behind nothing is written.
+    {"SiteWithoutLog", without(Site, Log) + Other, enable(), "96, chatter"},
+    // Names are compared as they are written here.
+    {"SiteOfAnotherLetterCase", with(Site, "ServerName ex", "ServerName Ex"), enable(), "96, chatter"},
+    // The owner is what stands before the at sign, or all of it.
+    {"SiteOwnerWithoutMailDomain", with(Site, "siteadmin@example.com", "siteadmin"), enable(),
+     R"(96, chatter
+1-
+8+	<IfModule mod_suphp.c>
+9+		suPHP_Engine On
+10+		AddType application/x-httpd-php   .php
+11+		AddHandler x-httpd-php .php
+12+		suPHP_AddHandler x-httpd-php
+13+		suPHP_UserGroup siteadmin zp7group
+14+		SetEnv PHPRC "/var/www/example.com/setting_php
+15+	</IfModule>)"},
+    // Where the root is not below the site's directory, no settings are named.
+    {"SiteOutsideItsFolder", with(Site, "/var/www/example.com/www/html", "/srv/html"), enable(), R"(96
+1-
+8+	<IfModule mod_suphp.c>
+9+		suPHP_Engine On
+10+		AddType application/x-httpd-php   .php
+11+		AddHandler x-httpd-php .php
+12+		suPHP_AddHandler x-httpd-php
+13+		suPHP_UserGroup siteadmin zp7group
+14+	</IfModule>)"},
+    // An unfinished last line is ended before the block.
+    {"SiteCutBehindItsLog", "<VirtualHost *>\nServerName example.com\n customlog x", enable(), R"(96
+3- customlog x (no newline)
+3+ customlog x
+4+	<IfModule mod_suphp.c>
+5+		suPHP_Engine On
+6+		AddType application/x-httpd-php   .php
+7+		AddHandler x-httpd-php .php
+8+		suPHP_AddHandler x-httpd-php
+9+		suPHP_UserGroup  zp7group
+10+	</IfModule>)"},
+    // An unknown name changes nothing.
+    {"SiteUnknown", Site, enable("absent.example"), "96"},
+    // Only the module's block goes.
+    {"NoSiteBlock", "\n" + withBlock(Site) + Other, disable(), R"(96
+> Server Name Found
+> IfMoudle found
+> </IfModule>
+> replaceing files
+9-	<IfModule mod_suphp.c>
+10-		suPHP_Engine On
+11-		AddType application/x-httpd-php   .php
+12-		AddHandler x-httpd-php .php
+13-		suPHP_AddHandler x-httpd-php
+14-		suPHP_UserGroup siteadmin zp7group
+15-		SetEnv PHPRC "/var/www/example.com/setting_php
+16-	</IfModule>)"},
+    // The bound of a block itself.
+    {"NoSiteBlockOfTenLines", with(Site, Log, longBlock(10)), disable(), R"(96, chatter
+8-	<IfModule mod_suphp.c>
+9..17-		# more
+18-	</IfModule>)"},
+    // A longer block is not the one that was written here.
+    {"NoSiteBlockOfMore", with(Site, Log, longBlock(11)), disable(), R"(87
+> Server Name Found
+> IfMoudle found
+> IsError true)"},
+    // The lines of all blocks count together: a known limit.
+    {"NoSiteBlocksOfMoreTogether", with(Site, Log, longBlock(8)) + with(Site, Log, longBlock(8)), disable(),
+     R"(87
+> Server Name Found
+> IfMoudle found
+> </IfModule>
+> Server Name Found
+> IfMoudle found
+> IsError true)"},
+    // What has no end is not dropped to the end of the file.
     {"NoSiteBlockWithoutEnd", "<VirtualHost *>\nServerName example.com\n<IfModule mod_suphp.c>\n",
-     disable()},
+     disable(), "87, chatter"},
+    // A block behind the site is not the site's.
     {"NoSiteBlockBehindTheSite",
-     "<VirtualHost *>\nServerName example.com\n\t</VIRTUALhost>\n" + longBlock(3), disable()},
-    {"NoSiteBlockThere", Site + Engine, disable()},
-    {"NoSiteKnown", withBlock(Site), disable("absent.example")},
+     "<VirtualHost *>\nServerName example.com\n\t</VIRTUALhost>\n" + longBlock(3), disable(), R"(96
+> Server Name Found)"},
+    // The server's own engine stays.
+    {"NoSiteBlockThere", Site + Engine, disable(), "96, chatter"},
+    // Nobody's scripts run as another user by a wrong name.
+    {"NoSiteKnown", withBlock(Site), disable("absent.example"), "96"},
 };
 
 }  // namespace
@@ -135,7 +238,7 @@ const Host Hosts[] = {{"Linux x 5.1 i686 GNU/Linux\n",
                        {"/usr/lib64/httpd/modules", "/usr/lib64/apache2/modules",
                         "/usr/lib/apache2/modules", "/usr/lib/httpd/modules"}}};
 
-// The shipped files, the folders for modules, and a kernel that gives this answer.
+// The shipped files, the directories for modules, and a kernel that gives this answer.
 void layOutHost(const Host& host) {
     std::filesystem::remove_all("/usr/local/sbin");
     std::filesystem::remove_all("/usr/local/etc");

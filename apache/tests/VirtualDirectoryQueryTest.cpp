@@ -4,7 +4,7 @@
 #include <filesystem>
 
 #include "support/Files.h"
-#include "support/Transcript.h"
+#include "support/Told.h"
 #include "support/VirtualDirectories.h"
 
 using namespace zp::test;
@@ -107,7 +107,46 @@ TEST(VirtualDirectoryQuery, ReadsTheBlock) {
                       site(block("Deny x"))) +
                 "\n";
     }
-    expectTold("lines and what was read", "\n" + told);
+    expectTold(told, R"(order ........ allow=All deny=
+		Options +Indexes -Includes +ExecCGI -Indexes
+order +-..+... allow=All deny=
+		options -MultiViews +FollowSymLinksIfOwnerMatch
+order ..+-.... allow=All deny=
+		Options +Indexes
+		Options -Includes
+order .-...... allow=All deny=
+		Options +indexes Includes
+order ........ allow=All deny=
+		Order Deny,Allow
+order ........ allow=All deny=
+		Require all granted
+order ........ allow=All deny=
+		Allow from "10.0.0.2 10.0.0.3"
+		DENY  from  "10.0.0.1
+order ........ allow=10.0.0.2 10.0.0.3 deny=10.0.0.1
+		Allow from a.example
+		Deny from all 
+order ........ allow=a.example deny=all 
+		AllowOverride none
+order ........ allow=de none deny=
+		Allow
+		Deny
+order ........ allow= deny=
+		authtype basics
+		ADDHandler cgi-script CGI pl
+		AddHandler fastcgi-script .fcgi
+order .....111 allow=All deny=
+		AuthType Digest
+		AddHandler cgi-script cgi pl 
+		AddHandler fastcgi-script .fcgi x
+order ........ allow=All deny=
+#		Options +Indexes
+ # Options +Includes
+order ........ allow=All deny=
+		Options +Indexes
+	</DirectoryX
+		Options +Includes
+order +....... allow=All deny=)");
     EXPECT_TRUE(query(site(block("\t\tDeny from " + std::string(300, 'h') + "\n")))
                     .ends_with("deny=" + std::string(255, 'h')));
     EXPECT_EQ(query(site("\t<Directory \"/home/files\">\n\t\tOptions +Indexes")),

@@ -47,22 +47,60 @@ FileOperation onUsers(const Operation& operation) {
 const std::string Two = "ann:secret\nbob:pass:word\n";
 const std::string Long = std::string(70'000, 'x');
 const FileCase cases[] = {
-    {"CreateAppends", Two, onUsers(create("cid", "a:b $(touch pwned) 'x"))},
-    {"CreateFillsAnEmptyFile", "", onUsers(create("ann", ""))},
-    {"CreateStartsALineOfItsOwn", "ann:secret", onUsers(create("cid", "x"))},
-    {"CreateLooksThroughTheWholeFile", "no colon\n\n" + Long + ":\n" + Two, onUsers(create("bob", "x"))},
-    {"CreateTellsNamesApart", Two, onUsers(create("an", "x"))},
-    {"CreateTellsLetterCaseApart", Two, onUsers(create("Ann", "x"))},
-    {"CreateTakesNoColon", Two, onUsers(create("cid:x", "x"))},
-    {"CreateTakesNoEmptyName", Two, onUsers(create("", "x"))},
-    {"CreateTakesNoNull", Two, onUsers(create(nullptr, nullptr))},
-    {"CreateWritesNoLineBreak", "ann:secret", onUsers(create("cid", "x\nroot:y"))},
-    {"ChangeReplacesEveryLineOfTheUser", "ann:1\n\nanna:2\n ann:3\nann:4", onUsers(change("ann", "a:b;c"))},
-    {"ChangeOfAnUnknownUserDropsEmptyLines", "\n" + Two + "\nno colon\n" + Long,
-     onUsers(change("an", "x"))},
-    {"ChangeWritesNoLineBreak", Two + "\n", onUsers(change("ann", "x\nroot:y"))},
-    {"DeleteDropsEveryLineOfTheUser", "ann:1\n\nanna:2\nANN:3\nann:4\n" + Long, onUsers(erase("ann"))},
-    {"DeleteOfAnUnknownUserDropsEmptyLines", Two + "\n\n", onUsers(erase("an"))},
+    // Passwords are kept as they are given, whatever the shell would make of them.
+    {"CreateAppends", Two, onUsers(create("cid", "a:b $(touch pwned) 'x")), R"(77
+3+cid:a:b $(touch pwned) 'x)"},
+    // The first user of a file.
+    {"CreateFillsAnEmptyFile", "", onUsers(create("ann", "")), R"(77
+1+ann:)"},
+    // An unfinished last line is not made longer.
+    {"CreateStartsALineOfItsOwn", "ann:secret", onUsers(create("cid", "x")), R"(77
+1-ann:secret (no newline)
+1+ann:secret
+2+cid:x)"},
+    // A name that is there twice would have two passwords.
+    {"CreateLooksThroughTheWholeFile", "no colon\n\n" + Long + ":\n" + Two, onUsers(create("bob", "x")),
+     "54"},
+    // A name that begins alike is another user.
+    {"CreateTellsNamesApart", Two, onUsers(create("an", "x")), R"(77
+3+an:x)"},
+    // The server does so, too.
+    {"CreateTellsLetterCaseApart", Two, onUsers(create("Ann", "x")), R"(77
+3+Ann:x)"},
+    // A colon would end the name early.
+    {"CreateTakesNoColon", Two, onUsers(create("cid:x", "x")), "78"},
+    // An empty name would match any line.
+    {"CreateTakesNoEmptyName", Two, onUsers(create("", "x")), "78"},
+    // A null pointer is an empty name.
+    {"CreateTakesNoNull", Two, onUsers(create(nullptr, nullptr)), "78"},
+    // A password must not bring a second user along.
+    {"CreateWritesNoLineBreak", "ann:secret", onUsers(create("cid", "x\nroot:y")), R"(78
+> Error opening file)"},
+    // An old line that is left would keep the old password alive.
+    {"ChangeReplacesEveryLineOfTheUser", "ann:1\n\nanna:2\n ann:3\nann:4", onUsers(change("ann", "a:b;c")),
+     R"(76
+1-ann:1
+2-
+1,4+ann:a:b;c
+5-ann:4 (no newline))"},
+    // Nobody's password changes.
+    {"ChangeOfAnUnknownUserDropsEmptyLines", "\n" + Two + "\nno colon\n" + Long, onUsers(change("an", "x")),
+     R"(53
+1,4-
+6-{70000x} (no newline)
+4+{70000x})"},
+    // A password must not bring a second user along.
+    {"ChangeWritesNoLineBreak", Two + "\n", onUsers(change("ann", "x\nroot:y")), "23"},
+    // A line that is left would let the user in.
+    {"DeleteDropsEveryLineOfTheUser", "ann:1\n\nanna:2\nANN:3\nann:4\n" + Long, onUsers(erase("ann")), R"(79
+1-ann:1
+2-
+5-ann:4
+6-{70000x} (no newline)
+3+{70000x})"},
+    // Nobody else is locked out.
+    {"DeleteOfAnUnknownUserDropsEmptyLines", Two + "\n\n", onUsers(erase("an")), R"(79
+3..4-)"},
 };
 
 class WebUserEdit : public ::testing::TestWithParam<FileCase> {};

@@ -1,4 +1,4 @@
-// Creation of a website: its block, its folders, what is said and run on the way.
+// Creation of a website: its block, its directories, what is said and run on the way.
 #include <CZPWebsite.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -12,7 +12,7 @@
 #include "support/Files.h"
 #include "support/Sites.h"
 #include "support/Text.h"
-#include "support/Transcript.h"
+#include "support/Told.h"
 
 using namespace zp::test;
 namespace fs = std::filesystem;
@@ -76,93 +76,371 @@ const std::string Own =
 const char* const Port8080 = "WebServerPort=\"8080\"\n";
 
 // In name-based mode, after a NameVirtualHost line that is there.
-FileCase announced(const char* name, const Site& site, const std::string& value) {
-    return {name, "NameVirtualHost" + value + "\n", creating(site, '1')};
+FileCase announced(const char* name, const Site& site, const std::string& value,
+                   const std::string& expected) {
+    return {name, "NameVirtualHost" + value + "\n", creating(site, '1'), expected};
 }
 
 const FileCase Appended[] = {
-    {"mode0_keeps_leading_comments", ListOfSites, creating(Four, '0')},
-    {"mode0_ipv6", "", creating(Six, '0')},
-    {"mode0_announced_with_port", "NameVirtualHost 10.0.0.5:*\n", creating(Four, '0')},
-    {"mode1_drops_leading_comments", ListOfSites, creating(Four, '1')},
-    {"mode1_ipv6", "Listen 80", creating(Six, '1')},
-    {"mode1_other_port", "", creating(Four, '1', Port8080)},
+    // What the administrator noted at the top stays.
+    {"mode0_keeps_leading_comments", ListOfSites, creating(Four, '0'), R"(94
+22..23+
+24+<VirtualHost 10.0.0.5>
+25+	(block of example.com))"},
+    // The server takes an IPv6 address in brackets only.
+    {"mode0_ipv6", "", creating(Six, '0'), R"(94
+1..2+
+3+<VirtualHost [2001:db8::5]>
+4+	(block of example.com))"},
+    // The block must name the port as the announcement does, or it is not found.
+    {"mode0_announced_with_port", "NameVirtualHost 10.0.0.5:*\n", creating(Four, '0'), R"(94
+> Requested IP is IPV4
+> IPV4 NameVirtualHost found with port
+2..3+
+4+<VirtualHost 10.0.0.5:80>
+5+	(block of example.com))"},
+    // A known loss of this mode.
+    {"mode1_drops_leading_comments", ListOfSites, creating(Four, '1'), R"(94
+1-# first
+2-#
+20..21,23+
+22+NameVirtualHost 10.0.0.5:80
+24+<VirtualHost 10.0.0.5:80>
+25+	(block of example.com))"},
+    // An unfinished last line is not made longer.
+    {"mode1_ipv6", "Listen 80", creating(Six, '1'), R"(94
+1-Listen 80 (no newline)
+1+Listen 80
+2,4+
+3+NameVirtualHost [2001:db8::5]:80
+5+<VirtualHost [2001:db8::5]:80>
+6+	(block of example.com))"},
+    // The panel's port counts, not the usual one.
+    {"mode1_other_port", "", creating(Four, '1', Port8080), R"(94
+1..2,4+
+3+NameVirtualHost 10.0.0.5:8080
+5+<VirtualHost 10.0.0.5:8080>
+6+	(block of example.com))"},
+    // Of two announcements that for the panel's port counts.
     {"mode1_announced_with_other_port", "NameVirtualHost 10.0.0.5:80\nNameVirtualHost 10.0.0.5:8080\n",
-     creating(Four, '1', Port8080)},
-    {"other_mode_writes_nothing_but_makes_the_folders", ListOfSites, creating(Four, '3')},
-    announced("announced", Four, " 10.0.0.5"),
-    announced("announced_with_port", Four, "\t 10.0.0.5:80 \t"),
-    announced("announced_for_every_port", Four, " 10.0.0.5:*"),
-    announced("announced_for_another_port", Four, " 10.0.0.5:81"),
-    announced("announced_in_brackets_only", Four, " [10.0.0.5]"),
-    announced("announced_ipv6", Six, " [2001:DB8::5]:80"),
-    announced("announced_ipv6_for_every_port", Six, " [2001:db8::5]:*"),
-    announced("announced_ipv6_without_port", Six, " [2001:db8::5]"),
-    announced("announced_ipv6_without_brackets", Six, " 2001:db8::5"),
-    announced("announced_for_nothing", Six, ""),
+     creating(Four, '1', Port8080), R"(94
+> Requested IP is IPV4
+> Requested IP is IPV4
+> IPV4 NameVirtualHost found with port
+3..4+
+5+<VirtualHost 10.0.0.5:8080>
+6+	(block of example.com))"},
+    // An unknown mode is no failure.
+    {"other_mode_writes_nothing_but_makes_the_folders", ListOfSites, creating(Four, '3'), "94"},
+    // An announcement without port is met without one.
+    announced("announced", Four, " 10.0.0.5", R"(94
+> Requested IP is IPV4
+> IPV4 NameVirtualHost found without port
+2..3+
+4+<VirtualHost 10.0.0.5>
+5+	(block of example.com))"),
+    // Blanks around the value tell no two addresses apart.
+    announced("announced_with_port", Four, "\t 10.0.0.5:80 \t", R"(94, chatter
+2..3+
+4+<VirtualHost 10.0.0.5:80>
+5+	(block of example.com))"),
+    // A star announces this port, too.
+    announced("announced_for_every_port", Four, " 10.0.0.5:*", R"(94, chatter
+2..3+
+4+<VirtualHost 10.0.0.5:80>
+5+	(block of example.com))"),
+    // Another port is another place.
+    announced("announced_for_another_port", Four, " 10.0.0.5:81", R"(94
+> Requested IP is IPV4
+2..3,5+
+4+NameVirtualHost 10.0.0.5:80
+6+<VirtualHost 10.0.0.5:80>
+7+	(block of example.com))"),
+    // Brackets are for IPv6.
+    announced("announced_in_brackets_only", Four, " [10.0.0.5]", R"(94, chatter
+2..3,5+
+4+NameVirtualHost 10.0.0.5:80
+6+<VirtualHost 10.0.0.5:80>
+7+	(block of example.com))"),
+    // Letter case tells no two addresses apart.
+    announced("announced_ipv6", Six, " [2001:DB8::5]:80", R"(94
+> Requested IP is IPV6
+> Picked IP is IPV6
+> IPV6 NameVirtualHost found
+2..3+
+4+<VirtualHost [2001:db8::5]:80>
+5+	(block of example.com))"),
+    // The star again.
+    announced("announced_ipv6_for_every_port", Six, " [2001:db8::5]:*", R"(94, chatter
+2..3+
+4+<VirtualHost [2001:db8::5]:80>
+5+	(block of example.com))"),
+    // Without a port it is another announcement for IPv6: a known limit.
+    announced("announced_ipv6_without_port", Six, " [2001:db8::5]", R"(94
+> Requested IP is IPV6
+> Picked IP is IPV6
+2..3,5+
+4+NameVirtualHost [2001:db8::5]:80
+6+<VirtualHost [2001:db8::5]:80>
+7+	(block of example.com))"),
+    // The server would not read it, so that it announces nothing.
+    announced("announced_ipv6_without_brackets", Six, " 2001:db8::5", R"(94
+> Requested IP is IPV6
+2..3,5+
+4+NameVirtualHost [2001:db8::5]:80
+6+<VirtualHost [2001:db8::5]:80>
+7+	(block of example.com))"),
+    // A bare keyword announces nothing.
+    announced("announced_for_nothing", Six, "", R"(94, chatter
+2..3,5+
+4+NameVirtualHost [2001:db8::5]:80
+6+<VirtualHost [2001:db8::5]:80>
+7+	(block of example.com))"),
 };
 
 const FileCase Replaced[] = {
+    // Where the address had a block the site's stands in its place.
     {"mode2_takes_the_place_of_the_address", "# lost\nListen 80\n" + Own + "Listen 81\n",
-     creating(Four, '2')},
-    {"mode2_announced", "NameVirtualHost 10.0.0.5\n" + Own, creating(Four, '2')},
-    {"mode2_only_the_first_block", Own + Own, creating(Four, '2')},
-    {"mode2_also_a_longer_address", with(Own, "10.0.0.5:80", "10.0.0.55"), creating(Four, '2')},
+     creating(Four, '2'), R"(94
+1-# lost
+2,4,8+
+3+NameVirtualHost10.0.0.5:80
+4-	ServerName 10.0.0.5
+5-	DocumentRoot "/var/www"
+6-</VirtualHost>
+6+	(block of example.com))"},
+    // The announcement is not doubled.
+    {"mode2_announced", "NameVirtualHost 10.0.0.5\n" + Own, creating(Four, '2'), R"(94, chatter
+2-<VirtualHost 10.0.0.5:80>
+3-	ServerName 10.0.0.5
+4-	DocumentRoot "/var/www"
+5-</VirtualHost>
+2,5+
+3+<VirtualHost 10.0.0.5>
+4+	(block of example.com))"},
+    // The second is left for its owner.
+    {"mode2_only_the_first_block", Own + Own, creating(Four, '2'), R"(94
+1,3,10+
+2+NameVirtualHost10.0.0.5:80
+2-	ServerName 10.0.0.5
+3-	DocumentRoot "/var/www"
+4-</VirtualHost>
+5+	(block of example.com))"},
+    // An address that begins alike is taken as well: a known oddity.
+    {"mode2_also_a_longer_address", with(Own, "10.0.0.5:80", "10.0.0.55"), creating(Four, '2'), R"(94
+1-<VirtualHost 10.0.0.55>
+2-	ServerName 10.0.0.5
+3-	DocumentRoot "/var/www"
+4-</VirtualHost>
+1,3,6+
+2+NameVirtualHost10.0.0.5:80
+4+<VirtualHost 10.0.0.5:80>
+5+	(block of example.com))"},
+    // Another name at the address is met as the site itself: it is refused.
     {"mode2_block_of_a_name", with(Own, "ServerName 10.0.0.5", "ServerName other.example"),
-     creating(Four, '2')},
+     creating(Four, '2'), R"(92, #
+> no folders)"},
+    // No name, no place to write: the file that the server reads stays whole.
     {"mode2_block_without_a_name_vanishes_only_from_the_copy",
-     "<VirtualHost 10.0.0.5>\nX\n</VirtualHost>\nY\n", creating(Four, '2')},
+     "<VirtualHost 10.0.0.5>\nX\n</VirtualHost>\nY\n", creating(Four, '2'), "94"},
+    // An indented end tag is not seen, and the rest of the file goes: a known loss.
     {"mode2_end_tag_must_begin_the_line", with(Own, "</VirtualHost>", "\t</VirtualHost>") + "Listen 81\n",
-     creating(Four, '2')},
+     creating(Four, '2'), R"(94
+1,3+
+2+NameVirtualHost10.0.0.5:80
+2-	ServerName 10.0.0.5
+3-	DocumentRoot "/var/www"
+4-	</VirtualHost>
+5-Listen 81
+5+	(block of example.com))"},
+    // The server reads directives in any letter case.
     {"mode2_in_any_letter_case",
      "NAMEvirtualhost 10.0.0.5\n <VIRTUALhost 10.0.0.5>\nserverNAME 10.0.0.5\n</virtualHOST>\nListen 81\n",
-     creating(Four, '2')},
-    {"mode2_announced_with_port", "NameVirtualHost 10.0.0.5:80\n" + Own, creating(Four, '2')},
-    {"mode2_other_port", Own, creating(Four, '2', Port8080)},
-    {"mode2_no_block_of_the_address", ListOfSites, creating(Four, '2')},
-    {"mode2_ipv6_blocks_are_in_brackets", with(Own, "10.0.0.5:80", "[2001:db8::5]:80"), creating(Six, '2')},
+     creating(Four, '2'), R"(94, chatter
+2- <VIRTUALhost 10.0.0.5>
+3-serverNAME 10.0.0.5
+4-</virtualHOST>
+2,6+
+3+<VirtualHost 10.0.0.5>
+4+	(block of example.com))"},
+    // An announcement with the port is met with the port.
+    {"mode2_announced_with_port", "NameVirtualHost 10.0.0.5:80\n" + Own, creating(Four, '2'), R"(94, chatter
+2,5+
+3-	ServerName 10.0.0.5
+4-	DocumentRoot "/var/www"
+5-</VirtualHost>
+4+	(block of example.com))"},
+    // The panel's port counts, not the usual one.
+    {"mode2_other_port", Own, creating(Four, '2', Port8080), R"(94
+1-<VirtualHost 10.0.0.5:80>
+2-	ServerName 10.0.0.5
+3-	DocumentRoot "/var/www"
+4-</VirtualHost>
+1,3,6+
+2+NameVirtualHost10.0.0.5:8080
+4+<VirtualHost 10.0.0.5:8080>
+5+	(block of example.com))"},
+    // Nothing to replace, nothing to write.
+    {"mode2_no_block_of_the_address", ListOfSites, creating(Four, '2'), "94"},
+    // Looked for without them, the block is not found: a known limit.
+    {"mode2_ipv6_blocks_are_in_brackets", with(Own, "10.0.0.5:80", "[2001:db8::5]:80"), creating(Six, '2'),
+     "94"},
 };
 
 // Once a site has needed the port, every later IPv4 block has it.
 const FileCase Successive[] = {
+    // One manager that creates many sites writes them alike.
     {"port_for_the_first_name_based_one_and_all_behind", "",
-     creatingAll({{first, '0'}, {second, '1'}, {third, '0'}, {Six, '0'}})},
-    {"port_behind_an_ipv6_address_too", "", creatingAll({{Six, '1'}, {first, '0'}})},
+     creatingAll({{first, '0'}, {second, '1'}, {third, '0'}, {Six, '0'}}), R"(94
+> Requested IP is IPV4
+> Requested IP is IPV6
+1..2,5..6,8,11..12,15..16+
+3+<VirtualHost 10.0.0.1>
+4+	(block of a.example)
+7+NameVirtualHost 10.0.0.2:80
+9+<VirtualHost 10.0.0.2:80>
+10+	(block of b.example)
+13+<VirtualHost 10.0.0.3:80>
+14+	(block of c.example)
+17+<VirtualHost [2001:db8::5]>
+18+	(block of example.com))"},
+    // The other family's site counts, too.
+    {"port_behind_an_ipv6_address_too", "", creatingAll({{Six, '1'}, {first, '0'}}), R"(94, chatter
+1..2,4,7..8+
+3+NameVirtualHost [2001:db8::5]:80
+5+<VirtualHost [2001:db8::5]:80>
+6+	(block of example.com)
+9+<VirtualHost 10.0.0.1:80>
+10+	(block of a.example))"},
+    // And so where the announcement was there before.
     {"port_behind_one_that_was_met_in_mode0", "NameVirtualHost 10.0.0.1:*\n",
-     creatingAll({{first, '0'}, {second, '0'}})},
+     creatingAll({{first, '0'}, {second, '0'}}), R"(94
+> Requested IP is IPV4
+> IPV4 NameVirtualHost found with port
+> Requested IP is IPV4
+2..3,6..7+
+4+<VirtualHost 10.0.0.1:80>
+5+	(block of a.example)
+8+<VirtualHost 10.0.0.2:80>
+9+	(block of b.example))"},
 };
 
 const FileCase Refused[] = {
-    {"exists_in_mode1", "ServerName example.com\n", creating(Four, '1')},
-    {"exists", "ServerName EXAMPLE.com\n", creating(Four, '0')},
-    {"exists_behind_the_replaced_block", Own + " ServerName example.com", creating(Four, '2')},
-    {"exists_not_with_trailing_blank", "ServerName example.com \n", creating(Four, '0')},
-    {"exists_as_a_comment_only", "Listen 80\n#ServerName example.com\n", creating(Four, '0')},
+    // A second site of one name would never be reached.
+    {"exists_in_mode1", "ServerName example.com\n", creating(Four, '1'), "92, #, chatter"},
+    // Letter case does not make it another.
+    {"exists", "ServerName EXAMPLE.com\n", creating(Four, '0'), "92, #, chatter"},
+    // The whole file is looked through before anything is replaced.
+    {"exists_behind_the_replaced_block", Own + " ServerName example.com", creating(Four, '2'),
+     "92, #, chatter"},
+    // A blank makes it another name: a known limit.
+    {"exists_not_with_trailing_blank", "ServerName example.com \n", creating(Four, '0'), R"(94
+2..3+
+4+<VirtualHost 10.0.0.5>
+5+	(block of example.com))"},
+    // A comment is no site.
+    {"exists_as_a_comment_only", "Listen 80\n#ServerName example.com\n", creating(Four, '0'), R"(94
+3..4+
+5+<VirtualHost 10.0.0.5>
+6+	(block of example.com))"},
+    // The name that the server sees is looked for, too.
     {"exists_by_its_ascii_name", "ServerName xn--bcher-kva.example\n",
-     creating({.domain = "Bücher.example", .asciiDomain = "xn--bcher-kva.example"}, '0')},
+     creating({.domain = "Bücher.example", .asciiDomain = "xn--bcher-kva.example"}, '0'), "92, #, chatter"},
+    // The block bears the name as it was given.
     {"name_beyond_ascii", "",
-     creating({.domain = "Bücher.example", .asciiDomain = "xn--bcher-kva.example"}, '0')},
-    {"ascii_name_in_other_case", "",
-     creating({.domain = "Example.com", .asciiDomain = "example.com"}, '0')},
+     creating({.domain = "Bücher.example", .asciiDomain = "xn--bcher-kva.example"}, '0'), R"(94
+1..2+
+3+<VirtualHost 10.0.0.5>
+4+	(block of Bücher.example))"},
+    // Letter case is no second name.
+    {"ascii_name_in_other_case", "", creating({.domain = "Example.com", .asciiDomain = "example.com"}, '0'),
+     R"(94
+1..2+
+3+<VirtualHost 10.0.0.5>
+4+	(block of Example.com))"},
 };
 
 // On a CloudLinux host.
-FileCase limited(const char* name, const std::string& product, const std::string& before) {
-    return {name, before, [=](const std::string& file) {
+FileCase limited(const char* name, const std::string& product, const std::string& before,
+                 const std::string& expected) {
+    return {name, before,
+            [=](const std::string& file) {
                 writeFile("/etc/CloudLinux-release", "");
                 return creating(Four, '0', product)(file);
-            }};
+            },
+            expected};
 }
 
 const std::string Dso = "PHPHandler=\"dso\"\n", Fcgid = "PHPHandler=\"fcgid\"\n";
 const FileCase Limited[] = {
-    limited("limits_next_id", Dso, "LVEId 1004\n"),
-    limited("limits_first_id", Dso, "Listen 80\n"),
-    limited("limits_no_readable_id", Dso, "LVEId\t1004\n"),
-    limited("limits_fcgid_without_suexec", Fcgid + "SUexecSetting=\"disabled\"\n", "LVEId 1\n"),
-    limited("limits_fcgid_with_suexec", Fcgid + "SUexecSetting=\"Disabled\"\n", "LVEId 1\n"),
-    limited("limits_other_handler", "PHPHandler=\"DSO\"\nSUexecSetting=\"disabled\"\n", "LVEId 1\n"),
-    {"limits_other_host", "LVEId 1\n", creating(Four, '0', Dso)},
+    // Two sites with one number would share their limits.
+    limited("limits_next_id", Dso, "LVEId 1004\n", R"(94
+2..3+
+4+<VirtualHost 10.0.0.5>
+5+	ServerName example.com
+6+	ServerAdmin siteadmin@example.com
+7+	DocumentRoot "/var/www/example.com/www/html"
+8+	ServerAlias www.example.com
+9+	ErrorLog /var/www/example.com/log/httpd/error_log
+10+	CustomLog /var/www/example.com/log/httpd/access_log combined
+11+	<Directory "/var/www/example.com">
+12+		LVEId 1005
+13+		AllowOverride All
+14,16+	</Directory>
+15+	<Directory "/var/www/example.com/www">
+17+</VirtualHost>)"),
+    // Numbers begin above those of the system.
+    limited("limits_first_id", Dso, "Listen 80\n", R"(94
+2..3+
+4+<VirtualHost 10.0.0.5>
+5+	ServerName example.com
+6+	ServerAdmin siteadmin@example.com
+7+	DocumentRoot "/var/www/example.com/www/html"
+8+	ServerAlias www.example.com
+9+	ErrorLog /var/www/example.com/log/httpd/error_log
+10+	CustomLog /var/www/example.com/log/httpd/access_log combined
+11+	<Directory "/var/www/example.com">
+12+		LVEId 1001
+13+		AllowOverride All
+14,16+	</Directory>
+15+	<Directory "/var/www/example.com/www">
+17+</VirtualHost>)"),
+    // What cannot be read counts as none.
+    limited("limits_no_readable_id", Dso, "LVEId\t1004\n", R"(94
+2..3+
+4+<VirtualHost 10.0.0.5>
+5+	(block of example.com))"),
+    // Without suEXEC each handler needs its own line.
+    limited("limits_fcgid_without_suexec", Fcgid + "SUexecSetting=\"disabled\"\n", "LVEId 1\n", R"(94
+2..3+
+4+<VirtualHost 10.0.0.5>
+5+	ServerName example.com
+6+	ServerAdmin siteadmin@example.com
+7+	DocumentRoot "/var/www/example.com/www/html"
+8+	ServerAlias www.example.com
+9+	ErrorLog /var/www/example.com/log/httpd/error_log
+10+	CustomLog /var/www/example.com/log/httpd/access_log combined
+11+	<Directory "/var/www/example.com">
+12+		LVEId 2
+13+		AllowOverride All
+14,16+	</Directory>
+15+	<Directory "/var/www/example.com/www">
+17+</VirtualHost>)"),
+    // With it none does.
+    limited("limits_fcgid_with_suexec", Fcgid + "SUexecSetting=\"Disabled\"\n", "LVEId 1\n", R"(94
+2..3+
+4+<VirtualHost 10.0.0.5>
+5+	(block of example.com))"),
+    // Nor with a handler that knows limits itself.
+    limited("limits_other_handler", "PHPHandler=\"DSO\"\nSUexecSetting=\"disabled\"\n", "LVEId 1\n", R"(94
+2..3+
+4+<VirtualHost 10.0.0.5>
+5+	(block of example.com))"),
+    // Other hosts know no limits, and would refuse the line.
+    {"limits_other_host", "LVEId 1\n", creating(Four, '0', Dso), R"(94
+2..3+
+4+<VirtualHost 10.0.0.5>
+5+	(block of example.com))"},
 };
 
 std::string folderList(const std::string& home) {
@@ -272,9 +550,37 @@ TEST(PanelPort, BlockIsWrittenUnlessItIsThere) {
         std::ofstream out(scratch("out"));
         EXPECT_EQ(CZPWebsite(nullptr, file.c_str()).AddWebsitePort(out, "10.0.0.5"), 0);
         out.close();
-        told += "\nwritten:" + readFile(scratch("out"));
+        told += "written:" + readFile(scratch("out")) + "\n";
     }
-    expectTold("as it is, there, empty, 1022 and 1023 characters before", told + "\n");
+    expectTold(told, R"(written:
+<VirtualHost 10.0.0.5:8077>
+	DocumentRoot "/usr/panel/www/admin/"
+	ServerName 10.0.0.5
+	ScriptAlias  /cgi-bin/ "/usr/panel/cgi-bin/"
+</VirtualHost>
+
+written:
+written:
+<VirtualHost 10.0.0.5:8077>
+	DocumentRoot "/admin/"
+	ServerName 10.0.0.5
+	ScriptAlias  
+</VirtualHost>
+
+written:
+<VirtualHost 10.0.0.5:8077>
+	DocumentRoot "/usr/panel/www/admin/"
+	ServerName 10.0.0.5
+	ScriptAlias  /cgi-bin/ "/usr/panel/cgi-bin/"
+</VirtualHost>
+
+written:
+<VirtualHost 10.0.0.5:8077>
+	DocumentRoot "/admin/"
+	ServerName 10.0.0.5
+	ScriptAlias  
+</VirtualHost>
+)");
 }
 
 class HostingLimits : public ::testing::TestWithParam<FileCase> {};
@@ -287,9 +593,20 @@ int enableLimits(const std::string& file) {
 }
 const std::string Load = "#LoadModule hostinglimits_module modules/mod_hostinglimits.so\n";
 const FileCase Limits[] = {
-    {"first", "A\n\n" + Load + "B\n" + Load, enableLimits},
-    {"again", Load, twice(enableLimits)},
-    {"none", "loadmodule hostinglimits\n\nLoadModule php", enableLimits},
+    // The block belongs to the module, once.
+    {"first", "A\n\n" + Load + "B\n" + Load, enableLimits, R"(0
+4+<IfModule mod_hostinglimits.c>
+5+	AllowedHandlers cgi-script .cgi .pl php5-script x-httpd-php
+6+</IfModule>)"},
+    // A second call adds a second block: a known surprise.
+    {"again", Load, twice(enableLimits), R"(0
+2,5+<IfModule mod_hostinglimits.c>
+3,6+	AllowedHandlers cgi-script .cgi .pl php5-script x-httpd-php
+4,7+</IfModule>)"},
+    // Without the module nothing is written.
+    {"none", "loadmodule hostinglimits\n\nLoadModule php", enableLimits, R"(0
+3-LoadModule php (no newline)
+3+LoadModule php)"},
 };
 
 }  // namespace

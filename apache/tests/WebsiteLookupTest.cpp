@@ -5,7 +5,7 @@
 #include <filesystem>
 
 #include "support/Files.h"
-#include "support/Transcript.h"
+#include "support/Told.h"
 #include "support/Watching.h"
 
 using namespace zp::test;
@@ -51,7 +51,20 @@ TEST(WebsiteLookup, AnswersByTheNameOfABlock) {
         told += domain + ": " + std::to_string(website.WebsiteExists(domain.c_str())) + " " + address +
                 " " + website.GetRootDocPath(file, domain) + "\n";
     }
-    expectTold("of sites-to-look-up.conf", "\n" + told);
+    expectTold(told, R"(FIRST.example: 31 10.0.0.5 /var/www/first
+second.example: 32 10.0.0.5 
+lower.example: 31  /var/www/lower
+six.example: 31 2001:db8::1 
+behind.example: 32 2001:db8::1 
+blank.example: 32  
+blank.example : 31 10.0.0.7 
+commented.example: 32  
+later.example: 32 * 
+outside.example: 32  
+wide.example: 31 10.0.0.9 
+wide.exampl: 32  
+server.example: 32  
+: 32  )");
     EXPECT_EQ(list(file).sites, Names);
 }
 

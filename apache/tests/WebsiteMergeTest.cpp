@@ -63,15 +63,151 @@ const Change OneAlias = [](UpdateVHost& record) { record.ServerAlias = {"a.examp
 const Change OneIndex = [](UpdateVHost& record) { record.DirIndex = {"a.html"}; };
 
 const FileCase cases[] = {
-    {"SuspendWithEmptyLists", Before, call(suspend)},
-    {"ResumeWithEmptyLists", Before, call(resume)},
-    {"UpdateWithEmptyLists", Before, call(update)},
-    {"SuspendWithFullLists", Before, call(suspend, fill)},
-    {"ResumeWithFullLists", Before, call(resume, fill)},
-    {"UpdateWithFullLists", Before, call(update, fill)},
-    {"SuspendOfASuspendedSite", Before, twice(call(suspend))},
-    {"ResumeOfASuspendedSite", Before, inTurn(call(suspend), call(resume))},
-    {"UpdateOfASuspendedSiteKeepsItSuspended", site("\tDocumentRoot message.htm\n"), call(update)},
+    // A suspended site shows the message and keeps nothing that leads past it.
+    {"SuspendWithEmptyLists", Before, call(suspend), R"(96
+2,28,33-
+8-	DocumentRoot "/home/example.com/www/html" # ours
+9-	ServerAlias www.example.com
+10-	Include conf.d/site.conf
+11-	IncludeOptional conf.d/*.conf
+12-	DirectoryIndex index.html
+7+	DocumentRoot message.htm
+24-		DirectoryIndex inner.html
+27- </VirtualHost> # end
+21+</VirtualHost>)"},
+    // The site's own root is back.
+    {"ResumeWithEmptyLists", Before, call(resume), R"(96
+2,28,33-
+8-	DocumentRoot "/home/example.com/www/html" # ours
+9-	ServerAlias www.example.com
+10-	Include conf.d/site.conf
+11-	IncludeOptional conf.d/*.conf
+12-	DirectoryIndex index.html
+7+	DocumentRoot /home/example.com/www/html
+24-		DirectoryIndex inner.html
+27- </VirtualHost> # end
+21+</VirtualHost>)"},
+    // What the record does not hold is gone from the site: the panel sends everything.
+    {"UpdateWithEmptyLists", Before, call(update), R"(96
+2,28,33-
+9-	ServerAlias www.example.com
+10-	Include conf.d/site.conf
+11-	IncludeOptional conf.d/*.conf
+12-	DirectoryIndex index.html
+27- </VirtualHost> # end
+22+</VirtualHost>)"},
+    // The record's lines are written, in the order of the panel.
+    {"SuspendWithFullLists", Before, call(suspend, fill), R"(96
+2,28,33-
+8-	DocumentRoot "/home/example.com/www/html" # ours
+9-	ServerAlias www.example.com
+10-	Include conf.d/site.conf
+11-	IncludeOptional conf.d/*.conf
+12-	DirectoryIndex index.html
+13-	Alias /icons "/usr/share/icons"
+14-	Alias /Icons /usr/share/other
+7+	DocumentRoot message.htm
+8+	ServerAlias one.example two.example
+9+	Include conf.d/a.conf
+10+	Include conf.d/b.conf
+11+	DirectoryIndex index.php index.html
+12+	Alias /icons "/srv/icons"
+19-	Redirect "/a b" "http://a.example/"
+20-	Redirect /b http://b.example/
+21-	ErrorDocument 404 /missing.html
+17+	Redirect "/a b" "http://new.example/"
+18+	ErrorDocument 404 /new.html
+24-		DirectoryIndex inner.html
+27- </VirtualHost> # end
+23+	Alias /new "/srv/new"
+24+	ScriptAlias /cgi2/ "/srv/cgi2"
+25+	Redirect "/c" "http://c.example/"
+26+	ErrorDocument 500 /sorry.html
+27+</VirtualHost>)"},
+    // The same with the root of the site.
+    {"ResumeWithFullLists", Before, call(resume, fill), R"(96
+2,28,33-
+8-	DocumentRoot "/home/example.com/www/html" # ours
+9-	ServerAlias www.example.com
+10-	Include conf.d/site.conf
+11-	IncludeOptional conf.d/*.conf
+12-	DirectoryIndex index.html
+13-	Alias /icons "/usr/share/icons"
+14-	Alias /Icons /usr/share/other
+7+	DocumentRoot /home/example.com/www/html
+8+	ServerAlias one.example two.example
+9+	Include conf.d/a.conf
+10+	Include conf.d/b.conf
+11+	DirectoryIndex index.php index.html
+12+	Alias /icons "/srv/icons"
+19-	Redirect "/a b" "http://a.example/"
+20-	Redirect /b http://b.example/
+21-	ErrorDocument 404 /missing.html
+17+	Redirect "/a b" "http://new.example/"
+18+	ErrorDocument 404 /new.html
+24-		DirectoryIndex inner.html
+27- </VirtualHost> # end
+23+	Alias /new "/srv/new"
+24+	ScriptAlias /cgi2/ "/srv/cgi2"
+25+	Redirect "/c" "http://c.example/"
+26+	ErrorDocument 500 /sorry.html
+27+</VirtualHost>)"},
+    // The same with its root untouched.
+    {"UpdateWithFullLists", Before, call(update, fill), R"(96
+2,28,33-
+9-	ServerAlias www.example.com
+10-	Include conf.d/site.conf
+11-	IncludeOptional conf.d/*.conf
+12-	DirectoryIndex index.html
+13-	Alias /icons "/usr/share/icons"
+14-	Alias /Icons /usr/share/other
+8+	ServerAlias one.example two.example
+9+	Include conf.d/a.conf
+10+	Include conf.d/b.conf
+11+	DirectoryIndex index.php index.html
+12+	Alias /icons "/srv/icons"
+17-	ProxyPass /app http://10.0.0.9/
+18-	ProxyPassReverse /app http://10.0.0.9/
+19-	Redirect "/a b" "http://a.example/"
+20-	Redirect /b http://b.example/
+21-	ErrorDocument 404 /missing.html
+15+	Redirect /app "http://app.example/"
+16+	Redirect "/a b" "http://new.example/"
+17+	ErrorDocument 404 /new.html
+27- </VirtualHost> # end
+23+	Alias /new "/srv/new"
+24+	ScriptAlias /cgi2/ "/srv/cgi2"
+25+	Redirect /next "http://next.example/"
+26+	Redirect "/c" "http://c.example/"
+27+	ErrorDocument 500 /sorry.html
+28+</VirtualHost>)"},
+    // A repeated request does no harm.
+    {"SuspendOfASuspendedSite", Before, twice(call(suspend)), R"(96096
+2,28,33-
+8-	DocumentRoot "/home/example.com/www/html" # ours
+9-	ServerAlias www.example.com
+10-	Include conf.d/site.conf
+11-	IncludeOptional conf.d/*.conf
+12-	DirectoryIndex index.html
+7+	DocumentRoot message.htm
+24-		DirectoryIndex inner.html
+27- </VirtualHost> # end
+21+</VirtualHost>)"},
+    // Suspended and resumed is as before.
+    {"ResumeOfASuspendedSite", Before, inTurn(call(suspend), call(resume)), R"(96096
+2,28,33-
+8-	DocumentRoot "/home/example.com/www/html" # ours
+9-	ServerAlias www.example.com
+10-	Include conf.d/site.conf
+11-	IncludeOptional conf.d/*.conf
+12-	DirectoryIndex index.html
+7+	DocumentRoot /home/example.com/www/html
+24-		DirectoryIndex inner.html
+27- </VirtualHost> # end
+21+</VirtualHost>)"},
+    // An update must not open a closed site.
+    {"UpdateOfASuspendedSiteKeepsItSuspended", site("\tDocumentRoot message.htm\n"), call(update), "96"},
+    // Lists do not grow by being sent again; the proxy's line does, a known surprise.
     {"UpdateTwiceWithTheSameLists", site(""),
      twice(call(update,
                 [](UpdateVHost& record) {
@@ -80,42 +216,94 @@ const FileCase cases[] = {
                     record.Alias = {{"/a", "/srv/a"}};
                     record.ProxyPass = {{"/p", "http://p.example/"}};
                     record.Redirect = {{"/r", "http://r.example/"}};
-                }))},
-    {"AnAbsentSite", Before, call(suspend, [](auto& record) { record.pDomain = "absent.example"; })},
-    {"NoName", "\n" + site("") + site(""), call(update, [](auto& record) { record.pDomain = nullptr; })},
+                })),
+     R"(96096
+3+	Alias /a "/srv/a"
+4,8+	Redirect /p "http://p.example/"
+5+	ServerAlias a.example
+6+	DirectoryIndex a.html
+7+	Redirect "/r" "http://r.example/")"},
+    // An unknown name changes nobody's lines.
+    {"AnAbsentSite", Before, call(suspend, [](auto& record) { record.pDomain = "absent.example"; }), R"(96
+2,26,28,33-)"},
+    // Nor does none.
+    {"NoName", "\n" + site("") + site(""), call(update, [](auto& record) { record.pDomain = nullptr; }),
+     R"(96
+1-)"},
+    // One entry deletes one line, and the rest is the administrator's.
     {"AnEntryNamesOneLine", site("\tAlias /a /1\n\tAlias /a /2\n\tAlias /a\t/3\n"),
      call(update,
           [](auto& record) {
               record.Alias = {{"/a", ""}};
-          })},
+          }),
+     R"(96
+3-	Alias /a /1)"},
+    // Half its quotes do not hide a path.
     {"AQuotedRedirectWithoutItsSecondQuote", site("\tRedirect \"/a\n"),
      call(update,
           [](auto& record) {
               record.Redirect = {{"/a", "/b"}};
-          })},
+          }),
+     R"(96
+3-	Redirect "/a
+3+	Redirect "/a" "/b")"},
+    // A keyword without values must not end the program.
     {"BareKeywords", site("\tAlias\n\tScriptAlias\n\tRedirect\n\tErrorDocument\n\tDocumentRoot\n"),
-     call(suspend)},
+     call(suspend), R"(96
+7-	DocumentRoot
+7+	DocumentRoot message.htm)"},
+    // The later block would win otherwise.
     {"ListsGoIntoTheFirstBlockAndLaterOnesLoseTheirs",
-     site("\tServerAlias 1.example\n") + site("\tServerAlias 2.example\n"), call(update, OneAlias)},
+     site("\tServerAlias 1.example\n") + site("\tServerAlias 2.example\n"), call(update, OneAlias), R"(96
+3-	ServerAlias 1.example
+3+	ServerAlias a.example
+7-	ServerAlias 2.example)"},
+    // A block with two names is one site.
     {"ASecondNameDoesNotEndTheBlock", site("ServerName other.example\n\tServerAlias 1.example\n"),
-     call(update, OneAlias)},
-    {"ABlockWithoutNameRunsIntoNone", "<VirtualHost *>\n\n</VirtualHost>\n\n" + site(""), call(update)},
+     call(update, OneAlias), R"(96
+4-	ServerAlias 1.example
+4+	ServerAlias a.example)"},
+    // A nameless block must not take the next site's lines.
+    {"ABlockWithoutNameRunsIntoNone", "<VirtualHost *>\n\n</VirtualHost>\n\n" + site(""), call(update),
+     R"(96
+4-)"},
+    // An index of a directory is not the site's.
     {"UpdateLeavesIndexesWhereASectionIsOpen",
-     site("<DirectoryMatch x>\nDirectoryIndex 1\n</DirectoryMatch>\n"), call(update, OneIndex)},
+     site("<DirectoryMatch x>\nDirectoryIndex 1\n</DirectoryMatch>\n"), call(update, OneIndex), "96"},
+    // Behind it, it is.
     {"UpdateTakesIndexesBehindASection", site("<Directory x>\n</directory> \nDirectoryIndex 1\n"),
-     call(update, OneIndex)},
-    {"SuspendTakesIndexesInASection", site("<Directory x>\nDirectoryIndex 1\n"), call(suspend, OneIndex)},
-    {"AnOpenBlockOfTheSiteIsClosed", "<VirtualHost *>\nServerName example.com\n\nListen 1", call(update)},
+     call(update, OneIndex), R"(96
+5-DirectoryIndex 1
+5+	DirectoryIndex a.html)"},
+    // A suspended site shows no index at all.
+    {"SuspendTakesIndexesInASection", site("<Directory x>\nDirectoryIndex 1\n"), call(suspend, OneIndex),
+     R"(96
+4-DirectoryIndex 1
+4+	DirectoryIndex a.html)"},
+    // The result is a file that the server can read.
+    {"AnOpenBlockOfTheSiteIsClosed", "<VirtualHost *>\nServerName example.com\n\nListen 1", call(update),
+     R"(96
+4-Listen 1 (no newline)
+4+Listen 1
+5+</VirtualHost>)"},
+    // The neighbour's root must not become the message.
     {"AnOpenBlockOfTheSiteDoesNotTakeTheNextSite",
      "<VirtualHost *>\nServerName example.com\n<VirtualHost *>\nServerName other.example\n"
      "DocumentRoot \"/other\"\n</VirtualHost>\n",
-     call(suspend)},
-    {"AnOpenBlockWithoutNameIsKept", "<VirtualHost *>\n\nListen 1", call(update)},
+     call(suspend), "96"},
+    // What somebody left half written is not lost.
+    {"AnOpenBlockWithoutNameIsKept", "<VirtualHost *>\n\nListen 1", call(update), R"(96
+3-Listen 1 (no newline)
+3+Listen 1)"},
+    // A null pointer is an empty path.
     {"ResumeWithoutPath", site("\tDocumentRoot message.htm\n"),
      [](const std::string& file) {
          UpdateVHost record = recordWith(EmptyLists);
          return CZPWebsite(nullptr, file.c_str()).DisableMessage(&record, nullptr);
-     }},
+     },
+     R"(96
+3-	DocumentRoot message.htm
+3+	DocumentRoot /www/html)"},
 };
 
 }  // namespace

@@ -30,49 +30,205 @@ const std::string Site = block("example.com");
 const std::string Open = "<VirtualHost *:80>\n\tServerName open.example\n";
 
 const FileCase cases[] = {
-    {"StopPutsOneMarkBeforeEveryLine", Running, stop()},
-    {"StopOfAStoppedSiteChangesNothing", Running, twice(stop())},
-    {"StopOfAnUnknownSite", Running, stop("absent.example")},
-    {"StopAsksForTheWholeName", block("example.com ") + block("example.com:80") + block(""), stop()},
-    {"StopLosesABlockThatNeverEnds", Site + Open, stop()},
-    {"StopTakesBlocksThatRunTogetherForOne", Open + Site, stop()},
-    {"StopGoesByAnyNameOfABlock", with(Site, "</", "ServerName other.example\n</"), stop()},
+    // One mark, so that a start finds the way back; comments inside go with their site.
+    {"StopPutsOneMarkBeforeEveryLine", Running, stop(), R"(30
+2,5,11,14-
+3-<VirtualHost 10.0.0.5:80>
+4-	ServerName example.com
+7-	DocumentRoot "/var/www/html"
+9-  	
+10,20-</VirtualHost>
+4+#<VirtualHost 10.0.0.5:80>
+5+#	ServerName example.com
+6+#	DocumentRoot "/var/www/html"
+7+#  	
+8,16+#</VirtualHost>
+9+	# of the other
+15-	# of the other
+18-<VirtualHost 10.0.0.5:443>
+19-	servername  EXAMPLE.com
+14+#<VirtualHost 10.0.0.5:443>
+15+#	servername  EXAMPLE.com)"},
+    // A second mark would outlive the start.
+    {"StopOfAStoppedSiteChangesNothing", Running, twice(stop()), R"(30030, #
+2,5,11,14-
+3-<VirtualHost 10.0.0.5:80>
+4-	ServerName example.com
+7-	DocumentRoot "/var/www/html"
+9-  	
+10,20-</VirtualHost>
+4+#<VirtualHost 10.0.0.5:80>
+5+#	ServerName example.com
+6+#	DocumentRoot "/var/www/html"
+7+#  	
+8,16+#</VirtualHost>
+9+	# of the other
+15-	# of the other
+18-<VirtualHost 10.0.0.5:443>
+19-	servername  EXAMPLE.com
+14+#<VirtualHost 10.0.0.5:443>
+15+#	servername  EXAMPLE.com)"},
+    // Nobody else is stopped.
+    {"StopOfAnUnknownSite", Running, stop("absent.example"), "30, #"},
+    // What was found stays found, whatever follows.
+    {"StopOfASiteBeforeAnother", Site + block("other.example"), stop(), R"(30
+1-<VirtualHost *:80>
+2-	ServerName example.com
+3-</VirtualHost>
+1+#<VirtualHost *:80>
+2+#	ServerName example.com
+3+#</VirtualHost>)"},
+    // A name with a port or a blank is another.
+    {"StopAsksForTheWholeName", block("example.com ") + block("example.com:80") + block(""), stop(),
+     "30, #"},
+    // A known loss; whoever mends it must see it here.
+    {"StopLosesABlockThatNeverEnds", Site + Open, stop(), R"(30
+1,4-<VirtualHost *:80>
+2-	ServerName example.com
+3-</VirtualHost>
+5-	ServerName open.example
+1+#<VirtualHost *:80>
+2+#	ServerName example.com
+3+#</VirtualHost>)"},
+    // Without an end between them both are stopped.
+    {"StopTakesBlocksThatRunTogetherForOne", Open + Site, stop(), R"(30
+1,3-<VirtualHost *:80>
+2-	ServerName open.example
+4-	ServerName example.com
+5-</VirtualHost>
+1,3+#<VirtualHost *:80>
+2+#	ServerName open.example
+4+#	ServerName example.com
+5+#</VirtualHost>)"},
+    // The site answers by each of its names.
+    {"StopGoesByAnyNameOfABlock", with(Site, "</", "ServerName other.example\n</"), stop(), R"(30
+1-<VirtualHost *:80>
+2-	ServerName example.com
+3-ServerName other.example
+4-</VirtualHost>
+1+#<VirtualHost *:80>
+2+#	ServerName example.com
+3+#ServerName other.example
+4+#</VirtualHost>)"},
+    // Such a block is none of the server's.
     {"StopPassesOverABlockWithoutAddress",
      "<VirtualHost>\nServerName example.com\n</VirtualHost>\n<VirtualHost *> # <VirtualHost>\nServerName "
      "example.com\n",
-     stop()},
-    {"StartTakesTheMarksAway", Running, inTurn(stop(), start())},
-    {"StartOfARunningSiteTakesEveryMarkInIt", Running, start()},
-    {"StartOfAnUnknownSite", Running, inTurn(stop(), start("absent.example"))},
+     stop(), "30, #"},
+    // Stopped and started is as before, comments of its own aside.
+    {"StartTakesTheMarksAway", Running, inTurn(stop(), start()), R"(30029
+2,5,11,14-
+2+	# of the site
+3+#	Redirect / /closed
+6-	# of the site
+8-#	Redirect / /closed
+9+	# of the other
+15-	# of the other)"},
+    // A known loss: comments inside become lines.
+    {"StartOfARunningSiteTakesEveryMarkInIt", Running, start(), R"(29
+2,5,11,14-
+8-#	Redirect / /closed
+6+	Redirect / /closed)"},
+    // A stopped site is not started by another's name.
+    {"StartOfAnUnknownSite", Running, inTurn(stop(), start("absent.example")), R"(30029, #
+2,5,11,14-
+3-<VirtualHost 10.0.0.5:80>
+4-	ServerName example.com
+7-	DocumentRoot "/var/www/html"
+9-  	
+10,20-</VirtualHost>
+4+#<VirtualHost 10.0.0.5:80>
+5+#	ServerName example.com
+6+#	DocumentRoot "/var/www/html"
+7+#  	
+8,16+#</VirtualHost>
+9+	# of the other
+15-	# of the other
+18-<VirtualHost 10.0.0.5:443>
+19-	servername  EXAMPLE.com
+14+#<VirtualHost 10.0.0.5:443>
+15+#	servername  EXAMPLE.com)"},
+    // However many there are.
     {"StartTakesAllMarksOfALineWithOneBeforeTheName",
-     "##<VirtualHost *:80>\n  # ServerName example.com\n###</VirtualHost>\n", start()},
+     "##<VirtualHost *:80>\n  # ServerName example.com\n###</VirtualHost>\n", start(), R"(29
+1-##<VirtualHost *:80>
+1+<VirtualHost *:80>
+3-###</VirtualHost>
+3+</VirtualHost>)"},
+    // A known failure, which leaves the file whole.
     {"StartFailsAtALineOfMarksAlone",
      "Listen 80\n\n" + with(block("example.com", "#"), "#<", "#\n#<") +
          with(block("example.com", "#"), "#</", "##\n#</"),
      [](auto& file) {
          EXPECT_THROW(start()(file), std::out_of_range);
          return 0;
-     }},
+     },
+     "0, #"},
+    // A file that cannot be written stays as it is.
     {"DeleteWithoutAScratchFile", Site,
      [](auto& file) {
          makeReadOnly(file.substr(0, file.rfind('/')));
          return erase()(file);
-     }},
-    {"DeleteDropsEveryBlockOfTheSite", Running, erase()},
-    {"DeleteDropsAStoppedSite", Running, inTurn(stop(), erase())},
-    {"DeleteOfAnUnknownSiteDropsEmptyLinesBetweenBlocks", "\n" + Running + "\n \n",
-     erase("absent.example")},
+     },
+     R"(23
+> Error opening TEMPFILE file (no newline))"},
+    // A block that is left would go on serving it.
+    {"DeleteDropsEveryBlockOfTheSite", Running, erase(), R"(24
+2,5,11-
+3-<VirtualHost 10.0.0.5:80>
+4-	ServerName example.com
+6-	# of the site
+7-	DocumentRoot "/var/www/html"
+8-#	Redirect / /closed
+9-  	
+10,20-</VirtualHost>
+18-<VirtualHost 10.0.0.5:443>
+19-	servername  EXAMPLE.com)"},
+    // Commented out, it is still the site.
+    {"DeleteDropsAStoppedSite", Running, inTurn(stop(), erase()), R"(30024
+2,5,11,14-
+3-<VirtualHost 10.0.0.5:80>
+4-	ServerName example.com
+7-	DocumentRoot "/var/www/html"
+9-  	
+10,20-</VirtualHost>
+4+	# of the other
+15-	# of the other
+18-<VirtualHost 10.0.0.5:443>
+19-	servername  EXAMPLE.com)"},
+    // And nothing else.
+    {"DeleteOfAnUnknownSiteDropsEmptyLinesBetweenBlocks", "\n" + Running + "\n \n", erase("absent.example"),
+     R"(24
+1,3,12,22-)"},
+    // Other than a stop: a known difference.
     {"DeleteGoesByTheLastNameOfABlock",
      with(Site, "</", "ServerName other.example\n</") +
          with(block("other.example"), "</", "ServerName example.com\n</"),
-     erase()},
+     erase(), R"(24
+5-<VirtualHost *:80>
+6-	ServerName other.example
+7-ServerName example.com
+8-</VirtualHost>)"},
+    // A known loss; whoever mends it must see it here.
     {"DeleteTakesANamelessBlockBehindTheSiteAlong",
      Site + "<VirtualHost *>\n</VirtualHost>\n" + block("other.example") +
          "<VirtualHost *>\n</VirtualHost>\n",
-     erase()},
+     erase(), R"(24
+2-	ServerName example.com
+3,5-</VirtualHost>
+4-<VirtualHost *>
+6-<VirtualHost *:80>)"},
+    // What somebody left half written is not lost.
     {"DeleteKeepsAnOpenBlockUnlessItIsTheLast",
-     with(Open, "open.example", "example.com") + block("other.example") + Open, erase()},
-    {"DeleteAsksForTheWholeClosingTag", with(Site, "</", "</VirtualHost >\n</"), erase()},
+     with(Open, "open.example", "example.com") + block("other.example") + Open, erase(), R"(24
+6-<VirtualHost *:80>
+7-	ServerName open.example)"},
+    // A tag that cannot be read ends no block.
+    {"DeleteAsksForTheWholeClosingTag", with(Site, "</", "</VirtualHost >\n</"), erase(), R"(24
+1-<VirtualHost *:80>
+2-	ServerName example.com
+3-</VirtualHost >
+4-</VirtualHost>)"},
 };
 
 }  // namespace

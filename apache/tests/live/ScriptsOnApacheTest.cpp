@@ -1,6 +1,6 @@
-// What visitors of a real Apache meet: scripts, protected folders, and a Rails application's static pages.
-// suPHP, FastCGI and the hosting limits need modules that Debian does not ship; they are tested without a
-// server.
+// What visitors of a real Apache meet: scripts, protected directories, and a Rails application's static
+// pages. suPHP, FastCGI and the hosting limits need modules that Debian does not ship; they are tested
+// without a server.
 #include <ApacheHelper.h>
 #include <PrivateFolder.h>
 #include <RubyOnRails.h>

@@ -6,7 +6,7 @@
 
 namespace zp::test {
 
-// A folder put first in PATH. Its programs note how they were called before they do anything else.
+// A directory put first in PATH. Its programs note how they were called before they do anything else.
 class FakeTools {
 public:
     FakeTools();

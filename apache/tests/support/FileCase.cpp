@@ -1,7 +1,7 @@
 #include "support/FileCase.h"
 
 #include "support/Files.h"
-#include "support/Transcript.h"
+#include "support/Told.h"
 #include "support/Watching.h"
 
 namespace zp::test {
@@ -17,26 +17,31 @@ std::string shown(const std::string& name) {
     return name.starts_with(Name) ? name.substr(std::string(Name).size()) : name;
 }
 
+bool isSaidElsewhere(const FileCase& fileCase, const std::string& printed) {
+    return !printed.empty() &&
+           fileCase.expected.substr(0, fileCase.expected.find('\n')).ends_with(", chatter");
+}
+
 }  // namespace
 
 void check(const FileCase& fileCase) {
     const std::string folder = scratch("conf/"), file = folder + Name;
     writeFile(file, fileCase.before);
-    std::string result, printed, kept;
+    std::string told, printed, kept;
     {
         const CapturedOutput output;
-        result = std::to_string(fileCase.operation(file));
+        told = std::to_string(fileCase.operation(file));
         printed = output.text();
     }
     for (const std::string& name : namesIn(folder)) {
         const std::string beside = shown(name);
-        result += name == Name ? "" : ", " + beside;
+        told += name == Name ? "" : ", " + beside;
         if (beside.starts_with(".zpbackup") && readFile(folder + name) != fileCase.before) {
-            kept += "kept:\n" + difference(fileCase.before, readFile(folder + name), "-U1");
+            kept += "kept:\n" + changes(fileCase.before, readFile(folder + name));
         }
     }
-    expectTold(fileCase.name, result + "\n" + printedLines(printed) +
-                                  difference(fileCase.before, readFile(file), "-U1") + kept);
+    told += isSaidElsewhere(fileCase, printed) ? ", chatter\n" : "\n" + printedLines(printed);
+    expectTold(told + changes(fileCase.before, readFile(file)) + kept, fileCase.expected);
 }
 
 }  // namespace zp::test

@@ -22,15 +22,16 @@ struct FileCase {
     const char* name;  // letters, digits and _
     std::string before;
     FileOperation operation;
+    std::string expected;
 };
 
-// Runs the case on a new file and compares what it tells of it with the suite's transcript:
-//     === NAME: the result, names of what stands beside the file afterwards
+// Runs the case on a new file and compares what it tells:
+//     the result, names of what stands beside the file afterwards
 //     > what was printed
-//     the change of the file, as "diff -U1" has it
+//     the changes of the file (see Told.h)
 // Of a name beside the file the file's own is left out (".zpbackup.rt"), and one of digits alone is "#". A
 // copy whose name begins with ".zpbackup" was kept: where it does not hold the text before, "kept:" and
-// its change follow.
+// its change follow. Where "chatter" ends the first line something is printed, and another case says what.
 void check(const FileCase& fileCase);
 
 // For INSTANTIATE_TEST_SUITE_P.

@@ -8,10 +8,10 @@
 
 namespace zp::test {
 
-// A path in the running case's own folder, which is there and empty when the case begins.
+// A path in the running case's own directory, which is there and empty when the case begins.
 std::string scratch(const std::string& name = "");
 
-void writeFile(const std::string& path, std::string_view text);  // makes the folders on the way
+void writeFile(const std::string& path, std::string_view text);  // makes the directories on the way
 std::string readFile(const std::string& path);                   // NoFile when there is none
 inline constexpr const char* NoFile = "(no file)";
 

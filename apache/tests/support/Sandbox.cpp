@@ -55,7 +55,7 @@ void overlay(const std::string& folder) {
 void layOutFiles() {
     must(::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0, "private mounts");
     mountOn(SandboxFolder, "tmpfs", "mode=0755");
-    // Kept in sight wherever the sources are: an overlay hides what is mounted below its folder.
+    // Kept in sight wherever the sources are: an overlay hides what is mounted below its directory.
     mountAgain(ZP_TEST_CONFIGURATIONS, std::string(SandboxFolder) + "/configurations");
     for (const char* folder : {"/etc", "/usr", "/var", "/home"}) {
         overlay(folder);

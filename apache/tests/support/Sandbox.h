@@ -15,17 +15,17 @@ namespace zp::test {
 // and nothing is run.
 [[noreturn]] void runInSandbox(const std::function<int()>& tests);
 
-// A folder of the sandbox that tests use freely.
+// A directory of the sandbox that tests use freely.
 inline constexpr const char* SandboxFolder = "/mnt";
 
 void addAccount(const std::string& name, uid_t user, gid_t group);
 void addGroup(const std::string& name, gid_t group);
 
-// A file system of this size on a new folder, and its rest taken up but for `room` bytes by a file
+// A file system of this size on a new directory, and its rest taken up but for `room` bytes by a file
 // "filler".
 void mountSmallDisk(const std::string& folder, const std::string& size);
 void fillDisk(const std::string& folder, size_t room = 0);
-// Makes the folder read-only, for root as well.
+// Makes the directory read-only, for root as well.
 void makeReadOnly(const std::string& folder);
 
 }  // namespace zp::test
