@@ -7,10 +7,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
 #include <map>
+#include <set>
 #include <sstream>
 
 #include "Tracer.h"
@@ -242,6 +244,41 @@ protected:
 };
 INSTANTIATE_TEST_SUITE_P(Changes, Faults, ::testing::ValuesIn(changes()),
                          [](const auto& change) { return change.param.name; });
+
+// What comes into a file's place, and what is written into the file itself, is on the disk before it
+// counts.
+TEST_P(Faults, SyncWhatTheyWrite) {
+    restore();
+    const std::string log = scratch("calls");
+    const int standardError = ::dup(STDERR_FILENO);
+    ASSERT_NE(std::freopen(log.c_str(), "w", stderr), nullptr);
+    const faults::Run whole = change({.all = true});
+    ::dup2(standardError, STDERR_FILENO);
+    ASSERT_TRUE(isDone(whole));
+    std::istringstream calls(readFile(log));
+    std::set<std::string> written;
+    for (std::string line;
+         std::getline(calls, line);) {  // "number call file"; tools say other things there
+        std::istringstream words(line);
+        int number = 0;
+        std::string call, file;
+        if (!(words >> number >> call) || !std::getline(words >> std::ws, file)) {
+            continue;
+        }
+        if (call.find("write") != std::string::npos || call == "copy_file_range" || call == "sendfile") {
+            written.insert(file);
+        } else if (call == "fsync" || call == "fdatasync") {
+            written.erase(file);
+        } else if (call.starts_with("rename")) {
+            EXPECT_FALSE(written.contains(file)) << "moved as it was: " << file;
+        }
+    }
+    EXPECT_NE(readFile(log).find("sync"), std::string::npos);
+    std::erase_if(written, [](auto& name) {
+        return !fs::exists(name) || name.find(".zpbackup") != std::string::npos;
+    });
+    EXPECT_EQ(written, std::set<std::string>{});
+}
 
 TEST_P(Faults, LeaveTheOldOrTheNew) {
     restore();
