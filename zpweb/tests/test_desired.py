@@ -57,6 +57,8 @@ CHANGES = [
     ({"name": "b.example", "alias": {}, "index": ["i.html"]}, ["site set b.example --alias /p="]),
     ({"name": "c.example", "index": ["c.html"]}, ["site start c.example", "site set c.example --index c.html", "site stop c.example"]),
     ({"name": "c.example", "state": "running"}, ["site start c.example"]),
+    ({"name": "a.example", "directories": [{"path": "/var/zpweb-test", "options": ["-Indexes", "+FollowSymLinks"]}]},
+     ["vdir create a.example /var/zpweb-test --option -Indexes --option +FollowSymLinks"]),
     ({"name": "b.example", "state": "absent"}, ["site delete b.example"]), ({"name": "e.example", "state": "absent"}, []),
     ({"name": "c.example", "host_names": ["more.example", "www.c.example"]}, []),
     ({"name": "d.example", "address": "127.0.0.1", "owner": OWNER, "path": "/var/zpweb-test", "host_names": [], "state": "stopped"},

@@ -12,7 +12,7 @@ from pathlib import Path
 
 import pytest
 import websockets
-from conftest import await_true, free_port
+from conftest import OWNER, await_true, free_port
 from servers import HTTP, TLS, Debian, RedHat
 
 LIVE = Path("/etc/letsencrypt/live")
@@ -451,6 +451,41 @@ def test_a_document_brings_all_settings_about_and_takes_them_back(server, fpm):
         assert [each["text"] for each in apply({"access": wanted["access"][1:]})["commands"]] == [f"access off {SITE} /none"]
     assert apply(OFF)["changed"] and without_modules(server.files()) == without_modules(before)
     assert not Path("/etc/logrotate.d/zpweb").exists()
+
+
+def state(server, site, **settings):
+    answer = server.do("apply", "--state", "-", "--json", input=json.dumps({"sites": [{"name": site, **settings}]}))
+    return [" ".join(each["text"].split()[:2]) for each in answer.json["commands"]]
+
+
+def test_a_document_makes_a_site_with_all_that_belongs_to_it(server, fpm):
+    issue("fresh", "fresh.example,www.fresh.example")
+    before = server.files()
+    wanted = {"address": "*", "owner": OWNER, "path": "/var/www", "php": {"fpm": POOL}, "canonical": "bare",
+              "tls": {"certificate": f"{LIVE}/fresh/fullchain.pem", "key": f"{LIVE}/fresh/privkey.pem", "redirect": True},
+              "access": [{"path": "/secret", "deny": ["all"]}], "log_policy": {"when": "daily"}}
+    assert state(server, "fresh.example", **wanted) == ["site create", "tls on", "php set", "access set", "site canonical", "log policy"]
+    assert ask("www.fresh.example", "/x")[:2] == (301, "https://fresh.example/x") and ask("fresh.example", "/secret", "https")[0] == 403
+    assert state(server, "fresh.example", **wanted) == []
+    server.do("undo")
+    assert server.files() == before and server.serving() == server.all_served()
+
+
+def test_a_document_knows_sites_that_are_disabled(server):
+    if isinstance(server, RedHat):
+        pytest.skip("no links to sites there")
+    before = server.files()
+    assert state(server, SITE, state="disabled") == ["site disable"] and ask(SITE)[2] != SITE
+    document = server.do("export").json
+    assert {site["name"]: site["state"] for site in document["sites"]}[SITE] == "disabled"
+    assert server.do("plan", "-", "--json", input=json.dumps(document)).json["commands"] == []
+    names = {"host_names": ["www." + SITE, "more." + SITE]}
+    assert state(server, SITE, state="disabled", **names) == ["site enable", "host add", "site disable"]
+    assert state(server, SITE, state="disabled", host_names=["www." + SITE]) == ["site enable", "host remove", "site disable"]
+    assert state(server, SITE, state="suspended") == ["site enable", "site suspend"] and ask(SITE)[0] == 503
+    assert state(server, SITE, state="running") == ["site resume"] and server.files() == before
+    assert state(server, SITE, state="disabled") + state(server, SITE, state="absent") == ["site disable", "site enable", "site delete"]
+    assert not [name for name in server.files() if "/plain.conf" in name]
 
 
 def test_settings_of_a_suspended_site_are_not_looked_at_in_its_answers(server, fpm):

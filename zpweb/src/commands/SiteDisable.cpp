@@ -13,12 +13,12 @@ Outcome disable(Transaction& change, const Site& site, const Arguments&) {
                        "this server reads its sites without links that could be removed; see site stop");
     }
     std::string file;
-    if (Outcome own = ownFileOf(change.configuration(), site, layout, file); !own.ok()) {
+    if (Outcome own = ownFileOf(change, site, layout, file); !own.ok()) {
         return own;
     }
     change.output().set("site", site.name());
     change.output().set("file", file);
-    for (const std::string& link : layout.linksTo(file)) {
+    for (const std::string& link : linksTo(change, layout, file)) {
         if (Outcome gone = change.unlink(link); !gone.ok()) {
             return gone;
         }

@@ -92,7 +92,7 @@ Outcome renameFile(Transaction& change, const Layout& layout, const std::string&
     if (exists(renamed)) {
         return failure(Status::Exists, renamed + ": exists already and is no file of this site");
     }
-    const std::vector<std::string> links = layout.linksTo(file);
+    const std::vector<std::string> links = linksTo(change, layout, file);
     Outcome outcome = change.replace(renamed, std::string(change.contentOf(file).text()), file);
     outcome = outcome.ok() ? change.unlink(file) : outcome;
     for (size_t i = 0; outcome.ok() && i < links.size(); ++i) {

@@ -69,17 +69,26 @@ std::vector<DisabledSite> disabledSites(const Configuration& configuration) {
     return found;
 }
 
-Outcome ownFileOf(const Configuration& configuration, const Site& site, const Layout& layout,
-                  std::string& file) {
+std::vector<std::string> linksTo(const Transaction& change, const Layout& layout, const std::string& file) {
+    std::vector<std::string> links = layout.linksTo(file);
+    std::erase_if(links, [&](const std::string& link) { return !change.contentOf(link); });
+    const std::string made = layout.links + "/" + nameOf(file);
+    if (layout.hasLinks() && !exists(made) && change.contentOf(made).isLink()) {
+        links.push_back(made);
+    }
+    return links;
+}
+
+Outcome ownFileOf(const Transaction& change, const Site& site, const Layout& layout, std::string& file) {
     const std::vector<std::string> files = site.files();
     file = files.front();
-    if (files.size() > 1 || folderOf(file) != layout.directory || layout.linksTo(file).empty()) {
+    if (files.size() > 1 || folderOf(file) != layout.directory || linksTo(change, layout, file).empty()) {
         return failure(Status::Refused, "site " + inQuotes(site.name()) +
                                             " has no file of its own with a link to it: it stands in " +
                                             files.front() + (files.size() > 1 ? " and " + files[1] : ""));
     }
     const SameHost isSite(site.name());
-    for (const Block& block : configuration.file(file)->blocks()) {
+    for (const Block& block : change.configuration().file(file)->blocks()) {
         if (!block.stopped && !isSite(block.name)) {
             return failure(Status::Refused,
                            file + " is the file of another site, too: " +
@@ -118,7 +127,7 @@ Outcome removeLeftover(Transaction& change, const std::string& file) {
         return done();
     }
     change.asked().serverDirectives.insert("listen");  // all that it can still hold
-    for (const std::string& link : layout.linksTo(file)) {
+    for (const std::string& link : linksTo(change, layout, file)) {
         if (Outcome gone = change.unlink(link); !gone.ok()) {
             return gone;
         }

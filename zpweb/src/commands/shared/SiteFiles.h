@@ -18,10 +18,12 @@ struct DisabledSite {
 };
 std::vector<DisabledSite> disabledSites(const Configuration& configuration);
 
+// The links to a file as the change has them so far.
+std::vector<std::string> linksTo(const Transaction& change, const Layout& layout, const std::string& file);
+
 // The site's own file with its links; refused when the site has blocks elsewhere or another site has some
 // in it.
-Outcome ownFileOf(const Configuration& configuration, const Site& site, const Layout& layout,
-                  std::string& file);
+Outcome ownFileOf(const Transaction& change, const Site& site, const Layout& layout, std::string& file);
 
 // A block as it stands, and the text without it and without one of the blank lines around it.
 std::string takeOut(std::string& text, std::string_view block);
