@@ -8,6 +8,8 @@
 #include <cstring>
 #include <utility>
 
+#include "host/Machine.h"
+
 namespace zp::conf {
 
 namespace {
@@ -18,8 +20,10 @@ constexpr size_t BufferSize = size_t{128} * 1024;  // more than any operation's 
 host::Descriptor openFile(const std::string& path) {
     host::Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
     struct stat status {};
-    if (file.isOpen() &&
-        (::fstat(file.number(), &status) != 0 || !(S_ISREG(status.st_mode) || S_ISCHR(status.st_mode)))) {
+    if (!file.isOpen() || ::fstat(file.number(), &status) != 0) {
+        host::noteFault(path);
+        file.close();
+    } else if (!S_ISREG(status.st_mode) && !S_ISCHR(status.st_mode)) {
         file.close();
     }
     return file;
@@ -75,6 +79,9 @@ bool LineReader::fill() {
         count = ::read(file_.number(), buffer_.get() + end_, capacity_ - end_);
     } while (count < 0 && errno == EINTR);
     failed_ = count < 0;
+    if (failed_) {
+        host::noteFault("a file that is read");
+    }
     atFileEnd_ = count <= 0;
     end_ += count > 0 ? static_cast<size_t>(count) : 0;
     std::memset(buffer_.get() + end_, 0, NewlineBlock);

@@ -11,6 +11,7 @@ namespace zp::host {
 struct Account {
     uid_t user;
     gid_t group;
+    std::string home;
 };
 
 // Whom something is given to. Neither is set where the account or the group is not known.
@@ -25,6 +26,7 @@ struct Ownership {
 Ownership inPanelGroup(const std::string& account);
 
 std::optional<Account> findAccount(const std::string& name);
+std::optional<gid_t> findGroup(const std::string& name);
 
 // The name of the account that owns the path, from the host's own password database; empty when the path or
 // the account cannot be found.

@@ -4,11 +4,23 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
+
+#include "host/Machine.h"
+
 namespace zp::host {
 
 namespace {
 
 constexpr mode_t ModeBits = 07777;
+
+bool look(const std::string& path, struct stat& status) {
+    const bool seen = ::stat(path.c_str(), &status) == 0;
+    if (!seen) {
+        noteFault(path);
+    }
+    return seen;
+}
 
 }  // namespace
 
@@ -27,7 +39,13 @@ std::string withoutTrailingSlashes(std::string path) {
     return path;
 }
 
-bool exists(const std::string& path) { return ::access(path.c_str(), F_OK) == 0; }
+bool exists(const std::string& path) {
+    const bool found = ::access(path.c_str(), F_OK) == 0;
+    if (!found) {
+        noteFault(path);
+    }
+    return found;
+}
 
 bool isDirectory(const std::string& path) { return S_ISDIR(modeAndTypeOf(path)); }
 
@@ -38,7 +56,7 @@ bool isLink(const std::string& path) {
 
 std::optional<off_t> sizeOfFile(const std::string& path) {
     struct stat status {};
-    if (::stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) {
+    if (!look(path, status) || !S_ISREG(status.st_mode)) {
         return std::nullopt;
     }
     return status.st_size;
@@ -46,15 +64,12 @@ std::optional<off_t> sizeOfFile(const std::string& path) {
 
 std::optional<mode_t> modeOf(const std::string& path) {
     struct stat status {};
-    if (::stat(path.c_str(), &status) != 0) {
-        return std::nullopt;
-    }
-    return status.st_mode & ModeBits;
+    return look(path, status) ? std::optional(status.st_mode & ModeBits) : std::nullopt;
 }
 
 mode_t modeAndTypeOf(const std::string& path) {
     struct stat status {};
-    return ::stat(path.c_str(), &status) == 0 ? status.st_mode : 0;
+    return look(path, status) ? status.st_mode : 0;
 }
 
 void removeFile(const std::string& path) { static_cast<void>(::unlink(path.c_str())); }
@@ -63,12 +78,20 @@ std::vector<std::string> filesIn(const std::string& directory) {
     std::vector<std::string> files;
     DIR* listing = ::opendir(directory.c_str());
     if (listing == nullptr) {
+        noteFault(directory);
         return files;
     }
-    for (const dirent* entry = ::readdir(listing); entry != nullptr; entry = ::readdir(listing)) {
+    for (errno = 0;; errno = 0) {
+        const dirent* entry = ::readdir(listing);
+        if (entry == nullptr) {
+            break;
+        }
         if (!isDirectory(directory + "/" + entry->d_name)) {  // "." and ".." are directories, too
             files.emplace_back(entry->d_name);
         }
+    }
+    if (errno != 0) {
+        noteFault(directory);
     }
     ::closedir(listing);
     return files;

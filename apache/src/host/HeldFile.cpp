@@ -6,6 +6,7 @@
 #include <cerrno>
 
 #include "host/FileSystem.h"
+#include "host/Machine.h"
 
 namespace zp::host {
 
@@ -23,8 +24,10 @@ HeldFile::HeldFile(const std::string& path, Size size)
     directory_ = HeldDirectory::hold(locationOf(path).directory, &obstacle);
     if (!obstacle.link.empty()) {
         withoutDirectory_ = State::Blocked;
-    } else if (obstacle.error != ENOENT && obstacle.error != ENOTDIR) {
+    } else if (!directory_ && obstacle.error != ENOENT && obstacle.error != ENOTDIR) {
         withoutDirectory_ = State::Unknown;
+        errno = obstacle.error;
+        noteFault(path_);
     }
 }
 
@@ -34,7 +37,9 @@ HeldFile::State HeldFile::state() const {
     }
     const Descriptor file(::openat(directory_->descriptor(), name_.c_str(), O_PATH | SameFile));
     if (!file.isOpen()) {
-        return errno == ENOENT ? State::Missing : State::Unknown;
+        const bool missing = errno == ENOENT;
+        noteFault(path_);
+        return missing ? State::Missing : State::Unknown;
     }
     return isFit(file.number()) ? State::Present : State::Blocked;
 }
@@ -61,7 +66,9 @@ Descriptor HeldFile::open(int flags) const {
     }
     const int existing = (flags & ~O_CREAT) | SameFile;
     Descriptor file(::openat(directory_->descriptor(), name_.c_str(), existing));
-    if (file.isOpen() && !isFit(file.number())) {
+    if (!file.isOpen()) {
+        noteFault(path_);
+    } else if (!isFit(file.number())) {
         file.close();
     }
     return file;
@@ -73,22 +80,17 @@ Descriptor HeldFile::make() const {
                                  : -1);
 }
 
-void HeldFile::setMode(mode_t mode) const {
-    const Descriptor file = open(O_RDONLY);
-    if (file.isOpen()) {
-        static_cast<void>(::fchmod(file.number(), mode));
-    }
-}
-
-void HeldFile::remove() const {
-    if (directory_) {
-        ::unlinkat(directory_->descriptor(), name_.c_str(), 0);
-    }
+bool HeldFile::remove() const {
+    return directory_ && (::unlinkat(directory_->descriptor(), name_.c_str(), 0) == 0 || errno == ENOENT);
 }
 
 bool HeldFile::isFit(int file) const {
     struct stat status {};
-    if (::fstat(file, &status) != 0 || !S_ISREG(status.st_mode)) {
+    if (::fstat(file, &status) != 0) {
+        noteFault(path_);
+        return false;
+    }
+    if (!S_ISREG(status.st_mode)) {
         return false;
     }
     return !othersWrite() ||

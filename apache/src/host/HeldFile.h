@@ -37,8 +37,7 @@ public:
     Descriptor open(int flags) const;
     // Makes it new and empty, readable by its owner alone; not open when something is there.
     Descriptor make() const;
-    void setMode(mode_t mode) const;
-    void remove() const;
+    [[nodiscard]] bool remove() const;  // nothing there counts as removed
 
 private:
     bool isFit(int file) const;

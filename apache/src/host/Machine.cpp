@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
@@ -131,9 +132,18 @@ Machine::Machine()
       }),
       scratch([](const std::string& path) { return path; }),
       effect(carryOut),
+      fault([](const std::string&) {}),
       out([]() -> std::ostream& { return std::cout; }) {}
 
 const Machine& machine() { return *inUse(); }
+
+void noteFault(const std::string& what) {
+    constexpr int Answers[] = {ENOENT, ENOTDIR,      EACCES, EPERM, ELOOP,  EINVAL,
+                               EISDIR, ENAMETOOLONG, ENXIO,  ESRCH, ENODEV, EEXIST};
+    if (std::ranges::find(Answers, errno) == std::end(Answers)) {
+        machine().fault(what);
+    }
+}
 
 MachineInUse::MachineInUse(Machine machine)
     : machine_(std::move(machine)), before_(std::exchange(inUse(), &machine_)) {}

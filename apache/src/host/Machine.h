@@ -33,6 +33,9 @@ struct Machine {
     std::function<std::string(const std::string& path)> scratch;
     // Takes a step outside of the files that are edited. False when it could not be taken.
     std::function<bool(const Effect& effect)> effect;
+    // Is told of a call that went wrong, by what it was about. The operation goes on as if there were
+    // nothing, as it is documented.
+    std::function<void(const std::string& what)> fault;
     // Where text is printed.
     std::function<std::ostream&()> out;
 
@@ -56,5 +59,9 @@ private:
 };
 
 inline std::ostream& out() { return machine().out(); }
+
+// Tells the machine of the call that has just set `errno`, unless that says how things stand: that there is
+// no such file is an answer, that a disk could not be read is none.
+void noteFault(const std::string& what);
 
 }  // namespace zp::host

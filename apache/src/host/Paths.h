@@ -9,6 +9,7 @@ namespace path {
 inline constexpr const char* ProductConfiguration = "/etc/ZeplarPanel.conf";
 inline constexpr const char* CloudLinuxRelease = "/etc/CloudLinux-release";
 inline constexpr const char* PasswordDatabase = "/etc/passwd";
+inline constexpr const char* GroupDatabase = "/etc/group";
 inline constexpr const char* ApacheEnvironment = "/etc/apache2/envvars";
 inline constexpr const char* ServiceScripts = "/etc/init.d";
 inline constexpr const char* RunFolder = "/var/run";

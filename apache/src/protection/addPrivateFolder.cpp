@@ -13,10 +13,8 @@ int PrivateFolder::addPrivateFolder(std::string folderPath, std::string userName
                   {"PrivateFolderUserPasswd", userPasswd}});
     const zp::FolderProtection protection(folderPath);
     if (!zp::isUserName(userName) || !protection.passwordFile().isUsable() ||
-        !protection.demandPassword() ||
-        !protection.addUser(userName, userPasswd, zp::FolderProtection::Command::Unseen)) {
+        !protection.demandPassword() || !protection.addUser(userName, userPasswd)) {
         return result::protection::NotAdded;
     }
-    protection.passwordFile().setMode(zp::ReadOnlyForAll);
     return result::protection::UserAdded;
 }

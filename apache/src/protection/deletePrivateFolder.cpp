@@ -23,14 +23,14 @@ int PrivateFolder::deletePrivateFolder(std::string folderPath, std::string userN
     }
     bool isUserExist = false;
     if (passwords == State::Present) {
-        const bool ran = protection.deleteUser(userName, zp::FolderProtection::Command::Shown);
+        const bool ran = protection.deleteUser(userName);
         const auto size = passwordFile.size();
         if (!ran || !size) {
             return result::protection::NotDeleted;
         }
         isUserExist = *size != 0;
-        if (!isUserExist) {
-            passwordFile.remove();
+        if (!isUserExist && !passwordFile.remove()) {
+            return result::protection::NotDeleted;
         }
     }
     if (isUserExist || access != State::Present) {

@@ -8,18 +8,22 @@ namespace result = zp::result;
 
 namespace {
 
-using Command = zp::FolderProtection::Command;
+using Replaced = zp::FolderProtection::Replaced;
 
 int changePassword(const std::string& folder, const std::string& userName, const std::string& userPasswd) {
     const zp::FolderProtection protection(folder);
     if (!protection.passwordFile().isPresent() || !zp::isUserName(userName)) {
         return result::protection::NotEdited;
     }
-    if (!protection.deleteUser(userName, Command::Shown)) {
-        return result::protection::NotDeletedForEdit;
+    switch (protection.replaceUser(userName, userPasswd)) {
+        case Replaced::No:
+            return result::protection::NotDeletedForEdit;
+        case Replaced::Deleted:
+            return result::protection::NotEdited;
+        case Replaced::Yes:
+            break;
     }
-    return protection.addUser(userName, userPasswd, Command::Shown) ? result::protection::Edited
-                                                                    : result::protection::NotEdited;
+    return result::protection::Edited;
 }
 
 }  // namespace

@@ -101,8 +101,7 @@ int CZPWebsite::rotateLog(std::string szHttpdConfFile, std::string szDomainName,
     }
     if (conf::equalIgnoringCase(szOption, "DEL")) {
         host::out() << "Remove the file\n";
-        log.remove();
-        return result::log::Rotated;
+        return log.remove() ? result::log::Rotated : result::log::NotRotated;
     }
     if (conf::equalIgnoringCase(szOption, "ZIPandDEL")) {
         host::out() << "Zip and remove the file\n";

@@ -4,11 +4,14 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <functional>
+#include <memory>
 #include <ostream>
 
 #include "FileHandling.h"
 #include "conf/ScratchFile.h"
 #include "conf/Text.h"
+#include "host/Access.h"
 #include "host/Paths.h"
 #include "host/ReadAll.h"
 #include "host/Shell.h"
@@ -23,6 +26,8 @@ constexpr char CommentMark = '#';
 constexpr const char* CopySuffix = ".zpnew";
 
 using State = host::HeldFile::State;
+// The tool's command line for a password file.
+using CommandLine = std::function<std::string(const std::string& passwordFile)>;
 
 }  // namespace
 
@@ -80,46 +85,121 @@ bool FolderProtection::lift() const {
     });
 }
 
-bool FolderProtection::addUser(const std::string& user, const std::string& password,
-                               Command command) const {
-    const char* option = passwordFile_.isPresent() ? "-b" : "-cb";
-    const auto line = [&](const std::string& file) {
+namespace {
+
+// A copy of a password file, on which the tool works.
+class Copy {
+public:
+    explicit Copy(const host::HeldFile& file) : name_(file.name()), old_(file.open(O_RDONLY)) {
+        if (file.directory() == nullptr || (!old_.isOpen() && file.state() != State::Missing)) {
+            return;
+        }
+        copy_ = std::make_unique<conf::ScratchFile>(file.directory()->descriptor(), name_ + CopySuffix);
+        const auto text = old_.isOpen() ? host::readAll(old_.number()) : std::string();
+        copy_->copyText(text.value_or(""));
+        if (!text || !copy_->flush()) {
+            drop();
+        }
+    }
+    bool isReady() const { return copy_ != nullptr && copy_->isOpen(); }
+    bool hadFile() const { return old_.isOpen(); }
+
+    // The tool gets the path of an open file: by its name it would write through a link of the owner's.
+    host::Ran run(const CommandLine& line) const {
+        return host::runThroughPipe(line(host::pathOf(copy_->descriptor())));
+    }
+    void drop() { copy_->remove(); }
+    bool putInPlace(std::optional<mode_t> mode = {}) {
+        struct stat status {};
+        const int copy = copy_->descriptor();
+        const bool known = ::fstat(copy, &status) == 0;
+        if (known && !hadFile() && status.st_size == 0) {  // the tool has made nothing
+            drop();
+            return true;
+        }
+        if (!known || (hadFile() && !host::takeOverAccess(old_.number(), copy)) ||
+            (mode && ::fchmod(copy, *mode) != 0)) {
+            drop();
+            return false;
+        }
+        return copy_->renameTo(name_, -1);
+    }
+
+private:
+    std::string name_;
+    host::Descriptor old_;
+    std::unique_ptr<conf::ScratchFile> copy_;
+};
+
+CommandLine addition(const char* option, const std::string& user, const std::string& password) {
+    return [=](const std::string& file) {
         return host::commandLine({host::program::PasswordTool, option, file, user, password});
     };
-    return changePasswords(line, command);
 }
 
-bool FolderProtection::deleteUser(const std::string& user, Command command) const {
-    const auto line = [&](const std::string& file) {
+CommandLine deletion(const std::string& user) {
+    return [=](const std::string& file) {
         return host::commandLine({host::program::PasswordTool, "-D", file, user});
     };
-    return changePasswords(line, command);
 }
 
-// The tool gets the path of an open file: by its name it would write through a link of the owner's.
-bool FolderProtection::changePasswords(const CommandLine& line, Command command) const {
-    if (command == Command::Shown) {
-        host::out() << "command=" << line(passwordFile_.path()) << '\n';
-    }
-    const host::Descriptor old = passwordFile_.open(O_RDONLY);
-    const auto text = old.isOpen() ? host::readAll(old.number()) : std::string();
-    if (!text || passwordFile_.directory() == nullptr) {
+void show(const CommandLine& line, const host::HeldFile& file) {
+    host::out() << "command=" << line(file.path()) << '\n';
+}
+
+}  // namespace
+
+bool FolderProtection::addUser(const std::string& user, const std::string& password) const {
+    Copy copy(passwordFile_);
+    if (!copy.isReady()) {
         return false;
     }
-    conf::ScratchFile copy(passwordFile_.directory()->descriptor(), passwordFile_.name() + CopySuffix);
-    copy.copyText(*text);
-    if (!copy.isOpen() || !copy.flush()) {
-        copy.remove();
-        return false;
+    const host::Ran ran = copy.run(addition(copy.hadFile() ? "-b" : "-cb", user, password));
+    if (ran == host::Ran::Done) {
+        return copy.putInPlace(ReadOnlyForAll);
     }
-    const host::Ran ran = host::runThroughPipe(line(host::pathOf(copy.descriptor())));
-    struct stat status {};
-    const bool isThere = ::fstat(copy.descriptor(), &status) == 0 && (old.isOpen() || status.st_size > 0);
-    if (ran != host::Ran::Done || !isThere) {
-        copy.remove();
-        return ran != host::Ran::NotStarted;
+    copy.drop();
+    return ran != host::Ran::NotStarted;
+}
+
+bool FolderProtection::deleteUser(const std::string& user) const {
+    show(deletion(user), passwordFile_);
+    Copy copy(passwordFile_);
+    const host::Ran ran = copy.isReady() ? copy.run(deletion(user)) : host::Ran::NotStarted;
+    if (ran == host::Ran::Done) {
+        return copy.putInPlace();
     }
-    return copy.renameTo(passwordFile_.name(), old.number());
+    if (copy.isReady()) {
+        copy.drop();
+    }
+    return ran != host::Ran::NotStarted;
+}
+
+// On one copy. When the tool fails to delete there is nothing that could be lost: it adds to a fresh one.
+FolderProtection::Replaced FolderProtection::replaceUser(const std::string& user,
+                                                         const std::string& password) const {
+    show(deletion(user), passwordFile_);
+    std::optional<Copy> copy(passwordFile_);
+    const host::Ran deleted = copy->isReady() ? copy->run(deletion(user)) : host::Ran::NotStarted;
+    if (deleted != host::Ran::Done && copy->isReady()) {
+        copy->drop();
+    }
+    if (deleted == host::Ran::NotStarted) {
+        return Replaced::No;
+    }
+    show(addition("-b", user, password), passwordFile_);
+    if (deleted == host::Ran::Failed) {
+        copy.emplace(passwordFile_);
+    }
+    const host::Ran added =
+        copy->isReady() ? copy->run(addition("-b", user, password)) : host::Ran::NotStarted;
+    if (added == host::Ran::Done) {
+        return copy->putInPlace() ? Replaced::Yes : Replaced::Deleted;
+    }
+    if (copy->isReady()) {
+        copy->drop();
+    }
+    return added == host::Ran::NotStarted ? Replaced::Deleted : Replaced::Yes;
 }
 
 bool isUserName(const std::string& name) { return conf::isOneLine(name); }

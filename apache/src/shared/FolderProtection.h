@@ -27,12 +27,14 @@ public:
     // taken out.
     [[nodiscard]] bool lift() const;
 
-    // Add a user with "htpasswd", and delete one; the command may be printed before. The tool works on a
-    // copy beside the password file, which takes its place when the tool has done its work, so that no
-    // fault leaves half a file. False when the tool could not be started, or nothing put in place.
-    enum class Command { Shown, Unseen };
-    [[nodiscard]] bool addUser(const std::string& user, const std::string& password, Command command) const;
-    [[nodiscard]] bool deleteUser(const std::string& user, Command command) const;
+    // Add a user with "htpasswd", delete one, give one another password; the commands of the last two are
+    // printed. The tool works on a copy beside the password file, which takes its place when the tool has
+    // done all of its work, so that no fault leaves half a file, or one without the user. Adding leaves the
+    // file read-only for everybody. False when the tool could not be started, or nothing was put in place.
+    [[nodiscard]] bool addUser(const std::string& user, const std::string& password) const;
+    [[nodiscard]] bool deleteUser(const std::string& user) const;
+    enum class Replaced { No, Deleted, Yes };  // Deleted: from the copy alone
+    [[nodiscard]] Replaced replaceUser(const std::string& user, const std::string& password) const;
 
 private:
     struct Directive {
@@ -41,7 +43,6 @@ private:
 
     // The tool's command line for a password file.
     using CommandLine = std::function<std::string(const std::string& passwordFile)>;
-    bool changePasswords(const CommandLine& line, Command command) const;
     // Absent when the access file cannot be read.
     std::optional<std::string> missingLines() const;
 

@@ -7,6 +7,7 @@
 #include "change/Transaction.h"
 #include "sys/File.h"
 #include "sys/GuardedFolder.h"
+#include "sys/Look.h"
 #include "text/Keep.h"
 
 namespace zpweb {
@@ -183,7 +184,7 @@ Outcome Transaction::takeOthers(const OtherEdit& edit) {
             return text.outcome();
         }
         struct stat status {};
-        if (!file.before && ::stat(staged.c_str(), &status) == 0) {
+        if (!file.before && lookAt(staged, status)) {
             file.mode = std::max<mode_t>(status.st_mode & 0777, edit.mode);
         }
         set_->set(path,

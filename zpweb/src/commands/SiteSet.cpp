@@ -11,6 +11,7 @@
 #include "input/HostName.h"
 #include "sys/File.h"
 #include "sys/GuardedFolder.h"
+#include "sys/Look.h"
 
 namespace zpweb {
 
@@ -87,7 +88,7 @@ mode_t modeOf(const std::string& text) { return static_cast<mode_t>(std::stoul(t
 Outcome setMode(Transaction& change, const Place& place, const std::string& folder, mode_t mode) {
     const std::string target = folder.empty() ? std::string(place.block->root) : folder;
     struct stat status {};
-    if (::stat(target.c_str(), &status) != 0) {
+    if (!lookAt(target, status)) {
         return failure(Status::NotFound, systemError(target));
     }
     if (Outcome reached = reachedWithoutForeignLink(target); !reached.ok()) {

@@ -1,13 +1,13 @@
 #include "input/Typed.h"
 
 #include <arpa/inet.h>
-#include <pwd.h>
 
 #include <algorithm>
 #include <array>
 #include <charconv>
 
 #include "conf/Text.h"
+#include "host/Accounts.h"
 #include "input/Duration.h"
 #include "input/HostName.h"
 #include "input/Network.h"
@@ -93,7 +93,7 @@ Typed account(const std::string& value) {
     if (value.empty() || value.front() == '-' || value.find_first_of(":/\n") != std::string::npos) {
         return wrongValue("account", value, "it is no account name", Expectation);
     }
-    if (value.find('\0') != std::string::npos || ::getpwnam(value.c_str()) == nullptr) {
+    if (value.find('\0') != std::string::npos || !zp::host::findAccount(value)) {
         return wrongValue("account", value, "there is no such account", Expectation);
     }
     return value;

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include "sys/File.h"
+#include "sys/Look.h"
 #include "sys/OwnersFile.h"
 
 namespace zpweb {
@@ -13,8 +14,7 @@ namespace {
 bool onSameFileSystem(const std::string& a, const std::string& b) {
     struct stat first {};
     struct stat second {};
-    return ::stat(a.c_str(), &first) == 0 && ::stat(b.c_str(), &second) == 0 &&
-           first.st_dev == second.st_dev;
+    return lookAt(a, first) && lookAt(b, second) && first.st_dev == second.st_dev;
 }
 
 // A directory of this program's alone beside the configuration.

@@ -1,8 +1,5 @@
 #include "phases/Stage.h"
 
-#include <grp.h>
-#include <pwd.h>
-
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
@@ -11,6 +8,7 @@
 #include <sstream>
 #include <utility>
 
+#include "host/Accounts.h"
 #include "host/Machine.h"
 #include "host/Paths.h"
 #include "sys/File.h"
@@ -35,10 +33,10 @@ void setOwner(Effect& effect, const std::string& words) {
     const size_t colon = std::min(words.find(':'), words.size());
     const std::string account = words.substr(0, colon);
     const std::string group = words.substr(std::min(colon + 1, words.size()));
-    const passwd* user = ::getpwnam(account.c_str());
-    effect.user = user != nullptr ? std::optional(user->pw_uid) : wholeNumber(account, 10);
-    const ::group* known = group.empty() ? nullptr : ::getgrnam(group.c_str());
-    effect.group = known != nullptr ? std::optional(known->gr_gid) : wholeNumber(group, 10);
+    const auto user = host::findAccount(account);
+    effect.user = user ? std::optional(user->user) : wholeNumber(account, 10);
+    const auto known = group.empty() ? std::nullopt : host::findGroup(group);
+    effect.group = known ? known : wholeNumber(group, 10);
 }
 
 // "chown [-R] OWNER PATH", "chmod [-R] MODE [ACCOUNT] PATH"; absent for another command.
@@ -67,7 +65,7 @@ public:
     StageMachine(std::string work, StagedRun& run) : work_(std::move(work)), run_(run) {}
 
     host::Machine machine() {
-        host::Machine machine;
+        host::Machine machine = host::machine();
         machine.run = [this](const Words& words) { take(words); };
         machine.runUnseen = [this](const std::string& command) { return runPasswordTool(command); };
         machine.firstLine = [usual = machine.firstLine](const std::string& command, size_t limit) {
@@ -101,7 +99,11 @@ private:
         if (finished.status < 0) {
             return host::Ran::NotStarted;
         }
-        return finished.status == 0 ? host::Ran::Done : host::Ran::Failed;
+        if (finished.status != 0) {
+            fault_ = failure("htpasswd failed: " + finished.output);
+            return host::Ran::Failed;
+        }
+        return host::Ran::Done;
     }
     bool move(const std::string& from, const std::string& to) {
         const bool moved = std::rename(from.c_str(), to.c_str()) == 0;

@@ -11,6 +11,7 @@
 #include "sys/File.h"
 #include "sys/Fingerprint.h"
 #include "sys/GuardedFolder.h"
+#include "sys/Look.h"
 
 namespace zpweb {
 
@@ -76,7 +77,7 @@ void addUse(Faults& faults, const std::string& file, const Chain& chain) {
 // A key is root's secret.
 void addOpenness(Faults& faults, const std::string& file) {
     struct stat status {};
-    if (::stat(file.c_str(), &status) != 0) {
+    if (!lookAt(file, status)) {
         return;
     }
     if (status.st_uid != 0) {

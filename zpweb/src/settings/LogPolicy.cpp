@@ -10,6 +10,7 @@
 
 #include "input/Fields.h"
 #include "sys/File.h"
+#include "sys/Look.h"
 
 namespace zpweb {
 
@@ -32,7 +33,7 @@ Json jsonOf(const LogPolicies& policies) {
 // Who does the work where the directory is not root's: root itself would be led by what is placed there.
 std::string accountLine(const std::string& log) {
     struct stat status {};
-    if (::stat(folderOf(log).c_str(), &status) != 0 || status.st_uid == 0) {
+    if (!lookAt(folderOf(log), status) || status.st_uid == 0) {
         return "    create 0640 root adm\n";
     }
     const passwd* user = ::getpwuid(status.st_uid);

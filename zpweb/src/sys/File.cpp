@@ -14,17 +14,27 @@
 #include <filesystem>
 #include <memory>
 
+#include "host/Machine.h"
 #include "host/WriteAll.h"
 
+using zp::host::noteFault;
 using zp::host::writeAll;
 
 namespace zpweb {
 
 namespace {
 
+bool look(const std::string& path, int result) {
+    if (result != 0) {
+        noteFault(path);
+    }
+    return result == 0;
+}
+
 Expected<Descriptor> openToRead(const std::string& path, struct stat& status) {
     Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     if (!file.isOpen() || ::fstat(file.number(), &status) != 0) {
+        noteFault(path);
         return failure(errno == ENOENT ? Status::NotFound : Status::Error, systemError(path));
     }
     if (!S_ISREG(status.st_mode)) {
@@ -39,6 +49,7 @@ ssize_t readInto(int descriptor, char* buffer, size_t size) {
     while (used < size) {
         const ssize_t count = ::read(descriptor, buffer + used, size - used);
         if (count < 0 && errno != EINTR) {
+            noteFault("read");
             return -1;
         }
         if (count == 0) {
@@ -49,10 +60,16 @@ ssize_t readInto(int descriptor, char* buffer, size_t size) {
     return static_cast<ssize_t>(used);
 }
 
-std::vector<std::string> attributeNames(int file) {
-    std::vector<char> names(4096);
+bool hasNone(int error) { return error == ENOTSUP || error == ENODATA; }
+
+// Absent when they cannot be listed.
+std::optional<std::vector<std::string>> attributeNames(int file) {
+    std::vector<char> names(65536);
     const ssize_t size = ::flistxattr(file, names.data(), names.size());
     std::vector<std::string> found;
+    if (size < 0 && !hasNone(errno)) {
+        return std::nullopt;
+    }
     for (ssize_t at = 0; at < size;) {
         found.emplace_back(names.data() + at);
         at += static_cast<ssize_t>(found.back().size()) + 1;
@@ -63,7 +80,8 @@ std::vector<std::string> attributeNames(int file) {
 bool copyAttribute(int from, int to, const std::string& name) {
     std::vector<char> value(65536);
     const ssize_t size = ::fgetxattr(from, name.c_str(), value.data(), value.size());
-    return size < 0 || ::fsetxattr(to, name.c_str(), value.data(), static_cast<size_t>(size), 0) == 0;
+    return size < 0 ? hasNone(errno)
+                    : ::fsetxattr(to, name.c_str(), value.data(), static_cast<size_t>(size), 0) == 0;
 }
 
 // Whole, however much it grows meanwhile.
@@ -106,6 +124,7 @@ Expected<std::string> realPathOf(const std::string& path) {
     const std::unique_ptr<char, decltype(&std::free)> resolved(::realpath(path.c_str(), nullptr),
                                                                &std::free);
     if (!resolved) {
+        noteFault(path);
         return failure(errno == ENOENT || errno == ENOTDIR ? Status::NotFound : Status::Error,
                        systemError(path));
     }
@@ -114,22 +133,23 @@ Expected<std::string> realPathOf(const std::string& path) {
 
 bool exists(const std::string& path) {
     struct stat status {};
-    return ::lstat(path.c_str(), &status) == 0;
+    return look(path, ::lstat(path.c_str(), &status));
 }
 
 bool isFolder(const std::string& path) {
     struct stat status {};
-    return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+    return look(path, ::stat(path.c_str(), &status)) && S_ISDIR(status.st_mode);
 }
 
 bool isFile(const std::string& path) {
     struct stat status {};
-    return ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+    return look(path, ::stat(path.c_str(), &status)) && S_ISREG(status.st_mode);
 }
 
 std::optional<std::string> linkTarget(const std::string& path) {
     std::array<char, PATH_MAX> target{};
     const ssize_t length = ::readlink(path.c_str(), target.data(), target.size());
+    static_cast<void>(look(path, length < 0 ? -1 : 0));
     return length < 0 ? std::nullopt
                       : std::optional(std::string(target.data(), static_cast<size_t>(length)));
 }
@@ -145,6 +165,7 @@ Expected<std::vector<std::string>> listed(const std::string& folder) {
         }
     }
     if (errno != 0) {
+        noteFault(folder);
         return failure(errno == ENOENT ? Status::NotFound : Status::Error, systemError(folder));
     }
     std::sort(names.begin(), names.end());
@@ -245,7 +266,11 @@ Outcome takeOverAttributes(const Descriptor& from, const Descriptor& to, const s
         ::fchmod(to.number(), mode) != 0) {
         return failure("cannot keep owner and mode of " + systemError(path));
     }
-    for (const std::string& name : attributeNames(from.number())) {
+    const auto names = attributeNames(from.number());
+    if (!names) {
+        return failure("cannot read the attributes of " + systemError(path));
+    }
+    for (const std::string& name : *names) {
         // What the kernel's security modules label is theirs to set.
         if (!copyAttribute(from.number(), to.number(), name) && !name.starts_with("security.")) {
             return failure("cannot keep the attribute " + name + " of " + systemError(path));

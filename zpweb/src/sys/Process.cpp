@@ -190,7 +190,7 @@ bool isReadableBy(const std::string& account, const std::string& path) {
 }
 
 zp::host::Machine withoutShell() {
-    zp::host::Machine machine;
+    zp::host::Machine machine = zp::host::machine();
     machine.run = [](const std::vector<std::string>& words) {
         zp::host::out() << runProgram(words).output;
     };

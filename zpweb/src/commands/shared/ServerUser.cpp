@@ -1,11 +1,11 @@
 #include "commands/shared/ServerUser.h"
 
 #include <grp.h>
-#include <pwd.h>
 
 #include <algorithm>
 
 #include "CZPWebsite.h"
+#include "host/Accounts.h"
 #include "sys/Process.h"
 
 namespace zpweb {
@@ -18,13 +18,13 @@ std::optional<ServerUser> answeringUser(const Configuration& configuration) {
         const Capture quiet;
         static_cast<void>(CZPWebsite(nullptr, main.c_str()).getApacheUserGroup(main, name, group));
     }
-    const passwd* account = ::getpwnam(name.c_str());
-    if (account == nullptr) {
+    const auto account = zp::host::findAccount(name);
+    if (!account) {
         return std::nullopt;
     }
-    ServerUser user{name, account->pw_uid, std::vector<gid_t>(64)};
+    ServerUser user{name, account->user, std::vector<gid_t>(64)};
     int count = static_cast<int>(user.groups.size());
-    ::getgrouplist(name.c_str(), account->pw_gid, user.groups.data(), &count);
+    ::getgrouplist(name.c_str(), account->group, user.groups.data(), &count);
     user.groups.resize(static_cast<size_t>(std::min(count, static_cast<int>(user.groups.size()))));
     return user;
 }

@@ -1,15 +1,16 @@
 #include "commands/shared/SiteHome.h"
 
 #include <fcntl.h>
-#include <pwd.h>
 #include <sys/stat.h>
 
 #include <vector>
 
 #include "commands/shared/ServerUser.h"
+#include "host/Accounts.h"
 #include "input/Quoted.h"
 #include "sys/File.h"
 #include "sys/GuardedFolder.h"
+#include "sys/Look.h"
 
 namespace zpweb {
 
@@ -18,7 +19,7 @@ namespace {
 constexpr mode_t HomeMode = 0711;
 
 Outcome makeFor(const std::string& owner, const std::string& home) {
-    const passwd* account = ::getpwnam(owner.c_str());
+    const auto account = zp::host::findAccount(owner);
     const auto parent = openGuarded(folderOf(home));
     if (!parent.ok()) {
         return parent.outcome();
@@ -29,8 +30,8 @@ Outcome makeFor(const std::string& owner, const std::string& home) {
     }
     const Descriptor open(
         ::openat(parent->number(), name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    if (account == nullptr || !open.isOpen() || ::fchmod(open.number(), HomeMode) != 0 ||
-        ::fchown(open.number(), account->pw_uid, account->pw_gid) != 0) {
+    if (!account || !open.isOpen() || ::fchmod(open.number(), HomeMode) != 0 ||
+        ::fchown(open.number(), account->user, account->group) != 0) {
         return failure("cannot give " + systemError(home) + " to " + owner);
     }
     return done();
@@ -49,8 +50,8 @@ std::vector<std::string> wayTo(const std::string& path) {
 }  // namespace
 
 std::string homeOf(const std::string& account) {
-    const passwd* entry = ::getpwnam(account.c_str());
-    return entry == nullptr ? "" : entry->pw_dir;
+    const auto entry = zp::host::findAccount(account);
+    return entry ? entry->home : "";
 }
 
 Outcome makeHome(Transaction& change, const std::string& home, const std::string& owner) {
@@ -83,7 +84,7 @@ Outcome makeReachable(Transaction& change, const std::string& home, bool open) {
     }
     for (const std::string& directory : wayTo(folderOf(home))) {
         struct stat status {};
-        if (::stat(directory.c_str(), &status) != 0 || canPass(*user, status)) {
+        if (!lookAt(directory, status) || canPass(*user, status)) {
             continue;
         }
         if (!open) {

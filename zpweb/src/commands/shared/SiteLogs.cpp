@@ -1,8 +1,7 @@
 #include "commands/shared/SiteLogs.h"
 
-#include <pwd.h>
-
 #include "commands/shared/LayoutChoice.h"
+#include "host/Accounts.h"
 #include "sys/File.h"
 
 namespace zpweb {
@@ -35,8 +34,8 @@ std::string usualLogs() { return hasPanel() ? "home" : "system"; }
 std::string systemLogs(const std::string& site) { return std::string(SystemLogs) + "/" + site; }
 
 Outcome makeLogs(Transaction& change, const std::string& directory, const std::string& owner) {
-    const passwd* account = ::getpwnam(owner.c_str());
-    const gid_t group = account == nullptr ? Root : account->pw_gid;
+    const auto account = zp::host::findAccount(owner);
+    const gid_t group = account ? account->group : Root;
     if (isFolder(directory)) {  // of a site of this name that went
         change.outstanding({Step::GiveAccess, directory, Root, group, OwnerReads});
         return done();

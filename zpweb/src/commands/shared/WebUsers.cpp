@@ -1,12 +1,11 @@
 #include "commands/shared/WebUsers.h"
 
-#include <grp.h>
-
 #include <algorithm>
 #include <cstdio>
 
 #include "CZPWebsite.h"
 #include "commands/shared/Operation.h"
+#include "host/Accounts.h"
 #include "input/Quoted.h"
 #include "sys/File.h"
 
@@ -53,10 +52,10 @@ void letServerRead(Transaction& change, const std::string& file) {
     static_cast<void>(quietly(change.output(), [&] {
         return CZPWebsite(nullptr, main.c_str()).getApacheUserGroup(main, user, group);
     }));
-    if (const ::group* known = ::getgrnam(group.c_str()); known != nullptr) {
+    if (const auto known = zp::host::findGroup(group)) {
         zp::host::Effect access;
         access.path = file;
-        access.group = known->gr_gid;
+        access.group = known;
         access.mode = 0640;
         change.outstanding(std::move(access));
     }
