@@ -4,6 +4,7 @@
 
 #include "commands/Commands.h"
 #include "input/Quoted.h"
+#include "phases/AccessBefore.h"
 #include "store/Checkpoints.h"
 #include "sys/File.h"
 #include "sys/Hash.h"
@@ -133,8 +134,9 @@ void tellWhatStays(Output& output, const Checkpoint& checkpoint) {
         output.note("left, for it is not empty: " + left.front() +
                     (left.size() > 1 ? " and " + std::to_string(left.size() - 1) + " more" : ""));
     }
-    if (!checkpoint.change.outstanding.empty()) {
-        output.note("modes and owners that the change gave stay");
+    const auto& given = checkpoint.change.outstanding;
+    if (std::any_of(given.begin(), given.end(), [](const auto& effect) { return !effect.deep; })) {
+        output.note("modes and owners that the change gave single files and directories stay");
     }
     output.set("left", left);
 }
@@ -185,7 +187,7 @@ Outcome undo(Transaction& change, const Arguments& given) {
         change.setUndone(checkpoint.id);
         change.afterwards([&change, known = checkpoint] {
             tellWhatStays(change.output(), known);
-            return done();
+            return restoreAccess(change.state().checkpoint(known.id));
         });
     }
     change.output().set("undone", chosen->front().change.command);
@@ -205,8 +207,10 @@ Command undoChange() {
             "With --label all changes of that label are taken back, newest first. What somebody has "
             "changed elsewhere in the files since stays. Refused, with a diff, when the "
             "same "
-            "lines were edited. Directories that the change made are removed if they are empty. Modes and "
-            "owners outside of the configuration stay.",
+            "lines were edited. Directories that the change made are removed if they are empty. Owners and "
+            "modes "
+            "that \"vdir create --take-over\" gave are given back; others outside of the configuration "
+            "stay.",
         .examples = {"undo --dry-run --diff", "undo", "undo 17", "undo --label move-to-new-address"},
         .runsAlone = true,
     };

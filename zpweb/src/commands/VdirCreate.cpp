@@ -1,4 +1,6 @@
 // vdir create: gives a directory of a site a block of its own.
+#include <sys/stat.h>
+
 #include "Results.h"
 #include "commands/Commands.h"
 #include "commands/shared/BlockLines.h"
@@ -6,6 +8,7 @@
 #include "conf/Bounds.h"
 #include "input/Quoted.h"
 #include "sys/File.h"
+#include "sys/Look.h"
 
 namespace zpweb {
 
@@ -21,8 +24,24 @@ void showRoot(View& view, const std::string& folder) {
     }
 }
 
+// Another account's directory, anywhere on the host, is not a site's to be given.
+Outcome mayBeGiven(const std::string& folder, const std::string& home) {
+    struct stat given {};
+    struct stat owners {};
+    const bool inside = (folder + "/").starts_with(home + "/");
+    return home.empty() || inside ||
+                   (lookAt(folder, given) && lookAt(home, owners) && given.st_uid == owners.st_uid)
+               ? done()
+               : failure(folder + ": lies outside of the site's home " + home +
+                         " and is not its owner's; it is not given to the site");
+}
+
 Outcome createIn(Transaction& change, const BlockAt& at, const std::string& site, const Arguments& given) {
     const bool exact = change.settings().exact;
+    const std::string home(at.in(change.configuration()).home);
+    if (Outcome ours = given[TakeOver] ? mayBeGiven(given[Folder], home) : done(); !ours.ok()) {
+        return ours;
+    }
     SDDir record = directoryRecord(given, at.in(change.configuration()), exact);
     return editBlock(
         change, at,

@@ -1,5 +1,6 @@
 #include "phases/Outstanding.h"
 
+#include "phases/AccessBefore.h"
 #include "store/Checkpoints.h"
 #include "sys/File.h"
 
@@ -24,6 +25,12 @@ Outcome carriedOut(const Effect& effect) {
 
 Outcome doOutstanding(const State& state, const Journal& journal, Output& output) {
     Outcome outcome;
+    if (journal.checkpoint != 0) {
+        if (Outcome kept = keepAccess(state.checkpoint(journal.checkpoint), journal.outstanding);
+            !kept.ok()) {
+            output.warning("an undo will not know the owners and modes of before: " + kept.message);
+        }
+    }
     for (const Effect& effect : journal.outstanding) {
         Outcome carried = carriedOut(effect);
         if (!carried.ok()) {

@@ -1,0 +1,106 @@
+#include "phases/AccessBefore.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <sstream>
+
+#include "host/Tree.h"
+#include "sys/File.h"
+#include "sys/GuardedFolder.h"
+
+namespace zpweb {
+
+namespace {
+
+std::string fileIn(const std::string& checkpoint) { return checkpoint + "/access"; }
+
+// "INODE USER GROUP MODE PATH" and a NUL, for a path may hold any other byte.
+void note(std::string& text, int directory, const char* name, const std::string& path) {
+    struct stat status {};
+    if (::fstatat(directory, name, &status, AT_SYMLINK_NOFOLLOW) == 0 && !S_ISLNK(status.st_mode)) {
+        text += std::to_string(status.st_ino) + " " + std::to_string(status.st_uid) + " " +
+                std::to_string(status.st_gid) + " " + std::to_string(status.st_mode & 07777) + " " + path;
+        text += '\0';
+    }
+}
+
+Outcome noteTree(std::string& text, const std::string& path) {
+    const auto parent = openGuarded(folderOf(path));
+    if (!parent.ok()) {
+        return parent.outcome();
+    }
+    note(text, parent->number(), nameOf(path).c_str(), path);
+    const auto directory = openGuarded(path);
+    if (!directory.ok()) {
+        return directory.outcome();
+    }
+    const bool walked = zp::host::walkTree(
+        directory->number(), {[&](int above, const char* name) {
+                                  const auto where = linkTarget("/proc/self/fd/" + std::to_string(above));
+                                  if (where) {
+                                      note(text, above, name, *where + "/" + name);
+                                  }
+                                  return where.has_value();
+                              },
+                              [](int, const char*) { return true; }});
+    return walked ? done() : failure(path + ": not all of it could be read");
+}
+
+// False when it is no longer the same file, or cannot be given.
+bool giveBack(const std::string& path, ino_t inode, uid_t user, gid_t group, mode_t mode) {
+    const auto folder = openGuarded(folderOf(path));
+    if (!folder.ok()) {
+        return false;
+    }
+    const Descriptor place(
+        ::openat(folder->number(), nameOf(path).c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
+    struct stat now {};
+    if (!place.isOpen() || ::fstat(place.number(), &now) != 0 || now.st_ino != inode ||
+        (!S_ISDIR(now.st_mode) && (now.st_nlink > 1 || (mode & (S_ISUID | S_ISGID)) != 0))) {
+        return false;
+    }
+    return ::fchownat(place.number(), "", user, group, AT_EMPTY_PATH) == 0 &&
+           ::chmod(pathIn(place, "").c_str(), mode) == 0;
+}
+
+}  // namespace
+
+Outcome keepAccess(const std::string& checkpoint, const std::vector<zp::host::Effect>& effects) {
+    std::string text;
+    for (const zp::host::Effect& effect : effects) {
+        if (effect.deep && effect.step == zp::host::Effect::Step::GiveAccess) {
+            if (Outcome noted = noteTree(text, effect.path); !noted.ok()) {
+                return noted;
+            }
+        }
+    }
+    const std::string file = fileIn(checkpoint);
+    return text.empty() || exists(file) ? done() : replaceFile(file, text, 0600);
+}
+
+Outcome restoreAccess(const std::string& checkpoint) {
+    const auto text = readFile(fileIn(checkpoint));
+    if (!text.ok()) {
+        return text.outcome().status == Status::NotFound ? done() : text.outcome();
+    }
+    Outcome outcome;
+    std::istringstream entries(*text);
+    for (std::string entry; std::getline(entries, entry, '\0');) {
+        std::istringstream words(entry);
+        ino_t inode = 0;
+        uid_t user = 0;
+        gid_t group = 0;
+        mode_t mode = 0;
+        words >> inode >> user >> group >> mode;
+        words.ignore(1);
+        std::string path;
+        std::getline(words, path, '\0');
+        if (exists(path) && !giveBack(path, inode, user, group, mode)) {
+            outcome = failure(path + ": its owner and mode stay; it is another file by now");
+        }
+    }
+    return outcome;
+}
+
+}  // namespace zpweb
