@@ -135,3 +135,37 @@ def test_what_is_no_small_file_of_the_owners_is_refused_or_loses_its_power(site,
         assert not (q / name).stat().st_mode & 0o6000 or answer.status != 0, answer
     else:
         assert answer.status in (1, 6) and len(answer.err.splitlines()) == 1, answer
+
+
+LOGS = {"the log itself": "log/httpd/error_log", "its directory": "log/httpd", "the directory above": "log"}
+
+
+@pytest.mark.parametrize("part", LOGS)
+def test_no_reload_writes_a_log_where_a_link_of_the_owners_leads(live, part):
+    """The owner links a log, or a directory on the way to it, to a place of root's: without the guard the next reload writes there."""
+    home, prey = live.sites / "shop.example", live.root / "prey"
+    place = home / LOGS[part]
+    (prey / "httpd").mkdir(parents=True)
+    (place.rename(f"{place}.moved") if place.exists() else None)
+    place.symlink_to(prey / "evil" if place.name == "error_log" else prey)
+    give(home)
+    before = live.text()
+    for words in (["host", "add", "shop.example", "more.example"], ["log", "rotate", "shop.example"], ["server", "reload"]):
+        answer = live.run(*words)
+        assert answer.status in (1, 3) and "symbolic link" in answer.err and live.text() == before, answer
+    assert "--repair" in live.run("host", "add", "shop.example", "more.example").err and "shop.example" in answer.err
+    assert [path for path in prey.rglob("*") if path.is_file()] == []
+    found = live.run("doctor", "--json").json["findings"]
+    assert any(str(place) in each["detail"] and "shop.example" in each["detail"] for each in found), found
+    live.do("host", "add", "shop.example", "more.example", "--no-reload")
+    live.run("doctor", "--repair", "--dry-run")
+    assert place.is_symlink()
+    assert live.run("doctor", "--repair", "--json").json["repaired"] == [{"site": "shop.example", "link": str(place)}]
+    assert not place.is_symlink() and not place.exists() or place.is_dir()
+    (home / "log/httpd").mkdir(parents=True, exist_ok=True)
+    live.do("host", "add", "shop.example", "last.example")
+    assert [path for path in prey.rglob("*") if path.is_file()] == []
+    place.rename(f"{place}.away")
+    place.symlink_to(prey / "evil" if place.name == "error_log" else prey)
+    give(home)
+    live.do("host", "remove", "shop.example", "last.example", "--allow-log-links")

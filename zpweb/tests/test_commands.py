@@ -315,7 +315,8 @@ AuthUserFile /nowhere/users
     answer = site.run("doctor", "--json")
     assert answer.status == 1
     assert sorted(finding["finding"] for finding in answer.json["findings"]) == [
-        "dangling link", "leftover of a run", "line over the bound", "missing document root", "missing log folder",
+        "dangling link", "leftover of a run", "line over the bound", "log that its owner can redirect",
+        "log that its owner can redirect", "missing document root", "missing log folder",
         "missing password file", "name claimed twice", "password file that the server cannot read",
         "temporary file is included", "the server refuses its configuration"]
     with (site.root / ".zpweb/lock").open() as lock:
@@ -333,7 +334,7 @@ def test_the_fields_are_the_documented_ones(site):
     # Named in the same row, but values of a field, another command's, or there only in other cases.
     absent = {"site list": {"running", "stopped", "suspended", "partly", "disabled", "duplicate", "unreachable", "readable"},
               "site show": {"certificate", "certificate_days", "php", "applications", "access", "redirects", "log_policy"},
-              "protect add": {"edit"}, "server info": {"owner"},
+              "doctor": {"repaired", "link", "site"}, "protect add": {"edit"}, "server info": {"owner"},
               "history": {"yes", "no", "undone", "undoes", "login", "message", "label"}}
     common = {"schema", "command", "status", "changed", "judged", "impact", "message"}
     folder = str(site.root / "www")

@@ -1,16 +1,18 @@
 """Guards that nobody sees until they are gone: each of these once stood between root and a loss."""
 import fcntl
+import json
 import os
 import re
 import shutil
 import signal
 import subprocess
+import threading
 import time
 from pathlib import Path
 
 import pytest
 
-from conftest import OWNER, ZPFAULT, ZPWEB
+from conftest import OWNER, ZPFAULT, ZPWEB, await_true
 
 FAST = ("--no-check", "--no-reload")
 
@@ -152,3 +154,33 @@ def test_a_lock_that_cannot_be_had_is_not_waited_for(site):
     begun = time.monotonic()
     answer = subprocess.run([ZPFAULT, "ENOMEM", number, *words], capture_output=True, text=True)
     assert answer.returncode == 1 and "locked" in answer.stderr and time.monotonic() - begun < 5, answer
+
+
+def test_a_rotation_under_load_loses_no_line(live):
+    """Three rotations within the hour, while requests are answered: every request has its line, in the log or an archive."""
+    log = live.sites / "shop.example/log/httpd/access_log"
+    stop, asked = threading.Event(), []
+    live.conf.write_text(live.text().replace('"%h" combined', '"%U" combined'))
+    live.do("server", "reload")
+
+    def ask(number):
+        while not stop.is_set():
+            asked.append(f"/{number}-{len(asked)}")
+            assert live.get("shop.example", asked[-1])[0] == 404
+
+    threads = [threading.Thread(target=ask, args=(number,)) for number in range(3)]
+    [thread.start() for thread in threads]
+    live.do("log", "rotate", "shop.example")
+    live.do("apply", "-", input=json.dumps({"command": "log rotate", "arguments": ["shop.example"]}))
+    live.do("log", "rotate", "shop.example")
+    stop.set()
+    [thread.join() for thread in threads]
+    archives = sorted(log.parent.glob("access_log-*.tar.gz"))
+    assert len(archives) == 3 and {path.name for path in log.parent.iterdir()} == {"access_log", "error_log", *(path.name for path in archives)}
+    packed = "".join(subprocess.run(["tar", "-xzOf", path], capture_output=True, text=True, check=True).stdout for path in archives)
+    await_true(lambda: set(asked) <= set((packed + log.read_text()).splitlines()))  # an answer goes out before its line is written
+    assert len(asked) > 50
+    assert live.run("log", "rotate", "shop.example", "--no-reload").status == 0
+    assert len(list(log.parent.glob("access_log-*.tar.gz"))) == 3, "the server writes to it still"
+    live.do("log", "rotate", "shop.example", "--delete")
+    assert {path.name for path in log.parent.iterdir()} == {"access_log", "error_log", *(path.name for path in archives)}

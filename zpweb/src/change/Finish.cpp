@@ -1,4 +1,6 @@
 // The phases of a change, in their order.
+#include <array>
+#include <cstdio>
 #include <exception>
 #include <utility>
 
@@ -9,6 +11,8 @@
 #include "phases/PutBack.h"
 #include "phases/Reload.h"
 #include "server/Answers.h"
+#include "server/Inspection.h"
+#include "server/LogLinks.h"
 #include "store/AuditLog.h"
 #include "store/Checkpoints.h"
 #include "sys/File.h"
@@ -52,8 +56,11 @@ Outcome Transaction::perform(bool& again) {
     output_.setChanged(hasEffects());
     Outcome outcome = stage();
     outcome = outcome.ok() ? check() : outcome;
+    outcome = outcome.ok() ? lookAtLogs() : outcome;
+    outcome = outcome.ok() ? fault() : outcome;  // the last moment at which nothing is done
     showDiff();
     if (settings_.dryRun) {
+        tellOutstanding();
         output_.setChanged(outcome.ok() && hasEffects());
         return outcome;
     }
@@ -106,6 +113,20 @@ Outcome Transaction::check() {
         lookAtAnswers();
     }
     return readings_.outcome;
+}
+
+// A reload opens all logs anew, as root.
+Outcome Transaction::lookAtLogs() {
+    const bool reloads = set_->serverChanged() || !afterReload_.empty();
+    if (!reloads || !settings_.reload || settings_.allowLogLinks || !server_->master(configuration())) {
+        return done();
+    }
+    std::shared_ptr<const Reading> reading = readings_.staged;
+    if (reading == nullptr && settings_.check) {
+        const std::string& main = configuration().main().path();
+        reading = inspect(Program(main), main, {}, {}).reading;
+    }
+    return areTheServers(openedLogs(reading.get(), configuration()));
 }
 
 // What visitors get now, so that a reload that makes it worse is noticed.
@@ -207,12 +228,54 @@ Outcome Transaction::carryOutRest() {
             outcome = acted;
         }
     }
+    Outcome told = tellServer();
+    return outcome.ok() ? told : outcome;
+}
+
+// One graceful reload for all that waits for it.
+Outcome Transaction::tellServer() {
+    if (afterReload_.empty()) {
+        return done();
+    }
+    const auto master = server_->master(configuration());
+    Outcome outcome;
+    if (master && settings_.reload) {
+        outcome = reload({*server_, configuration(), output_, false, {}, errorLog()}).outcome;
+    }
+    const bool told = settings_.reload && outcome.ok();
+    const LetGo letGo = [&](const std::string& path) {
+        return !master || (told && server_->letsGoOf(path, *master));
+    };
+    for (const auto& action : afterReload_) {
+        if (Outcome acted = action(letGo); !acted.ok()) {
+            outcome = acted;
+        }
+    }
     return outcome;
 }
 
 void Transaction::recordAs(const Outcome& outcome) {
     if (Outcome written = record(*state_, journal_, outcome, inPlace_); !written.ok()) {
         output_.warning("the change is not in the log: " + written.message);
+    }
+}
+
+// What a diff does not show.
+void Transaction::tellOutstanding() {
+    for (const zp::host::Effect& effect : journal_.outstanding) {
+        const auto octal = [](mode_t mode) {
+            std::array<char, 8> text{};
+            std::snprintf(text.data(), text.size(), "%04o", mode);
+            return std::string(text.data());
+        };
+        if (effect.step == zp::host::Effect::Step::RemoveTree) {
+            output_.note("would remove " + effect.path + " and all that it holds");
+        } else {
+            output_.note("would give " + effect.path + (effect.deep ? " and all that it holds" : "") +
+                         (effect.user ? " the owner " + std::to_string(*effect.user) : "") +
+                         (effect.group ? " the group " + std::to_string(*effect.group) : "") +
+                         (effect.mode ? " the mode " + octal(*effect.mode) : ""));
+        }
     }
 }
 

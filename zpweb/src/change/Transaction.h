@@ -23,9 +23,13 @@
 #include "store/Journal.h"
 #include "store/Lock.h"
 #include "store/State.h"
+#include "sys/Faults.h"
 #include "sys/Outcome.h"
 
 namespace zpweb {
+
+// Waits until no process of the server has the file open any more; false when that did not come to pass.
+using LetGo = std::function<bool(const std::string& path)>;
 
 class Transaction {
 public:
@@ -62,6 +66,11 @@ public:
     void outstanding(zp::host::Effect effect) { journal_.outstanding.push_back(std::move(effect)); }
     // Something that cannot be staged, done once the change is certain; lost when the run is interrupted.
     void afterwards(std::function<Outcome()> action) { afterwards_.push_back(std::move(action)); }
+    // What waits until the server has been told, by one graceful reload, of what was done afterwards. It is
+    // told whether the server may still have old files open: without a reload, and while old requests last.
+    void afterReload(std::function<Outcome(const LetGo& letGo)> action) {
+        afterReload_.push_back(std::move(action));
+    }
     // What a reloaded server must show; else the change is taken back. Not looked at without a reload.
     void prove(std::function<Outcome()> proof) { proofs_.push_back(std::move(proof)); }
     // What else has to go back when the change does not come to stand; nothing in a dry run.
@@ -85,8 +94,11 @@ public:
     // A file or block that a command got from it is gone once its file is edited.
     const Configuration& configuration() const { return set_->configuration(); }
     Content contentOf(const std::string& path) const { return set_->contentOf(path); }
-    // A file that could not be read, whatever a command has made of that; see WorkingSet.
-    Outcome fault() const { return set_ ? set_->fault() : done(); }
+    // What could not be read, whatever a command has made of that; see WorkingSet and Faults.
+    Outcome fault() const {
+        const Outcome unread = set_ ? set_->fault() : done();
+        return unread.ok() ? faults_.first() : unread;
+    }
     const Settings& settings() const { return settings_; }
     Output& output() { return output_; }
     Server& server() { return *server_; }
@@ -102,20 +114,24 @@ private:
     Outcome stage();
     Outcome check();
     void lookAtAnswers();
+    Outcome lookAtLogs();
     std::string errorLog() const;
     Outcome commitAll(bool& again);
     Outcome reloadServer();
     Outcome rollBack(const std::string& reason, bool asked);
     void takeBackElse();
     Outcome carryOutRest();
+    Outcome tellServer();
     Outcome perform(bool& again);
     void recordAs(const Outcome& outcome);
     void showDiff();
+    void tellOutstanding();
     Outcome writeJournal();
     void leaveTimeOf(const std::string& folder);
     bool hasEffects() const;
     bool changesFiles() const { return set_->changed() || !making_.empty(); }
 
+    const Faults faults_;
     Settings& settings_;
     Output& output_;
     std::vector<std::string> command_;
@@ -127,6 +143,7 @@ private:
     Journal journal_;
     std::vector<zp::host::Effect> making_;  // directories and files, before the others are put in place
     std::vector<std::function<Outcome()>> afterwards_, proofs_, takingBack_;
+    std::vector<std::function<Outcome(const LetGo& letGo)>> afterReload_;
     Asked asked_;
     std::vector<Postcondition> expectations_;
     Judged readings_;

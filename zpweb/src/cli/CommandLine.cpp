@@ -223,6 +223,7 @@ Expected<Settings> settingsFrom(const Values& common) {
     settings.diff = has("--diff");
     settings.check = !has("--no-check");
     settings.allowImpact = has("--allow-impact");
+    settings.allowLogLinks = has("--allow-log-links");
     settings.strict = has("--strict");
     settings.reload = !has("--no-reload");
     settings.exact = has("--exact");

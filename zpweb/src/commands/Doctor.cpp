@@ -11,9 +11,11 @@
 #include "commands/shared/ReadingFindings.h"
 #include "conf/Line.h"
 #include "server/Inspection.h"
+#include "server/LogLinks.h"
 #include "server/Logs.h"
 #include "store/Lock.h"
 #include "sys/File.h"
+#include "sys/GuardedFolder.h"
 #include "sys/Process.h"
 
 namespace zpweb {
@@ -22,6 +24,9 @@ namespace {
 
 // The shortest bound of an operation that everyday commands use.
 constexpr size_t ShortestBound = bound::Creation;
+
+constexpr auto Repair =
+    flag("--repair", "Remove the links by which sites' owners lead logs that root writes elsewhere");
 
 std::string placeOf(const ConfigurationFile& file, size_t line) {
     return file.path() + ":" + std::to_string(line + 1);
@@ -178,7 +183,6 @@ void findByReading(const Reading& reading, Output& output, const std::string& us
                    Findings& notes) {
     findUnreachable(reading, findings);
     findCertificates(reading, findings);
-    findRedirectableLogs(reading, findings);
     findClosedRoots(reading, user, findings);
     noteMacros(reading, notes);
     List& listeners = output.list("listeners", {"listener", "default"});
@@ -201,6 +205,23 @@ void noteDisabled(const Configuration& configuration, Findings& notes) {
     }
 }
 
+// One log may go through several links: each is looked at anew.
+Outcome repairLogs(const std::vector<OpenedLog>& logs, Output& output, bool dryRun) {
+    List& rows = output.list("repaired", {"site", "link"});
+    for (const OpenedLog& log : logs) {
+        std::string link = foreignLinkOn(log.path);
+        while (!link.empty()) {
+            rows.row().add("site", log.site).add("link", link);
+            Outcome removed = dryRun ? done() : removeForeignLink(link, link != log.path);
+            if (!removed.ok()) {
+                return removed;
+            }
+            link = dryRun ? "" : foreignLinkOn(log.path);
+        }
+    }
+    return done();
+}
+
 void show(Output& output, std::string_view field, const Findings& findings) {
     List& rows = output.list(field, {"finding", "place", "detail"});
     for (const Finding& finding : findings) {
@@ -208,7 +229,7 @@ void show(Output& output, std::string_view field, const Findings& findings) {
     }
 }
 
-Outcome doctor(Session& session, const Configuration& configuration, const Arguments&) {
+Outcome doctor(Session& session, const Configuration& configuration, const Arguments& given) {
     const std::string& main = configuration.main().path();
     Findings findings;
     Findings notes;
@@ -220,6 +241,12 @@ Outcome doctor(Session& session, const Configuration& configuration, const Argum
              server.ran ? server.words : "apache2 or httpd is not to be found"});
     }
     const std::string user = serverUser(main, session.output);
+    const std::vector<OpenedLog> logs = openedLogs(server.reading.get(), configuration);
+    Outcome repaired = given[Repair] ? repairLogs(logs, session.output, session.settings.dryRun) : done();
+    if (!repaired.ok()) {
+        return repaired;
+    }
+    findRedirectableLogs(logs, findings);
     if (server.reading != nullptr) {
         findByReading(*server.reading, session.output, user, findings, notes);
     } else {
@@ -254,6 +281,7 @@ Command doctorFindings() {
         .words = "doctor",
         .summary = "Find what sleeps until the next restart",
         .action = doctor,
+        .parameters = {Repair},
         .more =
             "Begins with the server's check. Then: names that nobody can reach, names shadowed by a better "
             "address match, a Listen that is missing, certificates that are missing, run out or do not "
@@ -267,7 +295,7 @@ Command doctorFindings() {
             "1 when something was found. Listed besides: the default site of each listener, and as notes "
             "the "
             "blocks that come from a macro and the files of sites that are not enabled.",
-        .examples = {"doctor", "doctor --json"},
+        .examples = {"doctor", "doctor --json", "doctor --repair --dry-run"},
     };
 }
 

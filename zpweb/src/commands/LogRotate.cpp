@@ -1,13 +1,15 @@
 // log rotate: packs or deletes a site's access log.
 #include <sys/stat.h>
 
-#include "CZPWebsite.h"
+#include <algorithm>
+
 #include "commands/Commands.h"
-#include "commands/shared/Operation.h"
-#include "conf/Line.h"
+#include "commands/shared/LogArchive.h"
 #include "input/Quoted.h"
+#include "settings/SiteLogs.h"
 #include "sys/File.h"
 #include "sys/GuardedFolder.h"
+#include "sys/Look.h"
 
 namespace zpweb {
 
@@ -16,45 +18,52 @@ namespace {
 constexpr auto Size = numberOption("--size", "MEGABYTES", "Only a log of at least this size (0)");
 constexpr auto Delete = flag("--delete", "Delete it without packing it");
 
-std::string accessLogOf(const Place& place) {
-    std::string log;
-    for (size_t i = place.block->lines.first; i < place.block->lines.end && log.empty(); ++i) {
-        const zp::conf::Line line(withoutReturn(place.file->lines()[i]));
-        if (line.begins(zp::conf::keyword::CustomLog)) {
-            log = zp::conf::upTo(line.argumentOf(zp::conf::keyword::CustomLog), " ");
-        }
-    }
-    return log;
+constexpr off_t Megabyte = 1048576;
+
+std::string accessLogOf(const Configuration& configuration, const std::string& site) {
+    const std::vector<SiteLog> logs = logsOf(configuration, site);
+    const auto log =
+        std::find_if(logs.begin(), logs.end(), [](const SiteLog& each) { return !each.errors; });
+    return log == logs.end() ? "" : log->path;
 }
 
-Outcome rotate(Transaction& change, const Site& site, const Arguments& given) {
-    const Place& place = site.first();
-    const std::string name = site.name();
-    const std::string file = place.file->path();
-    const std::string log = accessLogOf(place);
-    struct stat status {};
-    if (log.empty() || log.front() != '/' || ::stat(log.c_str(), &status) != 0) {
-        return failure(Status::NotFound, "site " + inQuotes(name) + " has no access log to rotate");
+// Everything that is aside by now, also what an earlier rotation had to leave.
+Outcome finishAll(Transaction& change, const std::string& site, const std::string& log, bool packs,
+                  const LetGo& letGo) {
+    Outcome outcome;
+    for (const std::string& aside : leftAside(log)) {
+        if (!letGo(aside)) {
+            change.output().warning(aside + ": the server may still write to it; the next rotation of \"" +
+                                    site + "\" with a reload " + (packs ? "packs" : "deletes") + " it");
+            continue;
+        }
+        Outcome finished = packs ? pack(change, site, aside, log) : discard(change, site, aside);
+        outcome = finished.ok() ? outcome : finished;
     }
+    return outcome;
+}
+
+Outcome rotate(Transaction& change, const Site& found, const Arguments& given) {
+    const std::string site = found.name();
+    const std::string log = accessLogOf(change.configuration(), site);
     if (Outcome reached = reachedWithoutForeignLink(folderOf(log)); !reached.ok()) {
         return reached;
     }
-    const int megabytes = given[Size].value_or(0);
+    struct stat status {};
+    const bool isThere = !log.empty() && lookAt(log, status);
+    if (!isThere && leftAside(log).empty()) {
+        return failure(Status::NotFound, "site " + inQuotes(site) + " has no access log to rotate");
+    }
     change.output().set("log", log);
     change.output().set("bytes", status.st_size);
-    if (status.st_size / 1048576 < megabytes) {
+    if (status.st_size / Megabyte < given[Size].value_or(0)) {
         return done();  // below the threshold
     }
-    const std::string option = given[Delete] ? "DEL" : "ZIPandDEL";
-    change.afterwards([=, &change] {
-        if (Outcome reached = reachedWithoutForeignLink(folderOf(log)); !reached.ok()) {
-            return reached;
-        }
-        CZPWebsite website(nullptr, file.c_str());
-        const int result = quietly(change.output(), [&] {
-            return website.rotateLog(file, name, std::to_string(megabytes), option);
-        });
-        return resultOf("rotateLog", result, {1});
+    if (isThere) {
+        change.afterwards([log] { return putAside(log).outcome(); });
+    }
+    change.afterReload([=, &change, packs = !given[Delete]](const LetGo& letGo) {
+        return finishAll(change, site, log, packs, letGo);
     });
     return done();
 }
@@ -68,7 +77,10 @@ Command logRotate() {
         .action = rotate,
         .parameters = {SiteName, Size, Delete},
         .operations = {"CZPWebsite::rotateLog", "currentTimeStamp"},
-        .more = "It is not taken back by \"undo\".",
+        .more =
+            "The log is put aside, the server is told by a graceful reload (one for all that \"apply\" "
+            "rotates), and when it has let go of the old file that is packed, so that no line is lost. "
+            "It is not taken back by \"undo\".",
         .examples = {"log rotate shop.example --size 100"},
     };
 }

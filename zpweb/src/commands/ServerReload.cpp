@@ -1,5 +1,7 @@
 // server reload: reloads the server, and sees that it answers.
 #include "commands/Commands.h"
+#include "server/Inspection.h"
+#include "server/LogLinks.h"
 
 namespace zpweb {
 
@@ -14,6 +16,12 @@ Outcome reload(Session& session, const Configuration& configuration, const Argum
         if (!verdict.passed) {
             return failure(Status::Refused,
                            "refused by the server's check, not reloaded:\n" + verdict.output);
+        }
+    }
+    if (!session.settings.allowLogLinks) {
+        const auto reading = inspect(Program(main), main, {}, {}).reading;
+        if (Outcome ours = areTheServers(openedLogs(reading.get(), configuration)); !ours.ok()) {
+            return ours;
         }
     }
     const auto master = server.master(configuration);

@@ -12,9 +12,10 @@ struct Settings {
     bool dryRun = false, detailedExit = false;
     bool exact = false;  // the library's own result, side effects included
     bool check = true, reload = true;
-    bool ensure = false;       // what is up to date already is no failure
-    bool allowImpact = false;  // names may lead elsewhere that nobody asked for
-    bool strict = false;       // an answer that got worse is rolled back
+    bool ensure = false;         // what is up to date already is no failure
+    bool allowImpact = false;    // names may lead elsewhere that nobody asked for
+    bool allowLogLinks = false;  // a reload writes logs where links of sites' owners lead
+    bool strict = false;         // an answer that got worse is rolled back
     std::chrono::seconds lockTimeout{30};
     std::string label;                      // by which changes are taken back together
     std::chrono::seconds confirmWithin{0};  // 0: the change stands without a confirmation

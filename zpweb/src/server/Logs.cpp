@@ -33,9 +33,8 @@ std::string logFile(std::string_view text, const std::string& root) {
 
 }  // namespace
 
-std::vector<std::string> missingLogFolders(const Configuration& configuration) {
-    std::vector<std::string> missing;
-    std::set<std::string> present;
+std::vector<NamedLog> namedLogs(const Configuration& configuration) {
+    std::vector<NamedLog> logs;
     std::string root;
     for (const auto& file : configuration.files()) {
         for (size_t i = 0; i < file->lines().size(); ++i) {
@@ -47,15 +46,26 @@ std::vector<std::string> missingLogFolders(const Configuration& configuration) {
             if (root.empty()) {
                 root = configuration.serverRoot();
             }
-            const std::string log = logFile(text, root);
-            if (log.empty() || present.contains(folderOf(log))) {
-                continue;
+            if (std::string log = logFile(text, root); !log.empty()) {
+                logs.push_back({std::move(log), file.get(), i});
             }
-            if (isFolder(folderOf(log))) {
-                present.insert(folderOf(log));
-            } else {
-                missing.push_back(file->path() + ":" + std::to_string(i + 1) + ": " + folderOf(log));
-            }
+        }
+    }
+    return logs;
+}
+
+std::vector<std::string> missingLogFolders(const Configuration& configuration) {
+    std::vector<std::string> missing;
+    std::set<std::string> present;
+    for (const NamedLog& log : namedLogs(configuration)) {
+        const std::string folder = folderOf(log.path);
+        if (present.contains(folder)) {
+            continue;
+        }
+        if (isFolder(folder)) {
+            present.insert(folder);
+        } else {
+            missing.push_back(log.file->path() + ":" + std::to_string(log.line + 1) + ": " + folder);
         }
     }
     return missing;

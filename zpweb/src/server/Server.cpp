@@ -23,6 +23,7 @@ using namespace std::chrono_literals;
 
 constexpr auto LongestReload = 20s;
 constexpr auto LongestSilence = 8s;
+constexpr auto LongestRequest = 30s;
 constexpr auto BetweenLooks = 20ms;
 
 constexpr std::string_view ProgramNames[] = {"apache2", "httpd"};
@@ -158,6 +159,23 @@ Outcome Server::reload(const Configuration& configuration, pid_t master) const {
         return awaited;
     }
     return probe(configuration, master);
+}
+
+bool Server::letsGoOf(const std::string& path, pid_t master) const {
+    const auto until = std::chrono::steady_clock::now() + LongestRequest;
+    do {
+        std::vector<pid_t> processes = childrenOf(master);
+        processes.push_back(master);
+        if (std::none_of(processes.begin(), processes.end(),
+                         [&](pid_t process) { return hasOpen(process, path); })) {
+            return true;
+        }
+        std::this_thread::sleep_for(BetweenLooks * 5);
+        if (waiting_) {
+            waiting_();
+        }
+    } while (std::chrono::steady_clock::now() < until);
+    return false;
 }
 
 Outcome Server::start() const {

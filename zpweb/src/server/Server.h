@@ -34,6 +34,9 @@ public:
     std::string obstacle(const Configuration& configuration, pid_t master) const;
     // Asks the master to reload and waits until its new generation answers.
     Outcome reload(const Configuration& configuration, pid_t master) const;
+    // Waits, half a minute at most, until no process of the server has the file open; false when one has it
+    // still.
+    bool letsGoOf(const std::string& path, pid_t master) const;
     // Starts a server that is not running.
     Outcome start() const;
 

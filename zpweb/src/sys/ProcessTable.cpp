@@ -100,6 +100,20 @@ bool isOurs(pid_t pid) {
            (status.st_uid == 0 || status.st_uid == ::geteuid());
 }
 
+bool hasOpen(pid_t pid, const std::string& path) {
+    struct stat wanted {};
+    if (::lstat(path.c_str(), &wanted) != 0) {
+        return false;
+    }
+    const std::string folder = procFile(pid, "fd");
+    const std::vector<std::string> names = entriesOf(folder);
+    return std::any_of(names.begin(), names.end(), [&](const std::string& name) {
+        struct stat open {};
+        return ::stat((folder + "/" + name).c_str(), &open) == 0 && open.st_dev == wanted.st_dev &&
+               open.st_ino == wanted.st_ino;
+    });
+}
+
 std::set<int> portsOf(pid_t pid) {
     constexpr const char* Listening = "0A";
     const std::set<std::string> inodes = socketsOf(pid);

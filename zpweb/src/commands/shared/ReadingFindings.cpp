@@ -9,6 +9,7 @@
 
 #include "settings/Certificate.h"
 #include "sys/File.h"
+#include "sys/GuardedFolder.h"
 #include "sys/Process.h"
 
 namespace zpweb {
@@ -166,20 +167,16 @@ void findCertificates(const Reading& reading, Findings& findings) {
     }
 }
 
-void findRedirectableLogs(const Reading& reading, Findings& findings) {
-    std::set<std::string> known;
-    for (const Directive& directive : reading.directives()) {
-        const bool log =
-            directive.is("ErrorLog") || directive.is("CustomLog") || directive.is("TransferLog");
-        const auto words = log ? argumentsIn(directive.arguments) : std::vector<std::string>();
-        if (words.empty() || words[0].starts_with('|') || lowerCase(words[0]).starts_with("syslog") ||
-            !known.insert(words[0]).second) {
-            continue;
-        }
-        if (const std::string ground = othersGround(absolute(reading, words[0])); !ground.empty()) {
+void findRedirectableLogs(const std::vector<OpenedLog>& logs, Findings& findings) {
+    for (const OpenedLog& log : logs) {
+        const std::string link = foreignLinkOn(log.path);
+        const std::string ground = link.empty() ? othersGround(log.path) : link;
+        if (!ground.empty()) {
             findings.push_back(
-                {"log that its owner can redirect", reading.originOf(directive).text(),
-                 words[0] + ": " + ground + " is not root's alone, and root writes the log"});
+                {"log that its owner can redirect", log.place,
+                 (log.site.empty() ? "" : log.site + ": ") + log.path + ": " + ground +
+                     (link.empty() ? " is not root's alone" : " is a link of others than root's") +
+                     ", and root writes the log"});
         }
     }
 }

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "server/LogLinks.h"
 #include "server/Reading.h"
 
 namespace zpweb {
@@ -19,7 +20,7 @@ void findUnreachable(const Reading& reading, Findings& findings);
 // Certificates that are missing, have run out, or do not match their key or the names.
 void findCertificates(const Reading& reading, Findings& findings);
 // Logs that somebody else than root can lead elsewhere: the server opens them as root.
-void findRedirectableLogs(const Reading& reading, Findings& findings);
+void findRedirectableLogs(const std::vector<OpenedLog>& logs, Findings& findings);
 // Document roots that are there and that the server's user cannot enter.
 void findClosedRoots(const Reading& reading, const std::string& user, Findings& findings);
 

@@ -66,6 +66,8 @@ const std::vector<Parameter>& commonOptions() {
         {"--ensure", Kind::Flag, "", "What exists, or is gone, already counts as done"},
         {"--no-check", Kind::Flag, "", "Do not ask the server to check the configuration"},
         {"--allow-impact", Kind::Flag, "", "Go on though names that nobody asked for would lead elsewhere"},
+        {"--allow-log-links", Kind::Flag, "",
+         "Reload though a link of a site's owner leads the log that root writes elsewhere"},
         {"--no-reload", Kind::Flag, "", "Do not reload the server"},
         {"--strict", Kind::Flag, "", "Roll back when a site's answer got worse after the reload"},
         {"--exact", Kind::Flag, "", "Take the library's own result, with its side effects on the text"},

@@ -1,0 +1,199 @@
+#include "commands/shared/LogArchive.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
+#include "CZPWebsite.h"
+#include "Results.h"
+#include "commands/shared/Operation.h"
+#include "sys/File.h"
+#include "sys/GuardedFolder.h"
+#include "sys/Process.h"
+
+namespace zpweb {
+
+namespace {
+
+constexpr std::string_view Packed = ".tar.gz";
+constexpr int MostOfAnHour = 1000;
+constexpr mode_t OwnerOnly = 0700;
+constexpr std::string_view RoomName = ".zpweb-rotate.";
+constexpr std::string_view LibrarysRoomName = ".zprotate.";
+
+std::string numbered(const std::string& name, int number) {
+    return number == 1 ? name : name + "." + std::to_string(number);
+}
+
+// Into the directory, under the first of the names that is free; that name.
+Expected<std::string> moveToFree(int from, const std::string& name, int to, const std::string& base,
+                                 std::string_view ending) {
+    for (int number = 1; number <= MostOfAnHour; ++number) {
+        const std::string free = numbered(base, number) + std::string(ending);
+        if (::renameat2(from, name.c_str(), to, free.c_str(), RENAME_NOREPLACE) == 0) {
+            return free;
+        }
+        if (errno != EEXIST) {
+            return failure(systemError(name));
+        }
+    }
+    return failure(base + ": too many of this hour");
+}
+
+Outcome isPlainFile(const Descriptor& directory, const std::string& path) {
+    struct stat status {};
+    if (::fstatat(directory.number(), nameOf(path).c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+        return failure(errno == ENOENT ? Status::NotFound : Status::Error, systemError(path));
+    }
+    return S_ISREG(status.st_mode) ? done()
+                                   : failure(path + ": no plain file; a symbolic link is not followed");
+}
+
+// A directory of this process's alone beside the log, where nobody else can place anything.
+class Room {
+public:
+    explicit Room(int beside) : beside_(beside) {
+        if (::mkdirat(beside_, name_.c_str(), OwnerOnly) == 0) {
+            room_ = Descriptor(
+                ::openat(beside_, name_.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+        }
+        struct stat status {};
+        if (room_.isOpen() && (::fstat(room_.number(), &status) != 0 || status.st_uid != ::geteuid())) {
+            room_.close();
+        }
+    }
+    ~Room() { ::unlinkat(beside_, name_.c_str(), AT_REMOVEDIR); }
+    Room(const Room&) = delete;
+    Room& operator=(const Room&) = delete;
+
+    bool isOpen() const { return room_.isOpen(); }
+    const Descriptor& directory() const { return room_; }
+    // What the packing left beside the log.
+    std::string archive() const {
+        for (const std::string& name : entriesOf(pathIn(room_, ""))) {
+            if (name.ends_with(Packed)) {
+                return name;
+            }
+        }
+        return {};
+    }
+
+private:
+    int beside_;
+    std::string name_ = std::string(RoomName) + std::to_string(::getpid());
+    Descriptor room_;
+};
+
+// What a run that was interrupted has left in its room comes out: the log, or when that is gone its
+// archive.
+void empty(int beside, const std::string& room, int out, const std::string& aside) {
+    const Descriptor inside(
+        ::openat(beside, room.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    struct stat status {};
+    if (!inside.isOpen() || ::fstat(inside.number(), &status) != 0 || status.st_uid != ::geteuid()) {
+        return;
+    }
+    const std::vector<std::string> names = entriesOf(pathIn(inside, ""));
+    for (const std::string& name : names) {
+        const bool packed = name.ends_with(Packed);
+        if (name.starts_with(LibrarysRoomName)) {
+            empty(inside.number(), name, out, aside);
+        } else if (packed && names.size() > 1) {
+            ::unlinkat(inside.number(), name.c_str(), 0);  // not whole
+        } else {
+            const std::string base = packed ? name.substr(0, name.size() - Packed.size()) : aside;
+            static_cast<void>(moveToFree(inside.number(), name, out, base, packed ? Packed : ""));
+        }
+    }
+    ::unlinkat(beside, room.c_str(), AT_REMOVEDIR);
+}
+
+// By the operation, which finds its log in a configuration. The path is that of an open directory.
+Outcome rotate(Transaction& change, const std::string& site, const Descriptor& directory,
+               const std::string& name, const char* option) {
+    const std::string file = change.state().stage() + "/rotate.conf";
+    Outcome outcome = writeNewFile(file,
+                                   "<VirtualHost *>\nServerName " + site + "\nCustomLog " +
+                                       pathIn(directory, name) + " combined\n</VirtualHost>\n",
+                                   0600);
+    if (outcome.ok()) {
+        CZPWebsite website(nullptr, file.c_str());
+        const int result =
+            quietly(change.output(), [&] { return website.rotateLog(file, site, "0", option); });
+        outcome = resultOf("rotateLog", result, {zp::result::log::Rotated});
+    }
+    ::unlink(file.c_str());
+    return outcome;
+}
+
+}  // namespace
+
+Expected<std::string> putAside(const std::string& log) {
+    const auto directory = openGuarded(folderOf(log));
+    Outcome plain = directory.ok() ? isPlainFile(*directory, log) : directory.outcome();
+    if (!plain.ok()) {
+        return plain;
+    }
+    const std::string name = nameOf(log);
+    auto aside =
+        moveToFree(directory->number(), name, directory->number(), name + "-" + currentTimeStamp(), "");
+    return aside.ok() ? Expected(folderOf(log) + "/" + *aside) : std::move(aside);
+}
+
+std::vector<std::string> leftAside(const std::string& log) {
+    std::vector<std::string> left;
+    const auto directory = openGuarded(folderOf(log));
+    const std::string start = nameOf(log) + "-";
+    for (const std::string& name :
+         directory.ok() ? entriesOf(pathIn(*directory, "")) : std::vector<std::string>()) {
+        if (name.starts_with(RoomName)) {
+            empty(directory->number(), name, directory->number(), start + currentTimeStamp());
+        }
+    }
+    for (const std::string& name :
+         directory.ok() ? entriesOf(pathIn(*directory, "")) : std::vector<std::string>()) {
+        const bool stamped =
+            name.starts_with(start) && name.size() > start.size() &&
+            std::count(name.begin() + static_cast<long>(start.size()), name.end(), '-') == 3 &&
+            name.find_first_not_of("0123456789-.", start.size()) == std::string::npos;
+        if (stamped && isPlainFile(*directory, name).ok()) {
+            left.push_back(folderOf(log) + "/" + name);
+        }
+    }
+    return left;
+}
+
+Outcome pack(Transaction& change, const std::string& site, const std::string& aside,
+             const std::string& log) {
+    const auto directory = openGuarded(folderOf(aside));
+    if (!directory.ok()) {
+        return directory.outcome();
+    }
+    const Room room(directory->number());
+    const std::string name = nameOf(log);
+    if (!room.isOpen() || ::renameat(directory->number(), nameOf(aside).c_str(), room.directory().number(),
+                                     name.c_str()) != 0) {
+        return failure("cannot be packed: " + systemError(aside));
+    }
+    Outcome packed = rotate(change, site, room.directory(), name, "ZIPandDEL");
+    const std::string archive = room.archive();
+    if (!packed.ok() || archive.empty()) {
+        static_cast<void>(
+            moveToFree(room.directory().number(), name, directory->number(), nameOf(aside), ""));
+        return packed.ok() ? failure(aside + ": tar made no archive of it") : packed;
+    }
+    return moveToFree(room.directory().number(), archive, directory->number(),
+                      archive.substr(0, archive.size() - Packed.size()), Packed)
+        .outcome();
+}
+
+Outcome discard(Transaction& change, const std::string& site, const std::string& aside) {
+    const auto directory = openGuarded(folderOf(aside));
+    return directory.ok() ? rotate(change, site, *directory, nameOf(aside), "DEL") : directory.outcome();
+}
+
+}  // namespace zpweb

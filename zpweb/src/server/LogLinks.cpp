@@ -1,0 +1,94 @@
+#include "server/LogLinks.h"
+
+#include <algorithm>
+#include <set>
+
+#include "server/Logs.h"
+#include "sys/GuardedFolder.h"
+
+namespace zpweb {
+
+namespace {
+
+constexpr const char* LogDirectives[] = {"ErrorLog", "CustomLog", "TransferLog", "ForensicLog",
+                                         "GlobalLog"};
+
+// Empty for what is no log, or none in a file.
+std::string logFileOf(const Directive& directive) {
+    if (std::none_of(std::begin(LogDirectives), std::end(LogDirectives),
+                     [&](const char* name) { return directive.is(name); })) {
+        return {};
+    }
+    const auto words = argumentsIn(directive.arguments);
+    return words.empty() || words[0].starts_with('|') || lowerCase(words[0]).starts_with("syslog")
+               ? std::string()
+               : words[0];
+}
+
+std::string siteOf(const Reading& reading, const Directive& directive) {
+    for (uint32_t at = directive.parent; at != Directive::None; at = reading.directives()[at].parent) {
+        const Directive& section = reading.directives()[at];
+        if (section.is("VirtualHost")) {
+            return reading.valueIn(at, "ServerName");
+        }
+    }
+    return {};
+}
+
+std::vector<OpenedLog> logsOf(const Reading& reading) {
+    const std::string root = reading.valueIn(Directive::None, "ServerRoot");
+    std::vector<OpenedLog> logs;
+    std::set<std::string> known;
+    for (const Directive& directive : reading.directives()) {
+        const std::string named = logFileOf(directive);
+        if (!named.empty() && known.insert(named).second) {
+            logs.push_back({siteOf(reading, directive), named.front() == '/' ? named : root + "/" + named,
+                            reading.originOf(directive).text()});
+        }
+    }
+    return logs;
+}
+
+}  // namespace
+
+std::vector<OpenedLog> openedLogs(const Reading* reading, const Configuration& configuration) {
+    if (reading != nullptr && reading->complete()) {
+        return logsOf(*reading);
+    }
+    std::vector<OpenedLog> logs;
+    const ConfigurationFile* file = nullptr;
+    size_t next = 0;  // of its blocks, the first that does not end before the log's line
+    for (const NamedLog& log : namedLogs(configuration)) {
+        next = log.file == file ? next : 0;
+        file = log.file;
+        const auto& blocks = file->blocks();
+        while (next < blocks.size() && blocks[next].lines.end <= log.line) {
+            ++next;
+        }
+        const bool ofBlock = next < blocks.size() && blocks[next].lines.holds(log.line);
+        logs.push_back({ofBlock ? std::string(blocks[next].name) : "", log.path,
+                        file->path() + ":" + std::to_string(log.line + 1)});
+    }
+    return logs;
+}
+
+Outcome areTheServers(const std::vector<OpenedLog>& logs) {
+    std::vector<std::pair<OpenedLog, std::string>> links;
+    for (const OpenedLog& log : logs) {
+        if (std::string link = foreignLinkOn(log.path); !link.empty()) {
+            links.emplace_back(log, std::move(link));
+        }
+    }
+    if (links.empty()) {
+        return done();
+    }
+    const auto& [log, link] = links.front();
+    const std::string more = links.size() > 1 ? " and " + std::to_string(links.size() - 1) + " more" : "";
+    return failure(Status::Refused,
+                   "site " + (log.site.empty() ? log.place : log.site) + more + ": its log " + log.path +
+                       " goes through the symbolic link " + link +
+                       ", which others than root can have placed: at the reload root would write where it "
+                       "leads. \"zpweb doctor --repair\" removes the link, --allow-log-links goes on");
+}
+
+}  // namespace zpweb
