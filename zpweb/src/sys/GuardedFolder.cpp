@@ -48,9 +48,11 @@ bool hasNoLink(const std::string& path) {
     return file.isOpen() || errno == ENOENT || errno == ENOTDIR;
 }
 
+// A link of root's is the administrator's wherever it stands.
 bool isForeignLink(const std::string& path) {
     struct stat status {};
-    if (::lstat(path.c_str(), &status) != 0 || !S_ISLNK(status.st_mode)) {
+    if (::lstat(path.c_str(), &status) != 0 || !S_ISLNK(status.st_mode) || status.st_uid == 0 ||
+        status.st_uid == ::geteuid()) {
         return false;
     }
     const auto directory = host::HeldDirectory::hold(folderOf(path));

@@ -20,7 +20,7 @@ Expected<Descriptor> openGuarded(const std::string& path);
 // Is the folder reached like that? One that does not exist is.
 Outcome reachedWithoutForeignLink(const std::string& path);
 
-// The path of the first symbolic link on the way to a file, or in its place, that others than root can have
+// The path of the first symbolic link on the way to a file, or in its place, that others than root have
 // placed; empty when there is none.
 std::string foreignLinkOn(const std::string& path);
 // Removes such a link. Where it stood for a directory, an empty one of root's takes its place.

@@ -34,7 +34,14 @@ Expected<std::string> moveToFree(int from, const std::string& name, int to, cons
                                  std::string_view ending) {
     for (int number = 1; number <= MostOfAnHour; ++number) {
         const std::string free = numbered(base, number) + std::string(ending);
-        if (::renameat2(from, name.c_str(), to, free.c_str(), RENAME_NOREPLACE) == 0) {
+        int moved = ::renameat2(from, name.c_str(), to, free.c_str(), RENAME_NOREPLACE);
+        if (moved != 0 && (errno == EINVAL || errno == ENOSYS)) {  // a file system that does not offer it
+            struct stat status {};
+            const bool isFree = ::fstatat(to, free.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0;
+            errno = EEXIST;
+            moved = isFree ? ::renameat(from, name.c_str(), to, free.c_str()) : -1;
+        }
+        if (moved == 0) {
             return free;
         }
         if (errno != EEXIST) {
