@@ -40,7 +40,7 @@ def authority():
     openssl("req", "-x509", "-newkey", "rsa:2048", "-nodes", "-subj", "/CN=Our CA", "-days", "30",
             "-keyout", home / "key.pem", "-out", home / "ca.pem")
     issue("good", "plain.example,www.plain.example,secure.example,www.secure.example")
-    issue("wild", "*.example,*.plain.example")
+    issue("wild", "wild.example,*.wild.example")
     issue("other", "other.example")
     issue("expired", "plain.example,www.plain.example", days=-1)
     issue("bare", "plain.example")
@@ -140,6 +140,14 @@ def test_tls_on_and_off(server):
     server.do("tls", "off", SITE)
     assert without_modules(server.files()) == without_modules(before)
     assert server.serving() == server.all_served()
+
+
+def test_a_wildcard_stands_for_one_label(server):
+    server.do("tls", "on", "wild.example", *pair("wild"))
+    assert shown("wild.example") == shown("any.wild.example") == fingerprint("wild")
+    server.do("tls", "off", "wild.example")
+    server.do("host", "add", "wild.example", "a.b.wild.example")
+    assert "is not for a.b.wild.example" in server.run("tls", "on", "wild.example", *pair("wild")).err
 
 
 @pytest.mark.parametrize("words, reason", [
