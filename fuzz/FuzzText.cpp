@@ -55,7 +55,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const size_t cut = size == 0 ? 0 : data[0] % size;
     const std::string before = whole.substr(0, cut), after = whole.substr(cut);
     lookAt(whole);
-    const auto patched = zpweb::patched(before, patchOf(Content(before), Content(after)));
+    const auto patched = zpweb::patched(before, patchOf(Content(before), Content(after)).text());
     demand(patched && *patched == after, "the patch leads to another text");
     demand(unifiedDiff("f", before, after).empty() == (before == after),
            "the difference of equal texts, or none of others");

@@ -1,16 +1,19 @@
 """How a change happens: what is kept, checked, committed, reloaded, recorded and taken back."""
+import contextlib
 import fcntl
 import json
 import os
 import re
 import shutil
+import signal
 import socket
 import subprocess
+import time
 from pathlib import Path
 
 import pytest
 
-from conftest import OWNER
+from conftest import OWNER, await_true
 
 BLOCK = """\
 <VirtualHost 127.0.0.1:{port}>
@@ -527,16 +530,87 @@ def test_the_state_of_a_system_configuration_is_not_below_etc(machine):
 
 def test_many_commands_of_one_change_do_what_they_do_one_by_one(machine):
     names = [f"s{i}.example" for i in range(1200)]
-    text = "".join("\n" + BLOCK.format(port=machine.port, name=name, root=machine.root / "www") for name in names)
+    text = "".join(("\n" if i % 3 else "") + BLOCK.format(port=machine.port, name=name, root=machine.root / "www")
+                   for i, name in enumerate(names))
     machine.conf.write_text(machine.text() + text)
-    wanted = machine.text()
-    lines = []
-    for i in range(0, 1200, 40):
-        name, alias = names[i], f"more{i}.example"
-        lines.append({"command": "host add", "arguments": [name, alias]})
-        wanted = wanted.replace(f"\tServerAlias www.{name}\n", f"\tServerAlias www.{name} {alias}\n")
-    lines.append({"command": "site delete", "arguments": [names[700]]})
-    wanted = wanted.replace("\n" + BLOCK.format(port=machine.port, name=names[700], root=machine.root / "www"), "")
-    answer = machine.do("apply", "-", "--no-check", input="\n".join(map(json.dumps, lines)))
-    assert machine.text() == wanted, answer
+    before = machine.text()
+    made = {"owner": "anna", "path": str(machine.sites), "address": "127.0.0.1"}
+    lines = [(["host add", names[i], f"more{i}.example"], {}) for i in range(0, 1200, 80)]
+    lines += [(["site delete", names[i]], {}) for i in range(700, 760)]
+    lines += [(["redirect set", name, "/old"], {"to": "https://other.example/"}) for name in (names[3], names[4], names[1199])]
+    lines += [(["site create", f"new{i}.example"], made) for i in range(40)]
+    lines += [(["site suspend", names[5]], {}), (["host remove", names[5], f"www.{names[5]}"], {}), (["site stop", names[6]], {}),
+              (["site create", names[700]], made), (["site set", "new3.example"], {"index": "start.php"}),
+              (["directive add", "ServerAdmin", "me@s9.example"], {"site": names[9]}), (["site resume", names[5]], {}),
+              (["redirect remove", names[3], "/old"], {}), (["site delete", names[1199]], {})]
+    texts = "\n".join(json.dumps({"command": command, "arguments": words, "options": options})
+                      for (command, *words), options in lines)
+    answer = machine.do("apply", "-", "--no-check", "--json", input=texts).json
+    assert answer["checkpoint"] == 1 and [r["command"] for r in answer["results"]] == [words[0] for words, _ in lines]
+    assert all(r["status"] == "done" and r["changed"] for r in answer["results"])
+    together, settings = machine.text(), sorted(machine.root.glob("zpweb.d/*/*"))
     machine.do("undo", "--no-check")
+    assert machine.text() == before
+    for (command, *words), options in lines:
+        machine.do(*command.split(), *words, *[word for name, value in options.items() for word in (f"--{name}", value)],
+                   "--no-check")
+    assert machine.text() == together and sorted(machine.root.glob("zpweb.d/*/*")) == settings
+
+
+# --- changes that take themselves back ---
+
+def test_what_is_not_confirmed_in_time_is_taken_back(machine):
+    with_site(machine)
+    before = machine.text()
+    answer = machine.do("site", "stop", "kept.example", "--confirm-within", "1h", "--json").json
+    assert answer["confirm_within"] == 3600 and machine.text() != before
+    assert machine.do("history", "--json").json["changes"][-1]["confirm_by"]
+    assert machine.run("confirm", "9").status == 6 and machine.run("confirm", "--label", "none").status == 6
+    assert machine.do("confirm", "--json").json["confirmed"] == [str(answer["checkpoint"])]
+    assert machine.run("confirm").status == 6 and machine.text() != before
+    machine.do("site", "start", "kept.example")
+    begun = time.monotonic()
+    machine.do("host", "add", "kept.example", "late.example", "--confirm-within", "1s")
+    await_true(lambda: machine.text() == before)
+    assert time.monotonic() - begun >= 1
+    assert machine.do("history", "--json").json["changes"][-1]["command"] == ["undo", "3", "(not confirmed in time)"]
+    machine.do("site", "stop", "kept.example", "--confirm-within", "1h", "--label", "mine")
+    machine.do("undo")
+    assert machine.run("confirm").status == 6 and machine.text() == before
+    assert machine.run("site", "stop", "kept.example", "--confirm-within", "soon").status == 2
+
+
+def watchers(machine):
+    found = []
+    for path in Path("/proc").glob("[0-9]*/cmdline"):
+        with contextlib.suppress(OSError):
+            words = path.read_bytes().split(b"\0")
+            found += [int(path.parent.name)] if str(machine.conf).encode() in words and b"--wait" in words else []
+    return found
+
+
+@pytest.mark.parametrize("command", [["site", "list"], ["host", "add", "kept.example", "next.example"], ["confirm"]])
+def test_after_a_restart_the_next_command_takes_back_what_is_overdue(machine, command):
+    with_site(machine)
+    before = machine.text()
+    machine.do("host", "add", "kept.example", "late.example", "--confirm-within", "1s")
+    for watcher in watchers(machine):
+        os.kill(watcher, signal.SIGKILL)
+    time.sleep(2.2)
+    assert "late.example" in machine.text()
+    assert "not confirmed in time; the next" in machine.do("site", "stop", "kept.example", "--dry-run").err
+    answer = machine.run(*command)
+    assert "late.example" not in machine.text() and answer.status == (1 if command == ["confirm"] else 0), answer
+    assert "taken back" in answer.err and machine.text().replace(" next.example", "") == before
+
+
+def test_what_cannot_be_taken_back_can_still_be_kept(machine):
+    with_site(machine)
+    machine.do("host", "add", "kept.example", "late.example", "--confirm-within", "1s")
+    for watcher in watchers(machine):
+        os.kill(watcher, signal.SIGKILL)
+    machine.conf.write_text(machine.text().replace("late.example", "later.example"))
+    time.sleep(2.2)
+    assert "cannot be taken back" in machine.do("site", "list").err
+    machine.do("confirm", "1")
+    assert "later.example" in machine.text() and machine.do("site", "list").err == ""

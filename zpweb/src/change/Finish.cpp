@@ -10,11 +10,13 @@
 #include "phases/Outstanding.h"
 #include "phases/PutBack.h"
 #include "phases/Reload.h"
+#include "phases/Watch.h"
 #include "server/Answers.h"
 #include "server/Inspection.h"
 #include "server/LogLinks.h"
 #include "store/AuditLog.h"
 #include "store/Checkpoints.h"
+#include "store/Unconfirmed.h"
 #include "sys/File.h"
 #include "sys/GuardedFolder.h"
 #include "text/Difference.h"
@@ -72,9 +74,11 @@ Outcome Transaction::perform(bool& again) {
     outcome = outcome.ok() ? reloadServer() : outcome;
     outcome = outcome.ok() ? carryOutRest() : outcome;
     output_.setChanged(inPlace_);
+    output_.setCheckpoint(inPlace_ ? journal_.checkpoint : 0);
     if (hasEffects()) {
         recordAs(outcome);
     }
+    tellConfirmation();
     if (inPlace_ && set_->serverChanged()) {
         keepReading(configuration(), set_->files(), state_->reading(), readings_.staged.get());
     }
@@ -89,7 +93,11 @@ Outcome Transaction::stage() {
     Outcome outcome = set_->fault();
     outcome = outcome.ok() ? waysAreFree(*set_) : outcome;
     journal_.files = set_->changedFiles();
-    Candidates candidates(*state_, [this](const std::string& path) { return willMake({path}); });
+    if (!outcome.ok()) {
+        return outcome;
+    }
+    Candidates candidates(*state_);
+    outcome = willMake(candidates.place(set_->files()));
     return outcome.ok() ? candidates.make(set_->files()) : outcome;
 }
 
@@ -100,7 +108,9 @@ Outcome Transaction::check() {
     }
     output_.step("checking the configuration");
     // The server looks for the directories of logs. Should it refuse, what was made goes again.
-    if (Outcome made = make(std::exchange(making_, {})); !made.ok()) {
+    Outcome made = writePlanned();
+    made = made.ok() ? make(std::exchange(making_, {})) : made;
+    if (!made.ok()) {
         return made;
     }
     const auto staged = stagedConfiguration(configuration(), set_->files(), state_->stage());
@@ -151,14 +161,26 @@ void Transaction::lookAtAnswers() {
     });
 }
 
+Committing Transaction::committing() {
+    Committing committing{*state_, set_->files(), making_, [this] { return writeJournal(); }, {}};
+    if (settings_.confirmWithin.count() > 0) {
+        committing.beforeItStands = [this] {
+            const std::time_t deadline = std::time(nullptr) + settings_.confirmWithin.count();
+            Outcome added =
+                addUnconfirmed(*state_, {journal_.checkpoint, deadline, settings_.check, settings_.reload});
+            return added.ok() ? watchFor(state_->configuration, settings_.confirmWithin) : added;
+        };
+    }
+    return committing;
+}
+
 Outcome Transaction::commitAll(bool& again) {
     if (Outcome free = waysAreFree(*set_); !free.ok()) {  // the check took its time
         return free;
     }
     if (changesFiles()) {
         output_.step("putting the change in place");
-        Outcome committed =
-            commit({*state_, set_->files(), making_, [this] { return writeJournal(); }}, journal_, again);
+        Outcome committed = commit(committing(), journal_, again);
         if (!committed.ok()) {
             leftToNext_ = journal_.checkpoint != 0;
             return committed;
@@ -277,6 +299,20 @@ void Transaction::tellOutstanding() {
                          (effect.mode ? " the mode " + octal(*effect.mode) : ""));
         }
     }
+}
+
+void Transaction::tellConfirmation() {
+    if (!inPlace_ || settings_.confirmWithin.count() == 0) {
+        return;
+    }
+    if (journal_.checkpoint == 0) {
+        output_.warning("the change made nothing that could be taken back: it stands");
+        return;
+    }
+    const std::string number = std::to_string(journal_.checkpoint);
+    output_.setConfirmWithin(settings_.confirmWithin.count());
+    output_.note("the change is taken back in " + std::to_string(settings_.confirmWithin.count()) +
+                 " s unless it is confirmed: zpweb confirm " + number);
 }
 
 void Transaction::showDiff() {

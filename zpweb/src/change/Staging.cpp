@@ -72,7 +72,7 @@ std::string placeOf(const Edit& edit, const Excerpt& excerpt) {
 
 }  // namespace
 
-Outcome Transaction::takeEffects(StagedRun& run) {
+void Transaction::takeEffects(StagedRun& run) {
     output_.detail(run.printed);
     std::vector<std::string> made;
     for (zp::host::Effect& effect : run.effects) {
@@ -84,7 +84,7 @@ Outcome Transaction::takeEffects(StagedRun& run) {
         }
         (gives ? journal_.outstanding : making_).push_back(std::move(effect));
     }
-    return made.empty() ? done() : willMake(made);
+    planToMake(made);
 }
 
 Outcome Transaction::edit(const Edit& edit) {
@@ -93,9 +93,7 @@ Outcome Transaction::edit(const Edit& edit) {
         return failure(Status::NotFound, edit.file + ": not a file of this configuration");
     }
     const ConfigurationFile& current = *given.file;
-    if (Outcome noted = willMake(edit.makes); !noted.ok()) {
-        return noted;
-    }
+    planToMake(edit.makes);
     output_.step("staging the change");
     const Content before = current.content();
     const Excerpt excerpt = settings_.exact ? wholeOf(before) : excerptFrom(edit, current);
@@ -112,8 +110,9 @@ Outcome Transaction::edit(const Edit& edit) {
     }
     // An excerpt's way back may have something to add where the operation changed nothing.
     const bool unchanged = *after == part && (settings_.exact || !edit.excerpt);
-    if (Outcome taken = takeEffects(run); !taken.ok() || unchanged) {
-        return taken;
+    takeEffects(run);
+    if (unchanged) {
+        return done();
     }
     Content result =
         settings_.exact ? Content(std::move(*after)) : before.with(excerpt.of, excerpt.back(*after));
@@ -203,7 +202,10 @@ Outcome Transaction::edit(const OtherEdit& edit) {
     output_.detail(run.printed);
     run.printed.clear();
     outcome = outcome.ok() ? takeOthers(edit) : outcome;
-    return outcome.ok() ? takeEffects(run) : outcome;
+    if (outcome.ok()) {
+        takeEffects(run);
+    }
+    return outcome;
 }
 
 Outcome Transaction::replace(const std::string& path, std::optional<std::string> text,
@@ -214,6 +216,14 @@ Outcome Transaction::replace(const std::string& path, std::optional<std::string>
     Outcome outcome = text ? makeAbove(path) : done();
     set_->set(path, text ? Content(std::move(*text)) : Content());
     return outcome.ok() ? set_->fault() : outcome;
+}
+
+Outcome Transaction::rewrite(const ConfigurationFile& file, std::string text) {
+    if (!file.isPart()) {
+        return replace(std::string(file.path()), std::move(text));  // the file goes meanwhile
+    }
+    set_->setPart(file, Content(std::move(text)));
+    return set_->fault();
 }
 
 Outcome Transaction::link(const std::string& path, const std::string& target) {
@@ -233,13 +243,12 @@ Outcome Transaction::makeAbove(const std::string& path) {
 
 Outcome Transaction::makeDirectory(const std::string& path, mode_t mode, std::optional<uid_t> user,
                                    std::optional<gid_t> group) {
-    const bool planned = std::any_of(making_.begin(), making_.end(),
-                                     [&](const auto& effect) { return effect.path == path; });
-    if (planned || isFolder(path)) {
+    if (isFolder(path) || !directories_.insert(path).second) {
         return done();
     }
     making_.push_back({zp::host::Effect::Step::MakeDirectory, path, user, group, mode});
-    return willMake({path});
+    planToMake({path});
+    return done();
 }
 
 }  // namespace zpweb

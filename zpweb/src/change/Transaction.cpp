@@ -51,19 +51,24 @@ Outcome Transaction::begin() {
     return makeFolder(state_->stage(), 0700);
 }
 
-Outcome Transaction::willMake(const std::vector<std::string>& paths) {
-    bool added = false;
+void Transaction::planToMake(const std::vector<std::string>& paths) {
     for (const std::string& path : paths) {
-        const bool known =
-            std::find(journal_.made.begin(), journal_.made.end(), path) != journal_.made.end();
-        if (!known && !exists(path)) {
+        if (!planned_.contains(path) && !exists(path)) {
+            planned_.insert(path);
             journal_.made.push_back(path);
             leaveTimeOf(folderOf(path));
-            added = true;
+            journalBehind_ = true;
         }
     }
-    return added ? writeJournal() : done();
 }
+
+Outcome Transaction::willMake(const std::vector<std::string>& paths) {
+    planToMake(paths);
+    return writePlanned();
+}
+
+// The journal tells what is made before it is.
+Outcome Transaction::writePlanned() { return journalBehind_ ? writeJournal() : done(); }
 
 Outcome Transaction::temporary(const std::string& path) {
     journal_.temporary.push_back(path);
@@ -73,6 +78,7 @@ Outcome Transaction::temporary(const std::string& path) {
 
 Outcome Transaction::writeJournal() {
     journalWritten_ = true;
+    journalBehind_ = false;
     Outcome written = replaceFile(state_->journal(), journal_.text(), 0600);
     return written.ok() ? written : failure("cannot write the journal: " + written.message);
 }

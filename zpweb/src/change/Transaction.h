@@ -8,6 +8,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 #include "change/Edit.h"
@@ -17,6 +18,7 @@
 #include "input/Settings.h"
 #include "output/Output.h"
 #include "phases/Check.h"
+#include "phases/Commit.h"
 #include "phases/Judged.h"
 #include "phases/Stage.h"
 #include "server/Server.h"
@@ -50,6 +52,8 @@ public:
     // that it lacks are made. One that an Include line names is part of the configuration, for the check
     // too.
     Outcome replace(const std::string& path, std::optional<std::string> text, const std::string& like = "");
+    // The same for a file of the configuration, or the part of a long one, as a command has got it.
+    Outcome rewrite(const ConfigurationFile& file, std::string text);
     Outcome link(const std::string& path, const std::string& target);  // a symbolic link
     Outcome unlink(const std::string& path) { return replace(path, std::nullopt); }
     // Made with the commit, unless it is there; gone, if it is empty, with the undo.
@@ -59,6 +63,8 @@ public:
     void mayEmpty(const std::string& directory) { journal_.emptied.push_back(directory); }
     // Writes down files or directories that are about to be made; those that exist are left out.
     Outcome willMake(const std::vector<std::string>& paths);
+    // The same for what an operation's effects make: with the commit, or for the check.
+    void planToMake(const std::vector<std::string>& paths);
     // A file that this run makes and removes by itself; should it not come to that, the next one does.
     Outcome temporary(const std::string& path);
 
@@ -83,6 +89,10 @@ public:
 
     // Another command follows; what the last one has got of the configuration is gone.
     void next() { set_->next(); }
+    // Grows with whatever is staged.
+    size_t staged() const {
+        return set_->edits() + making_.size() + afterwards_.size() + journal_.outstanding.size();
+    }
 
     // --- the end ---
 
@@ -109,13 +119,14 @@ private:
     Expected<std::string> runOn(const Edit& edit, const std::string& part, StagedRun& run);
     Outcome stageOthers(const OtherEdit& edit);
     Outcome takeOthers(const OtherEdit& edit);
-    Outcome takeEffects(StagedRun& run);
+    void takeEffects(StagedRun& run);
     Outcome makeAbove(const std::string& path);
     Outcome stage();
     Outcome check();
     void lookAtAnswers();
     Outcome lookAtLogs();
     std::string errorLog() const;
+    Committing committing();
     Outcome commitAll(bool& again);
     Outcome reloadServer();
     Outcome rollBack(const std::string& reason, bool asked);
@@ -124,9 +135,11 @@ private:
     Outcome tellServer();
     Outcome perform(bool& again);
     void recordAs(const Outcome& outcome);
+    void tellConfirmation();
     void showDiff();
     void tellOutstanding();
     Outcome writeJournal();
+    Outcome writePlanned();
     void leaveTimeOf(const std::string& folder);
     bool hasEffects() const;
     bool changesFiles() const { return set_->changed() || !making_.empty(); }
@@ -142,14 +155,17 @@ private:
     std::optional<Server> server_;
     Journal journal_;
     std::vector<zp::host::Effect> making_;  // directories and files, before the others are put in place
+    std::unordered_set<std::string> directories_;  // among them, of commands
+    std::unordered_set<std::string> planned_;      // what the journal is to tell as made
     std::vector<std::function<Outcome()>> afterwards_, proofs_, takingBack_;
     std::vector<std::function<Outcome(const LetGo& letGo)>> afterReload_;
     Asked asked_;
     std::vector<Postcondition> expectations_;
     Judged readings_;
     bool journalWritten_ = false;
-    bool inPlace_ = false;     // the change stands
-    bool leftToNext_ = false;  // the journal stays: the next run's recovery clears up
+    bool journalBehind_ = false;  // it lacks something that is planned
+    bool inPlace_ = false;        // the change stands
+    bool leftToNext_ = false;     // the journal stays: the next run's recovery clears up
 };
 
 }  // namespace zpweb

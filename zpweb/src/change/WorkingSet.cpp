@@ -41,7 +41,7 @@ StagedFile& WorkingSet::fileAt(const std::string& path) {
 
 void WorkingSet::set(const std::string& path, Content content) {
     StagedFile& file = fileAt(path);
-    inParts_.erase(path);
+    edits_ += inParts_.erase(path) > 0 || !content.saysTheSameAs(file.after) ? 1 : 0;
     file.after = content.saysTheSameAs(file.before) ? file.before : std::move(content);
     configuration_.put(path, file.after);
     file.ofServer = file.ofServer || configuration_.file(path) != nullptr || configuration_.includes(path);
@@ -51,6 +51,7 @@ void WorkingSet::setPart(const ConfigurationFile& part, Content content) {
     const std::string& path = part.path();
     static_cast<void>(fileAt(path));
     inParts_.insert(path);
+    edits_ += content.saysTheSameAs(part.content()) ? 0 : 1;
     configuration_.putPart(part, std::move(content));
 }
 

@@ -41,6 +41,7 @@ public:
     // Puts files that were changed by parts together.
     void settle();
 
+    size_t edits() const { return edits_; }  // that have changed something
     bool changed() const;
     bool serverChanged() const;  // something that the server reads
     std::vector<ChangedFile> changedFiles() const;
@@ -51,6 +52,7 @@ private:
     Configuration configuration_;
     std::map<std::string, StagedFile> files_;
     std::set<std::string> inParts_;  // files that were changed by parts since they were put together
+    size_t edits_ = 0;
     mutable Outcome fault_;
 };
 

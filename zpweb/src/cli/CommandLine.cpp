@@ -6,6 +6,7 @@
 #include <sstream>
 
 #include "cli/Help.h"
+#include "input/Duration.h"
 #include "input/Nearest.h"
 #include "input/Quoted.h"
 #include "sys/Number.h"
@@ -240,6 +241,14 @@ Expected<Settings> settingsFrom(const Values& common) {
             return seconds.outcome();
         }
         settings.lockTimeout = std::chrono::seconds(leadingNumber(*seconds));
+    }
+    if (has("--confirm-within")) {
+        const auto seconds = secondsOf(common.at("--confirm-within").front());
+        if (!seconds.ok() || *seconds == 0) {
+            return wrongValue("--confirm-within", common.at("--confirm-within").front(),
+                              "it is no time to wait", "expected a duration such as 90s, 10m or 1h");
+        }
+        settings.confirmWithin = std::chrono::seconds(*seconds);
     }
     if (has("--conf")) {
         settings.configuration = common.at("--conf").front();

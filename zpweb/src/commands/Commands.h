@@ -68,6 +68,7 @@ Command planSites();
 Command applyCommands();
 Command historyOfChanges();
 Command undoChange();
+Command confirmChange();
 Command doctorFindings();
 Command sitePause();
 Command siteContinue();

@@ -1,9 +1,12 @@
 // history: the log of changes.
 #include <algorithm>
+#include <map>
 #include <nlohmann/json.hpp>
 
 #include "commands/Commands.h"
 #include "store/Checkpoints.h"
+#include "store/Clock.h"
+#include "store/Unconfirmed.h"
 #include "sys/File.h"
 #include "text/Lines.h"
 
@@ -15,10 +18,22 @@ constexpr auto Last = numberOption("--last", "COUNT", "Only the last ones (50)")
 
 using Json = nlohmann::ordered_json;
 
+int numberOf(const Json& entry) {
+    return entry.contains("checkpoint") && entry["checkpoint"].is_number() ? entry["checkpoint"].get<int>()
+                                                                           : 0;
+}
+
+// Until when changes wait for a confirmation, by the numbers of their checkpoints.
+std::map<int, std::string> waitingOf(const State& state) {
+    std::map<int, std::string> waiting;
+    for (const Unconfirmed& each : unconfirmedOf(state)) {
+        waiting[each.checkpoint] = timeOf(each.deadline);
+    }
+    return waiting;
+}
+
 const char* undoOf(const State& state, const Json& entry) {
-    const int number = entry.contains("checkpoint") && entry["checkpoint"].is_number()
-                           ? entry["checkpoint"].get<int>()
-                           : 0;
+    const int number = numberOf(entry);
     const auto checkpoint = number == 0 ? std::nullopt : Checkpoint::read(state.checkpoint(number));
     return !checkpoint ? "no" : checkpoint->undone ? "undone" : "yes";
 }
@@ -46,6 +61,7 @@ Outcome history(Session& session, const Arguments& given) {
         return failure("the history cannot be read: " + text.outcome().message);
     }
     const Lines lines(text.ok() ? std::string_view(*text) : std::string_view());
+    const std::map<int, std::string> waiting = waitingOf(state);
     const auto last = static_cast<size_t>(given[Last].value_or(50));
     List& rows =
         session.output.list("changes", {"checkpoint", "time", "user", "result", "undo", "command"});
@@ -61,6 +77,9 @@ Outcome history(Session& session, const Arguments& given) {
             addField(rows, name, value);
         }
         rows.add("undo", undoOf(state, entry));
+        if (const auto wait = waiting.find(numberOf(entry)); wait != waiting.end()) {
+            rows.add("confirm_by", wait->second);
+        }
     }
     return done();
 }

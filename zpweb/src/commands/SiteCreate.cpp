@@ -2,6 +2,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <map>
 #include <utility>
 
 #include "CZPWebsite.h"
@@ -65,9 +66,14 @@ char switchOf(std::string_view mode) {
 
 // Servers before 2.4 must be told which addresses are shared by name, and know no "Require all granted".
 bool isBefore24(const std::string& main) {
-    const Finished answer = runProgram(Program(main).command({"-v"}));
-    return zp::conf::contains(answer.output, "Apache/2.2.") ||
-           zp::conf::contains(answer.output, "Apache/2.0.");
+    static std::map<std::string, bool> known;  // of many sites, the first one asks
+    const auto [entry, fresh] = known.try_emplace(main, false);
+    if (fresh) {
+        const Finished answer = runProgram(Program(main).command({"-v"}));
+        entry->second = zp::conf::contains(answer.output, "Apache/2.2.") ||
+                        zp::conf::contains(answer.output, "Apache/2.0.");
+    }
+    return entry->second;
 }
 
 // A new site as it was asked for, and as the server needs it.
@@ -104,7 +110,7 @@ VHostEntry entryFor(const Plan& plan, const Arguments& given) {
 
 // The file of the address's own block, which the site takes over.
 std::string fileOfAddress(const Configuration& configuration, const std::string& address) {
-    for (const auto& file : configuration.files()) {
+    for (const ConfigurationFile* file : configuration.parts()) {
         for (const Block& block : file->blocks()) {
             if (!block.stopped && zp::conf::beginsIgnoringCase(block.address, address)) {
                 return file->path();
@@ -230,10 +236,11 @@ Outcome fitBlock(Transaction& change, const Plan& plan) {
     if (!plan.listens) {
         change.asked().serverDirectives.insert("listen");
     }
-    const bool ownFile = plan.file != change.configuration().main().path() && plan.shared;
-    return change.replace(plan.file, (ownFile ? "" : text.substr(0, at)) + listen +
-                                         fitted(place.block->text, wanted) +
-                                         text.substr(at + place.block->text.size()));
+    const bool begins = plan.file != change.configuration().main().path() && plan.shared &&
+                        zp::conf::skipSpace(text.substr(0, at)).empty();
+    return change.rewrite(*place.file, (begins ? "" : text.substr(0, at)) + listen +
+                                           fitted(place.block->text, wanted) +
+                                           text.substr(at + place.block->text.size()));
 }
 
 // A file of its own, where the site gets one.

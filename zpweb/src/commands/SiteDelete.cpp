@@ -30,7 +30,7 @@ Expected<std::string> removableHome(const Configuration& configuration, const Bl
                        " names no home of its own; its folders stay: nothing is done");
     }
     const SameHost matches(name);
-    for (const auto& file : configuration.files()) {
+    for (const ConfigurationFile* file : configuration.parts()) {
         for (const Block& each : file->blocks()) {
             if ((std::string(each.root) + "/").starts_with(home + "/") && !matches(each.name)) {
                 return failure(home + " is used by site " + std::string(each.name) + ": nothing is done");

@@ -84,6 +84,26 @@ List& Output::list(std::string_view name, std::vector<std::string> columns) {
     return field(name).list.emplace(std::move(columns), settings_.json);
 }
 
+void Output::endCommand(std::string_view command, const Outcome& outcome, bool changed) {
+    if (settings_.json) {
+        std::string& text = results_ ? results_->append(results_->empty() ? "" : ",") : results_.emplace();
+        text += '{';
+        appendMember(text, "command", command, true);
+        appendMember(text, "status", nameOf(outcome.status));
+        appendMember(text, "changed", changed);
+        if (!outcome.ok()) {
+            appendMember(text, "message", outcome.message);
+        }
+        for (const Field& field : fields_) {
+            if (!field.list) {
+                text += ",\"" + field.name + "\":" + field.text;
+            }
+        }
+        text += '}';
+    }
+    fields_.clear();
+}
+
 void Output::addImpact(std::string_view name, std::string_view listener, std::string_view from,
                        std::string_view to) {
     impact_ += impact_.empty() ? "{" : ",{";
@@ -140,6 +160,17 @@ void Output::printDocument(std::ostream& out, const Outcome& outcome) const {
     }
     if (!diff_.empty()) {
         appendMember(text, "diff", diff_);
+    }
+    const bool tellsOwn = std::any_of(fields_.begin(), fields_.end(),
+                                      [](const Field& field) { return field.name == "checkpoint"; });
+    if (checkpoint_ != 0 && !tellsOwn) {
+        appendMember(text, "checkpoint", checkpoint_);
+    }
+    if (confirmWithin_ != 0) {
+        appendMember(text, "confirm_within", confirmWithin_);
+    }
+    if (results_) {
+        text += ",\"results\":[" + *results_ + "]";
     }
     if (judged_) {
         appendMember(text, "judged", *judged_);

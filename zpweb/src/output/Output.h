@@ -38,14 +38,20 @@ public:
     void set(std::string_view field, const Value& value);
     List& list(std::string_view field, std::vector<std::string> columns);
     void clear() { fields_.clear(); }
+    // One of several commands has ended: its data so far become its entry among the results.
+    void endCommand(std::string_view command, const Outcome& outcome, bool changed);
     void startAgain() {
         fields_.clear();
         diff_.clear();
         impact_.clear();
+        results_.reset();
     }
     void addDiff(const std::string& diff) { diff_ += diff; }
     void setChanged(bool changed) { changed_ = changed; }
     bool changed() const { return changed_; }
+    // Of a change that stands; 0 for none.
+    void setCheckpoint(int number) { checkpoint_ = number; }
+    void setConfirmWithin(long seconds) { confirmWithin_ = seconds; }
     // Was the change judged by the server's reading? Of a change that is, JSON has it and the impact
     // always.
     void setJudged(bool judged) { judged_ = judged; }
@@ -74,7 +80,10 @@ private:
     std::string diff_;
     bool changed_ = false;
     std::optional<bool> judged_;
-    std::string impact_;  // JSON, without the brackets
+    std::string impact_;                  // JSON, without the brackets
+    std::optional<std::string> results_;  // the same
+    int checkpoint_ = 0;
+    long confirmWithin_ = 0;
     bool colours_;
     std::vector<std::string> secrets_;
     Progress progress_;

@@ -50,7 +50,7 @@ std::string standingAbove(const std::string& path) {
     return directory;
 }
 
-Expected<std::string> Candidates::placeOf(const std::string& path, size_t number) {
+std::string Candidates::placeOf(const std::string& path, size_t number) const {
     const std::string directory = standingAbove(path);
     if (onSameFileSystem(directory, state_.stage())) {
         // The server's words about its main file name it as the administrator does.
@@ -58,36 +58,46 @@ Expected<std::string> Candidates::placeOf(const std::string& path, size_t number
                (path == state_.configuration ? nameOf(path) : std::to_string(number) + "-" + nameOf(path));
     }
     const std::string near = nearStage(state_);
-    if (onSameFileSystem(directory, folderOf(near))) {
-        Outcome made = exists(near) ? done() : note_(near);
-        made = made.ok() ? makeFolder(near, 0700) : made;
-        const std::string candidate = near + "/.zpweb-" + std::to_string(number);
-        made = made.ok() ? note_(candidate) : made;
-        return made.ok() ? Expected(candidate) : Expected<std::string>(made);
-    }
-    const std::string beside = folderOf(path) + "/.zpweb-" + nameOf(path);
-    Outcome noted = note_(beside);
-    return noted.ok() ? Expected(beside) : Expected<std::string>(noted);
+    return onSameFileSystem(directory, folderOf(near)) ? near + "/.zpweb-" + std::to_string(number)
+                                                       : folderOf(path) + "/.zpweb-" + nameOf(path);
 }
 
-Outcome Candidates::makeOne(const std::string& path, StagedFile& file, size_t number) {
-    const auto place = placeOf(path, number);
-    if (!place.ok()) {
-        return place.outcome();
+std::vector<std::string> Candidates::place(std::map<std::string, StagedFile>& files) {
+    std::vector<std::string> outside;
+    const std::string near = nearStage(state_);
+    bool nearUsed = false;
+    size_t number = 0;
+    for (auto& [path, file] : files) {
+        if (!file.changed()) {
+            continue;
+        }
+        file.candidate = placeOf(path, ++number);
+        const std::string directory = folderOf(file.candidate);
+        nearUsed = nearUsed || directory == near;
+        if (directory != state_.stage()) {
+            outside.push_back(file.candidate);
+        }
     }
-    file.candidate = *place;
-    ::unlink(place->c_str());
-    if (!file.after) {
-        return done();  // the place is for what goes
+    if (nearUsed) {
+        outside.insert(outside.begin(), near);
     }
-    Outcome made = writeCandidate(file.candidate, file);
+    return outside;
+}
+
+Outcome Candidates::makeOne(const std::string& path, StagedFile& file) const {
+    const std::string near = nearStage(state_);
+    Outcome made = folderOf(file.candidate) == near ? makeFolder(near, 0700) : done();
+    ::unlink(file.candidate.c_str());
+    if (!made.ok() || !file.after) {  // the place is for what goes
+        return made;
+    }
+    made = writeCandidate(file.candidate, file);
     return made.ok() ? giveAttributes(path, file) : made;
 }
 
-Outcome Candidates::make(std::map<std::string, StagedFile>& files) {
-    size_t number = 0;
+Outcome Candidates::make(std::map<std::string, StagedFile>& files) const {
     for (auto& [path, file] : files) {
-        if (Outcome made = file.changed() ? makeOne(path, file, ++number) : done(); !made.ok()) {
+        if (Outcome made = file.changed() ? makeOne(path, file) : done(); !made.ok()) {
             return made;
         }
     }

@@ -2,9 +2,9 @@
 // to be put in place by a rename.
 #pragma once
 
-#include <functional>
 #include <map>
 #include <string>
+#include <vector>
 
 #include "phases/StagedFile.h"
 #include "store/State.h"
@@ -16,19 +16,18 @@ namespace zpweb {
 // beside the configuration that root alone can enter; else beside the file itself.
 class Candidates {
 public:
-    // `note` writes down what is about to be made outside of the stage.
-    Candidates(const State& state, std::function<Outcome(const std::string& path)> note)
-        : state_(state), note_(std::move(note)) {}
+    explicit Candidates(const State& state) : state_(state) {}
 
-    Outcome make(std::map<std::string, StagedFile>& files);
+    // Chooses the places; those outside of the stage are told, for the journal.
+    std::vector<std::string> place(std::map<std::string, StagedFile>& files);
+    Outcome make(std::map<std::string, StagedFile>& files) const;
     static Outcome sync(const std::map<std::string, StagedFile>& files);
 
 private:
-    Outcome makeOne(const std::string& path, StagedFile& file, size_t number);
-    Expected<std::string> placeOf(const std::string& path, size_t number);
+    Outcome makeOne(const std::string& path, StagedFile& file) const;
+    std::string placeOf(const std::string& path, size_t number) const;
 
     const State& state_;
-    std::function<Outcome(const std::string& path)> note_;
 };
 
 // The nearest directory above a path that is there.

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <set>
 
 #include "phases/Candidates.h"
 #include "phases/PutBack.h"
@@ -104,11 +105,22 @@ Outcome putInPlace(const ChangedFile& changed, const std::string& candidate, boo
     }
     const Place place{std::move(*directory), nameOf(changed.path)};
     const auto step = changed.before.empty() ? addFile : changed.after.empty() ? removeFile : replaceFile;
-    Outcome outcome = step(place, changed, candidate, again);
-    if (outcome.ok() && ::fsync(place.directory.number()) != 0) {
-        outcome = failure(systemError(folderOf(changed.path)));
+    return step(place, changed, candidate, again);
+}
+
+// Each directory once, however many of its files took their places.
+Outcome syncDirectories(const Journal& journal) {
+    std::set<std::string> directories;
+    for (const ChangedFile& changed : journal.files) {
+        directories.insert(folderOf(changed.path));
     }
-    return outcome;
+    for (const std::string& path : directories) {
+        const auto directory = openGuarded(path);
+        if (!directory.ok() || ::fsync(directory->number()) != 0) {
+            return directory.ok() ? failure(systemError(path)) : directory.outcome();
+        }
+    }
+    return done();
 }
 
 Outcome keep(const State& state, const Journal& journal, const std::map<std::string, StagedFile>& files) {
@@ -121,7 +133,9 @@ Outcome keep(const State& state, const Journal& journal, const std::map<std::str
         const std::string name = folder + "/" + std::to_string(i);
         Outcome kept = keepAs(journal.files[i].path, name);
         if (kept.ok() && !file.before.isLink() && !file.after.isLink()) {
-            kept = writeNewFile(name + ".patch", patchOf(file.before, file.after), 0600);
+            Patch patch = patchOf(file.before, file.after);
+            patch.middle.insert(patch.middle.begin(), patch.head);
+            kept = writeNewFile(name + ".patch", patch.middle, 0600);
         }
         if (!kept.ok()) {
             return kept;
@@ -164,10 +178,12 @@ Outcome commit(const Committing& change, Journal& journal, bool& again) {
     outcome = outcome.ok() ? makeCheckpoint(change.state, *number) : outcome;
     outcome = outcome.ok() ? Candidates::sync(change.files) : outcome;
     outcome = outcome.ok() ? keep(change.state, journal, change.files) : outcome;
+    outcome = outcome.ok() && change.beforeItStands ? change.beforeItStands() : outcome;
     outcome = outcome.ok() ? make(change.making) : outcome;
     for (size_t i = 0; outcome.ok() && i < journal.files.size(); ++i) {
         outcome = putInPlace(journal.files[i], change.files.at(journal.files[i].path).candidate, again);
     }
+    outcome = outcome.ok() ? syncDirectories(journal) : outcome;
     return outcome.ok() ? outcome : takeBack(change.state, journal, outcome, again);
 }
 

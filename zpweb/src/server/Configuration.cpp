@@ -20,6 +20,8 @@ namespace {
 
 constexpr int DeepestInclude = 16;
 
+constexpr const char* Special = "*?[\\";
+
 bool hasWildcard(std::string_view pattern) { return pattern.find_first_of("*?[") != pattern.npos; }
 
 std::vector<std::string> matches(const std::string& pattern) {
@@ -60,6 +62,11 @@ std::string behind(const std::string& path, const Content& content) {
     return std::filesystem::path(joined).lexically_normal();
 }
 
+std::string absolutePath(const std::string& root, std::string_view pattern) {
+    return pattern.empty() || pattern.front() == '/' ? std::string(pattern)
+                                                     : root + "/" + std::string(pattern);
+}
+
 // Does the pattern, or the directory, name the path?
 bool isNamedBy(const std::string& pattern, const std::string& path) {
     return ::fnmatch(pattern.c_str(), path.c_str(), FNM_PATHNAME | FNM_PERIOD) == 0 ||
@@ -91,6 +98,15 @@ const Block* ConfigurationFile::blockAt(size_t line) const {
 
 size_t ConfigurationFile::firstLine() const { return within_ != nullptr ? within_->firstLineOf(*this) : 0; }
 
+std::string_view ConfigurationFile::behind() const {
+    return within_ != nullptr ? within_->behind(*this) : std::string_view();
+}
+
+void ConfigurationFile::forget() const {
+    lines_.reset();
+    contents_.reset();
+}
+
 std::string Place::text() const {
     return file->path() + ":" + std::to_string(file->firstLine() + block->nameLine + 1);
 }
@@ -112,10 +128,11 @@ Outcome Configuration::read(const std::string& path, int depth) {
 }
 
 void Configuration::add(const std::string& path, Content content, int depth) {
-    numbers_[path] = files_.size();
     files_.push_back(std::make_unique<ConfigurationFile>(path, std::move(content), defines_));
+    known_[path] = {std::prev(files_.end()), nextOrder_++};
+    noteIncludes(*files_.back(), 1);
     if (parts_) {
-        parts_->enterWhole(*files_.back(), files_.size() - 1);
+        parts_->take(*files_.back(), nextOrder_ - 1);
     }
     follow(*files_.back(), depth);
 }
@@ -141,24 +158,47 @@ void Configuration::follow(const ConfigurationFile& file, int depth) {
 }
 
 const ConfigurationFile* Configuration::file(const std::string& path) const {
-    const auto found = numbers_.find(path);
-    return found == numbers_.end() ? nullptr : files_[found->second].get();
+    const auto found = known_.find(path);
+    return found == known_.end() ? nullptr : found->second.file->get();
+}
+
+std::vector<const ConfigurationFile*> Configuration::parts() const {
+    std::vector<const ConfigurationFile*> all;
+    for (const auto& file : files_) {
+        if (parts_ && parts_->isInParts(file->path())) {
+            const auto parts = parts_->partsOf(file->path());
+            all.insert(all.end(), parts.begin(), parts.end());
+        } else {
+            all.push_back(file.get());
+        }
+    }
+    return all;
 }
 
 void Configuration::drop(const std::string& path) {
-    const auto found = numbers_.find(path);
-    if (found == numbers_.end() || found->second == 0) {
+    const auto found = known_.find(path);
+    if (found == known_.end() || found->second.file == files_.begin()) {
         return;
     }
-    files_.erase(files_.begin() + static_cast<std::ptrdiff_t>(found->second));
-    parts_.reset();
-    numbers_.clear();
-    for (size_t i = 0; i < files_.size(); ++i) {
-        numbers_[files_[i]->path()] = i;
+    if (parts_) {
+        parts_->drop(path);
+    }
+    noteIncludes(**found->second.file, -1);
+    files_.erase(found->second.file);
+    known_.erase(found);
+}
+
+void Configuration::noteLink(const std::string& path, const Content& content) {
+    if (const auto before = otherwise_.find(path); before != otherwise_.end() && before->second.isLink()) {
+        links_[behind(path, before->second)].erase(path);
+    }
+    if (content.isLink()) {
+        links_[behind(path, content)].insert(path);
     }
 }
 
 void Configuration::put(const std::string& path, const Content& content) {
+    noteLink(path, content);
     if (!content) {
         const auto real = realOf(path);
         otherwise_[path] = content;
@@ -168,16 +208,18 @@ void Configuration::put(const std::string& path, const Content& content) {
         return;
     }
     otherwise_[path] = content;
-    if (const auto known = numbers_.find(path); known != numbers_.end()) {
-        const auto before = std::exchange(files_[known->second],
-                                          std::make_unique<ConfigurationFile>(path, content, defines_));
-        if (parts_ && !parts_->isInParts(path)) {
-            parts_->leaveWhole(*before);
-            parts_->enterWhole(*files_[known->second], known->second);
-        } else {
-            parts_.reset();
+    if (const auto known = known_.find(path); known != known_.end()) {
+        std::unique_ptr<ConfigurationFile>& file = *known->second.file;
+        noteIncludes(*file, -1);
+        if (parts_) {
+            parts_->drop(path);
         }
-        follow(*files_[known->second], 1);
+        file = std::make_unique<ConfigurationFile>(path, content, defines_);
+        noteIncludes(*file, 1);
+        if (parts_) {
+            parts_->take(*file, known->second.order);
+        }
+        follow(*file, 1);
         return;
     }
     const std::string real = behind(path, content);
@@ -194,23 +236,18 @@ void Configuration::put(const std::string& path, const Content& content) {
 
 // Is the path named by an Include line, or by a link of this change that is?
 bool Configuration::isReached(const std::string& path) const {
-    return includes(path) || std::any_of(otherwise_.begin(), otherwise_.end(), [&](const auto& entry) {
-               return entry.second.isLink() && behind(entry.first, entry.second) == path &&
-                      includes(entry.first);
-           });
+    if (includes(path)) {
+        return true;
+    }
+    const auto links = links_.find(path);
+    return links != links_.end() && std::any_of(links->second.begin(), links->second.end(),
+                                                [this](const std::string& link) { return includes(link); });
 }
 
 std::vector<Place> Configuration::find(std::string_view name) const {
-    std::vector<const ConfigurationFile*> holders;
-    if (parts_) {
-        holders = parts_->holdersOf(name);
-    } else {
-        std::transform(files_.begin(), files_.end(), std::back_inserter(holders),
-                       [](const auto& file) { return file.get(); });
-    }
     std::vector<Place> places;
     const SameHost matches(name);
-    for (const ConfigurationFile* holder : holders) {
+    for (const ConfigurationFile* holder : parts_ ? parts_->holdersOf(name) : parts()) {
         for (const Block& block : holder->blocks()) {
             if (!block.name.empty() && matches(block.name)) {
                 places.push_back({holder, &block});
@@ -220,10 +257,19 @@ std::vector<Place> Configuration::find(std::string_view name) const {
     return places;
 }
 
+std::vector<const ConfigurationFile*> Configuration::carriersOf(std::string_view name) const {
+    return parts_ ? parts_->carriersOf(name) : parts();
+}
+
 void Configuration::index() {
     if (!parts_) {
-        parts_ = std::make_shared<Parts>(files_, defines_);
+        static_cast<void>(includes());  // while the files are read as wholes
+        parts_ = std::make_shared<Parts>(defines_);
+        for (const auto& file : files_) {
+            parts_->take(*file, known_.at(file->path()).order);
+        }
     }
+    parts_->rest();
 }
 
 const ConfigurationFile* Configuration::partOf(const std::string& path, std::string_view site) const {
@@ -240,32 +286,64 @@ const ConfigurationFile* Configuration::lastPart(const std::string& path) const 
 }
 
 std::string Configuration::announcements(const std::string& path) const {
-    return parts_ ? parts_->announcementsBeforeLast(path) : "";
+    return parts_ && parts_->isInParts(path) ? parts_->announcementsBeforeLast(path) : "";
 }
 
 void Configuration::putPart(const ConfigurationFile& part, Content content) {
     const std::string path = part.path();
     const std::vector<std::string> before = patternsOf(part);
-    const ConfigurationFile& after = parts_->replace(part, std::move(content));
-    Content whole = Content::later([parts = parts_, path] { return parts->whole(path); });
-    files_[numbers_.at(path)] = std::make_unique<ConfigurationFile>(path, std::move(whole), defines_);
-    if (patternsOf(after) != before) {
-        follow(after, 1);
+    noteIncludes(part, -1);
+    const auto made = parts_->replace(part, std::move(content));
+    Content whole = Content::later([parts = parts_, path] { return parts->joined(path); });
+    *known_.at(path).file = std::make_unique<ConfigurationFile>(path, std::move(whole), defines_);
+    for (const ConfigurationFile* each : made) {
+        noteIncludes(*each, 1);
     }
-}
-
-std::string Configuration::serverRoot() const {
-    for (const auto& candidate : files_) {
-        if (!candidate->server().root.empty()) {
-            return std::string(candidate->server().root);
+    for (const ConfigurationFile* each : made) {
+        if (patternsOf(*each) != before) {
+            follow(*each, 1);
         }
     }
-    return builtInValue("HTTPD_ROOT");
 }
 
+void Configuration::count(Includes& includes, const ConfigurationFile& file, int by) const {
+    for (const IncludeLine& include : file.server().includes) {
+        const std::string pattern = absolutePath(includes.serverRoot, include.pattern);
+        const bool wild = pattern.find_first_of(Special) != std::string::npos;
+        auto& patterns = wild ? includes.wildcards : includes.paths;
+        if ((patterns[pattern] += by) == 0) {
+            patterns.erase(pattern);
+        }
+    }
+}
+
+void Configuration::noteIncludes(const ConfigurationFile& file, int by) {
+    if (!file.server().root.empty()) {
+        includes_.reset();
+    } else if (includes_) {
+        count(*includes_, file, by);
+    }
+}
+
+const Configuration::Includes& Configuration::includes() const {
+    if (!includes_) {
+        const auto all = parts();
+        includes_.emplace();
+        const auto root = std::find_if(all.begin(), all.end(),
+                                       [](const auto* file) { return !file->server().root.empty(); });
+        includes_->serverRoot =
+            root == all.end() ? builtInValue("HTTPD_ROOT") : std::string((*root)->server().root);
+        for (const ConfigurationFile* file : all) {
+            count(*includes_, *file, 1);
+        }
+    }
+    return *includes_;
+}
+
+std::string Configuration::serverRoot() const { return includes().serverRoot; }
+
 std::string Configuration::absolute(std::string_view pattern) const {
-    return pattern.empty() || pattern.front() == '/' ? std::string(pattern)
-                                                     : serverRoot() + "/" + std::string(pattern);
+    return absolutePath(serverRoot(), pattern);
 }
 
 std::vector<std::string> Configuration::included(std::string_view pattern) const {
@@ -277,39 +355,45 @@ std::vector<std::string> Configuration::included(std::string_view pattern) const
     for (const std::string& entry : hasWildcard(path) ? matches(path) : std::vector<std::string>{path}) {
         addTree(entry, files, 0);
     }
-    if (!changesNames(pattern)) {
+    const std::set<std::string> changed = changedNames(path);
+    if (changed.empty()) {
         return files;
     }
-    std::erase_if(files, [&](const std::string& name) {
-        const auto other = otherwise_.find(name);
-        return other != otherwise_.end() && !other->second;
-    });
-    for (const auto& [name, content] : otherwise_) {
-        if (content && isNamedBy(path, name) &&
-            std::find(files.begin(), files.end(), name) == files.end()) {
-            files.push_back(name);
-        }
-    }
+    std::erase_if(files, [&](const std::string& name) { return changed.contains(name); });
+    std::copy_if(changed.begin(), changed.end(), std::back_inserter(files),
+                 [&](const std::string& name) { return static_cast<bool>(otherwise_.at(name)); });
     if (hasWildcard(path) || isFolder(path)) {
         std::sort(files.begin(), files.end());
     }
     return files;
 }
 
+// Paths that the absolute pattern names, and that come or go with the change.
+std::set<std::string> Configuration::changedNames(const std::string& pattern) const {
+    const std::string beginning = pattern.substr(0, pattern.find_first_of(Special));
+    std::set<std::string> names;
+    for (auto entry = otherwise_.lower_bound(beginning);
+         entry != otherwise_.end() && entry->first.starts_with(beginning); ++entry) {
+        if (isNamedBy(pattern, entry->first) && static_cast<bool>(entry->second) != exists(entry->first)) {
+            names.insert(entry->first);
+        }
+    }
+    return names;
+}
+
 bool Configuration::changesNames(std::string_view pattern) const {
-    const std::string path = absolute(pattern);
-    return std::any_of(otherwise_.begin(), otherwise_.end(), [&](const auto& entry) {
-        return static_cast<bool>(entry.second) != exists(entry.first) && isNamedBy(path, entry.first);
-    });
+    return !changedNames(absolute(pattern)).empty();
 }
 
 bool Configuration::includes(const std::string& path) const {
-    return std::any_of(files_.begin(), files_.end(), [&](const auto& candidate) {
-        const auto& lines = candidate->server().includes;
-        return std::any_of(lines.begin(), lines.end(), [&](const IncludeLine& include) {
-            return isNamedBy(absolute(include.pattern), path);
-        });
-    });
+    const Includes& all = includes();
+    for (std::string named = path; named.size() > 1; named = folderOf(named)) {
+        if (all.paths.contains(named)) {
+            return true;
+        }
+    }
+    return std::any_of(all.wildcards.begin(), all.wildcards.end(),
+                       [&](const auto& pattern) { return isNamedBy(pattern.first, path); });
 }
 
 Expected<std::string> Configuration::realOf(const std::string& name) const {

@@ -1,10 +1,11 @@
 // The server's configuration as it stands in its files: the main file and what it includes.
 #pragma once
 
-#include <deque>
+#include <list>
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -37,12 +38,17 @@ public:
     size_t longestLine() const { return contents().longestLine; }
     const Block* blockAt(size_t line) const;  // the block that holds the line; null outside of all
     size_t firstLine() const;                 // of a part: the number of its first line in the file
+    std::string_view behind() const;          // of a part: the beginning of what follows it in the file
+    bool isPart() const { return within_ != nullptr; }
+    // What was found of its lines and blocks goes, until it is asked for again.
+    void forget() const;
 
 private:
     friend class Parts;
     const Contents& contents() const;
 
     const Parts* within_ = nullptr;  // the parts that it is one of
+    size_t number_ = 0;              // among them
     std::string path_;
     Content content_;
     std::shared_ptr<Defines> defines_;
@@ -63,7 +69,10 @@ public:
     static Expected<Configuration> load(const std::string& main);
 
     const ConfigurationFile& main() const { return *files_.front(); }
-    const std::deque<std::unique_ptr<ConfigurationFile>>& files() const { return files_; }
+    const std::list<std::unique_ptr<ConfigurationFile>>& files() const { return files_; }
+    // The same, long ones in their parts once there is an index: what is looked for in all of them is
+    // found in these at less cost.
+    std::vector<const ConfigurationFile*> parts() const;
     const ConfigurationFile* file(const std::string& path) const;
     // The file, or link, is this from now on: one that an Include line names is part of the configuration,
     // one that is absent is none. What was known of the file's lines and blocks is gone.
@@ -85,6 +94,8 @@ public:
 
     // The blocks of a site, by its name in any letter case; an internationalised name by either form.
     std::vector<Place> find(std::string_view name) const;
+    // Files, or parts, in which a running block may answer to the name, whatever its own is.
+    std::vector<const ConfigurationFile*> carriersOf(std::string_view name) const;
     std::string serverRoot() const;
     // The files that an Include line's pattern names, in the order in which the server reads them.
     std::vector<std::string> included(std::string_view pattern) const;
@@ -96,18 +107,37 @@ public:
     Expected<std::string> realOf(const std::string& name) const;
 
 private:
+    using Files = std::list<std::unique_ptr<ConfigurationFile>>;
+    struct Known {
+        Files::iterator file;
+        size_t order;
+    };
+    // The absolute patterns of all Include lines, with how many lines have each.
+    struct Includes {
+        std::string serverRoot;
+        std::map<std::string, int> paths, wildcards;
+    };
+
     Outcome read(const std::string& path, int depth);
     void follow(const ConfigurationFile& file, int depth);
     void add(const std::string& path, Content content, int depth);
     void drop(const std::string& path);
     bool isReached(const std::string& path) const;
     std::string absolute(std::string_view pattern) const;
+    const Includes& includes() const;
+    void count(Includes& includes, const ConfigurationFile& file, int by) const;
+    void noteIncludes(const ConfigurationFile& file, int by);
+    std::set<std::string> changedNames(const std::string& pattern) const;
+    void noteLink(const std::string& path, const Content& content);
 
-    std::deque<std::unique_ptr<ConfigurationFile>> files_;
+    Files files_;
     std::shared_ptr<Parts> parts_;  // once there is an index
     std::shared_ptr<Defines> defines_ = std::make_shared<Defines>();
-    std::unordered_map<std::string, size_t> numbers_;  // of the files, by path
-    std::map<std::string, Content> otherwise_;         // what is otherwise than on the disk
+    std::unordered_map<std::string, Known> known_;  // the files, by path
+    size_t nextOrder_ = 0;
+    std::map<std::string, Content> otherwise_;            // what is otherwise than on the disk
+    std::map<std::string, std::set<std::string>> links_;  // those among them, by what they lead to
+    mutable std::optional<Includes> includes_;            // once they are asked for
 };
 
 // The main configuration file of the installed server.

@@ -1,9 +1,13 @@
 #include "server/Layout.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <array>
+#include <unordered_map>
 
 #include "sys/File.h"
+#include "sys/Look.h"
 
 namespace zpweb {
 
@@ -14,26 +18,42 @@ constexpr std::string_view LinkedFrom = "sites-available";
 // In the order in which they are preferred.
 constexpr std::array<std::string_view, 5> Directories = {Linked, "vhosts.d", "sites.d", "vhosts", "conf.d"};
 
-// The directory whose files an Include line takes when their names end in ".conf"; empty for another line.
+// What may be the directory whose files an Include line takes when their names end in ".conf".
 std::string directoryIn(std::string_view pattern, const Configuration& configuration) {
     std::string path(pattern);
-    if (path.empty()) {
-        return {};
-    }
-    path = path.front() == '/' ? path : configuration.serverRoot() + "/" + path;
+    path = path.starts_with('/') ? path : configuration.serverRoot() + "/" + path;
     while (path.size() > 1 && path.ends_with('/')) {
         path.pop_back();
     }
     if (path.ends_with("/*.conf") || path.ends_with("/*")) {
         path = folderOf(path);
     }
-    return isFolder(path) ? path : "";
+    return path;
 }
 
 // Its place in the order of preference; their number for one that holds no sites.
 size_t rankOf(const std::string& directory) {
     const auto* found = std::find(Directories.begin(), Directories.end(), nameOf(directory));
     return static_cast<size_t>(found - Directories.begin());
+}
+
+// The links of a directory, by what they lead to, as they were when the directory had this time.
+using ByTarget = std::unordered_map<std::string, std::vector<std::string>>;
+struct Links {
+    std::string directory;
+    timespec changed{};
+    ByTarget byTarget;
+};
+
+ByTarget linksIn(const std::string& directory) {
+    ByTarget found;
+    for (const std::string& name : entriesOf(directory)) {
+        const std::string path = directory + "/" + name;
+        if (const auto real = realPathOf(path); real.ok() && *real != path) {
+            found[*real].push_back(path);
+        }
+    }
+    return found;
 }
 
 }  // namespace
@@ -43,23 +63,26 @@ std::string Layout::targetOf(const std::string& file) const {
 }
 
 std::vector<std::string> Layout::linksTo(const std::string& file) const {
-    std::vector<std::string> found;
-    for (const std::string& name : hasLinks() ? entriesOf(links) : std::vector<std::string>()) {
-        const auto real = realPathOf(links + "/" + name);
-        if (real.ok() && *real == file && links + "/" + name != file) {
-            found.push_back(links + "/" + name);
-        }
+    static Links known;  // of many sites, the first one looks
+    struct stat status {};
+    if (!hasLinks() || !lookAt(links, status)) {
+        return {};
     }
-    return found;
+    if (known.directory != links || known.changed.tv_sec != status.st_mtim.tv_sec ||
+        known.changed.tv_nsec != status.st_mtim.tv_nsec) {
+        known = {links, status.st_mtim, linksIn(links)};
+    }
+    const auto found = known.byTarget.find(file);
+    return found == known.byTarget.end() ? std::vector<std::string>() : found->second;
 }
 
 Layout layoutOf(const Configuration& configuration) {
     std::string best;
-    for (const auto& file : configuration.files()) {
+    for (const ConfigurationFile* file : configuration.parts()) {
         for (const IncludeLine& include : file->server().includes) {
             const std::string directory = directoryIn(include.pattern, configuration);
-            if (!directory.empty() &&
-                rankOf(directory) < (best.empty() ? Directories.size() : rankOf(best))) {
+            if (rankOf(directory) < (best.empty() ? Directories.size() : rankOf(best)) &&
+                isFolder(directory)) {
                 best = directory;
             }
         }

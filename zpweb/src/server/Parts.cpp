@@ -5,57 +5,59 @@
 
 #include "conf/Text.h"
 #include "input/HostName.h"
+#include "text/Statements.h"
 
 namespace zpweb {
 
 namespace {
 
 constexpr size_t LongFile = size_t{128} * 1024;
-constexpr size_t PartSize = size_t{16} * 1024;
+constexpr size_t PartSize = size_t{8} * 1024;
+constexpr std::string_view Wildcard = "*";
 
-// The same for all forms of a name.
-std::string keyOf(std::string_view name) {
-    std::string key(name);
-    const bool plain =
-        std::all_of(name.begin(), name.end(), [](char c) { return static_cast<unsigned char>(c) < 128; });
-    if (!plain) {
-        const auto ascii = asciiHostName(key);
-        return ascii.ok() ? *ascii : key;
-    }
-    std::transform(key.begin(), key.end(), key.begin(), zp::conf::lower);
-    return key;
-}
-
-std::vector<std::string> keysOf(const ConfigurationFile& file) {
-    std::vector<std::string> keys;
-    for (const Block& block : file.blocks()) {
-        std::string key = keyOf(block.name);
-        if (!key.empty() && std::find(keys.begin(), keys.end(), key) == keys.end()) {
-            keys.push_back(std::move(key));
-        }
-    }
-    return keys;
-}
+bool beginsBlank(std::string_view text) { return text.starts_with('\n') || text.starts_with("\r\n"); }
 
 // Where the text can be cut: the offsets behind closed blocks that stand in no section, at least one part's
-// size from each other, and never between two blocks of one site.
+// size from each other, and never between two blocks of one site. Where blank lines stand between blocks,
+// only before one: a deletion takes one of them along, and sees no further than its part.
 std::vector<size_t> cutsOf(const ConfigurationFile& file) {
     const std::string& text = file.content().text();
     const std::vector<Block>& blocks = file.blocks();
+    const auto endOf = [&](const Block& block) {
+        return static_cast<size_t>(block.text.data() + block.text.size() - text.data());
+    };
+    const auto isSpaced = [&](const Block& block) {
+        return beginsBlank(std::string_view(text).substr(endOf(block)));
+    };
+    const bool spaced = std::any_of(blocks.begin(), blocks.end(), isSpaced);
     std::vector<size_t> cuts;
     size_t from = 0;
     for (size_t i = 0; i + 1 < blocks.size(); ++i) {
         const Block& block = blocks[i];
         const Block& next = blocks[i + 1];
-        const auto end = static_cast<size_t>(block.text.data() + block.text.size() - text.data());
+        const size_t end = endOf(block);
         const bool free = block.closed && !block.stopped && !block.conditional &&
                           next.text.data() >= text.data() + end && text[end - 1] == '\n';
-        if (free && end - from >= PartSize && !zp::conf::equalIgnoringCase(block.name, next.name)) {
+        if (free && (!spaced || isSpaced(block)) && end - from >= PartSize &&
+            !zp::conf::equalIgnoringCase(block.name, next.name)) {
             cuts.push_back(end);
             from = end;
         }
     }
     return cuts;
+}
+
+// The text, cut there.
+std::vector<Content> piecesOf(const Content& content, const std::vector<size_t>& cuts) {
+    const std::string_view text = content.text();
+    std::vector<Content> pieces;
+    size_t from = 0;
+    for (const size_t cut : cuts) {
+        pieces.push_back(content.sliced(text.substr(from, cut - from)));
+        from = cut;
+    }
+    pieces.push_back(content.sliced(text.substr(from)));
+    return pieces;
 }
 
 bool announces(std::string_view line) {
@@ -76,171 +78,286 @@ std::string announcementsIn(std::string_view text) {
 
 }  // namespace
 
-Parts::Parts(const std::deque<std::unique_ptr<ConfigurationFile>>& files, std::shared_ptr<Defines> defines)
-    : defines_(std::move(defines)) {
-    for (size_t i = 0; i < files.size(); ++i) {
-        const ConfigurationFile& file = *files[i];
-        numbers_[file.path()] = i;
-        if (file.content().size() >= LongFile) {
-            split(file.path(), file, i);
-        }
-        if (!isInParts(file.path())) {
-            enterWhole(file, i);
-        }
+// The same for all forms of a name.
+Parts::Key Parts::keyOf(std::string_view name) {
+    std::string key(name);
+    const bool plain =
+        std::all_of(name.begin(), name.end(), [](char c) { return static_cast<unsigned char>(c) < 128; });
+    if (!plain) {
+        const auto ascii = asciiHostName(key);
+        key = ascii.ok() ? *ascii : key;
     }
+    std::transform(key.begin(), key.end(), key.begin(), zp::conf::lower);
+    return std::hash<std::string>()(key);
 }
 
-void Parts::split(const std::string& path, const ConfigurationFile& file, size_t number) {
-    const std::vector<size_t> cuts = cutsOf(file);
-    const std::string& text = file.content().text();
+// Of the blocks that begin between two places of the text.
+Parts::Keys Parts::sitesOf(const ConfigurationFile& file, size_t from, size_t to) {
+    const char* const text = file.content().text().data();
+    const std::vector<Block>& blocks = file.blocks();
+    auto block = std::partition_point(blocks.begin(), blocks.end(),
+                                      [&](const Block& each) { return each.text.data() < text + from; });
+    Keys keys;
+    for (; block != blocks.end() && block->text.data() < text + to; ++block) {
+        const Key key = keyOf(block->name);
+        if (!block->name.empty() && std::find(keys.begin(), keys.end(), key) == keys.end()) {
+            keys.push_back(key);
+        }
+    }
+    return keys;
+}
+
+Parts::Keys Parts::namesOf(const ConfigurationFile& file) {
+    Keys keys;
+    const auto take = [&](const Statement& statement) {
+        for (const Word& word : statement.words()) {
+            const std::string value = word.value();
+            const bool wild = value.find_first_of("*?[\\") != std::string::npos;
+            keys.push_back(keyOf(wild ? Wildcard : hostOf(value)));
+        }
+    };
+    for (const Block& block : file.blocks()) {
+        for (const Statement& statement : Statements(block.stopped ? std::string_view() : block.text)) {
+            if (statement.is("ServerName") || statement.is("ServerAlias")) {
+                take(statement);
+            }
+        }
+    }
+    std::sort(keys.begin(), keys.end());
+    keys.erase(std::unique(keys.begin(), keys.end()), keys.end());
+    return keys;
+}
+
+void Parts::take(const ConfigurationFile& file, size_t order) {
+    const std::string& path = file.path();
+    File& taken = files_[path];
+    taken.order = order;
+    const std::vector<size_t> cuts =
+        file.content().size() >= LongFile ? cutsOf(file) : std::vector<size_t>();
     if (cuts.empty()) {
+        Part& whole = *taken.parts.emplace_back(std::make_unique<Part>());
+        whole.file = &file;
+        whole.order = order;
+        whole.sites = sitesOf(file, 0, file.content().size());
+        enter(whole);
+        enterNames(whole);
         return;
     }
-    File& parts = split_[path];
-    size_t from = 0;
-    for (const size_t cut : cuts) {
-        enter(add(parts, path, text.substr(from, cut - from)), number);
-        from = cut;
+    size_t at = 0;
+    for (Content& piece : piecesOf(file.content(), cuts)) {
+        const size_t size = piece.size();
+        Part& part = add(taken, path, std::move(piece));
+        part.sites = sitesOf(file, at, at + size);
+        enter(part);
+        at += size;
     }
-    enter(add(parts, path, text.substr(from)), number);
+    file.forget();
+    for (const auto& part : taken.parts) {
+        enterNames(*part);
+    }
 }
 
-Parts::Part& Parts::add(File& parts, const std::string& path, std::string text) {
-    parts.push_back(std::make_unique<Part>());
-    fill(*parts.back(), path, Content(std::move(text)));
-    return *parts.back();
+void Parts::drop(const std::string& path) {
+    const auto found = files_.find(path);
+    if (found == files_.end()) {
+        return;
+    }
+    for (const auto& part : found->second.parts) {
+        leave(*part);
+    }
+    files_.erase(found);
 }
 
-void Parts::fill(Part& part, const std::string& path, Content content) {
-    const std::string& text = content.text();
-    part.lines = static_cast<size_t>(std::count(text.begin(), text.end(), '\n'));
-    part.announcements = announcementsIn(text);
-    part.file = std::make_unique<ConfigurationFile>(path, std::move(content), defines_);
-    part.file->within_ = this;
-    part.keys = keysOf(*part.file);
+Parts::Part& Parts::add(File& file, const std::string& path, Content content) {
+    Part& part = *file.parts.emplace_back(std::make_unique<Part>());
+    part.order = file.order;
+    part.number = file.parts.size() - 1;
+    file.lines.append(0);
+    fill(part, file, path, std::move(content));
+    return part;
 }
 
-void Parts::enter(const Part& part, size_t number) {
-    for (const std::string& key : part.keys) {
-        sites_[key].push_back({number, nullptr, &part});
+void Parts::fill(Part& part, File& file, const std::string& path, Content content) {
+    const Pieces pieces = content.pieces();
+    size_t lines = 0;
+    for (const std::string_view piece : pieces) {
+        lines += static_cast<size_t>(std::count(piece.begin(), piece.end(), '\n'));
+    }
+    file.lines.set(part.number, lines);
+    part.announcements = announcementsIn(pieces.size() == 1 ? pieces.front() : content.text());
+    part.own = std::make_unique<ConfigurationFile>(path, std::move(content), defines_);
+    part.own->within_ = this;
+    part.own->number_ = part.number;
+    part.file = part.own.get();
+}
+
+void Parts::enter(const Part& part) {
+    for (const Key key : part.sites) {
+        sites_.emplace(key, &part);
+    }
+}
+
+void Parts::enterNames(Part& part) {
+    if (names_) {
+        part.names = namesOf(*part.file);
+        for (const Key key : part.names) {
+            names_->emplace(key, &part);
+        }
     }
 }
 
 void Parts::leave(const Part& part) {
-    for (const std::string& key : part.keys) {
-        std::erase_if(sites_[key], [&](const Holder& holder) { return holder.part == &part; });
+    const auto leaveIndex = [&](Index& index, const Keys& keys) {
+        for (const Key key : keys) {
+            auto [entry, end] = index.equal_range(key);
+            while (entry != end) {
+                entry = entry->second == &part ? index.erase(entry) : std::next(entry);
+            }
+        }
+    };
+    leaveIndex(sites_, part.sites);
+    if (names_) {
+        leaveIndex(*names_, part.names);
     }
 }
 
-std::vector<const ConfigurationFile*> Parts::holdersOf(std::string_view name) const {
-    const auto found = sites_.find(keyOf(name));
-    if (found == sites_.end()) {
-        return {};
+Parts::Files Parts::sorted(const Index& index, std::string_view name) {
+    std::vector<const Part*> found;
+    const auto [begin, end] = index.equal_range(keyOf(name));
+    std::transform(begin, end, std::back_inserter(found), [](const auto& entry) { return entry.second; });
+    std::sort(found.begin(), found.end(), [](const Part* a, const Part* b) {
+        return std::pair(a->order, a->number) < std::pair(b->order, b->number);
+    });
+    Files files;
+    std::transform(found.begin(), found.end(), std::back_inserter(files),
+                   [](const Part* part) { return part->file; });
+    return files;
+}
+
+Parts::Files Parts::holdersOf(std::string_view name) {
+    Files files = sorted(sites_, name);
+    for (const ConfigurationFile* file : files) {
+        if (file->isPart() && !goneThrough_) {
+            used_.emplace_back(file->path(), file->number_);
+        }
     }
-    std::vector<Holder> holders = found->second;
-    std::stable_sort(holders.begin(), holders.end(),
-                     [](const Holder& a, const Holder& b) { return a.file < b.file; });
-    std::vector<const ConfigurationFile*> files;
-    for (const Holder& holder : holders) {
-        files.push_back(holder.part != nullptr ? holder.part->file.get() : holder.whole);
+    return files;
+}
+
+void Parts::rest() {
+    for (const auto& [path, number] : std::exchange(used_, {})) {
+        const auto file = files_.find(path);
+        if (!goneThrough_ && file != files_.end() && number < file->second.parts.size()) {
+            file->second.parts[number]->file->forget();
+        }
+    }
+}
+
+Parts::Files Parts::carriersOf(std::string_view name) {
+    if (!names_) {
+        names_.emplace();
+        goneThrough_ = true;
+        for (const auto& [path, file] : files_) {
+            for (const auto& part : file.parts) {
+                enterNames(*part);
+            }
+        }
+    }
+    Files files = sorted(*names_, name);
+    for (const ConfigurationFile* file : sorted(*names_, Wildcard)) {
+        if (std::find(files.begin(), files.end(), file) == files.end()) {
+            files.push_back(file);
+        }
+    }
+    return files;
+}
+
+bool Parts::isInParts(const std::string& path) const {
+    const auto found = files_.find(path);
+    return found != files_.end() && found->second.parts.front()->own != nullptr;
+}
+
+Parts::Files Parts::partsOf(const std::string& path) {
+    goneThrough_ = true;
+    Files files;
+    for (const auto& part : files_.at(path).parts) {
+        files.push_back(part->file);
     }
     return files;
 }
 
 const ConfigurationFile* Parts::last(const std::string& path) const {
-    const auto found = split_.find(path);
-    return found == split_.end() ? nullptr : found->second.back()->file.get();
+    return isInParts(path) ? files_.at(path).parts.back()->file : nullptr;
 }
 
 std::string Parts::announcementsBeforeLast(const std::string& path) const {
     std::string lines;
-    const auto found = split_.find(path);
-    for (size_t i = 0; found != split_.end() && i + 1 < found->second.size(); ++i) {
-        lines += found->second[i]->announcements;
+    const auto& parts = files_.at(path).parts;
+    for (size_t i = 0; i + 1 < parts.size(); ++i) {
+        lines += parts[i]->announcements;
     }
     return lines;
 }
 
 size_t Parts::firstLineOf(const ConfigurationFile& part) const {
-    size_t lines = 0;
-    for (const auto& each : split_.at(part.path())) {
-        if (each->file.get() == &part) {
-            break;
+    return files_.at(part.path()).lines.before(part.number_);
+}
+
+// What stands behind the part, up to the end of the one that follows.
+std::string_view Parts::behind(const ConfigurationFile& part) const {
+    const auto& parts = files_.at(part.path()).parts;
+    for (size_t i = part.number_ + 1; i < parts.size(); ++i) {
+        if (const Pieces pieces = parts[i]->file->content().pieces(); sizeOf(pieces) > 0) {
+            return pieces.front();
         }
-        lines += each->lines;
     }
-    return lines;
+    return {};
 }
 
-Parts::Part* Parts::partOf(const ConfigurationFile& file) const {
-    const File& parts = split_.at(file.path());
-    const auto found = std::find_if(parts.begin(), parts.end(),
-                                    [&](const auto& part) { return part->file.get() == &file; });
-    return found->get();
-}
-
-const ConfigurationFile& Parts::replace(const ConfigurationFile& part, Content content) {
+Parts::Files Parts::replace(const ConfigurationFile& part, Content content) {
     const std::string path = part.path();
-    Part& changed = *partOf(part);
-    const std::vector<std::string> before = changed.keys;
-    fill(changed, path, std::move(content));
-    if (changed.keys != before) {
-        std::vector<std::string> now = std::exchange(changed.keys, before);
-        leave(changed);
-        changed.keys = std::move(now);
-        enter(changed, numbers_.at(path));
+    File& file = files_.at(path);
+    const size_t number = part.number_;
+    Part& changed = *file.parts.at(number);
+    leave(changed);
+    fill(changed, file, path, std::move(content));
+    changed.sites = sitesOf(*changed.file, 0, changed.file->content().size());
+    enter(changed);
+    enterNames(changed);
+    if (number + 1 < file.parts.size()) {
+        return {changed.file};
     }
-    const bool isLast = &changed == split_.at(path).back().get();
-    if (isLast) {
-        splitLast(path);
-    }
-    return isLast ? *split_.at(path).back()->file : *changed.file;
-}
-
-void Parts::enterWhole(const ConfigurationFile& file, size_t number) {
-    numbers_[file.path()] = number;
-    for (const std::string& key : keysOf(file)) {
-        sites_[key].push_back({number, &file, nullptr});
-    }
-}
-
-void Parts::leaveWhole(const ConfigurationFile& file) {
-    for (const std::string& key : keysOf(file)) {
-        std::erase_if(sites_[key], [&](const Holder& holder) { return holder.whole == &file; });
-    }
+    splitLast(file, path);
+    Files made;
+    std::transform(file.parts.begin() + static_cast<std::ptrdiff_t>(number), file.parts.end(),
+                   std::back_inserter(made), [](const auto& each) { return each->file; });
+    return made;
 }
 
 // A last part that has grown, by sites that were added, becomes several.
-void Parts::splitLast(const std::string& path) {
-    File& parts = split_.at(path);
-    Part& last = *parts.back();
-    const std::vector<size_t> cuts = cutsOf(*last.file);
-    if (last.file->content().size() < 3 * PartSize || cuts.empty()) {
+void Parts::splitLast(File& file, const std::string& path) {
+    const Content content = file.parts.back()->file->content();
+    const std::vector<size_t> cuts = cutsOf(*file.parts.back()->file);
+    if (content.size() < 3 * PartSize || cuts.empty()) {
         return;
     }
-    const std::string text = last.file->content().text();
-    leave(last);
-    parts.pop_back();
-    size_t from = 0;
-    for (const size_t cut : cuts) {
-        enter(add(parts, path, text.substr(from, cut - from)), numbers_.at(path));
-        from = cut;
+    leave(*file.parts.back());
+    file.parts.pop_back();
+    file.lines.removeLast();
+    for (const Content& piece : piecesOf(content, cuts)) {
+        Part& part = add(file, path, Content(std::string(piece.text())));
+        part.sites = sitesOf(*part.file, 0, part.file->content().size());
+        enter(part);
+        enterNames(part);
     }
-    enter(add(parts, path, text.substr(from)), numbers_.at(path));
 }
 
-std::string Parts::whole(const std::string& path) const {
-    std::string text;
-    const File& parts = split_.at(path);
-    size_t size = 0;
-    for (const auto& part : parts) {
-        size += part->file->content().size();
+Content Parts::joined(const std::string& path) const {
+    std::vector<Content> texts;
+    for (const auto& part : files_.at(path).parts) {
+        texts.push_back(part->file->content());
     }
-    text.reserve(size);
-    for (const auto& part : parts) {
-        text += part->file->content().text();
-    }
-    return text;
+    return Content::joined(texts);
 }
 
 }  // namespace zpweb

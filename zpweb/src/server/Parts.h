@@ -1,66 +1,89 @@
-// Long files of the configuration, each in parts, and an index of the sites in all files.
+// The files of the configuration with an index of their sites, the long ones taken apart.
 //
 // A part begins and ends outside of every section: behind a block that closes, and before one of another
 // site. Put together they are the file. So what is read of a part is what is read of the whole, and a
 // change of one site costs what its part does, however long the file is.
 #pragma once
 
-#include <deque>
-#include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
 
 #include "server/Configuration.h"
+#include "text/RunningTotals.h"
 
 namespace zpweb {
 
 class Parts {
 public:
-    Parts(const std::deque<std::unique_ptr<ConfigurationFile>>& files, std::shared_ptr<Defines> defines);
+    using Files = std::vector<const ConfigurationFile*>;
+
+    explicit Parts(std::shared_ptr<Defines> defines) : defines_(std::move(defines)) {}
+
+    // A file comes, with its place in the order of files; what is known of the lines and blocks of one that
+    // is taken apart is gone. And goes.
+    void take(const ConfigurationFile& file, size_t order);
+    void drop(const std::string& path);
 
     // Files that may hold blocks of the site, or parts of them, in their order.
-    std::vector<const ConfigurationFile*> holdersOf(std::string_view name) const;
-    bool isInParts(const std::string& path) const { return split_.contains(path); }
+    Files holdersOf(std::string_view name);
+    // Those in which a running block may answer to the name, by its own, an alias or a wildcard.
+    Files carriersOf(std::string_view name);
+
+    bool isInParts(const std::string& path) const;
+    Files partsOf(const std::string& path);  // the file itself where it is in one piece
     const ConfigurationFile* last(const std::string& path) const;
     std::string announcementsBeforeLast(const std::string& path) const;
     size_t firstLineOf(const ConfigurationFile& part) const;
+    std::string_view behind(const ConfigurationFile& part) const;  // a piece of what follows it
 
-    // The part is this from now on; what stands in its place is told.
-    const ConfigurationFile& replace(const ConfigurationFile& part, Content content);
-    std::string whole(const std::string& path) const;
-    // A file in one piece comes, and goes.
-    void enterWhole(const ConfigurationFile& file, size_t number);
-    void leaveWhole(const ConfigurationFile& file);
+    // The part is this from now on; what stands in its place is told: a last part that has grown becomes
+    // several.
+    Files replace(const ConfigurationFile& part, Content content);
+    Content joined(const std::string& path) const;
+
+    // Forgets what was found of parts that were asked for by their sites; all that was got is gone. As long
+    // as nobody goes through all parts, what is known does not grow with the commands.
+    void rest();
 
 private:
+    using Key = size_t;
+    using Keys = std::vector<Key>;
     struct Part {
-        std::unique_ptr<ConfigurationFile> file;
-        std::vector<std::string> keys;  // of the sites in it
-        size_t lines = 0;
-        std::string announcements;
+        const ConfigurationFile* file = nullptr;
+        std::unique_ptr<ConfigurationFile> own{};  // of one that is not all of its file
+        size_t order = 0, number = 0;
+        Keys sites{}, names{};
+        std::string announcements{};
     };
-    using File = std::vector<std::unique_ptr<Part>>;
-    struct Holder {
-        size_t file;  // its number
-        const ConfigurationFile* whole;
-        const Part* part;
+    struct File {
+        size_t order = 0;
+        std::vector<std::unique_ptr<Part>> parts{};
+        RunningTotals lines{};
     };
+    using Index = std::unordered_multimap<Key, const Part*>;
 
-    void split(const std::string& path, const ConfigurationFile& file, size_t number);
-    Part& add(File& parts, const std::string& path, std::string text);
-    void enter(const Part& part, size_t number);
+    static Key keyOf(std::string_view name);
+    static Keys sitesOf(const ConfigurationFile& file, size_t from, size_t to);
+    static Keys namesOf(const ConfigurationFile& file);
+    static Files sorted(const Index& index, std::string_view name);
+
+    Part& add(File& file, const std::string& path, Content content);
+    void fill(Part& part, File& file, const std::string& path, Content content);
+    void enter(const Part& part);
     void leave(const Part& part);
-    void fill(Part& part, const std::string& path, Content content);
-    Part* partOf(const ConfigurationFile& file) const;
-    void splitLast(const std::string& path);
+    void enterNames(Part& part);
+    void splitLast(File& file, const std::string& path);
 
     std::shared_ptr<Defines> defines_;
-    std::map<std::string, File> split_;
-    std::map<std::string, size_t> numbers_;
-    std::unordered_map<std::string, std::vector<Holder>> sites_;
+    std::unordered_map<std::string, File> files_;
+    Index sites_;
+    std::optional<Index> names_;                        // from when it is first asked for
+    std::vector<std::pair<std::string, size_t>> used_;  // parts, by path and number
+    bool goneThrough_ = false;
 };
 
 }  // namespace zpweb

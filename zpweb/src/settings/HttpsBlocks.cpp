@@ -103,7 +103,6 @@ Outcome dropBlock(Transaction& change, const Place& place, const Place* http, co
         return failure(place.text() + ": the https block has a line of its own (" + beyond.front() +
                        "); --overwrite takes it away with the block");
     }
-    const std::string path = place.file->path();
     const std::string& whole = place.file->content().text();
     const std::string end = lineEndOf(*place.block);
     size_t at = static_cast<size_t>(place.block->text.data() - whole.data());
@@ -113,7 +112,7 @@ Outcome dropBlock(Transaction& change, const Place& place, const Place* http, co
          --i) {
         text.erase(text.ends_with(end) ? text.size() - end.size() : text.size());
     }
-    return change.replace(path, text + whole.substr(at + place.block->text.size()));
+    return change.rewrite(*place.file, text + whole.substr(at + place.block->text.size()));
 }
 
 }  // namespace
@@ -140,9 +139,9 @@ Outcome makeHttpsBlocks(Transaction& change, const std::string& site, int port,
         const std::string copy = inserted(*http->block, copyOf(*http->block, address));
         made.push_back(address);
         const bool ended = end > 0 && text[end - 1] == '\n';
-        if (Outcome replaced = change.replace(
-                http->file->path(),
-                text.substr(0, end) + (ended ? "" : lineEndOf(*http->block)) + copy + text.substr(end));
+        if (Outcome replaced =
+                change.rewrite(*http->file, text.substr(0, end) + (ended ? "" : lineEndOf(*http->block)) +
+                                                copy + text.substr(end));
             !replaced.ok()) {
             return replaced;
         }

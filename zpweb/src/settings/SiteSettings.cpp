@@ -49,27 +49,34 @@ std::string withoutLines(const Lines& lines, const std::string& wanted) {
     return result;
 }
 
-std::vector<std::string> filesOf(const std::vector<Place>& places) {
-    std::vector<std::string> files;
-    for (const Place& place : places) {
-        if (std::find(files.begin(), files.end(), place.file->path()) == files.end()) {
-            files.push_back(place.file->path());
+using TextEdit = std::function<std::string(const ConfigurationFile&)>;
+
+// The files, or parts of them, with blocks of the site.
+Outcome editHolders(Transaction& change, const std::string& site, const TextEdit& edit) {
+    for (size_t number = 0;; ++number) {  // what was found before an edit is gone
+        std::vector<const ConfigurationFile*> holders;
+        for (const Place& place : change.configuration().find(site)) {
+            if (std::find(holders.begin(), holders.end(), place.file) == holders.end()) {
+                holders.push_back(place.file);
+            }
+        }
+        if (number >= holders.size()) {
+            return done();
+        }
+        std::string text = edit(*holders[number]);
+        if (Outcome rewritten = text == holders[number]->content().text()
+                                    ? done()
+                                    : change.rewrite(*holders[number], std::move(text));
+            !rewritten.ok()) {
+            return rewritten;
         }
     }
-    return files;
 }
 
 Outcome exclude(Transaction& change, const std::string& site, const std::string& settingFile) {
-    for (const std::string& path : filesOf(change.configuration().find(site))) {
-        const ConfigurationFile& file = *change.configuration().file(path);
-        const std::string& text = file.content().text();
-        std::string without = withoutLines(file.lines(), includeLine(settingFile));
-        if (Outcome replaced = without == text ? done() : change.replace(path, std::move(without));
-            !replaced.ok()) {
-            return replaced;
-        }
-    }
-    return done();
+    return editHolders(change, site, [&](const ConfigurationFile& file) {
+        return withoutLines(file.lines(), includeLine(settingFile));
+    });
 }
 
 std::string withIncludes(const Transaction& change, const ConfigurationFile& file, const std::string& site,
@@ -113,18 +120,11 @@ Outcome writeFile(Transaction& change, const SettingPlace& place, const std::str
 
 Outcome include(Transaction& change, const std::string& site, Setting setting, const BlockTest& where) {
     const std::string path = settingPath(change.configuration().main().path(), settingName(site), setting);
-    for (const std::string& edited : filesOf(change.configuration().find(site))) {
-        const ConfigurationFile& file = *change.configuration().file(edited);
-        std::string text = withIncludes(change, file, site, setting, [&](const Block& block) {
+    return editHolders(change, site, [&](const ConfigurationFile& file) {
+        return withIncludes(change, file, site, setting, [&](const Block& block) {
             return !block.stopped && block.closed && where(block) && !includes(block, path);
         });
-        if (Outcome replaced =
-                text == file.content().text() ? done() : change.replace(edited, std::move(text));
-            !replaced.ok()) {
-            return replaced;
-        }
-    }
-    return done();
+    });
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <cstdio>
 
 #include "store/JournalText.h"
+#include "store/Unconfirmed.h"
 #include "sys/File.h"
 #include "sys/Number.h"
 
@@ -103,8 +104,13 @@ Outcome describeCheckpoint(const State& state, const Checkpoint& checkpoint) {
 void pruneCheckpoints(const State& state) {
     const auto numbers = checkpointsOf(state);
     const size_t count = numbers.ok() ? numbers->size() : 0;
+    const auto waiting = count > CheckpointsKept ? unconfirmedOf(state) : std::vector<Unconfirmed>();
     for (size_t i = 0; i + CheckpointsKept < count; ++i) {
-        removeTree(state.checkpoint((*numbers)[i]));
+        const int number = (*numbers)[i];
+        if (std::none_of(waiting.begin(), waiting.end(),
+                         [&](const Unconfirmed& each) { return each.checkpoint == number; })) {
+            removeTree(state.checkpoint(number));
+        }
     }
 }
 

@@ -14,6 +14,7 @@ struct State {
     explicit State(const std::string& configuration);  // a path without links
     std::string lock() const { return folder + "/lock"; }
     std::string journal() const { return folder + "/journal"; }
+    std::string unconfirmed() const { return folder + "/unconfirmed"; }
     std::string audit() const { return folder + "/audit.log"; }
     std::string checkpoints() const { return folder + "/checkpoints"; }
     std::string checkpoint(int number) const;

@@ -1,18 +1,24 @@
 #include "sys/Content.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "sys/Hash.h"
 
 namespace zpweb {
 
+// A view of the text of another, which stays as it is while it is viewed.
+struct Content::Piece {
+    Content of;
+    std::string_view text;
+};
+
 struct Content::Shared {
-    std::string text;  // whole, or what stands between head and tail of another
-    Content other{};
-    std::string_view head{}, tail{};
+    std::string text{};
+    std::vector<Piece> pieces{};  // while it is not put together
     std::string hash{};
     bool link = false;
-    std::function<std::string()> later{};  // the text, until it is asked for
+    std::function<Content()> later{};  // until it is asked for
 };
 
 namespace {
@@ -21,17 +27,34 @@ const std::string Nothing;
 
 }  // namespace
 
-Content::Content(std::string text) : shared_(std::make_shared<Shared>(Shared{std::move(text)})) {}
+Content::Content(std::string text) : shared_(std::make_shared<Shared>()) {
+    shared_->text = std::move(text);
+}
 
-Content Content::later(std::function<std::string()> text) {
+Content::Content(std::vector<Piece> pieces) : shared_(std::make_shared<Shared>()) {
+    std::erase_if(pieces, [](const Piece& piece) { return piece.text.empty(); });
+    shared_->pieces = std::move(pieces);
+}
+
+Content Content::joined(const std::vector<Content>& texts) {
+    std::vector<Piece> pieces;
+    for (const Content& text : texts) {
+        for (Piece& piece : text.owned()) {
+            pieces.push_back(std::move(piece));
+        }
+    }
+    return Content(std::move(pieces));
+}
+
+Content Content::later(std::function<Content()> make) {
     Content content{std::string()};
-    content.shared_->later = std::move(text);
+    content.shared_->later = std::move(make);
     return content;
 }
 
 void Content::resolve() const {
     if (shared_ && shared_->later) {
-        shared_->text = std::exchange(shared_->later, nullptr)();
+        shared_->pieces = std::exchange(shared_->later, nullptr)().owned();
     }
 }
 
@@ -46,33 +69,50 @@ bool Content::isLink() const { return shared_ && shared_->link; }
 Content Content::with(std::string_view part, std::string middle) const {
     const std::string_view whole = text();
     const auto at = static_cast<size_t>(part.data() - whole.data());
-    Content content;
-    content.shared_ = std::make_shared<Shared>(
-        Shared{std::move(middle), *this, whole.substr(0, at), whole.substr(at + part.size())});
-    return content;
+    const Content between(std::move(middle));
+    return Content(std::vector<Piece>{
+        {*this, whole.substr(0, at)}, {between, between.text()}, {*this, whole.substr(at + part.size())}});
 }
 
-std::array<std::string_view, 3> Content::pieces() const {
+Content Content::sliced(std::string_view part) const { return Content(std::vector<Piece>{{*this, part}}); }
+
+std::vector<Content::Piece> Content::owned() const {
     resolve();
-    return shared_ ? std::array<std::string_view, 3>{shared_->head, shared_->text, shared_->tail}
-                   : std::array<std::string_view, 3>{};
+    if (!shared_) {
+        return {};
+    }
+    return shared_->pieces.empty() ? std::vector<Piece>{{*this, shared_->text}} : shared_->pieces;
 }
 
-size_t Content::size() const {
-    const auto [head, middle, tail] = pieces();
-    return head.size() + middle.size() + tail.size();
+Pieces Content::pieces() const {
+    resolve();
+    Pieces views;
+    if (shared_ && shared_->pieces.empty()) {
+        views.push_back(shared_->text);
+    } else if (shared_) {
+        std::transform(shared_->pieces.begin(), shared_->pieces.end(), std::back_inserter(views),
+                       [](const Piece& piece) { return piece.text; });
+    }
+    return views;
 }
+
+size_t Content::size() const { return sizeOf(pieces()); }
 
 const std::string& Content::text() const {
     if (!shared_) {
         return Nothing;
     }
     resolve();
-    if (shared_->other) {
+    if (!shared_->pieces.empty()) {
+        // Texts that grow by little, again and again, leave gaps that fit the next one.
+        constexpr size_t Step = 1024;
         std::string whole;
-        whole.reserve(size());
-        whole.append(shared_->head).append(shared_->text).append(shared_->tail);
-        *shared_ = Shared{std::move(whole), {}, {}, {}, std::move(shared_->hash)};
+        whole.reserve((size() / Step + 1) * Step - 1);
+        for (const Piece& piece : shared_->pieces) {
+            whole += piece.text;
+        }
+        shared_->text = std::move(whole);
+        shared_->pieces = {};
     }
     return shared_->text;
 }
@@ -94,12 +134,12 @@ const std::string& Content::hash() const {
 }
 
 bool Content::saysTheSameAs(const Content& other) const {
-    return isSameAs(other) || (shared_ && other.shared_ && shared_->link == other.shared_->link &&
-                               size() == other.size() && text() == other.text());
-}
-
-bool Content::isMadeOf(const Content& other) const {
-    return shared_ && shared_->other && shared_->other.isSameAs(other);
+    if (isSameAs(other)) {
+        return true;
+    }
+    const size_t length = size();
+    return shared_ && other.shared_ && isLink() == other.isLink() && length == other.size() &&
+           equalBeginning(pieces(), other.pieces()) == length;
 }
 
 }  // namespace zpweb

@@ -9,8 +9,13 @@
 
 namespace zpweb {
 
-// What stands between the equal beginnings and the equal ends of the two.
-std::string patchOf(const Content& before, const Content& after);
+// What stands between the equal beginnings and the equal ends of the two, as views of the latter.
+struct Patch {
+    std::string head;  // how long they are
+    Pieces middle;
+    std::string text() const;
+};
+Patch patchOf(const Content& before, const Content& after);
 // The text after; absent when the patch is not one of this text.
 std::optional<std::string> patched(std::string_view before, std::string_view patch);
 

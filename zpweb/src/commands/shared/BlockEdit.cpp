@@ -46,8 +46,10 @@ std::vector<BlockAt> blocksOf(const Configuration& configuration, const Site& si
         for (size_t i = holder.blocks().size(); i-- > 0;) {
             const Block& block = holder.blocks()[i];
             const bool own = std::any_of(site.places.begin(), site.places.end(), [&](const Place& place) {
-                return place.file->path() == path && place.file->firstLine() + place.block->lines.first ==
-                                                         holder.firstLine() + block.lines.first;
+                return place.file == &holder ? place.block == &block
+                                             : place.file->path() == path &&
+                                                   place.file->firstLine() + place.block->lines.first ==
+                                                       holder.firstLine() + block.lines.first;
             });
             if (own && test(block)) {
                 found.push_back({path, name, i});

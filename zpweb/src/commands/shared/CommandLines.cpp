@@ -169,6 +169,7 @@ Outcome runTogether(Session& session, const std::vector<Invocation>& invocations
         return sound;
     }
     Session whole = session;
+    whole.tellsEach = true;
     std::transform(invocations.begin(), invocations.end(), std::back_inserter(whole.words), textOf);
     return runChanges(whole, invocations, fingerprint);
 }

@@ -30,7 +30,7 @@ bool carries(const Statement& statement, const std::string& name) {
 std::string holderOf(const Configuration& configuration, std::string_view name, std::string_view except) {
     const std::string wanted(name);
     const SameHost isExcepted(except);
-    for (const auto& file : configuration.files()) {
+    for (const ConfigurationFile* file : configuration.carriersOf(name)) {
         for (const Block& block : file->blocks()) {
             if (block.stopped || (!except.empty() && isExcepted(block.name))) {
                 continue;
@@ -38,7 +38,7 @@ std::string holderOf(const Configuration& configuration, std::string_view name, 
             const Statements statements(block.text);
             if (std::any_of(statements.begin(), statements.end(),
                             [&](const Statement& each) { return carries(each, wanted); })) {
-                return Place{file.get(), &block}.text();
+                return Place{file, &block}.text();
             }
         }
     }

@@ -27,14 +27,23 @@ std::string Listening::text() const { return zp::conf::inBrackets(address) + ":"
 std::string Listening::listenLine() const { return "Listen " + (address == Any ? port : text()); }
 
 std::string usualAddress(const Configuration& configuration, const std::string& port) {
-    std::map<std::string, int> uses;
-    for (const auto& file : configuration.files()) {
+    std::map<std::string_view, int> written;  // by its address as it stands
+    auto last = written.end();                // most sites stand beside others with the same one
+    for (const ConfigurationFile* file : configuration.parts()) {
         for (const Block& block : file->blocks()) {
-            const std::string address = bareAddress(block.address);
-            const bool atPort = block.address.ends_with(":" + port);
-            if (!block.stopped && atPort && isUsable(address)) {
-                ++uses[address];
+            if (!block.stopped) {
+                last = last != written.end() && last->first == block.address
+                           ? last
+                           : written.try_emplace(block.address, 0).first;
+                ++last->second;
             }
+        }
+    }
+    std::map<std::string, int> uses;
+    for (const auto& [each, count] : written) {
+        const std::string address = bareAddress(each);
+        if (each.ends_with(":" + port) && isUsable(address)) {
+            uses[address] += count;
         }
     }
     const auto most = std::max_element(uses.begin(), uses.end(), [](const auto& one, const auto& other) {

@@ -28,7 +28,7 @@ std::vector<std::string> valuesOf(std::string_view words) {
 
 std::vector<Macro> macrosOf(const Configuration& configuration) {
     std::vector<Macro> macros;
-    for (const auto& file : configuration.files()) {
+    for (const ConfigurationFile* file : configuration.parts()) {
         if (file->templates().empty()) {
             continue;
         }
@@ -90,7 +90,7 @@ void addSites(std::vector<MacroSite>& sites, const Macro& macro, const std::vect
 std::vector<MacroSite> macroSites(const Configuration& configuration) {
     std::vector<MacroSite> sites;
     const std::vector<Macro> macros = macrosOf(configuration);
-    for (const auto& file : configuration.files()) {
+    for (const ConfigurationFile* file : configuration.parts()) {
         for (const MacroUse& use : macros.empty() ? std::vector<MacroUse>() : file->server().uses) {
             std::vector<std::string> words = valuesOf(use.words);
             for (const Macro& macro : macros) {

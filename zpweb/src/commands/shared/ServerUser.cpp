@@ -3,6 +3,7 @@
 #include <grp.h>
 
 #include <algorithm>
+#include <map>
 
 #include "CZPWebsite.h"
 #include "host/Accounts.h"
@@ -10,8 +11,9 @@
 
 namespace zpweb {
 
-std::optional<ServerUser> answeringUser(const Configuration& configuration) {
-    const std::string& main = configuration.main().path();
+namespace {
+
+std::optional<ServerUser> userIn(const std::string& main) {
     std::string name;
     std::string group;
     {
@@ -27,6 +29,19 @@ std::optional<ServerUser> answeringUser(const Configuration& configuration) {
     ::getgrouplist(name.c_str(), account->group, user.groups.data(), &count);
     user.groups.resize(static_cast<size_t>(std::min(count, static_cast<int>(user.groups.size()))));
     return user;
+}
+
+}  // namespace
+
+std::optional<ServerUser> answeringUser(const Configuration& configuration) {
+    // As the file on the disk says, and the accounts: of many sites, the first one asks.
+    static std::map<std::string, std::optional<ServerUser>> known;
+    const std::string& main = configuration.main().path();
+    const auto [entry, fresh] = known.try_emplace(main);
+    if (fresh) {
+        entry->second = userIn(main);
+    }
+    return entry->second;
 }
 
 bool canPass(const ServerUser& user, const struct stat& directory) {

@@ -13,7 +13,8 @@ namespace zpweb {
 namespace {
 
 bool isUsed(const Configuration& configuration, const std::string& port) {
-    return std::any_of(configuration.files().begin(), configuration.files().end(), [&](const auto& file) {
+    const auto parts = configuration.parts();
+    return std::any_of(parts.begin(), parts.end(), [&](const ConfigurationFile* file) {
         return std::any_of(file->blocks().begin(), file->blocks().end(), [&](const Block& block) {
             return !block.stopped && zp::conf::contains(block.addresses, ":" + port);
         });
@@ -122,8 +123,8 @@ bool isLeftover(const Configuration& configuration, std::string_view text) {
 
 Outcome removeLeftover(Transaction& change, const std::string& file) {
     const Layout layout = layoutOf(change.configuration());
-    const std::string text(change.contentOf(file).text());
-    if (folderOf(file) != layout.directory || !isLeftover(change.configuration(), text)) {
+    if (folderOf(file) != layout.directory ||
+        !isLeftover(change.configuration(), change.contentOf(file).text())) {
         return done();
     }
     change.asked().serverDirectives.insert("listen");  // all that it can still hold

@@ -1,6 +1,5 @@
 #include "commands/shared/SiteHome.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
 
 #include <vector>
@@ -17,25 +16,6 @@ namespace zpweb {
 namespace {
 
 constexpr mode_t HomeMode = 0711;
-
-Outcome makeFor(const std::string& owner, const std::string& home) {
-    const auto account = zp::host::findAccount(owner);
-    const auto parent = openGuarded(folderOf(home));
-    if (!parent.ok()) {
-        return parent.outcome();
-    }
-    const std::string name = nameOf(home);
-    if (::mkdirat(parent->number(), name.c_str(), HomeMode) != 0) {
-        return failure(systemError(home));
-    }
-    const Descriptor open(
-        ::openat(parent->number(), name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    if (!account || !open.isOpen() || ::fchmod(open.number(), HomeMode) != 0 ||
-        ::fchown(open.number(), account->user, account->group) != 0) {
-        return failure("cannot give " + systemError(home) + " to " + owner);
-    }
-    return done();
-}
 
 // The directories from the top to this one.
 std::vector<std::string> wayTo(const std::string& path) {
@@ -72,9 +52,14 @@ Outcome makeHome(Transaction& change, const std::string& home, const std::string
             return failure(Status::Exists, made.back() + ": exists already; a site's folders are made new");
         }
     }
-    const bool fresh = !exists(home);
-    Outcome outcome = change.willMake(made);
-    return fresh && outcome.ok() ? makeFor(owner, home) : outcome;
+    const auto account = zp::host::findAccount(owner);
+    if (!account) {
+        return failure("account " + inQuotes(owner) + ": no longer there");
+    }
+    Outcome outcome =
+        exists(home) ? done() : change.makeDirectory(home, HomeMode, account->user, account->group);
+    change.planToMake(made);
+    return outcome;
 }
 
 Outcome makeReachable(Transaction& change, const std::string& home, bool open) {

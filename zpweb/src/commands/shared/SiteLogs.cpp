@@ -15,18 +15,6 @@ constexpr uid_t Root = 0;
 constexpr mode_t OpenMode = 0755;
 constexpr mode_t OwnerReads = 0750;
 
-// At once: the server's check looks for the directories of logs.
-Outcome makeNow(Transaction& change, const std::string& path, mode_t mode, gid_t group) {
-    if (isFolder(path)) {
-        return done();
-    }
-    Outcome outcome = change.willMake({path});
-    if (outcome.ok() && !zp::host::carryOut({Step::MakeDirectory, path, Root, group, mode})) {
-        return failure(path + ": cannot be made");
-    }
-    return outcome;
-}
-
 }  // namespace
 
 std::string usualLogs() { return hasPanel() ? "home" : "system"; }
@@ -40,8 +28,8 @@ Outcome makeLogs(Transaction& change, const std::string& directory, const std::s
         change.outstanding({Step::GiveAccess, directory, Root, group, OwnerReads});
         return done();
     }
-    Outcome outcome = makeNow(change, SystemLogs, OpenMode, Root);
-    return outcome.ok() ? makeNow(change, directory, OwnerReads, group) : outcome;
+    Outcome outcome = change.makeDirectory(SystemLogs, OpenMode, Root, Root);
+    return outcome.ok() ? change.makeDirectory(directory, OwnerReads, Root, group) : outcome;
 }
 
 }  // namespace zpweb

@@ -7,20 +7,21 @@ namespace zpweb {
 namespace {
 
 // The block, with the blank line before it when there is another behind it, or nothing.
-std::string_view withBlankLine(std::string_view text, std::string_view block) {
+std::string_view withBlankLine(const ConfigurationFile& file, std::string_view block) {
+    const std::string_view text = file.content().text();
     const auto begin = static_cast<size_t>(block.data() - text.data());
     const std::string_view before = text.substr(0, begin);
-    const std::string_view behind = text.substr(begin + block.size());
+    const std::string_view rest = text.substr(begin + block.size());
+    const std::string_view behind = rest.empty() ? file.behind() : rest;
     const bool blankBehind = behind.empty() || behind.starts_with('\n') || behind.starts_with("\r\n");
-    const size_t length = before.ends_with("\r\n\r\n")                 ? 2
-                          : before.ends_with("\n\n") || before == "\n" ? 1
-                                                                       : 0;
+    const size_t length = before.ends_with("\r\n\r\n") || before == "\r\n" ? 2
+                          : before.ends_with("\n\n") || before == "\n"     ? 1
+                                                                           : 0;
     return blankBehind ? text.substr(begin - length, block.size() + length) : block;
 }
 
 Excerpt excerptOf(const ConfigurationFile& file, const Block& block, const WholeBlock& operation) {
-    const std::string_view of =
-        operation.takesBlankLine ? withBlankLine(file.content().text(), block.text) : block.text;
+    const std::string_view of = operation.takesBlankLine ? withBlankLine(file, block.text) : block.text;
     const std::string seen = View(block).text();
     return {of, operation.commented ? withMarks(seen) : seen,
             [&operation, of](std::string_view made) {

@@ -23,6 +23,7 @@ struct Session {
     Settings& settings;
     Output& output;
     std::vector<std::string> words;  // with which it was called, for the log
+    bool tellsEach = false;          // each of its commands has a result in the document
 };
 
 // What a command does. It reads or changes; what it is about, the configuration or the site that SITE

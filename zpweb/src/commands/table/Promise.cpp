@@ -66,8 +66,8 @@ std::string siteIn(const Configuration& configuration, const Command& command, c
     if (name.empty() && command.words.starts_with("site ")) {
         name = valueOf(given, "NAME");
     }
-    const auto known = name.empty() ? Expected<Site>(done()) : findSite(configuration, name);
-    return hostNameIn(known.ok() ? std::string(known->first().block->name) : name);
+    const Site known = name.empty() ? Site{} : knownSite(configuration, name);
+    return hostNameIn(known.places.empty() ? name : std::string(known.first().block->name));
 }
 
 // A block that is named by its place: FILE:LINE.

@@ -1,5 +1,6 @@
 #include "commands/table/Run.h"
 
+#include "commands/table/Overdue.h"
 #include "commands/table/Promise.h"
 #include "commands/table/Secret.h"
 #include "sys/File.h"
@@ -58,11 +59,16 @@ Outcome oneTry(Session& session, const std::vector<Invocation>& invocations, con
     outcome = outcome.ok() ? isPlannedFor(transaction.configuration(), fingerprint) : outcome;
     Promises promises;
     for (size_t i = 0; outcome.ok() && i < invocations.size(); ++i) {
+        const size_t before = transaction.staged();
         promises.take(transaction, *invocations[i].command, invocations[i].arguments);
         outcome = change(transaction, *invocations[i].command, invocations[i].arguments);
         outcome = transaction.fault().ok() ? outcome : transaction.fault();
         if (outcome.upToDate && session.settings.ensure) {
             outcome = done();
+        }
+        if (session.tellsEach) {
+            session.output.endCommand(invocations[i].command->words, outcome,
+                                      outcome.ok() && transaction.staged() != before);
         }
         outcome = named(std::move(outcome), invocations, i);
         if (outcome.ok() && i + 1 < invocations.size()) {
@@ -139,6 +145,9 @@ Outcome runCommand(Session& session, const Command& command, Arguments arguments
             return found.outcome();
         }
         session.settings.configuration = std::move(*found);
+    }
+    if (command.words != "confirm") {
+        static_cast<void>(takeBackOverdue(session));
     }
     if (const Batch* batch = std::get_if<Batch>(&command.action)) {
         return batch->run(session, arguments);

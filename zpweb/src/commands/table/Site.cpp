@@ -62,9 +62,13 @@ std::string Site::name() const {
     return place.block->name.empty() ? place.text() : std::string(place.block->name);
 }
 
+Site knownSite(const Configuration& configuration, const std::string& name) {
+    return {name.starts_with('/') && name.find(':') != std::string::npos ? blockAt(configuration, name)
+                                                                         : configuration.find(name)};
+}
+
 Expected<Site> findSite(const Configuration& configuration, const std::string& name) {
-    Site site{name.starts_with('/') && name.find(':') != std::string::npos ? blockAt(configuration, name)
-                                                                           : configuration.find(name)};
+    Site site = knownSite(configuration, name);
     if (site.places.empty()) {
         for (const MacroSite& made : macroSites(configuration)) {
             if (sameHost(made.name, name)) {

@@ -12,7 +12,7 @@ namespace zpweb {
 // The places refer into the files of the configuration: a file that is edited or replaced takes its own
 // along.
 struct Site {
-    std::vector<Place> places;  // in the order in which the server reads them; never empty
+    std::vector<Place> places{};  // in the order in which the server reads them; never empty
 
     // The first block that runs; the first of all where none does.
     const Place& first() const;
@@ -21,7 +21,9 @@ struct Site {
     std::vector<std::string> files() const;  // that hold its blocks, each once
 };
 
-// NotFound when there is none.
+// One without places when there is none.
+Site knownSite(const Configuration& configuration, const std::string& name);
+// The same as NotFound, with what may have been meant.
 Expected<Site> findSite(const Configuration& configuration, const std::string& name);
 // One with a block that runs; an error when the site is stopped.
 Expected<Site> findRunning(const Configuration& configuration, const std::string& name);

@@ -24,9 +24,9 @@ constexpr Command (*Makers[])() = {
     directiveDelete, directiveInsert, folderAdd,        folderSet,      folderMove,     folderDelete,
     folderLine,      paramTest,       paramAdd,         paramEdit,      paramDelete,    moduleShow,
     moduleLoad,      moduleUnblock,   serverInfo,       serverReload,   serverCatchAll, exportOfSites,
-    planSites,       applyCommands,   historyOfChanges, undoChange,     doctorFindings, sitePause,
-    siteContinue,    railsOn,         railsOff,         suphpInstall,   suphpOn,        suphpOff,
-    limitsOn,        serverPanelPort,
+    planSites,       applyCommands,   historyOfChanges, undoChange,     confirmChange,  doctorFindings,
+    sitePause,       siteContinue,    railsOn,          railsOff,       suphpInstall,   suphpOn,
+    suphpOff,        limitsOn,        serverPanelPort,
 };
 
 Command made(Command (*maker)()) {
@@ -74,6 +74,8 @@ const std::vector<Parameter>& commonOptions() {
         {"--lock-timeout", Kind::Number, "SECONDS", "Wait this long for another run to end (30)"},
         {"--label", Kind::Text, "TEXT",
          "Name the change, so that \"undo --label\" takes all of that name back"},
+        {"--confirm-within", Kind::Text, "DURATION",
+         "Take the change back by itself unless \"confirm\" comes within this time, such as 10m"},
         {"--quiet", Kind::Flag, "", "Print data and errors only"},
         {"--verbose", Kind::Flag, "", "Also print what the operations and the server say"},
     };
