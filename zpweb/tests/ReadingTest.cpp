@@ -1,6 +1,7 @@
 // Readings of what a real server has printed, and the judgement of two of them.
 #include <gtest/gtest.h>
 
+#include "server/DirectoryRules.h"
 #include "server/Judge.h"
 #include "sys/File.h"
 
@@ -117,6 +118,47 @@ TEST(Judge, SeesWhatNobodyAskedFor) {
         EXPECT_EQ(judgement.outcome.ok(), *each.says == '\0') << each.changed << judgement.outcome.message;
         EXPECT_NE(judgement.outcome.message.find(each.says), std::string::npos)
             << judgement.outcome.message;
+    }
+}
+
+// A directory whose section keeps all but one out, and what may let others in all the same.
+TEST(Postconditions, SeeWhatLetsOthersIn) {
+    struct Case {
+        const char *server, *own, *behind;  // at the server's level, in the section, behind it
+        bool holds;
+    };
+    const auto section = [](const std::string& tag) {
+        return "  <" + tag + ">\n    Require all granted\n  </" + tag.substr(0, tag.find(' ')) + ">\n";
+    };
+    for (const Case& each : std::initializer_list<Case>{
+             {"", "", "", true},
+             {"", "    Require all granted\n", "", false},
+             {"", "    AuthMerging Or\n", "", false},
+             {"", "", "Location /", false},
+             {"", "", "Location /in", false},
+             {"", "", "Location /in/open", true},
+             {"", "", "LocationMatch ^/i", false},
+             {"", "", "LocationMatch ^/o", true},
+             {"", "", "DirectoryMatch /in/", false},
+             {"", "", "Directory ~ /out", true},
+             {"", "", "Directory /srv/in", false},
+             {"", "", "Directory /srv/in/deeper", true},
+             {"", "", "Files *", false},
+             {"", "", "Files robots.txt", true},
+             {"", "", "If true", false},
+             {"  Satisfy Any\n", "", "", false},
+             {"  Require all granted\n", "", "", true},
+         }) {
+        const Reading reading = Reading::parse(
+            "VirtualHost configuration:\n*:80  a (/a.conf:9)\n# In file: /a.conf\n#   1:\nListen "
+            "80\n<Directory />\n" +
+            std::string(each.server) +
+            "</Directory>\n#   9:\n<VirtualHost *:80>\n  ServerName a\n  DocumentRoot /srv\n"
+            "  <Directory \"/srv/in/\">\n    Require ip 10.1.2.3\n" +
+            each.own + "  </Directory>\n" + (*each.behind == '\0' ? "" : section(each.behind)) +
+            "</VirtualHost>\n");
+        const Outcome outcome = isRestricted({"a"}, "/srv/in", {{"Require ip 10.1.2.3"}})(reading);
+        EXPECT_EQ(outcome.ok(), each.holds) << each.server << each.own << each.behind << outcome.message;
     }
 }
 

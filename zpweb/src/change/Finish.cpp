@@ -103,10 +103,21 @@ Outcome Transaction::stage() {
 
 Outcome Transaction::check() {
     output_.setJudged(settings_.check);
-    if (!settings_.check || !set_->serverChanged()) {
+    if (!settings_.check || (!set_->serverChanged() && expectations_.empty())) {
         return done();
     }
     output_.step("checking the configuration");
+    if (!set_->serverChanged()) {
+        return judgeLive({configuration(),
+                          set_->files(),
+                          {},
+                          state_->reading(),
+                          asked_,
+                          expectations_,
+                          settings_,
+                          output_})
+            .outcome;
+    }
     // The server looks for the directories of logs. Should it refuse, what was made goes again.
     Outcome made = writePlanned();
     made = made.ok() ? make(std::exchange(making_, {})) : made;

@@ -70,6 +70,14 @@ Outcome Transaction::willMake(const std::vector<std::string>& paths) {
 // The journal tells what is made before it is.
 Outcome Transaction::writePlanned() { return journalBehind_ ? writeJournal() : done(); }
 
+void Transaction::release(const std::string& site, const std::string& about) {
+    auto each = expectations_.lower_bound({site, about});
+    while (each != expectations_.end() && each->first.first == site &&
+           each->first.second.starts_with(about)) {
+        each = expectations_.erase(each);
+    }
+}
+
 Outcome Transaction::temporary(const std::string& path) {
     journal_.temporary.push_back(path);
     leaveTimeOf(folderOf(path));

@@ -6,9 +6,11 @@
 #pragma once
 
 #include <functional>
+#include <map>
 #include <optional>
 #include <string>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include "change/Edit.h"
@@ -81,8 +83,14 @@ public:
     void prove(std::function<Outcome()> proof) { proofs_.push_back(std::move(proof)); }
     // What else has to go back when the change does not come to stand; nothing in a dry run.
     void whenTakenBack(std::function<Outcome()> action) { takingBack_.push_back(std::move(action)); }
-    // What must hold in the server's reading of the staged configuration for this change to be done.
-    void expect(Postcondition holds) { expectations_.push_back(std::move(holds)); }
+    // What must hold in the server's reading of the staged configuration for this change to be done: of a
+    // site (empty: of the server), about something. What a later command says about the same takes its
+    // place.
+    void expect(const std::string& site, const std::string& about, Postcondition holds) {
+        expectations_[{site, about}] = std::move(holds);
+    }
+    // Takes back what was said of the site about this, and about what begins so.
+    void release(const std::string& site, const std::string& about);
     // What this change is asked to touch; nothing else may differ or lead elsewhere.
     Asked& asked() { return asked_; }
     void setUndone(int checkpoint) { journal_.undoes.push_back(checkpoint); }
@@ -160,7 +168,7 @@ private:
     std::vector<std::function<Outcome()>> afterwards_, proofs_, takingBack_;
     std::vector<std::function<Outcome(const LetGo& letGo)>> afterReload_;
     Asked asked_;
-    std::vector<Postcondition> expectations_;
+    std::map<std::pair<std::string, std::string>, Postcondition> expectations_;
     Judged readings_;
     bool journalWritten_ = false;
     bool journalBehind_ = false;  // it lacks something that is planned

@@ -10,7 +10,8 @@ namespace {
 Outcome run(Transaction& change, const Site& site, const Arguments& given) {
     return changeBaseDirectory(
         change, site, given,
-        {.operation = "Disable_open_basedir",
+        {.on = false,
+         .operation = "Disable_open_basedir",
          .call = [](CZPWebsite& website, const std::string& name, const std::string& folder) {
              return website.Disable_open_basedir(name, folder);
          }});

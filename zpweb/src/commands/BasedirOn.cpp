@@ -10,7 +10,8 @@ namespace {
 Outcome run(Transaction& change, const Site& site, const Arguments& given) {
     return changeBaseDirectory(
         change, site, given,
-        {.operation = "Enable_open_basedir",
+        {.on = true,
+         .operation = "Enable_open_basedir",
          .call = [](CZPWebsite& website, const std::string& name, const std::string& folder) {
              return website.Enable_open_basedir(name, folder);
          }});

@@ -34,6 +34,10 @@ Outcome add(Transaction& change, const Arguments& given) {
             return &at.in(change.configuration()) != site->first().block;
         });
     }
+    if (auto asked = blocksAskedFor(*site, given)) {
+        asked->first = given[First];
+        expectAdded(change, *asked, given[DirectiveName], writtenValue(given));
+    }
     return editBlocks(change, *blocks,
                       {.bound = zp::conf::bound::AddDirective,
                        .show = [](View&) {},

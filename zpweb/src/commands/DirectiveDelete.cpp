@@ -14,10 +14,15 @@ Outcome remove(Transaction& change, const Arguments& given) {
         {.operation = "Apache_DeleteDirectivesInVH",
          .test = directiveTest(given[DirectiveName], given[OfValue]),
          .onlyLast = false,
-         .call = [&](ApacheHelper& helper, const std::string& staged, const std::string& domain) {
-             StringVector names{given[DirectiveName]};
-             return helper.Apache_DeleteDirectivesInVH(staged, domain, names);
-         }});
+         .call =
+             [&](ApacheHelper& helper, const std::string& staged, const std::string& domain) {
+                 StringVector names{given[DirectiveName]};
+                 return helper.Apache_DeleteDirectivesInVH(staged, domain, names);
+             },
+         .expect =
+             [&](const BlocksOf& blocks) {
+                 expectGone(change, blocks, given[DirectiveName], given[OfValue]);
+             }});
 }
 
 }  // namespace

@@ -15,6 +15,7 @@ constexpr auto AtLine = numberOption("--line", "NUMBER", "At this line when ther
 Outcome insert(Transaction& change, const Arguments& given) {
     const auto after = given[After];
     const std::string neighbour = after ? *after : given[Before].value_or("");
+    expectAdded(change, {}, given[DirectiveName], writtenValue(given));
     return runOn(change, {change.configuration().main().path(), ""},
                  {"Apache_writeDirective", bound::AddDirective, additionsScope,
                   [&](ApacheHelper& helper, const std::string& staged) {

@@ -12,10 +12,15 @@ Outcome set(Transaction& change, const Arguments& given) {
         {.operation = "Apache_UpdateDirectiveInVH",
          .test = directiveTest(given[DirectiveName]),
          .onlyLast = true,
-         .call = [&](ApacheHelper& helper, const std::string& staged, const std::string& domain) {
-             return helper.Apache_UpdateDirectiveInVH(staged, domain, given[DirectiveName],
-                                                      given[DirectiveValue], given[Quoted]);
-         }});
+         .call =
+             [&](ApacheHelper& helper, const std::string& staged, const std::string& domain) {
+                 return helper.Apache_UpdateDirectiveInVH(staged, domain, given[DirectiveName],
+                                                          given[DirectiveValue], given[Quoted]);
+             },
+         .expect =
+             [&](const BlocksOf& blocks) {
+                 expectSet(change, blocks, given[DirectiveName], writtenValue(given));
+             }});
 }
 
 }  // namespace

@@ -1,18 +1,24 @@
 // folder add: adds a <Directory> block before a site's first.
 #include "commands/Commands.h"
 #include "commands/shared/BlockLines.h"
+#include "commands/shared/Expectations.h"
 
 namespace zpweb {
 
 namespace {
 
 Outcome add(Transaction& change, const Site& site, const Arguments& given) {
+    const auto blocks = blocksAskedFor(site, given);
+    const std::string folder = given[BlockFolder];
+    releaseDirectory(change, blocks, folder);
+    expectOf(change, blocks, folder, "lines",
+             directoryHas(blocks.value_or(BlocksOf{}), folder, given[BlockLines], Holders::All));
     return editSections(
         change, site, given, [](const Block&) { return true; },
         [&](ApacheHelper& helper, const std::string& staged, const std::string& name,
-            const std::string& folder) {
+            const std::string& path) {
             StringVector lines = given[BlockLines];
-            return helper.Apache_addDirectoryTag(staged, name, folder, lines);
+            return helper.Apache_addDirectoryTag(staged, name, path, lines);
         });
 }
 

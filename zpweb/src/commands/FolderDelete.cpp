@@ -1,16 +1,21 @@
 // folder delete: deletes a <Directory> block.
 #include "commands/Commands.h"
 #include "commands/shared/BlockLines.h"
+#include "commands/shared/Expectations.h"
 
 namespace zpweb {
 
 namespace {
 
 Outcome remove(Transaction& change, const Site& site, const Arguments& given) {
+    const auto blocks = blocksAskedFor(site, given);
+    const std::string folder = given[BlockFolder];
+    releaseDirectory(change, blocks, folder);
+    expectOf(change, blocks, folder, "", hasNoDirectory(blocks.value_or(BlocksOf{}), folder));
     return goneIsUpToDate(editSections(
         change, site, given, [&](const Block& block) { return hasSection(block, given[BlockFolder]); },
         [&](ApacheHelper& helper, const std::string& staged, const std::string& name,
-            const std::string& folder) { return helper.Apache_deleteDirectoryTag(staged, name, folder); }));
+            const std::string& path) { return helper.Apache_deleteDirectoryTag(staged, name, path); }));
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 
 #include "commands/Commands.h"
 #include "commands/shared/BlockLines.h"
+#include "commands/shared/Expectations.h"
 
 namespace zpweb {
 
@@ -25,6 +26,11 @@ Outcome haveLine(Transaction& change, const Site& site, const Arguments& given) 
     if (there && !any) {
         return done();  // already so
     }
+    const std::string line = given[TheLine];
+    const BlocksOf blocks = blocksAskedFor(site, given).value_or(BlocksOf{});
+    expectOf(change, blocksAskedFor(site, given), folder, line,
+             remove ? directoryLacks(blocks, folder, line)
+                    : directoryHas(blocks, folder, {line}, Holders::Some));
     return editSections(change, site, given, differs,
                         [&](ApacheHelper& helper, const std::string& staged, const std::string& name,
                             const std::string& path) {

@@ -1,6 +1,7 @@
 // folder move: points a <Directory> block at another directory.
 #include "commands/Commands.h"
 #include "commands/shared/BlockLines.h"
+#include "commands/shared/Expectations.h"
 
 namespace zpweb {
 
@@ -9,6 +10,10 @@ namespace {
 constexpr auto To = needed("TO", Kind::Path, "The other folder");
 
 Outcome move(Transaction& change, const Site& site, const Arguments& given) {
+    const auto blocks = blocksAskedFor(site, given);
+    releaseDirectory(change, blocks, given[BlockFolder]);
+    expectOf(change, blocks, given[BlockFolder], "",
+             hasNoDirectory(blocks.value_or(BlocksOf{}), given[BlockFolder]));
     return editSections(
         change, site, given, [&](const Block& block) { return hasSection(block, given[BlockFolder]); },
         [&](ApacheHelper& helper, const std::string& staged, const std::string& name,

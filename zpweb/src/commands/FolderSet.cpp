@@ -1,18 +1,24 @@
 // folder set: replaces the lines of a <Directory> block.
 #include "commands/Commands.h"
 #include "commands/shared/BlockLines.h"
+#include "commands/shared/Expectations.h"
 
 namespace zpweb {
 
 namespace {
 
 Outcome set(Transaction& change, const Site& site, const Arguments& given) {
+    const auto blocks = blocksAskedFor(site, given);
+    const std::string folder = given[BlockFolder];
+    releaseDirectory(change, blocks, folder);
+    expectOf(change, blocks, folder, "lines",
+             directoryHas(blocks.value_or(BlocksOf{}), folder, given[BlockLines], Holders::Some));
     return editSections(
         change, site, given, [&](const Block& block) { return hasSection(block, given[BlockFolder]); },
         [&](ApacheHelper& helper, const std::string& staged, const std::string& name,
-            const std::string& folder) {
+            const std::string& path) {
             StringVector lines = given[BlockLines];
-            return helper.Apache_UpdateDirectoryDirectives(staged, name, folder, lines);
+            return helper.Apache_UpdateDirectoryDirectives(staged, name, path, lines);
         });
 }
 

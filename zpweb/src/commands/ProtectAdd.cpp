@@ -2,16 +2,36 @@
 #include "commands/Commands.h"
 #include "commands/shared/Overrides.h"
 #include "commands/shared/Protection.h"
+#include "commands/shared/ServerUser.h"
+#include "server/DirectoryRules.h"
+#include "sys/File.h"
+#include "sys/Process.h"
 
 namespace zpweb {
 
 namespace {
 
+// Files that are there keep their modes.
+Outcome canBeRead(const Configuration& configuration, const std::string& folder) {
+    const auto user = answeringUser(configuration);
+    for (const char* name : {"/.htaccess", "/.htpasswd"}) {
+        const std::string path = folder + name;
+        if (user && isFile(path) && !isReadableBy(user->name, path)) {
+            return failure(Status::Refused,
+                           path + ": the server's user " + user->name +
+                               " cannot read it, so nobody could log in: chmod o+r it first");
+        }
+    }
+    return done();
+}
+
 Outcome protect(Transaction& change, const Arguments& given) {
-    Outcome tool = needsTool();
-    tool = tool.ok() ? heedsAccessFiles(change.configuration(), given[ProtectedFolder]) : tool;
-    return tool.ok() ? protectFor(change, given[ProtectedFolder], given[ProtectedUser], given.secret())
-                     : tool;
+    const std::string folder = given[ProtectedFolder];
+    Outcome can = needsTool();
+    can = can.ok() ? heedsAccessFiles(change.configuration(), folder) : can;
+    can = can.ok() ? canBeRead(change.configuration(), folder) : can;
+    change.expect("", "protection of " + folder, heedsAccessFile(folder));
+    return can.ok() ? protectFor(change, folder, given[ProtectedUser], given.secret()) : can;
 }
 
 }  // namespace

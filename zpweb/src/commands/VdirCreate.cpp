@@ -76,7 +76,7 @@ Outcome create(Transaction& change, const Site& site, const Arguments& given) {
     }
     change.output().set("site", given[SiteName]);
     change.output().set("folder", folder);
-    Outcome outcome;
+    Outcome outcome = expectAsAsked(change, site, given);
     for (const BlockAt& at : *blocks) {
         outcome = outcome.ok() ? createIn(change, at, name, given) : outcome;
     }

@@ -50,7 +50,7 @@ Outcome set(Transaction& change, const Site& site, const Arguments& given) {
     const auto blocks = runningBlocks(change.configuration(), site, given);
     change.output().set("site", given[SiteName]);
     change.output().set("folder", given[Folder]);
-    Outcome outcome = blocks.outcome();
+    Outcome outcome = blocks.ok() ? expectAsAsked(change, site, given) : blocks.outcome();
     for (size_t i = 0; outcome.ok() && i < blocks->size(); ++i) {
         outcome = setIn(change, (*blocks)[i], name, given);
     }

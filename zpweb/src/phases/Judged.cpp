@@ -2,46 +2,12 @@
 
 #include <optional>
 
-#include "conf/Text.h"
 #include "server/Inspection.h"
-#include "server/KeptReading.h"
-#include "sys/File.h"
-#include "sys/Hash.h"
+#include "server/LiveReading.h"
 
 namespace zpweb {
 
 namespace {
-
-constexpr std::string_view Condition = "<IfFile";  // looks at a file that may be none of the configuration
-
-bool dependsOnMore(std::string_view text) {
-    for (size_t at = 0; (at = text.find('<', at)) != std::string_view::npos; ++at) {
-        if (zp::conf::beginsIgnoringCase(text.substr(at), Condition)) {
-            return true;
-        }
-    }
-    return false;
-}
-
-// Which files the Include lines name; empty when a variable or a condition makes a reading depend on more.
-std::string includedFiles(const Configuration& configuration) {
-    Hasher hasher;
-    for (const auto& file : configuration.files()) {
-        if (dependsOnMore(file->content().text())) {
-            return {};
-        }
-        for (const IncludeLine& include : file->server().includes) {
-            if (zp::conf::contains(include.pattern, "${")) {
-                return {};
-            }
-            for (const std::string& path : configuration.included(include.pattern)) {
-                const auto real = configuration.realOf(path);
-                hasher.take(path + "\n" + (real.ok() ? *real : "") + "\n");
-            }
-        }
-    }
-    return hasher.digits();
-}
 
 // A file as it is in this change, or as it was before.
 std::string fingerprintOf(const Configuration& configuration,
@@ -50,17 +16,14 @@ std::string fingerprintOf(const Configuration& configuration,
     if (const auto touched = files.find(path); touched != files.end()) {
         return before ? touched->second.before.hash() : touched->second.after.hash();
     }
-    const ConfigurationFile* file = configuration.file(path);
-    const auto current = file != nullptr ? Expected(file->content().hash()) : currentHash(path);
-    return current.ok() ? *current : "";
+    return fingerprintOf(configuration, path);
 }
 
 Basis basisOf(const Configuration& configuration, const std::map<std::string, StagedFile>& files,
               bool before) {
-    return {[&configuration, &files, before](const std::string& path) {
-                return fingerprintOf(configuration, files, path, before);
-            },
-            includedFiles(configuration)};
+    return basisOf(configuration, [&configuration, &files, before](const std::string& path) {
+        return fingerprintOf(configuration, files, path, before);
+    });
 }
 
 Outcome refusal(const Judging& change, const Program& program, const Inspected& staged) {
@@ -89,8 +52,12 @@ Outcome judgement(const Judging& change, const Judged& readings) {
     } else if (!readings.staged->complete()) {
         change.output.note("the server has no mod_info: the change is judged by its name map alone");
     }
-    Judgement judgement = judge(readings.live.get(), *readings.staged, change.asked, change.expectations,
-                                change.settings.allowImpact);
+    std::vector<Postcondition> expected;
+    for (const auto& [about, holds] : change.expectations) {
+        expected.push_back(holds);
+    }
+    Judgement judgement =
+        judge(readings.live.get(), *readings.staged, change.asked, expected, change.settings.allowImpact);
     for (const Moved& moved : judgement.impact) {
         if (!moved.asked) {
             change.output.addImpact(moved.name, moved.listener, moved.from, moved.to);
@@ -103,6 +70,18 @@ Outcome judgement(const Judging& change, const Judged& readings) {
 }
 
 }  // namespace
+
+Judged judgeLive(const Judging& change) {
+    Judged judged;
+    judged.live = liveReading(change.configuration, change.readingFile);
+    judged.staged = judged.live;
+    for (const auto& [about, holds] :
+         judged.live != nullptr ? change.expectations
+                                : std::map<std::pair<std::string, std::string>, Postcondition>()) {
+        judged.outcome = judged.outcome.ok() ? holds(*judged.live) : judged.outcome;
+    }
+    return judged;
+}
 
 Judged judgeStaged(const Judging& change) {
     const std::string& main = change.configuration.main().path();

@@ -4,7 +4,7 @@
 #include <map>
 #include <memory>
 #include <string>
-#include <vector>
+#include <utility>
 
 #include "input/Settings.h"
 #include "output/Output.h"
@@ -22,7 +22,7 @@ struct Judging {
     const StagedConfiguration& staged;
     const std::string& readingFile;  // where the live reading is kept
     const Asked& asked;
-    const std::vector<Postcondition>& expectations;
+    const std::map<std::pair<std::string, std::string>, Postcondition>& expectations;  // see Transaction
     const Settings& settings;
     Output& output;
 };
@@ -36,6 +36,9 @@ struct Judged {
 // The server's check, and the judgement of both readings. The live one is kept from the last change; where
 // it is not, it is made beside the check.
 Judged judgeStaged(const Judging& change);
+
+// The same for a change of nothing that the server reads: what it promises must hold as things are.
+Judged judgeLive(const Judging& change);
 
 // After the commit the staged reading is that of the live configuration; null: none is.
 void keepReading(const Configuration& configuration, const std::map<std::string, StagedFile>& files,

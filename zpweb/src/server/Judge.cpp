@@ -136,6 +136,29 @@ std::vector<std::string> newDefaults(const Reading& live, const Reading& staged,
     return notes;
 }
 
+// Names that were taken away and reach the site all the same, as the first one of a listener.
+std::vector<std::string> reachedByDefault(const Reading* live, const Reading& staged, const Asked& asked) {
+    std::set<std::string> gone = asked.names;
+    for (const std::string& site : live != nullptr ? asked.moving : std::set<std::string>()) {
+        for (const VirtualHost* host : live->hostsOf(site)) {
+            gone.insert(host->names.aliases.begin(), host->names.aliases.end());
+        }
+    }
+    std::vector<std::string> notes;
+    for (const std::string& name : gone) {
+        for (const Endpoint& endpoint : staged.endpoints()) {
+            const VirtualHost* host = staged.leadsTo(name, endpoint);
+            if (host != nullptr && staged.carrierOf(name, endpoint) == nullptr &&
+                asked.sites.contains(host->names.name)) {
+                notes.push_back(name + " on " + endpoint.text() + " still reaches " +
+                                staged.describe(host) +
+                                ", which answers for every name that no other block there has");
+            }
+        }
+    }
+    return notes;
+}
+
 // Blocks of the sites that the server takes no requests for.
 std::vector<std::string> unheard(const Reading& staged, const Asked& asked) {
     std::set<const NameMap::Entry*> heard;
@@ -216,8 +239,8 @@ Judgement judge(const Reading* live, const Reading& staged, const Asked& asked,
             return judgement;
         }
     }
-    for (std::string& note : unheard(staged, asked)) {
-        judgement.notes.push_back(std::move(note));
+    for (auto& notes : {unheard(staged, asked), reachedByDefault(live, staged, asked)}) {
+        judgement.notes.insert(judgement.notes.end(), notes.begin(), notes.end());
     }
     for (const Postcondition& holds : postconditions) {
         if (Outcome outcome = holds(staged); !outcome.ok()) {

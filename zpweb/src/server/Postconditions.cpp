@@ -1,14 +1,21 @@
 #include "server/Postconditions.h"
 
+#include <fnmatch.h>
+
 #include <algorithm>
 
 namespace zpweb {
 
-namespace {
-
 Outcome notShown(const std::string& what) {
     return failure("the server's reading does not show the change as done: " + what +
                    "; nothing is changed");
+}
+
+namespace {
+
+bool isAtPort(const VirtualHost& host, const std::string& port) {
+    return port.empty() || std::any_of(host.addresses.begin(), host.addresses.end(),
+                                       [&](const std::string& each) { return each.ends_with(":" + port); });
 }
 
 bool listsHost(const NameMap::Entry* entry, const Reading& reading, const VirtualHost* host) {
@@ -57,115 +64,64 @@ bool answers503(const Reading& reading, uint32_t section) {
     return false;
 }
 
-// Word by word, as the server takes them.
-bool saysTheSame(std::string_view one, std::string_view other) {
-    return argumentsIn(one) == argumentsIn(other);
+// Where a block gets the name from, which may be an included file.
+std::string aliasPlace(const Reading& reading, const VirtualHost& host, const std::string& name) {
+    for (const Directive* alias : host.directive == Directive::None
+                                      ? std::vector<const Directive*>()
+                                      : reading.inSection(host.directive, "ServerAlias")) {
+        for (const std::string& word : argumentsIn(alias->arguments)) {
+            if (::fnmatch(word.c_str(), name.c_str(), FNM_CASEFOLD) == 0) {
+                return ", which has " + word + " from " + reading.originOf(*alias).text();
+            }
+        }
+    }
+    return {};
 }
 
 }  // namespace
 
-Postcondition leadsToSite(const std::string& name, const std::string& site) {
+std::vector<const VirtualHost*> hostsOf(const Reading& reading, const BlocksOf& blocks) {
+    std::vector<const VirtualHost*> hosts = reading.hostsOf(blocks.site);
+    std::erase_if(hosts, [&](const VirtualHost* host) { return !isAtPort(*host, blocks.port); });
+    hosts.resize(blocks.first ? std::min<size_t>(hosts.size(), 1) : hosts.size());
+    return hosts;
+}
+
+Postcondition leadsToSite(const std::string& name, const BlocksOf& blocks) {
     return [=](const Reading& staged) {
-        const auto hosts = staged.hostsOf(site);
-        return hosts.empty() ? notShown("the server has no block of " + site +
+        const auto hosts = hostsOf(staged, blocks);
+        return hosts.empty() ? notShown("the server has no block of " + blocks.site +
                                         " (a condition around it is not met, or its file is not included)")
                              : leadsTo(staged, name, hosts);
     };
 }
 
-Postcondition keepsItsNames(const std::string& site) {
+Postcondition leadsThereNoMore(const std::string& name, const BlocksOf& blocks) {
     return [=](const Reading& staged) {
-        const auto hosts = staged.hostsOf(site);
-        for (const VirtualHost* host : hosts) {
-            std::vector<std::string> names{site};
-            names.insert(names.end(), host->names.aliases.begin(), host->names.aliases.end());
-            for (const std::string& name : names) {
-                if (Outcome led = leadsTo(staged, name, {host});
-                    !led.ok() && !leadsTo(staged, name, hosts).ok()) {
-                    return led;
-                }
-            }
-        }
-        return done();
-    };
-}
-
-Postcondition leadsThereNoMore(const std::string& name, const std::string& site) {
-    return [=](const Reading& staged) {
-        const auto hosts = staged.hostsOf(site);
+        const auto hosts = hostsOf(staged, blocks);
         for (const Endpoint& endpoint : staged.endpoints()) {
             const VirtualHost* carrier = staged.carrierOf(name, endpoint);
             if (carrier != nullptr && isOf(hosts, carrier)) {
                 return notShown(name + " on " + endpoint.text() + " still leads to " +
-                                staged.describe(carrier));
+                                staged.describe(carrier) + aliasPlace(staged, *carrier, name));
             }
         }
         return done();
     };
 }
 
-Postcondition servesNothing(const std::string& site) {
+Postcondition servesNothing(const BlocksOf& blocks) {
     return [=](const Reading& staged) {
-        const auto hosts = staged.hostsOf(site);
+        const auto hosts = hostsOf(staged, blocks);
         return hosts.empty() ? done() : notShown("the server still has " + staged.describe(hosts.front()));
     };
 }
 
-Postcondition isSuspended(const std::string& site) {
+Postcondition isSuspended(const BlocksOf& blocks) {
     return [=](const Reading& staged) {
-        for (const VirtualHost* host : staged.hostsOf(site)) {
+        for (const VirtualHost* host : hostsOf(staged, blocks)) {
             if (host->directive != Directive::None && !answers503(staged, host->directive)) {
                 return notShown(staged.describe(host) + " is not suspended");
-            }
-        }
-        return done();
-    };
-}
-
-Postcondition inEffect(const std::string& site, const std::string& directive,
-                       const std::string& arguments) {
-    return [=](const Reading& staged) {
-        for (const VirtualHost* host : staged.hostsOf(site)) {
-            if (host->directive == Directive::None) {
-                continue;
-            }
-            const auto all = staged.inSection(host->directive, directive);
-            if (all.empty() || !saysTheSame(all.back()->arguments, arguments)) {
-                return notShown(directive + " is " +
-                                (all.empty() ? "not" : "\"" + std::string(all.back()->arguments) + "\"") +
-                                " in effect in " + staged.describe(host));
-            }
-        }
-        return done();
-    };
-}
-
-Postcondition everyBlockCarries(const std::string& site, const std::string& directive) {
-    return [=](const Reading& staged) {
-        for (const VirtualHost* host : staged.hostsOf(site)) {
-            const uint32_t section = host->directive;
-            bool carries = section == Directive::None;
-            for (uint32_t i = section; !carries && i < staged.directives()[section].end; ++i) {
-                carries = staged.directives()[i].is(directive);
-            }
-            if (!carries) {
-                return notShown("no " + directive + " is in effect in " + staged.describe(host));
-            }
-        }
-        return done();
-    };
-}
-
-Postcondition carriesNoMore(const std::string& site, const std::string& directive,
-                            const std::string& arguments) {
-    return [=](const Reading& staged) {
-        for (const VirtualHost* host : staged.hostsOf(site)) {
-            for (const Directive* each : host->directive == Directive::None
-                                             ? std::vector<const Directive*>()
-                                             : staged.inSection(host->directive, directive)) {
-                if (saysTheSame(each->arguments, arguments)) {
-                    return notShown(directive + " is still in effect at " + staged.originOf(*each).text());
-                }
             }
         }
         return done();

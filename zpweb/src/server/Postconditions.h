@@ -1,5 +1,5 @@
-// Ready-made postconditions: what must hold in the server's reading of the staged configuration. Each
-// failure says what does not hold, where, and what to do.
+// Ready-made postconditions about names: what must hold in the server's reading of the staged
+// configuration. Each failure says what does not hold, where, and what to do.
 #pragma once
 
 #include <string>
@@ -9,23 +9,25 @@
 
 namespace zpweb {
 
+// The blocks that a postcondition is about. One that the server does not read, for an unmet condition
+// around it, is none of them.
+struct BlocksOf {
+    std::string site{};  // empty: the server's level
+    std::string port{};  // only those that listen on it
+    bool first = false;  // only the first of them
+};
+std::vector<const VirtualHost*> hostsOf(const Reading& reading, const BlocksOf& blocks);
+
 // The site has a block, and the name leads to one of its blocks wherever the site listens.
-Postcondition leadsToSite(const std::string& name, const std::string& site);
-// All names of the site lead to it wherever it listens.
-Postcondition keepsItsNames(const std::string& site);
+Postcondition leadsToSite(const std::string& name, const BlocksOf& blocks);
 // No block of the site carries the name.
-Postcondition leadsThereNoMore(const std::string& name, const std::string& site);
+Postcondition leadsThereNoMore(const std::string& name, const BlocksOf& blocks);
 // The site's name leads to none of its blocks.
-Postcondition servesNothing(const std::string& site);
+Postcondition servesNothing(const BlocksOf& blocks);
+// What of a postcondition does not hold.
+Outcome notShown(const std::string& what);
+
 // Every block of the site answers 503 before any other redirection, or shows the panel's message.
-Postcondition isSuspended(const std::string& site);
-// The last directive of this name that stands directly in the block is `arguments`, word by word, in each
-// block of the site.
-Postcondition inEffect(const std::string& site, const std::string& directive, const std::string& arguments);
-// Each block of the site has such a directive, at any depth.
-Postcondition everyBlockCarries(const std::string& site, const std::string& directive);
-// No block of the site has a directive of this name and these arguments directly in it.
-Postcondition carriesNoMore(const std::string& site, const std::string& directive,
-                            const std::string& arguments);
+Postcondition isSuspended(const BlocksOf& blocks);
 
 }  // namespace zpweb

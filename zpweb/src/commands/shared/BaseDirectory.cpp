@@ -4,6 +4,7 @@
 
 #include "Results.h"
 #include "commands/shared/BlockLines.h"
+#include "commands/shared/Expectations.h"
 #include "conf/Bounds.h"
 #include "input/Quoted.h"
 
@@ -37,6 +38,12 @@ Outcome changeBaseDirectory(Transaction& change, const Site& site, const Argumen
     if (!blocks.ok()) {
         return blocks.outcome();
     }
+    const std::string line = "php_admin_value open_basedir \"" + folder + "/:/tmp/\"";
+    const auto asked = blocksAskedFor(site, given);
+    const BlocksOf all = asked.value_or(BlocksOf{});
+    expectOf(
+        change, asked, folder, "open_basedir",
+        wanted.on ? directoryHas(all, folder, {line}, Holders::All) : directoryLacks(all, folder, line));
     return editBlocks(change, *blocks,
                       {.bound = zp::conf::bound::SiteDirectory,
                        .show = [&](View& view) { showFolder(view, folder); },

@@ -14,6 +14,7 @@ namespace zpweb {
 inline constexpr auto BaseFolder = needed("DIRECTORY", Kind::Path, "The directory");
 
 struct BaseDirectoryChange {
+    bool on;
     const char* operation;
     std::function<int(CZPWebsite&, const std::string& site, const std::string& folder)> call;
 };

@@ -119,6 +119,9 @@ Outcome changeInBlocks(Transaction& change, const Arguments& given, const Direct
             return changed;
         }
     }
+    if (const auto asked = blocksAskedFor(*site, given); asked && found) {
+        wanted.expect(*asked);
+    }
     return found ? done() : notFound(given);
 }
 
@@ -163,15 +166,18 @@ Outcome changeOnServer(Transaction& change, const Arguments& given, const Direct
     if (Outcome can = canChange(given[DirectiveName], wanted, lines); !can.ok()) {
         return can;
     }
+    wanted.expect({});
     return changeInFile(change, files.front(), wanted);
 }
 
 }  // namespace
 
-std::string wholeLine(const Arguments& given) {
+std::string writtenValue(const Arguments& given) {
     const std::string value = given[DirectiveValue];
-    return given[DirectiveName] + " " + (given[Quoted] ? "\"" + value + "\"" : value);
+    return given[Quoted] ? "\"" + value + "\"" : value;
 }
+
+std::string wholeLine(const Arguments& given) { return given[DirectiveName] + " " + writtenValue(given); }
 
 StatementTest directiveTest(const std::string& name, const std::optional<std::string>& value) {
     return [=](const Statement& statement) {

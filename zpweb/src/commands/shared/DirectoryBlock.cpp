@@ -2,9 +2,12 @@
 
 #include <algorithm>
 
+#include "commands/shared/Expectations.h"
+#include "commands/shared/Overrides.h"
 #include "commands/shared/WebUsers.h"
 #include "conf/Text.h"
 #include "host/Fields.h"
+#include "server/DirectoryRules.h"
 #include "sys/File.h"
 #include "text/Restrictions.h"
 
@@ -133,6 +136,30 @@ std::string withAccess(std::string_view made, const Arguments& given, const std:
         text.append(replaced ? "\t\t" + options : std::string(line)).append("\n");
     }
     return text;
+}
+
+Outcome expectAsAsked(Transaction& change, const Site& site, const Arguments& given) {
+    const auto blocks = blocksAskedFor(site, given);
+    const std::string folder = given[Folder];
+    releaseDirectory(change, blocks, folder);
+    if (change.settings().exact) {
+        return done();
+    }
+    const BlocksOf all = blocks.value_or(BlocksOf{});
+    expectOf(change, blocks, folder, "options", hasOptions(all, folder, given[Switches]));
+    if (!asksForHosts(given) && !given[Protect]) {
+        return done();
+    }
+    std::vector<std::vector<std::string>> asked;  // beside what each block says already
+    for (const Place& place : site.places) {
+        const Statements statements(place.block->text);
+        asked.push_back(accessLines(given, site.name(), sectionOf(statements, folder)));
+    }
+    expectOf(change, blocks, folder, "access", isRestricted(all, folder, asked));
+    if (const std::string line = accessLineIn(folder); !line.empty()) {
+        expectOf(change, blocks, folder, "htaccess", ignoresAccessFile(all, folder, line));
+    }
+    return given[Protect] ? provideUsers(change, WebUsers(site.name(), folder)) : done();
 }
 
 bool isNamed(const Arguments& given, const Statement& statement) {

@@ -47,6 +47,9 @@ SDDir directoryRecord(const Arguments& given, const Block& block, bool withAcces
 // The result with those terms in the directory's section, beside options that the section has kept.
 std::string withAccess(std::string_view made, const Arguments& given, const std::string& site,
                        const std::vector<Statement>& present);
+// What must hold of the directory afterwards. An error for what cannot hold: users that the server could
+// not look up, an .htaccess file that says otherwise.
+Outcome expectAsAsked(Transaction& change, const Site& site, const Arguments& given);
 // Is it one of the lines that the call is about?
 bool isNamed(const Arguments& given, const Statement& statement);
 // The statements of the directory's section in the block.

@@ -5,6 +5,8 @@
 #include <algorithm>
 
 #include "conf/Text.h"
+#include "sys/OwnersFile.h"
+#include "text/Restrictions.h"
 #include "text/View.h"
 
 namespace zpweb {
@@ -72,6 +74,13 @@ Outcome heedsAccessFiles(const Configuration& configuration, const std::string& 
                              (found.path.empty() ? " None" : found.value + " for " + found.path) +
                              "): protect it with \"vdir set SITE " + folder +
                              " --protect\", or allow AuthConfig there");
+}
+
+std::string accessLineIn(const std::string& folder) {
+    const auto text = readOwnersFile(folder + "/.htaccess");
+    const Statements statements(text.ok() ? std::string_view(*text) : std::string_view());
+    const auto line = std::find_if(statements.begin(), statements.end(), isRestriction);
+    return line == statements.end() ? "" : folder + "/.htaccess:" + std::to_string(line->lines.first + 1);
 }
 
 }  // namespace zpweb

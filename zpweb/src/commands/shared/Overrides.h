@@ -13,4 +13,7 @@ namespace zpweb {
 // one it is None.
 Outcome heedsAccessFiles(const Configuration& configuration, const std::string& folder);
 
+// Where the directory's .htaccess says who may see it; empty when it does not.
+std::string accessLineIn(const std::string& folder);
+
 }  // namespace zpweb

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "commands/shared/BlockLines.h"
+#include "commands/shared/Expectations.h"
 #include "conf/Bounds.h"
 #include "conf/Handlers.h"
 #include "input/Quoted.h"
@@ -39,11 +40,17 @@ Outcome switchPerl(Transaction& change, const Site& site, const Arguments& given
                     [](const Place& place) { return place.block->root.empty(); })) {
         return failure(Status::NotFound, "site " + inQuotes(site.name()) + " has no DocumentRoot");
     }
+    const auto asked = blocksAskedFor(site, given);
     for (const BlockAt& at : *blocks) {
         const std::string root(at.in(change.configuration()).root);
         if (root.empty()) {
             continue;  // it serves no files
         }
+        const std::string line(zp::conf::PerlHandler);
+        const BlocksOf all = asked.value_or(BlocksOf{});
+        expectOf(
+            change, asked, root, "perl",
+            wanted.on ? directoryHas(all, root, {line}, Holders::AtRoot) : directoryLacks(all, root, line));
         if (hasLine(at.in(change.configuration()), root, std::string(zp::conf::PerlHandler)) == wanted.on) {
             continue;
         }

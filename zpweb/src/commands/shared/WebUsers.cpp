@@ -5,9 +5,12 @@
 
 #include "CZPWebsite.h"
 #include "commands/shared/Operation.h"
+#include "conf/Text.h"
 #include "host/Accounts.h"
 #include "input/Quoted.h"
 #include "sys/File.h"
+#include "sys/Process.h"
+#include "text/Lines.h"
 
 namespace zpweb {
 
@@ -44,21 +47,20 @@ OtherEdit editOf(const WebUsers& users, const UsersOperation& operation) {
     return edit;
 }
 
-// A file that holds nothing but hashes. One that is there keeps its mode: the panel's hold passwords.
-void letServerRead(Transaction& change, const std::string& file) {
-    const std::string main = change.configuration().main().path();
-    std::string user;
-    std::string group;
-    static_cast<void>(quietly(change.output(), [&] {
-        return CZPWebsite(nullptr, main.c_str()).getApacheUserGroup(main, user, group);
-    }));
-    if (const auto known = zp::host::findGroup(group)) {
-        zp::host::Effect access;
-        access.path = file;
-        access.group = known;
-        access.mode = 0640;
-        change.outstanding(std::move(access));
-    }
+Outcome makeUsersFolder(Transaction& change) {
+    Outcome noted = change.willMake({UsersFolder});
+    return noted.ok() ? makeFolder(UsersFolder, 0755) : noted;
+}
+
+bool isHash(std::string_view password) {
+    return password.starts_with('$') || password.starts_with("{SHA}");
+}
+
+bool holdsOnlyHashes(std::string_view text) {
+    const Lines lines(text);
+    return std::all_of(lines.all.begin(), lines.all.end(), [](std::string_view line) {
+        return line.empty() || isHash(zp::conf::stepOver(line, line.find(':') + 1));
+    });
 }
 
 }  // namespace
@@ -84,6 +86,45 @@ std::vector<std::string> userNamesOf(const std::string& domain) {
     return names;
 }
 
+Outcome letServerRead(Transaction& change, const std::string& file) {
+    const std::string main = change.configuration().main().path();
+    std::string user;
+    std::string group;
+    static_cast<void>(quietly(change.output(), [&] {
+        return CZPWebsite(nullptr, main.c_str()).getApacheUserGroup(main, user, group);
+    }));
+    const auto known = zp::host::findGroup(group);
+    const Content text = change.contentOf(file);
+    if (!known || !text || (exists(file) && isReadableBy(user, file))) {
+        return done();
+    }
+    if (!holdsOnlyHashes(text.text())) {
+        return failure(Status::Refused, file + ": the server's user " + user +
+                                            " cannot read it, and it holds passwords that are no hashes: "
+                                            "give it to group " +
+                                            group + " with mode 0640 when that is meant");
+    }
+    zp::host::Effect access;
+    access.path = file;
+    access.group = known;
+    access.mode = 0640;
+    change.outstanding(std::move(access));
+    return done();
+}
+
+Outcome provideUsers(Transaction& change, const WebUsers& users) {
+    if (!change.contentOf(users.file())) {
+        change.output().note("nobody can log in yet: add users with \"user add " + users.domain +
+                             " USER --folder " + users.folder + "\"");
+        Outcome made = makeUsersFolder(change);
+        made = made.ok() ? change.replace(users.file(), "") : made;
+        if (!made.ok()) {
+            return made;
+        }
+    }
+    return letServerRead(change, users.file());
+}
+
 Outcome noSuchUser(const std::string& user) {
     return failure(Status::NotFound, "user " + inQuotes(user) + ": not there");
 }
@@ -93,19 +134,13 @@ Outcome onUsers(Transaction& change, const WebUsers& users, const UsersOperation
 }
 
 Outcome onNewUsers(Transaction& change, const WebUsers& users, const UsersOperation& operation) {
-    Outcome made = change.willMake({UsersFolder});
-    made = made.ok() ? makeFolder(UsersFolder, 0755) : made;
-    if (!made.ok()) {
+    if (Outcome made = makeUsersFolder(change); !made.ok()) {
         return made;
     }
-    const bool fresh = !change.contentOf(users.file());
     OtherEdit edit = editOf(users, operation);
     edit.createEmpty = true;
     Outcome outcome = change.edit(edit);
-    if (outcome.ok() && fresh) {
-        letServerRead(change, users.file());
-    }
-    return outcome;
+    return outcome.ok() ? letServerRead(change, users.file()) : outcome;
 }
 
 }  // namespace zpweb

@@ -28,6 +28,13 @@ struct WebUsers {
 std::vector<std::string> userNamesOf(const std::string& domain);
 Outcome noSuchUser(const std::string& user);
 
+// Lets the server's processes read a password file that is there or about to be made. Refused where it may
+// hold passwords as they are, as the panel's do.
+Outcome letServerRead(Transaction& change, const std::string& file);
+
+// The file of a directory that is protected, which the server can read: an empty one where there is none.
+Outcome provideUsers(Transaction& change, const WebUsers& users);
+
 using UsersOperation = std::function<Outcome(CZPUsers&)>;
 // On a file that is there, or is made for it.
 Outcome onUsers(Transaction& change, const WebUsers& users, const UsersOperation& operation);

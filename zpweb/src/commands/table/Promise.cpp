@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "commands/shared/Expectations.h"
 #include "conf/Text.h"
 #include "server/Postconditions.h"
 
@@ -16,27 +17,27 @@ struct Promise {
     std::string_view words;
     bool siteOnly;  // nothing may differ outside of the site's blocks
     Names names;
-    Postcondition (*holds)(const std::string& site, const std::string& host) = nullptr;
+    Postcondition (*holds)(const BlocksOf& blocks, const std::string& host) = nullptr;
 };
 
 // Commands on a site that are not listed change its blocks only and lead no name elsewhere; others may
 // change anything, and lead no name elsewhere either.
 constexpr Promise Table[] = {
     {"site create", true, Names::Kept,
-     [](const std::string& site, const std::string&) { return leadsToSite(site, site); }},
+     [](const BlocksOf& blocks, const std::string&) { return leadsToSite(blocks.site, blocks); }},
     {"site delete", true, Names::OfSite,
-     [](const std::string& site, const std::string&) { return servesNothing(site); }},
+     [](const BlocksOf& blocks, const std::string&) { return servesNothing(blocks); }},
     {"site stop", true, Names::OfSite,
-     [](const std::string& site, const std::string&) { return servesNothing(site); }},
+     [](const BlocksOf& blocks, const std::string&) { return servesNothing(blocks); }},
     {"site disable", true, Names::OfSite,
-     [](const std::string& site, const std::string&) { return servesNothing(site); }},
+     [](const BlocksOf& blocks, const std::string&) { return servesNothing(blocks); }},
     {"site start", true, Names::Kept,
-     [](const std::string& site, const std::string&) { return leadsToSite(site, site); }},
+     [](const BlocksOf& blocks, const std::string&) { return leadsToSite(blocks.site, blocks); }},
     {"site enable", true, Names::Kept,
-     [](const std::string& site, const std::string&) { return leadsToSite(site, site); }},
+     [](const BlocksOf& blocks, const std::string&) { return leadsToSite(blocks.site, blocks); }},
     {"site set", true, Names::Kept},
     {"site suspend", true, Names::Kept,
-     [](const std::string& site, const std::string&) { return isSuspended(site); }},
+     [](const BlocksOf& blocks, const std::string&) { return isSuspended(blocks); }},
     {"site pause", true, Names::OfSite},
     {"site port", true, Names::OfSite},
     {"site rename", false, Names::OfSite},
@@ -44,9 +45,9 @@ constexpr Promise Table[] = {
     {"address own", true, Names::OfSite},
     {"address shared", true, Names::OfSite},
     {"host add", true, Names::Kept,
-     [](const std::string& site, const std::string& host) { return leadsToSite(host, site); }},
+     [](const BlocksOf& blocks, const std::string& host) { return leadsToSite(host, blocks); }},
     {"host remove", true, Names::Host,
-     [](const std::string& site, const std::string& host) { return leadsThereNoMore(host, site); }},
+     [](const BlocksOf& blocks, const std::string& host) { return leadsThereNoMore(host, blocks); }},
     {"perl on", false, Names::Kept},
     {"perl off", false, Names::Kept},
     {"rails on", false, Names::OfSite},
@@ -99,18 +100,38 @@ void concernServer(Asked& asked, const Command& command, const Arguments& given)
     }
 }
 
+// Hosts are named by themselves.
+constexpr const char* Life = " life";  // whether it is served, and as what
+
+// Does it change so much of a site's blocks that nothing is left of what was promised of single lines?
+bool rewritesBlocks(const Command& command) {
+    return command.words.starts_with("site ") || command.words.starts_with("rails ");
+}
+
+// All further names of the site are given: others may go.
+void promiseHosts(Transaction& change, const std::string& site, const Arguments& given) {
+    const Parameter hosts{"--host-name", Kind::HostName, "", ""};
+    for (const std::string& each : given.all(hosts)) {
+        change.expect(site, lowerCase(each), leadsToSite(lowerCase(each), {site}));
+    }
+    if (given.has(hosts)) {
+        change.asked().moving.insert(site);
+    }
+}
+
 }  // namespace
 
-void Promises::take(Transaction& change, const Command& command, const Arguments& given) {
+void promise(Transaction& change, const Command& command, const Arguments& given) {
     const auto* row = std::find_if(std::begin(Table), std::end(Table),
                                    [&](const Promise& each) { return each.words == command.words; });
     const Promise kept = row != std::end(Table) ? *row : Promise{command.words, true, Names::Kept};
     const std::string site = siteIn(change.configuration(), command, given);
     const std::string host = lowerCase(valueOf(given, "HOST"));
+    const std::string place = valueOf(given, "SITE") + valueOf(given, "--site");
     Asked& asked = change.asked();
-    const bool byPlace = valueOf(given, "SITE").find('/') != std::string::npos;
+    const bool byPlace = isPlace(place);
     if (byPlace) {
-        concernBlock(change, given[SiteName], kept.names);
+        concernBlock(change, place, kept.names);
         asked.everything = asked.everything || !kept.siteOnly;
     } else if (site.empty()) {
         concernServer(asked, command, given);
@@ -119,32 +140,21 @@ void Promises::take(Transaction& change, const Command& command, const Arguments
         asked.everything = asked.everything || !kept.siteOnly;
     }
     asked.answersMayChange = asked.answersMayChange || command.words == "site suspend";
-    // All further names of the site are given: others may go.
-    const std::vector<std::string> hosts = given.all({"--host-name", Kind::HostName, "", ""});
-    for (const std::string& each : hosts) {
-        kept_[{site, lowerCase(each)}] = leadsToSite(lowerCase(each), site);
-    }
-    if (given.has({"--host-name", Kind::HostName, "", ""})) {
-        asked.moving.insert(site);
-    }
     asked.anyName = asked.anyName || kept.names == Names::Any;
     if (kept.names == Names::Host) {
         asked.names.insert(host);
     }
-    if (kept.names == Names::OfSite || command.words == "site start") {
-        std::erase_if(kept_, [&](const auto& each) { return each.first.first == site; });
+    if (!site.empty() && rewritesBlocks(command)) {
+        change.release(site,
+                       kept.names == Names::OfSite || command.words == "site start" ? "" : AboutBlocks);
     }
     if (command.words == "site resume") {
-        kept_.erase({site, ""});
+        change.release(site, Life);
     }
+    promiseHosts(change, site, given);
     if (kept.holds != nullptr && !byPlace) {
-        kept_[{site, host}] = kept.holds(site, host);
-    }
-}
-
-void Promises::tell(Transaction& change) const {
-    for (const auto& [about, holds] : kept_) {
-        change.expect(holds);
+        change.expect(site, host.empty() ? std::string(Life) : host,
+                      kept.holds({site, valueOf(given, "--port")}, host));
     }
 }
 

@@ -57,10 +57,9 @@ Outcome oneTry(Session& session, const std::vector<Invocation>& invocations, con
     session.output.step("waiting for the lock");
     Outcome outcome = transaction.begin();
     outcome = outcome.ok() ? isPlannedFor(transaction.configuration(), fingerprint) : outcome;
-    Promises promises;
     for (size_t i = 0; outcome.ok() && i < invocations.size(); ++i) {
         const size_t before = transaction.staged();
-        promises.take(transaction, *invocations[i].command, invocations[i].arguments);
+        promise(transaction, *invocations[i].command, invocations[i].arguments);
         outcome = change(transaction, *invocations[i].command, invocations[i].arguments);
         outcome = transaction.fault().ok() ? outcome : transaction.fault();
         if (outcome.upToDate && session.settings.ensure) {
@@ -75,7 +74,6 @@ Outcome oneTry(Session& session, const std::vector<Invocation>& invocations, con
             transaction.next();
         }
     }
-    promises.tell(transaction);
     return outcome.ok() ? transaction.finish(again) : outcome;
 }
 

@@ -1,0 +1,66 @@
+#include "commands/shared/Expectations.h"
+
+#include "commands/shared/BlockEdit.h"
+
+namespace zpweb {
+
+namespace {
+
+constexpr const char* AllValues = "\n";  // no value is that
+
+std::string about(const std::string& directive) { return AboutBlocks + lowerCase(directive) + " "; }
+
+std::string aboutDirectory(const std::string& directory) {
+    return std::string(AboutBlocks) + "<" + directory + "> ";
+}
+
+}  // namespace
+
+std::optional<BlocksOf> blocksAskedFor(const Site& site, const Arguments& given) {
+    const std::string name = hostNameIn(std::string(site.first().block->name));
+    const bool byPlace = isPlace(given[SiteName]) || isPlace(given[InSite].value_or(""));
+    const auto port = given[OnPort];
+    return name.empty() || byPlace ? std::nullopt
+                                   : std::optional(BlocksOf{name, port ? std::to_string(*port) : ""});
+}
+
+void expectSet(Transaction& change, const BlocksOf& blocks, const std::string& directive,
+               const std::string& value) {
+    change.release(blocks.site, about(directive));
+    if (isShown(directive)) {
+        change.expect(blocks.site, about(directive) + AllValues, inEffect(blocks, directive, value));
+    }
+}
+
+void expectAdded(Transaction& change, const BlocksOf& blocks, const std::string& directive,
+                 const std::string& value) {
+    change.release(blocks.site, about(directive) + AllValues);
+    if (isShown(directive)) {
+        change.expect(blocks.site, about(directive) + value, carries(blocks, directive, value));
+    }
+}
+
+void expectGone(Transaction& change, const BlocksOf& blocks, const std::string& directive,
+                const std::optional<std::string>& value) {
+    change.release(blocks.site, about(directive) + (value ? AllValues : ""));
+    if (isShown(directive)) {
+        change.expect(blocks.site, about(directive) + value.value_or(AllValues),
+                      carriesNoMore(blocks, directive, value));
+    }
+}
+
+void expectOf(Transaction& change, const std::optional<BlocksOf>& blocks, const std::string& directory,
+              const std::string& about, Postcondition holds) {
+    if (blocks) {
+        change.expect(blocks->site, aboutDirectory(directory) + about, std::move(holds));
+    }
+}
+
+void releaseDirectory(Transaction& change, const std::optional<BlocksOf>& blocks,
+                      const std::string& directory) {
+    if (blocks) {
+        change.release(blocks->site, aboutDirectory(directory));
+    }
+}
+
+}  // namespace zpweb

@@ -1,0 +1,36 @@
+// What the sections of a reading say about a directory of the disk: who may see it, and what its .htaccess
+// file may say.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "server/BlockPostconditions.h"
+
+namespace zpweb {
+
+// The <Directory> sections for just this directory that stand directly in a section, or at the server's
+// level (Directive::None).
+std::vector<uint32_t> directorySections(const Reading& reading, uint32_t section,
+                                        const std::string& directory);
+
+// Who may see the directory, by the terms in a section, one each: "require ip 10.1.2.3"; those in nested
+// sections stand between their tags.
+std::vector<std::string> termsOf(const Reading& reading, uint32_t section);
+
+// Every block whose document root the directory is in heeds what its .htaccess says about passwords.
+Postcondition heedsAccessFile(const std::string& directory);
+// None of the blocks does; `place` is where the file says something.
+Postcondition ignoresAccessFile(const BlocksOf& blocks, const std::string& directory,
+                                const std::string& place);
+
+// In each block the directory's section requires just what one of these lists of lines says, and no other
+// section lets in whom it keeps out.
+Postcondition isRestricted(const BlocksOf& blocks, const std::string& directory,
+                           const std::vector<std::vector<std::string>>& lists);
+// The options of the directory's section are switched like this: "+Indexes", "-ExecCGI".
+Postcondition hasOptions(const BlocksOf& blocks, const std::string& directory,
+                         const std::vector<std::string>& switches);
+
+}  // namespace zpweb
