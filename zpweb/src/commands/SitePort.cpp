@@ -1,5 +1,5 @@
 // site port: moves a site's blocks to another port.
-#include <set>
+#include <algorithm>
 
 #include "ApacheHelper.h"
 #include "commands/Commands.h"
@@ -16,36 +16,48 @@ constexpr auto NewAddress = option("--address", Kind::Address, "IP", "The new ad
 
 bool isSecure(const Block& block) { return block.tls || isOnPort(block, "443"); }
 
-std::set<std::string> portsOf(const Configuration& configuration, const std::vector<BlockAt>& blocks) {
-    std::set<std::string> ports;
-    for (const BlockAt& at : blocks) {
-        for (const Word& address : writtenWords(at.in(configuration).addresses)) {
-            ports.emplace(portOf(address.value()));
-        }
-    }
-    return ports;
+// Whose port is meant, and which: without --port the one of its first block that speaks plain HTTP, where
+// the site has such.
+struct Meant {
+    std::vector<BlockAt> blocks;
+    std::string port;
+};
+
+bool hasOtherPort(const Block& block, const std::string& port) {
+    const std::vector<Word> addresses = writtenWords(block.addresses);
+    return std::any_of(addresses.begin(), addresses.end(),
+                       [&](const Word& word) { return portOf(word.value()) != port; });
 }
 
-// Those whose port is meant: without --port the ones that speak plain HTTP, where the site has such.
-Expected<std::vector<BlockAt>> meantBlocks(Transaction& change, const Site& site, const Arguments& given) {
+Expected<Meant> meantBlocks(Transaction& change, const Site& site, const Arguments& given) {
     auto blocks = runningBlocks(change.configuration(), site, given);
-    if (!blocks.ok() || given[OnPort]) {
-        return blocks;
+    if (!blocks.ok()) {
+        return blocks.outcome();
     }
-    const auto secure = [&](const BlockAt& at) { return isSecure(at.in(change.configuration())); };
-    if (!std::all_of(blocks->begin(), blocks->end(), secure) && std::erase_if(*blocks, secure) > 0) {
-        change.output().note("its blocks with TLS keep their port; name it with --port to change them");
+    if (const auto asked = given[OnPort]) {
+        return Meant{std::move(*blocks), std::to_string(*asked)};
     }
-    const std::set<std::string> ports = portsOf(change.configuration(), *blocks);
-    if (ports.size() > 1) {
-        std::string all;
-        for (const std::string& port : ports) {
-            all += (all.empty() ? "" : ", ") + (port.empty() ? "any" : port);
+    const Block* first = nullptr;
+    for (const Place& place : site.places) {
+        const bool better = first == nullptr || (isSecure(*first) && !isSecure(*place.block));
+        first = !place.block->stopped && better ? place.block : first;
+    }
+    const std::vector<Word> addresses = writtenWords(first->addresses);
+    Meant meant{{}, addresses.empty() ? "" : std::string(portOf(addresses.front().value()))};
+    bool others = false;
+    for (BlockAt& at : *blocks) {
+        const Block& block = at.in(change.configuration());
+        others = others || hasOtherPort(block, meant.port);
+        if (isOnPort(block, meant.port)) {
+            meant.blocks.push_back(std::move(at));
         }
-        return failure(Status::Usage, "site " + inQuotes(site.name()) + " is on several ports (" + all +
-                                          "): name the one that is to change with --port");
     }
-    return blocks;
+    if (others) {
+        change.output().note("the site is on other ports than " +
+                             (meant.port.empty() ? "this" : meant.port) +
+                             ", too; they stay: name one with --port to change it");
+    }
+    return meant;
 }
 
 // Two blocks of one name on one port: the second would never be reached.
@@ -75,12 +87,11 @@ Outcome moveAddress(Transaction& change, const BlockAt& at, size_t number, const
                       .meaning = expecting("Apache_ChangeVirtualHostPort", {0})});
 }
 
-Outcome moveBlock(Transaction& change, const BlockAt& at, const Arguments& given) {
-    const auto only = given[OnPort];
+Outcome moveBlock(Transaction& change, const BlockAt& at, const std::string& only, const Arguments& given) {
     const std::vector<Word> addresses = writtenWords(at.in(change.configuration()).addresses);
     for (size_t i = 0; i < addresses.size(); ++i) {
         const std::string old = addresses[i].value();
-        if (only && portOf(old) != std::to_string(*only)) {
+        if (portOf(old) != only) {
             continue;
         }
         const std::string address = given[NewAddress].value_or(bareAddress(old));
@@ -92,14 +103,14 @@ Outcome moveBlock(Transaction& change, const BlockAt& at, const Arguments& given
 }
 
 Outcome changePort(Transaction& change, const Site& site, const Arguments& given) {
-    const auto blocks = meantBlocks(change, site, given);
-    if (!blocks.ok()) {
-        return blocks.outcome();
+    const auto meant = meantBlocks(change, site, given);
+    if (!meant.ok()) {
+        return meant.outcome();
     }
     change.output().set("site", site.name());
-    Outcome outcome = isFree(change.configuration(), site, *blocks, given[NewPort]);
-    for (const BlockAt& at : *blocks) {
-        outcome = outcome.ok() ? moveBlock(change, at, given) : outcome;
+    Outcome outcome = isFree(change.configuration(), site, meant->blocks, given[NewPort]);
+    for (const BlockAt& at : meant->blocks) {
+        outcome = outcome.ok() ? moveBlock(change, at, meant->port, given) : outcome;
     }
     return outcome;
 }
@@ -113,7 +124,10 @@ Command sitePort() {
         .action = changePort,
         .parameters = {SiteName, NewPort, NewAddress, OnPort},
         .operations = {"ApacheHelper::Apache_ChangeVirtualHostPort"},
-        .more = "Blocks with TLS keep their port unless --port names it.",
+        .more =
+            "Without --port the port of the site's first block that speaks plain HTTP is meant; other "
+            "ports "
+            "stay.",
         .examples = {"site port shop.example 8080", "site port shop.example 8443 --port 443"},
     };
 }
