@@ -1,5 +1,8 @@
 #include "phases/Stage.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
@@ -121,13 +124,20 @@ private:
     std::string placeOf(const std::string& path) const {
         return path.starts_with(work_ + "/") ? path : work_ + "/scratch-" + nameOf(path);
     }
-    // What is made twice, or where something stands, cannot be made.
+    // One that an undo has left because there was something in it is taken as it is.
+    static bool isOwnDirectory(const Effect& effect) {
+        struct stat status {};
+        return effect.step == Effect::Step::MakeDirectory && ::lstat(effect.path.c_str(), &status) == 0 &&
+               S_ISDIR(status.st_mode) &&
+               (status.st_uid == ::geteuid() || (effect.user && status.st_uid == *effect.user));
+    }
+    // What is made twice, or where something else stands, cannot be made.
     bool note(Effect effect) {
         const bool isThere = exists(effect.path) || planned_.contains(effect.path);
         if (effect.step == Effect::Step::MakeFile && isThere) {
             return true;
         }
-        if (effect.step == Effect::Step::ProvideDirectory) {
+        if (effect.step == Effect::Step::ProvideDirectory || isOwnDirectory(effect)) {
             effect.step = isThere ? Effect::Step::GiveAccess : Effect::Step::MakeDirectory;
         }
         const bool directory = effect.step == Effect::Step::MakeDirectory;

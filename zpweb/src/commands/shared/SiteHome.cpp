@@ -1,6 +1,7 @@
 #include "commands/shared/SiteHome.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <vector>
 
@@ -10,12 +11,21 @@
 #include "sys/File.h"
 #include "sys/GuardedFolder.h"
 #include "sys/Look.h"
+#include "sys/Process.h"
 
 namespace zpweb {
 
 namespace {
 
 constexpr mode_t HomeMode = 0711;
+
+// One of the owner's or of root's, and no link: as an undo leaves it that finds something in it.
+bool isDirectoryOf(const std::string& owner, const std::string& path) {
+    const auto account = zp::host::findAccount(owner);
+    struct stat status {};
+    return ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) &&
+           (status.st_uid == ::geteuid() || (account && status.st_uid == account->user));
+}
 
 // The directories from the top to this one.
 std::vector<std::string> wayTo(const std::string& path) {
@@ -48,8 +58,9 @@ Outcome makeHome(Transaction& change, const std::string& home, const std::string
     for (const char* folder :
          {"/www", "/www/html", "/www/cgi-bin", "/log", "/log/httpd", "/db", "/special"}) {
         made.push_back(home + folder);
-        if (exists(made.back())) {
-            return failure(Status::Exists, made.back() + ": exists already; a site's folders are made new");
+        if (exists(made.back()) && !isDirectoryOf(owner, made.back())) {
+            return failure(Status::Exists, made.back() + ": exists already, and is no directory of " +
+                                               owner + "'s that the site could take");
         }
     }
     const auto account = zp::host::findAccount(owner);
@@ -67,11 +78,20 @@ Outcome makeReachable(Transaction& change, const std::string& home, bool open) {
     if (!user) {
         return done();  // nothing is known of who serves it
     }
+    bool reached = true;  // behind a closed directory only the mode bits can be looked at
     for (const std::string& directory : wayTo(folderOf(home))) {
         struct stat status {};
-        if (!lookAt(directory, status) || canPass(*user, status)) {
+        const bool there = lookAt(directory, status);
+        const bool passes = there && canPass(*user, status);
+        if (!there || (reached ? canEnter(user->name, {directory}).front() : passes)) {
             continue;
         }
+        if (reached && passes) {
+            return failure(Status::Refused, "the access list of " + directory +
+                                                " keeps the server's user " + user->name +
+                                                " out (see getfacl): the site could not be seen");
+        }
+        reached = false;
         if (!open) {
             return failure(Status::Refused,
                            "the server's user " + user->name + " cannot pass " + directory +
