@@ -65,9 +65,20 @@ Excerpt excerptFrom(const Edit& edit, const ConfigurationFile& file) {
             scope->first};
 }
 
-// A file that is shown whole is named alone.
-std::string placeOf(const Edit& edit, const Excerpt& excerpt) {
-    return excerpt.line == 0 ? edit.file : edit.file + ":" + std::to_string(excerpt.line + 1);
+// Has what the operation sees lines that it can read? The place that is named is that of the file.
+Outcome isReadable(const Edit& edit, const Excerpt& excerpt, const ConfigurationFile& file) {
+    Outcome readable = holdsNoLongLine(edit.file, Lines(excerpt.seen), edit.bound);
+    if (readable.ok() || excerpt.seen == file.content().text()) {
+        return readable;
+    }
+    const Lines own(excerpt.of);
+    const auto longest = std::max_element(
+        own.all.begin(), own.all.end(),
+        [](std::string_view one, std::string_view other) { return one.size() < other.size(); });
+    const size_t line =
+        file.firstLine() + excerpt.line + static_cast<size_t>(longest - own.all.begin()) + 1;
+    return failure(edit.file + ":" + std::to_string(line) + ": the line is longer than the " +
+                   std::to_string(edit.bound) + " characters that this operation reads; shorten it first");
 }
 
 }  // namespace
@@ -98,8 +109,7 @@ Outcome Transaction::edit(const Edit& edit) {
     const Content before = current.content();
     const Excerpt excerpt = settings_.exact ? wholeOf(before) : excerptFrom(edit, current);
     const std::string& part = excerpt.seen;
-    if (Outcome readable = holdsNoLongLine(placeOf(edit, excerpt), Lines(part), edit.bound);
-        !readable.ok()) {
+    if (Outcome readable = isReadable(edit, excerpt, current); !readable.ok()) {
         return readable;
     }
     StagedRun run;

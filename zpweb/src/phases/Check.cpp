@@ -150,12 +150,12 @@ std::string described(const std::string& serverOutput, const StagedConfiguration
     for (const auto& [name, live] : staged.liveNames) {
         for (size_t at = 0; (at = text.find(name, at)) != std::string::npos;) {
             const size_t mark = text.rfind(LineMark, at);
-            const size_t line = mark != std::string::npos && text.find('\n', mark) > at
-                                    ? numberAt(text, mark + std::string_view(LineMark).size())
-                                    : 0;
-            const std::string place = placeIn(configuration, live, line);
-            text.replace(at, name.size(), place);
-            at += place.size();
+            const bool marked = mark != std::string::npos && text.find('\n', mark) > at;
+            const size_t line = marked ? numberAt(text, mark + std::string_view(LineMark).size()) : 0;
+            const std::string place = (line > 0 ? "at " : "") + placeIn(configuration, live, line);
+            const size_t begin = line > 0 ? mark : at;
+            text.replace(begin, at + name.size() - begin, place);
+            at = begin + place.size();
         }
     }
     return text;
