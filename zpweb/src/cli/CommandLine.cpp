@@ -165,6 +165,31 @@ bool isOption(const std::string& name, const std::vector<Parameter>& parameters)
                        [&](const Parameter& parameter) { return parameter.name == name; });
 }
 
+// "--block ADDRESS" stands for the site that a command is about: the address is put where the name would
+// be.
+std::vector<std::string> withBlockInPlace(std::vector<std::string> words) {
+    constexpr const char* Block = "--block";
+    const auto option = std::find(words.begin(), words.end(), Block);
+    if (words.end() - option < 2) {
+        return words;
+    }
+    const std::string address = *(option + 1);
+    words.erase(option, option + 2);
+    for (size_t i = 0; i < words.size(); ++i) {
+        const Command* two = i + 1 < words.size() ? findCommand(words[i] + " " + words[i + 1]) : nullptr;
+        const Command* command = two != nullptr ? two : findCommand(words[i]);
+        if (command != nullptr) {
+            const auto at =
+                words.insert(words.begin() + static_cast<long>(i) + (two != nullptr ? 2 : 1), address);
+            if (isOption("--site", command->parameters)) {
+                words.insert(at, "--site");
+            }
+            break;
+        }
+    }
+    return words;
+}
+
 std::string likeOption(const std::string& name, const Command* command) {
     Nearest nearest(name);
     for (const Parameter& each : commonOptions()) {
@@ -201,7 +226,9 @@ std::string unknownOption(const std::vector<std::string>& words) {
 std::optional<int> parse(CommandLine& line, int argc, char** argv, std::ostream& out) {
     Parser parser(line);
     try {
-        parser.app().parse(argc, argv);
+        std::vector<std::string> words = withBlockInPlace({argv + 1, argv + argc});
+        std::reverse(words.begin(), words.end());  // as the parser wants them
+        parser.app().parse(std::move(words));
     } catch (const CLI::ParseError& error) {
         if (error.get_exit_code() == 0) {
             return parser.app().exit(error, out);  // help, version

@@ -5,7 +5,8 @@
 #include "commands/Commands.h"
 #include "commands/shared/Operation.h"
 #include "commands/shared/Scopes.h"
-#include "conf/Line.h"
+#include "conf/Text.h"
+#include "text/Statements.h"
 
 namespace zpweb {
 
@@ -13,10 +14,13 @@ namespace {
 
 Outcome restrictHandlers(Transaction& change, const Arguments&) {
     const ConfigurationFile& main = change.configuration().main();
-    const auto& lines = main.lines().all;
-    const auto has = [&](std::string_view word, std::string_view other) {
-        return std::any_of(lines.begin(), lines.end(), [&](std::string_view line) {
-            return zp::conf::contains(line, word) && zp::conf::contains(line, other);
+    const auto has = [&](std::string_view directive, std::string_view word) {
+        const auto& files = change.configuration().files();
+        return std::any_of(files.begin(), files.end(), [&](const auto& file) {
+            const Statements statements(file->content().text());
+            return std::any_of(statements.begin(), statements.end(), [&](const Statement& statement) {
+                return statement.is(directive) && zp::conf::contains(statement.arguments, word);
+            });
         });
     };
     if (has("AllowedHandlers", "")) {

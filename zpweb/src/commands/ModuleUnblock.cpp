@@ -12,6 +12,9 @@ namespace {
 Outcome removeBlock(Transaction& change, const Site& site, const Arguments& given) {
     const std::string name = site.name();
     const std::string module = "mod_" + given[Module];
+    if (Outcome one = site.hasOneBlock(); !one.ok()) {
+        return one;
+    }
     Edit edit;
     edit.file = site.first().file->path();
     edit.bound = bound::ModuleBlock;

@@ -15,6 +15,9 @@ Outcome serveFiles(Transaction& change, const Site& site, const Arguments& given
     if (!end.ok()) {
         return end.outcome();
     }
+    if (Outcome one = site.hasOneBlock(); !one.ok()) {
+        return one;
+    }
     change.output().set("site", name);
     change.output().set("root", root);
     if (!root.ends_with(*end)) {

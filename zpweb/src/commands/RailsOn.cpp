@@ -18,6 +18,9 @@ Outcome serve(Transaction& change, const Site& site, const Arguments& given) {
     if (!end.ok()) {
         return end.outcome();
     }
+    if (Outcome one = site.hasOneBlock(); !one.ok()) {
+        return one;
+    }
     const std::string folder = folderOf(root) + *end;
     change.output().set("site", name);
     change.output().set("root", folder);

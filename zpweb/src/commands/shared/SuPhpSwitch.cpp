@@ -11,6 +11,9 @@ Outcome switchSuPhp(Transaction& change, const Site& site, const SuPhpSwitch& wa
     const std::string name = site.name();
     const LineTest opens = opensModule(SuPhpModule);
     change.output().set("site", name);
+    if (Outcome one = site.hasOneBlock(); !one.ok()) {
+        return one;
+    }
     if (blockHas(place, opens) == wanted.on) {
         return done();
     }

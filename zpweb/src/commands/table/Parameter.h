@@ -69,7 +69,8 @@ constexpr Of<std::vector<std::string>> maybeMany(std::string_view name, Kind kin
     return {{name, kind, "", help, false, true}};
 }
 
-inline constexpr auto SiteName = needed("SITE", Kind::Site, "The site's name");
+inline constexpr auto SiteName =
+    needed("SITE", Kind::Site, "The site's name; FILE:LINE or --block ADDRESS for a block without one");
 inline constexpr auto InSite = option("--site", Kind::Site, "SITE", "In this website's block");
 inline constexpr auto PasswordFile =
     option("--password-file", Kind::InputFile, "FILE",

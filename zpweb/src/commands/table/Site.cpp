@@ -8,6 +8,7 @@
 #include "input/Quoted.h"
 #include "sys/File.h"
 #include "sys/Number.h"
+#include "text/Words.h"
 
 namespace zpweb {
 
@@ -42,6 +43,14 @@ std::vector<std::string> Site::files() const {
     return files;
 }
 
+Outcome Site::hasOneBlock() const {
+    return places.size() == 1
+               ? done()
+               : failure(Status::Refused, "site " + inQuotes(name()) + " has several blocks (" +
+                                              places[0].text() + ", " + places[1].text() +
+                                              "); this can be done to a site of one block only");
+}
+
 namespace {
 
 // A block by its place, FILE:LINE: for one that has no name, or shares it.
@@ -55,7 +64,37 @@ std::vector<Place> blockAt(const Configuration& configuration, const std::string
     return block == nullptr ? std::vector<Place>() : std::vector<Place>{{file, block}};
 }
 
+// The blocks at an address: those without a name, or else the one that has one.
+std::vector<Place> blocksAtAddress(const Configuration& configuration, const std::string& address) {
+    std::vector<Place> named;
+    std::vector<Place> nameless;
+    for (const auto& file : configuration.files()) {
+        for (const Block& block : file->blocks()) {
+            const std::vector<Word> words = writtenWords(block.addresses);
+            if (!block.stopped && std::any_of(words.begin(), words.end(),
+                                              [&](const Word& word) { return word.value() == address; })) {
+                (block.name.empty() ? nameless : named).push_back({file.get(), &block});
+            }
+        }
+    }
+    return nameless.empty() ? named : nameless;
+}
+
+Expected<Site> siteAt(const Configuration& configuration, const std::string& place) {
+    Site site{place.starts_with('/') ? blockAt(configuration, place)
+                                     : blocksAtAddress(configuration, place)};
+    if (site.places.size() > 1) {
+        return failure(Status::Usage, "address " + inQuotes(place) + ": several blocks have it (" +
+                                          site.places[0].text() + ", " + site.places[1].text() +
+                                          "); name one by its FILE:LINE");
+    }
+    return site.places.empty() ? failure(Status::NotFound, "block " + inQuotes(place) + ": there is none")
+                               : Expected(std::move(site));
+}
+
 }  // namespace
+
+bool isPlace(const std::string& name) { return name.find(':') != std::string::npos; }
 
 std::string Site::name() const {
     const Place& place = first();
@@ -69,6 +108,9 @@ Site knownSite(const Configuration& configuration, const std::string& name) {
 
 Expected<Site> findSite(const Configuration& configuration, const std::string& name) {
     Site site = knownSite(configuration, name);
+    if (site.places.empty() && isPlace(name)) {
+        return siteAt(configuration, name);
+    }
     if (site.places.empty()) {
         for (const MacroSite& made : macroSites(configuration)) {
             if (sameHost(made.name, name)) {

@@ -19,8 +19,12 @@ struct Site {
     bool isStopped() const { return first().block->stopped; }
     std::string name() const;                // its server's; the place of a block that has none
     std::vector<std::string> files() const;  // that hold its blocks, each once
+    // An error for a site of several blocks: for what can only be done to one.
+    Outcome hasOneBlock() const;
 };
 
+// Is it no name, but the place of a block: FILE:LINE, or the address of one without a name (*:80)?
+bool isPlace(const std::string& name);
 // One without places when there is none.
 Site knownSite(const Configuration& configuration, const std::string& name);
 // The same as NotFound, with what may have been meant.
