@@ -46,6 +46,9 @@ SITES = {
     "wild": block("*:80", "wild.example", "ServerAlias *.wild.example"),
     "quoted": block("*:80", '"quoted.example"', 'ServerAlias "www.quoted.example"', root="quoted.example"),
     "nameless": f"<VirtualHost 127.0.0.2:80>\n    DocumentRoot {PAGES}/nameless\n</VirtualHost>\n",
+    "shadowed": block("*:80", "shadowed.example", "ServerAdmin a@shadowed.example", "Include TREE/snippets/admin.conf",
+                      "<Location />", "    Require all granted", "</Location>"),
+    "unmet": "<IfDefine Absent>\n" + block("*:80", "unmet.example") + "</IfDefine>\n",
     "lower": f"<virtualhost *:80>\n    documentroot {PAGES}/lower.example\n    servername lower.example\n"
              f"    <directory {PAGES}/lower.example>\n        allowoverride none\n    </directory>\n</virtualhost>\n",
     "continued": f"<VirtualHost \\\n    *:80 \\\n    >\n    ServerName continued.example\n    ServerAlias \\\n        www.continued.example \\\n"
@@ -56,7 +59,7 @@ SITES = {
 HTTP, TLS, SIX = ("http", "127.0.0.1"), ("https", "127.0.0.1"), ("http", "::1")
 LISTENERS = {name + ".example": [HTTP] for name in SITES if "-" not in name}
 LISTENERS |= {"both.example": [HTTP, TLS], "pair.example": [HTTP, TLS], "secure.example": [TLS], "six.example": [SIX]}
-for absent in "backend nameless stopped".split():
+for absent in "backend nameless stopped unmet".split():
     del LISTENERS[absent + ".example"]
 
 
@@ -80,6 +83,7 @@ class Server:
         Path("/etc/ZeplarPanel.conf").unlink(missing_ok=True)
         (self.tree / "snippets").mkdir()
         (self.tree / "snippets/alias.conf").write_text("ServerAlias www.included.example\n")
+        (self.tree / "snippets/admin.conf").write_text("ServerAdmin b@shadowed.example\n")
         for name, text in SITES.items():
             self.place(name, text.replace("TREE", str(self.tree)))
         shutil.rmtree(self.kept, ignore_errors=True)

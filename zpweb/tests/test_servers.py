@@ -68,6 +68,76 @@ def test_a_closed_directory_is_closed_or_the_command_refused(server, words, stat
     assert refused(server, answer, before) or answer.status == 0 and server.get("plain.example", path="/inner/page.html")[0] == status, answer
 
 
+@pytest.mark.parametrize("words, reason", [
+    ("directive set ServerAdmin c@shadowed.example --site shadowed.example", "snippets/admin.conf:1"),
+    ("directive delete ServerAdmin --site shadowed.example", "snippets/admin.conf:1"),
+    (f"vdir create shadowed.example {PAGES}/shadowed.example --deny all", "lets everybody into"),
+    ("user add plain.example joe", "passwords that are no hashes"),
+    ("suphp on both.example", "several blocks"),
+])
+def test_what_would_not_be_in_effect_is_refused_with_the_place_that_stands_against_it(server, words, reason):
+    users = Path("/etc/webusers/passwd.plain.example")
+    users.parent.mkdir(exist_ok=True)
+    users.write_text("ann:secret\n")
+    users.chmod(0o600)
+    before = server.files()
+    answer = server.run(*words.split(), input="secret\n")
+    assert refused(server, answer, before) or answer.status == 1 and server.files() == before, answer
+    assert reason in answer.err and users.read_text() == "ann:secret\n", answer
+    users.unlink()
+
+
+def test_a_password_file_that_the_server_cannot_read_is_given_to_it(server):
+    inner = PAGES / "plain.example/inner"
+    inner.mkdir(exist_ok=True)
+    (inner / "page.html").write_text("inner")
+    server.do("vdir", "create", "plain.example", inner, "--protect")
+    server.do("user", "add", "plain.example", "joe", "--folder", inner, input="secret\n")
+    users = next(Path("/etc/webusers").glob("passwd.plain.example_*"))
+    users.chmod(0o600)
+    server.do("user", "add", "plain.example", "ann", "--folder", inner, input="other\n")
+    login = subprocess.run(["curl", "-s", "-o", "/dev/null", "-w", "%{http_code}", "-u", "joe:secret", "-H", "Host: plain.example",
+                            "http://127.0.0.1/inner/page.html"], capture_output=True, text=True)
+    assert login.stdout == "200" and server.get("plain.example", path="/inner/page.html")[0] == 401
+    shown = server.do("vdir", "show", "plain.example", inner, "--json").json
+    assert shown["require"] == ["require valid-user"] and shown["users"] == str(users) and shown["places"]
+    users.unlink()
+
+
+def test_reads_tell_what_the_server_has(server):
+    states = {row["name"]: row["state"] for row in server.do("site", "list", "--json").json["sites"]}
+    assert (states["unmet.example"], states["conditional.example"]) == ("not reached", "running")
+    shown = server.do("site", "show", "included.example", "--json").json
+    assert shown["served_names"] == ["www.included.example"] and "*:80" in shown["served_at"]
+    got = server.do("directive", "get", "ServerAdmin", "--site", "shadowed.example", "--json").json
+    assert got["value"] == "b@shadowed.example" and got["file"].endswith("snippets/admin.conf") and got["line"] == 1
+    assert {row["address"] for row in server.do("address", "list", "--json").json["addresses"]} >= {"*", "127.0.0.2", "::1"}
+
+
+def test_a_block_without_a_name_is_named_by_its_address(server):
+    before = server.files()
+    server.do("site", "suspend", "--block", "127.0.0.2:80")
+    assert server.get("any", ("http", "127.0.0.2"))[0] == 503
+    server.do("site", "resume", "--block", "127.0.0.2:80")
+    server.do("directive", "add", "ServerSignature", "Off", "--block", "127.0.0.2:80")
+    server.do("directive", "delete", "ServerSignature", "--block", "127.0.0.2:80")
+    assert server.files() == before and server.get("any", ("http", "127.0.0.2")) == (200, "nameless")
+
+
+def test_a_removed_name_that_the_default_site_still_answers_is_told(server):
+    server.do("host", "add", "both.example", "extra.example")
+    answer = server.do("host", "remove", "both.example", "extra.example")
+    assert "extra.example on *:443 still reaches both.example" in answer.err, answer
+
+
+def test_a_module_is_loaded_as_the_distribution_does(server):
+    name, directory = ("session_cookie", "mods-available") if isinstance(server, Debian) else ("expires", "conf.modules.d")
+    server.do("module", "load", name)
+    shown = server.do("module", "show", name, "--json").json
+    assert shown["loaded"] is True and directory in shown["place"]
+    assert server.serving() == server.all_served()
+
+
 def test_a_line_lands_within_the_block(server):
     (PAGES / "plain.example/start.html").write_text("start")
     server.do("site", "set", "lower.example", "--index", "start.html")
@@ -123,8 +193,11 @@ def test_a_new_site_answers_and_goes_without_a_trace(server):
     assert server.files() == before
     server.do("undo")
     assert server.get("new.example") == (200, "new")
+    answer = server.do("undo")
+    assert server.files() == before and "not empty" in answer.err
+    server.do(*CREATE, "--traverse")
+    assert server.get("new.example") == (200, "new"), "what the undo has left is the site's again"
     server.do("undo")
-    assert server.files() == before
 
 
 @pytest.mark.parametrize("options, reason", [
@@ -176,6 +249,8 @@ def test_a_site_is_disabled_and_enabled(server):
         assert answer.status == 3 and server.files() == before
         return
     assert answer.status == 0 and file_and_links(server, "plain") == (True, False)
+    listed = server.do("site", "list", "--all", "--json").json["sites"]
+    assert [row["state"] for row in listed if row["name"] == "plain.example"] == ["disabled"]
     assert not server.leads_to("plain.example", "plain.example")
     server.do("site", "enable", "plain.example")
     assert server.files() == before and server.serving() == server.all_served()

@@ -1,7 +1,10 @@
 // address list
+#include <set>
+
 #include "CZPWebsite.h"
 #include "Results.h"
 #include "commands/Commands.h"
+#include "commands/shared/AskedServer.h"
 #include "commands/shared/Operation.h"
 
 namespace zpweb {
@@ -10,7 +13,28 @@ namespace {
 
 constexpr int Listed = zp::result::website::Listed;
 
+// Each address of each block, as the server has it.
+void addServed(List& rows, const Reading& reading) {
+    std::set<std::pair<std::string, std::string>> listed;
+    for (const VirtualHost& host : reading.hosts()) {
+        const Origin origin = reading.originOf(host);
+        for (const std::string& written : host.addresses) {
+            const std::string address = bareAddress(written);
+            if (listed.emplace(address, origin.file).second) {
+                rows.row()
+                    .add("address", address)
+                    .add("file", origin.file)
+                    .add("line", static_cast<long>(origin.line));
+            }
+        }
+    }
+}
+
 Outcome list(Session& session, const Configuration& configuration, const Arguments&) {
+    if (const auto reading = askedServer(session, configuration)) {
+        addServed(session.output.list("addresses", {"address", "file", "line"}), *reading);
+        return done();
+    }
     List& rows = session.output.list("addresses", {"address", "file"});
     for (const auto& file : configuration.files()) {
         CZPWebsite website(nullptr, file->path().c_str());

@@ -1,5 +1,6 @@
 // directive get: a directive's value, of the server or of a site.
 #include "commands/Commands.h"
+#include "commands/shared/AskedServer.h"
 #include "commands/shared/Directives.h"
 #include "commands/shared/Operation.h"
 #include "commands/shared/Readable.h"
@@ -52,7 +53,47 @@ Expected<Found> find(const Configuration& configuration, const Arguments& given)
                : Expected(found);
 }
 
+// The directive that counts for the server: of a site that of its first block which has one.
+const Directive* effective(const Reading& reading, const Site* site, const std::string& name) {
+    if (site == nullptr) {
+        const auto all = reading.inSection(Directive::None, name);
+        return all.empty() ? nullptr : all.back();
+    }
+    for (const VirtualHost* host : servedBlocks(reading, *site)) {
+        if (const auto all = reading.inSection(host->directive, name); !all.empty()) {
+            return all.back();
+        }
+    }
+    return nullptr;
+}
+
+// By the server's reading; false where that shows nothing.
+bool getEffective(Session& session, const Configuration& configuration, const Arguments& given) {
+    const auto name = given[InSite];
+    const auto site = name ? findSite(configuration, *name) : Expected<Site>(failure(""));
+    const auto reading = name && !site.ok() ? nullptr : askedServer(session, configuration);
+    const Directive* found =
+        reading != nullptr ? effective(*reading, name ? &*site : nullptr, given[DirectiveName]) : nullptr;
+    const bool quoted = found != nullptr && found->arguments.starts_with('"');
+    if (found == nullptr || (given[Quoted] && !quoted)) {
+        return false;
+    }
+    const std::vector<std::string> words = argumentsIn(found->arguments);
+    const std::string value = words.size() == 1 ? words.front() : std::string(found->arguments);
+    session.output.set("directive", given[DirectiveName]);
+    session.output.set("value", value);
+    session.output.set("file", reading->originOf(*found).file);
+    session.output.set("line", static_cast<long>(reading->originOf(*found).line));
+    if (const auto wanted = given[Is]) {
+        session.output.set("matches", argumentsIn(*wanted) == words);
+    }
+    return true;
+}
+
 Outcome get(Session& session, const Configuration& configuration, const Arguments& given) {
+    if (getEffective(session, configuration, given)) {
+        return done();
+    }
     const auto found = find(configuration, given);
     if (!found.ok()) {
         return found.outcome();

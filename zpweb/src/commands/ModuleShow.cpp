@@ -18,7 +18,11 @@ Outcome show(Session& session, const Configuration& configuration, const Argumen
     bool installed = false;
     quietly(session.output, [&] { return helper.Apache_checkModulePhysicalPath(main, name, installed); });
     session.output.set("module", name);
-    session.output.set("loaded", isLoaded(configuration, name, session.output));
+    const auto running = session.settings.check ? loadedModules(configuration) : std::nullopt;
+    session.output.set("loaded", running ? running->contains(name + "_module")
+                                         : isLoaded(configuration, name, session.output));
+    const std::string place = placeOfModule(configuration, name);
+    session.output.set("place", known(place));
     session.output.set("installed", installed);
     const auto wanted = given[OfSite];
     if (!wanted) {

@@ -1,14 +1,17 @@
 // site list
 #include <algorithm>
+#include <optional>
 #include <set>
 #include <unordered_map>
 
 #include "CZPWebsite.h"
 #include "Results.h"
 #include "commands/Commands.h"
+#include "commands/shared/AskedServer.h"
 #include "commands/shared/MacroSites.h"
 #include "commands/shared/Operation.h"
 #include "commands/shared/SiteBlocks.h"
+#include "commands/shared/SiteFiles.h"
 #include "conf/Text.h"
 #include "input/HostName.h"
 
@@ -18,6 +21,8 @@ namespace {
 
 constexpr auto Names = flag("--names", "Only the names, as the panel's own listing finds them");
 constexpr auto ByBlock = flag("--by-block", "One row for each block instead of each site");
+
+constexpr auto All = flag("--all", "Those in files that are not enabled, too");
 
 constexpr int Listed = zp::result::website::Listed;
 
@@ -90,14 +95,47 @@ std::string readableOf(std::string_view name) {
     return readable == name ? std::string() : readable;
 }
 
-void addRow(List& rows, const std::vector<Place>& places, bool json) {
+// Conditions around blocks can only be judged by the server.
+bool needsServer(const Configuration& configuration) {
+    return std::any_of(configuration.files().begin(), configuration.files().end(), [](const auto& file) {
+        return std::any_of(file->blocks().begin(), file->blocks().end(), [](const Block& block) {
+            return block.conditional && !block.stopped && !block.name.empty();
+        });
+    });
+}
+
+// Where the server's blocks begin; absent: it was not asked.
+using Served = std::optional<std::set<std::pair<std::string, size_t>>>;
+Served servedPlaces(Session& session, const Configuration& configuration) {
+    const auto reading = needsServer(configuration) ? askedServer(session, configuration) : nullptr;
+    if (reading == nullptr) {
+        return std::nullopt;
+    }
+    Served served(std::in_place);
+    for (const VirtualHost& host : reading->hosts()) {
+        const Origin origin = reading->originOf(host);
+        served->emplace(origin.file, origin.line);
+    }
+    return served;
+}
+
+std::string_view stateOf(const std::vector<Place>& places, const Served& served) {
+    const bool reached = !served || std::any_of(places.begin(), places.end(), [&](const Place& place) {
+        return !place.block->conditional ||
+               served->contains({place.file->path(), place.block->lines.first + 1});
+    });
+    const std::string_view state = stateOf(places);
+    return reached || state == "stopped" ? state : "not reached";
+}
+
+void addRow(List& rows, const std::vector<Place>& places, bool json, const Served& served) {
     const Block& block = *places.front().block;
     const std::string readable = readableOf(block.name);
     rows.row().add("name", block.name);
     if (!readable.empty()) {
         rows.add("readable", readable);
     }
-    rows.add("state", stateOf(places));
+    rows.add("state", stateOf(places, served));
     const std::vector<std::string> flags = flagsOf(places);
     if (json) {
         std::vector<std::string> names;
@@ -136,6 +174,20 @@ void addRow(List& rows, const MacroSite& site, bool json) {
     rows.add("names", site.names).add("blocks", JsonText{block}).add("flags", std::vector<std::string>());
 }
 
+// A site whose file no link lets the server read.
+void addRow(List& rows, const DisabledSite& site, bool json) {
+    rows.row().add("name", site.name).add("state", "disabled");
+    const std::string place = site.file + ":" + std::to_string(site.line);
+    if (json) {
+        rows.add("names", std::vector<std::string>())
+            .add("blocks", JsonText{"[]"})
+            .add("flags", std::vector<std::string>())
+            .add("place", place);
+    } else {
+        rows.add("address", "").add("root", "").add("place", place);
+    }
+}
+
 bool hasInternationalisedName(const Configuration& configuration) {
     return std::any_of(configuration.files().begin(), configuration.files().end(), [](const auto& file) {
         return std::any_of(file->blocks().begin(), file->blocks().end(),
@@ -163,18 +215,26 @@ Outcome list(Session& session, const Configuration& configuration, const Argumen
     if (hasInternationalisedName(configuration)) {
         columns.insert(columns.begin() + 1, "readable");
     }
+    const Served served = servedPlaces(session, configuration);
     List& rows = session.output.list("sites", std::move(columns));
     for (const std::vector<Place>& places : sitesOf(configuration)) {
         if (!given[ByBlock]) {
-            addRow(rows, places, session.settings.json);
+            addRow(rows, places, session.settings.json, served);
             continue;
         }
         for (const Place& place : places) {
-            addRow(rows, {place}, session.settings.json);
+            addRow(rows, {place}, session.settings.json, served);
         }
     }
     for (const MacroSite& site : macroSites(configuration)) {
         addRow(rows, site, session.settings.json);
+    }
+    std::set<std::string> disabled;
+    for (const DisabledSite& site :
+         given[All] ? disabledSites(configuration) : std::vector<DisabledSite>()) {
+        if (disabled.emplace(site.name).second) {
+            addRow(rows, site, session.settings.json);
+        }
     }
     return done();
 }
@@ -186,13 +246,13 @@ Command siteList() {
         .words = "site list",
         .summary = "List the websites",
         .action = list,
-        .parameters = {ByBlock, Names},
+        .parameters = {All, ByBlock, Names},
         .operations = {"CZPWebsite::ListWebsites", "CZPWebsite::VHostsInIncFile"},
         .more =
             "A site is flagged \"duplicate\" when its name stands twice at the same address, so that only "
             "the "
             "first block is served, and \"unreachable\" when no request can ask for its name.",
-        .examples = {"site list", "site list --by-block", "site list --json"},
+        .examples = {"site list", "site list --all", "site list --by-block", "site list --json"},
     };
 }
 

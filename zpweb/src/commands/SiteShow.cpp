@@ -1,6 +1,9 @@
 // site show: one site's settings.
+#include <algorithm>
+
 #include "Results.h"
 #include "commands/Commands.h"
+#include "commands/shared/AskedServer.h"
 #include "commands/shared/Readable.h"
 #include "commands/shared/SiteBlocks.h"
 #include "commands/shared/SiteInfo.h"
@@ -68,6 +71,39 @@ void showBlocks(Output& output, const Site& site) {
     output.set("blocks", JsonText{blocks});
 }
 
+// Where the names lead and what the root is, as the server has it.
+void showServed(Output& output, const Reading& reading, const Site& site) {
+    const auto blocks = servedBlocks(reading, site);
+    std::vector<std::string> names;
+    std::string root;
+    std::string rootAt;
+    for (const VirtualHost* host : blocks) {
+        for (const auto* list : {&host->names.aliases, &host->names.wildAliases}) {
+            for (const std::string& name : *list) {
+                if (std::find(names.begin(), names.end(), name) == names.end()) {
+                    names.push_back(name);
+                }
+            }
+        }
+        const auto roots = reading.inSection(host->directive, "DocumentRoot");
+        if (root.empty() && !roots.empty()) {
+            root = reading.valueIn(host->directive, "DocumentRoot");
+            rootAt = reading.originOf(*roots.back()).text();
+        }
+    }
+    std::vector<std::string> listeners;
+    for (const Endpoint& endpoint : reading.endpoints()) {
+        const VirtualHost* reached = reading.leadsTo(site.name(), endpoint);
+        if (std::find(blocks.begin(), blocks.end(), reached) != blocks.end()) {
+            listeners.push_back(endpoint.text());
+        }
+    }
+    output.set("served_names", names);
+    output.set("served_root", known(root));
+    output.set("root_at", known(rootAt));
+    output.set("served_at", listeners);
+}
+
 Outcome show(Session& session, const Configuration& configuration, const Site& site, const Arguments&) {
     const Place& place = site.first();
     const Readable readable(*place.block);
@@ -90,6 +126,12 @@ Outcome show(Session& session, const Configuration& configuration, const Site& s
     setPairs(output, "redirect", info.record.Redirect);
     setPairs(output, "error_document", info.record.ErrorDoc);
     showSettings(output, configuration, site.name());
+    if (const auto reading = askedServer(session, configuration)) {
+        showServed(output, *reading, site);
+        if (stateOf(site.places) == "running" && servedBlocks(*reading, site).empty()) {
+            output.set("state", "not reached");
+        }
+    }
     std::vector<std::string> all;
     for (const Place& each : site.places) {
         all.push_back(each.text());

@@ -1,9 +1,11 @@
 // vdir show: a directory's settings.
 #include "Results.h"
 #include "commands/Commands.h"
+#include "commands/shared/AskedServer.h"
 #include "commands/shared/DirectoryBlock.h"
 #include "commands/shared/Operation.h"
 #include "commands/shared/Readable.h"
+#include "server/DirectoryRules.h"
 
 namespace zpweb {
 
@@ -22,7 +24,31 @@ std::string switchText(const SOptions& options) {
     return text;
 }
 
-Outcome show(Session& session, const Configuration&, const Site& site, const Arguments& given) {
+// What the server has of the directory's sections: who may see it, the options, and where they stand.
+void showEffective(Output& output, const Reading& reading, const Site& site, const std::string& folder) {
+    std::vector<std::string> terms;
+    std::vector<std::string> places;
+    std::string options;
+    std::string users;
+    for (const VirtualHost* host : servedBlocks(reading, site)) {
+        for (const uint32_t section : directorySections(reading, host->directive, folder)) {
+            places.push_back(reading.originOf(reading.directives()[section]).text());
+            const std::vector<std::string> here = termsOf(reading, section);
+            terms = here.empty() ? terms : here;
+            users = reading.valueIn(section, "AuthUserFile");
+            for (const Directive* each : reading.inSection(section, "Options")) {
+                options = each->arguments;
+            }
+        }
+    }
+    output.set("require", terms);
+    output.set("effective_options", known(options));
+    output.set("users", known(users));
+    output.set("places", places);
+}
+
+Outcome show(Session& session, const Configuration& configuration, const Site& site,
+             const Arguments& given) {
     const Place& place = site.first();
     SDDir record{};
     setField(record.DomainName, domainOf(*place.block));
@@ -49,6 +75,9 @@ Outcome show(Session& session, const Configuration&, const Site& site, const Arg
     output.set("perl", record.PerlEnabled == '1');
     output.set("rails", record.RubyOnRails == '1');
     output.set("several_aliases", aliases == 1);
+    if (const auto reading = askedServer(session, configuration)) {
+        showEffective(output, *reading, site, record.DirPath);
+    }
     return done();
 }
 

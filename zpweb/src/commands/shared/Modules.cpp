@@ -6,6 +6,10 @@
 #include "commands/shared/Operation.h"
 #include "commands/shared/Readable.h"
 #include "commands/shared/Scopes.h"
+#include "conf/Text.h"
+#include "server/Program.h"
+#include "sys/Process.h"
+#include "text/Statements.h"
 
 namespace zpweb {
 
@@ -31,6 +35,38 @@ bool isLoaded(const Configuration& configuration, const std::string& name, Outpu
         }));
         return loaded;
     });
+}
+
+std::optional<std::set<std::string>> loadedModules(const Configuration& configuration) {
+    const std::string& main = configuration.main().path();
+    const Program program(main);
+    const Finished answer = program.found()
+                                ? runProgram(program.command({"-t", "-D", "DUMP_MODULES", "-f", main}))
+                                : Finished{};
+    if (answer.status != 0) {
+        return std::nullopt;
+    }
+    std::set<std::string> modules;
+    const Lines lines(answer.output);
+    for (const std::string_view line : lines.all) {
+        if (const size_t kind = line.find(" ("); line.starts_with(' ') && kind != std::string_view::npos) {
+            modules.emplace(zp::conf::skipSpace(line.substr(0, kind)));
+        }
+    }
+    return modules;
+}
+
+std::string placeOfModule(const Configuration& configuration, const std::string& name) {
+    std::string place;
+    for (const auto& file : configuration.files()) {
+        const Statements statements(file->content().text());
+        for (const Statement& statement : statements) {
+            if (statement.is("LoadModule") && statement.argument(0) == name + "_module") {
+                place = file->path() + ":" + std::to_string(statement.lines.first + 1);
+            }
+        }
+    }
+    return place;
 }
 
 }  // namespace zpweb

@@ -1,6 +1,8 @@
 // Modules of the server.
 #pragma once
 
+#include <optional>
+#include <set>
 #include <string>
 
 #include "commands/table/Parameter.h"
@@ -13,5 +15,11 @@ inline constexpr auto Module = needed("MODULE", Kind::Word, "Its name, such as \
 
 // The library looks into one file; the server loads its modules from all of its files.
 bool isLoaded(const Configuration& configuration, const std::string& name, Output& output);
+
+// Those that the server has, built in or loaded ("rewrite_module"), whatever condition or link brings them
+// about; absent when it cannot be asked.
+std::optional<std::set<std::string>> loadedModules(const Configuration& configuration);
+// Where the module is loaded, FILE:LINE; empty when no line does.
+std::string placeOfModule(const Configuration& configuration, const std::string& name);
 
 }  // namespace zpweb
