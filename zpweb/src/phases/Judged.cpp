@@ -75,9 +75,11 @@ Judged judgeLive(const Judging& change) {
     Judged judged;
     judged.live = liveReading(change.configuration, change.readingFile);
     judged.staged = judged.live;
-    for (const auto& [about, holds] :
-         judged.live != nullptr ? change.expectations
-                                : std::map<std::pair<std::string, std::string>, Postcondition>()) {
+    if (judged.live == nullptr) {
+        change.output.setJudged(false);
+        return judged;
+    }
+    for (const auto& [about, holds] : change.expectations) {
         judged.outcome = judged.outcome.ok() ? holds(*judged.live) : judged.outcome;
     }
     return judged;
