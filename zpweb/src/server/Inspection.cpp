@@ -1,6 +1,7 @@
 #include "server/Inspection.h"
 
 #include <set>
+#include <unordered_map>
 
 #include "sys/File.h"
 #include "sys/Process.h"
@@ -21,36 +22,38 @@ std::string withoutChatter(std::string text) {
     return text.substr(0, text.find_last_not_of('\n') + 1);
 }
 
-// One pass finds what stands in the folder.
-std::string withLiveNamesIn(const std::string& folder, const std::string& text, const LiveNames& names) {
+using LiveOf = std::unordered_map<std::string_view, std::string_view>;
+
+// The text with the names of staged files in one directory replaced. A name ends where a line number, a
+// quote or the line's end follows.
+std::string withLiveNamesIn(const std::string& folder, std::string text, const LiveOf& live) {
     std::string renamed;
     size_t from = 0;
-    for (size_t at = 0; (at = text.find(folder, from)) != std::string::npos;) {
-        const std::string_view rest = std::string_view(text).substr(at);
-        const std::pair<std::string, std::string>* best = nullptr;
-        for (const auto& name : names) {
-            if (rest.starts_with(name.first) &&
-                (best == nullptr || name.first.size() > best->first.size())) {
-                best = &name;
-            }
+    for (size_t at = 0; (at = text.find(folder, at)) != std::string::npos;) {
+        const size_t end = std::min(text.find_first_of(":\"\n", at), text.size());
+        const auto name = live.find(std::string_view(text).substr(at, end - at));
+        if (name != live.end()) {
+            renamed.append(text, from, at - from).append(name->second);
+            from = end;
         }
-        renamed.append(text, from, at - from);
-        renamed += best != nullptr ? best->second : folder;
-        from = at + (best != nullptr ? best->first.size() : folder.size());
+        at = end;
     }
     return from == 0 ? text : renamed.append(text, from);
 }
 
-// Staged files stand in the stage, or beside the files whose places they take.
+// Staged files stand in the stage, or beside the files whose places they take: in few directories, however
+// many they are.
 std::string withLiveNames(std::string text, const LiveNames& names) {
+    LiveOf live;
     std::set<std::string> folders;
-    for (const auto& [staged, live] : names) {
-        if (staged != live) {
+    for (const auto& [staged, name] : names) {
+        if (staged != name) {
+            live.emplace(staged, name);
             folders.insert(folderOf(staged) + "/");
         }
     }
     for (const std::string& folder : folders) {
-        text = withLiveNamesIn(folder, text, names);
+        text = withLiveNamesIn(folder, std::move(text), live);
     }
     return text;
 }
