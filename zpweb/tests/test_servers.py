@@ -112,6 +112,7 @@ def test_reads_tell_what_the_server_has(server):
     got = server.do("directive", "get", "ServerAdmin", "--site", "shadowed.example", "--json").json
     assert got["value"] == "b@shadowed.example" and got["file"].endswith("snippets/admin.conf") and got["line"] == 1
     assert {row["address"] for row in server.do("address", "list", "--json").json["addresses"]} >= {"*", "127.0.0.2", "::1"}
+    assert "*:443" in [row["listener"] for row in server.run("doctor", "--json").json["listeners"]]
 
 
 def test_a_block_without_a_name_is_named_by_its_address(server):
