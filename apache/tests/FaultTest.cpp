@@ -1,12 +1,14 @@
 // Every operation that writes, with every system call that matters failing once in every way: what was
 // there is there, or all of what was to come, and the result tells which.
 #include <CZPUsers.h>
+#include <CZPWebsite.h>
 #include <FileHandling.h>
 #include <PrivateFolder.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -305,4 +307,33 @@ TEST_P(Faults, LeaveTheOldOrTheNew) {
         }
     }
     std::cout << "faults: " << GetParam().name << " " << injected << " " << violations << "\n";
+}
+
+// A name that is cut where one buffer ends, and whose rest cannot be read, is no answer; a call that was
+// interrupted is made again.
+TEST(ReadFault, MakesNoPartOfALineAnAnswer) {
+    constexpr size_t Buffer = size_t{128} * 1024;
+    const std::string name = "<VirtualHost *>\nServerName example.com";
+    std::string text;
+    while (text.size() < Buffer - name.size()) {
+        text += std::string(std::min<size_t>(500, Buffer - name.size() - text.size() - 1), '#') + "\n";
+    }
+    const std::string file = scratch("httpd.conf");
+    writeFile(file, text + name + ".au\n</VirtualHost>\n");
+    const auto ask = [&](const faults::Fault& fault) {
+        return faults::run(fault,
+                           [&] { return CZPWebsite(nullptr, file.c_str()).WebsiteExists("example.com"); });
+    };
+    const faults::Run whole = ask({});
+    ASSERT_EQ(WEXITSTATUS(whole.status), 32);
+    int reads = 0;
+    for (int call = 1; call <= whole.calls; ++call) {
+        const faults::Run failed = ask({faults::Kind::Eio, call});
+        if (failed.hit && failed.where.starts_with("read ")) {
+            ++reads;
+            EXPECT_EQ(WEXITSTATUS(failed.status), 22) << failed.where << " at " << call;
+            EXPECT_EQ(WEXITSTATUS(ask({faults::Kind::Eintr, call}).status), 32) << call;
+        }
+    }
+    EXPECT_GE(reads, 2);
 }
