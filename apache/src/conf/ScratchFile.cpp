@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
@@ -130,7 +131,9 @@ bool ScratchFile::finish(int source) {
 
 void ScratchFile::remove() {
     close();
-    ::unlinkat(directory_, path_.c_str(), 0);
+    if (::unlinkat(directory_, path_.c_str(), 0) != 0 && errno != ENOENT) {
+        ::unlinkat(directory_, path_.c_str(), 0);  // what fails for a moment leaves nothing behind
+    }
 }
 
 }  // namespace zp::conf

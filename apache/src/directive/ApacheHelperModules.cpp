@@ -164,6 +164,9 @@ int ApacheHelper::Apache_DeleteVhIfmoduleBlock(std::string apacheConfFile, std::
         return result::ConfigurationNotOpened;
     }
     if (!copyToModuleBlock(rewrite, domainName, moduleName)) {
+        if (rewrite.source().failed()) {
+            rewrite.discard();
+        }
         return rewrite.blame<int>(result::ConfigurationNotOpened,
                                   result::helper::Done);  // the unfinished copy stays
     }

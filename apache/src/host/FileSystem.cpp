@@ -72,7 +72,11 @@ mode_t modeAndTypeOf(const std::string& path) {
     return look(path, status) ? status.st_mode : 0;
 }
 
-void removeFile(const std::string& path) { static_cast<void>(::unlink(path.c_str())); }
+void removeFile(const std::string& path) {
+    if (::unlink(path.c_str()) != 0 && errno != ENOENT) {
+        static_cast<void>(::unlink(path.c_str()));  // what fails for a moment leaves nothing behind
+    }
+}
 
 std::vector<std::string> filesIn(const std::string& directory) {
     std::vector<std::string> files;

@@ -103,13 +103,14 @@ bool moveDurably(const std::string& from, const std::string& to) {
     const bool isNear = onSameFileSystem(from, target.directory);
     const std::string near = isNear ? from : besides(target);
     const bool whole = (isNear || copyWhole(from, near)) && sync(near);
+    if (!isNear) {
+        removeFile(
+            from);  // before the move, so that a run that ends here leaves no scratch file in its place
+    }
     if (whole) {
         runInShell({program::Move, near, to});
     } else {
         removeFile(near);
-    }
-    if (!isNear) {
-        removeFile(from);
     }
     return whole;
 }
