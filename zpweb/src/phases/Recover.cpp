@@ -107,7 +107,9 @@ Outcome recover(const State& state, Output& output, bool dryRun) {
                        ": a dry run leaves it as it is; the next change clears it up first");
     }
     if (!dryRun) {
-        ::unlink((state.journal() + ".new").c_str());  // one that was not finished was not in force
+        for (const std::string& unfinished : {state.journal(), state.reading()}) {
+            ::unlink((unfinished + ".new").c_str());  // it was not in force
+        }
     }
     const auto text = readFile(state.journal());
     if (!text.ok()) {

@@ -38,6 +38,8 @@ std::string accountLine(const std::string& log) {
     }
     const passwd* user = ::getpwuid(status.st_uid);
     const group* members = ::getgrgid(status.st_gid);
+    user = user != nullptr ? user : ::getpwuid(status.st_uid);  // a search may fail for a moment
+    members = members != nullptr ? members : ::getgrgid(status.st_gid);
     if (user == nullptr || members == nullptr) {
         return {};
     }

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cerrno>
 
 #include "store/JournalText.h"
 #include "sys/File.h"
@@ -14,16 +15,23 @@ namespace zpweb {
 namespace {
 
 // Somebody may have filled since what was made empty. Only a candidate holds something of the change's own.
-void removeFrom(int directory, const std::string& name) {
+// False when that could not be done at this moment.
+bool removeFrom(int directory, const std::string& name) {
     struct stat status {};
     if (::fstatat(directory, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
-        return;
+        return errno == ENOENT;
     }
     const bool isDirectory = S_ISDIR(status.st_mode);
     const bool empty = S_ISREG(status.st_mode) && status.st_size == 0;
-    if (isDirectory || empty || name.starts_with(".zpweb-")) {
-        ::unlinkat(directory, name.c_str(), isDirectory ? AT_REMOVEDIR : 0);
-    }
+    const bool goes = isDirectory || empty || name.starts_with(".zpweb-");
+    return !goes || ::unlinkat(directory, name.c_str(), isDirectory ? AT_REMOVEDIR : 0) == 0 ||
+           errno == ENOTEMPTY;
+}
+
+bool removeOne(const std::string& path) {
+    const auto directory = openGuarded(folderOf(path));
+    return directory.ok() ? removeFrom(directory->number(), nameOf(path))
+                          : directory.outcome().status == Status::NotFound;
 }
 
 }  // namespace
@@ -37,9 +45,8 @@ std::optional<Journal> Journal::from(const std::string& text) {
 
 void removeMade(const std::vector<std::string>& made) {
     std::for_each(made.rbegin(), made.rend(), [](const std::string& path) {
-        if (const auto directory = openGuarded(folderOf(path)); directory.ok()) {
-            removeFrom(directory->number(), nameOf(path));
-        }
+        static_cast<void>(removeOne(path) ||
+                          removeOne(path));  // what fails for a moment leaves nothing behind
     });
 }
 

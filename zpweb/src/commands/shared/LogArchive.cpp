@@ -11,6 +11,7 @@
 #include "CZPWebsite.h"
 #include "Results.h"
 #include "commands/shared/Operation.h"
+#include "host/HeldFile.h"
 #include "sys/File.h"
 #include "sys/GuardedFolder.h"
 #include "sys/Process.h"
@@ -23,7 +24,7 @@ constexpr std::string_view Packed = ".tar.gz";
 constexpr int MostOfAnHour = 1000;
 constexpr mode_t OwnerOnly = 0700;
 constexpr std::string_view RoomName = ".zpweb-rotate.";
-constexpr std::string_view LibrarysRoomName = ".zprotate.";
+constexpr const char* Kept = ".kept";  // the log's second name, until its archive is whole
 
 std::string numbered(const std::string& name, int number) {
     return number == 1 ? name : name + "." + std::to_string(number);
@@ -104,16 +105,19 @@ void empty(int beside, const std::string& room, int out, const std::string& asid
     if (!inside.isOpen() || ::fstat(inside.number(), &status) != 0 || status.st_uid != ::geteuid()) {
         return;
     }
-    const std::vector<std::string> names = entriesOf(pathIn(inside, ""));
-    for (const std::string& name : names) {
-        const bool packed = name.ends_with(Packed);
-        if (name.starts_with(LibrarysRoomName)) {
-            empty(inside.number(), name, out, aside);
-        } else if (packed && names.size() > 1) {
-            ::unlinkat(inside.number(), name.c_str(), 0);  // not whole
-        } else {
-            const std::string base = packed ? name.substr(0, name.size() - Packed.size()) : aside;
-            static_cast<void>(moveToFree(inside.number(), name, out, base, packed ? Packed : ""));
+    const bool kept = moveToFree(inside.number(), Kept, out, aside, "").ok();
+    for (const std::string& name : entriesOf(pathIn(inside, ""))) {
+        if (!kept && name.ends_with(Packed)) {  // whole: the log is let go of when its archive is
+            static_cast<void>(moveToFree(inside.number(), name, out,
+                                         name.substr(0, name.size() - Packed.size()), Packed));
+        }
+    }
+    for (const std::string& name : entriesOf(pathIn(inside, ""))) {
+        if (::unlinkat(inside.number(), name.c_str(), 0) != 0) {  // the operation's own room
+            for (const std::string& log : entriesOf(pathIn(inside, name))) {
+                ::unlinkat(inside.number(), (name + "/" + log).c_str(), 0);
+            }
+            ::unlinkat(inside.number(), name.c_str(), AT_REMOVEDIR);
         }
     }
     ::unlinkat(beside, room.c_str(), AT_REMOVEDIR);
@@ -135,6 +139,13 @@ Outcome rotate(Transaction& change, const std::string& site, const Descriptor& d
     }
     ::unlink(file.c_str());
     return outcome;
+}
+
+// The archive holds what the log does: a tool that could not read all of it packs the rest as well as none.
+bool isWhole(int room, const std::string& archive, const std::string& name) {
+    const std::string path = zp::host::pathOf(room);
+    return ::linkat(room, Kept, room, name.c_str(), 0) == 0 &&
+           runProgram({"tar", "-dzf", path + "/" + archive, "-C", path, name}).ok();
 }
 
 }  // namespace
@@ -182,18 +193,24 @@ Outcome pack(Transaction& change, const std::string& site, const std::string& as
     }
     const Room room(directory->number());
     const std::string name = nameOf(log);
-    if (!room.isOpen() || ::renameat(directory->number(), nameOf(aside).c_str(), room.directory().number(),
-                                     name.c_str()) != 0) {
+    const int inside = room.isOpen() ? room.directory().number() : -1;
+    if (inside < 0 || ::renameat(directory->number(), nameOf(aside).c_str(), inside, Kept) != 0) {
         return failure("cannot be packed: " + systemError(aside));
     }
-    Outcome packed = rotate(change, site, room.directory(), name, "ZIPandDEL");
+    // The operation lets go of the log however its packing ended.
+    Outcome packed = ::linkat(inside, Kept, inside, name.c_str(), 0) == 0
+                         ? rotate(change, site, room.directory(), name, "ZIPandDEL")
+                         : failure(systemError(aside));
     const std::string archive = room.archive();
-    if (!packed.ok() || archive.empty()) {
-        static_cast<void>(
-            moveToFree(room.directory().number(), name, directory->number(), nameOf(aside), ""));
-        return packed.ok() ? failure(aside + ": tar made no archive of it") : packed;
+    if (!packed.ok() || archive.empty() || !isWhole(inside, archive, name)) {
+        ::unlinkat(inside, archive.c_str(), 0);
+        ::unlinkat(inside, name.c_str(), 0);
+        static_cast<void>(moveToFree(inside, Kept, directory->number(), nameOf(aside), ""));
+        return packed.ok() ? failure(aside + ": tar made no whole archive of it") : packed;
     }
-    return moveToFree(room.directory().number(), archive, directory->number(),
+    ::unlinkat(inside, name.c_str(), 0);
+    ::unlinkat(inside, Kept, 0);
+    return moveToFree(inside, archive, directory->number(),
                       archive.substr(0, archive.size() - Packed.size()), Packed)
         .outcome();
 }
