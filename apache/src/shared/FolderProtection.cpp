@@ -6,7 +6,9 @@
 #include <algorithm>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <ostream>
+#include <sstream>
 
 #include "FileHandling.h"
 #include "conf/ScratchFile.h"
@@ -96,7 +98,8 @@ public:
         }
         copy_ = std::make_unique<conf::ScratchFile>(file.directory()->descriptor(), name_ + CopySuffix);
         const auto text = old_.isOpen() ? host::readAll(old_.number()) : std::string();
-        copy_->copyText(text.value_or(""));
+        before_ = text.value_or("");
+        copy_->copyText(before_);
         if (!text || !copy_->flush()) {
             drop();
         }
@@ -109,7 +112,7 @@ public:
         return host::runThroughPipe(line(host::pathOf(copy_->descriptor())));
     }
     void drop() { copy_->remove(); }
-    bool putInPlace(std::optional<mode_t> mode = {}) {
+    bool putInPlace(const std::string& user, std::optional<mode_t> mode = {}) {
         struct stat status {};
         const int copy = copy_->descriptor();
         const bool known = ::fstat(copy, &status) == 0;
@@ -117,7 +120,7 @@ public:
             drop();
             return true;
         }
-        if (!known || (hadFile() && !host::takeOverAccess(old_.number(), copy)) ||
+        if (!known || !hasOthersThan(user) || (hadFile() && !host::takeOverAccess(old_.number(), copy)) ||
             (mode && ::fchmod(copy, *mode) != 0)) {
             drop();
             return false;
@@ -126,7 +129,22 @@ public:
     }
 
 private:
-    std::string name_;
+    // To the tool a file that it cannot read on ends there: what it leaves must have everybody else's line.
+    bool hasOthersThan(const std::string& user) const {
+        const host::Descriptor copy(
+            ::open(host::pathOf(copy_->descriptor()).c_str(), O_RDONLY | O_CLOEXEC));
+        const auto now = copy.isOpen() ? host::readAll(copy.number()) : std::nullopt;
+        std::istringstream lines(before_);
+        for (std::string line; std::getline(lines, line);) {
+            if (!line.starts_with(user + ":") &&
+                (!now || ("\n" + *now).find("\n" + line) == std::string::npos)) {
+                return false;
+            }
+        }
+        return now.has_value();
+    }
+
+    std::string name_, before_;
     host::Descriptor old_;
     std::unique_ptr<conf::ScratchFile> copy_;
 };
@@ -156,7 +174,7 @@ bool FolderProtection::addUser(const std::string& user, const std::string& passw
     }
     const host::Ran ran = copy.run(addition(copy.hadFile() ? "-b" : "-cb", user, password));
     if (ran == host::Ran::Done) {
-        return copy.putInPlace(ReadOnlyForAll);
+        return copy.putInPlace(user, ReadOnlyForAll);
     }
     copy.drop();
     return ran != host::Ran::NotStarted;
@@ -167,7 +185,7 @@ bool FolderProtection::deleteUser(const std::string& user) const {
     Copy copy(passwordFile_);
     const host::Ran ran = copy.isReady() ? copy.run(deletion(user)) : host::Ran::NotStarted;
     if (ran == host::Ran::Done) {
-        return copy.putInPlace();
+        return copy.putInPlace(user);
     }
     if (copy.isReady()) {
         copy.drop();
@@ -194,7 +212,7 @@ FolderProtection::Replaced FolderProtection::replaceUser(const std::string& user
     const host::Ran added =
         copy->isReady() ? copy->run(addition("-b", user, password)) : host::Ran::NotStarted;
     if (added == host::Ran::Done) {
-        return copy->putInPlace() ? Replaced::Yes : Replaced::Deleted;
+        return copy->putInPlace(user) ? Replaced::Yes : Replaced::Deleted;
     }
     if (copy->isReady()) {
         copy->drop();
