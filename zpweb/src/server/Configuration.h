@@ -110,7 +110,7 @@ private:
     using Files = std::list<std::unique_ptr<ConfigurationFile>>;
     struct Known {
         Files::iterator file;
-        size_t order;
+        size_t order = 0;
     };
     // The absolute patterns of all Include lines, with how many lines have each.
     struct Includes {
