@@ -290,6 +290,7 @@ std::string Configuration::announcements(const std::string& path) const {
 }
 
 void Configuration::putPart(const ConfigurationFile& part, Content content) {
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): the part is gone before it ends
     const std::string path = part.path();
     const std::vector<std::string> before = patternsOf(part);
     noteIncludes(part, -1);
