@@ -68,6 +68,7 @@ DocumentRoot /var/zpweb-host/www
 """)
         (tree / "www/index.html").write_text("up")
         (tree / "sshd").write_text(f"Port {self.ssh}\nListenAddress {address}\nHostKey {BASE}/key\nUsePAM no\n"
+                                   f"SetEnv ASAN_OPTIONS={os.environ.get('ASAN_OPTIONS', '')}\n"
                                    f"PermitRootLogin yes\nStrictModes no\nAuthorizedKeysFile {BASE}/key.pub\nPidFile none\n")
         sshd = subprocess.Popen(["unshare", "--mount", "--propagation", "private", "sh", "-c",
                                  f"mount --bind {tree} /var/zpweb-host && exec /usr/sbin/sshd -D -e -f {tree}/sshd"],

@@ -97,6 +97,7 @@ Outcome changeInBlocks(Transaction& change, const Arguments& given, const Direct
     if (!blocks.ok()) {
         return blocks.outcome();
     }
+    const auto asked = blocksAskedFor(*site, given);  // an edit ends what the site refers to
     bool found = false;
     for (const BlockAt& at : *blocks) {
         const size_t lines = countOf(Statements(at.in(change.configuration()).text), 0, wanted.test);
@@ -119,7 +120,7 @@ Outcome changeInBlocks(Transaction& change, const Arguments& given, const Direct
             return changed;
         }
     }
-    if (const auto asked = blocksAskedFor(*site, given); asked && found) {
+    if (asked && found) {
         wanted.expect(*asked);
     }
     return found ? done() : notFound(given);
