@@ -1,4 +1,6 @@
 // tls list: the certificates of the sites.
+#include <limits>
+
 #include "commands/SettingsCommands.h"
 #include "commands/shared/SettingParameters.h"
 #include "settings/Certificate.h"
@@ -51,18 +53,18 @@ void addRow(List& rows, const Place& place, const Used& used, std::time_t now) {
     }
 }
 
-bool isWanted(const Used& used, std::optional<long> expiring, std::time_t now) {
-    if (used.file.empty() || !expiring) {
-        return !used.file.empty();
+bool isWanted(const Used& used, long expiring, std::time_t now) {
+    if (used.file.empty()) {
+        return false;
     }
     const auto facts = factsOf(used.file);
-    return !facts.ok() || facts->notAfter - now <= *expiring;
+    return !facts.ok() || facts->notAfter - now <= expiring;
 }
 
 Outcome list(Session& session, const Configuration& configuration, const Arguments& given) {
     const std::time_t now = std::time(nullptr);
     const auto within = given[Expiring];
-    const auto expiring = within ? std::optional<long>(leadingNumber(*within)) : std::nullopt;
+    const auto expiring = within ? long{leadingNumber(*within)} : std::numeric_limits<long>::max();
     List& rows =
         session.output.list("certificates", {"site", "days", "certificate", "by", "fault", "place"});
     for (const auto& file : configuration.files()) {

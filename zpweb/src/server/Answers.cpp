@@ -66,12 +66,15 @@ Answers Answers::to(const std::set<std::string>& sites, const Reading& reading) 
                 answers.all_.size() == MostQuestions) {
                 continue;
             }
-            const auto reply =
-                ask({.server = {.address = address, .port = endpoint.port, .patience = Patience},
-                     .host = site,
-                     .tls = isOn(reading, *host, "SSLEngine"),
-                     .method = "HEAD",
-                     .proxyLine = isOn(reading, *host, "RemoteIPProxyProtocol")});
+            Request request;
+            request.server.address = address;
+            request.server.port = endpoint.port;
+            request.server.patience = Patience;
+            request.host = site;
+            request.tls = isOn(reading, *host, "SSLEngine");
+            request.method = "HEAD";
+            request.proxyLine = isOn(reading, *host, "RemoteIPProxyProtocol");
+            const auto reply = ask(request);
             answers.all_.push_back({site, endpoint.text(), reply.ok() ? reply->status : 0});
         }
     }

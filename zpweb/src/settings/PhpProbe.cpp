@@ -1,11 +1,10 @@
 #include "settings/PhpProbe.h"
 
 #include <fcntl.h>
-#include <sys/random.h>
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <array>
+#include <random>
 
 #include "settings/Proof.h"
 #include "sys/File.h"
@@ -16,11 +15,10 @@ namespace zpweb {
 namespace {
 
 std::string randomWord() {
-    std::array<unsigned char, 12> bytes{};
-    static_cast<void>(::getrandom(bytes.data(), bytes.size(), 0));
+    std::random_device random;
     std::string word;
-    for (const unsigned char byte : bytes) {
-        word += static_cast<char>('a' + byte % 26);
+    while (word.size() < 12) {
+        word += static_cast<char>('a' + random() % 26);
     }
     return word;
 }

@@ -159,8 +159,9 @@ std::vector<bool> canEnter(const std::string& account, const std::vector<std::st
         const bool became = ::initgroups(entry->pw_name, entry->pw_gid) == 0 &&
                             ::setgid(entry->pw_gid) == 0 && ::setuid(entry->pw_uid) == 0;
         for (size_t i = 0; became && i < directories.size(); ++i) {
-            if (::access(directories[i].c_str(), X_OK) != 0) {
-                static_cast<void>(::pwrite(answers.number(), "n", 1, static_cast<off_t>(i)));
+            if (::access(directories[i].c_str(), X_OK) != 0 &&
+                ::pwrite(answers.number(), "n", 1, static_cast<off_t>(i)) != 1) {
+                ::_exit(1);
             }
         }
         ::_exit(0);
