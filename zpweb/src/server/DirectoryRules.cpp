@@ -285,6 +285,7 @@ Postcondition ignoresAccessFile(const BlocksOf& blocks, const std::string& direc
 Postcondition isRestricted(const BlocksOf& blocks, const std::string& directory,
                            const std::vector<std::vector<std::string>>& lists) {
     std::vector<std::vector<std::string>> asked;
+    asked.reserve(lists.size());
     for (const std::vector<std::string>& lines : lists) {
         asked.push_back(termsOf(lines));
     }

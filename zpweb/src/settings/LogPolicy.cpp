@@ -102,7 +102,7 @@ LogPolicies policiesIn(const std::string& text) {
 
 std::string rotatedBy(const std::string& log) {
     for (const std::string& name : entriesOf(Directory)) {
-        const std::string file = std::string(Directory) + "/" + name;
+        std::string file = std::string(Directory) + "/" + name;
         if (file != LogPolicyFile && rotates(file, log)) {
             return file;
         }

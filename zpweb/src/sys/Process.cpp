@@ -120,7 +120,7 @@ std::string findProgram(const std::string& name) {
     std::istringstream folders(std::string(path != nullptr ? path : "") +
                                ":/usr/local/sbin:/usr/sbin:/sbin:/usr/local/apache2/bin");
     for (std::string folder; std::getline(folders, folder, ':');) {
-        const std::string candidate = folder + "/" + name;
+        std::string candidate = folder + "/" + name;
         if (folder.starts_with('/') && ::access(candidate.c_str(), X_OK) == 0) {
             return candidate;
         }
