@@ -222,6 +222,7 @@ TEST(PrivateFolder, SaysWhatCouldNotBeDone) {
     tools.replace("htpasswd", "echo half >\"$2\"; exit 1");
     EXPECT_EQ(add(place, "bob"), 1602);
     EXPECT_EQ(readFile(place + "/.htpasswd"), "ann:x\n") << "nothing of a tool that failed";
+    EXPECT_EQ(mode(place + "/.htpasswd"), "0444") << "the mode comes after the tool, whatever it answered";
     writeFile(place + "/.htpasswd", "");
     EXPECT_EQ(edit(place, place, "ann\nroot:x", "y"), 1606);
     EXPECT_EQ(add(place, "ann\nroot:x", "y"), 1601);

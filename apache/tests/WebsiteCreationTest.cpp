@@ -485,7 +485,7 @@ TEST(WebsiteCreation, MakesTheFoldersAndRunsExactlyTheseCommands) {
         EXPECT_FALSE(fs::exists("pwned"));
         const auto calls = tools.calls();  // owners and modes take no command
         EXPECT_EQ(calls.size(), plain ? 2U : 1U);
-        const std::string move = calls.back();
+        const std::string& move = calls.back();
         EXPECT_EQ(with(move, scratch("conf/"), "").find_first_not_of("0123456789", 3), 13U) << move;
         EXPECT_TRUE(move.ends_with(" " + file));
         const std::string logs = plain ? " 0505 2003:2005" : " 0505 0:0";  // an unknown administrator

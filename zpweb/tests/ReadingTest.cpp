@@ -75,9 +75,10 @@ TEST(Reading, KnowsWhereThingsStand) {
 // Each change stands for what a faulty command could do; the judge must see it without the command's help.
 TEST(Judge, SeesWhatNobodyAskedFor) {
     struct Case {
-        const char *part, *changed;  // of what the server prints
+        const char* part = nullptr;  // of what the server prints
+        const char* changed = nullptr;
         Asked asked;
-        const char* says;
+        const char* says = nullptr;
     };
     const Asked late{.sites = {"late"}};
     const std::string before = printed();

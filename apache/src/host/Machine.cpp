@@ -37,8 +37,8 @@ Ran runUnseenInShell(const std::string& command) {
     while (std::fgetc(pipe) != EOF) {  // a closed pipe could end the command before its work is done
     }
     const int status = ::pclose(pipe);
-    const bool unknown =
-        status < 0 && errno == ECHILD;  // in a process that ignores the end of its children
+    // in a process that ignores the end of its children
+    const bool unknown = status < 0 && errno == ECHILD;
     return status == 0 || unknown ? Ran::Done : Ran::Failed;
 }
 
@@ -104,8 +104,8 @@ bool moveDurably(const std::string& from, const std::string& to) {
     const std::string near = isNear ? from : besides(target);
     const bool whole = (isNear || copyWhole(from, near)) && sync(near);
     if (!isNear) {
-        removeFile(
-            from);  // before the move, so that a run that ends here leaves no scratch file in its place
+        // before the move, so that a run that ends here leaves no scratch file in its place
+        removeFile(from);
     }
     if (whole) {
         runInShell({program::Move, near, to});

@@ -14,6 +14,7 @@
 #include "conf/ScratchFile.h"
 #include "conf/Text.h"
 #include "host/Access.h"
+#include "host/Machine.h"
 #include "host/Paths.h"
 #include "host/ReadAll.h"
 #include "host/Shell.h"
@@ -112,6 +113,11 @@ public:
         return host::runThroughPipe(line(host::pathOf(copy_->descriptor())));
     }
     void drop() { copy_->remove(); }
+    void setModeOfOld(mode_t mode) const {
+        if (hadFile() && ::fchmod(old_.number(), mode) != 0) {
+            host::noteFault("mode of " + name_);
+        }
+    }
     bool putInPlace(const std::string& user, std::optional<mode_t> mode = {}) {
         struct stat status {};
         const int copy = copy_->descriptor();
@@ -177,7 +183,11 @@ bool FolderProtection::addUser(const std::string& user, const std::string& passw
         return copy.putInPlace(user, ReadOnlyForAll);
     }
     copy.drop();
-    return ran != host::Ran::NotStarted;
+    if (ran == host::Ran::NotStarted) {
+        return false;
+    }
+    copy.setModeOfOld(ReadOnlyForAll);  // also where the tool has refused
+    return true;
 }
 
 bool FolderProtection::deleteUser(const std::string& user) const {

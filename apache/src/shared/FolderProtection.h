@@ -2,7 +2,6 @@
 #pragma once
 
 #include <array>
-#include <functional>
 #include <optional>
 #include <string>
 
@@ -30,7 +29,8 @@ public:
     // Add a user with "htpasswd", delete one, give one another password; the commands of the last two are
     // printed. The tool works on a copy beside the password file, which takes its place when the tool has
     // done all of its work, so that no fault leaves half a file, or one without the user. Adding leaves the
-    // file read-only for everybody. False when the tool could not be started, or nothing was put in place.
+    // file read-only for everybody, also when the tool refused the user. False when the tool could not be
+    // started, or nothing was put in place.
     [[nodiscard]] bool addUser(const std::string& user, const std::string& password) const;
     [[nodiscard]] bool deleteUser(const std::string& user) const;
     enum class Replaced { No, Deleted, Yes };  // Deleted: from the copy alone
@@ -41,8 +41,6 @@ private:
         std::string name, value;
     };
 
-    // The tool's command line for a password file.
-    using CommandLine = std::function<std::string(const std::string& passwordFile)>;
     // Absent when the access file cannot be read.
     std::optional<std::string> missingLines() const;
 

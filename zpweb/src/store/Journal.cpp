@@ -45,8 +45,9 @@ std::optional<Journal> Journal::from(const std::string& text) {
 
 void removeMade(const std::vector<std::string>& made) {
     std::for_each(made.rbegin(), made.rend(), [](const std::string& path) {
-        static_cast<void>(removeOne(path) ||
-                          removeOne(path));  // what fails for a moment leaves nothing behind
+        if (!removeOne(path)) {
+            static_cast<void>(removeOne(path));  // what fails for a moment leaves nothing behind
+        }
     });
 }
 

@@ -66,7 +66,7 @@ std::string foreignLinkOn(const std::string& path) {
         return {};
     }
     for (size_t slash = path.find('/', 1);; slash = path.find('/', slash + 1)) {
-        const std::string part = path.substr(0, slash);
+        std::string part = path.substr(0, slash);
         if (isForeignLink(part)) {
             return part;
         }
