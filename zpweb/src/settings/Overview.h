@@ -3,8 +3,8 @@
 
 #include <string>
 
-#include "change/Configuration.h"
 #include "output/Output.h"
+#include "server/Configuration.h"
 
 namespace zpweb {
 

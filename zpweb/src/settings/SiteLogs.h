@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "change/Configuration.h"
+#include "server/Configuration.h"
 
 namespace zpweb {
 

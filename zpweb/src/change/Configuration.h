@@ -1,4 +1,0 @@
-// Moved to server/Configuration.h.
-#pragma once
-
-#include "server/Configuration.h"

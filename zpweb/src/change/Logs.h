@@ -1,4 +1,0 @@
-// Moved to server/Logs.h.
-#pragma once
-
-#include "server/Logs.h"

@@ -1,4 +1,0 @@
-// Moved to server/Server.h.
-#pragma once
-
-#include "server/Server.h"

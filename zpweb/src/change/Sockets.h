@@ -1,4 +1,0 @@
-// Moved to server/Sockets.h.
-#pragma once
-
-#include "server/Sockets.h"
