@@ -1,8 +1,11 @@
 #include "conf/SiteSwitch.h"
 
-#include <string>
+#include <ostream>
+#include <string_view>
 
 #include "conf/HeldLines.h"
+#include "conf/Rewrite.h"
+#include "host/Machine.h"
 
 namespace zp::conf {
 
@@ -29,9 +32,8 @@ void commentIn(Rewrite& rewrite, const HeldLines& block) {
         [&](const Line& line) { rewrite.write(line.raw().substr(line.raw().find_first_not_of('#'))); });
 }
 
-}  // namespace
-
-bool switchSite(Rewrite& rewrite, std::string_view domain, SwitchTo state) {
+// False when there is nothing to switch.
+bool copySwitched(Rewrite& rewrite, std::string_view domain, SwitchTo state) {
     bool switched = false;
     HeldLines block;
     bool inBlock = false;
@@ -70,6 +72,25 @@ bool switchSite(Rewrite& rewrite, std::string_view domain, SwitchTo state) {
         block.clear();
     }
     return switched;
+}
+
+}  // namespace
+
+bool switchSite(const std::string& file, const std::string& scratch, const std::string& domain,
+                SwitchTo state) {
+    Rewrite rewrite(file, scratch, bound::SiteSwitch, Rewrite::Order::ScratchFirst);
+    if (!rewrite.sourceOpen()) {
+        host::out() << "Error while opening HttpdConfFile\n";
+    }
+    if (!rewrite.open()) {
+        return false;
+    }
+    const bool switched = copySwitched(rewrite, domain, state);
+    if (rewrite.source().failed() || (switched && !rewrite.putInPlace())) {
+        rewrite.discard();
+        return false;
+    }
+    return true;
 }
 
 }  // namespace zp::conf

@@ -22,13 +22,16 @@ inline constexpr const char* SharedAddressRoots[] = {"/etc/httpd", "/etc/apache"
 inline constexpr const char* ScratchFolder = "/etc";
 inline constexpr const char* VirtualDirectoryScratch = "/etc/apactemp1";
 inline constexpr const char* VirtualDirectoryScratchOfInstallation = "/etc/apactemp";
+inline constexpr const char* WebUsersDirectory = "/etc/webusers";
 inline constexpr const char* WebUsers = "/etc/webusers/passwd.";  // then the domain
 inline constexpr const char* PerlScratch = "/etc/tempapa1";
 }  // namespace path
 
 // Where suPHP's parts come from and go to.
 namespace suphp {
-inline constexpr const char* Directories[] = {"/var/log/suphp", "/usr/local/etc", "/usr/local/sbin"};
+inline constexpr const char* Source = "/usr/local/zeplarpanel/config/suphp";
+inline constexpr const char* LogDirectory = "/var/log/suphp";
+inline constexpr const char* Directories[] = {LogDirectory, "/usr/local/etc", "/usr/local/sbin"};
 inline constexpr const char* Program = "/usr/local/sbin/suphp";
 inline constexpr const char* Configuration = "/usr/local/etc/suphp.conf";
 inline constexpr const char* ConfigurationCopy =

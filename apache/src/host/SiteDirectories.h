@@ -1,6 +1,8 @@
 // The directories of a website.
 #pragma once
 
+#include <sys/types.h>
+
 #include <string>
 
 #include "host/Accounts.h"
@@ -18,6 +20,17 @@ inline constexpr const char* Databases = "/db";
 inline constexpr const char* Special = "/special";
 inline constexpr const char* ErrorLog = "/log/httpd/error_log";
 inline constexpr const char* AccessLog = "/log/httpd/access_log";
+
+struct Directory {
+    const char* path;
+    mode_t mode;
+    bool ofAdministrator = false;
+};
+// Each behind the one that it lies in. The set-user-ID bit on a directory has no meaning to Linux; the
+// panel's other programs look for it.
+inline constexpr Directory Directories[] = {
+    {Content, 04701},         {Html, 04701},      {Scripts, 04701}, {Logs, 0505, true},
+    {ServerLogs, 0505, true}, {Databases, 04707}, {Special, 04705}};
 }  // namespace site
 
 // Makes them below `home`, each only after the one before. The log directories go to the account named

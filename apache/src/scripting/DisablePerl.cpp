@@ -1,11 +1,8 @@
-#include "ApacheHelper.h"
 #include "CZPWebsite.h"
 #include "Results.h"
 #include "conf/Handlers.h"
-#include "conf/Rewrite.h"
-#include "conf/SiteDirectoryScan.h"
 #include "host/Fields.h"
-#include "host/Paths.h"
+#include "shared/PerlRewrite.h"
 
 using zp::conf::Line;
 using zp::conf::Rewrite;
@@ -25,28 +22,14 @@ bool setsPerlHandler(const Line& line) {
 }  // namespace
 
 int CZPWebsite::DisablePerl(std::string szDomainName) {
-    const std::string file = host::textOf(HttpdConfFile);
-    std::string documentRoot;
-    if (ApacheHelper().Apache_getDirectiveInVH(file, szDomainName, "DocumentRoot", documentRoot, true) ==
-        result::helper::FileNotOpened) {
-        return result::scripting::NotOpened;
-    }
-    Rewrite rewrite(file, host::path::PerlScratch, conf::bound::SiteDirectory,
-                    Rewrite::Order::ScratchFirst);
-    if (!rewrite.open()) {
-        rewrite.discard();
-        return result::scripting::NotOpened;
-    }
-    SiteDirectoryScan scan(szDomainName, documentRoot, conf::DomainEnd::WithBlock);
-    for (Line line; rewrite.read(line);) {
-        if (line.isEmpty()) {
-            continue;
-        }
+    const auto edit = [](Rewrite& rewrite, SiteDirectoryScan& scan, const Line& line) {
         if (!scan.entersFolder(line) && scan.inFolder() && setsPerlHandler(line)) {
             scan.leaveFolder();
-            continue;
+        } else {
+            rewrite.keep(line);
         }
-        rewrite.keep(line);
-    }
-    return rewrite.putInPlace() ? 0 : result::scripting::NotOpened;
+    };
+    return zp::rewriteForPerl(host::textOf(HttpdConfFile), szDomainName, edit)
+               ? 0
+               : result::scripting::NotOpened;
 }

@@ -2,9 +2,12 @@
 #include "CZPWebsite.h"
 #include "commands/Commands.h"
 #include "commands/shared/Operation.h"
+#include "host/Paths.h"
 #include "sys/File.h"
 
 namespace zpweb {
+
+namespace suphp = zp::host::suphp;
 
 namespace {
 
@@ -12,10 +15,9 @@ constexpr auto Webspace = needed("WEBSPACE", Kind::Path, "The directory of the s
 constexpr auto Php = needed("PHP", Kind::Path, "The PHP program");
 
 Outcome install(Transaction& change, const Arguments& given) {
-    constexpr const char* Source = "/usr/local/zeplarpanel/config/suphp";
-    if (!isFolder(Source)) {
+    if (!isFolder(suphp::Source)) {
         return failure(Status::NotFound,
-                       std::string(Source) + ": no such directory; nothing to install from");
+                       std::string(suphp::Source) + ": no such directory; nothing to install from");
     }
     if (!isFolder(given[Webspace]) || !isFile(given[Php])) {
         return failure(Status::NotFound,
@@ -28,7 +30,7 @@ Outcome install(Transaction& change, const Arguments& given) {
             change.output(), [&] { return website.ConfigureSuPhp(main, given[Webspace], given[Php], ""); });
         return resultOf("ConfigureSuPhp", result, {0});
     });
-    for (const char* file : {"/usr/local/sbin/suphp", "/usr/local/etc/suphp.conf", "/var/log/suphp"}) {
+    for (const char* file : {suphp::Program, suphp::Configuration, suphp::LogDirectory}) {
         change.output().set(file, exists(file) ? "there already" : "new");
     }
     return done();

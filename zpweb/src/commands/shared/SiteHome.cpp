@@ -7,6 +7,7 @@
 
 #include "commands/shared/ServerUser.h"
 #include "host/Accounts.h"
+#include "host/SiteDirectories.h"
 #include "input/Quoted.h"
 #include "sys/File.h"
 #include "sys/GuardedFolder.h"
@@ -55,9 +56,8 @@ Outcome makeHome(Transaction& change, const std::string& home, const std::string
         }
     }
     std::vector<std::string> made{home};
-    for (const char* folder :
-         {"/www", "/www/html", "/www/cgi-bin", "/log", "/log/httpd", "/db", "/special"}) {
-        made.push_back(home + folder);
+    for (const zp::host::site::Directory& directory : zp::host::site::Directories) {
+        made.push_back(home + directory.path);
         if (exists(made.back()) && !isDirectoryOf(owner, made.back())) {
             return failure(Status::Exists, made.back() + ": exists already, and is no directory of " +
                                                owner + "'s that the site could take");

@@ -7,6 +7,7 @@
 #include "commands/shared/Operation.h"
 #include "conf/Text.h"
 #include "host/Accounts.h"
+#include "host/Paths.h"
 #include "input/Quoted.h"
 #include "sys/File.h"
 #include "sys/Process.h"
@@ -14,9 +15,9 @@
 
 namespace zpweb {
 
-namespace {
+namespace path = zp::host::path;
 
-constexpr const char* UsersFolder = "/etc/webusers";
+namespace {
 
 Outcome move(const std::string& from, const std::string& to) {
     return std::rename(from.c_str(), to.c_str()) == 0 ? done() : failure(systemError(nameOf(from)));
@@ -25,7 +26,7 @@ Outcome move(const std::string& from, const std::string& to) {
 // The library looks for "/etc/webusers/..." below the directory that it is given: the stage stands in for
 // the root directory.
 Outcome runBelow(const std::string& work, const WebUsers& of, const UsersOperation& operation) {
-    const std::string below = work + UsersFolder;
+    const std::string below = work + path::WebUsersDirectory;
     const std::string name = "/" + nameOf(of.file());
     for (const std::string& part : {work + "/etc", below}) {
         if (Outcome made = makeFolder(part, 0700); !made.ok()) {
@@ -47,9 +48,9 @@ OtherEdit editOf(const WebUsers& users, const UsersOperation& operation) {
     return edit;
 }
 
-Outcome makeUsersFolder(Transaction& change) {
-    Outcome noted = change.willMake({UsersFolder});
-    return noted.ok() ? makeFolder(UsersFolder, 0755) : noted;
+Outcome makeUsersDirectory(Transaction& change) {
+    Outcome noted = change.willMake({path::WebUsersDirectory});
+    return noted.ok() ? makeFolder(path::WebUsersDirectory, 0755) : noted;
 }
 
 bool isHash(std::string_view password) {
@@ -69,7 +70,7 @@ bool holdsOnlyHashes(std::string_view text) {
 std::string WebUsers::file() const {
     std::string suffix = folder;
     std::replace(suffix.begin(), suffix.end(), '/', '_');
-    return std::string(UsersFolder) + "/passwd." + domain + (suffix.empty() ? "" : "_" + suffix);
+    return path::WebUsers + domain + (suffix.empty() ? "" : "_" + suffix);
 }
 
 Outcome WebUsers::missing() const {
@@ -77,7 +78,7 @@ Outcome WebUsers::missing() const {
 }
 
 std::vector<std::string> userNamesOf(const std::string& domain) {
-    const auto text = readFile(std::string(UsersFolder) + "/passwd." + domain);
+    const auto text = readFile(path::WebUsers + domain);
     std::vector<std::string> names;
     const Lines lines(text.ok() ? std::string_view(*text) : std::string_view());
     for (const std::string_view line : lines.all) {
@@ -116,7 +117,7 @@ Outcome provideUsers(Transaction& change, const WebUsers& users) {
     if (!change.contentOf(users.file())) {
         change.output().note("nobody can log in yet: add users with \"user add " + users.domain +
                              " USER --folder " + users.folder + "\"");
-        Outcome made = makeUsersFolder(change);
+        Outcome made = makeUsersDirectory(change);
         made = made.ok() ? change.replace(users.file(), "") : made;
         if (!made.ok()) {
             return made;
@@ -134,7 +135,7 @@ Outcome onUsers(Transaction& change, const WebUsers& users, const UsersOperation
 }
 
 Outcome onNewUsers(Transaction& change, const WebUsers& users, const UsersOperation& operation) {
-    if (Outcome made = makeUsersFolder(change); !made.ok()) {
+    if (Outcome made = makeUsersDirectory(change); !made.ok()) {
         return made;
     }
     OtherEdit edit = editOf(users, operation);
