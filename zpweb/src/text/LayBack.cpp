@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "conf/Text.h"
-#include "text/Align.h"
 
 namespace zpweb {
 
@@ -16,36 +15,6 @@ std::string plain(std::string_view line) {
     return std::string(zp::conf::trimEnd(zp::conf::skipSpace(withoutReturn(line))));
 }
 
-bool isClosing(std::string_view line) { return line.starts_with("</"); }
-bool isOpening(const std::string& line) { return line.starts_with('<') && !isClosing(line); }
-
-// The section of each line: the line that opens it, which is that of its closing tag, too; None for those
-// of the block itself, which is the first line.
-std::vector<size_t> sectionsOf(const std::vector<std::string>& lines) {
-    std::vector<size_t> sections, open{None};
-    for (size_t i = 0; i < lines.size(); ++i) {
-        sections.push_back(open.back());
-        if (isOpening(lines[i]) && i > 0) {
-            open.push_back(i);
-        } else if (isClosing(lines[i]) && open.size() > 1) {
-            open.pop_back();
-        }
-    }
-    return sections;
-}
-
-// What tells lines apart: what they say, and in which sections. The same terms in another section are
-// others.
-std::vector<std::string> keysOf(const std::vector<std::string>& lines) {
-    const std::vector<size_t> sections = sectionsOf(lines);
-    std::vector<std::string> keys;
-    for (size_t i = 0; i < lines.size(); ++i) {
-        keys.push_back((sections[i] == None ? "" : keys[sections[i]] + "\n") + lines[i]);
-    }
-    return keys;
-}
-
-std::string_view keywordOf(std::string_view line) { return zp::conf::upTo(line, " \t\""); }
 std::string_view argumentsOf(std::string_view line) {
     const std::string_view rest = line.substr(keywordOf(line).size());
     return line.starts_with('<') ? rest.substr(0, rest.rfind('>')) : rest;
@@ -103,12 +72,16 @@ LayBack::LayBack(const View& view, std::string_view result)
         depths_.push_back(depth);
         depth += isOpening(line) ? 1 : 0;
     }
-    fate_ = fateOf();
+    std::vector<std::string> shown;
+    for (const ViewLine& line : shown_) {
+        shown.push_back(plain(line.text));
+    }
+    fates_ = fatesOf(shown, made_);
 }
 
 std::string LayBack::text() {
     for (size_t i = 0; i < shown_.size(); ++i) {
-        if (fate_.shown[i] == None && !shown_[i].isProvided()) {
+        if (fates_.shown[i] == None && !shown_[i].isProvided()) {
             removeShown(i);
         }
     }
@@ -121,54 +94,9 @@ std::string LayBack::text() {
     return replacements_.made();
 }
 
-LayBack::Fate LayBack::fateOf() const {
-    std::vector<std::string> shown;
-    for (const ViewLine& line : shown_) {
-        shown.push_back(plain(line.text));
-    }
-    Fate fate{std::vector<size_t>(made_.size(), None), std::vector<size_t>(shown.size(), None)};
-    Range gapOfShown{0, 0};
-    Range gapOfMade{0, 0};
-    const std::vector<size_t> sections = sectionsOf(shown);
-    std::vector<Pair> pairs = align(keysOf(shown), keysOf(made_));
-    pairs.push_back({shown.size(), made_.size()});
-    for (const Pair& pair : pairs) {
-        gapOfShown.end = pair.before;
-        gapOfMade.end = pair.after;
-        pairChanged(fate, sections, gapOfShown, gapOfMade);
-        if (pair.after < made_.size()) {
-            fate.shown[pair.before] = pair.after;
-            fate.made[pair.after] = pair.before;
-        }
-        gapOfShown.first = pair.before + 1;
-        gapOfMade.first = pair.after + 1;
-    }
-    return fate;
-}
-
-// Between what stayed, lines of the same directive in the same section are the same line changed.
-void LayBack::pairChanged(Fate& fate, const std::vector<size_t>& sections, Range shown, Range made) const {
-    const std::vector<size_t> sectionsMade = sectionsOf(made_);
-    const auto areInOneSection = [&](size_t i, size_t j) {
-        const size_t section = sections[i];
-        return section == None || sectionsMade[j] == None ? section == sectionsMade[j]
-                                                          : fate.shown[section] == sectionsMade[j];
-    };
-    for (size_t j = made.first; j < made.end; ++j) {
-        for (size_t i = shown.first; i < shown.end; ++i) {
-            if (fate.shown[i] == None && areInOneSection(i, j) &&
-                equalIgnoringCase(keywordOf(plain(shown_[i].text)), keywordOf(made_[j]))) {
-                fate.shown[i] = j;
-                fate.made[j] = i;
-                break;
-            }
-        }
-    }
-}
-
 void LayBack::lay(size_t made) {
     const std::string& line = made_[made];
-    const size_t shown = fate_.made[made];
+    const size_t shown = fates_.made[made];
     const ViewLine* of = shown == None ? nullptr : &shown_[shown];
     const bool provided = of != nullptr && of->isProvided();
     if (provided && of->kind == Kind::SectionOpens) {
@@ -214,7 +142,7 @@ void LayBack::removeEmptySections() {
         const size_t end = section ? statements_[opening].end : 0;
         size_t gone = 0;
         while (section && shown_[i + gone + 1].kind == Kind::Directive &&
-               fate_.shown[i + gone + 1] == None) {
+               fates_.shown[i + gone + 1] == None) {
             ++gone;
         }
         size_t marks = 0;

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "text/Fates.h"
 #include "text/Replacements.h"
 #include "text/View.h"
 
@@ -16,13 +17,6 @@ public:
     std::string text();
 
 private:
-    // What became of the view's lines, and where the result's come from.
-    struct Fate {
-        std::vector<size_t> made, shown;  // partners, or None
-    };
-    Fate fateOf() const;
-    void pairChanged(Fate& fate, const std::vector<size_t>& sections, Range shown, Range made) const;
-
     void lay(size_t made);
     void removeShown(size_t shown);
     void change(size_t shown, const std::string& to);
@@ -52,7 +46,7 @@ private:
     const std::vector<ViewLine>& shown_;
     std::vector<std::string> made_;
     std::vector<size_t> depths_;  // of the result's lines: how many sections they stand in
-    Fate fate_;
+    Fates fates_;
     Replacements replacements_;
     std::vector<std::string> held_;  // a provided section, for as long as nothing was put into it
     bool holds_ = false, filled_ = false;

@@ -39,8 +39,8 @@ void LayBack::insertLine(const char* at, const std::string& line) {
 size_t LayBack::neighbour(size_t made, int step) const {
     for (size_t j = made; step < 0 ? j > 0 : j + 1 < made_.size();) {
         j += static_cast<size_t>(step);
-        if (fate_.made[j] != None && !(holds_ && shown_[fate_.made[j]].isProvided() && step < 0)) {
-            return fate_.made[j];
+        if (fates_.made[j] != None && !(holds_ && shown_[fates_.made[j]].isProvided() && step < 0)) {
+            return fates_.made[j];
         }
     }
     return None;
@@ -103,7 +103,7 @@ std::string LayBack::indentation(size_t made, size_t depth) const {
     const size_t next = depth > 1 ? neighbour(made, +1) : None;
     if (next != None && shown_[next].kind == Kind::SectionCloses && !shown_[next].isProvided()) {
         indentation = insideOf(shown_[next].statements.front());
-        outer = depths_[fate_.shown[next]] + 1;
+        outer = depths_[fates_.shown[next]] + 1;
     }
     for (; outer < depth; ++outer) {
         indentation += unit();
