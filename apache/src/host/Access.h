@@ -1,4 +1,4 @@
-// Who may do what with a file: owner, mode, access list and the other attributes that it carries.
+// Who may do what with a file: owner, mode, ACL and the other attributes that it carries.
 #pragma once
 
 namespace zp::host {

@@ -84,7 +84,7 @@ bool copyText(int from, int to) {
     }
 }
 
-// Text, owner, mode, access list and attributes.
+// Text, owner, mode, ACL and attributes.
 bool copyWhole(const std::string& from, const std::string& to) {
     const Descriptor source(::open(from.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
     removeFile(to);

@@ -1,4 +1,4 @@
-// Candidates: what a change makes of its files, whole, with owner, mode, access list and attributes, ready
+// Candidates: what a change makes of its files, whole, with owner, mode, ACL and attributes, ready
 // to be put in place by a rename.
 #pragma once
 

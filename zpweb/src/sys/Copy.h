@@ -7,7 +7,7 @@
 
 namespace zpweb {
 
-// Makes `to` what `from` is, with owner, mode, access list and attributes, and brings it to the disk. What
+// Makes `to` what `from` is, with owner, mode, ACL and attributes, and brings it to the disk. What
 // stands there goes first.
 Outcome copyWhole(const std::string& from, const std::string& to);
 

@@ -46,7 +46,7 @@ inline Outcome writeNewFile(const std::string& path, std::string_view text, mode
 Outcome replaceFile(const std::string& path, std::string_view text, mode_t mode);
 // A line that a write was cut off in gets its end first.
 Outcome appendLine(const std::string& path, std::string_view line, mode_t mode);
-// Gives the file the owner, mode, access list and extended attributes of another.
+// Gives the file the owner, mode, ACL and extended attributes of another.
 Outcome takeOverAttributes(const std::string& from, const std::string& to);
 // The same of open files.
 enum class ModeBits { All, WithoutSetId };

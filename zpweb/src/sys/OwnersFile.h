@@ -14,7 +14,7 @@ inline constexpr size_t LargestOwnersFile = size_t{1024} * 1024;
 // name, one over 1 MiB and, where others than root can write, one that belongs neither to root nor to the
 // directory's owner.
 Expected<std::string> readOwnersFile(const std::string& path);
-// Gives `candidate` the owner, mode (without set-ID bits), access list and attributes of the file.
+// Gives `candidate` the owner, mode (without set-ID bits), ACL and attributes of the file.
 Outcome takeOverFromOwnersFile(const std::string& path, const std::string& candidate);
 
 }  // namespace zpweb

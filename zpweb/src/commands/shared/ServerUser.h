@@ -20,7 +20,7 @@ struct ServerUser {
 // Absent when the configuration names none that the host has.
 std::optional<ServerUser> answeringUser(const Configuration& configuration);
 
-// By the mode bits: may it step through the directory, or read the file? Access lists are not looked at.
+// By the mode bits: may it step through the directory, or read the file? ACLs are not looked at.
 bool canPass(const ServerUser& user, const struct stat& directory);
 
 }  // namespace zpweb

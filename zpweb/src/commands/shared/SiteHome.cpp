@@ -87,8 +87,8 @@ Outcome makeReachable(Transaction& change, const std::string& home, bool open) {
             continue;
         }
         if (reached && passes) {
-            return failure(Status::Refused, "the access list of " + directory +
-                                                " keeps the server's user " + user->name +
+            return failure(Status::Refused, "the ACL of " + directory + " keeps the server's user " +
+                                                user->name +
                                                 " out (see getfacl): the site could not be seen");
         }
         reached = false;
