@@ -94,8 +94,7 @@ std::string descriptorOf(pid_t process, unsigned long long number) {
 std::span<const Call> calls() { return Calls; }
 
 std::string fileOf(pid_t process, const Call& call, Arguments arguments) {
-    std::string path =
-        call.path < 0 ? "" : textAt(process, arguments[static_cast<size_t>(call.path)]);
+    std::string path = call.path < 0 ? "" : textAt(process, arguments[static_cast<size_t>(call.path)]);
     if (path.starts_with('/')) {
         return path;
     }

@@ -126,10 +126,12 @@ private:
             return;
         }
         ++run_.calls;
+        reached_ += fault_.name.empty() || fault_.name == stopped.call->name ? 1 : 0;
         if (fault_.all) {
             std::cerr << run_.calls << ' ' << stopped.call->name << ' ' << stopped.file << '\n';
         }
-        if (run_.calls == fault_.call) {
+        if (reached_ == fault_.call && !struck_) {
+            struck_ = true;
             strike(stopped);
         } else if (fault_.kind == Kind::Full && run_.hit && stopped.takesSpace()) {
             stopped.fail(ENOSPC);
@@ -188,6 +190,8 @@ private:
     pid_t first_;
     std::set<pid_t> processes_;
     Run run_;
+    int reached_ = 0;  // of the calls that the fault waits for
+    bool struck_ = false;
 };
 
 [[noreturn]] void runChild(const std::function<int()>& body) {

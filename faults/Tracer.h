@@ -31,8 +31,9 @@ inline constexpr Kind Kinds[] = {Kind::Eio,    Kind::Full,  Kind::Enomem, Kind::
 
 struct Fault {
     Kind kind = Kind::None;
-    int call = 0;      // counted from 1
-    bool all = false;  // report every call that counts on standard error
+    int call = 0;        // counted from 1
+    bool all = false;    // report every call that counts on standard error
+    std::string name{};  // only calls of this name count for `call`; empty: all
 };
 
 struct Run {

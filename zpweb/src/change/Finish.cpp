@@ -213,6 +213,9 @@ Outcome Transaction::reloadServer() {
     if (!set_->serverChanged() || !settings_.reload) {
         return done();
     }
+    if (Outcome ours = lookAtLogs(); !ours.ok()) {  // its owner has had the time of a commit
+        return rollBack(ours.message, false);
+    }
     const Reloaded reloaded =
         reload({*server_, configuration(), output_, settings_.check, proofs_, errorLog()});
     return reloaded.outcome.ok() ? done() : rollBack(reloaded.outcome.message, reloaded.asked);
@@ -273,7 +276,9 @@ Outcome Transaction::tellServer() {
     const auto master = server_->master(configuration());
     Outcome outcome;
     if (master && settings_.reload) {
-        outcome = reload({*server_, configuration(), output_, false, {}, errorLog()}).outcome;
+        outcome = lookAtLogs();
+        outcome = outcome.ok() ? reload({*server_, configuration(), output_, false, {}, errorLog()}).outcome
+                               : outcome;
     }
     const bool told = settings_.reload && outcome.ok();
     const LetGo letGo = [&](const std::string& path) {

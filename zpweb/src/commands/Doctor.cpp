@@ -15,8 +15,8 @@
 #include "server/Logs.h"
 #include "store/Lock.h"
 #include "sys/File.h"
-#include "sys/GuardedFolder.h"
 #include "sys/Process.h"
+#include "sys/Trap.h"
 
 namespace zpweb {
 
@@ -209,14 +209,11 @@ void noteDisabled(const Configuration& configuration, Findings& notes) {
 Outcome repairLogs(const std::vector<OpenedLog>& logs, Output& output, bool dryRun) {
     List& rows = output.list("repaired", {"site", "link"});
     for (const OpenedLog& log : logs) {
-        std::string link = foreignLinkOn(log.path);
-        while (!link.empty()) {
-            rows.row().add("site", log.site).add("link", link);
-            Outcome removed = dryRun ? done() : removeForeignLink(link, link != log.path);
-            if (!removed.ok()) {
+        for (auto trap = trapOn(log.path); trap; trap = dryRun ? std::nullopt : trapOn(log.path)) {
+            rows.row().add("site", log.site).add("link", trap->path);
+            if (Outcome removed = dryRun ? done() : removeTrap(*trap); !removed.ok()) {
                 return removed;
             }
-            link = dryRun ? "" : foreignLinkOn(log.path);
         }
     }
     return done();

@@ -4,7 +4,7 @@
 #include <set>
 
 #include "server/Logs.h"
-#include "sys/GuardedFolder.h"
+#include "sys/Trap.h"
 
 namespace zpweb {
 
@@ -72,23 +72,30 @@ std::vector<OpenedLog> openedLogs(const Reading* reading, const Configuration& c
     return logs;
 }
 
+namespace {
+
+Outcome refusalOf(const OpenedLog& log, const Trap& trap, size_t more) {
+    const bool pipe = trap.kind == Trap::Kind::Pipe;
+    const std::string others = more > 0 ? " and " + std::to_string(more) + " more" : "";
+    return failure(Status::Refused,
+                   "site " + (log.site.empty() ? log.place : log.site) + others + ": its log " + log.path +
+                       (pipe ? " is the named pipe " : " goes through the symbolic link ") + trap.path +
+                       ", which others than root can have placed: at the reload root would " +
+                       (pipe ? "wait for a reader of it" : "write where it leads") +
+                       ". \"zpweb doctor --repair\" removes it, --allow-log-links goes on");
+}
+
+}  // namespace
+
 Outcome areTheServers(const std::vector<OpenedLog>& logs) {
-    std::vector<std::pair<OpenedLog, std::string>> links;
+    std::vector<std::pair<const OpenedLog*, Trap>> trapped;
     for (const OpenedLog& log : logs) {
-        if (std::string link = foreignLinkOn(log.path); !link.empty()) {
-            links.emplace_back(log, std::move(link));
+        if (auto trap = trapOn(log.path)) {
+            trapped.emplace_back(&log, std::move(*trap));
         }
     }
-    if (links.empty()) {
-        return done();
-    }
-    const auto& [log, link] = links.front();
-    const std::string more = links.size() > 1 ? " and " + std::to_string(links.size() - 1) + " more" : "";
-    return failure(Status::Refused,
-                   "site " + (log.site.empty() ? log.place : log.site) + more + ": its log " + log.path +
-                       " goes through the symbolic link " + link +
-                       ", which others than root can have placed: at the reload root would write where it "
-                       "leads. \"zpweb doctor --repair\" removes the link, --allow-log-links goes on");
+    return trapped.empty() ? done()
+                           : refusalOf(*trapped.front().first, trapped.front().second, trapped.size() - 1);
 }
 
 }  // namespace zpweb

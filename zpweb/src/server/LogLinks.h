@@ -22,7 +22,7 @@ struct OpenedLog {
 // names them, but for those that are named by a variable.
 std::vector<OpenedLog> openedLogs(const Reading* reading, const Configuration& configuration);
 
-// Refused when there is such a link.
+// Refused when one leads elsewhere, or keeps the server waiting.
 Outcome areTheServers(const std::vector<OpenedLog>& logs);
 
 }  // namespace zpweb

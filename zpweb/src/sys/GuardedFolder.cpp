@@ -1,15 +1,12 @@
 #include "sys/GuardedFolder.h"
 
 #include <fcntl.h>
-#include <linux/openat2.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <cerrno>
 
 #include "host/Effect.h"
-#include "host/FileSystem.h"
 #include "host/HeldDirectory.h"
 #include "sys/File.h"
 
@@ -34,64 +31,6 @@ Expected<Descriptor> openGuarded(const std::string& path) {
 Outcome reachedWithoutForeignLink(const std::string& path) {
     const Outcome opened = openGuarded(path).outcome();
     return opened.status == Status::NotFound ? done() : opened;
-}
-
-namespace {
-
-// Most ways have no link at all, and one call tells.
-bool hasNoLink(const std::string& path) {
-    open_how how{};
-    how.flags = O_PATH | O_CLOEXEC;
-    how.resolve = RESOLVE_NO_SYMLINKS;
-    const Descriptor file(
-        static_cast<int>(::syscall(SYS_openat2, AT_FDCWD, path.c_str(), &how, sizeof how)));
-    return file.isOpen() || errno == ENOENT || errno == ENOTDIR;
-}
-
-// A link of root's is the administrator's wherever it stands.
-bool isForeignLink(const std::string& path) {
-    struct stat status {};
-    if (::lstat(path.c_str(), &status) != 0 || !S_ISLNK(status.st_mode) || status.st_uid == 0 ||
-        status.st_uid == ::geteuid()) {
-        return false;
-    }
-    const auto directory = host::HeldDirectory::hold(folderOf(path));
-    return !directory || !host::administratorsLink(*directory, nameOf(path));
-}
-
-}  // namespace
-
-std::string foreignLinkOn(const std::string& path) {
-    if (hasNoLink(path)) {
-        return {};
-    }
-    for (size_t slash = path.find('/', 1);; slash = path.find('/', slash + 1)) {
-        std::string part = path.substr(0, slash);
-        if (isForeignLink(part)) {
-            return part;
-        }
-        if (slash == std::string::npos) {
-            return {};
-        }
-    }
-}
-
-Outcome removeForeignLink(const std::string& link, bool isDirectory) {
-    constexpr mode_t Mode = 0755;
-    const auto folder = openGuarded(folderOf(link));
-    if (!folder.ok()) {
-        return folder.outcome();
-    }
-    const std::string name = nameOf(link);
-    struct stat status {};
-    const bool isLink = ::fstatat(folder->number(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
-                        S_ISLNK(status.st_mode);
-    if (!isLink || ::unlinkat(folder->number(), name.c_str(), 0) != 0) {
-        return failure(isLink ? systemError(link) : link + ": no longer a symbolic link");
-    }
-    return !isDirectory || ::mkdirat(folder->number(), name.c_str(), Mode) == 0
-               ? done()
-               : failure(systemError(link));
 }
 
 std::string pathIn(const Descriptor& folder, const std::string& name) {

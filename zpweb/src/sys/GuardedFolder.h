@@ -20,12 +20,6 @@ Expected<Descriptor> openGuarded(const std::string& path);
 // Is the folder reached like that? One that does not exist is.
 Outcome reachedWithoutForeignLink(const std::string& path);
 
-// The path of the first symbolic link on the way to a file, or in its place, that others than root have
-// placed; empty when there is none.
-std::string foreignLinkOn(const std::string& path);
-// Removes such a link. Where it stood for a directory, an empty one of root's takes its place.
-Outcome removeForeignLink(const std::string& link, bool isDirectory);
-
 // A path to an entry of an open folder, good as long as the folder is open and whatever happens to the
 // names above it.
 std::string pathIn(const Descriptor& folder, const std::string& name);

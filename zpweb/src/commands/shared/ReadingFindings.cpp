@@ -9,8 +9,8 @@
 
 #include "settings/Certificate.h"
 #include "sys/File.h"
-#include "sys/GuardedFolder.h"
 #include "sys/Process.h"
+#include "sys/Trap.h"
 
 namespace zpweb {
 
@@ -69,6 +69,13 @@ std::string othersGround(const std::string& file) {
             return part;
         }
     }
+}
+
+// The same for where root's own links lead to as well.
+std::string groundOf(const std::string& file) {
+    const std::string ground = othersGround(file);
+    const auto real = realPathOf(file);
+    return ground.empty() && real.ok() ? othersGround(*real) : ground;
 }
 
 void findShadowing(const Reading& reading, const NameMap::Entry& narrow, const Endpoint& at,
@@ -169,13 +176,15 @@ void findCertificates(const Reading& reading, Findings& findings) {
 
 void findRedirectableLogs(const std::vector<OpenedLog>& logs, Findings& findings) {
     for (const OpenedLog& log : logs) {
-        const std::string link = foreignLinkOn(log.path);
-        const std::string ground = link.empty() ? othersGround(log.path) : link;
+        const auto trap = trapOn(log.path);
+        const std::string ground = trap ? trap->path : groundOf(log.path);
         if (!ground.empty()) {
             findings.push_back(
                 {"log that its owner can redirect", log.place,
                  (log.site.empty() ? "" : log.site + ": ") + log.path + ": " + ground +
-                     (link.empty() ? " is not root's alone" : " is a link of others than root's") +
+                     (!trap                            ? " is not root's alone"
+                      : trap->kind == Trap::Kind::Pipe ? " is a pipe of others than root's"
+                                                       : " is a link of others than root's") +
                      ", and root writes the log"});
         }
     }

@@ -1,0 +1,114 @@
+#include "sys/Trap.h"
+
+#include <fcntl.h>
+#include <linux/openat2.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "host/HeldDirectory.h"
+#include "host/Machine.h"
+#include "sys/File.h"
+#include "sys/GuardedFolder.h"
+
+namespace host = zp::host;
+
+namespace zpweb {
+
+namespace {
+
+constexpr int MostLinks = 40;  // on one way; the system's own limit
+
+// Most ways are plain, and two calls tell.
+bool isPlain(const std::string& path) {
+    open_how how{};
+    how.flags = O_PATH | O_CLOEXEC;
+    how.resolve = RESOLVE_NO_SYMLINKS;
+    const Descriptor file(
+        static_cast<int>(::syscall(SYS_openat2, AT_FDCWD, path.c_str(), &how, sizeof how)));
+    if (!file.isOpen()) {
+        return errno == ENOENT || errno == ENOTDIR;
+    }
+    struct stat status {};
+    return ::fstat(file.number(), &status) == 0 && !S_ISFIFO(status.st_mode);
+}
+
+bool isOthers(const struct stat& status) { return status.st_uid != 0 && status.st_uid != ::geteuid(); }
+
+// A link of root's is the administrator's wherever it stands, and so is any in a directory of root's alone.
+bool isOthersLink(const std::string& path, const struct stat& status) {
+    if (!isOthers(status)) {
+        return false;
+    }
+    const auto directory = host::HeldDirectory::hold(folderOf(path));
+    return !directory || !host::administratorsLink(*directory, nameOf(path));
+}
+
+std::string takeFirstName(std::string& path) {
+    const std::string name = path.substr(0, path.find('/'));
+    path.erase(0, name.size() + 1);
+    return name;
+}
+
+Trap linkTrap(const std::string& path, const std::string& rest) {
+    const bool isLast = rest.find_first_not_of('/') == std::string::npos;
+    return {isLast ? Trap::Kind::FileLink : Trap::Kind::DirectoryLink, path};
+}
+
+}  // namespace
+
+std::optional<Trap> trapOn(const std::string& path) {
+    if (isPlain(path)) {
+        return std::nullopt;
+    }
+    std::string way = path.starts_with('/') ? "" : ".";
+    int links = 0;
+    for (std::string rest = path; !rest.empty();) {
+        const std::string name = takeFirstName(rest);
+        if (name.empty()) {
+            continue;
+        }
+        const std::string place = way + "/" + name;
+        struct stat status {};
+        if (::lstat(place.c_str(), &status) != 0) {
+            host::noteFault(place);
+            return std::nullopt;
+        }
+        if (!S_ISLNK(status.st_mode)) {
+            way = place;
+            continue;
+        }
+        const auto target = linkTarget(place);
+        if (!target || isOthersLink(place, status) || ++links > MostLinks) {
+            return linkTrap(place, rest);
+        }
+        way = target->starts_with('/') ? "" : way;
+        rest = *target + "/" + rest;
+    }
+    struct stat status {};
+    const bool isPipe = ::lstat(way.c_str(), &status) == 0 && S_ISFIFO(status.st_mode) && isOthers(status);
+    return isPipe ? std::optional(Trap{Trap::Kind::Pipe, way}) : std::nullopt;
+}
+
+Outcome removeTrap(const Trap& trap) {
+    constexpr mode_t Mode = 0755;
+    const auto folder = openGuarded(folderOf(trap.path));
+    if (!folder.ok()) {
+        return folder.outcome();
+    }
+    const std::string name = nameOf(trap.path);
+    struct stat status {};
+    const bool isThere =
+        ::fstatat(folder->number(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+        (trap.kind == Trap::Kind::Pipe ? S_ISFIFO(status.st_mode) : S_ISLNK(status.st_mode));
+    if (!isThere || ::unlinkat(folder->number(), name.c_str(), 0) != 0) {
+        return failure(isThere ? systemError(trap.path) : trap.path + ": meanwhile something else");
+    }
+    return trap.kind != Trap::Kind::DirectoryLink || ::mkdirat(folder->number(), name.c_str(), Mode) == 0
+               ? done()
+               : failure(systemError(trap.path));
+}
+
+}  // namespace zpweb
