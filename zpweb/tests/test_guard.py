@@ -3,6 +3,7 @@ import fcntl
 import json
 import os
 import re
+import resource
 import shutil
 import signal
 import subprocess
@@ -184,3 +185,50 @@ def test_a_rotation_under_load_loses_no_line(live):
     assert len(list(log.parent.glob("access_log-*.tar.gz"))) == 3, "the server writes to it still"
     live.do("log", "rotate", "shop.example", "--delete")
     assert {path.name for path in log.parent.iterdir()} == {"access_log", "error_log", *(path.name for path in archives)}
+
+
+def test_what_waits_for_its_confirmation_is_not_forgotten_when_the_list_cannot_be_read(site):
+    site.do("host", "add", "shop.example", "a.example", "--confirm-within", "1h", *FAST)
+    words = [ZPWEB, "--conf", site.conf, "host", "add", "shop.example", "b.example", "--confirm-within", "1h", *FAST]
+    kept = shutil.copytree(site.root, f"{site.root}.kept", symlinks=True)
+    listed = subprocess.run([ZPFAULT, "none", "0", *words], capture_output=True, text=True, env={**os.environ, "ZPFAULT_ALL": "1"}).stderr
+    calls = re.findall(r"^(\d+) .*(?:/unconfirmed|/checkpoints/000002/change)$", listed, re.M)
+    for call in calls:
+        subprocess.run(f"rm -rf {site.root} && cp -a {kept} {site.root}", shell=True, check=True)
+        subprocess.run([ZPFAULT, "EIO", call, *words], capture_output=True)
+        assert site.do("confirm", "2", "--dry-run", "--json").json["confirmed"] == ["2"], listed.splitlines()[int(call) - 1]
+    shutil.rmtree(kept)
+    assert len(calls) > 3
+
+
+def test_modes_do_not_follow_the_umask(site):
+    """What a change makes is the same under any umask."""
+    def made(name, umask):
+        site.do("site", "create", name, "--address", "127.0.0.1", "--owner", OWNER, "--path", site.sites, *FAST, umask=umask)
+        site.do("user", "add", name, "joe", *FAST, input="word\n", umask=umask)
+        site.do("protect", "add", site.sites / name / "www/html", "joe", *FAST, input="word\n", umask=umask)
+        roots = [site.sites / name, Path("/var/log/websites") / name, Path(f"/etc/webusers/passwd.{name}")]
+        return {str(path).replace(name, ""): oct(path.lstat().st_mode) for root in roots for path in [root, *root.rglob("*")] if path.exists()}
+
+    usual = made("a.example", 0o022)
+    assert len(usual) > 8 and made("b.example", 0o777) == usual == made("c.example", 0)
+
+
+def test_the_control_script_is_not_asked_for_its_version(site):
+    """It makes directories of its own before it answers, with modes of its own."""
+    environment = path_with(site.root / "run/bin", apachectl=f"touch {site.root}/www/asked; exit 1")
+    site.do("vdir", "create", "shop.example", site.sites / "shop.example/www/html", *FAST, env=environment)
+    assert not (site.root / "www/asked").exists()
+
+
+def test_files_that_are_included_are_found_in_linear_time(site):
+    def seconds(count):
+        for number in range(count):
+            (site.root / f"included/{number}.conf").touch()
+        before = resource.getrusage(resource.RUSAGE_CHILDREN)
+        site.do("site", "list")
+        after = resource.getrusage(resource.RUSAGE_CHILDREN)
+        return after.ru_utime + after.ru_stime - before.ru_utime - before.ru_stime
+
+    few = seconds(4000)
+    assert seconds(16000) < 8 * few

@@ -12,8 +12,11 @@ namespace zpweb {
 
 namespace {
 
-std::vector<Unconfirmed> listed(const State& state) {
+Expected<std::vector<Unconfirmed>> entries(const State& state) {
     const auto text = readFile(state.unconfirmed());
+    if (!text.ok() && text.outcome().status != Status::NotFound) {
+        return text.outcome();
+    }
     std::istringstream lines(text.ok() ? *text : "");
     std::vector<Unconfirmed> all;
     for (Unconfirmed each; lines >> each.checkpoint >> each.deadline >> each.check >> each.reload;) {
@@ -22,9 +25,11 @@ std::vector<Unconfirmed> listed(const State& state) {
     return all;
 }
 
+// One that cannot be read may stand.
 bool stands(const State& state, const Unconfirmed& each) {
-    const auto checkpoint = Checkpoint::read(state.checkpoint(each.checkpoint));
-    return checkpoint && !checkpoint->undone;
+    const std::string folder = state.checkpoint(each.checkpoint);
+    const auto checkpoint = Checkpoint::read(folder);
+    return checkpoint ? !checkpoint->undone : listed(folder).outcome().status != Status::NotFound;
 }
 
 Outcome write(const State& state, const std::vector<Unconfirmed>& all) {
@@ -42,7 +47,8 @@ Outcome write(const State& state, const std::vector<Unconfirmed>& all) {
 }  // namespace
 
 std::vector<Unconfirmed> unconfirmedOf(const State& state) {
-    std::vector<Unconfirmed> all = listed(state);
+    const auto known = entries(state);
+    std::vector<Unconfirmed> all = known.ok() ? *known : std::vector<Unconfirmed>();
     std::erase_if(all, [&](const Unconfirmed& each) {
         const auto checkpoint = Checkpoint::read(state.checkpoint(each.checkpoint));
         return !checkpoint || checkpoint->undone || !checkpoint->change.isFor(state.configuration);
@@ -51,18 +57,24 @@ std::vector<Unconfirmed> unconfirmedOf(const State& state) {
 }
 
 Outcome addUnconfirmed(const State& state, const Unconfirmed& added) {
-    std::vector<Unconfirmed> all = listed(state);
-    std::erase_if(all, [&](const Unconfirmed& each) { return !stands(state, each); });
-    all.push_back(added);
-    return write(state, all);
+    auto all = entries(state);
+    if (!all.ok()) {
+        return all.outcome();
+    }
+    std::erase_if(*all, [&](const Unconfirmed& each) { return !stands(state, each); });
+    all->push_back(added);
+    return write(state, *all);
 }
 
 Outcome removeUnconfirmed(const State& state, int checkpoint) {
-    std::vector<Unconfirmed> all = listed(state);
-    std::erase_if(all, [&](const Unconfirmed& each) {
+    auto all = entries(state);
+    if (!all.ok()) {
+        return all.outcome();
+    }
+    std::erase_if(*all, [&](const Unconfirmed& each) {
         return each.checkpoint == checkpoint || !stands(state, each);
     });
-    return write(state, all);
+    return write(state, *all);
 }
 
 }  // namespace zpweb

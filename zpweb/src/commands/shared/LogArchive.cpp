@@ -38,8 +38,9 @@ Expected<std::string> moveToFree(int from, const std::string& name, int to, cons
         int moved = ::renameat2(from, name.c_str(), to, free.c_str(), RENAME_NOREPLACE);
         if (moved != 0 && (errno == EINVAL || errno == ENOSYS)) {  // a file system that does not offer it
             struct stat status {};
-            const bool isFree = ::fstatat(to, free.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0;
-            errno = EEXIST;
+            const bool isThere = ::fstatat(to, free.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0;
+            const bool isFree = !isThere && errno == ENOENT;
+            errno = isThere ? EEXIST : errno;
             moved = isFree ? ::renameat(from, name.c_str(), to, free.c_str()) : -1;
         }
         if (moved == 0) {
@@ -202,14 +203,16 @@ Outcome pack(Transaction& change, const std::string& site, const std::string& as
                          ? rotate(change, site, room.directory(), name, "ZIPandDEL")
                          : failure(systemError(aside));
     const std::string archive = room.archive();
-    if (!packed.ok() || archive.empty() || !isWhole(inside, archive, name)) {
+    const bool whole = packed.ok() && !archive.empty() && isWhole(inside, archive, name);
+    if (!whole || ::unlinkat(inside, Kept, 0) != 0) {  // never both: each line is there once
         ::unlinkat(inside, archive.c_str(), 0);
         ::unlinkat(inside, name.c_str(), 0);
         static_cast<void>(moveToFree(inside, Kept, directory->number(), nameOf(aside), ""));
-        return packed.ok() ? failure(aside + ": tar made no whole archive of it") : packed;
+        return packed.ok() ? failure(aside + (whole ? ": cannot be removed, so it stays unpacked"
+                                                    : ": tar made no whole archive of it"))
+                           : packed;
     }
     ::unlinkat(inside, name.c_str(), 0);
-    ::unlinkat(inside, Kept, 0);
     return moveToFree(inside, archive, directory->number(),
                       archive.substr(0, archive.size() - Packed.size()), Packed)
         .outcome();
