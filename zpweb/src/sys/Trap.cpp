@@ -47,7 +47,7 @@ bool isOthersLink(const std::string& path, const struct stat& status) {
 }
 
 std::string takeFirstName(std::string& path) {
-    const std::string name = path.substr(0, path.find('/'));
+    std::string name = path.substr(0, path.find('/'));
     path.erase(0, name.size() + 1);
     return name;
 }
