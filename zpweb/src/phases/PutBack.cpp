@@ -14,9 +14,16 @@ namespace zpweb {
 
 namespace {
 
-// What is kept on another file system. The journal knows the name from the staging.
-Outcome copyInPlace(const std::string& kept, const Descriptor& directory, const std::string& name) {
+// Of what is kept on another file system. The journal knows the name from the staging, and what the commit
+// has taken out of its place may still stand there: a full disk has no room for a copy.
+Outcome putBackBeside(const std::string& kept, const Descriptor& directory, const ChangedFile& changed) {
+    const std::string name = nameOf(changed.path);
     const std::string fresh = pathIn(directory, ".zpweb-" + name);
+    const auto out = currentHash(fresh);
+    if (out.ok() && *out == changed.before &&
+        ::rename(fresh.c_str(), pathIn(directory, name).c_str()) == 0) {
+        return done();
+    }
     Outcome copied = copyWhole(kept, fresh);
     if (copied.ok() && ::rename(fresh.c_str(), pathIn(directory, name).c_str()) != 0) {
         copied = failure(systemError(name));
@@ -33,8 +40,7 @@ Outcome putBackFrom(const std::string& kept, const ChangedFile& changed) {
     if (!directory.ok()) {
         return directory.outcome();
     }
-    const std::string name = nameOf(changed.path);
-    const std::string place = pathIn(*directory, name);
+    const std::string place = pathIn(*directory, nameOf(changed.path));
     if (changed.before.empty()) {
         return ::unlink(place.c_str()) == 0 || errno == ENOENT ? done()
                                                                : failure(systemError(changed.path));
@@ -43,7 +49,7 @@ Outcome putBackFrom(const std::string& kept, const ChangedFile& changed) {
     if (!hash.ok() || *hash != changed.before) {
         return failure(hash.ok() ? "it is damaged" : hash.outcome().message);
     }
-    return ::rename(kept.c_str(), place.c_str()) == 0 ? done() : copyInPlace(kept, *directory, name);
+    return ::rename(kept.c_str(), place.c_str()) == 0 ? done() : putBackBeside(kept, *directory, changed);
 }
 
 }  // namespace

@@ -65,8 +65,11 @@ Outcome unprotectFor(Transaction& change, const std::string& folder, const std::
         return there;
     }
     return onProtection(change, folder, [&](const std::string& staged) {
-        return resultOf("deletePrivateFolder", PrivateFolder(nullptr).deletePrivateFolder(staged, user),
-                        {Unprotected});
+        const int result = PrivateFolder(nullptr).deletePrivateFolder(staged, user);
+        const auto passwords = readFile(staged + "/.htpasswd");
+        const bool stays = passwords.ok() && hasUser(*passwords, user);
+        return stays ? failure("htpasswd did not let the user go")
+                     : resultOf("deletePrivateFolder", result, {Unprotected});
     });
 }
 
