@@ -1,10 +1,13 @@
 // The rewrite of a configuration: nothing is lost, opened up or run that should not be.
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <ctime>
 #include <filesystem>
+#include <vector>
 
 #include "support/Editing.h"
 #include "support/FakeTools.h"
@@ -221,4 +224,15 @@ TEST_P(Rewriting, IsNotLedAstrayByWhatStandsInPlaceOfTheCopy) {
     }
     EXPECT_EQ(run(), GetParam().noScratch);
     EXPECT_EQ(readFile(file), editedConfiguration());
+
+    refill("piped");
+    std::vector<int> readers;
+    for (const std::string& name : temporaryFileNames()) {
+        fs::remove(name);
+        ASSERT_EQ(::mkfifo(name.c_str(), 0600), 0);
+        readers.push_back(::open(name.c_str(), O_RDWR | O_NONBLOCK));
+    }
+    EXPECT_EQ(run(), GetParam().noScratch);
+    EXPECT_TRUE(fs::is_regular_file(file));
+    std::for_each(readers.begin(), readers.end(), ::close);
 }

@@ -78,6 +78,9 @@ TEST(WebsiteLookup, BoundsOfALine) {
         EXPECT_EQ(website.WebsiteExists("example.com"), seen ? 31 : 32);
         EXPECT_EQ(website.GetRootDocPath(file, "example.com"), seen ? "/x" : "");
         EXPECT_EQ(list(file).sites.size(), seen ? 1U : 0U);
+        StringVector names;
+        EXPECT_TRUE(website.VHostsInIncFile(file, names));
+        EXPECT_EQ(names.size(), seen ? 1U : 0U);
         std::string address;
         EXPECT_TRUE(website.LookupDomainInConfFile("example.com", file, address)) << "it has no bound";
     }
