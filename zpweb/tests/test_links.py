@@ -122,17 +122,23 @@ def test_a_folder_is_handed_over_with_all_that_it_holds_but_what_is_behind_links
     access = lambda: {p: (oct(p.lstat().st_mode), p.lstat().st_uid, p.lstat().st_gid) for p in [folder, *folder.rglob("*")]}
     (folder / "sub/private").write_text("x")
     os.chmod(folder / "sub/private", 0o600)
+    for name in ("tool", "shared"):
+        (folder / "sub" / name).write_text("x")
+    os.chmod(folder / "sub/tool", 0o4755)
     unlike = access()
     answer = site.do("vdir", "create", "shop.example", folder, "--take-over")
     assert not re.search("warning", answer.err), answer
     anna = pwd.getpwnam(OWNER).pw_uid
     modes = {p.name: (oct(p.lstat().st_mode & 0o7777), p.lstat().st_uid) for p in [folder, *folder.rglob("*")]
              if not p.is_symlink()}
-    assert modes == {"q": ("0o705", anna), "sub": ("0o2705", anna), "f": ("0o705", anna), "private": ("0o705", anna), "pipe": ("0o705", anna)}
+    assert modes == {"q": ("0o705", anna), "sub": ("0o2705", anna), "f": ("0o705", anna), "pipe": ("0o705", anna),
+                     "private": ("0o705", anna), "tool": ("0o705", anna), "shared": ("0o705", anna)}
     assert before == {p: p.lstat() for p in [victim, *victim.rglob("*")]}
     (folder / "sub/f").unlink()
     (folder / "sub/f").write_text("another file by now")
     os.chown(folder / "sub/private", -1, 0)
+    os.link(folder / "sub/shared", folder / "sub/second")
+    kept = {path: access()[path] for path in (folder / "sub" / name for name in ("f", "tool", "shared", "second"))}  # its owner's by now
     answer = site.run("undo")
-    assert answer.status == 1 and "another file" in answer.err and access() == {**unlike, folder / "sub/f": access()[folder / "sub/f"]}, answer
+    assert answer.status == 1 and "owner and mode stay" in answer.err and access() == {**unlike, **kept}, answer
     assert before == {p: p.lstat() for p in [victim, *victim.rglob("*")]}
