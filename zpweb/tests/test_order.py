@@ -76,3 +76,40 @@ def test_nothing_counts_that_is_not_on_the_disk(three_files):
     assert any(path.endswith("/journal.new") for path in before)
     assert {"change", "checkpoints"} <= {Path(path).name for path in before}, before
     assert {str(site.root), "/etc/webusers", str(site.root / "www")} <= {path for at, path in synced if put[0] < at < gone}
+
+
+def test_what_is_only_prepared_has_no_say_in_what_somebody_does_meanwhile(site):
+    """The run is killed before its first step in place. Then somebody writes by hand what it would have written."""
+    file, journal = Path("/etc/logrotate.d/zpweb"), site.root / ".zpweb/journal"
+
+    def change(kind, call):
+        words = [ZPFAULT, kind, call, ZPWEB, "--conf", site.conf, "log", "policy", "shop.example", "--daily", *FAST]
+        return subprocess.run(words, capture_output=True, text=True, env={**os.environ, "ZPFAULT_ALL": "1"}).stderr
+
+    listed = change("none", "0")
+    text = file.read_text()
+    site.do("undo", *FAST)
+    renames = re.findall(r"^\d+ rename (.*)$", listed, re.M)
+    change("kill", f"rename:{[at for at, path in enumerate(renames, 1) if path.endswith('/journal.new')][1]}")
+    assert '"preparing"' in journal.read_text() and not file.exists()
+    file.write_text(text)
+    site.do("host", "add", "shop.example", "c.example", *FAST)
+    assert file.read_text() == text and not journal.exists()
+    file.unlink()
+
+
+def test_owners_given_by_half_are_taken_back_whole(site):
+    """What was there is known from before the first of them."""
+    folder = site.sites / "shop.example/www/html/q"
+    folder.mkdir()
+    for name in "abcd":
+        (folder / name).touch(mode=0o600)
+    access = lambda: {p.name: (oct(p.stat().st_mode & 0o7777), p.stat().st_uid) for p in [folder, *folder.iterdir()]}
+    before = access()
+    words = [ZPWEB, "--conf", site.conf, "vdir", "create", "shop.example", folder, "--take-over", *FAST]
+    assert subprocess.run([ZPFAULT, "kill", "fchownat:4", *words]).returncode == 137
+    half = access()
+    site.run("site", "start", "shop.example", *FAST)
+    assert len(set(half.values())) == 2 and len(set(access().values())) == 1
+    site.do("undo", *FAST)
+    assert access() == before
