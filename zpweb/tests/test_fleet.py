@@ -41,6 +41,16 @@ def test_a_rollout_that_is_interrupted_an_audit_and_the_way_back(fleet):
     assert fleet.configurations() == before
 
 
+def test_a_canary_whose_controller_died_heals_itself(fleet):
+    before = fleet.configurations()
+    killed = fleet.begin("rollout", web_sites=CHANGED, web_label="healed", web_soak=60, web_confirm_within="3s")
+    await_true(lambda: fleet.configurations()[0] != before[0], 60)
+    os.killpg(killed.pid, signal.SIGKILL)
+    killed.communicate()
+    await_true(lambda: fleet.configurations() == before, 60)
+    assert fleet.answering() == [*range(1, HOSTS + 1)]
+
+
 def test_a_canary_whose_key_is_anothers_stops_the_fleet(fleet):
     before = fleet.configurations()
     status, changed, told = fleet.play("rollout", web_sites=[{"name": "shop.example", "tls": fleet.certify(wrong=[1])}], web_label="tls")

@@ -40,7 +40,7 @@ def change(module, words, data=None, accepted=(0,)):
     result = {"changed": answer.get("changed", False)}
     if answer.get("diff"):
         result["diff"] = {"prepared": answer["diff"]}
-    for field in ("checkpoint", "impact", "commands", "removals", "left"):
+    for field in ("checkpoint", "impact", "commands", "removals", "left", "confirmed"):
         if field in answer:
             result[field] = answer[field]
     return result

@@ -39,6 +39,9 @@ options:
   label:
     description: A label of the change, by which C(undo) takes it back.
     type: str
+  confirm_within:
+    description: The host takes the change back by itself unless C(confirm) comes within this time, such as C(10m).
+    type: str
 attributes:
   check_mode:
     description: Tells exactly what a run would do.
@@ -99,14 +102,16 @@ def main():
             zpweb.ARGUMENTS,
             commands={"type": "list", "elements": "dict", "required": True, "options": COMMAND},
             ensure={"type": "bool", "default": True},
-            label={"type": "str"}),
+            label={"type": "str"},
+            confirm_within={"type": "str"}),
         supports_check_mode=True)
     params = module.params
     lines = "".join(json.dumps({field: value for field, value in command.items() if value is not None}) + "\n"
                     for command in params["commands"])
     words = ["apply", "-"] + ["--ensure"] * params["ensure"]
-    if params["label"]:
-        words += ["--label", params["label"]]
+    for option in ("label", "confirm_within"):
+        if params[option]:
+            words += ["--" + option.replace("_", "-"), params[option]]
     module.exit_json(**zpweb.change(module, words, lines))
 
 

@@ -61,6 +61,17 @@ options:
             description: Options to switch, such as C(-Indexes).
             type: list
             elements: str
+          allow:
+            description: Addresses, networks and names of hosts that may see it, or C(all). Without C(deny), nobody else may.
+            type: list
+            elements: str
+          deny:
+            description: Those that may not, or C(all).
+            type: list
+            elements: str
+          protect:
+            description: Whether it is put behind a password.
+            type: bool
       tls:
         description: Its certificate. The files are on the host already.
         type: dict
@@ -198,6 +209,9 @@ options:
   label:
     description: A label of the change, by which C(undo) takes it back.
     type: str
+  confirm_within:
+    description: The host takes the change back by itself unless C(confirm) comes within this time, such as C(10m).
+    type: str
 attributes:
   check_mode:
     description: Tells exactly what a run would do.
@@ -289,7 +303,7 @@ SITE = {
     "redirect": {"type": "dict"},
     "error_document": {"type": "dict"},
     "root": PATH,
-    "directories": paths(options=TEXTS),
+    "directories": paths(options=TEXTS, allow=TEXTS, deny=TEXTS, protect=FLAG),
     "tls": record(certificate=PATH, key={"type": "path", "no_log": False}, redirect=FLAG, hsts=TEXT, port=COUNT, any_name=FLAG),
     "php": record(fpm=TEXT, root_only=FLAG),
     "proxies": paths(url=NEEDED, websocket=FLAG, timeout=COUNT),
@@ -331,12 +345,14 @@ def main():
             sites={"type": "list", "elements": "dict", "required": True, "options": SITE},
             policy={"type": "str", "choices": ["merged", "exclusive"], "default": "merged"},
             confirm_removals={"type": "int", "default": 0},
-            label={"type": "str"}),
+            label={"type": "str"},
+            confirm_within={"type": "str"}),
         supports_check_mode=True)
     params = module.params
     words = ["apply", "--state", "-"]
-    if params["label"]:
-        words += ["--label", params["label"]]
+    for option in ("label", "confirm_within"):
+        if params[option]:
+            words += ["--" + option.replace("_", "-"), params[option]]
     if params["policy"] == "exclusive":
         words += ["--exclusive", "--confirm-removals", str(params["confirm_removals"])]
     module.exit_json(**zpweb.change(module, words, document(params["sites"])))
