@@ -27,6 +27,7 @@ struct SettingField {
     bool needed = false, many = false;
     bool isOption = false;  // the value itself is the option's name
     bool told = false;      // by an export, for information
+    bool whole = false;     // hosts: all are one value of the option, and all such fields are told together
 };
 
 struct SettingModel {

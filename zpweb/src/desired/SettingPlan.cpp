@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <nlohmann/json.hpp>
+#include <set>
+
+#include "text/Restrictions.h"
 
 namespace zpweb {
 
@@ -20,6 +23,14 @@ const SettingEntry* entryAt(const SettingModel& model, const SettingEntries& ent
     return found == entries.end() ? nullptr : &*found;
 }
 
+std::string joined(const std::vector<std::string>& values) {
+    std::string text;
+    for (const std::string& value : values) {
+        text += (text.empty() ? "" : ",") + value;
+    }
+    return text;
+}
+
 PlannedCommand setting(const SettingModel& model, const std::string& site, const SettingEntry& entry,
                        bool isNew = false) {
     PlannedCommand command{std::string(isNew && !model.make.empty() ? model.make : model.set), {site}, {}};
@@ -33,6 +44,8 @@ PlannedCommand setting(const SettingModel& model, const std::string& site, const
             command.options.emplace_back(values.front(), std::vector<std::string>());
         } else if (field.option.empty()) {
             command.arguments.insert(command.arguments.end(), values.begin(), values.end());
+        } else if (field.whole) {
+            command.options.emplace_back(field.option, std::vector{joined(values)});
         } else {
             command.options.emplace_back(field.option, values);
         }
@@ -51,9 +64,26 @@ PlannedCommand dropping(const SettingModel& model, const std::string& site) {
     return command;
 }
 
+// What the values that are told together ask for, in any order.
+std::multiset<std::string> termsOf(const SettingEntry& entry) {
+    const auto hosts = [&](const char* field) {
+        const auto found = entry.find(field);
+        return found == entry.end() ? std::string() : joined(found->second);
+    };
+    const std::vector<std::string> lines = requireLines({hosts("allow"), hosts("deny"), true, false});
+    return {lines.begin(), lines.end()};
+}
+
 // Is all that is named there?
-bool holds(const SettingEntry& is, const SettingEntry& shouldBe) {
+bool holds(const SettingModel& model, const SettingEntry& is, const SettingEntry& shouldBe) {
+    const auto isWhole = [&model](const std::string& name) {
+        return std::any_of(model.fields.begin(), model.fields.end(),
+                           [&](const SettingField& field) { return field.whole && field.name == name; });
+    };
     return std::all_of(shouldBe.begin(), shouldBe.end(), [&](const auto& field) {
+        if (isWhole(field.first)) {
+            return termsOf(is) == termsOf(shouldBe);
+        }
         const auto found = is.find(field.first);
         return found != is.end() &&
                std::all_of(field.second.begin(), field.second.end(), [&](const std::string& value) {
@@ -73,7 +103,7 @@ void planPaths(const SettingModel& model, const std::string& site, const Setting
     }
     for (const SettingEntry& each : shouldBe) {
         const SettingEntry* now = entryAt(model, is, pathOf(model, each));
-        if (now == nullptr || !(model.drop.empty() ? holds(*now, each) : *now == each)) {
+        if (now == nullptr || !(model.drop.empty() ? holds(model, *now, each) : *now == each)) {
             plan.push_back(setting(model, site, each, now == nullptr));
         }
     }

@@ -10,11 +10,11 @@ namespace {
 
 using zp::conf::equalIgnoringCase;
 
-std::vector<std::string> listed(const std::string& hosts) {
+std::vector<std::string> listed(std::string_view hosts) {
     std::vector<std::string> all;
     for (size_t at = 0; (at = hosts.find_first_not_of(" ,\t", at)) != std::string::npos;) {
         const size_t end = std::min(hosts.find_first_of(" ,\t", at), hosts.size());
-        all.push_back(hosts.substr(at, end - at));
+        all.emplace_back(hosts.substr(at, end - at));
         at = end;
     }
     return all;
@@ -111,6 +111,31 @@ std::vector<std::string> requireLines(const Restriction& restriction) {
         lines = wrapped("RequireAll", std::move(lines));
     }
     return lines;
+}
+
+std::optional<Restriction> restrictionOf(const std::vector<std::string>& lines) {
+    Restriction told;
+    bool granted = false;
+    bool denied = false;
+    for (const std::string& line : lines) {
+        const size_t blank = line.rfind(' ');
+        const std::string term = line.substr(0, blank);
+        const std::string host = (term.ends_with(" env") ? "env=" : "") + line.substr(blank + 1);
+        granted = granted || line == "Require all granted";
+        denied = denied || line == "Require all denied";
+        told.users = told.users || line == "Require valid-user";
+        if (term == "Require ip" || term == "Require host" || term == "Require env") {
+            told.allow += (told.allow.empty() ? "" : ",") + host;
+        } else if (term.starts_with("Require not ")) {
+            told.deny += (told.deny.empty() ? "" : ",") + host;
+        }
+    }
+    if (denied) {
+        told.deny = "all";
+    } else if (told.allow.empty() && told.deny.empty() && (granted || told.users)) {
+        told.allow = "all";
+    }
+    return !lines.empty() && requireLines(told) == lines ? std::optional(told) : std::nullopt;
 }
 
 bool isRestriction(const Statement& statement) {

@@ -1,6 +1,7 @@
 // Who may see a directory, in the terms of a 2.4 server: what a <Directory> section holds for it.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -18,6 +19,8 @@ struct Restriction {
 
 // Lines of Require terms; none when nothing is asked for.
 std::vector<std::string> requireLines(const Restriction& restriction);
+// What such lines ask for; absent when they are not as these are written.
+std::optional<Restriction> restrictionOf(const std::vector<std::string>& lines);
 // Does the statement say who may see the directory, by host or by user?
 bool isRestriction(const Statement& statement);
 

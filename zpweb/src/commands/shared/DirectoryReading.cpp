@@ -6,6 +6,7 @@
 #include "commands/shared/DirectoryBlock.h"
 #include "conf/Text.h"
 #include "text/Marks.h"
+#include "text/Restrictions.h"
 #include "text/Statements.h"
 #include "text/View.h"
 
@@ -47,15 +48,43 @@ bool tellsWho(const Statement& statement) {
             statement.is("Deny"));
 }
 
+// Who may see it, where the section says so in the terms that "vdir set" writes.
+void takeRestriction(SettingEntry& entry, const std::vector<std::string>& terms) {
+    const auto restriction = restrictionOf(terms);
+    if (!restriction) {
+        return;
+    }
+    const auto take = [&entry](const char* field, const std::string& hosts) {
+        for (size_t at = 0; at < hosts.size();) {
+            const size_t end = std::min(hosts.find(',', at), hosts.size());
+            entry[field].push_back(hosts.substr(at, end - at));
+            at = end + 1;
+        }
+    };
+    take("allow", restriction->allow);
+    take("deny", restriction->deny);
+    if (restriction->users) {
+        entry["protect"] = {};
+    }
+}
+
 SettingEntry entryOf(const Statements& statements, size_t opening, const std::string& path) {
     SettingEntry entry{{"path", {path}}};
+    std::vector<std::string> terms;
     for (size_t i = opening + 1; i < statements[opening].end; ++i) {
         if (statements[i].is("Options") && statements[i].scope == opening) {
             entry["options"] = switchesOf(statements[i]);
         } else if (tellsWho(statements[i])) {
             entry["who"].push_back(canonical(statements[i]));
         }
+        // A section such as <Limit> stays as it is among them, so that they are not taken for all.
+        const bool isTag =
+            statements[i].kind == Statement::Kind::Opens || statements[i].kind == Statement::Kind::Closes;
+        if (isTag || tellsWho(statements[i])) {
+            terms.push_back(canonical(statements[i]));
+        }
     }
+    takeRestriction(entry, terms);
     return plain(*settingModel("directories"), std::move(entry));
 }
 
