@@ -142,7 +142,8 @@ Plan planFrom(const Configuration& configuration, const Arguments& given) {
     plan.shared = given[Mode].value_or("shared") == "shared";
     plan.before24 = isBefore24(configuration.main().path());
     const std::string port = given[Port].value_or(usualPort());
-    plan.listening = {given[Address].value_or(usualAddress(configuration, port)), port};
+    const auto address = given[Address];
+    plan.listening = {address ? *address : usualAddress(configuration, port), port};
     plan.listens = !given[Listen] || isListening(configuration, plan.listening);
     plan.logs = given[Logs].value_or(usualLogs()) == "system" ? systemLogs(plan.name) : "";
     plan.entry = entryFor(plan, given);

@@ -108,9 +108,12 @@ Judged judgeStaged(const Judging& change) {
 
 void keepReading(const Configuration& configuration, const std::map<std::string, StagedFile>& files,
                  const std::string& readingFile, const Reading* reading) {
+    if (reading == nullptr) {
+        KeptReading::drop(readingFile);
+        return;
+    }
     const Program program(configuration.main().path());
-    const KeptReading kept(readingFile, program, basisOf(configuration, files, false));
-    reading != nullptr ? kept.save(*reading) : kept.drop();
+    KeptReading(readingFile, program, basisOf(configuration, files, false)).save(*reading);
 }
 
 }  // namespace zpweb

@@ -41,7 +41,7 @@ std::shared_ptr<const Reading> KeptReading::load() const {
 
 void KeptReading::save(const Reading& reading) const {
     if (basis_.included.empty() || reading.included().empty()) {
-        return drop();
+        return drop(file_);
     }
     std::string text(Title);
     text += basis_.included + " \n";
@@ -49,7 +49,7 @@ void KeptReading::save(const Reading& reading) const {
     files.insert({program_.path(), program_.environment(), "/etc/sysconfig/httpd"});
     for (const std::string& path : files) {
         if (!zp::conf::isOneLine(path)) {
-            return drop();
+            return drop(file_);
         }
         text += hashOf(path) + " " + path + "\n";
     }
@@ -60,10 +60,10 @@ void KeptReading::save(const Reading& reading) const {
     ::unlink(fresh.c_str());
     if (!writeNewFile(fresh, text, 0600).ok() || ::rename(fresh.c_str(), file_.c_str()) != 0) {
         ::unlink(fresh.c_str());
-        drop();
+        drop(file_);
     }
 }
 
-void KeptReading::drop() const { ::unlink(file_.c_str()); }
+void KeptReading::drop(const std::string& file) { ::unlink(file.c_str()); }
 
 }  // namespace zpweb

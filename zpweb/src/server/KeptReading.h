@@ -29,7 +29,7 @@ public:
     std::shared_ptr<const Reading> load() const;
     // That it could not be written is no error.
     void save(const Reading& reading) const;
-    void drop() const;
+    static void drop(const std::string& file);
 
 private:
     std::string hashOf(const std::string& path) const;

@@ -236,11 +236,7 @@ Parts::Files Parts::sorted(const Index& index, std::string_view name) {
 
 Parts::Files Parts::holdersOf(std::string_view name) {
     Files files = sorted(sites_, name);
-    for (const ConfigurationFile* file : files) {
-        if (file->isPart() && !goneThrough_) {
-            used_.emplace_back(file->path(), file->number_);
-        }
-    }
+    noteUse(files);
     return files;
 }
 
@@ -253,15 +249,31 @@ void Parts::rest() {
     }
 }
 
-Parts::Files Parts::carriersOf(std::string_view name) {
-    if (!names_) {
-        names_.emplace();
-        goneThrough_ = true;
-        for (const auto& [path, file] : files_) {
-            for (const auto& part : file.parts) {
-                enterNames(*part);
+// What nobody has got of a part yet is forgotten once its names are known.
+void Parts::indexNames() {
+    names_.emplace();
+    for (const auto& [path, file] : files_) {
+        for (const auto& part : file.parts) {
+            const bool isFresh = !part->file->contents_ && !part->file->lines_;
+            enterNames(*part);
+            if (isFresh) {
+                part->file->forget();
             }
         }
+    }
+}
+
+void Parts::noteUse(const Files& files) {
+    for (const ConfigurationFile* file : files) {
+        if (file->isPart() && !goneThrough_) {
+            used_.emplace_back(file->path(), file->number_);
+        }
+    }
+}
+
+Parts::Files Parts::carriersOf(std::string_view name) {
+    if (!names_) {
+        indexNames();
     }
     Files files = sorted(*names_, name);
     for (const ConfigurationFile* file : sorted(*names_, Wildcard)) {
@@ -269,6 +281,7 @@ Parts::Files Parts::carriersOf(std::string_view name) {
             files.push_back(file);
         }
     }
+    noteUse(files);
     return files;
 }
 

@@ -76,6 +76,8 @@ private:
     void enter(const Part& part);
     void leave(const Part& part);
     void enterNames(Part& part);
+    void indexNames();
+    void noteUse(const Files& files);
     void splitLast(File& file, const std::string& path);
 
     std::shared_ptr<Defines> defines_;

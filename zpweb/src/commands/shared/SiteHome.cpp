@@ -3,6 +3,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <map>
+#include <utility>
 #include <vector>
 
 #include "commands/shared/ServerUser.h"
@@ -36,6 +38,17 @@ std::vector<std::string> wayTo(const std::string& path) {
     }
     way.push_back(path);
     return way;
+}
+
+// May the account enter the directory now? Only a process of its own can tell; of many sites, the first one
+// asks.
+bool entersNow(const std::string& account, const std::string& directory) {
+    static std::map<std::pair<std::string, std::string>, bool> known;
+    const auto [entry, fresh] = known.try_emplace({account, directory}, true);
+    if (fresh) {
+        entry->second = canEnter(account, {directory}).front();
+    }
+    return entry->second;
 }
 
 }  // namespace
@@ -83,7 +96,7 @@ Outcome makeReachable(Transaction& change, const std::string& home, bool open) {
         struct stat status {};
         const bool there = lookAt(directory, status);
         const bool passes = there && canPass(*user, status);
-        if (!there || (reached ? canEnter(user->name, {directory}).front() : passes)) {
+        if (!there || (reached ? entersNow(user->name, directory) : passes)) {
             continue;
         }
         if (reached && passes) {
