@@ -54,16 +54,18 @@ Outcome Transaction::finish(bool& again) {
 }
 
 Outcome Transaction::perform(bool& again) {
+    settings_ = &ownSettings_;
+    output_ = &ownOutput_;
     set_->settle();
-    output_.setChanged(hasEffects());
-    Outcome outcome = stage();
+    output_->setChanged(hasEffects());
+    Outcome outcome = isEachSeen() ? stage() : failure("one change takes another back");
     outcome = outcome.ok() ? check() : outcome;
     outcome = outcome.ok() ? lookAtLogs() : outcome;
     outcome = outcome.ok() ? fault() : outcome;  // the last moment at which nothing is done
     showDiff();
-    if (settings_.dryRun) {
+    if (settings_->dryRun) {
         tellOutstanding();
-        output_.setChanged(outcome.ok() && hasEffects());
+        output_->setChanged(outcome.ok() && hasEffects());
         return outcome;
     }
     outcome = outcome.ok() ? commitAll(again) : outcome;
@@ -73,18 +75,22 @@ Outcome Transaction::perform(bool& again) {
     }
     outcome = outcome.ok() ? reloadServer() : outcome;
     outcome = outcome.ok() ? carryOutRest() : outcome;
-    output_.setChanged(inPlace_);
-    output_.setCheckpoint(inPlace_ ? journal_.checkpoint : 0);
-    if (hasEffects()) {
+    output_->setChanged(inPlace_);
+    output_->setCheckpoint(inPlace_ ? journal_.checkpoint : 0);
+    if (hasEffects() && (inPlace_ || members_.empty())) {  // of several, each makes its own try then
         recordAs(outcome);
     }
     tellConfirmation();
     if (inPlace_ && set_->serverChanged()) {
         keepReading(configuration(), set_->files(), state_->reading(), readings_.staged.get());
     }
-    if (inPlace_ && !settings_.check && set_->serverChanged()) {
-        output_.note("written, not judged");
+    if (inPlace_ && !settings_->check && set_->serverChanged()) {
+        output_->note("written, not judged");
     }
+    if (inPlace_) {
+        removeWhole(*state_, journal_);
+    }
+    tellMembers(outcome);
     pruneCheckpoints(*state_);
     return outcome;
 }
@@ -102,11 +108,11 @@ Outcome Transaction::stage() {
 }
 
 Outcome Transaction::check() {
-    output_.setJudged(settings_.check);
-    if (!settings_.check || (!set_->serverChanged() && expectations_.empty())) {
+    output_->setJudged(settings_->check);
+    if (!settings_->check || (!set_->serverChanged() && expectations_.empty())) {
         return done();
     }
-    output_.step("checking the configuration");
+    output_->step("checking the configuration");
     if (!set_->serverChanged()) {
         return judgeLive({configuration(),
                           set_->files(),
@@ -114,8 +120,8 @@ Outcome Transaction::check() {
                           state_->reading(),
                           asked_,
                           expectations_,
-                          settings_,
-                          output_})
+                          *settings_,
+                          *output_})
             .outcome;
     }
     // The server looks for the directories of logs. Should it refuse, what was made goes again.
@@ -129,8 +135,8 @@ Outcome Transaction::check() {
         return staged.outcome();
     }
     readings_ = judgeStaged({configuration(), set_->files(), *staged, state_->reading(), asked_,
-                             expectations_, settings_, output_});
-    if (readings_.outcome.ok() && readings_.staged != nullptr && !settings_.dryRun) {
+                             expectations_, *settings_, *output_});
+    if (readings_.outcome.ok() && readings_.staged != nullptr && !settings_->dryRun) {
         lookAtAnswers();
     }
     return readings_.outcome;
@@ -139,11 +145,11 @@ Outcome Transaction::check() {
 // A reload opens all logs anew, as root.
 Outcome Transaction::lookAtLogs() {
     const bool reloads = set_->serverChanged() || !afterReload_.empty();
-    if (!reloads || !settings_.reload || settings_.allowLogLinks || !server_->master(configuration())) {
+    if (!reloads || !settings_->reload || settings_->allowLogLinks || !server_->master(configuration())) {
         return done();
     }
     std::shared_ptr<const Reading> reading = readings_.staged;
-    if (reading == nullptr && settings_.check) {
+    if (reading == nullptr && settings_->check) {
         const std::string& main = configuration().main().path();
         reading = inspect(Program(main), main, {}, {}).reading;
     }
@@ -154,32 +160,32 @@ Outcome Transaction::lookAtLogs() {
 void Transaction::lookAtAnswers() {
     std::set<std::string> sites;
     for (const std::string& site : asked_.sites) {
-        if (!asked_.moving.contains(site) && !asked_.answersMayChange) {
+        if (!asked_.moving.contains(site) && !asked_.answersMayChange && !unwatched_.contains(site)) {
             sites.insert(site);
         }
     }
-    if (sites.empty() || !settings_.reload || !server_->master(configuration())) {
+    if (sites.empty() || !settings_->reload || !server_->master(configuration())) {
         return;
     }
     const Answers before = readings_.live != nullptr ? Answers::to(sites, *readings_.live) : Answers();
     prove([this, sites, before] {
         const std::vector<std::string> worse = Answers::to(sites, *readings_.staged).worseThan(before);
         for (const std::string& each : worse) {
-            output_.warning(each);
+            output_->warning(each);
         }
-        return worse.empty() || !settings_.strict ? done()
-                                                  : failure("an answer got worse: " + worse.front());
+        return worse.empty() || !settings_->strict ? done()
+                                                   : failure("an answer got worse: " + worse.front());
     });
 }
 
 Committing Transaction::committing() {
-    Committing committing{*state_, set_->files(), making_, [this] { return writeJournal(); }, {}};
-    if (settings_.confirmWithin.count() > 0) {
+    Committing committing{*state_, set_->files(), making_, [this] { return writeJournal(); }, {}, steps_};
+    if (settings_->confirmWithin.count() > 0) {
         committing.beforeItStands = [this] {
-            const std::time_t deadline = std::time(nullptr) + settings_.confirmWithin.count();
-            Outcome added =
-                addUnconfirmed(*state_, {journal_.checkpoint, deadline, settings_.check, settings_.reload});
-            return added.ok() ? watchFor(state_->configuration, settings_.confirmWithin) : added;
+            const std::time_t deadline = std::time(nullptr) + settings_->confirmWithin.count();
+            Outcome added = addUnconfirmed(
+                *state_, {journal_.checkpoint, deadline, settings_->check, settings_->reload});
+            return added.ok() ? watchFor(state_->configuration, settings_->confirmWithin) : added;
         };
     }
     return committing;
@@ -190,7 +196,7 @@ Outcome Transaction::commitAll(bool& again) {
         return free;
     }
     if (changesFiles()) {
-        output_.step("putting the change in place");
+        output_->step("putting the change in place");
         Outcome committed = commit(committing(), journal_, again);
         if (!committed.ok()) {
             leftToNext_ = journal_.checkpoint != 0;
@@ -210,14 +216,14 @@ std::string Transaction::errorLog() const {
 }
 
 Outcome Transaction::reloadServer() {
-    if (!set_->serverChanged() || !settings_.reload) {
+    if (!set_->serverChanged() || !settings_->reload) {
         return done();
     }
     if (Outcome ours = lookAtLogs(); !ours.ok()) {  // its owner has had the time of a commit
         return rollBack(ours.message, false);
     }
     const Reloaded reloaded =
-        reload({*server_, configuration(), output_, settings_.check, proofs_, errorLog()});
+        reload({*server_, configuration(), *output_, settings_->check, proofs_, errorLog()});
     return reloaded.outcome.ok() ? done() : rollBack(reloaded.outcome.message, reloaded.asked);
 }
 
@@ -231,7 +237,7 @@ Outcome Transaction::rollBack(const std::string& reason, bool asked) {
     }
     inPlace_ = false;
     takeBackElse();
-    removeTree(state_->checkpoint(journal_.checkpoint));
+    removeCheckpoints(*state_, journal_);
     journal_.checkpoint = 0;
     return {Status::RolledBack, reason + "; the old configuration is back" +
                                     (asked ? bringBack(*server_, state_->configuration) : "")};
@@ -239,8 +245,8 @@ Outcome Transaction::rollBack(const std::string& reason, bool asked) {
 
 void Transaction::takeBackElse() {
     for (const auto& action : std::exchange(takingBack_, {})) {
-        if (Outcome back = settings_.dryRun ? done() : action(); !back.ok()) {
-            output_.warning(back.message);
+        if (Outcome back = settings_->dryRun ? done() : action(); !back.ok()) {
+            output_->warning(back.message);
         }
     }
 }
@@ -255,10 +261,10 @@ Outcome Transaction::carryOutRest() {
             return written;
         }
         if (!written.ok()) {  // the journal that is there leads to the same
-            output_.warning(written.message);
+            output_->warning(written.message);
         }
     }
-    Outcome outcome = doOutstanding(*state_, journal_, output_);
+    Outcome outcome = doOutstandingOfAll();
     for (const auto& action : afterwards_) {
         if (Outcome acted = action(); !acted.ok()) {
             outcome = acted;
@@ -275,12 +281,13 @@ Outcome Transaction::tellServer() {
     }
     const auto master = server_->master(configuration());
     Outcome outcome;
-    if (master && settings_.reload) {
+    if (master && settings_->reload) {
         outcome = lookAtLogs();
-        outcome = outcome.ok() ? reload({*server_, configuration(), output_, false, {}, errorLog()}).outcome
-                               : outcome;
+        outcome = outcome.ok()
+                      ? reload({*server_, configuration(), *output_, false, {}, errorLog()}).outcome
+                      : outcome;
     }
-    const bool told = settings_.reload && outcome.ok();
+    const bool told = settings_->reload && outcome.ok();
     const LetGo letGo = [&](const std::string& path) {
         return !master || (told && server_->letsGoOf(path, *master));
     };
@@ -293,8 +300,12 @@ Outcome Transaction::tellServer() {
 }
 
 void Transaction::recordAs(const Outcome& outcome) {
-    if (Outcome written = record(*state_, journal_, outcome, inPlace_); !written.ok()) {
-        output_.warning("the change is not in the log: " + written.message);
+    for (const Journal& each : journal_.each()) {
+        const bool changes = journal_.members.empty() || each.changes();
+        const Outcome written = changes ? record(*state_, each, outcome, inPlace_) : done();
+        if (!written.ok()) {
+            output_->warning("the change is not in the log: " + written.message);
+        }
     }
 }
 
@@ -307,37 +318,37 @@ void Transaction::tellOutstanding() {
             return std::string(text.data());
         };
         if (effect.step == zp::host::Effect::Step::RemoveTree) {
-            output_.note("would remove " + effect.path + " and all that it holds");
+            output_->note("would remove " + effect.path + " and all that it holds");
         } else {
-            output_.note("would give " + effect.path + (effect.deep ? " and all that it holds" : "") +
-                         (effect.user ? " the owner " + std::to_string(*effect.user) : "") +
-                         (effect.group ? " the group " + std::to_string(*effect.group) : "") +
-                         (effect.mode ? " the mode " + octal(*effect.mode) : ""));
+            output_->note("would give " + effect.path + (effect.deep ? " and all that it holds" : "") +
+                          (effect.user ? " the owner " + std::to_string(*effect.user) : "") +
+                          (effect.group ? " the group " + std::to_string(*effect.group) : "") +
+                          (effect.mode ? " the mode " + octal(*effect.mode) : ""));
         }
     }
 }
 
 void Transaction::tellConfirmation() {
-    if (!inPlace_ || settings_.confirmWithin.count() == 0) {
+    if (!inPlace_ || settings_->confirmWithin.count() == 0) {
         return;
     }
     if (journal_.checkpoint == 0) {
-        output_.warning("the change made nothing that could be taken back: it stands");
+        output_->warning("the change made nothing that could be taken back: it stands");
         return;
     }
     const std::string number = std::to_string(journal_.checkpoint);
-    output_.setConfirmWithin(settings_.confirmWithin.count());
-    output_.note("the change is taken back in " + std::to_string(settings_.confirmWithin.count()) +
-                 " s unless it is confirmed: zpweb confirm " + number);
+    output_->setConfirmWithin(settings_->confirmWithin.count());
+    output_->note("the change is taken back in " + std::to_string(settings_->confirmWithin.count()) +
+                  " s unless it is confirmed: zpweb confirm " + number);
 }
 
 void Transaction::showDiff() {
-    if (!settings_.diff) {
+    if (!settings_->diff) {
         return;
     }
     for (const auto& [path, file] : set_->files()) {
         if (file.changed()) {
-            output_.addDiff(shownDiff(path, file.before.text(), file.after.text()));
+            output_->addDiff(shownDiff(path, file.before.text(), file.after.text()));
         }
     }
 }

@@ -84,7 +84,7 @@ Outcome isReadable(const Edit& edit, const Excerpt& excerpt, const Configuration
 }  // namespace
 
 void Transaction::takeEffects(StagedRun& run) {
-    output_.detail(run.printed);
+    output_->detail(run.printed);
     std::vector<std::string> made;
     for (zp::host::Effect& effect : run.effects) {
         const bool gives = effect.step == zp::host::Effect::Step::GiveAccess ||
@@ -99,15 +99,15 @@ void Transaction::takeEffects(StagedRun& run) {
 }
 
 Outcome Transaction::edit(const Edit& edit) {
-    const Given given = givenTo(edit, configuration(), settings_.exact);
+    const Given given = givenTo(edit, configuration(), settings_->exact);
     if (given.file == nullptr) {
         return failure(Status::NotFound, edit.file + ": not a file of this configuration");
     }
     const ConfigurationFile& current = *given.file;
     planToMake(edit.makes);
-    output_.step("staging the change");
+    output_->step("staging the change");
     const Content before = current.content();
-    const Excerpt excerpt = settings_.exact ? wholeOf(before) : excerptFrom(edit, current);
+    const Excerpt excerpt = settings_->exact ? wholeOf(before) : excerptFrom(edit, current);
     const std::string& part = excerpt.seen;
     if (Outcome readable = isReadable(edit, excerpt, current); !readable.ok()) {
         return readable;
@@ -115,17 +115,17 @@ Outcome Transaction::edit(const Edit& edit) {
     StagedRun run;
     auto after = runOn(edit, part, run);
     if (!after.ok()) {
-        output_.detail(run.printed);
+        output_->detail(run.printed);
         return after.outcome();
     }
     // An excerpt's way back may have something to add where the operation changed nothing.
-    const bool unchanged = *after == part && (settings_.exact || !edit.excerpt);
+    const bool unchanged = *after == part && (settings_->exact || !edit.excerpt);
     takeEffects(run);
     if (unchanged) {
         return done();
     }
     Content result =
-        settings_.exact ? Content(std::move(*after)) : before.with(excerpt.of, excerpt.back(*after));
+        settings_->exact ? Content(std::move(*after)) : before.with(excerpt.of, excerpt.back(*after));
     if (given.part == nullptr) {
         set_->set(edit.file, std::move(result));
         return done();
@@ -209,7 +209,7 @@ Outcome Transaction::edit(const OtherEdit& edit) {
     outcome = outcome.ok() ? runStaged(
                                  work(), [&] { return edit.operation(work()); }, run)
                            : outcome;
-    output_.detail(run.printed);
+    output_->detail(run.printed);
     run.printed.clear();
     outcome = outcome.ok() ? takeOthers(edit) : outcome;
     if (outcome.ok()) {

@@ -5,18 +5,23 @@
 #include <algorithm>
 
 #include "phases/Recover.h"
+#include "store/AuditLog.h"
 #include "store/Migration.h"
 #include "sys/File.h"
 
 namespace zpweb {
 
-Transaction::Transaction(Settings& settings, Output& output, std::vector<std::string> command)
-    : settings_(settings), output_(output), command_(std::move(command)) {}
+Transaction::Transaction(const Settings& settings, Output& output, std::vector<std::string> command)
+    : settings_(&settings),
+      output_(&output),
+      ownSettings_(settings),
+      ownOutput_(output),
+      command_(std::move(command)) {}
 
 Transaction::~Transaction() { abandon(); }
 
-Outcome Transaction::begin() {
-    const auto main = realPathOf(settings_.configuration);
+Outcome Transaction::begin(std::shared_ptr<Lock> held) {
+    const auto main = realPathOf(settings_->configuration);
     if (!main.ok()) {
         return main.outcome();
     }
@@ -25,18 +30,21 @@ Outcome Transaction::begin() {
     for (const std::string& folder : {folderOf(*main), folderOf(state_->folder), state_->folder}) {
         leaveTimeOf(folder);
     }
-    auto lock =
-        Lock::take(*state_, settings_.lockTimeout, [this](const std::string& text) { output_.note(text); });
-    if (!lock.ok()) {
-        return lock.outcome();
+    if (held == nullptr) {
+        auto lock = Lock::take(
+            *state_, {settings_->lockTimeout, [this](const std::string& text) { output_->note(text); }});
+        if (!lock.ok()) {
+            return lock.outcome();
+        }
+        held = std::make_shared<Lock>(std::move(*lock));
     }
-    Outcome ready = settings_.dryRun ? done() : moveFromBefore(*state_);
-    ready = ready.ok() ? recover(*state_, output_, settings_.dryRun) : ready;
+    Outcome ready = settings_->dryRun ? done() : moveFromBefore(*state_);
+    ready = ready.ok() ? recover(*state_, *output_, settings_->dryRun) : ready;
     if (!ready.ok()) {
         return ready;
     }
-    lock_ = std::move(*lock);
-    output_.step("reading the configuration");
+    lock_ = std::move(held);
+    output_->step("reading the configuration");
     auto configuration = Configuration::load(*main);
     if (!configuration.ok()) {
         return configuration.outcome();
@@ -44,10 +52,9 @@ Outcome Transaction::begin() {
     set_.emplace(std::move(*configuration));
     journal_.configuration = *main;
     journal_.words = command_;
-    journal_.label = settings_.label;
-    for (const std::string& word : command_) {
-        journal_.command += (journal_.command.empty() ? "" : " ") + word;
-    }
+    journal_.label = settings_->label;
+    journal_.command = joinedWords(command_);
+    journal_.login = loginName();
     return makeFolder(state_->stage(), 0700);
 }
 
@@ -93,7 +100,7 @@ Outcome Transaction::writeJournal() {
 
 // A dry run leaves the directory's time as it was.
 void Transaction::leaveTimeOf(const std::string& folder) {
-    if (settings_.dryRun) {
+    if (settings_->dryRun) {
         folderTimes_.remember(folder);
     }
 }
@@ -120,7 +127,7 @@ void Transaction::abandon() {
             static_cast<void>(sync(state_->folder));
         }
     }
-    if (lock_->madeFolder() && !inPlace_ && !leftToNext_) {
+    if (lock_.use_count() == 1 && lock_->madeFolder() && !inPlace_ && !leftToNext_) {
         lock_->removeTraces(*state_);
     }
     folderTimes_.restore();

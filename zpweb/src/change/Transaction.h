@@ -7,7 +7,9 @@
 
 #include <functional>
 #include <map>
+#include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <unordered_set>
 #include <utility>
@@ -35,15 +37,37 @@ namespace zpweb {
 // Waits until no process of the server has the file open any more; false when that did not come to pass.
 using LetGo = std::function<bool(const std::string& path)>;
 
+// One of several runs whose changes are made as one.
+struct Member {
+    const Settings& settings;
+    Output& output;
+    std::vector<std::string> words;
+    std::string login, request;  // see Journal
+    // It is certain what has become of it: done before the journal goes.
+    std::function<void(const Outcome&)> tell;
+    Outcome outcome{};  // of what is outstanding
+};
+
 class Transaction {
 public:
-    Transaction(Settings& settings, Output& output, std::vector<std::string> command);
+    Transaction(const Settings& settings, Output& output, std::vector<std::string> command);
     ~Transaction();  // abandons what is not finished
     Transaction(const Transaction&) = delete;
     Transaction& operator=(const Transaction&) = delete;
 
-    // Lock, recover, read.
-    Outcome begin();
+    // Lock, recover, read. A lock that is held already is used, and not given back before its owner does.
+    Outcome begin(std::shared_ptr<Lock> held = {});
+
+    // --- several runs' changes as one (see Members.cpp) ---
+
+    // What is staged from here on is this one's.
+    void beginMember(Member member);
+    // False: it has asked for what cannot be done for several at once.
+    bool endMember();
+    // Leaves out the one that was begun; false: it has staged something, and the change must be made anew.
+    bool dropMember();
+    // What was asked for is in place.
+    bool stands() const { return inPlace_; }
 
     // --- staging ---
 
@@ -117,12 +141,24 @@ public:
         const Outcome unread = set_ ? set_->fault() : done();
         return unread.ok() ? faults_.first() : unread;
     }
-    const Settings& settings() const { return settings_; }
-    Output& output() { return output_; }
+    const Settings& settings() const { return *settings_; }
+    Output& output() { return *output_; }
     Server& server() { return *server_; }
     const State& state() const { return *state_; }
 
 private:
+    // How far the change was at one moment.
+    struct Mark {
+        size_t edits = 0, making = 0, made = 0, emptied = 0, outstanding = 0, special = 0;
+        Asked asked{};
+        std::map<std::pair<std::string, std::string>, Postcondition> expectations{};
+
+        bool isAt(const Mark& other) const {
+            return edits == other.edits && making == other.making && made == other.made &&
+                   emptied == other.emptied && outstanding == other.outstanding && special == other.special;
+        }
+    };
+
     std::string work() const { return state_->stage() + "/work"; }
     Expected<std::string> runOn(const Edit& edit, const std::string& part, StagedRun& run);
     Outcome stageOthers(const OtherEdit& edit);
@@ -143,6 +179,10 @@ private:
     Outcome tellServer();
     Outcome perform(bool& again);
     void recordAs(const Outcome& outcome);
+    Outcome doOutstandingOfAll();
+    Mark mark() const;
+    bool isEachSeen() const;
+    void tellMembers(const Outcome& outcome);
     void tellConfirmation();
     void showDiff();
     void tellOutstanding();
@@ -153,11 +193,14 @@ private:
     bool changesFiles() const { return set_->changed() || !making_.empty(); }
 
     const Faults faults_;
-    Settings& settings_;
-    Output& output_;
+    // Whose turn it is: this change's own, or a member's.
+    const Settings* settings_;
+    Output* output_;
+    const Settings& ownSettings_;
+    Output& ownOutput_;
     std::vector<std::string> command_;
     std::optional<State> state_;
-    std::optional<Lock> lock_;
+    std::shared_ptr<Lock> lock_;
     FolderTimes folderTimes_;  // of a dry run
     std::optional<WorkingSet> set_;
     std::optional<Server> server_;
@@ -170,6 +213,10 @@ private:
     Asked asked_;
     std::map<std::pair<std::string, std::string>, Postcondition> expectations_;
     Judged readings_;
+    std::vector<Member> members_;
+    std::vector<std::vector<FileStep>> steps_;  // of each of them
+    Mark mark_;                                 // when the last one began
+    std::set<std::string> unwatched_;           // sites whose answers may change
     bool journalWritten_ = false;
     bool journalBehind_ = false;  // it lacks something that is planned
     bool inPlace_ = false;        // the change stands

@@ -63,6 +63,19 @@ void WorkingSet::settle() {
     }
 }
 
+std::vector<FileStep> WorkingSet::takeStep() {
+    settle();
+    std::vector<FileStep> step;
+    for (const auto& [path, file] : files_) {
+        Content& last = stepped_.try_emplace(path, file.before).first->second;
+        if (!file.after.isSameAs(last) && file.after.hash() != last.hash()) {
+            step.push_back({path, last, file.after, file.mode});
+        }
+        last = file.after;
+    }
+    return step;
+}
+
 bool WorkingSet::changed() const {
     return std::any_of(files_.begin(), files_.end(),
                        [](const auto& entry) { return entry.second.changed(); });

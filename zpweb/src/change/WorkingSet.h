@@ -38,6 +38,8 @@ public:
     void setPart(const ConfigurationFile& part, Content content);
     // Between two commands: what the first has got is gone.
     void next() { configuration_.index(); }
+    // The files that have changed since this was last asked, and what they were then.
+    std::vector<FileStep> takeStep();
     // Puts files that were changed by parts together.
     void settle();
 
@@ -51,6 +53,7 @@ private:
 
     Configuration configuration_;
     std::map<std::string, StagedFile> files_;
+    std::map<std::string, Content> stepped_;  // as they were when the last step was taken
     std::set<std::string> inParts_;  // files that were changed by parts since they were put together
     size_t edits_ = 0;
     mutable Outcome fault_;

@@ -70,6 +70,7 @@ Outcome confirmAll(Session& session, const State& state, const std::vector<int>&
     Journal journal;
     journal.configuration = state.configuration;
     journal.words = session.words;
+    journal.login = loginName();
     session.output.setChanged(true);
     return record(state, journal, done(), false);
 }
@@ -100,8 +101,8 @@ Outcome confirm(Session& session, const Arguments& given) {
     if (const auto waiting = chosen(session, state, number); !waiting.ok()) {
         return waiting.outcome();
     }
-    const auto lock = Lock::take(state, session.settings.lockTimeout,
-                                 [&](const std::string& text) { session.output.note(text); });
+    const auto lock = Lock::take(
+        state, {session.settings.lockTimeout, [&](const std::string& text) { session.output.note(text); }});
     const auto numbers = lock.ok() ? chosen(session, state, number) : lock.outcome();
     if (!numbers.ok()) {
         return numbers.outcome();

@@ -32,6 +32,17 @@ Expected<std::vector<Checkpoint>> undoableOf(const State& state) {
     return numbers.ok() ? Expected(std::move(undoable)) : numbers.outcome();
 }
 
+// The old text of a file. One of several changes that were made as one has found what those before it made.
+Expected<std::string> keptText(const std::string& kept) {
+    auto text = readFile(kept);
+    const auto earlier = readFile(kept + ".earlier");
+    if (!text.ok() || earlier.outcome().status == Status::NotFound) {
+        return text;
+    }
+    auto found = earlier.ok() ? patchedByAll(*text, *earlier) : std::nullopt;
+    return found ? Expected(std::move(*found)) : failure(kept + ".earlier: it cannot be read");
+}
+
 // One file of the change that is taken back: its text before and after the change, and as it is now, with
 // what was taken back before it.
 struct Version {
@@ -45,7 +56,7 @@ struct Version {
         : file(changed),
           kept(folder + "/" + std::to_string(number)),
           link(linkTarget(kept)),
-          before(readFile(kept)),
+          before(keptText(kept)),
           after(failure("not known")),
           now(change.contentOf(changed.path)) {
         const auto patch = readFile(kept + ".patch");

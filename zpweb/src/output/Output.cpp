@@ -38,11 +38,12 @@ Outcome writeOutput(std::string_view text) {
                : failure(systemError("standard output"));
 }
 
-Output::Output(const Settings& settings, std::string command)
+Output::Output(const Settings& settings, std::string command, bool keeps)
     : settings_(settings),
       command_(std::move(command)),
+      kept_(keeps ? std::optional<std::string>("") : std::nullopt),
       colours_(::isatty(STDOUT_FILENO) == 1 && wantsColours()),
-      progress_(!settings.quiet) {}
+      progress_(!settings.quiet && !keeps) {}
 
 void Output::hide(const std::string& secret) {
     const std::string quoted = zp::host::commandLine({secret});
@@ -53,19 +54,47 @@ void Output::hide(const std::string& secret) {
 
 void Output::note(std::string_view text) {
     if (!settings_.quiet) {
-        progress_.print("zpweb: " + printableLines(text));
+        say("zpweb: " + printableLines(text));
     }
 }
 
-void Output::warning(std::string_view text) { progress_.print("zpweb: warning: " + printableLines(text)); }
+void Output::warning(std::string_view text) { say("zpweb: warning: " + printableLines(text)); }
+
+void Output::say(std::string_view messages) {
+    if (kept_) {
+        kept_->append(messages).append(messages.empty() || messages.ends_with('\n') ? "" : "\n");
+    } else if (!messages.empty()) {
+        progress_.print(messages);
+    }
+}
 
 void Output::detail(std::string text) {
     if (settings_.verbose && !text.empty()) {
         for (const std::string& secret : secrets_) {
             replaceAll(text, secret);
         }
-        progress_.print(printableLines(text));
+        say(printableLines(text));
     }
+}
+
+Told Output::told() const {
+    Told told{kept_.value_or(""), {}, results_, changed_, checkpoint_, judged_};
+    for (const Field& field : fields_) {
+        told.fields.emplace_back(field.name, field.text);
+    }
+    return told;
+}
+
+void Output::tellAs(const Told& told) {
+    say(told.messages);
+    fields_.clear();
+    for (const auto& [name, text] : told.fields) {
+        field(name).text = text;
+    }
+    results_ = told.results;
+    changed_ = told.changed;
+    checkpoint_ = told.checkpoint;
+    judged_ = told.judged;
 }
 
 Output::Field& Output::field(std::string_view name) {

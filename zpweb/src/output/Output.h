@@ -18,12 +18,23 @@
 
 namespace zpweb {
 
+// What a run has to tell so far, so that another process can tell it.
+struct Told {
+    std::string messages{};  // notes and warnings
+    Pairs fields{};          // names and texts; of lists nothing is known
+    std::optional<std::string> results{};
+    bool changed = false;
+    int checkpoint = 0;
+    std::optional<bool> judged{};
+};
+
 // The version of what --json prints; see docs/zpweb.md.
 inline constexpr int JsonSchema = 2;
 
 class Output {
 public:
-    Output(const Settings& settings, std::string command);
+    // `keeps`: messages are kept to be told later, and nothing is printed.
+    Output(const Settings& settings, std::string command, bool keeps = false);
 
     // A message about the work; not with --quiet.
     void note(std::string_view text);
@@ -59,6 +70,10 @@ public:
     void addImpact(std::string_view name, std::string_view listener, std::string_view from,
                    std::string_view to);
 
+    Told told() const;
+    void tellAs(const Told& told);  // as if this run had done it
+    void say(std::string_view messages);
+
     // Prints everything; once, at the end. The outcome of the run: an error when the data could not be
     // written.
     Outcome finish(Outcome outcome);
@@ -84,6 +99,7 @@ private:
     std::optional<std::string> results_;  // the same
     int checkpoint_ = 0;
     long confirmWithin_ = 0;
+    std::optional<std::string> kept_;  // messages, where they are not printed
     bool colours_;
     std::vector<std::string> secrets_;
     Progress progress_;

@@ -3,9 +3,11 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <optional>
 #include <set>
 
 #include "phases/Candidates.h"
@@ -144,6 +146,79 @@ Outcome keep(const State& state, const Journal& journal, const std::map<std::str
     return describeCheckpoint(state, {journal, journal.checkpoint, timeNow(), false});
 }
 
+// What the members before one have made of a file, for its checkpoint: how to get from the file as it was
+// before all of them to what the member found.
+class Earlier {
+public:
+    // Absent: there is no such way, or a link on it.
+    std::optional<std::string> to(const FileStep& step, const StagedFile& whole) {
+        const bool isText = whole.before && !whole.before.isLink() && !links_.contains(step.path);
+        return isText && !step.before.isLink() ? std::optional(patches_[step.path]) : std::nullopt;
+    }
+    void pass(const FileStep& step) {
+        if (step.before.isLink() || step.after.isLink()) {
+            links_.insert(step.path);
+        } else {
+            appendPatch(patches_[step.path], patchOf(step.before, step.after));
+        }
+    }
+
+private:
+    std::map<std::string, std::string> patches_;
+    std::set<std::string> links_;
+};
+
+Outcome keepStep(const FileStep& step, const StagedFile& whole, const std::string& name, Earlier& earlier) {
+    const auto way = earlier.to(step, whole);
+    Outcome kept;
+    if (!step.before) {
+        return kept;
+    }
+    if (step.before.isLink()) {
+        kept =
+            ::symlink(step.before.text().c_str(), name.c_str()) == 0 ? done() : failure(systemError(name));
+    } else if (way) {
+        kept = keepAs(step.path, name);
+        kept = kept.ok() && !way->empty() ? writeNewFile(name + ".earlier", *way, 0600) : kept;
+    } else {
+        kept = writeNewFile(name, step.before.pieces(), step.mode);
+    }
+    if (kept.ok() && !step.before.isLink() && !step.after.isLink()) {
+        kept = writeNewFile(name + ".patch", patchOf(step.before, step.after).text(), 0600);
+    }
+    return kept;
+}
+
+// A checkpoint for each, as if they had been made one after the other.
+Outcome keepEach(const Committing& change, const Journal& journal) {
+    Earlier earlier;
+    Outcome outcome;
+    for (size_t k = 0; outcome.ok() && k < journal.members.size(); ++k) {
+        const Journal& member = journal.members[k];
+        const std::string folder = change.state.checkpoint(member.checkpoint);
+        outcome = member.makes() ? makeCheckpoint(change.state, member.checkpoint) : done();
+        const std::vector<FileStep>& steps = change.steps[k];
+        for (size_t i = 0; outcome.ok() && i < steps.size(); ++i) {
+            outcome = keepStep(steps[i], change.files.at(steps[i].path), folder + "/" + std::to_string(i),
+                               earlier);
+        }
+        std::for_each(steps.begin(), steps.end(), [&](const FileStep& step) { earlier.pass(step); });
+        if (outcome.ok() && member.makes()) {
+            outcome = describeCheckpoint(change.state, {member, member.checkpoint, timeNow(), false});
+        }
+    }
+    return outcome;
+}
+
+// That of the whole has the number behind those of its members, and they are numbered after it is made: the
+// next change gets the number again.
+int numberEach(Journal& journal, int number) {
+    for (Journal& member : journal.members) {
+        member.checkpoint = member.makes() ? number++ : 0;
+    }
+    return number;
+}
+
 // Everything as it was, or the checkpoint stays, and the journal with it.
 Outcome takeBack(const State& state, Journal& journal, Outcome reason, bool& again) {
     Outcome back = putBack(state, journal);
@@ -151,7 +226,7 @@ Outcome takeBack(const State& state, Journal& journal, Outcome reason, bool& aga
         again = false;
         return back;
     }
-    removeTree(state.checkpoint(journal.checkpoint));
+    removeCheckpoints(state, journal);
     journal.checkpoint = 0;
     return reason;
 }
@@ -172,12 +247,13 @@ Outcome commit(const Committing& change, Journal& journal, bool& again) {
     if (!number.ok()) {
         return number.outcome();
     }
-    journal.checkpoint = *number;
+    journal.checkpoint = numberEach(journal, *number);
     journal.progress = JournalState::Committing;
     Outcome outcome = change.writeJournal();
-    outcome = outcome.ok() ? makeCheckpoint(change.state, *number) : outcome;
+    outcome = outcome.ok() ? makeCheckpoint(change.state, journal.checkpoint) : outcome;
     outcome = outcome.ok() ? Candidates::sync(change.files) : outcome;
     outcome = outcome.ok() ? keep(change.state, journal, change.files) : outcome;
+    outcome = outcome.ok() ? keepEach(change, journal) : outcome;
     outcome = outcome.ok() && change.beforeItStands ? change.beforeItStands() : outcome;
     outcome = outcome.ok() ? make(change.making) : outcome;
     for (size_t i = 0; outcome.ok() && i < journal.files.size(); ++i) {

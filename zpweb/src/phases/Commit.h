@@ -19,7 +19,8 @@ struct Committing {
     const std::map<std::string, StagedFile>& files;
     const std::vector<zp::host::Effect>& making;  // directories and files to be made before
     std::function<Outcome()> writeJournal;
-    std::function<Outcome()> beforeItStands;  // once there is a checkpoint; none: nothing to do
+    std::function<Outcome()> beforeItStands;          // once there is a checkpoint; none: nothing to do
+    const std::vector<std::vector<FileStep>>& steps;  // of the journal's members
 };
 
 // Directories and files that the change makes; the journal knows them.

@@ -10,6 +10,7 @@
 #include "store/AuditLog.h"
 #include "store/Checkpoints.h"
 #include "store/Journal.h"
+#include "store/Requests.h"
 #include "sys/File.h"
 
 namespace zpweb {
@@ -51,8 +52,13 @@ private:
             output_.warning(what_ +
                             "had made its change but may not have reloaded the server: see zpweb history");
         }
-        static_cast<void>(doOutstanding(state_, journal_, output_));  // it has told what could not be done
-        log({Status::Done, "completed by the run that followed" + others()}, true);
+        const Outcome completed{Status::Done, "completed by the run that followed" + others()};
+        for (const Journal& each : journal_.each()) {
+            static_cast<void>(doOutstanding(state_, each, output_));  // it has told what could not be done
+            log(each, completed, true);
+            answer(each);
+        }
+        removeWhole(state_, journal_);
         removeLeftovers(journal_);
         return done();
     }
@@ -64,13 +70,14 @@ private:
         removeMade(journal_.made);
         if (else_.empty()) {
             if (journal_.progress != JournalState::Preparing) {
-                removeTree(state_.checkpoint(journal_.checkpoint));
+                removeCheckpoints(state_, journal_);
             }
             output_.note(what_ + "is undone");
             return done();
         }
         output_.warning(what_ + "is undone" + others());
-        log({Status::Error, "interrupted, and undone by the run that followed" + others()}, false);
+        log(journal_, {Status::Error, "interrupted, and undone by the run that followed" + others()},
+            false);
         return done();
     }
 
@@ -86,8 +93,26 @@ private:
                    : text + " (what it was is kept in " + state_.checkpoint(journal_.checkpoint) + ")";
     }
 
-    void log(const Outcome& result, bool inPlace) {
-        if (Outcome written = record(state_, journal_, result, inPlace); !written.ok()) {
+    // The process that waits for it must not make it a second time.
+    void answer(const Journal& change) {
+        Answer answer{done(),
+                      {what_ + "has made this change along with its own but may not have reloaded "
+                               "the server: see zpweb history"}};
+        answer.told.messages = "zpweb: warning: " + answer.told.messages + "\n";
+        answer.told.changed = change.changes();
+        answer.told.checkpoint = change.checkpoint;
+        const Outcome told =
+            change.request.empty() ? done() : answerRequest(state_, change.request, answer);
+        if (!told.ok()) {
+            output_.warning(told.message);
+        }
+    }
+
+    void log(const Journal& change, const Outcome& result, bool inPlace) {
+        if (!journal_.members.empty() && !change.changes()) {
+            return;
+        }
+        if (Outcome written = record(state_, change, result, inPlace); !written.ok()) {
             output_.warning("the change is not in the log: " + written.message);
         }
     }
@@ -110,6 +135,7 @@ Outcome recover(const State& state, Output& output, bool dryRun) {
         for (const std::string& unfinished : {state.journal(), state.reading()}) {
             ::unlink((unfinished + ".new").c_str());  // it was not in force
         }
+        removeDeadRequests(state);
     }
     const auto text = readFile(state.journal());
     if (!text.ok()) {

@@ -19,4 +19,11 @@ struct StagedFile {
     bool changed() const { return !before.isSameAs(after); }
 };
 
+// What one of several changes that are made together has made of a file.
+struct FileStep {
+    std::string path;
+    Content before, after;
+    mode_t mode = 0600;  // of a file that is new
+};
+
 }  // namespace zpweb

@@ -32,12 +32,17 @@ std::string filesOf(const Journal& journal, bool inPlace) {
 
 }  // namespace
 
+std::string loginName() {
+    const char* login = std::getenv("SUDO_USER");
+    return login != nullptr ? login : "";
+}
+
 Outcome record(const State& state, const Journal& journal, const Outcome& result, bool inPlace) {
     std::string line = "{";
     appendMember(line, "time", timeNow(), true);
     appendMember(line, "user", userName());
-    if (const char* login = std::getenv("SUDO_USER"); login != nullptr) {
-        appendMember(line, "login", login);
+    if (!journal.login.empty()) {
+        appendMember(line, "login", journal.login);
     }
     appendMember(line, "command", journal.words);
     if (!journal.label.empty()) {

@@ -42,6 +42,7 @@ Outcome setCounted(const State& state, int number) {
 
 std::string Checkpoint::text() const {
     auto json = jsonOf(change);
+    json.erase("members");
     json["id"] = id;
     json["time"] = time;
     json["undone"] = undone;
@@ -99,6 +100,19 @@ Outcome describeCheckpoint(const State& state, const Checkpoint& checkpoint) {
         outcome = outcome.ok() ? sync(path) : outcome;
     }
     return outcome;
+}
+
+void removeCheckpoints(const State& state, const Journal& change) {
+    for (const Journal& each : change.each()) {
+        removeTree(state.checkpoint(each.checkpoint));
+    }
+    removeTree(state.checkpoint(change.checkpoint));
+}
+
+void removeWhole(const State& state, const Journal& change) {
+    if (!change.members.empty()) {
+        removeTree(state.checkpoint(change.checkpoint));
+    }
 }
 
 void pruneCheckpoints(const State& state) {

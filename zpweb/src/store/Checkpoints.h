@@ -30,6 +30,10 @@ Expected<int> nextCheckpoint(const State& state);
 Outcome makeCheckpoint(const State& state, int number);
 // Writes the description and brings all of the checkpoint to the disk.
 Outcome describeCheckpoint(const State& state, const Checkpoint& checkpoint);
+// All that this change has, of its members too.
+void removeCheckpoints(const State& state, const Journal& change);
+// Several changes have become one that stands: each has its own, and that of the whole goes.
+void removeWhole(const State& state, const Journal& change);
 void pruneCheckpoints(const State& state);
 
 // The checkpoint's change is taken back: what it made goes, and it is marked.

@@ -18,6 +18,7 @@
 #pragma once
 
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -39,6 +40,8 @@ struct Journal {
     std::string command;
     std::vector<std::string> words;  // the same, as they were given
     std::string label;
+    std::string login;    // who has become the user that runs it, where that is known
+    std::string request;  // of another run, which this one made along (see store/Requests.h)
     JournalState progress = JournalState::Preparing;
     int checkpoint = 0;
     std::vector<int> undoes;  // the checkpoints that this change takes back; none for a plain change
@@ -47,12 +50,24 @@ struct Journal {
     std::vector<std::string> emptied;    // directories that go with their last file, outer ones first
     std::vector<std::string> temporary;  // files that this run makes and removes, whatever comes of it
     std::vector<zp::host::Effect> outstanding;  // to be done once the change is certain
+    // The changes of several runs that are made as this one; each from what those before it have made to
+    // what it has made of that. Without them: the change of one.
+    std::vector<Journal> members;
 
+    std::span<const Journal> each() const {
+        return members.empty() ? std::span(this, 1) : std::span(members);
+    }
+
+    bool changes() const { return makes() || !outstanding.empty(); }
+    bool makes() const { return !files.empty() || !made.empty(); }  // what a checkpoint can take back
     // Journals of earlier versions do not tell.
     bool isFor(const std::string& main) const { return configuration.empty() || configuration == main; }
     std::string text() const;
     static std::optional<Journal> from(const std::string& text);
 };
+
+// As they are shown.
+std::string joinedWords(const std::vector<std::string>& words);
 
 // Removes what was made, last first, as far as it is empty; a link of the site's owner leads nowhere.
 void removeMade(const std::vector<std::string>& made);

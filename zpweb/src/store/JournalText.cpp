@@ -1,6 +1,7 @@
 #include "store/JournalText.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace zpweb {
 
@@ -8,34 +9,6 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 using zp::host::Effect;
-
-// A path may hold any byte. JSON takes text only, so each byte stands as the character of its number.
-std::string asText(const std::string& bytes) {
-    std::string text;
-    for (const char c : bytes) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (byte < 0x80) {
-            text += c;
-        } else {
-            text += static_cast<char>(0xC0 | (byte >> 6));
-            text += static_cast<char>(0x80 | (byte & 0x3F));
-        }
-    }
-    return text;
-}
-
-std::string fromText(const std::string& text) {
-    std::string bytes;
-    for (size_t i = 0; i < text.size(); ++i) {
-        const auto byte = static_cast<unsigned char>(text[i]);
-        if (byte < 0x80 || i + 1 == text.size()) {
-            bytes += text[i];
-        } else {
-            bytes += static_cast<char>((byte << 6) | (static_cast<unsigned char>(text[++i]) & 0x3F));
-        }
-    }
-    return bytes;
-}
 
 Json listOf(const std::vector<std::string>& values) {
     Json list = Json::array();
@@ -115,6 +88,33 @@ std::vector<int> undoesOf(const Json& json) {
 
 }  // namespace
 
+std::string asText(const std::string& bytes) {
+    std::string text;
+    for (const char c : bytes) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (byte < 0x80) {
+            text += c;
+        } else {
+            text += static_cast<char>(0xC0 | (byte >> 6));
+            text += static_cast<char>(0x80 | (byte & 0x3F));
+        }
+    }
+    return text;
+}
+
+std::string fromText(const std::string& text) {
+    std::string bytes;
+    for (size_t i = 0; i < text.size(); ++i) {
+        const auto byte = static_cast<unsigned char>(text[i]);
+        if (byte < 0x80 || i + 1 == text.size()) {
+            bytes += text[i];
+        } else {
+            bytes += static_cast<char>((byte << 6) | (static_cast<unsigned char>(text[++i]) & 0x3F));
+        }
+    }
+    return bytes;
+}
+
 Json jsonOf(const Journal& journal) {
     Json files = Json::array();
     for (const ChangedFile& file : journal.files) {
@@ -125,11 +125,17 @@ Json jsonOf(const Journal& journal) {
     for (const Effect& effect : journal.outstanding) {
         outstanding.push_back(jsonOf(effect));
     }
+    Json members = Json::array();
+    std::transform(journal.members.begin(), journal.members.end(), std::back_inserter(members),
+                   [](const Journal& member) { return jsonOf(member); });
     return {{"bytes", true},
             {"configuration", asText(journal.configuration)},
             {"command", asText(journal.command)},
             {"words", listOf(journal.words)},
             {"label", asText(journal.label)},
+            {"login", asText(journal.login)},
+            {"request", journal.request},
+            {"members", members},
             {"progress", ProgressNames.at(static_cast<size_t>(journal.progress))},
             {"checkpoint", journal.checkpoint},
             {"undoes", journal.undoes},
@@ -147,6 +153,11 @@ Journal journalOf(const Json& json) {
     journal.command = reader.text("command");
     journal.words = json.contains("words") ? reader.list("words") : std::vector{journal.command};
     journal.label = reader.text("label");
+    journal.login = reader.text("login");
+    journal.request = json.value("request", "");
+    for (const Json& member : json.value("members", Json::array())) {
+        journal.members.push_back(journalOf(member));
+    }
     journal.progress = stateOf(json);
     journal.checkpoint = json.value("checkpoint", 0);
     journal.undoes = undoesOf(json);

@@ -7,6 +7,10 @@
 
 namespace zpweb {
 
+// Text may hold any byte, JSON may not: each byte stands as the character of its number.
+std::string asText(const std::string& bytes);
+std::string fromText(const std::string& text);
+
 nlohmann::ordered_json jsonOf(const Journal& journal);
 Journal journalOf(const nlohmann::ordered_json& json);
 // Absent unless it is an object.

@@ -7,12 +7,16 @@
 #include <cerrno>
 #include <csignal>
 #include <ctime>
+#include <utility>
 
 #include "sys/File.h"
 
 namespace zpweb {
 
 namespace {
+
+// How long the end of what is under way is waited for at a time.
+constexpr std::chrono::seconds UnderWay{60};
 
 // Blocks in flock(2), so that waiters are served in their order, and comes back on a timer.
 class Alarm {
@@ -62,10 +66,10 @@ bool isStillAt(const std::string& path, int file) {
 
 }  // namespace
 
-Expected<Lock> Lock::take(const State& state, std::chrono::seconds timeout,
-                          const std::function<void(const std::string&)>& waiting) {
-    const auto until = std::chrono::steady_clock::now() + timeout;
+Expected<Lock> Lock::take(const State& state, const Wait& wait) {
+    auto until = std::chrono::steady_clock::now() + wait.timeout;
     Lock lock;
+    bool begun = false;
     bool told = false;
     for (;;) {
         lock.madeFolder_ = ::mkdir(state.folder.c_str(), 0700) == 0;
@@ -85,11 +89,14 @@ Expected<Lock> Lock::take(const State& state, std::chrono::seconds timeout,
         if (!locked && !isWorthWaiting(errno)) {
             return failure(systemError(state.lock() + ": it cannot be locked"));
         }
+        if (!locked && !std::exchange(begun, true)) {
+            wait.begins();
+        }
         if (!locked) {
             locked = lockWithin(file, std::chrono::milliseconds(told ? 0 : 300));
         }
         if (!locked && !told) {
-            waiting("waiting for another run of zpweb");
+            wait.tell("waiting for another run of zpweb");
             told = true;
         }
         if (!locked) {
@@ -100,8 +107,13 @@ Expected<Lock> Lock::take(const State& state, std::chrono::seconds timeout,
             return lock;
         }
         if (!locked && std::chrono::steady_clock::now() >= until) {
+            if (!wait.givesUp()) {
+                until = std::chrono::steady_clock::now() + UnderWay;
+                continue;
+            }
             return failure(Status::Locked, "another run of zpweb holds the configuration; given up after " +
-                                               std::to_string(timeout.count()) + " s (--lock-timeout)");
+                                               std::to_string(wait.timeout.count()) +
+                                               " s (--lock-timeout)");
         }
     }
 }

@@ -13,10 +13,17 @@ namespace zpweb {
 
 class Lock {
 public:
-    // Waits at most `timeout`; a longer wait is a Locked failure. `waiting` is told once, when it takes
-    // long. The state folder is made for it.
-    static Expected<Lock> take(const State& state, std::chrono::seconds timeout,
-                               const std::function<void(const std::string&)>& waiting);
+    // How somebody waits.
+    struct Wait {
+        std::chrono::seconds timeout;                  // a longer wait is a Locked failure
+        std::function<void(const std::string&)> tell;  // once, when it takes long
+        std::function<void()> begins = [] {};          // once, when another run has the lock
+        // The time is over; false: something of ours is under way, and its end is waited for.
+        std::function<bool()> givesUp = [] { return true; };
+    };
+
+    // The state directory is made for it.
+    static Expected<Lock> take(const State& state, const Wait& wait);
 
     // Another run is at work.
     static bool isHeld(const State& state);

@@ -19,6 +19,7 @@ struct State {
     std::string checkpoints() const { return folder + "/checkpoints"; }
     std::string checkpoint(int number) const;
     std::string reading() const { return folder + "/reading"; }
+    std::string requests() const { return folder + "/requests"; }
     std::string stage() const { return folder + "/stage"; }
     // Where earlier versions kept it, beside the configuration; the same where it is kept there still.
     std::string before() const;

@@ -1,6 +1,7 @@
 #include "text/Patch.h"
 
 #include <algorithm>
+#include <charconv>
 #include <sstream>
 
 namespace zpweb {
@@ -34,6 +35,26 @@ std::optional<std::string> patched(std::string_view before, std::string_view pat
     }
     return std::string(before.substr(0, beginning)) + std::string(patch.substr(newline + 1)) +
            std::string(before.substr(before.size() - end));
+}
+
+void appendPatch(std::string& patches, const Patch& patch) {
+    const std::string text = patch.text();
+    patches += std::to_string(text.size()) + "\n" + text;
+}
+
+std::optional<std::string> patchedByAll(std::string_view before, std::string_view patches) {
+    std::optional text{std::string(before)};
+    while (text && !patches.empty()) {
+        const size_t newline = patches.find('\n');
+        size_t size = 0;
+        std::from_chars(patches.data(), patches.data() + std::min(newline, patches.size()), size);
+        if (newline == std::string_view::npos || size > patches.size() - newline - 1) {
+            return std::nullopt;
+        }
+        text = patched(*text, patches.substr(newline + 1, size));
+        patches.remove_prefix(newline + 1 + size);
+    }
+    return text;
 }
 
 }  // namespace zpweb

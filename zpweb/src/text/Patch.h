@@ -19,4 +19,8 @@ Patch patchOf(const Content& before, const Content& after);
 // The text after; absent when the patch is not one of this text.
 std::optional<std::string> patched(std::string_view before, std::string_view patch);
 
+// Several in one text, each to be made of what the one before it has made.
+void appendPatch(std::string& patches, const Patch& patch);
+std::optional<std::string> patchedByAll(std::string_view before, std::string_view patches);
+
 }  // namespace zpweb

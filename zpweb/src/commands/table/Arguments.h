@@ -23,6 +23,11 @@ class Arguments {
 public:
     static Expected<Arguments> from(const Command& command, const Values& given);
 
+    // Of values that are checked already.
+    explicit Arguments(Values values) : values_(std::move(values)) {}
+    Arguments() = default;
+    const Values& values() const { return values_; }
+
     std::string operator[](const Of<std::string>& wanted) const {
         return maybeText(wanted.parameter).value_or("");
     }

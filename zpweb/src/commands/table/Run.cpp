@@ -1,8 +1,12 @@
 #include "commands/table/Run.h"
 
+#include <utility>
+
+#include "commands/table/Handed.h"
 #include "commands/table/Overdue.h"
 #include "commands/table/Promise.h"
 #include "commands/table/Secret.h"
+#include "commands/table/Together.h"
 #include "sys/File.h"
 #include "sys/Hash.h"
 
@@ -33,7 +37,7 @@ Outcome takeSecrets(std::vector<Invocation>& invocations, Output& output) {
     return done();
 }
 
-Outcome change(Transaction& transaction, const Command& command, const Arguments& arguments) {
+Outcome changeBy(Transaction& transaction, const Command& command, const Arguments& arguments) {
     if (const Change* plain = std::get_if<Change>(&command.action)) {
         return (*plain)(transaction, arguments);
     }
@@ -52,29 +56,29 @@ Outcome isPlannedFor(const Configuration& configuration, const std::string& fing
 }
 
 Outcome oneTry(Session& session, const std::vector<Invocation>& invocations, const std::string& fingerprint,
-               bool& again) {
+               std::shared_ptr<Lock> lock, bool& again) {
     Transaction transaction(session.settings, session.output, session.words);
     session.output.step("waiting for the lock");
-    Outcome outcome = transaction.begin();
+    Outcome outcome = transaction.begin(std::move(lock));
     outcome = outcome.ok() ? isPlannedFor(transaction.configuration(), fingerprint) : outcome;
-    for (size_t i = 0; outcome.ok() && i < invocations.size(); ++i) {
-        const size_t before = transaction.staged();
-        promise(transaction, *invocations[i].command, invocations[i].arguments);
-        outcome = change(transaction, *invocations[i].command, invocations[i].arguments);
-        outcome = transaction.fault().ok() ? outcome : transaction.fault();
-        if (outcome.upToDate && session.settings.ensure) {
-            outcome = done();
-        }
-        if (session.tellsEach) {
-            session.output.endCommand(invocations[i].command->words, outcome,
-                                      outcome.ok() && transaction.staged() != before);
-        }
-        outcome = named(std::move(outcome), invocations, i);
-        if (outcome.ok() && i + 1 < invocations.size()) {
-            transaction.next();
-        }
-    }
+    outcome = outcome.ok() ? runAll(transaction, invocations, session.tellsEach) : outcome;
     return outcome.ok() ? transaction.finish(again) : outcome;
+}
+
+// By itself, with the lock where it has it already.
+Outcome runAlone(Session& session, const std::vector<Invocation>& invocations,
+                 const std::string& fingerprint, std::shared_ptr<Lock> lock) {
+    Outcome outcome;
+    for (int i = 0; i < Tries; ++i) {
+        bool again = false;
+        outcome = oneTry(session, invocations, fingerprint, std::exchange(lock, nullptr), again);
+        if (!again) {
+            break;
+        }
+        session.output.note("the configuration was changed meanwhile; starting again");
+        session.output.startAgain();
+    }
+    return conclude(session.settings, session.output, std::move(outcome));
 }
 
 Outcome read(Session& session, const Command& command, const Arguments& arguments) {
@@ -108,32 +112,62 @@ std::string fingerprintOf(const Configuration& configuration) {
     return hasher.digits();
 }
 
-Outcome runChanges(Session& session, std::vector<Invocation> invocations, const std::string& fingerprint) {
-    Output& output = session.output;
-    Outcome outcome = takeSecrets(invocations, output);
-    if (!outcome.ok()) {
-        return outcome;
-    }
-    for (int i = 0; i < Tries; ++i) {
-        bool again = false;
-        outcome = oneTry(session, invocations, fingerprint, again);
-        if (!again) {
-            break;
+Outcome runAll(Transaction& change, const std::vector<Invocation>& invocations, bool tellsEach) {
+    Outcome outcome;
+    for (size_t i = 0; outcome.ok() && i < invocations.size(); ++i) {
+        const size_t before = change.staged();
+        const Command& command = *invocations[i].command;
+        promise(change, command, invocations[i].arguments);
+        outcome = changeBy(change, command, invocations[i].arguments);
+        outcome = change.fault().ok() ? outcome : change.fault();
+        if (outcome.upToDate && change.settings().ensure) {
+            outcome = done();
         }
-        output.note("the configuration was changed meanwhile; starting again");
-        output.startAgain();
+        if (tellsEach) {
+            change.output().endCommand(command.words, outcome, outcome.ok() && change.staged() != before);
+        }
+        outcome = named(std::move(outcome), invocations, i);
+        if (outcome.ok() && i + 1 < invocations.size()) {
+            change.next();
+        }
     }
+    return outcome;
+}
+
+Outcome conclude(const Settings& settings, Output& output, Outcome outcome) {
     if (!outcome.ok()) {
         output.clear();
     } else if (!output.changed()) {
         output.note("already up to date");
-    } else if (session.settings.dryRun) {
+    } else if (settings.dryRun) {
         output.note("a dry run: nothing is changed");
     }
-    if (outcome.ok() && session.settings.dryRun && session.settings.detailedExit && output.changed()) {
+    if (outcome.ok() && settings.dryRun && settings.detailedExit && output.changed()) {
         return {Status::WouldChange, {}, false};
     }
     return outcome;
+}
+
+Outcome runChanges(Session& session, std::vector<Invocation> invocations, const std::string& fingerprint) {
+    Output& output = session.output;
+    const Outcome outcome = takeSecrets(invocations, output);
+    if (!outcome.ok()) {
+        return outcome;
+    }
+    const auto text = fingerprint.empty() ? handedText(session, invocations) : std::nullopt;
+    if (!text) {
+        return runAlone(session, invocations, fingerprint, {});
+    }
+    auto turn = waitForTurn(session, *text);
+    if (!turn.ok()) {
+        return turn.outcome();
+    }
+    auto made = turn->answer ? std::move(turn->answer) : runWithOthers(session, *text, *turn);
+    if (!made) {
+        return runAlone(session, invocations, fingerprint, std::move(turn->lock));
+    }
+    output.tellAs(made->told);
+    return made->outcome;
 }
 
 Outcome runCommand(Session& session, const Command& command, Arguments arguments) {

@@ -19,6 +19,11 @@ Outcome runCommand(Session& session, const Command& command, Arguments arguments
 Outcome runChanges(Session& session, std::vector<Invocation> invocations,
                    const std::string& fingerprint = {});
 
+// Stages them one after the other, up to the first that fails.
+Outcome runAll(Transaction& change, const std::vector<Invocation>& invocations, bool tellsEach);
+// Tells what has become of a change as a whole.
+Outcome conclude(const Settings& settings, Output& output, Outcome outcome);
+
 // Of all files of the configuration.
 std::string fingerprintOf(const Configuration& configuration);
 

@@ -1,0 +1,149 @@
+"""Runs that wait side by side, made as one change by the one that gets the lock."""
+import fcntl
+import json
+import os
+import re
+import subprocess
+from concurrent.futures import ThreadPoolExecutor
+
+import pytest
+
+from conftest import ZPFAULT, ZPWEB, Answer, await_true
+
+FAST = ("--no-check", "--no-reload")
+
+
+class Queue:
+    """Runs that wait for the lock, which the test holds until they do."""
+
+    def __init__(self, machine):
+        self.machine, self.runs = machine, []
+        self.requests = machine.root / ".zpweb/requests"
+        self.lock = open(machine.root / ".zpweb/lock", "r+")
+        fcntl.flock(self.lock, fcntl.LOCK_EX)
+
+    def placed(self):
+        return [p for p in self.requests.iterdir() if re.fullmatch(r"[\d.-]+", p.name)] if self.requests.exists() else []
+
+    def add(self, *words, before=(), env=None):
+        count = len(self.placed())
+        command = [*before, ZPWEB, "--conf", self.machine.conf, "--json", *words]
+        self.runs.append(subprocess.Popen(list(map(str, command)), stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
+                                          env={**os.environ, **(env or {})}))
+        await_true(lambda: len(self.placed()) == count + 1 or self.runs[-1].poll() is not None)
+        return self.runs[-1]
+
+    def release(self):
+        self.lock.close()
+        answers = []
+        for run in self.runs:
+            run.stdout, run.stderr, run.returncode = *run.communicate(timeout=60), run.returncode
+            answers.append(Answer(run))
+        return answers
+
+
+def sites(machine, count):
+    for i in range(count):
+        assert machine.create(f"s{i}.example", *FAST).status == 0
+    return [f"s{i}.example" for i in range(count)]
+
+
+def log_of(machine):
+    return [json.loads(line) for line in (machine.root / ".zpweb/audit.log").read_text().splitlines()]
+
+
+def reloads(machine):
+    return (machine.root / "error.log").read_text().count("SIGUSR1 received")
+
+
+def test_each_gets_its_own_result_and_its_own_undo(live):
+    """Eight wait: five are made, three are not, whatever those beside them do. One of them changes nothing."""
+    names = sites(live, 5)
+    before, known, reloaded = live.text(), len(log_of(live)), reloads(live)
+    queue = Queue(live)
+    wanted = {("host", "add", names[0], "a.example"): (0, True), ("host", "add", "none.example", "b.example"): (6, False),
+              ("host", "add", names[1], "c.example"): (0, True), ("host", "add", names[2], "a.example"): (1, False),
+              ("directive", "add", "Rubbish", "soon", "--site", names[1]): (3, False), ("site", "set", names[3], "--index", "x.php"): (0, True),
+              ("host", "add", names[2], "d.example", "--label", "mine"): (0, True),
+              ("host", "remove", names[4], "z.example", "--ensure"): (0, False)}
+    for words in wanted:
+        queue.add(*words)
+    answers = queue.release()
+    assert [(a.status, a.json["changed"]) for a in answers] == list(wanted.values()), answers
+    assert "Rubbish" in answers[4].json["message"]
+    assert answers[3].json["message"].count("a.example") and answers[6].json["host"] == "d.example"
+    assert reloads(live) - reloaded <= 4, "guilty ones cost halves, not a reload for each"
+    done = {a.json["checkpoint"]: words for a, words in zip(answers, wanted) if a.json.get("checkpoint")}
+    assert len(done) == 4 and sorted(done) == list(range(min(done), min(done) + 4))
+    lines = [line for line in log_of(live)[known:] if line["result"] == "done"]
+    assert {line["checkpoint"]: tuple(line["command"])[-len(done[line["checkpoint"]]):] for line in lines} == done
+    assert [line.get("label") for line in lines if line["command"][-1] == "mine"] == ["mine"]
+    assert not live.strays()
+    live.do("undo")
+    left = [number for number, words in done.items() if (words[3] if words[0] == "host" else words[4]) in live.text()]
+    assert sorted(left) == sorted(done)[:-1]
+    for number in sorted(done)[:-1]:
+        live.do("undo", number)
+    assert live.text() == before
+
+
+def test_waiters_that_go_away(site):
+    names = sites(site, 4)
+    queue = Queue(site)
+    queue.add("host", "add", names[0], "a.example", *FAST)
+    killed = queue.add("host", "add", names[1], "b.example", *FAST)
+    late = queue.add("host", "add", names[2], "c.example", *FAST, "--lock-timeout", "1")
+    queue.add("host", "add", names[3], "d.example", *FAST)
+    killed.kill()
+    late.wait(10)
+    answers = queue.release()
+    assert [a.status for a in answers] == [0, -9, 5, 0]
+    assert [name + ".example" in site.text() for name in "abcd"] == [True, False, False, True]
+    assert not site.strays()
+
+
+def test_a_leader_that_is_killed_at_any_step(site):
+    """What it had taken along is made exactly once, by it or by those who waited."""
+    names = sites(site, 3)
+    before = site.text()
+    outcomes, calls, number = [], None, 1
+    while calls is None or number <= len(calls):
+        known = len(log_of(site))
+        queue = Queue(site)
+        kind = ("none", 0) if calls is None else ("kill", calls[number - 1])
+        queue.add("host", "add", names[0], "h0.example", *FAST, before=(ZPFAULT, *kind), env={"ZPFAULT_ALL": "1"})
+        for i, name in enumerate(names[1:], 1):
+            queue.add("host", "add", name, f"h{i}.example", *FAST)
+        answers = queue.release()
+        if calls is None:
+            traced = [line.split(" ", 2)[1] for line in answers[0].err.splitlines() if re.match(r"\d+ \w+ /", line)]
+            calls = [n for n, name in enumerate(traced, 1) if re.match("rename|link|unlink|mkdir", name)]
+            number = 0
+        assert [a.status for a in answers[1:]] == [0, 0], answers
+        text = site.text()
+        assert [text.count(f"h{i}.example") for i in (1, 2)] == [1, 1], (number, text)
+        logged = [line["command"][-3] for line in log_of(site)[known:] if line["changed"]]
+        assert all(logged.count(f"h{i}.example") in (1, 2) for i in (1, 2)), logged
+        outcomes.append("h0.example" in text)
+        for _ in range(3 if outcomes[-1] else 2):
+            site.do("undo", *FAST)
+        assert site.text() == before and not site.strays(), number
+        number += 1
+    assert set(outcomes) == {False, True}
+
+
+def test_many_writers_beside_a_running_server(live):
+    names = sites(live, 8)
+    known, reloaded = len(log_of(live)), reloads(live)
+
+    def write(name):
+        for i in range(10):
+            live.do("host", "add", name, f"h{i}.{name}", "--lock-timeout", "120")
+
+    with ThreadPoolExecutor(8) as pool:
+        list(pool.map(write, names))
+    text = live.text()
+    assert all(text.count(f" h{i}.{name}") == 1 for name in names for i in range(10))
+    lines = log_of(live)[known:]
+    assert len({line["checkpoint"] for line in lines}) == len(lines) == 80 and not live.strays()
+    assert reloads(live) - reloaded < 40
