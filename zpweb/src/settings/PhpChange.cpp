@@ -1,8 +1,10 @@
 #include "settings/PhpChange.h"
 
 #include <algorithm>
-#include <map>
+#include <memory>
+#include <set>
 
+#include "server/LiveReading.h"
 #include "settings/Modules.h"
 #include "settings/PhpProbe.h"
 #include "settings/PhpSources.h"
@@ -14,12 +16,27 @@ namespace zpweb {
 
 namespace {
 
-std::vector<std::string> rootsOf(const Configuration& configuration, const std::string& site) {
-    std::vector<std::string> roots;
+// A document root as blocks of the site write it, with what it comes to.
+struct Root {
+    std::string written, effective;
+};
+
+std::vector<Root> rootsOf(const Transaction& change, const std::string& site) {
+    const Configuration& configuration = change.configuration();
+    std::vector<Root> roots;
+    std::shared_ptr<const Reading> reading;
     for (const Place& place : configuration.find(site)) {
-        const std::string root(place.block->root);
-        if (!place.block->stopped && root.starts_with('/') &&
-            std::find(roots.begin(), roots.end(), root) == roots.end()) {
+        const bool plain = place.block->root.starts_with('/');
+        if (place.block->stopped) {
+            continue;
+        }
+        if (!plain && reading == nullptr && change.settings().check) {
+            reading = liveReading(configuration, change.state().reading());
+        }
+        const Root root{std::string(place.block->root), rootInEffect(place, reading.get())};
+        if (!root.effective.empty() && std::none_of(roots.begin(), roots.end(), [&](const Root& other) {
+                return other.written == root.written && other.effective == root.effective;
+            })) {
             roots.push_back(root);
         }
     }
@@ -28,10 +45,10 @@ std::vector<std::string> rootsOf(const Configuration& configuration, const std::
 
 // Where the site's blocks with this document root can be asked.
 std::vector<Request> placesWith(const Configuration& configuration, const std::string& site,
-                                const std::string& root) {
+                                const Root& root) {
     std::vector<Request> requests;
     for (const Place& place : answeringBlocks(configuration, site)) {
-        if (place.block->root != root) {
+        if (place.block->root != root.written) {
             continue;
         }
         for (const Peer& peer : peersOf(configuration, *place.block)) {
@@ -42,23 +59,23 @@ std::vector<Request> placesWith(const Configuration& configuration, const std::s
 }
 
 // The script is in the journal before it is made.
-Outcome probeIn(Transaction& change, const std::string& site, const std::string& root) {
-    const PhpProbe probe(root);
+Outcome probeIn(Transaction& change, const std::string& site, const Root& root) {
+    const PhpProbe probe(root.effective);
     for (const std::string& path : {probe.path(), probe.plainPath()}) {
         if (Outcome noted = change.temporary(path); !noted.ok()) {
             return noted;
         }
     }
-    change.prove([&change, site, probe] {
+    change.prove([&change, site, root, probe] {
         std::string version;
-        Outcome run = probe.run(placesWith(change.configuration(), site, probe.root()), version);
+        Outcome run = probe.run(placesWith(change.configuration(), site, root), version);
         change.output().set("version", known(version));
         return run;
     });
     return done();
 }
 
-Outcome staysUnread(const Transaction& change, const std::string& site, const std::string& root,
+Outcome staysUnread(const Transaction& change, const std::string& site, const Root& root,
                     const std::string& script) {
     for (Request& request : placesWith(change.configuration(), site, root)) {
         request.path = script;
@@ -91,7 +108,7 @@ Outcome setPhp(Transaction& change, const std::string& site, PhpSetting setting,
         return failure("no FPM pool answers: " + reached.message + " (zpweb php list shows the pools)");
     }
     setting.version = versionOf(setting.fpm);
-    for (const std::string& root : rootsOf(change.configuration(), site)) {
+    for (const Root& root : rootsOf(change, site)) {
         if (Outcome probed = probeIn(change, site, root); !probed.ok()) {
             return probed;
         }
@@ -107,22 +124,22 @@ Outcome dropPhp(Transaction& change, const std::string& site, bool overwrite) {
     if (!settingOf(change, site, Setting::Php)) {
         return done();
     }
+    const std::vector<Root> roots = rootsOf(change, site);
     if (Outcome dropped = dropSetting(change, {site, Setting::Php, overwrite}); !dropped.ok()) {
         return dropped;
     }
-    for (const std::string& root : rootsOf(change.configuration(), site)) {
-        const std::string script = someScript(root);
+    std::set<std::string> hidden;
+    for (const Root& root : roots) {
+        const std::string script = someScript(root.effective);
         if (script.empty() || runsPhpOtherwise(change.configuration())) {
             continue;
         }
-        change.output().note(root + script +
+        change.output().note(root.effective + script +
                              " would be shown as text now: scripts there are kept from visitors");
         change.prove([&change, site, root, script] { return staysUnread(change, site, root, script); });
-        if (Outcome hidden = hideSources(change, settingName(site), root); !hidden.ok()) {
-            return hidden;
-        }
+        hidden.insert(root.effective);
     }
-    return done();
+    return hidden.empty() ? done() : hideSources(change, settingName(site), hidden);
 }
 
 }  // namespace zpweb

@@ -31,8 +31,11 @@ Json rootsIn(const std::string& text) {
     const size_t end = begin == std::string::npos ? begin : text.find('\n', begin);
     Json roots =
         begin == std::string::npos ? Json() : Json::parse(text.substr(begin, end - begin), nullptr, false);
-    const bool sound = roots.is_object() && std::all_of(roots.begin(), roots.end(),
-                                                        [](const Json& root) { return root.is_string(); });
+    const auto isPaths = [](const Json& paths) {
+        return paths.is_array() &&
+               std::all_of(paths.begin(), paths.end(), [](const Json& path) { return path.is_string(); });
+    };
+    const bool sound = roots.is_object() && std::all_of(roots.begin(), roots.end(), isPaths);
     return sound ? roots : Json::object();
 }
 
@@ -41,8 +44,12 @@ Outcome write(Transaction& change, const Json& roots) {
         return dropServerFile(change, ServerFileKind::Directives, Name);
     }
     std::string text = Title + roots.dump() + "\n";
-    for (const auto& [site, root] : roots.items()) {
-        text += "<Directory \"" + root.get<std::string>() +
+    std::set<std::string> all;
+    for (const Json& paths : roots) {
+        all.insert(paths.begin(), paths.end());
+    }
+    for (const std::string& root : all) {
+        text += "<Directory \"" + root +
                 "\">\n    <FilesMatch \"\\.ph(?:p|ar|ps|tml)$\">\n        Require all denied\n"
                 "    </FilesMatch>\n</Directory>\n";
     }
@@ -88,15 +95,15 @@ bool runsPhpOtherwise(const Configuration& configuration) {
     return false;
 }
 
-Outcome hideSources(Transaction& change, const std::string& site, const std::string& root) {
-    Json roots = rootsOf(change);
-    roots[site] = root;
-    return write(change, roots);
+Outcome hideSources(Transaction& change, const std::string& site, const std::set<std::string>& roots) {
+    Json all = rootsOf(change);
+    all[site] = roots;
+    return write(change, all);
 }
 
 Outcome showSources(Transaction& change, const std::string& site) {
-    Json roots = rootsOf(change);
-    return roots.erase(site) > 0 ? write(change, roots) : done();
+    Json all = rootsOf(change);
+    return all.erase(site) > 0 ? write(change, all) : done();
 }
 
 }  // namespace zpweb

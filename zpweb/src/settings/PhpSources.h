@@ -1,6 +1,7 @@
 // Scripts that nobody runs any more: a file for the whole server keeps visitors from reading them.
 #pragma once
 
+#include <set>
 #include <string>
 
 #include "change/Transaction.h"
@@ -12,7 +13,7 @@ std::string someScript(const std::string& root);
 // Does anything but a site's setting run PHP on this server?
 bool runsPhpOtherwise(const Configuration& configuration);
 
-Outcome hideSources(Transaction& change, const std::string& site, const std::string& root);
+Outcome hideSources(Transaction& change, const std::string& site, const std::set<std::string>& roots);
 Outcome showSources(Transaction& change, const std::string& site);  // somebody runs them again
 
 }  // namespace zpweb

@@ -97,10 +97,8 @@ std::vector<std::string> namesOf(const std::vector<Place>& places) {
             continue;
         }
         addOnce(names, bareName(std::string(place.block->name)));
-        for (const std::string& aliases : argumentsIn(*place.block, "ServerAlias")) {
-            for (const std::string& alias : wordsIn(aliases)) {
-                addOnce(names, alias);
-            }
+        for (std::string& alias : aliasesOf(*place.block)) {
+            addOnce(names, std::move(alias));
         }
     }
     return names;
@@ -121,6 +119,28 @@ std::vector<Place> answeringBlocks(const Configuration& configuration, const std
                conf::equalIgnoringCase(place.block->root, "message.htm");
     });
     return places;
+}
+
+std::string rootInEffect(const Place& place, const Reading* reading) {
+    std::string root(place.block->root);
+    if (root.starts_with('/') && !conf::contains(root, "${")) {
+        return root;
+    }
+    if (reading == nullptr) {
+        return {};
+    }
+    const size_t line = place.file->firstLine() + place.block->lines.first + 1;
+    for (const VirtualHost& host : reading->hosts()) {
+        if (const Origin origin = reading->originOf(host);
+            origin.file == place.file->path() && origin.line == line) {
+            root = reading->valueIn(host.directive, "DocumentRoot");
+            root = root.empty() ? reading->valueIn(Directive::None, "DocumentRoot") : root;
+            return root.empty() || root.starts_with('/')
+                       ? root
+                       : reading->valueIn(Directive::None, "ServerRoot") + "/" + root;
+        }
+    }
+    return {};
 }
 
 // Debian's configuration names it by a variable of the server's environment.

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "server/Configuration.h"
+#include "server/Reading.h"
 #include "sys/Connection.h"
 
 namespace zpweb {
@@ -29,6 +30,10 @@ bool speaksTls(const Block& block, int port = 443);
 
 // The site's blocks that answer by their own lines: they run, and the site is not suspended.
 std::vector<Place> answeringBlocks(const Configuration& configuration, const std::string& site);
+
+// The directory from which the block is served, also where a variable, a macro or the server itself names
+// it. Empty when that takes a reading, and there is none.
+std::string rootInEffect(const Place& place, const Reading* reading);
 
 // The account that the server's processes run as.
 std::string serverUser(const Configuration& configuration);
