@@ -53,6 +53,7 @@ SITES = {
              f"    <directory {PAGES}/lower.example>\n        allowoverride none\n    </directory>\n</virtualhost>\n",
     "continued": f"<VirtualHost \\\n    *:80 \\\n    >\n    ServerName continued.example\n    ServerAlias \\\n        www.continued.example \\\n"
                  f"        more.continued.example\n    DocumentRoot {PAGES}/continued.example\n</VirtualHost>\n",
+    "elsewhere": f"<VirtualHost *:80>\n    Include TREE/snippets/name.conf\n    DocumentRoot {PAGES}/elsewhere.example\n</VirtualHost>\n",
     "stopped": "".join("#" + line + "\n" for line in block("*:80", "stopped.example").splitlines()),
 }
 # Which names lead to which page, and where.
@@ -83,6 +84,7 @@ class Server:
         Path("/etc/ZeplarPanel.conf").unlink(missing_ok=True)
         (self.tree / "snippets").mkdir()
         (self.tree / "snippets/alias.conf").write_text("ServerAlias www.included.example\n")
+        (self.tree / "snippets/name.conf").write_text("ServerName elsewhere.example\nServerAlias www.elsewhere.example\n")
         (self.tree / "snippets/admin.conf").write_text("ServerAdmin b@shadowed.example\n")
         for name, text in SITES.items():
             self.place(name, text.replace("TREE", str(self.tree)))

@@ -48,7 +48,7 @@ Given givenTo(const Edit& edit, const Configuration& configuration, bool exact) 
     if (!excerpt.announcements.empty()) {
         excerpt.own = std::make_shared<ConfigurationFile>(
             edit.file, Content(excerpt.announcements + part->content().text()),
-            std::make_shared<Defines>());
+            std::make_shared<Surroundings>());
         excerpt.file = excerpt.own.get();
     }
     return excerpt;

@@ -13,6 +13,7 @@
 #include "server/Parts.h"
 #include "server/Program.h"
 #include "sys/File.h"
+#include "text/Statements.h"
 
 namespace zpweb {
 
@@ -85,7 +86,7 @@ const Lines& ConfigurationFile::lines() const {
 
 const Contents& ConfigurationFile::contents() const {
     if (!contents_) {
-        contents_ = contentsOf(content_.text(), *defines_);
+        contents_ = contentsOf(content_.text(), *around_);
     }
     return *contents_;
 }
@@ -128,7 +129,7 @@ Outcome Configuration::read(const std::string& path, int depth) {
 }
 
 void Configuration::add(const std::string& path, Content content, int depth) {
-    files_.push_back(std::make_unique<ConfigurationFile>(path, std::move(content), defines_));
+    files_.push_back(std::make_unique<ConfigurationFile>(path, std::move(content), around_));
     known_[path] = {std::prev(files_.end()), nextOrder_++};
     noteIncludes(*files_.back(), 1);
     if (parts_) {
@@ -141,7 +142,9 @@ void Configuration::follow(const ConfigurationFile& file, int depth) {
     if (depth == DeepestInclude) {
         return;
     }
-    for (const IncludeLine& include : file.server().includes) {
+    const std::vector<IncludeLine>& includes = file.server().includes;
+    const Patterns sought = std::exchange(around_->namesSought, {});
+    for (const IncludeLine& include : includes) {
         for (const std::string& name : included(include.pattern)) {
             const auto real = realOf(name);
             if (!real.ok() || this->file(*real) != nullptr) {
@@ -155,6 +158,37 @@ void Configuration::follow(const ConfigurationFile& file, int depth) {
             }
         }
     }
+    nameBlocks(file, sought);
+}
+
+// The name of a block that has none can stand in a file that it includes.
+void Configuration::nameBlocks(const ConfigurationFile& file, const Patterns& sought) {
+    bool found = false;
+    for (const std::string& pattern : sought) {
+        if (std::string name = serverNameIn(pattern); !name.empty()) {
+            found = true;
+            around_->includedNames.insert_or_assign(pattern, std::move(name));
+        }
+    }
+    if (found) {
+        file.forget();
+    }
+}
+
+std::string Configuration::serverNameIn(std::string_view pattern) const {
+    std::string name;
+    for (const std::string& path : included(pattern)) {
+        const auto real = realOf(path);
+        const ConfigurationFile* known = real.ok() ? file(*real) : nullptr;
+        const auto text = known != nullptr ? Expected(known->content().text()) : readFile(path);
+        const Statements statements(text.ok() ? std::string_view(*text) : "");
+        for (const Statement& statement : statements) {
+            if (statement.scope == None && statement.is("ServerName")) {
+                name = hostOf(resolved(statement.argument(0), around_->defines));
+            }
+        }
+    }
+    return name;
 }
 
 const ConfigurationFile* Configuration::file(const std::string& path) const {
@@ -214,7 +248,7 @@ void Configuration::put(const std::string& path, const Content& content) {
         if (parts_) {
             parts_->drop(path);
         }
-        file = std::make_unique<ConfigurationFile>(path, content, defines_);
+        file = std::make_unique<ConfigurationFile>(path, content, around_);
         noteIncludes(*file, 1);
         if (parts_) {
             parts_->take(*file, known->second.order);
@@ -264,7 +298,7 @@ std::vector<const ConfigurationFile*> Configuration::carriersOf(std::string_view
 void Configuration::index() {
     if (!parts_) {
         static_cast<void>(includes());  // while the files are read as wholes
-        parts_ = std::make_shared<Parts>(defines_);
+        parts_ = std::make_shared<Parts>(around_);
         for (const auto& file : files_) {
             parts_->take(*file, known_.at(file->path()).order);
         }
@@ -296,7 +330,7 @@ void Configuration::putPart(const ConfigurationFile& part, Content content) {
     noteIncludes(part, -1);
     const auto made = parts_->replace(part, std::move(content));
     Content whole = Content::later([parts = parts_, path] { return parts->joined(path); });
-    *known_.at(path).file = std::make_unique<ConfigurationFile>(path, std::move(whole), defines_);
+    *known_.at(path).file = std::make_unique<ConfigurationFile>(path, std::move(whole), around_);
     for (const ConfigurationFile* each : made) {
         noteIncludes(*each, 1);
     }

@@ -23,9 +23,9 @@ class Parts;
 // asked for.
 class ConfigurationFile {
 public:
-    // `defines` are what the files before it define; what it defines joins them.
-    ConfigurationFile(std::string path, Content content, std::shared_ptr<Defines> defines)
-        : path_(std::move(path)), content_(std::move(content)), defines_(std::move(defines)) {}
+    // `around` is what the files of the configuration share; what it defines joins that.
+    ConfigurationFile(std::string path, Content content, std::shared_ptr<Surroundings> around)
+        : path_(std::move(path)), content_(std::move(content)), around_(std::move(around)) {}
     ConfigurationFile(const ConfigurationFile&) = delete;
     ConfigurationFile& operator=(const ConfigurationFile&) = delete;
 
@@ -51,7 +51,7 @@ private:
     size_t number_ = 0;              // among them
     std::string path_;
     Content content_;
-    std::shared_ptr<Defines> defines_;
+    std::shared_ptr<Surroundings> around_;
     mutable std::optional<Lines> lines_;
     mutable std::optional<Contents> contents_;
 };
@@ -99,6 +99,8 @@ public:
     std::string serverRoot() const;
     // The files that an Include line's pattern names, in the order in which the server reads them.
     std::vector<std::string> included(std::string_view pattern) const;
+    // The ServerName in the files that an Include line's pattern names; empty when there is none.
+    std::string serverNameIn(std::string_view pattern) const;
     // Does an Include line name the path?
     bool includes(const std::string& path) const;
     // Does the pattern name other paths than those that are on the disk?
@@ -108,6 +110,7 @@ public:
 
 private:
     using Files = std::list<std::unique_ptr<ConfigurationFile>>;
+    using Patterns = std::set<std::string, std::less<>>;
     struct Known {
         Files::iterator file;
         size_t order = 0;
@@ -120,6 +123,7 @@ private:
 
     Outcome read(const std::string& path, int depth);
     void follow(const ConfigurationFile& file, int depth);
+    void nameBlocks(const ConfigurationFile& file, const Patterns& sought);
     void add(const std::string& path, Content content, int depth);
     void drop(const std::string& path);
     bool isReached(const std::string& path) const;
@@ -132,7 +136,7 @@ private:
 
     Files files_;
     std::shared_ptr<Parts> parts_;  // once there is an index
-    std::shared_ptr<Defines> defines_ = std::make_shared<Defines>();
+    std::shared_ptr<Surroundings> around_ = std::make_shared<Surroundings>();
     std::unordered_map<std::string, Known> known_;  // the files, by path
     size_t nextOrder_ = 0;
     std::map<std::string, Content> otherwise_;            // what is otherwise than on the disk

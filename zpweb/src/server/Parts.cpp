@@ -185,7 +185,7 @@ void Parts::fill(Part& part, File& file, const std::string& path, Content conten
     }
     file.lines.set(part.number, lines);
     part.announcements = announcementsIn(pieces.size() == 1 ? pieces.front() : content.text());
-    part.own = std::make_unique<ConfigurationFile>(path, std::move(content), defines_);
+    part.own = std::make_unique<ConfigurationFile>(path, std::move(content), around_);
     part.own->within_ = this;
     part.own->number_ = part.number;
     part.file = part.own.get();

@@ -21,7 +21,7 @@ class Parts {
 public:
     using Files = std::vector<const ConfigurationFile*>;
 
-    explicit Parts(std::shared_ptr<Defines> defines) : defines_(std::move(defines)) {}
+    explicit Parts(std::shared_ptr<Surroundings> around) : around_(std::move(around)) {}
 
     // A file comes, with its place in the order of files; what is known of the lines and blocks of one that
     // is taken apart is gone. And goes.
@@ -80,7 +80,7 @@ private:
     void noteUse(const Files& files);
     void splitLast(File& file, const std::string& path);
 
-    std::shared_ptr<Defines> defines_;
+    std::shared_ptr<Surroundings> around_;
     std::unordered_map<std::string, File> files_;
     Index sites_;
     std::optional<Index> names_;                        // from when it is first asked for

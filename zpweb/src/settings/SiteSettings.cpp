@@ -8,6 +8,7 @@
 #include "settings/SiteFacts.h"
 #include "sys/File.h"
 #include "text/Difference.h"
+#include "text/Words.h"
 
 namespace zpweb {
 
@@ -25,7 +26,10 @@ size_t lineBefore(const ConfigurationFile& file, const Block& block, Setting set
     if (setting != Setting::Redirect && setting != Setting::Suspended) {
         return block.lines.end - 2;
     }
-    const size_t behindName = block.nameLine;
+    size_t behindName = block.nameLine;
+    while (behindName + 1 < block.lines.end && isContinued(file.lines()[behindName])) {
+        ++behindName;
+    }
     const bool suspended = setting == Setting::Redirect && behindName + 1 < block.lines.end &&
                            isLine(file.lines()[behindName + 1], suspension);
     return suspended ? behindName + 1 : behindName;

@@ -60,9 +60,7 @@ void BlockReader::take(std::string_view text, size_t line) {
             if (is(keyword::ServerName)) {
                 takeServerName(argumentsOf(text, keyword::ServerName), line);
             } else if (is(keyword::ServerAlias)) {
-                block_.moreAliases = !block_.aliases.empty();
-                block_.aliases = block_.moreAliases ? block_.aliases
-                                                    : logicalLine(argumentsOf(text, keyword::ServerAlias));
+                takeAliases(argumentsOf(text, keyword::ServerAlias));
             } else if (is("SSLEngine")) {
                 block_.tls = equalIgnoringCase(values_.first(argumentsOf(text, "SSLEngine")), "on");
             }
@@ -79,9 +77,9 @@ void BlockReader::take(std::string_view text, size_t line) {
             break;
         case 'i':
             if (is(keyword::Include)) {
-                block_.suspended =
-                    block_.suspended ||
-                    values_.first(argumentsOf(text, keyword::Include)).ends_with(SuspendedFile);
+                takeInclude(argumentsOf(text, keyword::Include));
+            } else if (is("IncludeOptional")) {
+                takeInclude(argumentsOf(text, "IncludeOptional"));
             }
             break;
         default:
@@ -98,9 +96,36 @@ void BlockReader::takeServerName(std::string_view arguments, size_t line) {
     }
 }
 
+void BlockReader::takeAliases(std::string_view arguments) {
+    const std::string_view words = values_.plain(logicalLine(arguments));
+    if (block_.aliases.empty()) {
+        block_.aliases = words;
+        return;
+    }
+    aliases_.append(aliases_.empty() ? block_.aliases : "").append(" ").append(words);
+}
+
+void BlockReader::takeInclude(std::string_view arguments) {
+    const std::string_view pattern = values_.first(arguments);
+    block_.suspended = block_.suspended || pattern.ends_with(SuspendedFile);
+    if (block_.name.empty()) {
+        included_.push_back(pattern);
+    }
+}
+
 Block BlockReader::ended(const char* end, size_t line) {
     block_.text = {block_.text.data(), static_cast<size_t>(end - block_.text.data())};
     block_.lines.end = line;
+    if (!aliases_.empty()) {
+        block_.aliases = values_.keep(std::move(aliases_));
+    }
+    if (block_.name.empty()) {
+        for (const std::string_view pattern : included_) {
+            const std::string_view name = values_.nameIn(pattern);
+            block_.name = name.empty() ? block_.name : name;
+        }
+        block_.namedElsewhere = !block_.name.empty();
+    }
     return block_;
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <optional>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -23,14 +24,18 @@ public:
     BlockReader(LineStart opening, std::string_view tag, bool stopped, Values& values);
 
     void take(std::string_view text, size_t line);
-    // It ends before this place.
+    // It ends before this place. Without a name it has the one of a file that it includes.
     Block ended(const char* end, size_t line);
 
 private:
     void takeServerName(std::string_view arguments, size_t line);
+    void takeAliases(std::string_view arguments);
+    void takeInclude(std::string_view arguments);
 
     Values& values_;
     Block block_;
+    std::string aliases_;                     // of several lines
+    std::vector<std::string_view> included_;  // as long as it has no name
 };
 
 class BlockFinder {

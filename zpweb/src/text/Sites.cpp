@@ -6,6 +6,7 @@
 #include "conf/Text.h"
 #include "text/BlockFinder.h"
 #include "text/ServerFinder.h"
+#include "text/Words.h"
 
 namespace zpweb {
 
@@ -25,8 +26,8 @@ constexpr auto interests = [] {
 
 class Finder {
 public:
-    Finder(Contents& contents, Defines& defines)
-        : blocks_(contents, Values(defines, contents.texts)), server_(contents.server, blocks_.values()) {}
+    Finder(Contents& contents, Surroundings& around)
+        : blocks_(contents, Values(around, contents.texts)), server_(contents.server, blocks_.values()) {}
 
     void take(const LineStart& line) {
         const Interest interest = interests[static_cast<unsigned char>(line.text.front())];
@@ -51,18 +52,13 @@ private:
     ServerFinder server_;
 };
 
-bool isContinued(std::string_view line) {
-    return line.ends_with('\\') ||
-           (line.size() > 1 && line.ends_with('\r') && line[line.size() - 2] == '\\');
-}
-
 }  // namespace
 
-Contents contentsOf(std::string_view text, Defines& defines) {
+Contents contentsOf(std::string_view text, Surroundings& around) {
     constexpr size_t UsualBlock = 256;
     Contents contents;
     contents.blocks.reserve(text.size() / UsualBlock);
-    Finder finder(contents, defines);
+    Finder finder(contents, around);
     const char* const end = text.data() + text.size();
     size_t number = 0;
     bool continues = false;
@@ -83,9 +79,22 @@ Contents contentsOf(std::string_view text, Defines& defines) {
     return contents;
 }
 
+// In a stopped block a continued line has comment marks within.
+std::vector<std::string> aliasesOf(const Block& block) {
+    std::vector<std::string> names;
+    for (const Word& word : writtenWords(block.aliases)) {
+        std::string name = word.value();
+        name.erase(0, std::min(name.find_first_not_of('#'), name.size()));
+        if (!name.empty()) {
+            names.push_back(std::move(name));
+        }
+    }
+    return names;
+}
+
 Contents contentsOf(std::string_view text) {
-    Defines defines;
-    return contentsOf(text, defines);
+    Surroundings around;
+    return contentsOf(text, around);
 }
 
 }  // namespace zpweb

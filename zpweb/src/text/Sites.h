@@ -7,6 +7,7 @@
 
 #include <deque>
 #include <map>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -24,13 +25,13 @@ struct Block {
     std::string_view name;     // of its server, without scheme, port and quotes; empty without a ServerName
     std::string_view root;     // DocumentRoot, without quotes
     std::string_view home;     // the path of its first <Directory>
-    std::string_view aliases;  // the words of its first ServerAlias line
+    std::string_view aliases;  // the words of its ServerAlias lines
     std::string_view macro;    // of a template: the words of its <Macro> tag
     bool stopped = false, closed = false;
-    bool moreAliases = false;  // has more than one ServerAlias line
-    bool tls = false;          // has "SSLEngine on"
-    bool suspended = false;    // includes the page that answers for a suspended site
-    bool conditional = false;  // stands in <IfModule>, <IfDefine> or the like
+    bool namedElsewhere = false;  // a file that it includes has its ServerName
+    bool tls = false;             // has "SSLEngine on"
+    bool suspended = false;       // includes the page that answers for a suspended site
+    bool conditional = false;     // stands in <IfModule>, <IfDefine> or the like
 };
 
 // An "Include" or "IncludeOptional" line outside of any comment.
@@ -57,6 +58,13 @@ struct ServerLines {
 // What "Define" lines say, by their names.
 using Defines = std::map<std::string, std::string, std::less<>>;
 
+// What other texts say that counts in one.
+struct Surroundings {
+    Defines defines;        // of the lines before; those of the text join them
+    Defines includedNames;  // the ServerName of an included file, by the pattern of the Include line
+    std::set<std::string, std::less<>> namesSought;  // patterns that blocks without a name include
+};
+
 struct Contents {
     std::vector<Block> blocks;     // in the order of their lines
     std::vector<Block> templates;  // those in macros
@@ -64,12 +72,13 @@ struct Contents {
     size_t longestLine = 0;
     std::deque<std::string> texts;  // what some of the views are views of
 };
-// `defines` are those of the lines before; those of this text join them.
-Contents contentsOf(std::string_view text, Defines& defines);
+Contents contentsOf(std::string_view text, Surroundings& around);
 Contents contentsOf(std::string_view text);
 
 // The text with each "${NAME}" that is defined replaced; the others stay.
 std::string resolved(std::string_view text, const Defines& defines);
+// The words of the block's ServerAlias lines, without their quotes.
+std::vector<std::string> aliasesOf(const Block& block);
 // The host in a ServerName's argument: without scheme and port.
 std::string_view hostOf(std::string_view name);
 // Is it a name that a server can have?

@@ -40,14 +40,23 @@ std::string_view Values::first(std::string_view arguments) {
 }
 
 std::string_view Values::plain(std::string_view text) {
-    return zp::conf::contains(text, "${") ? keep(resolved(text, defines_)) : text;
+    return zp::conf::contains(text, "${") ? keep(resolved(text, around_.defines)) : text;
 }
 
 void Values::define(std::string_view arguments) {
     if (const auto name = nextWord(arguments)) {
         const auto value = nextWord(arguments);
-        defines_[name->value()] = value ? resolved(value->value(), defines_) : std::string();
+        around_.defines[name->value()] = value ? resolved(value->value(), around_.defines) : std::string();
     }
+}
+
+std::string_view Values::nameIn(std::string_view pattern) {
+    const auto known = around_.includedNames.find(pattern);
+    if (known == around_.includedNames.end()) {
+        around_.namesSought.emplace(pattern);
+        return {};
+    }
+    return known->second;
 }
 
 std::string resolved(std::string_view text, const Defines& defines) {

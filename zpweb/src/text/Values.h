@@ -12,18 +12,20 @@ namespace zpweb {
 // The values of one text.
 class Values {
 public:
-    Values(Defines& defines, std::deque<std::string>& texts) : defines_(defines), texts_(texts) {}
+    Values(Surroundings& around, std::deque<std::string>& texts) : around_(around), texts_(texts) {}
 
     // The first word, without quotes, with what is defined put in.
     std::string_view first(std::string_view arguments);
     // The same for all of the text.
     std::string_view plain(std::string_view text);
     void define(std::string_view arguments);
+    // The ServerName in the file that an Include line names; empty when none is known, and is sought then.
+    std::string_view nameIn(std::string_view pattern);
 
-private:
     std::string_view keep(std::string text) { return texts_.emplace_back(std::move(text)); }
 
-    Defines& defines_;
+private:
+    Surroundings& around_;
     std::deque<std::string>& texts_;
 };
 

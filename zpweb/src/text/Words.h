@@ -17,6 +17,11 @@ struct Word {
 
 // How many characters here say that the line goes on: a backslash and the line's end; 0 when none do.
 size_t continuationAt(std::string_view text, size_t at);
+// Does the line, without its newline, go on in the next one?
+inline bool isContinued(std::string_view line) {
+    return line.ends_with('\\') ||
+           (line.size() > 1 && line.ends_with('\r') && line[line.size() - 2] == '\\');
+}
 // The logical line at the beginning of a text, without its line end.
 std::string_view logicalLine(std::string_view text);
 

@@ -4,8 +4,6 @@
 
 #include "conf/Text.h"
 #include "output/Value.h"
-#include "text/Marks.h"
-#include "text/Statements.h"
 
 namespace zpweb {
 
@@ -36,23 +34,9 @@ std::string blockAsJson(const Place& place) {
 }
 
 void addHostNames(const Block& block, std::vector<std::string>& names) {
-    const auto add = [&](const Word& word) {
-        if (std::string name = word.value(); std::find(names.begin(), names.end(), name) == names.end()) {
+    for (std::string& name : aliasesOf(block)) {
+        if (std::find(names.begin(), names.end(), name) == names.end()) {
             names.push_back(std::move(name));
-        }
-    };
-    if (!block.moreAliases) {
-        for (const Word& word : writtenWords(block.aliases)) {
-            add(word);
-        }
-        return;
-    }
-    const std::string live = block.stopped ? withoutMarks(block.text) : std::string(block.text);
-    for (const Statement& statement : Statements(live)) {
-        if (statement.is("ServerAlias")) {
-            for (const Word& word : statement.words()) {
-                add(word);
-            }
         }
     }
 }
