@@ -162,16 +162,9 @@ void addRow(List& rows, const MacroSite& site, bool json) {
             .add("place", site.file + ":" + std::to_string(site.line));
         return;
     }
-    std::string block = "[{";
-    appendMember(block, "address", std::string_view(site.address), true);
-    appendMember(block, "tls", site.tls);
-    appendMember(block, "state", std::string_view("running"));
-    appendMember(block, "root", known(site.root));
-    appendMember(block, "file", std::string_view(site.file));
-    appendMember(block, "line", static_cast<long>(site.line));
-    appendMember(block, "from_macro", true);
-    block += "}]";
-    rows.add("names", site.names).add("blocks", JsonText{block}).add("flags", std::vector<std::string>());
+    rows.add("names", site.names)
+        .add("blocks", JsonText{"[" + blockAsJson(site) + "]"})
+        .add("flags", std::vector<std::string>());
 }
 
 // A site whose file no link lets the server read.

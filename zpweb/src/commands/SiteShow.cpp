@@ -1,12 +1,15 @@
 // site show: one site's settings.
 #include <algorithm>
+#include <memory>
 
 #include "Results.h"
 #include "commands/Commands.h"
 #include "commands/shared/AskedServer.h"
+#include "commands/shared/MacroSites.h"
 #include "commands/shared/Readable.h"
 #include "commands/shared/SiteBlocks.h"
 #include "commands/shared/SiteInfo.h"
+#include "input/HostName.h"
 #include "settings/Overview.h"
 
 namespace zpweb {
@@ -62,10 +65,12 @@ std::vector<std::string> hostNamesOfAll(const Site& site) {
     return names;
 }
 
-void showBlocks(Output& output, const Site& site) {
+// Blocks in their files, or those that a macro makes.
+template <class Blocks>
+void showBlocks(Output& output, const Blocks& all) {
     std::string blocks = "[";
-    for (const Place& place : site.places) {
-        blocks += (blocks.size() > 1 ? "," : "") + blockAsJson(place);
+    for (const auto& block : all) {
+        blocks += (blocks.size() > 1 ? "," : "") + blockAsJson(block);
     }
     blocks += "]";
     output.set("blocks", JsonText{blocks});
@@ -104,7 +109,7 @@ void showServed(Output& output, const Reading& reading, const Site& site) {
     output.set("served_at", listeners);
 }
 
-Outcome show(Session& session, const Configuration& configuration, const Site& site, const Arguments&) {
+Outcome showWhatHolds(Session& session, const Configuration& configuration, const Site& site) {
     const Place& place = site.first();
     const Readable readable(*place.block);
     const SiteInfo info(session.output, readable.path(), domainOf(*place.block));
@@ -132,13 +137,48 @@ Outcome show(Session& session, const Configuration& configuration, const Site& s
             output.set("state", "not reached");
         }
     }
+    return done();
+}
+
+// As if the macro's text stood where it is used.
+Outcome showMade(Session& session, const Configuration& configuration, const std::vector<MacroSite>& made) {
+    const ConfigurationFile file(made[0].file, Content(made[0].text), std::make_shared<Surroundings>());
+    Site site;
+    for (const Block& block : file.blocks()) {
+        if (sameHost(block.name, made[0].name)) {
+            site.places.push_back({&file, &block});
+        }
+    }
+    Outcome shown = showWhatHolds(session, configuration, site);
+    std::vector<std::string> uses;
+    for (const MacroSite& each : made) {
+        uses.push_back(each.file + ":" + std::to_string(each.line));
+    }
+    session.output.set("places", uses);
+    session.output.set("made_by", made[0].made);
+    if (session.settings.json) {
+        showBlocks(session.output, made);
+    }
+    return shown;
+}
+
+Outcome show(Session& session, const Configuration& configuration, const Arguments& given) {
+    const auto site = findSite(configuration, given[SiteName]);
+    if (const auto made = site.ok() ? std::vector<MacroSite>() : macroSites(configuration, given[SiteName]);
+        !made.empty()) {
+        return showMade(session, configuration, made);
+    }
+    Outcome shown = site.ok() ? showWhatHolds(session, configuration, *site) : site.outcome();
+    if (!shown.ok()) {
+        return shown;
+    }
     std::vector<std::string> all;
-    for (const Place& each : site.places) {
+    for (const Place& each : site->places) {
         all.push_back(each.text());
     }
-    output.set("places", all);
+    session.output.set("places", all);
     if (session.settings.json) {
-        showBlocks(output, site);
+        showBlocks(session.output, site->places);
     }
     return done();
 }

@@ -5,6 +5,8 @@
 
 #include "commands/shared/SiteBlocks.h"
 #include "conf/Text.h"
+#include "input/HostName.h"
+#include "output/Value.h"
 #include "text/Statements.h"
 
 namespace zpweb {
@@ -77,7 +79,8 @@ void addSites(std::vector<MacroSite>& sites, const Macro& macro, const std::vect
                        block.tls,
                        file,
                        line,
-                       macro.place};
+                       macro.place,
+                       text};
         addHostNames(block, site.names);
         if (isServerName(site.name)) {
             sites.push_back(std::move(site));
@@ -101,6 +104,24 @@ std::vector<MacroSite> macroSites(const Configuration& configuration) {
         }
     }
     return sites;
+}
+
+std::vector<MacroSite> macroSites(const Configuration& configuration, const std::string& name) {
+    std::vector<MacroSite> sites = macroSites(configuration);
+    std::erase_if(sites, [&](const MacroSite& site) { return !sameHost(site.name, name); });
+    return sites;
+}
+
+std::string blockAsJson(const MacroSite& site) {
+    std::string json = "{";
+    appendMember(json, "address", std::string_view(site.address), true);
+    appendMember(json, "tls", site.tls);
+    appendMember(json, "state", std::string_view("running"));
+    appendMember(json, "root", known(site.root));
+    appendMember(json, "file", std::string_view(site.file));
+    appendMember(json, "line", static_cast<long>(site.line));
+    appendMember(json, "from_macro", true);
+    return json + "}";
 }
 
 }  // namespace zpweb

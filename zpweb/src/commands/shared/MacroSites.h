@@ -15,8 +15,13 @@ struct MacroSite {
     std::string file;  // where the macro is used
     size_t line = 0;
     std::string made;  // FILE:LINE of the block in the macro
+    std::string text;  // of the macro, with the values of this use
 };
 
 std::vector<MacroSite> macroSites(const Configuration& configuration);
+// Those of one name.
+std::vector<MacroSite> macroSites(const Configuration& configuration, const std::string& name);
+
+std::string blockAsJson(const MacroSite& site);
 
 }  // namespace zpweb

@@ -112,12 +112,10 @@ Expected<Site> findSite(const Configuration& configuration, const std::string& n
         return siteAt(configuration, name);
     }
     if (site.places.empty()) {
-        for (const MacroSite& made : macroSites(configuration)) {
-            if (sameHost(made.name, name)) {
-                return failure(Status::Refused, "site " + inQuotes(name) + " is made by the macro at " +
-                                                    made.made + ", used at " + made.file + ":" +
-                                                    std::to_string(made.line) + ": change it there");
-            }
+        if (const auto made = macroSites(configuration, name); !made.empty()) {
+            return failure(Status::Refused, "site " + inQuotes(name) + " is made by the macro at " +
+                                                made[0].made + ", used at " + made[0].file + ":" +
+                                                std::to_string(made[0].line) + ": change it there");
         }
         return failure(Status::NotFound, "site " + inQuotes(readableHostName(name)) + ": not in " +
                                              configuration.main().path() + " or what it includes" +
