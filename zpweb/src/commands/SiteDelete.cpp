@@ -9,6 +9,7 @@
 #include "conf/Bounds.h"
 #include "input/HostName.h"
 #include "settings/SiteSettings.h"
+#include "settings/TlsChange.h"
 #include "sys/File.h"
 #include "sys/GuardedFolder.h"
 
@@ -85,7 +86,11 @@ Outcome remove(Transaction& change, const Site& site, const Arguments& given) {
     for (size_t i = 0; removed.ok() && i < files.size(); ++i) {
         removed = removeLeftover(change, files[i]);
     }
-    return removed.ok() ? forgetSettings(change, name) : removed;
+    if (!removed.ok()) {
+        return removed;
+    }
+    forgetKeptCertificate(change, name);
+    return forgetSettings(change, name);
 }
 
 }  // namespace

@@ -63,6 +63,11 @@ Outcome relink(const std::string& link, const std::string& target) {
 
 }  // namespace
 
+bool isNumberedLink(const std::string& certificate) {
+    const auto target = linkTarget(certificate);
+    return target && numberedFrom(*target);
+}
+
 Outcome leadBack(const std::string& certificate, const std::string& fingerprint) {
     const std::string directory = folderOf(certificate);
     const auto target = linkTarget(certificate);

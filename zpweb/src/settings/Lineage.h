@@ -10,6 +10,8 @@
 
 namespace zpweb {
 
+// Is the certificate such a link?
+bool isNumberedLink(const std::string& certificate);
 // Leads all links beside the certificate to the files of the number whose certificate has this fingerprint.
 // A failure, and nothing is changed, when it is no such link or the numbered files are gone.
 [[nodiscard]] Outcome leadBack(const std::string& certificate, const std::string& fingerprint);

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "settings/HttpsBlocks.h"
+#include "settings/KeptCertificate.h"
 #include "settings/Lineage.h"
 #include "settings/Modules.h"
 #include "settings/Proof.h"
@@ -76,6 +77,10 @@ Outcome proveTls(const Transaction& change, const std::string& site) {
     return done();
 }
 
+KeptCertificate keptOf(const Transaction& change, const TlsSetting& setting) {
+    return {change.state().folder, setting.files};
+}
+
 int httpPortOf(const std::vector<Place>& places, int httpsPort) {
     for (const Place& place : places) {
         for (const std::string& address : addressesOf(*place.block)) {
@@ -97,8 +102,29 @@ Outcome provideServer(Transaction& change, const std::string& site, const TlsSet
     return outcome.ok() ? requireListen(change, setting.port, http) : outcome;
 }
 
+// What the server has come through with is at hand when a renewal fails.
+void keepOnceCertain(Transaction& change, const TlsSetting& setting) {
+    const KeptCertificate kept = keptOf(change, setting);
+    if (isNumberedLink(setting.files.certificate) || kept.is(setting.fingerprint)) {
+        return;
+    }
+    change.afterwards([&change, kept] {
+        if (Outcome copied = kept.keep(); !copied.ok()) {
+            change.output().warning("no copy of the certificate is kept for a renewal that fails: " +
+                                    copied.message);
+        }
+        return done();
+    });
+}
+
+Outcome bringBack(const KeptCertificate& kept, const std::string& certificate,
+                  const std::string& fingerprint) {
+    return kept.is(fingerprint) ? kept.bringBack() : leadBack(certificate, fingerprint);
+}
+
 Outcome write(Transaction& change, const std::string& site, const TlsSetting& setting, bool overwrite) {
     change.prove([&change, site] { return proveTls(change, site); });
+    keepOnceCertain(change, setting);
     return applySetting(change, {site, Setting::Tls, overwrite}, askedOf(setting), directivesOf(setting),
                         [&](const Block& block) { return speaksTls(block, setting.port); });
 }
@@ -121,6 +147,16 @@ Outcome isKnown(const Transaction& change, const std::string& site) {
 std::optional<TlsSetting> tlsOf(const Transaction& change, const std::string& site) {
     const auto now = settingOf(change, site, Setting::Tls);
     return now ? tlsFrom(now->asked) : std::nullopt;
+}
+
+void forgetKeptCertificate(Transaction& change, const std::string& site) {
+    const auto setting = tlsOf(change, site);
+    if (setting && !isNumberedLink(setting->files.certificate)) {
+        change.afterwards([kept = keptOf(change, *setting)] {
+            kept.forget();
+            return done();
+        });
+    }
 }
 
 Outcome setTls(Transaction& change, const std::string& site, TlsSetting setting, bool overwrite) {
@@ -152,6 +188,7 @@ Outcome dropTls(Transaction& change, const std::string& site, bool overwrite) {
     }
     change.asked().moving.insert(settingName(site));
     const auto now = tlsOf(change, site);
+    forgetKeptCertificate(change, site);
     Outcome outcome = dropSetting(change, {site, Setting::Tls, overwrite});
     if (outcome.ok() && redirectsOf(change, site).httpsPort != 0) {
         outcome = changeRedirects(change, site, overwrite,
@@ -170,9 +207,8 @@ Outcome renewTls(Transaction& change, const std::string& site) {
     if (facts.ok() && facts->fingerprint == setting->fingerprint) {
         return done();
     }
-    change.whenTakenBack([certificate = setting->files.certificate, before = setting->fingerprint] {
-        return leadBack(certificate, before);
-    });
+    change.whenTakenBack([kept = keptOf(change, *setting), certificate = setting->files.certificate,
+                          before = setting->fingerprint] { return bringBack(kept, certificate, before); });
     Outcome outcome = usable(*setting, names);
     if (outcome.ok()) {
         setting->fingerprint = facts->fingerprint;
