@@ -12,15 +12,18 @@ Outcome disable(Transaction& change, const Site& site, const Arguments&) {
         return failure(Status::Refused,
                        "this server reads its sites without links that could be removed; see site stop");
     }
-    std::string file;
-    if (Outcome own = ownFileOf(change, site, layout, file); !own.ok()) {
+    if (Outcome own = hasOwnFiles(change, site, layout); !own.ok()) {
         return own;
     }
+    const std::vector<std::string> files = site.files();  // the site is gone with the first link
     change.output().set("site", site.name());
-    change.output().set("file", file);
-    for (const std::string& link : linksTo(change, layout, file)) {
-        if (Outcome gone = change.unlink(link); !gone.ok()) {
-            return gone;
+    change.output().set("file", files.front());
+    for (const std::string& file : files) {
+        askForServerLines(change, change.contentOf(file).text());
+        for (const std::string& link : linksTo(change, layout, file)) {
+            if (Outcome gone = change.unlink(link); !gone.ok()) {
+                return gone;
+            }
         }
     }
     return done();
@@ -34,7 +37,7 @@ Command siteDisable() {
         .summary = "Take a website's file out of what the server reads",
         .action = disable,
         .parameters = {SiteName},
-        .more = "The link to its file goes, as with a2dissite; the file stays for \"site enable\".",
+        .more = "The links to its files go, as with a2dissite; the files stay for \"site enable\".",
         .examples = {"site disable shop.example"},
         .onStopped = true,
     };

@@ -1,5 +1,6 @@
 // site enable: the server reads the site's file again.
 #include <algorithm>
+#include <map>
 
 #include "commands/Commands.h"
 #include "commands/shared/SiteFiles.h"
@@ -13,6 +14,29 @@ namespace {
 
 constexpr auto Name = needed("NAME", Kind::HostName, "The name of a site that is disabled");
 
+// The site's files that no link leads to. A copy, whose block would stand there twice, is not told apart.
+Outcome filesOf(const Configuration& configuration, const std::string& name,
+                std::vector<std::string>& files) {
+    std::map<std::string, std::string> holders;
+    for (const DisabledSite& site : disabledSites(configuration)) {
+        if (!SameHost(name)(site.name)) {
+            continue;
+        }
+        const auto [holder, first] = holders.try_emplace(site.address, site.file);
+        if (!first && holder->second != site.file) {
+            return failure(Status::Refused, holder->second + " and " + site.file + " both have it at " +
+                                                site.address + ": enable one of them with a2ensite");
+        }
+        if (std::find(files.begin(), files.end(), site.file) == files.end()) {
+            files.push_back(site.file);
+        }
+    }
+    return files.empty()
+               ? failure(Status::NotFound, "site " + inQuotes(readableHostName(name)) +
+                                               ": in no file that could be enabled; see site list --all")
+               : done();
+}
+
 Outcome enable(Transaction& change, const Arguments& given) {
     const std::string name = given[Name];
     const Configuration& configuration = change.configuration();
@@ -21,21 +45,24 @@ Outcome enable(Transaction& change, const Arguments& given) {
         change.output().set("file", places.front().file->path());
         return done();  // so already
     }
-    const std::vector<DisabledSite> sites = disabledSites(configuration);
-    const auto found =
-        std::find_if(sites.begin(), sites.end(),
-                     [isWanted = SameHost(name)](const DisabledSite& site) { return isWanted(site.name); });
-    if (found == sites.end()) {
-        return failure(Status::NotFound, "site " + inQuotes(readableHostName(name)) +
-                                             ": in no file that could be enabled; see site list --all");
+    std::vector<std::string> files;
+    if (Outcome found = filesOf(configuration, name, files); !found.ok()) {
+        return found;
     }
     const Layout layout = layoutOf(configuration);
-    const std::string link = layout.links + "/" + nameOf(found->file);
-    if (exists(link)) {
-        return failure(Status::Exists, link + ": exists already and leads elsewhere");
+    change.output().set("file", files.front());
+    for (const std::string& file : files) {
+        const std::string link = layout.links + "/" + nameOf(file);
+        if (exists(link)) {
+            return failure(Status::Exists, link + ": exists already and leads elsewhere");
+        }
+        const auto text = readFile(file);
+        askForServerLines(change, text.ok() ? *text : "");
+        if (Outcome linked = change.link(link, layout.targetOf(file)); !linked.ok()) {
+            return linked;
+        }
     }
-    change.output().set("file", found->file);
-    return change.link(link, layout.targetOf(found->file));
+    return done();
 }
 
 }  // namespace
@@ -46,7 +73,7 @@ Command siteEnable() {
         .summary = "Let the server read a disabled website's file again",
         .action = enable,
         .parameters = {Name},
-        .more = "The link to its file is made, as with a2ensite.",
+        .more = "The links to its files are made, as with a2ensite.",
         .examples = {"site enable shop.example"},
     };
 }

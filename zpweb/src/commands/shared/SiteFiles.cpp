@@ -37,6 +37,16 @@ bool saysNothing(const Configuration& configuration, const Statement& statement)
     return false;
 }
 
+// Of a file that the server does not read.
+Contents contentsAlone(const Configuration& configuration, std::string_view text) {
+    Surroundings around;
+    Contents contents = contentsOf(text, around);
+    for (const std::string& pattern : around.namesSought) {
+        around.includedNames[pattern] = configuration.serverNameIn(pattern);
+    }
+    return around.namesSought.empty() ? std::move(contents) : contentsOf(text, around);
+}
+
 bool isBlank(std::string_view line) { return zp::conf::skipSpace(line).empty(); }
 
 // Where the line before, or the line behind, a place in a text begins and ends.
@@ -61,9 +71,11 @@ std::vector<DisabledSite> disabledSites(const Configuration& configuration) {
         if (!text.ok()) {
             continue;
         }
-        for (const Contents contents = contentsOf(*text); const Block& block : contents.blocks) {
+        for (const Contents contents = contentsAlone(configuration, *text);
+             const Block& block : contents.blocks) {
             if (!block.name.empty() && !block.stopped) {
-                found.push_back({std::string(block.name), path, block.nameLine + 1});
+                found.push_back(
+                    {std::string(block.name), path, block.nameLine + 1, std::string(block.addresses)});
             }
         }
     }
@@ -80,23 +92,31 @@ std::vector<std::string> linksTo(const Transaction& change, const Layout& layout
     return links;
 }
 
-Outcome ownFileOf(const Transaction& change, const Site& site, const Layout& layout, std::string& file) {
-    const std::vector<std::string> files = site.files();
-    file = files.front();
-    if (files.size() > 1 || folderOf(file) != layout.directory || linksTo(change, layout, file).empty()) {
-        return failure(Status::Refused, "site " + inQuotes(site.name()) +
-                                            " has no file of its own with a link to it: it stands in " +
-                                            files.front() + (files.size() > 1 ? " and " + files[1] : ""));
-    }
+Outcome hasOwnFiles(const Transaction& change, const Site& site, const Layout& layout) {
     const SameHost isSite(site.name());
-    for (const Block& block : change.configuration().file(file)->blocks()) {
-        if (!block.stopped && !isSite(block.name)) {
-            return failure(Status::Refused,
-                           file + " is the file of another site, too: " +
-                               std::string(block.name.empty() ? block.address : block.name));
+    for (const std::string& file : site.files()) {
+        if (folderOf(file) != layout.directory || linksTo(change, layout, file).empty()) {
+            return failure(Status::Refused, "site " + inQuotes(site.name()) + " stands in " + file +
+                                                ", which is no file of its own with a link to it");
+        }
+        for (const Block& block : change.configuration().file(file)->blocks()) {
+            if (!block.stopped && !isSite(block.name)) {
+                return failure(Status::Refused,
+                               file + " is the file of another site, too: " +
+                                   std::string(block.name.empty() ? block.address : block.name));
+            }
         }
     }
     return done();
+}
+
+void askForServerLines(Transaction& change, std::string_view text) {
+    const Statements statements(text);
+    for (const Statement& statement : statements) {
+        if (statement.scope == None && !statement.opens("VirtualHost")) {
+            change.asked().serverDirectives.insert(lowerCase(statement.name));
+        }
+    }
 }
 
 std::string takeOut(std::string& text, std::string_view block) {

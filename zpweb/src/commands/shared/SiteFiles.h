@@ -14,16 +14,19 @@ namespace zpweb {
 // A site in a file that no link lets the server read.
 struct DisabledSite {
     std::string name, file;
-    size_t line;  // of its name, from 1
+    size_t line;          // of its name, from 1
+    std::string address;  // of the block
 };
 std::vector<DisabledSite> disabledSites(const Configuration& configuration);
 
 // The links to a file as the change has them so far.
 std::vector<std::string> linksTo(const Transaction& change, const Layout& layout, const std::string& file);
 
-// The site's own file with its links; refused when the site has blocks elsewhere or another site has some
-// in it.
-Outcome ownFileOf(const Transaction& change, const Site& site, const Layout& layout, std::string& file);
+// Refused unless the site stands in files of its own, each with a link to it.
+Outcome hasOwnFiles(const Transaction& change, const Site& site, const Layout& layout);
+
+// The change may differ in what the text says outside of blocks: its file comes or goes with the site.
+void askForServerLines(Transaction& change, std::string_view text);
 
 // A block as it stands, and the text without it and without one of the blank lines around it.
 std::string takeOut(std::string& text, std::string_view block);
