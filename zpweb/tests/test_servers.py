@@ -1,5 +1,6 @@
 """What an administrator of a stock server does, judged by what visitors get."""
 import os
+import shlex
 import subprocess
 from pathlib import Path
 
@@ -74,6 +75,11 @@ def test_a_closed_directory_is_closed_or_the_command_refused(server, words, stat
     (f"vdir create shadowed.example {PAGES}/shadowed.example --deny all", "lets everybody into"),
     ("user add plain.example joe", "passwords that are no hashes"),
     ("suphp on both.example", "several blocks"),
+    (f"folder add shadowed.example {PAGES}/shadowed.example --line Require\\ all\\ denied", "lets everybody into"),
+    ("site suspend plain.example --message", "without --message"),
+    ("site set proxied.example --redirect=/gone=https://plain.example/", "redirect set"),
+    ("proxy set proxied.example /app http://127.0.0.1:8081", "take that line away"),
+    (f"vdir create proxied.example {PAGES}/plain.example --order --deny all", "access set"),
 ])
 def test_what_would_not_be_in_effect_is_refused_with_the_place_that_stands_against_it(server, words, reason):
     users = Path("/etc/webusers/passwd.plain.example")
@@ -81,7 +87,7 @@ def test_what_would_not_be_in_effect_is_refused_with_the_place_that_stands_again
     users.write_text("ann:secret\n")
     users.chmod(0o600)
     before = server.files()
-    answer = server.run(*words.split(), input="secret\n")
+    answer = server.run(*shlex.split(words), input="secret\n")
     assert refused(server, answer, before) or answer.status == 1 and server.files() == before, answer
     assert reason in answer.err and users.read_text() == "ann:secret\n", answer
     users.unlink()
@@ -112,7 +118,21 @@ def test_reads_tell_what_the_server_has(server):
     got = server.do("directive", "get", "ServerAdmin", "--site", "shadowed.example", "--json").json
     assert got["value"] == "b@shadowed.example" and got["file"].endswith("snippets/admin.conf") and got["line"] == 1
     assert {row["address"] for row in server.do("address", "list", "--json").json["addresses"]} >= {"*", "127.0.0.2", "::1"}
+    made = server.do("site", "show", "macro.example", "--json").json
+    assert made["served_at"] == ["*:80"] and made["blocks"][0]["from_macro"] and made["made_by"].endswith("macro.conf:1"), made
     assert "*:443" in [row["listener"] for row in server.run("doctor", "--json").json["listeners"]]
+
+
+def test_a_site_whose_name_stands_in_an_included_file(server):
+    before = server.files()
+    for there, back in ("stop", "start"), ("suspend", "resume"), ("disable", "enable"):
+        if there != "disable" or not isinstance(server, RedHat):
+            server.do("site", there, "elsewhere.example")
+            assert not server.leads_to("elsewhere.example", "elsewhere.example"), there
+            server.do("site", back, "elsewhere.example")
+            assert server.files() == before, there
+    server.do("host", "add", "elsewhere.example", "added.example")
+    assert all(server.leads_to(name, "elsewhere.example") for name in ("added.example", "www.elsewhere.example"))
 
 
 def test_a_block_without_a_name_is_named_by_its_address(server):
@@ -243,15 +263,17 @@ def test_a_site_is_moved_and_renamed(server):
     assert server.files() == before and server.serving() == server.all_served()
 
 
-def test_a_site_is_disabled_and_enabled(server):
+@pytest.mark.parametrize("files", [["plain"], ["pair", "pair-ssl"]], ids=["one file", "a file for https"])
+def test_a_site_is_disabled_and_enabled(server, files):
     before = server.files()
-    answer = server.run("site", "disable", "plain.example")
+    site = files[0] + ".example"
+    answer = server.run("site", "disable", site)
     if isinstance(server, RedHat):
         assert answer.status == 3 and server.files() == before
         return
-    assert answer.status == 0 and file_and_links(server, "plain") == (True, False)
+    assert answer.status == 0 and [file_and_links(server, file) for file in files] == [(True, False)] * len(files)
     listed = server.do("site", "list", "--all", "--json").json["sites"]
-    assert [row["state"] for row in listed if row["name"] == "plain.example"] == ["disabled"]
-    assert not server.leads_to("plain.example", "plain.example")
-    server.do("site", "enable", "plain.example")
+    assert {row["state"] for row in listed if row["name"] == site} == {"disabled"}
+    assert not server.leads_to(site, site)
+    server.do("site", "enable", site)
     assert server.files() == before and server.serving() == server.all_served()

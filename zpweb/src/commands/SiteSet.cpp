@@ -4,11 +4,13 @@
 #include <algorithm>
 
 #include "commands/Commands.h"
+#include "commands/shared/Expectations.h"
 #include "commands/shared/HostNames.h"
 #include "commands/shared/Merge.h"
 #include "commands/shared/Operation.h"
 #include "conf/Text.h"
 #include "input/HostName.h"
+#include "server/PassedOn.h"
 #include "sys/File.h"
 #include "sys/GuardedFolder.h"
 #include "sys/Look.h"
@@ -122,6 +124,29 @@ bool leadsToItself(const Block& block, const NameValueSt& redirection) {
     return (sameHost(block.name, host) || listsHost(block, host)) && path.starts_with(redirection.Name);
 }
 
+// What the block would answer by these settings must not be passed on to another server.
+void expectAnswers(Transaction& change, const Site& site, const Arguments& given) {
+    const auto blocks = blocksAskedFor(site, given);
+    const auto expect = [&](const std::string& path, const std::string& wayOut) {
+        if (blocks) {
+            change.expect(blocks->site, std::string(AboutBlocks) + "answers " + path,
+                          answersItself(*blocks, path, wayOut));
+        }
+    };
+    for (const TextsOption& option : {Alias, ScriptAlias, Redirect}) {
+        for (const NameValueSt& pair : assignments(given[option])) {
+            if (!pair.Value.empty()) {
+                expect(pair.Name, option.parameter.name == Redirect.parameter.name
+                                      ? ": use \"redirect set\", which comes before"
+                                      : ": give it an exception (ProxyPass " + pair.Name + " !) first");
+            }
+        }
+    }
+    if (given.has(Index)) {
+        expect("/", ", and no index file is looked for");
+    }
+}
+
 Outcome setInBlock(Transaction& change, const BlockAt& at, MergeRequest request) {
     const Block& block = at.in(change.configuration());
     const size_t looping = std::erase_if(request.record.Redirect, [&](const NameValueSt& redirection) {
@@ -151,6 +176,7 @@ Outcome set(Transaction& change, const Site& site, const Arguments& given) {
     if (!blocks.ok() || request.keywords.empty()) {
         return blocks.outcome();
     }
+    expectAnswers(change, site, given);
     Outcome outcome;
     for (const BlockAt& at : *blocks) {
         outcome = outcome.ok() ? setInBlock(change, at, request) : outcome;

@@ -56,6 +56,22 @@ Outcome includeIn(Transaction& change, const BlockAt& at, const std::string& lin
     return change.edit(edit);
 }
 
+// The panel's way back leads to HOME/www/html, whatever the document root was.
+Outcome comesBack(const Configuration& configuration, const Site& site,
+                  const std::vector<BlockAt>& blocks) {
+    std::string home(site.first().block->home);
+    home.erase(home.find_last_not_of('/') + 1);
+    for (const BlockAt& at : blocks) {
+        const std::string root(at.in(configuration).root);
+        if (!root.empty() && root != home + "/www/html" && root != "message.htm") {
+            return failure(Status::Refused, at.place(configuration) + ": \"site resume\" would make " +
+                                                home + "/www/html of the document root " + root +
+                                                "; suspend it without --message");
+        }
+    }
+    return done();
+}
+
 Outcome suspend(Transaction& change, const Site& site, const Arguments& given) {
     change.output().set("site", site.name());
     change.output().set("state", "suspended");
@@ -64,9 +80,13 @@ Outcome suspend(Transaction& change, const Site& site, const Arguments& given) {
         return blocks.outcome();
     }
     if (given[Message]) {
-        return changeRoot(
-            change, *blocks, "message.htm", "EnableMessage",
-            [](CZPWebsite& website, UpdateVHost& record) { return website.EnableMessage(&record); });
+        const Outcome back =
+            change.settings().exact ? done() : comesBack(change.configuration(), site, *blocks);
+        return !back.ok() ? back
+                          : changeRoot(change, *blocks, "message.htm", "EnableMessage",
+                                       [](CZPWebsite& website, UpdateVHost& record) {
+                                           return website.EnableMessage(&record);
+                                       });
     }
     const auto page = pageFrom(given);
     if (!page.ok()) {

@@ -35,6 +35,13 @@ bool canTell(std::string_view line) {
     return !name.empty() && !name.starts_with('<') && !name.starts_with('#') && isShown(std::string(name));
 }
 
+// Does it say who may see a directory, other than everybody?
+bool keepsOut(const std::string& line) {
+    const auto [name, arguments] = parted(line);
+    return lowerCase(name).starts_with("require") &&
+           lowerCase(zp::conf::trimEnd(arguments)) != "all granted";
+}
+
 // Is the line anywhere in one of the sections?
 bool holdsLine(const Reading& reading, const std::vector<uint32_t>& sections, std::string_view line) {
     const auto [name, arguments] = parted(line);
@@ -141,6 +148,12 @@ Postcondition directoryHas(const BlocksOf& blocks, const std::string& directory,
                     return notShown("\"" + line + "\" is not in effect for " + directory + " at " +
                                     place(staged, section));
                 }
+            }
+            if (Outcome closed = std::any_of(lines.begin(), lines.end(), keepsOut)
+                                     ? nothingGoesAround(staged, section, directory)
+                                     : done();
+                !closed.ok()) {
+                return closed;
             }
         }
         return found ? done() : notShown("no <Directory> section for " + directory + " is in effect");

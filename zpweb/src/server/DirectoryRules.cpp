@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "conf/Text.h"
+#include "server/PassedOn.h"
 #include "server/Postconditions.h"
 
 namespace zpweb {
@@ -140,9 +141,16 @@ const Directive* admission(const Reading& reading, uint32_t section) {
     return nullptr;
 }
 
-// Where requests for the directory come in, below the block's document root; absent: by no path that is
-// known.
+// Where requests for the directory come in, by an alias or below the block's document root; absent: by no
+// path that is known.
 std::optional<std::string> urlOf(const Reading& reading, uint32_t block, const std::string& directory) {
+    for (const Directive* alias : reading.inSection(block, "Alias")) {
+        const std::vector<std::string> words = argumentsIn(alias->arguments);
+        if (const std::string target = words.size() > 1 ? withoutSlash(words[1]) : "";
+            !target.empty() && isBelow(directory, target)) {
+            return withoutSlash(words[0]) + directory.substr(target.size());
+        }
+    }
     const std::string root = withoutSlash(reading.valueIn(block, "DocumentRoot"));
     return !root.empty() && isBelow(directory, root) ? std::optional(directory.substr(root.size()))
                                                      : std::nullopt;
@@ -282,6 +290,19 @@ Postcondition ignoresAccessFile(const BlocksOf& blocks, const std::string& direc
     };
 }
 
+Outcome nothingGoesAround(const Reading& reading, uint32_t block, const std::string& directory) {
+    const std::string url = urlOf(reading, block, directory).value_or("/");
+    if (const Directive* pass = passedOn(reading, block, url)) {
+        return notShown(takenBy(reading, *pass, url) +
+                        ", and no directory is asked for: \"access set\" closes the path");
+    }
+    const Directive* way = wayAround(reading, block, directory);
+    return way == nullptr ? done()
+                          : notShown("\"" + std::string(way->name) + " " + std::string(way->arguments) +
+                                     "\" at " + reading.originOf(*way).text() + " lets everybody into " +
+                                     directory + ": change it there first");
+}
+
 Postcondition isRestricted(const BlocksOf& blocks, const std::string& directory,
                            const std::vector<std::vector<std::string>>& lists) {
     std::vector<std::vector<std::string>> asked;
@@ -306,10 +327,9 @@ Postcondition isRestricted(const BlocksOf& blocks, const std::string& directory,
                 }
             }
             const bool grants = terms == std::vector<std::string>{"require all granted"};
-            if (const Directive* way = grants ? nullptr : wayAround(staged, block, directory)) {
-                return notShown("\"" + std::string(way->name) + " " + std::string(way->arguments) +
-                                "\" at " + staged.originOf(*way).text() + " lets everybody into " +
-                                directory + ": change it there first");
+            if (Outcome closed = grants ? done() : nothingGoesAround(staged, block, directory);
+                !closed.ok()) {
+                return closed;
             }
         }
         return done();

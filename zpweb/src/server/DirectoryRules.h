@@ -29,6 +29,8 @@ Postcondition ignoresAccessFile(const BlocksOf& blocks, const std::string& direc
 // section lets in whom it keeps out.
 Postcondition isRestricted(const BlocksOf& blocks, const std::string& directory,
                            const std::vector<std::vector<std::string>>& lists);
+// What another section, or a ProxyPass, of the block lets in whom the directory's section keeps out.
+Outcome nothingGoesAround(const Reading& reading, uint32_t block, const std::string& directory);
 // The options of the directory's section are switched like this: "+Indexes", "-ExecCGI".
 Postcondition hasOptions(const BlocksOf& blocks, const std::string& directory,
                          const std::vector<std::string>& switches);

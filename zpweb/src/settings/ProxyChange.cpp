@@ -2,6 +2,7 @@
 
 #include "input/Quoted.h"
 #include "input/Url.h"
+#include "server/PassedOn.h"
 #include "server/Program.h"
 #include "settings/Modules.h"
 #include "settings/Proof.h"
@@ -81,12 +82,19 @@ Outcome write(Transaction& change, const std::string& site, const ProxySetting& 
                         : outcome;
 }
 
+std::string aboutPath(const std::string& path) { return "proxy " + path + " "; }
+
 }  // namespace
 
 Outcome setProxy(Transaction& change, const std::string& site, const ProxyPath& path, bool overwrite) {
     ProxySetting setting = proxiesOf(change, site);
     setting.upgrade = upgradeOfServer();
     setting.set(path);
+    const std::string name = hostNameIn(site);
+    change.expect(
+        name, aboutPath(path.path),
+        passedOnBy({name}, path.path,
+                   settingPath(change.configuration().main().path(), settingName(site), Setting::Proxy)));
     const auto url = urlFrom(path.url);
     if (!url.ok()) {
         return url.outcome();
@@ -102,6 +110,7 @@ Outcome setProxy(Transaction& change, const std::string& site, const ProxyPath& 
 Outcome removeProxy(Transaction& change, const std::string& site, const std::string& path, bool overwrite) {
     ProxySetting setting = proxiesOf(change, site);
     setting.upgrade = upgradeOfServer();
+    change.release(hostNameIn(site), aboutPath(path));
     if (!setting.remove(path)) {
         return isNotThere("path " + inQuotes(path) + ": no application answers for it");
     }
