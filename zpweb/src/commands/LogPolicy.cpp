@@ -40,6 +40,9 @@ Outcome take(LogPolicies& policies, Transaction& change, const std::string& site
         return all ? done() : logs.outcome();
     }
     policy.logs = std::move(*logs);
+    if (const std::string shared = sharedWithOther(policies, settingName(site), policy); !shared.empty()) {
+        return all ? done() : failure(Status::Exists, shared);
+    }
     policies[settingName(site)] = std::move(policy);
     return done();
 }

@@ -6,7 +6,9 @@
 #include "commands/Commands.h"
 #include "commands/shared/LogArchive.h"
 #include "input/Quoted.h"
+#include "settings/LogPolicy.h"
 #include "settings/SiteLogs.h"
+#include "settings/SiteSettings.h"
 #include "sys/File.h"
 #include "sys/GuardedFolder.h"
 #include "sys/Look.h"
@@ -58,6 +60,12 @@ Outcome rotate(Transaction& change, const Site& found, const Arguments& given) {
     change.output().set("bytes", status.st_size);
     if (status.st_size / Megabyte < given[Size].value_or(0)) {
         return done();  // below the threshold
+    }
+    const std::string other = rotatedBy(log);
+    const Content policies = change.contentOf(LogPolicyFile);
+    if (!other.empty() || (policies && policiesIn(policies.text()).contains(settingName(site)))) {
+        change.output().note((other.empty() ? std::string(LogPolicyFile) : other) +
+                             " rotates it, too: what is packed now is not among the logs that it counts");
     }
     if (isThere) {
         change.afterwards([log] { return putAside(log).outcome(); });

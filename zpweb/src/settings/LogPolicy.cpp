@@ -5,7 +5,9 @@
 #include <pwd.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <nlohmann/json.hpp>
+#include <set>
 #include <sstream>
 
 #include "input/Fields.h"
@@ -34,7 +36,7 @@ Json jsonOf(const LogPolicies& policies) {
 std::string accountLine(const std::string& log) {
     struct stat status {};
     if (!lookAt(folderOf(log), status) || status.st_uid == 0) {
-        return "    create 0640 root adm\n";
+        return "    create\n";  // as the log is: a site's owner goes on reading it
     }
     const passwd* user = ::getpwuid(status.st_uid);
     const group* members = ::getgrgid(status.st_gid);
@@ -71,9 +73,12 @@ bool rotates(const std::string& file, const std::string& log) {
 
 std::string policyText(const LogPolicies& policies, const std::string& reload) {
     std::map<std::string, std::string> sections;  // the logs, by their options
+    std::set<std::string> seen;                   // logrotate wants none of them twice
     for (const auto& [site, policy] : policies) {
         for (const std::string& log : policy.logs) {
-            sections[optionsOf(policy, log)] += "\"" + log + "\"\n";
+            if (seen.insert(log).second) {
+                sections[optionsOf(policy, log)] += "\"" + log + "\"\n";
+            }
         }
     }
     std::string text = Title + jsonOf(policies).dump() + "\n";
@@ -98,6 +103,18 @@ LogPolicies policiesIn(const std::string& text) {
                           fields.text("size"), fields.texts("logs")};
     }
     return policies;
+}
+
+std::string sharedWithOther(const LogPolicies& policies, const std::string& site, const LogPolicy& policy) {
+    for (const auto& [other, its] : policies) {
+        const bool same = its.when == policy.when && its.keep == policy.keep && its.size == policy.size;
+        const auto shared =
+            std::find_first_of(policy.logs.begin(), policy.logs.end(), its.logs.begin(), its.logs.end());
+        if (other != site && !same && shared != policy.logs.end()) {
+            return *shared + ": the policy of " + other + " rotates it already";
+        }
+    }
+    return {};
 }
 
 std::string rotatedBy(const std::string& log) {

@@ -25,6 +25,10 @@ inline constexpr const char* LogPolicyFile = "/etc/logrotate.d/zpweb";
 std::string policyText(const LogPolicies& policies, const std::string& reload);
 LogPolicies policiesIn(const std::string& text);
 
+// Why the site cannot have this policy: another site's, which differs, has one of its logs. Empty when it
+// can.
+std::string sharedWithOther(const LogPolicies& policies, const std::string& site, const LogPolicy& policy);
+
 // The file of logrotate that rotates this log already; empty when there is none besides ours.
 std::string rotatedBy(const std::string& log);
 
