@@ -1,9 +1,12 @@
 // site canonical: a site's name with "www." leads to the one without, or the other way.
+#include <fnmatch.h>
+
 #include <algorithm>
 
 #include "commands/SettingsCommands.h"
 #include "commands/shared/SettingParameters.h"
 #include "input/Quoted.h"
+#include "server/LiveReading.h"
 #include "settings/RedirectChange.h"
 #include "settings/SiteFacts.h"
 #include "settings/SiteSettings.h"
@@ -14,11 +17,27 @@ namespace {
 
 constexpr auto Form = neededChoice("FORM", "www|bare|off", "The name that visitors end up with");
 
+// Those in files that the blocks include are told by the server.
+std::vector<std::string> namesInEffect(const Transaction& change, const Site& site) {
+    std::vector<std::string> names = namesOf(site.places);
+    const auto reading =
+        change.settings().check ? liveReading(change.configuration(), change.state().reading()) : nullptr;
+    for (const VirtualHost* host : reading != nullptr ? reading->hostsOf(settingName(site.name()))
+                                                      : std::vector<const VirtualHost*>()) {
+        for (const auto* list : {&host->names.aliases, &host->names.wildAliases}) {
+            names.insert(names.end(), list->begin(), list->end());
+        }
+    }
+    return names;
+}
+
 // Both names must be the site's: the one would lead into the void, or nobody would ask for the other.
-Outcome hasBoth(const Site& site, const std::string& name) {
-    const auto names = namesOf(site.places);
+Outcome hasBoth(const Transaction& change, const Site& site, const std::string& name) {
+    const auto names = namesInEffect(change, site);
     for (const std::string& each : {name, twinOf(name)}) {
-        if (std::find(names.begin(), names.end(), each) == names.end()) {
+        if (std::none_of(names.begin(), names.end(), [&](const std::string& known) {
+                return ::fnmatch(known.c_str(), each.c_str(), 0) == 0;  // "*.shop.example", too
+            })) {
             return failure(inQuotes(each) + " is no name of the site; add it first (zpweb host add)");
         }
     }
@@ -30,7 +49,7 @@ Outcome canonical(Transaction& change, const Site& site, const Arguments& given)
     const std::string bare = own.starts_with("www.") ? own.substr(4) : own;
     const std::string form = given[Form];
     const std::string name = form == "off" ? "" : form == "www" ? "www." + bare : bare;
-    if (Outcome both = name.empty() ? done() : hasBoth(site, name); !both.ok()) {
+    if (Outcome both = name.empty() ? done() : hasBoth(change, site, name); !both.ok()) {
         return both;
     }
     change.output().set("site", site.name());
