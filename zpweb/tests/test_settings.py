@@ -12,7 +12,7 @@ from pathlib import Path
 
 import pytest
 import websockets
-from conftest import OWNER, await_true, free_port
+from conftest import OWNER, ZPWEB, await_true, free_port
 from servers import HTTP, TLS, Debian, RedHat
 
 LIVE = Path("/etc/letsencrypt/live")
@@ -192,6 +192,24 @@ def test_a_renewed_certificate_is_taken_up_or_refused(server):
     assert server.run("tls", "renewed", SITE).status == 3
     assert shown(SITE) == served
     assert {link.name: os.readlink(link) for link in LIVE.glob("renewed/*")} == before
+
+
+def test_plain_certificate_files_are_put_back_when_a_renewal_fails(server):
+    def place(name):
+        for kind, ending in (("fullchain", "pem"), ("privkey", "key")):
+            Path(f"/etc/ssl/plain.{ending}").write_bytes((LIVE / name / f"{kind}.pem").read_bytes())
+        os.chmod("/etc/ssl/plain.key", 0o600)
+
+    place("good")
+    server.do("tls", "on", SITE, "--certificate", "/etc/ssl/plain.pem", "--key", "/etc/ssl/plain.key")
+    place("other")
+    assert server.run("tls", "renewed", SITE).status == 3 and shown(SITE) == fingerprint("good")
+    assert [Path(f"/etc/ssl/plain.{ending}").read_bytes() for ending in ("pem", "key")] == [
+        (LIVE / f"good/{kind}.pem").read_bytes() for kind in ("fullchain", "privkey")]
+    kept = list(server.state.glob("certificates/*/*"))
+    assert len(kept) == 2 and {path.stat().st_mode & 0o777 for path in [*kept, Path("/etc/ssl/plain.key")]} == {0o600}
+    server.do("tls", "off", SITE)
+    assert not list(server.state.glob("certificates/*"))
 
 
 def test_a_server_without_tls_gets_its_module_and_its_listener(live):
@@ -400,6 +418,9 @@ def test_the_catch_all_answers_for_unknown_names(server):
     assert server.serving() == server.all_served()
     server.do("server", "catch-all", "off")
     assert without_modules(server.files()) == without_modules(before)
+    server.do("undo")
+    assert server.get("unknown.invalid", TLS) == (421, "nobody here")
+    server.do("undo")
 
 
 # --- logs ---
@@ -413,9 +434,15 @@ def test_logs_are_rotated_and_shown(server):
     server.get(SITE, path="/seen")
     assert "/seen" in server.do("log", "show", SITE, "--requests").out
     server.do("log", "policy", SITE, "--daily", "--keep", "3", "--size", "1M")
+    assert "/etc/logrotate.d/zpweb rotates it, too" in server.do("log", "rotate", SITE, "--size", "9").err + server.do("log", "rotate", SITE, "--dry-run").err
+    followed = subprocess.Popen([ZPWEB, "log", "show", SITE, "-f", "--requests"], stdout=subprocess.PIPE, text=True)
+    assert "/seen" in followed.stdout.readline()
     subprocess.run(["logrotate", "--force", "--state", "/run/rotated", "/etc/logrotate.d/zpweb"], check=True)
     assert "/seen" in (logs / "access.log.1").read_text()
     await_true(lambda: server.get(SITE, path="/again")[0] == 404 and "/again" in (logs / "access.log").read_text())
+    assert "/again" in followed.stdout.readline(), "a log that is rotated is followed"
+    followed.terminate()
+    followed.wait()
     Path("/etc/logrotate.d/other").write_text(f"{logs}/*.log {{\n}}\n")
     answer = server.run("log", "policy", SITE)
     assert answer.status == 7 and "/etc/logrotate.d/other" in answer.err

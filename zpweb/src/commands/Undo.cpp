@@ -6,6 +6,7 @@
 #include "input/Quoted.h"
 #include "phases/AccessBefore.h"
 #include "store/Checkpoints.h"
+#include "sys/Copy.h"
 #include "sys/File.h"
 #include "sys/Hash.h"
 #include "text/Difference.h"
@@ -90,6 +91,21 @@ Outcome editedSince(Output& output, const Version& version) {
         ": the same lines were edited since this change; undo it by hand (the diff shows the edits)");
 }
 
+// A key or certificate that a setting had: the server's check reads it where it was.
+bool isForServersCheck(const Transaction& change, const ChangedFile& file) {
+    return file.after.empty() && file.path.ends_with(".pem") && !exists(file.path) &&
+           file.path.starts_with(folderOf(change.configuration().main().path()) + "/zpweb.d/");
+}
+
+// A change that does not come to stand takes it away again.
+Outcome makeNow(Transaction& change, const std::string& path, const std::string& kept) {
+    const std::string directory = folderOf(path);
+    Outcome made = change.willMake({folderOf(directory), directory, path});
+    made = made.ok() ? makeFolder(folderOf(directory), 0755) : made;
+    made = made.ok() ? makeFolder(directory, 0700) : made;
+    return made.ok() ? copyWhole(kept, path) : made;
+}
+
 Outcome putBack(Transaction& change, const Version& version) {
     const ChangedFile& file = version.file;
     if (!version.isUnedited()) {
@@ -105,6 +121,9 @@ Outcome putBack(Transaction& change, const Version& version) {
     }
     if (version.isDamaged()) {
         return failure(version.kept + ": the checkpoint is damaged");
+    }
+    if (!version.link && isForServersCheck(change, file)) {
+        return makeNow(change, file.path, version.kept);
     }
     return version.link ? change.link(file.path, *version.link)
                         : change.replace(file.path, *version.before, version.kept);
