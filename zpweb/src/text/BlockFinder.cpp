@@ -87,9 +87,17 @@ void BlockReader::take(std::string_view text, size_t line) {
     }
 }
 
-// The last one counts.
+// The last one counts. In a stopped block a continued line has comment marks within.
 void BlockReader::takeServerName(std::string_view arguments, size_t line) {
-    const std::string_view name = hostOf(values_.first(arguments));
+    std::string_view name = hostOf(values_.first(arguments));
+    if (block_.stopped && name.starts_with('#')) {
+        name = {};
+        for (const Word& word : writtenWords(arguments)) {
+            const std::string written = word.value();
+            const size_t begin = std::min(written.find_first_not_of('#'), written.size());
+            name = name.empty() ? hostOf(values_.keep(written.substr(begin))) : name;
+        }
+    }
     if (!name.empty()) {
         block_.name = name;
         block_.nameLine = line;

@@ -56,7 +56,7 @@ std::string_view Values::nameIn(std::string_view pattern) {
         around_.namesSought.emplace(pattern);
         return {};
     }
-    return known->second;
+    return keep(known->second);
 }
 
 std::string resolved(std::string_view text, const Defines& defines) {
