@@ -333,7 +333,7 @@ def fields(document):
 def test_the_fields_are_the_documented_ones(site):
     # Named in the same row, but values of a field, another command's, or there only in other cases.
     absent = {"site list": {"running", "stopped", "suspended", "partly", "disabled", "duplicate", "unreachable", "readable", "place"},
-              "site show": {"certificate", "certificate_days", "php", "applications", "access", "redirects", "log_policy"},
+              "site show": {"certificate", "certificate_days", "php", "applications", "access", "redirects", "log_policy", "made_by"},
               "doctor": {"repaired", "link", "site"}, "protect add": {"edit"}, "server info": {"owner"},
               "history": {"yes", "no", "undone", "undoes", "login", "message", "label", "confirm_by"}, "undo": {"checkpoint"}}
     common = {"schema", "command", "status", "changed", "judged", "impact", "message", "checkpoint"}
