@@ -197,6 +197,10 @@ def test_what_waits_for_its_confirmation_is_not_forgotten_when_the_list_cannot_b
         subprocess.run(f"rm -rf {site.root} && cp -a {kept} {site.root}", shell=True, check=True)
         subprocess.run([ZPFAULT, "EIO", call, *words], capture_output=True)
         assert site.do("confirm", "2", "--dry-run", "--json").json["confirmed"] == ["2"], listed.splitlines()[int(call) - 1]
+    site.do("undo", *FAST) if "b.example" in site.text() else None
+    words = [ZPWEB, "--conf", site.conf, "confirm"]
+    assert subprocess.run([ZPFAULT, "EIO", "unlink:1", *words], capture_output=True).returncode == 1
+    assert site.do("confirm", "2", "--json").json["confirmed"] == ["2"]
     shutil.rmtree(kept)
     assert len(calls) > 3
 

@@ -142,3 +142,13 @@ def test_a_folder_is_handed_over_with_all_that_it_holds_but_what_is_behind_links
     answer = site.run("undo")
     assert answer.status == 1 and "owner and mode stay" in answer.err and access() == {**unlike, **kept}, answer
     assert before == {p: p.lstat() for p in [victim, *victim.rglob("*")]}
+
+
+def test_only_what_is_the_sites_or_its_owners_is_taken_over(site):
+    home, anna = site.sites / "shop.example", pwd.getpwnam(OWNER).pw_uid
+    for path, owner, taken in ((home / "www/html/q", 0, True), (Path(f"{home}.other"), 0, False), (site.root / "roots", 0, False),
+                               (site.root / "annas", anna, True)):
+        path.mkdir()
+        os.chown(path, owner, -1)
+        answer = site.run("vdir", "create", "shop.example", path, "--take-over", "--no-check", "--no-reload")
+        assert (answer.status == 0) == taken == (path.stat().st_uid == anna) and ("not given" in answer.err) != taken, answer

@@ -151,7 +151,7 @@ Outcome recover(const State& state, Output& output, bool dryRun) {
     }
     removeTree(state.stage());
     removeTree(state.journal());
-    return sync(state.folder);
+    return exists(state.journal()) ? failure(state.journal() + ": cannot be removed") : sync(state.folder);
 }
 
 }  // namespace zpweb

@@ -193,6 +193,9 @@ Outcome emptyDirectory(const std::string& path) {
     }
     for (const std::string& name : *entries) {
         removeTree(path + "/" + name);
+        if (exists(path + "/" + name)) {  // the next operation would take it for its own
+            return failure(path + "/" + name + ": cannot be removed");
+        }
     }
     return done();
 }

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <sstream>
 
 #include "store/Checkpoints.h"
@@ -38,8 +39,8 @@ Outcome write(const State& state, const std::vector<Unconfirmed>& all) {
         text << each.checkpoint << ' ' << each.deadline << ' ' << each.check << ' ' << each.reload << '\n';
     }
     if (all.empty()) {
-        ::unlink(state.unconfirmed().c_str());
-        return sync(state.folder);
+        const bool gone = ::unlink(state.unconfirmed().c_str()) == 0 || errno == ENOENT;
+        return gone ? sync(state.folder) : failure(systemError(state.unconfirmed()));
     }
     return replaceFile(state.unconfirmed(), text.str(), 0600);
 }
