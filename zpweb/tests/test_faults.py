@@ -98,7 +98,7 @@ class Subject:
         Path("/var/zpweb-test/php.sock").unlink(missing_ok=True)
         self.pool = socket.socket(socket.AF_UNIX)
         self.pool.bind("/var/zpweb-test/php.sock")
-        self.pool.listen(100)
+        self.pool.listen(4096)  # nobody accepts
         subprocess.run(["openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1", "-nodes", "-subj", "/CN=shop.example", "-addext",
                         "subjectAltName=DNS:shop.example,DNS:www.shop.example", "-keyout", site.root / "www/key.pem",
                         "-out", site.root / "www/cert.pem"], check=True, capture_output=True)

@@ -6,6 +6,7 @@ import re
 import resource
 import shutil
 import signal
+import socket
 import subprocess
 import threading
 import time
@@ -236,3 +237,13 @@ def test_files_that_are_included_are_found_in_linear_time(site):
 
     few = seconds(4000)
     assert seconds(16000) < 8 * few
+
+
+def test_a_pool_that_accepts_nobody_holds_nothing_up(site):
+    with socket.socket(socket.AF_UNIX) as pool:
+        pool.bind(str(site.root / "pool.sock"))
+        pool.listen(0)
+        waiting = [socket.socket(socket.AF_UNIX, socket.SOCK_STREAM | socket.SOCK_NONBLOCK) for _ in range(3)]
+        refused = [each for each in waiting if each.connect_ex(str(site.root / "pool.sock"))]
+        answer = site.run("php", "set", "shop.example", "--fpm", site.root / "pool.sock", *FAST)
+        assert refused and answer.status != 0 and "pool.sock" in answer.err, answer

@@ -68,7 +68,8 @@ Outcome socketAccepts(const std::string& path) {
         return failure(path + ": too long for a socket's path");
     }
     std::memcpy(address.sun_path, path.data(), path.size());
-    const Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    // Not waited for: who owns a pool that accepts nobody could hold up every change.
+    const Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
     const auto* place = reinterpret_cast<const sockaddr*>(&address);
     return ::connect(socket.number(), place, sizeof address) == 0 ? done() : failure(systemError(path));
 }
