@@ -24,10 +24,10 @@ namespace {
 // One update: the block that it writes, and the password file that this asks for.
 class Update {
 public:
-    Update(const SDDir& directory, const std::string& file)
-        : domain(fieldText(directory.DomainName)),
-          folder(fieldText(directory.DirPath)),
-          record_(directory),
+    Update(const SDDir& record, const std::string& file)
+        : domain(fieldText(record.DomainName)),
+          folder(fieldText(record.DirPath)),
+          record_(record),
           configuration_(file),
           passwordFile_(folder + "/webusers.htpasswd"),
           withRequire_(zp::serverKnowsRequire()) {}
