@@ -67,21 +67,21 @@ Typed address(const std::string& value) {
 }
 
 Typed path(const std::string& value) {
-    constexpr const char* Expectation = "expected an absolute path such as /home/web/example";
+    constexpr const char* Wanted = "expected an absolute path such as /home/web/example";
     if (value.empty() || value.front() != '/') {
-        return wrongValue("path", value, "it does not begin with a slash", Expectation);
+        return wrongValue("path", value, "it does not begin with a slash", Wanted);
     }
     if (value.size() > LongestPath) {
-        return wrongValue("path", value, "it has more than 240 characters", Expectation);
+        return wrongValue("path", value, "it has more than 240 characters", Wanted);
     }
     for (size_t at = 1; at < value.size();) {
         const std::string_view part = std::string_view(value).substr(at, value.find('/', at) - at);
         if (part == "." || part == "..") {
-            return wrongValue("path", value, "it has a relative component", Expectation);
+            return wrongValue("path", value, "it has a relative component", Wanted);
         }
         at += part.size() + 1;
     }
-    Typed checked = line("path", value, "<>\"'`$", Expectation);
+    Typed checked = line("path", value, "<>\"'`$", Wanted);
     if (checked.ok() && checked->size() > 1 && checked->ends_with('/')) {
         checked->pop_back();
     }
@@ -89,12 +89,12 @@ Typed path(const std::string& value) {
 }
 
 Typed account(const std::string& value) {
-    constexpr const char* Expectation = "expected the name of an account of this host";
+    constexpr const char* Wanted = "expected the name of an account of this host";
     if (value.empty() || value.front() == '-' || value.find_first_of(":/\n") != std::string::npos) {
-        return wrongValue("account", value, "it is no account name", Expectation);
+        return wrongValue("account", value, "it is no account name", Wanted);
     }
     if (value.find('\0') != std::string::npos || !zp::host::findAccount(value)) {
-        return wrongValue("account", value, "there is no such account", Expectation);
+        return wrongValue("account", value, "there is no such account", Wanted);
     }
     return value;
 }
@@ -121,31 +121,31 @@ Typed mode(const std::string& value) {
 }
 
 Typed userName(const std::string& value) {
-    constexpr const char* Expectation = "expected a user name without blanks and colons";
+    constexpr const char* Wanted = "expected a user name without blanks and colons";
     if (value.empty() || value.front() == '-' || value.size() > LongestUserName) {
-        return wrongValue("user name", value, "it is empty, too long or begins with a hyphen", Expectation);
+        return wrongValue("user name", value, "it is empty, too long or begins with a hyphen", Wanted);
     }
-    return line("user name", value, ": \t\"'\\<>", Expectation);
+    return line("user name", value, ": \t\"'\\<>", Wanted);
 }
 
 Typed word(const std::string& value) {
-    constexpr const char* Expectation = "expected one word";
+    constexpr const char* Wanted = "expected one word";
     if (value.empty() || value.front() == '-') {
-        return wrongValue("word", value, "it is empty or begins with a hyphen", Expectation);
+        return wrongValue("word", value, "it is empty or begins with a hyphen", Wanted);
     }
-    return line("word", value, " \t<>\"", Expectation);
+    return line("word", value, " \t<>\"", Wanted);
 }
 
 Typed assignment(const std::string& value) {
-    constexpr const char* Expectation = "expected NAME=VALUE; an empty value removes NAME";
+    constexpr const char* Wanted = "expected NAME=VALUE; an empty value removes NAME";
     const size_t sign = value.find('=');
     if (sign == 0 || sign == std::string::npos) {
-        return wrongValue("assignment", value, "it has no name before an equals sign", Expectation);
+        return wrongValue("assignment", value, "it has no name before an equals sign", Wanted);
     }
     if (value.substr(0, sign).find_first_of(" \t") != std::string::npos) {
-        return wrongValue("assignment", value, "its name has a blank", Expectation);
+        return wrongValue("assignment", value, "its name has a blank", Wanted);
     }
-    return line("assignment", value, "<>\"", Expectation);
+    return line("assignment", value, "<>\"", Wanted);
 }
 
 bool isOneOf(std::string_view choices, std::string_view value) {
