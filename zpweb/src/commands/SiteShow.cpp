@@ -151,6 +151,7 @@ Outcome showMade(Session& session, const Configuration& configuration, const std
     }
     Outcome shown = showWhatHolds(session, configuration, site);
     std::vector<std::string> uses;
+    uses.reserve(made.size());
     for (const MacroSite& each : made) {
         uses.push_back(each.file + ":" + std::to_string(each.line));
     }
@@ -173,6 +174,7 @@ Outcome show(Session& session, const Configuration& configuration, const Argumen
         return shown;
     }
     std::vector<std::string> all;
+    all.reserve(site->places.size());
     for (const Place& each : site->places) {
         all.push_back(each.text());
     }
