@@ -95,9 +95,9 @@ private:
 
     // The process that waits for it must not make it a second time.
     void answer(const Journal& change) {
-        Answer answer{done(),
-                      {what_ + "has made this change along with its own but may not have reloaded "
-                               "the server: see zpweb history"}};
+        RunAnswer answer{done(),
+                         {what_ + "has made this change along with its own but may not have reloaded "
+                                  "the server: see zpweb history"}};
         answer.told.messages = "zpweb: warning: " + answer.told.messages + "\n";
         answer.told.changed = change.changes();
         answer.told.checkpoint = change.checkpoint;

@@ -68,7 +68,7 @@ bool isOurDirectory(const std::string& path) {
            (status.st_mode & 077) == 0;
 }
 
-std::string textOf(const Answer& answer) {
+std::string textOf(const RunAnswer& answer) {
     Json fields = Json::array();
     for (const auto& [name, text] : answer.told.fields) {
         fields.push_back({asText(name), asText(text)});
@@ -88,8 +88,8 @@ std::string textOf(const Answer& answer) {
     return json.dump();
 }
 
-Answer answerFrom(const Json& json) {
-    Answer answer;
+RunAnswer answerFrom(const Json& json) {
+    RunAnswer answer;
     if (!json.contains("status")) {
         answer.outcome = failure(
             "another run has made this change along with its own, and could not write down what came of "
@@ -125,7 +125,7 @@ bool takesUp(const State& state, const std::string& name, const std::string& id)
 }  // namespace
 
 // Under a name that nobody takes up to the moment at which it is whole and locked.
-std::optional<Request> Request::place(const State& state, const std::string& text) {
+std::optional<OwnRequest> OwnRequest::place(const State& state, const std::string& text) {
     const std::string id = newId();
     const std::string path = state.requests() + "/" + id;
     const std::string fresh = state.requests() + "/new-" + id;
@@ -137,7 +137,7 @@ std::optional<Request> Request::place(const State& state, const std::string& tex
         if (!writeNewFile(fresh, text, 0600).ok()) {
             continue;
         }
-        Request request(path, openRequest(fresh));
+        OwnRequest request(path, openRequest(fresh));
         const bool placed = request.file_.isOpen() &&
                             ::flock(request.file_.number(), LOCK_EX | LOCK_NB) == 0 &&
                             ::rename(fresh.c_str(), path.c_str()) == 0;
@@ -149,16 +149,18 @@ std::optional<Request> Request::place(const State& state, const std::string& tex
     return std::nullopt;
 }
 
-Request::~Request() {
+OwnRequest::~OwnRequest() {
     if (file_.isOpen()) {
         removeAllOf(path_);
         ::rmdir(folderOf(path_).c_str());
     }
 }
 
-bool Request::withdraw() { return ::unlink(path_.c_str()) == 0 || ::unlink((path_ + Alone).c_str()) == 0; }
+bool OwnRequest::withdraw() {
+    return ::unlink(path_.c_str()) == 0 || ::unlink((path_ + Alone).c_str()) == 0;
+}
 
-std::optional<Answer> Request::answer() const {
+std::optional<RunAnswer> OwnRequest::answer() const {
     const auto text = readFile(path_ + Answered);
     const auto json = text.ok() ? parsedObject(*text) : std::nullopt;
     return json ? std::optional(answerFrom(*json)) : std::nullopt;
@@ -212,7 +214,7 @@ void giveBackRequest(const State& state, const std::string& id) {
     ::rename((path + Taken).c_str(), (path + Alone).c_str());
 }
 
-Outcome answerRequest(const State& state, const std::string& id, const Answer& answer) {
+Outcome answerRequest(const State& state, const std::string& id, const RunAnswer& answer) {
     const std::string path = state.requests() + "/" + id + Answered;
     const std::string fresh = path + ".new";  // whole, also when this process is killed
     ::unlink(fresh.c_str());                  // one that was killed has left it

@@ -21,26 +21,26 @@
 
 namespace zpweb {
 
-struct Answer {
+struct RunAnswer {
     Outcome outcome;
     Told told;
 };
 
 // One's own.
-class Request {
+class OwnRequest {
 public:
     // None where it cannot be placed: its process just waits, then.
-    static std::optional<Request> place(const State& state, const std::string& text);
-    Request(Request&&) = default;
-    Request& operator=(Request&&) = delete;
-    ~Request();  // nothing is left of it
+    static std::optional<OwnRequest> place(const State& state, const std::string& text);
+    OwnRequest(OwnRequest&&) = default;
+    OwnRequest& operator=(OwnRequest&&) = delete;
+    ~OwnRequest();  // nothing is left of it
 
     // Nobody can take it any more. False: somebody has.
     bool withdraw();
-    std::optional<Answer> answer() const;  // under the lock
+    std::optional<RunAnswer> answer() const;  // under the lock
 
 private:
-    Request(std::string path, Descriptor file) : path_(std::move(path)), file_(std::move(file)) {}
+    OwnRequest(std::string path, Descriptor file) : path_(std::move(path)), file_(std::move(file)) {}
 
     std::string path_;
     Descriptor file_;
@@ -57,6 +57,6 @@ std::vector<WaitingRequest> waitingRequests(const State& state);
 bool takeRequest(const State& state, const std::string& id);
 void giveBackRequest(const State& state, const std::string& id);
 // Unless it is answered already.
-Outcome answerRequest(const State& state, const std::string& id, const Answer& answer);
+Outcome answerRequest(const State& state, const std::string& id, const RunAnswer& answer);
 
 }  // namespace zpweb

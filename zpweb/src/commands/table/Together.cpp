@@ -44,7 +44,7 @@ public:
         }
     }
 
-    std::optional<Answer> own;
+    std::optional<RunAnswer> own;
 
 private:
     enum class Try { Made, Again, WithoutOne, Refused };
@@ -103,7 +103,7 @@ private:
             output.setJudged(*all.judged);
         }
         outcome = conclude(run.settings, output, std::move(outcome));
-        Answer answer{std::move(outcome), output.told()};
+        RunAnswer answer{std::move(outcome), output.told()};
         if (run.request.empty()) {
             own = std::move(answer);
         } else if (Outcome told = answerRequest(state_, run.request, answer); !told.ok()) {
@@ -136,10 +136,10 @@ Expected<Turn> waitForTurn(Session& session, const std::string& text) {
         return main.outcome();
     }
     const State state(*main);
-    std::optional<Request> request;
+    std::optional<OwnRequest> request;
     session.output.step("waiting for the lock");
     const auto place = [&] {
-        if (auto placed = Request::place(state, text)) {
+        if (auto placed = OwnRequest::place(state, text)) {
             request.emplace(std::move(*placed));
         }
     };
@@ -163,7 +163,7 @@ Expected<Turn> waitForTurn(Session& session, const std::string& text) {
     return turn;
 }
 
-std::optional<Answer> runWithOthers(const Session& session, const std::string& text, const Turn& turn) {
+std::optional<RunAnswer> runWithOthers(const Session& session, const std::string& text, const Turn& turn) {
     const auto main = realPathOf(session.settings.configuration);
     const State state(main.ok() ? *main : "");
     const std::vector<Handed> waiting =
