@@ -100,11 +100,13 @@ def test_a_damaged_checkpoint_is_not_put_back(site):
 
 
 def test_control_characters_of_a_name_are_shown_escaped(site):
-    site.conf.write_text(site.text() + f"<VirtualHost 127.0.0.1:{site.port}>\nServerName a\x1b[2Jb.example\nDocumentRoot /x\x07\x7f\n</VirtualHost>\n")
+    near = re.sub(r"(?m)^(.*CustomLog .*shop.example.*)$", "# \x1b[2J\u202e\n\\1", site.text())
+    site.conf.write_text(near + f"<VirtualHost 127.0.0.1:{site.port}>\nServerName a\x1b[2Jb.example\nDocumentRoot /x\x07\x7f\u202e\n</VirtualHost>\n")
     for words in (["site", "list"], ["site", "show", "a\x1b[2Jb.example"], ["doctor"], ["host", "add", "shop.example", "c.example", "--diff"],
                   ["site", "status", "a\x1b[2Jb.example"]):
         answer = site.run(*words, *(FAST if words[0] == "host" else ()))
-        assert not re.search(r"[\x00-\x08\x0b-\x1f\x7f]", answer.out + answer.err), (words, answer)
+        assert not re.search(r"[\x00-\x08\x0b-\x1f\x7f\u202e]", answer.out + answer.err), (words, answer)
+        assert words[-1] != "--diff" or "[2J" in answer.out + answer.err
 
 
 def test_the_log_names_the_login_and_what_the_files_were(site):
