@@ -102,10 +102,10 @@ std::string fileOf(pid_t process, const Call& call, Arguments arguments) {
     if (call.path < 0 && arguments[static_cast<size_t>(call.descriptor)] < Streams) {
         return "";
     }
-    const std::string folder =
+    const std::string directory =
         descriptorOf(process, call.descriptor < 0 ? static_cast<unsigned>(AT_FDCWD)
                                                   : arguments[static_cast<size_t>(call.descriptor)]);
-    return path.empty() || folder.empty() ? folder : (folder == "/" ? "" : folder) + "/" + path;
+    return path.empty() || directory.empty() ? directory : (directory == "/" ? "" : directory) + "/" + path;
 }
 
 }  // namespace zp::faults

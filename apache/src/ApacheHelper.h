@@ -77,7 +77,7 @@ public:
                                       std::string oldPath, std::string newPath);
     int Apache_deleteDirectoryTag(std::string apacheConfFile, std::string domainName, std::string dirPath);
 
-    // Is there a file "mod_" + moduleName + ".so" in the modules folder? 0 yes; 1 file; 4 no, or the
+    // Is there a file "mod_" + moduleName + ".so" in the modules directory? 0 yes; 1 file; 4 no, or the
     // configuration is empty.
     int Apache_checkModulePhysicalPath(std::string apacheConfFile, std::string moduleName, bool& isExist);
     // Adds a LoadModule line before the first one, else before the first <VirtualHost>, else at the end. 0;

@@ -1,5 +1,6 @@
 // The web users of a site: one clear-text line "name:password" each, in a password file per domain and,
-// when a folder is given, per folder: insFolder + "/etc/webusers/passwd." + domain [+ "_" + folder].
+// when a directory is given, per directory: insFolder + "/etc/webusers/passwd." + domain [+ "_" +
+// directory].
 #pragma once
 
 #include <CZPTrackManager.h>

@@ -18,10 +18,10 @@ struct SOptions {
 
 struct SDDir {
     char DomainName[1024];    // the site's ServerName
-    char DirPath[1024];       // the folder; empty means the site's own "www" folder (creation)
+    char DirPath[1024];       // the directory; empty means the site's own "www" directory (creation)
     char DirName[1024];       // the name of an alias
     char WebAdminPath[1024];  // the parent of site homes: a site's home is WebAdminPath + "/" + DomainName
-    mode_t Permission;        // filled by the query: the folder's mode, file type included
+    mode_t Permission;        // filled by the query: the directory's mode, file type included
     char Order;               // 0 host rules without an order line
     SOptions Options;
     char Allow[256], Deny[256];  // host lists; empty means none
@@ -36,15 +36,15 @@ public:
     CZPVirtualDirectory(CZPTrackManager * trackManager, const char* conf);
     CZPVirtualDirectory(CZPTrackManager * trackManager, const char* conf, const char* insFolder);
 
-    // Adds a <Directory> block to the site's block unless `AdminFlag` is set. 83 done; 1 the folder has
+    // Adds a <Directory> block to the site's block unless `AdminFlag` is set. 83 done; 1 the directory has
     // one; 87 a directory line lacks its closing quote; 21; 22; 23.
     char CreateVirtualDirectory(SDDir * ObjDDir, int AdminFlag);
     // Removes every block whose path is `pDDir`. 85 done; 1 a directory line lacks its closing quote; 21;
     // 22; 23.
     char DeleteVirtualDirectory(const char* pDDir);
-    // 1 at least two Alias lines of the site point at the folder; 0 fewer; 21; 22.
+    // 1 at least two Alias lines of the site point at the directory; 0 fewer; 21; 22.
     char DirectoryRequired(std::string DomainName, std::string DirPath);
-    // The folder that the site's alias points at; "" when there is none.
+    // The directory that the site's alias points at; "" when there is none.
     static std::string GetVDPath(std::string httpdConfFile, std::string domainName, std::string VDName);
 
     // Fills the record from the site's block for DirPath. 86 read, found or not; 1 a directory line lacks
@@ -67,5 +67,5 @@ private:
     CZPTrackManager* TrackManager = nullptr;
 };
 
-// Removes a folder and all that it holds; a link in it is removed as a link. 0 removed; 1 failed.
+// Removes a directory and all that it holds; a link in it is removed as a link. 0 removed; 1 failed.
 [[gnu::visibility("default")]] char RemoveDir(const char* DName);

@@ -32,9 +32,9 @@ struct VHostEntry {
     char IPAddress[255];    // IPv4, or IPv6 without brackets; a ":" anywhere makes it IPv6
     char DName[256];        // the domain as entered
     char PunyCode[500];     // its ASCII (IDNA) form; the same as DName for a plain ASCII name
-    char UserName[256];     // the account that owns the site's folders
+    char UserName[256];     // the account that owns the site's directories
     char ServerAdmin[256];  // the administrator: local part of the mail address, and owner of the log
-                            // folders
+                            // directories
     char Port[16];          // reported to tracking only; the port written is "WebServerPort" of the product
     char Path[256];         // the parent of site homes, ending in "/"; a site's home is Path + DName
     char IPSwitch;          // '0' append, '1' name-based, '2' IP-based in place of the address's own block
@@ -44,7 +44,7 @@ struct VHostEntry {
 // The settings of an existing website. In every NameValueVector `Name` is the directive's first argument.
 struct UpdateVHost {
     const char* pDomain;  // the site's ServerName
-    const char* DirPath;  // the folder whose mode an update sets; may be null
+    const char* DirPath;  // the directory whose mode an update sets; may be null
     mode_t AccessMode;    // that mode; 0 leaves modes alone
     NameValueVector Alias, ScriptAlias, ProxyPass, ProxyPassReverse, Redirect, ErrorDoc;
     StringVector ServerAlias, Include, DirIndex, DocRootPath;
@@ -73,10 +73,10 @@ public:
     CZPWebsite(CZPTrackManager * trackManager, const char* conf);  // keeps the pointer `conf`
     ~CZPWebsite();
 
-    // Adds the site's block to the configuration and makes its folders (www, www/html, www/cgi-bin, log,
-    // log/httpd, db, special) below the home Path + DName, which must exist. 94 done; 92 the domain exists,
-    // or the address's block belongs to a name; 2 a folder could not be made or the owner is unknown;
-    // 21; 22.
+    // Adds the site's block to the configuration and makes its directories (www, www/html, www/cgi-bin,
+    // log, log/httpd, db, special) below the home Path + DName, which must exist. 94 done; 92 the domain
+    // exists, or the address's block belongs to a name; 2 a directory could not be made or the owner is
+    // unknown; 21; 22.
     char CreateWebsite(VHostEntry * objVHost);
     // Appends a block for the panel's own port, 8077, to `out` unless the configuration has one for the
     // address. 0 done; 1 the configuration cannot be opened; 15 there is none.
@@ -85,7 +85,7 @@ public:
     // 31 a block's first ServerName is `domain`; 32 none is; 21; 22.
     char WebsiteExists(const char* domain);
     // Appends the server name of every site of the configuration and of the files that it includes (no
-    // folders, no wildcards). 28 done; 21; 22.
+    // directories, no wildcards). 28 done; 21; 22.
     char ListWebsites(StringVector & websites);
     // Appends the server names of one file. Always true.
     bool VHostsInIncFile(std::string file, StringVector & websites);

@@ -11,7 +11,7 @@ inline constexpr char Changed = 96;  // by the merge of a record, suPHP and open
 namespace website {
 inline constexpr char Created = 94;
 inline constexpr char AlreadyThere = 92;
-inline constexpr char FolderNotMade = 2;
+inline constexpr char DirectoryNotMade = 2;
 inline constexpr char Deleted = 24;  // also when there was no such site
 inline constexpr char Exists = 31;
 inline constexpr char NotFound = 32;
@@ -124,7 +124,7 @@ inline constexpr int Malformed = 3;
 inline constexpr int BlockNotFound = 4;
 inline constexpr int NoDocumentRoot = 5;
 inline constexpr int NotUpdated = 6;
-inline constexpr int FolderNotMade = 7;
+inline constexpr int DirectoryNotMade = 7;
 inline constexpr int BlockNotAdded = 8;
 }  // namespace rails
 

@@ -8,15 +8,17 @@
 
 namespace zp::conf {
 
-// The folder that the line names. Not closed: its quote has no partner. Without quotes the ">" belongs to
-// the name.
-inline Value folderOf(const Line& opening) { return leadingValue(opening.argumentOf(keyword::Directory)); }
-
-inline std::string openingLine(std::string_view folder) {
-    return "\t<Directory \"" + std::string(folder) + "\">";
+// The directory that the line names. Not closed: its quote has no partner. Without quotes the ">" belongs
+// to the name.
+inline Value directoryOf(const Line& opening) {
+    return leadingValue(opening.argumentOf(keyword::Directory));
 }
 
-// A longer keyword, as <DirectoryMatch has: its argument is a pattern and no folder.
+inline std::string openingLine(std::string_view directory) {
+    return "\t<Directory \"" + std::string(directory) + "\">";
+}
+
+// A longer keyword, as <DirectoryMatch has: its argument is a pattern and no directory.
 inline bool opensLongerTag(const Line& line) {
     const std::string_view behind = stepOver(line.text(), keyword::Directory.size());
     return line.begins(keyword::Directory) && !behind.empty() && isLetter(behind.front());

@@ -1,4 +1,4 @@
-// The directives by which a folder runs scripts.
+// The directives by which a directory runs scripts.
 #pragma once
 
 #include <string_view>
@@ -7,8 +7,8 @@ namespace zp::conf {
 
 inline constexpr std::string_view PerlHandler = "AddHandler cgi-script cgi pl";
 
-// A Rails application behind FastCGI. Whoever makes its folder writes `NoOverride`, then what else the
-// folder needs, then `Dispatch`.
+// A Rails application behind FastCGI. Whoever makes its directory writes `NoOverride`, then what else the
+// directory needs, then `Dispatch`.
 namespace rails {
 inline constexpr std::string_view NoOverride = "AllowOverride none";
 inline constexpr std::string_view Handler = "AddHandler fastcgi-script .fcgi";

@@ -16,7 +16,7 @@ namespace {
 
 constexpr size_t BufferSize = size_t{128} * 1024;  // more than any operation's bound
 
-// Opening never waits for a writer: a pipe is refused, like a folder.
+// Opening never waits for a writer: a pipe is refused, like a directory.
 host::Descriptor openFile(const std::string& path) {
     host::Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
     struct stat status {};

@@ -19,7 +19,7 @@ enum class FinalRead { LeftOut, Counted };
 
 class LineReader {
 public:
-    // A folder or a pipe, like a missing file, is not open.
+    // A directory or a pipe, like a missing file, is not open.
     LineReader(const std::string& path, size_t bound, FinalRead finalRead = FinalRead::LeftOut);
     // A file that is open already.
     LineReader(host::Descriptor file, size_t bound, FinalRead finalRead = FinalRead::LeftOut);

@@ -20,17 +20,17 @@ constexpr const char* ClosingLine = "\t</Directory>";
 // What a <Directory> line of the domain is to an edit.
 enum class Match { Wanted, Other, Malformed };
 
-Match compare(const conf::Value& folder, const std::string& wanted) {
-    if (!folder.closed) {
+Match compare(const conf::Value& directory, const std::string& wanted) {
+    if (!directory.closed) {
         return Match::Malformed;
     }
-    return conf::equalIgnoringCase(folder.text, wanted) ? Match::Wanted : Match::Other;
+    return conf::equalIgnoringCase(directory.text, wanted) ? Match::Wanted : Match::Other;
 }
 
-// For edits that take a folder without quotes for an error, also in a block that is not wanted.
+// For edits that take a directory without quotes for an error, also in a block that is not wanted.
 Match compareQuoted(const Line& line, const std::string& wanted) {
     const bool isQuoted = line.argumentOf(keyword::Directory).starts_with('"');
-    return isQuoted ? compare(conf::folderOf(line), wanted) : Match::Malformed;
+    return isQuoted ? compare(conf::directoryOf(line), wanted) : Match::Malformed;
 }
 
 // Copies the lines before the domain's first <Directory> line that is wanted, and reads that one into
@@ -132,7 +132,7 @@ int ApacheHelper::Apache_UpdateDirectoryDirectives(std::string apacheConfFile, s
 
 int ApacheHelper::Apache_UpdateDirectoryTagPath(std::string apacheConfFile, std::string domainName,
                                                 std::string oldPath, std::string newPath) {
-    const auto wanted = [&](const Line& line) { return compare(conf::folderOf(line), oldPath); };
+    const auto wanted = [&](const Line& line) { return compare(conf::directoryOf(line), oldPath); };
     return editDirectory(apacheConfFile, "_temp2", domainName, wanted, [&](Rewrite& rewrite, const Line&) {
         rewrite.write(conf::openingLine(newPath));
         return true;

@@ -63,17 +63,17 @@ bool copyToModuleBlock(Rewrite& rewrite, const std::string& domain, const std::s
 
 constexpr int NoPlace = -1;
 
-std::string moduleFile(const std::string& folder, const std::string& moduleName) {
-    return folder + "/mod_" + moduleName + ".so";
+std::string moduleFile(const std::string& directory, const std::string& moduleName) {
+    return directory + "/mod_" + moduleName + ".so";
 }
 
-// Of a folder under /usr/lib the whole path; of any other its last part, which the server takes to be
+// Of a directory under /usr/lib the whole path; of any other its last part, which the server takes to be
 // relative to its root.
-std::string loadableFolder(const std::string& modulesFolder) {
-    if (conf::contains(modulesFolder, "/usr/lib")) {
-        return modulesFolder;
+std::string loadableDirectory(const std::string& modulesDirectory) {
+    if (conf::contains(modulesDirectory, "/usr/lib")) {
+        return modulesDirectory;
     }
-    return modulesFolder.substr(modulesFolder.rfind('/') + 1);
+    return modulesDirectory.substr(modulesDirectory.rfind('/') + 1);
 }
 
 enum class Place { FirstLoadModule, FirstVirtualHost };
@@ -132,8 +132,8 @@ int ApacheHelper::Apache_addModule(std::string apacheConfFile, std::string modul
     if (!rewrite.open()) {
         return result::failureOf(rewrite);
     }
-    const std::string folder = loadableFolder(CZPWebsite().getApacheModulesDir(apacheConfFile));
-    const std::string entry = "LoadModule " + moduleName + "_module " + moduleFile(folder, moduleName);
+    const std::string directory = loadableDirectory(CZPWebsite().getApacheModulesDir(apacheConfFile));
+    const std::string entry = "LoadModule " + moduleName + "_module " + moduleFile(directory, moduleName);
     zp::host::out() << "entry=" << entry << '\n';
     int outcome = insertBefore(Place::FirstLoadModule, rewrite, entry);
     if (outcome == NoPlace) {

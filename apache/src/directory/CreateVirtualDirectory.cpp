@@ -23,26 +23,26 @@ namespace result = zp::result;
 
 namespace {
 
-constexpr std::string_view HtmlFolder = "/html";
+constexpr std::string_view HtmlDirectory = "/html";
 
-// The folder of the block, as the site's DocumentRoot line decides it: without such a line it is empty.
-std::string folderFor(const Line& documentRoot, const SDDir& record) {
+// The directory of the block, as the site's DocumentRoot line decides it: without such a line it is empty.
+std::string directoryFor(const Line& documentRoot, const SDDir& record) {
     if (record.DirPath[0] != '\0') {
         return fieldText(record.DirPath);
     }
     std::string_view root = conf::leadingValue(documentRoot.argumentOf(keyword::DocumentRoot)).text;
-    root.remove_suffix(std::min(root.size(), HtmlFolder.size()));  // whatever its last part is
+    root.remove_suffix(std::min(root.size(), HtmlDirectory.size()));  // whatever its last part is
     return std::string(root);
 }
 
-void handOver(const std::string& folder, const std::string& owner) {
+void handOver(const std::string& directory, const std::string& owner) {
     if (owner.empty()) {
         return;
     }
     constexpr mode_t Mode = 0705;
     const host::Ownership ownership = host::inPanelGroup(owner);
     static_cast<void>(host::machine().effect(
-        {.path = folder, .user = ownership.user, .group = ownership.group, .mode = Mode, .deep = true}));
+        {.path = directory, .user = ownership.user, .group = ownership.group, .mode = Mode, .deep = true}));
 }
 
 // One creation: the block that it writes, and what is given to the site's owner once it stands there.
@@ -55,23 +55,23 @@ public:
           passwordFile_(home_ + "/webusers_" + fieldText(directory.DomainName) + ".htpasswd"),
           withRequire_(zp::serverKnowsRequire()) {}
 
-    void writeBlock(Rewrite& rewrite, const std::string& folder) {
+    void writeBlock(Rewrite& rewrite, const std::string& directory) {
         waitForServer();
         host::out() << "Directory Creation\n";
         const zp::VirtualDirectoryBlock block{
-            .folder = folder,
+            .directory = directory,
             .runsPerl = record.Options.ExecCGI == '+',  // the update asks PerlEnabled
             .authenticates = record.AnonAccess == '1',
-            .passwordFile = passwordFile_};  // one for the whole site; the update has one in each folder
+            .passwordFile = passwordFile_};  // one for the whole site; the update has one in each directory
         zp::writeBlock(rewrite, record, block, withRequire_.get());
-        folders_.push_back(folder);
+        directories_.push_back(directory);
     }
     void waitForServer() const { withRequire_.wait(); }  // it prints
 
     // Only behind the change of the configuration: a creation that fails gives nothing away.
     void giveToOwner() const {
-        for (const std::string& folder : folders_) {
-            handOver(folder, owner_);
+        for (const std::string& directory : directories_) {
+            handOver(directory, owner_);
             if (record.AnonAccess == '1') {
                 host::providePasswordFile(passwordFile_, owner_);
             }
@@ -83,20 +83,20 @@ public:
 private:
     const std::string home_, owner_, passwordFile_;
     std::shared_future<bool> withRequire_;
-    StringVector folders_;
+    StringVector directories_;
 };
 
 // Copies the configuration with a block in each block of the site. A result other than "created": it cannot
 // be added.
 char copyWithDirectory(Rewrite& rewrite, Creation& creation, bool adding) {
     conf::FirstNameScope scope(fieldText(creation.record.DomainName));
-    std::string folder;
+    std::string directory;
     for (Line line; rewrite.read(line);) {
         if (adding && scope.inDomain() && line.begins(keyword::VirtualHostEnd)) {
-            creation.writeBlock(rewrite, folder);
-            // The folder stays for a block that follows: the same site's, it may lack a DocumentRoot.
+            creation.writeBlock(rewrite, directory);
+            // The directory stays for a block that follows: the same site's, it may lack a DocumentRoot.
         } else if (line.begins(keyword::VirtualHostEnd)) {
-            folder.clear();
+            directory.clear();
         }
         rewrite.keep(line);
         if (scope.leaves(line)) {
@@ -104,16 +104,16 @@ char copyWithDirectory(Rewrite& rewrite, Creation& creation, bool adding) {
         }
         if (scope.enters(line)) {
             if (!scope.mayBeInDomain()) {
-                folder.clear();
+                directory.clear();
             }
         } else if (scope.mayBeInDomain() && line.begins(keyword::DocumentRoot)) {
-            folder = folderFor(line, creation.record);
+            directory = directoryFor(line, creation.record);
         } else if (scope.inDomain() && line.begins(keyword::Directory)) {
-            const conf::Value existing = conf::folderOf(line);
+            const conf::Value existing = conf::directoryOf(line);
             if (!existing.closed) {
                 return result::directory::Malformed;
             }
-            if (conf::equalIgnoringCase(existing.text, folder)) {
+            if (conf::equalIgnoringCase(existing.text, directory)) {
                 return result::directory::AlreadyThere;
             }
         }

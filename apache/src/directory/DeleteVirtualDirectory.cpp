@@ -14,18 +14,18 @@ namespace result = zp::result;
 
 namespace {
 
-// Copies the configuration without the folder's blocks and without empty lines. False at a directory line
-// that lacks its closing quote.
-bool copyWithoutDirectory(Rewrite& rewrite, const std::string& folder) {
+// Copies the configuration without the directory's blocks and without empty lines. False at a directory
+// line that lacks its closing quote.
+bool copyWithoutDirectory(Rewrite& rewrite, const std::string& directory) {
     bool removing = false;
     for (Line line; rewrite.read(line);) {
         const bool isComment = line.isCommentInFirstColumn();  // kept inside a block that goes, too
         if (!isComment && line.begins(keyword::Directory) && !conf::opensLongerTag(line)) {
-            const conf::Value found = conf::folderOf(line);
+            const conf::Value found = conf::directoryOf(line);
             if (!found.closed) {
                 return false;
             }
-            if (found.text == folder) {
+            if (found.text == directory) {
                 removing = true;
             } else {
                 rewrite.write(conf::openingLine(found.text));
@@ -42,8 +42,8 @@ bool copyWithoutDirectory(Rewrite& rewrite, const std::string& folder) {
 }  // namespace
 
 char CZPVirtualDirectory::DeleteVirtualDirectory(const char* pDDir) {
-    const std::string folder = host::textOf(pDDir);
-    host::report(TrackManager, "DeleteVirtualDirectory", {{"pDDir", folder}});
+    const std::string directory = host::textOf(pDDir);
+    host::report(TrackManager, "DeleteVirtualDirectory", {{"pDDir", directory}});
     const std::string configuration = host::textOf(HttpdConfFile);
     if (configuration.empty()) {
         return result::NoConfigurationPath;
@@ -52,7 +52,7 @@ char CZPVirtualDirectory::DeleteVirtualDirectory(const char* pDDir) {
     if (!rewrite.open()) {
         return rewrite.blame(result::ConfigurationNotOpened, result::ScratchNotOpened);
     }
-    if (!copyWithoutDirectory(rewrite, folder)) {
+    if (!copyWithoutDirectory(rewrite, directory)) {
         rewrite.discard();
         return result::directory::MalformedOtherwise;
     }

@@ -14,11 +14,11 @@ namespace host = zp::host;
 
 namespace {
 
-// Does the text behind the line's first double quote end, with the second one, in exactly this folder?
-bool pointsAt(const conf::Line& alias, const std::string& folder) {
+// Does the text behind the line's first double quote end, with the second one, in exactly this directory?
+bool pointsAt(const conf::Line& alias, const std::string& directory) {
     const size_t quote = alias.text().find('"');
     return quote != std::string_view::npos &&
-           conf::equalIgnoringCase(alias.text().substr(quote + 1), folder + '"');
+           conf::equalIgnoringCase(alias.text().substr(quote + 1), directory + '"');
 }
 
 }  // namespace

@@ -21,22 +21,22 @@ namespace {
 
 enum class Block { Found, Missing, Malformed };
 
-// Reads on to the line that opens the folder's block in the site, commented out or not.
+// Reads on to the line that opens the directory's block in the site, commented out or not.
 Block findBlock(LineReader& reader, SDDir& record) {
-    const std::string folder = fieldText(record.DirPath);
+    const std::string directory = fieldText(record.DirPath);
     conf::FirstNameScope scope(fieldText(record.DomainName));
     for (Line raw; reader.read(raw);) {
         const Line line = raw.withoutCommentMark();
         if (scope.enters(line)) {
             if (scope.inDomain()) {
-                record.Permission = host::modeAndTypeOf(folder);
+                record.Permission = host::modeAndTypeOf(directory);
             }
         } else if (scope.inDomain() && line.begins(keyword::Directory)) {
-            const conf::Value found = conf::folderOf(line);
+            const conf::Value found = conf::directoryOf(line);
             if (!found.closed) {
                 return Block::Malformed;
             }
-            if (conf::equalIgnoringCase(found.text, folder)) {
+            if (conf::equalIgnoringCase(found.text, directory)) {
                 return Block::Found;
             }
         } else if (scope.inDomain() && line.begins(keyword::VirtualHostEnd)) {

@@ -26,10 +26,10 @@ class Update {
 public:
     Update(const SDDir& record, const std::string& file)
         : domain(fieldText(record.DomainName)),
-          folder(fieldText(record.DirPath)),
+          directory(fieldText(record.DirPath)),
           record_(record),
           configuration_(file),
-          passwordFile_(folder + "/webusers.htpasswd"),
+          passwordFile_(directory + "/webusers.htpasswd"),
           withRequire_(zp::serverKnowsRequire()) {}
 
     void replaceBlock(Rewrite& rewrite, const std::string& path) {
@@ -50,15 +50,15 @@ public:
         }
     }
 
-    const std::string domain, folder;
+    const std::string domain, directory;
 
 private:
     void write(Rewrite& rewrite, const std::string& path, bool authenticates, bool runsRails) {
         const zp::VirtualDirectoryBlock block{
-            .folder = path,
+            .directory = path,
             .runsPerl = record_.PerlEnabled == '1',  // creation asks ExecCGI
             .authenticates = authenticates,
-            .passwordFile = passwordFile_,  // in the folder itself; creation has one for the whole site
+            .passwordFile = passwordFile_,  // in the directory itself; creation has one for the whole site
             .runsRails = runsRails};
         zp::writeBlock(rewrite, record_, block, withRequire_.get());
         asksForPassword_ = authenticates;
@@ -98,7 +98,7 @@ bool copyWithUpdate(Rewrite& rewrite, Update& update) {
             continue;
         }
         if (scope.inDomain() && line.begins(keyword::Directory) && !conf::opensLongerTag(line)) {
-            const conf::Value found = conf::folderOf(line);
+            const conf::Value found = conf::directoryOf(line);
             if (!found.closed) {
                 return false;
             }
@@ -117,7 +117,8 @@ bool copyWithUpdate(Rewrite& rewrite, Update& update) {
         rewrite.keep(line);
         if (scope.enters(line) || scope.leaves(line)) {
             if (scope.inDomain()) {
-                path += update.folder;  // appended: behind a block that never ended, it stands there twice
+                path +=
+                    update.directory;  // appended: behind a block that never ended, it stands there twice
             } else if (!scope.mayBeInDomain()) {
                 path.clear();
             }

@@ -18,10 +18,10 @@ namespace result = zp::result;
 
 char CZPVirtualDirectory::VirtualDirectoryExists(SDDir* ObjDDir) {
     const std::string domain = fieldText(ObjDDir->DomainName);
-    const std::string folder = fieldText(ObjDDir->DirPath);
+    const std::string directory = fieldText(ObjDDir->DirPath);
     // The query's name: the panel's log has always shown this call as one.
     host::report(TrackManager, "GetVirtualDirectoryinfo",
-                 {{"ObjDDir->DomainName", domain}, {"ObjDDir->DirPath", folder}});
+                 {{"ObjDDir->DomainName", domain}, {"ObjDDir->DirPath", directory}});
     zp::ReadConfiguration configuration(HttpdConfFile, conf::bound::None,
                                         "Error opening HttpdConfFile file\n");
     if (!configuration.isOpen()) {
@@ -33,12 +33,12 @@ char CZPVirtualDirectory::VirtualDirectoryExists(SDDir* ObjDDir) {
         if (scope.enters(line) || !scope.inDomain() || !line.begins(conf::keyword::Directory)) {
             continue;
         }
-        const conf::Value found = conf::folderOf(line);
+        const conf::Value found = conf::directoryOf(line);
         if (!found.closed) {
             host::removeFile(host::textOf(TEMPFILE));  // though nothing was written there
             return result::directory::MalformedOtherwise;
         }
-        if (conf::equalIgnoringCase(found.text, folder)) {
+        if (conf::equalIgnoringCase(found.text, directory)) {
             return result::directory::Exists;
         }
     }

@@ -1,4 +1,4 @@
-// Password files of the web server, in folders where a site's owner can write.
+// Password files of the web server, in directories where a site's owner can write.
 #pragma once
 
 #include <string>

@@ -12,14 +12,15 @@ inline constexpr const char* PasswordDatabase = "/etc/passwd";
 inline constexpr const char* GroupDatabase = "/etc/group";
 inline constexpr const char* ApacheEnvironment = "/etc/apache2/envvars";
 inline constexpr const char* ServiceScripts = "/etc/init.d";
-inline constexpr const char* RunFolder = "/var/run";
+inline constexpr const char* RunDirectory = "/var/run";
 inline constexpr const char* HttpdPidFile = "/var/run/httpd/httpd.pid";
-inline constexpr const char* ModulesFolders[] = {"/usr/lib/httpd/modules", "/usr/lib/apache2/modules",
-                                                 "/usr/lib64/httpd/modules", "/usr/lib64/apache2/modules"};
+inline constexpr const char* ModulesDirectories[] = {"/usr/lib/httpd/modules", "/usr/lib/apache2/modules",
+                                                     "/usr/lib64/httpd/modules",
+                                                     "/usr/lib64/apache2/modules"};
 // Taken for the server root where the configuration names none: the first that can be entered.
 inline constexpr const char* ServerRoots[] = {"/etc/httpd", "/etc/apache2"};
 inline constexpr const char* SharedAddressRoots[] = {"/etc/httpd", "/etc/apache"};
-inline constexpr const char* ScratchFolder = "/etc";
+inline constexpr const char* ScratchDirectory = "/etc";
 inline constexpr const char* VirtualDirectoryScratch = "/etc/apactemp1";
 inline constexpr const char* VirtualDirectoryScratchOfInstallation = "/etc/apactemp";
 inline constexpr const char* WebUsersDirectory = "/etc/webusers";
@@ -42,20 +43,20 @@ inline constexpr const char* ModuleName = "mod_suphp.so";
 
 struct Build {
     const char *program, *module;
-    std::span<const char* const> modulesFolders;
+    std::span<const char* const> modulesDirectories;
 };
-inline constexpr const char* ModulesFoldersOf32Bits[] = {"/usr/lib/httpd/modules",
-                                                         "/usr/lib/apache2/modules"};
+inline constexpr const char* ModulesDirectoriesOf32Bits[] = {"/usr/lib/httpd/modules",
+                                                             "/usr/lib/apache2/modules"};
 inline constexpr Build Of32Bits{"/usr/local/zeplarpanel/config/suphp/suphp_i386",
                                 "/usr/local/zeplarpanel/config/suphp/mod_suphp_i386.so",
-                                ModulesFoldersOf32Bits};
-// The folders without "64" in their name get the 64-bit module too: some distributions use only those.
-inline constexpr const char* ModulesFoldersOf64Bits[] = {
+                                ModulesDirectoriesOf32Bits};
+// The directories without "64" in their name get the 64-bit module too: some distributions use only those.
+inline constexpr const char* ModulesDirectoriesOf64Bits[] = {
     "/usr/lib64/httpd/modules", "/usr/lib64/apache2/modules", "/usr/lib/apache2/modules",
     "/usr/lib/httpd/modules"};
 inline constexpr Build Of64Bits{"/usr/local/zeplarpanel/config/suphp/suphp_x64",
                                 "/usr/local/zeplarpanel/config/suphp/mod_suphp_x64.so",
-                                ModulesFoldersOf64Bits};
+                                ModulesDirectoriesOf64Bits};
 }  // namespace suphp
 
 namespace program {

@@ -8,10 +8,10 @@
 
 namespace zp::host {
 
-// The password file of a domain or, with a folder's name, of that folder alone.
-inline std::string webUsersFile(const char* installation, const char* domain, const char* folder) {
+// The password file of a domain or, with a directory's name, of that directory alone.
+inline std::string webUsersFile(const char* installation, const char* domain, const char* directory) {
     const std::string file = textOf(installation) + path::WebUsers + textOf(domain);
-    const std::string name = textOf(folder);
+    const std::string name = textOf(directory);
     return name.empty() ? file : file + "_" + name;
 }
 

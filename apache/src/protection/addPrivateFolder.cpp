@@ -1,7 +1,7 @@
 #include "PrivateFolder.h"
 #include "Results.h"
 #include "host/Report.h"
-#include "shared/FolderProtection.h"
+#include "shared/DirectoryProtection.h"
 
 namespace host = zp::host;
 namespace result = zp::result;
@@ -11,7 +11,7 @@ int PrivateFolder::addPrivateFolder(std::string folderPath, std::string userName
                  {{"NewPrivateFolderPath", folderPath},
                   {"PrivateFolderUserName", userName},
                   {"PrivateFolderUserPasswd", userPasswd}});
-    const zp::FolderProtection protection(folderPath);
+    const zp::DirectoryProtection protection(folderPath);
     if (!zp::isUserName(userName) || !protection.passwordFile().isUsable() ||
         !protection.demandPassword() || !protection.addUser(userName, userPasswd)) {
         return result::protection::NotAdded;

@@ -4,7 +4,7 @@
 #include "Results.h"
 #include "host/Machine.h"
 #include "host/Report.h"
-#include "shared/FolderProtection.h"
+#include "shared/DirectoryProtection.h"
 
 using zp::host::HeldFile;
 using State = zp::host::HeldFile::State;
@@ -14,7 +14,7 @@ namespace result = zp::result;
 int PrivateFolder::deletePrivateFolder(std::string folderPath, std::string userName) {
     host::report(TrackManager, "deletePrivateFolder",
                  {{"NewPrivateFolderPath", folderPath}, {"", userName}});
-    const zp::FolderProtection protection(folderPath);
+    const zp::DirectoryProtection protection(folderPath);
     const HeldFile& passwordFile = protection.passwordFile();
     const State passwords = passwordFile.state();
     const State access = protection.accessFile().state();

@@ -1,17 +1,18 @@
 #include "PrivateFolder.h"
 #include "Results.h"
 #include "host/Report.h"
-#include "shared/FolderProtection.h"
+#include "shared/DirectoryProtection.h"
 
 namespace host = zp::host;
 namespace result = zp::result;
 
 namespace {
 
-using Replaced = zp::FolderProtection::Replaced;
+using Replaced = zp::DirectoryProtection::Replaced;
 
-int changePassword(const std::string& folder, const std::string& userName, const std::string& userPasswd) {
-    const zp::FolderProtection protection(folder);
+int changePassword(const std::string& directory, const std::string& userName,
+                   const std::string& userPasswd) {
+    const zp::DirectoryProtection protection(directory);
     if (!protection.passwordFile().isPresent() || !zp::isUserName(userName)) {
         return result::protection::NotEdited;
     }

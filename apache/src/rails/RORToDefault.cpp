@@ -29,11 +29,11 @@ int RubyOnRails::RORToDefault(std::string domainName, std::string railsApplicati
     if (failure != 0) {
         return failure;
     }
-    const std::string publicFolder = railsApplicationName + "/public";
-    if (!documentRoot.ends_with("/" + publicFolder)) {
+    const std::string publicDirectory = railsApplicationName + "/public";
+    if (!documentRoot.ends_with("/" + publicDirectory)) {
         return rails::fail(zp::result::rails::NoDocumentRoot, Messages.notFound);
     }
-    const std::string content = documentRoot.substr(0, documentRoot.size() - publicFolder.size());
+    const std::string content = documentRoot.substr(0, documentRoot.size() - publicDirectory.size());
     // No blank behind the option, so the command removes nothing: an application outlives its site's
     // switch.
     host::run({host::program::Remove, "-rf" + content + railsApplicationName});

@@ -34,10 +34,10 @@ bool provide(const std::string& directory, const host::Account& owner) {
 int makeDirectories(const std::string& application, const std::string& ownerName) {
     const auto owner = host::findAccount(ownerName);
     if (!owner || !provide(application, *owner)) {
-        return rails::fail(zp::result::rails::FolderNotMade, "Cannot make rails application folder");
+        return rails::fail(zp::result::rails::DirectoryNotMade, "Cannot make rails application folder");
     }
     if (!provide(application + "/public", *owner)) {
-        return rails::fail(zp::result::rails::FolderNotMade, "cannot make public folder");
+        return rails::fail(zp::result::rails::DirectoryNotMade, "cannot make public folder");
     }
     return 0;
 }
@@ -62,7 +62,7 @@ int RubyOnRails::defaultToROR(std::string domainName, std::string railsApplicati
     if (failure != 0) {
         return failure;
     }
-    // Of an application's public folder, too, only the last part goes: a second switch nests one level
+    // Of an application's public directory, too, only the last part goes: a second switch nests one level
     // deeper.
     const std::string application =
         documentRoot.substr(0, documentRoot.rfind('/')) + "/" + railsApplicationName;

@@ -69,9 +69,9 @@ void installProgram(const suphp::Build& build) {
 }
 
 void installModule(const suphp::Build& build) {
-    for (const std::string folder : build.modulesFolders) {
-        if (host::isDirectory(folder)) {
-            host::installFile(build.module, folder + "/" + suphp::ModuleName, ModuleMode);
+    for (const std::string directory : build.modulesDirectories) {
+        if (host::isDirectory(directory)) {
+            host::installFile(build.module, directory + "/" + suphp::ModuleName, ModuleMode);
         }
     }
 }

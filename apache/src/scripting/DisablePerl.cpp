@@ -23,8 +23,8 @@ bool setsPerlHandler(const Line& line) {
 
 int CZPWebsite::DisablePerl(std::string szDomainName) {
     const auto edit = [](Rewrite& rewrite, SiteDirectoryScan& scan, const Line& line) {
-        if (!scan.entersFolder(line) && scan.inFolder() && setsPerlHandler(line)) {
-            scan.leaveFolder();
+        if (!scan.entersDirectory(line) && scan.inDirectory() && setsPerlHandler(line)) {
+            scan.leaveDirectory();
         } else {
             rewrite.keep(line);
         }

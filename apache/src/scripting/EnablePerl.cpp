@@ -18,7 +18,7 @@ int CZPWebsite::EnablePerl(std::string szDomainName) {
     const std::string handler = "\t\t" + std::string(conf::PerlHandler);
     const auto edit = [&](Rewrite& rewrite, SiteDirectoryScan& scan, const Line& line) {
         rewrite.keep(line);
-        if (scan.entersFolder(line)) {
+        if (scan.entersDirectory(line)) {
             host::out() << handler << '\n';
             rewrite.write(handler);  // no look for one that is there: a second call adds a second line
             scan.leaveDomain();

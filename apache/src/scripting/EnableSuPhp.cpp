@@ -19,7 +19,7 @@ namespace {
 
 struct Site {
     bool isRead;
-    std::string owner, home;  // no home: its document root does not lead through a folder of its name
+    std::string owner, home;  // no home: its document root does not lead through a directory of its name
 };
 
 // Both values are read without regard to quotes. The home so begins with the quote of its document root;

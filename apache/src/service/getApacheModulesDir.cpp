@@ -8,8 +8,9 @@ namespace host = zp::host;
 
 namespace {
 
-// The folder part of the first LoadModule line's path; "." for a path without one, "" without such a line.
-std::string folderOfFirstModule(const std::string& httpdConfFile) {
+// The directory part of the first LoadModule line's path; "." for a path without one, "" without such a
+// line.
+std::string directoryOfFirstModule(const std::string& httpdConfFile) {
     conf::LineReader reader(httpdConfFile, conf::bound::None);
     for (conf::Line line; reader.read(line);) {
         if (!line.begins(conf::keyword::LoadModule)) {
@@ -30,14 +31,14 @@ std::string folderOfFirstModule(const std::string& httpdConfFile) {
 }  // namespace
 
 std::string CZPWebsite::getApacheModulesDir(std::string httpdConfFile) {
-    const std::string folder = folderOfFirstModule(httpdConfFile);
-    if (folder == ".") {
+    const std::string directory = directoryOfFirstModule(httpdConfFile);
+    if (directory == ".") {
         return getApacheServerRoot(httpdConfFile);
     }
-    if (!folder.empty()) {
-        return folder.front() == '/' ? folder : getApacheServerRoot(httpdConfFile) + "/" + folder;
+    if (!directory.empty()) {
+        return directory.front() == '/' ? directory : getApacheServerRoot(httpdConfFile) + "/" + directory;
     }
-    for (const char* known : host::path::ModulesFolders) {
+    for (const char* known : host::path::ModulesDirectories) {
         if (host::isDirectory(known)) {
             return known;
         }

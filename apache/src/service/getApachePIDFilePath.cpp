@@ -5,12 +5,12 @@
 namespace host = zp::host;
 
 std::string CZPWebsite::getApachePIDFilePath() {
-    const std::string folder = host::path::RunFolder;
-    const std::vector<std::string> files = host::filesIn(folder);
+    const std::string directory = host::path::RunDirectory;
+    const std::vector<std::string> files = host::filesIn(directory);
     for (const char* server : {"apache", "httpd"}) {
         for (const std::string& file : files) {
             if (file.find(server) != std::string::npos) {
-                return folder + "/" + file;
+                return directory + "/" + file;
             }
         }
     }

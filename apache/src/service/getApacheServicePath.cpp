@@ -5,11 +5,11 @@
 namespace host = zp::host;
 
 std::string CZPWebsite::getApacheServicePath() {
-    const std::string folder = host::path::ServiceScripts;
-    for (const std::string& file : host::filesIn(folder)) {
+    const std::string directory = host::path::ServiceScripts;
+    for (const std::string& file : host::filesIn(directory)) {
         for (const char* service : {"apache", "apache2", "httpd", "httpd2"}) {
             if (file == service) {
-                return folder + "/" + file;
+                return directory + "/" + file;
             }
         }
     }

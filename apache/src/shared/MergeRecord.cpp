@@ -51,7 +51,7 @@ int mergeRecord(const std::string& configuration, const std::string& scratch, Up
         return result::ConfigurationNotOpened;
     }
     const std::string domain = host::textOf(record.pDomain);
-    StringVector accessModeFolders;
+    StringVector accessModeDirectories;
     conf::HeldLines block;
     for (Line line; rewrite.read(line);) {
         if (line.isEmpty()) {
@@ -64,8 +64,8 @@ int mergeRecord(const std::string& configuration, const std::string& scratch, Up
         block.clear();
         if (holdBlock(rewrite, domain, block)) {
             const std::string documentRoot = mergeBlock(rewrite, block, record, rules);
-            accessModeFolders.push_back(rules.accessModeFolder.empty() ? documentRoot
-                                                                       : rules.accessModeFolder);
+            accessModeDirectories.push_back(rules.accessModeDirectory.empty() ? documentRoot
+                                                                              : rules.accessModeDirectory);
         } else {
             rewrite.keepAll(block.text());
         }
@@ -74,7 +74,7 @@ int mergeRecord(const std::string& configuration, const std::string& scratch, Up
         return result::ConfigurationNotOpened;
     }
     if (record.AccessMode != 0) {
-        for (const std::string& path : accessModeFolders) {
+        for (const std::string& path : accessModeDirectories) {
             static_cast<void>(host::machine().effect(
                 {.step = host::Effect::Step::GiveDirectory, .path = path, .mode = record.AccessMode}));
         }

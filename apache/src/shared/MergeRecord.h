@@ -17,7 +17,7 @@ struct MergeRules {
     std::string documentRoot;  // as written in place of the block's own; empty: that one stays
     ProxyPass proxyPass;
     IndexInDirectory indexInDirectory;  // DirectoryIndex lines in <Directory> sections
-    std::string accessModeFolder;  // what AccessMode is for; empty: the document root that the block had
+    std::string accessModeDirectory;  // what AccessMode is for; empty: the document root that the block had
 };
 
 // Rewrites the configuration with the record merged into each block of its domain; empty lines outside of

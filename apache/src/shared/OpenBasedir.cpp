@@ -12,7 +12,7 @@ namespace keyword = conf::keyword;
 using conf::Line;
 
 bool setOpenBasedir(const std::string& configuration, const std::string& scratch, const std::string& domain,
-                    const std::string& folder, const std::optional<std::string>& restriction) {
+                    const std::string& directory, const std::optional<std::string>& restriction) {
     conf::Rewrite rewrite(configuration, scratch, conf::bound::SiteDirectory);
     if (!rewrite.sourceOpen()) {
         host::out() << "Error while opening HttpdConfFile\n";
@@ -20,15 +20,15 @@ bool setOpenBasedir(const std::string& configuration, const std::string& scratch
     if (!rewrite.open()) {
         return false;
     }
-    conf::SiteDirectoryScan scan(domain, folder, conf::DomainEnd::AtNextBlock);
+    conf::SiteDirectoryScan scan(domain, directory, conf::DomainEnd::AtNextBlock);
     for (Line line; rewrite.read(line);) {
         if (line.isEmpty()) {
             continue;
         }
-        if (!scan.entersFolder(line) && scan.inFolder()) {
+        if (!scan.entersDirectory(line) && scan.inDirectory()) {
             const bool sets = line.hasKeyword(keyword::PhpAdminValue);
             if (sets || line.hasKeyword(keyword::DirectoryEndTag)) {
-                scan.leaveFolder();
+                scan.leaveDirectory();
                 if (restriction) {
                     rewrite.write(*restriction);
                 }

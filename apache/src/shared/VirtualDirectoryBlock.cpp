@@ -89,7 +89,7 @@ std::shared_future<bool> serverKnowsRequire() {
 
 void writeBlock(Rewrite& rewrite, const SDDir& record, const VirtualDirectoryBlock& block,
                 bool withRequire) {
-    rewrite.write(conf::openingLine(block.folder));
+    rewrite.write(conf::openingLine(block.directory));
     if (block.runsPerl) {
         writeDirective(rewrite, conf::PerlHandler);
     }

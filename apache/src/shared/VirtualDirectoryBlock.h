@@ -24,7 +24,7 @@ inline constexpr OptionWord OptionWords[] = {{"Indexes", &SOptions::Indexes},
 
 // What creation and update decide each in a way of its own.
 struct VirtualDirectoryBlock {
-    std::string folder;
+    std::string directory;
     bool runsPerl = false;
     bool authenticates = false;
     std::string passwordFile;

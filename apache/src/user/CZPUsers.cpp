@@ -23,7 +23,7 @@ char* asFileName(const char* folderPath) {
 }  // namespace
 
 CZPUsers::CZPUsers(CZPTrackManager* trackManager)
-    : TEMPFILE(::tempnam(zp::host::path::ScratchFolder, nullptr)), TrackManager(trackManager) {
+    : TEMPFILE(::tempnam(zp::host::path::ScratchDirectory, nullptr)), TrackManager(trackManager) {
     zp::host::reportModule(TrackManager, "WebServerManager");
 }
 

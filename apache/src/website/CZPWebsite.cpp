@@ -16,8 +16,8 @@ constexpr size_t ScratchPathSize = 500;
 // same file within one second share it.
 char* scratchBeside(const std::string& configuration) {
     const size_t slash = configuration.rfind('/');
-    const std::string folder = slash == std::string::npos ? "." : configuration.substr(0, slash);
-    const std::string path = folder + "/" + std::to_string(std::time(nullptr));
+    const std::string directory = slash == std::string::npos ? "." : configuration.substr(0, slash);
+    const std::string path = directory + "/" + std::to_string(std::time(nullptr));
     char* buffer = new char[std::max(ScratchPathSize, path.size() + 1)]();
     path.copy(buffer, path.size());
     return buffer;
@@ -28,7 +28,7 @@ char* scratchBeside(const std::string& configuration) {
 CZPWebsite::CZPWebsite() = default;
 
 CZPWebsite::CZPWebsite(CZPTrackManager* trackManager)
-    : TEMPFILE(::tempnam(zp::host::path::ScratchFolder, nullptr)),
+    : TEMPFILE(::tempnam(zp::host::path::ScratchDirectory, nullptr)),
       HttpdConfFile(""),
       TrackManager(trackManager) {
     zp::host::reportModule(TrackManager, "Apache");

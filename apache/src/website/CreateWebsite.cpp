@@ -1,4 +1,4 @@
-// Creation of a website: its block goes into the configuration, its folders are made.
+// Creation of a website: its block goes into the configuration, its directories are made.
 #include <functional>
 #include <ostream>
 
@@ -200,7 +200,7 @@ char CZPWebsite::CreateWebsite(VHostEntry* objVHost) {
     const std::string home = fieldText(objVHost->Path) + fieldText(objVHost->DName);
     if (!owner || !host::makeSiteDirectories(home, *owner, fieldText(objVHost->ServerAdmin))) {
         rewrite.discard();
-        return result::website::FolderNotMade;
+        return result::website::DirectoryNotMade;
     }
 
     if (request.mode != Mode::Append && request.mode != Mode::NameBased) {

@@ -14,5 +14,5 @@ int CZPWebsite::DisableMessage(UpdateVHost* ObjUVHost, const char* SitePath) {
         {.documentRoot = host::textOf(SitePath) + host::site::Html,  // without quotes, too
          .proxyPass = MergeRules::ProxyPass::Untouched,
          .indexInDirectory = MergeRules::IndexInDirectory::Replaced,
-         .accessModeFolder = ""});
+         .accessModeDirectory = ""});
 }

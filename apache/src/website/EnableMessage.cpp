@@ -12,5 +12,5 @@ int CZPWebsite::EnableMessage(UpdateVHost* ObjUVHost) {
                            {.documentRoot = "message.htm",  // without quotes, as its readers expect it
                             .proxyPass = MergeRules::ProxyPass::Untouched,
                             .indexInDirectory = MergeRules::IndexInDirectory::Replaced,
-                            .accessModeFolder = ""});
+                            .accessModeDirectory = ""});
 }

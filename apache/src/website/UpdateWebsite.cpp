@@ -7,17 +7,17 @@ namespace host = zp::host;
 
 namespace {
 
-constexpr size_t ShortestFolder = 3;  // never "/" by itself
+constexpr size_t ShortestDirectory = 3;  // never "/" by itself
 
 }  // namespace
 
 char CZPWebsite::UpdateWebsite(UpdateVHost* ObjUVHost) {
     host::report(TrackManager, "UpdateWebsite", {{"ObjUVHost->pDomain", host::textOf(ObjUVHost->pDomain)}});
-    const std::string folder = host::textOf(ObjUVHost->DirPath);
+    const std::string directory = host::textOf(ObjUVHost->DirPath);
     return static_cast<char>(
         zp::mergeRecord(host::textOf(HttpdConfFile), host::textOf(TEMPFILE), *ObjUVHost,
                         {.documentRoot = "",
                          .proxyPass = MergeRules::ProxyPass::BecomesRedirect,
                          .indexInDirectory = MergeRules::IndexInDirectory::Untouched,
-                         .accessModeFolder = folder.size() < ShortestFolder ? "" : folder}));
+                         .accessModeDirectory = directory.size() < ShortestDirectory ? "" : directory}));
 }

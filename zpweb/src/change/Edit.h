@@ -39,9 +39,9 @@ struct OtherEdit {
     mode_t mode = 0600;              // of a file that is new
     bool createEmpty = false;        // a file that does not exist is staged empty
     // Gets the directory in which the files are staged.
-    std::function<Outcome(const std::string& folder)> operation;
+    std::function<Outcome(const std::string& directory)> operation;
     // Text of the files that names their directory, and what it is while they are staged.
-    std::string folderInText;
+    std::string directoryInText;
 };
 
 }  // namespace zpweb

@@ -18,7 +18,7 @@
 #include "store/Checkpoints.h"
 #include "store/Unconfirmed.h"
 #include "sys/File.h"
-#include "sys/GuardedFolder.h"
+#include "sys/GuardedDirectory.h"
 #include "text/Difference.h"
 
 namespace zpweb {
@@ -29,7 +29,8 @@ namespace {
 Outcome waysAreFree(const WorkingSet& set) {
     for (const auto& [path, file] : set.files()) {
         const bool owners = file.changed() && !file.ofServer;
-        if (Outcome reached = owners ? reachedWithoutForeignLink(folderOf(path)) : done(); !reached.ok()) {
+        if (Outcome reached = owners ? reachedWithoutForeignLink(directoryOf(path)) : done();
+            !reached.ok()) {
             return reached;
         }
     }

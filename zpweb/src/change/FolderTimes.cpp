@@ -7,17 +7,17 @@
 
 namespace zpweb {
 
-void FolderTimes::remember(const std::string& folder) {
+void DirectoryTimes::remember(const std::string& directory) {
     struct stat status {};
-    if (::stat(folder.c_str(), &status) == 0) {
-        changed_.try_emplace(folder, status.st_mtim);
+    if (::stat(directory.c_str(), &status) == 0) {
+        changed_.try_emplace(directory, status.st_mtim);
     }
 }
 
-void FolderTimes::restore() {
-    for (const auto& [folder, changed] : changed_) {
+void DirectoryTimes::restore() {
+    for (const auto& [directory, changed] : changed_) {
         const std::array<timespec, 2> times{timespec{0, UTIME_OMIT}, changed};
-        ::utimensat(AT_FDCWD, folder.c_str(), times.data(), 0);
+        ::utimensat(AT_FDCWD, directory.c_str(), times.data(), 0);
     }
     changed_.clear();
 }

@@ -1,4 +1,4 @@
-// The times of folders in which a dry run makes something and removes it again.
+// The times of directories in which a dry run makes something and removes it again.
 #pragma once
 
 #include <ctime>
@@ -7,9 +7,9 @@
 
 namespace zpweb {
 
-class FolderTimes {
+class DirectoryTimes {
 public:
-    void remember(const std::string& folder);  // a folder that is not there is none to remember
+    void remember(const std::string& directory);  // a directory that is not there is none to remember
     void restore();
 
 private:

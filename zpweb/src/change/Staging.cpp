@@ -6,7 +6,7 @@
 
 #include "change/Transaction.h"
 #include "sys/File.h"
-#include "sys/GuardedFolder.h"
+#include "sys/GuardedDirectory.h"
 #include "sys/Look.h"
 #include "text/Keep.h"
 
@@ -165,7 +165,7 @@ Outcome Transaction::stageOthers(const OtherEdit& edit) {
         if (linkTarget(path)) {
             return failure(path + ": a symbolic link; it is not followed");
         }
-        if (Outcome reached = reachedWithoutForeignLink(folderOf(path)); !reached.ok()) {
+        if (Outcome reached = reachedWithoutForeignLink(directoryOf(path)); !reached.ok()) {
             return reached;
         }
         StagedFile& file = set_->fileAt(path);
@@ -176,7 +176,7 @@ Outcome Transaction::stageOthers(const OtherEdit& edit) {
         if (!file.after && !edit.createEmpty) {
             continue;
         }
-        const std::string text = replaced(file.after.text(), edit.folderInText, work());
+        const std::string text = replaced(file.after.text(), edit.directoryInText, work());
         if (Outcome written = writeNewFile(work() + "/" + nameOf(path), text, 0600); !written.ok()) {
             return written;
         }
@@ -196,8 +196,8 @@ Outcome Transaction::takeOthers(const OtherEdit& edit) {
         if (!file.before && lookAt(staged, status)) {
             file.mode = std::max<mode_t>(status.st_mode & 0777, edit.mode);
         }
-        set_->set(path,
-                  text.ok() ? Content(replaced(std::move(*text), work(), edit.folderInText)) : Content());
+        set_->set(path, text.ok() ? Content(replaced(std::move(*text), work(), edit.directoryInText))
+                                  : Content());
     }
     return done();
 }
@@ -243,8 +243,8 @@ Outcome Transaction::link(const std::string& path, const std::string& target) {
 }
 
 Outcome Transaction::makeAbove(const std::string& path) {
-    const std::string directory = folderOf(path);
-    if (isFolder(directory)) {
+    const std::string directory = directoryOf(path);
+    if (isDirectory(directory)) {
         return done();
     }
     Outcome above = makeAbove(directory);
@@ -253,7 +253,7 @@ Outcome Transaction::makeAbove(const std::string& path) {
 
 Outcome Transaction::makeDirectory(const std::string& path, mode_t mode, std::optional<uid_t> user,
                                    std::optional<gid_t> group) {
-    if (isFolder(path) || !directories_.insert(path).second) {
+    if (isDirectory(path) || !directories_.insert(path).second) {
         return done();
     }
     making_.push_back({zp::host::Effect::Step::MakeDirectory, path, user, group, mode});

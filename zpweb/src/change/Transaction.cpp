@@ -27,8 +27,9 @@ Outcome Transaction::begin(std::shared_ptr<Lock> held) {
     }
     state_.emplace(*main);
     server_.emplace(*main, std::function<void()>());
-    for (const std::string& folder : {folderOf(*main), folderOf(state_->folder), state_->folder}) {
-        leaveTimeOf(folder);
+    for (const std::string& directory :
+         {directoryOf(*main), directoryOf(state_->directory), state_->directory}) {
+        leaveTimeOf(directory);
     }
     if (held == nullptr) {
         auto lock = Lock::take(
@@ -55,7 +56,7 @@ Outcome Transaction::begin(std::shared_ptr<Lock> held) {
     journal_.label = settings_->label;
     journal_.command = joinedWords(command_);
     journal_.login = loginName();
-    return makeFolder(state_->stage(), 0700);
+    return createDirectory(state_->stage(), 0700);
 }
 
 void Transaction::planToMake(const std::vector<std::string>& paths) {
@@ -63,7 +64,7 @@ void Transaction::planToMake(const std::vector<std::string>& paths) {
         if (!planned_.contains(path) && !exists(path)) {
             planned_.insert(path);
             journal_.made.push_back(path);
-            leaveTimeOf(folderOf(path));
+            leaveTimeOf(directoryOf(path));
             journalBehind_ = true;
         }
     }
@@ -87,7 +88,7 @@ void Transaction::release(const std::string& site, const std::string& about) {
 
 Outcome Transaction::temporary(const std::string& path) {
     journal_.temporary.push_back(path);
-    leaveTimeOf(folderOf(path));
+    leaveTimeOf(directoryOf(path));
     return writeJournal();
 }
 
@@ -99,9 +100,9 @@ Outcome Transaction::writeJournal() {
 }
 
 // A dry run leaves the directory's time as it was.
-void Transaction::leaveTimeOf(const std::string& folder) {
+void Transaction::leaveTimeOf(const std::string& directory) {
     if (settings_->dryRun) {
-        folderTimes_.remember(folder);
+        directoryTimes_.remember(directory);
     }
 }
 
@@ -124,13 +125,13 @@ void Transaction::abandon() {
         removeTree(state_->stage());
         if (journalWritten_) {
             ::unlink(state_->journal().c_str());
-            static_cast<void>(sync(state_->folder));
+            static_cast<void>(sync(state_->directory));
         }
     }
-    if (lock_.use_count() == 1 && lock_->madeFolder() && !inPlace_ && !leftToNext_) {
+    if (lock_.use_count() == 1 && lock_->madeDirectory() && !inPlace_ && !leftToNext_) {
         lock_->removeTraces(*state_);
     }
-    folderTimes_.restore();
+    directoryTimes_.restore();
     lock_.reset();
 }
 

@@ -188,7 +188,7 @@ private:
     void tellOutstanding();
     Outcome writeJournal();
     Outcome writePlanned();
-    void leaveTimeOf(const std::string& folder);
+    void leaveTimeOf(const std::string& directory);
     bool hasEffects() const;
     bool changesFiles() const { return set_->changed() || !making_.empty(); }
 
@@ -201,7 +201,7 @@ private:
     std::vector<std::string> command_;
     std::optional<State> state_;
     std::shared_ptr<Lock> lock_;
-    FolderTimes folderTimes_;  // of a dry run
+    DirectoryTimes directoryTimes_;  // of a dry run
     std::optional<WorkingSet> set_;
     std::optional<Server> server_;
     Journal journal_;

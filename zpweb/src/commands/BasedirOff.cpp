@@ -12,8 +12,8 @@ Outcome run(Transaction& change, const Site& site, const Arguments& given) {
         change, site, given,
         {.on = false,
          .operation = "Disable_open_basedir",
-         .call = [](CZPWebsite& website, const std::string& name, const std::string& folder) {
-             return website.Disable_open_basedir(name, folder);
+         .call = [](CZPWebsite& website, const std::string& name, const std::string& directory) {
+             return website.Disable_open_basedir(name, directory);
          }});
 }
 
@@ -24,7 +24,7 @@ Command basedirOff() {
         .words = "basedir off",
         .summary = "Lift that",
         .action = run,
-        .parameters = {SiteName, BaseFolder, OnPort},
+        .parameters = {SiteName, BaseDirectory, OnPort},
         .operations = {"CZPWebsite::Disable_open_basedir"},
         .examples = {"basedir off shop.example /home/anna/shop.example/www/html"},
     };

@@ -12,8 +12,8 @@ Outcome run(Transaction& change, const Site& site, const Arguments& given) {
         change, site, given,
         {.on = true,
          .operation = "Enable_open_basedir",
-         .call = [](CZPWebsite& website, const std::string& name, const std::string& folder) {
-             return website.Enable_open_basedir(name, folder);
+         .call = [](CZPWebsite& website, const std::string& name, const std::string& directory) {
+             return website.Enable_open_basedir(name, directory);
          }});
 }
 
@@ -22,9 +22,9 @@ Outcome run(Transaction& change, const Site& site, const Arguments& given) {
 Command basedirOn() {
     return {
         .words = "basedir on",
-        .summary = "Keep PHP within a folder",
+        .summary = "Keep PHP within a directory",
         .action = run,
-        .parameters = {SiteName, BaseFolder, OnPort},
+        .parameters = {SiteName, BaseDirectory, OnPort},
         .operations = {"CZPWebsite::Enable_open_basedir"},
         .examples = {"basedir on shop.example /home/anna/shop.example/www/html"},
     };

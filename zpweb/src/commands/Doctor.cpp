@@ -36,7 +36,7 @@ void findMissingRoots(const Configuration& configuration, Findings& findings) {
     for (const auto& file : configuration.files()) {
         for (const Block& block : file->blocks()) {
             const std::string root(block.root);
-            if (!block.stopped && !root.empty() && root.front() == '/' && !isFolder(root)) {
+            if (!block.stopped && !root.empty() && root.front() == '/' && !isDirectory(root)) {
                 findings.push_back({"missing document root", placeOf(*file, block.lines.first), root});
             }
             if (!block.closed) {
@@ -90,10 +90,11 @@ void findIncludes(const Configuration& configuration, Findings& findings) {
     }
 }
 
-void findDanglingLinks(const std::string& folder, int depth, Findings& findings) {
-    constexpr int DeepestFolder = 4;
-    for (const std::string& name : depth < DeepestFolder ? entriesOf(folder) : std::vector<std::string>()) {
-        const std::string path = folder + "/" + name;
+void findDanglingLinks(const std::string& directory, int depth, Findings& findings) {
+    constexpr int DeepestDirectory = 4;
+    for (const std::string& name :
+         depth < DeepestDirectory ? entriesOf(directory) : std::vector<std::string>()) {
+        const std::string path = directory + "/" + name;
         struct stat status {};
         const bool link = ::lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode);
         if (link && ::access(path.c_str(), F_OK) != 0) {
@@ -105,12 +106,12 @@ void findDanglingLinks(const std::string& folder, int depth, Findings& findings)
 }
 
 void findDanglingLinks(const Configuration& configuration, Findings& findings) {
-    const std::string folder = folderOf(configuration.main().path());
-    findDanglingLinks(folder, 0, findings);
+    const std::string directory = directoryOf(configuration.main().path());
+    findDanglingLinks(directory, 0, findings);
     for (const auto& file : configuration.files()) {
         for (const IncludeLine& include : file->server().includes) {
             for (const std::string& path : configuration.included(include.pattern)) {
-                if (!path.starts_with(folder + "/") && exists(path) && !isFile(path)) {
+                if (!path.starts_with(directory + "/") && exists(path) && !isFile(path)) {
                     findings.push_back(
                         {"dangling link", path, "included at " + placeOf(*file, include.line)});
                 }
@@ -167,13 +168,13 @@ void findLeftovers(const std::string& main, Findings& findings) {
             findings.push_back({"leftover of a run", path, "the next change clears it up"});
         }
     }
-    for (const std::string& name : entriesOf(folderOf(main))) {
+    for (const std::string& name : entriesOf(directoryOf(main))) {
         const bool scratch = name.size() >= 9 && std::all_of(name.begin(), name.end(),
                                                              [](char c) { return c >= '0' && c <= '9'; });
         if (scratch || name.starts_with(nameOf(main) + "_zpbackup") ||
             name.starts_with(nameOf(main) + "_temp")) {
             findings.push_back(
-                {"leftover scratch file", folderOf(main) + "/" + name, "not used by the server"});
+                {"leftover scratch file", directoryOf(main) + "/" + name, "not used by the server"});
         }
     }
 }
@@ -195,12 +196,13 @@ void findByReading(const Reading& reading, Output& output, const std::string& us
 
 // Files of sites beside those that are enabled, as Debian keeps them.
 void noteDisabled(const Configuration& configuration, Findings& notes) {
-    const std::string folder = folderOf(configuration.main().path()) + "/sites-available";
-    for (const std::string& name : isFolder(folder) ? entriesOf(folder) : std::vector<std::string>()) {
-        const auto real = realPathOf(folder + "/" + name);
+    const std::string directory = directoryOf(configuration.main().path()) + "/sites-available";
+    for (const std::string& name :
+         isDirectory(directory) ? entriesOf(directory) : std::vector<std::string>()) {
+        const auto real = realPathOf(directory + "/" + name);
         if (name.ends_with(".conf") && real.ok() && configuration.file(*real) == nullptr) {
             notes.push_back(
-                {"not enabled", folder + "/" + name, "a2ensite " + name.substr(0, name.size() - 5)});
+                {"not enabled", directory + "/" + name, "a2ensite " + name.substr(0, name.size() - 5)});
         }
     }
 }
@@ -249,7 +251,7 @@ Outcome doctor(Session& session, const Configuration& configuration, const Argum
     } else {
         findDuplicates(configuration, findings);
     }
-    for (const std::string& missing : missingLogFolders(configuration)) {
+    for (const std::string& missing : missingLogDirectories(configuration)) {
         const size_t end = missing.rfind(": ");
         findings.push_back({"missing log folder", missing.substr(0, end), missing.substr(end + 2)});
     }

@@ -1,4 +1,4 @@
-// folder add: adds a <Directory> block before a site's first.
+// directory add: adds a <Directory> block before a site's first.
 #include "commands/Commands.h"
 #include "commands/shared/BlockLines.h"
 #include "commands/shared/Expectations.h"
@@ -9,10 +9,10 @@ namespace {
 
 Outcome add(Transaction& change, const Site& site, const Arguments& given) {
     const auto blocks = blocksAskedFor(site, given);
-    const std::string folder = given[BlockFolder];
-    releaseDirectory(change, blocks, folder);
-    expectOf(change, blocks, folder, "lines",
-             directoryHas(blocks.value_or(BlocksOf{}), folder, given[BlockLines], Holders::All));
+    const std::string directory = given[BlockDirectory];
+    releaseDirectory(change, blocks, directory);
+    expectOf(change, blocks, directory, "lines",
+             directoryHas(blocks.value_or(BlocksOf{}), directory, given[BlockLines], Holders::All));
     return editSections(
         change, site, given, [](const Block&) { return true; },
         [&](ApacheHelper& helper, const std::string& staged, const std::string& name,
@@ -29,7 +29,7 @@ Command folderAdd() {
         .words = "folder add",
         .summary = "Add a <Directory> block before a website's first",
         .action = add,
-        .parameters = {SiteName, BlockFolder, BlockLines, OnPort},
+        .parameters = {SiteName, BlockDirectory, BlockLines, OnPort},
         .operations = {"ApacheHelper::Apache_addDirectoryTag"},
         .examples = {"folder add shop.example /srv/shop/files --line 'Require all granted'"},
     };

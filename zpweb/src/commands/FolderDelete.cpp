@@ -1,4 +1,4 @@
-// folder delete: deletes a <Directory> block.
+// directory delete: deletes a <Directory> block.
 #include "commands/Commands.h"
 #include "commands/shared/BlockLines.h"
 #include "commands/shared/Expectations.h"
@@ -9,11 +9,11 @@ namespace {
 
 Outcome remove(Transaction& change, const Site& site, const Arguments& given) {
     const auto blocks = blocksAskedFor(site, given);
-    const std::string folder = given[BlockFolder];
-    releaseDirectory(change, blocks, folder);
-    expectOf(change, blocks, folder, "", hasNoDirectory(blocks.value_or(BlocksOf{}), folder));
+    const std::string directory = given[BlockDirectory];
+    releaseDirectory(change, blocks, directory);
+    expectOf(change, blocks, directory, "", hasNoDirectory(blocks.value_or(BlocksOf{}), directory));
     return goneIsUpToDate(editSections(
-        change, site, given, [&](const Block& block) { return hasSection(block, given[BlockFolder]); },
+        change, site, given, [&](const Block& block) { return hasSection(block, given[BlockDirectory]); },
         [&](ApacheHelper& helper, const std::string& staged, const std::string& name,
             const std::string& path) { return helper.Apache_deleteDirectoryTag(staged, name, path); }));
 }
@@ -25,7 +25,7 @@ Command folderDelete() {
         .words = "folder delete",
         .summary = "Delete a <Directory> block",
         .action = remove,
-        .parameters = {SiteName, BlockFolder, OnPort},
+        .parameters = {SiteName, BlockDirectory, OnPort},
         .operations = {"ApacheHelper::Apache_deleteDirectoryTag"},
         .examples = {"folder delete shop.example /srv/shop/files"},
     };

@@ -1,4 +1,4 @@
-// folder move: points a <Directory> block at another directory.
+// directory move: points a <Directory> block at another directory.
 #include "commands/Commands.h"
 #include "commands/shared/BlockLines.h"
 #include "commands/shared/Expectations.h"
@@ -7,18 +7,18 @@ namespace zpweb {
 
 namespace {
 
-constexpr auto To = needed("TO", Kind::Path, "The other folder");
+constexpr auto To = needed("TO", Kind::Path, "The other directory");
 
 Outcome move(Transaction& change, const Site& site, const Arguments& given) {
     const auto blocks = blocksAskedFor(site, given);
-    releaseDirectory(change, blocks, given[BlockFolder]);
-    expectOf(change, blocks, given[BlockFolder], "",
-             hasNoDirectory(blocks.value_or(BlocksOf{}), given[BlockFolder]));
+    releaseDirectory(change, blocks, given[BlockDirectory]);
+    expectOf(change, blocks, given[BlockDirectory], "",
+             hasNoDirectory(blocks.value_or(BlocksOf{}), given[BlockDirectory]));
     return editSections(
-        change, site, given, [&](const Block& block) { return hasSection(block, given[BlockFolder]); },
+        change, site, given, [&](const Block& block) { return hasSection(block, given[BlockDirectory]); },
         [&](ApacheHelper& helper, const std::string& staged, const std::string& name,
-            const std::string& folder) {
-            return helper.Apache_UpdateDirectoryTagPath(staged, name, folder, given[To]);
+            const std::string& directory) {
+            return helper.Apache_UpdateDirectoryTagPath(staged, name, directory, given[To]);
         });
 }
 
@@ -27,9 +27,9 @@ Outcome move(Transaction& change, const Site& site, const Arguments& given) {
 Command folderMove() {
     return {
         .words = "folder move",
-        .summary = "Point a <Directory> block at another folder",
+        .summary = "Point a <Directory> block at another directory",
         .action = move,
-        .parameters = {SiteName, BlockFolder, To, OnPort},
+        .parameters = {SiteName, BlockDirectory, To, OnPort},
         .operations = {"ApacheHelper::Apache_UpdateDirectoryTagPath"},
         .examples = {"folder move shop.example /srv/shop/files "
                      "/srv/shop/files-2"},

@@ -1,4 +1,4 @@
-// folder set: replaces the lines of a <Directory> block.
+// directory set: replaces the lines of a <Directory> block.
 #include "commands/Commands.h"
 #include "commands/shared/BlockLines.h"
 #include "commands/shared/Expectations.h"
@@ -9,12 +9,12 @@ namespace {
 
 Outcome set(Transaction& change, const Site& site, const Arguments& given) {
     const auto blocks = blocksAskedFor(site, given);
-    const std::string folder = given[BlockFolder];
-    releaseDirectory(change, blocks, folder);
-    expectOf(change, blocks, folder, "lines",
-             directoryHas(blocks.value_or(BlocksOf{}), folder, given[BlockLines], Holders::Some));
+    const std::string directory = given[BlockDirectory];
+    releaseDirectory(change, blocks, directory);
+    expectOf(change, blocks, directory, "lines",
+             directoryHas(blocks.value_or(BlocksOf{}), directory, given[BlockLines], Holders::Some));
     return editSections(
-        change, site, given, [&](const Block& block) { return hasSection(block, given[BlockFolder]); },
+        change, site, given, [&](const Block& block) { return hasSection(block, given[BlockDirectory]); },
         [&](ApacheHelper& helper, const std::string& staged, const std::string& name,
             const std::string& path) {
             StringVector lines = given[BlockLines];
@@ -29,7 +29,7 @@ Command folderSet() {
         .words = "folder set",
         .summary = "Replace the lines of a <Directory> block",
         .action = set,
-        .parameters = {SiteName, BlockFolder, BlockLines, OnPort},
+        .parameters = {SiteName, BlockDirectory, BlockLines, OnPort},
         .operations = {"ApacheHelper::Apache_UpdateDirectoryDirectives"},
         .examples = {"folder set shop.example /srv/shop/files --line 'Require local'"},
     };

@@ -10,7 +10,7 @@
 #include "settings/SiteLogs.h"
 #include "settings/SiteSettings.h"
 #include "sys/File.h"
-#include "sys/GuardedFolder.h"
+#include "sys/GuardedDirectory.h"
 #include "sys/Look.h"
 
 namespace zpweb {
@@ -48,7 +48,7 @@ Outcome finishAll(Transaction& change, const std::string& site, const std::strin
 Outcome rotate(Transaction& change, const Site& found, const Arguments& given) {
     const std::string site = found.name();
     const std::string log = accessLogOf(change.configuration(), site);
-    if (Outcome reached = reachedWithoutForeignLink(folderOf(log)); !reached.ok()) {
+    if (Outcome reached = reachedWithoutForeignLink(directoryOf(log)); !reached.ok()) {
         return reached;
     }
     struct stat status {};

@@ -12,7 +12,7 @@ namespace {
 
 Outcome list(Session& session, const Configuration& configuration, const Arguments&) {
     List& sites = session.output.list("sites", {"site", "version", "fpm", "root_only"});
-    for (const std::string& site : entriesOf(folderOf(configuration.main().path()) + "/zpweb.d")) {
+    for (const std::string& site : entriesOf(directoryOf(configuration.main().path()) + "/zpweb.d")) {
         const auto now = settingOf(configuration, site, Setting::Php);
         if (const auto setting = now ? phpFrom(now->asked) : std::nullopt; setting) {
             sites.row().add("site", site).add("version", known(setting->version)).add("fpm", setting->fpm);

@@ -12,10 +12,10 @@ namespace zpweb {
 namespace {
 
 // Files that are there keep their modes.
-Outcome canBeRead(const Configuration& configuration, const std::string& folder) {
+Outcome canBeRead(const Configuration& configuration, const std::string& directory) {
     const auto user = answeringUser(configuration);
     for (const char* name : {"/.htaccess", "/.htpasswd"}) {
-        const std::string path = folder + name;
+        const std::string path = directory + name;
         if (user && isFile(path) && !isReadableBy(user->name, path)) {
             return failure(Status::Refused,
                            path + ": the server's user " + user->name +
@@ -26,12 +26,12 @@ Outcome canBeRead(const Configuration& configuration, const std::string& folder)
 }
 
 Outcome protect(Transaction& change, const Arguments& given) {
-    const std::string folder = given[ProtectedFolder];
+    const std::string directory = given[ProtectedDirectory];
     Outcome can = needsTool();
-    can = can.ok() ? heedsAccessFiles(change.configuration(), folder) : can;
-    can = can.ok() ? canBeRead(change.configuration(), folder) : can;
-    change.expect("", "protection of " + folder, heedsAccessFile(folder));
-    return can.ok() ? protectFor(change, folder, given[ProtectedUser], given.secret()) : can;
+    can = can.ok() ? heedsAccessFiles(change.configuration(), directory) : can;
+    can = can.ok() ? canBeRead(change.configuration(), directory) : can;
+    change.expect("", "protection of " + directory, heedsAccessFile(directory));
+    return can.ok() ? protectFor(change, directory, given[ProtectedUser], given.secret()) : can;
 }
 
 }  // namespace
@@ -39,9 +39,9 @@ Outcome protect(Transaction& change, const Arguments& given) {
 Command protectAdd() {
     return {
         .words = "protect add",
-        .summary = "Put a folder behind a password, or add a user to it",
+        .summary = "Put a directory behind a password, or add a user to it",
         .action = protect,
-        .parameters = {ProtectedFolder, ProtectedUser},
+        .parameters = {ProtectedDirectory, ProtectedUser},
         .operations = {"PrivateFolder::addPrivateFolder", "FileHandling::isParamValueExistsInFile",
                        "FileHandling::addParamInFile"},
         .examples = {"protect add /home/anna/shop.example/www/html/intern joe"},

@@ -22,18 +22,18 @@ Outcome moveUser(Transaction& change, const std::string& from, const std::string
 }
 
 Outcome edit(Transaction& change, const Arguments& given) {
-    const std::string folder = given[ProtectedFolder];
-    const std::string target = given[Target].value_or(folder);
+    const std::string directory = given[ProtectedDirectory];
+    const std::string target = given[Target].value_or(directory);
     const std::string user = given[ProtectedUser];
     Outcome ready = needsTool();
-    ready = ready.ok() ? needsUser(change, folder, user) : ready;
+    ready = ready.ok() ? needsUser(change, directory, user) : ready;
     if (!ready.ok()) {
         return ready;
     }
-    if (target != folder) {
-        return moveUser(change, folder, target, user, given.secret());
+    if (target != directory) {
+        return moveUser(change, directory, target, user, given.secret());
     }
-    return onProtection(change, folder, [&](const std::string& staged) {
+    return onProtection(change, directory, [&](const std::string& staged) {
         PrivateFolder manager(nullptr);
         return resultOf("editPrivateFolder",
                         manager.editPrivateFolder(staged, staged, user, given.secret()), {Edited});
@@ -47,7 +47,7 @@ Command protectEdit() {
         .words = "protect edit",
         .summary = "Change a user's password, or move the user to another directory",
         .action = edit,
-        .parameters = {ProtectedFolder, ProtectedUser, Target},
+        .parameters = {ProtectedDirectory, ProtectedUser, Target},
         .operations = {"PrivateFolder::editPrivateFolder"},
         .examples = {"protect edit /srv/shop/intern joe",
                      "protect edit /srv/shop/intern joe --to "

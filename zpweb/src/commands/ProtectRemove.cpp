@@ -8,7 +8,7 @@ namespace {
 
 Outcome unprotect(Transaction& change, const Arguments& given) {
     Outcome tool = needsTool();
-    return tool.ok() ? goneIsUpToDate(unprotectFor(change, given[ProtectedFolder], given[ProtectedUser]))
+    return tool.ok() ? goneIsUpToDate(unprotectFor(change, given[ProtectedDirectory], given[ProtectedUser]))
                      : tool;
 }
 
@@ -19,7 +19,7 @@ Command protectRemove() {
         .words = "protect remove",
         .summary = "Remove a user; with the last one, the protection",
         .action = unprotect,
-        .parameters = {ProtectedFolder, ProtectedUser},
+        .parameters = {ProtectedDirectory, ProtectedUser},
         .operations = {"PrivateFolder::deletePrivateFolder", "FileHandling::delParamFromFile"},
         .examples = {"protect remove /home/anna/shop.example/www/html/intern joe"},
     };

@@ -14,7 +14,7 @@ constexpr auto Listed = maybe("SITE", Kind::Site, "Those of this website only");
 Outcome list(Session& session, const Configuration& configuration, const Arguments& given) {
     List& rows = session.output.list("proxies", {"site", "path", "url", "websocket", "timeout"});
     const auto wanted = given[Listed];
-    for (const std::string& site : entriesOf(folderOf(configuration.main().path()) + "/zpweb.d")) {
+    for (const std::string& site : entriesOf(directoryOf(configuration.main().path()) + "/zpweb.d")) {
         const auto now = settingOf(configuration, site, Setting::Proxy);
         const auto setting = now ? proxiesFrom(now->asked) : std::nullopt;
         if (!setting || (wanted && settingName(*wanted) != site)) {

@@ -21,14 +21,14 @@ Outcome serve(Transaction& change, const Site& site, const Arguments& given) {
     if (Outcome one = site.hasOneBlock(); !one.ok()) {
         return one;
     }
-    const std::string folder = folderOf(root) + *end;
+    const std::string directory = directoryOf(root) + *end;
     change.output().set("site", name);
-    change.output().set("root", folder);
+    change.output().set("root", directory);
     if (root.ends_with(*end)) {
         return done();
     }
-    Edit edit = railsEdit(site, folder);
-    edit.makes = {folderOf(folder), folder};
+    Edit edit = railsEdit(site, directory);
+    edit.makes = {directoryOf(directory), directory};
     edit.operation = [&](const std::string& staged) {
         return RubyOnRails(nullptr, staged).defaultToROR(name, given[Application], given[Owner]);
     };

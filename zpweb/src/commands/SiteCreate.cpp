@@ -39,7 +39,7 @@ constexpr auto Port =
     option("--port", Kind::Port, "PORT", "The port that it listens on (80, or the panel's)");
 constexpr auto Listen = flag("--listen", "Let the server listen on that port when it does not");
 constexpr auto Owner =
-    neededOption("--owner", Kind::Account, "ACCOUNT", "The account that owns its folders");
+    neededOption("--owner", Kind::Account, "ACCOUNT", "The account that owns its directories");
 constexpr auto Parent =
     option("--path", Kind::Path, "FOLDER", "The parent of its home (default: the owner's home)");
 constexpr auto Traverse =
@@ -103,7 +103,7 @@ VHostEntry entryFor(const Plan& plan, const Arguments& given) {
     setField(entry.UserName, owner);
     setField(entry.ServerAdmin, given[Admin].value_or(owner));
     setField(entry.Port, plan.listening.port);
-    setField(entry.Path, folderOf(plan.home) + "/");
+    setField(entry.Path, directoryOf(plan.home) + "/");
     entry.IPSwitch = switchFor(plan, given[Mode].value_or("shared"));
     return entry;
 }
@@ -198,8 +198,8 @@ Outcome meaningFor(const Plan& plan, int result) {
     if (result == result::AlreadyThere) {
         return failure(Status::Exists, "the name, or the block of the address, is taken by another site");
     }
-    return result == result::FolderNotMade
-               ? failure("a folder of the site could not be made in " + plan.home)
+    return result == result::DirectoryNotMade
+               ? failure("a directory of the site could not be made in " + plan.home)
                : resultOf("CreateWebsite", result, {result::Created});
 }
 
@@ -288,7 +288,7 @@ Outcome create(Transaction& change, const Arguments& given) {
 Command siteCreate() {
     return {
         .words = "site create",
-        .summary = "Create a website: its block, and its folders",
+        .summary = "Create a website: its block, and its directories",
         .action = create,
         .parameters = {Name, Address, Port, Listen, Owner, Parent, Traverse, Admin, Mode, LayoutWord, Logs},
         .operations = {"CZPWebsite::CreateWebsite"},

@@ -11,24 +11,24 @@
 #include "settings/SiteSettings.h"
 #include "settings/TlsChange.h"
 #include "sys/File.h"
-#include "sys/GuardedFolder.h"
+#include "sys/GuardedDirectory.h"
 
 namespace zpweb {
 
 namespace {
 
-constexpr auto RemoveFolders =
+constexpr auto RemoveDirectories =
     flag("--remove-folders", "Also remove the site's home and all that it holds");
 
 constexpr char Deleted = zp::result::website::Deleted;
 
-// The site's home, as its block tells: where its folders may be removed from.
+// The site's home, as its block tells: where its directories may be removed from.
 Expected<std::string> removableHome(const Configuration& configuration, const Block& block) {
     const std::string home(block.home);
     const std::string name(block.name);
     if (home.size() < 4 || nameOf(home) != name || std::count(home.begin(), home.end(), '/') < 2) {
         return failure("the block of " + name +
-                       " names no home of its own; its folders stay: nothing is done");
+                       " names no home of its own; its directories stay: nothing is done");
     }
     const SameHost matches(name);
     for (const ConfigurationFile* file : configuration.parts()) {
@@ -41,7 +41,7 @@ Expected<std::string> removableHome(const Configuration& configuration, const Bl
     return home;
 }
 
-Outcome removeFolders(Transaction& change, const Block& block) {
+Outcome removeDirectories(Transaction& change, const Block& block) {
     const auto home = removableHome(change.configuration(), block);
     if (!home.ok()) {
         return home.outcome();
@@ -75,8 +75,8 @@ Outcome removeBlocks(Transaction& change, const Site& site) {
 
 Outcome remove(Transaction& change, const Site& site, const Arguments& given) {
     const std::string name(site.places.front().block->name);
-    if (given[RemoveFolders]) {
-        if (Outcome removable = removeFolders(change, *site.places.front().block); !removable.ok()) {
+    if (given[RemoveDirectories]) {
+        if (Outcome removable = removeDirectories(change, *site.places.front().block); !removable.ok()) {
             return removable;
         }
     }
@@ -100,7 +100,7 @@ Command siteDelete() {
         .words = "site delete",
         .summary = "Delete a website's blocks",
         .action = remove,
-        .parameters = {SiteName, RemoveFolders},
+        .parameters = {SiteName, RemoveDirectories},
         .operations = {"CZPWebsite::DeleteWebsite", "RemoveDir"},
         .more = "A file of its own goes, too, with the link to it.",
         .examples = {"site delete shop.example --dry-run --diff",

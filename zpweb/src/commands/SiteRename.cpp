@@ -85,7 +85,7 @@ Outcome renameIn(Transaction& change, const Site& site, const std::string& file,
 
 // A file that has the old name gets the new one, and its link, too.
 Outcome renameFile(Transaction& change, const Layout& layout, const std::string& file, const Names& names) {
-    if (folderOf(file) != layout.directory || nameOf(file) != names.from + ".conf") {
+    if (directoryOf(file) != layout.directory || nameOf(file) != names.from + ".conf") {
         return done();
     }
     const std::string renamed = layout.fileOf(names.to);

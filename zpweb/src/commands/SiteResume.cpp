@@ -16,7 +16,7 @@ namespace {
 
 constexpr auto Home =
     option("--home", Kind::Path, "FOLDER",
-           "Its home, when the panel has suspended it (default: its block's first folder)");
+           "Its home, when the panel has suspended it (default: its block's first directory)");
 
 bool hasMessage(const Block& block) { return zp::conf::equalIgnoringCase(block.root, "message.htm"); }
 

@@ -12,16 +12,16 @@
 #include "input/HostName.h"
 #include "server/PassedOn.h"
 #include "sys/File.h"
-#include "sys/GuardedFolder.h"
+#include "sys/GuardedDirectory.h"
 #include "sys/Look.h"
 
 namespace zpweb {
 
 namespace {
 
-constexpr auto Alias = options("--alias", Kind::Assignment, "URL=FOLDER", "A folder under a URL path");
+constexpr auto Alias = options("--alias", Kind::Assignment, "URL=FOLDER", "A directory under a URL path");
 constexpr auto ScriptAlias =
-    options("--script-alias", Kind::Assignment, "URL=FOLDER", "A folder of scripts");
+    options("--script-alias", Kind::Assignment, "URL=FOLDER", "A directory of scripts");
 constexpr auto Proxy =
     options("--proxy", Kind::Assignment, "URL=TARGET", "A proxied path; it becomes a redirection");
 constexpr auto Redirect = options("--redirect", Kind::Assignment, "URL=TARGET", "A redirection");
@@ -34,7 +34,7 @@ constexpr auto Include =
 constexpr auto Index = options("--index", Kind::Word, "FILE", "Its index files, all of them");
 constexpr auto Mode =
     option("--mode", Kind::Mode, "MODE", "Permission bits of its document root, or of --folder");
-constexpr auto Folder = option("--folder", Kind::Path, "FOLDER", "The folder that --mode is for");
+constexpr auto Directory = option("--folder", Kind::Path, "FOLDER", "The directory that --mode is for");
 
 NameValueVector assignments(const std::vector<std::string>& values) {
     NameValueVector pairs;
@@ -87,8 +87,8 @@ MergeRequest requestFrom(const Arguments& given) {
 
 mode_t modeOf(const std::string& text) { return static_cast<mode_t>(std::stoul(text, nullptr, 8)); }
 
-Outcome setMode(Transaction& change, const Place& place, const std::string& folder, mode_t mode) {
-    const std::string target = folder.empty() ? std::string(place.block->root) : folder;
+Outcome setMode(Transaction& change, const Place& place, const std::string& directory, mode_t mode) {
+    const std::string target = directory.empty() ? std::string(place.block->root) : directory;
     struct stat status {};
     if (!lookAt(target, status)) {
         return failure(Status::NotFound, systemError(target));
@@ -164,7 +164,7 @@ Outcome setInBlock(Transaction& change, const BlockAt& at, MergeRequest request)
 Outcome set(Transaction& change, const Site& site, const Arguments& given) {
     const MergeRequest request = requestFrom(given);
     if (const auto bits = given[Mode]) {
-        Outcome mode = setMode(change, site.first(), given[Folder].value_or(""), modeOf(*bits));
+        Outcome mode = setMode(change, site.first(), given[Directory].value_or(""), modeOf(*bits));
         if (!mode.ok()) {
             return mode;
         }
@@ -192,7 +192,7 @@ Command siteSet() {
         .summary = "Change a website's settings",
         .action = set,
         .parameters = {SiteName, Alias, ScriptAlias, Proxy, Redirect, ErrorDocument, HostNames, Include,
-                       Index, Mode, Folder, OnPort},
+                       Index, Mode, Directory, OnPort},
         .operations = {"CZPWebsite::UpdateWebsite", "CZPWebsite::GetWebsiteInfo"},
         .more =
             "An empty VALUE removes the entry NAME. An existing script alias keeps its target; remove it "

@@ -15,11 +15,11 @@ constexpr auto Webspace = needed("WEBSPACE", Kind::Path, "The directory of the s
 constexpr auto Php = needed("PHP", Kind::Path, "The PHP program");
 
 Outcome install(Transaction& change, const Arguments& given) {
-    if (!isFolder(suphp::Source)) {
+    if (!isDirectory(suphp::Source)) {
         return failure(Status::NotFound,
                        std::string(suphp::Source) + ": no such directory; nothing to install from");
     }
-    if (!isFolder(given[Webspace]) || !isFile(given[Php])) {
+    if (!isDirectory(given[Webspace]) || !isFile(given[Php])) {
         return failure(Status::NotFound,
                        "expected the directory of the sites and the PHP program, which are there");
     }

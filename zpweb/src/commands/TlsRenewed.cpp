@@ -21,7 +21,7 @@ bool isConcerned(const TlsSetting& setting) {
 }
 
 Outcome renewAll(Transaction& change) {
-    const std::string settings = folderOf(change.configuration().main().path()) + "/zpweb.d";
+    const std::string settings = directoryOf(change.configuration().main().path()) + "/zpweb.d";
     for (const std::string& site : entriesOf(settings)) {
         const auto setting = tlsOf(change, site);
         if (!setting || !isConcerned(*setting)) {

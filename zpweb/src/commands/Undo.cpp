@@ -53,9 +53,10 @@ struct Version {
     Expected<std::string> before, after;
     Content now;
 
-    Version(const Transaction& change, const std::string& folder, size_t number, const ChangedFile& changed)
+    Version(const Transaction& change, const std::string& directory, size_t number,
+            const ChangedFile& changed)
         : file(changed),
-          kept(folder + "/" + std::to_string(number)),
+          kept(directory + "/" + std::to_string(number)),
           link(linkTarget(kept)),
           before(keptText(kept)),
           after(failure("not known")),
@@ -94,15 +95,15 @@ Outcome editedSince(Output& output, const Version& version) {
 // A key or certificate that a setting had: the server's check reads it where it was.
 bool isForServersCheck(const Transaction& change, const ChangedFile& file) {
     return file.after.empty() && file.path.ends_with(".pem") && !exists(file.path) &&
-           file.path.starts_with(folderOf(change.configuration().main().path()) + "/zpweb.d/");
+           file.path.starts_with(directoryOf(change.configuration().main().path()) + "/zpweb.d/");
 }
 
 // A change that does not come to stand takes it away again.
 Outcome makeNow(Transaction& change, const std::string& path, const std::string& kept) {
-    const std::string directory = folderOf(path);
-    Outcome made = change.willMake({folderOf(directory), directory, path});
-    made = made.ok() ? makeFolder(folderOf(directory), 0755) : made;
-    made = made.ok() ? makeFolder(directory, 0700) : made;
+    const std::string directory = directoryOf(path);
+    Outcome made = change.willMake({directoryOf(directory), directory, path});
+    made = made.ok() ? createDirectory(directoryOf(directory), 0755) : made;
+    made = made.ok() ? createDirectory(directory, 0700) : made;
     return made.ok() ? copyWhole(kept, path) : made;
 }
 
@@ -130,11 +131,11 @@ Outcome putBack(Transaction& change, const Version& version) {
 }
 
 // An edit of the same lines is most often a later change: then that goes first.
-Outcome putAllBack(Transaction& change, const Checkpoint& checkpoint, const std::string& folder,
+Outcome putAllBack(Transaction& change, const Checkpoint& checkpoint, const std::string& directory,
                    int newest) {
     const std::vector<ChangedFile>& files = checkpoint.change.files;
     for (size_t i = 0; i < files.size(); ++i) {
-        const Version version(change, folder, i, files[i]);
+        const Version version(change, directory, i, files[i]);
         if (newest > checkpoint.id && !version.isUnedited() && !version.merged()) {
             return failure("checkpoint " + std::to_string(newest) +
                            " was made since: undo the later changes first, or change it by hand");

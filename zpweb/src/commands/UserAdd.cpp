@@ -47,7 +47,7 @@ Command userAdd() {
         .words = "user add",
         .summary = "Add a web user",
         .action = add,
-        .parameters = {SiteName, User, OfFolder},
+        .parameters = {SiteName, User, OfDirectory},
         .operations = {"CZPUsers::UserCreate"},
         .examples = {"user add shop.example joe --password-file /root/joe"},
         .needsSecret = true,

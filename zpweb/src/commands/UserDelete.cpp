@@ -41,7 +41,7 @@ Command userDelete() {
         .words = "user delete",
         .summary = "Delete a web user",
         .action = remove,
-        .parameters = {SiteName, AnyUser, OfFolder, All},
+        .parameters = {SiteName, AnyUser, OfDirectory, All},
         .operations = {"CZPUsers::UserDelete", "CZPUsers::UserDeleteAll", "CZPUsers::UserExist"},
         .examples = {"user delete shop.example joe", "user delete shop.example --all"},
     };

@@ -17,7 +17,7 @@ Outcome list(Session& session, const Arguments& given) {
     if (!exists(users.file())) {
         return users.missing();
     }
-    CZPUsers manager(nullptr, "", users.domain.c_str(), users.folder.c_str());
+    CZPUsers manager(nullptr, "", users.domain.c_str(), users.directory.c_str());
     StringVector names;
     const int result = quietly(session.output, [&] { return manager.UserList(&names); });
     List& rows = session.output.list("users", {"user"});
@@ -34,7 +34,7 @@ Command userList() {
         .words = "user list",
         .summary = "List the web users",
         .action = list,
-        .parameters = {SiteName, OfFolder},
+        .parameters = {SiteName, OfDirectory},
         .operations = {"CZPUsers::UserList"},
         .examples = {"user list shop.example"},
     };

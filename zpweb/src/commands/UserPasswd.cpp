@@ -32,7 +32,7 @@ Command userPasswd() {
         .words = "user passwd",
         .summary = "Change a web user's password",
         .action = changePassword,
-        .parameters = {SiteName, User, OfFolder},
+        .parameters = {SiteName, User, OfDirectory},
         .operations = {"CZPUsers::ChangePasswd"},
         .examples = {"user passwd shop.example joe"},
         .needsSecret = true,

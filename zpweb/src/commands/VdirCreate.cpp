@@ -17,36 +17,36 @@ namespace {
 constexpr int BlockMade = zp::result::directory::Created;
 
 // The library takes the directory for that of the DocumentRoot line where the block has one.
-void showRoot(View& view, const std::string& folder) {
+void showRoot(View& view, const std::string& directory) {
     view.show(isOneOf({"DocumentRoot"}));
     if (view.lines().size() == 3) {
-        view.provide("DocumentRoot \"" + folder + "\"");
+        view.provide("DocumentRoot \"" + directory + "\"");
     }
 }
 
 // Another account's directory, anywhere on the host, is not a site's to be given.
-Outcome mayBeGiven(const std::string& folder, const std::string& home) {
+Outcome mayBeGiven(const std::string& directory, const std::string& home) {
     struct stat given {};
     struct stat owners {};
-    const bool inside = (folder + "/").starts_with(home + "/");
+    const bool inside = (directory + "/").starts_with(home + "/");
     return home.empty() || inside ||
-                   (lookAt(folder, given) && lookAt(home, owners) && given.st_uid == owners.st_uid)
+                   (lookAt(directory, given) && lookAt(home, owners) && given.st_uid == owners.st_uid)
                ? done()
-               : failure(folder + ": lies outside of the site's home " + home +
+               : failure(directory + ": lies outside of the site's home " + home +
                          " and is not its owner's; it is not given to the site");
 }
 
 Outcome createIn(Transaction& change, const BlockAt& at, const std::string& site, const Arguments& given) {
     const bool exact = change.settings().exact;
     const std::string home(at.in(change.configuration()).home);
-    if (Outcome ours = given[TakeOver] ? mayBeGiven(given[Folder], home) : done(); !ours.ok()) {
+    if (Outcome ours = given[TakeOver] ? mayBeGiven(given[Directory], home) : done(); !ours.ok()) {
         return ours;
     }
     SDDir record = directoryRecord(given, at.in(change.configuration()), exact);
     return editBlock(
         change, at,
         {.bound = zp::conf::bound::None,
-         .show = [&](View& view) { showRoot(view, given[Folder]); },
+         .show = [&](View& view) { showRoot(view, given[Directory]); },
          .run =
              [&](const std::string& staged, const std::string&) {
                  return CZPVirtualDirectory(nullptr, staged.c_str()).CreateVirtualDirectory(&record, 0);
@@ -59,23 +59,23 @@ Outcome createIn(Transaction& change, const BlockAt& at, const std::string& site
 }
 
 Outcome create(Transaction& change, const Site& site, const Arguments& given) {
-    const std::string folder = given[Folder];
+    const std::string directory = given[Directory];
     const std::string name = site.name();
-    if (!isFolder(folder)) {
+    if (!isDirectory(directory)) {
         return failure(Status::NotFound,
-                       "path " + inQuotes(folder) + ": no such folder; expected one that is there");
+                       "path " + inQuotes(directory) + ": no such directory; expected one that is there");
     }
     auto blocks = runningBlocks(change.configuration(), site, given);
     if (!blocks.ok()) {
         return blocks.outcome();
     }
     std::erase_if(*blocks,
-                  [&](const BlockAt& at) { return hasSection(at.in(change.configuration()), folder); });
+                  [&](const BlockAt& at) { return hasSection(at.in(change.configuration()), directory); });
     if (blocks->empty()) {
-        return existsAlready(folder + " has a block already: see vdir set");
+        return existsAlready(directory + " has a block already: see vdir set");
     }
     change.output().set("site", given[SiteName]);
-    change.output().set("folder", folder);
+    change.output().set("folder", directory);
     Outcome outcome = expectAsAsked(change, site, given);
     for (const BlockAt& at : *blocks) {
         outcome = outcome.ok() ? createIn(change, at, name, given) : outcome;
@@ -88,7 +88,7 @@ Outcome create(Transaction& change, const Site& site, const Arguments& given) {
 Command vdirCreate() {
     return {
         .words = "vdir create",
-        .summary = "Give a folder of a website a block of its own",
+        .summary = "Give a directory of a website a block of its own",
         .action = create,
         .parameters = blockSettings(),
         .operations = {"CZPVirtualDirectory::CreateVirtualDirectory"},

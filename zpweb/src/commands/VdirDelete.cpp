@@ -12,25 +12,25 @@ namespace {
 constexpr int BlockRemoved = zp::result::directory::Deleted;
 
 Outcome remove(Transaction& change, const Site& site, const Arguments& given) {
-    const std::string folder = given[Folder];
+    const std::string directory = given[Directory];
     auto blocks = runningBlocks(change.configuration(), site, given);
     if (!blocks.ok()) {
         return blocks.outcome();
     }
     std::erase_if(*blocks,
-                  [&](const BlockAt& at) { return !hasSection(at.in(change.configuration()), folder); });
+                  [&](const BlockAt& at) { return !hasSection(at.in(change.configuration()), directory); });
     if (blocks->empty()) {
-        return isNotThere(folder + " has no block in this site");
+        return isNotThere(directory + " has no block in this site");
     }
-    return editBlocks(
-        change, *blocks,
-        {.bound = zp::conf::bound::None,
-         .show = [&](View& view) { view.showSections(opensDirectory(folder)); },
-         .run =
-             [&](const std::string& staged, const std::string&) {
-                 return CZPVirtualDirectory(nullptr, staged.c_str()).DeleteVirtualDirectory(folder.c_str());
-             },
-         .meaning = expecting("DeleteVirtualDirectory", {BlockRemoved})});
+    return editBlocks(change, *blocks,
+                      {.bound = zp::conf::bound::None,
+                       .show = [&](View& view) { view.showSections(opensDirectory(directory)); },
+                       .run =
+                           [&](const std::string& staged, const std::string&) {
+                               return CZPVirtualDirectory(nullptr, staged.c_str())
+                                   .DeleteVirtualDirectory(directory.c_str());
+                           },
+                       .meaning = expecting("DeleteVirtualDirectory", {BlockRemoved})});
 }
 
 }  // namespace
@@ -38,9 +38,9 @@ Outcome remove(Transaction& change, const Site& site, const Arguments& given) {
 Command vdirDelete() {
     return {
         .words = "vdir delete",
-        .summary = "Remove a folder's block",
+        .summary = "Remove a directory's block",
         .action = remove,
-        .parameters = {SiteName, Folder, OnPort},
+        .parameters = {SiteName, Directory, OnPort},
         .operations = {"CZPVirtualDirectory::DeleteVirtualDirectory"},
         .examples = {"vdir delete shop.example /home/anna/shop.example/www/html/files"},
     };

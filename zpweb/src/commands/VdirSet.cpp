@@ -16,19 +16,19 @@ constexpr int BlockUpdated = zp::result::directory::Updated;
 char protection(bool wanted, bool hasSection) { return wanted == hasSection ? '1' : '0'; }
 
 Outcome setIn(Transaction& change, const BlockAt& at, const std::string& site, const Arguments& given) {
-    const std::string folder = given[Folder];
+    const std::string directory = given[Directory];
     const bool exact = change.settings().exact;
     const Statements statements(at.in(change.configuration()).text);
-    const std::vector<Statement> present = sectionOf(statements, folder);
+    const std::vector<Statement> present = sectionOf(statements, directory);
     SDDir record = directoryRecord(given, at.in(change.configuration()), exact);
     record.AnonAccess =
-        protection(exact && given[Protect], hasSection(at.in(change.configuration()), folder));
+        protection(exact && given[Protect], hasSection(at.in(change.configuration()), directory));
     return editBlock(
         change, at,
         {.bound = zp::conf::bound::None,
          .show =
              [&](View& view) {
-                 view.showSections(opensDirectory(folder),
+                 view.showSections(opensDirectory(directory),
                                    [&](const Statement& statement) { return isNamed(given, statement); });
              },
          .run =
@@ -41,7 +41,7 @@ Outcome setIn(Transaction& change, const BlockAt& at, const std::string& site, c
              [&](std::string_view made) {
                  return exact ? std::string(made) : withAccess(made, given, site, present);
              },
-         .makes = exact && given[Protect] ? std::vector<std::string>{folder + "/webusers.htpasswd"}
+         .makes = exact && given[Protect] ? std::vector<std::string>{directory + "/webusers.htpasswd"}
                                           : std::vector<std::string>()});
 }
 
@@ -49,7 +49,7 @@ Outcome set(Transaction& change, const Site& site, const Arguments& given) {
     const std::string name = site.name();
     const auto blocks = runningBlocks(change.configuration(), site, given);
     change.output().set("site", given[SiteName]);
-    change.output().set("folder", given[Folder]);
+    change.output().set("folder", given[Directory]);
     Outcome outcome = blocks.ok() ? expectAsAsked(change, site, given) : blocks.outcome();
     for (size_t i = 0; outcome.ok() && i < blocks->size(); ++i) {
         outcome = setIn(change, (*blocks)[i], name, given);
@@ -62,7 +62,7 @@ Outcome set(Transaction& change, const Site& site, const Arguments& given) {
 Command vdirSet() {
     return {
         .words = "vdir set",
-        .summary = "Change a folder's settings",
+        .summary = "Change a directory's settings",
         .action = set,
         .parameters = blockSettings(),
         .operations = {"CZPVirtualDirectory::UpdateVirtualDirectory"},

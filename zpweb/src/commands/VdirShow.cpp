@@ -25,13 +25,13 @@ std::string switchText(const SOptions& options) {
 }
 
 // What the server has of the directory's sections: who may see it, the options, and where they stand.
-void showEffective(Output& output, const Reading& reading, const Site& site, const std::string& folder) {
+void showEffective(Output& output, const Reading& reading, const Site& site, const std::string& directory) {
     std::vector<std::string> terms;
     std::vector<std::string> places;
     std::string options;
     std::string users;
     for (const VirtualHost* host : servedBlocks(reading, site)) {
-        for (const uint32_t section : directorySections(reading, host->directive, folder)) {
+        for (const uint32_t section : directorySections(reading, host->directive, directory)) {
             places.push_back(reading.originOf(reading.directives()[section]).text());
             const std::vector<std::string> here = termsOf(reading, section);
             terms = here.empty() ? terms : here;
@@ -52,7 +52,7 @@ Outcome show(Session& session, const Configuration& configuration, const Site& s
     const Place& place = site.first();
     SDDir record{};
     setField(record.DomainName, domainOf(*place.block));
-    setField(record.DirPath, given[Folder]);
+    setField(record.DirPath, given[Directory]);
     const Readable readable(*place.block);
     CZPVirtualDirectory manager(nullptr, readable.path().c_str());
     Output& output = session.output;
@@ -86,9 +86,9 @@ Outcome show(Session& session, const Configuration& configuration, const Site& s
 Command vdirShow() {
     return {
         .words = "vdir show",
-        .summary = "Show a folder's settings",
+        .summary = "Show a directory's settings",
         .action = show,
-        .parameters = {SiteName, Folder},
+        .parameters = {SiteName, Directory},
         .operations = {"CZPVirtualDirectory::GetVirtualDirectoryinfo",
                        "CZPVirtualDirectory::VirtualDirectoryExists",
                        "CZPVirtualDirectory::DirectoryRequired"},

@@ -7,7 +7,7 @@
 
 #include "host/Tree.h"
 #include "sys/File.h"
-#include "sys/GuardedFolder.h"
+#include "sys/GuardedDirectory.h"
 
 namespace zpweb {
 
@@ -26,7 +26,7 @@ void note(std::string& text, int directory, const char* name, const std::string&
 }
 
 Outcome noteTree(std::string& text, const std::string& path) {
-    const auto parent = openGuarded(folderOf(path));
+    const auto parent = openGuarded(directoryOf(path));
     if (!parent.ok()) {
         return parent.outcome();
     }
@@ -49,12 +49,12 @@ Outcome noteTree(std::string& text, const std::string& path) {
 
 // False when it is no longer the same file, or cannot be given.
 bool giveBack(const std::string& path, ino_t inode, uid_t user, gid_t group, mode_t mode) {
-    const auto folder = openGuarded(folderOf(path));
-    if (!folder.ok()) {
+    const auto directory = openGuarded(directoryOf(path));
+    if (!directory.ok()) {
         return false;
     }
     const Descriptor place(
-        ::openat(folder->number(), nameOf(path).c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
+        ::openat(directory->number(), nameOf(path).c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
     struct stat now {};
     if (!place.isOpen() || ::fstat(place.number(), &now) != 0 || now.st_ino != inode ||
         (!S_ISDIR(now.st_mode) && (now.st_nlink > 1 || (mode & (S_ISUID | S_ISGID)) != 0))) {

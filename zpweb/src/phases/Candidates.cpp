@@ -18,7 +18,7 @@ bool onSameFileSystem(const std::string& a, const std::string& b) {
 }
 
 // A directory of this program's alone beside the configuration.
-std::string nearStage(const State& state) { return folderOf(state.configuration) + "/.zpweb-stage"; }
+std::string nearStage(const State& state) { return directoryOf(state.configuration) + "/.zpweb-stage"; }
 
 Outcome writeCandidate(const std::string& candidate, const StagedFile& file) {
     if (file.after.isLink()) {
@@ -43,9 +43,9 @@ Outcome giveAttributes(const std::string& path, const StagedFile& file) {
 }  // namespace
 
 std::string standingAbove(const std::string& path) {
-    std::string directory = folderOf(path);
-    while (directory.size() > 1 && !isFolder(directory)) {
-        directory = folderOf(directory);
+    std::string directory = directoryOf(path);
+    while (directory.size() > 1 && !isDirectory(directory)) {
+        directory = directoryOf(directory);
     }
     return directory;
 }
@@ -58,8 +58,8 @@ std::string Candidates::placeOf(const std::string& path, size_t number) const {
                (path == state_.configuration ? nameOf(path) : std::to_string(number) + "-" + nameOf(path));
     }
     const std::string near = nearStage(state_);
-    return onSameFileSystem(directory, folderOf(near)) ? near + "/.zpweb-" + std::to_string(number)
-                                                       : folderOf(path) + "/.zpweb-" + nameOf(path);
+    return onSameFileSystem(directory, directoryOf(near)) ? near + "/.zpweb-" + std::to_string(number)
+                                                          : directoryOf(path) + "/.zpweb-" + nameOf(path);
 }
 
 std::vector<std::string> Candidates::place(std::map<std::string, StagedFile>& files) {
@@ -72,7 +72,7 @@ std::vector<std::string> Candidates::place(std::map<std::string, StagedFile>& fi
             continue;
         }
         file.candidate = placeOf(path, ++number);
-        const std::string directory = folderOf(file.candidate);
+        const std::string directory = directoryOf(file.candidate);
         nearUsed = nearUsed || directory == near;
         if (directory != state_.stage()) {
             outside.push_back(file.candidate);
@@ -86,7 +86,7 @@ std::vector<std::string> Candidates::place(std::map<std::string, StagedFile>& fi
 
 Outcome Candidates::makeOne(const std::string& path, StagedFile& file) const {
     const std::string near = nearStage(state_);
-    Outcome made = folderOf(file.candidate) == near ? makeFolder(near, 0700) : done();
+    Outcome made = directoryOf(file.candidate) == near ? createDirectory(near, 0700) : done();
     ::unlink(file.candidate.c_str());
     if (!made.ok() || !file.after) {  // the place is for what goes
         return made;

@@ -15,7 +15,7 @@
 #include "store/Checkpoints.h"
 #include "store/Clock.h"
 #include "sys/File.h"
-#include "sys/GuardedFolder.h"
+#include "sys/GuardedDirectory.h"
 #include "sys/Hash.h"
 #include "text/Patch.h"
 
@@ -101,7 +101,7 @@ Outcome addFile(const Place& place, const ChangedFile& changed, const std::strin
 }
 
 Outcome putInPlace(const ChangedFile& changed, const std::string& candidate, bool& again) {
-    auto directory = openGuarded(folderOf(changed.path));
+    auto directory = openGuarded(directoryOf(changed.path));
     if (!directory.ok()) {
         return directory.outcome();
     }
@@ -114,7 +114,7 @@ Outcome putInPlace(const ChangedFile& changed, const std::string& candidate, boo
 Outcome syncDirectories(const Journal& journal) {
     std::set<std::string> directories;
     for (const ChangedFile& changed : journal.files) {
-        directories.insert(folderOf(changed.path));
+        directories.insert(directoryOf(changed.path));
     }
     for (const std::string& path : directories) {
         const auto directory = openGuarded(path);
@@ -126,13 +126,13 @@ Outcome syncDirectories(const Journal& journal) {
 }
 
 Outcome keep(const State& state, const Journal& journal, const std::map<std::string, StagedFile>& files) {
-    const std::string folder = state.checkpoint(journal.checkpoint);
+    const std::string directory = state.checkpoint(journal.checkpoint);
     for (size_t i = 0; i < journal.files.size(); ++i) {
         const StagedFile& file = files.at(journal.files[i].path);
         if (!file.before) {
             continue;
         }
-        const std::string name = folder + "/" + std::to_string(i);
+        const std::string name = directory + "/" + std::to_string(i);
         Outcome kept = keepAs(journal.files[i].path, name);
         if (kept.ok() && !file.before.isLink() && !file.after.isLink()) {
             Patch patch = patchOf(file.before, file.after);
@@ -195,12 +195,12 @@ Outcome keepEach(const Committing& change, const Journal& journal) {
     Outcome outcome;
     for (size_t k = 0; outcome.ok() && k < journal.members.size(); ++k) {
         const Journal& member = journal.members[k];
-        const std::string folder = change.state.checkpoint(member.checkpoint);
+        const std::string directory = change.state.checkpoint(member.checkpoint);
         outcome = member.makes() ? makeCheckpoint(change.state, member.checkpoint) : done();
         const std::vector<FileStep>& steps = change.steps[k];
         for (size_t i = 0; outcome.ok() && i < steps.size(); ++i) {
-            outcome = keepStep(steps[i], change.files.at(steps[i].path), folder + "/" + std::to_string(i),
-                               earlier);
+            outcome = keepStep(steps[i], change.files.at(steps[i].path),
+                               directory + "/" + std::to_string(i), earlier);
         }
         std::for_each(steps.begin(), steps.end(), [&](const FileStep& step) { earlier.pass(step); });
         if (outcome.ok() && member.makes()) {

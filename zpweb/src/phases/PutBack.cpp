@@ -7,7 +7,7 @@
 
 #include "sys/Copy.h"
 #include "sys/File.h"
-#include "sys/GuardedFolder.h"
+#include "sys/GuardedDirectory.h"
 #include "sys/Hash.h"
 
 namespace zpweb {
@@ -36,7 +36,7 @@ Outcome putBackBeside(const std::string& kept, const Descriptor& directory, cons
 
 // In a directory that is held open, so that its owner cannot lead the step elsewhere.
 Outcome putBackFrom(const std::string& kept, const ChangedFile& changed) {
-    const auto directory = openGuarded(folderOf(changed.path));
+    const auto directory = openGuarded(directoryOf(changed.path));
     if (!directory.ok()) {
         return directory.outcome();
     }
@@ -75,7 +75,7 @@ Outcome putBack(const State& state, const Journal& journal) {
         if (!back.ok()) {
             outcome = failure("cannot put back " + changed.path + " from " + kept + ": " + back.message);
         }
-        static_cast<void>(sync(folderOf(changed.path)));
+        static_cast<void>(sync(directoryOf(changed.path)));
     }
     return outcome;
 }

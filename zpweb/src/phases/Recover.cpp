@@ -128,7 +128,7 @@ private:
 
 Outcome recover(const State& state, Output& output, bool dryRun) {
     if (dryRun && (exists(state.journal()) || exists(state.stage()))) {
-        return failure("an interrupted run has left something in " + state.folder +
+        return failure("an interrupted run has left something in " + state.directory +
                        ": a dry run leaves it as it is; the next change clears it up first");
     }
     if (!dryRun) {
@@ -151,7 +151,8 @@ Outcome recover(const State& state, Output& output, bool dryRun) {
     }
     removeTree(state.stage());
     removeTree(state.journal());
-    return exists(state.journal()) ? failure(state.journal() + ": cannot be removed") : sync(state.folder);
+    return exists(state.journal()) ? failure(state.journal() + ": cannot be removed")
+                                   : sync(state.directory);
 }
 
 }  // namespace zpweb

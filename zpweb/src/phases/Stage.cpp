@@ -189,7 +189,8 @@ Outcome runStaged(const std::string& work, const std::function<Outcome()>& opera
 Outcome emptyDirectory(const std::string& path) {
     const auto entries = listed(path);
     if (!entries.ok()) {
-        return entries.outcome().status == Status::NotFound ? makeFolder(path, 0700) : entries.outcome();
+        return entries.outcome().status == Status::NotFound ? createDirectory(path, 0700)
+                                                            : entries.outcome();
     }
     for (const std::string& name : *entries) {
         removeTree(path + "/" + name);

@@ -36,7 +36,7 @@ std::vector<std::string> matches(const std::string& pattern) {
 }
 
 void addTree(const std::string& path, std::vector<std::string>& files, int depth) {
-    if (!isFolder(path)) {
+    if (!isDirectory(path)) {
         files.push_back(path);
         return;
     }
@@ -59,7 +59,7 @@ std::string behind(const std::string& path, const Content& content) {
         return path;
     }
     const std::string& target = content.text();
-    const std::string joined = target.starts_with('/') ? target : folderOf(path) + "/" + target;
+    const std::string joined = target.starts_with('/') ? target : directoryOf(path) + "/" + target;
     return std::filesystem::path(joined).lexically_normal();
 }
 
@@ -397,7 +397,7 @@ std::vector<std::string> Configuration::included(std::string_view pattern) const
     std::erase_if(files, [&](const std::string& name) { return changed.contains(name); });
     std::copy_if(changed.begin(), changed.end(), std::back_inserter(files),
                  [&](const std::string& name) { return static_cast<bool>(otherwise_.at(name)); });
-    if (hasWildcard(path) || isFolder(path)) {
+    if (hasWildcard(path) || isDirectory(path)) {
         std::sort(files.begin(), files.end());
     }
     return files;
@@ -422,7 +422,7 @@ bool Configuration::changesNames(std::string_view pattern) const {
 
 bool Configuration::includes(const std::string& path) const {
     const Includes& all = includes();
-    for (std::string named = path; named.size() > 1; named = folderOf(named)) {
+    for (std::string named = path; named.size() > 1; named = directoryOf(named)) {
         if (all.paths.contains(named)) {
             return true;
         }

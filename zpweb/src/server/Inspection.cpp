@@ -26,10 +26,10 @@ using LiveOf = std::unordered_map<std::string_view, std::string_view>;
 
 // The text with the names of staged files in one directory replaced. A name ends where a line number, a
 // quote or the line's end follows.
-std::string withLiveNamesIn(const std::string& folder, std::string text, const LiveOf& live) {
+std::string withLiveNamesIn(const std::string& directory, std::string text, const LiveOf& live) {
     std::string renamed;
     size_t from = 0;
-    for (size_t at = 0; (at = text.find(folder, at)) != std::string::npos;) {
+    for (size_t at = 0; (at = text.find(directory, at)) != std::string::npos;) {
         const size_t end = std::min(text.find_first_of(":\"\n", at), text.size());
         const auto name = live.find(std::string_view(text).substr(at, end - at));
         if (name != live.end()) {
@@ -45,15 +45,15 @@ std::string withLiveNamesIn(const std::string& folder, std::string text, const L
 // many they are.
 std::string withLiveNames(std::string text, const LiveNames& names) {
     LiveOf live;
-    std::set<std::string> folders;
+    std::set<std::string> directories;
     for (const auto& [staged, name] : names) {
         if (staged != name) {
             live.emplace(staged, name);
-            folders.insert(folderOf(staged) + "/");
+            directories.insert(directoryOf(staged) + "/");
         }
     }
-    for (const std::string& folder : folders) {
-        text = withLiveNamesIn(folder, std::move(text), live);
+    for (const std::string& directory : directories) {
+        text = withLiveNamesIn(directory, std::move(text), live);
     }
     return text;
 }

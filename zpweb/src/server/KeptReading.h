@@ -1,5 +1,5 @@
-// The reading of the live configuration, kept in the state folder with the fingerprints of all that it was
-// made of, so that the server need not be asked again while nothing has changed.
+// The reading of the live configuration, kept in the state directory with the fingerprints of all that it
+// was made of, so that the server need not be asked again while nothing has changed.
 #pragma once
 
 #include <functional>

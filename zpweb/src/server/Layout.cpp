@@ -26,7 +26,7 @@ std::string directoryIn(std::string_view pattern, const Configuration& configura
         path.pop_back();
     }
     if (path.ends_with("/*.conf") || path.ends_with("/*")) {
-        path = folderOf(path);
+        path = directoryOf(path);
     }
     return path;
 }
@@ -59,7 +59,8 @@ ByTarget linksIn(const std::string& directory) {
 }  // namespace
 
 std::string Layout::targetOf(const std::string& file) const {
-    return folderOf(directory) == folderOf(links) ? "../" + nameOf(directory) + "/" + nameOf(file) : file;
+    return directoryOf(directory) == directoryOf(links) ? "../" + nameOf(directory) + "/" + nameOf(file)
+                                                        : file;
 }
 
 std::vector<std::string> Layout::linksTo(const std::string& file) const {
@@ -82,13 +83,13 @@ Layout layoutOf(const Configuration& configuration) {
         for (const IncludeLine& include : file->server().includes) {
             const std::string directory = directoryIn(include.pattern, configuration);
             if (rankOf(directory) < (best.empty() ? Directories.size() : rankOf(best)) &&
-                isFolder(directory)) {
+                isDirectory(directory)) {
                 best = directory;
             }
         }
     }
-    const std::string available = folderOf(best) + "/" + std::string(LinkedFrom);
-    return nameOf(best) == Linked && isFolder(available) ? Layout{available, best} : Layout{best, ""};
+    const std::string available = directoryOf(best) + "/" + std::string(LinkedFrom);
+    return nameOf(best) == Linked && isDirectory(available) ? Layout{available, best} : Layout{best, ""};
 }
 
 }  // namespace zpweb

@@ -54,18 +54,18 @@ std::vector<NamedLog> namedLogs(const Configuration& configuration) {
     return logs;
 }
 
-std::vector<std::string> missingLogFolders(const Configuration& configuration) {
+std::vector<std::string> missingLogDirectories(const Configuration& configuration) {
     std::vector<std::string> missing;
     std::set<std::string> present;
     for (const NamedLog& log : namedLogs(configuration)) {
-        const std::string folder = folderOf(log.path);
-        if (present.contains(folder)) {
+        const std::string directory = directoryOf(log.path);
+        if (present.contains(directory)) {
             continue;
         }
-        if (isFolder(folder)) {
-            present.insert(folder);
+        if (isDirectory(directory)) {
+            present.insert(directory);
         } else {
-            missing.push_back(log.file->path() + ":" + std::to_string(log.line + 1) + ": " + folder);
+            missing.push_back(log.file->path() + ":" + std::to_string(log.line + 1) + ": " + directory);
         }
     }
     return missing;

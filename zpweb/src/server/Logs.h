@@ -16,7 +16,7 @@ struct NamedLog {
 // The log files that the text names, in and outside of blocks, but for those that are named by a variable.
 std::vector<NamedLog> namedLogs(const Configuration& configuration);
 
-// Log files whose folder is missing, with the place where they are named: FILE:LINE: FOLDER.
-std::vector<std::string> missingLogFolders(const Configuration& configuration);
+// Log files whose directory is missing, with the place where they are named: FILE:LINE: FOLDER.
+std::vector<std::string> missingLogDirectories(const Configuration& configuration);
 
 }  // namespace zpweb

@@ -7,7 +7,7 @@ namespace zpweb {
 
 namespace {
 
-// $1 the file of variables, $2 a folder that exists; then the program and its arguments.
+// $1 the file of variables, $2 a directory that exists; then the program and its arguments.
 constexpr const char* Start = R"(OPTIONS=
 [ ! -r /etc/sysconfig/httpd ] || . /etc/sysconfig/httpd
 [ ! -r "$1" ] || . "$1"
@@ -20,16 +20,16 @@ exec "$program" $APACHE_ARGUMENTS $OPTIONS "$@")";
 
 }  // namespace
 
-Program::Program(const std::string& main) : present_(main.empty() ? "/" : folderOf(main)) {
+Program::Program(const std::string& main) : present_(main.empty() ? "/" : directoryOf(main)) {
     for (const char* name : {"apache2", "httpd", "apache2ctl", "apachectl"}) {
         if (path_.empty()) {
             path_ = findProgram(name);
         }
     }
-    const std::string folder = folderOf(main);
-    environment_ = (folder.starts_with("/etc/apache2-") ? folder : "/etc/apache2") + "/envvars";
+    const std::string directory = directoryOf(main);
+    environment_ = (directory.starts_with("/etc/apache2-") ? directory : "/etc/apache2") + "/envvars";
     if (!exists(environment_)) {
-        environment_ = folderOf(path_) + "/envvars";
+        environment_ = directoryOf(path_) + "/envvars";
     }
 }
 
@@ -40,12 +40,12 @@ std::vector<std::string> Program::command(const std::vector<std::string>& argume
 }
 
 std::string Program::infoModule() const {
-    for (const std::string& folder :
+    for (const std::string& directory :
          {builtInValue("HTTPD_ROOT") + "/modules", std::string("/usr/lib/apache2/modules"),
           std::string("/usr/lib64/httpd/modules"), std::string("/usr/lib/httpd/modules"),
-          folderOf(folderOf(path_)) + "/modules"}) {
-        if (isFile(folder + "/mod_info.so")) {
-            return folder + "/mod_info.so";
+          directoryOf(directoryOf(path_)) + "/modules"}) {
+        if (isFile(directory + "/mod_info.so")) {
+            return directory + "/mod_info.so";
         }
     }
     return {};

@@ -1,8 +1,8 @@
 // The server's program: where it is, and how it is asked about a configuration without a trace on the
 // machine.
 //
-// The control script is not used for that: Debian's makes folders below /run, with modes that the server
-// cannot use when it has not run yet.
+// The control script is not used for that: Debian's makes directories below /run, with modes that the
+// server cannot use when it has not run yet.
 #pragma once
 
 #include <string>
@@ -21,8 +21,8 @@ public:
     const std::string& environment() const {
         return environment_;
     }  // the file of variables that it starts with
-    // The words of a run with its variables and its usual arguments. Run folders that the variables name
-    // and that are not there yet are taken for present.
+    // The words of a run with its variables and its usual arguments. Run directories that the variables
+    // name and that are not there yet are taken for present.
     std::vector<std::string> command(const std::vector<std::string>& arguments) const;
     // The same for a check that prints the reading of a configuration file.
     std::vector<std::string> readingOf(const std::string& file) const;

@@ -107,7 +107,7 @@ std::string Server::obstacle(const Configuration& configuration, pid_t master) c
                    std::to_string(socket.port) + ": the address is not free";
         }
     }
-    const std::vector<std::string> missing = missingLogFolders(configuration);
+    const std::vector<std::string> missing = missingLogDirectories(configuration);
     return missing.empty() ? "" : "missing log folder: " + missing.front();
 }
 

@@ -83,7 +83,7 @@ std::string answerLines(const std::string& page) {
 
 // In a directory that root alone can enter.
 Expected<std::string> tlsLines(Transaction& change) {
-    const std::string directory = folderOf(change.configuration().main().path()) + "/zpweb.d/" + Name;
+    const std::string directory = directoryOf(change.configuration().main().path()) + "/zpweb.d/" + Name;
     const std::string lines = "\tSSLEngine on\n\tSSLCertificateFile \"" + directory +
                               "/certificate.pem\"\n\tSSLCertificateKeyFile \"" + directory + "/key.pem\"\n";
     if (exists(directory + "/key.pem")) {
@@ -91,11 +91,11 @@ Expected<std::string> tlsLines(Transaction& change) {
     }
     // The server's check reads them where they are.
     const auto pair = selfSigned(ServerName);
-    Outcome outcome = pair.ok() ? change.willMake({folderOf(directory), directory,
+    Outcome outcome = pair.ok() ? change.willMake({directoryOf(directory), directory,
                                                    directory + "/certificate.pem", directory + "/key.pem"})
                                 : pair.outcome();
-    outcome = outcome.ok() ? makeFolder(folderOf(directory), 0755) : outcome;
-    outcome = outcome.ok() ? makeFolder(directory, 0700) : outcome;
+    outcome = outcome.ok() ? createDirectory(directoryOf(directory), 0755) : outcome;
+    outcome = outcome.ok() ? createDirectory(directory, 0700) : outcome;
     outcome =
         outcome.ok() ? writeNewFile(directory + "/certificate.pem", pair->certificate, 0600) : outcome;
     outcome = outcome.ok() ? writeNewFile(directory + "/key.pem", pair->key, 0600) : outcome;
@@ -156,7 +156,7 @@ Outcome dropCatchAll(Transaction& change) {
     if (!serverFileText(change, ServerFileKind::FirstSite, Name)) {
         return done();
     }
-    const std::string directory = folderOf(change.configuration().main().path()) + "/zpweb.d/" + Name;
+    const std::string directory = directoryOf(change.configuration().main().path()) + "/zpweb.d/" + Name;
     change.asked().anyName = true;
     Outcome outcome = dropServerFile(change, ServerFileKind::FirstSite, Name);
     for (const char* file : {"/certificate.pem", "/key.pem"}) {

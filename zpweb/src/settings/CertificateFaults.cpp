@@ -10,7 +10,7 @@
 #include "settings/CertificateChain.h"
 #include "sys/File.h"
 #include "sys/Fingerprint.h"
-#include "sys/GuardedFolder.h"
+#include "sys/GuardedDirectory.h"
 #include "sys/Look.h"
 
 namespace zpweb {
@@ -91,7 +91,7 @@ void addOpenness(Faults& faults, const std::string& file) {
 
 // Files that a site's owner could exchange are none that the server may show.
 void addWay(Faults& faults, const std::string& file) {
-    if (Outcome reached = reachedWithoutForeignLink(folderOf(file)); !reached.ok()) {
+    if (Outcome reached = reachedWithoutForeignLink(directoryOf(file)); !reached.ok()) {
         faults.push_back(reached.message);
     }
 }

@@ -38,7 +38,7 @@ Outcome putBack(const std::string& kept, const std::string& path) {
     if (!put.ok()) {
         ::unlink(fresh.c_str());
     }
-    return put.ok() ? sync(folderOf(*real)) : put;
+    return put.ok() ? sync(directoryOf(*real)) : put;
 }
 
 }  // namespace
@@ -54,8 +54,8 @@ bool KeptCertificate::is(const std::string& fingerprint) const {
 }
 
 Outcome KeptCertificate::keep() const {
-    Outcome kept = makeFolder(above_, OwnDirectory);
-    kept = kept.ok() ? makeFolder(directory_, OwnDirectory) : kept;
+    Outcome kept = createDirectory(above_, OwnDirectory);
+    kept = kept.ok() ? createDirectory(directory_, OwnDirectory) : kept;
     // The certificate last: where it is there, its key is.
     for (const auto& [name, path] :
          {std::pair(Key, files_.key), std::pair(Certificate, files_.certificate)}) {

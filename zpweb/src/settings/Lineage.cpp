@@ -38,7 +38,7 @@ std::string fromDirectory(const std::string& directory, const std::string& targe
 
 // The number of the file that holds the certificate; empty when none does.
 std::string numberOf(const std::string& directory, const Numbered& link, const std::string& fingerprint) {
-    const std::string archive = folderOf(fromDirectory(directory, link.before));
+    const std::string archive = directoryOf(fromDirectory(directory, link.before));
     const std::string stem = nameOf(link.before);
     for (const std::string& name : entriesOf(archive)) {
         const auto each = numberedFrom(name);
@@ -69,7 +69,7 @@ bool isNumberedLink(const std::string& certificate) {
 }
 
 Outcome leadBack(const std::string& certificate, const std::string& fingerprint) {
-    const std::string directory = folderOf(certificate);
+    const std::string directory = directoryOf(certificate);
     const auto target = linkTarget(certificate);
     const auto link = target ? numberedFrom(*target) : std::nullopt;
     const std::string number = link ? numberOf(directory, *link, fingerprint) : "";

@@ -35,7 +35,7 @@ Json jsonOf(const LogPolicies& policies) {
 // Who does the work where the directory is not root's: root itself would be led by what is placed there.
 std::string accountLine(const std::string& log) {
     struct stat status {};
-    if (!lookAt(folderOf(log), status) || status.st_uid == 0) {
+    if (!lookAt(directoryOf(log), status) || status.st_uid == 0) {
         return "    create\n";  // as the log is: a site's owner goes on reading it
     }
     const passwd* user = ::getpwuid(status.st_uid);

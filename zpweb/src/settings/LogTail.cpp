@@ -10,7 +10,7 @@
 #include <thread>
 
 #include "sys/File.h"
-#include "sys/GuardedFolder.h"
+#include "sys/GuardedDirectory.h"
 #include "text/Lines.h"
 
 namespace zpweb {
@@ -20,7 +20,7 @@ namespace {
 constexpr off_t LongestEnd = 256L * 1024;
 
 Expected<Descriptor> openLog(const std::string& path) {
-    const auto directory = openGuarded(folderOf(path));
+    const auto directory = openGuarded(directoryOf(path));
     if (!directory.ok()) {
         return directory.outcome();
     }

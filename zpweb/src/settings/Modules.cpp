@@ -102,8 +102,8 @@ Outcome enable(Transaction& change, const std::string& base, const std::string& 
 Expected<std::string> loadLine(const Configuration& configuration, const std::string& name) {
     const Found other = lastLine(configuration, "LoadModule");
     const std::string known = other.file == nullptr ? "" : wordOf(other.file->lines()[other.line], 2);
-    const std::string folder = known.find('/') == std::string::npos ? "modules" : folderOf(known);
-    const std::string file = folder + "/mod_" + name + ".so";
+    const std::string directory = known.find('/') == std::string::npos ? "modules" : directoryOf(known);
+    const std::string file = directory + "/mod_" + name + ".so";
     const std::string whole = file.starts_with('/') ? file : configuration.serverRoot() + "/" + file;
     return exists(whole) ? Expected("LoadModule " + name + "_module " + file) : notInstalled(name);
 }
@@ -117,16 +117,16 @@ Outcome addToDirectory(Transaction& change, const std::string& directory, const 
 
 Outcome provide(Transaction& change, const std::string& name) {
     change.asked().everything = true;  // what a module brings along holds for the server
-    const std::string base = folderOf(change.configuration().main().path());
+    const std::string base = directoryOf(change.configuration().main().path());
     const std::string root = change.configuration().serverRoot();
-    if (isFolder(base + "/mods-available") && isFolder(base + "/mods-enabled")) {
+    if (isDirectory(base + "/mods-available") && isDirectory(base + "/mods-enabled")) {
         return enable(change, base, name);
     }
     const auto line = loadLine(change.configuration(), name);
     if (!line.ok()) {
         return line.outcome();
     }
-    if (isFolder(root + "/conf.modules.d")) {
+    if (isDirectory(root + "/conf.modules.d")) {
         return addToDirectory(change, root + "/conf.modules.d", *line);
     }
     const Found other = lastLine(change.configuration(), "LoadModule");

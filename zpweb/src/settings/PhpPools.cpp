@@ -53,10 +53,10 @@ void addPools(std::vector<Pool>& pools, const std::string& file, const std::stri
     finish();
 }
 
-void addPoolsIn(std::vector<Pool>& pools, const std::string& folder, const std::string& version) {
-    for (const std::string& name : entriesOf(folder)) {
+void addPoolsIn(std::vector<Pool>& pools, const std::string& directory, const std::string& version) {
+    for (const std::string& name : entriesOf(directory)) {
         if (name.ends_with(".conf")) {
-            addPools(pools, folder + "/" + name, version);
+            addPools(pools, directory + "/" + name, version);
         }
     }
 }

@@ -8,7 +8,7 @@
 
 #include "settings/Proof.h"
 #include "sys/File.h"
-#include "sys/GuardedFolder.h"
+#include "sys/GuardedDirectory.h"
 
 namespace zpweb {
 

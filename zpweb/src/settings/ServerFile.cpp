@@ -28,13 +28,13 @@ bool readsDirectory(const Configuration& configuration, const std::string& direc
 }
 
 Location locationOf(const Configuration& configuration, ServerFileKind kind, const std::string& name) {
-    const std::string base = folderOf(configuration.main().path());
+    const std::string base = directoryOf(configuration.main().path());
     const std::string root = configuration.serverRoot();
     const bool site = kind == ServerFileKind::FirstSite;
     const std::string group = site ? "sites" : "conf";
     // Digits and a hyphen before digits come first in the order of names.
     const std::string entry = (site ? "000-" : "zpweb-") + name + ".conf";
-    if (isFolder(base + "/" + group + "-available") &&
+    if (isDirectory(base + "/" + group + "-available") &&
         readsDirectory(configuration, base + "/" + group + "-enabled")) {
         return {base + "/" + group + "-available/" + entry, base + "/" + group + "-enabled/" + entry,
                 "../" + group + "-available/" + entry, ""};

@@ -36,7 +36,7 @@ const char* nameOf(Setting setting) {
 }
 
 std::string settingPath(const std::string& mainConfiguration, const std::string& site, Setting setting) {
-    return folderOf(mainConfiguration) + "/zpweb.d/" + site + "/" + nameOf(setting) + ".conf";
+    return directoryOf(mainConfiguration) + "/zpweb.d/" + site + "/" + nameOf(setting) + ".conf";
 }
 
 std::string settingText(const std::string& site, Setting setting, const SettingText& content) {

@@ -165,8 +165,8 @@ Outcome dropSetting(Transaction& change, const SettingPlace& place) {
 }
 
 Outcome removeSettingFile(Transaction& change, const std::string& path) {
-    change.mayEmpty(folderOf(folderOf(path)));
-    change.mayEmpty(folderOf(path));
+    change.mayEmpty(directoryOf(directoryOf(path)));
+    change.mayEmpty(directoryOf(path));
     return change.unlink(path);
 }
 

@@ -78,7 +78,7 @@ Outcome proveTls(const Transaction& change, const std::string& site) {
 }
 
 KeptCertificate keptOf(const Transaction& change, const TlsSetting& setting) {
-    return {change.state().folder, setting.files};
+    return {change.state().directory, setting.files};
 }
 
 int httpPortOf(const std::vector<Place>& places, int httpsPort) {

@@ -49,8 +49,8 @@ std::string Checkpoint::text() const {
     return json.dump();
 }
 
-std::optional<Checkpoint> Checkpoint::read(const std::string& folder) {
-    const auto text = readFile(folder + "/change");
+std::optional<Checkpoint> Checkpoint::read(const std::string& directory) {
+    const auto text = readFile(directory + "/change");
     const auto json = text.ok() ? parsedObject(*text) : std::nullopt;
     if (!json) {
         return std::nullopt;
@@ -85,18 +85,18 @@ Expected<int> nextCheckpoint(const State& state) {
 }
 
 Outcome makeCheckpoint(const State& state, int number) {
-    const std::string folder = state.checkpoint(number);
-    Outcome made = makeFolder(state.checkpoints(), 0700);
+    const std::string directory = state.checkpoint(number);
+    Outcome made = createDirectory(state.checkpoints(), 0700);
     made = made.ok() ? setCounted(state, number) : made;
-    removeTree(folder);
-    return made.ok() ? makeFolder(folder, 0700) : made;
+    removeTree(directory);
+    return made.ok() ? createDirectory(directory, 0700) : made;
 }
 
 Outcome describeCheckpoint(const State& state, const Checkpoint& checkpoint) {
-    const std::string folder = state.checkpoint(checkpoint.id);
-    const std::string change = folder + "/change";
+    const std::string directory = state.checkpoint(checkpoint.id);
+    const std::string change = directory + "/change";
     Outcome outcome = writeNewFile(change, checkpoint.text(), 0600);
-    for (const std::string& path : {change, folder, state.checkpoints()}) {
+    for (const std::string& path : {change, directory, state.checkpoints()}) {
         outcome = outcome.ok() ? sync(path) : outcome;
     }
     return outcome;
@@ -129,14 +129,14 @@ void pruneCheckpoints(const State& state) {
 }
 
 Outcome markUndone(const State& state, int number) {
-    const std::string folder = state.checkpoint(number);
-    auto checkpoint = Checkpoint::read(folder);
+    const std::string directory = state.checkpoint(number);
+    auto checkpoint = Checkpoint::read(directory);
     if (!checkpoint) {
-        return failure(folder + ": the checkpoint cannot be read");
+        return failure(directory + ": the checkpoint cannot be read");
     }
     removeMade(checkpoint->change.made);
     checkpoint->undone = true;
-    return replaceFile(folder + "/change", checkpoint->text(), 0600);
+    return replaceFile(directory + "/change", checkpoint->text(), 0600);
 }
 
 }  // namespace zpweb

@@ -18,7 +18,7 @@ struct Checkpoint {
     bool undone = false;  // it is taken back itself
 
     std::string text() const;
-    static std::optional<Checkpoint> read(const std::string& folder);  // absent when there is none
+    static std::optional<Checkpoint> read(const std::string& directory);  // absent when there is none
 };
 
 // The numbers of the checkpoints that are kept, in their order. An error where they cannot be listed: none

@@ -8,7 +8,7 @@
 
 #include "store/JournalText.h"
 #include "sys/File.h"
-#include "sys/GuardedFolder.h"
+#include "sys/GuardedDirectory.h"
 
 namespace zpweb {
 
@@ -29,7 +29,7 @@ bool removeFrom(int directory, const std::string& name) {
 }
 
 bool removeOne(const std::string& path) {
-    const auto directory = openGuarded(folderOf(path));
+    const auto directory = openGuarded(directoryOf(path));
     return directory.ok() ? removeFrom(directory->number(), nameOf(path))
                           : directory.outcome().status == Status::NotFound;
 }

@@ -72,14 +72,14 @@ Expected<Lock> Lock::take(const State& state, const Wait& wait) {
     bool begun = false;
     bool told = false;
     for (;;) {
-        lock.madeFolder_ = ::mkdir(state.folder.c_str(), 0700) == 0;
-        if (!lock.madeFolder_ && errno != EEXIST) {
-            return failure(systemError(state.folder));
+        lock.madeDirectory_ = ::mkdir(state.directory.c_str(), 0700) == 0;
+        if (!lock.madeDirectory_ && errno != EEXIST) {
+            return failure(systemError(state.directory));
         }
         lock.file_ =
             Descriptor(::open(state.lock().c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
         if (!lock.file_.isOpen() && errno == ENOENT) {
-            continue;  // the folder's last user has just removed it
+            continue;  // the directory's last user has just removed it
         }
         if (!lock.file_.isOpen()) {
             return failure(systemError(state.lock()));
@@ -125,7 +125,7 @@ bool Lock::isHeld(const State& state) {
 
 void Lock::removeTraces(const State& state) {
     ::unlink(state.lock().c_str());
-    ::rmdir(state.folder.c_str());
+    ::rmdir(state.directory.c_str());
 }
 
 }  // namespace zpweb

@@ -28,14 +28,14 @@ public:
     // Another run is at work.
     static bool isHeld(const State& state);
 
-    // The folder was made by this run.
-    bool madeFolder() const { return madeFolder_; }
-    // Removes lock file and folder: a run that is to leave nothing behind.
+    // The directory was made by this run.
+    bool madeDirectory() const { return madeDirectory_; }
+    // Removes lock file and directory: a run that is to leave nothing behind.
     void removeTraces(const State& state);
 
 private:
     Descriptor file_;
-    bool madeFolder_ = false;
+    bool madeDirectory_ = false;
 };
 
 }  // namespace zpweb

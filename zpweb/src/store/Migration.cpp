@@ -14,10 +14,10 @@ namespace zpweb {
 namespace {
 
 Outcome copyTree(const std::string& from, const std::string& to) {
-    if (linkTarget(from) || !isFolder(from)) {
+    if (linkTarget(from) || !isDirectory(from)) {
         return copyWhole(from, to);
     }
-    Outcome outcome = makeFolder(to, 0700);
+    Outcome outcome = createDirectory(to, 0700);
     const auto names = listed(from);
     outcome = outcome.ok() ? names.outcome() : outcome;
     for (size_t i = 0; outcome.ok() && i < names->size(); ++i) {
@@ -43,7 +43,7 @@ Outcome bring(const std::string& from, const std::string& to) {
 
 Outcome moveFromBefore(const State& state) {
     const std::string before = state.before();
-    if (before == state.folder || !isFolder(before)) {
+    if (before == state.directory || !isDirectory(before)) {
         return done();
     }
     const Descriptor lock(::open((before + "/lock").c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW));
@@ -52,8 +52,8 @@ Outcome moveFromBefore(const State& state) {
     }
     // The journal comes last: it names checkpoints.
     for (const char* name : {"audit.log", "checkpoints", "journal"}) {
-        if (Outcome brought = bring(before + "/" + name, state.folder + "/" + name); !brought.ok()) {
-            return failure("cannot bring " + before + " to " + state.folder + ": " + brought.message);
+        if (Outcome brought = bring(before + "/" + name, state.directory + "/" + name); !brought.ok()) {
+            return failure("cannot bring " + before + " to " + state.directory + ": " + brought.message);
         }
     }
     removeTree(before);

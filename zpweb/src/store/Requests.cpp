@@ -152,7 +152,7 @@ std::optional<OwnRequest> OwnRequest::place(const State& state, const std::strin
 OwnRequest::~OwnRequest() {
     if (file_.isOpen()) {
         removeAllOf(path_);
-        ::rmdir(folderOf(path_).c_str());
+        ::rmdir(directoryOf(path_).c_str());
     }
 }
 

@@ -9,12 +9,12 @@ namespace zpweb {
 
 namespace {
 
-std::string besideOf(const std::string& configuration) { return folderOf(configuration) + "/.zpweb"; }
+std::string besideOf(const std::string& configuration) { return directoryOf(configuration) + "/.zpweb"; }
 
 }  // namespace
 
 State::State(const std::string& main)
-    : folder(main.starts_with("/etc/") ? "/var/lib/zpweb" : besideOf(main)), configuration(main) {}
+    : directory(main.starts_with("/etc/") ? "/var/lib/zpweb" : besideOf(main)), configuration(main) {}
 
 std::string State::checkpoint(int number) const {
     std::array<char, 16> name{};

@@ -8,19 +8,19 @@
 namespace zpweb {
 
 struct State {
-    std::string folder;
+    std::string directory;
     std::string configuration;  // the main file that it is for
 
     explicit State(const std::string& configuration);  // a path without links
-    std::string lock() const { return folder + "/lock"; }
-    std::string journal() const { return folder + "/journal"; }
-    std::string unconfirmed() const { return folder + "/unconfirmed"; }
-    std::string audit() const { return folder + "/audit.log"; }
-    std::string checkpoints() const { return folder + "/checkpoints"; }
+    std::string lock() const { return directory + "/lock"; }
+    std::string journal() const { return directory + "/journal"; }
+    std::string unconfirmed() const { return directory + "/unconfirmed"; }
+    std::string audit() const { return directory + "/audit.log"; }
+    std::string checkpoints() const { return directory + "/checkpoints"; }
     std::string checkpoint(int number) const;
-    std::string reading() const { return folder + "/reading"; }
-    std::string requests() const { return folder + "/requests"; }
-    std::string stage() const { return folder + "/stage"; }
+    std::string reading() const { return directory + "/reading"; }
+    std::string requests() const { return directory + "/requests"; }
+    std::string stage() const { return directory + "/stage"; }
     // Where earlier versions kept it, beside the configuration; the same where it is kept there still.
     std::string before() const;
 };

@@ -28,9 +28,9 @@ Expected<std::vector<Unconfirmed>> entries(const State& state) {
 
 // One that cannot be read may stand.
 bool stands(const State& state, const Unconfirmed& each) {
-    const std::string folder = state.checkpoint(each.checkpoint);
-    const auto checkpoint = Checkpoint::read(folder);
-    return checkpoint ? !checkpoint->undone : listed(folder).outcome().status != Status::NotFound;
+    const std::string directory = state.checkpoint(each.checkpoint);
+    const auto checkpoint = Checkpoint::read(directory);
+    return checkpoint ? !checkpoint->undone : listed(directory).outcome().status != Status::NotFound;
 }
 
 Outcome write(const State& state, const std::vector<Unconfirmed>& all) {
@@ -40,7 +40,7 @@ Outcome write(const State& state, const std::vector<Unconfirmed>& all) {
     }
     if (all.empty()) {
         const bool gone = ::unlink(state.unconfirmed().c_str()) == 0 || errno == ENOENT;
-        return gone ? sync(state.folder) : failure(systemError(state.unconfirmed()));
+        return gone ? sync(state.directory) : failure(systemError(state.unconfirmed()));
     }
     return replaceFile(state.unconfirmed(), text.str(), 0600);
 }

@@ -47,7 +47,7 @@ Outcome startDetached(const std::vector<std::string>& words) {
 }
 
 bool startBySystemd(const std::vector<std::string>& words, std::chrono::seconds after) {
-    if (!isFolder(SystemdRuns)) {
+    if (!isDirectory(SystemdRuns)) {
         return false;
     }
     std::vector<std::string> all{"systemd-run",

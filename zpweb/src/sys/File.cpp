@@ -110,7 +110,7 @@ Expected<std::string> readAll(const Descriptor& file, const std::string& path, s
 
 std::string systemError(const std::string& path) { return path + ": " + std::strerror(errno); }
 
-std::string folderOf(const std::string& path) {
+std::string directoryOf(const std::string& path) {
     const size_t slash = path.rfind('/');
     if (slash == std::string::npos) {
         return ".";
@@ -136,7 +136,7 @@ bool exists(const std::string& path) {
     return look(path, ::lstat(path.c_str(), &status));
 }
 
-bool isFolder(const std::string& path) {
+bool isDirectory(const std::string& path) {
     struct stat status {};
     return look(path, ::stat(path.c_str(), &status)) && S_ISDIR(status.st_mode);
 }
@@ -154,8 +154,8 @@ std::optional<std::string> linkTarget(const std::string& path) {
                       : std::optional(std::string(target.data(), static_cast<size_t>(length)));
 }
 
-Expected<std::vector<std::string>> listed(const std::string& folder) {
-    const std::unique_ptr<DIR, int (*)(DIR*)> open(::opendir(folder.c_str()), ::closedir);
+Expected<std::vector<std::string>> listed(const std::string& directory) {
+    const std::unique_ptr<DIR, int (*)(DIR*)> open(::opendir(directory.c_str()), ::closedir);
     std::vector<std::string> names;
     errno = open ? 0 : errno;
     while (const dirent* entry = open ? ::readdir(open.get()) : nullptr) {
@@ -165,15 +165,15 @@ Expected<std::vector<std::string>> listed(const std::string& folder) {
         }
     }
     if (errno != 0) {
-        noteFault(folder);
-        return failure(errno == ENOENT ? Status::NotFound : Status::Error, systemError(folder));
+        noteFault(directory);
+        return failure(errno == ENOENT ? Status::NotFound : Status::Error, systemError(directory));
     }
     std::sort(names.begin(), names.end());
     return names;
 }
 
-std::vector<std::string> entriesOf(const std::string& folder) {
-    auto names = listed(folder);
+std::vector<std::string> entriesOf(const std::string& directory) {
+    auto names = listed(directory);
     return names.ok() ? std::move(*names) : std::vector<std::string>();
 }
 
@@ -234,7 +234,8 @@ Outcome replaceFile(const std::string& path, std::string_view text, mode_t mode)
     if (Outcome synced = sync(fresh); !synced.ok()) {
         return synced;
     }
-    return ::rename(fresh.c_str(), path.c_str()) == 0 ? sync(folderOf(path)) : failure(systemError(path));
+    return ::rename(fresh.c_str(), path.c_str()) == 0 ? sync(directoryOf(path))
+                                                      : failure(systemError(path));
 }
 
 Outcome appendLine(const std::string& path, std::string_view line, mode_t mode) {
@@ -297,11 +298,11 @@ Outcome sync(const std::string& path) {
     return done();
 }
 
-Outcome makeFolder(const std::string& path, mode_t mode) {
+Outcome createDirectory(const std::string& path, mode_t mode) {
     if (::mkdir(path.c_str(), mode) == 0) {
         return ::chmod(path.c_str(), mode) == 0 ? done() : failure(systemError(path));
     }
-    return errno == EEXIST && isFolder(path) ? done() : failure(systemError(path));
+    return errno == EEXIST && isDirectory(path) ? done() : failure(systemError(path));
 }
 
 void removeTree(const std::string& path) {

@@ -1,4 +1,4 @@
-// Files and folders, whole.
+// Files and directories, whole.
 #pragma once
 
 #include <sys/types.h>
@@ -18,19 +18,19 @@ namespace zpweb {
 // What the system says about the last failed call, after "PATH: ".
 std::string systemError(const std::string& path);
 
-std::string folderOf(const std::string& path);  // "." for a bare name, "/" for a top folder's entry
+std::string directoryOf(const std::string& path);  // "." for a bare name, "/" for a top directory's entry
 std::string nameOf(const std::string& path);
 // The absolute path without links; absent (NotFound) when it does not exist.
 Expected<std::string> realPathOf(const std::string& path);
 
-bool exists(const std::string& path);    // a dangling link exists
-bool isFolder(const std::string& path);  // a link to one counts
+bool exists(const std::string& path);       // a dangling link exists
+bool isDirectory(const std::string& path);  // a link to one counts
 bool isFile(const std::string& path);
 // Where a symbolic link points to; absent for what is none.
 std::optional<std::string> linkTarget(const std::string& path);
-std::vector<std::string> entriesOf(const std::string& folder);  // sorted, without "." and ".."
+std::vector<std::string> entriesOf(const std::string& directory);  // sorted, without "." and ".."
 // The same, where one that cannot be read must not be taken for an empty one.
-Expected<std::vector<std::string>> listed(const std::string& folder);
+Expected<std::vector<std::string>> listed(const std::string& directory);
 
 Expected<std::string> readFile(const std::string& path);
 // All of what is open; `path` is for messages. A longer text than `limit` is an error.
@@ -52,10 +52,11 @@ Outcome takeOverAttributes(const std::string& from, const std::string& to);
 enum class ModeBits { All, WithoutSetId };
 Outcome takeOverAttributes(const Descriptor& from, const Descriptor& to, const std::string& path,
                            ModeBits bits);
-Outcome sync(const std::string& path);  // a file or a folder
+Outcome sync(const std::string& path);  // a file or a directory
 
-Outcome makeFolder(const std::string& path, mode_t mode);  // exactly this mode; one that exists is no error
-// Removes a file or a folder with all that it holds, links as links. Nothing there is no error.
+Outcome createDirectory(const std::string& path,
+                        mode_t mode);  // exactly this mode; one that exists is no error
+// Removes a file or a directory with all that it holds, links as links. Nothing there is no error.
 void removeTree(const std::string& path);
 
 }  // namespace zpweb

@@ -6,7 +6,7 @@
 #include <cerrno>
 
 #include "sys/File.h"
-#include "sys/GuardedFolder.h"
+#include "sys/GuardedDirectory.h"
 
 namespace zpweb {
 
@@ -30,7 +30,7 @@ const char* faultOf(const struct stat& file, const struct stat& directory) {
 }
 
 Expected<Descriptor> openOwnersFile(const std::string& path) {
-    const auto directory = openGuarded(folderOf(path));
+    const auto directory = openGuarded(directoryOf(path));
     if (!directory.ok()) {
         return directory.outcome();
     }

@@ -117,11 +117,11 @@ Running::Ended Running::end(const std::function<void()>& waiting) {
 
 std::string findProgram(const std::string& name) {
     const char* path = std::getenv("PATH");
-    std::istringstream folders(std::string(path != nullptr ? path : "") +
-                               ":/usr/local/sbin:/usr/sbin:/sbin:/usr/local/apache2/bin");
-    for (std::string folder; std::getline(folders, folder, ':');) {
-        std::string candidate = folder + "/" + name;
-        if (folder.starts_with('/') && ::access(candidate.c_str(), X_OK) == 0) {
+    std::istringstream directories(std::string(path != nullptr ? path : "") +
+                                   ":/usr/local/sbin:/usr/sbin:/sbin:/usr/local/apache2/bin");
+    for (std::string directory; std::getline(directories, directory, ':');) {
+        std::string candidate = directory + "/" + name;
+        if (directory.starts_with('/') && ::access(candidate.c_str(), X_OK) == 0) {
             return candidate;
         }
     }

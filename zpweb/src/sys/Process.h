@@ -39,8 +39,8 @@ private:
     pid_t pid_ = -1;
 };
 
-// The path of a program that is looked for on PATH and, since that may lack them, in the usual folders of
-// system programs; empty when it is nowhere.
+// The path of a program that is looked for on PATH and, since that may lack them, in the usual directories
+// of system programs; empty when it is nowhere.
 std::string findProgram(const std::string& name);
 
 // May the account's processes read the file? Taken to be so where that cannot be tried: not as root, or

@@ -40,10 +40,10 @@ std::vector<std::string> statFields(pid_t pid) {
 std::set<std::string> socketsOf(pid_t pid) {
     constexpr std::string_view Mark = "socket:[";
     std::set<std::string> inodes;
-    const std::string folder = procFile(pid, "fd");
-    for (const std::string& name : entriesOf(folder)) {
+    const std::string directory = procFile(pid, "fd");
+    for (const std::string& name : entriesOf(directory)) {
         std::array<char, PATH_MAX> target{};
-        if (::readlink((folder + "/" + name).c_str(), target.data(), target.size() - 1) > 0 &&
+        if (::readlink((directory + "/" + name).c_str(), target.data(), target.size() - 1) > 0 &&
             std::string_view(target.data()).starts_with(Mark)) {
             inodes.insert(
                 std::string(zp::conf::upTo(std::string_view(target.data()).substr(Mark.size()), "]")));
@@ -105,11 +105,11 @@ bool hasOpen(pid_t pid, const std::string& path) {
     if (::lstat(path.c_str(), &wanted) != 0) {
         return false;
     }
-    const std::string folder = procFile(pid, "fd");
-    const std::vector<std::string> names = entriesOf(folder);
+    const std::string directory = procFile(pid, "fd");
+    const std::vector<std::string> names = entriesOf(directory);
     return std::any_of(names.begin(), names.end(), [&](const std::string& name) {
         struct stat open {};
-        return ::stat((folder + "/" + name).c_str(), &open) == 0 && open.st_dev == wanted.st_dev &&
+        return ::stat((directory + "/" + name).c_str(), &open) == 0 && open.st_dev == wanted.st_dev &&
                open.st_ino == wanted.st_ino;
     });
 }

@@ -11,7 +11,7 @@
 #include "host/HeldDirectory.h"
 #include "host/Machine.h"
 #include "sys/File.h"
-#include "sys/GuardedFolder.h"
+#include "sys/GuardedDirectory.h"
 
 namespace host = zp::host;
 
@@ -42,7 +42,7 @@ bool isOthersLink(const std::string& path, const struct stat& status) {
     if (!isOthers(status)) {
         return false;
     }
-    const auto directory = host::HeldDirectory::hold(folderOf(path));
+    const auto directory = host::HeldDirectory::hold(directoryOf(path));
     return !directory || !host::administratorsLink(*directory, nameOf(path));
 }
 
@@ -94,19 +94,19 @@ std::optional<Trap> trapOn(const std::string& path) {
 
 Outcome removeTrap(const Trap& trap) {
     constexpr mode_t Mode = 0755;
-    const auto folder = openGuarded(folderOf(trap.path));
-    if (!folder.ok()) {
-        return folder.outcome();
+    const auto directory = openGuarded(directoryOf(trap.path));
+    if (!directory.ok()) {
+        return directory.outcome();
     }
     const std::string name = nameOf(trap.path);
     struct stat status {};
     const bool isThere =
-        ::fstatat(folder->number(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+        ::fstatat(directory->number(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
         (trap.kind == Trap::Kind::Pipe ? S_ISFIFO(status.st_mode) : S_ISLNK(status.st_mode));
-    if (!isThere || ::unlinkat(folder->number(), name.c_str(), 0) != 0) {
+    if (!isThere || ::unlinkat(directory->number(), name.c_str(), 0) != 0) {
         return failure(isThere ? systemError(trap.path) : trap.path + ": meanwhile something else");
     }
-    return trap.kind != Trap::Kind::DirectoryLink || ::mkdirat(folder->number(), name.c_str(), Mode) == 0
+    return trap.kind != Trap::Kind::DirectoryLink || ::mkdirat(directory->number(), name.c_str(), Mode) == 0
                ? done()
                : failure(systemError(trap.path));
 }

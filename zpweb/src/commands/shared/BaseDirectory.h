@@ -11,12 +11,12 @@
 
 namespace zpweb {
 
-inline constexpr auto BaseFolder = needed("DIRECTORY", Kind::Path, "The directory");
+inline constexpr auto BaseDirectory = needed("DIRECTORY", Kind::Path, "The directory");
 
 struct BaseDirectoryChange {
     bool on;
     const char* operation;
-    std::function<int(CZPWebsite&, const std::string& site, const std::string& folder)> call;
+    std::function<int(CZPWebsite&, const std::string& site, const std::string& directory)> call;
 };
 Outcome changeBaseDirectory(Transaction& change, const Site& site, const Arguments& given,
                             const BaseDirectoryChange& wanted);

@@ -10,11 +10,11 @@ namespace zpweb {
 
 namespace {
 
-bool isDirectory(const Statement& statement) { return statement.opens("Directory"); }
+bool isDirectoryBlock(const Statement& statement) { return statement.opens("Directory"); }
 
 // A new section comes before the first one; in a block without any, to its end.
 void showDirectories(View& view) {
-    view.showSections(isDirectory);
+    view.showSections(isDirectoryBlock);
     const auto& lines = view.lines();
     if (std::none_of(lines.begin(), lines.end(),
                      [](const ViewLine& line) { return line.kind == ViewLine::Kind::SectionOpens; })) {
@@ -24,17 +24,17 @@ void showDirectories(View& view) {
 
 }  // namespace
 
-bool hasSection(const Block& block, const std::string& folder) {
+bool hasSection(const Block& block, const std::string& directory) {
     const Statements statements(block.text);
-    const StatementTest opens = opensDirectory(folder);
+    const StatementTest opens = opensDirectory(directory);
     return std::any_of(statements.begin(), statements.end(), [&](const Statement& statement) {
         return opens(statement) && statement.scope == 0;
     });
 }
 
-bool hasLine(const Block& block, const std::string& folder, const std::string& line) {
+bool hasLine(const Block& block, const std::string& directory, const std::string& line) {
     const Statements statements(block.text);
-    const StatementTest opens = opensDirectory(folder);
+    const StatementTest opens = opensDirectory(directory);
     return std::any_of(statements.begin(), statements.end(), [&](const Statement& statement) {
         return statement.section != None && opens(statements[statement.section]) &&
                zp::conf::beginsIgnoringCase(canonical(statement), line);
@@ -43,7 +43,7 @@ bool hasLine(const Block& block, const std::string& folder, const std::string& l
 
 Outcome editSections(Transaction& change, const Site& site, const Arguments& given, const BlockTest& test,
                      const BlockCall& call) {
-    const std::string folder = given[BlockFolder];
+    const std::string directory = given[BlockDirectory];
     auto blocks = runningBlocks(change.configuration(), site, given);
     if (!blocks.ok()) {
         return blocks.outcome();
@@ -51,7 +51,7 @@ Outcome editSections(Transaction& change, const Site& site, const Arguments& giv
     std::erase_if(*blocks, [&](const BlockAt& at) { return !test(at.in(change.configuration())); });
     if (blocks->empty()) {
         return failure(Status::NotFound,
-                       "folder " + inQuotes(folder) + ": not found in site " + inQuotes(site.name()));
+                       "folder " + inQuotes(directory) + ": not found in site " + inQuotes(site.name()));
     }
     return editBlocks(change, *blocks,
                       {.bound = zp::conf::bound::Directive,
@@ -59,9 +59,9 @@ Outcome editSections(Transaction& change, const Site& site, const Arguments& giv
                        .run =
                            [&](const std::string& staged, const std::string& domain) {
                                ApacheHelper helper;
-                               return call(helper, staged, domain, folder);
+                               return call(helper, staged, domain, directory);
                            },
-                       .meaning = expecting("folder " + inQuotes(folder), {0})});
+                       .meaning = expecting("folder " + inQuotes(directory), {0})});
 }
 
 }  // namespace zpweb

@@ -11,15 +11,15 @@
 
 namespace zpweb {
 
-inline constexpr auto BlockFolder = needed("FOLDER", Kind::Path, "The folder of the block");
+inline constexpr auto BlockDirectory = needed("FOLDER", Kind::Path, "The directory of the block");
 inline constexpr auto BlockLines = options("--line", Kind::Text, "DIRECTIVE", "A line of the block");
 
 // Has the section for the directory such a line?
-bool hasLine(const Block& block, const std::string& folder, const std::string& line);
-bool hasSection(const Block& block, const std::string& folder);
+bool hasLine(const Block& block, const std::string& directory, const std::string& line);
+bool hasSection(const Block& block, const std::string& directory);
 
 using BlockCall = std::function<int(ApacheHelper&, const std::string& staged, const std::string& site,
-                                    const std::string& folder)>;
+                                    const std::string& directory)>;
 // In each of the site's blocks that passes the test; NotFound when there is none.
 Outcome editSections(Transaction& change, const Site& site, const Arguments& given, const BlockTest& test,
                      const BlockCall& call);

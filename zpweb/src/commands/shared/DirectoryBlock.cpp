@@ -62,7 +62,7 @@ std::vector<std::string> accessLines(const Arguments& given, const std::string& 
     const bool users = given[Protect] || asksForUsers(present);
     std::vector<std::string> lines;
     if (given[Protect]) {
-        lines = authentication(WebUsers(site, given[Folder]).file());
+        lines = authentication(WebUsers(site, given[Directory]).file());
     }
     std::vector<std::string> terms;
     if (asksForHosts(given)) {
@@ -98,11 +98,12 @@ std::string optionsLine(const Arguments& given, const std::vector<Statement>& pr
 SDDir directoryRecord(const Arguments& given, const Block& block, bool withAccess) {
     SDDir record{};
     zp::host::setField(record.DomainName, domainOf(block));
-    zp::host::setField(record.DirPath, given[Folder]);
-    // Creation looks in the folder above the site's home for the owner: where there is none, nothing is
+    zp::host::setField(record.DirPath, given[Directory]);
+    // Creation looks in the directory above the site's home for the owner: where there is none, nothing is
     // handed over.
     const bool handsOver = given[TakeOver] || withAccess;
-    zp::host::setField(record.WebAdminPath, handsOver ? folderOf(std::string(block.home)) : "/nonexistent");
+    zp::host::setField(record.WebAdminPath,
+                       handsOver ? directoryOf(std::string(block.home)) : "/nonexistent");
     for (const std::string& option : given[Switches]) {
         setOption(record.Options, std::string_view(option).substr(1), option.front());
     }
@@ -119,7 +120,7 @@ SDDir directoryRecord(const Arguments& given, const Block& block, bool withAcces
 
 std::string withAccess(std::string_view made, const Arguments& given, const std::string& site,
                        const std::vector<Statement>& present) {
-    const std::string opening = "<Directory \"" + given[Folder] + "\"";
+    const std::string opening = "<Directory \"" + given[Directory] + "\"";
     const std::string options = optionsLine(given, present);
     std::string text;
     bool inside = false;
@@ -140,26 +141,26 @@ std::string withAccess(std::string_view made, const Arguments& given, const std:
 
 Outcome expectAsAsked(Transaction& change, const Site& site, const Arguments& given) {
     const auto blocks = blocksAskedFor(site, given);
-    const std::string folder = given[Folder];
-    releaseDirectory(change, blocks, folder);
+    const std::string directory = given[Directory];
+    releaseDirectory(change, blocks, directory);
     if (change.settings().exact) {
         return done();
     }
     const BlocksOf all = blocks.value_or(BlocksOf{});
-    expectOf(change, blocks, folder, "options", hasOptions(all, folder, given[Switches]));
+    expectOf(change, blocks, directory, "options", hasOptions(all, directory, given[Switches]));
     if (!asksForHosts(given) && !given[Protect]) {
         return done();
     }
     std::vector<std::vector<std::string>> asked;  // beside what each block says already
     for (const Place& place : site.places) {
         const Statements statements(place.block->text);
-        asked.push_back(accessLines(given, site.name(), sectionOf(statements, folder)));
+        asked.push_back(accessLines(given, site.name(), sectionOf(statements, directory)));
     }
-    expectOf(change, blocks, folder, "access", isRestricted(all, folder, asked));
-    if (const std::string line = accessLineIn(folder); !line.empty()) {
-        expectOf(change, blocks, folder, "htaccess", ignoresAccessFile(all, folder, line));
+    expectOf(change, blocks, directory, "access", isRestricted(all, directory, asked));
+    if (const std::string line = accessLineIn(directory); !line.empty()) {
+        expectOf(change, blocks, directory, "htaccess", ignoresAccessFile(all, directory, line));
     }
-    return given[Protect] ? provideUsers(change, WebUsers(site.name(), folder)) : done();
+    return given[Protect] ? provideUsers(change, WebUsers(site.name(), directory)) : done();
 }
 
 bool isNamed(const Arguments& given, const Statement& statement) {
@@ -172,8 +173,8 @@ bool isNamed(const Arguments& given, const Statement& statement) {
            (given[Protect] && isRestriction(statement));
 }
 
-std::vector<Statement> sectionOf(const Statements& statements, const std::string& folder) {
-    const StatementTest opens = opensDirectory(folder);
+std::vector<Statement> sectionOf(const Statements& statements, const std::string& directory) {
+    const StatementTest opens = opensDirectory(directory);
     std::vector<Statement> found;
     for (const Statement& opening : statements) {
         if (opens(opening) && opening.scope == 0 && opening.end != None) {

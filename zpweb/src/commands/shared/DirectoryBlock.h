@@ -12,21 +12,21 @@
 
 namespace zpweb {
 
-inline constexpr auto Folder = needed("FOLDER", Kind::Path, "The folder that the block is for");
+inline constexpr auto Directory = needed("FOLDER", Kind::Path, "The directory that the block is for");
 inline constexpr auto Switches =
     options("--option", Kind::Switch, "+NAME|-NAME", "Switch an option on or off");
-inline constexpr auto Order = flag("--order", "Open the folder by an order of allow and deny");
+inline constexpr auto Order = flag("--order", "Open the directory by an order of allow and deny");
 inline constexpr auto Allow = option("--allow", Kind::Text, "HOSTS", "The hosts that may see it");
 inline constexpr auto Deny = option("--deny", Kind::Text, "HOSTS", "The hosts that may not");
 inline constexpr auto Protect = flag("--protect", "Put it behind a password");
 inline constexpr auto Perl = flag("--perl", "Run its Perl scripts (set only)");
 inline constexpr auto TakeOver =
-    flag("--take-over", "Give the folder the owner and the modes of the site's home");
+    flag("--take-over", "Give the directory the owner and the modes of the site's home");
 inline constexpr auto Rails = flag("--rails", "Run it as a Rails application (set only)");
 
 // The parameters of the commands that make or change a block.
 inline std::vector<Parameter> blockSettings() {
-    return {SiteName, Folder, Switches, Order, Allow, Deny, Protect, Perl, Rails, TakeOver, OnPort};
+    return {SiteName, Directory, Switches, Order, Allow, Deny, Protect, Perl, Rails, TakeOver, OnPort};
 }
 
 // The options of a directory, by their names.
@@ -53,6 +53,6 @@ Outcome expectAsAsked(Transaction& change, const Site& site, const Arguments& gi
 // Is it one of the lines that the call is about?
 bool isNamed(const Arguments& given, const Statement& statement);
 // The statements of the directory's section in the block.
-std::vector<Statement> sectionOf(const Statements& statements, const std::string& folder);
+std::vector<Statement> sectionOf(const Statements& statements, const std::string& directory);
 
 }  // namespace zpweb

@@ -13,7 +13,7 @@
 #include "commands/shared/Operation.h"
 #include "host/HeldFile.h"
 #include "sys/File.h"
-#include "sys/GuardedFolder.h"
+#include "sys/GuardedDirectory.h"
 #include "sys/Process.h"
 
 namespace zpweb {
@@ -152,7 +152,7 @@ bool isWhole(int room, const std::string& archive, const std::string& name) {
 }  // namespace
 
 Expected<std::string> putAside(const std::string& log) {
-    const auto directory = openGuarded(folderOf(log));
+    const auto directory = openGuarded(directoryOf(log));
     Outcome plain = directory.ok() ? isPlainFile(*directory, log) : directory.outcome();
     if (!plain.ok()) {
         return plain;
@@ -160,12 +160,12 @@ Expected<std::string> putAside(const std::string& log) {
     const std::string name = nameOf(log);
     auto aside =
         moveToFree(directory->number(), name, directory->number(), name + "-" + currentTimeStamp(), "");
-    return aside.ok() ? Expected(folderOf(log) + "/" + *aside) : std::move(aside);
+    return aside.ok() ? Expected(directoryOf(log) + "/" + *aside) : std::move(aside);
 }
 
 std::vector<std::string> leftAside(const std::string& log) {
     std::vector<std::string> left;
-    const auto directory = openGuarded(folderOf(log));
+    const auto directory = openGuarded(directoryOf(log));
     const std::string start = nameOf(log) + "-";
     for (const std::string& name :
          directory.ok() ? entriesOf(pathIn(*directory, "")) : std::vector<std::string>()) {
@@ -180,7 +180,7 @@ std::vector<std::string> leftAside(const std::string& log) {
             std::count(name.begin() + static_cast<long>(start.size()), name.end(), '-') == 3 &&
             name.find_first_not_of("0123456789-.", start.size()) == std::string::npos;
         if (stamped && isPlainFile(*directory, name).ok()) {
-            left.push_back(folderOf(log) + "/" + name);
+            left.push_back(directoryOf(log) + "/" + name);
         }
     }
     return left;
@@ -188,7 +188,7 @@ std::vector<std::string> leftAside(const std::string& log) {
 
 Outcome pack(Transaction& change, const std::string& site, const std::string& aside,
              const std::string& log) {
-    const auto directory = openGuarded(folderOf(aside));
+    const auto directory = openGuarded(directoryOf(aside));
     if (!directory.ok()) {
         return directory.outcome();
     }
@@ -219,7 +219,7 @@ Outcome pack(Transaction& change, const std::string& site, const std::string& as
 }
 
 Outcome discard(Transaction& change, const std::string& site, const std::string& aside) {
-    const auto directory = openGuarded(folderOf(aside));
+    const auto directory = openGuarded(directoryOf(aside));
     return directory.ok() ? rotate(change, site, *directory, nameOf(aside), "DEL") : directory.outcome();
 }
 

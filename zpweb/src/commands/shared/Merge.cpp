@@ -84,8 +84,8 @@ void showAsked(View& view, const MergeRequest& request) {
 }
 
 bool takesIn(const std::string& path, const std::string& other) {
-    const std::string folder = path.ends_with('/') ? path : path + "/";
-    return other == path || other.starts_with(folder);
+    const std::string directory = path.ends_with('/') ? path : path + "/";
+    return other == path || other.starts_with(directory);
 }
 
 // Of redirections, and of aliases, the first one that takes a path in counts: a new one stands before it.

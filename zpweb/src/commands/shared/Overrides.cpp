@@ -13,17 +13,17 @@ namespace zpweb {
 
 namespace {
 
-bool isBelow(const std::string& folder, const std::string& path) {
-    return path == "/" || folder == path || folder.starts_with(path + "/");
+bool isBelow(const std::string& directory, const std::string& path) {
+    return path == "/" || directory == path || directory.starts_with(path + "/");
 }
 
 // A path with wildcards may be that of a directory above.
-bool concerns(const std::string& path, std::string folder) {
+bool concerns(const std::string& path, std::string directory) {
     if (path.find_first_of("*?[") == std::string::npos) {
-        return isBelow(folder, path);
+        return isBelow(directory, path);
     }
-    for (; folder.size() > 1; folder.resize(std::max<size_t>(folder.rfind('/'), 1))) {
-        if (::fnmatch(path.c_str(), folder.c_str(), FNM_PATHNAME) == 0) {
+    for (; directory.size() > 1; directory.resize(std::max<size_t>(directory.rfind('/'), 1))) {
+        if (::fnmatch(path.c_str(), directory.c_str(), FNM_PATHNAME) == 0) {
             return true;
         }
     }
@@ -35,16 +35,16 @@ struct Override {
     bool served = false;
 };
 
-void look(Override& found, const Statements& statements, const std::string& folder) {
+void look(Override& found, const Statements& statements, const std::string& directory) {
     for (const Statement& statement : statements) {
-        const bool root = statement.is("DocumentRoot") && isBelow(folder, statement.argument(0));
+        const bool root = statement.is("DocumentRoot") && isBelow(directory, statement.argument(0));
         found.served = found.served || root;
         if (!statement.is("AllowOverride") || statement.scope == None ||
             !statements[statement.scope].opens("Directory")) {
             continue;
         }
         const std::string path = pathOf(statements[statement.scope]);
-        if (concerns(path, folder) && path.size() >= found.path.size()) {
+        if (concerns(path, directory) && path.size() >= found.path.size()) {
             found.path = path;
             found.value.clear();
             for (const Word& word : statement.words()) {
@@ -62,25 +62,26 @@ bool admitsPasswords(const std::string& value) {
 
 }  // namespace
 
-Outcome heedsAccessFiles(const Configuration& configuration, const std::string& folder) {
+Outcome heedsAccessFiles(const Configuration& configuration, const std::string& directory) {
     Override found;
     for (const auto& file : configuration.files()) {
-        look(found, Statements(file->content().text()), folder);
+        look(found, Statements(file->content().text()), directory);
     }
     return !found.served || admitsPasswords(found.value)
                ? done()
                : failure(Status::Refused,
-                         "the server does not heed " + folder + "/.htaccess (AllowOverride" +
+                         "the server does not heed " + directory + "/.htaccess (AllowOverride" +
                              (found.path.empty() ? " None" : found.value + " for " + found.path) +
-                             "): protect it with \"vdir set SITE " + folder +
+                             "): protect it with \"vdir set SITE " + directory +
                              " --protect\", or allow AuthConfig there");
 }
 
-std::string accessLineIn(const std::string& folder) {
-    const auto text = readOwnersFile(folder + "/.htaccess");
+std::string accessLineIn(const std::string& directory) {
+    const auto text = readOwnersFile(directory + "/.htaccess");
     const Statements statements(text.ok() ? std::string_view(*text) : std::string_view());
     const auto line = std::find_if(statements.begin(), statements.end(), isRestriction);
-    return line == statements.end() ? "" : folder + "/.htaccess:" + std::to_string(line->lines.first + 1);
+    return line == statements.end() ? ""
+                                    : directory + "/.htaccess:" + std::to_string(line->lines.first + 1);
 }
 
 }  // namespace zpweb

@@ -21,8 +21,8 @@ OtherEdit editOf(const ParameterLine& line, const ParameterEdit& edit) {
     OtherEdit other;
     other.files = {line.file};
     other.mode = 0644;
-    other.operation = [&](const std::string& folder) {
-        return edit(line, folder + "/" + nameOf(line.file));
+    other.operation = [&](const std::string& directory) {
+        return edit(line, directory + "/" + nameOf(line.file));
     };
     return other;
 }

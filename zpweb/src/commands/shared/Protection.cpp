@@ -20,10 +20,11 @@ bool hasUser(const std::string& passwords, const std::string& user) {
 
 }  // namespace
 
-Outcome needsUser(const Transaction& change, const std::string& folder, const std::string& user) {
-    return hasUser(change.contentOf(folder + "/.htpasswd").text(), user)
+Outcome needsUser(const Transaction& change, const std::string& directory, const std::string& user) {
+    return hasUser(change.contentOf(directory + "/.htpasswd").text(), user)
                ? done()
-               : failure(Status::NotFound, "user " + inQuotes(user) + ": not in " + folder + "/.htpasswd");
+               : failure(Status::NotFound,
+                         "user " + inQuotes(user) + ": not in " + directory + "/.htpasswd");
 }
 
 Outcome needsTool() {
@@ -31,25 +32,25 @@ Outcome needsTool() {
                                                  : done();
 }
 
-Outcome onProtection(Transaction& change, const std::string& folder,
+Outcome onProtection(Transaction& change, const std::string& directory,
                      const std::function<Outcome(const std::string& staged)>& operation) {
-    if (!isFolder(folder)) {
+    if (!isDirectory(directory)) {
         return failure(Status::NotFound,
-                       "path " + inQuotes(folder) + ": no such directory; expected one that is there");
+                       "path " + inQuotes(directory) + ": no such directory; expected one that is there");
     }
     OtherEdit edit;
-    edit.files = {folder + "/.htaccess", folder + "/.htpasswd"};
+    edit.files = {directory + "/.htaccess", directory + "/.htpasswd"};
     edit.mode = ProtectionMode;
-    edit.folderInText = folder;
+    edit.directoryInText = directory;
     edit.operation = operation;
     return change.edit(edit);
 }
 
-Outcome protectFor(Transaction& change, const std::string& folder, const std::string& user,
+Outcome protectFor(Transaction& change, const std::string& directory, const std::string& user,
                    const std::string& secret) {
-    change.output().set("folder", folder);
+    change.output().set("folder", directory);
     change.output().set("user", user);
-    return onProtection(change, folder, [&](const std::string& staged) {
+    return onProtection(change, directory, [&](const std::string& staged) {
         const int result = PrivateFolder(nullptr).addPrivateFolder(staged, user, secret);
         if (Outcome added = resultOf("addPrivateFolder", result, {Protected}); !added.ok()) {
             return added;
@@ -60,11 +61,11 @@ Outcome protectFor(Transaction& change, const std::string& folder, const std::st
     });
 }
 
-Outcome unprotectFor(Transaction& change, const std::string& folder, const std::string& user) {
-    if (Outcome there = needsUser(change, folder, user); !there.ok()) {
+Outcome unprotectFor(Transaction& change, const std::string& directory, const std::string& user) {
+    if (Outcome there = needsUser(change, directory, user); !there.ok()) {
         return there;
     }
-    return onProtection(change, folder, [&](const std::string& staged) {
+    return onProtection(change, directory, [&](const std::string& staged) {
         const int result = PrivateFolder(nullptr).deletePrivateFolder(staged, user);
         const auto passwords = readFile(staged + "/.htpasswd");
         const bool stays = passwords.ok() && hasUser(*passwords, user);

@@ -9,18 +9,18 @@
 
 namespace zpweb {
 
-inline constexpr auto ProtectedFolder = needed("DIRECTORY", Kind::Path, "The protected directory");
+inline constexpr auto ProtectedDirectory = needed("DIRECTORY", Kind::Path, "The protected directory");
 inline constexpr auto ProtectedUser = needed("USER", Kind::UserName, "The user's name");
 
 // NotFound when the directory's password file does not have the user.
-Outcome needsUser(const Transaction& change, const std::string& folder, const std::string& user);
+Outcome needsUser(const Transaction& change, const std::string& directory, const std::string& user);
 // The library runs "htpasswd" and does not look at what it answers.
 Outcome needsTool();
 
-Outcome onProtection(Transaction& change, const std::string& folder,
+Outcome onProtection(Transaction& change, const std::string& directory,
                      const std::function<Outcome(const std::string& staged)>& operation);
-Outcome protectFor(Transaction& change, const std::string& folder, const std::string& user,
+Outcome protectFor(Transaction& change, const std::string& directory, const std::string& user,
                    const std::string& secret);
-Outcome unprotectFor(Transaction& change, const std::string& folder, const std::string& user);
+Outcome unprotectFor(Transaction& change, const std::string& directory, const std::string& user);
 
 }  // namespace zpweb

@@ -9,7 +9,7 @@ namespace zpweb {
 Expected<std::string> railsEnd(const std::string& application) {
     if (application.find_first_of("/.") != std::string::npos) {
         return failure(Status::Usage, "application " + inQuotes(application) +
-                                          ": it has a slash or a dot; expected the name of a folder");
+                                          ": it has a slash or a dot; expected the name of a directory");
     }
     return "/" + application + "/public";
 }
@@ -20,7 +20,7 @@ Edit railsEdit(const Site& site, const std::string& root) {
     edit.bound = bound::Directive;
     edit.site = site.name();
     edit.scope = [name = site.name(), root](const ConfigurationFile& file) {
-        Scope scope = sectionScope(file, name, opensFolder(root));
+        Scope scope = sectionScope(file, name, lineOpensDirectory(root));
         allowLines(scope, beginsWithAny({"DocumentRoot"}));
         return scope;
     };

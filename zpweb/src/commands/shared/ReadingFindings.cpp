@@ -197,7 +197,7 @@ void findClosedRoots(const Reading& reading, const std::string& user, Findings& 
         const std::string root = host.directive == Directive::None
                                      ? ""
                                      : absolute(reading, reading.valueIn(host.directive, "DocumentRoot"));
-        if (!root.empty() && isFolder(root)) {
+        if (!root.empty() && isDirectory(root)) {
             roots.push_back(root);
             places.push_back(reading.originOf(host).text());
         }

@@ -75,7 +75,7 @@ LineTest beginsWithAny(std::vector<std::string> keywords) {
     };
 }
 
-LineTest opensFolder(const std::string& path) {
+LineTest lineOpensDirectory(const std::string& path) {
     return [path](std::string_view text) {
         const zp::conf::Line line(text);
         if (!line.begins(zp::conf::keyword::Directory)) {

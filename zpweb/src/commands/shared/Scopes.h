@@ -28,7 +28,7 @@ std::vector<Block> blocksOf(const ConfigurationFile& file, const std::string& na
 // Tests of a line.
 std::string_view textOf(std::string_view line);  // what they look at
 LineTest beginsWithAny(std::vector<std::string> keywords);
-LineTest opensFolder(const std::string& path);
+LineTest lineOpensDirectory(const std::string& path);
 LineTest opensModule(const std::string& module);
 
 bool blockHas(const Place& place, const LineTest& test);

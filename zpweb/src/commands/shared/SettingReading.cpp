@@ -118,7 +118,7 @@ private:
 }  // namespace
 
 SettingReading::SettingReading(const Configuration& configuration) : configuration_(configuration) {
-    const auto names = entriesOf(folderOf(configuration.main().path()) + "/zpweb.d");
+    const auto names = entriesOf(directoryOf(configuration.main().path()) + "/zpweb.d");
     sites_.insert(names.begin(), names.end());
     const auto text = readFile(LogPolicyFile);
     policies_ = policiesIn(text.ok() ? *text : "");

@@ -95,7 +95,7 @@ std::vector<std::string> linksTo(const Transaction& change, const Layout& layout
 Outcome hasOwnFiles(const Transaction& change, const Site& site, const Layout& layout) {
     const SameHost isSite(site.name());
     for (const std::string& file : site.files()) {
-        if (folderOf(file) != layout.directory || linksTo(change, layout, file).empty()) {
+        if (directoryOf(file) != layout.directory || linksTo(change, layout, file).empty()) {
             return failure(Status::Refused, "site " + inQuotes(site.name()) + " stands in " + file +
                                                 ", which is no file of its own with a link to it");
         }
@@ -143,7 +143,7 @@ bool isLeftover(const Configuration& configuration, std::string_view text) {
 
 Outcome removeLeftover(Transaction& change, const std::string& file) {
     const Layout layout = layoutOf(change.configuration());
-    if (folderOf(file) != layout.directory ||
+    if (directoryOf(file) != layout.directory ||
         !isLeftover(change.configuration(), change.contentOf(file).text())) {
         return done();
     }

@@ -12,7 +12,7 @@
 #include "host/SiteDirectories.h"
 #include "input/Quoted.h"
 #include "sys/File.h"
-#include "sys/GuardedFolder.h"
+#include "sys/GuardedDirectory.h"
 #include "sys/Look.h"
 #include "sys/Process.h"
 
@@ -59,12 +59,12 @@ std::string homeOf(const std::string& account) {
 }
 
 Outcome makeHome(Transaction& change, const std::string& home, const std::string& owner) {
-    if (!isFolder(folderOf(home))) {
-        return failure(Status::NotFound, "path " + inQuotes(folderOf(home)) +
-                                             ": no such folder; expected the parent of the site's home");
+    if (!isDirectory(directoryOf(home))) {
+        return failure(Status::NotFound, "path " + inQuotes(directoryOf(home)) +
+                                             ": no such directory; expected the parent of the site's home");
     }
-    for (const std::string& folder : {folderOf(home), home}) {
-        if (Outcome reached = reachedWithoutForeignLink(folder); !reached.ok()) {
+    for (const std::string& directory : {directoryOf(home), home}) {
+        if (Outcome reached = reachedWithoutForeignLink(directory); !reached.ok()) {
             return reached;
         }
     }
@@ -92,7 +92,7 @@ Outcome makeReachable(Transaction& change, const std::string& home, bool open) {
         return done();  // nothing is known of who serves it
     }
     bool reached = true;  // behind a closed directory only the mode bits can be looked at
-    for (const std::string& directory : wayTo(folderOf(home))) {
+    for (const std::string& directory : wayTo(directoryOf(home))) {
         struct stat status {};
         const bool there = lookAt(directory, status);
         const bool passes = there && canPass(*user, status);

@@ -24,7 +24,7 @@ std::string systemLogs(const std::string& site) { return std::string(SystemLogs)
 Outcome makeLogs(Transaction& change, const std::string& directory, const std::string& owner) {
     const auto account = zp::host::findAccount(owner);
     const gid_t group = account ? account->group : Root;
-    if (isFolder(directory)) {  // of a site of this name that went
+    if (isDirectory(directory)) {  // of a site of this name that went
         change.outstanding({Step::GiveAccess, directory, Root, group, OwnerReads});
         return done();
     }

@@ -11,7 +11,7 @@ namespace zpweb {
 namespace {
 
 // A name that can stand in a path, also of a block that has none that a server could have.
-std::string folderNameOf(const Site& site) {
+std::string directoryNameOf(const Site& site) {
     const Place& place = site.first();
     std::string name = isServerName(place.block->name) ? site.name()
                                                        : nameOf(place.file->path()) + "-" +
@@ -25,7 +25,7 @@ std::string folderNameOf(const Site& site) {
 }  // namespace
 
 std::string suspensionFile(const Transaction& change, const Site& site) {
-    return settingPath(change.configuration().main().path(), folderNameOf(site), Setting::Suspended);
+    return settingPath(change.configuration().main().path(), directoryNameOf(site), Setting::Suspended);
 }
 
 Outcome writeSuspension(Transaction& change, const std::string& file, const std::string& site,

@@ -29,14 +29,14 @@ Outcome runBelow(const std::string& work, const WebUsers& of, const UsersOperati
     const std::string below = work + path::WebUsersDirectory;
     const std::string name = "/" + nameOf(of.file());
     for (const std::string& part : {work + "/etc", below}) {
-        if (Outcome made = makeFolder(part, 0700); !made.ok()) {
+        if (Outcome made = createDirectory(part, 0700); !made.ok()) {
             return made;
         }
     }
     if (Outcome moved = move(work + name, below + name); !moved.ok()) {
         return moved;
     }
-    CZPUsers users(nullptr, work.c_str(), of.domain.c_str(), of.folder.c_str());
+    CZPUsers users(nullptr, work.c_str(), of.domain.c_str(), of.directory.c_str());
     Outcome outcome = operation(users);
     return outcome.ok() && exists(below + name) ? move(below + name, work + name) : outcome;
 }
@@ -50,7 +50,7 @@ OtherEdit editOf(const WebUsers& users, const UsersOperation& operation) {
 
 Outcome makeUsersDirectory(Transaction& change) {
     Outcome noted = change.willMake({path::WebUsersDirectory});
-    return noted.ok() ? makeFolder(path::WebUsersDirectory, 0755) : noted;
+    return noted.ok() ? createDirectory(path::WebUsersDirectory, 0755) : noted;
 }
 
 bool isHash(std::string_view password) {
@@ -68,7 +68,7 @@ bool holdsOnlyHashes(std::string_view text) {
 
 // The file's name carries the protected directory's path; the library turns its slashes into underscores.
 std::string WebUsers::file() const {
-    std::string suffix = folder;
+    std::string suffix = directory;
     std::replace(suffix.begin(), suffix.end(), '/', '_');
     return path::WebUsers + domain + (suffix.empty() ? "" : "_" + suffix);
 }
@@ -116,7 +116,7 @@ Outcome letServerRead(Transaction& change, const std::string& file) {
 Outcome provideUsers(Transaction& change, const WebUsers& users) {
     if (!change.contentOf(users.file())) {
         change.output().note("nobody can log in yet: add users with \"user add " + users.domain +
-                             " USER --folder " + users.folder + "\"");
+                             " USER --folder " + users.directory + "\"");
         Outcome made = makeUsersDirectory(change);
         made = made.ok() ? change.replace(users.file(), "") : made;
         if (!made.ok()) {

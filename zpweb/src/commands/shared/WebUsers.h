@@ -11,16 +11,16 @@
 namespace zpweb {
 
 inline constexpr auto User = needed("USER", Kind::UserName, "The user's name");
-inline constexpr auto OfFolder =
-    option("--folder", Kind::Path, "FOLDER", "The users of this folder instead of the site's");
+inline constexpr auto OfDirectory =
+    option("--folder", Kind::Path, "FOLDER", "The users of this directory instead of the site's");
 
 struct WebUsers {
-    std::string domain, folder;
+    std::string domain, directory;
 
     explicit WebUsers(const Arguments& given)
-        : domain(given[SiteName]), folder(given[OfFolder].value_or("")) {}
-    WebUsers(std::string ofSite, std::string ofFolder)
-        : domain(std::move(ofSite)), folder(std::move(ofFolder)) {}
+        : domain(given[SiteName]), directory(given[OfDirectory].value_or("")) {}
+    WebUsers(std::string ofSite, std::string ofDirectory)
+        : domain(std::move(ofSite)), directory(std::move(ofDirectory)) {}
     std::string file() const;
     Outcome missing() const;
 };

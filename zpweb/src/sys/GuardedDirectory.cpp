@@ -1,4 +1,4 @@
-#include "sys/GuardedFolder.h"
+#include "sys/GuardedDirectory.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -33,17 +33,17 @@ Outcome reachedWithoutForeignLink(const std::string& path) {
     return opened.status == Status::NotFound ? done() : opened;
 }
 
-std::string pathIn(const Descriptor& folder, const std::string& name) {
-    return "/proc/self/fd/" + std::to_string(folder.number()) + (name.empty() ? "" : "/" + name);
+std::string pathIn(const Descriptor& directory, const std::string& name) {
+    return "/proc/self/fd/" + std::to_string(directory.number()) + (name.empty() ? "" : "/" + name);
 }
 
 Outcome giveAccess(const std::string& path, const Access& access, bool deep) {
-    const auto folder = openGuarded(folderOf(path));
-    if (!folder.ok()) {
-        return folder.outcome();
+    const auto directory = openGuarded(directoryOf(path));
+    if (!directory.ok()) {
+        return directory.outcome();
     }
     struct stat status {};
-    if (::fstatat(folder->number(), nameOf(path).c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+    if (::fstatat(directory->number(), nameOf(path).c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
         return failure(systemError(path));
     }
     if (S_ISLNK(status.st_mode)) {

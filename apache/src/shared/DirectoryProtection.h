@@ -1,4 +1,4 @@
-// The two files that put a folder behind a password: ".htaccess" asks for one, ".htpasswd" holds them.
+// The two files that put a directory behind a password: ".htaccess" asks for one, ".htpasswd" holds them.
 #pragma once
 
 #include <array>
@@ -9,12 +9,12 @@
 
 namespace zp {
 
-// The mode in which both files end when they are made for a folder.
+// The mode in which both files end when they are made for a directory.
 inline constexpr mode_t ReadOnlyForAll = 0444;
 
-class FolderProtection {
+class DirectoryProtection {
 public:
-    explicit FolderProtection(const std::string& folder);
+    explicit DirectoryProtection(const std::string& directory);
 
     const host::HeldFile& accessFile() const { return accessFile_; }
     const host::HeldFile& passwordFile() const { return passwordFile_; }

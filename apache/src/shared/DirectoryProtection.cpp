@@ -1,4 +1,4 @@
-#include "shared/FolderProtection.h"
+#include "shared/DirectoryProtection.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -34,15 +34,15 @@ using CommandLine = std::function<std::string(const std::string& passwordFile)>;
 
 }  // namespace
 
-FolderProtection::FolderProtection(const std::string& folder)
-    : accessFile_(folder + "/.htaccess"),
-      passwordFile_(folder + "/.htpasswd"),
+DirectoryProtection::DirectoryProtection(const std::string& directory)
+    : accessFile_(directory + "/.htaccess"),
+      passwordFile_(directory + "/.htpasswd"),
       directives_{{{"AuthUserFile", passwordFile_.path()},
                    {"AuthName", "\"Restricted Area\""},
                    {"AuthType", "Basic"},
                    {"require", "valid-user"}}} {}
 
-std::optional<std::string> FolderProtection::missingLines() const {
+std::optional<std::string> DirectoryProtection::missingLines() const {
     std::string missing;
     for (const auto& [name, value] : directives_) {
         const auto isThere = hasParameter(accessFile_.path(), name, value, Delimiter, CommentMark);
@@ -56,7 +56,7 @@ std::optional<std::string> FolderProtection::missingLines() const {
     return missing;
 }
 
-bool FolderProtection::demandPassword() const {
+bool DirectoryProtection::demandPassword() const {
     const host::Descriptor old = accessFile_.open(O_RDONLY);
     if (!conf::isOneLine(accessFile_.path()) || accessFile_.directory() == nullptr ||
         (!old.isOpen() && accessFile_.state() != State::Missing)) {
@@ -78,7 +78,7 @@ bool FolderProtection::demandPassword() const {
            copy.renameTo(accessFile_.name(), old.number());
 }
 
-bool FolderProtection::lift() const {
+bool DirectoryProtection::lift() const {
     FileHandling file;
     const std::string& path = accessFile_.path();
     return std::all_of(directives_.begin(), directives_.end(), [&](const Directive& directive) {
@@ -173,7 +173,7 @@ void show(const CommandLine& line, const host::HeldFile& file) {
 
 }  // namespace
 
-bool FolderProtection::addUser(const std::string& user, const std::string& password) const {
+bool DirectoryProtection::addUser(const std::string& user, const std::string& password) const {
     Copy copy(passwordFile_);
     if (!copy.isReady()) {
         return false;
@@ -190,7 +190,7 @@ bool FolderProtection::addUser(const std::string& user, const std::string& passw
     return true;
 }
 
-bool FolderProtection::deleteUser(const std::string& user) const {
+bool DirectoryProtection::deleteUser(const std::string& user) const {
     show(deletion(user), passwordFile_);
     Copy copy(passwordFile_);
     const host::Ran ran = copy.isReady() ? copy.run(deletion(user)) : host::Ran::NotStarted;
@@ -204,8 +204,8 @@ bool FolderProtection::deleteUser(const std::string& user) const {
 }
 
 // On one copy. When the tool fails to delete there is nothing that could be lost: it adds to a fresh one.
-FolderProtection::Replaced FolderProtection::replaceUser(const std::string& user,
-                                                         const std::string& password) const {
+DirectoryProtection::Replaced DirectoryProtection::replaceUser(const std::string& user,
+                                                               const std::string& password) const {
     show(deletion(user), passwordFile_);
     std::optional<Copy> copy(passwordFile_);
     const host::Ran deleted = copy->isReady() ? copy->run(deletion(user)) : host::Ran::NotStarted;

@@ -1,0 +1,37 @@
+// Directories that are opened where a site's owner can write: no step is led elsewhere by a link of the
+// owner's.
+#pragma once
+
+#include <sys/types.h>
+
+#include <optional>
+#include <string>
+
+#include "sys/Descriptor.h"
+#include "sys/Outcome.h"
+
+namespace zpweb {
+
+// An existing directory. On the way to it, and in its place, only a link is followed that nobody except the
+// administrator can have placed: one in a directory of root's, or of this process's account, that no group
+// and no other account can write.
+Expected<Descriptor> openGuarded(const std::string& path);
+
+// Is the directory reached like that? One that does not exist is.
+Outcome reachedWithoutForeignLink(const std::string& path);
+
+// A path to an entry of an open directory, good as long as the directory is open and whatever happens to
+// the names above it.
+std::string pathIn(const Descriptor& directory, const std::string& name);
+
+struct Access {
+    std::optional<uid_t> user;
+    std::optional<gid_t> group;
+    std::optional<mode_t> mode;  // a directory keeps its set-ID bits besides
+};
+
+// Gives a file or directory, and with `deep` all that a directory holds, this access. Links are passed
+// over.
+Outcome giveAccess(const std::string& path, const Access& access, bool deep);
+
+}  // namespace zpweb
