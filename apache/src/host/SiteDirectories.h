@@ -22,8 +22,8 @@ inline constexpr const char* ErrorLog = "/log/httpd/error_log";
 inline constexpr const char* AccessLog = "/log/httpd/access_log";
 
 struct Directory {
-    const char* path;
-    mode_t mode;
+    const char* path = nullptr;
+    mode_t mode = 0;
     bool ofAdministrator = false;
 };
 // Each behind the one that it lies in. The set-user-ID bit on a directory has no meaning to Linux; the

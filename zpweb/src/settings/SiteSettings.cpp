@@ -110,7 +110,9 @@ Outcome writeFile(Transaction& change, const SettingPlace& place, const std::str
                   const std::string& directives) {
     const std::string name = settingName(place.site);
     if (name.empty() || name.front() == '.' || name.find('/') != std::string::npos) {
-        return failure("site " + name + ": no directory can have its name");
+        return failure(Status::Refused, "site " + name +
+                                            ": it has no name that its settings could stand under; "
+                                            "give its block a ServerName");
     }
     const std::string path = settingPath(change.configuration().main().path(), name, place.setting);
     const std::string text = settingText(name, place.setting, {asked, directives});

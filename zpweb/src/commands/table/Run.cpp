@@ -150,7 +150,7 @@ Outcome conclude(const Settings& settings, Output& output, Outcome outcome) {
 
 Outcome runChanges(Session& session, std::vector<Invocation> invocations, const std::string& fingerprint) {
     Output& output = session.output;
-    const Outcome outcome = takeSecrets(invocations, output);
+    Outcome outcome = takeSecrets(invocations, output);
     if (!outcome.ok()) {
         return outcome;
     }
