@@ -3,6 +3,7 @@ import os
 import pwd
 import re
 import shutil
+import subprocess
 from pathlib import Path
 
 import pytest
@@ -152,3 +153,14 @@ def test_only_what_is_the_sites_or_its_owners_is_taken_over(site):
         os.chown(path, owner, -1)
         answer = site.run("vdir", "create", "shop.example", path, "--take-over", "--no-check", "--no-reload")
         assert (answer.status == 0) == taken == (path.stat().st_uid == anna) and ("not given" in answer.err) != taken, answer
+
+
+def test_the_state_may_lie_on_another_mount_of_the_file_system(site):
+    state = site.root / ".zpweb"
+    state.mkdir(mode=0o700, exist_ok=True)
+    subprocess.run(["mount", "--bind", state, state], check=True)  # to rename(2) another place from here on
+    try:
+        site.do("host", "add", "shop.example", "more.example", "--no-check", "--no-reload")
+    finally:
+        subprocess.run(["umount", "-l", state], check=True)
+    assert "more.example" in site.text() and not site.strays()

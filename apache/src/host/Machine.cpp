@@ -15,6 +15,7 @@
 #include "host/Access.h"
 #include "host/Descriptor.h"
 #include "host/FileSystem.h"
+#include "host/Mount.h"
 #include "host/Paths.h"
 #include "host/Shell.h"
 #include "host/WriteAll.h"
@@ -64,13 +65,6 @@ bool sync(const std::string& path) {
     return file.isOpen() && ::fsync(file.number()) == 0;
 }
 
-bool onSameFileSystem(const std::string& a, const std::string& b) {
-    struct stat first {};
-    struct stat second {};
-    return ::lstat(a.c_str(), &first) == 0 && ::stat(b.c_str(), &second) == 0 &&
-           first.st_dev == second.st_dev;
-}
-
 bool copyText(int from, int to) {
     std::array<char, 65536> part{};
     for (;;) {
@@ -96,11 +90,11 @@ bool copyWhole(const std::string& from, const std::string& to) {
 // Hidden, so that a server that reads all files of the directory passes it over.
 std::string besides(const Location& target) { return target.directory + "/." + target.name + ".zpnew"; }
 
-// On one file system "mv" is a rename. Over two it would write into the target's place, so the text is
+// On one mount "mv" is a rename. Over two it would write into the target's place, so the text is
 // brought beside the target first.
 bool moveDurably(const std::string& from, const std::string& to) {
     const Location target = locationOf(to);
-    const bool isNear = onSameFileSystem(from, target.directory);
+    const bool isNear = onSameMount(from, target.directory);
     const std::string near = isNear ? from : besides(target);
     const bool whole = (isNear || copyWhole(from, near)) && sync(near);
     if (!isNear) {

@@ -3,19 +3,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "host/Mount.h"
 #include "sys/File.h"
-#include "sys/Look.h"
 #include "sys/OwnersFile.h"
 
 namespace zpweb {
 
 namespace {
-
-bool onSameFileSystem(const std::string& a, const std::string& b) {
-    struct stat first {};
-    struct stat second {};
-    return lookAt(a, first) && lookAt(b, second) && first.st_dev == second.st_dev;
-}
 
 // A directory of this program's alone beside the configuration.
 std::string nearStage(const State& state) { return directoryOf(state.configuration) + "/.zpweb-stage"; }
@@ -52,14 +46,15 @@ std::string standingAbove(const std::string& path) {
 
 std::string Candidates::placeOf(const std::string& path, size_t number) const {
     const std::string directory = standingAbove(path);
-    if (onSameFileSystem(directory, state_.stage())) {
+    if (zp::host::onSameMount(directory, state_.stage())) {
         // The server's words about its main file name it as the administrator does.
         return state_.stage() + "/" +
                (path == state_.configuration ? nameOf(path) : std::to_string(number) + "-" + nameOf(path));
     }
     const std::string near = nearStage(state_);
-    return onSameFileSystem(directory, directoryOf(near)) ? near + "/.zpweb-" + std::to_string(number)
-                                                          : directoryOf(path) + "/.zpweb-" + nameOf(path);
+    return zp::host::onSameMount(directory, directoryOf(near))
+               ? near + "/.zpweb-" + std::to_string(number)
+               : directoryOf(path) + "/.zpweb-" + nameOf(path);
 }
 
 std::vector<std::string> Candidates::place(std::map<std::string, StagedFile>& files) {
