@@ -1,6 +1,7 @@
 // Perl CGI and PHP's open_basedir in the directories of a site.
 #include <CZPWebsite.h>
 #include <gtest/gtest.h>
+#include <sys/mount.h>
 
 #include "support/FakeTools.h"
 #include "support/FileCase.h"
@@ -144,4 +145,10 @@ TEST(SiteFolderCommands, MoveTheScratchFileInAnyCase) {
     writeFile(odd, "Listen 80\n");
     EXPECT_EQ(enablePerl()(odd), 0);
     EXPECT_EQ(tools.calls().back(), "mv [" + scratch("a b;reboot/.httpd.conf.zpnew") + "] [" + odd + "]");
+    // Two mounts of one file system are two to rename(2), too.
+    const std::string bound = "/etc/bound/httpd.conf";
+    writeFile(bound, "Listen 80\n");
+    ASSERT_EQ(::mount("/etc/bound", "/etc/bound", nullptr, MS_BIND, nullptr), 0);
+    EXPECT_EQ(enablePerl()(bound), 0);
+    EXPECT_EQ(tools.calls().back(), movedFromAnotherFileSystem(bound));
 }

@@ -32,7 +32,7 @@ def look(folder):
             for p in [folder, *folder.rglob("*")]}
 
 
-# What root does, and the component of the way there that the owner swaps.
+# What root does (behind what was done before), and the component of the way there that the owner swaps.
 SWAPS = [
     ("protect add {html}/q joe", "html/q"),
     ("protect add {html}/q joe", "html"),
@@ -47,11 +47,25 @@ SWAPS = [
     ("site create b.example --address 127.0.0.1 --owner anna --path {html}", "html"),
     ("site delete shop.example --remove-folders", "html"),
     ("undo", "html/q"),
+    ("protect remove {html}/q ann; undo", "html/q/.zpweb-.htpasswd"),
 ]
+FAR = (0, 2, 3, 6, 12, 13)  # of those, with the sites on a file system of their own
 
 
-@pytest.mark.parametrize("words, swapped", SWAPS)
-def test_a_component_that_becomes_a_link_at_any_moment_leads_nowhere(site, prey, words, swapped):
+@pytest.fixture
+def elsewhere(site, request):
+    """The sites on a file system of their own, as /home often is."""
+    if not request.param:
+        yield
+        return
+    subprocess.run(["mount", "--bind", site.sites, site.sites], check=True)
+    yield
+    subprocess.run(["umount", "-l", site.sites], check=True)
+
+
+@pytest.mark.parametrize("words, swapped, elsewhere", [(*swap, False) for swap in SWAPS] + [(*SWAPS[i], True) for i in FAR],
+                         indirect=["elsewhere"])
+def test_a_component_that_becomes_a_link_at_any_moment_leads_nowhere(site, prey, words, swapped, elsewhere):
     """Before every call that touches the owner's ground (without ZPWEB_FAULTS=all every third): the component is moved away, and a link is in its place."""
     html = site.sites / "shop.example/www/html"
     place = html.parent / swapped
@@ -65,12 +79,15 @@ def test_a_component_that_becomes_a_link_at_any_moment_leads_nowhere(site, prey,
     (html / "q").mkdir()
     (html / "q/conf").write_text("Name one\n")
     site.do("protect", "add", html / "q", "ann", *FAST, input="word\n")
+    *earlier, words = words.format(html=html).split("; ")
+    for each in earlier:
+        site.do(*each.split(), *FAST)
     give(html.parent.parent)
     subprocess.run(f"rm -rf {kept}; mkdir {kept} && cp -a {html.parent} {state} {prey} {site.conf} {kept}", shell=True, check=True)
     before = look(prey)
-    target = prey / swapped.rpartition("/")[2] if Path(swapped).suffix or swapped.endswith("conf") else prey
+    target = prey / swapped.rpartition("/")[2].removeprefix(".zpweb-") if Path(swapped).suffix or swapped.endswith("conf") else prey
     swap = f"mv {place} {html.parent.parent}/swapped && ln -s {target} {place} && chown -h {OWNER} {place}"
-    command = [ZPWEB, "--conf", site.conf, *words.format(html=html).split(), *FAST]
+    command = [ZPWEB, "--conf", site.conf, *words.split(), *FAST]
 
     def run(kind, call):
         done = subprocess.run([ZPFAULT, kind, str(call), *map(str, command)], input="word\n", capture_output=True,

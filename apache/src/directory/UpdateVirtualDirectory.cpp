@@ -117,8 +117,8 @@ bool copyWithUpdate(Rewrite& rewrite, Update& update) {
         rewrite.keep(line);
         if (scope.enters(line) || scope.leaves(line)) {
             if (scope.inDomain()) {
-                path +=
-                    update.directory;  // appended: behind a block that never ended, it stands there twice
+                // Appended: behind a block that never ended, it stands there twice.
+                path += update.directory;
             } else if (!scope.mayBeInDomain()) {
                 path.clear();
             }

@@ -94,7 +94,7 @@ std::string besides(const Location& target) { return target.directory + "/." + t
 // brought beside the target first.
 bool moveDurably(const std::string& from, const std::string& to) {
     const Location target = locationOf(to);
-    const bool isNear = onSameMount(from, target.directory);
+    const bool isNear = onSameMount(locationOf(from).directory, target.directory);
     const std::string near = isNear ? from : besides(target);
     const bool whole = (isNear || copyWhole(from, near)) && sync(near);
     if (!isNear) {

@@ -11,20 +11,19 @@
 
 namespace zp::host {
 
-// A path, itself where it is a link, and a directory. False when one of them cannot be looked at.
-inline bool onSameMount(const std::string& path, const std::string& directory) {
-    const auto look = [](const std::string& at, int flags, struct statx& status) {
-        const bool seen = ::statx(AT_FDCWD, at.c_str(), flags, STATX_MNT_ID, &status) == 0;
+// Of two directories. False when one of them cannot be looked at.
+inline bool onSameMount(const std::string& one, const std::string& other) {
+    const auto look = [](const std::string& directory, struct statx& status) {
+        const bool seen = ::statx(AT_FDCWD, directory.c_str(), 0, STATX_MNT_ID, &status) == 0;
         if (!seen) {
-            noteFault(at);
+            noteFault(directory);
         }
         return seen;
     };
     struct statx first {};
     struct statx second {};
-    return look(path, AT_SYMLINK_NOFOLLOW, first) && look(directory, 0, second) &&
-           first.stx_mnt_id == second.stx_mnt_id && first.stx_dev_major == second.stx_dev_major &&
-           first.stx_dev_minor == second.stx_dev_minor;
+    return look(one, first) && look(other, second) && first.stx_mnt_id == second.stx_mnt_id &&
+           first.stx_dev_major == second.stx_dev_major && first.stx_dev_minor == second.stx_dev_minor;
 }
 
 }  // namespace zp::host

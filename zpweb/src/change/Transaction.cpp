@@ -8,6 +8,7 @@
 #include "store/AuditLog.h"
 #include "store/Migration.h"
 #include "sys/File.h"
+#include "sys/GuardedDirectory.h"
 
 namespace zpweb {
 
@@ -111,7 +112,7 @@ void Transaction::abandon() {
         return;
     }
     for (const std::string& path : journal_.temporary) {
-        ::unlink(path.c_str());
+        static_cast<void>(removeFile(path));
     }
     if (!inPlace_) {
         takeBackElse();

@@ -5,6 +5,7 @@
 
 #include "host/Mount.h"
 #include "sys/File.h"
+#include "sys/GuardedDirectory.h"
 #include "sys/OwnersFile.h"
 
 namespace zpweb {
@@ -14,24 +15,34 @@ namespace {
 // A directory of this program's alone beside the configuration.
 std::string nearStage(const State& state) { return directoryOf(state.configuration) + "/.zpweb-stage"; }
 
-Outcome writeCandidate(const std::string& candidate, const StagedFile& file) {
-    if (file.after.isLink()) {
-        return ::symlink(file.after.text().c_str(), candidate.c_str()) == 0
-                   ? done()
-                   : failure(systemError(candidate));
-    }
-    return writeNewFile(candidate, file.after.pieces(), file.mode);
-}
-
-Outcome giveAttributes(const std::string& path, const StagedFile& file) {
-    if (file.after.isLink() || (file.before && file.before.isLink())) {
+// What makes a new file its own: of the one that was there, or of the one that it shall be like.
+Outcome giveAttributes(const std::string& path, const StagedFile& file, const Descriptor& fresh) {
+    if (file.before && file.before.isLink()) {
         return done();
     }
     if (file.before && !file.ofServer) {
-        return takeOverFromOwnersFile(path, file.candidate);
+        return takeOverFromOwnersFile(path, fresh);
     }
     const std::string& from = file.before ? path : file.like;
-    return from.empty() ? done() : takeOverAttributes(from, file.candidate);
+    return from.empty() ? done() : takeOverAttributes(from, fresh);
+}
+
+// What stood at `candidate` goes. Of a file that goes only the place is made free. The result is open where
+// it is a file.
+Expected<Descriptor> makeWhole(const std::string& path, const StagedFile& file,
+                               const std::string& candidate) {
+    ::unlink(candidate.c_str());
+    if (!file.after) {
+        return Descriptor();
+    }
+    if (file.after.isLink()) {
+        return ::symlink(file.after.text().c_str(), candidate.c_str()) == 0
+                   ? Expected(Descriptor())
+                   : failure(systemError(candidate));
+    }
+    auto fresh = makeNewFile(candidate, file.after.pieces(), file.mode);
+    const Outcome given = fresh.ok() ? giveAttributes(path, file, *fresh) : done();
+    return given.ok() ? std::move(fresh) : given;
 }
 
 }  // namespace
@@ -44,17 +55,18 @@ std::string standingAbove(const std::string& path) {
     return directory;
 }
 
-std::string Candidates::placeOf(const std::string& path, size_t number) const {
+void Candidates::choosePlace(const std::string& path, StagedFile& file, size_t number) const {
     const std::string directory = standingAbove(path);
-    if (zp::host::onSameMount(directory, state_.stage())) {
-        // The server's words about its main file name it as the administrator does.
-        return state_.stage() + "/" +
-               (path == state_.configuration ? nameOf(path) : std::to_string(number) + "-" + nameOf(path));
-    }
     const std::string near = nearStage(state_);
-    return zp::host::onSameMount(directory, directoryOf(near))
-               ? near + "/.zpweb-" + std::to_string(number)
-               : directoryOf(path) + "/.zpweb-" + nameOf(path);
+    const bool inStage = zp::host::onSameMount(directory, state_.stage());
+    if (!inStage && zp::host::onSameMount(directory, directoryOf(near))) {
+        file.candidate = near + "/.zpweb-" + std::to_string(number);
+        return;
+    }
+    // The server's words about its main file name it as the administrator does.
+    file.candidate = state_.stage() + "/" +
+                     (path == state_.configuration ? nameOf(path) : std::to_string(number) + "-" + nameOf(path));
+    file.beside = inStage ? "" : directoryOf(path) + "/.zpweb-" + nameOf(path);
 }
 
 std::vector<std::string> Candidates::place(std::map<std::string, StagedFile>& files) {
@@ -66,11 +78,11 @@ std::vector<std::string> Candidates::place(std::map<std::string, StagedFile>& fi
         if (!file.changed()) {
             continue;
         }
-        file.candidate = placeOf(path, ++number);
-        const std::string directory = directoryOf(file.candidate);
-        nearUsed = nearUsed || directory == near;
-        if (directory != state_.stage()) {
-            outside.push_back(file.candidate);
+        choosePlace(path, file, ++number);
+        const bool isNear = directoryOf(file.candidate) == near;
+        nearUsed = nearUsed || isNear;
+        if (isNear || !file.beside.empty()) {
+            outside.push_back(isNear ? file.candidate : file.beside);
         }
     }
     if (nearUsed) {
@@ -79,15 +91,22 @@ std::vector<std::string> Candidates::place(std::map<std::string, StagedFile>& fi
     return outside;
 }
 
-Outcome Candidates::makeOne(const std::string& path, StagedFile& file) const {
-    const std::string near = nearStage(state_);
-    Outcome made = directoryOf(file.candidate) == near ? createDirectory(near, 0700) : done();
-    ::unlink(file.candidate.c_str());
-    if (!made.ok() || !file.after) {  // the place is for what goes
-        return made;
+Outcome Candidates::makeOne(const std::string& path, const StagedFile& file) const {
+    if (!file.beside.empty() && file.after && !file.after.isLink()) {  // for the server's check
+        ::unlink(file.candidate.c_str());
+        return writeNewFile(file.candidate, file.after.pieces(), file.mode);
     }
-    made = writeCandidate(file.candidate, file);
-    return made.ok() ? giveAttributes(path, file) : made;
+    const std::string near = nearStage(state_);
+    const Outcome made = directoryOf(file.candidate) == near ? createDirectory(near, 0700) : done();
+    return made.ok() ? makeWhole(path, file, file.candidate).outcome() : made;
+}
+
+Expected<std::string> Candidates::bringBeside(const std::string& path, const StagedFile& file,
+                                              const Descriptor& directory) {
+    std::string place = pathIn(directory, nameOf(file.beside));
+    const auto fresh = makeWhole(path, file, place);
+    const Outcome synced = fresh.ok() && fresh->isOpen() ? zpweb::sync(*fresh, file.beside) : fresh.outcome();
+    return synced.ok() ? Expected(std::move(place)) : synced;
 }
 
 Outcome Candidates::make(std::map<std::string, StagedFile>& files) const {
@@ -101,7 +120,7 @@ Outcome Candidates::make(std::map<std::string, StagedFile>& files) const {
 
 Outcome Candidates::sync(const std::map<std::string, StagedFile>& files) {
     for (const auto& [path, file] : files) {
-        if (file.changed() && file.after && !file.after.isLink()) {
+        if (file.changed() && file.beside.empty() && file.after && !file.after.isLink()) {
             if (Outcome synced = zpweb::sync(file.candidate); !synced.ok()) {
                 return synced;
             }

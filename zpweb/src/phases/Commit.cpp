@@ -100,14 +100,20 @@ Outcome addFile(const Place& place, const ChangedFile& changed, const std::strin
                                : asOutcome(error, changed.path);
 }
 
-Outcome putInPlace(const ChangedFile& changed, const std::string& candidate, bool& again) {
+Outcome putInPlace(const ChangedFile& changed, const StagedFile& file, bool& again) {
     auto directory = openGuarded(directoryOf(changed.path));
     if (!directory.ok()) {
         return directory.outcome();
     }
     const Place place{std::move(*directory), nameOf(changed.path)};
+    const auto candidate = file.beside.empty()
+                               ? Expected(file.candidate)
+                               : Candidates::bringBeside(changed.path, file, place.directory);
+    if (!candidate.ok()) {
+        return candidate.outcome();
+    }
     const auto step = changed.before.empty() ? addFile : changed.after.empty() ? removeFile : replaceFile;
-    return step(place, changed, candidate, again);
+    return step(place, changed, *candidate, again);
 }
 
 // Each directory once, however many of its files took their places.
@@ -257,7 +263,7 @@ Outcome commit(const Committing& change, Journal& journal, bool& again) {
     outcome = outcome.ok() && change.beforeItStands ? change.beforeItStands() : outcome;
     outcome = outcome.ok() ? make(change.making) : outcome;
     for (size_t i = 0; outcome.ok() && i < journal.files.size(); ++i) {
-        outcome = putInPlace(journal.files[i], change.files.at(journal.files[i].path).candidate, again);
+        outcome = putInPlace(journal.files[i], change.files.at(journal.files[i].path), again);
     }
     outcome = outcome.ok() ? syncDirectories(journal) : outcome;
     return outcome.ok() ? outcome : takeBack(change.state, journal, outcome, again);

@@ -1,5 +1,6 @@
 #include "phases/PutBack.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -81,7 +82,13 @@ Outcome putBack(const State& state, const Journal& journal) {
 }
 
 Outcome keepAs(const std::string& path, const std::string& name) {
-    return ::link(path.c_str(), name.c_str()) == 0 ? done() : copyWhole(path, name);
+    const auto directory = openGuarded(directoryOf(path));
+    if (!directory.ok()) {
+        return directory.outcome();
+    }
+    const bool linked =
+        ::linkat(directory->number(), nameOf(path).c_str(), AT_FDCWD, name.c_str(), 0) == 0;
+    return linked ? done() : copyWhole(pathIn(*directory, nameOf(path)), name);
 }
 
 }  // namespace zpweb

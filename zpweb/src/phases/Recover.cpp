@@ -12,6 +12,7 @@
 #include "store/Journal.h"
 #include "store/Requests.h"
 #include "sys/File.h"
+#include "sys/GuardedDirectory.h"
 
 namespace zpweb {
 
@@ -41,7 +42,7 @@ public:
                            (journal_.progress == JournalState::Committing && isComplete);
         Outcome outcome = stays ? complete() : takeBack();
         for (const std::string& path : journal_.temporary) {
-            ::unlink(path.c_str());
+            static_cast<void>(removeFile(path));
         }
         return outcome;
     }

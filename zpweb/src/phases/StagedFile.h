@@ -15,6 +15,7 @@ struct StagedFile {
     mode_t mode = 0600;     // of one that is new
     std::string like{};  // whose owner, mode and attributes one that is new gets; empty: root, and its mode
     std::string candidate{};
+    std::string beside{};  // where the candidate comes to stand in the file's own directory; empty: nowhere
 
     bool changed() const { return !before.isSameAs(after); }
 };

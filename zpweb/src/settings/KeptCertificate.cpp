@@ -1,5 +1,6 @@
 #include "settings/KeptCertificate.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <array>
@@ -7,6 +8,7 @@
 #include <utility>
 
 #include "sys/File.h"
+#include "sys/GuardedDirectory.h"
 #include "sys/Hash.h"
 
 namespace zpweb {
@@ -18,7 +20,27 @@ constexpr mode_t OwnFile = 0600;
 constexpr const char* Certificate = "/certificate.pem";
 constexpr const char* Key = "/key.pem";
 
-// A new file with the owner and mode of the old one takes its place.
+// A new file with the owner and mode of the old one takes its place, in a directory that is held open.
+Outcome replaceIn(const Descriptor& directory, const std::string& name, std::string_view text) {
+    const std::string place = pathIn(directory, name);
+    const std::string fresh = place + ".zpweb";
+    ::unlink(fresh.c_str());
+    const Descriptor old(::openat(directory.number(), name.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
+    if (!old.isOpen()) {
+        return failure(systemError(name));
+    }
+    const auto file = makeNewFile(fresh, {&text, 1}, OwnFile);
+    Outcome put = file.ok() ? takeOverAttributes(old, *file, name, ModeBits::WithoutSetId) : file.outcome();
+    put = put.ok() ? sync(*file, name) : put;
+    if (put.ok() && ::rename(fresh.c_str(), place.c_str()) != 0) {
+        put = failure(systemError(name));
+    }
+    if (!put.ok()) {
+        ::unlink(fresh.c_str());
+    }
+    return put.ok() ? sync(directory, name) : put;
+}
+
 Outcome putBack(const std::string& kept, const std::string& path) {
     const auto text = readFile(kept);
     const auto real = realPathOf(path);
@@ -28,17 +50,8 @@ Outcome putBack(const std::string& kept, const std::string& path) {
     if (const auto now = readFile(*real); now.ok() && *now == *text) {
         return done();
     }
-    const std::string fresh = *real + ".zpweb";
-    ::unlink(fresh.c_str());
-    Outcome put = writeNewFile(fresh, *text, OwnFile);
-    put = put.ok() ? takeOverAttributes(*real, fresh) : put;
-    if (put.ok() && ::rename(fresh.c_str(), real->c_str()) != 0) {
-        put = failure(systemError(*real));
-    }
-    if (!put.ok()) {
-        ::unlink(fresh.c_str());
-    }
-    return put.ok() ? sync(directoryOf(*real)) : put;
+    const auto directory = openGuarded(directoryOf(*real));
+    return directory.ok() ? replaceIn(*directory, nameOf(*real), *text) : directory.outcome();
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include "sys/Copy.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include "sys/File.h"
@@ -11,10 +12,18 @@ Outcome copyWhole(const std::string& from, const std::string& to) {
     if (const auto target = linkTarget(from)) {
         return ::symlink(target->c_str(), to.c_str()) == 0 ? done() : failure(systemError(to));
     }
-    const auto text = readFile(from);
-    Outcome copied = text.ok() ? writeNewFile(to, *text, 0600) : text.outcome();
-    copied = copied.ok() ? takeOverAttributes(from, to) : copied;
-    return copied.ok() ? sync(to) : copied;
+    // Each is opened once: where an owner can write, another file may bear the name at the next look.
+    const Descriptor source(::open(from.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    const auto text = source.isOpen() ? readDescriptor(source, from, std::string::npos)
+                                      : Expected<std::string>(failure(systemError(from)));
+    if (!text.ok()) {
+        return text.outcome();
+    }
+    const std::string_view whole = *text;
+    const auto fresh = makeNewFile(to, {&whole, 1}, 0600);
+    const Outcome copied =
+        fresh.ok() ? takeOverAttributes(source, *fresh, from, ModeBits::All) : fresh.outcome();
+    return copied.ok() ? sync(*fresh, to) : copied;
 }
 
 }  // namespace zpweb

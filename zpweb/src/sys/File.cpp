@@ -210,19 +210,24 @@ Outcome readParts(const std::string& path, const std::function<void(std::string_
     }
 }
 
-Outcome writeNewFile(const std::string& path, std::span<const std::string_view> pieces, mode_t mode) {
-    const Descriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, mode));
+Expected<Descriptor> makeNewFile(const std::string& path, std::span<const std::string_view> pieces,
+                                 mode_t mode) {
+    Descriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, mode));
     const bool written = file.isOpen() && ::fchmod(file.number(), mode) == 0 &&
                          std::all_of(pieces.begin(), pieces.end(),
                                      [&](auto piece) { return writeAll(file.number(), piece); });
     if (written) {
-        return done();
+        return file;
     }
     Outcome failed = failure(systemError(path));
     if (file.isOpen()) {
         ::unlink(path.c_str());
     }
     return failed;
+}
+
+Outcome writeNewFile(const std::string& path, std::span<const std::string_view> pieces, mode_t mode) {
+    return makeNewFile(path, pieces, mode).outcome();
 }
 
 Outcome replaceFile(const std::string& path, std::string_view text, mode_t mode) {
@@ -280,22 +285,19 @@ Outcome takeOverAttributes(const Descriptor& from, const Descriptor& to, const s
     return done();
 }
 
-Outcome takeOverAttributes(const std::string& from, const std::string& to) {
-    constexpr int Flags = O_RDONLY | O_CLOEXEC | O_NONBLOCK;
-    const Descriptor source(::open(from.c_str(), Flags));
-    const Descriptor target(::open(to.c_str(), Flags));
-    if (!source.isOpen() || !target.isOpen()) {
-        return failure(systemError(source.isOpen() ? to : from));
-    }
-    return takeOverAttributes(source, target, from, ModeBits::All);
+Outcome takeOverAttributes(const std::string& from, const Descriptor& to) {
+    const Descriptor source(::open(from.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    return source.isOpen() ? takeOverAttributes(source, to, from, ModeBits::All)
+                           : failure(systemError(from));
+}
+
+Outcome sync(const Descriptor& file, const std::string& path) {
+    return ::fsync(file.number()) == 0 ? done() : failure(systemError(path));
 }
 
 Outcome sync(const std::string& path) {
     const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    if (!file.isOpen() || ::fsync(file.number()) != 0) {
-        return failure(systemError(path));
-    }
-    return done();
+    return file.isOpen() ? sync(file, path) : failure(systemError(path));
 }
 
 Outcome createDirectory(const std::string& path, mode_t mode) {

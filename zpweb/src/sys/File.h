@@ -37,7 +37,9 @@ Expected<std::string> readFile(const std::string& path);
 Expected<std::string> readDescriptor(const Descriptor& file, const std::string& path, size_t limit);
 // Reads a file in parts that are as long as they can be: 128 KiB, but for the last.
 Outcome readParts(const std::string& path, const std::function<void(std::string_view)>& take);
-// Makes a new file with exactly this mode; what stands at `path` is an error.
+// Makes a new file with exactly this mode; what stands at `path` is an error. The result is open to write.
+Expected<Descriptor> makeNewFile(const std::string& path, std::span<const std::string_view> pieces,
+                                 mode_t mode);
 Outcome writeNewFile(const std::string& path, std::span<const std::string_view> pieces, mode_t mode);
 inline Outcome writeNewFile(const std::string& path, std::string_view text, mode_t mode) {
     return writeNewFile(path, {&text, 1}, mode);
@@ -46,13 +48,14 @@ inline Outcome writeNewFile(const std::string& path, std::string_view text, mode
 Outcome replaceFile(const std::string& path, std::string_view text, mode_t mode);
 // A line that a write was cut off in gets its end first.
 Outcome appendLine(const std::string& path, std::string_view line, mode_t mode);
-// Gives the file the owner, mode, ACL and extended attributes of another.
-Outcome takeOverAttributes(const std::string& from, const std::string& to);
+// Gives an open file the owner, mode, ACL and extended attributes of another.
+Outcome takeOverAttributes(const std::string& from, const Descriptor& to);
 // The same of open files.
 enum class ModeBits { All, WithoutSetId };
 Outcome takeOverAttributes(const Descriptor& from, const Descriptor& to, const std::string& path,
                            ModeBits bits);
 Outcome sync(const std::string& path);  // a file or a directory
+Outcome sync(const Descriptor& file, const std::string& path);  // of what is open
 
 Outcome createDirectory(const std::string& path,
                         mode_t mode);  // exactly this mode; one that exists is no error

@@ -37,6 +37,15 @@ std::string pathIn(const Descriptor& directory, const std::string& name) {
     return "/proc/self/fd/" + std::to_string(directory.number()) + (name.empty() ? "" : "/" + name);
 }
 
+Outcome removeFile(const std::string& path) {
+    const auto directory = openGuarded(directoryOf(path));
+    const bool gone = directory.ok() && (::unlinkat(directory->number(), nameOf(path).c_str(), 0) == 0 ||
+                                         errno == ENOENT);
+    return gone || directory.outcome().status == Status::NotFound ? done()
+           : directory.ok()                                       ? failure(systemError(path))
+                                                                  : directory.outcome();
+}
+
 Outcome giveAccess(const std::string& path, const Access& access, bool deep) {
     const auto directory = openGuarded(directoryOf(path));
     if (!directory.ok()) {

@@ -24,6 +24,9 @@ Outcome reachedWithoutForeignLink(const std::string& path);
 // the names above it.
 std::string pathIn(const Descriptor& directory, const std::string& name);
 
+// Removes a file from its directory, which is held meanwhile. One that is not there is no error.
+Outcome removeFile(const std::string& path);
+
 struct Access {
     std::optional<uid_t> user;
     std::optional<gid_t> group;

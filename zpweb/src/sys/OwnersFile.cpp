@@ -55,16 +55,9 @@ Expected<std::string> readOwnersFile(const std::string& path) {
     return file.ok() ? readDescriptor(*file, path, LargestOwnersFile) : file.outcome();
 }
 
-Outcome takeOverFromOwnersFile(const std::string& path, const std::string& candidate) {
+Outcome takeOverFromOwnersFile(const std::string& path, const Descriptor& candidate) {
     const auto file = openOwnersFile(path);
-    if (!file.ok()) {
-        return file.outcome();
-    }
-    const Descriptor fresh(::open(candidate.c_str(), OpenFile));
-    if (!fresh.isOpen()) {
-        return failure(systemError(candidate));
-    }
-    return takeOverAttributes(*file, fresh, path, ModeBits::WithoutSetId);
+    return file.ok() ? takeOverAttributes(*file, candidate, path, ModeBits::WithoutSetId) : file.outcome();
 }
 
 }  // namespace zpweb

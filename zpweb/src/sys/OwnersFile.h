@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "sys/Descriptor.h"
 #include "sys/Outcome.h"
 
 namespace zpweb {
@@ -14,7 +15,7 @@ inline constexpr size_t LargestOwnersFile = size_t{1024} * 1024;
 // name, one over 1 MiB and, where others than root can write, one that belongs neither to root nor to the
 // directory's owner.
 Expected<std::string> readOwnersFile(const std::string& path);
-// Gives `candidate` the owner, mode (without set-ID bits), ACL and attributes of the file.
-Outcome takeOverFromOwnersFile(const std::string& path, const std::string& candidate);
+// Gives the open `candidate` the owner, mode (without set-ID bits), ACL and attributes of the file.
+Outcome takeOverFromOwnersFile(const std::string& path, const Descriptor& candidate);
 
 }  // namespace zpweb

@@ -8,6 +8,7 @@
 #include "conf/Text.h"
 #include "host/Accounts.h"
 #include "host/Paths.h"
+#include "host/WebUsers.h"
 #include "input/Quoted.h"
 #include "sys/File.h"
 #include "sys/Process.h"
@@ -70,7 +71,7 @@ bool holdsOnlyHashes(std::string_view text) {
 std::string WebUsers::file() const {
     std::string suffix = directory;
     std::replace(suffix.begin(), suffix.end(), '/', '_');
-    return path::WebUsers + domain + (suffix.empty() ? "" : "_" + suffix);
+    return zp::host::webUsersFile("", domain.c_str(), suffix.c_str());
 }
 
 Outcome WebUsers::missing() const {
@@ -78,7 +79,7 @@ Outcome WebUsers::missing() const {
 }
 
 std::vector<std::string> userNamesOf(const std::string& domain) {
-    const auto text = readFile(path::WebUsers + domain);
+    const auto text = readFile(zp::host::webUsersFile("", domain.c_str(), ""));
     std::vector<std::string> names;
     const Lines lines(text.ok() ? std::string_view(*text) : std::string_view());
     for (const std::string_view line : lines.all) {
