@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <filesystem>
 
 namespace zp::faults {
@@ -89,12 +90,27 @@ std::string descriptorOf(pid_t process, unsigned long long number) {
                                                            : links + "/fd/" + std::to_string(number));
 }
 
+// How a program names an entry of a directory that it holds open.
+constexpr std::string_view OpenFiles = "/proc/self/fd/";
+
+// Of "NUMBER" or "NUMBER/ENTRY".
+std::string throughDescriptor(pid_t process, const std::string& words) {
+    unsigned number = 0;
+    const char* const last = words.data() + words.size();
+    const char* const end = std::from_chars(words.data(), last, number).ptr;
+    const std::string directory = descriptorOf(process, number);
+    return directory.empty() ? "" : directory + std::string(end, last);
+}
+
 }  // namespace
 
 std::span<const Call> calls() { return Calls; }
 
 std::string fileOf(pid_t process, const Call& call, Arguments arguments) {
     std::string path = call.path < 0 ? "" : textAt(process, arguments[static_cast<size_t>(call.path)]);
+    if (path.starts_with(OpenFiles)) {
+        return throughDescriptor(process, path.substr(OpenFiles.size()));
+    }
     if (path.starts_with('/')) {
         return path;
     }
