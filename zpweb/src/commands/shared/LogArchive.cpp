@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
+#include <vector>
 
 #include "CZPWebsite.h"
 #include "Results.h"
@@ -25,6 +27,8 @@ constexpr int MostOfAnHour = 1000;
 constexpr mode_t OwnerOnly = 0700;
 constexpr std::string_view RoomName = ".zpweb-rotate.";
 constexpr const char* Kept = ".kept";  // the log's second name, until its archive is whole
+
+bool isArchive(const std::string& name) { return name.ends_with(Packed); }
 
 std::string numbered(const std::string& name, int number) {
     return number == 1 ? name : name + "." + std::to_string(number);
@@ -81,14 +85,14 @@ public:
 
     bool isOpen() const { return room_.isOpen(); }
     const Descriptor& directory() const { return room_; }
-    // What the packing left beside the log.
-    std::string archive() const {
-        for (const std::string& name : entriesOf(pathIn(room_, ""))) {
-            if (name.ends_with(Packed)) {
-                return name;
-            }
-        }
-        return {};
+    // What the packing left beside the log; empty when there is none.
+    Expected<std::string> archive() const {
+        auto names = listed(pathIn(room_, ""));
+        const auto found = names.ok() ? std::find_if(names->begin(), names->end(), isArchive)
+                                      : std::vector<std::string>::iterator();
+        return !names.ok()             ? Expected<std::string>(names.outcome())
+               : found == names->end() ? Expected<std::string>("")
+                                       : Expected<std::string>(*found);
     }
 
 private:
@@ -97,8 +101,16 @@ private:
     Descriptor room_;
 };
 
+// Each line is there once: the log comes out of its room only when no archive of it is left there.
+bool takeOutWithout(const std::vector<std::string>& archives, int room, int out, const std::string& aside) {
+    const bool gone = std::all_of(archives.begin(), archives.end(), [&](const std::string& name) {
+        return ::unlinkat(room, name.c_str(), 0) == 0;
+    });
+    return gone && moveToFree(room, Kept, out, aside, "").ok();
+}
+
 // What a run that was interrupted has left in its room comes out: the log, or when that is gone its
-// archive.
+// archive. What cannot be done at this moment stays for the next rotation.
 void empty(int beside, const std::string& room, int out, const std::string& aside) {
     const Descriptor inside(
         ::openat(beside, room.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
@@ -106,12 +118,21 @@ void empty(int beside, const std::string& room, int out, const std::string& asid
     if (!inside.isOpen() || ::fstat(inside.number(), &status) != 0 || status.st_uid != ::geteuid()) {
         return;
     }
-    const bool kept = moveToFree(inside.number(), Kept, out, aside, "").ok();
-    for (const std::string& name : entriesOf(pathIn(inside, ""))) {
-        if (!kept && name.ends_with(Packed)) {  // whole: the log is let go of when its archive is
-            static_cast<void>(moveToFree(inside.number(), name, out,
-                                         name.substr(0, name.size() - Packed.size()), Packed));
+    const auto names = listed(pathIn(inside, ""));
+    if (!names.ok()) {
+        return;
+    }
+    std::vector<std::string> archives;
+    std::copy_if(names->begin(), names->end(), std::back_inserter(archives), isArchive);
+    if (std::find(names->begin(), names->end(), Kept) != names->end()) {
+        if (!takeOutWithout(archives, inside.number(), out, aside)) {
+            return;
         }
+        archives.clear();
+    }
+    for (const std::string& name : archives) {  // whole: the log is let go of when its archive is
+        static_cast<void>(
+            moveToFree(inside.number(), name, out, name.substr(0, name.size() - Packed.size()), Packed));
     }
     for (const std::string& name : entriesOf(pathIn(inside, ""))) {
         if (::unlinkat(inside.number(), name.c_str(), 0) != 0) {  // the operation's own room
@@ -202,12 +223,16 @@ Outcome pack(Transaction& change, const std::string& site, const std::string& as
     Outcome packed = ::linkat(inside, Kept, inside, name.c_str(), 0) == 0
                          ? rotate(change, site, room.directory(), name, "ZIPandDEL")
                          : failure(systemError(aside));
-    const std::string archive = room.archive();
+    const auto found = room.archive();
+    if (!found.ok()) {  // the next rotation finds the log in the room
+        return found.outcome();
+    }
+    const std::string& archive = *found;
     const bool whole = packed.ok() && !archive.empty() && isWhole(inside, archive, name);
-    if (!whole || ::unlinkat(inside, Kept, 0) != 0) {  // never both: each line is there once
-        ::unlinkat(inside, archive.c_str(), 0);
+    if (!whole || ::unlinkat(inside, Kept, 0) != 0) {
         ::unlinkat(inside, name.c_str(), 0);
-        static_cast<void>(moveToFree(inside, Kept, directory->number(), nameOf(aside), ""));
+        const std::vector<std::string> archives(archive.empty() ? 0 : 1, archive);
+        static_cast<void>(takeOutWithout(archives, inside, directory->number(), nameOf(aside)));
         return packed.ok() ? failure(aside + (whole ? ": cannot be removed, so it stays unpacked"
                                                     : ": tar made no whole archive of it"))
                            : packed;
