@@ -45,7 +45,7 @@ DirectoryProtection::DirectoryProtection(const std::string& directory)
 std::optional<std::string> DirectoryProtection::missingLines() const {
     std::string missing;
     for (const auto& [name, value] : directives_) {
-        const auto isThere = hasParameter(accessFile_.path(), name, value, Delimiter, CommentMark);
+        const auto isThere = hasParameter(accessFile_.path(), {name, value, Delimiter}, CommentMark);
         if (!isThere) {
             return std::nullopt;
         }
@@ -83,7 +83,7 @@ bool DirectoryProtection::lift() const {
     const std::string& path = accessFile_.path();
     return std::all_of(directives_.begin(), directives_.end(), [&](const Directive& directive) {
         const auto& [name, value] = directive;
-        const auto isThere = hasParameter(path, name, value, Delimiter, CommentMark);
+        const auto isThere = hasParameter(path, {name, value, Delimiter}, CommentMark);
         return isThere && (!*isThere || file.delParamFromFile(path, name, value, Delimiter, CommentMark));
     });
 }

@@ -1,4 +1,5 @@
-// Host headers: the further names of a site, kept on its ServerAlias line with single blanks between them.
+// Host headers are the further names of a site, kept on its ServerAlias line with single blanks between
+// them.
 #include <ostream>
 
 #include "ApacheHelper.h"
@@ -15,16 +16,6 @@ namespace result = zp::result;
 namespace {
 
 constexpr const char* ServerAlias = "ServerAlias";
-
-// A name that begins a longer one of the list counts as listed: what stands behind it is not looked at.
-bool isListed(const std::string& names, const std::string& name) {
-    for (size_t at = names.find(name); at != std::string::npos; at = names.find(name, at + 1)) {
-        if (at == 0 || names[at - 1] == ' ') {
-            return true;
-        }
-    }
-    return false;
-}
 
 // Every name behind the first brings a blank along, also when the first was left out: callers know the
 // blank that then heads the list.
@@ -52,26 +43,6 @@ std::string without(std::string_view names, std::string_view unwanted) {
 }
 
 }  // namespace
-
-char CZPWebsite::AddHostHeader(std::string domainName, std::string hostHeader) {
-    zp::host::report(TrackManager, "AddHostHeader",
-                     {{"DomainName", domainName}, {"HostHeader", hostHeader}});
-    const std::string configuration = zp::host::textOf(HttpdConfFile);
-    ApacheHelper helper;
-    std::string names;
-    if (helper.Apache_getDirectiveInVH(configuration, domainName, ServerAlias, names, false) != 0) {
-        return result::hostHeader::NotChanged;
-    }
-    if (isListed(names, hostHeader)) {
-        return result::hostHeader::AlreadyThere;
-    }
-    const std::string extended = names.size() > 2 ? names + " " + hostHeader : hostHeader;
-    if (helper.Apache_UpdateDirectiveInVH(configuration, domainName, ServerAlias, extended, false) != 0) {
-        zp::host::out() << "Update error\n";
-        return result::hostHeader::NotChanged;
-    }
-    return result::hostHeader::Changed;
-}
 
 char CZPWebsite::DeleteHostHeader(std::string domainName, std::string hostHeader) {
     zp::host::report(TrackManager, "DeleteHostHeader",
