@@ -12,7 +12,7 @@ from pathlib import Path
 
 import pytest
 import websockets
-from conftest import OWNER, ZPWEB, await_true, free_port
+from conftest import OWNER, ZPFAULT, ZPWEB, await_true, free_port
 from servers import HTTP, TLS, Debian, RedHat
 
 LIVE = Path("/etc/letsencrypt/live")
@@ -227,6 +227,29 @@ def test_a_server_without_tls_gets_its_module_and_its_listener(live):
     assert shown("shop.example", port=port) == fingerprint("shop")
     live.do("tls", "off", "shop.example")
     assert live.get("shop.example") == (200, "the shop")
+
+
+def test_a_renewal_that_is_killed_before_its_proof_is_completed_by_the_next_run(live):
+    """Killed when the setting is in place: before the reload, while the server reloads, and before the certificate is looked at."""
+    port = free_port()
+    issue("killed", "shop.example,*.shop.example")
+    live.do("tls", "on", "shop.example", *pair("killed"), "--https-port", port)
+
+    def renew(kind, call):
+        issue("killed", "shop.example,*.shop.example")
+        done = subprocess.run([ZPFAULT, kind, call, ZPWEB, "--conf", live.conf, "tls", "renewed"], capture_output=True, text=True,
+                              env={**os.environ, "ZPFAULT_ALL": "1"})
+        return done.returncode, done.stderr
+
+    listed = [line.split() for line in renew("none", "0")[1].splitlines() if line[:1].isdigit()]
+    placed = max(at for at, line in enumerate(listed) if line[1] == "renameat2")
+    recorded = min(at for at, line in enumerate(listed) if at > placed and line[2].endswith("audit.log"))
+    for number, at in enumerate((placed + 1, (placed + recorded) // 2, recorded)):
+        assert renew("kill", listed[at][0])[0] == 137
+        answer = live.do("host", "add", "shop.example", f"a{number}.shop.example")
+        assert "tls renewed) had made its change but may not have reloaded" in answer.err, answer
+        assert shown("shop.example", port=port) == fingerprint("killed")
+        assert not live.do("tls", "renewed", "--json").json["changed"] and not live.strays() - {"zpweb.d"}
 
 
 # --- redirects ---

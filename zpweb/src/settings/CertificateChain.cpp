@@ -58,4 +58,13 @@ Expected<KeyPointer> readKey(const std::string& file) {
                           : failure(file + ": it holds no private key in PEM form");
 }
 
+bool isPair(const std::string& certificateFile, const std::string& keyFile) {
+    const auto chain = readChain(certificateFile);
+    const auto key = readKey(keyFile);
+    const bool fits =
+        chain.ok() && key.ok() && X509_check_private_key(chain->front().get(), key->get()) == 1;
+    static_cast<void>(opensslError());
+    return fits;
+}
+
 }  // namespace zpweb

@@ -23,5 +23,7 @@ using KeyPointer = std::unique_ptr<EVP_PKEY, FreeOpenssl>;
 Expected<std::vector<CertificatePointer>> readChain(const std::string& file);
 // A key that a passphrase protects is refused: nobody is there to type it when the server starts.
 Expected<KeyPointer> readKey(const std::string& file);
+// Is the key that of the first certificate?
+bool isPair(const std::string& certificateFile, const std::string& keyFile);
 
 }  // namespace zpweb

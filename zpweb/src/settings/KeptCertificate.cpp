@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <utility>
 
+#include "settings/CertificateChain.h"
 #include "sys/File.h"
 #include "sys/GuardedDirectory.h"
 #include "sys/Hash.h"
@@ -43,7 +44,7 @@ Outcome replaceIn(const Descriptor& directory, const std::string& name, std::str
 
 Outcome putBack(const std::string& kept, const std::string& path) {
     const auto text = readFile(kept);
-    const auto real = realPathOf(path);
+    const auto real = behindGuardedLinks(path);
     if (!text.ok() || !real.ok()) {
         return text.ok() ? real.outcome() : text.outcome();
     }
@@ -74,6 +75,11 @@ Outcome KeptCertificate::keep() const {
          {std::pair(Key, files_.key), std::pair(Certificate, files_.certificate)}) {
         const auto text = kept.ok() ? readFile(path) : kept;
         kept = text.ok() ? replaceFile(directory_ + name, *text, OwnFile) : text.outcome();
+    }
+    // Where an owner can exchange the files, the one that was read may be somebody else's.
+    if (kept.ok() && !isPair(directory_ + Certificate, directory_ + Key)) {
+        forget();
+        return failure(files_.key + ": somebody has exchanged it meanwhile");
     }
     return kept;
 }

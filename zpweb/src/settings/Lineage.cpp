@@ -1,5 +1,6 @@
 #include "settings/Lineage.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -7,6 +8,7 @@
 
 #include "settings/Certificate.h"
 #include "sys/File.h"
+#include "sys/GuardedDirectory.h"
 
 namespace zpweb {
 
@@ -53,12 +55,15 @@ std::string numberOf(const std::string& directory, const Numbered& link, const s
     return {};
 }
 
-Outcome relink(const std::string& link, const std::string& target) {
-    const std::string fresh = link + ".zpweb";
-    ::unlink(fresh.c_str());
-    return ::symlink(target.c_str(), fresh.c_str()) == 0 && ::rename(fresh.c_str(), link.c_str()) == 0
+// In the directory that is held open: one of its owner's leads no step elsewhere.
+Outcome relink(const Descriptor& directory, const std::string& name, const std::string& target) {
+    const std::string fresh = name + ".zpweb";
+    const int held = directory.number();
+    ::unlinkat(held, fresh.c_str(), 0);
+    return ::symlinkat(target.c_str(), held, fresh.c_str()) == 0 &&
+                   ::renameat(held, fresh.c_str(), held, name.c_str()) == 0
                ? done()
-               : failure(systemError(link));
+               : failure(systemError(name));
 }
 
 }  // namespace
@@ -70,7 +75,11 @@ bool isNumberedLink(const std::string& certificate) {
 
 Outcome leadBack(const std::string& certificate, const std::string& fingerprint) {
     const std::string directory = directoryOf(certificate);
-    const auto target = linkTarget(certificate);
+    const auto held = openGuarded(directory);
+    if (!held.ok()) {
+        return held.outcome();
+    }
+    const auto target = linkTarget(pathIn(*held, nameOf(certificate)));
     const auto link = target ? numberedFrom(*target) : std::nullopt;
     const std::string number = link ? numberOf(directory, *link, fingerprint) : "";
     if (number.empty()) {
@@ -78,15 +87,14 @@ Outcome leadBack(const std::string& certificate, const std::string& fingerprint)
                        " keeps the new certificate, as the one before it is not at hand: put that back "
                        "before the server starts again");
     }
-    for (const std::string& name : entriesOf(directory)) {
-        const std::string path = directory + "/" + name;
-        const auto its = linkTarget(path);
+    for (const std::string& name : entriesOf(pathIn(*held, ""))) {
+        const auto its = linkTarget(pathIn(*held, name));
         const auto each = its ? numberedFrom(*its) : std::nullopt;
         if (!each || each->number != link->number ||
             !exists(fromDirectory(directory, each->with(number)))) {
             continue;
         }
-        if (Outcome led = relink(path, each->with(number)); !led.ok()) {
+        if (Outcome led = relink(*held, name, each->with(number)); !led.ok()) {
             return led;
         }
     }

@@ -14,6 +14,17 @@ namespace host = zp::host;
 
 namespace zpweb {
 
+namespace {
+
+constexpr int MostLinks = 40;  // on one way; the system's own limit
+
+Outcome notFollowed(const std::string& path, const std::string& link) {
+    return failure(path + ": reached through a symbolic link (" + link +
+                   ") that others than root can place; it is not followed");
+}
+
+}  // namespace
+
 Expected<Descriptor> openGuarded(const std::string& path) {
     host::HeldDirectory::Obstacle obstacle;
     auto directory = host::HeldDirectory::hold(path, &obstacle);
@@ -21,8 +32,7 @@ Expected<Descriptor> openGuarded(const std::string& path) {
         return directory->release();
     }
     if (!obstacle.link.empty()) {
-        return failure(path + ": reached through a symbolic link (" + obstacle.link +
-                       ") that others than root can place; it is not followed");
+        return notFollowed(path, obstacle.link);
     }
     errno = obstacle.error;
     return failure(obstacle.error == ENOENT ? Status::NotFound : Status::Error, systemError(path));
@@ -33,14 +43,35 @@ Outcome reachedWithoutForeignLink(const std::string& path) {
     return opened.status == Status::NotFound ? done() : opened;
 }
 
+Expected<std::string> behindGuardedLinks(std::string path) {
+    for (int links = 0; links < MostLinks; ++links) {
+        const auto directory = host::HeldDirectory::hold(directoryOf(path));
+        const std::string name = nameOf(path);
+        struct stat status {};
+        if (!directory ||
+            ::fstatat(directory->descriptor(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+            return directory ? failure(systemError(path)) : openGuarded(directoryOf(path)).outcome();
+        }
+        if (!S_ISLNK(status.st_mode)) {
+            return path;
+        }
+        const auto target = host::administratorsLink(*directory, name);
+        if (!target) {
+            return notFollowed(path, name);
+        }
+        path = target->starts_with('/') ? *target : directoryOf(path) + "/" + *target;
+    }
+    return failure(path + ": too many symbolic links");
+}
+
 std::string pathIn(const Descriptor& directory, const std::string& name) {
     return "/proc/self/fd/" + std::to_string(directory.number()) + (name.empty() ? "" : "/" + name);
 }
 
 Outcome removeFile(const std::string& path) {
     const auto directory = openGuarded(directoryOf(path));
-    const bool gone = directory.ok() && (::unlinkat(directory->number(), nameOf(path).c_str(), 0) == 0 ||
-                                         errno == ENOENT);
+    const bool gone = directory.ok() &&
+                      (::unlinkat(directory->number(), nameOf(path).c_str(), 0) == 0 || errno == ENOENT);
     return gone || directory.outcome().status == Status::NotFound ? done()
            : directory.ok()                                       ? failure(systemError(path))
                                                                   : directory.outcome();

@@ -20,6 +20,9 @@ Expected<Descriptor> openGuarded(const std::string& path);
 // Is the directory reached like that? One that does not exist is.
 Outcome reachedWithoutForeignLink(const std::string& path);
 
+// The path itself or, where a link stands that only the administrator can have placed, what it leads to.
+Expected<std::string> behindGuardedLinks(std::string path);
+
 // A path to an entry of an open directory, good as long as the directory is open and whatever happens to
 // the names above it.
 std::string pathIn(const Descriptor& directory, const std::string& name);
