@@ -15,7 +15,6 @@ namespace zp::host {
 namespace {
 
 constexpr mode_t SetIdBits = S_ISUID | S_ISGID;
-constexpr mode_t OwnerOnly = 0700;
 
 // A place is opened, not its content, so that a device or a pipe does not notice.
 Descriptor openPlace(int directory, const char* name) {
@@ -77,15 +76,9 @@ bool giveTree(const HeldDirectory& parent, const std::string& name, const Effect
     return directory.isOpen() && giveBelow(directory, effect) && given;
 }
 
-// The directory that was made, and no other that came into its place.
 bool makeDirectory(const HeldDirectory& parent, const std::string& name, const Effect& effect) {
-    if (::mkdirat(parent.descriptor(), name.c_str(), OwnerOnly) != 0) {
-        return false;
-    }
-    const Descriptor place = openPlace(parent.descriptor(), name.c_str());
-    struct stat status {};
-    return place.isOpen() && ::fstat(place.number(), &status) == 0 && S_ISDIR(status.st_mode) &&
-           status.st_uid == ::geteuid() && giveTo(place, effect);
+    const Descriptor made = makeDirectoryIn(parent.descriptor(), name);
+    return made.isOpen() && giveTo(made, effect);
 }
 
 bool provideDirectory(const HeldDirectory& parent, const std::string& name, const Effect& effect) {

@@ -1,5 +1,6 @@
 #include "host/HeldDirectory.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 
@@ -12,9 +13,21 @@ namespace zp::host {
 namespace {
 
 constexpr int OpenDirectory = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
+constexpr mode_t OwnerOnly = 0700;
 constexpr int MostLinks = 40;  // on one way; the system's own limit
 
 bool isAdministrator(uid_t owner) { return owner == 0 || owner == ::geteuid(); }
+
+bool isEmpty(int directory) {
+    DIR* listing = ::fdopendir(::openat(directory, ".", OpenDirectory));
+    int entries = 0;
+    errno = 0;
+    while (listing != nullptr && ::readdir(listing) != nullptr) {
+        ++entries;
+    }
+    const bool none = listing != nullptr && errno == 0 && entries <= 2;  // "." and ".."
+    return (listing == nullptr || ::closedir(listing) == 0) && none;
+}
 
 std::string takeFirstName(std::string& path) {
     std::string name = path.substr(0, path.find('/'));
@@ -73,6 +86,18 @@ bool HeldDirectory::othersWrite() const {
 bool HeldDirectory::mayOwn(uid_t owner) const {
     struct stat status {};
     return isAdministrator(owner) || (::fstat(descriptor(), &status) == 0 && status.st_uid == owner);
+}
+
+Descriptor makeDirectoryIn(int parent, const std::string& name) {
+    if (::mkdirat(parent, name.c_str(), OwnerOnly) != 0) {
+        return Descriptor();
+    }
+    Descriptor made(::openat(parent, name.c_str(), OpenDirectory | O_NOFOLLOW));
+    struct stat status {};
+    const bool isIt = made.isOpen() && ::fstat(made.number(), &status) == 0 &&
+                      status.st_uid == ::geteuid() && (status.st_mode & (S_IRWXG | S_IRWXO)) == 0 &&
+                      isEmpty(made.number());
+    return isIt ? std::move(made) : Descriptor();
 }
 
 std::optional<std::string> administratorsLink(const HeldDirectory& directory, const std::string& name) {

@@ -43,6 +43,11 @@ private:
     Descriptor directory_;
 };
 
+// Makes a directory that this process's account alone can enter, and opens it. Not open when it could not
+// be made, or when what stands there then is not that: a directory of the same account's that the owner of
+// `parent` has put in its place has something in it, or lets others in.
+Descriptor makeDirectoryIn(int parent, const std::string& name);
+
 // Where the link `name` of the directory leads, unless others than the administrator can have placed it.
 std::optional<std::string> administratorsLink(const HeldDirectory& directory, const std::string& name);
 

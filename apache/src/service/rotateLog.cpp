@@ -21,21 +21,11 @@ namespace result = zp::result;
 namespace {
 
 constexpr long Megabyte = 1'048'576;
-constexpr mode_t OwnerOnly = 0700;
 
 // A directory of its own beside the log, where no one but this process's account can place anything.
 class Workroom {
 public:
-    explicit Workroom(int beside) : beside_(beside) {
-        if (::mkdirat(beside_, name_.c_str(), OwnerOnly) == 0) {
-            room_ = host::Descriptor(
-                ::openat(beside_, name_.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-        }
-        struct stat status {};
-        if (room_.isOpen() && (::fstat(room_.number(), &status) != 0 || status.st_uid != ::geteuid())) {
-            room_.close();
-        }
-    }
+    explicit Workroom(int beside) : beside_(beside), room_(host::makeDirectoryIn(beside, name_)) {}
     ~Workroom() { ::unlinkat(beside_, name_.c_str(), AT_REMOVEDIR); }
     Workroom(const Workroom&) = delete;
     Workroom& operator=(const Workroom&) = delete;

@@ -24,7 +24,6 @@ namespace {
 
 constexpr std::string_view Packed = ".tar.gz";
 constexpr int MostOfAnHour = 1000;
-constexpr mode_t OwnerOnly = 0700;
 constexpr std::string_view RoomName = ".zpweb-rotate.";
 constexpr const char* Kept = ".kept";  // the log's second name, until its archive is whole
 
@@ -69,16 +68,7 @@ Outcome isPlainFile(const Descriptor& directory, const std::string& path) {
 // A directory of this process's alone beside the log, where nobody else can place anything.
 class Room {
 public:
-    explicit Room(int beside) : beside_(beside) {
-        if (::mkdirat(beside_, name_.c_str(), OwnerOnly) == 0) {
-            room_ = Descriptor(
-                ::openat(beside_, name_.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-        }
-        struct stat status {};
-        if (room_.isOpen() && (::fstat(room_.number(), &status) != 0 || status.st_uid != ::geteuid())) {
-            room_.close();
-        }
-    }
+    explicit Room(int beside) : beside_(beside), room_(zp::host::makeDirectoryIn(beside, name_)) {}
     ~Room() { ::unlinkat(beside_, name_.c_str(), AT_REMOVEDIR); }
     Room(const Room&) = delete;
     Room& operator=(const Room&) = delete;
@@ -115,7 +105,8 @@ void empty(int beside, const std::string& room, int out, const std::string& asid
     const Descriptor inside(
         ::openat(beside, room.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     struct stat status {};
-    if (!inside.isOpen() || ::fstat(inside.number(), &status) != 0 || status.st_uid != ::geteuid()) {
+    if (!inside.isOpen() || ::fstat(inside.number(), &status) != 0 || status.st_uid != ::geteuid() ||
+        (status.st_mode & (S_IRWXG | S_IRWXO)) != 0) {
         return;
     }
     const auto names = listed(pathIn(inside, ""));
