@@ -1,6 +1,7 @@
 // Virtual directories on the host: commands, owners and modes, what links lead to, and what stands in the
 // way.
 #include <gtest/gtest.h>
+#include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -259,4 +260,13 @@ TEST_F(FolderRemoval, IsNotLedElsewhereByALinkOnTheWay) {
     fs::create_symlink(Outside, Home + "/way");  // the site's owner can have placed it
     EXPECT_EQ(remove(Home + "/way/inner"), 1);
     EXPECT_TRUE(fs::exists(Outside + "/inner"));
+}
+
+TEST_F(FolderRemoval, LeavesWhatIsMountedThere) {
+    fs::create_directories(tree + "/a/bound");
+    writeFile(tree + "/a/file", "x");
+    ASSERT_EQ(::mount(Outside.c_str(), (tree + "/a/bound").c_str(), nullptr, MS_BIND, nullptr), 0);
+    EXPECT_EQ(remove(tree), 1);
+    EXPECT_FALSE(fs::exists(tree + "/a/file"));
+    expectOutsideUntouched();
 }

@@ -155,6 +155,25 @@ def test_only_what_is_the_sites_or_its_owners_is_taken_over(site):
         assert (answer.status == 0) == taken == (path.stat().st_uid == anna) and ("not given" in answer.err) != taken, answer
 
 
+def test_what_is_mounted_below_a_home_is_neither_removed_nor_given_away(site):
+    html, shared = site.sites / "shop.example/www/html", site.root / "www/shared data"
+    before = site.text()
+    for path in (html / "q/bound here", shared):
+        path.mkdir(parents=True)
+    (shared / "file").write_text("everybody's")
+    (html / "q/file").touch()
+    subprocess.run(["mount", "--bind", shared, html / "q/bound here"], check=True)
+    try:
+        site.do("vdir", "create", "shop.example", html / "q", "--take-over", "--no-check", "--no-reload")
+        assert (html / "q/file").stat().st_uid != 0 and [path.stat().st_uid for path in (shared, shared / "file")] == [0, 0]
+        site.do("undo", "--no-check", "--no-reload")
+        answer = site.run("site", "delete", "shop.example", "--remove-folders", "--no-check", "--no-reload")
+        assert answer.status == 1 and "bound here: something is mounted" in answer.err and (html / "q/file").exists(), answer
+        assert site.text() == before and (shared / "file").exists()
+    finally:
+        subprocess.run(["umount", "-l", html / "q/bound here"], check=True)
+
+
 def test_the_state_may_lie_on_another_mount_of_the_file_system(site):
     state = site.root / ".zpweb"
     state.mkdir(mode=0o700, exist_ok=True)

@@ -5,6 +5,8 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdint>
+#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -21,6 +23,7 @@ constexpr int OpenDirectory = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 struct Level {
     dev_t device;
     ino_t number;
+    uint64_t mount;
     std::string name;
     std::vector<std::string> below;
 };
@@ -29,6 +32,22 @@ bool isSame(int directory, const Level& level) {
     struct stat status {};
     return ::fstat(directory, &status) == 0 && status.st_dev == level.device &&
            status.st_ino == level.number;
+}
+
+// An entry itself, where it is a link, too. An old kernel tells of no mount: there all is one. That of a
+// device would not do, as file systems have several.
+struct Entry {
+    bool isDirectory = false;
+    uint64_t mount = 0;
+};
+
+std::optional<Entry> entryAt(int directory, const char* name) {
+    struct statx status {};
+    constexpr int Itself = AT_SYMLINK_NOFOLLOW | AT_EMPTY_PATH | AT_NO_AUTOMOUNT;
+    if (::statx(directory, name, Itself, STATX_TYPE | STATX_MNT_ID, &status) != 0) {
+        return std::nullopt;
+    }
+    return Entry{S_ISDIR(status.stx_mode), status.stx_mnt_id};
 }
 
 bool isDirectoryItself(int parent, const char* name) {
@@ -49,9 +68,12 @@ bool visitEntries(int directory, const TreeSteps& steps, Level& level) {
         if (name == "." || name == "..") {
             continue;
         }
-        visited = steps.entry(directory, entry->d_name);
-        if (visited && isDirectoryItself(directory, entry->d_name)) {
-            level.below.emplace_back(name);
+        const auto found = entryAt(directory, entry->d_name);
+        if (!found || found->mount == level.mount) {
+            visited = steps.entry(directory, entry->d_name);
+            if (visited && found && found->isDirectory) {
+                level.below.emplace_back(name);
+            }
         }
         errno = 0;
     }
@@ -76,10 +98,11 @@ public:
 private:
     bool arrive(const std::string& name) {
         struct stat status {};
-        if (!here_.isOpen() || ::fstat(here_.number(), &status) != 0) {
+        const auto itself = here_.isOpen() ? entryAt(here_.number(), "") : std::nullopt;
+        if (!itself || ::fstat(here_.number(), &status) != 0) {
             return false;
         }
-        levels_.push_back({status.st_dev, status.st_ino, name, {}});
+        levels_.push_back({status.st_dev, status.st_ino, itself->mount, name, {}});
         return visitEntries(here_.number(), steps_, levels_.back());
     }
 

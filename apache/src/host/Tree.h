@@ -16,14 +16,16 @@ struct TreeSteps {
     std::function<bool(int parent, const char* name)> behind;
 };
 
-// Walks below the open directory. No link is followed. False where the walk was ended, where a directory
-// cannot be read, and where one was moved meanwhile.
+// Walks below the open directory. No link is followed, and what is mounted there is passed over: an owner
+// and a mode that a site's directory gets, or its removal, are not for what somebody has bound into it.
+// False where the walk was ended, where a directory cannot be read, and where one was moved meanwhile.
 [[nodiscard]] bool walkTree(int directory, const TreeSteps& steps);
 
 // Removes a directory and all that it holds. A link in it is removed as a link, and so is one in its place
 // when a directory stands behind it. False, and the rest stays, at the first directory that cannot be read
 // or removed, at a link that leads nowhere, and where a link that others than the administrator can have
-// placed is on the way. Whether a file could be removed is not examined.
+// placed is on the way. What is mounted in it stays, and so do the directories above. Whether a file could
+// be removed is not examined.
 [[nodiscard]] bool removeTree(const std::string& path);
 
 }  // namespace zp::host

@@ -12,6 +12,7 @@
 #include "settings/TlsChange.h"
 #include "sys/File.h"
 #include "sys/GuardedDirectory.h"
+#include "sys/Mounts.h"
 
 namespace zpweb {
 
@@ -48,6 +49,11 @@ Outcome removeDirectories(Transaction& change, const Block& block) {
     }
     if (Outcome reached = reachedWithoutForeignLink(*home); !reached.ok()) {
         return reached;
+    }
+    if (const auto mount = mountIn(*home)) {
+        return failure(*mount +
+                       ": something is mounted there, and would be lost with the home; unmount it "
+                       "first: nothing is done");
     }
     change.output().set("removed", *home);
     change.outstanding({zp::host::Effect::Step::RemoveTree, *home});
