@@ -48,6 +48,7 @@ SWAPS = [
     ("site delete shop.example --remove-folders", "html"),
     ("undo", "html/q"),
     ("protect remove {html}/q ann; undo", "html/q/.zpweb-.htpasswd"),
+    ("tls renewed shop.example", "html/q"),
 ]
 FAR = (0, 2, 3, 6, 12, 13)  # of those, with the sites on a file system of their own
 
@@ -69,41 +70,97 @@ def test_a_component_that_becomes_a_link_at_any_moment_leads_nowhere(site, prey,
     """Before every call that touches the owner's ground (without ZPWEB_FAULTS=all every third): the component is moved away, and a link is in its place."""
     html = site.sites / "shop.example/www/html"
     place = html.parent / swapped
-    state, kept = site.root / ".zpweb", Path("/var/zpweb-test/kept")
-
-    def prepare():
-        subprocess.run(f"rm -rf {html.parent} {state} {html.parent.parent}/swapped {prey} && "
-                       f"cp -a {kept}/www {html.parent.parent} && cp -a {kept}/prey {kept}/.zpweb {kept}/httpd.conf {site.root}",
-                       shell=True, check=True)
-
     (html / "q").mkdir()
     (html / "q/conf").write_text("Name one\n")
     site.do("protect", "add", html / "q", "ann", *FAST, input="word\n")
+    if words.startswith("tls"):
+        certify(site, html / "q")
+    give(html.parent.parent)
     *earlier, words = words.format(html=html).split("; ")
     for each in earlier:
         site.do(*each.split(), *FAST)
-    give(html.parent.parent)
-    subprocess.run(f"rm -rf {kept}; mkdir {kept} && cp -a {html.parent} {state} {prey} {site.conf} {kept}", shell=True, check=True)
-    before = look(prey)
     target = prey / swapped.rpartition("/")[2].removeprefix(".zpweb-") if Path(swapped).suffix or swapped.endswith("conf") else prey
     swap = f"mv {place} {html.parent.parent}/swapped && ln -s {target} {place} && chown -h {OWNER} {place}"
-    command = [ZPWEB, "--conf", site.conf, *words.split(), *FAST]
+    assert hurt_by(site, prey, words, swap, lambda: look(prey)) == []
+
+
+@pytest.mark.parametrize("words, made, swap", [
+    ("site create b.example --address 127.0.0.1 --owner anna --path {html}", "b.example/www", "mv {html}/secret {made}"),
+    ("protect add {html}/q joe", "q", "mkfifo {made}"),
+])
+def test_what_comes_into_the_place_of_what_root_has_made_is_not_taken_for_it(site, prey, words, made, swap):
+    """A directory of root's that stood beside becomes nobody else's; and no pipe is waited for."""
+    html = site.sites / "shop.example/www/html"
+    (html / "q").mkdir()
+    (html / "b.example").mkdir()
+    give(html.parent.parent)
+    (html / "b.example/secret").mkdir(mode=0o700)
+    (html / "b.example/secret/file").touch()
+    swap = f"[ -d {html / made} ] && mv {html / made} {html.parent.parent}/swapped && " + swap.format(html=html / "b.example", made=html / made)
+
+    def secrets():
+        status = next(html.rglob("file")).parent.stat()
+        return {"the directory": (status.st_uid, oct(status.st_mode))}
+
+    assert hurt_by(site, prey, words.format(html=html), swap, secrets) == []
+
+
+def hurt_by(site, prey, words, swap, look):
+    """The calls before which the swap hurts what is looked at."""
+    html = site.sites / "shop.example/www/html"
+    state, kept = site.root / ".zpweb", Path("/var/zpweb-test/kept")
+    subprocess.run(f"rm -rf {kept}; mkdir {kept} && cp -a {html.parent} {state} {prey} {site.conf} {kept}", shell=True, check=True)
+    before = look()
 
     def run(kind, call):
-        done = subprocess.run([ZPFAULT, kind, str(call), *map(str, command)], input="word\n", capture_output=True,
-                              text=True, timeout=60, env={**os.environ, "ZPFAULT_RUN": swap, "ZPFAULT_ALL": "1"})
+        subprocess.run(f"rm -rf {html.parent} {state} {html.parent.parent}/swapped {prey} && "
+                       f"cp -a {kept}/www {html.parent.parent} && cp -a {kept}/prey {kept}/.zpweb {kept}/httpd.conf {site.root}",
+                       shell=True, check=True)
+        done = subprocess.run([ZPFAULT, kind, str(call), ZPWEB, "--conf", str(site.conf), *words.split(), *FAST], input="word\n",
+                              capture_output=True, text=True, timeout=20, env={**os.environ, "ZPFAULT_RUN": swap, "ZPFAULT_ALL": "1"})
         return [line for line in done.stderr.splitlines() if re.match(r"\d+ \w+ /", line)]
 
-    prepare()
     calls = run("none", 0)
     own = [int(line.split()[0]) for line in calls if str(html.parent.parent) in line]
-    wrong = []
+    wrong = [] if own else ["nothing is touched"]
     for call in own[::EVERY]:
-        prepare()
         run("meanwhile", call)
-        hurt = [path for path, was in {**look(prey), **before}.items() if look(prey).get(path) != before.get(path)]
+        after = look()
+        hurt = [path for path in {**after, **before} if after.get(path) != before.get(path)]
         wrong += [(calls[call - 1], hurt)] if hurt else []
-    assert own and not wrong
+    return wrong
+
+
+def issue(certificate, key):
+    subprocess.run(["openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1", "-nodes", "-subj", "/CN=shop.example", "-addext",
+                    "subjectAltName=DNS:shop.example,DNS:www.shop.example", "-keyout", key, "-out", certificate], check=True, capture_output=True)
+
+
+def certify(site, folder):
+    """Certificates as an ACME client keeps them, in a directory that the owner holds; the newest is none."""
+    issue(folder / "cert1.pem", folder / "key1.pem")
+    (folder / "conf").rename(folder / "conf1.pem")
+    for name in ("cert", "key", "conf"):
+        (folder / name).symlink_to(f"{folder}/{name}1.pem")
+    site.do("tls", "on", "shop.example", "--certificate", folder / "cert", "--key", folder / "key", *FAST)
+    for name in ("cert", "key", "conf"):
+        (folder / f"{name}2.pem").write_text("no certificate\n")
+        (folder / name).unlink()
+        (folder / name).symlink_to(f"{folder}/{name}2.pem")
+
+
+def test_a_kept_certificate_is_not_put_back_through_a_link_of_the_owners(site, prey):
+    folder = site.sites / "shop.example/www"
+    issue(folder / "cert.pem", folder / "key.pem")
+    site.do("tls", "on", "shop.example", "--certificate", folder / "cert.pem", "--key", folder / "key.pem", *FAST)
+    assert len(list(site.root.glob(".zpweb/certificates/*/*"))) == 2
+    before = look(prey)
+    (folder / "cert.pem").unlink()
+    (folder / "cert.pem").symlink_to(prey / "conf")
+    give(folder)
+    answer = site.run("tls", "renewed", "shop.example", *FAST)
+    assert look(prey) == before
+    assert answer.status == 3 and "not followed" in answer.err, answer
 
 
 SPARSE = 3 << 30

@@ -64,8 +64,9 @@ void Candidates::choosePlace(const std::string& path, StagedFile& file, size_t n
         return;
     }
     // The server's words about its main file name it as the administrator does.
-    file.candidate = state_.stage() + "/" +
-                     (path == state_.configuration ? nameOf(path) : std::to_string(number) + "-" + nameOf(path));
+    file.candidate =
+        state_.stage() + "/" +
+        (path == state_.configuration ? nameOf(path) : std::to_string(number) + "-" + nameOf(path));
     file.beside = inStage ? "" : directoryOf(path) + "/.zpweb-" + nameOf(path);
 }
 
@@ -105,7 +106,8 @@ Expected<std::string> Candidates::bringBeside(const std::string& path, const Sta
                                               const Descriptor& directory) {
     std::string place = pathIn(directory, nameOf(file.beside));
     const auto fresh = makeWhole(path, file, place);
-    const Outcome synced = fresh.ok() && fresh->isOpen() ? zpweb::sync(*fresh, file.beside) : fresh.outcome();
+    const Outcome synced =
+        fresh.ok() && fresh->isOpen() ? zpweb::sync(*fresh, file.beside) : fresh.outcome();
     return synced.ok() ? Expected(std::move(place)) : synced;
 }
 

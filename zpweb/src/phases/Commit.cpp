@@ -139,7 +139,7 @@ Outcome keep(const State& state, const Journal& journal, const std::map<std::str
             continue;
         }
         const std::string name = directory + "/" + std::to_string(i);
-        Outcome kept = keepAs(journal.files[i].path, name);
+        Outcome kept = keepAs(journal.files[i].path, name, file.before.size());
         if (kept.ok() && !file.before.isLink() && !file.after.isLink()) {
             Patch patch = patchOf(file.before, file.after);
             patch.middle.insert(patch.middle.begin(), patch.head);
@@ -184,7 +184,7 @@ Outcome keepStep(const FileStep& step, const StagedFile& whole, const std::strin
         kept =
             ::symlink(step.before.text().c_str(), name.c_str()) == 0 ? done() : failure(systemError(name));
     } else if (way) {
-        kept = keepAs(step.path, name);
+        kept = keepAs(step.path, name, whole.before.size());
         kept = kept.ok() && !way->empty() ? writeNewFile(name + ".earlier", *way, 0600) : kept;
     } else {
         kept = writeNewFile(name, step.before.pieces(), step.mode);

@@ -81,14 +81,13 @@ Outcome putBack(const State& state, const Journal& journal) {
     return outcome;
 }
 
-Outcome keepAs(const std::string& path, const std::string& name) {
+Outcome keepAs(const std::string& path, const std::string& name, size_t size) {
     const auto directory = openGuarded(directoryOf(path));
     if (!directory.ok()) {
         return directory.outcome();
     }
-    const bool linked =
-        ::linkat(directory->number(), nameOf(path).c_str(), AT_FDCWD, name.c_str(), 0) == 0;
-    return linked ? done() : copyWhole(pathIn(*directory, nameOf(path)), name);
+    const bool linked = ::linkat(directory->number(), nameOf(path).c_str(), AT_FDCWD, name.c_str(), 0) == 0;
+    return linked ? done() : copyWhole(pathIn(*directory, nameOf(path)), name, size);
 }
 
 }  // namespace zpweb

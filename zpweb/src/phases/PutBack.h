@@ -18,7 +18,8 @@ Expected<Standing> standingOf(const ChangedFile& file);
 // they are.
 Outcome putBack(const State& state, const Journal& journal);
 
-// A second name for what stands at the path, or a copy where the file system has none to give.
-Outcome keepAs(const std::string& path, const std::string& name);
+// A second name for what stands at the path, or a copy where the file system has none to give: of `size`
+// bytes at most, for where its owner writes it can have become anything.
+Outcome keepAs(const std::string& path, const std::string& name, size_t size);
 
 }  // namespace zpweb

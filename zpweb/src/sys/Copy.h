@@ -8,7 +8,7 @@
 namespace zpweb {
 
 // Makes `to` what `from` is, with owner, mode, ACL and attributes, and brings it to the disk. What
-// stands there goes first.
-Outcome copyWhole(const std::string& from, const std::string& to);
+// stands there goes first. A failure when it is larger than `limit`.
+Outcome copyWhole(const std::string& from, const std::string& to, size_t limit = std::string::npos);
 
 }  // namespace zpweb

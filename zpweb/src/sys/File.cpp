@@ -296,7 +296,8 @@ Outcome sync(const Descriptor& file, const std::string& path) {
 }
 
 Outcome sync(const std::string& path) {
-    const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    // An owner may have put a pipe in the place of a directory: it is not waited for.
+    const Descriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     return file.isOpen() ? sync(file, path) : failure(systemError(path));
 }
 
