@@ -208,6 +208,36 @@ def test_what_waits_for_its_confirmation_is_not_forgotten_when_the_list_cannot_b
     assert len(calls) > 3
 
 
+def test_no_checkpoint_goes_while_those_that_wait_are_not_known(site):
+    site.do("host", "add", "shop.example", "a.example", "--confirm-within", "1h", *FAST)
+    checkpoints, listed = site.root / ".zpweb/checkpoints", site.root / ".zpweb/unconfirmed"
+    for number in range(100, 160):
+        (checkpoints / f"{number:06}").mkdir()
+    text = listed.read_text()
+    for unreadable, left in ((True, 63), (False, 51)):  # with the one that waits, and the new one
+        listed.unlink() if unreadable else listed.rmdir()
+        listed.mkdir() if unreadable else listed.write_text(text)
+        site.do("host", "add", "shop.example", f"{left}.example", *FAST)
+        assert len(list(checkpoints.iterdir())) == left and (checkpoints / f"{2:06}").is_dir()
+
+
+def test_what_is_put_back_is_what_was_there_or_nothing(site):
+    """A run is killed between its two files, and the checkpoint is damaged: the next one does not put that in place."""
+    html = site.sites / "shop.example/www/html"
+    site.do("protect", "add", html, "joe", *FAST, input="word\n")
+    kept = site.root / ".zpweb/checkpoints/000003/0"
+    subprocess.run([ZPFAULT, "kill", "renameat2:2", ZPWEB, "--conf", site.conf, "protect", "remove", html, "joe", *FAST], capture_output=True)
+    text, half = kept.read_text(), (html / ".htaccess").read_text()
+    assert half != text and "joe" in (html / ".htpasswd").read_text()
+    kept.write_text("Require all granted\n")
+    for _ in range(2):
+        answer = site.run("site", "stop", "shop.example", *FAST)
+        assert answer.status == 1 and "damaged" in answer.err and (html / ".htaccess").read_text() == half, answer
+    kept.write_text(text)
+    site.do("site", "stop", "shop.example", *FAST)
+    assert (html / ".htaccess").read_text() == text
+
+
 def test_modes_do_not_follow_the_umask(site):
     """What a change makes is the same under any umask."""
     def made(name, umask):

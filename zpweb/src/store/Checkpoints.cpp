@@ -117,12 +117,13 @@ void removeWhole(const State& state, const Journal& change) {
 
 void pruneCheckpoints(const State& state) {
     const auto numbers = checkpointsOf(state);
-    const size_t count = numbers.ok() ? numbers->size() : 0;
-    const auto waiting = count > CheckpointsKept ? unconfirmedOf(state) : std::vector<Unconfirmed>();
-    for (size_t i = 0; i + CheckpointsKept < count; ++i) {
+    if (!numbers.ok() || numbers->size() <= CheckpointsKept) {
+        return;
+    }
+    const auto waiting = checkpointsAwaited(state);  // which are not known: none goes
+    for (size_t i = 0; waiting.ok() && i + CheckpointsKept < numbers->size(); ++i) {
         const int number = (*numbers)[i];
-        if (std::none_of(waiting.begin(), waiting.end(),
-                         [&](const Unconfirmed& each) { return each.checkpoint == number; })) {
+        if (std::find(waiting->begin(), waiting->end(), number) == waiting->end()) {
             removeTree(state.checkpoint(number));
         }
     }

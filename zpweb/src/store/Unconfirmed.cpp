@@ -57,6 +57,15 @@ std::vector<Unconfirmed> unconfirmedOf(const State& state) {
     return all;
 }
 
+Expected<std::vector<int>> checkpointsAwaited(const State& state) {
+    const auto known = entries(state);
+    std::vector<int> numbers;
+    for (const Unconfirmed& each : known.ok() ? *known : std::vector<Unconfirmed>()) {
+        numbers.push_back(each.checkpoint);
+    }
+    return known.ok() ? Expected(std::move(numbers)) : known.outcome();
+}
+
 Outcome addUnconfirmed(const State& state, const Unconfirmed& added) {
     auto all = entries(state);
     if (!all.ok()) {
