@@ -118,7 +118,8 @@ TEST(ParameterFilePlace, KeepsModeAndOwner) {
     writeFile(file, Access);
     ASSERT_EQ(::chown(file.c_str(), 2001, 2002), 0);
     ASSERT_EQ(::chmod(file.c_str(), 0440), 0);
-    for (const FileOperation& operation : {edit("Options", "None", "All"), erase("Options", "All")}) {
+    for (const FileOperation& operation :
+         {add("Options None"), edit("Options", "None", "All"), erase("Options", "All")}) {
         EXPECT_TRUE(operation(file));
         EXPECT_EQ(mode(file) + " " + owner(file), "0440 2001:2002");
     }

@@ -80,6 +80,9 @@ CHANGES = [
     ("undo", "host add shop.example more.example"),
     (CHECKED, ""),
 ]
+# With the sites, and the directory beside them, on mounts of their own, as /home often is.
+FAR = [each for each in CHANGES if each[0].startswith(("protect", "param", "site delete shop.example --"))] + [
+    ("undo", "protect add " + HTML + " joe"), ("undo", "protect add " + HTML + " ann; protect remove " + HTML + " ann")]
 
 
 def password_files(site):
@@ -111,7 +114,7 @@ class Subject:
         subprocess.run(["cp", "-a", "--parents", *kept, self.kept], check=True, cwd="/")
 
     def restore(self):
-        subprocess.run(f"rm -rf {' '.join(map(str, (self.site.root, *OUTSIDE)))} && cp -a {self.kept}/* /", shell=True, check=True)
+        subprocess.run(f"rm -rf {' '.join(map(str, (self.site.root, *OUTSIDE)))} 2>&-; cp -a {self.kept}/* /", shell=True, check=True)
 
     def state(self):
         """Everything but what the program keeps for itself. A new hash of a password has a salt of its own: its shape is told."""
@@ -189,13 +192,24 @@ def next_works(subject, done, now, old, new):
     return ""
 
 
-@pytest.mark.parametrize("change, first", CHANGES, ids=lambda text: text.partition(" {")[0].replace(" ", "_"))
-def test_a_fault_at_any_call_leaves_the_old_or_the_new(site, change, first, capsys):
+@pytest.fixture
+def layout(site, request):
+    far = [site.sites, site.root / "www"] if request.param else []
+    for path in far:
+        subprocess.run(["mount", "--bind", path, path], check=True)
+    yield
+    for path in far:
+        subprocess.run(["umount", "-l", path], check=True)
+
+
+@pytest.mark.parametrize("change, first, layout", [(*each, "") for each in CHANGES] + [(*each, "far") for each in FAR], indirect=["layout"],
+                         ids=lambda text: text.partition(" {")[0].replace(" ", "_"))
+def test_a_fault_at_any_call_leaves_the_old_or_the_new(site, change, first, layout, capsys):
     subject = Subject(site)
     names = {"sites": site.sites, "root": site.root}
     words = change.format(**names).split()
-    if first:
-        site.do(*first.format(**names).split(), *FAST, input="first\n")
+    for each in first.split("; ") if first else []:
+        site.do(*each.format(**names).split(), *FAST, input="first\n")
     options = () if change == CHECKED else FAST
     subject.keep()
     old = subject.state()

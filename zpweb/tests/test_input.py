@@ -133,8 +133,9 @@ def test_what_an_owner_wrote_cannot_steer_the_terminal(site, json):
 def test_a_password_that_the_shell_needs_quoted_is_masked_too(site):
     folder = site.root / "www"
     site.conf.write_text(site.text() + f'<Directory "{folder}">\nAllowOverride All\n</Directory>\n')
-    for secret in ("it's $HOME", "plain-word", "a b"):
-        answer = site.do("protect", "add", folder, "joe", "--verbose", "--diff", "--no-check", input=secret + "\n")
+    for command, secret in (("add", "a b"), ("edit", "it's $HOME"), ("edit", "plain-word"), ("edit", "a b")):
+        answer = site.do("protect", command, folder, "joe", "--verbose", "--diff", "--no-check", input=secret + "\n")
+        assert command == "add" or "(hidden)" in answer.out + answer.err, "the tool's command line is shown"
         assert not [part for part in (secret, secret.replace("'", "'\\''")) if part in answer.out + answer.err], answer
 
 

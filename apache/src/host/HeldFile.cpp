@@ -74,12 +74,6 @@ Descriptor HeldFile::open(int flags) const {
     return file;
 }
 
-Descriptor HeldFile::make() const {
-    constexpr int Fresh = O_RDWR | O_CREAT | O_EXCL | SameFile;
-    return Descriptor(directory_ ? ::openat(directory_->descriptor(), name_.c_str(), Fresh, OwnerOnly)
-                                 : -1);
-}
-
 bool HeldFile::remove() const {
     return directory_ && (::unlinkat(directory_->descriptor(), name_.c_str(), 0) == 0 || errno == ENOENT);
 }

@@ -35,8 +35,6 @@ public:
     // The file itself, whatever becomes of its name; not open when it is not Present. With O_CREAT among
     // the flags a missing one is made, with mode 0644.
     Descriptor open(int flags) const;
-    // Makes it new and empty, readable by its owner alone; not open when something is there.
-    Descriptor make() const;
     [[nodiscard]] bool remove() const;  // nothing there counts as removed
 
 private:
