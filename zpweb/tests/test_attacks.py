@@ -105,16 +105,32 @@ def test_what_comes_into_the_place_of_what_root_has_made_is_not_taken_for_it(sit
     assert hurt_by(site, prey, words.format(html=html), swap, secrets) == []
 
 
+@pytest.mark.parametrize("bait", ["ln {prey}/access_log", "ln -s {prey}/access_log"])
+def test_a_rotation_packs_no_file_of_roots(site, prey, bait):
+    """The log, or what was put aside of it, becomes a name of the prey: what is packed in the owner's ground is not that."""
+    logs = site.sites / "shop.example/log/httpd"
+    (logs / "access_log").write_text("a line\n")
+    give(logs.parent.parent)
+    swap = (f"cd {logs} && for log in $(ls -d access_log* | grep -v gz$); do mv $log {logs.parent.parent}/swapped && "
+            + bait.format(prey=prey) + " $log; done; true")
+
+    def packed():
+        told = subprocess.run(f"zcat {logs}/*.gz | grep -a 'A B'", shell=True, capture_output=True, text=True).stdout
+        return {**look(prey), "packed": told}
+
+    assert hurt_by(site, prey, "log rotate shop.example", swap, packed) == []
+
+
 def hurt_by(site, prey, words, swap, look):
     """The calls before which the swap hurts what is looked at."""
     html = site.sites / "shop.example/www/html"
     state, kept = site.root / ".zpweb", Path("/var/zpweb-test/kept")
-    subprocess.run(f"rm -rf {kept}; mkdir {kept} && cp -a {html.parent} {state} {prey} {site.conf} {kept}", shell=True, check=True)
+    subprocess.run(f"rm -rf {kept}; mkdir {kept} && cp -a {html.parent} {html.parent.parent}/log {state} {prey} {site.conf} {kept}", shell=True, check=True)
     before = look()
 
     def run(kind, call):
-        subprocess.run(f"rm -rf {html.parent} {state} {html.parent.parent}/swapped {prey} && "
-                       f"cp -a {kept}/www {html.parent.parent} && cp -a {kept}/prey {kept}/.zpweb {kept}/httpd.conf {site.root}",
+        subprocess.run(f"rm -rf {html.parent} {html.parent.parent}/log {state} {html.parent.parent}/swapped {prey} && "
+                       f"cp -a {kept}/www {kept}/log {html.parent.parent} && cp -a {kept}/prey {kept}/.zpweb {kept}/httpd.conf {site.root}",
                        shell=True, check=True)
         done = subprocess.run([ZPFAULT, kind, str(call), ZPWEB, "--conf", str(site.conf), *words.split(), *FAST], input="word\n",
                               capture_output=True, text=True, timeout=20, env={**os.environ, "ZPFAULT_RUN": swap, "ZPFAULT_ALL": "1"})

@@ -65,6 +65,13 @@ Outcome isPlainFile(const Descriptor& directory, const std::string& path) {
                                    : failure(path + ": no plain file; a symbolic link is not followed");
 }
 
+// A plain file that is nobody else's, too: a hard link may be one of root's.
+bool isOnlyName(int directory, const char* name) {
+    struct stat status {};
+    return ::fstatat(directory, name, &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISREG(status.st_mode) &&
+           status.st_nlink == 1;
+}
+
 // A directory of this process's alone beside the log, where nobody else can place anything.
 class Room {
 public:
@@ -209,6 +216,10 @@ Outcome pack(Transaction& change, const std::string& site, const std::string& as
     const int inside = room.isOpen() ? room.directory().number() : -1;
     if (inside < 0 || ::renameat(directory->number(), nameOf(aside).c_str(), inside, Kept) != 0) {
         return failure("cannot be packed: " + systemError(aside));
+    }
+    if (!isOnlyName(inside, Kept)) {  // looked at where nobody else can change it any more
+        static_cast<void>(moveToFree(inside, Kept, directory->number(), nameOf(aside), ""));
+        return failure(aside + ": no log of its own any more; it stays as it is");
     }
     // The operation lets go of the log however its packing ended.
     Outcome packed = ::linkat(inside, Kept, inside, name.c_str(), 0) == 0
