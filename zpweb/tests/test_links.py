@@ -174,6 +174,15 @@ def test_what_is_mounted_below_a_home_is_neither_removed_nor_given_away(site):
         subprocess.run(["umount", "-l", html / "q/bound here"], check=True)
 
 
+def test_a_policy_tells_of_logs_that_root_could_be_led_away_from(site):
+    log = site.root / "www/access_log"
+    assert "exchange" not in site.do("log", "policy", "shop.example", "--no-check", "--no-reload").err, "the owner's account does it"
+    os.chown(site.sites / "shop.example/log/httpd", 0, 0)
+    assert f"can exchange {site.sites}/shop.example/log," in site.do("log", "policy", "shop.example", "--no-check", "--no-reload").err
+    site.conf.write_text(re.sub("(?m)(ErrorLog|CustomLog) .*shop.*", f"CustomLog {log} combined", site.text()))
+    assert "exchange" not in site.do("log", "policy", "shop.example", "--weekly", "--no-check", "--no-reload").err
+
+
 def test_the_state_may_lie_on_another_mount_of_the_file_system(site):
     state = site.root / ".zpweb"
     state.mkdir(mode=0o700, exist_ok=True)

@@ -47,6 +47,25 @@ Outcome take(LogPolicies& policies, Transaction& change, const std::string& site
     return done();
 }
 
+// Of many sites the first is named.
+void warnOfWays(Output& output, const LogPolicies& policies, const std::vector<std::string>& sites) {
+    std::string first;
+    size_t count = 0;
+    for (const std::string& site : sites) {
+        const auto policy = policies.find(settingName(site));
+        const std::string above = policy == policies.end() ? "" : exchangeableAbove(policy->second.logs[0]);
+        first = above.empty() || count++ > 0
+                    ? first
+                    : policy->second.logs[0] + ": others than root can exchange " + above;
+    }
+    if (count > 0) {
+        output.warning(first +
+                       (count > 1 ? " (and so for " + std::to_string(count - 1) + " sites more)" : "") +
+                       ", so that logrotate, which works as root there, could be led elsewhere; logs in a "
+                       "directory of root's know no such way");
+    }
+}
+
 std::vector<std::string> sitesOf(const Configuration& configuration) {
     std::vector<std::string> sites;
     for (const auto& file : configuration.files()) {
@@ -78,6 +97,7 @@ Outcome setPolicy(Transaction& change, const Arguments& given) {
                 return taken;
             }
         }
+        warnOfWays(change.output(), policies, given[Off] ? std::vector<std::string>() : sites);
         return done();
     });
 }

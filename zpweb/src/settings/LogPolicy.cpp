@@ -49,6 +49,11 @@ std::string accountLine(const std::string& log) {
     return "    su " + names + "\n    create 0640 " + names + "\n";
 }
 
+// Can others than root exchange the directory, or move it?
+bool isOthers(const struct stat& directory) {
+    return directory.st_uid != 0 || (directory.st_mode & (S_IWGRP | S_IWOTH)) != 0;
+}
+
 std::string optionsOf(const LogPolicy& policy, const std::string& log) {
     return "    " + policy.when + "\n    rotate " + std::to_string(policy.keep) + "\n" +
            (policy.size.empty() ? "" : "    maxsize " + policy.size + "\n") +
@@ -70,6 +75,20 @@ bool rotates(const std::string& file, const std::string& log) {
 }
 
 }  // namespace
+
+std::string exchangeableAbove(const std::string& log) {
+    struct stat status {};
+    if (!lookAt(directoryOf(log), status) || status.st_uid != 0) {
+        return {};
+    }
+    for (std::string way = directoryOf(log); way.size() > 1;) {
+        way = directoryOf(way);
+        if (lookAt(way, status) && isOthers(status)) {
+            return way;
+        }
+    }
+    return {};
+}
 
 std::string policyText(const LogPolicies& policies, const std::string& reload) {
     std::map<std::string, std::string> sections;  // the logs, by their options

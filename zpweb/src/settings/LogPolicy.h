@@ -29,6 +29,10 @@ LogPolicies policiesIn(const std::string& text);
 // can.
 std::string sharedWithOther(const LogPolicies& policies, const std::string& site, const LogPolicy& policy);
 
+// A directory above that others than root can exchange, although the log's own is root's: logrotate works
+// as root there, and could be led elsewhere. Empty when there is none.
+std::string exchangeableAbove(const std::string& log);
+
 // The file of logrotate that rotates this log already; empty when there is none besides ours.
 std::string rotatedBy(const std::string& log);
 
