@@ -15,8 +15,8 @@
 #include <utility>
 #include <vector>
 
+#include "change/DirectoryTimes.h"
 #include "change/Edit.h"
-#include "change/FolderTimes.h"
 #include "change/WorkingSet.h"
 #include "host/Effect.h"
 #include "input/Settings.h"

@@ -1,4 +1,4 @@
-#include "change/FolderTimes.h"
+#include "change/DirectoryTimes.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
