@@ -215,10 +215,14 @@ Outcome undo(Transaction& change, const Arguments& given) {
             !back.ok()) {
             return back;
         }
+        const auto access = keptAccess(state.checkpoint(checkpoint.id));
+        if (!access.ok()) {
+            return access.outcome();
+        }
         change.setUndone(checkpoint.id);
-        change.afterwards([&change, known = checkpoint] {
+        change.afterwards([&change, known = checkpoint, kept = *access] {
             tellWhatStays(change.output(), known);
-            return restoreAccess(change.state().checkpoint(known.id));
+            return restoreAccess(kept);
         });
     }
     change.output().set("undone", chosen->front().change.command);

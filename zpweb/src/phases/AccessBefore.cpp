@@ -79,13 +79,14 @@ Outcome keepAccess(const std::string& checkpoint, const std::vector<zp::host::Ef
     return text.empty() || exists(file) ? done() : replaceFile(file, text, 0600);
 }
 
-Outcome restoreAccess(const std::string& checkpoint) {
-    const auto text = readFile(fileIn(checkpoint));
-    if (!text.ok()) {
-        return text.outcome().status == Status::NotFound ? done() : text.outcome();
-    }
+Expected<std::string> keptAccess(const std::string& checkpoint) {
+    auto text = readFile(fileIn(checkpoint));
+    return text.outcome().status == Status::NotFound ? Expected(std::string()) : std::move(text);
+}
+
+Outcome restoreAccess(const std::string& kept) {
     Outcome outcome;
-    std::istringstream entries(*text);
+    std::istringstream entries(kept);
     for (std::string entry; std::getline(entries, entry, '\0');) {
         std::istringstream words(entry);
         ino_t inode = 0;

@@ -13,7 +13,9 @@ namespace zpweb {
 // stays: an interrupted run had begun to give.
 Outcome keepAccess(const std::string& checkpoint, const std::vector<zp::host::Effect>& effects);
 
-// Gives back what is kept, to the same files: what came into the place of one stays as it is.
-Outcome restoreAccess(const std::string& checkpoint);
+// What is kept; empty when there is nothing.
+Expected<std::string> keptAccess(const std::string& checkpoint);
+// Gives it back, to the same files: what came into the place of one stays as it is.
+Outcome restoreAccess(const std::string& kept);
 
 }  // namespace zpweb
