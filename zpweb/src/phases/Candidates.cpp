@@ -104,11 +104,11 @@ Outcome Candidates::makeOne(const std::string& path, const StagedFile& file) con
 
 Expected<std::string> Candidates::bringBeside(const std::string& path, const StagedFile& file,
                                               const Descriptor& directory) {
-    std::string place = pathIn(directory, nameOf(file.beside));
+    const std::string place = pathIn(directory, nameOf(file.beside));
     const auto fresh = makeWhole(path, file, place);
     const Outcome synced =
         fresh.ok() && fresh->isOpen() ? zpweb::sync(*fresh, file.beside) : fresh.outcome();
-    return synced.ok() ? Expected(std::move(place)) : synced;
+    return synced.ok() ? Expected(place) : toldBy(path, place, synced);
 }
 
 Outcome Candidates::make(std::map<std::string, StagedFile>& files) const {

@@ -32,7 +32,7 @@ Outcome putBackBeside(const std::string& kept, const Descriptor& directory, cons
     if (!copied.ok()) {
         ::unlink(fresh.c_str());
     }
-    return copied;
+    return toldBy(changed.path, fresh, copied);
 }
 
 // In a directory that is held open, so that its owner cannot lead the step elsewhere.
@@ -87,7 +87,8 @@ Outcome keepAs(const std::string& path, const std::string& name, size_t size) {
         return directory.outcome();
     }
     const bool linked = ::linkat(directory->number(), nameOf(path).c_str(), AT_FDCWD, name.c_str(), 0) == 0;
-    return linked ? done() : copyWhole(pathIn(*directory, nameOf(path)), name, size);
+    const std::string place = pathIn(*directory, nameOf(path));
+    return linked ? done() : toldBy(path, place, copyWhole(place, name, size));
 }
 
 }  // namespace zpweb

@@ -39,7 +39,7 @@ Outcome replaceIn(const Descriptor& directory, const std::string& name, std::str
     if (!put.ok()) {
         ::unlink(fresh.c_str());
     }
-    return put.ok() ? sync(directory, name) : put;
+    return put.ok() ? sync(directory, name) : toldBy(name, place, put);
 }
 
 Outcome putBack(const std::string& kept, const std::string& path) {

@@ -68,6 +68,14 @@ std::string pathIn(const Descriptor& directory, const std::string& name) {
     return "/proc/self/fd/" + std::to_string(directory.number()) + (name.empty() ? "" : "/" + name);
 }
 
+Outcome toldBy(const std::string& path, const std::string& place, Outcome outcome) {
+    const size_t at = outcome.message.find(place);
+    if (at != std::string::npos) {
+        outcome.message.replace(at, place.size(), path);
+    }
+    return outcome;
+}
+
 Outcome removeFile(const std::string& path) {
     const auto directory = openGuarded(directoryOf(path));
     const bool gone = directory.ok() &&

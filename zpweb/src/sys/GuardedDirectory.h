@@ -26,6 +26,8 @@ Expected<std::string> behindGuardedLinks(std::string path);
 // A path to an entry of an open directory, good as long as the directory is open and whatever happens to
 // the names above it.
 std::string pathIn(const Descriptor& directory, const std::string& name);
+// How a step at such a path ended, told by the name that the administrator knows.
+Outcome toldBy(const std::string& path, const std::string& place, Outcome outcome);
 
 // Removes a file from its directory, which is held meanwhile. One that is not there is no error.
 Outcome removeFile(const std::string& path);
