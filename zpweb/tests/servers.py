@@ -40,6 +40,9 @@ SITES = {
     "backend": "Listen 127.0.0.1:8081\n" + block("127.0.0.1:8081", "proxied.backend.example", root="proxied.example"),
     "proxied": block("*:80", "proxied.example", "ProxyPass / http://127.0.0.1:8081/",
                      "ProxyPassReverse / http://127.0.0.1:8081/", root=""),
+    "matched": block("*:80", "matched.example", "ProxyPass /own !", "ProxyPassMatch ^/((?!static).*)$ http://127.0.0.1:8081/$1"),
+    "rewritten": block("*:80", "rewritten.example", "RewriteEngine On", "RewriteRule ^/own - [L]",
+                       r"RewriteRule ^/(\w*)(?:/|$) http://127.0.0.1:8081/$1 [P]"),
     "included": block("*:80", "included.example", "Include TREE/snippets/alias.conf"),
     "secure": block("*:80", "secure.example", "ServerAlias www.secure.example", "Redirect permanent / https://secure.example/", root="")
               + tls("secure.example", "ServerAlias www.secure.example"),
@@ -60,7 +63,7 @@ SITES = {
 HTTP, TLS, SIX = ("http", "127.0.0.1"), ("https", "127.0.0.1"), ("http", "::1")
 LISTENERS = {name + ".example": [HTTP] for name in SITES if "-" not in name}
 LISTENERS |= {"both.example": [HTTP, TLS], "pair.example": [HTTP, TLS], "secure.example": [TLS], "six.example": [SIX]}
-for absent in "backend nameless stopped unmet".split():
+for absent in "backend matched nameless rewritten stopped unmet".split():
     del LISTENERS[absent + ".example"]
 
 

@@ -80,6 +80,11 @@ def test_a_closed_directory_is_closed_or_the_command_refused(server, words, stat
     ("site set proxied.example --redirect=/gone=https://plain.example/", "redirect set"),
     ("proxy set proxied.example /app http://127.0.0.1:8081", "take that line away"),
     (f"vdir create proxied.example {PAGES}/plain.example --order --deny all", "access set"),
+    ("site set matched.example --redirect=/gone=https://plain.example/", "redirect set"),
+    ("proxy set matched.example /app http://127.0.0.1:8081", "take that line away"),
+    ("site set rewritten.example --redirect=/gone=https://plain.example/", "redirect set"),
+    ("proxy set rewritten.example /app http://127.0.0.1:8081", "take that line away"),
+    (f"vdir create rewritten.example {PAGES}/plain.example --order --deny all", "access set"),
 ])
 def test_what_would_not_be_in_effect_is_refused_with_the_place_that_stands_against_it(server, words, reason):
     users = Path("/etc/webusers/passwd.plain.example")
@@ -91,6 +96,14 @@ def test_what_would_not_be_in_effect_is_refused_with_the_place_that_stands_again
     assert refused(server, answer, before) or answer.status == 1 and server.files() == before, answer
     assert reason in answer.err and users.read_text() == "ann:secret\n", answer
     users.unlink()
+
+
+@pytest.mark.parametrize("site", ["matched.example", "rewritten.example"])
+def test_what_a_proxied_site_keeps_for_itself_can_be_set(server, site):
+    assert server.get(site) == (200, "proxied.example")
+    server.do("site", "set", site, "--redirect=/own=https://plain.example/", f"--alias=/own/plain={PAGES}/plain.example")
+    server.do("redirect", "set", site, "/gone", "--to", "https://plain.example/")
+    assert [server.get(site, path=path)[0] for path in ("/own", "/gone", "/")] == [302, 302, 200]
 
 
 def test_a_password_file_that_the_server_cannot_read_is_given_to_it(server):

@@ -138,7 +138,8 @@ void expectAnswers(Transaction& change, const Site& site, const Arguments& given
             if (!pair.Value.empty()) {
                 expect(pair.Name, option.parameter.name == Redirect.parameter.name
                                       ? ": use \"redirect set\", which comes before"
-                                      : ": give it an exception (ProxyPass " + pair.Name + " !) first");
+                                      : ": give it an exception above that line (ProxyPass " + pair.Name +
+                                            " !, or RewriteRule ^" + pair.Name + " - [L]) first");
             }
         }
     }

@@ -1,12 +1,12 @@
 #include "server/DirectoryRules.h"
 
 #include <fnmatch.h>
-#include <regex.h>
 
 #include <algorithm>
 #include <optional>
 
 #include "conf/Text.h"
+#include "server/Expressions.h"
 #include "server/PassedOn.h"
 #include "server/Postconditions.h"
 
@@ -23,17 +23,6 @@ std::string withoutSlash(std::string path) {
 
 bool isBelow(const std::string& path, const std::string& above) {
     return above == "/" || path == above || path.starts_with(above + "/");
-}
-
-// A pattern that cannot be tried is taken for one that matches.
-bool matches(const std::string& pattern, const std::string& text) {
-    regex_t compiled{};
-    if (::regcomp(&compiled, pattern.c_str(), REG_EXTENDED | REG_NOSUB) != 0) {
-        return true;
-    }
-    const bool found = ::regexec(&compiled, text.c_str(), 0, nullptr, 0) == 0;
-    ::regfree(&compiled);
-    return found;
 }
 
 // Of a section: its path or pattern, and whether it is a regular expression.
@@ -162,13 +151,13 @@ bool comesBehind(const Directive& section, const std::string& directory,
     const std::string name = lowerCase(section.name);
     const Subject subject = subjectOf(section);
     if (name == "directorymatch" || (name == "directory" && subject.pattern)) {
-        return matches(subject.text, directory + "/");
+        return findsIn(subject.text, directory + "/");
     }
     if (name == "files" || name == "filesmatch") {
         return subject.text == "*" || subject.text == "." || subject.text == ".*" || subject.text == "^";
     }
     if (name == "locationmatch" || (name == "location" && subject.pattern)) {
-        return matches(subject.text, url.value_or("") + "/");
+        return findsIn(subject.text, url.value_or("") + "/");
     }
     return name == "if" ||
            (name == "location" && isBelow(url.value_or(""), subject.text == "/" ? "" : subject.text));

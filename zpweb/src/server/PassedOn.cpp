@@ -1,6 +1,8 @@
 #include "server/PassedOn.h"
 
 #include "conf/Text.h"
+#include "server/Expressions.h"
+#include "server/RewriteRules.h"
 
 namespace zpweb {
 
@@ -11,27 +13,50 @@ bool isBelow(const std::string& path, const std::string& above) {
            (above.ends_with('/') || path.size() == above.size() || path[above.size()] == '/');
 }
 
+// "<Location /app>", "<Location ~ ^/a>", "<LocationMatch ^/a>"
+bool concerns(const Directive& section, const std::string& path) {
+    const std::vector<std::string> words = argumentsIn(section.arguments);
+    const bool tilde = words.size() > 1 && words.front() == "~";
+    if (!section.section || words.empty()) {
+        return false;
+    }
+    if (section.is("LocationMatch") || (section.is("Location") && tilde)) {
+        return findsIn(words.back(), path);
+    }
+    return section.is("Location") && isBelow(path, words.front());
+}
+
+bool passesOn(const Directive& directive) {
+    return directive.is("ProxyPass") || directive.is("ProxyPassMatch");
+}
+
 // A section of the block for a path above this one says so, the last one counts.
 const Directive* bySection(const Reading& reading, uint32_t block, const std::string& path) {
     const auto& all = reading.directives();
     const Directive* found = nullptr;
     for (uint32_t i = block + 1; i < all[block].end; i = all[i].end) {
-        const auto words = all[i].section && all[i].is("Location") ? argumentsIn(all[i].arguments)
-                                                                   : std::vector<std::string>();
-        const auto passes = words.empty() || words.front() == "~" || !isBelow(path, words.front())
-                                ? std::vector<const Directive*>()
-                                : reading.inSection(i, "ProxyPass");
-        found = passes.empty() ? found : passes.back();
+        const uint32_t end = concerns(all[i], path) ? all[i].end : i;
+        for (uint32_t inner = i + 1; inner < end; inner = all[inner].end) {
+            found = passesOn(all[inner]) ? &all[inner] : found;
+        }
     }
     return found;
 }
 
+bool isFor(const Directive& pass, const std::string& path) {
+    const std::vector<std::string> words = argumentsIn(pass.arguments);
+    return words.size() > 1 &&
+           (pass.is("ProxyPass") ? isBelow(path, words.front()) : findsIn(words.front(), path));
+}
+
 // The first one counts.
 const Directive* byLine(const Reading& reading, uint32_t section, const std::string& path) {
-    for (const Directive* pass : reading.inSection(section, "ProxyPass")) {
-        const std::vector<std::string> words = argumentsIn(pass->arguments);
-        if (words.size() > 1 && isBelow(path, words.front())) {
-            return pass;
+    const auto& all = reading.directives();
+    const bool server = section == Directive::None;
+    const auto end = server ? static_cast<uint32_t>(all.size()) : all[section].end;
+    for (uint32_t i = server ? 0 : section + 1; i < end; i = all[i].end) {
+        if (passesOn(all[i]) && isFor(all[i], path)) {
+            return &all[i];
         }
     }
     return nullptr;
@@ -45,8 +70,11 @@ bool isException(const Directive& pass) {
 }  // namespace
 
 const Directive* passedOn(const Reading& reading, uint32_t block, const std::string& path) {
+    if (const Directive* rule = passedOnByRule(reading, block, path)) {
+        return rule;
+    }
     const Directive* pass = block == Directive::None ? nullptr : bySection(reading, block, path);
-    for (const uint32_t section : {block, Directive::None}) {
+    for (const uint32_t section : {Directive::None, block}) {
         pass = pass != nullptr ? pass : byLine(reading, section, path);
     }
     return pass == nullptr || isException(*pass) ? nullptr : pass;

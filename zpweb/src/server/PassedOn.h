@@ -1,5 +1,5 @@
-// Requests that a block passes on to another server, by the ProxyPass lines of a reading: they come before
-// its aliases, its redirections and its directories.
+// Requests that a block passes on to another server, by the ProxyPass and ProxyPassMatch lines and the
+// rewrite rules of a reading: they come before its aliases, its redirections and its directories.
 #pragma once
 
 #include <cstdint>

@@ -1,0 +1,16 @@
+// Requests that rewrite rules pass on to another server, by a reading. The server tries them before its
+// ProxyPass lines, its aliases and its redirections.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "server/Reading.h"
+
+namespace zpweb {
+
+// The rule ("[P]") that takes the requests for a path, of a block or of the server itself with None; null
+// when none does. A condition that only a request can tell is taken for met.
+const Directive* passedOnByRule(const Reading& reading, uint32_t block, const std::string& path);
+
+}  // namespace zpweb
