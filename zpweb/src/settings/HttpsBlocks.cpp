@@ -48,7 +48,7 @@ bool leadsToHttps(const Block& block) {
 // The block again, with another address in its opening line.
 std::string copyOf(const Block& block, const std::string& address) {
     const std::string text(block.text);
-    const size_t open = text.find_first_of(" \t");
+    const size_t open = text.find_first_of(" \t", text.find('<'));
     const size_t close = text.find('>', open);
     return text.substr(0, open) + " " + address + text.substr(close);
 }
@@ -119,6 +119,7 @@ Outcome dropBlock(Transaction& change, const Place& place, const Place* http, co
 
 Outcome makeHttpsBlocks(Transaction& change, const std::string& site, int port,
                         std::vector<std::string>& made) {
+    std::set<std::string> written;
     for (;;) {
         const std::vector<Place> places = change.configuration().find(site);
         const Place* http = lacking(places, port);
@@ -137,6 +138,10 @@ Outcome makeHttpsBlocks(Transaction& change, const std::string& site, int port,
         const size_t end =
             static_cast<size_t>(http->block->text.data() - text.data()) + http->block->text.size();
         const std::string copy = inserted(*http->block, copyOf(*http->block, address));
+        if (!written.insert(address).second) {
+            return failure(http->text() + ": the block's opening line cannot be written for port " +
+                           std::to_string(port));
+        }
         made.push_back(address);
         const bool ended = end > 0 && text[end - 1] == '\n';
         if (Outcome replaced =
