@@ -46,7 +46,7 @@ SITES = {
     "included": block("*:80", "included.example", "Include TREE/snippets/alias.conf"),
     "secure": block("*:80", "secure.example", "ServerAlias www.secure.example", "Redirect permanent / https://secure.example/", root="")
               + tls("secure.example", "ServerAlias www.secure.example"),
-    "wild": block("*:80", "wild.example", "ServerAlias *.wild.example"),
+    "wild": "<IfDefine !Absent>\n" + textwrap.indent(block("*:80", "wild.example", "ServerAlias *.wild.example"), "\t") + "</IfDefine>\n",
     "quoted": block("*:80", '"quoted.example"', 'ServerAlias "www.quoted.example"', root="quoted.example"),
     "nameless": f"<VirtualHost 127.0.0.2:80>\n    DocumentRoot {PAGES}/nameless\n</VirtualHost>\n",
     "shadowed": block("*:80", "shadowed.example", "ServerAdmin a@shadowed.example", "Include TREE/snippets/admin.conf",
@@ -56,6 +56,8 @@ SITES = {
              f"    <directory {PAGES}/lower.example>\n        allowoverride none\n    </directory>\n</virtualhost>\n",
     "continued": f"<VirtualHost \\\n    *:80 \\\n    >\n    ServerName continued.example\n    ServerAlias \\\n        www.continued.example \\\n"
                  f"        more.continued.example\n    DocumentRoot {PAGES}/continued.example\n</VirtualHost>\n",
+    "split": f"<Virtual\\\nHost *:80>\n    Server\\\nName split.example\n    Server\\\nAlias www.split.example\n"
+             f"    Document\\\nRoot {PAGES}/split.example\n</Virtual\\\nHost>\n",
     "elsewhere": f"<VirtualHost *:80>\n    Include TREE/snippets/name.conf\n    DocumentRoot {PAGES}/elsewhere.example\n</VirtualHost>\n",
     "stopped": "".join("#" + line + "\n" for line in block("*:80", "stopped.example").splitlines()),
 }

@@ -136,16 +136,17 @@ def test_reads_tell_what_the_server_has(server):
     assert "*:443" in [row["listener"] for row in server.run("doctor", "--json").json["listeners"]]
 
 
-def test_a_site_whose_name_stands_in_an_included_file(server):
+@pytest.mark.parametrize("site", ["elsewhere.example", "split.example"])
+def test_a_site_whose_name_stands_in_an_included_file_or_on_two_lines(server, site):
     before = server.files()
     for there, back in ("stop", "start"), ("suspend", "resume"), ("disable", "enable"):
         if there != "disable" or not isinstance(server, RedHat):
-            server.do("site", there, "elsewhere.example")
-            assert not server.leads_to("elsewhere.example", "elsewhere.example"), there
-            server.do("site", back, "elsewhere.example")
+            server.do("site", there, site)
+            assert not server.leads_to(site, site), there
+            server.do("site", back, site)
             assert server.files() == before, there
-    server.do("host", "add", "elsewhere.example", "added.example")
-    assert all(server.leads_to(name, "elsewhere.example") for name in ("added.example", "www.elsewhere.example"))
+    server.do("host", "add", site, "added.example")
+    assert all(server.leads_to(name, site) for name in ("added.example", "www." + site))
 
 
 def test_a_block_without_a_name_is_named_by_its_address(server):
@@ -178,7 +179,7 @@ def test_a_line_lands_within_the_block(server):
     assert server.serving() == server.all_served() - {"lower.example"}
 
 
-@pytest.mark.parametrize("site, host", [("plain", "www"), ("pair", "www"), ("quoted", "www"), ("continued", "more")])
+@pytest.mark.parametrize("site, host", [("plain", "www"), ("pair", "www"), ("quoted", "www"), ("continued", "more"), ("split", "www")])
 def test_a_removed_name_is_gone_and_an_added_one_leads_there(server, site, host):
     site, host = site + ".example", f"{host}.{site}.example"
     server.do("host", "remove", site, host)

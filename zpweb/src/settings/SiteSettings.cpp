@@ -24,7 +24,11 @@ bool isLine(std::string_view line, const std::string& wanted) {
 size_t lineBefore(const ConfigurationFile& file, const Block& block, Setting setting,
                   const std::string& suspension) {
     if (setting != Setting::Redirect && setting != Setting::Suspended) {
-        return block.lines.end - 2;
+        size_t closing = block.lines.end - 1;
+        while (closing > 0 && isContinued(file.lines()[closing - 1])) {
+            --closing;
+        }
+        return closing - 1;
     }
     size_t behindName = block.nameLine;
     while (behindName + 1 < block.lines.end && isContinued(file.lines()[behindName])) {

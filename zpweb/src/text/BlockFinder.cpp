@@ -38,6 +38,12 @@ const char* endOf(const LineStart& start, std::string_view line) {
     return line.data() + std::min(line.size() + 1, start.raw.size());
 }
 
+// The number of the line behind the logical one.
+size_t numberBehind(const LineStart& start) {
+    const std::string_view line = logicalLine(start.raw);
+    return start.number + 1 + static_cast<size_t>(std::count(line.begin(), line.end(), '\n'));
+}
+
 std::string_view argumentsOf(std::string_view text, std::string_view name) {
     return text.substr(name.size());
 }
@@ -148,7 +154,7 @@ void BlockFinder::take(const LineStart& line) {
             live_.emplace(line, line.text, false, values_);
         }
     } else if (live_ && isTag(line.text, keyword::VirtualHostEnd)) {
-        finish(endOf(line, logicalLine(line.raw)), line.number + 1, true);
+        finish(endOf(line, logicalLine(line.raw)), numberBehind(line), true);
     } else if (live_) {
         live_->take(line.text, line.number);
     } else {
@@ -167,7 +173,7 @@ void BlockFinder::takeComment(const LineStart& line) {
             commented_.emplace(line, tag, true, values_);
         }
     } else if (commented_ && isTag(text, keyword::VirtualHostEnd)) {
-        Block block = commented_->ended(endOf(line, zp::conf::upTo(line.raw, "\n")), line.number + 1);
+        Block block = commented_->ended(endOf(line, logicalLine(line.raw)), numberBehind(line));
         commented_.reset();
         if (isServerName(block.name)) {
             block.closed = true;

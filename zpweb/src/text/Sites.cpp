@@ -24,6 +24,30 @@ constexpr auto interests = [] {
     return table;
 }();
 
+// A line whose first word, a name, goes on in the next one. A block that was stopped has comment marks
+// within.
+bool splitsName(std::string_view line) {
+    return isContinued(line) && line.find_first_not_of("#<> \t") != line.npos &&
+           line.find_first_of(" \t>", line.find_first_not_of("#<> \t")) == line.npos;
+}
+
+// The logical line, with such a name in one piece.
+std::string withWholeName(std::string_view logical) {
+    const bool comment = logical.front() == '#';
+    const size_t begin = std::min(logical.find_first_not_of("#< \t"), logical.size());
+    std::string whole(logical.substr(0, begin));
+    size_t at = begin;
+    while (at < logical.size() && !zp::conf::isSpace(logical[at]) && logical[at] != '>') {
+        if (const size_t length = continuationAt(logical, at); length > 0) {
+            at += length;
+            at += comment && at < logical.size() && logical[at] == '#' ? 1 : 0;
+        } else {
+            whole += logical[at++];
+        }
+    }
+    return whole.append(logical.substr(at));
+}
+
 class Finder {
 public:
     Finder(Contents& contents, Surroundings& around)
@@ -69,7 +93,11 @@ Contents contentsOf(std::string_view text, Surroundings& around) {
         if (!continues) {
             const std::string_view start = zp::conf::skipSpace(line);
             if (!start.empty()) {
-                finder.take({number, rest, rest.substr(line.size() - start.size())});
+                const std::string_view behind = rest.substr(line.size() - start.size());
+                finder.take({number, rest,
+                             splitsName(start)
+                                 ? contents.texts.emplace_back(withWholeName(logicalLine(behind)))
+                                 : behind});
             }
         }
         continues = isContinued(line);

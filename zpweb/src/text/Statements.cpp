@@ -11,11 +11,30 @@ namespace {
 using zp::conf::equalIgnoringCase;
 using Kind = Statement::Kind;
 
+// A name may go on in the next line.
+bool isNamed(std::string_view name, std::string_view keyword) {
+    return equalIgnoringCase(name, keyword) ||
+           (name.find('\n') != name.npos && equalIgnoringCase(Word{name}.value(), keyword));
+}
+
+std::string_view tagName(std::string_view text) {
+    constexpr std::string_view Ends = " \t\r\v\f\n>\\";
+    size_t end = std::min(text.find_first_of(Ends), text.size());
+    for (size_t more = 0; end < text.size(); end = more) {
+        const size_t length = continuationAt(text, end);
+        more = std::min(text.find_first_of(Ends, end + length), text.size());
+        if (length == 0 || more == end + length) {
+            break;
+        }
+    }
+    return text.substr(0, end);
+}
+
 // The tag's name, and what stands between it and the last ">".
 void readTag(Statement& statement, std::string_view text) {
     statement.kind = text.starts_with("</") ? Kind::Closes : Kind::Opens;
     text.remove_prefix(statement.kind == Kind::Closes ? 2 : 1);
-    statement.name = zp::conf::upTo(text, " \t\r\v\f\n>\\");
+    statement.name = tagName(text);
     const std::string_view rest = text.substr(statement.name.size());
     statement.arguments = rest.substr(0, std::min(rest.rfind('>'), rest.size()));
 }
@@ -67,7 +86,7 @@ private:
         const size_t least = open_.size() - std::min(open_.size(), Deepest);
         for (size_t depth = open_.size(); depth-- > least;) {
             Statement& opening = all_[open_[depth]];
-            if (equalIgnoringCase(opening.name, closing.name)) {
+            if (isNamed(opening.name, closing.plainName())) {
                 opening.end = self;
                 open_.resize(depth);
                 return;
@@ -82,11 +101,11 @@ private:
 }  // namespace
 
 bool Statement::is(std::string_view keyword) const {
-    return kind == Kind::Directive && equalIgnoringCase(name, keyword);
+    return kind == Kind::Directive && isNamed(name, keyword);
 }
 
 bool Statement::opens(std::string_view section_) const {
-    return kind == Kind::Opens && equalIgnoringCase(name, section_);
+    return kind == Kind::Opens && isNamed(name, section_);
 }
 
 std::string_view Statement::indentation() const {
@@ -120,7 +139,7 @@ bool isCondition(std::string_view section) {
     static constexpr std::string_view names[] = {"IfModule",    "IfDefine",  "IfVersion",
                                                  "IfDirective", "IfSection", "IfFile"};
     return std::any_of(std::begin(names), std::end(names),
-                       [section](std::string_view name) { return equalIgnoringCase(section, name); });
+                       [section](std::string_view name) { return isNamed(section, name); });
 }
 
 }  // namespace zpweb

@@ -162,10 +162,10 @@ std::string pathOf(const Statement& statement) {
 }
 
 std::string canonical(const Statement& statement) {
-    std::string text(statement.name);
+    std::string text = statement.plainName();
     if (statement.kind == Statement::Kind::Opens || statement.kind == Statement::Kind::Closes) {
         const bool opens = statement.kind == Statement::Kind::Opens;
-        const bool directory = zp::conf::equalIgnoringCase(statement.name, "Directory");
+        const bool directory = zp::conf::equalIgnoringCase(text, "Directory");
         text = (opens ? "<" : "</") + (directory ? "Directory" : text);
         if (opens && directory && statement.words().size() == 1) {
             return text + " \"" + pathOf(statement) + "\">";
