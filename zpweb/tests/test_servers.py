@@ -80,6 +80,8 @@ def test_a_closed_directory_is_closed_or_the_command_refused(server, words, stat
     ("site set proxied.example --redirect=/gone=https://plain.example/", "redirect set"),
     ("proxy set proxied.example /app http://127.0.0.1:8081", "take that line away"),
     (f"vdir create proxied.example {PAGES}/plain.example --order --deny all", "access set"),
+    ("directive delete SSLCertificateFile --site both.example", "SSLEngine on and no certificate"),
+    ("tls on both.example --any-name --certificate /etc/ssl/site.pem --key /etc/ssl/site.key", "SSLEngine, SSLCertificateFile"),
     ("site set matched.example --redirect=/gone=https://plain.example/", "redirect set"),
     ("proxy set matched.example /app http://127.0.0.1:8081", "take that line away"),
     ("site set rewritten.example --redirect=/gone=https://plain.example/", "redirect set"),

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "conf/Text.h"
+#include "server/BareHttps.h"
 
 namespace zpweb {
 
@@ -236,6 +237,10 @@ Judgement judge(const Reading* live, const Reading& staged, const Asked& asked,
         if (const std::string stray = strayDifference(*live, staged, pairing, asked); !stray.empty()) {
             judgement.outcome = failure("the change would differ at " + stray +
                                         ", which the command does not name; nothing is changed");
+            return judgement;
+        }
+        if (const std::string bare = bareHttps(*live, staged, asked.sites); !bare.empty()) {
+            judgement.outcome = failure(Status::Refused, bare);
             return judgement;
         }
     }

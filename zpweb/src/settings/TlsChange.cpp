@@ -29,14 +29,27 @@ Outcome usable(const TlsSetting& setting, const std::vector<std::string>& names)
     return faults.empty() ? done() : refused(faults);
 }
 
+std::string ownTlsLines(const Block& block) {
+    std::string names;
+    for (const char* directive :
+         {"SSLEngine", "SSLCertificateFile", "SSLCertificateKeyFile", "SSLCertificateChainFile"}) {
+        if (!argumentsIn(block, directive).empty()) {
+            names += (names.empty() ? "" : ", ") + std::string(directive);
+        }
+    }
+    return names;
+}
+
 // A certificate that a block names by itself stays the block's own.
 Outcome hasNoOther(const Transaction& change, const std::string& site) {
     for (const Place& place : change.configuration().find(site)) {
         if (!place.block->stopped && !argumentsIn(*place.block, "SSLCertificateFile").empty()) {
-            return failure(Status::Exists,
-                           place.text() +
-                               ": the block names a certificate by itself; remove its SSL lines " +
-                               "first (zpweb directive delete)");
+            return failure(
+                Status::Exists,
+                place.text() + ": the block names a certificate by itself; first take away, in " +
+                    "this order, its " + ownTlsLines(*place.block) +
+                    " (zpweb directive delete; https stays up when that and this are one change: " +
+                    "zpweb apply)");
         }
     }
     return done();

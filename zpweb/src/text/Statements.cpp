@@ -83,10 +83,11 @@ public:
 private:
     void close(const Statement& closing, size_t self) {
         constexpr size_t Deepest = 128;  // as the server has it
+        const std::string name = closing.plainName();
         const size_t least = open_.size() - std::min(open_.size(), Deepest);
         for (size_t depth = open_.size(); depth-- > least;) {
             Statement& opening = all_[open_[depth]];
-            if (isNamed(opening.name, closing.plainName())) {
+            if (isNamed(opening.name, name)) {
                 opening.end = self;
                 open_.resize(depth);
                 return;

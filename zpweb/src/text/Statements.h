@@ -26,7 +26,7 @@ struct Statement {
     size_t scope = None;         // the same, with conditions passed over
     size_t end = None;           // of one that opens a section: the statement that closes it
 
-    std::string plainName() const { return Word{name}.value(); }  // in one line
+    std::string plainName() const { return name.empty() ? "" : Word{name}.value(); }  // in one line
     bool is(std::string_view keyword) const;
     bool opens(std::string_view section) const;
     std::string_view indentation() const;
