@@ -39,6 +39,8 @@ std::string keyOf(std::string_view name) {
 std::vector<std::vector<Place>> sitesOf(const Configuration& configuration) {
     std::vector<std::vector<Place>> sites;
     std::unordered_map<std::string, size_t> numbers;
+    numbers.reserve(configuration.main().blocks().size());
+    sites.reserve(configuration.main().blocks().size());
     for (const auto& file : configuration.files()) {
         for (const Block& block : file->blocks()) {
             if (block.name.empty()) {
@@ -56,10 +58,10 @@ std::vector<std::vector<Place>> sitesOf(const Configuration& configuration) {
 
 // A name that stands twice at one address is served by the first block only.
 bool hasDuplicate(const std::vector<Place>& places) {
-    std::set<std::string> addresses;
-    return std::any_of(places.begin(), places.end(), [&](const Place& place) {
-        return !place.block->stopped && !addresses.emplace(place.block->addresses).second;
-    });
+    std::set<std::string_view> addresses;
+    return places.size() > 1 && std::any_of(places.begin(), places.end(), [&](const Place& place) {
+               return !place.block->stopped && !addresses.emplace(place.block->addresses).second;
+           });
 }
 
 std::vector<std::string> flagsOf(const std::vector<Place>& places) {
@@ -81,12 +83,13 @@ std::string addressesOf(const std::vector<Place>& places) {
     return all;
 }
 
-std::string blocksAsJson(const std::vector<Place>& places) {
-    std::string json = "[";
+void appendBlocks(std::string& json, const std::vector<Place>& places) {
+    json += '[';
     for (const Place& place : places) {
-        json += (json.size() > 1 ? "," : "") + blockAsJson(place);
+        json += &place == &places.front() ? "" : ",";
+        appendBlock(json, place);
     }
-    return json + "]";
+    json += ']';
 }
 
 std::string readableOf(std::string_view name) {
@@ -142,8 +145,9 @@ void addRow(List& rows, const std::vector<Place>& places, bool json, const Serve
         for (const Place& place : places) {
             addHostNames(*place.block, names);
         }
-        const std::string blocks = blocksAsJson(places);
-        rows.add("names", names).add("blocks", JsonText{blocks}).add("flags", flags);
+        rows.add("names", names);
+        appendBlocks(rows.member("blocks"), places);
+        rows.add("flags", flags);
     } else {
         const std::string addresses = addressesOf(places);
         rows.add("address", addresses).add("root", block.root).add("place", places.front().text());
@@ -162,9 +166,11 @@ void addRow(List& rows, const MacroSite& site, bool json) {
             .add("place", site.file + ":" + std::to_string(site.line));
         return;
     }
-    rows.add("names", site.names)
-        .add("blocks", JsonText{"[" + blockAsJson(site) + "]"})
-        .add("flags", std::vector<std::string>());
+    std::string& text = rows.add("names", site.names).member("blocks");
+    text += '[';
+    appendBlock(text, site);
+    text += ']';
+    rows.add("flags", std::vector<std::string>());
 }
 
 // A site whose file no link lets the server read.

@@ -70,7 +70,8 @@ template <class Blocks>
 void showBlocks(Output& output, const Blocks& all) {
     std::string blocks = "[";
     for (const auto& block : all) {
-        blocks += (blocks.size() > 1 ? "," : "") + blockAsJson(block);
+        blocks += blocks.size() > 1 ? "," : "";
+        appendBlock(blocks, block);
     }
     blocks += "]";
     output.set("blocks", JsonText{blocks});

@@ -1,6 +1,7 @@
 #include "output/List.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "conf/Text.h"
 
@@ -35,7 +36,7 @@ void appendLine(std::string& text, const std::vector<std::string>& cells,
 
 List& List::row() {
     if (json_) {
-        text_ += text_.empty() ? "{" : "},{";
+        text_ += text_.empty() ? "[{" : "},{";
         fresh_ = true;
     } else {
         rows_.emplace_back(columns_.size(), cellOf({}));
@@ -43,10 +44,19 @@ List& List::row() {
     return *this;
 }
 
+std::string& List::member(std::string_view field) {
+    appendName(text_, field, std::exchange(fresh_, false));
+    return text_;
+}
+
+std::string List::takeJson() {
+    text_ += text_.empty() ? "[]" : "}]";
+    return std::exchange(text_, {});
+}
+
 List& List::add(std::string_view field, const Value& value) {
     if (json_) {
-        appendMember(text_, field, value, fresh_);
-        fresh_ = false;
+        appendJson(member(field), value);
         return *this;
     }
     const auto column = std::find(columns_.begin(), columns_.end(), field);
@@ -56,7 +66,7 @@ List& List::add(std::string_view field, const Value& value) {
     return *this;
 }
 
-void List::printTable(std::ostream& out) const {
+void List::appendTable(std::string& text) const {
     std::vector<std::string> titles(columns_.size());
     std::transform(columns_.begin(), columns_.end(), titles.begin(), titleOf);
     std::vector<size_t> widths;
@@ -66,12 +76,10 @@ void List::printTable(std::ostream& out) const {
             widths[i] = std::max(widths[i], widthOf(row[i]));
         }
     }
-    std::string text;
     appendLine(text, titles, widths);
     for (const auto& row : rows_) {
         appendLine(text, row, widths);
     }
-    out << text;
 }
 
 }  // namespace zpweb

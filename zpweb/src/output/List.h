@@ -1,7 +1,6 @@
 // A list of things, each with its fields. It is text from the beginning: JSON, or the cells of a table.
 #pragma once
 
-#include <ostream>
 #include <string>
 #include <vector>
 
@@ -16,14 +15,17 @@ public:
 
     List& row();  // begins one
     List& add(std::string_view field, const Value& value);
+    // In JSON only: a field whose value is what the caller appends.
+    std::string& member(std::string_view field);
 
-    void printJson(std::ostream& out) const { out << '[' << text_ << (text_.empty() ? "]" : "}]"); }
-    void printTable(std::ostream& out) const;  // with a line of titles
+    // The list as JSON; it is empty then.
+    std::string takeJson();
+    void appendTable(std::string& text) const;  // with a line of titles
 
 private:
     std::vector<std::string> columns_;
     bool json_, fresh_ = true;
-    std::string text_;  // JSON, without the brackets and the last brace
+    std::string text_;  // JSON, without the last brace and bracket
     std::vector<std::vector<std::string>> rows_;
 };
 

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <iostream>
-#include <sstream>
+#include <utility>
 
 #include "host/Shell.h"
 #include "host/WriteAll.h"
@@ -147,35 +147,41 @@ std::string Output::coloured(std::string_view text, const char* code) const {
     return colours_ ? code + std::string(text) + "\x1b[0m" : std::string(text);
 }
 
-void Output::printDiff(std::ostream& out) const {
+std::string Output::diff() const {
+    std::string text;
     for (size_t at = 0; at < diff_.size();) {
         const size_t end = std::min(diff_.find('\n', at), diff_.size());
         const std::string line = printable(std::string_view(diff_).substr(at, end - at));
         const char mark = line.empty() ? ' ' : line.front();
         if (mark == '+' || mark == '-' || mark == '@') {
-            out << coloured(line, mark == '+' ? Green : mark == '-' ? Red : Yellow) << '\n';
+            text += coloured(line, mark == '+' ? Green : mark == '-' ? Red : Yellow);
         } else {
-            out << line << '\n';
+            text += line;
         }
+        text += '\n';
         at = end + 1;
     }
+    return text;
 }
 
-void Output::printColumns(std::ostream& out) const {
+std::string Output::columns() const {
+    std::string text;
     size_t width = 0;
     for (const Field& field : fields_) {
         width = std::max(width, field.name.size());
     }
     for (const Field& field : fields_) {
         if (field.list) {
-            field.list->printTable(out);
+            field.list->appendTable(text);
         } else {
-            out << field.name << std::string(width - field.name.size() + 2, ' ') << field.text << '\n';
+            text.append(field.name).append(width - field.name.size() + 2, ' ').append(field.text) += '\n';
         }
     }
+    return text;
 }
 
-void Output::printDocument(std::ostream& out, const Outcome& outcome) const {
+std::vector<std::string> Output::document(const Outcome& outcome) {
+    std::vector<std::string> texts;
     std::string text = "{";
     appendMember(text, "schema", JsonSchema, true);
     appendMember(text, "command", command_);
@@ -205,12 +211,15 @@ void Output::printDocument(std::ostream& out, const Outcome& outcome) const {
         appendMember(text, "judged", *judged_);
         text += ",\"impact\":[" + impact_ + "]";
     }
-    out << text;
-    for (const Field& field : fields_) {
-        out << ",\"" << field.name << "\":";
-        field.list ? field.list->printJson(out) : static_cast<void>(out << field.text);
+    for (Field& field : fields_) {
+        text += ",\"" + field.name + "\":" + (field.list ? "" : field.text);
+        if (field.list) {
+            texts.push_back(std::exchange(text, {}));
+            texts.push_back(field.list->takeJson());
+        }
     }
-    out << "}\n";
+    texts.push_back(std::move(text) + "}\n");
+    return texts;
 }
 
 Outcome Output::finish(Outcome outcome) {
@@ -218,19 +227,17 @@ Outcome Output::finish(Outcome outcome) {
     const bool good = outcome.ok() || outcome.status == Status::WouldChange;
     const bool listed = std::any_of(fields_.begin(), fields_.end(),
                                     [](const Field& field) { return field.list.has_value(); });
-    std::ostringstream out;
-    if (settings_.json) {
-        printDocument(out, outcome);
-    } else {
-        if (!settings_.quiet || listed) {
-            printColumns(out);
-        }
-        printDiff(out);
-    }
+    const auto shown = [&] { return !settings_.quiet || listed ? columns() : std::string(); };
+    const std::vector<std::string> texts =
+        settings_.json ? document(outcome) : std::vector<std::string>{shown(), diff()};
     if (!outcome.message.empty() && (!good || !settings_.quiet)) {
         std::cerr << "zpweb: " << printableLines(outcome.message) << '\n';
     }
-    if (Outcome written = writeOutput(out.view()); !written.ok()) {
+    Outcome written;
+    for (const std::string& text : texts) {
+        written = written.ok() ? writeOutput(text) : written;
+    }
+    if (!written.ok()) {
         std::cerr << "zpweb: " << written.message
                   << (changed_ && outcome.ok() ? "; the change is made" : "") << '\n';
         return good ? written : outcome;

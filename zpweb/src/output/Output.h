@@ -3,7 +3,6 @@
 
 #include <deque>
 #include <optional>
-#include <ostream>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -84,9 +83,10 @@ private:
         std::optional<List> list;
     };
     Field& field(std::string_view name);
-    void printDocument(std::ostream& out, const Outcome& outcome) const;
-    void printColumns(std::ostream& out) const;
-    void printDiff(std::ostream& out) const;
+    // The texts that are printed one behind the other; long ones are not copied.
+    std::vector<std::string> document(const Outcome& outcome);
+    std::string columns() const;
+    std::string diff() const;
     std::string coloured(std::string_view text, const char* code) const;
 
     const Settings& settings_;

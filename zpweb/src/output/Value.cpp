@@ -14,7 +14,14 @@ using Json = nlohmann::ordered_json;
 
 constexpr const char* Nothing = "-";
 
-bool standsForItself(char c) { return c >= ' ' && c < '\x7f' && c != '"' && c != '\\'; }
+// Looked at to the end, which takes a long text many characters at a time.
+bool standsForItself(std::string_view text) {
+    bool plain = true;
+    for (const char c : text) {
+        plain = plain && c >= ' ' && c < '\x7f' && c != '"' && c != '\\';
+    }
+    return plain;
+}
 
 // What could steer a terminal is escaped here too.
 std::string dumped(const Json& value) {
@@ -30,7 +37,7 @@ void appendNumber(std::string& text, long number) {
 
 // Lists have many rows, so the values that they hold are written without a detour.
 void appendQuoted(std::string& text, std::string_view value) {
-    if (std::all_of(value.begin(), value.end(), standsForItself)) {
+    if (standsForItself(value)) {
         text += '"';
         text += value;
         text += '"';
@@ -55,7 +62,16 @@ struct JsonWriter {
         text += dumped(object);
     }
     void operator()(std::span<const std::string> values) const {
-        text += dumped(std::vector(values.begin(), values.end()));
+        if (!std::all_of(values.begin(), values.end(), standsForItself)) {
+            text += dumped(std::vector(values.begin(), values.end()));
+            return;
+        }
+        text += '[';
+        for (const std::string& value : values) {
+            text += &value == values.data() ? "" : ",";
+            appendQuoted(text, value);
+        }
+        text += ']';
     }
 };
 
@@ -89,10 +105,14 @@ void appendJson(std::string& text, const Value& value) { std::visit(JsonWriter{t
 
 std::string cellOf(const Value& value) { return std::visit(CellWriter{}, value); }
 
-void appendMember(std::string& text, std::string_view name, const Value& value, bool first) {
+void appendName(std::string& text, std::string_view name, bool first) {
     text += first ? "" : ",";
     appendQuoted(text, name);
     text += ':';
+}
+
+void appendMember(std::string& text, std::string_view name, const Value& value, bool first) {
+    appendName(text, name, first);
     appendJson(text, value);
 }
 

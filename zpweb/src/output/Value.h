@@ -24,7 +24,8 @@ void appendJson(std::string& text, const Value& value);
 // What a person sees; "-" for nothing.
 std::string cellOf(const Value& value);
 
-// A member of an object, behind a comma unless it is the first.
+// A member of an object, behind a comma unless it is the first; or its name and colon alone.
+void appendName(std::string& text, std::string_view name, bool first);
 void appendMember(std::string& text, std::string_view name, const Value& value, bool first = false);
 
 // Absent when the text is empty.

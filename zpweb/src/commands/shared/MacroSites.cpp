@@ -112,8 +112,8 @@ std::vector<MacroSite> macroSites(const Configuration& configuration, const std:
     return sites;
 }
 
-std::string blockAsJson(const MacroSite& site) {
-    std::string json = "{";
+void appendBlock(std::string& json, const MacroSite& site) {
+    json += '{';
     appendMember(json, "address", std::string_view(site.address), true);
     appendMember(json, "tls", site.tls);
     appendMember(json, "state", std::string_view("running"));
@@ -121,7 +121,7 @@ std::string blockAsJson(const MacroSite& site) {
     appendMember(json, "file", std::string_view(site.file));
     appendMember(json, "line", static_cast<long>(site.line));
     appendMember(json, "from_macro", true);
-    return json + "}";
+    json += '}';
 }
 
 }  // namespace zpweb

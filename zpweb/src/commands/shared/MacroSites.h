@@ -22,6 +22,6 @@ std::vector<MacroSite> macroSites(const Configuration& configuration);
 // Those of one name.
 std::vector<MacroSite> macroSites(const Configuration& configuration, const std::string& name);
 
-std::string blockAsJson(const MacroSite& site);
+void appendBlock(std::string& json, const MacroSite& site);
 
 }  // namespace zpweb

@@ -20,9 +20,9 @@ std::string_view stateOf(const std::vector<Place>& places) {
     return all ? first : "partly";
 }
 
-std::string blockAsJson(const Place& place) {
+void appendBlock(std::string& json, const Place& place) {
     const Block& block = *place.block;
-    std::string json = "{";
+    json += '{';
     appendMember(json, "address", zp::conf::trimEnd(block.addresses), true);
     appendMember(json, "tls", block.tls);
     appendMember(json, "state", stateOf(block));
@@ -30,7 +30,7 @@ std::string blockAsJson(const Place& place) {
     appendMember(json, "file", std::string_view(place.file->path()));
     appendMember(json, "line", static_cast<long>(block.lines.first + 1));
     appendMember(json, "from_macro", false);
-    return json + "}";
+    json += '}';
 }
 
 void addHostNames(const Block& block, std::vector<std::string>& names) {

@@ -14,8 +14,8 @@ std::string_view stateOf(const Block& block);
 // The same for all of a site's blocks; "partly" where some run and others do not.
 std::string_view stateOf(const std::vector<Place>& places);
 
-// A block as JSON: its address, state and place.
-std::string blockAsJson(const Place& place);
+// Appends a block as JSON: its address, state and place.
+void appendBlock(std::string& json, const Place& place);
 // The words of its ServerAlias lines.
 void addHostNames(const Block& block, std::vector<std::string>& names);
 
