@@ -15,8 +15,8 @@ using zp::conf::equalIgnoringCase;
 constexpr std::string_view SuspendedFile = "/suspended.conf";
 
 bool isTag(std::string_view text, std::string_view tag) {
-    return zp::conf::beginsIgnoringCase(text, tag) &&
-           (text.size() == tag.size() || text[tag.size()] == '>' || zp::conf::isSpace(text[tag.size()]));
+    return (text.size() <= tag.size() || text[tag.size()] == '>' || zp::conf::isSpace(text[tag.size()])) &&
+           zp::conf::beginsIgnoringCase(text, tag);
 }
 
 // What stands between a tag's name and the last ">" of its line.

@@ -110,8 +110,9 @@ Contents contentsOf(std::string_view text, Surroundings& around) {
 // In a stopped block a continued line has comment marks within.
 std::vector<std::string> aliasesOf(const Block& block) {
     std::vector<std::string> names;
-    for (const Word& word : writtenWords(block.aliases)) {
-        std::string name = word.value();
+    std::string_view rest = block.aliases;
+    while (const auto word = nextWord(rest)) {
+        std::string name = word->value();
         name.erase(0, std::min(name.find_first_not_of('#'), name.size()));
         if (!name.empty()) {
             names.push_back(std::move(name));

@@ -1,6 +1,7 @@
 #include "text/Values.h"
 
 #include <algorithm>
+#include <array>
 
 #include "conf/Text.h"
 #include "text/Words.h"
@@ -9,24 +10,43 @@ namespace zpweb {
 
 namespace {
 
+constexpr std::string_view MarksOfNames = ".-_*[]:";
+
+// What a character is to a simple word: part of it, its end, or more than it can have.
+enum class Role : char { Part, End, Other };
+
+using Roles = std::array<Role, 256>;
+
+constexpr Roles rolesOf(std::string_view ends) {
+    Roles roles{};
+    for (const char c : {'\\', '$', '\n', '"', '\''}) {
+        roles[static_cast<unsigned char>(c)] = Role::Other;
+    }
+    for (const char c : ends) {
+        roles[static_cast<unsigned char>(c)] = Role::End;
+    }
+    return roles;
+}
+
+constexpr Roles InQuotes = rolesOf("\"");
+constexpr Roles Plain = rolesOf(" \t\n\v\f\r");
+
 // A word whose value is what is written; empty when it takes more to tell.
 std::string_view simpleWord(std::string_view text) {
     size_t begin = 0;
     while (begin < text.size() && (text[begin] == ' ' || text[begin] == '\t')) {
         ++begin;
     }
-    text.remove_prefix(begin);
-    const bool quoted = text.starts_with('"');
-    for (size_t i = quoted ? 1 : 0; i < text.size(); ++i) {
-        const char c = text[i];
-        if (quoted ? c == '"' : zp::conf::isSpace(c)) {
-            return text.substr(quoted ? 1 : 0, i - (quoted ? 1 : 0));
-        }
-        if (c == '\\' || c == '$' || c == '\n' || c == '"' || c == '\'') {
-            return {};
-        }
+    const bool quoted = begin < text.size() && text[begin] == '"';
+    text.remove_prefix(begin + (quoted ? 1 : 0));
+    const Roles& roles = quoted ? InQuotes : Plain;
+    const auto roleAt = [&](size_t i) { return roles[static_cast<unsigned char>(text[i])]; };
+    size_t end = 0;
+    while (end < text.size() && roleAt(end) == Role::Part) {
+        ++end;
     }
-    return quoted ? std::string_view() : text;
+    const bool ends = end == text.size() ? !quoted : roleAt(end) == Role::End;
+    return ends ? text.substr(0, end) : std::string_view();
 }
 
 }  // namespace
@@ -84,8 +104,8 @@ std::string_view hostOf(std::string_view name) {
 
 bool isServerName(std::string_view name) {
     return !name.empty() && std::all_of(name.begin(), name.end(), [](char c) {
-        return zp::conf::isLetter(c) || (c >= '0' && c <= '9') || zp::conf::contains(".-_*[]:", {&c, 1}) ||
-               static_cast<unsigned char>(c) >= 0x80;
+        return zp::conf::isLetter(c) || (c >= '0' && c <= '9') ||
+               MarksOfNames.find(c) != MarksOfNames.npos || static_cast<unsigned char>(c) >= 0x80;
     });
 }
 

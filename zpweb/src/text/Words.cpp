@@ -75,6 +75,9 @@ std::string Word::value() const {
     const bool closed = quoted && written.size() > 1 && written.back() == written.front();
     const std::string_view inside =
         written.substr(quoted ? 1 : 0, written.size() - (quoted ? 1 : 0) - (closed ? 1 : 0));
+    if (inside.find('\\') == inside.npos) {
+        return std::string(inside);
+    }
     std::string text;
     for (size_t i = 0; i < inside.size(); ++i) {
         if (const size_t length = continuationAt(inside, i); length > 0) {
@@ -112,8 +115,9 @@ std::vector<Word> writtenWords(std::string_view text) {
 
 bool isDirective(std::string_view text, std::string_view keyword) {
     text = zp::conf::skipSpace(text);
-    return zp::conf::beginsIgnoringCase(text, keyword) &&
-           (text.size() == keyword.size() || isSpace(text[keyword.size()]));
+    // Most other directives have another length, which is seen at once.
+    return (text.size() <= keyword.size() || isSpace(text[keyword.size()])) &&
+           zp::conf::beginsIgnoringCase(text, keyword);
 }
 
 std::string asWord(std::string_view value) {
