@@ -10,6 +10,7 @@
 
 #include "conf/Text.h"
 #include "input/HostName.h"
+#include "server/BlockChange.h"
 #include "server/Parts.h"
 #include "server/Program.h"
 #include "sys/File.h"
@@ -106,6 +107,9 @@ std::string_view ConfigurationFile::behind() const {
 void ConfigurationFile::forget() const {
     lines_.reset();
     contents_.reset();
+    if (isPart()) {
+        content_.takeApart();
+    }
 }
 
 std::string Place::text() const {
@@ -244,6 +248,10 @@ void Configuration::put(const std::string& path, const Content& content) {
     otherwise_[path] = content;
     if (const auto known = known_.find(path); known != known_.end()) {
         std::unique_ptr<ConfigurationFile>& file = *known->second.file;
+        if (!parts_ && !content.isLink() && staysWithinBlock(*file, content, *around_)) {
+            file = std::make_unique<ConfigurationFile>(path, content, around_);
+            return;
+        }
         noteIncludes(*file, -1);
         if (parts_) {
             parts_->drop(path);
@@ -353,7 +361,7 @@ void Configuration::count(Includes& includes, const ConfigurationFile& file, int
 }
 
 void Configuration::noteIncludes(const ConfigurationFile& file, int by) {
-    if (!file.server().root.empty()) {
+    if (includes_ && !file.server().root.empty()) {
         includes_.reset();
     } else if (includes_) {
         count(*includes_, file, by);

@@ -1,6 +1,7 @@
 #include "sys/Content.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "sys/Hash.h"
@@ -14,8 +15,8 @@ struct Content::Piece {
 };
 
 struct Content::Shared {
-    std::string text{};
-    std::vector<Piece> pieces{};  // while it is not put together
+    std::string text{};           // of one in pieces: once it is put together
+    std::vector<Piece> pieces{};  // unless it stands for itself
     std::string hash{};
     bool link = false;
     std::function<Content()> later{};  // until it is asked for
@@ -70,11 +71,30 @@ Content Content::with(std::string_view part, std::string middle) const {
     const std::string_view whole = text();
     const auto at = static_cast<size_t>(part.data() - whole.data());
     const Content between(std::move(middle));
-    return Content(std::vector<Piece>{
-        {*this, whole.substr(0, at)}, {between, between.text()}, {*this, whole.substr(at + part.size())}});
+    std::vector<Piece> made = owned(0, at);
+    made.push_back({between, between.text()});
+    std::vector<Piece> rest = owned(at + part.size(), whole.size());
+    std::move(rest.begin(), rest.end(), std::back_inserter(made));
+    return Content(std::move(made));
 }
 
-Content Content::sliced(std::string_view part) const { return Content(std::vector<Piece>{{*this, part}}); }
+Content Content::sliced(std::string_view part) const {
+    const auto at = static_cast<size_t>(part.data() - text().data());
+    return Content(owned(at, at + part.size()));
+}
+
+std::vector<Content::Piece> Content::owned(size_t begin, size_t end) const {
+    std::vector<Piece> found;
+    size_t at = 0;
+    for (Piece& piece : owned()) {
+        const size_t size = piece.text.size();
+        const size_t from = std::clamp(begin, at, at + size) - at;
+        const size_t to = std::clamp(end, at, at + size) - at;
+        found.push_back({std::move(piece.of), piece.text.substr(from, to - from)});
+        at += size;
+    }
+    return found;
+}
 
 std::vector<Content::Piece> Content::owned() const {
     resolve();
@@ -103,18 +123,27 @@ const std::string& Content::text() const {
         return Nothing;
     }
     resolve();
-    if (!shared_->pieces.empty()) {
+    if (!shared_->pieces.empty() && shared_->text.empty()) {
         // Texts that grow by little, again and again, leave gaps that fit the next one.
         constexpr size_t Step = 1024;
+        constexpr size_t MostPieces = 16;
         std::string whole;
         whole.reserve((size() / Step + 1) * Step - 1);
         for (const Piece& piece : shared_->pieces) {
             whole += piece.text;
         }
         shared_->text = std::move(whole);
-        shared_->pieces = {};
+        if (shared_->pieces.size() > MostPieces) {
+            shared_->pieces = {};
+        }
     }
     return shared_->text;
+}
+
+void Content::takeApart() const {
+    if (shared_ && !shared_->pieces.empty()) {
+        shared_->text = std::string();
+    }
 }
 
 const std::string& Content::hash() const {

@@ -33,6 +33,8 @@ public:
     const std::string& hash() const;  // empty when there is no file
     Pieces pieces() const;            // the text
     size_t size() const;
+    // What was put together from others for `text` goes; whoever has got it has it no more.
+    void takeApart() const;
 
     // Copies are the same. Texts that merely say the same are not.
     bool isSameAs(const Content& other) const { return shared_ == other.shared_; }
@@ -43,6 +45,7 @@ private:
     struct Piece;
     explicit Content(std::vector<Piece> pieces);
     std::vector<Piece> owned() const;
+    std::vector<Piece> owned(size_t begin, size_t end) const;
     void resolve() const;
     std::shared_ptr<Shared> shared_;
 };

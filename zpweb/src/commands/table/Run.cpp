@@ -114,6 +114,9 @@ std::string fingerprintOf(const Configuration& configuration) {
 
 Outcome runAll(Transaction& change, const std::vector<Invocation>& invocations, bool tellsEach) {
     Outcome outcome;
+    if (invocations.size() > 1) {
+        change.next();  // all of them find their sites by the index
+    }
     for (size_t i = 0; outcome.ok() && i < invocations.size(); ++i) {
         const size_t before = change.staged();
         const Command& command = *invocations[i].command;
