@@ -183,6 +183,20 @@ void removeDeadRequests(const State& state) {
     ::rmdir(state.requests().c_str());
 }
 
+// Many writers that were told at once what has become of their last change come back one by one.
+void letRequestsArrive(const State& state) {
+    constexpr int MostTurns = 30;
+    constexpr int QuietTurns = 2;
+    constexpr timespec Turn{0, 10'000'000};
+    size_t arrived = entriesOf(state.requests()).size();
+    for (int i = 0, quiet = 0; arrived > 0 && i < MostTurns && quiet < QuietTurns; ++i) {
+        ::nanosleep(&Turn, nullptr);
+        const size_t now = entriesOf(state.requests()).size();
+        quiet = now > arrived ? 0 : quiet + 1;
+        arrived = now;
+    }
+}
+
 std::vector<WaitingRequest> waitingRequests(const State& state) {
     removeDeadRequests(state);
     std::vector<WaitingRequest> waiting;

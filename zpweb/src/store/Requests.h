@@ -52,6 +52,8 @@ struct WaitingRequest {
 
 // Under the lock. What processes have left that have ended, or another user's, goes.
 void removeDeadRequests(const State& state);
+// Under the lock, and while somebody waits: returns once no more arrive, or it has taken too long.
+void letRequestsArrive(const State& state);
 // Under the lock: those of living processes of the same user, oldest first.
 std::vector<WaitingRequest> waitingRequests(const State& state);
 bool takeRequest(const State& state, const std::string& id);

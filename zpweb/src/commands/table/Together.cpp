@@ -118,6 +118,9 @@ private:
 
 std::vector<Handed> takeWaiting(const State& state, const std::string& own, const Settings& settings) {
     std::vector<Handed> taken;
+    if (settings.check || settings.reload) {  // which takes far longer than a moment
+        letRequestsArrive(state);
+    }
     for (const WaitingRequest& each : waitingRequests(state)) {
         auto handed = taken.size() < MostTogether ? handedFrom(each.text, own, settings) : std::nullopt;
         if (handed && takeRequest(state, each.id)) {
