@@ -1,25 +1,18 @@
 // The phases of a change, in their order.
-#include <array>
-#include <cstdio>
 #include <exception>
 #include <utility>
 
 #include "change/Transaction.h"
 #include "phases/Candidates.h"
 #include "phases/Commit.h"
-#include "phases/Outstanding.h"
-#include "phases/PutBack.h"
-#include "phases/Reload.h"
 #include "phases/Watch.h"
 #include "server/Answers.h"
 #include "server/Inspection.h"
 #include "server/LogLinks.h"
-#include "store/AuditLog.h"
 #include "store/Checkpoints.h"
 #include "store/Unconfirmed.h"
 #include "sys/File.h"
 #include "sys/GuardedDirectory.h"
-#include "text/Difference.h"
 
 namespace zpweb {
 
@@ -206,152 +199,6 @@ Outcome Transaction::commitAll(bool& again) {
     }
     inPlace_ = hasEffects();
     return done();
-}
-
-std::string Transaction::errorLog() const {
-    if (readings_.staged == nullptr) {
-        return {};
-    }
-    const std::string log = readings_.staged->valueIn(Directive::None, "ErrorLog");
-    return log.empty() || log.front() == '/' ? log : configuration().serverRoot() + "/" + log;
-}
-
-Outcome Transaction::reloadServer() {
-    if (!set_->serverChanged() || !settings_->reload) {
-        return done();
-    }
-    if (Outcome ours = lookAtLogs(); !ours.ok()) {  // its owner has had the time of a commit
-        return rollBack(ours.message, false);
-    }
-    const Reloaded reloaded =
-        reload({*server_, configuration(), *output_, settings_->check, proofs_, errorLog()});
-    return reloaded.outcome.ok() ? done() : rollBack(reloaded.outcome.message, reloaded.asked);
-}
-
-Outcome Transaction::rollBack(const std::string& reason, bool asked) {
-    journal_.progress = JournalState::TakingBack;
-    static_cast<void>(writeJournal());  // on a full disk, too, the old files come back
-    Outcome back = putBack(*state_, journal_);
-    if (!back.ok()) {
-        leftToNext_ = true;
-        return {Status::RolledBack, reason + "; " + back.message};
-    }
-    inPlace_ = false;
-    takeBackElse();
-    removeCheckpoints(*state_, journal_);
-    journal_.checkpoint = 0;
-    return {Status::RolledBack, reason + "; the old configuration is back" +
-                                    (asked ? bringBack(*server_, state_->configuration) : "")};
-}
-
-void Transaction::takeBackElse() {
-    for (const auto& action : std::exchange(takingBack_, {})) {
-        if (Outcome back = settings_->dryRun ? done() : action(); !back.ok()) {
-            output_->warning(back.message);
-        }
-    }
-}
-
-// What waits until the change is certain. The journal knows it until it is done.
-Outcome Transaction::carryOutRest() {
-    if (!journal_.outstanding.empty() || !journal_.undoes.empty()) {
-        journal_.progress = JournalState::Finishing;
-        Outcome written = writeJournal();
-        if (!written.ok() && !changesFiles()) {
-            inPlace_ = false;
-            return written;
-        }
-        if (!written.ok()) {  // the journal that is there leads to the same
-            output_->warning(written.message);
-        }
-    }
-    Outcome outcome = doOutstandingOfAll();
-    for (const auto& action : afterwards_) {
-        if (Outcome acted = action(); !acted.ok()) {
-            outcome = acted;
-        }
-    }
-    Outcome told = tellServer();
-    return outcome.ok() ? told : outcome;
-}
-
-// One graceful reload for all that waits for it.
-Outcome Transaction::tellServer() {
-    if (afterReload_.empty()) {
-        return done();
-    }
-    const auto master = server_->master(configuration());
-    Outcome outcome;
-    if (master && settings_->reload) {
-        outcome = lookAtLogs();
-        outcome = outcome.ok()
-                      ? reload({*server_, configuration(), *output_, false, {}, errorLog()}).outcome
-                      : outcome;
-    }
-    const bool told = settings_->reload && outcome.ok();
-    const LetGo letGo = [&](const std::string& path) {
-        return !master || (told && server_->letsGoOf(path, *master));
-    };
-    for (const auto& action : afterReload_) {
-        if (Outcome acted = action(letGo); !acted.ok()) {
-            outcome = acted;
-        }
-    }
-    return outcome;
-}
-
-void Transaction::recordAs(const Outcome& outcome) {
-    for (const Journal& each : journal_.each()) {
-        const bool changes = journal_.members.empty() || each.changes();
-        const Outcome written = changes ? record(*state_, each, outcome, inPlace_) : done();
-        if (!written.ok()) {
-            output_->warning("the change is not in the log: " + written.message);
-        }
-    }
-}
-
-// What a diff does not show.
-void Transaction::tellOutstanding() {
-    for (const zp::host::Effect& effect : journal_.outstanding) {
-        const auto octal = [](mode_t mode) {
-            std::array<char, 8> text{};
-            std::snprintf(text.data(), text.size(), "%04o", mode);
-            return std::string(text.data());
-        };
-        if (effect.step == zp::host::Effect::Step::RemoveTree) {
-            output_->note("would remove " + effect.path + " and all that it holds");
-        } else {
-            output_->note("would give " + effect.path + (effect.deep ? " and all that it holds" : "") +
-                          (effect.user ? " the owner " + std::to_string(*effect.user) : "") +
-                          (effect.group ? " the group " + std::to_string(*effect.group) : "") +
-                          (effect.mode ? " the mode " + octal(*effect.mode) : ""));
-        }
-    }
-}
-
-void Transaction::tellConfirmation() {
-    if (!inPlace_ || settings_->confirmWithin.count() == 0) {
-        return;
-    }
-    if (journal_.checkpoint == 0) {
-        output_->warning("the change made nothing that could be taken back: it stands");
-        return;
-    }
-    const std::string number = std::to_string(journal_.checkpoint);
-    output_->setConfirmWithin(settings_->confirmWithin.count());
-    output_->note("the change is taken back in " + std::to_string(settings_->confirmWithin.count()) +
-                  " s unless it is confirmed: zpweb confirm " + number);
-}
-
-void Transaction::showDiff() {
-    if (!settings_->diff) {
-        return;
-    }
-    for (const auto& [path, file] : set_->files()) {
-        if (file.changed()) {
-            output_->addDiff(shownDiff(path, file.before.text(), file.after.text()));
-        }
-    }
 }
 
 }  // namespace zpweb

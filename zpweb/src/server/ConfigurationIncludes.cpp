@@ -1,0 +1,146 @@
+// Which files the Include lines of a configuration name, as they stand and as a change would have them.
+#include <fnmatch.h>
+#include <glob.h>
+
+#include <algorithm>
+#include <iterator>
+
+#include "server/Configuration.h"
+#include "server/Program.h"
+#include "sys/File.h"
+
+namespace zpweb {
+
+namespace {
+
+constexpr int DeepestDirectory = 16;
+constexpr const char* Special = "*?[\\";
+
+bool hasWildcard(std::string_view pattern) { return pattern.find_first_of("*?[") != pattern.npos; }
+
+std::vector<std::string> matches(const std::string& pattern) {
+    glob_t found{};
+    std::vector<std::string> paths;
+    if (::glob(pattern.c_str(), 0, nullptr, &found) == 0) {
+        paths.assign(found.gl_pathv, found.gl_pathv + found.gl_pathc);
+    }
+    ::globfree(&found);
+    return paths;
+}
+
+void addTree(const std::string& path, std::vector<std::string>& files, int depth) {
+    if (!isDirectory(path)) {
+        files.push_back(path);
+        return;
+    }
+    for (const std::string& name :
+         depth < DeepestDirectory ? entriesOf(path) : std::vector<std::string>()) {
+        addTree(path + "/" + name, files, depth + 1);
+    }
+}
+
+std::string absolutePath(const std::string& root, std::string_view pattern) {
+    return pattern.empty() || pattern.front() == '/' ? std::string(pattern)
+                                                     : root + "/" + std::string(pattern);
+}
+
+// Does the pattern, or the directory, name the path?
+bool isNamedBy(const std::string& pattern, const std::string& path) {
+    return ::fnmatch(pattern.c_str(), path.c_str(), FNM_PATHNAME | FNM_PERIOD) == 0 ||
+           (path.size() > pattern.size() && path.starts_with(pattern) && path[pattern.size()] == '/' &&
+            !hasWildcard(pattern));
+}
+
+}  // namespace
+
+void Configuration::count(Includes& includes, const ConfigurationFile& file, int by) const {
+    for (const IncludeLine& include : file.server().includes) {
+        const std::string pattern = absolutePath(includes.serverRoot, include.pattern);
+        const bool wild = pattern.find_first_of(Special) != std::string::npos;
+        auto& patterns = wild ? includes.wildcards : includes.paths;
+        if ((patterns[pattern] += by) == 0) {
+            patterns.erase(pattern);
+        }
+    }
+}
+
+void Configuration::noteIncludes(const ConfigurationFile& file, int by) {
+    if (includes_ && !file.server().root.empty()) {
+        includes_.reset();
+    } else if (includes_) {
+        count(*includes_, file, by);
+    }
+}
+
+const Configuration::Includes& Configuration::includes() const {
+    if (!includes_) {
+        const auto all = parts();
+        includes_.emplace();
+        const auto root = std::find_if(all.begin(), all.end(),
+                                       [](const auto* file) { return !file->server().root.empty(); });
+        includes_->serverRoot =
+            root == all.end() ? builtInValue("HTTPD_ROOT") : std::string((*root)->server().root);
+        for (const ConfigurationFile* file : all) {
+            count(*includes_, *file, 1);
+        }
+    }
+    return *includes_;
+}
+
+std::string Configuration::serverRoot() const { return includes().serverRoot; }
+
+std::string Configuration::absolute(std::string_view pattern) const {
+    return absolutePath(serverRoot(), pattern);
+}
+
+std::vector<std::string> Configuration::included(std::string_view pattern) const {
+    const std::string path = absolute(pattern);
+    std::vector<std::string> files;
+    if (path.empty()) {
+        return files;
+    }
+    for (const std::string& entry : hasWildcard(path) ? matches(path) : std::vector<std::string>{path}) {
+        addTree(entry, files, 0);
+    }
+    const std::set<std::string> changed = changedNames(path);
+    if (changed.empty()) {
+        return files;
+    }
+    std::erase_if(files, [&](const std::string& name) { return changed.contains(name); });
+    std::copy_if(changed.begin(), changed.end(), std::back_inserter(files),
+                 [&](const std::string& name) { return static_cast<bool>(otherwise_.at(name)); });
+    if (hasWildcard(path) || isDirectory(path)) {
+        std::sort(files.begin(), files.end());
+    }
+    return files;
+}
+
+// Paths that the absolute pattern names, and that come or go with the change.
+std::set<std::string> Configuration::changedNames(const std::string& pattern) const {
+    const std::string beginning = pattern.substr(0, pattern.find_first_of(Special));
+    std::set<std::string> names;
+    for (auto entry = otherwise_.lower_bound(beginning);
+         entry != otherwise_.end() && entry->first.starts_with(beginning); ++entry) {
+        if (isNamedBy(pattern, entry->first) && static_cast<bool>(entry->second) != exists(entry->first)) {
+            names.insert(entry->first);
+        }
+    }
+    return names;
+}
+
+bool Configuration::changesNames(std::string_view pattern) const {
+    return !changedNames(absolute(pattern)).empty();
+}
+
+bool Configuration::includes(const std::string& path) const {
+    const Includes& all = includes();
+    for (std::string named = path; named.size() > 1; named = directoryOf(named)) {
+        if (all.paths.contains(named)) {
+            return true;
+        }
+    }
+    return std::any_of(all.wildcards.begin(), all.wildcards.end(),
+                       [&](const auto& pattern) { return isNamedBy(pattern.first, path); });
+}
+
+}  // namespace zpweb
