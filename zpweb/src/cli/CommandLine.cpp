@@ -49,7 +49,7 @@ public:
             CLI::App* sub = app_.add_subcommand(each.name, each.summary);
             if (each.name == "help") {
                 sub->add_option_function<std::vector<std::string>>(
-                    "WORDS", [this](const std::vector<std::string>& words) { line_.help = joined(words); });
+                    "WORDS", [this](const std::vector<std::string>& asked) { line_.help = joined(asked); });
             }
             sub->callback([this, &each] { line_.document = &each; });
         }
