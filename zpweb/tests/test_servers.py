@@ -1,4 +1,5 @@
 """What an administrator of a stock server does, judged by what visitors get."""
+import json
 import os
 import shlex
 import subprocess
@@ -98,6 +99,16 @@ def test_what_would_not_be_in_effect_is_refused_with_the_place_that_stands_again
     assert refused(server, answer, before) or answer.status == 1 and server.files() == before, answer
     assert reason in answer.err and users.read_text() == "ann:secret\n", answer
     users.unlink()
+
+
+def test_a_certificate_of_the_blocks_own_becomes_a_setting_in_one_change(server):
+    lines = [{"command": "directive delete", "arguments": [each], "options": {"site": "both.example"}} for each in ("SSLEngine", "SSLCertificateFile")]
+    lines.append({"command": "tls on", "arguments": ["both.example"],
+                  "options": {"any-name": True, "certificate": "/etc/ssl/site.pem", "key": "/etc/ssl/site.key"}})
+    server.do("apply", "-", input="\n".join(map(json.dumps, lines)))
+    assert server.serving() == server.all_served()
+    server.do("undo")
+    assert server.files() == server.files(server.kept) and server.serving() == server.all_served()
 
 
 @pytest.mark.parametrize("site", ["matched.example", "rewritten.example"])

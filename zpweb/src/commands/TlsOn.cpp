@@ -1,5 +1,6 @@
 // tls on: a site is served over https, too.
 #include "commands/SettingsCommands.h"
+#include "commands/shared/Expectations.h"
 #include "commands/shared/SettingParameters.h"
 #include "settings/TlsChange.h"
 
@@ -27,7 +28,11 @@ Outcome on(Transaction& change, const Site& site, const Arguments& given) {
     const std::string name = site.name();
     change.output().set("site", name);
     change.output().set("certificate", setting.files.certificate);
-    return setTls(change, name, setting, given[Overwrite]);
+    Outcome outcome = setTls(change, name, setting, given[Overwrite]);
+    if (outcome.ok()) {  // earlier commands of this change have taken lines away that the setting brings
+        change.release(hostNameIn(name), std::string(AboutBlocks) + "ssl");
+    }
+    return outcome;
 }
 
 }  // namespace

@@ -44,11 +44,11 @@ std::string ownTlsLines(const Block& block) {
 Outcome hasNoOther(const Transaction& change, const std::string& site) {
     for (const Place& place : change.configuration().find(site)) {
         if (!place.block->stopped && !argumentsIn(*place.block, "SSLCertificateFile").empty()) {
-            return failure(Status::Exists,
-                           place.text() +
-                               ": the block names a certificate by itself; first take away, in " +
-                               "this order, its " + ownTlsLines(*place.block) +
-                               " (zpweb directive delete); https is down until this has followed");
+            return failure(
+                Status::Exists,
+                place.text() + ": the block names a certificate by itself; first take away, in " +
+                    "this order, its " + ownTlsLines(*place.block) +
+                    " (zpweb directive delete; with zpweb apply it is one change, and https stays up)");
         }
     }
     return done();
