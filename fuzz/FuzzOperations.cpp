@@ -142,7 +142,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     demand(text.find(Second) != std::string::npos ||
                after.find("\n" + std::string(Second)) == std::string::npos,
            "an argument became a line", editing.name, after);
-    const bool failed = (*result == editing.noFile || *result == editing.noScratch) && *result != editing.done;
+    const bool failed =
+        (*result == editing.noFile || *result == editing.noScratch) && *result != editing.done;
     demand(!failed || after == text, "told as failed, but changed", editing.name, after);
     read(file);
     demand(readFile(file) == after, "what reads has changed the file", editing.name, readFile(file));

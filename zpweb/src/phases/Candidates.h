@@ -13,9 +13,9 @@
 
 namespace zpweb {
 
-// Where candidates stand: in the stage or, where that is on another mount than the file and the configuration
-// is not, in a directory beside the configuration that root alone can enter. That of a file on a third mount
-// is made once more when it takes its place, beside it: there its owner may write.
+// Where candidates stand: in the stage or, where that is on another mount than the file and the
+// configuration is not, in a directory beside the configuration that root alone can enter. That of a file
+// on a third mount is made once more when it takes its place, beside it: there its owner may write.
 class Candidates {
 public:
     explicit Candidates(const State& state) : state_(state) {}

@@ -54,7 +54,7 @@ Outcome takeOverAttributes(const std::string& from, const Descriptor& to);
 enum class ModeBits { All, WithoutSetId };
 Outcome takeOverAttributes(const Descriptor& from, const Descriptor& to, const std::string& path,
                            ModeBits bits);
-Outcome sync(const std::string& path);  // a file or a directory
+Outcome sync(const std::string& path);                          // a file or a directory
 Outcome sync(const Descriptor& file, const std::string& path);  // of what is open
 
 Outcome createDirectory(const std::string& path,
