@@ -435,8 +435,13 @@ def test_users_that_cannot_log_in_are_refused(server, content, status, told):
 def test_the_catch_all_answers_for_unknown_names(server):
     before = server.files()
     Path("/var/www/unknown.html").write_text("nobody here")
+    server.do("server", "catch-all", "on", "--dry-run")
+    assert server.files() == before, "its key was only for the check"
+    with open(server.tree / "snippets/admin.conf", "a") as other:
+        other.write("# http://127.0.0.2:8080 is no site's\n")
+    before = server.files()
     server.do("server", "catch-all", "on", "--page", "/var/www/unknown.html")
-    for listener in (HTTP, TLS):
+    for listener in (HTTP, TLS, ("http", "127.0.0.2")):
         assert server.get("unknown.invalid", listener) == (421, "nobody here")
     assert server.serving() == server.all_served()
     server.do("server", "catch-all", "off")

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "conf/Text.h"
 #include "settings/Modules.h"
 #include "settings/Proof.h"
 #include "settings/SelfSigned.h"
@@ -33,8 +32,15 @@ void addOnce(std::vector<std::string>& list, const std::string& word) {
 
 // Where a site is asked for by its address alone: another one passes requests on to it.
 bool isBackend(const Configuration& configuration, const std::string& address) {
+    const std::string url = "://" + address;
     return std::any_of(configuration.files().begin(), configuration.files().end(), [&](const auto& file) {
-        return zp::conf::contains(file->content().text(), "://" + address);
+        const std::string& text = file->content().text();
+        for (size_t at = text.find(url); at != std::string::npos; at = text.find(url, at + 1)) {
+            if (text.find_first_of("0123456789", at + url.size()) != at + url.size()) {
+                return true;
+            }
+        }
+        return false;
     });
 }
 

@@ -14,23 +14,29 @@ namespace zpweb {
 
 namespace {
 
-// Somebody may have filled since what was made empty. Only a candidate holds something of the change's own.
-// False when that could not be done at this moment.
-bool removeFrom(int directory, const std::string& name) {
+// A candidate, or a key or certificate of a setting, which the server's check reads where it will stand.
+bool isFilledByChange(const std::string& path) {
+    return nameOf(path).starts_with(".zpweb-") ||
+           (path.ends_with(".pem") && path.find("/zpweb.d/") != std::string::npos);
+}
+
+// Somebody may have filled since what was made empty. False when that could not be done at this moment.
+bool removeFrom(int directory, const std::string& path) {
+    const std::string name = nameOf(path);
     struct stat status {};
     if (::fstatat(directory, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
         return errno == ENOENT;
     }
     const bool isDirectory = S_ISDIR(status.st_mode);
     const bool empty = S_ISREG(status.st_mode) && status.st_size == 0;
-    const bool goes = isDirectory || empty || name.starts_with(".zpweb-");
+    const bool goes = isDirectory || empty || isFilledByChange(path);
     return !goes || ::unlinkat(directory, name.c_str(), isDirectory ? AT_REMOVEDIR : 0) == 0 ||
            errno == ENOTEMPTY;
 }
 
 bool removeOne(const std::string& path) {
     const auto directory = openGuarded(directoryOf(path));
-    return directory.ok() ? removeFrom(directory->number(), nameOf(path))
+    return directory.ok() ? removeFrom(directory->number(), path)
                           : directory.outcome().status == Status::NotFound;
 }
 
