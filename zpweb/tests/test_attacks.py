@@ -85,7 +85,8 @@ def test_a_component_that_becomes_a_link_at_any_moment_leads_nowhere(site, prey,
     for each in earlier:
         call, *rest = each.split()
         killed = [ZPFAULT, "kill", call] if ":" in call else []
-        subprocess.run([*killed, ZPWEB, "--conf", site.conf, *(rest if killed else each.split()), *FAST], capture_output=True)
+        done = subprocess.run([*killed, ZPWEB, "--conf", site.conf, *(rest if killed else each.split()), *FAST], capture_output=True)
+        assert done.returncode == (137 if killed else 0), done
     target = prey / swapped.rpartition("/")[2].removeprefix(".zpweb-") if Path(swapped).suffix or swapped.endswith("conf") else prey
     swap = f"mv {place} {html.parent.parent}/swapped && ln -s {target} {place} && chown -h {OWNER} {place}"
     assert hurt_by(site, prey, words, swap, lambda: look(prey)) == []

@@ -86,6 +86,7 @@ def test_a_closed_directory_is_closed_or_the_command_refused(server, words, stat
     ("site set matched.example --redirect=/gone=https://plain.example/", "redirect set"),
     ("proxy set matched.example /app http://127.0.0.1:8081", "take that line away"),
     ("site set rewritten.example --redirect=/gone=https://plain.example/", "redirect set"),
+    ("site set rewritten.example --redirect=/case=https://plain.example/", "redirect set"),
     ("proxy set rewritten.example /app http://127.0.0.1:8081", "take that line away"),
     (f"vdir create rewritten.example {PAGES}/plain.example --order --deny all", "access set"),
 ])
@@ -105,18 +106,22 @@ def test_a_certificate_of_the_blocks_own_becomes_a_setting_in_one_change(server)
     lines = [{"command": "directive delete", "arguments": [each], "options": {"site": "both.example"}} for each in ("SSLEngine", "SSLCertificateFile")]
     lines.append({"command": "tls on", "arguments": ["both.example"],
                   "options": {"any-name": True, "certificate": "/etc/ssl/site.pem", "key": "/etc/ssl/site.key"}})
+    other = [{"command": f"directive {word}", "arguments": ["SSLProtocol", value], "options": {"site": "both.example"}}
+             for word, value in (("add", "all"), ("set", "-all +TLSv1.2"))]
+    answer = server.run("apply", "-", input="\n".join(map(json.dumps, [*lines[:2], *other, lines[2]])))
+    assert answer.status == 1 and server.files() == server.files(server.kept) and "SSLProtocol" in answer.err, answer
     server.do("apply", "-", input="\n".join(map(json.dumps, lines)))
     assert server.serving() == server.all_served()
     server.do("undo")
     assert server.files() == server.files(server.kept) and server.serving() == server.all_served()
 
 
-@pytest.mark.parametrize("site", ["matched.example", "rewritten.example"])
-def test_what_a_proxied_site_keeps_for_itself_can_be_set(server, site):
+@pytest.mark.parametrize("site, own", [("matched.example", "/own"), ("rewritten.example", "/own"), ("rewritten.example", "/kept")])
+def test_what_a_proxied_site_keeps_for_itself_can_be_set(server, site, own):
     assert server.get(site) == (200, "proxied.example")
-    server.do("site", "set", site, "--redirect=/own=https://plain.example/", f"--alias=/own/plain={PAGES}/plain.example")
+    server.do("site", "set", site, f"--redirect={own}=https://plain.example/", f"--alias=/own/plain={PAGES}/plain.example")
     server.do("redirect", "set", site, "/gone", "--to", "https://plain.example/")
-    assert [server.get(site, path=path)[0] for path in ("/own", "/gone", "/")] == [302, 302, 200]
+    assert [server.get(site, path=path)[0] for path in (own, "/gone", "/")] == [302, 302, 200]
 
 
 def test_a_password_file_that_the_server_cannot_read_is_given_to_it(server):

@@ -5,15 +5,15 @@
 #include "ApacheHelper.h"
 #include "CZPWebsite.h"
 #include "Results.h"
+#include "conf/Line.h"
 #include "host/Fields.h"
 #include "host/Machine.h"
 #include "host/Report.h"
 
+namespace keyword = zp::conf::keyword;
 namespace result = zp::result;
 
 namespace {
-
-constexpr const char* ServerAlias = "ServerAlias";
 
 // A name that begins a longer one of the list counts as listed: what stands behind it is not looked at.
 bool isListed(const std::string& names, const std::string& name) {
@@ -33,14 +33,16 @@ char CZPWebsite::AddHostHeader(std::string domainName, std::string hostHeader) {
     const std::string configuration = zp::host::textOf(HttpdConfFile);
     ApacheHelper helper;
     std::string names;
-    if (helper.Apache_getDirectiveInVH(configuration, domainName, ServerAlias, names, false) != 0) {
+    if (helper.Apache_getDirectiveInVH(configuration, domainName, std::string(keyword::ServerAlias), names,
+                                       false) != 0) {
         return result::hostHeader::NotChanged;
     }
     if (isListed(names, hostHeader)) {
         return result::hostHeader::AlreadyThere;
     }
     const std::string extended = names.size() > 2 ? names + " " + hostHeader : hostHeader;
-    if (helper.Apache_UpdateDirectiveInVH(configuration, domainName, ServerAlias, extended, false) != 0) {
+    if (helper.Apache_UpdateDirectiveInVH(configuration, domainName, std::string(keyword::ServerAlias),
+                                          extended, false) != 0) {
         zp::host::out() << "Update error\n";
         return result::hostHeader::NotChanged;
     }

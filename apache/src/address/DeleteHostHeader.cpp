@@ -5,17 +5,17 @@
 #include "ApacheHelper.h"
 #include "CZPWebsite.h"
 #include "Results.h"
+#include "conf/Line.h"
 #include "conf/Text.h"
 #include "host/Fields.h"
 #include "host/Machine.h"
 #include "host/Report.h"
 
 namespace conf = zp::conf;
+namespace keyword = zp::conf::keyword;
 namespace result = zp::result;
 
 namespace {
-
-constexpr const char* ServerAlias = "ServerAlias";
 
 // Every name behind the first brings a blank along, also when the first was left out: callers know the
 // blank that then heads the list.
@@ -50,11 +50,13 @@ char CZPWebsite::DeleteHostHeader(std::string domainName, std::string hostHeader
     const std::string configuration = zp::host::textOf(HttpdConfFile);
     ApacheHelper helper;
     std::string names;
-    if (helper.Apache_getDirectiveInVH(configuration, domainName, ServerAlias, names, false) != 0) {
+    if (helper.Apache_getDirectiveInVH(configuration, domainName, std::string(keyword::ServerAlias), names,
+                                       false) != 0) {
         return result::hostHeader::NotChanged;
     }
     const std::string kept = without(names, hostHeader);
-    return helper.Apache_UpdateDirectiveInVH(configuration, domainName, ServerAlias, kept, false) == 0
+    return helper.Apache_UpdateDirectiveInVH(configuration, domainName, std::string(keyword::ServerAlias),
+                                             kept, false) == 0
                ? result::hostHeader::Changed
                : result::hostHeader::NotChanged;
 }

@@ -28,9 +28,11 @@ Outcome on(Transaction& change, const Site& site, const Arguments& given) {
     const std::string name = site.name();
     change.output().set("site", name);
     change.output().set("certificate", setting.files.certificate);
-    Outcome outcome = setTls(change, name, setting, given[Overwrite]);
-    if (outcome.ok()) {  // earlier commands of this change have taken lines away that the setting brings
-        change.release(hostNameIn(name), std::string(AboutBlocks) + "ssl");
+    const Outcome outcome = setTls(change, name, setting, given[Overwrite]);
+    // An earlier command of this change may have taken away what the setting brings; the handshake shows
+    // it.
+    for (const char* brought : {"SSLEngine", "SSLCertificateFile", "SSLCertificateKeyFile"}) {
+        releaseDirective(change, hostNameIn(name), brought);
     }
     return outcome;
 }

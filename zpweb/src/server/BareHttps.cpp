@@ -34,8 +34,7 @@ std::string bareHttps(const Reading& live, const Reading& staged, const std::set
         if (bare != nullptr && bareHost(live, site) == nullptr) {
             return staged.describe(bare) +
                    " would have SSLEngine on and no certificate, and the server would end; nothing is "
-                   "changed "
-                   "(what belongs together can be done in one change: zpweb apply)";
+                   "changed (what belongs together can be done in one change: zpweb apply)";
         }
     }
     return {};

@@ -35,13 +35,23 @@ Letters lettersBy(const std::vector<std::string>& flags) {
     return has(flags, {"nc", "nocase"}) ? Letters::OfAnyCase : Letters::AsWritten;
 }
 
-// The path is empty where a rule has already made another one of it.
-Fit matches(std::string pattern, const std::optional<std::string>& path, Letters letters) {
-    const bool negated = pattern.starts_with('!');
-    pattern.erase(0, negated ? 1 : 0);
-    const Fit found = path ? fit(findsIn(pattern, *path, letters)) : Fit::Perhaps;
-    return negated ? inverse(found) : found;
+bool isSame(std::string_view one, std::string_view other, Letters letters) {
+    return letters == Letters::OfAnyCase ? lowerCase(one) == lowerCase(other) : one == other;
 }
+
+// An expression, or "=TEXT". Tests of another kind ("-f", "<TEXT") are not made here.
+Fit meets(const std::string& pattern, const std::string& text, Letters letters) {
+    if (pattern.starts_with('=')) {
+        return fit(isSame(text, pattern == "=\"\"" ? "" : pattern.substr(1), letters));
+    }
+    const bool isOther =
+        !pattern.empty() && std::string_view("-<>").find(pattern.front()) != std::string::npos;
+    return isOther ? Fit::Perhaps : fit(findsIn(pattern, text, letters));
+}
+
+// "!PATTERN" is the opposite of PATTERN.
+std::string withoutMark(const std::string& word) { return word.substr(word.starts_with('!') ? 1 : 0); }
+Fit byMark(const std::string& word, Fit of) { return word.starts_with('!') ? inverse(of) : of; }
 
 // What is compared, where it can be told: an ordinary request asks for no other protocol.
 std::optional<std::string> subjectOf(const std::string& test, const std::optional<std::string>& path) {
@@ -53,14 +63,12 @@ std::optional<std::string> subjectOf(const std::string& test, const std::optiona
 }
 
 Fit isMet(const std::vector<std::string>& words, const std::optional<std::string>& path) {
-    const auto subject = words.size() > 1 ? subjectOf(words[0], path) : std::nullopt;
-    if (!subject || words[1].starts_with('-')) {
+    if (words.size() < 2) {
         return Fit::Perhaps;
     }
-    if (words[1].starts_with('=')) {
-        return fit(lowerCase(*subject) == lowerCase(words[1].substr(1)));
-    }
-    return matches(words[1], subject, lettersBy(flagsIn(words, 2)));
+    const auto subject = subjectOf(words[0], path);
+    return byMark(words[1], subject ? meets(withoutMark(words[1]), *subject, lettersBy(flagsIn(words, 2)))
+                                    : Fit::Perhaps);
 }
 
 // All must be met; of those that "[OR]" ties together, one.
@@ -86,10 +94,9 @@ public:
     const Directive* take(const Directive& rule) {
         const std::vector<std::string> words = argumentsIn(rule.arguments);
         const auto flags = flagsIn(words, 2);
-        const Fit applies =
-            words.size() < 2 || chainBroken_
-                ? Fit::No
-                : std::min(matches(words[0], path_, lettersBy(flags)), areMet(conditions_, path_));
+        const Fit applies = words.size() < 2 || chainBroken_
+                                ? Fit::No
+                                : std::min(fits(words[0], lettersBy(flags)), areMet(conditions_, path_));
         conditions_.clear();
         chainBroken_ = applies == Fit::No && has(flags, {"c", "chain"});
         if (applies != Fit::No && has(flags, {"p", "proxy"})) {
@@ -107,7 +114,12 @@ public:
     bool isOver() const { return over_; }
 
 private:
-    std::optional<std::string> path_;
+    // A rule's own pattern is always an expression.
+    Fit fits(const std::string& word, Letters letters) const {
+        return byMark(word, path_ ? fit(findsIn(withoutMark(word), *path_, letters)) : Fit::Perhaps);
+    }
+
+    std::optional<std::string> path_;  // absent once a rule has made another one of it
     std::vector<std::vector<std::string>> conditions_{};
     bool chainBroken_ = false, over_ = false;
 };

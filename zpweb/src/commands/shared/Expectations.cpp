@@ -26,10 +26,14 @@ std::optional<BlocksOf> blocksAskedFor(const Site& site, const Arguments& given)
 
 void expectSet(Transaction& change, const BlocksOf& blocks, const std::string& directive,
                const std::string& value) {
-    change.release(blocks.site, about(directive));
+    releaseDirective(change, blocks.site, directive);
     if (isShown(directive)) {
         change.expect(blocks.site, about(directive) + AllValues, inEffect(blocks, directive, value));
     }
+}
+
+void releaseDirective(Transaction& change, const std::string& site, const std::string& directive) {
+    change.release(site, about(directive));
 }
 
 void expectAdded(Transaction& change, const BlocksOf& blocks, const std::string& directive,

@@ -28,6 +28,9 @@ void expectAdded(Transaction& change, const BlocksOf& blocks, const std::string&
 void expectGone(Transaction& change, const BlocksOf& blocks, const std::string& directive,
                 const std::optional<std::string>& value);
 
+// What was promised of a directive is another command's from here on.
+void releaseDirective(Transaction& change, const std::string& site, const std::string& directive);
+
 // Something about a <Directory> section; what was promised of it holds no more.
 void expectOf(Transaction& change, const std::optional<BlocksOf>& blocks, const std::string& directory,
               const std::string& about, Postcondition holds);
