@@ -28,7 +28,7 @@ Outcome on(Transaction& change, const Site& site, const Arguments& given) {
     const std::string name = site.name();
     change.output().set("site", name);
     change.output().set("certificate", setting.files.certificate);
-    const Outcome outcome = setTls(change, name, setting, given[Overwrite]);
+    Outcome outcome = setTls(change, name, setting, given[Overwrite]);
     // An earlier command of this change may have taken away what the setting brings; the handshake shows
     // it.
     for (const char* brought : {"SSLEngine", "SSLCertificateFile", "SSLCertificateKeyFile"}) {
