@@ -41,8 +41,9 @@ SITES = {
     "proxied": block("*:80", "proxied.example", "ProxyPass / http://127.0.0.1:8081/",
                      "ProxyPassReverse / http://127.0.0.1:8081/", root=""),
     "matched": block("*:80", "matched.example", "ProxyPass /own !", "ProxyPassMatch ^/((?!static).*)$ http://127.0.0.1:8081/$1"),
-    "rewritten": block("*:80", "rewritten.example", "RewriteEngine On", "RewriteRule ^/own - [L]",
-                       "RewriteCond %{REQUEST_URI} =/Case", "RewriteRule ^ - [L]", "RewriteCond %{REQUEST_URI} !=/kept",
+    "rewritten": block("*:80", "rewritten.example", "RewriteEngine On", "RewriteRule ^/own - [L]", "RewriteRule (?i)^/other(?!s) - [L]",
+                       "RewriteCond %{REQUEST_URI} =/Case", "RewriteRule ^ - [L]", "RewriteRule ^/skip - [NC,S=2]", "RewriteRule ^ - [C]",
+                       "RewriteCond %{REQUEST_URI} !=/kept",
                        r"RewriteRule ^/(\w*)(?:/|$) http://127.0.0.1:8081/$1 [P]"),
     "included": block("*:80", "included.example", "Include TREE/snippets/alias.conf"),
     "secure": block("*:80", "secure.example", "ServerAlias www.secure.example", "Redirect permanent / https://secure.example/", root="")

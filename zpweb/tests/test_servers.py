@@ -116,7 +116,8 @@ def test_a_certificate_of_the_blocks_own_becomes_a_setting_in_one_change(server)
     assert server.files() == server.files(server.kept) and server.serving() == server.all_served()
 
 
-@pytest.mark.parametrize("site, own", [("matched.example", "/own"), ("rewritten.example", "/own"), ("rewritten.example", "/kept")])
+@pytest.mark.parametrize("site, own", [("matched.example", "/own"), ("rewritten.example", "/own"), ("rewritten.example", "/kept"),
+                                       ("rewritten.example", "/skip"), ("rewritten.example", "/OTHER")])
 def test_what_a_proxied_site_keeps_for_itself_can_be_set(server, site, own):
     assert server.get(site) == (200, "proxied.example")
     server.do("site", "set", site, f"--redirect={own}=https://plain.example/", f"--alias=/own/plain={PAGES}/plain.example")

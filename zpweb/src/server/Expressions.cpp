@@ -1,16 +1,43 @@
 #include "server/Expressions.h"
 
-#include <regex>
+#define PCRE2_CODE_UNIT_WIDTH 8
+#include <pcre2.h>
+
+#include <memory>
 
 namespace zpweb {
 
-bool findsIn(const std::string& expression, const std::string& text, Letters letters) {
-    try {
-        const auto any = letters == Letters::OfAnyCase ? std::regex::icase : std::regex::ECMAScript;
-        return std::regex_search(text, std::regex(expression, std::regex::ECMAScript | any));
-    } catch (const std::regex_error&) {
-        return true;  // Perl's have more than the library knows
+namespace {
+
+template <auto Free>
+struct Freeing {
+    template <typename T>
+    void operator()(T* owned) const {
+        Free(owned);
     }
+};
+using Code = std::unique_ptr<pcre2_code, Freeing<pcre2_code_free>>;
+using Match = std::unique_ptr<pcre2_match_data, Freeing<pcre2_match_data_free>>;
+
+Code compiled(const std::string& expression, Letters letters) {
+    const uint32_t options = PCRE2_DUPNAMES | PCRE2_DOTALL | PCRE2_DOLLAR_ENDONLY |
+                             (letters == Letters::OfAnyCase ? PCRE2_CASELESS : 0);
+    int error = 0;
+    size_t at = 0;
+    return Code(pcre2_compile(reinterpret_cast<PCRE2_SPTR>(expression.data()), expression.size(), options,
+                              &error, &at, nullptr));
+}
+
+}  // namespace
+
+bool findsIn(const std::string& expression, const std::string& text, Letters letters) {
+    const Code code = compiled(expression, letters);
+    if (code == nullptr) {
+        return true;
+    }
+    const Match match(pcre2_match_data_create_from_pattern(code.get(), nullptr));
+    return match == nullptr || pcre2_match(code.get(), reinterpret_cast<PCRE2_SPTR>(text.data()),
+                                           text.size(), 0, 0, match.get(), nullptr) != PCRE2_ERROR_NOMATCH;
 }
 
 }  // namespace zpweb

@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "server/Expressions.h"
+#include "sys/Number.h"
 
 namespace zpweb {
 
@@ -14,25 +15,37 @@ enum class Fit : char { No, Perhaps, Yes };
 Fit fit(bool is) { return is ? Fit::Yes : Fit::No; }
 Fit inverse(Fit of) { return of == Fit::Perhaps ? of : fit(of == Fit::No); }
 
-// The names of "[NC,R=301]", in lower case.
-std::vector<std::string> flagsIn(const std::vector<std::string>& words, size_t at) {
-    std::vector<std::string> flags;
-    const std::string text = words.size() > at ? lowerCase(words[at]) : "";
-    for (size_t i = 1; i < text.size(); i = std::min(text.find_first_of(",]", i), text.size()) + 1) {
-        const size_t end = text.find_first_of("=,]", i);
-        flags.push_back(text.substr(i, end == std::string::npos ? end : end - i));
+// "[NC,R=301]"
+class Flags {
+public:
+    Flags(const std::vector<std::string>& words, size_t at) {
+        const std::string text = words.size() > at ? lowerCase(words[at]) : "";
+        for (size_t i = 1, end = 0; i < text.size(); i = end + 1) {
+            end = std::min(text.find_first_of(",]", i), text.size());
+            const size_t nameEnd = std::min(text.find('=', i), end);
+            each_.emplace_back(text.substr(i, nameEnd - i), text.substr(nameEnd, end - nameEnd));
+        }
     }
-    return flags;
-}
+    bool has(std::initializer_list<std::string_view> names) const { return find(names) != nullptr; }
+    size_t number(std::initializer_list<std::string_view> names) const {
+        const auto* found = find(names);
+        const int number = found == nullptr || found->empty() ? 0 : leadingNumber(found->substr(1));
+        return static_cast<size_t>(std::max(number, 0));
+    }
 
-bool has(const std::vector<std::string>& flags, std::initializer_list<const char*> names) {
-    return std::any_of(names.begin(), names.end(), [&](const char* name) {
-        return std::find(flags.begin(), flags.end(), name) != flags.end();
-    });
-}
+private:
+    const std::string* find(std::initializer_list<std::string_view> names) const {
+        const auto found = std::find_if(each_.begin(), each_.end(), [&](const auto& flag) {
+            return std::find(names.begin(), names.end(), flag.first) != names.end();
+        });
+        return found == each_.end() ? nullptr : &found->second;
+    }
 
-Letters lettersBy(const std::vector<std::string>& flags) {
-    return has(flags, {"nc", "nocase"}) ? Letters::OfAnyCase : Letters::AsWritten;
+    std::vector<std::pair<std::string, std::string>> each_{};  // a name, and "=VALUE" or nothing
+};
+
+Letters lettersBy(const Flags& flags) {
+    return flags.has({"nc", "nocase"}) ? Letters::OfAnyCase : Letters::AsWritten;
 }
 
 bool isSame(std::string_view one, std::string_view other, Letters letters) {
@@ -67,7 +80,7 @@ Fit isMet(const std::vector<std::string>& words, const std::optional<std::string
         return Fit::Perhaps;
     }
     const auto subject = subjectOf(words[0], path);
-    return byMark(words[1], subject ? meets(withoutMark(words[1]), *subject, lettersBy(flagsIn(words, 2)))
+    return byMark(words[1], subject ? meets(withoutMark(words[1]), *subject, lettersBy(Flags(words, 2)))
                                     : Fit::Perhaps);
 }
 
@@ -77,7 +90,7 @@ Fit areMet(const std::vector<std::vector<std::string>>& conditions,
     Fit all = Fit::Yes, one = Fit::No;
     for (const auto& words : conditions) {
         one = std::max(one, isMet(words, path));
-        if (!has(flagsIn(words, 2), {"or", "ornext"})) {
+        if (!Flags(words, 2).has({"or", "ornext"})) {
             all = std::min(all, one);
             one = Fit::No;
         }
@@ -93,27 +106,42 @@ public:
     // Null also where the rule does not take the request.
     const Directive* take(const Directive& rule) {
         const std::vector<std::string> words = argumentsIn(rule.arguments);
-        const auto flags = flagsIn(words, 2);
-        const Fit applies = words.size() < 2 || chainBroken_
+        const Flags flags(words, 2);
+        const Fit reached = nextIsReached();
+        const Fit applies = words.size() < 2
                                 ? Fit::No
-                                : std::min(fits(words[0], lettersBy(flags)), areMet(conditions_, path_));
+                                : std::min({reached, chained_, fits(words[0], lettersBy(flags)),
+                                            areMet(conditions_, path_)});
         conditions_.clear();
-        chainBroken_ = applies == Fit::No && has(flags, {"c", "chain"});
-        if (applies != Fit::No && has(flags, {"p", "proxy"})) {
-            return &rule;
+        // A rule that is skipped breaks no chain.
+        const Fit onward = reached == Fit::Yes ? applies : inverse(reached);
+        chained_ = flags.has({"c", "chain"}) ? onward : Fit::Yes;
+        if (applies == Fit::No) {
+            return nullptr;
         }
-        if (applies == Fit::Yes) {
-            over_ = has(flags, {"l", "last", "end", "r", "redirect", "f", "forbidden", "g", "gone"});
-        }
-        if (applies != Fit::No && words[1] != "-") {
+        skip(applies, flags.number({"s", "skip"}));
+        over_ = applies == Fit::Yes &&
+                flags.has({"l", "last", "end", "r", "redirect", "f", "forbidden", "g", "gone"});
+        if (words[1] != "-") {
             path_.reset();
         }
-        return nullptr;
+        return flags.has({"p", "proxy"}) ? &rule : nullptr;
     }
     void add(const Directive& condition) { conditions_.push_back(argumentsIn(condition.arguments)); }
     bool isOver() const { return over_; }
 
 private:
+    void skip(Fit applies, size_t rules) {
+        size_t& count = applies == Fit::Yes ? skipped_ : perhapsSkipped_;
+        count = std::max(count, rules);
+    }
+    Fit nextIsReached() {
+        const Fit reached = skipped_ > 0 ? Fit::No : perhapsSkipped_ > 0 ? Fit::Perhaps : Fit::Yes;
+        for (size_t* count : {&skipped_, &perhapsSkipped_}) {
+            *count -= *count > 0 ? 1 : 0;
+        }
+        return reached;
+    }
     // A rule's own pattern is always an expression.
     Fit fits(const std::string& word, Letters letters) const {
         return byMark(word, path_ ? fit(findsIn(withoutMark(word), *path_, letters)) : Fit::Perhaps);
@@ -121,7 +149,9 @@ private:
 
     std::optional<std::string> path_;  // absent once a rule has made another one of it
     std::vector<std::vector<std::string>> conditions_{};
-    bool chainBroken_ = false, over_ = false;
+    Fit chained_ = Fit::Yes;                   // does the next rule's chain hold so far?
+    size_t skipped_ = 0, perhapsSkipped_ = 0;  // of the rules to come, by "[S=2]"
+    bool over_ = false;
 };
 
 }  // namespace
