@@ -155,8 +155,8 @@ def test_reads_tell_what_the_server_has(server):
     assert "*:443" in [row["listener"] for row in server.run("doctor", "--json").json["listeners"]]
 
 
-@pytest.mark.parametrize("site", ["elsewhere.example", "split.example"])
-def test_a_site_whose_name_stands_in_an_included_file_or_on_two_lines(server, site):
+@pytest.mark.parametrize("site", ["elsewhere.example", "split.example", "quoted.example"])
+def test_a_site_whose_name_stands_in_an_included_file_or_on_two_lines_or_in_quotes(server, site):
     before = server.files()
     for there, back in ("stop", "start"), ("suspend", "resume"), ("disable", "enable"):
         if there != "disable" or not isinstance(server, RedHat):

@@ -19,6 +19,7 @@ ODD = """\
 </VirtualHost>
 """
 TABS = "<VirtualHost 127.0.0.1:8080>\r\n\tServerName shop.example\r\n\tDocumentRoot /srv/shop\r\n</VirtualHost>"
+QUOTED = """'<VirtualHost' *:80>\n  "ServerName" shop.example\n  "Server\\\nAlias" www.shop.example\n  "ServerSignature" Off\n"</VirtualHost>"\n"""
 
 # Command words, what goes, what comes, and the words that take it back (None: they are not its inverse).
 CHANGES = {
@@ -44,6 +45,12 @@ CHANGES = {
         "directive delete ServerSignature --site SITE"),
     "a directive before the name": (
         ODD, "directive set ErrorLog x --site SITE", "logs/shop   # not a comment", "x", None),
+    "a directive whose name is in quotes": (
+        QUOTED, "directive set ServerSignature On --site SITE", "Off", "On", "directive set ServerSignature Off --site SITE"),
+    "names under one in quotes": (
+        QUOTED, "host add SITE new.example", "www.shop.example", "www.shop.example new.example", "host remove SITE new.example"),
+    "one in quotes goes": (
+        QUOTED, "directive delete ServerSignature Off --site SITE", '  "ServerSignature" Off\n', "", None),
     "a directory's options": (
         ODD, "vdir set SITE /srv/shop --option=-Indexes", "Options Indexes Follow", "Options Follow", None),
     "hosts of a directory": (

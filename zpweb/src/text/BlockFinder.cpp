@@ -163,7 +163,10 @@ void BlockFinder::take(const LineStart& line) {
 }
 
 void BlockFinder::takeComment(const LineStart& line) {
-    const std::string_view text = behindMark(line.text);
+    std::string_view text = behindMark(line.text);
+    if (text.starts_with('"') || text.starts_with('\'')) {
+        text = values_.keep(withPlainName(logicalLine(text)));
+    }
     if (isTag(text, keyword::VirtualHost)) {
         const std::string_view tag = zp::conf::trimEnd(zp::conf::upTo(text, "\n"));
         commented_.reset();

@@ -246,7 +246,7 @@ void LayBack::changeWords(const ViewLine& line, const std::string& to) {
     const std::string_view arguments = argumentsOf(to);
     const std::vector<Word> wanted = writtenWords(arguments);
     if (words.empty()) {
-        replacements_.insert(statement.name.data() + statement.name.size(), std::string(arguments));
+        replacements_.insert(statement.arguments.data(), std::string(arguments));
         return;
     }
     const size_t skipped = words.size() - std::min(shown.size(), words.size());

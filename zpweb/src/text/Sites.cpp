@@ -24,6 +24,8 @@ constexpr auto interests = [] {
     return table;
 }();
 
+bool isQuote(char c) { return c == '"' || c == '\''; }
+
 // A line whose first word, a name, goes on in the next one. A block that was stopped has comment marks
 // within.
 bool splitsName(std::string_view line) {
@@ -48,12 +50,25 @@ std::string withWholeName(std::string_view logical) {
     return whole.append(logical.substr(at));
 }
 
+// The text from a line's start, as the finders take it. Empty where nothing stands there.
+std::string_view withReadableName(std::string_view start, std::string_view behind,
+                                  std::deque<std::string>& texts) {
+    if (isQuote(start.front())) {
+        return texts.emplace_back(withPlainName(logicalLine(behind)));
+    }
+    return splitsName(start) ? zp::conf::skipSpace(texts.emplace_back(withWholeName(logicalLine(behind))))
+                             : behind;
+}
+
 class Finder {
 public:
     Finder(Contents& contents, Surroundings& around)
         : blocks_(contents, Values(around, contents.texts)), server_(contents.server, blocks_.values()) {}
 
     void take(const LineStart& line) {
+        if (line.text.empty()) {
+            return;
+        }
         const Interest interest = interests[static_cast<unsigned char>(line.text.front())];
         if (interest == Interest::Comment) {
             if (!blocks_.inBlock()) {
@@ -94,10 +109,7 @@ Contents contentsOf(std::string_view text, Surroundings& around) {
             const std::string_view start = zp::conf::skipSpace(line);
             if (!start.empty()) {
                 const std::string_view behind = rest.substr(line.size() - start.size());
-                finder.take({number, rest,
-                             splitsName(start)
-                                 ? contents.texts.emplace_back(withWholeName(logicalLine(behind)))
-                                 : behind});
+                finder.take({number, rest, withReadableName(start, behind, contents.texts)});
             }
         }
         continues = isContinued(line);

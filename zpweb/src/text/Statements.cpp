@@ -11,12 +11,6 @@ namespace {
 using zp::conf::equalIgnoringCase;
 using Kind = Statement::Kind;
 
-// A name may go on in the next line.
-bool isNamed(std::string_view name, std::string_view keyword) {
-    return equalIgnoringCase(name, keyword) ||
-           (name.find('\n') != name.npos && equalIgnoringCase(Word{name}.value(), keyword));
-}
-
 std::string_view tagName(std::string_view text) {
     constexpr std::string_view Ends = " \t\r\v\f\n>\\";
     size_t end = std::min(text.find_first_of(Ends), text.size());
@@ -30,34 +24,54 @@ std::string_view tagName(std::string_view text) {
     return text.substr(0, end);
 }
 
-// The tag's name, and what stands between it and the last ">".
-void readTag(Statement& statement, std::string_view text) {
-    statement.kind = text.starts_with("</") ? Kind::Closes : Kind::Opens;
-    text.remove_prefix(statement.kind == Kind::Closes ? 2 : 1);
-    statement.name = tagName(text);
-    const std::string_view rest = text.substr(statement.name.size());
-    statement.arguments = rest.substr(0, std::min(rest.rfind('>'), rest.size()));
-}
+// Reads statements, and keeps the names that are not written in one piece.
+class Reader {
+public:
+    explicit Reader(std::forward_list<std::string>& names) : names_(names) {}
 
-Statement read(std::string_view written) {
-    Statement statement;
-    statement.written = written;
-    const std::string_view text = zp::conf::skipSpace(written);
-    if (text.empty()) {
+    Statement read(std::string_view written) {
+        Statement statement;
+        statement.written = written;
+        const std::string_view text = zp::conf::skipSpace(written);
+        if (text.empty()) {
+            return statement;
+        }
+        if (text.front() == '#') {
+            statement.kind = Kind::Comment;
+            return statement;
+        }
+        std::string_view rest = text;
+        const auto word = text.front() == '<' ? std::optional(Word{tagName(text)}) : nextWord(rest);
+        if (!word) {
+            return statement;
+        }
+        statement.kind = Kind::Directive;
+        statement.name = plain(word->written);
+        statement.arguments = text.front() == '<' ? text.substr(word->written.size()) : rest;
+        if (statement.name.starts_with('<')) {
+            readTag(statement);
+        }
         return statement;
     }
-    if (text.front() == '#') {
-        statement.kind = Kind::Comment;
-    } else if (text.front() == '<') {
-        readTag(statement, text);
-    } else {
-        statement.kind = Kind::Directive;
-        std::string_view rest = text;
-        statement.name = nextWord(rest)->written;
-        statement.arguments = rest;
+
+private:
+    // What stands between the tag's name and the last ">" are its arguments.
+    static void readTag(Statement& statement) {
+        std::string_view& name = statement.name;
+        statement.kind = name.starts_with("</") ? Kind::Closes : Kind::Opens;
+        name = zp::conf::upTo(name.substr(statement.kind == Kind::Closes ? 2 : 1), ">");
+        std::string_view& arguments = statement.arguments;
+        arguments = arguments.substr(0, std::min(arguments.rfind('>'), arguments.size()));
     }
-    return statement;
-}
+
+    // A name may go on in the next line, and stand in quotes.
+    std::string_view plain(std::string_view written) {
+        const bool whole = written.find('\n') == written.npos && !Word{written}.isQuoted();
+        return whole ? written : names_.emplace_front(Word{written}.value());
+    }
+
+    std::forward_list<std::string>& names_;
+};
 
 // Which sections are open. A closing tag closes the innermost section of its name, whatever stays open in
 // it.
@@ -83,11 +97,10 @@ public:
 private:
     void close(const Statement& closing, size_t self) {
         constexpr size_t Deepest = 128;  // as the server has it
-        const std::string name = closing.plainName();
         const size_t least = open_.size() - std::min(open_.size(), Deepest);
         for (size_t depth = open_.size(); depth-- > least;) {
             Statement& opening = all_[open_[depth]];
-            if (isNamed(opening.name, name)) {
+            if (equalIgnoringCase(opening.name, closing.name)) {
                 opening.end = self;
                 open_.resize(depth);
                 return;
@@ -102,11 +115,11 @@ private:
 }  // namespace
 
 bool Statement::is(std::string_view keyword) const {
-    return kind == Kind::Directive && isNamed(name, keyword);
+    return kind == Kind::Directive && equalIgnoringCase(name, keyword);
 }
 
 bool Statement::opens(std::string_view section_) const {
-    return kind == Kind::Opens && isNamed(name, section_);
+    return kind == Kind::Opens && equalIgnoringCase(name, section_);
 }
 
 std::string_view Statement::indentation() const {
@@ -123,10 +136,11 @@ std::string Statement::argument(size_t number) const {
 }
 
 Statements::Statements(std::string_view text) {
+    Reader reader(names_);
     Sections sections(all_);
     for (size_t line = 0; !text.empty();) {
         const std::string_view written = logicalLine(text);
-        Statement statement = read(withoutReturn(written));
+        Statement statement = reader.read(withoutReturn(written));
         const auto more = static_cast<size_t>(std::count(written.begin(), written.end(), '\n'));
         statement.lines = {line, line + more + 1};
         line = statement.lines.end;
@@ -140,7 +154,7 @@ bool isCondition(std::string_view section) {
     static constexpr std::string_view names[] = {"IfModule",    "IfDefine",  "IfVersion",
                                                  "IfDirective", "IfSection", "IfFile"};
     return std::any_of(std::begin(names), std::end(names),
-                       [section](std::string_view name) { return isNamed(section, name); });
+                       [section](std::string_view name) { return equalIgnoringCase(section, name); });
 }
 
 }  // namespace zpweb

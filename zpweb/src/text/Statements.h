@@ -2,6 +2,7 @@
 // with the lines that it stands on.
 #pragma once
 
+#include <forward_list>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -19,14 +20,14 @@ struct Statement {
     Kind kind = Kind::Empty;
     Range lines{0, 0};  // in the text
     std::string_view
-        written;            // from its first line's first character to its last one's, without the line end
-    std::string_view name;  // of the directive or, without "<" and "</", of the section
+        written;  // from its first line's first character to its last one's, without the line end
+    std::string_view
+        name;  // of the directive or, without "<" and "</", of the section: in one line, without quotes
     std::string_view arguments;  // as written; of an opening tag without its ">"
     size_t section = None;       // the statement that opens the section around it
     size_t scope = None;         // the same, with conditions passed over
     size_t end = None;           // of one that opens a section: the statement that closes it
 
-    std::string plainName() const { return name.empty() ? "" : Word{name}.value(); }  // in one line
     bool is(std::string_view keyword) const;
     bool opens(std::string_view section) const;
     std::string_view indentation() const;
@@ -37,6 +38,7 @@ struct Statement {
 class Statements {
 public:
     explicit Statements(std::string_view text);
+    Statements(Statements&&) = default;  // a copy would keep views of names in the original
 
     size_t size() const { return all_.size(); }
     const Statement& operator[](size_t i) const { return all_[i]; }
@@ -45,6 +47,7 @@ public:
 
 private:
     std::vector<Statement> all_;
+    std::forward_list<std::string> names_;  // those that are not written in one piece
 };
 
 // <IfModule>, <IfDefine> and the like: what stands in them belongs to the section around them.

@@ -162,7 +162,7 @@ std::string pathOf(const Statement& statement) {
 }
 
 std::string canonical(const Statement& statement) {
-    std::string text = statement.plainName();
+    std::string text(statement.name);
     if (statement.kind == Statement::Kind::Opens || statement.kind == Statement::Kind::Closes) {
         const bool opens = statement.kind == Statement::Kind::Opens;
         const bool directory = zp::conf::equalIgnoringCase(text, "Directory");

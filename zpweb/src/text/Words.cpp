@@ -113,6 +113,11 @@ std::vector<Word> writtenWords(std::string_view text) {
     return words;
 }
 
+std::string withPlainName(std::string_view logical) {
+    const auto name = nextWord(logical);
+    return (name ? name->value() : "").append(logical);
+}
+
 bool isDirective(std::string_view text, std::string_view keyword) {
     text = zp::conf::skipSpace(text);
     // Most other directives have another length, which is seen at once.

@@ -29,6 +29,9 @@ std::string_view logicalLine(std::string_view text);
 std::optional<Word> nextWord(std::string_view& rest);
 std::vector<Word> writtenWords(std::string_view text);
 
+// A logical line that begins with a quote: without the quotes of its first word, which is its name.
+std::string withPlainName(std::string_view logical);
+
 // Is the text, behind white space, this keyword and nothing longer?
 bool isDirective(std::string_view text, std::string_view keyword);
 
