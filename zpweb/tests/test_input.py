@@ -18,7 +18,7 @@ REJECTED = [
     (["host", "add", "a.example", name], "host name") for name in (
         "test..com", ".example", "example.", "a\nb.example", "a\rb.example", "<a>.example", "shop.example\\", LONG,
         ".".join(["a" * 60] * 5), "a-.example", "a.-b.example", "a b.example", "a_b.example", "192.0.2.1", "",
-        "xn--\x80.example", "\u2603\u0300\u202e.example", "shop.example:80", "a$(id).example")
+        "xn--\x80.example", "\u2603\u0300\u202e.example", "shop.example:80", "a$(id).example", "*..example", "*.a_b.example", "b\u00fc*.example")
 ] + [
     (["site", "create", "a.example", "--owner", "anna", "--address", address], "address")
     for address in ("", "1.2.3", "1.2.3.4.5", "[::1]", "::1::", "256.1.1.1", "1.2.3.4 ", "1.2.3.4\n", "**")

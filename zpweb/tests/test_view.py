@@ -30,6 +30,10 @@ CHANGES = {
         "host remove SITE new.example"),
     "a name that begins another": (
         ODD, "host add SITE www.shop", "shop.test\n", "shop.test www.shop\n", "host remove SITE www.shop"),
+    "a pattern of names": (
+        ODD, "host add SITE *.Shop.test", "shop.test\n", "shop.test *.shop.test\n", "host remove SITE *.SHOP.test"),
+    "a name that no request can have goes": (
+        TABS.replace("Root", "Root /\n\tServerAlias my_shop dot.example.\r\n#"), "host remove SITE dot.example.", " dot.example.", "", None),
     "the first name goes": (
         ODD, "host remove SITE www.shop.example", "www.shop.example \\\n                  shop.test", "shop.test", None),
     "the port of all addresses": (

@@ -4,6 +4,7 @@
 #include "commands/shared/BlockEdit.h"
 #include "commands/shared/HostNames.h"
 #include "conf/Bounds.h"
+#include "conf/Text.h"
 #include "input/HostName.h"
 #include "input/Quoted.h"
 
@@ -18,7 +19,7 @@ Outcome canGo(const Block& block, const std::string& host) {
                        "host name " + inQuotes(host) + ": it is the site's own name; see site rename");
     }
     const std::string wildcard = wildcardFor(block, host);
-    return wildcard.empty() || wildcard == host
+    return wildcard.empty() || zp::conf::equalIgnoringCase(wildcard, host)
                ? done()
                : failure(Status::Refused,
                          "host name " + inQuotes(host) + ": the site's " + inQuotes(wildcard) +
@@ -53,14 +54,17 @@ Outcome removeFrom(Transaction& change, const BlockAt& at, const std::string& ho
 }
 
 Outcome remove(Transaction& change, const Site& site, const Arguments& given) {
-    const std::string host = given[Host];
+    const std::string host = given[ListedHost];
     change.output().set("site", site.name());
     change.output().set("host", host);
     const auto blocks = runningBlocks(change.configuration(), site, given);
     if (!blocks.ok()) {
         return blocks.outcome();
     }
-    Outcome outcome;
+    const bool listed = std::any_of(blocks->begin(), blocks->end(), [&](const BlockAt& at) {
+        return listsHost(at.in(change.configuration()), host);
+    });
+    Outcome outcome = listed ? done() : asciiAlias(host).outcome();
     for (const BlockAt& at : *blocks) {
         outcome = outcome.ok() ? canGo(at.in(change.configuration()), host) : outcome;
         outcome = outcome.ok() ? removeFrom(change, at, host) : outcome;
@@ -75,7 +79,7 @@ Command hostRemove() {
         .words = "host remove",
         .summary = "Take a further name away",
         .action = remove,
-        .parameters = {SiteName, Host, OnPort},
+        .parameters = {SiteName, ListedHost, OnPort},
         .operations = {"CZPWebsite::DeleteHostHeader"},
         .examples = {"host remove shop.example old.shop.example"},
     };

@@ -69,7 +69,8 @@ std::vector<std::string> flagsOf(const std::vector<Place>& places) {
     if (hasDuplicate(places)) {
         flags.emplace_back("duplicate");
     }
-    if (!isServerName(places.front().block->name)) {
+    const std::string_view name = places.front().block->name;
+    if (!isServerName(name) || name.ends_with('.')) {  // the server takes the dot off what is asked for
         flags.emplace_back("unreachable");
     }
     return flags;

@@ -28,7 +28,7 @@ constexpr auto Redirect = options("--redirect", Kind::Assignment, "URL=TARGET", 
 constexpr auto ErrorDocument =
     options("--error-document", Kind::Assignment, "CODE=DOCUMENT", "A page for an error");
 constexpr auto HostNames =
-    options("--host-name", Kind::HostName, "NAME", "The site's further names, all of them");
+    options("--host-name", Kind::Alias, "NAME", "The site's further names, all of them");
 constexpr auto Include =
     options("--include", Kind::Path, "FILE", "The files that it includes, all of them");
 constexpr auto Index = options("--index", Kind::Word, "FILE", "Its index files, all of them");

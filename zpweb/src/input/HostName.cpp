@@ -88,6 +88,24 @@ Expected<std::string> asciiHostName(const std::string& entered) {
     return name;
 }
 
+Expected<std::string> asciiAlias(const std::string& entered) {
+    if (entered.find_first_of("*?") == std::string::npos) {
+        return asciiHostName(entered);
+    }
+    const std::string subdomains = entered.starts_with("*.") ? "*." : "";
+    std::string name = entered.substr(subdomains.size());
+    if (isPlain(name)) {  // a pattern of another script would not be one in ASCII
+        std::replace_if(name.begin(), name.end(), [](char c) { return c == '*' || c == '?'; }, 'x');
+    }
+    const auto ascii = asciiHostName(name);
+    if (!ascii.ok()) {
+        return wrong(entered, "it is no pattern of host names");
+    }
+    std::string pattern = entered;
+    std::transform(pattern.begin(), pattern.end(), pattern.begin(), zp::conf::lower);
+    return isPlain(entered) ? pattern : subdomains + *ascii;
+}
+
 std::string readableHostName(const std::string& ascii) {
     if (!zp::conf::contains(ascii, "xn--")) {
         return ascii;

@@ -10,6 +10,8 @@ namespace zpweb {
 
 // The ASCII form in lower case. A usage failure names the value, what is wrong, and what is expected.
 Expected<std::string> asciiHostName(const std::string& entered);
+// The same for a further name, which may be a pattern: "*.shop.example", "shop?.example".
+Expected<std::string> asciiAlias(const std::string& entered);
 // The form that people read; the same for a plain name.
 std::string readableHostName(const std::string& ascii);
 

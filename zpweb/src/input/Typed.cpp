@@ -176,17 +176,27 @@ Typed optionSwitch(const std::string& value) {
                       "expected + or - and one of " + std::string(Options));
 }
 
-// A site that is there may have a name that no new one gets, or none: then it is named by its place.
-Typed siteName(const std::string& value) {
+// May it stand as a name in a configuration, though no new one is like this?
+bool isWritableName(const std::string& value) {
     constexpr std::string_view More = "._*-:[]";
-    const bool plain = !value.empty() && std::all_of(value.begin(), value.end(), [&](char c) {
+    return !value.empty() && std::all_of(value.begin(), value.end(), [&](char c) {
         return zp::conf::isLetter(c) || (c >= '0' && c <= '9') || zp::conf::contains(More, {&c, 1});
     });
+}
+
+// A site that is there may have a name that no new one gets, or none: then it is named by its place.
+Typed siteName(const std::string& value) {
+    const bool plain = isWritableName(value);
     if (value.starts_with('/') && value.find(':') != std::string::npos) {
         return line("site", value, "<>\"'`$", "expected a name, or FILE:LINE");
     }
     Typed ascii = asciiHostName(value);
     return ascii.ok() || !plain ? ascii : value;
+}
+
+Typed listedAlias(const std::string& value) {
+    Typed ascii = asciiAlias(value);
+    return ascii.ok() || !isWritableName(value) ? ascii : value;
 }
 
 Typed url(const std::string& value) {
@@ -219,6 +229,10 @@ Expected<std::string> typedValue(Kind kind, std::string_view name, const std::st
             return value;
         case Kind::HostName:
             return asciiHostName(value);
+        case Kind::Alias:
+            return asciiAlias(value);
+        case Kind::ListedAlias:
+            return listedAlias(value);
         case Kind::Site:
             return siteName(value);
         case Kind::Address:

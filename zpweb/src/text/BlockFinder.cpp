@@ -170,9 +170,9 @@ void BlockFinder::takeComment(const LineStart& line) {
     if (isTag(text, keyword::VirtualHost)) {
         const std::string_view tag = zp::conf::trimEnd(zp::conf::upTo(text, "\n"));
         commented_.reset();
-        // A tag that goes on in the next line has its addresses there.
+        // A tag that goes on in the next line has its addresses there. What stands behind one says nothing.
         if (tag.ends_with('\\') ||
-            (tag.ends_with('>') && !tagArguments(tag, keyword::VirtualHost).empty())) {
+            (tag.find('>') != tag.npos && !tagArguments(tag, keyword::VirtualHost).empty())) {
             commented_.emplace(line, tag, true, values_);
         }
     } else if (commented_ && isTag(text, keyword::VirtualHostEnd)) {

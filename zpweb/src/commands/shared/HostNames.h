@@ -9,7 +9,8 @@
 
 namespace zpweb {
 
-inline constexpr auto Host = needed("HOST", Kind::HostName, "A further name of the site");
+inline constexpr auto Host = needed("HOST", Kind::Alias, "A further name of the site, or a pattern of names");
+inline constexpr auto ListedHost = needed("HOST", Kind::ListedAlias, "A further name, as the site lists it");
 
 // As its lines write them.
 std::vector<std::string> hostNamesOf(const Block& block);

@@ -147,7 +147,10 @@ void findUnreachable(const Reading& reading, Findings& findings) {
                     other = carrier ? &reading.hosts()[*carrier] : other;
                     return carrier == number;
                 });
-            if (!reached && other != nullptr) {
+            if (name.ends_with('.')) {
+                findings.push_back({"name that nobody can ask for", place,
+                                    name + ": the server takes the dot at the end off a request's name"});
+            } else if (!reached && other != nullptr) {
                 findings.push_back(
                     {"name claimed twice", place, name + ", first at " + reading.originOf(*other).text()});
             }
