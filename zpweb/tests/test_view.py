@@ -3,7 +3,7 @@ import pytest
 
 FAST = ("--no-check", "--no-reload")
 ODD = """\
-<virtualhost  *:80 [::]:80>
+<virtualhost  *:80 [::]:80>  # on both
     # the shop
     ErrorLog  logs/shop   # not a comment
     Servername "shop.example:80"
