@@ -209,7 +209,7 @@ def test_script_handlers_and_limits(site):
         site.do(*[str(w).format("off") for w in command], "--no-check")
         assert site.text() == text
     text = site.text()
-    site.do("suphp", "on")
+    assert "no suphp_module" in site.do("suphp", "on").err
     assert "<IfModule mod_suphp.c>\n\tsuPHP_Engine On\n</IfModule>" in site.text()
     site.do("suphp", "off")
     assert site.text() == text

@@ -32,7 +32,7 @@ Scope removalScope(const ConfigurationFile& file) {
 }
 
 Outcome switchServer(Transaction& change) {
-    Edit edit = serverSuPhpEdit(change);
+    Edit edit = serverSuPhpEdit(change, false);
     edit.scope = removalScope;
     edit.operation = [](const std::string& staged) {
         return CZPWebsite(nullptr, staged.c_str()).DisableSuPhpGlobally();

@@ -25,7 +25,7 @@ Scope engineScope(const ConfigurationFile& file) {
 }
 
 Outcome switchServer(Transaction& change) {
-    Edit edit = serverSuPhpEdit(change);
+    Edit edit = serverSuPhpEdit(change, true);
     edit.scope = engineScope;
     edit.operation = [](const std::string& staged) {
         return CZPWebsite(nullptr, staged.c_str()).EnableSuPhpGlobally(SuPhpModule);

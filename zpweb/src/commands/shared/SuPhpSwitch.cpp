@@ -1,10 +1,34 @@
 #include "commands/shared/SuPhpSwitch.h"
 
+#include "commands/shared/Modules.h"
 #include "commands/shared/Operation.h"
 #include "commands/shared/Scopes.h"
 #include "conf/Line.h"
+#include "server/Postconditions.h"
 
 namespace zpweb {
+
+namespace {
+
+constexpr const char* Engine = "suPHP_Engine";
+
+Outcome serverRunsIt(const Reading& staged) {
+    const auto lines = staged.inSection(Directive::None, Engine);
+    return lines.empty() || lowerCase(lines.back()->arguments) == "on"
+               ? done()
+               : notShown(staged.originOf(*lines.back()).text() + " switches it off");
+}
+
+Outcome nobodyRunsIt(const Reading& staged) {
+    for (const Directive& directive : staged.directives()) {
+        if (directive.is(Engine) && lowerCase(directive.arguments) == "on") {
+            return notShown(staged.originOf(directive).text() + " switches it on");
+        }
+    }
+    return done();
+}
+
+}  // namespace
 
 Outcome switchSuPhp(Transaction& change, const Site& site, const SuPhpSwitch& wanted) {
     const Place& place = site.first();
@@ -39,7 +63,12 @@ bool isSuPhpLine(std::string_view text) {
     return zp::conf::contains(text, "suphp") || zp::conf::contains(text, "suPHP");
 }
 
-Edit serverSuPhpEdit(const Transaction& change) {
+Edit serverSuPhpEdit(Transaction& change, bool on) {
+    change.expect("", "suphp", on ? serverRunsIt : nobodyRunsIt);
+    const auto modules = change.settings().check ? loadedModules(change.configuration()) : std::nullopt;
+    if (modules && !modules->contains("suphp_module")) {
+        change.output().note("the server has no suphp_module loaded: this counts once it has");
+    }
     Edit edit;
     edit.file = change.configuration().main().path();
     edit.bound = bound::SuPhpOnServer;

@@ -26,7 +26,8 @@ Outcome switchSuPhp(Transaction& change, const Site& site, const SuPhpSwitch& wa
 
 bool isSuPhpLine(std::string_view text);
 
-// An edit of the server's own lines.
-Edit serverSuPhpEdit(const Transaction& change);
+// An edit of the server's own lines, which it must show in effect. A server without the module shows
+// nothing of them; that is told.
+Edit serverSuPhpEdit(Transaction& change, bool on);
 
 }  // namespace zpweb

@@ -92,7 +92,9 @@ void concernSite(Asked& asked, const std::string& site, Names names) {
 
 void concernServer(Asked& asked, const Command& command, const Arguments& given) {
     const bool directive = command.words.starts_with("directive ");
-    const std::string name = directive ? valueOf(given, "NAME") : "";
+    const std::string name = directive                     ? valueOf(given, "NAME")
+                             : command.words == "suphp on" ? "suPHP_Engine"
+                                                           : "";
     if (!name.empty()) {
         asked.serverDirectives.insert(lowerCase(name));
     } else {
