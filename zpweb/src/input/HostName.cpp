@@ -95,7 +95,8 @@ Expected<std::string> asciiAlias(const std::string& entered) {
     const std::string subdomains = entered.starts_with("*.") ? "*." : "";
     std::string name = entered.substr(subdomains.size());
     if (isPlain(name)) {  // a pattern of another script would not be one in ASCII
-        std::replace_if(name.begin(), name.end(), [](char c) { return c == '*' || c == '?'; }, 'x');
+        std::replace_if(
+            name.begin(), name.end(), [](char c) { return c == '*' || c == '?'; }, 'x');
     }
     const auto ascii = asciiHostName(name);
     if (!ascii.ok()) {

@@ -231,7 +231,7 @@ Expected<std::string> typedValue(Kind kind, std::string_view name, const std::st
             return asciiHostName(value);
         case Kind::Alias:
             return asciiAlias(value);
-        case Kind::ListedAlias:
+        case Kind::KnownAlias:
             return listedAlias(value);
         case Kind::Site:
             return siteName(value);

@@ -12,7 +12,7 @@ enum class Kind {
     Flag,        // no value
     HostName,    // RFC 1123 after IDNA; becomes the ASCII form
     Alias,       // the same, or a pattern of such names
-    ListedAlias, // the same, or another word that stands among a site's names
+    KnownAlias,  // the same, or another word that stands among a site's names
     Site,        // the host name of a site that is there
     Address,     // IPv4 or IPv6 without brackets
     Listener,    // the same, or "*" for any

@@ -9,8 +9,9 @@
 
 namespace zpweb {
 
-inline constexpr auto Host = needed("HOST", Kind::Alias, "A further name of the site, or a pattern of names");
-inline constexpr auto ListedHost = needed("HOST", Kind::ListedAlias, "A further name, as the site lists it");
+inline constexpr auto Host =
+    needed("HOST", Kind::Alias, "A further name of the site, or a pattern of names");
+inline constexpr auto ListedHost = needed("HOST", Kind::KnownAlias, "A further name, as the site lists it");
 
 // As its lines write them.
 std::vector<std::string> hostNamesOf(const Block& block);
