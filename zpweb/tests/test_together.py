@@ -131,6 +131,21 @@ def test_a_leader_that_is_killed_at_any_step(site):
     assert set(outcomes) == {False, True}
 
 
+def test_who_was_answered_goes_first(site):
+    """It would come for its answer only after this change, and its next one could not be made along with it."""
+    (name,) = sites(site, 1)
+    requests = site.root / ".zpweb/requests"
+    requests.mkdir(0o700)
+    (requests / "1-1.answer").write_text("{}")
+    taken = open(requests / "1-1.taken", "w")
+    os.chmod(taken.name, 0o600)
+    fcntl.flock(taken, fcntl.LOCK_EX)
+    run = subprocess.run([ZPFAULT, "none", "0", ZPWEB, "--conf", site.conf, "host", "add", name, "a.example", *FAST],
+                         capture_output=True, text=True, env={**os.environ, "ZPFAULT_ALL": "1"})
+    assert run.returncode == 0 and "a.example" in site.text()
+    assert re.search(r"rename /.*/requests/new-", run.stderr), "it waited in its turn, and as long as it has to"
+
+
 def test_many_writers_beside_a_running_server(live):
     names = sites(live, 8)
     known, reloaded = len(log_of(live)), reloads(live)

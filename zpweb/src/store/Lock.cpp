@@ -4,6 +4,7 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <ctime>
@@ -17,6 +18,8 @@ namespace {
 
 // How long the end of what is under way is waited for at a time.
 constexpr std::chrono::seconds UnderWay{60};
+// How long is waited before it is told. Who looks up from flock(2) goes to the end of its queue.
+constexpr std::chrono::seconds Silence{1};
 
 // Blocks in flock(2), so that waiters are served in their order, and comes back on a timer.
 class Alarm {
@@ -92,12 +95,11 @@ Expected<Lock> Lock::take(const State& state, const Wait& wait) {
         if (!locked && !std::exchange(begun, true)) {
             wait.begins();
         }
-        if (!locked) {
-            locked = lockWithin(file, std::chrono::milliseconds(told ? 0 : 300));
-        }
-        if (!locked && !told) {
-            wait.tell("waiting for another run of zpweb");
-            told = true;
+        if (!locked && !std::exchange(told, true)) {
+            locked = lockWithin(file, std::min<std::chrono::milliseconds>(Silence, wait.timeout));
+            if (!locked) {
+                wait.tell("waiting for another run of zpweb");
+            }
         }
         if (!locked) {
             locked = lockWithin(file, std::chrono::duration_cast<std::chrono::milliseconds>(

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
@@ -160,6 +161,8 @@ bool OwnRequest::withdraw() {
     return ::unlink(path_.c_str()) == 0 || ::unlink((path_ + Alone).c_str()) == 0;
 }
 
+bool OwnRequest::isAnswered() const { return exists(path_ + Answered); }
+
 std::optional<RunAnswer> OwnRequest::answer() const {
     const auto text = readFile(path_ + Answered);
     const auto json = text.ok() ? parsedObject(*text) : std::nullopt;
@@ -183,15 +186,28 @@ void removeDeadRequests(const State& state) {
     ::rmdir(state.requests().c_str());
 }
 
-// Many writers that were told at once what has become of their last change come back one by one.
+bool othersAreAnswered(const State& state) {
+    removeDeadRequests(state);
+    const auto names = entriesOf(state.requests());
+    return std::any_of(names.begin(), names.end(),
+                       [](const std::string& name) { return name == idOf(name) + Answered; });
+}
+
+// Many writers that were told at once what has become of their last change come back one by one. What they
+// leave of that one goes meanwhile, and does not count.
 void letRequestsArrive(const State& state) {
     constexpr int MostTurns = 30;
-    constexpr int QuietTurns = 2;
+    constexpr int QuietTurns = 3;
     constexpr timespec Turn{0, 10'000'000};
-    size_t arrived = entriesOf(state.requests()).size();
+    const auto waiting = [&] {
+        const auto names = entriesOf(state.requests());
+        return std::count_if(names.begin(), names.end(),
+                             [](const std::string& name) { return idOf(name) == name; });
+    };
+    auto arrived = waiting();
     for (int i = 0, quiet = 0; arrived > 0 && i < MostTurns && quiet < QuietTurns; ++i) {
         ::nanosleep(&Turn, nullptr);
-        const size_t now = entriesOf(state.requests()).size();
+        const auto now = waiting();
         quiet = now > arrived ? 0 : quiet + 1;
         arrived = now;
     }

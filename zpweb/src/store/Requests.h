@@ -37,6 +37,7 @@ public:
 
     // Nobody can take it any more. False: somebody has.
     bool withdraw();
+    bool isAnswered() const;
     std::optional<RunAnswer> answer() const;  // under the lock
 
 private:
@@ -52,6 +53,8 @@ struct WaitingRequest {
 
 // Under the lock. What processes have left that have ended, or another user's, goes.
 void removeDeadRequests(const State& state);
+// Under the lock: a living process has not come for its answer yet.
+bool othersAreAnswered(const State& state);
 // Under the lock, and while somebody waits: returns once no more arrive, or it has taken too long.
 void letRequestsArrive(const State& state);
 // Under the lock: those of living processes of the same user, oldest first.

@@ -1,6 +1,7 @@
 #include "commands/table/Together.h"
 
 #include <algorithm>
+#include <ctime>
 #include <iterator>
 #include <utility>
 
@@ -131,6 +132,37 @@ std::vector<Handed> takeWaiting(const State& state, const std::string& own, cons
     return taken;
 }
 
+// Runs that were answered ask for the lock once more, for their answers. One that has just begun can have it
+// before them; then it lets them go first, so that what they do next can be made along with it.
+Expected<Lock> lockBehindAnswered(const State& state, Session& session, const std::string& text,
+                                  std::optional<OwnRequest>& request) {
+    constexpr int MostTurns = 40;
+    constexpr timespec Turn{0, 5'000'000};
+    const auto place = [&] {
+        auto placed = request ? std::nullopt : OwnRequest::place(state, text);
+        if (placed) {
+            request.emplace(std::move(*placed));
+        }
+    };
+    bool told = false;
+    const auto tell = [&](const std::string& what) {
+        if (!std::exchange(told, true)) {
+            session.output.note(what);
+        }
+    };
+    const auto givesUp = [&] { return !request || request->withdraw(); };
+    for (int i = 0;; ++i) {
+        auto lock = Lock::take(state, {session.settings.lockTimeout, tell, place, givesUp});
+        const bool isAnswered = request && request->isAnswered();
+        if (!lock.ok() || isAnswered || i == MostTurns || !othersAreAnswered(state)) {
+            return lock;
+        }
+        place();
+        { const Lock passedOn = std::move(*lock); }
+        ::nanosleep(&Turn, nullptr);
+    }
+}
+
 }  // namespace
 
 Expected<Turn> waitForTurn(Session& session, const std::string& text) {
@@ -141,15 +173,7 @@ Expected<Turn> waitForTurn(Session& session, const std::string& text) {
     const State state(*main);
     std::optional<OwnRequest> request;
     session.output.step("waiting for the lock");
-    const auto place = [&] {
-        if (auto placed = OwnRequest::place(state, text)) {
-            request.emplace(std::move(*placed));
-        }
-    };
-    auto lock = Lock::take(state, {.timeout = session.settings.lockTimeout,
-                                   .tell = [&](const std::string& what) { session.output.note(what); },
-                                   .begins = place,
-                                   .givesUp = [&] { return !request || request->withdraw(); }});
+    auto lock = lockBehindAnswered(state, session, text, request);
     if (!lock.ok()) {
         return lock.outcome();
     }
