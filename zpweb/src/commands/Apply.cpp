@@ -18,13 +18,14 @@ Outcome applyLines(Session& session, const std::string& file) {
     if (!text.ok()) {
         return text.outcome();
     }
-    const auto invocations = invocationsFrom(*text, file == "-" ? "standard input" : file);
+    auto invocations = invocationsFrom(*text, file == "-" ? "standard input" : file);
     if (!invocations.ok()) {
         return invocations.outcome();
     }
-    Outcome outcome = runTogether(session, *invocations);
+    const auto count = static_cast<long>(invocations->size());
+    Outcome outcome = runTogether(session, std::move(*invocations));
     session.output.clear();
-    session.output.set("commands", static_cast<long>(invocations->size()));
+    session.output.set("commands", count);
     return outcome;
 }
 
@@ -45,12 +46,12 @@ Outcome applyState(Session& session, const Arguments& given, const std::string& 
             return same;
         }
     }
-    const auto invocations = invocationsOf(*plan);
+    auto invocations = invocationsOf(*plan);
     if (!invocations.ok()) {
         return invocations.outcome();
     }
     Outcome outcome =
-        plan->commands.empty() ? done() : runTogether(session, *invocations, plan->fingerprint);
+        plan->commands.empty() ? done() : runTogether(session, std::move(*invocations), plan->fingerprint);
     session.output.clear();
     showPlan(session.output, *plan);
     return outcome;

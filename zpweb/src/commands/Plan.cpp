@@ -16,13 +16,13 @@ Outcome showDifference(Session& session, const Arguments& given) {
     if (!plan.ok()) {
         return plan.outcome();
     }
-    const auto invocations = invocationsOf(*plan);
+    auto invocations = invocationsOf(*plan);
     if (!invocations.ok()) {
         return invocations.outcome();
     }
     session.settings.dryRun = true;
     Outcome outcome =
-        plan->commands.empty() ? done() : runTogether(session, *invocations, plan->fingerprint);
+        plan->commands.empty() ? done() : runTogether(session, std::move(*invocations), plan->fingerprint);
     session.output.clear();
     showPlan(session.output, *plan);
     return outcome;

@@ -142,7 +142,7 @@ const std::string& Content::text() const {
 
 void Content::takeApart() const {
     if (shared_ && !shared_->pieces.empty()) {
-        shared_->text = std::string();
+        std::string().swap(shared_->text);  // an assignment would keep what it holds
     }
 }
 

@@ -309,6 +309,9 @@ Outcome createDirectory(const std::string& path, mode_t mode) {
 }
 
 void removeTree(const std::string& path) {
+    if (::unlink(path.c_str()) == 0 || errno == ENOENT) {
+        return;  // mostly it is a file, and remove_all would look for a directory first
+    }
     std::error_code ignored;
     std::filesystem::remove_all(path, ignored);
 }

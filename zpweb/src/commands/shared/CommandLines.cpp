@@ -163,15 +163,14 @@ Expected<std::string> inputText(const std::string& file) {
     return std::string(std::istreambuf_iterator<char>(std::cin), {});
 }
 
-Outcome runTogether(Session& session, const std::vector<Invocation>& invocations,
-                    const std::string& fingerprint) {
+Outcome runTogether(Session& session, std::vector<Invocation> invocations, const std::string& fingerprint) {
     if (Outcome sound = canBeTogether(invocations); !sound.ok()) {
         return sound;
     }
     Session whole = session;
     whole.tellsEach = true;
     std::transform(invocations.begin(), invocations.end(), std::back_inserter(whole.words), textOf);
-    return runChanges(whole, invocations, fingerprint);
+    return runChanges(whole, std::move(invocations), fingerprint);
 }
 
 }  // namespace zpweb

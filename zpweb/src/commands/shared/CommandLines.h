@@ -18,7 +18,7 @@ Expected<std::vector<Invocation>> invocationsFrom(const std::string& text, const
 Expected<std::string> inputText(const std::string& file);
 
 // Runs them as one change of the configuration that has this fingerprint; an empty one: of any.
-Outcome runTogether(Session& session, const std::vector<Invocation>& invocations,
+Outcome runTogether(Session& session, std::vector<Invocation> invocations,
                     const std::string& fingerprint = {});
 
 }  // namespace zpweb
