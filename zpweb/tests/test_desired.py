@@ -47,10 +47,13 @@ def test_what_is_exported_is_planned_with_nothing_to_do(three):
     assert planned(three, document) == [] and three.tree() == before
     assert [site["name"] for site in three.do("export", "B.example", "a.example").json["sites"]] == ["b.example", "a.example"]
     assert three.run("export", "b.exmaple").status == 6
+    three.conf.write_bytes(three.conf.read_bytes().replace(b"/srv/p", b"/srv/\xe9"))
+    left_out = three.do("export", "b.example")
+    assert "no UTF-8" in left_out.err and "alias" not in left_out.json["sites"][0] and planned(three, left_out.json) == []
 
 
 CHANGES = [
-    ({"name": "a.example", "host_names": ["x.example"]}, ["host add a.example x.example", "host remove a.example www.a.example"]),
+    ({"name": "a.example", "host_names": ["*.x.example"]}, ["host add a.example *.x.example", "host remove a.example www.a.example"]),
     ({"name": "a.example", "state": "suspended"}, ["site suspend a.example"]),
     ({"name": "B.example", "redirect": {"/q": "http://q.example/"}, "error_document": {"404": "/lost"}},
      ["site set b.example --redirect /o= --redirect /q=http://q.example/ --error-document 404=/lost"]),

@@ -6,6 +6,7 @@
 #include "commands/shared/SiteReading.h"
 #include "commands/shared/WebUsers.h"
 #include "input/HostName.h"
+#include "input/Quoted.h"
 
 namespace zpweb {
 
@@ -26,10 +27,21 @@ Json blocksOf(const Site& site) {
     return blocks;
 }
 
-void addRow(const Json& json, List& rows) {
+std::string textOf(const Json& value, Json::error_handler_t wrongBytes) {
+    return value.dump(-1, ' ', false, wrongBytes);
+}
+
+// What is no UTF-8 has no form in a document. Left out, it stays as it is.
+void addRow(const Json& json, List& rows, Output& output) {
     rows.row();
     for (const auto& [name, value] : json.items()) {
-        rows.add(name, JsonText{value.dump()});
+        const std::string text = textOf(value, Json::error_handler_t::ignore);
+        if (text == textOf(value, Json::error_handler_t::replace)) {
+            rows.add(name, JsonText{text});
+        } else {
+            output.note("site " + inQuotes(json["name"].get<std::string>()) + ": its " + inQuotes(name) +
+                        " is no UTF-8 and left out");
+        }
     }
 }
 
@@ -42,7 +54,7 @@ Outcome addSite(Session& session, const SettingReading& settings, const Site& si
     Json json = jsonOf(*state);
     json["blocks"] = blocksOf(site);
     json["users"] = userNamesOf(state->name);
-    addRow(json, rows);
+    addRow(json, rows, session.output);
     return done();
 }
 
@@ -59,7 +71,7 @@ Outcome addDisabled(Session& session, const Configuration& configuration, const 
             continue;
         }
         settings.addTo(state, state.name);
-        addRow(jsonOf(state), rows);
+        addRow(jsonOf(state), rows, session.output);
         if (!all) {
             names.erase(named);
         }
