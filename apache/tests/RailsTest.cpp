@@ -265,7 +265,9 @@ TEST(Rails, FollowsNoLinkOfTheOwner) {
     writeFile(Content + "/partly/file", "");
     link(outside + "/public", "/partly/public");
     writeFile(Content + "/plain", "");
-    for (const char* application : {"linked", "dangling", "partly", "plain", "linked/app"}) {
+    writeFile(Content + "/thirds/file", "");
+    ASSERT_EQ(::chown((Content + "/thirds").c_str(), 4321, 4321), 0);
+    for (const char* application : {"linked", "dangling", "partly", "plain", "thirds", "linked/app"}) {
         writeFile(file, Default);
         const CapturedOutput output;
         EXPECT_EQ(toRails(application)(file), 7) << application;
@@ -278,4 +280,5 @@ TEST(Rails, FollowsNoLinkOfTheOwner) {
     }
     EXPECT_EQ(namesIn(outside), std::vector<std::string>{"public"});
     EXPECT_EQ(mode(Content + "/plain"), "0644");
+    EXPECT_EQ(owner(Content + "/thirds"), "4321:4321");
 }

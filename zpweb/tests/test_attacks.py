@@ -92,22 +92,27 @@ def test_a_component_that_becomes_a_link_at_any_moment_leads_nowhere(site, prey,
     assert hurt_by(site, prey, words, swap, lambda: look(prey)) == []
 
 
-@pytest.mark.parametrize("words, made, swap", [
-    ("site create b.example --address 127.0.0.1 --owner anna --path {html}", "b.example/www", "mv {html}/secret {made}"),
-    ("protect add {html}/q joe", "q", "mkfifo {made}"),
+@pytest.mark.parametrize("words, made, swap, since", [
+    ("site create b.example --address 127.0.0.1 --owner anna --path {html}", "b.example/www", "mv {html}/secret {made}", ""),
+    ("protect add {html}/q joe", "q", "mkfifo {made}", ""),
+    # What root names is given; what comes there once root has looked is not.
+    ("vdir create shop.example {html}/q --take-over", "q", "mv {html}/secret {made}", "journal"),
+    ("site set shop.example --folder {html}/q --mode 0777", "q", "mv {html}/secret {made}", "journal"),
+    ("rails on shop.example q --owner anna", "../q", "mv {html}/secret {made}", "journal"),
 ])
-def test_what_comes_into_the_place_of_what_root_has_made_is_not_taken_for_it(site, prey, words, made, swap):
+def test_what_comes_into_the_place_of_what_root_has_made_is_not_taken_for_it(site, prey, words, made, swap, since):
     """A directory of root's that stood beside becomes nobody else's; and no pipe is waited for."""
     html = site.sites / "shop.example/www/html"
-    (html / "q").mkdir()
-    (html / "b.example").mkdir()
+    (html / made.partition("/www")[0]).mkdir()
+    (html / "b.example").mkdir(exist_ok=True)
     give(html.parent.parent)
     (html / "b.example/secret").mkdir(mode=0o700)
     (html / "b.example/secret/file").touch()
-    swap = f"[ -d {html / made} ] && mv {html / made} {html.parent.parent}/swapped && " + swap.format(html=html / "b.example", made=html / made)
+    swap = (f"[ -e {site.root}/.zpweb/{since} ] && [ -d {html / made} ] && mv {html / made} {html.parent.parent}/swapped && "
+            + swap.format(html=html / "b.example", made=html / made))
 
     def secrets():
-        status = next(html.rglob("file")).parent.stat()
+        status = next(html.parent.rglob("file")).parent.stat()
         return {"the directory": (status.st_uid, oct(status.st_mode))}
 
     assert hurt_by(site, prey, words.format(html=html), swap, secrets) == []

@@ -21,6 +21,13 @@ Descriptor openPlace(int directory, const char* name) {
     return Descriptor(::openat(directory, name, O_PATH | O_NOFOLLOW | O_CLOEXEC));
 }
 
+// What stands there may be another one's, or have come there since it was looked at.
+bool isMeant(const struct stat& status, const Effect& effect, const HeldDirectory& parent) {
+    const bool isThirds = parent.othersWrite() && !parent.mayOwn(status.st_uid);
+    return (!effect.user || !isThirds || status.st_uid == *effect.user) &&
+           (!effect.inode || status.st_ino == *effect.inode);
+}
+
 bool isFit(const struct stat& status, const Effect& effect, bool othersWrite) {
     const bool becomesSetId = (effect.mode.value_or(0) & SetIdBits) != 0;
     return S_ISDIR(status.st_mode) || !othersWrite || (status.st_nlink == 1 && !becomesSetId);
@@ -37,8 +44,7 @@ bool giveTo(const Descriptor& place, const Effect& effect, mode_t kept = 0) {
 }
 
 // To what the place is, unless that is a link.
-bool giveAccess(int directory, const char* name, const Effect& effect, bool othersWrite) {
-    const Descriptor place = openPlace(directory, name);
+bool giveAccess(const Descriptor& place, const Effect& effect, bool othersWrite) {
     struct stat status {};
     if (!place.isOpen() || ::fstat(place.number(), &status) != 0) {
         return errno == ENOENT;  // it went meanwhile
@@ -52,27 +58,27 @@ bool giveAccess(int directory, const char* name, const Effect& effect, bool othe
 
 bool giveBelow(const Descriptor& directory, const Effect& effect) {
     bool given = true;
-    const bool walked =
-        walkTree(directory.number(), {[&](int parent, const char* name) {
-                                          given = giveAccess(parent, name, effect, true) && given;
-                                          return true;
-                                      },
-                                      [](int, const char*) { return true; }});
+    const bool walked = walkTree(directory.number(),
+                                 {[&](int parent, const char* name) {
+                                      given = giveAccess(openPlace(parent, name), effect, true) && given;
+                                      return true;
+                                  },
+                                  [](int, const char*) { return true; }});
     return walked && given;
 }
 
 bool giveTree(const HeldDirectory& parent, const std::string& name, const Effect& effect) {
+    const Descriptor place = openPlace(parent.descriptor(), name.c_str());
     struct stat status {};
-    if (::fstatat(parent.descriptor(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0 ||
-        S_ISLNK(status.st_mode)) {
+    if (!place.isOpen() || ::fstat(place.number(), &status) != 0 || S_ISLNK(status.st_mode) ||
+        !isMeant(status, effect, parent)) {
         return false;
     }
-    const bool given = giveAccess(parent.descriptor(), name.c_str(), effect, parent.othersWrite());
+    const bool given = giveAccess(place, effect, parent.othersWrite());
     if (!effect.deep || !S_ISDIR(status.st_mode)) {
         return given;
     }
-    const Descriptor directory(
-        ::openat(parent.descriptor(), name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    const Descriptor directory(::openat(place.number(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     return directory.isOpen() && giveBelow(directory, effect) && given;
 }
 
@@ -87,7 +93,9 @@ bool provideDirectory(const HeldDirectory& parent, const std::string& name, cons
     }
     const Descriptor directory(
         ::openat(parent.descriptor(), name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    return directory.isOpen() && giveTo(directory, effect);
+    struct stat status {};
+    return directory.isOpen() && ::fstat(directory.number(), &status) == 0 &&
+           isMeant(status, effect, parent) && giveTo(directory, effect);
 }
 
 bool makeFile(const HeldDirectory& parent, const std::string& name, const Effect& effect) {
@@ -102,7 +110,9 @@ bool makeFile(const HeldDirectory& parent, const std::string& name, const Effect
 
 bool giveDirectory(const Effect& effect) {
     auto directory = HeldDirectory::hold(effect.path);
-    return directory && giveTo(directory->release(), effect);
+    struct stat status {};
+    return directory && ::fstat(directory->descriptor(), &status) == 0 &&
+           (!effect.inode || status.st_ino == *effect.inode) && giveTo(directory->release(), effect);
 }
 
 }  // namespace
@@ -126,7 +136,7 @@ bool carryOut(const Effect& effect) {
         case Effect::Step::GiveAccess:
             return giveTree(*parent, name, effect);
         case Effect::Step::RemoveTree:
-            return removeTree(path);
+            return removeTree(path, effect.inode);
     }
     return false;
 }

@@ -25,12 +25,15 @@ struct Effect {
     std::optional<gid_t> group{};
     std::optional<mode_t> mode{};  // with `deep` a directory keeps its set-ID bits besides
     bool deep = false;
+    // The inode of the file or directory that is meant: something else in its place gets nothing.
+    std::optional<ino_t> inode{};
 };
 
 // Takes the step on held ground: no link that others than the administrator can have placed is followed on
 // the way, none at all in the place of a tree, and links in a tree are passed over. Modes are exact,
 // whatever the umask. False when not all of it could be done. Where others than the administrator write, a
-// file with a second link gets nothing and no file becomes set-ID.
+// file with a second link gets nothing, no file becomes set-ID, and nothing changes its owner that is
+// neither the administrator's nor of who owns the directory or is to own it.
 [[nodiscard]] bool carryOut(const Effect& effect);
 
 }  // namespace zp::host

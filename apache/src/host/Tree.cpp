@@ -147,7 +147,7 @@ bool removeDirectory(int parent, const char* name) { return ::unlinkat(parent, n
 
 bool walkTree(int directory, const TreeSteps& steps) { return Walk(directory, steps).run(); }
 
-bool removeTree(const std::string& path) {
+bool removeTree(const std::string& path, std::optional<ino_t> inode) {
     const auto [place, name] = locationOf(withoutTrailingSlashes(path));
     const auto parent = HeldDirectory::hold(place);
     struct stat behind {};
@@ -159,7 +159,10 @@ bool removeTree(const std::string& path) {
         return ::unlinkat(parent->descriptor(), name.c_str(), 0) == 0;
     }
     const Descriptor directory(::openat(parent->descriptor(), name.c_str(), OpenDirectory));
-    return directory.isOpen() && walkTree(directory.number(), {removeEntry, removeDirectory}) &&
+    struct stat status {};
+    return directory.isOpen() && ::fstat(directory.number(), &status) == 0 &&
+           (!inode || status.st_ino == *inode) &&
+           walkTree(directory.number(), {removeEntry, removeDirectory}) &&
            removeDirectory(parent->descriptor(), name.c_str());
 }
 

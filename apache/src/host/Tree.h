@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include <functional>
+#include <optional>
 #include <string>
 
 namespace zp::host {
@@ -25,7 +26,7 @@ struct TreeSteps {
 // when a directory stands behind it. False, and the rest stays, at the first directory that cannot be read
 // or removed, at a link that leads nowhere, and where a link that others than the administrator can have
 // placed is on the way. What is mounted in it stays, and so do the directories above. Whether a file could
-// be removed is not examined.
-[[nodiscard]] bool removeTree(const std::string& path);
+// be removed is not examined. With an inode, another directory in its place stays.
+[[nodiscard]] bool removeTree(const std::string& path, std::optional<ino_t> inode = {});
 
 }  // namespace zp::host

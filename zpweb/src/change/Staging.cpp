@@ -83,6 +83,18 @@ Outcome isReadable(const Edit& edit, const Excerpt& excerpt, const Configuration
 
 }  // namespace
 
+void Transaction::outstanding(zp::host::Effect effect) {
+    struct stat status {};
+    const bool isFollowed = effect.step == zp::host::Effect::Step::GiveDirectory;
+    const int looked = (isFollowed ? ::stat : ::lstat)(effect.path.c_str(), &status);
+    if (looked != 0) {
+        zp::host::noteFault(effect.path);
+    } else if (!set_->files().contains(effect.path)) {
+        effect.inode = status.st_ino;
+    }
+    journal_.outstanding.push_back(std::move(effect));
+}
+
 void Transaction::takeEffects(StagedRun& run) {
     output_->detail(run.printed);
     std::vector<std::string> made;
@@ -93,7 +105,7 @@ void Transaction::takeEffects(StagedRun& run) {
         if (!gives) {
             made.push_back(effect.path);
         }
-        (gives ? journal_.outstanding : making_).push_back(std::move(effect));
+        gives ? outstanding(std::move(effect)) : making_.push_back(std::move(effect));
     }
     planToMake(made);
 }

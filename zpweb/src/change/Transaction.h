@@ -94,8 +94,9 @@ public:
     // A file that this run makes and removes by itself; should it not come to that, the next one does.
     Outcome temporary(const std::string& path);
 
-    // Owners and modes, or a directory that goes, once the change is certain. Not undone.
-    void outstanding(zp::host::Effect effect) { journal_.outstanding.push_back(std::move(effect)); }
+    // Owners and modes, or a directory that goes, once the change is certain. Not undone. They are for what
+    // stands there now, unless the change makes it anew.
+    void outstanding(zp::host::Effect effect);
     // Something that cannot be staged, done once the change is certain; lost when the run is interrupted.
     void afterwards(std::function<Outcome()> action) { afterwards_.push_back(std::move(action)); }
     // What waits until the server has been told, by one graceful reload, of what was done afterwards. It is

@@ -19,7 +19,8 @@ Outcome carriedOut(const Effect& effect) {
     return failure(effect.path + (removes
                                       ? ": could not be removed"
                                       : ": not all owners and modes could be given (a symbolic link of the "
-                                        "owner's is not followed)"));
+                                        "owner's is not followed, and what has come into its place or "
+                                        "is somebody else's gets none)"));
 }
 
 }  // namespace

@@ -128,8 +128,7 @@ private:
     static bool isOwnDirectory(const Effect& effect) {
         struct stat status {};
         return effect.step == Effect::Step::MakeDirectory && ::lstat(effect.path.c_str(), &status) == 0 &&
-               S_ISDIR(status.st_mode) &&
-               (status.st_uid == ::geteuid() || (effect.user && status.st_uid == *effect.user));
+               S_ISDIR(status.st_mode) && status.st_uid == effect.user.value_or(::geteuid());
     }
     // What is made twice, or where something else stands, cannot be made.
     bool note(Effect effect) {

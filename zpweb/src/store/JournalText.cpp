@@ -57,6 +57,7 @@ Json jsonOf(const Effect& effect) {
     add("user", effect.user);
     add("group", effect.group);
     add("mode", effect.mode);
+    add("inode", effect.inode);
     return json;
 }
 
@@ -73,6 +74,7 @@ Effect effectOf(const Json& json) {
     take("user", effect.user);
     take("group", effect.group);
     take("mode", effect.mode);
+    take("inode", effect.inode);
     return effect;
 }
 

@@ -22,12 +22,13 @@ namespace {
 
 constexpr mode_t HomeMode = 0711;
 
-// One of the owner's or of root's, and no link: as an undo leaves it that finds something in it.
-bool isDirectoryOf(const std::string& owner, const std::string& path) {
+// As an undo leaves it that finds something in it, and no link. Another one of root's there is something
+// that the owner has moved into its place.
+bool isDirectoryOf(const std::string& owner, const std::string& path, bool mayBeRoots) {
     const auto account = zp::host::findAccount(owner);
     struct stat status {};
     return ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) &&
-           (status.st_uid == ::geteuid() || (account && status.st_uid == account->user));
+           ((mayBeRoots && status.st_uid == ::geteuid()) || (account && status.st_uid == account->user));
 }
 
 // The directories from the top to this one.
@@ -71,7 +72,7 @@ Outcome makeHome(Transaction& change, const std::string& home, const std::string
     std::vector<std::string> made{home};
     for (const zp::host::site::Directory& directory : zp::host::site::Directories) {
         made.push_back(home + directory.path);
-        if (exists(made.back()) && !isDirectoryOf(owner, made.back())) {
+        if (exists(made.back()) && !isDirectoryOf(owner, made.back(), directory.ofAdministrator)) {
             return failure(Status::Exists, made.back() + ": exists already, and is no directory of " +
                                                owner + "'s that the site could take");
         }
