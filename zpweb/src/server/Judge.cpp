@@ -137,16 +137,24 @@ std::vector<std::string> newDefaults(const Reading& live, const Reading& staged,
     return notes;
 }
 
-// Names that were taken away and reach the site all the same, as the first one of a listener.
-std::vector<std::string> reachedByDefault(const Reading* live, const Reading& staged, const Asked& asked) {
-    std::set<std::string> gone = asked.names;
-    for (const std::string& site : live != nullptr ? asked.moving : std::set<std::string>()) {
+// Those that are asked for, and the aliases of sites that move.
+std::set<std::string> namesTakenAway(const Reading* live, const Asked& asked) {
+    std::set<std::string> names = asked.names;
+    if (live == nullptr) {
+        return names;
+    }
+    for (const std::string& site : asked.moving) {
         for (const VirtualHost* host : live->hostsOf(site)) {
-            gone.insert(host->names.aliases.begin(), host->names.aliases.end());
+            names.insert(host->names.aliases.begin(), host->names.aliases.end());
         }
     }
+    return names;
+}
+
+// Names that were taken away and reach the site all the same, as the first one of a listener.
+std::vector<std::string> reachedByDefault(const Reading* live, const Reading& staged, const Asked& asked) {
     std::vector<std::string> notes;
-    for (const std::string& name : gone) {
+    for (const std::string& name : namesTakenAway(live, asked)) {
         for (const Endpoint& endpoint : staged.endpoints()) {
             const VirtualHost* host = staged.leadsTo(name, endpoint);
             if (host != nullptr && staged.carrierOf(name, endpoint) == nullptr &&
