@@ -198,7 +198,7 @@ def test_a_line_lands_within_the_block(server):
     assert server.serving() == server.all_served() - {"lower.example"}
 
 
-@pytest.mark.parametrize("site, host", [("plain", "www"), ("pair", "www"), ("quoted", "www"), ("continued", "more"), ("split", "www"), ("wild", "*")])
+@pytest.mark.parametrize("site, host", [("plain", "www"), ("pair", "www"), ("quoted", "www"), ("continued", "more"), ("split", "www"), ("wild", "*"), ("defined", "www")])
 def test_a_removed_name_is_gone_and_an_added_one_leads_there(server, site, host):
     site, host = site + ".example", f"{host}.{site}.example"
     server.do("host", "remove", site, host)

@@ -43,9 +43,9 @@ BlockOperation removalOf(const std::string& host) {
 // The name may be written in several ways.
 Outcome removeFrom(Transaction& change, const BlockAt& at, const std::string& host) {
     const SameHost matches(host);
-    for (const std::string& name : hostNamesOf(at.in(change.configuration()))) {
+    for (const auto& [written, name] : hostNamesOf(at.in(change.configuration()))) {
         if (matches(name)) {
-            if (Outcome removed = editBlock(change, at, removalOf(name)); !removed.ok()) {
+            if (Outcome removed = editBlock(change, at, removalOf(written)); !removed.ok()) {
                 return removed;
             }
         }

@@ -13,8 +13,11 @@ inline constexpr auto Host =
     needed("HOST", Kind::Alias, "A further name of the site, or a pattern of names");
 inline constexpr auto ListedHost = needed("HOST", Kind::KnownAlias, "A further name, as the site lists it");
 
-// As its lines write them.
-std::vector<std::string> hostNamesOf(const Block& block);
+struct ListedName {
+    std::string written;  // "www.${SHOP}"
+    std::string name;     // the same with what is defined put in
+};
+std::vector<ListedName> hostNamesOf(const Block& block);
 // Is the name among them, in any letter case and either form?
 bool listsHost(const Block& block, const std::string& host);
 // The one with a wildcard that takes the name in; empty when there is none.
