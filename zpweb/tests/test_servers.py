@@ -2,6 +2,7 @@
 import json
 import os
 import shlex
+import socket
 import subprocess
 from pathlib import Path
 
@@ -278,6 +279,10 @@ def test_a_site_listens_on_a_new_port(server):
     assert "new.example" in server.do("site", "list", "--json").out
     server.do("site", "delete", "new.example")
     assert file_and_links(server, "new.example") == (False, False)
+    server.do("site", "port", "plain.example", "8766", "--listen")
+    with socket.create_connection(("127.0.0.1", 8766), timeout=5):
+        server.do("undo")
+    assert server.files() == server.files(server.kept)
 
 
 def test_a_site_is_moved_and_renamed(server):

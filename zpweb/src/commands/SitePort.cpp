@@ -6,6 +6,8 @@
 #include "commands/shared/BlockEdit.h"
 #include "conf/Bounds.h"
 #include "input/Quoted.h"
+#include "settings/Modules.h"
+#include "sys/Number.h"
 
 namespace zpweb {
 
@@ -13,6 +15,7 @@ namespace {
 
 constexpr auto NewPort = needed("PORT", Kind::Port, "The new port");
 constexpr auto NewAddress = option("--address", Kind::Address, "IP", "The new address");
+constexpr auto Listen = flag("--listen", "Let the server listen on the new port when it does not");
 
 bool isSecure(const Block& block) { return block.tls || isOnPort(block, "443"); }
 
@@ -112,7 +115,10 @@ Outcome changePort(Transaction& change, const Site& site, const Arguments& given
     for (const BlockAt& at : meant->blocks) {
         outcome = outcome.ok() ? moveBlock(change, at, meant->port, given) : outcome;
     }
-    return outcome;
+    const std::string port = given[NewPort];
+    return outcome.ok() && given[Listen]
+               ? requireListen(change, leadingNumber(port), leadingNumber(meant->port))
+               : outcome;
 }
 
 }  // namespace
@@ -122,13 +128,13 @@ Command sitePort() {
         .words = "site port",
         .summary = "Move a website to another port",
         .action = changePort,
-        .parameters = {SiteName, NewPort, NewAddress, OnPort},
+        .parameters = {SiteName, NewPort, NewAddress, OnPort, Listen},
         .operations = {"ApacheHelper::Apache_ChangeVirtualHostPort"},
         .more =
             "Without --port the port of the site's first block that speaks plain HTTP is meant; other "
             "ports "
             "stay.",
-        .examples = {"site port shop.example 8080", "site port shop.example 8443 --port 443"},
+        .examples = {"site port shop.example 8080 --listen", "site port shop.example 8443 --port 443"},
     };
 }
 
