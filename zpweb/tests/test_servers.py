@@ -296,7 +296,9 @@ def test_a_site_is_moved_and_renamed(server):
     for name in ("store.example", "www.store.example"):
         assert server.leads_to(name, "both.example"), name
     assert server.serving() == server.all_served() - {"both.example"}
-    for _ in range(3):
+    server.do("site", "move", "defined.example", "--layout", "main")  # without the line that defines its name
+    server.do("site", "suspend", "defined.example")
+    for _ in range(5):
         server.do("undo")
     assert server.files() == before and server.serving() == server.all_served()
 

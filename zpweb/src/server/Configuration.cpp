@@ -27,6 +27,16 @@ std::vector<std::string> patternsOf(const ConfigurationFile& file) {
     return patterns;
 }
 
+// Does a block write something with a variable that is known by now?
+bool leavesKnownVariables(const ConfigurationFile& file, const Defines& defines) {
+    const auto leaves = [&](std::string_view text) {
+        return zp::conf::contains(text, "${") && resolved(text, defines) != text;
+    };
+    return std::any_of(file.blocks().begin(), file.blocks().end(), [&](const Block& block) {
+        return leaves(block.name) || leaves(block.aliases) || leaves(block.addresses);
+    });
+}
+
 // The path that a file or link of a change stands for.
 std::string behind(const std::string& path, const Content& content) {
     if (!content.isLink()) {
@@ -86,6 +96,9 @@ void Configuration::follow(const ConfigurationFile& file, int depth) {
         }
     }
     nameBlocks(file, sought);
+    if (!includes.empty() && leavesKnownVariables(file, around_->defines)) {
+        file.forget();  // an included file defines them for the lines behind
+    }
 }
 
 // The name of a block that has none can stand in a file that it includes.
