@@ -258,7 +258,7 @@ TEST(OccupiedAddresses, AreListedWithoutBracketsAndPort) {
         "namevirtualhost  *:80 x\nNameVirtualHost 10.0.0.5\nNameVirtualHost 10.0.0.5:443\n"
         "\tNameVirtualHost [2001:db8::a]:80\nNameVirtualHost [::1\nNameVirtualHost [::2]:80 "
         "[::3]:80\n#NameVirtualHost 10.0.0.1\n"
-        "<virtualhost *>\n<VirtualHost 1.0>\n<VirtualHost 10.0.0.6 10.0.0.7>\n<VirtualHost 10.0.0.6:1>\n"
+        "<virtualhost *>\n<VirtualHost 1.0>\n<VirtualHost a.b.c>\n<VirtualHost 10.0.0.6 10.0.0.7>\n<VirtualHost 10.0.0.6:1>\n"
         "<VirtualHost 10.0.0.5:80>\n<VirtualHost [2001:DB8::A]:80>\n<VirtualHost "
         "[2001:db8::B]:80>\n<VirtualHost [::4]:80 [::5]:80>\n"
         "<VirtualHost Host.example>\n<VirtualHost host.EXAMPLE>\n<VirtualHost 10.0.0.8>\n" +
@@ -268,7 +268,7 @@ TEST(OccupiedAddresses, AreListedWithoutBracketsAndPort) {
     EXPECT_EQ(CZPWebsite(nullptr, file.c_str()).ListOccupiedIPs(&addresses), 28);
     expectTold(
         found(addresses) + "\n" + printedLines(output.text()),
-        R"(|10.0.0.8|*|10.0.0.5|10.0.0.5|2001:db8::a|::2]:80 [::3|10.0.0.6|2001:db8::B|::4]:80 [::5|Host.example
+        R"(|10.0.0.8|*|10.0.0.5|10.0.0.5|2001:db8::a|::2]:80 [::3|a.b.c|10.0.0.6|2001:db8::B|::4]:80 [::5|Host.example
 > Buffer=namevirtualhost  *:80 x
 > Ptr= *:80 x
 > IPV4 *:80 x

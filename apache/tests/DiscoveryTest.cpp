@@ -1,6 +1,7 @@
 // What managers find out about the host and its web server.
 #include <CZPWebsite.h>
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -290,6 +291,16 @@ TEST(GracefulRestart, SignalsTheProcessOfThePidFile) {
     EXPECT_EQ(CZPWebsite().CmdApchRestart(scratch("missing").c_str()), 1);
     EXPECT_EQ(CZPWebsite().CmdApchRestart(nullptr), 1);
     EXPECT_EQ(signals, expected);
+    // "-NUMBER" would mean all of a group.
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::pause();
+        ::_exit(0);
+    }
+    ::setpgid(child, child);
+    EXPECT_EQ(CZPWebsite().CmdApchRestart(written("-" + std::to_string(child)).c_str()), 1);
+    ::kill(child, SIGKILL);
+    ::waitpid(child, nullptr, 0);
 }
 
 TEST(CloudLinux, IsKnownByItsReleaseFileOrItsKernel) {

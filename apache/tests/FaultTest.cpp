@@ -161,10 +161,11 @@ std::string shown(const State& state) {
     return text;
 }
 
-// Every fault for "ZP_FAULTS=all", otherwise a fixed sample.
+// Every fault for "ZP_FAULTS=all", otherwise each call that fails once and a fixed sample of the rest.
 bool isAskedFor(int call, faults::Kind kind) {
     static const bool all = std::getenv("ZP_FAULTS") != nullptr;
-    return all || (call * 7 + static_cast<int>(kind)) % 23 == 0;
+    return all || kind == faults::Kind::Eio || (kind == faults::Kind::Eintr && call % 3 == 0) ||
+           (call * 7 + static_cast<int>(kind)) % 23 == 0;
 }
 
 }  // namespace

@@ -154,11 +154,13 @@ TEST(ParameterFilePlace, IsNotReachedThroughALinkOfTheOwner) {
             EXPECT_FALSE(operation(site + name)) << name;
         }
     }
-    // Nor where one of a group can have made it.
+    // Nor where one of a group, or anybody, can have made it.
     writeFile(scratch("shared/own"), "");
-    ASSERT_EQ(::chmod(scratch("shared").c_str(), 0770), 0);
-    ASSERT_EQ(::symlink(outside.c_str(), scratch("shared/link").c_str()), 0);
-    EXPECT_FALSE(add("Options All")(scratch("shared/link")));
+    ASSERT_EQ(::symlink("../outside", scratch("shared/way").c_str()), 0);
+    for (const mode_t writable : {0770U, 0707U, 01707U}) {
+        ASSERT_EQ(::chmod(scratch("shared").c_str(), writable), 0);
+        EXPECT_FALSE(add("Options All")(scratch("shared/way/file"))) << writable;
+    }
     EXPECT_EQ(readFile(outside), Access);
     EXPECT_EQ(namesIn(scratch("outside")), std::vector<std::string>{"file"});
     // A link that only the administrator can have made is followed.

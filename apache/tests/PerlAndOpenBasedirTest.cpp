@@ -87,6 +87,11 @@ const FileCase cases[] = {
     // What stands behind the site is not its own.
     {"NoPerlEndsWithTheSite", site("") + "<Directory \"/srv/www\">\n" + Handler + "</Directory>\n",
      disablePerl(), "0"},
+    // A pattern is no directory.
+    {"PerlOfAPattern",
+     "<VirtualHost *>\nServerName example.com\nDocumentRoot \"/srv/www\"\n<DirectoryMatch \"/srv/www\">\n"
+     "</DirectoryMatch>\n</VirtualHost>\n",
+     enablePerl(), "0"},
     // Nobody's scripts stop by a wrong name.
     {"NoPerlOfAnUnknownSite", site(Handler), disablePerl("absent.example"), "0"},
     // The last value is the one that counts in PHP.

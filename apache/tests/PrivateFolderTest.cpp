@@ -310,7 +310,11 @@ TEST(PrivateFolder, RefusesWhatNoSiteHasThere) {
         EXPECT_EQ(edit(place, place), 1606);
         EXPECT_EQ(readFile(outside), "root:x\n");
         EXPECT_EQ(namesIn(place), Calls{".htpasswd"});
-        std::filesystem::remove(file);
+        std::filesystem::rename(file, place + "/.htaccess");
+        EXPECT_EQ(add(place), 1601);
+        EXPECT_EQ(readFile(outside), "root:x\n");
+        EXPECT_EQ(namesIn(place), Calls{".htaccess"});
+        std::filesystem::remove(place + "/.htaccess");
     }
     EXPECT_EQ(tools.calls(), Calls{});
 }

@@ -2,6 +2,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -83,6 +84,7 @@ INSTANTIATE_TEST_SUITE_P(Operations, Rewriting, ::testing::ValuesIn(editings().b
 
 TEST_P(Rewriting, KeepsModeOwnerAndLink) {
     ASSERT_EQ(::chown(file.c_str(), 1001, 1002), 0);
+    ASSERT_EQ(::setxattr(file.c_str(), "trusted.note", "kept", 4, 0), 0);
     fs::permissions(file, fs::perms(0640));
     const std::string link = scratch("link.conf");
     fs::create_symlink("conf/httpd.conf", link);
@@ -90,6 +92,9 @@ TEST_P(Rewriting, KeepsModeOwnerAndLink) {
     EXPECT_TRUE(fs::is_symlink(link));
     EXPECT_EQ(mode(file), "0640");
     EXPECT_EQ(owner(file), "1001:1002");
+    char note[5] = "";
+    EXPECT_EQ(::getxattr(file.c_str(), "trusted.note", note, 4), 4);
+    EXPECT_STREQ(note, "kept");
     EXPECT_NE(readFile(file), editedConfiguration());
 }
 

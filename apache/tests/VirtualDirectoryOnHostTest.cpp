@@ -153,6 +153,17 @@ TEST_F(VirtualDirectoryOnHost, LinksInsideTheFolderLeadNowhere) {
     expectOutsideUntouched();
 }
 
+TEST_F(VirtualDirectoryOnHost, AFileWithASecondNameIsNotGivenAway) {
+    const std::string victim = "/var/victim";
+    writeFile(victim, "precious\n");
+    fs::create_hard_link(victim, Files + "/victim");
+    fs::create_directories(Files + "/shared");
+    ASSERT_EQ(::chmod((Files + "/shared").c_str(), 02770), 0);
+    EXPECT_EQ(createDirectory(file, {.folder = Files}), 83);
+    EXPECT_EQ(mode(victim) + " " + owner(victim), "0644 0:0");
+    EXPECT_EQ(mode(Files + "/shared") + " " + owner(Files + "/shared"), std::string("2705 ") + Siteowner);
+}
+
 TEST_F(VirtualDirectoryOnHost, NoPasswordFileIsMadeOrGivenAwayThroughALink) {
     for (const std::string& target : {Outside + "/victim", Outside + "/new", Outside}) {
         SCOPED_TRACE(target);
@@ -167,7 +178,7 @@ TEST_F(VirtualDirectoryOnHost, NoPasswordFileIsMadeOrGivenAwayThroughALink) {
     fs::remove(FolderUsers);
     ASSERT_EQ(::mkfifo(FolderUsers.c_str(), 0600), 0);
     EXPECT_EQ(updateDirectory(file, {.folder = Files, .authenticated = '1'}), 89);
-    EXPECT_EQ(mode(FolderUsers), "0600");
+    EXPECT_EQ(mode(FolderUsers) + " " + owner(FolderUsers), "0600 0:0");
 }
 
 TEST_F(VirtualDirectoryOnHost, TakesNoPathForACommand) {

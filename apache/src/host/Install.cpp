@@ -16,9 +16,7 @@ void makeMissingDirectory(const std::string& path, mode_t mode) {
 
 void installFile(const std::string& source, const std::string& target, mode_t mode) {
     run({program::Copy, source, target});
-    if (!isLink(target)) {
-        static_cast<void>(machine().effect({.path = target, .user = 0, .group = 0, .mode = mode}));
-    }
+    static_cast<void>(machine().effect({.path = target, .user = 0, .group = 0, .mode = mode}));
 }
 
 }  // namespace zp::host

@@ -159,7 +159,7 @@ public:
     // Absent: there is no such way, or a link on it.
     std::optional<std::string> to(const FileStep& step, const StagedFile& whole) {
         const bool isText = whole.before && !whole.before.isLink() && !links_.contains(step.path);
-        return isText && !step.before.isLink() ? std::optional(patches_[step.path]) : std::nullopt;
+        return isText ? std::optional(patches_[step.path]) : std::nullopt;
     }
     void pass(const FileStep& step) {
         if (step.before.isLink() || step.after.isLink()) {
