@@ -253,16 +253,16 @@ TEST(Addressing, AMoveThereAndBackIsTheFirstStateAgain) {
 
 TEST(OccupiedAddresses, AreListedWithoutBracketsAndPort) {
     const std::string file = scratch("httpd.conf");
-    writeFile(
-        file,
-        "namevirtualhost  *:80 x\nNameVirtualHost 10.0.0.5\nNameVirtualHost 10.0.0.5:443\n"
-        "\tNameVirtualHost [2001:db8::a]:80\nNameVirtualHost [::1\nNameVirtualHost [::2]:80 "
-        "[::3]:80\n#NameVirtualHost 10.0.0.1\n"
-        "<virtualhost *>\n<VirtualHost 1.0>\n<VirtualHost a.b.c>\n<VirtualHost 10.0.0.6 10.0.0.7>\n<VirtualHost 10.0.0.6:1>\n"
-        "<VirtualHost 10.0.0.5:80>\n<VirtualHost [2001:DB8::A]:80>\n<VirtualHost "
-        "[2001:db8::B]:80>\n<VirtualHost [::4]:80 [::5]:80>\n"
-        "<VirtualHost Host.example>\n<VirtualHost host.EXAMPLE>\n<VirtualHost 10.0.0.8>\n" +
-            Long + "x\n<VirtualHost 10.0.0.10>\n");
+    writeFile(file,
+              "namevirtualhost  *:80 x\nNameVirtualHost 10.0.0.5\nNameVirtualHost 10.0.0.5:443\n"
+              "\tNameVirtualHost [2001:db8::a]:80\nNameVirtualHost [::1\nNameVirtualHost [::2]:80 "
+              "[::3]:80\n#NameVirtualHost 10.0.0.1\n"
+              "<virtualhost *>\n<VirtualHost 1.0>\n<VirtualHost a.b.c>\n<VirtualHost 10.0.0.6 "
+              "10.0.0.7>\n<VirtualHost 10.0.0.6:1>\n"
+              "<VirtualHost 10.0.0.5:80>\n<VirtualHost [2001:DB8::A]:80>\n<VirtualHost "
+              "[2001:db8::B]:80>\n<VirtualHost [::4]:80 [::5]:80>\n"
+              "<VirtualHost Host.example>\n<VirtualHost host.EXAMPLE>\n<VirtualHost 10.0.0.8>\n" +
+                  Long + "x\n<VirtualHost 10.0.0.10>\n");
     StringVector addresses{"10.0.0.8"};
     const CapturedOutput output;
     EXPECT_EQ(CZPWebsite(nullptr, file.c_str()).ListOccupiedIPs(&addresses), 28);

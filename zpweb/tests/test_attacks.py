@@ -134,6 +134,46 @@ def test_a_rotation_packs_no_file_of_roots(site, prey, bait):
     assert hurt_by(site, prey, "log rotate shop.example", swap, packed) == []
 
 
+def test_a_repair_is_led_nowhere(site, prey):
+    home = site.sites / "shop.example"
+    logs = home / "log/httpd"
+    for folder in (logs, prey / "httpd"):
+        (folder / "error_log").symlink_to("/nowhere")
+    give(home)
+    swap = f"mv {logs} {home}/swapped && ln -s {prey}/httpd {logs} && chown -h {OWNER} {logs}"
+    assert hurt_by(site, prey, "doctor --repair", swap, lambda: look(prey)) == []
+
+
+def test_what_is_taken_back_by_itself_is_led_nowhere(site, prey):
+    q = site.sites / "shop.example/www/html/q"
+    q.mkdir()
+    site.do("protect", "add", q, "ann", *FAST, input="word\n")
+    site.do("protect", "remove", q, "ann", "--confirm-within", "1h", *FAST)
+    for watch in Path("/proc").glob("[0-9]*/cmdline"):
+        if b"--overdue" in watch.read_bytes():
+            os.kill(int(watch.parent.name), 9)
+    waiting = site.root / ".zpweb/unconfirmed"
+    waiting.write_text(re.sub(r" \d+", " 1", waiting.read_text(), count=1))
+    give(q.parent.parent.parent)
+    swap = f"mv {q} {q.parent.parent.parent}/swapped && ln -s {prey} {q} && chown -h {OWNER} {q}"
+    assert hurt_by(site, prey, "confirm --overdue", swap, lambda: look(prey)) == []
+
+
+@pytest.mark.parametrize("words", [
+    "folder add shop.example {html}/q --line=Options", "folder delete shop.example {html}/q", "folder move shop.example {html}/q /srv/q",
+    "user add shop.example joe", "site rename shop.example b.example", "host add shop.example c.example"])
+def test_what_is_about_the_configuration_alone_touches_nothing_of_the_owners(site, prey, words):
+    html = site.sites / "shop.example/www/html"
+    (html / "q").mkdir()
+    if "delete" in words or "move" in words:
+        site.do("folder", "add", "shop.example", html / "q", "--line=Options None", *FAST)
+    give(html.parent.parent)
+    done = subprocess.run([ZPFAULT, "none", "0", ZPWEB, "--conf", site.conf, *words.format(html=html).split(), *FAST], input="word\n", capture_output=True, text=True,
+                          env={**os.environ, "ZPFAULT_ALL": "1"})
+    assert done.returncode == 0 and "openat" in done.stderr, done
+    assert [line for line in done.stderr.splitlines() if str(html.parent.parent) in line] == []
+
+
 def hurt_by(site, prey, words, swap, look):
     """The calls before which the swap hurts what is looked at."""
     html = site.sites / "shop.example/www/html"

@@ -140,7 +140,8 @@ def test_virtual_directories(live):
     assert shown["options"] == "-Indexes +ExecCGI" and shown["perl"] and not shown["protected"]
     for asked, status in ((["--deny", "all", "--allow", "127.0.0.1"], 200), (["--deny", "127.0.0.1"], 403),
                           (["--order", "--allow", "10.0.0.0/8"], 403), (["--order", "--allow", "all"], 200),
-                          (["--protect"], 401), (["--order", "--allow", "all"], 401), (["--deny", "all"], 403)):
+                          (["--protect"], 401), (["--order", "--allow", "all"], 401), (["--deny", "all"], 403),
+                          (["--order", "--allow", "127.0.0.1", "--deny", "all"], 403)):
         site.do("vdir", "set", "shop.example", folder, *asked)
         assert site.get("shop.example")[0] == status, (asked, block(site))
     assert "AuthUserFile \"/etc/webusers/passwd.shop.example_" in block(site) and "Options -Indexes +ExecCGI" in block(site)

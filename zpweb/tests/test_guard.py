@@ -14,7 +14,7 @@ from pathlib import Path
 
 import pytest
 
-from conftest import OWNER, ZPFAULT, ZPWEB, await_true
+from conftest import OWNER, ZPFAULT, ZPWEB, await_true, give
 
 FAST = ("--no-check", "--no-reload")
 
@@ -279,3 +279,45 @@ def test_a_pool_that_accepts_nobody_holds_nothing_up(site):
         refused = [each for each in waiting if each.connect_ex(str(site.root / "pool.sock"))]
         answer = site.run("php", "set", "shop.example", "--fpm", site.root / "pool.sock", *FAST)
         assert refused and answer.status != 0 and "pool.sock" in answer.err, answer
+
+
+@pytest.mark.parametrize("page", ["", " \n", "<p>${HOME}", "<p>%{HTTP_HOST}", "<p>\0"])
+def test_a_page_that_visitors_would_not_see_as_it_is(site, page):
+    file, before = site.root / "www/page.html", site.text()
+    file.write_text(page)
+    assert site.run("site", "suspend", "shop.example", "--page", file, *FAST).status == 2 and site.text() == before
+
+
+def test_a_password_tool_that_fails_changes_nothing(site):
+    folder = site.sites / "shop.example/www/html"
+    site.do("protect", "add", folder, "ann", *FAST, input="word\n")
+    before = {name: (folder / name).read_text() for name in (".htaccess", ".htpasswd")}
+    environment = path_with(site.root / "run/bin", htpasswd='for f; do [ ! -w "$f" ] || echo half >>"$f"; done; exit 5')
+    for words in (["add", folder, "joe"], ["edit", folder, "ann"], ["remove", folder, "ann"]):
+        assert site.run("protect", *words, *FAST, input="word\n", env=environment).status == 1
+        assert {name: (folder / name).read_text() for name in before} == before
+
+
+def test_a_refused_change_is_in_the_log_as_one_that_changed_nothing(site):
+    answer = site.run("directive", "add", "Nonsense", "x", "--site", "shop.example")
+    last = json.loads((site.root / ".zpweb/audit.log").read_text().splitlines()[-1])
+    assert answer.status == last["exit"] == 3 and last["changed"] is False, (answer, last)
+    assert [each["after"] for each in last["files"]] == [each["before"] for each in last["files"]] != []
+
+
+def test_a_directory_above_that_asks_for_less_is_told(site):
+    """Satisfy Any lets in whom the directory's own section keeps out."""
+    folder = site.sites / "shop.example/www/html/q"
+    folder.mkdir()
+    site.conf.write_text(site.text() + f"<Directory {site.sites}>\nSatisfy Any\n</Directory>\n")
+    before = site.text()
+    answer = site.run("vdir", "create", "shop.example", folder, "--order", "--deny", "all")
+    assert answer.status == 1 and "Satisfy Any" in answer.err and site.text() == before, answer
+
+
+def test_logs_of_an_owner_are_rotated_as_the_owner(site):
+    give(site.sites / "shop.example")
+    site.do("log", "policy", "shop.example", "--daily", *FAST)
+    text = Path("/etc/logrotate.d/zpweb").read_text()
+    site.do("undo", *FAST)
+    assert f"    su {OWNER} {OWNER}\n    create 0640 {OWNER} {OWNER}\n" in text

@@ -113,3 +113,11 @@ def test_owners_given_by_half_are_taken_back_whole(site):
     assert len(set(half.values())) == 2 and len(set(access().values())) == 1
     site.do("undo", *FAST)
     assert access() == before
+
+
+def test_what_an_interrupted_run_has_made_goes_again(site):
+    words = [ZPWEB, "--conf", site.conf, "site", "create", "b.example", "--address", "127.0.0.1", "--owner", "anna", "--path", site.sites, *FAST]
+    assert subprocess.run([ZPFAULT, "kill", "renameat2:1", *words]).returncode == 137
+    assert (site.sites / "b.example").exists()
+    site.do("host", "add", "shop.example", "c.example", *FAST)
+    assert not (site.sites / "b.example").exists() and site.strays() == set()

@@ -158,14 +158,18 @@ def test_a_wildcard_stands_for_one_label(server):
     (["--certificate", "/etc/ssl/disordered.pem", *pair("good")[2:]], "is not the issuer"),
     ([*pair("good")[:2], "--key", "/etc/ssl/open.key"], "chmod 0600"),
     ([*pair("good")[:2], "--key", "/etc/ssl/locked.key"], "passphrase"),
+    ([*pair("good")[:2], "--key", "/etc/ssl/foreign.key"], "its owner is not root"),
     ([*pair("good")[:2], "--key", "/home/mallory/link/privkey.pem"], "link"),
     (["--certificate", "/etc/hosts", *pair("good")[2:]], "no certificate"),
-], ids=["names", "one name", "key", "expired", "order", "readable", "passphrase", "foreign link", "no PEM"])
+], ids=["names", "one name", "key", "expired", "order", "readable", "passphrase", "owner", "foreign link", "no PEM"])
 def test_a_certificate_that_clients_would_turn_away_from_is_refused(server, words, reason):
     own, issuer = [part + "-----END CERTIFICATE-----\n" for part in (LIVE / "good/fullchain.pem").read_text().split("-----END CERTIFICATE-----\n")[:2]]
     Path("/etc/ssl/disordered.pem").write_text(own + own + issuer)
     shutil.copy(LIVE / "good/privkey.pem", "/etc/ssl/open.key")
     os.chmod("/etc/ssl/open.key", 0o644)
+    shutil.copy(LIVE / "good/privkey.pem", "/etc/ssl/foreign.key")
+    os.chmod("/etc/ssl/foreign.key", 0o600)
+    os.chown("/etc/ssl/foreign.key", 1000, 0)
     if "locked" in str(words):
         openssl("pkey", "-in", LIVE / "good/privkey.pem", "-aes128", "-passout", "pass:x", "-out", "/etc/ssl/locked.key")
     Path("/home/mallory").mkdir(exist_ok=True)
