@@ -14,7 +14,7 @@ from pathlib import Path
 
 import pytest
 
-from conftest import OWNER, ZPFAULT, ZPWEB, await_true, give
+from conftest import OWNER, ZPFAULT, ZPWEB, await_true, free_port, give
 
 FAST = ("--no-check", "--no-reload")
 
@@ -321,3 +321,55 @@ def test_logs_of_an_owner_are_rotated_as_the_owner(site):
     text = Path("/etc/logrotate.d/zpweb").read_text()
     site.do("undo", *FAST)
     assert f"    su {OWNER} {OWNER}\n    create 0640 {OWNER} {OWNER}\n" in text
+
+
+def test_a_plan_is_made_for_one_configuration(site):
+    """Somebody adds a line between the plan and the lock."""
+    document = site.root / "www/sites.json"
+    document.write_text(json.dumps({"sites": [{"name": "shop.example", "host_names": ["www.shop.example", "c.example"]}]}))
+    words = [ZPFAULT, "meanwhile", "flock:1", ZPWEB, "--conf", site.conf, "apply", "--state", document, *FAST]
+    done = subprocess.run(words, capture_output=True, text=True, env={**os.environ, "ZPFAULT_RUN": f"echo '# theirs' >>{site.conf}"})
+    assert done.returncode == 1 and "plan again" in done.stderr and "c.example" not in site.text(), done
+    site.do("apply", "--state", document, *FAST)
+    assert "c.example" in site.text()
+
+
+def test_each_change_that_waits_is_confirmed_by_its_label(site):
+    for name in "ab":
+        site.do("host", "add", "shop.example", f"{name}.example", "--confirm-within", "1h", "--label", name, *FAST)
+    waiting = lambda: {row["label"] for row in site.do("history", "--json").json["changes"] if "confirm_by" in row}
+    assert waiting() == {"a", "b"}
+    site.do("confirm", "--label", "a")
+    assert waiting() == {"b"} and site.run("confirm", "--label", "a").status == 6
+    site.do("confirm")
+    assert waiting() == set()
+
+
+def test_a_second_suspension_changes_the_page_alone(site):
+    before, page = site.text(), site.root / "www/page.html"
+    page.write_text('<p>"unpaid" \\ since May')
+    site.do("site", "suspend", "shop.example", *FAST)
+    text = site.text()
+    site.do("site", "suspend", "shop.example", "--page", page, *FAST)
+    (file,) = site.root.glob("zpweb.d/*/suspended.conf")
+    assert site.text() == text != before and r'<p>\"unpaid\" \\ since May' in file.read_text()
+    site.do("site", "resume", "shop.example", *FAST)
+    assert site.text() == before and not file.exists()
+
+
+def test_a_name_of_a_stopped_site_is_free(site):
+    site.do("host", "add", "shop.example", "c.example", *FAST)
+    assert site.create("b.example", *FAST).status == 0
+    assert site.run("site", "rename", "b.example", "c.example", *FAST).status == 7
+    site.do("site", "stop", "shop.example", *FAST)
+    site.do("site", "rename", "b.example", "c.example", *FAST)
+
+
+def test_names_of_a_listener_that_goes_are_impact(site):
+    port = free_port()
+    block = f"<VirtualHost 127.0.0.1:{port}>\nServerName far.example\n</VirtualHost>\n"
+    site.conf.write_text(site.text() + f"{block}Listen 127.0.0.1:{port}\n")
+    before = site.text()
+    answer = site.run("directive", "delete", "Listen", f"127.0.0.1:{port}", "--json")
+    moved = {(each["name"], each["to"]) for each in answer.json["impact"]}
+    assert answer.status == 3 and moved == {("far.example", "nothing (no Listen)")} and site.text() == before, answer
