@@ -96,6 +96,7 @@ class Server:
         (self.tree / "snippets/admin.conf").write_text("ServerAdmin b@shadowed.example\n")
         for name, text in SITES.items():
             self.place(name, text.replace("TREE", str(self.tree)))
+        (self.tree / self.included / "gone.conf").symlink_to("/nowhere")  # which the server passes over
         shutil.rmtree(self.kept, ignore_errors=True)
         shutil.copytree(self.tree, self.kept, symlinks=True)
         self.signal("start")
@@ -168,6 +169,7 @@ class Server:
 
 class Debian(Server):
     tree, main, control = Path("/etc/apache2"), Path("/etc/apache2/apache2.conf"), ["/usr/sbin/apache2ctl"]
+    included = "sites-enabled"
 
     def lay_out(self):
         packaged = Path("/etc/apache2.packaged")
@@ -187,6 +189,7 @@ class Debian(Server):
 
 class RedHat(Server):
     tree, main, control = Path("/etc/httpd"), Path("/etc/httpd/conf/httpd.conf"), ["/usr/sbin/httpd"]
+    included = "conf.d"
     debian = ["apache2", "apache2ctl", "apachectl", "a2ensite", "a2dissite", "a2enmod", "a2dismod", "a2query"]
     program = Path("/usr/libexec/httpd")
 

@@ -4,6 +4,7 @@
 
 #include "sys/File.h"
 #include "sys/Number.h"
+#include "text/Words.h"
 
 namespace zpweb {
 
@@ -75,6 +76,8 @@ private:
         if (!leads(include, 0)) {
             return std::string();
         }
+        const std::string_view written = configuration_.file(path)->lines()[include.line];
+        const bool optional = isDirective(written, "IncludeOptional");
         std::string includes;
         for (const std::string& name : configuration_.included(include.pattern)) {
             const auto real = configuration_.realOf(name);
@@ -87,13 +90,15 @@ private:
                 used = *below;
             } else if (real.ok()) {
                 used = *real;
+            } else if (optional) {
+                continue;  // the server passes a dangling link over
             }
             includes += "Include \"" + used + "\"\n";
         }
         const std::string list = stage_ + "/include-" + std::to_string(liveNames_.size());
         liveNames_[list] = path;
-        Outcome written = writeNewFile(list, includes, 0600);
-        return written.ok() ? Expected("Include \"" + list + "\"") : Expected<std::string>(written);
+        Outcome made = writeNewFile(list, includes, 0600);
+        return made.ok() ? Expected("Include \"" + list + "\"") : Expected<std::string>(made);
     }
 
     Expected<std::string> copyOf(const ConfigurationFile& file,
