@@ -373,3 +373,30 @@ def test_names_of_a_listener_that_goes_are_impact(site):
     answer = site.run("directive", "delete", "Listen", f"127.0.0.1:{port}", "--json")
     moved = {(each["name"], each["to"]) for each in answer.json["impact"]}
     assert answer.status == 3 and moved == {("far.example", "nothing (no Listen)")} and site.text() == before, answer
+
+
+def test_a_process_of_another_account_is_not_the_server(site):
+    program, pid = site.root / "www/apache2", site.root / "run/httpd.pid"
+    shutil.copy("/usr/bin/tail", program)
+    process = subprocess.Popen([program, "-f", site.conf], user=OWNER, stdout=subprocess.DEVNULL)
+    pid.write_text(f"{process.pid}\n")
+    answer = site.run("host", "add", "shop.example", "c.example")
+    ended = process.poll()
+    process.kill()
+    process.wait()
+    pid.unlink()
+    assert answer.status == 0 and "not running" in answer.err and ended is None, answer
+
+
+def test_a_password_file_that_the_server_cannot_read_is_told(site):
+    users = site.root / "www/users"
+    users.write_text("ann:$apr1$12345678$1234567890123456789012\n")
+    users.chmod(0o600)
+    answer = site.run("access", "set", "shop.example", "/x", "--users", "ann", "--user-file", users)
+    assert answer.status == 1 and "cannot read it" in answer.err, answer
+
+
+def test_a_last_line_without_an_end_gets_that_of_the_others(site):
+    site.conf.write_bytes(site.text().replace("\n", "\r\n").rstrip("\r\n").encode())
+    assert site.create("b.example", *FAST).status == 0
+    assert "b.example" in site.text() and b"\n" not in site.conf.read_bytes().replace(b"\r\n", b"")

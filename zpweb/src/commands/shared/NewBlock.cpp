@@ -46,9 +46,10 @@ std::string fitted(std::string_view text, const NewBlock& wanted) {
         if (!wanted.alias && beginsIgnoringCase(textOf(lines[i]), "ServerAlias")) {
             continue;
         }
-        result += fittedLine(lines[i], wanted) + "\n";
+        const char* end = endsInReturn(lines[i]) ? "\r\n" : "\n";
+        result += fittedLine(withoutReturn(lines[i]), wanted) + end;
         if (i == documents) {
-            result += indentationOf(lines[i]) + "\tRequire all granted\n";
+            result += indentationOf(lines[i]) + "\tRequire all granted" + end;
         }
     }
     return result;
