@@ -132,8 +132,8 @@ std::vector<Handed> takeWaiting(const State& state, const std::string& own, cons
     return taken;
 }
 
-// Runs that were answered ask for the lock once more, for their answers. One that has just begun can have it
-// before them; then it lets them go first, so that what they do next can be made along with it.
+// Runs that were answered ask for the lock once more, for their answers. One that has just begun can have
+// it before them; then it lets them go first, so that what they do next can be made along with it.
 Expected<Lock> lockBehindAnswered(const State& state, Session& session, const std::string& text,
                                   std::optional<OwnRequest>& request) {
     constexpr int MostTurns = 40;
