@@ -156,15 +156,17 @@ def test_a_wildcard_stands_for_one_label(server):
     (pair("good", key="other"), "is not the key"),
     (pair("expired"), "expired on 2020-02-01"),
     (["--certificate", "/etc/ssl/disordered.pem", *pair("good")[2:]], "is not the issuer"),
+    (["--certificate", "/etc/ssl/lapsed.pem", *pair("good")[2:]], "expired on 2020-02-01 (certificate 2 of the file)"),
     ([*pair("good")[:2], "--key", "/etc/ssl/open.key"], "chmod 0600"),
     ([*pair("good")[:2], "--key", "/etc/ssl/locked.key"], "passphrase"),
     ([*pair("good")[:2], "--key", "/etc/ssl/foreign.key"], "its owner is not root"),
     ([*pair("good")[:2], "--key", "/home/mallory/link/privkey.pem"], "link"),
     (["--certificate", "/etc/hosts", *pair("good")[2:]], "no certificate"),
-], ids=["names", "one name", "key", "expired", "order", "readable", "passphrase", "owner", "foreign link", "no PEM"])
+], ids=["names", "one name", "key", "expired", "order", "expired issuer", "readable", "passphrase", "owner", "foreign link", "no PEM"])
 def test_a_certificate_that_clients_would_turn_away_from_is_refused(server, words, reason):
     own, issuer = [part + "-----END CERTIFICATE-----\n" for part in (LIVE / "good/fullchain.pem").read_text().split("-----END CERTIFICATE-----\n")[:2]]
     Path("/etc/ssl/disordered.pem").write_text(own + own + issuer)
+    Path("/etc/ssl/lapsed.pem").write_text(own + (LIVE / "expired/fullchain.pem").read_text())
     shutil.copy(LIVE / "good/privkey.pem", "/etc/ssl/open.key")
     os.chmod("/etc/ssl/open.key", 0o644)
     shutil.copy(LIVE / "good/privkey.pem", "/etc/ssl/foreign.key")
