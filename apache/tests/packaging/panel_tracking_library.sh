@@ -10,7 +10,7 @@ cp "$here/panel/CZPTrackManager.h" "$work/panel"
 "${CXX:-c++}" -std=c++17 -shared -fPIC -o "$work/panel/libpaneltracking.so" "$here/panel/CZPTrackManager.cpp"
 
 quietly() { "$@" >"$work/log" 2>&1 || { cat "$work/log"; exit 1; }; }
-quietly cmake -S "$project" -B "$work/build" -G Ninja -DBUILD_TESTING=OFF -DZPAPACHE_ZPWEB=OFF \
+quietly cmake -S "$project" -B "$work/build" -G Ninja -DBUILD_TESTING=OFF -DZPAPACHE_ZPWEB=OFF -DZPAPACHE_JOINED=OFF \
     -DZPTM_INCLUDE_DIR="$work/panel" -DZPTM_LIBRARY="$work/panel/libpaneltracking.so"
 quietly cmake --build "$work/build"
 quietly cmake --install "$work/build" --prefix "$work/installed"
