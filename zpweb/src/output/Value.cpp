@@ -1,6 +1,7 @@
 #include "output/Value.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <nlohmann/json.hpp>
 
@@ -14,13 +15,18 @@ using Json = nlohmann::ordered_json;
 
 constexpr const char* Nothing = "-";
 
-// Looked at to the end, which takes a long text many characters at a time.
-bool standsForItself(std::string_view text) {
-    bool plain = true;
-    for (const char c : text) {
-        plain = plain && c >= ' ' && c < '\x7f' && c != '"' && c != '\\';
+// By a character's code: whether it stands for itself in JSON.
+constexpr auto StandsForItself = [] {
+    std::array<bool, 256> table{};
+    for (size_t c = ' '; c < 0x7f; ++c) {
+        table[c] = c != '"' && c != '\\';
     }
-    return plain;
+    return table;
+}();
+
+bool standsForItself(std::string_view text) {
+    return std::all_of(text.begin(), text.end(),
+                       [](char c) { return StandsForItself[static_cast<unsigned char>(c)]; });
 }
 
 // What could steer a terminal is escaped here too.
