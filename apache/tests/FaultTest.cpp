@@ -6,6 +6,7 @@
 #include <PrivateFolder.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -104,7 +105,9 @@ std::vector<Change> changes() {
     return all;
 }
 
-// Mode, owner and text of each file.
+constexpr const char* Attribute = "trusted.mark";
+
+// Mode, attribute, owner and text of each file.
 using State = std::map<std::string, std::string>;
 
 // A hash is another one each time that it is made.
@@ -123,7 +126,9 @@ std::string withoutSalt(const std::string& passwords) {
 
 std::string toldOf(const fs::path& file) {
     const std::string text = readFile(file);
-    return mode(file) + " " + owner(file) + "\n" +
+    char mark[2] = {};
+    ::getxattr(file.c_str(), Attribute, mark, 1);
+    return mode(file) + mark + " " + owner(file) + "\n" +
            (file.filename() == ".htpasswd" ? withoutSalt(text) : text);
 }
 
@@ -184,6 +189,7 @@ protected:
         for (const auto& [name, text] : GetParam().files) {
             writeFile(directory + "/" + name, filled(text));
             fs::permissions(directory + "/" + name, fs::perms(0640));
+            ::setxattr((directory + "/" + name).c_str(), Attribute, "1", 1, 0);  // where there are such
         }
     }
     std::string filled(std::string text) const {
