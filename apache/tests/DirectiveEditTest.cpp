@@ -215,11 +215,11 @@ const FileCase cases[] = {
      deleteModule("ssl_module"), "0, .dif"},
     // A neighbour's section stays.
     {"module_of_another_domain", Sites, deleteModule("mod_ssl", "other.example"), "0, .dif"},
-    // What has no end is left alone.
     // Nothing holds on beyond the opening line of another block.
     {"module_section_behind_a_block_never_closed",
      "<VirtualHost *>\nServerName example.com\n" + block({"<IfModule m.c>", "</IfModule>"}),
      deleteModule("m"), "0, .dif"},
+    // What has no end is left alone.
     {"module_section_never_closed", block({"ServerName example.com", "<IfModule m.c>"}), deleteModule("m"),
      "0, .dif"},
 };

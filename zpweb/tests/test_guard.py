@@ -400,3 +400,12 @@ def test_a_last_line_without_an_end_gets_that_of_the_others(site):
     site.conf.write_bytes(site.text().replace("\n", "\r\n").rstrip("\r\n").encode())
     assert site.create("b.example", *FAST).status == 0
     assert "b.example" in site.text() and b"\n" not in site.conf.read_bytes().replace(b"\r\n", b"")
+
+
+def test_a_dangling_link_that_the_server_passes_over_holds_nothing_up(site):
+    """However the line is written."""
+    (site.root / "more").mkdir()
+    (site.root / "more/gone.conf").symlink_to("/nowhere")
+    (site.root / "more/there.conf").write_text("<VirtualHost 127.0.0.1:80>\nServerName there.example\n</VirtualHost>\n")
+    site.conf.write_text(site.text() + f"\"Include\\\nOptional\" {site.root}/more/*.conf\n")
+    site.do("host", "add", "there.example", "c.example")

@@ -76,8 +76,6 @@ private:
         if (!leads(include, 0)) {
             return std::string();
         }
-        const std::string_view written = configuration_.file(path)->lines()[include.line];
-        const bool optional = isDirective(written, "IncludeOptional");
         std::string includes;
         for (const std::string& name : configuration_.included(include.pattern)) {
             const auto real = configuration_.realOf(name);
@@ -90,23 +88,29 @@ private:
                 used = *below;
             } else if (real.ok()) {
                 used = *real;
-            } else if (optional) {
+            } else if (include.optional) {
                 continue;  // the server passes a dangling link over
             }
             includes += "Include \"" + used + "\"\n";
         }
         const std::string list = stage_ + "/include-" + std::to_string(liveNames_.size());
         liveNames_[list] = path;
-        Outcome made = writeNewFile(list, includes, 0600);
-        return made.ok() ? Expected("Include \"" + list + "\"") : Expected<std::string>(made);
+        Outcome written = writeNewFile(list, includes, 0600);
+        return written.ok() ? Expected("Include \"" + list + "\"") : Expected<std::string>(written);
     }
 
+    // What follows keeps its number, also behind a line that goes on in the next one.
     Expected<std::string> copyOf(const ConfigurationFile& file,
                                  const std::map<size_t, std::string>& rewritten) {
         std::string text;
+        bool isReplaced = false;
         for (size_t i = 0; i < file.lines().size(); ++i) {
+            const bool goesOn = isReplaced && isContinued(file.lines()[i - 1]);
             const auto other = rewritten.find(i);
-            text += other == rewritten.end() ? file.lines()[i] : std::string_view(other->second);
+            isReplaced = goesOn || other != rewritten.end();
+            if (!goesOn) {
+                text += isReplaced ? std::string_view(other->second) : file.lines()[i];
+            }
             text += '\n';
         }
         const std::string copy = stage_ + "/check-" + std::to_string(liveNames_.size());

@@ -9,23 +9,18 @@ namespace zpweb {
 
 namespace {
 
-template <auto Free>
-struct Freeing {
-    template <typename T>
-    void operator()(T* owned) const {
-        Free(owned);
-    }
-};
-using Code = std::unique_ptr<pcre2_code, Freeing<pcre2_code_free>>;
-using Match = std::unique_ptr<pcre2_match_data, Freeing<pcre2_match_data_free>>;
+using Code = std::unique_ptr<pcre2_code, decltype(&pcre2_code_free)>;
+using Match = std::unique_ptr<pcre2_match_data, decltype(&pcre2_match_data_free)>;
 
+// Null where it is no expression.
 Code compiled(const std::string& expression, Letters letters) {
     const uint32_t options = PCRE2_DUPNAMES | PCRE2_DOTALL | PCRE2_DOLLAR_ENDONLY |
                              (letters == Letters::OfAnyCase ? PCRE2_CASELESS : 0);
     int error = 0;
     size_t at = 0;
-    return Code(pcre2_compile(reinterpret_cast<PCRE2_SPTR>(expression.data()), expression.size(), options,
-                              &error, &at, nullptr));
+    return {pcre2_compile(reinterpret_cast<PCRE2_SPTR>(expression.data()), expression.size(), options,
+                          &error, &at, nullptr),
+            pcre2_code_free};
 }
 
 }  // namespace
@@ -35,7 +30,7 @@ bool findsIn(const std::string& expression, const std::string& text, Letters let
     if (code == nullptr) {
         return true;
     }
-    const Match match(pcre2_match_data_create_from_pattern(code.get(), nullptr));
+    const Match match(pcre2_match_data_create_from_pattern(code.get(), nullptr), pcre2_match_data_free);
     return match == nullptr || pcre2_match(code.get(), reinterpret_cast<PCRE2_SPTR>(text.data()),
                                            text.size(), 0, 0, match.get(), nullptr) != PCRE2_ERROR_NOMATCH;
 }

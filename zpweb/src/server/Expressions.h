@@ -7,8 +7,8 @@ namespace zpweb {
 
 enum class Letters : char { AsWritten, OfAnyCase };
 
-// Is the expression found in the text? One that is no expression, or takes too
-// long to try, counts as found.
+// Is the expression found in the text? One that is no expression, or takes too long to try, counts as
+// found.
 bool findsIn(const std::string& expression, const std::string& text, Letters letters = Letters::AsWritten);
 
 }  // namespace zpweb

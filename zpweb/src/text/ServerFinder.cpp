@@ -15,10 +15,11 @@ void ServerFinder::take(const LineStart& line, bool inCondition) {
     std::string_view value;
     switch (zp::conf::lower(line.text.front())) {
         case 'i':
-            value = behind("Include");
-            value = value.empty() ? behind("IncludeOptional") : value;
-            if (!value.empty()) {
-                found_.includes.push_back({line.number, values_.first(value)});
+            for (const bool optional : {false, true}) {
+                value = behind(optional ? "IncludeOptional" : "Include");
+                if (!value.empty()) {
+                    found_.includes.push_back({line.number, values_.first(value), optional});
+                }
             }
             return;
         case 'u':

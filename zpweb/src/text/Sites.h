@@ -38,6 +38,7 @@ struct Block {
 struct IncludeLine {
     size_t line;
     std::string_view pattern;
+    bool optional;
 };
 
 // A use of a macro, outside of any.

@@ -19,10 +19,10 @@ struct Statement {
 
     Kind kind = Kind::Empty;
     Range lines{0, 0};  // in the text
-    std::string_view
-        written;  // from its first line's first character to its last one's, without the line end
-    std::string_view
-        name;  // of the directive or, without "<" and "</", of the section: in one line, without quotes
+    // From its first line's first character to its last one's, without the line end.
+    std::string_view written;
+    // Of the directive or, without "<" and "</", of the section: in one line, without quotes.
+    std::string_view name;
     std::string_view arguments;  // as written; of an opening tag without its ">"
     size_t section = None;       // the statement that opens the section around it
     size_t scope = None;         // the same, with conditions passed over

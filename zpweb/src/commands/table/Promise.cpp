@@ -90,11 +90,16 @@ void concernSite(Asked& asked, const std::string& site, Names names) {
     }
 }
 
+// The one directive that the command writes on the server's level; empty: it may write more.
+std::string serverDirectiveOf(const Command& command, const Arguments& given) {
+    if (command.words == "suphp on") {
+        return "suPHP_Engine";
+    }
+    return command.words.starts_with("directive ") ? valueOf(given, "NAME") : "";
+}
+
 void concernServer(Asked& asked, const Command& command, const Arguments& given) {
-    const bool directive = command.words.starts_with("directive ");
-    const std::string name = directive                     ? valueOf(given, "NAME")
-                             : command.words == "suphp on" ? "suPHP_Engine"
-                                                           : "";
+    const std::string name = serverDirectiveOf(command, given);
     if (!name.empty()) {
         asked.serverDirectives.insert(lowerCase(name));
     } else {
