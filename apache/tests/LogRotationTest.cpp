@@ -2,6 +2,7 @@
 #include <CZPWebsite.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -137,6 +138,17 @@ TEST(LogRotation, IsNotLedElsewhereByLinks) {
         EXPECT_EQ(fs::is_symlink(archive), option == "DEL");
         fs::remove(archive);
     }
+}
+
+// The size of a file elsewhere, which a link of the owner's leads to, is none of a log's.
+TEST(LogRotation, DoesNotMeasureWhatALinkOfTheOwnerLeadsTo) {
+    writeFile(scratch("large"), std::string(size_t{2} * 1'048'576, 'x'));
+    fs::create_directories(scratch("log"));
+    fs::create_symlink(scratch("large"), log());
+    ASSERT_EQ(::chown(scratch("log").c_str(), 2001, 2001), 0);
+    const CapturedOutput output;
+    EXPECT_EQ(rotate(log(), "1", "DEL"), 0);
+    EXPECT_TRUE(fs::is_symlink(log()));
 }
 
 TEST(TimeStamp, IsTheLocalDayAndHour) {

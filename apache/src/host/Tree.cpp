@@ -69,8 +69,9 @@ bool visitEntries(int directory, const TreeSteps& steps, Level& level) {
             continue;
         }
         const auto found = entryAt(directory, entry->d_name);
+        const bool isUnknown = !found && errno != ENOENT;
         if (!found || found->mount == level.mount) {
-            visited = steps.entry(directory, entry->d_name);
+            visited = steps.entry(directory, entry->d_name) && !isUnknown;
             if (visited && found && found->isDirectory) {
                 level.below.emplace_back(name);
             }
