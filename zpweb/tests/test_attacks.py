@@ -9,6 +9,7 @@ from pathlib import Path
 import pytest
 
 from conftest import OWNER, ZPFAULT, ZPWEB, give
+from test_settings import POOL, fpm  # noqa: F401
 
 FAST = ("--no-check", "--no-reload")
 MOST = 10 ** 6 if os.environ.get("ZPWEB_FAULTS") == "all" else 16
@@ -161,12 +162,16 @@ def test_what_is_taken_back_by_itself_is_led_nowhere(site, prey):
 
 @pytest.mark.parametrize("words", [
     "folder add shop.example {html}/q --line=Options", "folder delete shop.example {html}/q", "folder move shop.example {html}/q /srv/q",
+    "folder set shop.example {html}/q --line=Options", "folder line shop.example {html}/q Options", "site move shop.example --layout files",
     "user add shop.example joe", "site rename shop.example b.example", "host add shop.example c.example"])
 def test_what_is_about_the_configuration_alone_touches_nothing_of_the_owners(site, prey, words):
     html = site.sites / "shop.example/www/html"
     (html / "q").mkdir()
-    if "delete" in words or "move" in words:
+    if re.match("folder (delete|move|set|line)", words):
         site.do("folder", "add", "shop.example", html / "q", "--line=Options None", *FAST)
+    if words.startswith("site move"):
+        (site.root / "conf.d").mkdir()
+        site.conf.write_text(site.text() + "IncludeOptional conf.d/*.conf\n")
     give(html.parent.parent)
     done = subprocess.run([ZPFAULT, "none", "0", ZPWEB, "--conf", site.conf, *words.format(html=html).split(), *FAST], input="word\n", capture_output=True, text=True,
                           env={**os.environ, "ZPFAULT_ALL": "1"})
@@ -174,7 +179,19 @@ def test_what_is_about_the_configuration_alone_touches_nothing_of_the_owners(sit
     assert [line for line in done.stderr.splitlines() if str(html.parent.parent) in line] == []
 
 
-def hurt_by(site, prey, words, swap, look):
+def test_the_script_that_shows_php_is_made_nowhere_else(live, prey, fpm):
+    """It is made and removed while the server runs: a directory of root's keeps its time, too."""
+    html = live.sites / "shop.example/www/html"
+    live.do("php", "set", "shop.example", "--fpm", POOL)  # the modules are loaded now
+    live.do("php", "off", "shop.example")
+    live.stop()
+    give(html.parent.parent)
+    live.start()
+    swap = f"mv {html} {html.parent.parent}/swapped && ln -s {prey} {html} && chown -h {OWNER} {html}"
+    assert hurt_by(live, prey, f"php set shop.example --fpm {POOL}", swap, lambda: {**look(prey), "time": prey.stat().st_mtime_ns}, ()) == []
+
+
+def hurt_by(site, prey, words, swap, look, fast=FAST):
     """The calls before which the swap hurts what is looked at."""
     html = site.sites / "shop.example/www/html"
     state, kept = site.root / ".zpweb", Path("/var/zpweb-test/kept")
@@ -185,7 +202,7 @@ def hurt_by(site, prey, words, swap, look):
         subprocess.run(f"rm -rf {html.parent} {html.parent.parent}/log {state} {html.parent.parent}/swapped {prey} && "
                        f"install -d -o {OWNER} {html.parent.parent} && cp -a {kept}/www {kept}/log {html.parent.parent} && cp -a {kept}/prey {kept}/.zpweb {kept}/httpd.conf {site.root}",
                        shell=True, check=True)
-        done = subprocess.run([ZPFAULT, kind, str(call), ZPWEB, "--conf", str(site.conf), *words.split(), *FAST], input="word\n",
+        done = subprocess.run([ZPFAULT, kind, str(call), ZPWEB, "--conf", str(site.conf), *words.split(), *fast], input="word\n",
                               capture_output=True, text=True, timeout=20, env={**os.environ, "ZPFAULT_RUN": swap, "ZPFAULT_ALL": "1"})
         return [line for line in done.stderr.splitlines() if re.match(r"\d+ \w+ /", line)]
 
