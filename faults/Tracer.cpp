@@ -26,8 +26,8 @@ namespace zp::faults {
 
 namespace {
 
-constexpr std::string_view KindNames[] = {"none",   "EIO",   "full", "ENOMEM",   "EINTR",
-                                          "ENOSPC", "short", "kill", "meanwhile"};
+constexpr std::string_view KindNames[] = {"none",   "EIO",   "full", "ENOMEM",    "EINTR",
+                                          "ENOSPC", "short", "kill", "meanwhile", "ENOSYS"};
 
 // The process stops before each of the calls; all others run at full speed.
 bool stopAtCalls() {
@@ -135,6 +135,8 @@ private:
             strike(stopped);
         } else if (fault_.kind == Kind::Full && run_.hit && stopped.takesSpace()) {
             stopped.fail(ENOSPC);
+        } else if (fault_.kind == Kind::Enosys && run_.hit && fault_.name == stopped.call->name) {
+            stopped.fail(ENOSYS);
         }
     }
 
@@ -151,6 +153,9 @@ private:
                 break;
             case Kind::Enomem:
                 stopped.fail(ENOMEM);
+                break;
+            case Kind::Enosys:
+                stopped.fail(ENOSYS);
                 break;
             case Kind::Kill:
                 endAll();

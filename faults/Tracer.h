@@ -22,6 +22,7 @@ enum class Kind {
     Short,      // a write or copy takes half of what it is given
     Kill,       // every process of the run ends before the call
     Meanwhile,  // the shell command ZPFAULT_RUN is run before the call is made
+    Enosys,     // it and every later call of its name fails, as where the system does not have it
 };
 
 [[nodiscard]] std::optional<Kind> kindNamed(std::string_view name);

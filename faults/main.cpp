@@ -2,9 +2,9 @@
 //
 // CALL is the number of the call, or NAME:NUMBER for one of those of a name ("fsync:2"), which stays the
 // same call when others come or go. KIND is one of none, EIO, full, ENOMEM, EINTR, ENOSPC, short, kill,
-// meanwhile (which runs the shell command ZPFAULT_RUN before the call). The last line on standard error
-// tells how many calls counted, and which one was hit; with ZPFAULT_ALL set, all of them are listed. Exits
-// like the command; 137 when it was killed.
+// meanwhile (which runs the shell command ZPFAULT_RUN before the call), ENOSYS (all later ones of the name,
+// too). The last line on standard error tells how many calls counted, and which one was hit; with
+// ZPFAULT_ALL set, all of them are listed. Exits like the command; 137 when it was killed.
 #include <sys/wait.h>
 #include <unistd.h>
 

@@ -13,7 +13,7 @@ from pathlib import Path
 
 import pytest
 
-from conftest import OWNER, await_true
+from conftest import OWNER, ZPFAULT, ZPWEB, await_true
 
 BLOCK = """\
 <VirtualHost 127.0.0.1:{port}>
@@ -461,6 +461,28 @@ def test_a_second_try_has_the_password_and_shows_one_diff(machine):
     assert [line.split(":")[0] for line in users.read_text().splitlines()] == ["ann", "eve", "joe"]
 
 
+def test_where_no_exchange_of_names_is_offered_an_edit_meanwhile_is_seen_all_the_same(site):
+    """The look at the file and the rename are two steps there."""
+    tried = site.root / "run/tried"
+    edit = program_before(site, "apache2", f"[ -e {tried} ] || {{ touch {tried}; echo '# theirs' >>{site.conf}; }}")
+    for env, told in ((edit, True), (None, False)):
+        words = [ZPFAULT, "ENOSYS", "renameat2:1", ZPWEB, "--conf", site.conf, "host", "add", "shop.example", f"{told}.example"]
+        done = subprocess.run(words, capture_output=True, text=True, env=env)
+        assert done.returncode == 0 and ("starting again" in done.stderr) == told and "renameat2" in done.stderr, done
+    assert "# theirs" in site.text() and "true.example false.example" in site.text() and not site.strays()
+
+
+def test_what_could_not_be_put_back_is_not_tried_again(site):
+    """Somebody edits the second file of a change, and the kept text of the first is damaged meanwhile."""
+    page = heeded(site)
+    site.do("protect", "add", page, "ann", input="one\n")
+    harm = f"echo '# theirs' >>{page}/.htpasswd; echo damaged >{site.root}/.zpweb/checkpoints/000003/0"
+    words = [ZPFAULT, "meanwhile", "renameat2:2", ZPWEB, "--conf", site.conf, "protect", "remove", page, "ann"]
+    done = subprocess.run(words, capture_output=True, text=True, env={**os.environ, "ZPFAULT_RUN": harm})
+    assert done.returncode == 1 and "damaged" in done.stderr and "starting again" not in done.stderr, done
+    assert (site.root / ".zpweb/journal").exists() and (page / ".htpasswd").read_text().endswith("# theirs\n")
+
+
 def test_the_server_is_found_by_a_variable_and_not_held_up_by_what_is_not_loaded(site):
     with socket.socket() as busy:
         busy.bind(("127.0.0.1", 0))
@@ -492,6 +514,18 @@ def test_a_server_that_ends_while_it_reloads_is_started_with_the_old_configurati
     assert live.text() == before
 
 
+def test_a_server_that_ends_when_it_is_to_take_up_the_old_configuration_is_started(live):
+    live.conf.write_text(live.text() + "IncludeOptional trap.conf\n")
+    before, trap = live.text(), live.root / "trap.conf"
+    words = [ZPWEB, "--conf", live.conf, "directive", "add", "Redirect", "503 /", "--site", "shop.example", "--strict"]
+    environment = {**program_before(live, "apachectl", f"rm -f {trap}"), "ZPFAULT_ALL": "1", "ZPFAULT_RUN": f"echo Nonsense >{trap}"}
+    listed = subprocess.run([ZPFAULT, "none", "0", *words], capture_output=True, text=True, env=environment).stderr
+    renames = re.findall(r"^\d+ rename (.*)$", listed, re.M)
+    back = max(at for at, path in enumerate(renames, 1) if "/checkpoints/" in path)
+    done = subprocess.run([ZPFAULT, "meanwhile", f"rename:{back}", *words], capture_output=True, text=True, env=environment)
+    assert done.returncode == 4 and "which had ended, is started with it" in done.stderr and live.text() == before, done
+
+
 def test_a_label_takes_its_changes_back_together(machine):
     for name in ("a.example", "b.example"):
         with_site(machine, name)
@@ -517,6 +551,9 @@ def test_the_state_of_a_system_configuration_is_not_below_etc(machine):
     try:
         conf = system / "httpd.conf"
         stopped = conf.read_bytes()
+        with (system / ".zpweb/lock").open() as lock:
+            fcntl.flock(lock, fcntl.LOCK_EX)
+            assert machine.run("site", "start", "kept.example", "--conf", conf, "--no-check", conf=False).status == 5
         machine.do("site", "start", "kept.example", "--conf", conf, "--no-check", conf=False)
         assert not (system / ".zpweb").exists() and state.stat().st_mode & 0o7777 == 0o700
         assert [p.name for p in sorted((state / "checkpoints").iterdir()) if p.name.isdigit()] == ["000001", "000002"]

@@ -256,6 +256,10 @@ def test_a_renewal_that_is_killed_before_its_proof_is_completed_by_the_next_run(
         assert "tls renewed) had made its change but may not have reloaded" in answer.err, answer
         assert shown("shop.example", port=port) == fingerprint("killed")
         assert not live.do("tls", "renewed", "--json").json["changed"] and not live.strays() - {"zpweb.d"}
+    before = {link.name: os.readlink(link) for link in LIVE.glob("killed/*")}
+    with socket.create_server(("127.0.0.1", 0)) as busy:  # the reload fails
+        live.conf.write_text(live.text() + f"Listen 127.0.0.1:{busy.getsockname()[1]}\n")
+        assert renew("none", "0")[0] == 4 and {link.name: os.readlink(link) for link in LIVE.glob("killed/*")} == before
 
 
 # --- redirects ---
