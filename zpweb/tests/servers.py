@@ -61,6 +61,10 @@ SITES = {
                  f"        more.continued.example\n    DocumentRoot {PAGES}/continued.example\n</VirtualHost>\n",
     "split": f"<Virtual\\\nHost *:80>\n    Server\\\nName split.example\n    Server\\\nAlias www.split.example\n"
              f"    Document\\\nRoot {PAGES}/split.example\n</Virtual\\\nHost>\n",
+    "inner": block("*:80", "inner.example", "<IfDefine Absent>", "    ServerName absent.example", "    ServerAlias www.inner.example", "</IfDefine>",
+                   "<IfModule mod_alias.c>", "    ServerAlias more.inner.example", "</IfModule>"),
+    "met": block("*:80", "hidden.example", "<IfModule alias_module>", "    <IfVersion >= 2.4>", "        ServerName met.example", "    </IfVersion>",
+                 "</IfModule>", "ServerAlias www.met.example", root="met.example"),
     "elsewhere": f"<VirtualHost *:80>\n    Include TREE/snippets/name.conf\n    DocumentRoot {PAGES}/elsewhere.example\n</VirtualHost>\n",
     "stopped": "".join("#" + line + "\n" for line in block("*:80", "stopped.example").splitlines()),
 }

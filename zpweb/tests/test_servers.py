@@ -169,6 +169,29 @@ def test_a_site_whose_name_stands_in_an_included_file_or_on_two_lines_or_in_quot
     assert all(server.leads_to(name, site) for name in ("added.example", "www." + site))
 
 
+@pytest.mark.parametrize("site, new", [("inner.example", "www.inner.example"), ("met.example", "hidden.example")])
+def test_a_name_in_a_condition_of_the_block_counts_when_the_condition_is_met(server, site, new):
+    before = server.files()
+    listed = {row["name"]: row["names"] for row in server.do("site", "list", "--json").json["sites"]}
+    assert not {"absent.example", "hidden.example"} & set(listed)
+    assert listed["inner.example"] == ["more.inner.example"] and listed["met.example"] == ["www.met.example"]
+    for there, back in ("stop", "start"), ("suspend", "resume"):
+        server.do("site", there, site)
+        assert not server.leads_to(site, site), there
+        server.do("site", back, site)
+        assert server.files() == before and server.leads_to(site, site), there
+    for words in (("host", "add", site, new), ("host", "remove", site, listed[site][0]), ("site", "rename", site, "store.example"),
+                  ("site", "set", site, "--error-document=404=/index.html"), ("site", "delete", site)):
+        server.do(*words)
+        assert server.leads_to(new, site) == (words[1] == "add") and server.leads_to("store.example", site) == (words[1] == "rename")
+        assert server.serving() >= server.all_served() - {site}
+        server.do("undo")
+        assert server.files() == before and server.leads_to(site, site), words
+    for name in (site, "absent.example", "hidden.example"):
+        answer = server.run("site", "delete", name, "--no-check")
+        assert refused(server, answer, before) and "only the server can tell" in answer.err, answer
+
+
 def test_a_block_without_a_name_is_named_by_its_address(server):
     before = server.files()
     server.do("site", "suspend", "--block", "127.0.0.2:80")

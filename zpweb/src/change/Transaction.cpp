@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "phases/Recover.h"
+#include "server/ConditionalNames.h"
 #include "store/AuditLog.h"
 #include "store/Migration.h"
 #include "sys/File.h"
@@ -50,6 +51,9 @@ Outcome Transaction::begin(std::shared_ptr<Lock> held) {
     auto configuration = Configuration::load(*main);
     if (!configuration.ok()) {
         return configuration.outcome();
+    }
+    if (settings_->check) {
+        decideNames(*configuration, state_->reading());
     }
     set_.emplace(std::move(*configuration));
     journal_.configuration = *main;

@@ -65,6 +65,10 @@ std::string renamedBlock(std::string_view block, const Names& names) {
     return text + std::string(block.substr(copied));
 }
 
+bool isNamed(const Contents& made, const std::string& name) {
+    return made.blocks.size() == 1 && SameHost(name)(made.blocks.front().name);
+}
+
 Outcome renameIn(Transaction& change, const Site& site, const std::string& file, const Names& names) {
     const std::string before(change.contentOf(file).text());
     std::string text = before;
@@ -73,7 +77,7 @@ Outcome renameIn(Transaction& change, const Site& site, const std::string& file,
             continue;
         }
         const std::string made = renamedBlock(place.block->text, names);
-        if (made == place.block->text || !SameHost(names.to)(contentsOf(made).blocks.front().name)) {
+        if (made == place.block->text || !isNamed(change.configuration().contentsOf(made), names.to)) {
             return failure(
                 Status::Refused,
                 place.text() + ": the name comes from a variable or an included file; change it there");

@@ -18,7 +18,7 @@ char protection(bool wanted, bool hasSection) { return wanted == hasSection ? '1
 Outcome setIn(Transaction& change, const BlockAt& at, const std::string& site, const Arguments& given) {
     const std::string directory = given[Directory];
     const bool exact = change.settings().exact;
-    const Statements statements(at.in(change.configuration()).text);
+    const Statements statements(at.in(change.configuration()));
     const std::vector<Statement> present = sectionOf(statements, directory);
     SDDir record = directoryRecord(given, at.in(change.configuration()), exact);
     record.AnonAccess =

@@ -14,7 +14,7 @@ bool isOneBlock(const Contents& contents, std::string_view text) {
 }
 
 bool leadsToTheSame(std::string_view before, std::string_view after, const Surroundings& around) {
-    Surroundings one{around.defines, {}, {}};
+    Surroundings one{around.defines, {}, {}, around.met};
     Surroundings other = one;
     const Contents was = contentsOf(before, one);
     const Contents is = contentsOf(after, other);

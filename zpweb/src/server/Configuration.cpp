@@ -235,6 +235,37 @@ std::vector<Place> Configuration::find(std::string_view name) const {
     return places;
 }
 
+bool Configuration::hasConditionalNames() const {
+    return std::any_of(files_.begin(), files_.end(),
+                       [](const auto& file) { return !file->conditionalNames().empty(); });
+}
+
+void Configuration::tellMet(ConditionsMet met) {
+    around_->met = std::move(met);
+    for (const auto& file : files_) {
+        if (!file->conditionalNames().empty()) {
+            file->forget();
+        }
+    }
+}
+
+std::vector<Place> Configuration::undecided() const {
+    std::vector<Place> places;
+    for (const ConfigurationFile* file : parts()) {
+        for (const Block& block : file->blocks()) {
+            if (block.undecided) {
+                places.push_back({file, &block});
+            }
+        }
+    }
+    return places;
+}
+
+Contents Configuration::contentsOf(std::string_view text) const {
+    Surroundings around = *around_;
+    return zpweb::contentsOf(text, around);
+}
+
 std::vector<const ConfigurationFile*> Configuration::carriersOf(std::string_view name) const {
     return parts_ ? parts_->carriersOf(name) : parts();
 }

@@ -35,6 +35,7 @@ public:
     const std::vector<Block>& blocks() const { return contents().blocks; }
     const std::vector<Block>& templates() const { return contents().templates; }
     const ServerLines& server() const { return contents().server; }
+    const std::vector<ConditionalName>& conditionalNames() const { return contents().conditionalNames; }
     size_t longestLine() const { return contents().longestLine; }
     const Block* blockAt(size_t line) const;  // the block that holds the line; null outside of all
     size_t firstLine() const;                 // of a part: the number of its first line in the file
@@ -91,6 +92,15 @@ public:
     // The lines that announce shared addresses, in all parts but the last.
     std::string announcements(const std::string& path) const;
     void putPart(const ConfigurationFile& part, Content content);
+
+    // Do names stand in conditions within blocks? They count until it is told that these are not met.
+    bool hasConditionalNames() const;
+    void tellMet(ConditionsMet met);
+    // Blocks whose name depends on what nobody has told.
+    std::vector<Place> undecided() const;
+
+    // What a text holds, with what is known of the others.
+    Contents contentsOf(std::string_view text) const;
 
     // The blocks of a site, by its name in any letter case; an internationalised name by either form.
     std::vector<Place> find(std::string_view name) const;

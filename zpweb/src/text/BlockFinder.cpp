@@ -50,8 +50,9 @@ std::string_view argumentsOf(std::string_view text, std::string_view name) {
 
 }  // namespace
 
-BlockReader::BlockReader(LineStart opening, std::string_view tag, bool stopped, Values& values)
-    : values_(values) {
+BlockReader::BlockReader(LineStart opening, std::string_view tag, bool stopped, Values& values,
+                         std::vector<ConditionalName>& conditionalNames)
+    : values_(values), conditionalNames_(conditionalNames), conditions_(values) {
     block_.text = opening.raw.substr(0, 0);
     block_.lines.first = block_.nameLine = opening.number;
     block_.stopped = stopped;
@@ -60,12 +61,17 @@ BlockReader::BlockReader(LineStart opening, std::string_view tag, bool stopped, 
 }
 
 void BlockReader::take(std::string_view text, size_t line) {
+    if ((text.front() == '<' && takeCondition(text, line)) || conditions_.areUnmet()) {
+        return;
+    }
     const auto is = [text](std::string_view directive) { return isDirective(text, directive); };
     switch (zp::conf::lower(text.front())) {
         case 's':
             if (is(keyword::ServerName)) {
+                noteName(text, line, false);
                 takeServerName(argumentsOf(text, keyword::ServerName), line);
             } else if (is(keyword::ServerAlias)) {
+                noteName(text, line, false);
                 takeAliases(argumentsOf(text, keyword::ServerAlias));
             } else if (is("SSLEngine")) {
                 block_.tls = equalIgnoringCase(values_.first(argumentsOf(text, "SSLEngine")), "on");
@@ -83,14 +89,39 @@ void BlockReader::take(std::string_view text, size_t line) {
             break;
         case 'i':
             if (is(keyword::Include)) {
+                noteName(text, line, true);
                 takeInclude(argumentsOf(text, keyword::Include));
             } else if (is("IncludeOptional")) {
+                noteName(text, line, true);
                 takeInclude(argumentsOf(text, "IncludeOptional"));
             }
             break;
         default:
             break;
     }
+}
+
+bool BlockReader::takeCondition(std::string_view text, size_t line) {
+    const std::string_view name = zp::conf::upTo(text, " \t\r\n\\>");
+    if (!conditions_.take(text, text.starts_with("</") ? "" : tagArguments(text, name))) {
+        return false;
+    }
+    if (conditions_.areUnmet() && !text.starts_with("</")) {
+        block_.unmet.push_back(line - block_.lines.first);
+    }
+    return true;
+}
+
+// What the server is to be asked about.
+void BlockReader::noteName(std::string_view text, size_t line, bool included) {
+    if (conditions_.none() || (included && !block_.name.empty())) {
+        return;
+    }
+    const std::string_view logical = logicalLine(text);
+    const auto more = static_cast<size_t>(std::count(logical.begin(), logical.end(), '\n'));
+    conditionalNames_.push_back(
+        {conditions_.key(), block_.lines.first, {line, line + more + 1}, block_.stopped, included});
+    includesUndecided_ = includesUndecided_ || (included && !conditions_.areKnown());
 }
 
 // The last one counts. In a stopped block a continued line has comment marks within.
@@ -107,6 +138,7 @@ void BlockReader::takeServerName(std::string_view arguments, size_t line) {
     if (!name.empty()) {
         block_.name = name;
         block_.nameLine = line;
+        block_.undecided = !conditions_.areKnown();
     }
 }
 
@@ -139,6 +171,7 @@ Block BlockReader::ended(const char* end, size_t line) {
             block_.name = name.empty() ? block_.name : name;
         }
         block_.namedElsewhere = !block_.name.empty();
+        block_.undecided = block_.namedElsewhere && includesUndecided_;
     }
     return block_;
 }
@@ -151,7 +184,7 @@ void BlockFinder::take(const LineStart& line) {
     } else if (isTag(line.text, keyword::VirtualHost)) {
         if (!tagArguments(line.text, keyword::VirtualHost).empty()) {  // else it is prose
             finish(line.raw.data(), line.number, false);               // one that is never closed
-            live_.emplace(line, line.text, false, values_);
+            live_.emplace(line, line.text, false, values_, contents_.conditionalNames);
         }
     } else if (live_ && isTag(line.text, keyword::VirtualHostEnd)) {
         finish(endOf(line, logicalLine(line.raw)), numberBehind(line), true);
@@ -173,7 +206,7 @@ void BlockFinder::takeComment(const LineStart& line) {
         // A tag that goes on in the next line has its addresses there. What stands behind one says nothing.
         if (tag.ends_with('\\') ||
             (tag.find('>') != tag.npos && !tagArguments(tag, keyword::VirtualHost).empty())) {
-            commented_.emplace(line, tag, true, values_);
+            commented_.emplace(line, tag, true, values_, contents_.conditionalNames);
         }
     } else if (commented_ && isTag(text, keyword::VirtualHostEnd)) {
         Block block = commented_->ended(endOf(line, logicalLine(line.raw)), numberBehind(line));

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "text/Conditions.h"
 #include "text/Sites.h"
 #include "text/Values.h"
 
@@ -21,21 +22,27 @@ struct LineStart {
 // A block that is being read.
 class BlockReader {
 public:
-    BlockReader(LineStart opening, std::string_view tag, bool stopped, Values& values);
+    BlockReader(LineStart opening, std::string_view tag, bool stopped, Values& values,
+                std::vector<ConditionalName>& conditionalNames);
 
     void take(std::string_view text, size_t line);
     // It ends before this place. Without a name it has the one of a file that it includes.
     Block ended(const char* end, size_t line);
 
 private:
+    bool takeCondition(std::string_view text, size_t line);
+    void noteName(std::string_view text, size_t line, bool included);
     void takeServerName(std::string_view arguments, size_t line);
     void takeAliases(std::string_view arguments);
     void takeInclude(std::string_view arguments);
 
     Values& values_;
+    std::vector<ConditionalName>& conditionalNames_;
+    Conditions conditions_;
     Block block_;
     std::string aliases_;                     // of several lines
     std::vector<std::string_view> included_;  // as long as it has no name
+    bool includesUndecided_ = false;          // one of these stands in a condition
 };
 
 class BlockFinder {

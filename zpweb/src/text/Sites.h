@@ -32,6 +32,9 @@ struct Block {
     bool tls = false;             // has "SSLEngine on"
     bool suspended = false;       // includes the page that answers for a suspended site
     bool conditional = false;     // stands in <IfModule>, <IfDefine> or the like
+    // Whether the name counts depends on a condition within the block, and nobody has told.
+    bool undecided = false;
+    std::vector<size_t> unmet{};  // where conditions within begin that are not met, by lines of the block
 };
 
 // An "Include" or "IncludeOptional" line outside of any comment.
@@ -59,17 +62,30 @@ struct ServerLines {
 // What "Define" lines say, by their names.
 using Defines = std::map<std::string, std::string, std::less<>>;
 
+// Which conditions within blocks are met.
+using ConditionsMet = std::map<std::string, bool, std::less<>>;
+
 // What other texts say that counts in one.
 struct Surroundings {
     Defines defines;        // of the lines before; those of the text join them
     Defines includedNames;  // the ServerName of an included file, by the pattern of the Include line
     std::set<std::string, std::less<>> namesSought;  // patterns that blocks without a name include
+    ConditionsMet met;                               // as far as it is known
+};
+
+// A name that stands in a condition within a block, or the line that includes a file with one.
+struct ConditionalName {
+    std::string condition;  // see Conditions
+    size_t block;           // the line that opens the block
+    Range lines;
+    bool stopped, included;
 };
 
 struct Contents {
     std::vector<Block> blocks;     // in the order of their lines
     std::vector<Block> templates;  // those in macros
     ServerLines server;
+    std::vector<ConditionalName> conditionalNames;
     size_t longestLine = 0;
     std::deque<std::string> texts;  // what some of the views are views of
 };

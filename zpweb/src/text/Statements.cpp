@@ -77,7 +77,7 @@ private:
 // it.
 class Sections {
 public:
-    explicit Sections(std::vector<Statement>& all) : all_(all) {}
+    Sections(std::vector<Statement>& all, const std::vector<size_t>& unmet) : all_(all), unmet_(unmet) {}
 
     void take(Statement& statement) {
         const size_t self = all_.size();
@@ -86,7 +86,7 @@ public:
         }
         statement.section = open_.empty() ? None : open_.back();
         statement.scope = statement.section;
-        if (statement.section != None && isCondition(all_[statement.section].name)) {
+        if (statement.section != None && isPassedOver(all_[statement.section])) {
             statement.scope = all_[statement.section].scope;
         }
         if (statement.kind == Kind::Opens) {
@@ -95,6 +95,11 @@ public:
     }
 
 private:
+    bool isPassedOver(const Statement& section) const {
+        return isCondition(section.name) &&
+               std::find(unmet_.begin(), unmet_.end(), section.lines.first) == unmet_.end();
+    }
+
     void close(const Statement& closing, size_t self) {
         constexpr size_t Deepest = 128;  // as the server has it
         const size_t least = open_.size() - std::min(open_.size(), Deepest);
@@ -109,6 +114,7 @@ private:
     }
 
     std::vector<Statement>& all_;
+    const std::vector<size_t>& unmet_;
     std::vector<size_t> open_;
 };
 
@@ -135,9 +141,9 @@ std::string Statement::argument(size_t number) const {
     return word ? word->value() : std::string();
 }
 
-Statements::Statements(std::string_view text) {
+Statements::Statements(std::string_view text, const std::vector<size_t>& unmet) {
     Reader reader(names_);
-    Sections sections(all_);
+    Sections sections(all_, unmet);
     for (size_t line = 0; !text.empty();) {
         const std::string_view written = logicalLine(text);
         Statement statement = reader.read(withoutReturn(written));

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "text/Lines.h"
+#include "text/Sites.h"
 #include "text/Words.h"
 
 namespace zpweb {
@@ -37,7 +38,9 @@ struct Statement {
 
 class Statements {
 public:
-    explicit Statements(std::string_view text);
+    explicit Statements(std::string_view text) : Statements(text, {}) {}
+    // What stands in a condition that is not met belongs to nothing around it.
+    explicit Statements(const Block& block) : Statements(block.text, block.unmet) {}
     Statements(Statements&&) = default;  // a copy would keep views of names in the original
 
     size_t size() const { return all_.size(); }
@@ -46,6 +49,8 @@ public:
     auto end() const { return all_.end(); }
 
 private:
+    Statements(std::string_view text, const std::vector<size_t>& unmet);
+
     std::vector<Statement> all_;
     std::forward_list<std::string> names_;  // those that are not written in one piece
 };

@@ -79,6 +79,11 @@ std::string_view Values::nameIn(std::string_view pattern) {
     return keep(known->second);
 }
 
+std::optional<bool> Values::isMet(std::string_view condition) const {
+    const auto known = around_.met.find(condition);
+    return known == around_.met.end() ? std::nullopt : std::optional(known->second);
+}
+
 std::string resolved(std::string_view text, const Defines& defines) {
     std::string made;
     for (size_t at = 0; at < text.size();) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <deque>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -21,6 +22,9 @@ public:
     void define(std::string_view arguments);
     // The ServerName in the file that an Include line names; empty when none is known, and is sought then.
     std::string_view nameIn(std::string_view pattern);
+
+    // Is the condition within a block met? Absent: nobody knows.
+    std::optional<bool> isMet(std::string_view condition) const;
 
     std::string_view keep(std::string text) { return texts_.emplace_back(std::move(text)); }
 

@@ -16,12 +16,14 @@ std::string openingLine(const std::string& address) { return "<VirtualHost " + a
 
 }  // namespace
 
-View::View(const Block& block) : View(block.text, domainOf(block), std::string(block.address), 0) {}
+View::View(const Block& block)
+    : View(block.text, Statements(block), domainOf(block), std::string(block.address), 0) {}
 
-View View::ofServer(std::string_view text) { return {text, "server.invalid", "*", None}; }
+View View::ofServer(std::string_view text) { return {text, Statements(text), "server.invalid", "*", None}; }
 
-View::View(std::string_view text, std::string domain, std::string address, size_t level)
-    : text_(text), statements_(text), level_(level), domain_(std::move(domain)) {
+View::View(std::string_view text, Statements statements, std::string domain, std::string address,
+           size_t level)
+    : text_(text), statements_(std::move(statements)), level_(level), domain_(std::move(domain)) {
     const size_t end = level == None || statements_.size() == 0 ? None : statements_[0].end;
     const bool closed = end != None;
     lines_.push_back({Kind::Opening, openingLine(address.empty() ? "*" : address), {}, 0});

@@ -95,7 +95,8 @@ public:
     std::string laidBack(std::string_view result) const;
 
 private:
-    View(std::string_view text, std::string domain, std::string address, size_t level);
+    View(std::string_view text, Statements statements, std::string domain, std::string address,
+         size_t level);
 
     void insert(ViewLine line);
     void showInner(size_t i, const StatementTest& inner);

@@ -25,7 +25,7 @@ void showDirectories(View& view) {
 }  // namespace
 
 bool hasSection(const Block& block, const std::string& directory) {
-    const Statements statements(block.text);
+    const Statements statements(block);
     const StatementTest opens = opensDirectory(directory);
     return std::any_of(statements.begin(), statements.end(), [&](const Statement& statement) {
         return opens(statement) && statement.scope == 0;
@@ -33,7 +33,7 @@ bool hasSection(const Block& block, const std::string& directory) {
 }
 
 bool hasLine(const Block& block, const std::string& directory, const std::string& line) {
-    const Statements statements(block.text);
+    const Statements statements(block);
     const StatementTest opens = opensDirectory(directory);
     return std::any_of(statements.begin(), statements.end(), [&](const Statement& statement) {
         return statement.section != None && opens(statements[statement.section]) &&

@@ -7,6 +7,8 @@
 #include "commands/shared/CommandLines.h"
 #include "commands/shared/SettingReading.h"
 #include "commands/shared/SiteReading.h"
+#include "server/ConditionalNames.h"
+#include "store/State.h"
 #include "sys/File.h"
 
 namespace zpweb {
@@ -63,7 +65,11 @@ Outcome planRemovals(const Present& present, const SitesDocument& document, Site
 
 Expected<Configuration> loaded(const Session& session) {
     const auto main = realPathOf(session.settings.configuration);
-    return main.ok() ? Configuration::load(*main) : Expected<Configuration>(main.outcome());
+    auto configuration = main.ok() ? Configuration::load(*main) : Expected<Configuration>(main.outcome());
+    if (configuration.ok() && session.settings.check) {
+        decideNames(*configuration, State(*main).reading());
+    }
+    return configuration;
 }
 
 }  // namespace

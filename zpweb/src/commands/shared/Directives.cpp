@@ -100,7 +100,7 @@ Outcome changeInBlocks(Transaction& change, const Arguments& given, const Direct
     const auto asked = blocksAskedFor(*site, given);  // an edit ends what the site refers to
     bool found = false;
     for (const BlockAt& at : *blocks) {
-        const size_t lines = countOf(Statements(at.in(change.configuration()).text), 0, wanted.test);
+        const size_t lines = countOf(Statements(at.in(change.configuration())), 0, wanted.test);
         if (lines == 0) {
             continue;
         }

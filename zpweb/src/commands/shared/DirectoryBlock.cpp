@@ -153,7 +153,7 @@ Outcome expectAsAsked(Transaction& change, const Site& site, const Arguments& gi
     }
     std::vector<std::vector<std::string>> asked;  // beside what each block says already
     for (const Place& place : site.places) {
-        const Statements statements(place.block->text);
+        const Statements statements(*place.block);
         asked.push_back(accessLines(given, site.name(), sectionOf(statements, directory)));
     }
     expectOf(change, blocks, directory, "access", isRestricted(all, directory, asked));

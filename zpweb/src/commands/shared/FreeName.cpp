@@ -35,9 +35,10 @@ std::string holderOf(const Configuration& configuration, std::string_view name, 
             if (block.stopped || (!except.empty() && isExcepted(block.name))) {
                 continue;
             }
-            const Statements statements(block.text);
-            if (std::any_of(statements.begin(), statements.end(),
-                            [&](const Statement& each) { return carries(each, wanted); })) {
+            const Statements statements(block);
+            if (std::any_of(statements.begin(), statements.end(), [&](const Statement& each) {
+                    return each.scope == 0 && carries(each, wanted);
+                })) {
                 return Place{file, &block}.text();
             }
         }

@@ -11,7 +11,7 @@ namespace zpweb {
 
 std::vector<ListedName> hostNamesOf(const Block& block) {
     std::vector<ListedName> names;
-    for (const Statement& statement : Statements(block.text)) {
+    for (const Statement& statement : Statements(block)) {
         if (statement.is("ServerAlias") && statement.scope == 0) {
             for (const Word& word : statement.words()) {
                 names.push_back({word.value(), word.value()});

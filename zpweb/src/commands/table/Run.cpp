@@ -7,6 +7,8 @@
 #include "commands/table/Promise.h"
 #include "commands/table/Secret.h"
 #include "commands/table/Together.h"
+#include "server/ConditionalNames.h"
+#include "store/State.h"
 #include "sys/File.h"
 #include "sys/Hash.h"
 
@@ -41,8 +43,8 @@ Outcome changeBy(Transaction& transaction, const Command& command, const Argumen
     if (const Change* plain = std::get_if<Change>(&command.action)) {
         return (*plain)(transaction, arguments);
     }
-    const auto site =
-        (command.onStopped ? findSite : findRunning)(transaction.configuration(), arguments[SiteName]);
+    const auto site = decided(
+        (command.onStopped ? findSite : findRunning)(transaction.configuration(), arguments[SiteName]));
     if (!site.ok()) {
         return command.removesSite ? goneIsUpToDate(site.outcome()) : site.outcome();
     }
@@ -81,6 +83,17 @@ Outcome runAlone(Session& session, const std::vector<Invocation>& invocations,
     return conclude(session.settings, session.output, std::move(outcome));
 }
 
+void decideNamesFor(Session& session, Configuration& configuration) {
+    if (session.settings.check) {
+        decideNames(configuration, State(configuration.main().path()).reading());
+    }
+    for (const Place& place : configuration.undecided()) {
+        session.output.note(place.text() +
+                            ": whether the block has this name depends on a condition within it, which "
+                            "only the server can tell; shown as if it were met");
+    }
+}
+
 Outcome read(Session& session, const Command& command, const Arguments& arguments) {
     if (const Read* plain = std::get_if<Read>(&command.action)) {
         return (*plain)(session, arguments);
@@ -90,10 +103,11 @@ Outcome read(Session& session, const Command& command, const Arguments& argument
         return main.outcome();
     }
     session.output.step("reading the configuration");
-    const auto configuration = Configuration::load(*main);
+    auto configuration = Configuration::load(*main);
     if (!configuration.ok()) {
         return configuration.outcome();
     }
+    decideNamesFor(session, *configuration);
     if (const auto* ofConfiguration = std::get_if<ReadConfiguration>(&command.action)) {
         return (*ofConfiguration)(session, *configuration, arguments);
     }

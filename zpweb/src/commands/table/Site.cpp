@@ -1,6 +1,7 @@
 #include "commands/table/Site.h"
 
 #include <algorithm>
+#include <optional>
 
 #include "commands/shared/MacroSites.h"
 #include "input/HostName.h"
@@ -8,6 +9,7 @@
 #include "input/Quoted.h"
 #include "sys/File.h"
 #include "sys/Number.h"
+#include "text/Statements.h"
 #include "text/Words.h"
 
 namespace zpweb {
@@ -92,6 +94,28 @@ Expected<Site> siteAt(const Configuration& configuration, const std::string& pla
                                : Expected(std::move(site));
 }
 
+Outcome onlyServerKnows(const Place& place) {
+    return failure(Status::Refused,
+                   place.text() +
+                       ": which name the block has depends on a condition within it, and "
+                       "only the server can tell whether that is met: it has to be there, "
+                       "with a configuration that it takes, and --no-check must not be given");
+}
+
+// A block that may have the name, for all that the text can tell.
+std::optional<Place> perhapsNamed(const Configuration& configuration, const std::string& name) {
+    const SameHost matches(name);
+    for (const Place& place : configuration.undecided()) {
+        const Statements statements(*place.block);
+        if (std::any_of(statements.begin(), statements.end(), [&](const Statement& each) {
+                return each.is("ServerName") && matches(hostOf(each.argument(0)));
+            })) {
+            return place;
+        }
+    }
+    return std::nullopt;
+}
+
 }  // namespace
 
 bool isPlace(const std::string& name) { return name.find(':') != std::string::npos; }
@@ -111,6 +135,9 @@ Expected<Site> findSite(const Configuration& configuration, const std::string& n
     if (site.places.empty() && isPlace(name)) {
         return siteAt(configuration, name);
     }
+    if (const auto perhaps = site.places.empty() ? perhapsNamed(configuration, name) : std::nullopt) {
+        return onlyServerKnows(*perhaps);
+    }
     if (site.places.empty()) {
         if (const auto made = macroSites(configuration, name); !made.empty()) {
             return failure(Status::Refused, "site " + inQuotes(name) + " is made by the macro at " +
@@ -124,8 +151,17 @@ Expected<Site> findSite(const Configuration& configuration, const std::string& n
     return site;
 }
 
+Expected<Site> decided(Expected<Site> site) {
+    for (const Place& place : site.ok() ? site->places : std::vector<Place>()) {
+        if (place.block->undecided) {
+            return onlyServerKnows(place);
+        }
+    }
+    return site;
+}
+
 Expected<Site> findRunning(const Configuration& configuration, const std::string& name) {
-    auto site = findSite(configuration, name);
+    auto site = decided(findSite(configuration, name));
     if (site.ok() && site->isStopped()) {
         return failure("site " + inQuotes(name) + " is stopped: start it first");
     }

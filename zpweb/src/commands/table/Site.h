@@ -29,6 +29,8 @@ bool isPlace(const std::string& name);
 Site knownSite(const Configuration& configuration, const std::string& name);
 // The same as NotFound, with what may have been meant.
 Expected<Site> findSite(const Configuration& configuration, const std::string& name);
+// An error where only the server can tell whether a block of it has the name.
+Expected<Site> decided(Expected<Site> site);
 // One with a block that runs; an error when the site is stopped.
 Expected<Site> findRunning(const Configuration& configuration, const std::string& name);
 

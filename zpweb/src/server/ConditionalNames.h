@@ -1,0 +1,16 @@
+// Names that stand in conditions within blocks: whether they count. The text cannot tell; the server's
+// reading shows which of them it has read, and what that does not show (of a stopped block, say) the server
+// is asked.
+#pragma once
+
+#include <string>
+
+#include "server/Configuration.h"
+
+namespace zpweb {
+
+// Tells the configuration which of these conditions are met, where the server can be asked. `readingFile`
+// is where its reading is kept.
+void decideNames(Configuration& configuration, const std::string& readingFile);
+
+}  // namespace zpweb
