@@ -118,6 +118,31 @@ ServerName http://last.example:8080
 #  ServerName open.example
 Listen 127.0.0.9:80
 #</VirtualHost>
+# To serve a site with TLS, use
+# <VirtualHost *:443>
+#   ServerName sample1.example
+#   ...
+# </VirtualHost>
+# <VirtualHost *:80>
+#   ServerName sample2.example
+#   and whatever else the site needs
+# </VirtualHost>
+# <VirtualHost *:80>
+# (its address)
+#   ServerName sample3.example
+# </VirtualHost>
+#<VirtualHost *:80>
+#  # The name of the site.
+#
+#  ServerName perl.example
+#  ServerAlias www.perl.example \\
+#    the.perl.example
+#  ${SIGNED}
+#  "ServerAdmin" a@perl.example
+#  <Perl>
+#    ... if $a; (1) and $b;
+#  </Perl>
+#</VirtualHost>
 <IfModule !mod_nothing.c>
   <VirtualHost *:443>
     ServerName ${NAME}
@@ -135,7 +160,7 @@ Listen 127.0.0.9:80
 """)
     sites = machine.do("site", "list", "--json").json["sites"]
     assert [(site["name"], site["state"], site["blocks"][0]["tls"]) for site in sites] == [
-        ("last.example", "running", False), ("stopped.example", "stopped", False), ("defined.example", "running", True)]
+        ("last.example", "running", False), ("stopped.example", "stopped", False), ("perl.example", "stopped", False), ("defined.example", "running", True)]
     place = next(i for i, line in enumerate(machine.text().split("\n"), 1) if "_default_" in line)
     machine.do("host", "add", f"{machine.conf}:{place}", "nameless.example", *FAST)
     assert "<VirtualHost _default_:80>\n  ServerAlias nameless.example\n  DocumentRoot" in machine.text()

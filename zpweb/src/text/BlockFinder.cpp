@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "conf/Line.h"
+#include "text/Prose.h"
 #include "text/Words.h"
 
 namespace zpweb {
@@ -30,8 +31,10 @@ std::string_view tagArguments(std::string_view text, std::string_view tag) {
     return arguments;
 }
 
-// The text behind one comment mark.
-std::string_view behindMark(std::string_view text) { return zp::conf::skipSpace(text.substr(1)); }
+// The text behind one comment mark, on its line.
+std::string_view behindMark(std::string_view text) {
+    return text.substr(std::min(text.find_first_not_of(" \t\r\v\f", 1), text.size()));
+}
 
 // Behind the line and its newline.
 const char* endOf(const LineStart& start, std::string_view line) {
@@ -206,6 +209,7 @@ void BlockFinder::takeComment(const LineStart& line) {
         // A tag that goes on in the next line has its addresses there. What stands behind one says nothing.
         if (tag.ends_with('\\') ||
             (tag.find('>') != tag.npos && !tagArguments(tag, keyword::VirtualHost).empty())) {
+            inPerl_ = false;
             commented_.emplace(line, tag, true, values_, contents_.conditionalNames);
         }
     } else if (commented_ && isTag(text, keyword::VirtualHostEnd)) {
@@ -217,7 +221,19 @@ void BlockFinder::takeComment(const LineStart& line) {
             contents_.blocks.push_back(block);
         }
     } else if (commented_) {
-        commented_->take(text, line.number);
+        takeWithinComment(text, line.number);
+    }
+}
+
+// What stands in <Perl> is none of the server's.
+void BlockFinder::takeWithinComment(std::string_view text, size_t line) {
+    const bool perl = isTag(text, "<Perl");
+    if (perl || isTag(text, "</Perl")) {
+        inPerl_ = perl;
+    } else if (!inPerl_ && isProse(text)) {
+        commented_.reset();
+    } else if (!inPerl_ && !text.empty()) {
+        commented_->take(text, line);
     }
 }
 

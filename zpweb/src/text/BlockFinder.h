@@ -63,11 +63,13 @@ public:
     bool inMacro() const { return macros_ > 0; }
 
 private:
+    void takeWithinComment(std::string_view text, size_t line);
     void finish(const char* end, size_t line, bool closed);
 
     Contents& contents_;
     Values values_;
     std::optional<BlockReader> live_, commented_;
+    bool inPerl_ = false;                     // within the commented one
     std::vector<std::string_view> sections_;  // open ones around blocks, by their names
     int macros_ = 0;
     std::string_view macro_;  // the words of the last macro's tag

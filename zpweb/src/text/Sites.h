@@ -1,8 +1,8 @@
 // The virtual hosts of one configuration file, found by one pass over its lines.
 //
 // A block is live, or it was commented out as a whole: each of its lines from the opening to the closing
-// one stands behind a comment mark, and it has a name that the server would accept. In a live block
-// comments are comments. What stands in <Macro> is a template of blocks, not a block.
+// one stands behind a comment mark, none of them is prose, and it has a name that the server would accept.
+// In a live block comments are comments. What stands in <Macro> is a template of blocks, not a block.
 #pragma once
 
 #include <deque>
