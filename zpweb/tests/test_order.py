@@ -115,6 +115,20 @@ def test_owners_given_by_half_are_taken_back_whole(site):
     assert access() == before
 
 
+def test_what_was_still_to_be_done_is_done_by_the_next_run_and_once(site):
+    """Killed at its last call on the site's ground, a change that has no file of its own, and a removal that is over."""
+    home = site.sites / "shop.example"
+    for words, left in ((["site", "set", "shop.example", "--mode", "0710"], ["0o40710"]), (["site", "delete", "shop.example", "--remove-folders"], [])):
+        run = lambda *fault: subprocess.run([ZPFAULT, *fault, ZPWEB, "--conf", site.conf, *words, *FAST], capture_output=True, text=True, env={**os.environ, "ZPFAULT_ALL": "1"})
+        kept = subprocess.run(f"cp -a {site.root} {site.root}.kept", shell=True, check=True)
+        listed = re.findall(r"^(\d+) (\w+) (.*)$", run("none", "0").stderr, re.M)
+        subprocess.run(f"rm -rf {site.root} && mv {site.root}.kept {site.root}", shell=True, check=True)
+        last = max(int(number) for number, _, path in listed if str(home) in path)
+        assert run("kill", str(last + (1 if left == [] else 0))).returncode == 137
+        told = site.do("host", "add", "shop.example", "c.example", *FAST).err if left else site.create("b.example", *FAST).err
+        assert [oct(path.stat().st_mode) for path in home.glob("www/html")] == left and "could not" not in told and not site.strays(), told
+
+
 def test_what_an_interrupted_run_has_made_goes_again(site):
     words = [ZPWEB, "--conf", site.conf, "site", "create", "b.example", "--address", "127.0.0.1", "--owner", "anna", "--path", site.sites, *FAST]
     assert subprocess.run([ZPFAULT, "kill", "renameat2:1", *words]).returncode == 137
