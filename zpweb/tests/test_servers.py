@@ -319,9 +319,12 @@ def test_a_site_is_moved_and_renamed(server):
     for name in ("store.example", "www.store.example"):
         assert server.leads_to(name, "both.example"), name
     assert server.serving() == server.all_served() - {"both.example"}
+    for words in ("stop store.example", "rename store.example again.example", "start again.example"):
+        server.do("site", *words.split())
+    assert server.leads_to("again.example", "both.example") and server.leads_to("www.again.example", "both.example")
     server.do("site", "move", "defined.example", "--layout", "main")  # without the line that defines its name
     server.do("site", "suspend", "defined.example")
-    for _ in range(5):
+    for _ in range(8):
         server.do("undo")
     assert server.files() == before and server.serving() == server.all_served()
 

@@ -11,6 +11,7 @@
 #include "settings/SettingFile.h"
 #include "settings/SiteSettings.h"
 #include "sys/File.h"
+#include "text/Marks.h"
 #include "text/Statements.h"
 
 namespace zpweb {
@@ -49,14 +50,17 @@ std::string renamedWord(const Statement& statement, std::string_view word, const
                : std::string(word).replace(at, settings.size(), "/zpweb.d/" + names.to + "/");
 }
 
-// A block under the new name. Its settings are included from the directory of the new name.
-std::string renamedBlock(std::string_view block, const Names& names) {
+// A block under the new name. Its settings are included from the directory of the new name. What a stopped
+// one has behind its marks is read as if it ran.
+std::string renamedBlock(const Block& of, const Names& names) {
+    const std::string_view block = of.text;
+    const std::string read = of.stopped ? withBlankMarks(block) : std::string(block);
     std::string text;
     size_t copied = 0;
-    const Statements statements(block);
+    const Statements statements(read);
     for (const Statement& statement : statements) {
         for (const Word& word : statement.words()) {
-            const auto at = static_cast<size_t>(word.written.data() - block.data());
+            const auto at = static_cast<size_t>(word.written.data() - read.data());
             text += std::string(block.substr(copied, at - copied)) +
                     renamedWord(statement, word.written, names);
             copied = at + word.written.size();
@@ -76,7 +80,7 @@ Outcome renameIn(Transaction& change, const Site& site, const std::string& file,
         if (place.file->path() != file) {
             continue;
         }
-        const std::string made = renamedBlock(place.block->text, names);
+        const std::string made = renamedBlock(*place.block, names);
         if (made == place.block->text || !isNamed(change.configuration().contentsOf(made), names.to)) {
             return failure(
                 Status::Refused,

@@ -10,7 +10,7 @@ namespace zpweb {
 bool Conditions::take(std::string_view tag, std::string_view arguments) {
     const bool closes = tag.starts_with("</");
     const std::string_view name = zp::conf::upTo(tag.substr(closes ? 2 : 1), " \t\r\n\\>");
-    if (!isCondition(name)) {
+    if (name.empty() || zp::conf::lower(name.front()) != 'i' || !isCondition(name)) {
         return false;
     }
     if (closes) {

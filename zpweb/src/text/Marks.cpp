@@ -19,6 +19,16 @@ std::string eachLine(std::string_view text, Change change) {
     return made;
 }
 
+std::string withMarksAs(std::string_view other, std::string_view text) {
+    return eachLine(text, [other](std::string& made, std::string_view line) {
+        const size_t mark = line.find_first_not_of(" \t");
+        const bool marked = mark != line.npos && line[mark] == '#';
+        made.append(line.substr(0, marked ? mark : line.size()))
+            .append(marked ? other : "")
+            .append(marked ? line.substr(mark + 1) : "");
+    });
+}
+
 }  // namespace
 
 std::string withMarks(std::string_view text) {
@@ -28,13 +38,8 @@ std::string withMarks(std::string_view text) {
     });
 }
 
-std::string withoutMarks(std::string_view text) {
-    return eachLine(text, [](std::string& made, std::string_view line) {
-        const size_t mark = line.find_first_not_of(" \t");
-        const bool marked = mark != line.npos && line[mark] == '#';
-        made.append(line.substr(0, marked ? mark : line.size()))
-            .append(marked ? line.substr(mark + 1) : "");
-    });
-}
+std::string withoutMarks(std::string_view text) { return withMarksAs("", text); }
+
+std::string withBlankMarks(std::string_view text) { return withMarksAs(" ", text); }
 
 }  // namespace zpweb

@@ -10,5 +10,7 @@ namespace zpweb {
 std::string withMarks(std::string_view text);
 // The first mark of each line taken away.
 std::string withoutMarks(std::string_view text);
+// A blank in its place.
+std::string withBlankMarks(std::string_view text);
 
 }  // namespace zpweb
