@@ -60,6 +60,13 @@ TEST_F(EffectOnOwnersGround, GivesNothingThatHasASecondNameOrIsAThirds) {
     EXPECT_EQ(owner(Home + "/thirds"), "2002:2002");
 }
 
+TEST_F(EffectOnOwnersGround, FollowsNoCircleOfRootsLinks) {
+    fs::create_symlink("circle", scratch("circle"));
+    ::alarm(10);
+    EXPECT_FALSE(carryOut({.path = scratch("circle/page"), .user = Siteowner}));
+    ::alarm(0);
+}
+
 TEST_F(EffectOnOwnersGround, PassesOverLinksInATreeAndTellsOfWhatItCouldNotGive) {
     fs::create_symlink(Victim, Tree + "/link");
     EXPECT_TRUE(carryOut({.path = Tree, .user = Siteowner, .mode = 0700, .deep = true}));

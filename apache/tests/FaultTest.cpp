@@ -85,13 +85,21 @@ std::vector<Change> changes() {
         {".htaccess",
          "AuthUserFile %/.htpasswd\nAuthName \"Restricted Area\"\nAuthType Basic\nrequire valid-user\n"},
         {".htpasswd", "ann:$apr1$x$1\nbob:$apr1$y$2\n"}};
+    Files manyUsers = protection;
+    for (int line = 0; line < 70; ++line) {
+        manyUsers[".htpasswd"] += "#" + std::string(60, '-') + "\n";  // the tool reads 4096 bytes at a time
+    }
+    manyUsers[".htpasswd"] += "bobby:$apr1$z$3\n";
+    const Files beside{{".htaccess", "Options None\n"}, {".htpasswd", "ann:$apr1$x$1\n"}};
     const Change others[] = {
+        {"addPrivateFolderBesideOtherLines", beside,
+         onProtection([](auto& p, auto& d) { return p.addPrivateFolder(d, "cid", "x"); }), 1602, true},
         {"UserCreate", users, onUsers([](auto& u) { return u.UserCreate("cid", "new"); }), 77},
         {"ChangePasswd", users, onUsers([](auto& u) { return u.ChangePasswd("bob", "new"); }), 76},
         {"UserDelete", users, onUsers([](auto& u) { return u.UserDelete("bob"); }), 79},
         {"addPrivateFolder", protection,
          onProtection([](auto& p, auto& d) { return p.addPrivateFolder(d, "cid", "x"); }), 1602, true},
-        {"deletePrivateFolder", protection,
+        {"deletePrivateFolder", manyUsers,
          onProtection([](auto& p, auto& d) { return p.deletePrivateFolder(d, "bob"); }), 1603, true},
         {"editPrivateFolder", protection,
          onProtection([](auto& p, auto& d) { return p.editPrivateFolder(d, d, "bob", "x"); }), 1605, true},

@@ -1,6 +1,5 @@
 // What happens in the middle: before every single call of a step on an owner's ground the owner swaps
 // something, or the call fails.
-#include <CZPWebsite.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -12,11 +11,11 @@
 
 #include "Tracer.h"
 #include "conf/LineReader.h"
+#include "host/Accounts.h"
 #include "host/Effect.h"
 #include "host/Machine.h"
 #include "host/ReadAll.h"
 #include "support/Files.h"
-#include "support/Watching.h"
 
 using namespace zp::test;
 using Step = zp::host::Effect::Step;
@@ -121,23 +120,11 @@ TEST(ReadFault, IsToldAndEndsTheReading) {
     ::alarm(0);
 }
 
-// A new file in the place of one that could not be opened would not have its mode.
-TEST(ReadFault, LeavesTheModeOfTheConfigurationOfSuPhp) {
-    const std::string file = "/usr/local/etc/suphp.conf";
-    writeFile("/usr/local/zeplarpanel/config/suphp/suphp.conf", "{WEBSPACE_PATH}\n");
-    writeFile("/usr/local/sbin/suphp", "");
-    const auto configure = [&](const faults::Fault& fault) {
-        writeFile(file, "old\n");
-        fs::permissions(file, fs::perms(0640));
-        return faults::run(fault, [] {
-            const CapturedOutput output;
-            return CZPWebsite().ConfigureSuPhp("/etc/none", "/srv", "/usr/bin/php", "");
-        });
-    };
-    const int calls = configure({}).calls;
-    EXPECT_EQ(readFile(file), "/srv\n");
-    for (int call = 1; call <= calls; ++call) {
-        const faults::Run run = configure({faults::Kind::Eio, call});
-        EXPECT_EQ(mode(file), "0640") << run.where;
-    }
+// A part of another account's name makes no unknown account one that could not be looked up.
+TEST(ReadFault, IsNoneWhereAnAccountIsUnknown) {
+    bool told = false;
+    zp::host::Machine machine = zp::host::machine();
+    machine.fault = [&](const std::string&) { told = true; };
+    const zp::host::MachineInUse inUse(machine);
+    EXPECT_FALSE(zp::host::findAccount("roo") || zp::host::findAccount("oot") || told);
 }

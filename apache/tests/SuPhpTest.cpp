@@ -270,6 +270,8 @@ std::string installedConfiguration() { return readFile("/usr/local/etc/suphp.con
 TEST(SuPhpInstallation, PutsTheFilesOfTheHostsKindInPlace) {
     for (const Host& host : Hosts) {
         layOutHost(host);
+        writeFile("/usr/lib/httpd/modules/mod_suphp.so", "an earlier one");
+        ASSERT_EQ(::chown("/usr/lib/httpd/modules/mod_suphp.so", 2001, 2002), 0);
         ::umask(077);
         const FakeTools tools;
         tools.watch("cp");
@@ -312,6 +314,12 @@ TEST(SuPhpInstallation, LeavesTheConfigurationWhenItCannotBeFilledIn) {
     layOutHost(Hosts[1]);
     writeFile("/usr/local/etc/suphp.conf", "own");
     EXPECT_EQ(configure("User www\n", "/var/www\nallow_file_group_writeable=true"), 0);
+    const std::string installed = "/usr/local/etc/suphp.conf", moved = installed + ".moved";
+    std::filesystem::rename(installed, moved);
+    ASSERT_EQ(::mknod(installed.c_str(), S_IFSOCK | 0600, 0), 0);  // stands there and cannot be opened
+    EXPECT_EQ(configure(), 0);
+    EXPECT_TRUE(std::filesystem::is_socket(installed));
+    std::filesystem::rename(moved, installed);
     std::filesystem::remove(Shipped + "suphp.conf");
     EXPECT_EQ(configure(), 0);
     EXPECT_EQ(installedConfiguration(), "own");
