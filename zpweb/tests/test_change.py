@@ -520,8 +520,15 @@ def test_a_server_that_ends_when_it_is_to_take_up_the_old_configuration_is_start
     words = [ZPWEB, "--conf", live.conf, "directive", "add", "Redirect", "503 /", "--site", "shop.example", "--strict"]
     environment = {**program_before(live, "apachectl", f"rm -f {trap}"), "ZPFAULT_ALL": "1", "ZPFAULT_RUN": f"echo Nonsense >{trap}"}
     listed = subprocess.run([ZPFAULT, "none", "0", *words], capture_output=True, text=True, env=environment).stderr
-    renames = re.findall(r"^\d+ rename (.*)$", listed, re.M)
-    back = max(at for at, path in enumerate(renames, 1) if "/checkpoints/" in path)
+    calls = [tuple(line.split(" ", 2)[1:]) for line in listed.splitlines() if line[:1].isdigit()]
+    renames = [at for at, (name, _) in enumerate(calls) if name == "rename"]
+    back = max(number for number, at in enumerate(renames, 1) if "/checkpoints/" in calls[at][1])
+    gone = max(at for at, call in enumerate(calls) if call == ("unlink", f"{live.root}/.zpweb/journal"))
+    assert ("fsync", str(live.root)) in calls[renames[back - 1]:gone], "what goes back is on the disk before the journal goes"
+    assert subprocess.run([ZPFAULT, "kill", f"rename:{back}", *words], capture_output=True, env=environment).returncode == 137
+    assert "Redirect" in live.text()  # all of it was in place, and it was going back
+    assert "zpweb server reload" in live.do("site", "start", "shop.example").err and live.text() == before
+    live.do("server", "reload")
     done = subprocess.run([ZPFAULT, "meanwhile", f"rename:{back}", *words], capture_output=True, text=True, env=environment)
     assert done.returncode == 4 and "which had ended, is started with it" in done.stderr and live.text() == before, done
 

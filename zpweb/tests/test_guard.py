@@ -238,6 +238,23 @@ def test_what_is_put_back_is_what_was_there_or_nothing(site):
     assert (html / ".htaccess").read_text() == text
 
 
+def test_what_somebody_has_edited_after_an_interruption_stays(site):
+    html = site.sites / "shop.example/www/html"
+    site.do("protect", "add", html, "joe", *FAST, input="word\n")
+    subprocess.run([ZPFAULT, "kill", "renameat2:2", ZPWEB, "--conf", site.conf, "protect", "remove", html, "joe", *FAST], capture_output=True)
+    (html / ".htaccess").write_text("# theirs\n")
+    answer = site.do("site", "stop", "shop.example", *FAST)
+    assert "somebody has edited it meanwhile" in answer.err and (html / ".htaccess").read_text() == "# theirs\n", answer
+    assert "joe" in (html / ".htpasswd").read_text() and (site.root / ".zpweb/checkpoints/000003/0").exists()
+
+
+def test_a_journal_that_cannot_be_read_is_left_to_the_administrator(site):
+    journal, before = site.root / ".zpweb/journal", site.text()
+    journal.write_text('{"progress": "commit')
+    answer = site.run("site", "stop", "shop.example", *FAST)
+    assert answer.status == 1 and str(journal) in answer.err and journal.exists() and site.text() == before, answer
+
+
 def test_modes_do_not_follow_the_umask(site):
     """What a change makes is the same under any umask."""
     def made(name, umask):

@@ -73,7 +73,12 @@ private:
             if (journal_.progress != JournalState::Preparing) {
                 removeCheckpoints(state_, journal_);
             }
-            output_.note(what_ + "is undone");
+            if (journal_.progress == JournalState::TakingBack) {
+                output_.warning(what_ +
+                                "is undone, but the server may have loaded it: zpweb server reload");
+            } else {
+                output_.note(what_ + "is undone");
+            }
             return done();
         }
         output_.warning(what_ + "is undone" + others());
