@@ -187,6 +187,9 @@ def test_a_name_in_a_condition_of_the_block_counts_when_the_condition_is_met(ser
         assert server.serving() >= server.all_served() - {site}
         server.do("undo")
         assert server.files() == before and server.leads_to(site, site), words
+    for name in ("absent.example", "hidden.example"):
+        server.do("site", "create", name, "--owner", OWNER, "--traverse")
+        server.do("undo")
     for name in (site, "absent.example", "hidden.example"):
         answer = server.run("site", "delete", name, "--no-check")
         assert refused(server, answer, before) and "only the server can tell" in answer.err, answer
@@ -291,7 +294,7 @@ def test_a_site_that_nobody_could_see_is_refused(server, options, reason):
 
 def test_a_name_of_another_site_is_refused(server):
     before = server.files()
-    for name in ("plain.example", "www.plain.example", "any.wild.example", "www.quoted.example", "more.continued.example"):
+    for name in ("plain.example", "www.plain.example", "any.wild.example", "www.quoted.example", "more.continued.example", "www.defined.example"):
         answer = server.run("site", "create", name, "--owner", OWNER, "--traverse")
         assert answer.status == 7 and answer.err, name
     assert server.files() == before

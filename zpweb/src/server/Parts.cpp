@@ -5,7 +5,6 @@
 
 #include "conf/Text.h"
 #include "input/HostName.h"
-#include "text/Statements.h"
 
 namespace zpweb {
 
@@ -109,18 +108,12 @@ Parts::Keys Parts::sitesOf(const ConfigurationFile& file, size_t from, size_t to
 
 Parts::Keys Parts::namesOf(const ConfigurationFile& file) {
     Keys keys;
-    const auto take = [&](const Statement& statement) {
-        for (const Word& word : statement.words()) {
-            const std::string value = word.value();
-            const bool wild = value.find_first_of("*?[\\") != std::string::npos;
-            keys.push_back(keyOf(wild ? Wildcard : hostOf(value)));
-        }
-    };
     for (const Block& block : file.blocks()) {
-        for (const Statement& statement : Statements(block.stopped ? std::string_view() : block.text)) {
-            if (statement.is("ServerName") || statement.is("ServerAlias")) {
-                take(statement);
-            }
+        std::vector<std::string> names = block.stopped ? std::vector<std::string>() : aliasesOf(block);
+        names.emplace_back(block.stopped ? "" : block.name);
+        for (const std::string& name : names) {
+            const bool wild = name.find_first_of("*?[\\") != std::string::npos;
+            keys.push_back(keyOf(wild ? Wildcard : name));
         }
     }
     std::sort(keys.begin(), keys.end());

@@ -4,24 +4,18 @@
 
 #include <algorithm>
 
-#include "conf/Text.h"
 #include "input/HostName.h"
-#include "text/Statements.h"
 
 namespace zpweb {
 
 namespace {
 
-bool carries(const Statement& statement, const std::string& name) {
-    const bool alias = statement.is("ServerAlias");
-    if (!alias && !statement.is("ServerName")) {
-        return false;
-    }
-    const auto words = statement.words();
-    return std::any_of(words.begin(), words.end(), [&](const Word& word) {
-        const std::string value = word.value();
-        const std::string carried(alias ? value : hostOf(value));
-        return ::fnmatch(carried.c_str(), name.c_str(), FNM_CASEFOLD) == 0;
+// By its name, an alias or a wildcard. Of several names of a block the last one counts.
+bool carries(const Block& block, const std::string& name) {
+    std::vector<std::string> carried = aliasesOf(block);
+    carried.emplace_back(block.name);
+    return std::any_of(carried.begin(), carried.end(), [&](const std::string& each) {
+        return ::fnmatch(each.c_str(), name.c_str(), FNM_CASEFOLD) == 0;
     });
 }
 
@@ -35,10 +29,7 @@ std::string holderOf(const Configuration& configuration, std::string_view name, 
             if (block.stopped || (!except.empty() && isExcepted(block.name))) {
                 continue;
             }
-            const Statements statements(block);
-            if (std::any_of(statements.begin(), statements.end(), [&](const Statement& each) {
-                    return each.scope == 0 && carries(each, wanted);
-                })) {
+            if (carries(block, wanted)) {
                 return Place{file, &block}.text();
             }
         }

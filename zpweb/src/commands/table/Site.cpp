@@ -95,11 +95,12 @@ Expected<Site> siteAt(const Configuration& configuration, const std::string& pla
 }
 
 Outcome onlyServerKnows(const Place& place) {
-    return failure(Status::Refused,
-                   place.text() +
-                       ": which name the block has depends on a condition within it, and "
-                       "only the server can tell whether that is met: it has to be there, "
-                       "with a configuration that it takes, and --no-check must not be given");
+    return failure(
+        Status::Refused,
+        place.text() +
+            ": which name the block has depends on a condition within it, and only the server can "
+            "tell; its word is missing with --no-check, while it refuses its configuration, or "
+            "where the same condition is met in one place and not in another");
 }
 
 // A block that may have the name, for all that the text can tell.
