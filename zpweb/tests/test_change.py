@@ -472,6 +472,13 @@ def test_where_no_exchange_of_names_is_offered_an_edit_meanwhile_is_seen_all_the
     assert "# theirs" in site.text() and "true.example false.example" in site.text() and not site.strays()
 
 
+def test_a_file_that_somebody_makes_meanwhile_is_taken_along(site):
+    users = heeded(site) / ".htpasswd"
+    words = [ZPFAULT, "meanwhile", "renameat2:2", ZPWEB, "--conf", site.conf, "protect", "add", users.parent, "joe"]
+    done = subprocess.run(words, input="two\n", capture_output=True, text=True, env={**os.environ, "ZPFAULT_RUN": f"echo eve:x >{users}"})
+    assert done.returncode == 0 and [line.split(":")[0] for line in users.read_text().splitlines()] == ["eve", "joe"], done
+
+
 def test_what_could_not_be_put_back_is_not_tried_again(site):
     """Somebody edits the second file of a change, and the kept text of the first is damaged meanwhile."""
     page = heeded(site)
