@@ -115,9 +115,7 @@ TEST(ReadFault, IsToldAndEndsTheReading) {
     EXPECT_TRUE(reader.isOpen() && !reader.read(line) && reader.failed());
     EXPECT_NE(told, "");
     const zp::host::Descriptor file(::open(Unreadable, O_RDONLY | O_CLOEXEC));
-    ::alarm(10);
     EXPECT_EQ(zp::host::readAll(file.number()), std::nullopt);
-    ::alarm(0);
 }
 
 // A part of another account's name makes no unknown account one that could not be looked up.
