@@ -77,6 +77,7 @@ def test_a_closed_directory_is_closed_or_the_command_refused(server, words, stat
     (f"vdir create shadowed.example {PAGES}/shadowed.example --deny all", "lets everybody into"),
     ("user add plain.example joe", "passwords that are no hashes"),
     ("suphp on both.example", "several blocks"),
+    (f"folder add lower.example {PAGES}/lower.example --line 'AllowOverride All'", "comes later and counts"),
     (f"folder add shadowed.example {PAGES}/shadowed.example --line Require\\ all\\ denied", "lets everybody into"),
     ("site suspend plain.example --message", "without --message"),
     ("site set proxied.example --redirect=/gone=https://plain.example/", "redirect set"),
@@ -222,6 +223,8 @@ def test_a_module_is_loaded_as_the_distribution_does(server):
 def test_a_line_lands_within_the_block(server):
     (PAGES / "plain.example/start.html").write_text("start")
     server.do("site", "set", "lower.example", "--index", "start.html")
+    server.do("folder", "add", "lower.example", PAGES / "lower.example", "--line=Options -Indexes")
+    server.do("folder", "add", "lower.example", PAGES / "lower.example", "--line=Options +Includes")
     assert server.serving() == server.all_served() - {"lower.example"}
 
 

@@ -56,6 +56,54 @@ bool holdsLine(const Reading& reading, const std::vector<uint32_t>& sections, st
     return false;
 }
 
+// Of several sections for a directory the last one that has such a directive counts.
+bool isOverruling(std::string_view name) {
+    static constexpr std::string_view names[] = {"Options",  "AllowOverride", "AuthType",
+                                                 "AuthName", "AuthUserFile",  "SetHandler",
+                                                 "Satisfy",  "DirectoryIndex"};
+    return lowerCase(name).starts_with("require") ||
+           std::any_of(std::begin(names), std::end(names),
+                       [name](std::string_view each) { return zp::conf::equalIgnoringCase(each, name); });
+}
+
+bool isOfKind(const Directive& directive, std::string_view name) {
+    const bool require = lowerCase(name).starts_with("require");
+    return require ? lowerCase(directive.name).starts_with("require") : directive.is(name);
+}
+
+// "+Indexes -Includes" leaves other options as they are.
+bool leavesOptions(const Directive& later, std::string_view asked) {
+    const std::vector<std::string> words = argumentsIn(later.arguments);
+    const std::vector<std::string> all = argumentsIn(asked);
+    const auto isAsked = [&all](std::string_view option) {
+        return std::any_of(all.begin(), all.end(), [option](const std::string& each) {
+            return zp::conf::equalIgnoringCase(
+                option,
+                std::string_view(each).substr(each.starts_with('+') || each.starts_with('-') ? 1 : 0));
+        });
+    };
+    return later.is("Options") && std::all_of(words.begin(), words.end(), [&](const std::string& word) {
+               return (word.starts_with('+') || word.starts_with('-')) &&
+                      !isAsked(std::string_view(word).substr(1));
+           });
+}
+
+// What a later one of the sections says against the line of an earlier one; null when nothing does.
+const Directive* overrulerOf(const Reading& reading, const std::vector<uint32_t>& sections,
+                             std::string_view line) {
+    const auto [name, arguments] = parted(line);
+    const Directive* overruler = nullptr;
+    for (const uint32_t section : isOverruling(name) ? sections : std::vector<uint32_t>()) {
+        const auto& all = reading.directives();
+        for (uint32_t i = section + 1; i < all[section].end; i = all[i].end) {
+            const bool overrules = isOfKind(all[i], name) && !leavesOptions(all[i], arguments);
+            overruler = overrules ? &all[i] : overruler;
+        }
+        overruler = holdsLine(reading, {section}, line) ? nullptr : overruler;
+    }
+    return overruler;
+}
+
 }  // namespace
 
 std::vector<uint32_t> sectionsOf(const Reading& reading, const BlocksOf& blocks) {
@@ -147,6 +195,11 @@ Postcondition directoryHas(const BlocksOf& blocks, const std::string& directory,
                 if (canTell(line) && !holdsLine(staged, own, line)) {
                     return notShown("\"" + line + "\" is not in effect for " + directory + " at " +
                                     place(staged, section));
+                }
+                if (const Directive* other = overrulerOf(staged, own, line)) {
+                    return notShown(quoted(other->name, other->arguments) + " at " +
+                                    staged.originOf(*other).text() + " comes later and counts for " +
+                                    directory + ": change that (folder line, folder set, folder delete)");
                 }
             }
             if (Outcome closed = std::any_of(lines.begin(), lines.end(), keepsOut)
