@@ -41,6 +41,7 @@ TEST(Reading, KnowsWhichBlockAnswers) {
              {"six", "127.0.0.3:8080", "six"},                // [::] is every address
              {"starany", "127.0.0.3:8080", "unnamed"},        // a port goes before every port
              {"starany", "127.0.0.3:9", "starany"},
+             {"mac.example", "127.0.0.1:8083", "locany"},  // and an address before a port
              {"star80", "127.0.0.1:8082", "locany"},
              {"star80", "[::1]:8080", "sixone"},
          }) {
@@ -107,6 +108,11 @@ TEST(Judge, SeesWhatNobodyAskedFor) {
               "  ServerAlias l*\n",
               {.everything = true},
               "late on *:8080: from late at"},
+             {"  ServerAlias *.wild a?c\n",
+              "  ServerAlias a?c\n",
+              {.everything = true},
+              "*.wild on *:8080"},
+             {"#  75:\nDirectoryIndex a\n", "", late, "(DirectoryIndex a)"},
              {"*:8083                 is",
               "127.0.0.9:8083         is",
               {.everything = true},
@@ -137,6 +143,7 @@ TEST(Postconditions, SeeWhatLetsOthersIn) {
              {"", "    AuthMerging Or\n", "", false},
              {"", "", "Location /", false},
              {"", "", "Location /in", false},
+             {"", "", "Location /i", true},
              {"", "", "Location /in/open", true},
              {"", "", "LocationMatch ^/i", false},
              {"", "", "LocationMatch ^/o", true},
