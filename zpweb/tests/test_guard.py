@@ -100,12 +100,12 @@ def test_a_damaged_checkpoint_is_not_put_back(site):
 
 
 def test_control_characters_of_a_name_are_shown_escaped(site):
-    near = re.sub(r"(?m)^(.*CustomLog .*shop.example.*)$", "# \x1b[2J\u202e\n\\1", site.text())
-    site.conf.write_text(near + f"<VirtualHost 127.0.0.1:{site.port}>\nServerName a\x1b[2Jb.example\nDocumentRoot /x\x07\x7f\u202e\n</VirtualHost>\n")
+    near = re.sub(r"(?m)^(.*CustomLog .*shop.example.*)$", "# \x1b[2J\u202e\u009b\n\\1", site.text())
+    site.conf.write_text(near + f"<VirtualHost 127.0.0.1:{site.port}>\nServerName a\x1b[2Jb.example\nDocumentRoot /x\x07\x7f\u202e\u009b2J\n</VirtualHost>\n")
     for words in (["site", "list"], ["site", "show", "a\x1b[2Jb.example"], ["doctor"], ["host", "add", "shop.example", "c.example", "--diff"],
                   ["site", "status", "a\x1b[2Jb.example"]):
         answer = site.run(*words, *(FAST if words[0] == "host" else ()))
-        assert not re.search(r"[\x00-\x08\x0b-\x1f\x7f\u202e]", answer.out + answer.err), (words, answer)
+        assert not re.search(r"[\x00-\x08\x0b-\x1f\x7f-\x9f\u202e]", answer.out + answer.err), (words, answer)
         assert words[-1] != "--diff" or "[2J" in answer.out + answer.err
 
 
@@ -266,6 +266,10 @@ def test_modes_do_not_follow_the_umask(site):
 
     usual = made("a.example", 0o022)
     assert len(usual) > 8 and made("b.example", 0o777) == usual == made("c.example", 0)
+    shutil.rmtree(site.root / ".zpweb")
+    site.do("host", "add", "a.example", "d.example", "--no-reload", umask=0)
+    ours = [path for path in [site.root / ".zpweb", *(site.root / ".zpweb").rglob("*")] if not re.fullmatch(r"\d", path.name)]  # a kept file is the old one itself
+    assert len(ours) > 5 and [path for path in ours if path.stat().st_mode & 0o077] == []
 
 
 def test_the_control_script_is_not_asked_for_its_version(site):

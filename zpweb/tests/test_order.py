@@ -72,6 +72,7 @@ def test_nothing_counts_that_is_not_on_the_disk(three_files):
             put += [at] if re.search(r"/stage/|/\.zpweb-", path) else []
     assert len(put) >= 3
     gone = max(at for at, (name, path) in enumerate(calls) if name.startswith("unlink") and path.endswith("/journal"))
+    assert any(path.endswith("/audit.log") for at, path in synced if at < gone)
     before = [path for at, path in synced if at < put[0]]
     assert any(path.endswith("/journal.new") for path in before)
     assert {"change", "checkpoints"} <= {Path(path).name for path in before}, before
