@@ -99,6 +99,17 @@ def test_a_damaged_checkpoint_is_not_put_back(site):
     assert answer.status == 1 and site.text() == text, answer
 
 
+def test_an_undo_takes_back_what_is_of_its_configuration_and_once(site):
+    other = shutil.copy(site.conf, site.root / "www/../other.conf")
+    made = site.do("host", "add", "shop.example", "c.example", *FAST, "--json").json
+    text = site.text()
+    for number in ([], [made["checkpoint"]]):
+        answer = site.run("undo", *number, "--conf", other, *FAST, conf=False)
+        assert answer.status == 6 and site.text() == text, answer
+    assert made["judged"] is False and "written, not judged" in site.do("undo", made["checkpoint"], *FAST).err
+    assert site.run("undo", made["checkpoint"], *FAST).status == 1
+
+
 def test_control_characters_of_a_name_are_shown_escaped(site):
     near = re.sub(r"(?m)^(.*CustomLog .*shop.example.*)$", "# \x1b[2J\u202e\u009b\n\\1", site.text())
     site.conf.write_text(near + f"<VirtualHost 127.0.0.1:{site.port}>\nServerName a\x1b[2Jb.example\nDocumentRoot /x\x07\x7f\u202e\u009b2J\n</VirtualHost>\n")

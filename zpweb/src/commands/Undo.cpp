@@ -177,6 +177,10 @@ Expected<std::vector<Checkpoint>> wanted(const State& state, std::vector<Checkpo
                                          std::optional<int> number, const std::string& label) {
     if (number) {
         auto checkpoint = Checkpoint::read(state.checkpoint(*number));
+        if (checkpoint && !checkpoint->change.isFor(state.configuration)) {
+            return failure(Status::NotFound, "checkpoint " + std::to_string(*number) + ": it is of " +
+                                                 checkpoint->change.configuration);
+        }
         if (checkpoint && checkpoint->undone) {
             return failure("checkpoint " + std::to_string(*number) + " is undone already");
         }
