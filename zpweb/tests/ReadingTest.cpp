@@ -3,6 +3,7 @@
 
 #include "server/DirectoryRules.h"
 #include "server/Judge.h"
+#include "server/Postconditions.h"
 #include "sys/File.h"
 
 namespace zpweb {
@@ -125,6 +126,23 @@ TEST(Judge, SeesWhatNobodyAskedFor) {
         EXPECT_EQ(judgement.outcome.ok(), *each.says == '\0') << each.changed << judgement.outcome.message;
         EXPECT_NE(judgement.outcome.message.find(each.says), std::string::npos)
             << judgement.outcome.message;
+    }
+}
+
+// The first redirection is the one that answers; a port is the one that is asked about and no longer one.
+TEST(Postconditions, SeeWhatASuspendedSiteAnswers) {
+    const std::pair<const char*, bool> table[] = {{"  Redirect 503 /\n", true},
+                                                  {"  Redirect 301 / http://b/\n  Redirect 503 /\n", false},
+                                                  {"  Redirect 503 /x\n", false},
+                                                  {"", false}};
+    for (const auto& [lines, holds] : table) {
+        const Reading reading = Reading::parse(
+            "VirtualHost configuration:\n*:80  a (/a.conf:9)\n*:8080  a (/a.conf:12)\n# In file: /a.conf\n"
+            "#   9:\n<VirtualHost *:80>\n  ServerName a\n" +
+            std::string(lines) +
+            "</VirtualHost>\n#  12:\n<VirtualHost *:8080>\n  ServerName a\n</VirtualHost>\n");
+        EXPECT_EQ(isSuspended({"a", "80"})(reading).ok(), holds) << lines;
+        EXPECT_FALSE(isSuspended({"a"})(reading).ok()) << lines;
     }
 }
 

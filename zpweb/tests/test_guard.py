@@ -371,10 +371,10 @@ def test_each_change_that_waits_is_confirmed_by_its_label(site):
         site.do("host", "add", "shop.example", f"{name}.example", "--confirm-within", "1h", "--label", name, *FAST)
     waiting = lambda: {row["label"] for row in site.do("history", "--json").json["changes"] if "confirm_by" in row}
     assert waiting() == {"a", "b"}
-    site.do("confirm", "--label", "a")
-    assert waiting() == {"b"} and site.run("confirm", "--label", "a").status == 6
+    site.do("confirm", "--label", "b")
+    assert waiting() == {"a"} and site.run("confirm", "--label", "b").status == 6
     site.do("confirm")
-    assert waiting() == set()
+    assert waiting() == set() and site.do("history", "--json").json["changes"][-1]["command"][-1] == "confirm"
 
 
 def test_a_second_suspension_changes_the_page_alone(site):

@@ -163,6 +163,9 @@ def test_what_is_mounted_below_a_home_is_neither_removed_nor_given_away(site):
     (shared / "file").write_text("everybody's")
     (html / "q/file").touch()
     subprocess.run(["mount", "--bind", shared, html / "q/bound here"], check=True)
+    beside = site.sites / "shop.example.old"  # is not below it
+    beside.mkdir()
+    subprocess.run(["mount", "--bind", shared, beside], check=True)
     try:
         site.do("vdir", "create", "shop.example", html / "q", "--take-over", "--no-check", "--no-reload")
         assert (html / "q/file").stat().st_uid != 0 and [path.stat().st_uid for path in (shared, shared / "file")] == [0, 0]
@@ -170,8 +173,11 @@ def test_what_is_mounted_below_a_home_is_neither_removed_nor_given_away(site):
         answer = site.run("site", "delete", "shop.example", "--remove-folders", "--no-check", "--no-reload")
         assert answer.status == 1 and "bound here: something is mounted" in answer.err and (html / "q/file").exists(), answer
         assert site.text() == before and (shared / "file").exists()
-    finally:
         subprocess.run(["umount", "-l", html / "q/bound here"], check=True)
+        site.do("site", "delete", "shop.example", "--remove-folders", "--no-check", "--no-reload")
+    finally:
+        subprocess.run(["umount", "-l", html / "q/bound here"], stderr=subprocess.DEVNULL)
+        subprocess.run(["umount", "-l", beside], check=True)
 
 
 def test_a_policy_tells_of_logs_that_root_could_be_led_away_from(site):

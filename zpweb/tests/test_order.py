@@ -75,7 +75,7 @@ def test_nothing_counts_that_is_not_on_the_disk(three_files):
     assert any(path.endswith("/audit.log") for at, path in synced if at < gone)
     before = [path for at, path in synced if at < put[0]]
     assert any(path.endswith("/journal.new") for path in before)
-    assert {"change", "checkpoints"} <= {Path(path).name for path in before}, before
+    assert {"change", "checkpoints", "lock"} <= {Path(path).name for path in before}, before
     assert {str(site.root), "/etc/webusers", str(site.root / "www")} <= {path for at, path in synced if put[0] < at < gone}
 
 

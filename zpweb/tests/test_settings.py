@@ -432,8 +432,19 @@ def test_access_is_in_effect_by_address(server, words, answers):
     assert without_modules(server.files()) == without_modules(before)
 
 
+def test_the_longer_path_counts_whichever_was_set_first(server):
+    before = server.files()
+    for paths in (["/admin/open", "/admin"], ["/admin", "/admin/open"]):
+        for path in paths:
+            server.do("access", "set", SITE, path, *(["--allow", "127.0.0.0/8"] if path.endswith("open") else ["--deny", "all"]))
+        assert [ask(SITE, path, "http")[0] for path in ("/admin/x", "/admin/open/x")] == [403, 404]
+        for path in paths:
+            server.do("access", "off", SITE, path)
+    assert without_modules(server.files()) == without_modules(before)
+
+
 @pytest.mark.parametrize("content, status, told", [
-    ("joe:secret\n", 1, "it is no hash"), ("ann:$2y$05$x\n", 6, "not in /etc/users"), ("", 6, "not in /etc/users"), (None, 6, "users")])
+    ("joe:secret\n", 1, "it is no hash"), ("joe:$apr1$x$cut\n", 1, "it is no hash"), ("ann:$2y$05$x\n", 6, "not in /etc/users"), ("", 6, "not in /etc/users"), (None, 6, "users")])
 def test_users_that_cannot_log_in_are_refused(server, content, status, told):
     Path("/etc/users").unlink(missing_ok=True)
     if content is not None:
