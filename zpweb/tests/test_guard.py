@@ -171,6 +171,23 @@ def test_a_lock_that_cannot_be_had_is_not_waited_for(site):
     assert answer.returncode == 1 and "locked" in answer.stderr and time.monotonic() - begun < 5, answer
 
 
+def test_a_lock_file_that_was_made_anew_is_waited_for_too(site):
+    """Its last user removes it while another run waits: that has locked what is no lock any more."""
+    site.do("site", "stop", "shop.example", *FAST)
+    path, before = site.root / ".zpweb/lock", site.text()
+    with path.open() as first:
+        fcntl.flock(first, fcntl.LOCK_EX)
+        run = subprocess.Popen([ZPWEB, "--conf", site.conf, "--verbose", "site", "start", "shop.example", *FAST], stderr=subprocess.DEVNULL)
+        await_true(lambda: run.pid in [int(line.split()[5]) for line in Path("/proc/locks").read_text().splitlines() if "->" in line])
+        path.unlink()
+        second = path.open("w")
+        fcntl.flock(second, fcntl.LOCK_EX)
+    time.sleep(0.3)
+    assert run.poll() is None and site.text() == before
+    second.close()
+    assert run.wait(20) == 0 and site.text() != before
+
+
 def test_a_rotation_under_load_loses_no_line(live):
     """Three rotations within the hour, while requests are answered: every request has its line, in the log or an archive."""
     log = live.sites / "shop.example/log/httpd/access_log"

@@ -185,6 +185,10 @@ def test_a_policy_tells_of_logs_that_root_could_be_led_away_from(site):
     assert "exchange" not in site.do("log", "policy", "shop.example", "--no-check", "--no-reload").err, "the owner's account does it"
     os.chown(site.sites / "shop.example/log/httpd", 0, 0)
     assert f"can exchange {site.sites}/shop.example/log," in site.do("log", "policy", "shop.example", "--no-check", "--no-reload").err
+    for folder in ("log", ""):
+        os.chown(site.sites / "shop.example" / folder, 0, 0)
+    os.chmod(site.sites / "shop.example/log", 0o775)  # a group can
+    assert f"can exchange {site.sites}/shop.example/log," in site.do("log", "policy", "shop.example", "--monthly", "--no-check", "--no-reload").err
     site.conf.write_text(re.sub("(?m)(ErrorLog|CustomLog) .*shop.*", f"CustomLog {log} combined", site.text()))
     assert "exchange" not in site.do("log", "policy", "shop.example", "--weekly", "--no-check", "--no-reload").err
 
