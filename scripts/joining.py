@@ -1,63 +1,95 @@
 #!/usr/bin/python3
-"""Which sources can be joined to one, at most ten: those of one kind that do not get into each other's way.
+"""Which sources can be joined to one: those of one kind that do not get into each other's way.
 
     scripts/joining.py SOURCE...        prints each with the number of its group, "SOURCE;NUMBER"
 
-Most of a compiler's time goes into headers, which it reads anew for each source. Lint and the build of
-scripts/check read them once for a group.
+Most of a compiler's time goes into headers, which it reads anew for each source. Lint and the build read them once for
+a group.
 """
 import functools
 import pathlib
 import re
 import sys
 
-MOST = 10
+MOST = 20
 ROOT = pathlib.Path(__file__).resolve().parent.parent
+TYPE_OR_CONSTANT = r"(?:class|struct|enum|enum class|using|inline constexpr [\w:]+) (\w+)\b(?= [{:=]|;)"
+FUNCTION = r"[\w\[][^(]*?\b(\w+)\("
+DECLARATION = re.compile(f"{TYPE_OR_CONSTANT}|{FUNCTION}")
 
 
-def local_names(text):
-    """What a source defines for itself: names at the beginning of lines in its unnamed namespaces."""
+def own_names(source, text):
+    """What a source defines for itself, at the beginning of lines in its unnamed namespaces, each with the namespace around
+    it, and what it is: two that only give the same other name to something do not get into each other's way."""
+    around = re.search(r"^namespace ([\w:]+) \{$", text, re.M)
     bodies = re.findall(r"^namespace \{$(.*?)^\}  // namespace$", text, re.M | re.S)
-    return {name for body in bodies for line in body.splitlines() if re.match(r"[\w\[]", line)
-            for name in re.findall(r"(\w+)\s*[({=;\[]", line)[:1]}
+    lines = [line for body in bodies for line in body.splitlines() if re.match(r"[\w\[]", line)]
+    lines += re.findall(r"^namespace \w+ = [\w:]+;$", text, re.M)
+    named = ((re.search(r"(\w+)\s*[({=;\[]", line), line) for line in lines)
+    return {(name[1], around[1] if around else ""): line if re.match("using|namespace", line) else source
+            for name, line in named if name}
+
+
+def hidden(own):
+    """What the names hide or collide with: the same ones in their own namespace and in those around it."""
+    return {(name, "::".join(space.split("::")[:depth])) for name, space in own for depth in range(space.count("::") + 2)}
 
 
 @functools.lru_cache(maxsize=None)
-def names_of_headers(tree):
-    """What the headers of the source's tree define for all: a name of a source's own may hide one of them."""
-    declaration = re.compile(r"^(?:class|struct|enum|enum class|using|inline constexpr [\w:]+) (\w+)\b(?= [{:=]|;)", re.M)
-    return {name for header in tree.rglob("*.h") for name in declaration.findall(header.read_text())}
+def headers_named(name):
+    """The project's headers that an #include line may mean."""
+    return [header for tree in ROOT.iterdir() if tree.name not in ("build", ".git") and tree.is_dir()
+            for header in tree.rglob(pathlib.PurePath(name).name) if header.as_posix().endswith("/" + name)]
 
 
-def aliases(text):
-    return dict(re.findall(r"^namespace (\w+) = ([\w:]+);$", text, re.M))
+def headers_of(path):
+    """All that a source or header includes of the project, at first or second hand."""
+    found, waiting = set(), [path]
+    while waiting:
+        for name in re.findall(r'^#include "([^"]+)"', waiting.pop().read_text(), re.M):
+            new = set(headers_named(name)) - found
+            found |= new
+            waiting += new
+    return found
 
 
-def hides(source, text):
-    tree = ROOT / pathlib.Path(source).resolve().relative_to(ROOT).parts[0] / "src"
-    return bool(local_names(text) & names_of_headers(tree))
+@functools.lru_cache(maxsize=None)
+def declared(header):
+    """What a header defines for all, each with the namespace that it is in."""
+    space, found = [], set()
+    for line in header.read_text().splitlines():
+        if opened := re.match(r"namespace ([\w:]+) \{", line):
+            space.append(opened[1])
+        elif line.startswith("}  // namespace") and space:
+            space.pop()
+        elif name := DECLARATION.match(line):
+            found.add((name[1] or name[2], "::".join(space)))
+    return found
+
+
+def go_together(group, own, seen):
+    """Whether a source's own names mean nothing else in the group, and the group's nothing else in the source."""
+    return (all(group["own"].get(name, meaning) == meaning for name, meaning in own.items()) and
+            not group["seen"] & hidden(own) and not hidden(group["own"]) & seen)
 
 
 def groups(sources, kind=lambda source: ""):
     """Lists of the sources; those of a group are of one kind, as the function tells it."""
-    found, alone = [], []
+    found = []
     for source in sources:
-        text = pathlib.Path(source).read_text()
-        if hides(source, text):
-            alone.append([source])
-            continue
-        names, meant, alike = local_names(text), aliases(text), kind(source)
+        path = pathlib.Path(source).resolve()
+        own, alike = own_names(source, path.read_text()), kind(source)
+        seen = set().union(*map(declared, headers_of(path)))
         for group in found:
-            if (group["alike"] == alike and len(group["sources"]) < MOST and not group["names"] & names and
-                    all(group["meant"].get(name, what) == what for name, what in meant.items())):
+            if group["alike"] == alike and len(group["sources"]) < MOST and go_together(group, own, seen):
                 break
         else:
-            group = {"alike": alike, "names": set(), "meant": {}, "sources": []}
+            group = {"alike": alike, "own": {}, "seen": set(), "sources": []}
             found.append(group)
         group["sources"].append(source)
-        group["names"] |= names
-        group["meant"].update(meant)
-    return [group["sources"] for group in found] + alone
+        group["own"].update(own)
+        group["seen"] |= seen
+    return [group["sources"] for group in found]
 
 
 if __name__ == "__main__":
