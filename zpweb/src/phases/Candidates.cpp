@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include "host/Mount.h"
+#include "sys/Attributes.h"
 #include "sys/File.h"
 #include "sys/GuardedDirectory.h"
 #include "sys/OwnersFile.h"

@@ -5,59 +5,14 @@
 
 #include "conf/Text.h"
 #include "input/HostName.h"
+#include "server/Cuts.h"
 
 namespace zpweb {
 
 namespace {
 
 constexpr size_t LongFile = size_t{128} * 1024;
-constexpr size_t PartSize = size_t{8} * 1024;
 constexpr std::string_view Wildcard = "*";
-
-bool beginsBlank(std::string_view text) { return text.starts_with('\n') || text.starts_with("\r\n"); }
-
-// Where the text can be cut: the offsets behind closed blocks that stand in no section, at least one part's
-// size from each other, and never between two blocks of one site. Where blank lines stand between blocks,
-// only before one: a deletion takes one of them along, and sees no further than its part.
-std::vector<size_t> cutsOf(const ConfigurationFile& file) {
-    const std::string& text = file.content().text();
-    const std::vector<Block>& blocks = file.blocks();
-    const auto endOf = [&](const Block& block) {
-        return static_cast<size_t>(block.text.data() + block.text.size() - text.data());
-    };
-    const auto isSpaced = [&](const Block& block) {
-        return beginsBlank(std::string_view(text).substr(endOf(block)));
-    };
-    const bool spaced = std::any_of(blocks.begin(), blocks.end(), isSpaced);
-    std::vector<size_t> cuts;
-    size_t from = 0;
-    for (size_t i = 0; i + 1 < blocks.size(); ++i) {
-        const Block& block = blocks[i];
-        const Block& next = blocks[i + 1];
-        const size_t end = endOf(block);
-        const bool free = block.closed && !block.stopped && !block.conditional &&
-                          next.text.data() >= text.data() + end && text[end - 1] == '\n';
-        if (free && (!spaced || isSpaced(block)) && end - from >= PartSize &&
-            !zp::conf::equalIgnoringCase(block.name, next.name)) {
-            cuts.push_back(end);
-            from = end;
-        }
-    }
-    return cuts;
-}
-
-// The text, cut there.
-std::vector<Content> piecesOf(const Content& content, const std::vector<size_t>& cuts) {
-    const std::string_view text = content.text();
-    std::vector<Content> pieces;
-    size_t from = 0;
-    for (const size_t cut : cuts) {
-        pieces.push_back(content.sliced(text.substr(from, cut - from)));
-        from = cut;
-    }
-    pieces.push_back(content.sliced(text.substr(from)));
-    return pieces;
-}
 
 bool announces(std::string_view line) {
     return zp::conf::beginsIgnoringCase(zp::conf::skipSpace(line), "NameVirtualHost");

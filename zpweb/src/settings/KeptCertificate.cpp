@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "settings/CertificateChain.h"
+#include "sys/Attributes.h"
 #include "sys/File.h"
 #include "sys/GuardedDirectory.h"
 #include "sys/Hash.h"

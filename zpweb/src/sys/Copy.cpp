@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "sys/Attributes.h"
 #include "sys/File.h"
 
 namespace zpweb {

@@ -48,12 +48,6 @@ inline Outcome writeNewFile(const std::string& path, std::string_view text, mode
 Outcome replaceFile(const std::string& path, std::string_view text, mode_t mode);
 // A line that a write was cut off in gets its end first.
 Outcome appendLine(const std::string& path, std::string_view line, mode_t mode);
-// Gives an open file the owner, mode, ACL and extended attributes of another.
-Outcome takeOverAttributes(const std::string& from, const Descriptor& to);
-// The same of open files.
-enum class ModeBits { All, WithoutSetId };
-Outcome takeOverAttributes(const Descriptor& from, const Descriptor& to, const std::string& path,
-                           ModeBits bits);
 Outcome sync(const std::string& path);                          // a file or a directory
 Outcome sync(const Descriptor& file, const std::string& path);  // of what is open
 

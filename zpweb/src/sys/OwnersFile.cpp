@@ -5,6 +5,7 @@
 
 #include <cerrno>
 
+#include "sys/Attributes.h"
 #include "sys/File.h"
 #include "sys/GuardedDirectory.h"
 
