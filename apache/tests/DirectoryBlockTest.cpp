@@ -26,8 +26,8 @@ FileOperation erase(const std::string& path = Folder) {
 }
 
 // Blocks outside the site, before and behind it, carry the same directory.
-const std::string Site = collected("samples/directory-blocks.conf");
-const std::string Packed = withoutEmptyLines(Site);
+const std::string Blocks = collected("samples/directory-blocks.conf");
+const std::string Packed = withoutEmptyLines(Blocks);
 const std::string Bare = with(Packed, "\"/srv/example.com\"", "/srv/example.com");
 const std::string OpenQuote = with(Packed, "\"/srv/example.com\"", "\"/srv/example.com");
 const std::string Pattern = with(Packed, "<Directory \"/srv/example.com\"", "<DirectoryMatch \"/srv\"");
@@ -37,7 +37,7 @@ const std::string Endless =
 
 const FileCase cases[] = {
     // A later block may refine an earlier one, so that the place counts.
-    {"AddWritesBeforeTheFirstBlockOfTheSite", Site, add({"Options +ExecCGI", "AllowOverride none"}),
+    {"AddWritesBeforeTheFirstBlockOfTheSite", Blocks, add({"Options +ExecCGI", "AllowOverride none"}),
      R"(0, .zpbackup.rt
 3,17-
 11+	<Directory "/srv/new">
@@ -53,7 +53,7 @@ const FileCase cases[] = {
      "<VirtualHost *>\nServerName example.com\n</VirtualHost>\n<Directory \"/\">\n", add({}),
      "4, .zpbackup.rt"},
     // Neither tag changes, and no other directory does.
-    {"RefillReplacesWhatIsInside", Site, refill({"Options All", "AllowOverride none"}), R"(0, .zpbackup.rt
+    {"RefillReplacesWhatIsInside", Blocks, refill({"Options All", "AllowOverride none"}), R"(0, .zpbackup.rt
 3,17-
 16-		Options None
 18-		# kept as long as the block
@@ -62,14 +62,14 @@ const FileCase cases[] = {
 16+		AllowOverride none
 17+	</Directory>)"},
     // A block may be emptied.
-    {"RefillWithNothing", Site, refill({}), R"(0, .zpbackup.rt
+    {"RefillWithNothing", Blocks, refill({}), R"(0, .zpbackup.rt
 3,17-
 16-		Options None
 18-		# kept as long as the block
 19-   </DIRECTORY x
 15+	</Directory>)"},
     // An unknown directory is reported, and no file is written.
-    {"RefillOfAnUnknownFolder", Site, refill({}, "/srv/absent"), "4, .zpbackup.rt"},
+    {"RefillOfAnUnknownFolder", Blocks, refill({}, "/srv/absent"), "4, .zpbackup.rt"},
     // An unquoted block ends the search: a known limit.
     {"RefillWantsQuotesInEveryBlockBefore", Bare, refill({}), "3, .zpbackup.rt"},
     // And so does one with a quote missing.
@@ -77,7 +77,7 @@ const FileCase cases[] = {
     // And so does a tag that only begins alike.
     {"RefillTakesALongerTagForOneWithoutQuotes", Pattern, refill({}), "3, .zpbackup.rt"},
     // What is inside moves along unchanged.
-    {"MoveChangesTheOpeningLine", Site, move(Folder), R"(0, .zpbackup.rt
+    {"MoveChangesTheOpeningLine", Blocks, move(Folder), R"(0, .zpbackup.rt
 3,17-
 15-  <directory  "/SRV/example.com/www" >
 14+	<Directory "/srv/new">)"},
@@ -90,14 +90,14 @@ const FileCase cases[] = {
     // Half a quote is no path.
     {"MoveWantsBothQuotes", OpenQuote, move(Folder), "3, .zpbackup.rt"},
     // One call takes one block.
-    {"DeleteDropsTheFirstBlockOfTheFolder", Site, erase(), R"(0, .zpbackup.rt
+    {"DeleteDropsTheFirstBlockOfTheFolder", Blocks, erase(), R"(0, .zpbackup.rt
 3,17-
 15-  <directory  "/SRV/example.com/www" >
 16-		Options None
 18-		# kept as long as the block
 19-   </DIRECTORY x)"},
     // Nothing is written where nothing is found.
-    {"DeleteOfAnUnknownFolder", Site, erase("/srv/absent"), "4, .zpbackup.rt"},
+    {"DeleteOfAnUnknownFolder", Blocks, erase("/srv/absent"), "4, .zpbackup.rt"},
     // The same limit as for a refill.
     {"DeleteWantsQuotesInEveryBlockBefore", Bare, erase(), "3, .zpbackup.rt"},
     // The same again.

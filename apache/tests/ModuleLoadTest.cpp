@@ -11,7 +11,7 @@ namespace {
 
 int addPhp(const std::string& file) { return ApacheHelper().Apache_addModule(file, "php5"); }
 
-const std::string Site = "<VirtualHost *>\n</VirtualHost>\n";
+const std::string AnySite = "<VirtualHost *>\n</VirtualHost>\n";
 const std::string InSite = "<VirtualHost *>\n\tLoadModule a_module mods/a.so\n</VirtualHost>\n\n";
 const std::string AtTop = "# LoadModule b_module b.so\n  loadmodule c_module \"libs/c.so\"\nLoadModule\n";
 const std::string UsrLib = "LoadModule a_module /usr/lib/apache2/modules/a.so\n";
@@ -35,7 +35,7 @@ const FileCase cases[] = {
 > LoadModule found
 1+LoadModule php5_module /usr/lib/apache2/modules/mod_php5.so)"},
     // Sites may use what the module brings.
-    {"ElseBeforeTheFirstSite", "Listen 80\n\n" + Site + Site, addPhp, R"(0, .zpbackup.rt
+    {"ElseBeforeTheFirstSite", "Listen 80\n\n" + AnySite + AnySite, addPhp, R"(0, .zpbackup.rt
 > entry=LoadModule php5_module /usr/lib/apache2/modules/mod_php5.so
 > VirtualHost found
 2-
@@ -76,8 +76,8 @@ TEST(ModuleFile, IsLookedForInTheModulesFolder) {
         {"# any line\n", "rewrite", true},
         {"# any line\n", "absent", false},
         {"", "rewrite", false},
-        {"\n" + Site, "rewrite", false},
-        {Site + "Listen 80\n", "rewrite", true},
+        {"\n" + AnySite, "rewrite", false},
+        {AnySite + "Listen 80\n", "rewrite", true},
         {inBlock + "Listen 80\n", "rewrite", false},
         {"LoadModule a_module " + scratch("modules/a.so") + "\n", "rewrite", false},
         {"LoadModule a_module " + scratch("modules/a.so") + "\n", "own", true}};
