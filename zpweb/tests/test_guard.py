@@ -144,7 +144,7 @@ def test_the_completion_runs_nothing_of_what_an_owner_wrote(site):
 @pytest.mark.parametrize("password", ["s3cret", "it's s3cret", "$(s3cret)", 's3cret"\\x'])
 def test_no_password_is_shown_whatever_the_shell_makes_of_it(site, password):
     html = site.sites / "shop.example/www/html"
-    for words in (["user", "add", "shop.example", "joe"], ["protect", "add", html, "joe"]):
+    for words in (["user", "add", "shop.example", "joe"], ["protect", "add", html, "joe"], ["protect", "edit", html, "joe"]):
         answer = site.run(*words, "--verbose", "--diff", *FAST, input=password + "\n")
         assert "s3cret" not in answer.out + answer.err and answer.status == 0, answer
 
@@ -186,6 +186,52 @@ def test_a_lock_file_that_was_made_anew_is_waited_for_too(site):
     assert run.poll() is None and site.text() == before
     second.close()
     assert run.wait(20) == 0 and site.text() != before
+
+
+def test_no_password_is_handed_to_another_run(site):
+    """Both wait for the lock: one leaves its request with its conditions, the other waits alone."""
+    with (site.root / ".zpweb/lock").open() as lock:
+        fcntl.flock(lock, fcntl.LOCK_EX)
+        words = (["user", "add", "shop.example", "joe"], ["host", "add", "shop.example", "c.example"])
+        runs = [subprocess.Popen([ZPWEB, "--conf", site.conf, *each, *FAST], stdin=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True) for each in words]
+        [(run.stdin.write("s3cret\n"), run.stdin.close()) for run in runs]
+        waiting = lambda: {int(line.split()[5]) for line in Path("/proc/locks").read_text().splitlines() if "->" in line}
+        await_true(lambda: {run.pid for run in runs} <= waiting())
+        (request,) = (site.root / ".zpweb/requests").iterdir()
+        assert "s3cret" not in request.read_text() and os.readlink("/proc/self/ns/mnt") in request.read_text()
+    assert [run.wait(20) for run in runs] == [0, 0]
+
+
+def test_a_log_that_was_cut_does_not_swallow_the_next_line(site):
+    with (site.root / ".zpweb/audit.log").open("a") as log:
+        log.write('{"time":"20')
+    site.do("host", "add", "shop.example", "c.example", *FAST)
+    last = json.loads((site.root / ".zpweb/audit.log").read_text().splitlines()[-1])
+    assert "c.example" in last["command"]
+
+
+def test_a_patch_that_is_damaged_is_an_error_and_no_crash(site):
+    site.do("host", "add", "shop.example", "c.example", *FAST)
+    (patch,) = (site.root / ".zpweb/checkpoints/000002").glob("*.patch")
+    site.conf.write_text("# above\n" + site.text())
+    for text in ("99999999 0\n", "0 99999999\n", "1 1\nx"):
+        patch.write_text(text)
+        assert site.run("undo", *FAST).status == 1 and "c.example" in site.text(), text
+
+
+def test_out_of_memory_is_a_failure_like_any_other(site):
+    os.truncate(site.conf, 1 << 30)
+    answer = site.run("site", "list", preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_AS, (512 << 20, 512 << 20)))
+    assert answer.status == 1 and "unexpected: " in answer.err, answer
+
+
+def test_a_log_of_just_the_size_is_rotated(site):
+    log = site.sites / "shop.example/log/httpd/access_log"
+    for size, left in (((2 << 20) - 1, 1), (2 << 20, 0)):
+        log.touch()
+        os.truncate(log, size)
+        site.do("log", "rotate", "shop.example", "--size", "2", *FAST)
+        assert len(list(log.parent.glob("access_log"))) == left
 
 
 def test_a_rotation_under_load_loses_no_line(live):

@@ -2,6 +2,7 @@
 import os
 import shutil
 import subprocess
+from pathlib import Path
 
 import pytest
 
@@ -67,6 +68,13 @@ def test_the_live_reading_is_kept_while_nothing_changes(site):
     runs.unlink()
     site.do("host", "add", "shop.example", "c.example", env=environment)
     assert runs.read_text().count("DUMP_CONFIG") == 2
+    variables = Path("/etc/apache2/envvars")  # with which the server reads the same files
+    text = variables.read_text()
+    variables.write_text(text + "export MORE=1\n")
+    runs.unlink()
+    site.do("host", "add", "shop.example", "d.example", env=environment)
+    variables.write_text(text)
+    assert runs.read_text().count("DUMP_CONFIG") == 2
 
 
 def test_without_mod_info_the_name_map_tells(shared):
@@ -103,9 +111,10 @@ def test_a_signal_goes_to_the_server_only(site):
 
 def test_an_answer_that_got_worse_is_told_and_with_strict_taken_back(live):
     before = live.text()
-    words = ["directive", "add", "Redirect", "503 /", "--site", "shop.example"]
-    answer = live.run(*words, "--strict")
-    assert answer.status == 4 and "answers 503" in answer.err and live.text() == before, answer
+    for status in ("403", "503"):
+        words = ["directive", "add", "Redirect", f"{status} /", "--site", "shop.example"]
+        answer = live.run(*words, "--strict")
+        assert answer.status == 4 and f"answers {status}" in answer.err and live.text() == before, answer
     assert live.get("shop.example")[0] == 200
     answer = live.do(*words)
     assert "answers 503" in answer.err and live.get("shop.example")[0] == 503

@@ -74,6 +74,8 @@ def test_nothing_counts_that_is_not_on_the_disk(three_files):
     gone = max(at for at, (name, path) in enumerate(calls) if name.startswith("unlink") and path.endswith("/journal"))
     assert any(path.endswith("/audit.log") for at, path in synced if at < gone)
     before = [path for at, path in synced if at < put[0]]
+    journal = max(at for at, (name, path) in enumerate(calls) if name == "rename" and path.endswith("/journal.new") and at < put[0])
+    assert str(site.root / ".zpweb") in [path for at, path in synced if journal < at < put[0]], "the journal's name, too"
     assert any(path.endswith("/journal.new") for path in before)
     assert {"change", "checkpoints", "lock"} <= {Path(path).name for path in before}, before
     assert {str(site.root), "/etc/webusers", str(site.root / "www")} <= {path for at, path in synced if put[0] < at < gone}

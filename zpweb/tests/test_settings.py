@@ -288,7 +288,7 @@ def test_redirects_lead_in_one_hop_and_leave_no_trace(server, words, asked, led)
 
 def test_a_redirect_to_itself_is_refused(server):
     before = server.files()
-    for words in (["/", "--to", f"http://{SITE}/x"], ["/a", "--to", f"https://www.{SITE}/a/b"], ["/a", "--to", "javascript:x"]):
+    for words in (["/", "--to", f"http://{SITE.upper()}/x"], ["/a", "--to", f"https://www.{SITE}/a/b"], ["/a", "--to", "javascript:x"]):
         assert server.run("redirect", "set", SITE, *words).status == 2
     assert server.files() == before
 
