@@ -58,6 +58,7 @@ CHANGES = [
     ({"name": "B.example", "redirect": {"/q": "http://q.example/"}, "error_document": {"404": "/lost"}},
      ["site set b.example --redirect /o= --redirect /q=http://q.example/ --error-document 404=/lost"]),
     ({"name": "b.example", "alias": {}, "index": ["i.html"]}, ["site set b.example --alias /p="]),
+    ({"name": "b.example", "alias": {"/p": "/srv"}, "index": ["i.html"]}, ["site set b.example --alias /p=/srv"]),
     ({"name": "c.example", "index": ["c.html"]}, ["site start c.example", "site set c.example --index c.html", "site stop c.example"]),
     ({"name": "c.example", "state": "running"}, ["site start c.example"]),
     ({"name": "a.example", "directories": [{"path": "/var/zpweb-test", "options": ["-Indexes", "+FollowSymLinks"]}]},

@@ -33,7 +33,7 @@ REJECTED = [
 ] + [
     (["site", "set", "a.example", "--mode", mode], "mode") for mode in ("8", "0", "77777", "rwx")
 ] + [
-    (["host", "add", "a.example", "b.example", "--confirm-within", time], "duration") for time in ("soon", "0", "200000000000000d", "9223372036854775807m")
+    (["host", "add", "a.example", "b.example", "--confirm-within", time], "duration") for time in ("soon", "0", "69y", "9223372036854775807m")
 ] + [
     (["access", "set", "a.example", "/x", "--deny", network], "network") for network in ("10.0.0.0/33", "::/129", "10.0.0.0/-1", "10.0.0.0/8x", "10.0.0")
 ] + [
