@@ -176,7 +176,9 @@ def test_a_name_in_a_condition_of_the_block_counts_when_the_condition_is_met(ser
     listed = {row["name"]: row["names"] for row in server.do("site", "list", "--json").json["sites"]}
     assert not {"absent.example", "hidden.example"} & set(listed)
     assert listed["inner.example"] == ["more.inner.example"] and listed["met.example"] == ["www.met.example"]
-    for there, back in ("stop", "start"), ("suspend", "resume"):
+    for there, back in ("stop", "start"), ("suspend", "resume"), ("disable", "enable"):
+        if there == "disable" and isinstance(server, RedHat):
+            continue
         server.do("site", there, site)
         assert not server.leads_to(site, site), there
         server.do("site", back, site)

@@ -99,7 +99,22 @@ ConditionsMet answered(const std::string& main, const std::vector<std::string>& 
 
 }  // namespace
 
+ConditionsMet metFor(const Configuration& configuration, const std::vector<ConditionalName>& names) {
+    ConditionsMet met = configuration.met();
+    std::set<std::string> asked;
+    for (const ConditionalName& name : names) {
+        if (configuration.asksServer() && !met.contains(name.condition) && asked.size() < MostAsked) {
+            asked.insert(name.condition);
+        }
+    }
+    if (!asked.empty()) {
+        met.merge(answered(configuration.main().path(), {asked.begin(), asked.end()}));
+    }
+    return met;
+}
+
 void decideNames(Configuration& configuration, const std::string& readingFile) {
+    configuration.letAskServer();
     if (!configuration.hasConditionalNames()) {
         return;
     }

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "server/Configuration.h"
 
@@ -12,5 +13,7 @@ namespace zpweb {
 // Tells the configuration which of these conditions are met, where the server can be asked. `readingFile`
 // is where its reading is kept.
 void decideNames(Configuration& configuration, const std::string& readingFile);
+// The same of names in a file that the server does not read: as far as it was asked about the others.
+ConditionsMet metFor(const Configuration& configuration, const std::vector<ConditionalName>& names);
 
 }  // namespace zpweb

@@ -96,6 +96,10 @@ public:
     // Do names stand in conditions within blocks? They count until it is told that these are not met.
     bool hasConditionalNames() const;
     void tellMet(ConditionsMet met);
+    const ConditionsMet& met() const { return around_->met; }
+    // May the server be asked? Not with --no-check.
+    void letAskServer() { asksServer_ = true; }
+    bool asksServer() const { return asksServer_; }
     // Blocks whose name depends on what nobody has told.
     std::vector<Place> undecided() const;
 
@@ -149,6 +153,7 @@ private:
     std::shared_ptr<Surroundings> around_ = std::make_shared<Surroundings>();
     std::unordered_map<std::string, Known> known_;  // the files, by path
     size_t nextOrder_ = 0;
+    bool asksServer_ = false;
     std::map<std::string, Content> otherwise_;            // what is otherwise than on the disk
     std::map<std::string, std::set<std::string>> links_;  // those among them, by what they lead to
     mutable std::optional<Includes> includes_;            // once they are asked for

@@ -5,6 +5,7 @@
 #include "conf/Text.h"
 #include "input/HostName.h"
 #include "input/Quoted.h"
+#include "server/ConditionalNames.h"
 #include "sys/File.h"
 #include "text/Statements.h"
 
@@ -37,16 +38,6 @@ bool saysNothing(const Configuration& configuration, const Statement& statement)
     return false;
 }
 
-// Of a file that the server does not read.
-Contents contentsAlone(const Configuration& configuration, std::string_view text) {
-    Surroundings around;
-    Contents contents = contentsOf(text, around);
-    for (const std::string& pattern : around.namesSought) {
-        around.includedNames[pattern] = configuration.serverNameIn(pattern);
-    }
-    return around.namesSought.empty() ? std::move(contents) : contentsOf(text, around);
-}
-
 bool isBlank(std::string_view line) { return zp::conf::skipSpace(line).empty(); }
 
 // Where the line before, or the line behind, a place in a text begins and ends.
@@ -60,6 +51,18 @@ std::string_view lineBehind(std::string_view text, size_t at) {
 
 }  // namespace
 
+Surroundings surroundingsOf(const Configuration& configuration, std::string_view unread) {
+    Surroundings around;
+    const Contents contents = contentsOf(unread, around);
+    if (!contents.conditionalNames.empty()) {
+        around.met = metFor(configuration, contents.conditionalNames);
+    }
+    for (const std::string& pattern : around.namesSought) {
+        around.includedNames[pattern] = configuration.serverNameIn(pattern);
+    }
+    return around;
+}
+
 std::vector<DisabledSite> disabledSites(const Configuration& configuration) {
     std::vector<DisabledSite> found;
     const Layout layout = layoutOf(configuration);
@@ -71,8 +74,8 @@ std::vector<DisabledSite> disabledSites(const Configuration& configuration) {
         if (!text.ok()) {
             continue;
         }
-        for (const Contents contents = contentsAlone(configuration, *text);
-             const Block& block : contents.blocks) {
+        Surroundings around = surroundingsOf(configuration, *text);
+        for (const Contents contents = contentsOf(*text, around); const Block& block : contents.blocks) {
             if (!block.name.empty() && !block.stopped) {
                 found.push_back(
                     {std::string(block.name), path, block.nameLine + 1, std::string(block.addresses)});

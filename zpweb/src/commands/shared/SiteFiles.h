@@ -17,6 +17,9 @@ struct DisabledSite {
     size_t line;          // of its name, from 1
     std::string address;  // of the block
 };
+
+// What counts in the text of a file that the server does not read.
+Surroundings surroundingsOf(const Configuration& configuration, std::string_view unread);
 std::vector<DisabledSite> disabledSites(const Configuration& configuration);
 
 // The links to a file as the change has them so far.

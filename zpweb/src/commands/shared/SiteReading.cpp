@@ -97,8 +97,8 @@ Expected<std::vector<SiteState>> readDisabled(Output& output, const Configuratio
             !names.insert(keyOf(disabled.name)).second) {
             continue;
         }
-        const ConfigurationFile file(disabled.file, Content(std::move(*text)),
-                                     std::make_shared<Surroundings>());
+        auto around = std::make_shared<Surroundings>(surroundingsOf(configuration, *text));
+        const ConfigurationFile file(disabled.file, Content(std::move(*text)), std::move(around));
         Site site;
         for (const Block& block : file.blocks()) {
             if (keyOf(block.name) == keyOf(disabled.name)) {
