@@ -114,6 +114,7 @@ TEST(Judge, SeesWhatNobodyAskedFor) {
               {.everything = true},
               "*.wild on *:8080"},
              {"#  75:\nDirectoryIndex a\n", "", late, "(DirectoryIndex a)"},
+             {"DirectoryIndex a\n", "DirectoryIndex a\n#  76:\nTimeout 5\n", late, "(Timeout 5)"},
              {"*:8083                 is",
               "127.0.0.9:8083         is",
               {.everything = true},
@@ -138,11 +139,13 @@ TEST(Postconditions, SeeWhatASuspendedSiteAnswers) {
     for (const auto& [lines, holds] : table) {
         const Reading reading = Reading::parse(
             "VirtualHost configuration:\n*:80  a (/a.conf:9)\n*:8080  a (/a.conf:12)\n# In file: /a.conf\n"
-            "#   9:\n<VirtualHost *:80>\n  ServerName a\n" +
+            "#   1:\nListen 80\n#   9:\n<VirtualHost *:80>\n  ServerName a\n" +
             std::string(lines) +
             "</VirtualHost>\n#  12:\n<VirtualHost *:8080>\n  ServerName a\n</VirtualHost>\n");
         EXPECT_EQ(isSuspended({"a", "80"})(reading).ok(), holds) << lines;
         EXPECT_FALSE(isSuspended({"a"})(reading).ok()) << lines;
+        EXPECT_TRUE(servesNothing({"b"})(reading).ok() && leadsThereNoMore("b", {"a"})(reading).ok());
+        EXPECT_FALSE(servesNothing({"a"})(reading).ok() || leadsThereNoMore("a", {"a"})(reading).ok());
     }
 }
 

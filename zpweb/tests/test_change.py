@@ -411,6 +411,15 @@ def test_a_reload_that_would_fail_leaves_every_site_answering(live):
     assert live.get("shop.example") == (200, "the shop")
 
 
+def test_a_log_directory_that_is_missing_is_found_before_the_server_ends_of_it(live):
+    logs, before = live.sites / "shop.example/log/httpd", live.text()
+    logs.rename(logs.with_name("away"))
+    answer = live.run("host", "add", "shop.example", "more.example", "--no-check")
+    logs.with_name("away").rename(logs)
+    assert answer.status == 4 and str(logs) in answer.err and live.text() == before, answer
+    assert live.get("shop.example") == (200, "the shop")
+
+
 def test_a_rollback_over_file_systems_keeps_owner_and_mode(live):
     live.do("user", "add", "shop.example", "joe", input="one\n")
     users = Path("/etc/webusers/passwd.shop.example")

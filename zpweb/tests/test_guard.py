@@ -56,6 +56,10 @@ def test_a_link_in_a_directory_that_a_group_can_write_is_not_followed(site):
     os.chmod(shared, 0o775)
     answer = site.run("protect", "add", shared / "link", "joe", *FAST, input="word\n")
     assert answer.status == 1 and "symbolic link" in answer.err and not list(prey.iterdir()), answer
+    (shared / ".htaccess").touch()
+    shutil.chown(shared / ".htaccess", "www-data")  # neither root's nor the directory's owner's
+    answer = site.run("protect", "add", shared, "joe", *FAST, input="word\n")
+    assert answer.status == 1 and "belongs neither" in answer.err, answer
 
 
 def test_a_stale_pid_file_gets_nobody_signalled(live):
@@ -470,10 +474,13 @@ def test_names_of_a_listener_that_goes_are_impact(site):
     assert answer.status == 3 and moved == {("far.example", "nothing (no Listen)")} and site.text() == before, answer
 
 
-def test_a_process_of_another_account_is_not_the_server(site):
-    program, pid = site.root / "www/apache2", site.root / "run/httpd.pid"
+@pytest.mark.parametrize("name, user, conf", [("apache2", OWNER, "httpd.conf"), ("other", "root", "httpd.conf"), ("apache2", "root", "other.conf")])
+def test_what_is_not_the_server_of_the_configuration_is_not_signalled(site, name, user, conf):
+    """By its account, by its program, by the file that it runs with."""
+    program, pid = site.root / "www" / name, site.root / "run/httpd.pid"
     shutil.copy("/usr/bin/tail", program)
-    process = subprocess.Popen([program, "-f", site.conf], user=OWNER, stdout=subprocess.DEVNULL)
+    shutil.copy(site.conf, site.root / "www/other.conf")
+    process = subprocess.Popen([program, "-f", site.root / ("www" if conf == "other.conf" else "") / conf], user=user, stdout=subprocess.DEVNULL)
     pid.write_text(f"{process.pid}\n")
     answer = site.run("host", "add", "shop.example", "c.example")
     ended = process.poll()

@@ -134,6 +134,11 @@ def test_what_an_owner_wrote_cannot_steer_the_terminal(site, json):
     assert ("\\u001b" if json else "\\x1b") in shown
 
 
+@pytest.mark.parametrize("size, status", [(0, 2), (255, 0), (256, 2)])
+def test_a_password_has_a_bound(site, size, status):
+    assert site.run("protect", "add", site.sites / "shop.example/www/html", "joe", "--no-check", input="x" * size + "\n").status == status
+
+
 def test_a_password_that_the_shell_needs_quoted_is_masked_too(site):
     folder = site.root / "www"
     site.conf.write_text(site.text() + f'<Directory "{folder}">\nAllowOverride All\n</Directory>\n')
