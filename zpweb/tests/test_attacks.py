@@ -22,7 +22,7 @@ def prey(site):
     for below in ("", "html/q", "q", "httpd"):
         (folder / below).mkdir(parents=True, exist_ok=True)
         for name in (".htaccess", ".htpasswd", "conf", "access_log", "webusers_shop.example.htpasswd"):
-            (folder / below / name).write_text("A B\n")
+            (folder / below / name).write_text("A B\nroots secret\n")
             os.chmod(folder / below / name, 0o600)
     os.chmod(folder / "conf", 0o4755)
     return folder
@@ -90,7 +90,8 @@ def test_a_component_that_becomes_a_link_at_any_moment_leads_nowhere(site, prey,
         assert done.returncode == (137 if killed else 0), done
     target = prey / swapped.rpartition("/")[2].removeprefix(".zpweb-") if Path(swapped).suffix or swapped.endswith("conf") else prey
     swap = f"mv {place} {html.parent.parent}/swapped && ln -s {target} {place} && chown -h {OWNER} {place}"
-    assert hurt_by(site, prey, words, swap, lambda: look(prey)) == []
+    read = lambda: [str(p) for p in html.parent.parent.rglob("*") if p.is_file() and not p.is_symlink() and b"roots secret" in p.read_bytes()]
+    assert hurt_by(site, prey, words, swap, lambda: {**look(prey), "read": read()}) == []
 
 
 @pytest.mark.parametrize("words, made, swap, since", [
