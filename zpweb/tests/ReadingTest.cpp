@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "server/DirectoryRules.h"
+#include "server/Generation.h"
 #include "server/Judge.h"
 #include "server/Postconditions.h"
 #include "sys/File.h"
@@ -189,6 +190,34 @@ TEST(Postconditions, SeeWhatLetsOthersIn) {
         const Outcome outcome = isRestricted({"a"}, "/srv/in", {{"Require ip 10.1.2.3"}})(reading);
         EXPECT_EQ(outcome.ok(), each.holds) << each.server << each.own << each.behind << outcome.message;
     }
+}
+
+// A further process alone may have been made by the old generation, or write logs.
+TEST(Generation, HasComeWhenItHasProcessesOfItsOwn) {
+    using Looks = std::vector<Generation>;
+    const Generation::Written before{7, 100, 5}, after{8, 100, 5}, later{7, 100, 6};
+    const struct {
+        Looks looks;
+        int comes;  // at which look; -1 for none
+    } cases[] = {
+        {{{{1, 2}, before}, {{1, 2}, after}, {{2, 3}, after}}, 2},
+        {{{{1, 2}, after}, {{1, 2, 3}, after}}, 1},
+        {{{{1, 3}, later}}, 0},
+        {{{{1, 2, 3}, before}, {{2, 3}, after}, {{2, 3, 4}, after}}, 2},
+        {{{{1, 2, 3}, before}, {{1, 2, 3}, std::nullopt}, {{3}, before}}, -1},
+    };
+    for (const auto& [looks, comes] : cases) {
+        Succession succession({{1, 2}, before});
+        int come = -1;
+        for (size_t i = 0; i < looks.size() && come < 0; ++i) {
+            come = succession.hasCome(looks[i], Succession::Time()) ? static_cast<int>(i) : -1;
+        }
+        EXPECT_EQ(come, comes);
+    }
+    // One that keeps its file as it is.
+    Succession succession({{1, 2}, before});
+    EXPECT_FALSE(succession.hasCome({{2, 3}, before}, Succession::Time()));
+    EXPECT_TRUE(succession.hasCome({{3}, before}, Succession::Time(std::chrono::seconds(15))));
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 
 #include "CZPWebsite.h"
 #include "conf/Text.h"
+#include "server/Generation.h"
 #include "server/Inspection.h"
 #include "server/Logs.h"
 #include "server/Sockets.h"
@@ -111,7 +112,8 @@ std::string Server::obstacle(const Configuration& configuration, pid_t master) c
     return missing.empty() ? "" : "missing log folder: " + missing.front();
 }
 
-Outcome Server::awaitGeneration(pid_t master, const std::vector<pid_t>& old) const {
+Outcome Server::awaitGeneration(pid_t master, const std::string& pidFile, Generation old) const {
+    Succession succession(std::move(old));
     const auto until = std::chrono::steady_clock::now() + LongestReload;
     while (std::chrono::steady_clock::now() < until) {
         std::this_thread::sleep_for(BetweenLooks);
@@ -121,10 +123,7 @@ Outcome Server::awaitGeneration(pid_t master, const std::vector<pid_t>& old) con
         if (!isAlive(master)) {
             return failure("the server ended while it was reloading");
         }
-        const std::vector<pid_t> now = childrenOf(master);
-        if (std::any_of(now.begin(), now.end(), [&](pid_t child) {
-                return std::find(old.begin(), old.end(), child) == old.end();
-            })) {
+        if (succession.hasCome(Generation::of(master, pidFile), std::chrono::steady_clock::now())) {
             return done();
         }
     }
@@ -150,12 +149,13 @@ Outcome Server::probe(const Configuration& configuration, pid_t master) const {
 }
 
 Outcome Server::reload(const Configuration& configuration, pid_t master) const {
-    const std::vector<pid_t> old = childrenOf(master);
+    const std::string file = pidFile(configuration);
+    Generation old = Generation::of(master, file);
     CZPWebsite website(nullptr, main_.c_str());
-    if (website.CmdApchRestart(pidFile(configuration).c_str()) != 0) {
+    if (website.CmdApchRestart(file.c_str()) != 0) {
         return failure("the server could not be asked to reload");
     }
-    if (Outcome awaited = awaitGeneration(master, old); !awaited.ok()) {
+    if (Outcome awaited = awaitGeneration(master, file, std::move(old)); !awaited.ok()) {
         return awaited;
     }
     return probe(configuration, master);

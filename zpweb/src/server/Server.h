@@ -6,9 +6,9 @@
 #include <functional>
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "server/Configuration.h"
+#include "server/Generation.h"
 #include "sys/Outcome.h"
 
 namespace zpweb {
@@ -42,7 +42,7 @@ public:
 
 private:
     std::string runningPidFile(const std::string& name) const;
-    Outcome awaitGeneration(pid_t master, const std::vector<pid_t>& old) const;
+    Outcome awaitGeneration(pid_t master, const std::string& pidFile, Generation old) const;
     Outcome probe(const Configuration& configuration, pid_t master) const;
 
     std::string main_;
