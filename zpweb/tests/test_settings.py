@@ -286,6 +286,12 @@ def test_redirects_lead_in_one_hop_and_leave_no_trace(server, words, asked, led)
     assert without_modules(server.files()) == without_modules(before)
 
 
+def test_a_name_leads_away_where_it_is_one(server):
+    server.do("host", "remove", "pair.example", "www.pair.example", "--port", "443")
+    server.do("site", "canonical", "pair.example", "bare")
+    assert ask("www.pair.example", "/a")[:2] == (301, "http://pair.example/a") and server.leads_to("pair.example", "pair.example")
+
+
 def test_a_redirect_to_itself_is_refused(server):
     before = server.files()
     for words in (["/", "--to", f"http://{SITE.upper()}/x"], ["/a", "--to", f"https://www.{SITE}/a/b"], ["/a", "--to", "javascript:x"]):

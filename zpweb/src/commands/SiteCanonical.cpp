@@ -1,8 +1,4 @@
 // site canonical: a site's name with "www." leads to the one without, or the other way.
-#include <fnmatch.h>
-
-#include <algorithm>
-
 #include "commands/SettingsCommands.h"
 #include "commands/shared/SettingParameters.h"
 #include "input/Quoted.h"
@@ -35,9 +31,7 @@ std::vector<std::string> namesInEffect(const Transaction& change, const Site& si
 Outcome hasBoth(const Transaction& change, const Site& site, const std::string& name) {
     const auto names = namesInEffect(change, site);
     for (const std::string& each : {name, twinOf(name)}) {
-        if (std::none_of(names.begin(), names.end(), [&](const std::string& known) {
-                return ::fnmatch(known.c_str(), each.c_str(), 0) == 0;  // "*.shop.example", too
-            })) {
+        if (!carry(names, each)) {
             return failure(inQuotes(each) + " is no name of the site; add it first (zpweb host add)");
         }
     }

@@ -53,12 +53,17 @@ std::vector<Expectation> expectations(const RedirectSetting& setting, const Requ
     return expected;
 }
 
-// As the change's last command has left them.
+// As the change's last command has left them. Where another block of the site has the name that leads away,
+// and this one has not, its visitors come by its own.
 Outcome proveRedirects(const Transaction& change, const std::string& site) {
     const RedirectSetting setting = redirectsOf(change, site);
-    for (const Place& place : answeringBlocks(change.configuration(), site)) {
+    const std::vector<Place> places = answeringBlocks(change.configuration(), site);
+    const std::string twin = setting.canonical.empty() ? "" : twinOf(setting.canonical);
+    const bool isCarried = carry(namesOf(places), twin);
+    for (const Place& place : places) {
         const std::string name = settingName(place.block->name);
-        const std::string start = setting.canonical.empty() ? name : twinOf(setting.canonical);
+        const bool asked = !twin.empty() && (!isCarried || carry(namesOf({place}), twin));
+        const std::string start = asked ? twin : name;
         const bool tls = speaksTls(*place.block, setting.httpsPort == 0 ? 443 : setting.httpsPort);
         for (const Peer& peer : peersOf(change.configuration(), *place.block)) {
             for (const Expectation& each : expectations(setting, {peer, start, "/", tls}, start)) {

@@ -1,5 +1,7 @@
 #include "settings/SiteFacts.h"
 
+#include <fnmatch.h>
+
 #include <algorithm>
 
 #include "conf/Text.h"
@@ -102,6 +104,12 @@ std::vector<std::string> namesOf(const std::vector<Place>& places) {
         }
     }
     return names;
+}
+
+bool carry(const std::vector<std::string>& names, const std::string& name) {
+    return std::any_of(names.begin(), names.end(), [&name](const std::string& known) {
+        return ::fnmatch(known.c_str(), name.c_str(), 0) == 0;
+    });
 }
 
 bool speaksTls(const Block& block, int port) {

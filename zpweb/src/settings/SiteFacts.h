@@ -24,6 +24,8 @@ std::string addressText(const HostPort& address);
 std::vector<std::string> argumentsIn(const Block& block, std::string_view directive);
 // ServerName and aliases of all running blocks, each once, in lower case.
 std::vector<std::string> namesOf(const std::vector<Place>& places);
+// Whether one of them is the name, or a pattern that takes it in.
+bool carry(const std::vector<std::string>& names, const std::string& name);
 
 // Has it a line that switches TLS on, or an address with this port?
 bool speaksTls(const Block& block, int port = 443);
