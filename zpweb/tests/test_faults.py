@@ -7,6 +7,7 @@ sums them up).
 import collections
 import os
 import re
+import resource
 import socket
 import subprocess
 import zlib
@@ -253,3 +254,9 @@ def test_a_fault_in_a_rotation_loses_no_line(site, capsys):
     with capsys.disabled():
         print(f"\nfaults: zpweb log rotate {made} {len(wrong)}")
     assert not wrong
+
+
+def test_out_of_memory_is_a_failure_like_any_other(site):
+    os.truncate(site.conf, 1 << 30)
+    answer = site.run("site", "list", preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_AS, (512 << 20, 512 << 20)))
+    assert answer.status == 1 and "unexpected: " in answer.err, answer

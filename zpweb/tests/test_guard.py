@@ -223,12 +223,6 @@ def test_a_patch_that_is_damaged_is_an_error_and_no_crash(site):
         assert site.run("undo", *FAST).status == 1 and "c.example" in site.text(), text
 
 
-def test_out_of_memory_is_a_failure_like_any_other(site):
-    os.truncate(site.conf, 1 << 30)
-    answer = site.run("site", "list", preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_AS, (512 << 20, 512 << 20)))
-    assert answer.status == 1 and "unexpected: " in answer.err, answer
-
-
 def test_a_log_of_just_the_size_is_rotated(site):
     log = site.sites / "shop.example/log/httpd/access_log"
     for size, left in (((2 << 20) - 1, 1), (2 << 20, 0)):
