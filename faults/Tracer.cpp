@@ -109,8 +109,13 @@ public:
     }
 
 private:
-    // A new process begins with a stop of its own; other signals are its business.
+    // A new process begins with a stop of its own; other signals are its business. One that was made in the
+    // moment of the end comes after it.
     void goOn(pid_t process, int status) {
+        if (ended_) {
+            ::kill(process, SIGKILL);
+            return;
+        }
         const bool isNew = processes_.insert(process).second;
         const int signal = WSTOPSIG(status), event = status >> 16;
         if (event == PTRACE_EVENT_SECCOMP) {
@@ -186,6 +191,7 @@ private:
     }
 
     void endAll() {
+        ended_ = true;
         for (const pid_t process : processes_) {
             ::kill(process, SIGKILL);
         }
@@ -196,7 +202,7 @@ private:
     std::set<pid_t> processes_;
     Run run_;
     int reached_ = 0;  // of the calls that the fault waits for
-    bool struck_ = false;
+    bool struck_ = false, ended_ = false;
 };
 
 [[noreturn]] void runChild(const std::function<int()>& body) {
