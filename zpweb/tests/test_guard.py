@@ -364,6 +364,21 @@ def test_files_that_are_included_are_found_in_linear_time(site):
     assert seconds(16000) < 8 * few
 
 
+def test_a_batch_of_settings_costs_what_its_sites_do(site):
+    names = [f"s{number}.example" for number in range(5000)]
+    site.conf.write_text(site.text() + "".join(f"<VirtualHost *:80>\n\tServerName {name}\n\tDocumentRoot /srv\n</VirtualHost>\n" for name in names))
+
+    def seconds(some):
+        lines = [json.dumps({"command": "redirect set", "arguments": [name], "options": {"to": "https://new.example/"}}) for name in some]
+        before = resource.getrusage(resource.RUSAGE_CHILDREN)
+        site.do("apply", "-", *FAST, input="\n".join(lines))
+        after = resource.getrusage(resource.RUSAGE_CHILDREN)
+        return after.ru_utime + after.ru_stime - before.ru_utime - before.ru_stime
+
+    one = seconds(names[:1])
+    assert seconds(names[60:120]) < 6 * one
+
+
 def test_a_pool_that_accepts_nobody_holds_nothing_up(site):
     with socket.socket(socket.AF_UNIX) as pool:
         pool.bind(str(site.root / "pool.sock"))

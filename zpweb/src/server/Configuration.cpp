@@ -68,7 +68,7 @@ Outcome Configuration::read(const std::string& path, int depth) {
 void Configuration::add(const std::string& path, Content content, int depth) {
     files_.push_back(std::make_unique<ConfigurationFile>(path, std::move(content), around_));
     known_[path] = {std::prev(files_.end()), nextOrder_++};
-    noteIncludes(*files_.back(), 1);
+    noteNames(*files_.back(), 1);
     if (parts_) {
         parts_->take(*files_.back(), nextOrder_ - 1);
     }
@@ -157,7 +157,7 @@ void Configuration::drop(const std::string& path) {
     if (parts_) {
         parts_->drop(path);
     }
-    noteIncludes(**found->second.file, -1);
+    noteNames(**found->second.file, -1);
     files_.erase(found->second.file);
     known_.erase(found);
 }
@@ -188,12 +188,12 @@ void Configuration::put(const std::string& path, const Content& content) {
             file = std::make_unique<ConfigurationFile>(path, content, around_);
             return;
         }
-        noteIncludes(*file, -1);
+        noteNames(*file, -1);
         if (parts_) {
             parts_->drop(path);
         }
         file = std::make_unique<ConfigurationFile>(path, content, around_);
-        noteIncludes(*file, 1);
+        noteNames(*file, 1);
         if (parts_) {
             parts_->take(*file, known->second.order);
         }
@@ -272,7 +272,7 @@ std::vector<const ConfigurationFile*> Configuration::carriersOf(std::string_view
 
 void Configuration::index() {
     if (!parts_) {
-        static_cast<void>(includes());  // while the files are read as wholes
+        static_cast<void>(named());  // while the files are read as wholes
         parts_ = std::make_shared<Parts>(around_);
         for (const auto& file : files_) {
             parts_->take(*file, known_.at(file->path()).order);
@@ -302,12 +302,12 @@ void Configuration::putPart(const ConfigurationFile& part, Content content) {
     // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): the part is gone before it ends
     const std::string path = part.path();
     const std::vector<std::string> before = patternsOf(part);
-    noteIncludes(part, -1);
+    noteNames(part, -1);
     const auto made = parts_->replace(part, std::move(content));
     Content whole = Content::later([parts = parts_, path] { return parts->joined(path); });
     *known_.at(path).file = std::make_unique<ConfigurationFile>(path, std::move(whole), around_);
     for (const ConfigurationFile* each : made) {
-        noteIncludes(*each, 1);
+        noteNames(*each, 1);
     }
     for (const ConfigurationFile* each : made) {
         if (patternsOf(*each) != before) {

@@ -1,6 +1,7 @@
 // The server's configuration as it stands in its files: the main file and what it includes.
 #pragma once
 
+#include <functional>
 #include <list>
 #include <map>
 #include <memory>
@@ -115,6 +116,10 @@ public:
     std::vector<std::string> included(std::string_view pattern) const;
     // The ServerName in the files that an Include line's pattern names; empty when there is none.
     std::string serverNameIn(std::string_view pattern) const;
+    // Does a LoadModule line name the module ("ssl_module")? A Listen line such a socket? Those in
+    // <IfModule> and the like count.
+    bool loads(const std::string& module) const;
+    bool listens(const std::function<bool(const std::string& socket)>& test) const;
     // Does an Include line name the path?
     bool includes(const std::string& path) const;
     // Does the pattern name other paths than those that are on the disk?
@@ -129,10 +134,10 @@ private:
         Files::iterator file;
         size_t order = 0;
     };
-    // The absolute patterns of all Include lines, with how many lines have each.
-    struct Includes {
+    // What lines on the server's level name, with how many lines name each; patterns are absolute.
+    struct Named {
         std::string serverRoot;
-        std::map<std::string, int> paths, wildcards;
+        std::map<std::string, int> paths, wildcards, modules, sockets;
     };
 
     Outcome read(const std::string& path, int depth);
@@ -142,9 +147,9 @@ private:
     void drop(const std::string& path);
     bool isReached(const std::string& path) const;
     std::string absolute(std::string_view pattern) const;
-    const Includes& includes() const;
-    void count(Includes& includes, const ConfigurationFile& file, int by) const;
-    void noteIncludes(const ConfigurationFile& file, int by);
+    const Named& named() const;
+    static void count(Named& named, const ConfigurationFile& file, int by);
+    void noteNames(const ConfigurationFile& file, int by);
     std::set<std::string> changedNames(const std::string& pattern) const;
     void noteLink(const std::string& path, const Content& content);
 
@@ -156,7 +161,7 @@ private:
     bool asksServer_ = false;
     std::map<std::string, Content> otherwise_;            // what is otherwise than on the disk
     std::map<std::string, std::set<std::string>> links_;  // those among them, by what they lead to
-    mutable std::optional<Includes> includes_;            // once they are asked for
+    mutable std::optional<Named> named_;                  // once it is asked for
 };
 
 // The main configuration file of the installed server.

@@ -53,41 +53,60 @@ bool isNamedBy(const std::string& pattern, const std::string& path) {
 
 }  // namespace
 
-void Configuration::count(Includes& includes, const ConfigurationFile& file, int by) const {
+void Configuration::count(Named& named, const ConfigurationFile& file, int by) {
+    const auto note = [by](std::map<std::string, int>& names, std::string_view name) {
+        const auto place = names.try_emplace(std::string(name)).first;
+        if ((place->second += by) == 0) {
+            names.erase(place);
+        }
+    };
     for (const IncludeLine& include : file.server().includes) {
-        const std::string pattern = absolutePath(includes.serverRoot, include.pattern);
+        const std::string pattern = absolutePath(named.serverRoot, include.pattern);
         const bool wild = pattern.find_first_of(Special) != std::string::npos;
-        auto& patterns = wild ? includes.wildcards : includes.paths;
-        if ((patterns[pattern] += by) == 0) {
-            patterns.erase(pattern);
+        note(wild ? named.wildcards : named.paths, pattern);
+    }
+    for (const std::string_view module : file.server().modules) {
+        note(named.modules, module);
+    }
+    for (const auto* sockets : {&file.server().listen, &file.server().listenPerhaps}) {
+        for (const std::string_view socket : *sockets) {
+            note(named.sockets, socket);
         }
     }
 }
 
-void Configuration::noteIncludes(const ConfigurationFile& file, int by) {
-    if (includes_ && !file.server().root.empty()) {
-        includes_.reset();
-    } else if (includes_) {
-        count(*includes_, file, by);
+void Configuration::noteNames(const ConfigurationFile& file, int by) {
+    if (named_ && !file.server().root.empty()) {
+        named_.reset();
+    } else if (named_) {
+        count(*named_, file, by);
     }
 }
 
-const Configuration::Includes& Configuration::includes() const {
-    if (!includes_) {
+const Configuration::Named& Configuration::named() const {
+    if (!named_) {
         const auto all = parts();
-        includes_.emplace();
+        named_.emplace();
         const auto root = std::find_if(all.begin(), all.end(),
                                        [](const auto* file) { return !file->server().root.empty(); });
-        includes_->serverRoot =
+        named_->serverRoot =
             root == all.end() ? builtInValue("HTTPD_ROOT") : std::string((*root)->server().root);
         for (const ConfigurationFile* file : all) {
-            count(*includes_, *file, 1);
+            count(*named_, *file, 1);
         }
     }
-    return *includes_;
+    return *named_;
 }
 
-std::string Configuration::serverRoot() const { return includes().serverRoot; }
+std::string Configuration::serverRoot() const { return named().serverRoot; }
+
+bool Configuration::loads(const std::string& module) const { return named().modules.contains(module); }
+
+bool Configuration::listens(const std::function<bool(const std::string&)>& test) const {
+    const auto& sockets = named().sockets;
+    return std::any_of(sockets.begin(), sockets.end(),
+                       [&test](const auto& socket) { return test(socket.first); });
+}
 
 std::string Configuration::absolute(std::string_view pattern) const {
     return absolutePath(serverRoot(), pattern);
@@ -133,7 +152,7 @@ bool Configuration::changesNames(std::string_view pattern) const {
 }
 
 bool Configuration::includes(const std::string& path) const {
-    const Includes& all = includes();
+    const Named& all = named();
     for (std::string named = path; named.size() > 1; named = directoryOf(named)) {
         if (all.paths.contains(named)) {
             return true;

@@ -143,9 +143,7 @@ const std::string& builtIn() {
 }  // namespace
 
 bool isModuleLoaded(const Configuration& configuration, const std::string& name) {
-    const auto isIt = [&](std::string_view line) { return wordOf(line, 1) == name + "_module"; };
-    return lastLine(configuration, "LoadModule", isIt).file != nullptr ||
-           conf::contains(builtIn(), "mod_" + name + ".c");
+    return configuration.loads(name + "_module") || conf::contains(builtIn(), "mod_" + name + ".c");
 }
 
 Outcome requireModules(Transaction& change, const std::vector<std::string>& names) {
@@ -161,20 +159,16 @@ Outcome requireModules(Transaction& change, const std::vector<std::string>& name
 }
 
 Outcome requireListen(Transaction& change, int port, int beside) {
-    const auto portOf = [](std::string_view line) {
-        const std::string word = wordOf(line, 1);
-        return word.find_first_not_of("0123456789") == std::string::npos ? hostPortOf(":" + word).port
-                                                                         : hostPortOf(word).port;
+    const auto portOf = [](const std::string& socket) {
+        return socket.find_first_not_of("0123456789") == std::string::npos ? hostPortOf(":" + socket).port
+                                                                           : hostPortOf(socket).port;
     };
     const Configuration& configuration = change.configuration();
-    const auto listensOn = [&](int wanted) {
-        return lastLine(configuration, "Listen",
-                        [&](std::string_view line) { return portOf(line) == wanted; });
-    };
-    if (listensOn(port).file != nullptr) {
+    if (configuration.listens([&](const std::string& socket) { return portOf(socket) == port; })) {
         return done();
     }
-    Found place = listensOn(beside);
+    Found place = lastLine(configuration, "Listen",
+                           [&](std::string_view line) { return portOf(wordOf(line, 1)) == beside; });
     place = place.file != nullptr ? place : lastLine(configuration, "Listen");
     if (place.file == nullptr) {
         return failure("the server's configuration has no Listen line to go by");

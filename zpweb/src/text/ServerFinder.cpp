@@ -38,9 +38,10 @@ void ServerFinder::take(const LineStart& line, bool inCondition) {
             keepFirst(found_.pidFile, behind("PidFile"));
             return;
         default:
-            value = behind("Listen");
-            if (!value.empty()) {
+            if (value = behind("Listen"); !value.empty()) {
                 (inCondition ? found_.listenPerhaps : found_.listen).push_back(values_.first(value));
+            } else if (value = behind("LoadModule"); !value.empty()) {
+                found_.modules.push_back(values_.first(value));
             }
     }
 }

@@ -57,6 +57,7 @@ struct ServerLines {
     std::string_view pidFile;
     std::vector<std::string_view> listen;
     std::vector<std::string_view> listenPerhaps;  // those in <IfModule> and the like
+    std::vector<std::string_view> modules;        // of LoadModule lines
 };
 
 // What "Define" lines say, by their names.
