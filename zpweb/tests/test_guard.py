@@ -364,6 +364,13 @@ def test_files_that_are_included_are_found_in_linear_time(site):
     assert seconds(16000) < 8 * few
 
 
+def test_a_site_that_could_not_be_started_again_is_not_stopped(site):
+    site.conf.write_text(site.text().replace("</VirtualHost>", "\tand some words\n</VirtualHost>", 1))
+    before = site.text()
+    answer = site.run("site", "stop", "shop.example", *FAST)
+    assert answer.status == 3 and "could not be started again" in answer.err and site.text() == before, answer
+
+
 def test_a_batch_of_settings_costs_what_its_sites_do(site):
     names = [f"s{number}.example" for number in range(5000)]
     site.conf.write_text(site.text() + "".join(f"<VirtualHost *:80>\n\tServerName {name}\n\tDocumentRoot /srv\n</VirtualHost>\n" for name in names))

@@ -13,6 +13,23 @@ namespace {
 
 constexpr int Stopped = zp::result::website::Stopped;
 
+// A block whose lines no server takes would be a comment that nobody takes for a site.
+Outcome canBeStarted(const Transaction& change, const std::vector<BlockAt>& blocks) {
+    const Configuration& configuration = change.configuration();
+    for (const BlockAt& at : change.settings().exact ? std::vector<BlockAt>() : blocks) {
+        const Block& block = at.in(configuration);
+        const std::string text = withMarks(block.text);
+        const Contents made = configuration.contentsOf(text);
+        if (!block.name.empty() && (made.blocks.size() != 1 || !made.blocks.front().stopped)) {
+            return failure(Status::Refused,
+                           at.place(configuration) +
+                               ": it could not be started again, as it holds lines that are no "
+                               "directives; delete them first");
+        }
+    }
+    return done();
+}
+
 Outcome stop(Transaction& change, const Site& site, const Arguments& given) {
     change.output().set("site", site.name());
     change.output().set("state", "stopped");
@@ -20,17 +37,18 @@ Outcome stop(Transaction& change, const Site& site, const Arguments& given) {
         return done();  // already so
     }
     const auto blocks = runningBlocks(change.configuration(), site, given);
-    return blocks.ok()
-               ? editWhole(change, *blocks,
-                           {.bound = zp::conf::bound::SiteSwitch,
-                            .run =
-                                [](const std::string& staged, const std::string& domain) {
-                                    return CZPWebsite(nullptr, staged.c_str()).StopWebsite(domain.c_str());
-                                },
-                            .meaning = expecting("StopWebsite", {Stopped}),
-                            .took = [](std::string_view made) { return made.starts_with('#'); },
-                            .become = withMarks})
-               : blocks.outcome();
+    if (Outcome can = blocks.ok() ? canBeStarted(change, *blocks) : blocks.outcome(); !can.ok()) {
+        return can;
+    }
+    return editWhole(change, *blocks,
+                     {.bound = zp::conf::bound::SiteSwitch,
+                      .run =
+                          [](const std::string& staged, const std::string& domain) {
+                              return CZPWebsite(nullptr, staged.c_str()).StopWebsite(domain.c_str());
+                          },
+                      .meaning = expecting("StopWebsite", {Stopped}),
+                      .took = [](std::string_view made) { return made.starts_with('#'); },
+                      .become = withMarks});
 }
 
 }  // namespace
