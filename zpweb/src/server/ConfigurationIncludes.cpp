@@ -1,4 +1,5 @@
-// Which files the Include lines of a configuration name, as they stand and as a change would have them.
+// What lines on the server's level name: the files that Include lines name, as they stand and as a change
+// would have them, modules and sockets.
 #include <fnmatch.h>
 #include <glob.h>
 

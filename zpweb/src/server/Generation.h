@@ -38,8 +38,7 @@ private:
     bool isNew(pid_t child) const;
 
     Generation old_;
-    std::optional<Time>
-        further_;  // when a process was first seen that is not of the old generation's start
+    std::optional<Time> further_;  // when a process was first seen that was not there at the start
 };
 
 }  // namespace zpweb

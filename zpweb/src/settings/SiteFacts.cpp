@@ -108,7 +108,7 @@ std::vector<std::string> namesOf(const std::vector<Place>& places) {
 
 bool carry(const std::vector<std::string>& names, const std::string& name) {
     return std::any_of(names.begin(), names.end(), [&name](const std::string& known) {
-        return ::fnmatch(known.c_str(), name.c_str(), 0) == 0;
+        return ::fnmatch(known.c_str(), name.c_str(), FNM_CASEFOLD) == 0;
     });
 }
 

@@ -1,10 +1,7 @@
 #include "commands/shared/FreeName.h"
 
-#include <fnmatch.h>
-
-#include <algorithm>
-
 #include "input/HostName.h"
+#include "settings/SiteFacts.h"
 
 namespace zpweb {
 
@@ -14,9 +11,7 @@ namespace {
 bool carries(const Block& block, const std::string& name) {
     std::vector<std::string> carried = aliasesOf(block);
     carried.emplace_back(block.name);
-    return std::any_of(carried.begin(), carried.end(), [&](const std::string& each) {
-        return ::fnmatch(each.c_str(), name.c_str(), FNM_CASEFOLD) == 0;
-    });
+    return carry(carried, name);
 }
 
 }  // namespace
