@@ -364,8 +364,9 @@ def test_files_that_are_included_are_found_in_linear_time(site):
     assert seconds(16000) < 8 * few
 
 
-def test_a_site_that_could_not_be_started_again_is_not_stopped(site):
-    site.conf.write_text(site.text().replace("</VirtualHost>", "\tand some words\n</VirtualHost>", 1))
+@pytest.mark.parametrize("old, new", [("</VirtualHost>", "\tand some words\n</VirtualHost>"), ("<VirtualHost", "<VirtualHost name:port> is prose\n<VirtualHost")])
+def test_a_site_that_could_not_be_started_again_is_not_stopped(site, old, new):
+    site.conf.write_text(site.text().replace(old, new, 1))
     before = site.text()
     answer = site.run("site", "stop", "shop.example", *FAST)
     assert answer.status == 3 and "could not be started again" in answer.err and site.text() == before, answer

@@ -13,11 +13,18 @@ namespace {
 
 constexpr int Stopped = zp::result::website::Stopped;
 
-// A block whose lines no server takes would be a comment that nobody takes for a site.
+// A block whose lines no server takes would be a comment that nobody takes for a site, and one behind a
+// block that is not closed a comment within that.
 Outcome canBeStarted(const Transaction& change, const std::vector<BlockAt>& blocks) {
     const Configuration& configuration = change.configuration();
     for (const BlockAt& at : change.settings().exact ? std::vector<BlockAt>() : blocks) {
         const Block& block = at.in(configuration);
+        if (const Block* before = at.before(configuration); before != nullptr && !before->closed) {
+            return failure(Status::Refused,
+                           at.place(configuration) +
+                               ": it could not be started again, as the block before it is "
+                               "not closed; close that first");
+        }
         const std::string text = withMarks(block.text);
         const Contents made = configuration.contentsOf(text);
         if (!block.name.empty() && (made.blocks.size() != 1 || !made.blocks.front().stopped)) {

@@ -33,6 +33,10 @@ const Block& BlockAt::in(const Configuration& configuration) const {
     return holderOf(configuration, file, site).blocks()[number];
 }
 
+const Block* BlockAt::before(const Configuration& configuration) const {
+    return number == 0 ? nullptr : &holderOf(configuration, file, site).blocks()[number - 1];
+}
+
 std::string BlockAt::place(const Configuration& configuration) const {
     const ConfigurationFile& holder = holderOf(configuration, file, site);
     return file + ":" + std::to_string(holder.firstLine() + holder.blocks()[number].lines.first + 1);

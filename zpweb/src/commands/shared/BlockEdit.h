@@ -22,7 +22,8 @@ struct BlockAt {
     size_t number;
 
     const Block& in(const Configuration& configuration) const;
-    std::string place(const Configuration& configuration) const;  // FILE:LINE
+    const Block* before(const Configuration& configuration) const;  // the one that stands before it; null
+    std::string place(const Configuration& configuration) const;    // FILE:LINE
 };
 
 // One operation, and what of a block it gets to see.
