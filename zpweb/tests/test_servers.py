@@ -145,7 +145,9 @@ def test_a_password_file_that_the_server_cannot_read_is_given_to_it(server):
 
 
 def test_reads_tell_what_the_server_has(server):
-    states = {row["name"]: row["state"] for row in server.do("site", "list", "--json").json["sites"]}
+    listed = server.do("site", "list", "--json").json["sites"]
+    states = {row["name"]: row["state"] for row in listed}
+    assert [block["address"] for row in listed if row["name"] == "continued.example" for block in row["blocks"]] == ["*:80"]
     assert (states["unmet.example"], states["conditional.example"]) == ("not reached", "running")
     shown = server.do("site", "show", "included.example", "--json").json
     assert shown["served_names"] == ["www.included.example"] and "*:80" in shown["served_at"]
@@ -205,6 +207,10 @@ def test_a_block_without_a_name_is_named_by_its_address(server):
     server.do("site", "resume", "--block", "127.0.0.2:80")
     server.do("directive", "add", "ServerSignature", "Off", "--block", "127.0.0.2:80")
     server.do("directive", "delete", "ServerSignature", "--block", "127.0.0.2:80")
+    for words in (("site", "rename", "127.0.0.2:80", "store.example"), ("site", "canonical", "127.0.0.2:80", "www"), ("log", "policy", "127.0.0.2:80")):
+        answer = server.run(*words)
+        assert refused(server, answer, before) and "directive add ServerName" in answer.err, answer
+    server.do("log", "show", "127.0.0.2:80")
     assert server.files() == before and server.get("any", ("http", "127.0.0.2")) == (200, "nameless")
 
 

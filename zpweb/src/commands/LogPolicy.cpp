@@ -21,7 +21,7 @@ constexpr auto Off = flag("--off", "Rotate them no more");
 
 Expected<std::vector<std::string>> rotatable(const Configuration& configuration, const std::string& site) {
     std::vector<std::string> logs;
-    for (const SiteLog& log : logsOf(configuration, site)) {
+    for (const SiteLog& log : logsOf(configuration, configuration.find(site))) {
         if (const std::string other = rotatedBy(log.path); !other.empty()) {
             return failure(Status::Exists, log.path + ": " + other + " rotates it already");
         }
@@ -30,6 +30,35 @@ Expected<std::vector<std::string>> rotatable(const Configuration& configuration,
     return logs.empty() ? Expected<std::vector<std::string>>(
                               failure(Status::NotFound, "site " + inQuotes(site) + " names no log file"))
                         : Expected(std::move(logs));
+}
+
+std::vector<std::string> sitesOf(const Configuration& configuration) {
+    std::vector<std::string> sites;
+    for (const auto& file : configuration.files()) {
+        for (const Block& block : file->blocks()) {
+            if (!block.stopped && !block.name.empty()) {
+                sites.emplace_back(block.name);
+            }
+        }
+    }
+    return sites;
+}
+
+// One whose policy goes may be gone itself.
+Expected<std::vector<std::string>> sitesAsked(const Transaction& change, const Arguments& given) {
+    const auto asked = given[OfSite];
+    if (asked.has_value() == given[All]) {
+        return failure(Status::Usage, "log policy: expected SITE or --all");
+    }
+    if (!asked) {
+        return sitesOf(change.configuration());
+    }
+    if (given[Off]) {
+        return std::vector<std::string>{*asked};
+    }
+    const auto site = findSite(change.configuration(), *asked);
+    const Outcome named = site.ok() ? site->hasName() : site.outcome();
+    return named.ok() ? Expected(std::vector<std::string>{site->name()}) : named;
 }
 
 // With --all a site that keeps no logs of its own, or whose logs something else rotates, is passed over.
@@ -66,38 +95,24 @@ void warnOfWays(Output& output, const LogPolicies& policies, const std::vector<s
     }
 }
 
-std::vector<std::string> sitesOf(const Configuration& configuration) {
-    std::vector<std::string> sites;
-    for (const auto& file : configuration.files()) {
-        for (const Block& block : file->blocks()) {
-            if (!block.stopped && !block.name.empty()) {
-                sites.emplace_back(block.name);
-            }
-        }
-    }
-    return sites;
-}
-
 Outcome setPolicy(Transaction& change, const Arguments& given) {
-    const auto site = given[OfSite];
-    if (site.has_value() == given[All]) {
-        return failure(Status::Usage, "log policy: expected SITE or --all");
+    const auto sites = sitesAsked(change, given);
+    if (!sites.ok()) {
+        return sites.outcome();
     }
-    const std::vector<std::string> sites =
-        site ? std::vector<std::string>{*site} : sitesOf(change.configuration());
     const LogPolicy policy{given[Monthly]  ? "monthly"
                            : given[Weekly] ? "weekly"
                                            : "daily",
                            given[Keep].value_or(14), given[LargerThan].value_or("")};
     return changePolicies(change, [&](LogPolicies& policies) {
-        for (const std::string& each : sites) {
+        for (const std::string& each : *sites) {
             if (given[Off]) {
                 policies.erase(settingName(each));
             } else if (Outcome taken = take(policies, change, each, policy, given[All]); !taken.ok()) {
                 return taken;
             }
         }
-        warnOfWays(change.output(), policies, given[Off] ? std::vector<std::string>() : sites);
+        warnOfWays(change.output(), policies, given[Off] ? std::vector<std::string>() : *sites);
         return done();
     });
 }

@@ -22,8 +22,8 @@ constexpr auto Delete = flag("--delete", "Delete it without packing it");
 
 constexpr off_t Megabyte = 1048576;
 
-std::string accessLogOf(const Configuration& configuration, const std::string& site) {
-    const std::vector<SiteLog> logs = logsOf(configuration, site);
+std::string accessLogOf(const Configuration& configuration, const Site& site) {
+    const std::vector<SiteLog> logs = logsOf(configuration, site.places);
     const auto log =
         std::find_if(logs.begin(), logs.end(), [](const SiteLog& each) { return !each.errors; });
     return log == logs.end() ? "" : log->path;
@@ -47,7 +47,7 @@ Outcome finishAll(Transaction& change, const std::string& site, const std::strin
 
 Outcome rotate(Transaction& change, const Site& found, const Arguments& given) {
     const std::string site = found.name();
-    const std::string log = accessLogOf(change.configuration(), site);
+    const std::string log = accessLogOf(change.configuration(), found);
     if (Outcome reached = reachedWithoutForeignLink(directoryOf(log)); !reached.ok()) {
         return reached;
     }

@@ -22,7 +22,7 @@ bool isWanted(const SiteLog& log, const Arguments& given) {
 
 Outcome show(Session& session, const Configuration& configuration, const Site& site,
              const Arguments& given) {
-    std::vector<SiteLog> logs = logsOf(configuration, site.name());
+    std::vector<SiteLog> logs = logsOf(configuration, site.places);
     std::erase_if(logs, [&](const SiteLog& log) { return !isWanted(log, given); });
     if (logs.empty()) {
         return failure(Status::NotFound, "site " + inQuotes(site.name()) + " names no such log file");

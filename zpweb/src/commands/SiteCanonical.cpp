@@ -39,6 +39,9 @@ Outcome hasBoth(const Transaction& change, const Site& site, const std::string& 
 }
 
 Outcome canonical(Transaction& change, const Site& site, const Arguments& given) {
+    if (Outcome named = site.hasName(); !named.ok()) {
+        return named;
+    }
     const std::string own = settingName(site.name());
     const std::string bare = own.starts_with("www.") ? own.substr(4) : own;
     const std::string form = given[Form];

@@ -131,6 +131,9 @@ Outcome renameSettings(Transaction& change, const Names& names) {
 }
 
 Outcome rename(Transaction& change, const Site& site, const Arguments& given) {
+    if (Outcome named = site.hasName(); !named.ok()) {
+        return named;
+    }
     const Names names{site.name(), given[NewName]};
     const std::string holder = holderOf(change.configuration(), names.to, names.from);
     if (!holder.empty()) {

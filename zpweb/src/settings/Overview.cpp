@@ -128,7 +128,7 @@ void showRedirects(const Subject& subject) {
 
 void showLogs(const Subject& subject) {
     Pairs pairs;
-    for (const SiteLog& log : logsOf(subject.configuration, subject.site)) {
+    for (const SiteLog& log : logsOf(subject.configuration, subject.configuration.find(subject.site))) {
         pairs.emplace_back(log.path, log.place);
     }
     if (!pairs.empty()) {

@@ -52,11 +52,7 @@ std::string bareName(const std::string& name) {
 
 }  // namespace
 
-std::vector<std::string> addressesOf(const Block& block) {
-    std::vector<std::string> words = wordsIn(block.addresses);
-    std::erase(words, "\\");  // the tag goes on in the next line
-    return words;
-}
+std::vector<std::string> addressesOf(const Block& block) { return wordsIn(block.addresses); }
 
 HostPort hostPortOf(const std::string& address) {
     const size_t bracket = address.rfind(']');

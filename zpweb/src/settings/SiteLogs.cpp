@@ -74,9 +74,9 @@ void addLogs(std::vector<SiteLog>& logs, const Configuration& configuration, con
 
 }  // namespace
 
-std::vector<SiteLog> logsOf(const Configuration& configuration, const std::string& site) {
+std::vector<SiteLog> logsOf(const Configuration& configuration, const std::vector<Place>& places) {
     std::vector<SiteLog> logs;
-    for (const Place& place : configuration.find(site)) {
+    for (const Place& place : places) {
         if (!place.block->stopped) {
             addLogs(logs, configuration, place);
         }

@@ -14,7 +14,7 @@ struct SiteLog {
     std::string place;  // where it is named: FILE:LINE
 };
 
-// Of the site's running blocks; each file once. Programs and the system's log are no files.
-std::vector<SiteLog> logsOf(const Configuration& configuration, const std::string& site);
+// Of those blocks of a site that run; each file once. Programs and the system's log are no files.
+std::vector<SiteLog> logsOf(const Configuration& configuration, const std::vector<Place>& places);
 
 }  // namespace zpweb

@@ -31,6 +31,15 @@ std::string_view tagArguments(std::string_view text, std::string_view tag) {
     return arguments;
 }
 
+// A tag that goes on in the next line names its addresses on several.
+std::string onOneLine(std::string_view words) {
+    std::string line;
+    for (const Word& word : writtenWords(words)) {
+        line.append(line.empty() ? "" : " ").append(word.written);
+    }
+    return line;
+}
+
 // The text behind one comment mark, on its line.
 std::string_view behindMark(std::string_view text) {
     return text.substr(std::min(text.find_first_not_of(" \t\r\v\f", 1), text.size()));
@@ -59,7 +68,9 @@ BlockReader::BlockReader(LineStart opening, std::string_view tag, bool stopped, 
     block_.text = opening.raw.substr(0, 0);
     block_.lines.first = block_.nameLine = opening.number;
     block_.stopped = stopped;
-    block_.addresses = values_.plain(tagArguments(tag, keyword::VirtualHost));
+    const std::string_view arguments = tagArguments(tag, keyword::VirtualHost);
+    const bool continued = arguments.find('\n') != arguments.npos;
+    block_.addresses = values_.plain(continued ? values_.keep(onOneLine(arguments)) : arguments);
     block_.address = values_.first(block_.addresses);
 }
 

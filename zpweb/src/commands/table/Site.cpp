@@ -45,6 +45,15 @@ std::vector<std::string> Site::files() const {
     return files;
 }
 
+Outcome Site::hasName() const {
+    return !first().block->name.empty()
+               ? done()
+               : failure(Status::Refused, name() +
+                                              ": the block has no name; give it one (zpweb directive add "
+                                              "ServerName NAME --block " +
+                                              name() + ")");
+}
+
 Outcome Site::hasOneBlock() const {
     return places.size() == 1
                ? done()

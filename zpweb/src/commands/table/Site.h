@@ -19,6 +19,8 @@ struct Site {
     bool isStopped() const { return first().block->stopped; }
     std::string name() const;                // its server's; the place of a block that has none
     std::vector<std::string> files() const;  // that hold its blocks, each once
+    // An error for a block without one.
+    Outcome hasName() const;
     // An error for a site of several blocks: for what can only be done to one.
     Outcome hasOneBlock() const;
 };
