@@ -13,6 +13,8 @@ namespace zpweb {
 
 namespace {
 
+constexpr mode_t OwnerOnly = 0600;
+
 // A directory of this program's alone beside the configuration.
 std::string nearStage(const State& state) { return directoryOf(state.configuration) + "/.zpweb-stage"; }
 
@@ -22,7 +24,7 @@ Outcome giveAttributes(const std::string& path, const StagedFile& file, const De
         return done();
     }
     if (file.before && !file.ofServer) {
-        return takeOverFromOwnersFile(path, fresh);
+        return takeOverFromOwnersFile(path, file.before.hash(), fresh);
     }
     const std::string& from = file.before ? path : file.like;
     return from.empty() ? done() : takeOverAttributes(from, fresh);
@@ -41,7 +43,9 @@ Expected<Descriptor> makeWhole(const std::string& path, const StagedFile& file,
                    ? Expected(Descriptor())
                    : failure(systemError(candidate));
     }
-    auto fresh = makeNewFile(candidate, file.after.pieces(), file.mode);
+    // It may stand where its owner looks on: until it is as the old one it is closed.
+    const bool isLike = (file.before && !file.before.isLink()) || !file.like.empty();
+    auto fresh = makeNewFile(candidate, file.after.pieces(), isLike ? OwnerOnly : file.mode);
     const Outcome given = fresh.ok() ? giveAttributes(path, file, *fresh) : done();
     return given.ok() ? std::move(fresh) : given;
 }

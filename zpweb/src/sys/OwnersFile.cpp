@@ -8,6 +8,7 @@
 #include "sys/Attributes.h"
 #include "sys/File.h"
 #include "sys/GuardedDirectory.h"
+#include "sys/Hash.h"
 
 namespace zpweb {
 
@@ -56,9 +57,16 @@ Expected<std::string> readOwnersFile(const std::string& path) {
     return file.ok() ? readDescriptor(*file, path, LargestOwnersFile) : file.outcome();
 }
 
-Outcome takeOverFromOwnersFile(const std::string& path, const Descriptor& candidate) {
+Outcome takeOverFromOwnersFile(const std::string& path, const std::string& hash,
+                               const Descriptor& candidate) {
     const auto file = openOwnersFile(path);
-    return file.ok() ? takeOverAttributes(*file, candidate, path, ModeBits::WithoutSetId) : file.outcome();
+    const auto text =
+        file.ok() ? readDescriptor(*file, path, LargestOwnersFile) : Expected<std::string>(file.outcome());
+    if (!text.ok()) {
+        return text.outcome();
+    }
+    return contentHash(*text) == hash ? takeOverAttributes(*file, candidate, path, ModeBits::WithoutSetId)
+                                      : done();
 }
 
 }  // namespace zpweb

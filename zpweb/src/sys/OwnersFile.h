@@ -15,7 +15,10 @@ inline constexpr size_t LargestOwnersFile = size_t{1024} * 1024;
 // name, one over 1 MiB and, where others than root can write, one that belongs neither to root nor to the
 // directory's owner.
 Expected<std::string> readOwnersFile(const std::string& path);
-// Gives the open `candidate` the owner, mode (without set-ID bits), ACL and attributes of the file.
-Outcome takeOverFromOwnersFile(const std::string& path, const Descriptor& candidate);
+// Gives the open `candidate` the owner, mode (without set-ID bits), ACL and attributes of the file, if that
+// has this hash: else it is another one by now, and who may read that may not be given the text of this
+// one.
+Outcome takeOverFromOwnersFile(const std::string& path, const std::string& hash,
+                               const Descriptor& candidate);
 
 }  // namespace zpweb
