@@ -13,6 +13,7 @@
 #include "settings/SiteFacts.h"
 #include "settings/SiteSettings.h"
 #include "sys/File.h"
+#include "sys/OwnersFile.h"
 #include "sys/Process.h"
 #include "text/Lines.h"
 
@@ -142,7 +143,7 @@ Outcome write(Transaction& change, const std::string& site, const AccessSetting&
 }  // namespace
 
 Outcome usersAreThere(const AccessPath& path, const std::string& serverUser) {
-    const auto text = readFile(path.userFile);
+    const auto text = readFile(path.userFile, LargestOwnersFile);
     if (!text.ok()) {
         return failure(Status::NotFound, "users: " + text.outcome().message);
     }

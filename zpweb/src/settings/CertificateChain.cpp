@@ -4,6 +4,7 @@
 
 #include "sys/File.h"
 #include "sys/Fingerprint.h"
+#include "sys/OwnersFile.h"
 
 namespace zpweb {
 
@@ -26,7 +27,7 @@ int noPassphrase(char*, int, int, void* asked) {
 }  // namespace
 
 Expected<std::vector<CertificatePointer>> readChain(const std::string& file) {
-    const auto text = readFile(file);
+    const auto text = readFile(file, LargestOwnersFile);
     if (!text.ok()) {
         return text.outcome();
     }
@@ -42,7 +43,7 @@ Expected<std::vector<CertificatePointer>> readChain(const std::string& file) {
 }
 
 Expected<KeyPointer> readKey(const std::string& file) {
-    const auto text = readFile(file);
+    const auto text = readFile(file, LargestOwnersFile);
     if (!text.ok()) {
         return text.outcome();
     }

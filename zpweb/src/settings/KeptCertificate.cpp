@@ -9,9 +9,11 @@
 
 #include "settings/CertificateChain.h"
 #include "sys/Attributes.h"
+#include "sys/Copy.h"
 #include "sys/File.h"
 #include "sys/GuardedDirectory.h"
 #include "sys/Hash.h"
+#include "sys/OwnersFile.h"
 
 namespace zpweb {
 
@@ -22,20 +24,13 @@ constexpr mode_t OwnFile = 0600;
 constexpr const char* Certificate = "/certificate.pem";
 constexpr const char* Key = "/key.pem";
 
-// A new file with the owner and mode of the old one takes its place, in a directory that is held open.
-Outcome replaceIn(const Descriptor& directory, const std::string& name, std::string_view text) {
+// A copy of what is kept, as whose it is kept, takes the file's place in a directory that is held open.
+Outcome replaceIn(const Descriptor& directory, const std::string& name, const std::string& kept) {
     const std::string place = pathIn(directory, name);
     const std::string fresh = place + ".zpweb";
-    ::unlink(fresh.c_str());
-    const Descriptor old(::openat(directory.number(), name.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
-    if (!old.isOpen()) {
-        return failure(systemError(name));
-    }
-    const auto file = makeNewFile(fresh, {&text, 1}, OwnFile);
-    Outcome put = file.ok() ? takeOverAttributes(old, *file, name, ModeBits::WithoutSetId) : file.outcome();
-    put = put.ok() ? sync(*file, name) : put;
+    Outcome put = copyWhole(kept, fresh);
     if (put.ok() && ::rename(fresh.c_str(), place.c_str()) != 0) {
-        put = failure(systemError(name));
+        put = failure(systemError(place));
     }
     if (!put.ok()) {
         ::unlink(fresh.c_str());
@@ -49,11 +44,29 @@ Outcome putBack(const std::string& kept, const std::string& path) {
     if (!text.ok() || !real.ok()) {
         return text.ok() ? real.outcome() : text.outcome();
     }
-    if (const auto now = readFile(*real); now.ok() && *now == *text) {
+    if (const auto now = readFile(*real, LargestOwnersFile); now.ok() && *now == *text) {
         return done();
     }
     const auto directory = openGuarded(directoryOf(*real));
-    return directory.ok() ? replaceIn(*directory, nameOf(*real), *text) : directory.outcome();
+    return directory.ok() ? replaceIn(*directory, nameOf(*real), kept) : directory.outcome();
+}
+
+// With its owner and mode.
+Outcome keepCopy(const std::string& path, const std::string& kept) {
+    const std::string fresh = kept + ".new";
+    ::unlink(fresh.c_str());
+    const Descriptor source(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    const auto text = source.isOpen() ? readDescriptor(source, path, LargestOwnersFile)
+                                      : Expected<std::string>(failure(systemError(path)));
+    if (!text.ok()) {
+        return text.outcome();
+    }
+    const std::string_view whole = *text;
+    const auto copy = makeNewFile(fresh, {&whole, 1}, OwnFile);
+    Outcome made =
+        copy.ok() ? takeOverAttributes(source, *copy, path, ModeBits::WithoutSetId) : copy.outcome();
+    made = made.ok() ? sync(*copy, fresh) : made;
+    return made.ok() && ::rename(fresh.c_str(), kept.c_str()) != 0 ? failure(systemError(kept)) : made;
 }
 
 }  // namespace
@@ -74,8 +87,8 @@ Outcome KeptCertificate::keep() const {
     // The certificate last: where it is there, its key is.
     for (const auto& [name, path] :
          {std::pair(Key, files_.key), std::pair(Certificate, files_.certificate)}) {
-        const auto text = kept.ok() ? readFile(path) : kept;
-        kept = text.ok() ? replaceFile(directory_ + name, *text, OwnFile) : text.outcome();
+        kept = kept.ok() ? keepCopy(path, directory_ + name) : kept;
+        kept = kept.ok() ? sync(directory_) : kept;
     }
     // Where an owner can exchange the files, the one that was read may be somebody else's.
     if (kept.ok() && !isPair(directory_ + Certificate, directory_ + Key)) {

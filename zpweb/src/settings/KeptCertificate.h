@@ -17,7 +17,8 @@ public:
     // Is it the certificate with this fingerprint that is kept?
     bool is(const std::string& fingerprint) const;
     [[nodiscard]] Outcome keep() const;
-    // Gives the files what is kept. They keep their owners and modes.
+    // Gives the files what is kept, with the owners and modes that they had: what stands there now may have
+    // come from somebody who may not read the key.
     [[nodiscard]] Outcome bringBack() const;
     void forget() const;
 

@@ -152,13 +152,13 @@ std::vector<std::string> entriesOf(const std::string& directory) {
     return names.ok() ? std::move(*names) : std::vector<std::string>();
 }
 
-Expected<std::string> readFile(const std::string& path) {
+Expected<std::string> readFile(const std::string& path, size_t limit) {
     struct stat status {};
     const auto file = openToRead(path, status);
     if (!file.ok()) {
         return file.outcome();
     }
-    return readAll(*file, path, static_cast<size_t>(status.st_size), std::string::npos);
+    return readAll(*file, path, std::min(static_cast<size_t>(status.st_size), limit), limit);
 }
 
 Expected<std::string> readDescriptor(const Descriptor& file, const std::string& path, size_t limit) {

@@ -32,7 +32,8 @@ std::vector<std::string> entriesOf(const std::string& directory);  // sorted, wi
 // The same, where one that cannot be read must not be taken for an empty one.
 Expected<std::vector<std::string>> listed(const std::string& directory);
 
-Expected<std::string> readFile(const std::string& path);
+// A longer text than `limit` is an error.
+Expected<std::string> readFile(const std::string& path, size_t limit = std::string::npos);
 // All of what is open; `path` is for messages. A longer text than `limit` is an error.
 Expected<std::string> readDescriptor(const Descriptor& file, const std::string& path, size_t limit);
 // Reads a file in parts that are as long as they can be: 128 KiB, but for the last.
