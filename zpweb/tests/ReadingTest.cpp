@@ -1,10 +1,16 @@
 // Readings of what a real server has printed, and the judgement of two of them.
+#include <arpa/inet.h>
 #include <gtest/gtest.h>
+#include <sys/socket.h>
+
+#include <chrono>
+#include <thread>
 
 #include "server/DirectoryRules.h"
 #include "server/Generation.h"
 #include "server/Judge.h"
 #include "server/Postconditions.h"
+#include "sys/Connection.h"
 #include "sys/File.h"
 
 namespace zpweb {
@@ -53,6 +59,11 @@ TEST(Reading, KnowsWhichBlockAnswers) {
         EXPECT_TRUE(root.ends_with(std::string("/") + each.root)) << each.name << each.endpoint << root;
     }
     EXPECT_EQ(reading.leadsTo("x", endpointOf("127.0.0.3:8084"))->names.name, "starany");
+    const Reading wild =
+        Reading::parse(with(printed(), "namevhost six (/etc/httpd/httpd.conf:65)\n",
+                            "namevhost six (/etc/httpd/httpd.conf:65)\n                 wild alias ab*\n"));
+    EXPECT_EQ(wild.leadsTo("abc", endpointOf("127.0.0.3:8080"))->names.name, "star80")
+        << "the first pattern";
     std::string listeners;
     for (const Endpoint& endpoint : reading.endpoints()) {
         listeners += endpoint.text() + " ";
@@ -129,6 +140,30 @@ TEST(Judge, SeesWhatNobodyAskedFor) {
         EXPECT_NE(judgement.outcome.message.find(each.says), std::string::npos)
             << judgement.outcome.message;
     }
+}
+
+// What a site answers with is its owner's.
+TEST(Connection, WaitsForNoEndOfWhatDrips) {
+    using namespace std::chrono_literals;
+    sockaddr_in at{
+        .sin_family = AF_INET, .sin_port = 0, .sin_addr = {htonl(INADDR_LOOPBACK)}, .sin_zero = {}};
+    socklen_t size = sizeof at;
+    const Descriptor server(::socket(AF_INET, SOCK_STREAM, 0));
+    ASSERT_EQ(::bind(server.number(), reinterpret_cast<sockaddr*>(&at), size), 0);
+    ASSERT_EQ(::listen(server.number(), 1), 0);
+    ASSERT_EQ(::getsockname(server.number(), reinterpret_cast<sockaddr*>(&at), &size), 0);
+    std::thread drip([&server] {
+        const Descriptor peer(::accept(server.number(), nullptr, nullptr));
+        for (int i = 0; i < 100 && ::send(peer.number(), "x", 1, MSG_NOSIGNAL) == 1; ++i) {
+            std::this_thread::sleep_for(50ms);
+        }
+    });
+    const auto begun = std::chrono::steady_clock::now();
+    auto connection = Connection::to({"127.0.0.1", ntohs(at.sin_port), "", 300ms});
+    EXPECT_FALSE(connection.ok() && connection->receive(1000).empty());
+    EXPECT_LT(std::chrono::steady_clock::now() - begun, 3s);
+    connection = failure("closed");
+    drip.join();
 }
 
 // The first redirection is the one that answers; a port is the one that is asked about and no longer one.

@@ -1,5 +1,6 @@
 // What follows the commit: the server takes the change or everything goes back, and then what waited for
 // it.
+#include <chrono>
 #include <utility>
 
 #include "change/Transaction.h"
@@ -8,6 +9,12 @@
 #include "store/Checkpoints.h"
 
 namespace zpweb {
+
+namespace {
+
+constexpr std::chrono::seconds LongestRequest{30};
+
+}  // namespace
 
 std::string Transaction::errorLog() const {
     if (readings_.staged == nullptr) {
@@ -76,7 +83,8 @@ Outcome Transaction::carryOutRest() {
     return outcome.ok() ? told : outcome;
 }
 
-// One graceful reload for all that waits for it.
+// One graceful reload for all that waits for it, and one wait: an owner can have any number of files that
+// bear the name of a log and are asked for slowly.
 Outcome Transaction::tellServer() {
     if (afterReload_.empty()) {
         return done();
@@ -90,8 +98,9 @@ Outcome Transaction::tellServer() {
                       : outcome;
     }
     const bool told = settings_->reload && outcome.ok();
+    const auto until = std::chrono::steady_clock::now() + LongestRequest;
     const LetGo letGo = [&](const std::string& path) {
-        return !master || (told && server_->letsGoOf(path, *master));
+        return !master || (told && server_->letsGoOf(path, *master, until));
     };
     for (const auto& action : afterReload_) {
         if (Outcome acted = action(letGo); !acted.ok()) {

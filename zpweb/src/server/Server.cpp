@@ -1,7 +1,6 @@
 #include "server/Server.h"
 
 #include <algorithm>
-#include <chrono>
 #include <set>
 #include <thread>
 
@@ -24,7 +23,6 @@ using namespace std::chrono_literals;
 
 constexpr auto LongestReload = 20s;
 constexpr auto LongestSilence = 8s;
-constexpr auto LongestRequest = 30s;
 constexpr auto BetweenLooks = 20ms;
 
 constexpr std::string_view ProgramNames[] = {"apache2", "httpd"};
@@ -161,8 +159,8 @@ Outcome Server::reload(const Configuration& configuration, pid_t master) const {
     return probe(configuration, master);
 }
 
-bool Server::letsGoOf(const std::string& path, pid_t master) const {
-    const auto until = std::chrono::steady_clock::now() + LongestRequest;
+bool Server::letsGoOf(const std::string& path, pid_t master,
+                      std::chrono::steady_clock::time_point until) const {
     do {
         std::vector<pid_t> processes = childrenOf(master);
         processes.push_back(master);

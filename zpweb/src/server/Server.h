@@ -3,6 +3,7 @@
 
 #include <sys/types.h>
 
+#include <chrono>
 #include <functional>
 #include <optional>
 #include <string>
@@ -34,9 +35,8 @@ public:
     std::string obstacle(const Configuration& configuration, pid_t master) const;
     // Asks the master to reload and waits until its new generation answers.
     Outcome reload(const Configuration& configuration, pid_t master) const;
-    // Waits, half a minute at most, until no process of the server has the file open; false when one has it
-    // still.
-    bool letsGoOf(const std::string& path, pid_t master) const;
+    // Waits until no process of the server has the file open; false when one has it still at that moment.
+    bool letsGoOf(const std::string& path, pid_t master, std::chrono::steady_clock::time_point until) const;
     // Starts a server that is not running.
     Outcome start() const;
 

@@ -73,7 +73,7 @@ Expected<Connection> Connection::to(const Peer& peer) {
     if (::connect(socket.number(), address->get(), address->length) != 0) {
         return notConnected(peer);
     }
-    return Connection(std::move(socket));
+    return Connection(std::move(socket), peer.patience);
 }
 
 Outcome Connection::startTls(const std::string& name) {
@@ -110,7 +110,9 @@ long Connection::receiveSome(char* buffer, size_t size) {
 std::string Connection::receive(size_t limit) {
     std::string text;
     std::array<char, 4096> buffer{};
-    while (text.size() < limit) {
+    // What a site answers with is its owner's, who may send a byte now and then for ever.
+    const auto until = std::chrono::steady_clock::now() + 2 * patience_;
+    while (text.size() < limit && std::chrono::steady_clock::now() < until) {
         const long got = receiveSome(buffer.data(), std::min(buffer.size(), limit - text.size()));
         if (got <= 0) {
             break;

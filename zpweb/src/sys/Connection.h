@@ -18,7 +18,7 @@ struct Peer {
     std::string address;
     int port = 0;
     std::string from{};                        // the source address; empty: the system's choice
-    std::chrono::milliseconds patience{5000};  // of each step
+    std::chrono::milliseconds patience{5000};  // with each step; with a whole answer, twice of it
 };
 
 class Connection {
@@ -29,13 +29,14 @@ public:
     // certificate is refused: who asks looks at it.
     Outcome startTls(const std::string& name);
     Outcome send(std::string_view text);
-    // What comes until the peer closes the connection, at most `limit` bytes.
+    // What comes until the peer closes the connection or patience ends, at most `limit` bytes.
     std::string receive(size_t limit);
     // The SHA-256 fingerprint of the peer's certificate in hexadecimal digits; empty without TLS.
     std::string peerFingerprint() const;
 
 private:
-    explicit Connection(Descriptor socket) : socket_(std::move(socket)) {}
+    Connection(Descriptor socket, std::chrono::milliseconds patience)
+        : socket_(std::move(socket)), patience_(patience) {}
     long receiveSome(char* buffer, size_t size);
 
     struct Free {
@@ -43,6 +44,7 @@ private:
         void operator()(SSL* session) const;
     };
     Descriptor socket_;
+    std::chrono::milliseconds patience_;
     std::unique_ptr<SSL_CTX, Free> context_;
     std::unique_ptr<SSL, Free> session_;
 };
