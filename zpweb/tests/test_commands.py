@@ -83,6 +83,7 @@ def test_life_of_a_site(live):
     site.do("directive", "delete", "Redirect", "--site", "shop.example")
     assert site.text() == before
     assert site.get("shop.example") == page
+    (home / "www/dangling").symlink_to("/nowhere")
     site.do("site", "delete", "shop.example", "--remove-folders")
     assert site.get("shop.example") != page and not home.exists()
 

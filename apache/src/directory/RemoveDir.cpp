@@ -2,4 +2,6 @@
 #include "host/Fields.h"
 #include "host/Tree.h"
 
-char RemoveDir(const char* DName) { return zp::host::removeTree(zp::host::textOf(DName)) ? 0 : 1; }
+char RemoveDir(const char* DName) {
+    return zp::host::removeTree(zp::host::textOf(DName), zp::host::DanglingLink::Ends) ? 0 : 1;
+}

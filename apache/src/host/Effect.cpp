@@ -136,7 +136,7 @@ bool carryOut(const Effect& effect) {
         case Effect::Step::GiveAccess:
             return giveTree(*parent, name, effect);
         case Effect::Step::RemoveTree:
-            return removeTree(path, effect.inode);
+            return removeTree(path, DanglingLink::Goes, effect.inode);
     }
     return false;
 }

@@ -132,14 +132,15 @@ private:
 };
 
 bool removeEntry(int directory, const char* name) {
-    struct stat behind {};
-    if (::fstatat(directory, name, &behind, 0) != 0) {
-        return false;
-    }
     if (!isDirectoryItself(directory, name)) {
         static_cast<void>(::unlinkat(directory, name, 0));
     }
     return true;
+}
+
+bool removeWhatIsThere(int directory, const char* name) {
+    struct stat behind {};
+    return ::fstatat(directory, name, &behind, 0) == 0 && removeEntry(directory, name);
 }
 
 bool removeDirectory(int parent, const char* name) { return ::unlinkat(parent, name, AT_REMOVEDIR) == 0; }
@@ -148,7 +149,7 @@ bool removeDirectory(int parent, const char* name) { return ::unlinkat(parent, n
 
 bool walkTree(int directory, const TreeSteps& steps) { return Walk(directory, steps).run(); }
 
-bool removeTree(const std::string& path, std::optional<ino_t> inode) {
+bool removeTree(const std::string& path, DanglingLink dangling, std::optional<ino_t> inode) {
     const auto [place, name] = locationOf(withoutTrailingSlashes(path));
     const auto parent = HeldDirectory::hold(place);
     struct stat behind {};
@@ -163,7 +164,8 @@ bool removeTree(const std::string& path, std::optional<ino_t> inode) {
     struct stat status {};
     return directory.isOpen() && ::fstat(directory.number(), &status) == 0 &&
            (!inode || status.st_ino == *inode) &&
-           walkTree(directory.number(), {removeEntry, removeDirectory}) &&
+           walkTree(directory.number(),
+                    {dangling == DanglingLink::Goes ? removeEntry : removeWhatIsThere, removeDirectory}) &&
            removeDirectory(parent->descriptor(), name.c_str());
 }
 
