@@ -1,6 +1,7 @@
 """What a site's owner, who controls all that lies below the home, tries against root. Every test is one of theirs."""
 import os
 import re
+import shutil
 import socket
 import subprocess
 import time
@@ -94,6 +95,16 @@ def test_a_component_that_becomes_a_link_at_any_moment_leads_nowhere(site, prey,
     assert hurt_by(site, prey, words, swap, lambda: {**look(prey), "read": read()}) == []
 
 
+@pytest.mark.parametrize("elsewhere", [False, True], indirect=True)
+def test_a_file_of_roots_is_at_no_moment_open_to_the_owner_of_its_directory(site, prey, elsewhere):
+    html = site.sites / "shop.example/www/html"
+    give(html.parent.parent)
+    (html / "conf").write_text("A B\nroots secret\n")
+    (html / "conf").chmod(0o600)
+    look_on = f"setpriv --reuid {OWNER} --clear-groups grep -qs 'roots secret' {html}/conf {html}/.zpweb-conf && touch {prey}/read; true"
+    assert hurt_by(site, prey, f"param add {html}/conf C D", look_on, lambda: look(prey)) == []
+
+
 @pytest.mark.parametrize("words, made, swap, since", [
     ("site create b.example --address 127.0.0.1 --owner anna --path {html}", "b.example/www", "mv {html}/secret {made}", ""),
     ("protect add {html}/q joe", "q", "mkfifo {made}", ""),
@@ -136,14 +147,18 @@ def test_a_rotation_packs_no_file_of_roots(site, prey, bait):
     assert hurt_by(site, prey, "log rotate shop.example", swap, packed) == []
 
 
-def test_a_repair_is_led_nowhere(site, prey):
+@pytest.mark.parametrize("back", [False, True], ids=["another directory", "the log comes back"])
+def test_a_repair_is_led_nowhere_and_removes_no_log(site, prey, back):
     home = site.sites / "shop.example"
     logs = home / "log/httpd"
     for folder in (logs, prey / "httpd"):
         (folder / "error_log").symlink_to("/nowhere")
     give(home)
     swap = f"mv {logs} {home}/swapped && ln -s {prey}/httpd {logs} && chown -h {OWNER} {logs}"
-    assert hurt_by(site, prey, "doctor --repair", swap, lambda: look(prey)) == []
+    if back:
+        swap = f"touch {home}/swapped; rm -f {logs}/error_log; cp {prey}/access_log {logs}/error_log"
+    gone = lambda: {"the log": back and (home / "swapped").exists() and not (logs / "error_log").exists()}
+    assert hurt_by(site, prey, "doctor --repair", swap, lambda: {**look(prey), **gone()}) == []
 
 
 def test_what_is_taken_back_by_itself_is_led_nowhere(site, prey):
@@ -248,18 +263,23 @@ def certify(site, folder):
         (folder / name).symlink_to(f"{folder}/{name}2.pem")
 
 
-def test_a_kept_certificate_is_not_put_back_through_a_link_of_the_owners(site, prey):
+@pytest.mark.parametrize("kind", ["link", "own", "fifo", "sparse"])
+def test_a_kept_certificate_is_put_back_as_it_was_and_through_no_link_of_the_owners(site, prey, kind):
+    """The key was root's alone: what its directory's owner puts in its place must not make it the owner's."""
     folder = site.sites / "shop.example/www"
     issue(folder / "cert.pem", folder / "key.pem")
+    secret = (folder / "key.pem").read_text()
     site.do("tls", "on", "shop.example", "--certificate", folder / "cert.pem", "--key", folder / "key.pem", *FAST)
     assert len(list(site.root.glob(".zpweb/certificates/*/*"))) == 2
     before = look(prey)
     (folder / "cert.pem").unlink()
-    (folder / "cert.pem").symlink_to(prey / "conf")
+    (folder / "cert.pem").symlink_to(prey / "conf") if kind == "link" else plant(kind, folder / "key.pem", prey)
     give(folder)
     answer = site.run("tls", "renewed", "shop.example", *FAST)
     assert look(prey) == before
-    assert answer.status == 3 and "not followed" in answer.err, answer
+    assert answer.status == 3 and ("not followed" in answer.err) == (kind == "link"), answer
+    key = (folder / "key.pem").stat()
+    assert kind == "link" or (key.st_uid, oct(key.st_mode), (folder / "key.pem").read_text()) == (0, "0o100600", secret)
 
 
 SPARSE = 3 << 30
@@ -311,13 +331,18 @@ def test_what_is_no_small_file_of_the_owners_is_refused_or_loses_its_power(site,
 
 
 LOGS = {"the log itself": "log/httpd/error_log", "its directory": "log/httpd", "the directory above": "log",
-        "behind a link of root's": "ways", "a pipe": "log/httpd/access_log"}
+        "behind a link of root's": "ways", "a pipe": "log/httpd/access_log", "a directory": "log/httpd/access_log", "a socket": "log/httpd/access_log",
+        "a program that runs": "log/httpd/access_log"}
 
 
-def set_trap(place, prey):
+def set_trap(part, place, prey):
     (place.rename(f"{place}.moved") if place.exists() else None)
-    if place.name == "access_log":
-        os.mkfifo(place)
+    if part == "a program that runs":
+        shutil.copy("/bin/sleep", place)
+        give(place)
+        return subprocess.Popen([place, "60"])
+    if part.startswith("a "):
+        plant(part.replace("a pipe", "a fifo")[2:], place, prey)
     else:
         place.symlink_to(prey / "evil" if place.name == "error_log" else prey)
 
@@ -332,29 +357,32 @@ def test_no_reload_opens_a_log_where_its_owner_leads_it(live, part):
     (live.root / "logs").symlink_to(home / "ways/httpd")
     if place.name == "ways":
         live.conf.write_text(live.text().replace("</VirtualHost>", f"CustomLog {live.root}/logs/more_log combined\n</VirtualHost>", 1))
-    set_trap(place, prey)
+    program = set_trap(part, place, prey)
     give(home)
     before = live.text()
     for words in (["host", "add", "shop.example", "more.example"], ["log", "rotate", "shop.example"], ["server", "reload"]):
         answer = live.run(*words)
-        assert answer.status in (1, 3) and re.search("symbolic link|named pipe", answer.err) and live.text() == before, answer
+        assert answer.status in (1, 3) and re.search("symbolic link|named pipe|would end", answer.err) and live.text() == before, answer
     assert "--repair" in live.run("host", "add", "shop.example", "more.example").err and "shop.example" in answer.err
     assert [path for path in prey.rglob("*") if path.is_file()] == []
     found = live.run("doctor", "--json").json["findings"]
     assert any(str(place) in each["detail"] and "shop.example" in each["detail"] for each in found), found
     live.do("host", "add", "shop.example", "more.example", "--no-reload")
     live.run("doctor", "--repair", "--dry-run")
-    assert place.is_symlink() or place.is_fifo()
+    assert os.path.lexists(place)
     assert live.run("doctor", "--repair", "--json").json["repaired"] == [{"site": "shop.example", "link": str(place)}]
     assert not place.is_symlink() and not place.exists() or place.is_dir()
     for way in ("log", "ways"):
         (home / way / "httpd").mkdir(parents=True, exist_ok=True)
     live.do("host", "add", "shop.example", "last.example")
     assert [path for path in prey.rglob("*") if path.is_file()] == []
-    if part == "a pipe":
-        return  # to go on would wait for its reader
+    if program:
+        program.kill()
+        program.wait()
+    if part.startswith("a "):
+        return  # to go on would wait for its reader, or be the server's end
     place.rename(f"{place}.away")
-    set_trap(place, prey)
+    set_trap(part, place, prey)
     give(home)
     live.do("host", "remove", "shop.example", "last.example", "--allow-log-links")
 

@@ -25,8 +25,10 @@ namespace {
 // The shortest bound of an operation that everyday commands use.
 constexpr size_t ShortestBound = bound::Creation;
 
-constexpr auto Repair =
-    flag("--repair", "Remove the links by which sites' owners lead logs that root writes elsewhere");
+constexpr auto Repair = flag(
+    "--repair",
+    "Remove the links by which sites' owners lead logs that root writes elsewhere, and move aside what is "
+    "no log");
 
 std::string placeOf(const ConfigurationFile& file, size_t line) {
     return file.path() + ":" + std::to_string(line + 1);

@@ -77,6 +77,12 @@ namespace {
 Outcome refusalOf(const OpenedLog& log, const Trap& trap, size_t more) {
     const bool pipe = trap.kind == Trap::Kind::Pipe;
     const std::string others = more > 0 ? " and " + std::to_string(more) + " more" : "";
+    if (trap.kind == Trap::Kind::NoLog) {
+        return failure(Status::Refused, "site " + (log.site.empty() ? log.place : log.site) + others +
+                                            ": the server cannot write to its log " + trap.path +
+                                            " and would end at the reload. \"zpweb doctor --repair\" "
+                                            "moves aside what stands there");
+    }
     return failure(Status::Refused,
                    "site " + (log.site.empty() ? log.place : log.site) + others + ": its log " + log.path +
                        (pipe ? " is the named pipe " : " goes through the symbolic link ") + trap.path +

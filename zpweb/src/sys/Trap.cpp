@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 
 #include "host/HeldDirectory.h"
 #include "host/Machine.h"
@@ -21,6 +22,8 @@ namespace {
 
 constexpr int MostLinks = 40;  // on one way; the system's own limit
 
+bool isOthers(const struct stat& status) { return status.st_uid != 0 && status.st_uid != ::geteuid(); }
+
 // Most ways are plain, and two calls tell.
 bool isPlain(const std::string& path) {
     open_how how{};
@@ -32,14 +35,14 @@ bool isPlain(const std::string& path) {
         return errno == ENOENT || errno == ENOTDIR;
     }
     struct stat status {};
-    return ::fstat(file.number(), &status) == 0 && !S_ISFIFO(status.st_mode);
+    return ::fstat(file.number(), &status) == 0 &&
+           (S_ISREG(status.st_mode) ? !isOthers(status) : S_ISCHR(status.st_mode));
 }
 
-bool isOthers(const struct stat& status) { return status.st_uid != 0 && status.st_uid != ::geteuid(); }
-
 // A link of root's is the administrator's wherever it stands, and so is any in a directory of root's alone.
+// One that has a second name may be another one of root's.
 bool isOthersLink(const std::string& path, const struct stat& status) {
-    if (!isOthers(status)) {
+    if (!isOthers(status) && status.st_nlink == 1) {
         return false;
     }
     const auto directory = host::HeldDirectory::hold(directoryOf(path));
@@ -55,6 +58,35 @@ std::string takeFirstName(std::string& path) {
 Trap linkTrap(const std::string& path, const std::string& rest) {
     const bool isLast = rest.find_first_not_of('/') == std::string::npos;
     return {isLast ? Trap::Kind::FileLink : Trap::Kind::DirectoryLink, path};
+}
+
+// As the server does, which ends when it cannot: what another one runs, or holds a lease on, is shut to
+// root.
+bool canBeWritten(const std::string& path) {
+    constexpr int Append = O_WRONLY | O_APPEND | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+    const auto directory = openGuarded(directoryOf(path));
+    const Descriptor file(directory.ok() ? ::openat(directory->number(), nameOf(path).c_str(), Append)
+                                         : -1);
+    return file.isOpen() || !directory.ok() || errno == ENOENT;
+}
+
+std::optional<Trap> trapIn(const std::string& path) {
+    struct stat status {};
+    if (::lstat(path.c_str(), &status) != 0 || S_ISCHR(status.st_mode)) {
+        return std::nullopt;
+    }
+    if (S_ISFIFO(status.st_mode)) {
+        return isOthers(status) ? std::optional(Trap{Trap::Kind::Pipe, path}) : std::nullopt;
+    }
+    return canBeWritten(path) ? std::nullopt : std::optional(Trap{Trap::Kind::NoLog, path});
+}
+
+Outcome moveAside(const Descriptor& directory, const Trap& trap) {
+    const std::string name = nameOf(trap.path);
+    const std::string aside = name + ".aside-" + std::to_string(::getpid());
+    const bool moved = ::renameat2(directory.number(), name.c_str(), directory.number(), aside.c_str(),
+                                   RENAME_NOREPLACE) == 0;
+    return moved ? done() : failure(systemError(trap.path));
 }
 
 }  // namespace
@@ -87,9 +119,7 @@ std::optional<Trap> trapOn(const std::string& path) {
         way = target->starts_with('/') ? "" : way;
         rest = *target + "/" + rest;
     }
-    struct stat status {};
-    const bool isPipe = ::lstat(way.c_str(), &status) == 0 && S_ISFIFO(status.st_mode) && isOthers(status);
-    return isPipe ? std::optional(Trap{Trap::Kind::Pipe, way}) : std::nullopt;
+    return trapIn(way);
 }
 
 Outcome removeTrap(const Trap& trap) {
@@ -97,6 +127,9 @@ Outcome removeTrap(const Trap& trap) {
     const auto directory = openGuarded(directoryOf(trap.path));
     if (!directory.ok()) {
         return directory.outcome();
+    }
+    if (trap.kind == Trap::Kind::NoLog) {
+        return moveAside(*directory, trap);
     }
     const std::string name = nameOf(trap.path);
     struct stat status {};

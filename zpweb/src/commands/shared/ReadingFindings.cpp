@@ -187,7 +187,9 @@ void findRedirectableLogs(const std::vector<OpenedLog>& logs, Findings& findings
                  (log.site.empty() ? "" : log.site + ": ") + log.path + ": " + ground +
                      (!trap                            ? " is not root's alone"
                       : trap->kind == Trap::Kind::Pipe ? " is a pipe of others than root's"
-                                                       : " is a link of others than root's") +
+                      : trap->kind == Trap::Kind::NoLog
+                          ? " is nothing that can be written to: the server ends at its next reload"
+                          : " is a link of others than root's") +
                      ", and root writes the log"});
         }
     }
