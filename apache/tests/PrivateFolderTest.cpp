@@ -223,6 +223,10 @@ TEST(PrivateFolder, SaysWhatCouldNotBeDone) {
     EXPECT_EQ(add(place, "bob"), 1602);
     EXPECT_EQ(readFile(place + "/.htpasswd"), "ann:x\n") << "nothing of a tool that failed";
     EXPECT_EQ(mode(place + "/.htpasswd"), "0444") << "the mode comes after the tool, whatever it answered";
+    writeFile(place + "/.htpasswd", "bobby:x\n");
+    tools.replace("htpasswd", "echo bob:y >\"$2\"");
+    EXPECT_EQ(add(place, "bob"), 1601);
+    EXPECT_EQ(readFile(place + "/.htpasswd"), "bobby:x\n") << "another user's line";
     writeFile(place + "/.htpasswd", "");
     EXPECT_EQ(edit(place, place, "ann\nroot:x", "y"), 1606);
     EXPECT_EQ(add(place, "ann\nroot:x", "y"), 1601);

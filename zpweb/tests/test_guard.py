@@ -218,7 +218,7 @@ def test_a_patch_that_is_damaged_is_an_error_and_no_crash(site):
     site.do("host", "add", "shop.example", "c.example", *FAST)
     (patch,) = (site.root / ".zpweb/checkpoints/000002").glob("*.patch")
     site.conf.write_text("# above\n" + site.text())
-    for text in ("99999999 0\n", "0 99999999\n", "1 1\nx"):
+    for text in ("99999999 0\n", "0 99999999\n", "1 1\nx", "0 0\n" + site.text()):
         patch.write_text(text)
         assert site.run("undo", *FAST).status == 1 and "c.example" in site.text(), text
 
@@ -471,6 +471,15 @@ def test_a_second_suspension_changes_the_page_alone(site):
     assert site.text() == text != before and r'<p>\"unpaid\" \\ since May' in file.read_text()
     site.do("site", "resume", "shop.example", *FAST)
     assert site.text() == before and not file.exists()
+
+
+def test_the_page_stays_while_a_block_needs_it(site):
+    port, (block,) = free_port(), re.findall(r"(?s)<VirtualHost.*?</VirtualHost>\n", site.text())
+    site.conf.write_text(site.text() + f"Listen 127.0.0.1:{port}\n" + block.replace(str(site.port), str(port)))
+    site.do("site", "suspend", "shop.example", *FAST)
+    for each, left in ((port, 1), (site.port, 0)):
+        site.do("site", "resume", "shop.example", "--port", each, *FAST)
+        assert len(list(site.root.glob("zpweb.d/*/suspended.conf"))) == left
 
 
 def test_a_name_of_a_stopped_site_is_free(site):

@@ -328,6 +328,10 @@ def test_a_site_is_moved_and_renamed(server):
     assert file_and_links(server, "both") == (False, False)
     server.do("site", "move", "both.example", "--layout", "files")
     assert file_and_links(server, "both.example") == (True, True)
+    taken = server.tree / ("sites-available" if isinstance(server, Debian) else "conf.d") / "store.example.conf"
+    taken.touch()
+    assert server.run("site", "rename", "both.example", "store.example").status == 7
+    taken.unlink()
     server.do("site", "rename", "both.example", "store.example")
     assert file_and_links(server, "both.example") == (False, False) and file_and_links(server, "store.example") == (True, True)
     for name in ("store.example", "www.store.example"):

@@ -42,7 +42,8 @@ def authority():
     issue("good", "plain.example,www.plain.example,secure.example,www.secure.example")
     issue("wild", "wild.example,*.wild.example")
     issue("other", "other.example")
-    issue("expired", "plain.example,www.plain.example", days=-1)
+    issue("expired", "plain.example,www.plain.example", year=2020)
+    issue("early", "plain.example,www.plain.example", year=2090)
     issue("bare", "plain.example")
 
 
@@ -50,7 +51,7 @@ def openssl(*words):
     subprocess.run(["openssl", *map(str, words)], check=True, capture_output=True)
 
 
-def issue(name, names, days=30):
+def issue(name, names, year=None):
     """live/NAME/{fullchain,privkey}.pem as links into archive, like certbot's; again for a renewal."""
     archive, live = LIVE.parent / "archive" / name, LIVE / name
     for folder in (archive, live):
@@ -60,11 +61,11 @@ def issue(name, names, days=30):
     openssl("req", "-newkey", "rsa:2048", "-nodes", "-subj", f"/CN={name}", "-keyout", key, "-out", request)
     extensions = archive / "extensions"
     extensions.write_text("subjectAltName=" + ",".join("DNS:" + each for each in names.split(",")))
-    if days > 0:
+    if year is None:
         openssl("x509", "-req", "-in", request, "-CA", "/etc/ssl/ca/ca.pem", "-CAkey", "/etc/ssl/ca/key.pem", "-CAcreateserial",
-                "-extfile", extensions, "-days", days, "-out", chain)
+                "-extfile", extensions, "-days", 30, "-out", chain)
     else:
-        issue_expired(request, extensions, chain)
+        issue_in(year, request, extensions, chain)
     chain.write_text(chain.read_text() + Path("/etc/ssl/ca/ca.pem").read_text())
     os.chmod(key, 0o600)
     for kind in ("privkey", "fullchain"):
@@ -73,7 +74,7 @@ def issue(name, names, days=30):
         link.symlink_to(f"../../archive/{name}/{kind}{number}.pem")
 
 
-def issue_expired(request, extensions, chain):
+def issue_in(year, request, extensions, chain):
     """openssl x509 cannot set dates; openssl ca can."""
     home = Path("/etc/ssl/ca")
     (home / "index.txt").write_text("")
@@ -81,7 +82,7 @@ def issue_expired(request, extensions, chain):
     (home / "ca.conf").write_text(f"[ca]\ndefault_ca=d\n[d]\ndatabase={home}/index.txt\nserial={home}/serial\nnew_certs_dir={home}\n"
                                   "default_md=sha256\npolicy=p\n[p]\ncommonName=supplied\n")
     openssl("ca", "-batch", "-config", home / "ca.conf", "-cert", home / "ca.pem", "-keyfile", home / "key.pem", "-in", request,
-            "-extfile", extensions, "-startdate", "20200101000000Z", "-enddate", "20200201000000Z", "-notext", "-out", chain)
+            "-extfile", extensions, "-startdate", f"{year}0101000000Z", "-enddate", f"{year}0201000000Z", "-notext", "-out", chain)
 
 
 def pair(name, key=None):
@@ -155,6 +156,7 @@ def test_a_wildcard_stands_for_one_label(server):
     (pair("bare"), "is not for www.plain.example"),
     (pair("good", key="other"), "is not the key"),
     (pair("expired"), "expired on 2020-02-01"),
+    (pair("early"), "not valid before 2090-01-01"),
     (["--certificate", "/etc/ssl/disordered.pem", *pair("good")[2:]], "is not the issuer"),
     (["--certificate", "/etc/ssl/lapsed.pem", *pair("good")[2:]], "expired on 2020-02-01 (certificate 2 of the file)"),
     ([*pair("good")[:2], "--key", "/etc/ssl/open.key"], "chmod 0600"),
@@ -162,7 +164,7 @@ def test_a_wildcard_stands_for_one_label(server):
     ([*pair("good")[:2], "--key", "/etc/ssl/foreign.key"], "its owner is not root"),
     ([*pair("good")[:2], "--key", "/home/mallory/link/privkey.pem"], "link"),
     (["--certificate", "/etc/hosts", *pair("good")[2:]], "no certificate"),
-], ids=["names", "one name", "key", "expired", "order", "expired issuer", "readable", "passphrase", "owner", "foreign link", "no PEM"])
+], ids=["names", "one name", "key", "expired", "early", "order", "expired issuer", "readable", "passphrase", "owner", "foreign link", "no PEM"])
 def test_a_certificate_that_clients_would_turn_away_from_is_refused(server, words, reason):
     own, issuer = [part + "-----END CERTIFICATE-----\n" for part in (LIVE / "good/fullchain.pem").read_text().split("-----END CERTIFICATE-----\n")[:2]]
     Path("/etc/ssl/disordered.pem").write_text(own + own + issuer)

@@ -111,8 +111,8 @@ def test_a_leader_that_is_killed_at_any_step(site):
         queue = Queue(site)
         kind = ("none", 0) if calls is None else ("kill", calls[number - 1])
         queue.add("host", "add", names[0], "h0.example", *FAST, before=(ZPFAULT, *kind), env={"ZPFAULT_ALL": "1"})
-        for i, name in enumerate(names[1:], 1):
-            queue.add("host", "add", name, f"h{i}.example", *FAST)
+        queue.add("host", "add", names[1], "h1.example", *FAST)
+        queue.add("directive", "add", "Redirect", "/ http://h2.example/", "--site", names[2], *FAST)
         answers = queue.release()
         if calls is None:
             traced = [line.split(" ", 2)[1] for line in answers[0].err.splitlines() if re.match(r"\d+ \w+ /", line)]
@@ -121,14 +121,25 @@ def test_a_leader_that_is_killed_at_any_step(site):
         assert [a.status for a in answers[1:]] == [0, 0], answers
         text = site.text()
         assert [text.count(f"h{i}.example") for i in (1, 2)] == [1, 1], (number, text)
-        logged = [line["command"][-3] for line in log_of(site)[known:] if line["changed"]]
-        assert all(logged.count(f"h{i}.example") in (1, 2) for i in (1, 2)), logged
+        logged = [str(line["command"]) for line in log_of(site)[known:] if line["changed"]]
+        assert all(sum(f"h{i}.example" in words for words in logged) in (1, 2) for i in (1, 2)), logged
         outcomes.append("h0.example" in text)
         for _ in range(3 if outcomes[-1] else 2):
             site.do("undo", *FAST)
         assert site.text() == before and not site.strays(), number
         number += 1
     assert set(outcomes) == {False, True}
+
+
+def test_one_that_takes_another_back_is_a_change_of_its_own(site):
+    (name,) = sites(site, 1)
+    before, queue = site.text(), Queue(site)
+    for word in ("add", "remove"):
+        queue.add("host", word, name, "a.example", *FAST)
+    assert [a.json["changed"] for a in queue.release()] == [True, True] and site.text() == before
+    for there in (True, False):
+        site.do("undo", *FAST)
+        assert ("a.example" in site.text()) == there
 
 
 def test_who_was_answered_goes_first(site):
