@@ -215,7 +215,8 @@ def test_plain_certificate_files_are_put_back_when_a_renewal_fails(server):
     assert [Path(f"/etc/ssl/plain.{ending}").read_bytes() for ending in ("pem", "key")] == [
         (LIVE / f"good/{kind}.pem").read_bytes() for kind in ("fullchain", "privkey")]
     kept = list(server.state.glob("certificates/*/*"))
-    assert len(kept) == 2 and {path.stat().st_mode & 0o777 for path in [*kept, Path("/etc/ssl/plain.key")]} == {0o600}
+    assert {path.name: oct(path.stat().st_mode & 0o777) for path in [*kept, kept[0].parent, Path("/etc/ssl/plain.key")]} == {
+        "certificate.pem": "0o644", "key.pem": "0o600", kept[0].parent.name: "0o700", "plain.key": "0o600"}
     server.do("tls", "off", SITE)
     assert not list(server.state.glob("certificates/*"))
 
