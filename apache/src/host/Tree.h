@@ -25,8 +25,8 @@ struct TreeSteps {
 // Removes a directory and all that it holds. A link in it is removed as a link, and so is one in its place
 // when a directory stands behind it. False, and the rest stays, at the first directory that cannot be read
 // or removed, where a link that others than the administrator can have placed is on the way and, if it
-// shall, at a link that leads nowhere. What is mounted in it stays, and so do the directories above. Whether
-// a file could be removed is not examined. With an inode, another directory in its place stays.
+// shall, at a link that leads nowhere. What is mounted in it stays, and so do the directories above.
+// Whether a file could be removed is not examined. With an inode, another directory in its place stays.
 enum class DanglingLink { Ends, Goes };
 [[nodiscard]] bool removeTree(const std::string& path, DanglingLink dangling,
                               std::optional<ino_t> inode = {});

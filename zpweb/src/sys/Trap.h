@@ -20,7 +20,8 @@ struct Trap {
 // links are followed, and what they lead to is looked at as well.
 std::optional<Trap> trapOn(const std::string& path);
 
-// Where a link stood for a directory, an empty one of root's takes its place. What is no log is moved aside.
+// Where a link stood for a directory, an empty one of root's takes its place. What is no log is moved
+// aside.
 Outcome removeTrap(const Trap& trap);
 
 }  // namespace zpweb
