@@ -21,6 +21,8 @@ ZPFAULT = os.environ.get("ZPFAULT", str(Path(ZPWEB).parents[1] / "faults/zpfault
 MODULES = ("mpm_event authz_core authz_host authz_user authn_core authn_file auth_basic access_compat alias "
            "dir env mime cgid rewrite setenvif unixd log_config")
 OWNER = "anna"
+# For openssl req: an RSA key takes longer to make than many a test.
+NEW_KEY = ["-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1", "-nodes"]
 SCHEMAS = Path(__file__).parents[1] / "schema"
 
 

@@ -6,7 +6,7 @@ import shutil
 import subprocess
 from pathlib import Path
 
-from conftest import ZPWEB, await_true, free_port
+from conftest import NEW_KEY, ZPWEB, await_true, free_port
 
 PROJECT = Path(__file__).parents[2]
 BASE = Path("/var/zpweb-fleet")
@@ -112,7 +112,7 @@ DocumentRoot /var/zpweb-host/www
     def certify(self, wrong):
         """A certificate for the site on each host; those that are named get the key of another."""
         for name in ("shop", "other"):
-            subprocess.run(["openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-subj", f"/CN={name}", "-addext",
+            subprocess.run(["openssl", "req", "-x509", *NEW_KEY, "-subj", f"/CN={name}", "-addext",
                             "subjectAltName=DNS:*.shop.example,DNS:shop.example,DNS:store.example", "-keyout", BASE / f"{name}.key", "-out", BASE / f"{name}.pem"],
                            check=True, capture_output=True)
         for number, (tree, _sshd) in enumerate(self.hosts, 1):

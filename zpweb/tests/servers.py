@@ -11,7 +11,7 @@ import subprocess
 import textwrap
 from pathlib import Path
 
-from conftest import OWNER, ZPWEB, Answer, await_true
+from conftest import NEW_KEY, OWNER, ZPWEB, Answer, await_true
 
 MODULES = "ssl rewrite macro proxy proxy_http headers include".split()
 PAGES = Path("/var/www")
@@ -85,7 +85,7 @@ class Server:
         for name in [*LISTENERS, "nameless"]:
             (PAGES / name).mkdir(exist_ok=True)
             (PAGES / name / "index.html").write_text(name)
-        subprocess.run(["openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-subj", "/CN=both.example", "-addext",
+        subprocess.run(["openssl", "req", "-x509", *NEW_KEY, "-subj", "/CN=both.example", "-addext",
                         "subjectAltName=DNS:*.example,DNS:*.both.example", "-keyout", "/etc/ssl/site.key", "-out", "/etc/ssl/site.pem"],
                        check=True, capture_output=True)
         with open("/etc/ssl/site.pem", "a") as both:

@@ -9,7 +9,7 @@ from pathlib import Path
 
 import pytest
 
-from conftest import OWNER, ZPFAULT, ZPWEB, give
+from conftest import NEW_KEY, OWNER, ZPFAULT, ZPWEB, give
 from test_settings import POOL, fpm  # noqa: F401
 
 FAST = ("--no-check", "--no-reload")
@@ -246,7 +246,7 @@ def hurt_by(site, prey, words, swap, look, fast=FAST):
 
 
 def issue(certificate, key):
-    subprocess.run(["openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1", "-nodes", "-subj", "/CN=shop.example", "-addext",
+    subprocess.run(["openssl", "req", "-x509", *NEW_KEY, "-subj", "/CN=shop.example", "-addext",
                     "subjectAltName=DNS:shop.example,DNS:www.shop.example", "-keyout", key, "-out", certificate], check=True, capture_output=True)
 
 

@@ -15,7 +15,7 @@ from pathlib import Path
 
 import pytest
 
-from conftest import ZPFAULT, ZPWEB
+from conftest import NEW_KEY, ZPFAULT, ZPWEB
 
 ALL = os.environ.get("ZPWEB_FAULTS") == "all"
 EVERY = int(os.environ.get("ZPWEB_FAULTS_EVERY", 1 if ALL else 307))
@@ -103,7 +103,7 @@ class Subject:
         self.pool = socket.socket(socket.AF_UNIX)
         self.pool.bind("/var/zpweb-test/php.sock")
         self.pool.listen(4096)  # nobody accepts
-        subprocess.run(["openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1", "-nodes", "-subj", "/CN=shop.example", "-addext",
+        subprocess.run(["openssl", "req", "-x509", *NEW_KEY, "-subj", "/CN=shop.example", "-addext",
                         "subjectAltName=DNS:shop.example,DNS:www.shop.example", "-keyout", site.root / "www/key.pem",
                         "-out", site.root / "www/cert.pem"], check=True, capture_output=True)
 

@@ -12,7 +12,7 @@ from pathlib import Path
 
 import pytest
 import websockets
-from conftest import OWNER, ZPFAULT, ZPWEB, await_true, free_port
+from conftest import NEW_KEY, OWNER, ZPFAULT, ZPWEB, await_true, free_port
 from servers import HTTP, TLS, Debian, RedHat
 
 LIVE = Path("/etc/letsencrypt/live")
@@ -37,7 +37,7 @@ def authority():
     """A CA of our own, and certificates where certbot keeps them."""
     home = Path("/etc/ssl/ca")
     home.mkdir(exist_ok=True)
-    openssl("req", "-x509", "-newkey", "rsa:2048", "-nodes", "-subj", "/CN=Our CA", "-days", "30",
+    openssl("req", "-x509", *NEW_KEY, "-subj", "/CN=Our CA", "-days", "30",
             "-keyout", home / "key.pem", "-out", home / "ca.pem")
     issue("good", "plain.example,www.plain.example,secure.example,www.secure.example")
     issue("wild", "wild.example,*.wild.example")
@@ -58,7 +58,7 @@ def issue(name, names, year=None):
         folder.mkdir(parents=True, exist_ok=True)
     number = len(list(archive.glob("fullchain*"))) + 1
     key, request, chain = (archive / f"{kind}{number}.pem" for kind in ("privkey", "request", "fullchain"))
-    openssl("req", "-newkey", "rsa:2048", "-nodes", "-subj", f"/CN={name}", "-keyout", key, "-out", request)
+    openssl("req", *NEW_KEY, "-subj", f"/CN={name}", "-keyout", key, "-out", request)
     extensions = archive / "extensions"
     extensions.write_text("subjectAltName=" + ",".join("DNS:" + each for each in names.split(",")))
     if year is None:
