@@ -190,9 +190,10 @@ TEST(Postconditions, SeeWhatLetsOthersIn) {
     struct Case {
         const char *server, *own, *behind;  // at the server's level, in the section, behind it
         bool holds;
+        const char* says = "Require all granted";
     };
-    const auto section = [](const std::string& tag) {
-        return "  <" + tag + ">\n    Require all granted\n  </" + tag.substr(0, tag.find(' ')) + ">\n";
+    const auto section = [](const std::string& tag, const std::string& says) {
+        return "  <" + tag + ">\n    " + says + "\n  </" + tag.substr(0, tag.find(' ')) + ">\n";
     };
     for (const Case& each : std::initializer_list<Case>{
              {"", "", "", true},
@@ -211,6 +212,13 @@ TEST(Postconditions, SeeWhatLetsOthersIn) {
              {"", "", "Files *", false},
              {"", "", "Files robots.txt", true},
              {"", "", "If true", false},
+             {"", "", "Location /", false, "Require valid-user"},
+             {"", "", "Location /", false, "<Limit GET>\n    Require ip 10\n    </Limit>"},
+             {"", "", "Location /", false, "Satisfy Any"},
+             {"", "", "Location /", true, "Require all denied"},
+             {"", "", "Location /", true, "AuthMerging And\n    Require all granted"},
+             {"", "    <Limit POST>\n      Require all granted\n    </Limit>\n", "", false},
+             {"", "    <LimitExcept GET>\n      Require all denied\n    </LimitExcept>\n", "", true},
              {"  Satisfy Any\n", "", "", false},
              {"  Require all granted\n", "", "", true},
          }) {
@@ -220,10 +228,11 @@ TEST(Postconditions, SeeWhatLetsOthersIn) {
             std::string(each.server) +
             "</Directory>\n#   9:\n<VirtualHost *:80>\n  ServerName a\n  DocumentRoot /srv\n"
             "  <Directory \"/srv/in/\">\n    Require ip 10.1.2.3\n" +
-            each.own + "  </Directory>\n" + (*each.behind == '\0' ? "" : section(each.behind)) +
+            each.own + "  </Directory>\n" + (*each.behind == '\0' ? "" : section(each.behind, each.says)) +
             "</VirtualHost>\n");
         const Outcome outcome = isRestricted({"a"}, "/srv/in", {{"Require ip 10.1.2.3"}})(reading);
-        EXPECT_EQ(outcome.ok(), each.holds) << each.server << each.own << each.behind << outcome.message;
+        EXPECT_EQ(outcome.ok(), each.holds)
+            << each.server << each.own << each.behind << each.says << outcome.message;
     }
 }
 

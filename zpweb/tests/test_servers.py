@@ -74,11 +74,11 @@ def test_a_closed_directory_is_closed_or_the_command_refused(server, words, stat
 @pytest.mark.parametrize("words, reason", [
     ("directive set ServerAdmin c@shadowed.example --site shadowed.example", "snippets/admin.conf:1"),
     ("directive delete ServerAdmin --site shadowed.example", "snippets/admin.conf:1"),
-    (f"vdir create shadowed.example {PAGES}/shadowed.example --deny all", "lets everybody into"),
+    (f"vdir create shadowed.example {PAGES}/shadowed.example --deny all", "lets others into"),
     ("user add plain.example joe", "passwords that are no hashes"),
     ("suphp on both.example", "several blocks"),
     (f"folder add lower.example {PAGES}/lower.example --line 'AllowOverride All'", "comes later and counts"),
-    (f"folder add shadowed.example {PAGES}/shadowed.example --line Require\\ all\\ denied", "lets everybody into"),
+    (f"folder add shadowed.example {PAGES}/shadowed.example --line Require\\ all\\ denied", "lets others into"),
     ("site suspend plain.example --message", "without --message"),
     ("site set proxied.example --redirect=/gone=https://plain.example/", "redirect set"),
     ("proxy set proxied.example /app http://127.0.0.1:8081", "take that line away"),

@@ -6,6 +6,7 @@
 #include "commands/shared/Operation.h"
 #include "commands/shared/Readable.h"
 #include "server/DirectoryRules.h"
+#include "server/DirectorySections.h"
 
 namespace zpweb {
 

@@ -4,6 +4,7 @@
 
 #include "conf/Text.h"
 #include "server/DirectoryRules.h"
+#include "server/DirectorySections.h"
 
 namespace zpweb {
 

@@ -10,11 +10,6 @@
 
 namespace zpweb {
 
-// The <Directory> sections for just this directory that stand directly in a section, or at the server's
-// level (Directive::None).
-std::vector<uint32_t> directorySections(const Reading& reading, uint32_t section,
-                                        const std::string& directory);
-
 // Who may see the directory, by the terms in a section, one each: "require ip 10.1.2.3"; those in nested
 // sections stand between their tags.
 std::vector<std::string> termsOf(const Reading& reading, uint32_t section);
