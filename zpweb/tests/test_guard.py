@@ -47,6 +47,13 @@ def test_a_home_that_is_not_the_sites_own_is_never_removed(site, name, home, tol
     assert home.parent == Path("/") or (home / "www/inner").exists()
 
 
+def test_a_home_that_another_one_took_the_place_of_stays_and_that_is_told(site):
+    home = site.sites / "shop.example"
+    words = [ZPFAULT, "meanwhile", "renameat2:1", ZPWEB, "--conf", site.conf, "site", "delete", "shop.example", "--remove-folders", *FAST]
+    done = subprocess.run(words, capture_output=True, text=True, env={**os.environ, "ZPFAULT_RUN": f"mv {home} {home}.away; mkdir {home}"})
+    assert done.returncode == 1 and "could not be removed" in done.stderr and home.exists(), done
+
+
 def test_a_link_in_a_directory_that_a_group_can_write_is_not_followed(site):
     shared, prey = site.root / "shared", site.root / "prey"
     shared.mkdir()
@@ -85,6 +92,12 @@ def test_a_check_that_could_not_be_run_has_not_passed(site, server):
     environment = path_with(site.root / "run/bin", apachectl=server, apache2=server, httpd=server, apache2ctl=server)
     answer = site.run("host", "add", "shop.example", "more.example", env=environment)
     assert answer.status in (1, 3) and site.text() == before and not site.strays(), answer
+
+
+def test_a_change_of_which_the_server_tells_nothing_is_not_called_judged(site):
+    silent = path_with(site.root / "run/bin", apache2='case "$*" in *DUMP*) exit 1;; esac\nexec /usr/sbin/apache2 "$@"')
+    answer = site.do("host", "add", "shop.example", "more.example", "--json", env=silent)
+    assert answer.json["judged"] is False and "not judged" in answer.err, answer
 
 
 def test_a_checkpoint_has_a_number_of_its_own(site):
@@ -322,9 +335,10 @@ def test_what_somebody_has_edited_after_an_interruption_stays(site):
 
 def test_a_journal_that_cannot_be_read_is_left_to_the_administrator(site):
     journal, before = site.root / ".zpweb/journal", site.text()
-    journal.write_text('{"progress": "commit')
-    answer = site.run("site", "stop", "shop.example", *FAST)
-    assert answer.status == 1 and str(journal) in answer.err and journal.exists() and site.text() == before, answer
+    for kind in ("damaged", "directory"):
+        journal.write_text('{"progress": "commit') if kind == "damaged" else (journal.unlink(), journal.mkdir())
+        answer = site.run("site", "stop", "shop.example", *FAST)
+        assert answer.status == 1 and str(journal) in answer.err and journal.exists() and site.text() == before, answer
 
 
 def test_modes_do_not_follow_the_umask(site):

@@ -1,5 +1,6 @@
 """Every change is judged by what the server itself makes of it."""
 import os
+import re
 import shutil
 import subprocess
 from pathlib import Path
@@ -56,6 +57,15 @@ def test_a_name_that_another_block_catches_is_not_called_added(shared):
     before = shared.text()
     answer = shared.run("host", "add", "other.example", "a.caught.example")
     assert answer.status == 1 and "leads to shop.example" in answer.err and shared.text() == before, answer
+
+
+def test_what_is_written_already_must_be_in_effect_too(site):
+    over = site.root / "www/over.conf"
+    over.write_text("ServerAdmin other@shop.example\n")
+    site.conf.write_text(re.sub(r"ServerAdmin .*", f"ServerAdmin me@shop.example\nInclude {over}", site.text()))
+    before = site.text()
+    answer = site.run("directive", "set", "ServerAdmin", "me@shop.example", "--site", "shop.example")
+    assert answer.status == 1 and "other@shop.example" in answer.err and site.text() == before, answer
 
 
 def test_the_live_reading_is_kept_while_nothing_changes(site):
