@@ -1,6 +1,7 @@
 // Rotation of a site's access log.
 #include <CZPWebsite.h>
 #include <gtest/gtest.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -122,6 +123,12 @@ TEST(LogRotation, LeavesWhatIsNoLog) {
     }
     EXPECT_TRUE(fs::is_directory(log()));
     EXPECT_TRUE(fs::exists(pipe));
+    const std::string still = scratch("still");
+    fs::create_directories(still);
+    ASSERT_EQ(::mount("tmpfs", still.c_str(), "tmpfs", 0, nullptr), 0);
+    writeFile(still + "/access_log", "x");
+    ASSERT_EQ(::mount(nullptr, still.c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr), 0);
+    EXPECT_EQ(rotate(still + "/access_log", "0", "DEL"), 0) << "what could not be removed is there";
 }
 
 TEST(LogRotation, IsNotLedElsewhereByLinks) {

@@ -152,6 +152,10 @@ TEST_F(WebUser, AreListed) {
     writeFile(file, "");
     EXPECT_EQ(list(&CZPUsers::UserExist, 81), StringVector{});
     EXPECT_EQ(list(&CZPUsers::UserList, 82), StringVector{});
+    std::filesystem::remove(file);
+    std::filesystem::create_symlink("/proc/self/mem", file);  // it opens, and the first read fails
+    EXPECT_EQ(list(&CZPUsers::UserExist, 22), StringVector{});
+    EXPECT_EQ(list(&CZPUsers::UserList, 22), StringVector{});
 }
 
 TEST_F(WebUser, ComeInThousands) {

@@ -141,14 +141,14 @@ def test_owner_mode_link_and_attributes_stay(machine, tmp_path):
     shutil.move(machine.conf, real)
     machine.conf.symlink_to(real)
     os.chown(real, 1, 2)
-    os.chmod(real, 0o640)
+    os.chmod(real, 0o1640)
     subprocess.run(["setfattr", "-n", "user.note", "-v", "mine", real], check=True)
     subprocess.run(["setfacl", "-m", "u:www-data:r", real], check=True)
     machine.do("site", "stop", "kept.example")
     assert real.read_text().startswith("# The server of a test") and "#<VirtualHost" in real.read_text()
     status = real.stat()
     assert machine.conf.is_symlink()
-    assert (status.st_uid, status.st_gid, status.st_mode & 0o7707) == (1, 2, 0o600)
+    assert (status.st_uid, status.st_gid, status.st_mode & 0o7707) == (1, 2, 0o1600)
     assert os.getxattr(real, "user.note") == b"mine"
     assert "user:www-data:r--" in subprocess.run(["getfacl", "-p", real], capture_output=True, text=True).stdout
 
@@ -497,6 +497,17 @@ def test_what_could_not_be_put_back_is_not_tried_again(site):
     done = subprocess.run(words, capture_output=True, text=True, env={**os.environ, "ZPFAULT_RUN": harm})
     assert done.returncode == 1 and "damaged" in done.stderr and "starting again" not in done.stderr, done
     assert (site.root / ".zpweb/journal").exists() and (page / ".htpasswd").read_text().endswith("# theirs\n")
+
+
+def test_what_a_refused_reload_could_not_put_back_is_left_to_the_next_run(live):
+    kept = live.root / ".zpweb/checkpoints/000002/0"
+    with socket.socket() as busy:
+        busy.bind(("127.0.0.1", 0))
+        busy.listen()
+        live.conf.write_text(live.text() + f"Listen 127.0.0.1:{busy.getsockname()[1]}\n")
+        words = [ZPFAULT, "meanwhile", "renameat2:1", ZPWEB, "--conf", live.conf, "host", "add", "shop.example", "c.example"]
+        done = subprocess.run(words, capture_output=True, text=True, env={**os.environ, "ZPFAULT_RUN": f"rm {kept}; echo damaged >{kept}"})
+    assert done.returncode == 4 and "damaged" in done.stderr and (live.root / ".zpweb/journal").exists(), done
 
 
 def test_the_server_is_found_by_a_variable_and_not_held_up_by_what_is_not_loaded(site):

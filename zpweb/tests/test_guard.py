@@ -52,6 +52,12 @@ def test_a_home_that_another_one_took_the_place_of_stays_and_that_is_told(site):
     words = [ZPFAULT, "meanwhile", "renameat2:1", ZPWEB, "--conf", site.conf, "site", "delete", "shop.example", "--remove-folders", *FAST]
     done = subprocess.run(words, capture_output=True, text=True, env={**os.environ, "ZPFAULT_RUN": f"mv {home} {home}.away; mkdir {home}"})
     assert done.returncode == 1 and "could not be removed" in done.stderr and home.exists(), done
+    assert site.create("b.example", *FAST).status == 0
+    home = site.sites / "b.example"
+    words = [word.replace("shop", "b") for word in map(str, words)]
+    assert subprocess.run([ZPFAULT, "kill", "unlinkat:1", *words[3:]], capture_output=True).returncode == 137 and "b.example" not in site.text()
+    subprocess.run(f"mv {home} {home}.away; mkdir {home}", shell=True, check=True)
+    assert "could not be removed" in site.create("c.example", *FAST).err and home.exists()
 
 
 def test_a_link_in_a_directory_that_a_group_can_write_is_not_followed(site):
@@ -273,6 +279,24 @@ def test_a_rotation_under_load_loses_no_line(live):
     assert len(list(log.parent.glob("access_log-*.tar.gz"))) == 3, "the server writes to it still"
     live.do("log", "rotate", "shop.example", "--delete")
     assert {path.name for path in log.parent.iterdir()} == {"access_log", "error_log", *(path.name for path in archives)}
+
+
+def test_a_rotation_waits_for_the_line_of_a_request_that_goes_on(live):
+    log = live.sites / "shop.example/log/httpd/access_log"
+    live.conf.write_text(live.text().replace('"%h" combined', '"%U" combined'))
+    live.publish("shop.example", "x" * (20 << 20), "www/html/big")
+    live.do("server", "reload")
+    with socket.create_connection(("127.0.0.1", live.port)) as slow:
+        slow.send(b"GET /big HTTP/1.0\r\nHost: shop.example\r\n\r\n")
+        slow.recv(100)
+        run = subprocess.Popen([ZPWEB, "--conf", live.conf, "log", "rotate", "shop.example"])
+        await_true(lambda: list(log.parent.glob("access_log-*")) and log.exists())
+        time.sleep(0.5)
+        while slow.recv(1 << 20):
+            pass
+    assert run.wait(30) == 0
+    (archive,) = log.parent.glob("access_log-*")
+    assert "/big" in subprocess.run(["tar", "-xzOf", archive], capture_output=True, text=True, check=True).stdout
 
 
 def test_what_waits_for_its_confirmation_is_not_forgotten_when_the_list_cannot_be_read(site):

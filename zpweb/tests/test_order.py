@@ -73,6 +73,7 @@ def test_nothing_counts_that_is_not_on_the_disk(three_files):
     assert len(put) >= 3
     gone = max(at for at, (name, path) in enumerate(calls) if name.startswith("unlink") and path.endswith("/journal"))
     assert any(path.endswith("/audit.log") for at, path in synced if at < gone)
+    assert str(site.root / ".zpweb") in [path for at, path in synced if at > gone], "a journal that came back would undo later changes"
     before = [path for at, path in synced if at < put[0]]
     journal = max(at for at, (name, path) in enumerate(calls) if name == "rename" and path.endswith("/journal.new") and at < put[0])
     assert str(site.root / ".zpweb") in [path for at, path in synced if journal < at < put[0]], "the journal's name, too"
