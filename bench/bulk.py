@@ -1,14 +1,19 @@
 """Many changes at once: `zpweb apply` beside one `zpweb host add`, without the server's check and reload.
 
-    scripts/sandbox /usr/bin/python3 bench/bulk.py ZPWEB SITES COUNT... [--tools COUNT] [--files]
+    scripts/sandbox /usr/bin/python3 bench/bulk.py ZPWEB SITES COUNT... [--kinds KIND,...] [--files] [--pairs near|far] [--row]
+                                                   [--undo] [--state] [--tools COUNT]
 
-For example `build/release/zpweb/zpweb 10000 100 1000`. Each COUNT of each kind of command is one `apply`. With --tools the
-same host names are added by one session of augtool, and by a loop of `sed -i`; with --files each site stands in
-a linked file of its own. `site create` is held against making the same directories with mkdir and chown.
+For example `build/release/zpweb/zpweb 10000 100 1000`. Each COUNT of each kind of command is one `apply`. With --files each
+site stands in a linked file of its own; with --pairs each has a second block, for port 443, behind its first one or
+behind those of all others; with --row the commands are for sites that stand in a row, in place of such all over the file.
+With --undo each batch is taken back, with --state a batch of changes in a document is applied. With --tools the same host
+names are added by one session of augtool, and by a loop of `sed -i`. `site create` is held against making the same
+directories with mkdir and chown.
 """
 import argparse
 import json
 import os
+import socket
 import subprocess
 import sys
 import tempfile
@@ -16,15 +21,76 @@ import time
 
 from configurations import domain, write
 
+class Kind:
+    """Commands of one kind, each on another site; `first` are kinds that are applied before, and not timed."""
+
+    def __init__(self, make, first=(), command="", files=True, main=True):
+        self.make, self.first, self.command = make, first, command
+        self.files, self.main = files, main  # where it can be done
+
+
+def on(*words, **options):
+    """A command on a site: what of its words and options is a text names the site as NAME and the command as NUMBER."""
+    def filled(text, name, i):
+        return text.replace("NAME", name).replace("NUMBER", str(i)) if isinstance(text, str) else text
+
+    def make(name, i):
+        return {"arguments": [filled(each, name, i) for each in ("NAME", *words)],
+                "options": {key.replace("_", "-"): filled(value, name, i) for key, value in options.items()}}
+    return make
+
+
+def plainly(*words, **options):
+    """One that is not on a site, or names it otherwise."""
+    def make(name, i):
+        made = on(*words, **options)(name, i)
+        return {**made, "arguments": made["arguments"][1:]}
+    return make
+
+
+HOME = "FOLDER/sites/NAME"
 KINDS = {
-    "host add": lambda name, i: {"arguments": [name, f"many{i}.example"]},
-    "host remove": lambda name, i: {"arguments": [name, f"www.{name}"]},
-    "site set": lambda name, i: {"arguments": [name], "options": {"index": f"index{i}.php"}},
-    "site stop": lambda name, i: {"arguments": [name]},
-    "site suspend": lambda name, i: {"arguments": [name]},
-    "directive set": lambda name, i: {"arguments": ["ServerAdmin", f"admin{i}@{name}"], "options": {"site": name}},
-    "redirect set": lambda name, i: {"arguments": [name, "/old"], "options": {"to": f"https://other.example/new{i}"}},
-    "site delete": lambda name, i: {"arguments": [name]},
+    "host add": Kind(on("manyNUMBER.example")),
+    "host remove": Kind(on("www.NAME")),
+    "site set": Kind(on(index="indexNUMBER.php")),
+    "site stop": Kind(on()),
+    "site start": Kind(on(), first=("site stop",)),
+    "site suspend": Kind(on()),
+    "site resume": Kind(on(), first=("site suspend",)),
+    "site rename": Kind(on("otherNUMBER.example")),
+    "site delete": Kind(on()),
+    "site disable": Kind(on(), main=False),
+    "site enable": Kind(on(), first=("site disable",), main=False),
+    "site move": Kind(on(layout="main"), main=False),
+    "site port": Kind(on("8099")),
+    "site canonical": Kind(on("bare")),
+    "address own": Kind(on(address="192.0.2.20")),
+    "address shared": Kind(on(address="192.0.2.11")),
+    "vdir create": Kind(on(f"{HOME}/www/html")),
+    "vdir set": Kind(on(f"{HOME}/www", option="-Indexes")),
+    "vdir delete": Kind(on(f"{HOME}/www")),
+    "folder add": Kind(on(f"{HOME}/special", line="Require all granted")),
+    "folder line": Kind(on(f"{HOME}/www", "Options -Indexes")),
+    "directive add": Kind(plainly("ServerSignature", "Off", site="NAME")),
+    "directive set": Kind(plainly("ServerAdmin", "adminNUMBER@NAME", site="NAME")),
+    "directive delete": Kind(plainly("ServerAdmin", site="NAME")),
+    "directive set server": Kind(plainly("ErrorLog", "/tmp/error_logNUMBER"), command="directive set"),
+    "directive add server": Kind(plainly("Define", "wordNUMBER"), command="directive add"),
+    "redirect set": Kind(on("/old", to="https://other.example/newNUMBER")),
+    "redirect remove": Kind(on("/old"), first=("redirect set",)),
+    "proxy set": Kind(on("/api", "http://127.0.0.1:3000")),
+    "proxy remove": Kind(on("/api"), first=("proxy set",)),
+    "access set": Kind(on("/admin", allow="192.0.2.0/24")),
+    "access off": Kind(on("/admin"), first=("access set",)),
+    "php set": Kind(on(fpm="FOLDER/pool.sock")),
+    "php off": Kind(on(), first=("php set",)),
+    "tls on": Kind(on(certificate="FOLDER/all.pem", key="FOLDER/all.key", any_name=True)),
+    "tls off": Kind(on(), first=("tls on",)),
+    "log policy": Kind(on(daily=True)),
+    "basedir on": Kind(on(f"{HOME}/www/html")),
+    "perl on": Kind(on()),
+    "user add": Kind(lambda name, i: {**on(f"user{i}")(name, i), "password": "Long-enough-1"}),
+    "protect add": Kind(lambda name, i: {"arguments": [f"FOLDER/sites/{name}/www/html", "joe"], "password": "Long-enough-1"}),
 }
 DIRECTORIES = ("", "/www", "/www/html", "/www/cgi-bin", "/log", "/log/httpd", "/db", "/special")
 
@@ -32,29 +98,39 @@ DIRECTORIES = ("", "/www", "/www/html", "/www/cgi-bin", "/log", "/log/httpd", "/
 class Ground:
     """A configuration of many sites in a directory of its own."""
 
-    def __init__(self, folder, zpweb, sites, in_files):
-        self.zpweb, self.sites, self.in_files = zpweb, sites, in_files
+    def __init__(self, folder, given):
+        self.zpweb, self.sites, self.in_files, self.pairs, self.in_row = given.zpweb, given.sites, given.files, given.pairs, given.row
         self.folder, self.conf = folder, f"{folder}/httpd.conf"
+        self.pool = socket.socket(socket.AF_UNIX)
+        self.pool.bind(f"{folder}/pool.sock")
+        self.pool.listen(100000)
+        subprocess.run(["openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1", "-nodes", "-days", "30", "-subj",
+                        "/CN=*.example", "-keyout", f"{folder}/all.key", "-out", f"{folder}/all.pem"], check=True, stderr=subprocess.DEVNULL)
         self.size = self.make()
 
     def make(self):
-        for name in ("sites-available", "sites-enabled", "zpweb.d", ".zpweb"):
-            subprocess.run(["rm", "-rf", f"{self.folder}/{name}"], check=True)
+        subprocess.run(["rm", "-rf", *(f"{self.folder}/{name}" for name in ("sites-available", "sites-enabled", "zpweb.d", ".zpweb"))], check=True)
         with open(self.conf, "w") as file:
             write(self.sites, file)
+        head, *blocks = open(self.conf).read().replace("/srv/sites", f"{self.folder}/sites").split("\n<VirtualHost")
+        blocks = ["<VirtualHost" + block for block in blocks]
+        secure = [block.replace(":80>", ":443>", 1) for block in blocks]
+        if self.pairs == "near" or (self.pairs and self.in_files):
+            blocks = [f"{one}\n{other}" for one, other in zip(blocks, secure)]
+        elif self.pairs:
+            blocks += secure
         if self.in_files:
-            head, *blocks = open(self.conf).read().split("\n<VirtualHost")
             os.makedirs(f"{self.folder}/sites-available")
             os.makedirs(f"{self.folder}/sites-enabled")
             for number, block in enumerate(blocks, 1):
                 name = f"{domain(number)}.conf"
                 with open(f"{self.folder}/sites-available/{name}", "w") as file:
-                    file.write("<VirtualHost" + block)
+                    file.write(block)
                 os.symlink(f"../sites-available/{name}", f"{self.folder}/sites-enabled/{name}")
-            with open(self.conf, "w") as file:
-                file.write(f"{head}IncludeOptional {self.folder}/sites-enabled/*.conf\n")
-            return os.path.getsize(self.conf) + sum(len(block) for block in blocks)
-        return os.path.getsize(self.conf)
+            blocks = [f"IncludeOptional {self.folder}/sites-enabled/*.conf\n"]
+        with open(self.conf, "w") as file:
+            file.write("\n".join([head.replace(":8099", ":8099\nListen 127.0.0.1:443"), *blocks]))
+        return os.path.getsize(self.conf) + (sum(file.stat().st_size for file in os.scandir(f"{self.folder}/sites-available")) if self.in_files else 0)
 
     def run(self, words, text=""):
         """Seconds, those of them on a processor, and the peak of its memory in bytes."""
@@ -76,11 +152,13 @@ class Ground:
         return [sorted(each)[2] for each in zip(*runs)]
 
     def names(self, count):
-        return [domain(i * 7919 % self.sites + 1) for i in range(count)]
+        return [domain((i if self.in_row else i * 7919) % self.sites + 1) for i in range(count)]
 
-
-def lines(kind, names):
-    return "\n".join(json.dumps({"command": kind, **KINDS[kind](name, i)}) for i, name in enumerate(names))
+    def apply(self, kind, count):
+        for name in self.names(count):
+            os.makedirs(f"{self.folder}/sites/{name}/www/html", exist_ok=True)
+        text = "\n".join(json.dumps({"command": KINDS[kind].command or kind, **KINDS[kind].make(name, i)}) for i, name in enumerate(self.names(count)))
+        return self.run(["apply", "-"], text.replace("FOLDER", self.folder))
 
 
 def creation(ground, count, one):
@@ -106,11 +184,38 @@ def creation(ground, count, one):
     print(f"    processor over mkdir and chown alone ({alone * 1000:.0f} ms): {(run[1] - alone) / count * 1000:.2f} ms each")
 
 
-def report(ground, kind, count, run, one):
+def report(ground, what, count, run, one):
     taken, processor, peak = run
-    print(f"apply of {count:6} {kind:13} {taken * 1000:7.0f} ms {taken / one[0]:6.1f} x one, processor {processor * 1000:7.0f} ms "
+    print(f"{what:30} {count:6} {taken * 1000:7.0f} ms {taken / one[0]:6.1f} x one, processor {processor * 1000:7.0f} ms "
           f"{processor / one[1]:6.1f} x one {processor / count * 1000:7.2f} ms each, "
           f"peak {peak / 2**20:4.0f} MiB ({peak / ground.size:.1f} x)", flush=True)
+
+
+def batch(ground, kind, count, one, undoes):
+    if not (KINDS[kind].files if ground.in_files else KINDS[kind].main):
+        return
+    try:
+        for before in KINDS[kind].first:
+            ground.apply(before, count)
+        report(ground, kind, count, ground.apply(kind, count), one)
+        if undoes:
+            report(ground, "  its undo", count, ground.run(["undo"]), one)
+    except AssertionError as refused:
+        print(f"{kind:30} {refused}", flush=True)
+
+
+def state(ground, count, one):
+    """Every site of the document is looked at, and some have changed."""
+    document = f"{ground.folder}/sites.json"
+    command = [ground.zpweb, "--conf", ground.conf, "--no-check", "export"]
+    sites = json.loads(subprocess.run(command, stdout=subprocess.PIPE, check=True).stdout)
+    changed = set(ground.names(count))
+    for site in sites["sites"]:
+        if site["name"] in changed:
+            site["index"] = "other.php"
+    with open(document, "w") as file:
+        json.dump(sites, file)
+    report(ground, "apply --state", count, ground.run(["apply", "--state", document]), one)
 
 
 def tools(ground, count, one):
@@ -140,20 +245,27 @@ def main():
     parser.add_argument("counts", type=int, nargs="+")
     parser.add_argument("--tools", type=int, default=0)
     parser.add_argument("--files", action="store_true")
+    parser.add_argument("--pairs", choices=["near", "far"], default="")
+    parser.add_argument("--row", action="store_true")
+    parser.add_argument("--undo", action="store_true")
+    parser.add_argument("--state", action="store_true")
     parser.add_argument("--kinds", default=",".join([*KINDS, "site create"]))
     given = parser.parse_args()
     with tempfile.TemporaryDirectory() as folder:
         os.chmod(folder, 0o755)
-        ground = Ground(folder, given.zpweb, given.sites, given.files)
+        ground = Ground(folder, given)
         one = ground.one()
         print(f"{given.sites} sites, {ground.size / 1e6:.1f} MB: one host add {one[0] * 1000:.1f} ms, processor {one[1] * 1000:.1f} ms", flush=True)
-        for kind in given.kinds.split(","):
+        for kind in given.kinds.split(",") if given.kinds else []:
             for count in given.counts:
                 ground.make()
                 if kind == "site create":
                     creation(ground, count, one)
                 else:
-                    report(ground, kind, count, ground.run(["apply", "-"], lines(kind, ground.names(count))), one)
+                    batch(ground, kind, count, one, given.undo)
+        for count in given.counts if given.state else []:
+            ground.make()
+            state(ground, count, one)
         if given.tools:
             tools(ground, given.tools, one)
 

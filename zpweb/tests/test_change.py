@@ -603,6 +603,7 @@ def test_many_commands_of_one_change_do_what_they_do_one_by_one(machine):
     names = [f"s{i}.example" for i in range(1200)]
     text = "".join(("\n" if i % 3 else "") + BLOCK.format(port=machine.port, name=name, root=machine.root / "www")
                    for i, name in enumerate(names))
+    text += "\n".join(BLOCK.format(port=8443, name=name, root=machine.root / "www") for name in names[10:16])  # far from their first ones
     machine.conf.write_text(machine.text() + text)
     before = machine.text()
     made = {"owner": "anna", "path": str(machine.sites), "address": "127.0.0.1"}
@@ -614,6 +615,11 @@ def test_many_commands_of_one_change_do_what_they_do_one_by_one(machine):
               (["site create", names[700]], made), (["site set", "new3.example"], {"index": "start.php"}),
               (["directive add", "ServerAdmin", "me@s9.example"], {"site": names[9]}), (["site resume", names[5]], {}),
               (["redirect remove", names[3], "/old"], {}), (["site delete", names[1199]], {})]
+    lines += [(["host add", names[10], "far.example"], {}), (["site delete", names[11]], {}), (["site stop", names[12]], {}),
+              (["site rename", names[13], "other.example"], {}), (["site port", names[14], "8444"], {"port": "8443"}),
+              (["directive set", "ErrorLog", "/tmp/log"], {}), (["directive set", "ErrorLog", "/tmp/other"], {}),
+              (["site create", "last.example"], {"owner": "anna", "path": str(machine.sites)}), (["site rename", "last.example", "end.example"], {}),
+              (["proxy set", names[15], "/", "http://127.0.0.1:9"], {}), (["address own", names[16]], {"address": "192.0.2.9"})]
     texts = "\n".join(json.dumps({"command": command, "arguments": words, "options": options})
                       for (command, *words), options in lines)
     answer = machine.do("apply", "-", "--no-check", "--json", input=texts).json

@@ -410,14 +410,31 @@ def test_a_site_that_could_not_be_started_again_is_not_stopped(site, old, new):
     assert answer.status == 3 and "could not be started again" in answer.err and site.text() == before, answer
 
 
-def test_a_batch_of_settings_costs_what_its_sites_do(site):
+BATCHES = {
+    "redirect set": lambda name: ([name], {"to": "https://new.example/"}),
+    "site rename": lambda name: ([name, f"new.{name}"], {}),
+    "directive set": lambda name: (["ErrorLog", f"/tmp/{name}"], {}),
+    "host add": lambda name: ([name, f"www.{name}"], {}),  # the names' second blocks are far away
+    "site create": lambda name: ([f"new.{name}"], {"owner": "www-data", "path": "/var/zpweb-test", "traverse": True, "listen": True}),
+    "site enable": lambda name: ([f"away.{name}"], {}),
+}
+
+
+@pytest.mark.parametrize("kind", BATCHES)
+def test_a_batch_costs_what_its_sites_do(site, kind):
+    """Not what the configuration does, once for each command."""
     names = [f"s{number}.example" for number in range(5000)]
-    site.conf.write_text(site.text() + "".join(f"<VirtualHost *:80>\n\tServerName {name}\n\tDocumentRoot /srv\n</VirtualHost>\n" for name in names))
+    blocks = [f"<VirtualHost *:{port}>\n\tServerName {name}\n\tDocumentRoot /srv\n</VirtualHost>\n" for port in (80, 443) for name in names]
+    site.conf.write_text(site.text() + "".join(blocks) + f"IncludeOptional {site.root}/sites-enabled/*.conf\n")
+    for folder in (site.root / "sites-available", site.root / "sites-enabled", Path("/var/zpweb-test")):
+        folder.mkdir(exist_ok=True)
+    for name in names[:600] if kind == "site enable" else []:
+        (site.root / f"sites-available/{name}.conf").write_text(f"<VirtualHost *:80>\n\tServerName away.{name}\n</VirtualHost>\n")
 
     def seconds(some):
-        lines = [json.dumps({"command": "redirect set", "arguments": [name], "options": {"to": "https://new.example/"}}) for name in some]
+        lines = [dict(zip(("arguments", "options"), BATCHES[kind](name)), command=kind) for name in some]
         before = resource.getrusage(resource.RUSAGE_CHILDREN)
-        site.do("apply", "-", *FAST, input="\n".join(lines))
+        site.do("apply", "-", *FAST, input="\n".join(map(json.dumps, lines)))
         after = resource.getrusage(resource.RUSAGE_CHILDREN)
         return after.ru_utime + after.ru_stime - before.ru_utime - before.ru_stime
 

@@ -28,6 +28,7 @@ struct Edit {
     // The site whose blocks alone it is about; with `appends`, it adds to the end of the file. Either way
     // it need not be given the rest of a long file.
     std::string site{};
+    const ConfigurationFile* part = nullptr;  // or the part that it is about alone
     bool appends = false;
     // Files and directories that it makes by itself where there are none, outermost first.
     std::vector<std::string> makes{};

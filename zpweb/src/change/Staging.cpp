@@ -35,10 +35,12 @@ struct Given {
 };
 
 Given givenTo(const Edit& edit, const Configuration& configuration, bool exact) {
+    const bool isGiven = edit.part != nullptr && edit.part->isPart();
     const ConfigurationFile* part = exact          ? nullptr
                                     : edit.appends ? configuration.lastPart(edit.file)
+                                    : isGiven      ? edit.part
                                                    : configuration.partOf(edit.file, edit.site);
-    if (part == nullptr) {
+    if (part == nullptr || !part->isPart()) {
         return {configuration.file(edit.file)};
     }
     Given excerpt{part, part};
@@ -241,10 +243,11 @@ Outcome Transaction::replace(const std::string& path, std::optional<std::string>
 }
 
 Outcome Transaction::rewrite(const ConfigurationFile& file, std::string text) {
-    if (!file.isPart()) {
-        return replace(std::string(file.path()), std::move(text));  // the file goes meanwhile
+    if (file.isPart()) {
+        set_->setPart(file, Content(std::move(text)));
+    } else {
+        set_->set(std::string(file.path()), Content(std::move(text)));  // the file goes meanwhile
     }
-    set_->setPart(file, Content(std::move(text)));
     return set_->fault();
 }
 

@@ -91,10 +91,10 @@ void Transaction::release(const std::string& site, const std::string& about) {
     }
 }
 
-Outcome Transaction::temporary(const std::string& path) {
+void Transaction::temporary(const std::string& path) {
     journal_.temporary.push_back(path);
     leaveTimeOf(directoryOf(path));
-    return writeJournal();
+    journalBehind_ = true;
 }
 
 Outcome Transaction::writeJournal() {

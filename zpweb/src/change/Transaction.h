@@ -91,8 +91,9 @@ public:
     Outcome willMake(const std::vector<std::string>& paths);
     // The same for what an operation's effects make: with the commit, or for the check.
     void planToMake(const std::vector<std::string>& paths);
-    // A file that this run makes and removes by itself; should it not come to that, the next one does.
-    Outcome temporary(const std::string& path);
+    // A file that this run makes once the server is reloaded, and removes by itself; should it not come to
+    // that, the next one does.
+    void temporary(const std::string& path);
 
     // Owners and modes, or a directory that goes, once the change is certain. Not undone. They are for what
     // stands there now, unless the change makes it anew.

@@ -2,7 +2,6 @@
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <map>
 #include <utility>
 
 #include "CZPWebsite.h"
@@ -23,7 +22,6 @@
 #include "server/Layout.h"
 #include "server/Program.h"
 #include "sys/File.h"
-#include "sys/Process.h"
 
 namespace zpweb {
 
@@ -62,18 +60,6 @@ char switchOf(std::string_view mode) {
     const auto* found = std::find_if(std::begin(Modes), std::end(Modes),
                                      [mode](const auto& each) { return each.first == mode; });
     return found == std::end(Modes) ? Shared : found->second;
-}
-
-// Servers before 2.4 must be told which addresses are shared by name, and know no "Require all granted".
-bool isBefore24(const std::string& main) {
-    static std::map<std::string, bool> known;  // of many sites, the first one asks
-    const auto [entry, fresh] = known.try_emplace(main, false);
-    if (fresh) {
-        const Finished answer = runProgram(Program(main).command({"-v"}));
-        entry->second = zp::conf::contains(answer.output, "Apache/2.2.") ||
-                        zp::conf::contains(answer.output, "Apache/2.0.");
-    }
-    return entry->second;
 }
 
 // A new site as it was asked for, and as the server needs it.
@@ -140,7 +126,7 @@ Plan planFrom(const Configuration& configuration, const Arguments& given) {
     plan.name = given[Name];
     plan.home = given[Parent].value_or(homeOf(given[Owner])) + "/" + plan.name;
     plan.shared = given[Mode].value_or("shared") == "shared";
-    plan.before24 = isBefore24(configuration.main().path());
+    plan.before24 = isBefore24();
     const std::string port = given[Port].value_or(usualPort());
     const auto address = given[Address];
     plan.listening = {address ? *address : usualAddress(configuration, port), port};

@@ -61,8 +61,7 @@ Outcome removeDirectories(Transaction& change, const Block& block) {
 }
 
 Outcome removeBlocks(Transaction& change, const Site& site) {
-    const auto blocks =
-        blocksOf(change.configuration(), site, [](const Block& block) { return block.closed; });
+    const auto blocks = blocksOf(site, [](const Block& block) { return block.closed; });
     if (blocks.size() != site.places.size()) {
         return failure(site.first().text() +
                        ": a <VirtualHost> of the site is never closed; close it first");

@@ -18,10 +18,7 @@ constexpr auto Name = needed("NAME", Kind::HostName, "The name of a site that is
 Outcome filesOf(const Configuration& configuration, const std::string& name,
                 std::vector<std::string>& files) {
     std::map<std::string, std::string> holders;
-    for (const DisabledSite& site : disabledSites(configuration)) {
-        if (!SameHost(name)(site.name)) {
-            continue;
-        }
+    for (const DisabledSite& site : disabledSites(configuration, name)) {
         const auto [holder, first] = holders.try_emplace(site.address, site.file);
         if (!first && holder->second != site.file) {
             return failure(Status::Refused, holder->second + " and " + site.file + " both have it at " +

@@ -12,7 +12,12 @@ namespace {
 
 // Its blocks, taken out of all files but `target`.
 Outcome takeBlocks(Transaction& change, const Site& site, const std::string& target, std::string& blocks) {
-    std::vector<std::pair<std::string, std::string>> found;  // file, block
+    struct Taken {
+        std::string file;
+        size_t part;  // of a long one
+        std::string block;
+    };
+    std::vector<Taken> found;
     for (const Place& place : site.places) {
         if (place.block->conditional) {
             return failure(Status::Refused, place.text() +
@@ -20,14 +25,15 @@ Outcome takeBlocks(Transaction& change, const Site& site, const std::string& tar
                                                 "would leave; move it by hand");
         }
         if (place.file->path() != target) {
-            found.emplace_back(place.file->path(), place.block->text);
+            found.push_back({place.file->path(), place.file->part(), std::string(place.block->text)});
         }
     }
-    for (const auto& [file, block] : found) {
-        std::string text(change.contentOf(file).text());
-        blocks += (blocks.empty() ? "" : "\n") + takeOut(text, block);
-        Outcome outcome = change.replace(file, text, file);
-        outcome = outcome.ok() ? removeLeftover(change, file) : outcome;
+    for (const Taken& each : found) {
+        const ConfigurationFile& holder = *change.configuration().part(each.file, each.part);
+        std::string text = holder.content().text();
+        blocks += (blocks.empty() ? "" : "\n") + takeOut(text, each.block, each.part == 0);
+        Outcome outcome = change.rewrite(holder, std::move(text));
+        outcome = outcome.ok() ? removeLeftover(change, each.file) : outcome;
         if (!outcome.ok()) {
             return outcome;
         }
@@ -41,15 +47,18 @@ Outcome putBlocks(Transaction& change, const std::string& target, const Layout& 
     if (fresh && exists(target) && change.contentOf(target)) {
         return failure(Status::Exists, target + ": exists already and is no file of this site");
     }
-    const std::string text = fresh ? "" : std::string(change.contentOf(target).text());
-    const std::string between = text.empty() || text.ends_with("\n\n") ? ""
-                                : text.ends_with('\n')                 ? "\n"
-                                                                       : "\n\n";
-    Outcome outcome = change.replace(target, text + between + blocks, fresh ? "" : target);
-    if (outcome.ok() && fresh && layout.hasLinks()) {
-        outcome = change.link(layout.links + "/" + nameOf(target), layout.targetOf(target));
+    if (!fresh) {
+        const ConfigurationFile& end = *change.configuration().lastPart(target);
+        const std::string& text = end.content().text();
+        const std::string between = text.empty() || text.ends_with("\n\n") ? ""
+                                    : text.ends_with('\n')                 ? "\n"
+                                                                           : "\n\n";
+        return change.rewrite(end, text + between + blocks);
     }
-    return outcome;
+    Outcome outcome = change.replace(target, blocks);
+    return outcome.ok() && layout.hasLinks()
+               ? change.link(layout.links + "/" + nameOf(target), layout.targetOf(target))
+               : outcome;
 }
 
 Outcome moveSite(Transaction& change, const Site& site, const Arguments& given) {

@@ -73,22 +73,46 @@ bool isNamed(const Contents& made, const std::string& name) {
     return made.blocks.size() == 1 && SameHost(name)(made.blocks.front().name);
 }
 
-Outcome renameIn(Transaction& change, const Site& site, const std::string& file, const Names& names) {
-    const std::string before(change.contentOf(file).text());
-    std::string text = before;
+Outcome canRename(const Transaction& change, const Place& place, const Names& names) {
+    const std::string made = renamedBlock(*place.block, names);
+    return made != place.block->text && isNamed(change.configuration().contentsOf(made), names.to)
+               ? done()
+               : failure(Status::Refused,
+                         place.text() +
+                             ": the name comes from a variable or an included file; change it there");
+}
+
+Outcome renameIn(Transaction& change, const Site& site, const ConfigurationFile& file, const Names& names) {
+    const std::string& before = file.content().text();
+    std::string text;
+    size_t copied = 0;
     for (const Place& place : site.places) {
-        if (place.file->path() != file) {
-            continue;
+        if (place.file == &file) {
+            const auto at = static_cast<size_t>(place.block->text.data() - before.data());
+            text += before.substr(copied, at - copied) + renamedBlock(*place.block, names);
+            copied = at + place.block->text.size();
         }
-        const std::string made = renamedBlock(*place.block, names);
-        if (made == place.block->text || !isNamed(change.configuration().contentsOf(made), names.to)) {
-            return failure(
-                Status::Refused,
-                place.text() + ": the name comes from a variable or an included file; change it there");
-        }
-        text.replace(text.find(place.block->text), place.block->text.size(), made);
     }
-    return change.replace(file, text, file);
+    return change.rewrite(file, text + before.substr(copied));
+}
+
+// Each file, or part of one, goes with its edit; the others stay.
+Outcome renameBlocks(Transaction& change, const Site& site, const Names& names) {
+    std::vector<const ConfigurationFile*> holders;
+    for (const Place& place : site.places) {
+        if (Outcome can = canRename(change, place, names); !can.ok()) {
+            return can;
+        }
+        if (std::find(holders.begin(), holders.end(), place.file) == holders.end()) {
+            holders.push_back(place.file);
+        }
+    }
+    for (const ConfigurationFile* holder : holders) {
+        if (Outcome renamed = renameIn(change, site, *holder, names); !renamed.ok()) {
+            return renamed;
+        }
+    }
+    return done();
 }
 
 // A file that has the old name gets the new one, and its link, too.
@@ -144,10 +168,7 @@ Outcome rename(Transaction& change, const Site& site, const Arguments& given) {
     change.output().set("was", names.from);
     const Layout layout = layoutOf(change.configuration());
     const std::vector<std::string> files = site.files();
-    Outcome outcome = done();
-    for (size_t i = 0; outcome.ok() && i < files.size(); ++i) {
-        outcome = renameIn(change, site, files[i], names);
-    }
+    Outcome outcome = renameBlocks(change, site, names);
     outcome = outcome.ok() ? renameSettings(change, names) : outcome;
     for (size_t i = 0; outcome.ok() && i < files.size(); ++i) {
         outcome = renameFile(change, layout, files[i], names);

@@ -16,7 +16,7 @@ Outcome start(Transaction& change, const Site& site, const Arguments& given) {
     change.output().set("site", site.name());
     change.output().set("state", "running");
     const auto port = given[OnPort];
-    const auto blocks = blocksOf(change.configuration(), site, [&](const Block& block) {
+    const auto blocks = blocksOf(site, [&](const Block& block) {
         return block.stopped && (!port || isOnPort(block, std::to_string(*port)));
     });
     return editWhole(change, blocks,

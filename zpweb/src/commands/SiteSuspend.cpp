@@ -38,7 +38,7 @@ Outcome includeIn(Transaction& change, const BlockAt& at, const std::string& lin
     const std::string domain = domainOf(at.in(change.configuration()));
     Edit edit;
     edit.file = at.file;
-    edit.site = at.site;
+    edit.part = &at.holder(change.configuration());
     edit.bound = zp::conf::bound::AddDirective;
     edit.excerpt = [&](const ConfigurationFile& file) {
         const Block& block = file.blocks()[at.number];

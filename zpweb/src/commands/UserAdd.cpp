@@ -16,10 +16,22 @@ namespace {
 constexpr char UserAdded = zp::result::user::Added;
 constexpr char UserThere = zp::result::user::AlreadyThere;
 
-// Does a line of the configuration name the file?
-bool isAskedFor(const Configuration& configuration, const std::string& file) {
-    return std::any_of(configuration.files().begin(), configuration.files().end(),
-                       [&](const auto& each) { return zp::conf::contains(each->content().text(), file); });
+// Does a line of the site's blocks, of what these include, or of the server's level name the file?
+bool isAskedFor(const Configuration& configuration, const Site& site, const std::string& file) {
+    std::vector<const ConfigurationFile*> lookedAt = configuration.serverParts();
+    for (const Place& place : site.places) {
+        lookedAt.push_back(place.file);
+        for (const IncludeLine& include : place.file->server().includes) {
+            for (const std::string& name : place.block->lines.holds(include.line)
+                                               ? configuration.included(include.pattern)
+                                               : std::vector<std::string>()) {
+                lookedAt.push_back(configuration.file(name));
+            }
+        }
+    }
+    return std::any_of(lookedAt.begin(), lookedAt.end(), [&](const ConfigurationFile* each) {
+        return each != nullptr && zp::conf::contains(each->content().text(), file);
+    });
 }
 
 Outcome add(Transaction& change, const Arguments& given) {
@@ -29,7 +41,8 @@ Outcome add(Transaction& change, const Arguments& given) {
         return hash.outcome();
     }
     change.output().set("user", user);
-    if (const std::string file = WebUsers(given).file(); !isAskedFor(change.configuration(), file)) {
+    if (const std::string file = WebUsers(given).file();
+        !isAskedFor(change.configuration(), knownSite(change.configuration(), given[SiteName]), file)) {
         change.output().note("no directory asks for the users in " + file +
                              " yet: see \"vdir set --protect\"");
     }

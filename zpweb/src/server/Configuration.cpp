@@ -51,28 +51,54 @@ std::string behind(const std::string& path, const Content& content) {
 
 Expected<Configuration> Configuration::load(const std::string& main) {
     Configuration configuration;
-    if (Outcome read = configuration.read(main, 0); !read.ok()) {
+    if (Outcome read = configuration.read(main, 0, false); !read.ok()) {
         return read;
     }
     return configuration;
 }
 
-Outcome Configuration::read(const std::string& path, int depth) {
+Outcome Configuration::read(const std::string& path, int depth, bool inBlocks) {
     auto text = readFile(path);
     if (text.ok()) {
-        add(path, Content(std::move(*text)), depth);
+        add(path, Content(std::move(*text)), depth, inBlocks);
     }
     return text.outcome();
 }
 
-void Configuration::add(const std::string& path, Content content, int depth) {
+void Configuration::add(const std::string& path, Content content, int depth, bool inBlocks) {
     files_.push_back(std::make_unique<ConfigurationFile>(path, std::move(content), around_));
-    known_[path] = {std::prev(files_.end()), nextOrder_++};
+    known_[path] = {std::prev(files_.end()), nextOrder_++, inBlocks};
     noteNames(*files_.back(), 1);
     if (parts_) {
-        parts_->take(*files_.back(), nextOrder_ - 1);
+        parts_->take(*files_.back(), nextOrder_ - 1, inBlocks);
     }
     follow(*files_.back(), depth);
+}
+
+// A line outside of blocks leads to a file that such within had led to.
+void Configuration::noteAtServer(const std::string& path, int depth) {
+    Known& known = known_.at(path);
+    if (!known.inBlocks) {
+        return;
+    }
+    noteNames(**known.file, -1);
+    known.inBlocks = false;
+    noteNames(**known.file, 1);
+    if (parts_) {
+        parts_->drop(path);
+        parts_->take(**known.file, known.order, false);
+    }
+    follow(**known.file, depth);
+}
+
+// A file as it stands, or as the change would have it. What the server cannot read either is found by its
+// own check.
+void Configuration::take(const std::string& path, int depth, bool inBlocks) {
+    if (const auto staged = otherwise_.find(path); staged == otherwise_.end()) {
+        static_cast<void>(isFile(path) && read(path, depth, inBlocks).ok());
+    } else if (staged->second && !staged->second.isLink()) {
+        add(path, staged->second, depth, inBlocks);
+    }
 }
 
 void Configuration::follow(const ConfigurationFile& file, int depth) {
@@ -82,16 +108,16 @@ void Configuration::follow(const ConfigurationFile& file, int depth) {
     const std::vector<IncludeLine>& includes = file.server().includes;
     const Patterns sought = std::exchange(around_->namesSought, {});
     for (const IncludeLine& include : includes) {
+        const bool inBlocks = isInBlocks(file) || file.blockAt(include.line) != nullptr;
         for (const std::string& name : included(include.pattern)) {
             const auto real = realOf(name);
-            if (!real.ok() || this->file(*real) != nullptr) {
+            if (!real.ok()) {
                 continue;
             }
-            // What the server cannot read either is found by its own check.
-            if (const auto staged = otherwise_.find(*real); staged == otherwise_.end()) {
-                static_cast<void>(isFile(*real) && read(*real, depth + 1).ok());
-            } else if (staged->second && !staged->second.isLink()) {
-                add(*real, staged->second, depth + 1);
+            if (this->file(*real) == nullptr) {
+                take(*real, depth + 1, inBlocks);
+            } else if (!inBlocks) {
+                noteAtServer(*real, depth + 1);
             }
         }
     }
@@ -149,6 +175,36 @@ std::vector<const ConfigurationFile*> Configuration::parts() const {
     return all;
 }
 
+std::vector<const ConfigurationFile*> Configuration::serverParts() const {
+    if (parts_) {
+        return parts_->atServer();
+    }
+    std::vector<const ConfigurationFile*> all = parts();
+    std::erase_if(all, [this](const ConfigurationFile* file) { return isInBlocks(*file); });
+    return all;
+}
+
+std::map<std::string, int> Configuration::addresses() const {
+    std::map<std::string, int> counts;
+    if (parts_) {
+        counts = parts_->addresses();
+        std::erase_if(counts, [](const auto& address) { return address.second == 0; });
+        return counts;
+    }
+    auto last = counts.end();  // most sites stand beside others with the same one
+    for (const auto& file : files_) {
+        for (const Block& block : file->blocks()) {
+            if (!block.stopped) {
+                last = last != counts.end() && last->first == block.address
+                           ? last
+                           : counts.try_emplace(std::string(block.address)).first;
+                ++last->second;
+            }
+        }
+    }
+    return counts;
+}
+
 void Configuration::drop(const std::string& path) {
     const auto found = known_.find(path);
     if (found == known_.end() || found->second.file == files_.begin()) {
@@ -176,7 +232,7 @@ void Configuration::put(const std::string& path, const Content& content) {
     if (!content) {
         const auto real = realOf(path);
         otherwise_[path] = content;
-        if (real.ok() && !isReached(*real)) {
+        if (real.ok() && !isReached(*real, &Uses::all)) {
             drop(*real);
         }
         return;
@@ -188,6 +244,7 @@ void Configuration::put(const std::string& path, const Content& content) {
             file = std::make_unique<ConfigurationFile>(path, content, around_);
             return;
         }
+        const std::vector<std::string> before = patternsOf(*file);
         noteNames(*file, -1);
         if (parts_) {
             parts_->drop(path);
@@ -195,31 +252,28 @@ void Configuration::put(const std::string& path, const Content& content) {
         file = std::make_unique<ConfigurationFile>(path, content, around_);
         noteNames(*file, 1);
         if (parts_) {
-            parts_->take(*file, known->second.order);
+            parts_->take(*file, known->second.order, known->second.inBlocks);
         }
-        follow(*file, 1);
+        if (patternsOf(*file) != before) {
+            follow(*file, 1);
+        }
         return;
     }
     const std::string real = behind(path, content);
-    const auto staged = otherwise_.find(real);
-    if (!isReached(path) || file(real) != nullptr) {
-        return;
-    }
-    if (staged == otherwise_.end()) {
-        static_cast<void>(read(real, 1));  // what the server cannot read is found by its own check
-    } else if (staged->second && !staged->second.isLink()) {
-        add(real, staged->second, 1);
+    if (isReached(path, &Uses::all) && file(real) == nullptr) {
+        take(real, 1, !isReached(path, &Uses::atServer));
     }
 }
 
 // Is the path named by an Include line, or by a link of this change that is?
-bool Configuration::isReached(const std::string& path) const {
-    if (includes(path)) {
+bool Configuration::isReached(const std::string& path, int Uses::*by) const {
+    if (isIncluded(path, by)) {
         return true;
     }
     const auto links = links_.find(path);
-    return links != links_.end() && std::any_of(links->second.begin(), links->second.end(),
-                                                [this](const std::string& link) { return includes(link); });
+    return links != links_.end() &&
+           std::any_of(links->second.begin(), links->second.end(),
+                       [&](const std::string& link) { return isIncluded(link, by); });
 }
 
 std::vector<Place> Configuration::find(std::string_view name) const {
@@ -275,7 +329,8 @@ void Configuration::index() {
         static_cast<void>(named());  // while the files are read as wholes
         parts_ = std::make_shared<Parts>(around_);
         for (const auto& file : files_) {
-            parts_->take(*file, known_.at(file->path()).order);
+            const Known& known = known_.at(file->path());
+            parts_->take(*file, known.order, known.inBlocks);
         }
     }
     parts_->rest();
@@ -290,8 +345,16 @@ const ConfigurationFile* Configuration::partOf(const std::string& path, std::str
     return holders.size() == 1 ? holders.front() : nullptr;
 }
 
+const ConfigurationFile* Configuration::part(const std::string& path, size_t number) const {
+    return parts_ && parts_->isInParts(path) ? parts_->at(path, number) : file(path);
+}
+
+const ConfigurationFile* Configuration::partAt(const std::string& path, size_t line) const {
+    return parts_ && parts_->isInParts(path) ? parts_->atLine(path, line) : file(path);
+}
+
 const ConfigurationFile* Configuration::lastPart(const std::string& path) const {
-    return parts_ ? parts_->last(path) : nullptr;
+    return parts_ && parts_->isInParts(path) ? parts_->last(path) : file(path);
 }
 
 std::string Configuration::announcements(const std::string& path) const {
@@ -303,16 +366,12 @@ void Configuration::putPart(const ConfigurationFile& part, Content content) {
     const std::string path = part.path();
     const std::vector<std::string> before = patternsOf(part);
     noteNames(part, -1);
-    const auto made = parts_->replace(part, std::move(content));
+    const ConfigurationFile& made = parts_->replace(part, std::move(content));
     Content whole = Content::later([parts = parts_, path] { return parts->joined(path); });
     *known_.at(path).file = std::make_unique<ConfigurationFile>(path, std::move(whole), around_);
-    for (const ConfigurationFile* each : made) {
-        noteNames(*each, 1);
-    }
-    for (const ConfigurationFile* each : made) {
-        if (patternsOf(*each) != before) {
-            follow(*each, 1);
-        }
+    noteNames(made, 1);
+    if (patternsOf(made) != before) {
+        follow(made, 1);
     }
 }
 

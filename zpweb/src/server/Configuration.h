@@ -42,6 +42,7 @@ public:
     size_t firstLine() const;                 // of a part: the number of its first line in the file
     std::string_view behind() const;          // of a part: the beginning of what follows it in the file
     bool isPart() const { return within_ != nullptr; }
+    size_t part() const { return number_; }  // its number among the parts of the file
     // What was found of its lines and blocks goes, until it is asked for again.
     void forget() const;
 
@@ -75,6 +76,9 @@ public:
     // The same, long ones in their parts once there is an index: what is looked for in all of them is
     // found in these at less cost.
     std::vector<const ConfigurationFile*> parts() const;
+    // Those among them that say something at the server's level: outside of the blocks of sites, and in
+    // files that not only these include.
+    std::vector<const ConfigurationFile*> serverParts() const;
     const ConfigurationFile* file(const std::string& path) const;
     // The file, or link, is this from now on: one that an Include line names is part of the configuration,
     // one that is absent is none. What was known of the file's lines and blocks is gone.
@@ -89,6 +93,10 @@ public:
     // The part that holds all blocks of the site in the file, the last part of the file; null where the
     // file is in one piece or the site in several parts.
     const ConfigurationFile* partOf(const std::string& path, std::string_view site) const;
+    // A part by its number, and the one that holds a line, by its number in the file: the file itself where
+    // it is in one piece; null for another path.
+    const ConfigurationFile* part(const std::string& path, size_t number) const;
+    const ConfigurationFile* partAt(const std::string& path, size_t line) const;
     const ConfigurationFile* lastPart(const std::string& path) const;
     // The lines that announce shared addresses, in all parts but the last.
     std::string announcements(const std::string& path) const;
@@ -111,6 +119,8 @@ public:
     std::vector<Place> find(std::string_view name) const;
     // Files, or parts, in which a running block may answer to the name, whatever its own is.
     std::vector<const ConfigurationFile*> carriersOf(std::string_view name) const;
+    // The addresses that running blocks have first, as written, with how many have each.
+    std::map<std::string, int> addresses() const;
     std::string serverRoot() const;
     // The files that an Include line's pattern names, in the order in which the server reads them.
     std::vector<std::string> included(std::string_view pattern) const;
@@ -133,22 +143,32 @@ private:
     struct Known {
         Files::iterator file;
         size_t order = 0;
+        bool inBlocks = false;  // lines within blocks of sites alone lead to it
     };
-    // What lines on the server's level name, with how many lines name each; patterns are absolute.
+    // How many lines name something, and how many of them stand outside of the blocks of sites.
+    struct Uses {
+        int all = 0, atServer = 0;
+    };
+    using Counts = std::map<std::string, Uses>;
+    // What lines name; patterns are absolute.
     struct Named {
         std::string serverRoot;
-        std::map<std::string, int> paths, wildcards, modules, sockets;
+        Counts paths, wildcards, modules, sockets;
     };
 
-    Outcome read(const std::string& path, int depth);
+    Outcome read(const std::string& path, int depth, bool inBlocks);
+    void take(const std::string& path, int depth, bool inBlocks);
     void follow(const ConfigurationFile& file, int depth);
     void nameBlocks(const ConfigurationFile& file, const Patterns& sought);
-    void add(const std::string& path, Content content, int depth);
+    void add(const std::string& path, Content content, int depth, bool inBlocks);
+    void noteAtServer(const std::string& path, int depth);
     void drop(const std::string& path);
-    bool isReached(const std::string& path) const;
+    bool isReached(const std::string& path, int Uses::*by) const;
+    bool isIncluded(const std::string& path, int Uses::*by) const;
+    bool isInBlocks(const ConfigurationFile& file) const { return known_.at(file.path()).inBlocks; }
     std::string absolute(std::string_view pattern) const;
     const Named& named() const;
-    static void count(Named& named, const ConfigurationFile& file, int by);
+    void count(Named& named, const ConfigurationFile& file, int by) const;
     void noteNames(const ConfigurationFile& file, int by);
     std::set<std::string> changedNames(const std::string& pattern) const;
     void noteLink(const std::string& path, const Content& content);

@@ -54,24 +54,27 @@ bool isNamedBy(const std::string& pattern, const std::string& path) {
 
 }  // namespace
 
-void Configuration::count(Named& named, const ConfigurationFile& file, int by) {
-    const auto note = [by](std::map<std::string, int>& names, std::string_view name) {
+void Configuration::count(Named& named, const ConfigurationFile& file, int by) const {
+    const auto note = [by](Counts& names, std::string_view name, bool atServer) {
         const auto place = names.try_emplace(std::string(name)).first;
-        if ((place->second += by) == 0) {
+        place->second.atServer += atServer ? by : 0;
+        if ((place->second.all += by) == 0) {
             names.erase(place);
         }
     };
+    const bool atServer = !isInBlocks(file);
     for (const IncludeLine& include : file.server().includes) {
         const std::string pattern = absolutePath(named.serverRoot, include.pattern);
         const bool wild = pattern.find_first_of(Special) != std::string::npos;
-        note(wild ? named.wildcards : named.paths, pattern);
+        note(wild ? named.wildcards : named.paths, pattern,
+             atServer && file.blockAt(include.line) == nullptr);
     }
     for (const std::string_view module : file.server().modules) {
-        note(named.modules, module);
+        note(named.modules, module, atServer);
     }
     for (const auto* sockets : {&file.server().listen, &file.server().listenPerhaps}) {
         for (const std::string_view socket : *sockets) {
-            note(named.sockets, socket);
+            note(named.sockets, socket, atServer);
         }
     }
 }
@@ -152,15 +155,19 @@ bool Configuration::changesNames(std::string_view pattern) const {
     return !changedNames(absolute(pattern)).empty();
 }
 
-bool Configuration::includes(const std::string& path) const {
+bool Configuration::includes(const std::string& path) const { return isIncluded(path, &Uses::all); }
+
+bool Configuration::isIncluded(const std::string& path, int Uses::*by) const {
     const Named& all = named();
     for (std::string named = path; named.size() > 1; named = directoryOf(named)) {
-        if (all.paths.contains(named)) {
+        const auto found = all.paths.find(named);
+        if (found != all.paths.end() && found->second.*by > 0) {
             return true;
         }
     }
-    return std::any_of(all.wildcards.begin(), all.wildcards.end(),
-                       [&](const auto& pattern) { return isNamedBy(pattern.first, path); });
+    return std::any_of(all.wildcards.begin(), all.wildcards.end(), [&](const auto& pattern) {
+        return pattern.second.*by > 0 && isNamedBy(pattern.first, path);
+    });
 }
 
 }  // namespace zpweb

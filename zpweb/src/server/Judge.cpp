@@ -79,11 +79,10 @@ std::set<Endpoint> allEndpoints(const Reading& live, const Reading& staged) {
     return all;
 }
 
-// Does the server take requests there?
+// Does the server take requests there? The endpoints are in order.
 bool listensAt(const std::vector<Endpoint>& listened, const Endpoint& endpoint) {
-    return std::any_of(listened.begin(), listened.end(), [&](const Endpoint& each) {
-        return each.port == endpoint.port && (each.address == "*" || each.address == endpoint.address);
-    });
+    return std::binary_search(listened.begin(), listened.end(), endpoint) ||
+           std::binary_search(listened.begin(), listened.end(), Endpoint{"*", endpoint.port});
 }
 
 std::vector<const std::string*> namesOf(const VirtualHost& host) {

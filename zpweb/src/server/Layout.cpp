@@ -79,11 +79,11 @@ std::vector<std::string> Layout::linksTo(const std::string& file) const {
 
 Layout layoutOf(const Configuration& configuration) {
     std::string best;
-    for (const ConfigurationFile* file : configuration.parts()) {
+    for (const ConfigurationFile* file : configuration.serverParts()) {
         for (const IncludeLine& include : file->server().includes) {
             const std::string directory = directoryIn(include.pattern, configuration);
             if (rankOf(directory) < (best.empty() ? Directories.size() : rankOf(best)) &&
-                isDirectory(directory)) {
+                file->blockAt(include.line) == nullptr && isDirectory(directory)) {
                 best = directory;
             }
         }

@@ -6,6 +6,7 @@
 #include "conf/Text.h"
 #include "input/HostName.h"
 #include "server/Cuts.h"
+#include "server/ServerLevel.h"
 
 namespace zpweb {
 
@@ -76,18 +77,19 @@ Parts::Keys Parts::namesOf(const ConfigurationFile& file) {
     return keys;
 }
 
-void Parts::take(const ConfigurationFile& file, size_t order) {
+void Parts::take(const ConfigurationFile& file, size_t order, bool inBlocks) {
     const std::string& path = file.path();
     File& taken = files_[path];
     taken.order = order;
+    taken.inBlocks = inBlocks;
     const std::vector<size_t> cuts =
         file.content().size() >= LongFile ? cutsOf(file) : std::vector<size_t>();
     if (cuts.empty()) {
         Part& whole = *taken.parts.emplace_back(std::make_unique<Part>());
         whole.file = &file;
         whole.order = order;
-        whole.sites = sitesOf(file, 0, file.content().size());
-        enter(whole);
+        whole.inBlocks = inBlocks;
+        enter(whole, file, 0, file.content().size());
         enterNames(whole);
         return;
     }
@@ -95,8 +97,7 @@ void Parts::take(const ConfigurationFile& file, size_t order) {
     for (Content& piece : piecesOf(file.content(), cuts)) {
         const size_t size = piece.size();
         Part& part = add(taken, path, std::move(piece));
-        part.sites = sitesOf(file, at, at + size);
-        enter(part);
+        enter(part, file, at, at + size);
         at += size;
     }
     file.forget();
@@ -119,6 +120,7 @@ void Parts::drop(const std::string& path) {
 Parts::Part& Parts::add(File& file, const std::string& path, Content content) {
     Part& part = *file.parts.emplace_back(std::make_unique<Part>());
     part.order = file.order;
+    part.inBlocks = file.inBlocks;
     part.number = file.parts.size() - 1;
     file.lines.append(0);
     fill(part, file, path, std::move(content));
@@ -139,22 +141,34 @@ void Parts::fill(Part& part, File& file, const std::string& path, Content conten
     part.file = part.own.get();
 }
 
-void Parts::enter(const Part& part) {
+// With what was found between two places of a text that is the part's.
+void Parts::enter(Part& part, const ConfigurationFile& found, size_t from, size_t to) {
+    part.sites = sitesOf(found, from, to);
     for (const Key key : part.sites) {
         sites_.emplace(key, &part);
+    }
+    if (!part.inBlocks && speaksAtServer(found, from, to)) {
+        atServer_.emplace(std::pair(part.order, part.number), &part);
     }
 }
 
 void Parts::enterNames(Part& part) {
-    if (names_) {
-        part.names = namesOf(*part.file);
-        for (const Key key : part.names) {
-            names_->emplace(key, &part);
+    if (!names_) {
+        return;
+    }
+    part.names = namesOf(*part.file);
+    for (const Key key : part.names) {
+        names_->emplace(key, &part);
+    }
+    for (const Block& block : part.file->blocks()) {
+        if (!block.stopped) {
+            part.addresses.push_back(addresses_.try_emplace(std::string(block.address)).first);
+            ++part.addresses.back()->second;
         }
     }
 }
 
-void Parts::leave(const Part& part) {
+void Parts::leave(Part& part) {
     const auto leaveIndex = [&](Index& index, const Keys& keys) {
         for (const Key key : keys) {
             auto [entry, end] = index.equal_range(key);
@@ -167,6 +181,10 @@ void Parts::leave(const Part& part) {
     if (names_) {
         leaveIndex(*names_, part.names);
     }
+    for (const Counts::iterator& address : std::exchange(part.addresses, {})) {
+        --address->second;
+    }
+    atServer_.erase({part.order, part.number});
 }
 
 Parts::Files Parts::sorted(const Index& index, std::string_view name) {
@@ -189,6 +207,11 @@ Parts::Files Parts::holdersOf(std::string_view name) {
 }
 
 void Parts::rest() {
+    for (const std::string& path : std::exchange(grown_, {})) {
+        if (isInParts(path)) {
+            splitLast(files_.at(path), path);
+        }
+    }
     for (const auto& [path, number] : std::exchange(used_, {})) {
         const auto file = files_.find(path);
         if (!goneThrough_ && file != files_.end() && number < file->second.parts.size()) {
@@ -217,6 +240,20 @@ void Parts::noteUse(const Files& files) {
             used_.emplace_back(file->path(), file->number_);
         }
     }
+}
+
+Parts::Files Parts::atServer() const {
+    Files files;
+    std::transform(atServer_.begin(), atServer_.end(), std::back_inserter(files),
+                   [](const auto& entry) { return entry.second->file; });
+    return files;
+}
+
+const Parts::Counts& Parts::addresses() {
+    if (!names_) {
+        indexNames();
+    }
+    return addresses_;
 }
 
 Parts::Files Parts::carriersOf(std::string_view name) {
@@ -248,7 +285,26 @@ Parts::Files Parts::partsOf(const std::string& path) {
 }
 
 const ConfigurationFile* Parts::last(const std::string& path) const {
-    return isInParts(path) ? files_.at(path).parts.back()->file : nullptr;
+    return files_.at(path).parts.back()->file;
+}
+
+const ConfigurationFile* Parts::at(const std::string& path, size_t number) {
+    const auto& parts = files_.at(path).parts;
+    if (number >= parts.size()) {
+        return nullptr;
+    }
+    noteUse({parts[number]->file});
+    return parts[number]->file;
+}
+
+const ConfigurationFile* Parts::atLine(const std::string& path, size_t line) {
+    const File& file = files_.at(path);
+    size_t number = 0;
+    for (size_t end = file.parts.size(); number + 1 < end;) {
+        const size_t middle = (number + end) / 2;
+        (file.lines.before(middle) <= line ? number : end) = middle;
+    }
+    return at(path, number);
 }
 
 std::string Parts::announcementsBeforeLast(const std::string& path) const {
@@ -275,24 +331,19 @@ std::string_view Parts::behind(const ConfigurationFile& part) const {
     return {};
 }
 
-Parts::Files Parts::replace(const ConfigurationFile& part, Content content) {
+const ConfigurationFile& Parts::replace(const ConfigurationFile& part, Content content) {
     const std::string path = part.path();
     File& file = files_.at(path);
     const size_t number = part.number_;
     Part& changed = *file.parts.at(number);
     leave(changed);
     fill(changed, file, path, std::move(content));
-    changed.sites = sitesOf(*changed.file, 0, changed.file->content().size());
-    enter(changed);
+    enter(changed, *changed.file, 0, changed.file->content().size());
     enterNames(changed);
-    if (number + 1 < file.parts.size()) {
-        return {changed.file};
+    if (number + 1 == file.parts.size()) {
+        grown_.insert(path);
     }
-    splitLast(file, path);
-    Files made;
-    std::transform(file.parts.begin() + static_cast<std::ptrdiff_t>(number), file.parts.end(),
-                   std::back_inserter(made), [](const auto& each) { return each->file; });
-    return made;
+    return *changed.file;
 }
 
 // A last part that has grown, by sites that were added, becomes several.
@@ -307,8 +358,7 @@ void Parts::splitLast(File& file, const std::string& path) {
     file.lines.removeLast();
     for (const Content& piece : piecesOf(content, cuts)) {
         Part& part = add(file, path, Content(std::string(piece.text())));
-        part.sites = sitesOf(*part.file, 0, part.file->content().size());
-        enter(part);
+        enter(part, *part.file, 0, part.file->content().size());
         enterNames(part);
     }
 }

@@ -5,8 +5,10 @@
 // change of one site costs what its part does, however long the file is.
 #pragma once
 
+#include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -23,44 +25,54 @@ public:
 
     explicit Parts(std::shared_ptr<Surroundings> around) : around_(std::move(around)) {}
 
-    // A file comes, with its place in the order of files; what is known of the lines and blocks of one that
-    // is taken apart is gone. And goes.
-    void take(const ConfigurationFile& file, size_t order);
+    // A file comes, with its place in the order of files, and whether blocks of sites alone include it;
+    // what is known of the lines and blocks of one that is taken apart is gone. And goes.
+    void take(const ConfigurationFile& file, size_t order, bool inBlocks);
     void drop(const std::string& path);
 
     // Files that may hold blocks of the site, or parts of them, in their order.
     Files holdersOf(std::string_view name);
     // Those in which a running block may answer to the name, by its own, an alias or a wildcard.
     Files carriersOf(std::string_view name);
+    // Those that say something at the server's level, in their order.
+    Files atServer() const;
+    // How many running blocks have the address first, as it is written; none is there for nothing.
+    const std::map<std::string, int>& addresses();
 
     bool isInParts(const std::string& path) const;
     Files partsOf(const std::string& path);  // the file itself where it is in one piece
     const ConfigurationFile* last(const std::string& path) const;
+    const ConfigurationFile* at(const std::string& path, size_t number);
+    const ConfigurationFile* atLine(const std::string& path, size_t line);
     std::string announcementsBeforeLast(const std::string& path) const;
     size_t firstLineOf(const ConfigurationFile& part) const;
     std::string_view behind(const ConfigurationFile& part) const;  // a piece of what follows it
 
-    // The part is this from now on; what stands in its place is told: a last part that has grown becomes
-    // several.
-    Files replace(const ConfigurationFile& part, Content content);
+    // The part is this from now on.
+    const ConfigurationFile& replace(const ConfigurationFile& part, Content content);
     Content joined(const std::string& path) const;
 
-    // Forgets what was found of parts that were asked for by their sites; all that was got is gone. As long
-    // as nobody goes through all parts, what is known does not grow with the commands.
+    // Between two commands: a last part that has grown becomes several, and what was found of parts that
+    // were asked for by their sites is forgotten; all that was got is gone. As long as nobody goes through
+    // all parts, what is known does not grow with the commands.
     void rest();
 
 private:
     using Key = size_t;
     using Keys = std::vector<Key>;
+    using Counts = std::map<std::string, int>;
     struct Part {
         const ConfigurationFile* file = nullptr;
         std::unique_ptr<ConfigurationFile> own{};  // of one that is not all of its file
         size_t order = 0, number = 0;
+        bool inBlocks = false;
         Keys sites{}, names{};
+        std::vector<Counts::iterator> addresses{};  // of its running blocks
         std::string announcements{};
     };
     struct File {
         size_t order = 0;
+        bool inBlocks = false;
         std::vector<std::unique_ptr<Part>> parts{};
         RunningTotals lines{};
     };
@@ -73,8 +85,8 @@ private:
 
     Part& add(File& file, const std::string& path, Content content);
     void fill(Part& part, File& file, const std::string& path, Content content);
-    void enter(const Part& part);
-    void leave(const Part& part);
+    void enter(Part& part, const ConfigurationFile& found, size_t from, size_t to);
+    void leave(Part& part);
     void enterNames(Part& part);
     void indexNames();
     void noteUse(const Files& files);
@@ -83,8 +95,11 @@ private:
     std::shared_ptr<Surroundings> around_;
     std::unordered_map<std::string, File> files_;
     Index sites_;
-    std::optional<Index> names_;                        // from when it is first asked for
+    std::map<std::pair<size_t, size_t>, const Part*> atServer_;  // by order and number
+    std::optional<Index> names_;                        // from when it, or addresses, are asked for
+    Counts addresses_;                                  // the same
     std::vector<std::pair<std::string, size_t>> used_;  // parts, by path and number
+    std::set<std::string> grown_;                       // files whose last part is another
     bool goneThrough_ = false;
 };
 

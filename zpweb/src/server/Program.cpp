@@ -1,5 +1,6 @@
 #include "server/Program.h"
 
+#include "conf/Text.h"
 #include "sys/File.h"
 #include "sys/Process.h"
 
@@ -73,6 +74,19 @@ std::string builtInValue(const std::string& name) {
     }
     const size_t begin = at + key.size();
     return answer.substr(begin, answer.find('"', begin) - begin);
+}
+
+const std::string& printedVersion() {
+    static const std::string answer = [] {
+        const Program program;
+        return program.found() ? runProgram({program.path(), "-v"}).output : std::string();
+    }();
+    return answer;
+}
+
+bool isBefore24() {
+    return zp::conf::contains(printedVersion(), "Apache/2.2.") ||
+           zp::conf::contains(printedVersion(), "Apache/2.0.");
 }
 
 }  // namespace zpweb

@@ -36,5 +36,9 @@ private:
 // A value that the server was built with: "HTTPD_ROOT", "SERVER_CONFIG_FILE", "DEFAULT_PIDLOG"; empty when
 // there is no server to ask.
 std::string builtInValue(const std::string& name);
+// What it says of its version: "Server version: Apache/2.4.57 (Debian)" and more; asked once.
+const std::string& printedVersion();
+// Servers before 2.4 must be told which addresses are shared by name, and know no "Require all granted".
+bool isBefore24();
 
 }  // namespace zpweb

@@ -68,7 +68,7 @@ SystemAddress systemAddressOf(const Socket& socket, const char* anyAddress) {
 
 std::vector<Socket> socketsOf(const Configuration& configuration) {
     std::vector<Socket> sockets;
-    for (const ConfigurationFile* file : configuration.parts()) {
+    for (const ConfigurationFile* file : configuration.serverParts()) {
         take(sockets, file->server().listen);
     }
     return sockets;
@@ -76,7 +76,7 @@ std::vector<Socket> socketsOf(const Configuration& configuration) {
 
 std::vector<Socket> askable(const Configuration& configuration) {
     std::vector<Socket> sockets = socketsOf(configuration);
-    for (const ConfigurationFile* file : configuration.parts()) {
+    for (const ConfigurationFile* file : configuration.serverParts()) {
         take(sockets, file->server().listenPerhaps);
     }
     return sockets;

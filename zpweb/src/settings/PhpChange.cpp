@@ -59,12 +59,10 @@ std::vector<Request> placesWith(const Configuration& configuration, const std::s
 }
 
 // The script is in the journal before it is made.
-Outcome probeIn(Transaction& change, const std::string& site, const Root& root) {
+void probeIn(Transaction& change, const std::string& site, const Root& root) {
     const PhpProbe probe(root.effective);
     for (const std::string& path : {probe.path(), probe.plainPath()}) {
-        if (Outcome noted = change.temporary(path); !noted.ok()) {
-            return noted;
-        }
+        change.temporary(path);
     }
     change.prove([&change, site, root, probe] {
         std::string version;
@@ -72,7 +70,6 @@ Outcome probeIn(Transaction& change, const std::string& site, const Root& root) 
         change.output().set("version", known(version));
         return run;
     });
-    return done();
 }
 
 Outcome staysUnread(const Transaction& change, const std::string& site, const Root& root,
@@ -109,9 +106,7 @@ Outcome setPhp(Transaction& change, const std::string& site, PhpSetting setting,
     }
     setting.version = versionOf(setting.fpm);
     for (const Root& root : rootsOf(change, site)) {
-        if (Outcome probed = probeIn(change, site, root); !probed.ok()) {
-            return probed;
-        }
+        probeIn(change, site, root);
     }
     Outcome outcome = requireModules(change, {"proxy", "proxy_fcgi", "dir"});
     outcome = outcome.ok() ? applySetting(change, {site, Setting::Php, overwrite}, askedOf(setting),

@@ -9,7 +9,6 @@
 #include "settings/SiteFacts.h"
 #include "settings/SiteSettings.h"
 #include "sys/Number.h"
-#include "sys/Process.h"
 
 namespace zpweb {
 
@@ -23,10 +22,10 @@ ProxySetting proxiesOf(const Transaction& change, const std::string& site) {
 
 // "Apache/2.4.57": websockets by an option came with 2.4.47.
 Upgrade upgradeOfServer() {
-    const Finished told = runProgram({Program().path(), "-v"});
+    const std::string& told = printedVersion();
     constexpr std::string_view Mark = "Apache/2.4.";
-    if (const size_t at = told.output.find(Mark); told.ok() && at != std::string::npos) {
-        const int patch = leadingNumber(std::string_view(told.output).substr(at + Mark.size()));
+    if (const size_t at = told.find(Mark); at != std::string::npos) {
+        const int patch = leadingNumber(std::string_view(told).substr(at + Mark.size()));
         return patch >= 47 ? Upgrade::ByOption : Upgrade::ByRule;
     }
     return Upgrade::ByOption;

@@ -150,7 +150,7 @@ std::string rootInEffect(const Place& place, const Reading* reading) {
 // Debian's configuration names it by a variable of the server's environment.
 std::string serverUser(const Configuration& configuration) {
     std::string user;
-    for (const auto& file : configuration.files()) {
+    for (const ConfigurationFile* file : configuration.serverParts()) {
         for (const std::string_view line : file->lines().all) {
             const auto words = wordsIn(line);
             if (words.size() == 2 && conf::equalIgnoringCase(words[0], "User")) {

@@ -7,6 +7,7 @@
 #include "conf/Bounds.h"
 #include "conf/Line.h"
 #include "input/Quoted.h"
+#include "server/Program.h"
 
 namespace zpweb {
 
@@ -53,17 +54,6 @@ Outcome moveAnnounced(Transaction& change, const Site& site, const Arguments& gi
     return change.edit(edit);
 }
 
-bool sharesByLine(Output& output) {
-    int major = 0;
-    int minor = 0;
-    int minorMinor = 0;
-    static_cast<void>(quietly(output, [&] {
-        getApacheVersion(major, minor, minorMinor);
-        return 0;
-    }));
-    return major > 0 && (major < 2 || (major == 2 && minor < 4));
-}
-
 // The block keeps its port.
 Outcome moveBlock(Transaction& change, const BlockAt& at, const std::string& to, const AddressMove& move) {
     const Block& block = at.in(change.configuration());
@@ -87,7 +77,7 @@ Outcome moveBlock(Transaction& change, const BlockAt& at, const std::string& to,
 
 Outcome moveAddress(Transaction& change, const Site& site, const Arguments& given,
                     const AddressMove& move) {
-    if (sharesByLine(change.output())) {
+    if (isBefore24()) {
         return moveAnnounced(change, site, given, move);
     }
     const std::string address = given[NewAddress].value_or("");

@@ -21,16 +21,14 @@ Excerpt excerptOf(const Block& block, const BlockOperation& operation) {
             block.lines.first};
 }
 
-const ConfigurationFile& holderOf(const Configuration& configuration, const std::string& file,
-                                  const std::string& site) {
-    const ConfigurationFile* part = site.empty() ? nullptr : configuration.partOf(file, site);
-    return part == nullptr ? *configuration.file(file) : *part;
-}
-
 }  // namespace
 
+const ConfigurationFile& BlockAt::holder(const Configuration& configuration) const {
+    return *configuration.part(file, part);
+}
+
 const Block& BlockAt::in(const Configuration& configuration) const {
-    return holderOf(configuration, file, site).blocks()[number];
+    return holder(configuration).blocks()[number];
 }
 
 const Block* BlockAt::before(const Configuration& configuration) const {
@@ -38,25 +36,17 @@ const Block* BlockAt::before(const Configuration& configuration) const {
 }
 
 std::string BlockAt::place(const Configuration& configuration) const {
-    const ConfigurationFile& holder = holderOf(configuration, file, site);
-    return file + ":" + std::to_string(holder.firstLine() + holder.blocks()[number].lines.first + 1);
+    const ConfigurationFile& held = holder(configuration);
+    return file + ":" + std::to_string(held.firstLine() + held.blocks()[number].lines.first + 1);
 }
 
-std::vector<BlockAt> blocksOf(const Configuration& configuration, const Site& site, const BlockTest& test) {
-    const std::string name(site.first().block->name);
+std::vector<BlockAt> blocksOf(const Site& site, const BlockTest& test) {
     std::vector<BlockAt> found;
     for (const std::string& path : site.files()) {
-        const ConfigurationFile& holder = holderOf(configuration, path, name);
-        for (size_t i = holder.blocks().size(); i-- > 0;) {
-            const Block& block = holder.blocks()[i];
-            const bool own = std::any_of(site.places.begin(), site.places.end(), [&](const Place& place) {
-                return place.file == &holder ? place.block == &block
-                                             : place.file->path() == path &&
-                                                   place.file->firstLine() + place.block->lines.first ==
-                                                       holder.firstLine() + block.lines.first;
-            });
-            if (own && test(block)) {
-                found.push_back({path, name, i});
+        for (auto place = site.places.rbegin(); place != site.places.rend(); ++place) {
+            if (place->file->path() == path && test(*place->block)) {
+                const auto number = static_cast<size_t>(place->block - place->file->blocks().data());
+                found.push_back({path, place->file->part(), number});
             }
         }
     }
@@ -73,7 +63,7 @@ Expected<std::vector<BlockAt>> runningBlocks(const Configuration& configuration,
                                              const Arguments& given) {
     const auto number = given[OnPort];
     const std::string port = number ? std::to_string(*number) : "";
-    std::vector<BlockAt> blocks = blocksOf(configuration, site, [&](const Block& block) {
+    std::vector<BlockAt> blocks = blocksOf(site, [&](const Block& block) {
         return !block.stopped && (port.empty() || isOnPort(block, port));
     });
     if (blocks.empty()) {
@@ -93,7 +83,7 @@ Outcome editBlock(Transaction& change, const BlockAt& at, const BlockOperation& 
     const std::string domain = domainOf(at.in(change.configuration()));
     Edit edit;
     edit.file = at.file;
-    edit.site = at.site;
+    edit.part = &at.holder(change.configuration());
     edit.bound = operation.bound;
     edit.excerpt = [&](const ConfigurationFile& file) {
         return excerptOf(file.blocks()[at.number], operation);

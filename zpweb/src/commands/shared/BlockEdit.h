@@ -15,12 +15,14 @@ namespace zpweb {
 
 inline constexpr auto OnPort = numberOption("--port", "PORT", "Only its blocks on this port");
 
-// A block by its number among those of its file, which stays while others are edited.
+// A block by its number among those of its file, or of the part of a long one, which stays while others are
+// edited.
 struct BlockAt {
     std::string file;
-    std::string site;  // by whose name the part of a long file is found that holds it
+    size_t part;
     size_t number;
 
+    const ConfigurationFile& holder(const Configuration& configuration) const;
     const Block& in(const Configuration& configuration) const;
     const Block* before(const Configuration& configuration) const;  // the one that stands before it; null
     std::string place(const Configuration& configuration) const;    // FILE:LINE
@@ -40,7 +42,7 @@ struct BlockOperation {
 using BlockTest = std::function<bool(const Block&)>;
 // The site's blocks that pass the test; the last ones of a file first, so that what is added or goes moves
 // none that follows.
-std::vector<BlockAt> blocksOf(const Configuration& configuration, const Site& site, const BlockTest& test);
+std::vector<BlockAt> blocksOf(const Site& site, const BlockTest& test);
 // Those that run, on the port that was given; NotFound when there is none.
 Expected<std::vector<BlockAt>> runningBlocks(const Configuration& configuration, const Site& site,
                                              const Arguments& given);

@@ -126,10 +126,12 @@ Outcome changeInBlocks(Transaction& change, const Arguments& given, const Direct
     return found ? done() : notFound(given);
 }
 
-// What stands in no block of a file is shown as one.
-Outcome changeInFile(Transaction& change, const std::string& file, const DirectiveChange& wanted) {
+// What stands in no block of a file, or in its part, is shown as one.
+Outcome changeInFile(Transaction& change, const ConfigurationFile& file, bool onlyPart,
+                     const DirectiveChange& wanted) {
     Edit edit;
-    edit.file = file;
+    edit.file = file.path();
+    edit.part = onlyPart ? &file : nullptr;
     edit.bound = zp::conf::bound::Directive;
     std::string domain;
     edit.excerpt = [&](const ConfigurationFile& current) {
@@ -148,15 +150,15 @@ Outcome changeInFile(Transaction& change, const std::string& file, const Directi
 }
 
 Outcome changeOnServer(Transaction& change, const Arguments& given, const DirectiveChange& wanted) {
-    std::vector<std::string> files;  // that have it, the last one first
+    std::vector<const ConfigurationFile*> parts;  // that have it
     size_t lines = 0;
-    for (const auto& file : change.configuration().files()) {
-        if (const size_t here = countOf(Statements(file->content().text()), None, wanted.test); here > 0) {
-            files.insert(files.begin(), file->path());
+    for (const ConfigurationFile* part : change.configuration().serverParts()) {
+        if (const size_t here = countOf(Statements(part->content().text()), None, wanted.test); here > 0) {
+            parts.push_back(part);
             lines += here;
         }
     }
-    if (files.empty()) {
+    if (parts.empty()) {
         return notFound(given);
     }
     if (!wanted.onlyLast && lines > 1 && !given.has(DirectiveValue)) {
@@ -168,7 +170,10 @@ Outcome changeOnServer(Transaction& change, const Arguments& given, const Direct
         return can;
     }
     wanted.expect({});
-    return changeInFile(change, files.front(), wanted);
+    const auto ofFile = std::count_if(parts.begin(), parts.end(), [&](const ConfigurationFile* part) {
+        return part->path() == parts.back()->path();
+    });
+    return changeInFile(change, *parts.back(), ofFile == 1, wanted);
 }
 
 }  // namespace

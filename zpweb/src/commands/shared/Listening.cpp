@@ -27,20 +27,8 @@ std::string Listening::text() const { return zp::conf::inBrackets(address) + ":"
 std::string Listening::listenLine() const { return "Listen " + (address == Any ? port : text()); }
 
 std::string usualAddress(const Configuration& configuration, const std::string& port) {
-    std::map<std::string_view, int> written;  // by its address as it stands
-    auto last = written.end();                // most sites stand beside others with the same one
-    for (const ConfigurationFile* file : configuration.parts()) {
-        for (const Block& block : file->blocks()) {
-            if (!block.stopped) {
-                last = last != written.end() && last->first == block.address
-                           ? last
-                           : written.try_emplace(block.address, 0).first;
-                ++last->second;
-            }
-        }
-    }
     std::map<std::string, int> uses;
-    for (const auto& [each, count] : written) {
+    for (const auto& [each, count] : configuration.addresses()) {
         const std::string address = bareAddress(each);
         if (each.ends_with(":" + port) && isUsable(address)) {
             uses[address] += count;

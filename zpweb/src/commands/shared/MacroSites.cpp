@@ -30,7 +30,7 @@ std::vector<std::string> valuesOf(std::string_view words) {
 
 std::vector<Macro> macrosOf(const Configuration& configuration) {
     std::vector<Macro> macros;
-    for (const ConfigurationFile* file : configuration.parts()) {
+    for (const ConfigurationFile* file : configuration.serverParts()) {
         if (file->templates().empty()) {
             continue;
         }
@@ -93,7 +93,7 @@ void addSites(std::vector<MacroSite>& sites, const Macro& macro, const std::vect
 std::vector<MacroSite> macroSites(const Configuration& configuration) {
     std::vector<MacroSite> sites;
     const std::vector<Macro> macros = macrosOf(configuration);
-    for (const ConfigurationFile* file : configuration.parts()) {
+    for (const ConfigurationFile* file : configuration.serverParts()) {
         for (const MacroUse& use : macros.empty() ? std::vector<MacroUse>() : file->server().uses) {
             std::vector<std::string> words = valuesOf(use.words);
             for (const Macro& macro : macros) {

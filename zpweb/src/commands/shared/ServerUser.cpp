@@ -13,13 +13,7 @@ namespace zpweb {
 
 namespace {
 
-std::optional<ServerUser> userIn(const std::string& main) {
-    std::string name;
-    std::string group;
-    {
-        const Capture quiet;
-        static_cast<void>(CZPWebsite(nullptr, main.c_str()).getApacheUserGroup(main, name, group));
-    }
+std::optional<ServerUser> userNamed(const std::string& name) {
     const auto account = zp::host::findAccount(name);
     if (!account) {
         return std::nullopt;
@@ -33,13 +27,24 @@ std::optional<ServerUser> userIn(const std::string& main) {
 
 }  // namespace
 
-std::optional<ServerUser> answeringUser(const Configuration& configuration) {
-    // As the file on the disk says, and the accounts: of many sites, the first one asks.
-    static std::map<std::string, std::optional<ServerUser>> known;
+const ServerAccount& serverAccount(const Configuration& configuration) {
+    static std::map<std::string, ServerAccount> known;
     const std::string& main = configuration.main().path();
     const auto [entry, fresh] = known.try_emplace(main);
     if (fresh) {
-        entry->second = userIn(main);
+        const Capture quiet;
+        static_cast<void>(CZPWebsite(nullptr, main.c_str())
+                              .getApacheUserGroup(main, entry->second.user, entry->second.group));
+    }
+    return entry->second;
+}
+
+std::optional<ServerUser> answeringUser(const Configuration& configuration) {
+    static std::map<std::string, std::optional<ServerUser>> known;  // the same of the host's accounts
+    const std::string& name = serverAccount(configuration).user;
+    const auto [entry, fresh] = known.try_emplace(name);
+    if (fresh) {
+        entry->second = userNamed(name);
     }
     return entry->second;
 }

@@ -17,6 +17,12 @@ struct ServerUser {
     std::vector<gid_t> groups;
 };
 
+struct ServerAccount {
+    std::string user, group;
+};
+
+// As the configuration's main file on the disk says; of many sites, the first one asks.
+const ServerAccount& serverAccount(const Configuration& configuration);
 // Absent when the configuration names none that the host has.
 std::optional<ServerUser> answeringUser(const Configuration& configuration);
 

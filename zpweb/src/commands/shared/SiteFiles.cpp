@@ -1,6 +1,7 @@
 #include "commands/shared/SiteFiles.h"
 
 #include <algorithm>
+#include <map>
 
 #include "conf/Text.h"
 #include "input/HostName.h"
@@ -49,6 +50,37 @@ std::string_view lineBehind(std::string_view text, size_t at) {
     return text.substr(at, text.find('\n', at) - at + 1);
 }
 
+// Where links let the server read files, those that they can lead to.
+std::vector<std::string> filesOf(const Layout& layout) {
+    std::vector<std::string> files;
+    for (const std::string& name :
+         layout.hasLinks() ? entriesOf(layout.directory) : std::vector<std::string>()) {
+        files.push_back(layout.directory + "/" + name);
+    }
+    return files;
+}
+
+void addSites(std::vector<DisabledSite>& sites, const Configuration& configuration,
+              const std::string& path) {
+    const auto text = isFile(path) ? readFile(path) : failure("");
+    if (!text.ok()) {
+        return;
+    }
+    Surroundings around = surroundingsOf(configuration, *text);
+    for (const Contents contents = contentsOf(*text, around); const Block& block : contents.blocks) {
+        if (!block.name.empty() && !block.stopped) {
+            sites.push_back(
+                {std::string(block.name), path, block.nameLine + 1, std::string(block.addresses)});
+        }
+    }
+}
+
+// The same for all forms of a name.
+std::string comparable(const std::string& name) {
+    const auto ascii = asciiHostName(name);
+    return lowerCase(ascii.ok() ? *ascii : name);
+}
+
 }  // namespace
 
 Surroundings surroundingsOf(const Configuration& configuration, std::string_view unread) {
@@ -66,22 +98,29 @@ Surroundings surroundingsOf(const Configuration& configuration, std::string_view
 std::vector<DisabledSite> disabledSites(const Configuration& configuration) {
     std::vector<DisabledSite> found;
     const Layout layout = layoutOf(configuration);
-    for (const std::string& name :
-         layout.hasLinks() ? entriesOf(layout.directory) : std::vector<std::string>()) {
-        const std::string path = layout.directory + "/" + name;
-        const auto text =
-            configuration.file(path) == nullptr && isFile(path) ? readFile(path) : failure("");
-        if (!text.ok()) {
-            continue;
-        }
-        Surroundings around = surroundingsOf(configuration, *text);
-        for (const Contents contents = contentsOf(*text, around); const Block& block : contents.blocks) {
-            if (!block.name.empty() && !block.stopped) {
-                found.push_back(
-                    {std::string(block.name), path, block.nameLine + 1, std::string(block.addresses)});
-            }
+    for (const std::string& path : filesOf(layout)) {
+        if (configuration.file(path) == nullptr) {
+            addSites(found, configuration, path);
         }
     }
+    return found;
+}
+
+std::vector<DisabledSite> disabledSites(const Configuration& configuration, const std::string& name) {
+    static std::map<std::string, std::map<std::string, std::vector<DisabledSite>>>
+        known;  // by directory, name
+    const Layout layout = layoutOf(configuration);
+    const auto [all, fresh] = known.try_emplace(layout.directory);
+    for (const std::string& path : fresh ? filesOf(layout) : std::vector<std::string>()) {
+        std::vector<DisabledSite> sites;
+        addSites(sites, configuration, path);
+        for (DisabledSite& site : sites) {
+            all->second[comparable(site.name)].push_back(std::move(site));
+        }
+    }
+    std::vector<DisabledSite> found = all->second[comparable(name)];
+    std::erase_if(found,
+                  [&](const DisabledSite& site) { return configuration.file(site.file) != nullptr; });
     return found;
 }
 
@@ -122,7 +161,7 @@ void askForServerLines(Transaction& change, std::string_view text) {
     }
 }
 
-std::string takeOut(std::string& text, std::string_view block) {
+std::string takeOut(std::string& text, std::string_view block, bool beginsFile) {
     std::string taken(block);
     const size_t at = text.find(block);
     size_t end = at + block.size();
@@ -130,7 +169,7 @@ std::string takeOut(std::string& text, std::string_view block) {
     const std::string_view before = lineBefore(text, at);
     const std::string_view behind = lineBehind(text, end);
     const bool blankBefore = !before.empty() && isBlank(before);
-    if ((blankBefore || at == 0) && !behind.empty() && isBlank(behind)) {
+    if ((blankBefore || (at == 0 && beginsFile)) && !behind.empty() && isBlank(behind)) {
         end += behind.size();
     }
     text.erase(at, end - at);

@@ -21,6 +21,8 @@ struct DisabledSite {
 // What counts in the text of a file that the server does not read.
 Surroundings surroundingsOf(const Configuration& configuration, std::string_view unread);
 std::vector<DisabledSite> disabledSites(const Configuration& configuration);
+// Those of the name. Of many that are asked for in one run, the first look tells of all files.
+std::vector<DisabledSite> disabledSites(const Configuration& configuration, const std::string& name);
 
 // The links to a file as the change has them so far.
 std::vector<std::string> linksTo(const Transaction& change, const Layout& layout, const std::string& file);
@@ -31,8 +33,9 @@ Outcome hasOwnFiles(const Transaction& change, const Site& site, const Layout& l
 // The change may differ in what the text says outside of blocks: its file comes or goes with the site.
 void askForServerLines(Transaction& change, std::string_view text);
 
-// A block as it stands, and the text without it and without one of the blank lines around it.
-std::string takeOut(std::string& text, std::string_view block);
+// A block as it stands, and the text, which begins its file or does not, without it and without one of the
+// blank lines around it.
+std::string takeOut(std::string& text, std::string_view block, bool beginsFile);
 
 // Has a file that a site has left nothing more to say? Comments, empty conditions and the Listen lines of
 // ports that no block uses count for nothing.

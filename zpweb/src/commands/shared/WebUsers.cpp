@@ -5,6 +5,7 @@
 
 #include "CZPWebsite.h"
 #include "commands/shared/Operation.h"
+#include "commands/shared/ServerUser.h"
 #include "conf/Text.h"
 #include "host/Accounts.h"
 #include "host/Paths.h"
@@ -89,12 +90,7 @@ std::vector<std::string> userNamesOf(const std::string& domain) {
 }
 
 Outcome letServerRead(Transaction& change, const std::string& file) {
-    const std::string main = change.configuration().main().path();
-    std::string user;
-    std::string group;
-    static_cast<void>(quietly(change.output(), [&] {
-        return CZPWebsite(nullptr, main.c_str()).getApacheUserGroup(main, user, group);
-    }));
+    const auto& [user, group] = serverAccount(change.configuration());
     const auto known = zp::host::findGroup(group);
     const Content text = change.contentOf(file);
     if (!known || !text || (exists(file) && isReadableBy(user, file))) {

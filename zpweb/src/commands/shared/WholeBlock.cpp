@@ -34,7 +34,7 @@ Outcome editOne(Transaction& change, const BlockAt& at, const WholeBlock& operat
     const std::string domain = domainOf(at.in(change.configuration()));
     Edit edit;
     edit.file = at.file;
-    edit.site = at.site;
+    edit.part = &at.holder(change.configuration());
     edit.bound = operation.bound;
     edit.excerpt = [&](const ConfigurationFile& file) {
         return excerptOf(file, file.blocks()[at.number], operation);

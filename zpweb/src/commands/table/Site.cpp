@@ -68,10 +68,10 @@ namespace {
 std::vector<Place> blockAt(const Configuration& configuration, const std::string& place) {
     const size_t colon = place.rfind(':');
     const auto path = realPathOf(place.substr(0, colon));
-    const ConfigurationFile* file = path.ok() ? configuration.file(*path) : nullptr;
     const int line = leadingNumber(std::string_view(place).substr(colon + 1));
-    const Block* block =
-        file == nullptr || line < 1 ? nullptr : file->blockAt(static_cast<size_t>(line - 1));
+    const auto number = static_cast<size_t>(std::max(line, 1) - 1);
+    const ConfigurationFile* file = path.ok() ? configuration.partAt(*path, number) : nullptr;
+    const Block* block = file == nullptr || line < 1 ? nullptr : file->blockAt(number - file->firstLine());
     return block == nullptr ? std::vector<Place>() : std::vector<Place>{{file, block}};
 }
 
@@ -79,12 +79,12 @@ std::vector<Place> blockAt(const Configuration& configuration, const std::string
 std::vector<Place> blocksAtAddress(const Configuration& configuration, const std::string& address) {
     std::vector<Place> named;
     std::vector<Place> nameless;
-    for (const auto& file : configuration.files()) {
+    for (const ConfigurationFile* file : configuration.parts()) {
         for (const Block& block : file->blocks()) {
             const std::vector<Word> words = writtenWords(block.addresses);
             if (!block.stopped && std::any_of(words.begin(), words.end(),
                                               [&](const Word& word) { return word.value() == address; })) {
-                (block.name.empty() ? nameless : named).push_back({file.get(), &block});
+                (block.name.empty() ? nameless : named).push_back({file, &block});
             }
         }
     }
