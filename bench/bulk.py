@@ -212,7 +212,7 @@ def state(ground, count, one):
     changed = set(ground.names(count))
     for site in sites["sites"]:
         if site["name"] in changed:
-            site["index"] = "other.php"
+            site["index"] = ["other.php"]
     with open(document, "w") as file:
         json.dump(sites, file)
     report(ground, "apply --state", count, ground.run(["apply", "--state", document]), one)

@@ -602,12 +602,15 @@ def test_the_state_of_a_system_configuration_is_not_below_etc(machine):
 def test_many_commands_of_one_change_do_what_they_do_one_by_one(machine):
     names = [f"s{i}.example" for i in range(1200)]
     text = "".join(("\n" if i % 3 else "") + BLOCK.format(port=machine.port, name=name, root=machine.root / "www")
-                   for i, name in enumerate(names))
+                   for i, name in enumerate(names[:800]))
+    text += "".join(f"\n<IfModule alias_module>\n{BLOCK.format(port=machine.port, name=name, root='/srv')}</IfModule>\n" for name in names[800:1000])
+    text += "".join("\n#" + BLOCK.format(port=machine.port, name=name, root="/srv").rstrip().replace("\n", "\n#") + "\n" for name in names[1000:1199])
+    text += BLOCK.format(port=machine.port, name=names[1199], root="/srv")
     text += "\n".join(BLOCK.format(port=8443, name=name, root=machine.root / "www") for name in names[10:16])  # far from their first ones
     machine.conf.write_text(machine.text() + text)
     before = machine.text()
     made = {"owner": "anna", "path": str(machine.sites), "address": "127.0.0.1"}
-    lines = [(["host add", names[i], f"more{i}.example"], {}) for i in range(0, 1200, 80)]
+    lines = [(["host add", names[i], f"more{i}.example"], {}) for i in range(0, 1000, 80)]
     lines += [(["site delete", names[i]], {}) for i in range(700, 716)]
     lines += [(["redirect set", name, "/old"], {"to": "https://other.example/"}) for name in (names[3], names[4], names[1199])]
     lines += [(["site create", f"new{i}.example"], made) for i in range(12)]
@@ -619,6 +622,7 @@ def test_many_commands_of_one_change_do_what_they_do_one_by_one(machine):
               (["site rename", names[13], "other.example"], {}), (["site port", names[14], "8444"], {"port": "8443"}),
               (["directive set", "ErrorLog", "/tmp/log"], {}), (["directive set", "ErrorLog", "/tmp/other"], {}),
               (["site create", "last.example"], {"owner": "anna", "path": str(machine.sites)}), (["site rename", "last.example", "end.example"], {}),
+              *((["site start", name], {}) for name in names[1010:1020]), (["site delete", names[801]], {}), (["site stop", names[803]], {}),
               (["proxy set", names[15], "/", "http://127.0.0.1:9"], {}), (["address own", names[16]], {"address": "192.0.2.9"})]
     texts = "\n".join(json.dumps({"command": command, "arguments": words, "options": options})
                       for (command, *words), options in lines)

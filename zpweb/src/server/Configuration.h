@@ -37,6 +37,7 @@ public:
     const std::vector<Block>& templates() const { return contents().templates; }
     const ServerLines& server() const { return contents().server; }
     const std::vector<ConditionalName>& conditionalNames() const { return contents().conditionalNames; }
+    const std::vector<const char*>& sectionEnds() const { return contents().sectionEnds; }
     size_t longestLine() const { return contents().longestLine; }
     const Block* blockAt(size_t line) const;  // the block that holds the line; null outside of all
     size_t firstLine() const;                 // of a part: the number of its first line in the file

@@ -10,30 +10,38 @@ namespace {
 
 bool beginsBlank(std::string_view text) { return text.starts_with('\n') || text.starts_with("\r\n"); }
 
+// Where the file can be cut behind a block: behind the section around it, where there is one. The end of
+// the text: nowhere.
+size_t cutBehind(const ConfigurationFile& file, const Block& block, const Block& next) {
+    const std::string& text = file.content().text();
+    const char* cut = block.text.data() + block.text.size();
+    if (block.conditional) {
+        const auto& ends = file.sectionEnds();
+        const auto end = std::upper_bound(ends.begin(), ends.end(), cut);
+        cut = end == ends.end() ? nullptr : *end;
+    }
+    const bool free = block.closed && cut != nullptr && next.text.data() >= cut && cut[-1] == '\n';
+    return free ? static_cast<size_t>(cut - text.data()) : text.size();
+}
+
 }  // namespace
 
 std::vector<size_t> cutsOf(const ConfigurationFile& file) {
-    const std::string& text = file.content().text();
+    const std::string_view text = file.content().text();
     const std::vector<Block>& blocks = file.blocks();
-    const auto endOf = [&](const Block& block) {
-        return static_cast<size_t>(block.text.data() + block.text.size() - text.data());
-    };
-    const auto isSpaced = [&](const Block& block) {
-        return beginsBlank(std::string_view(text).substr(endOf(block)));
-    };
-    const bool spaced = std::any_of(blocks.begin(), blocks.end(), isSpaced);
-    std::vector<size_t> cuts;
-    size_t from = 0;
+    std::vector<size_t> possible;
     for (size_t i = 0; i + 1 < blocks.size(); ++i) {
-        const Block& block = blocks[i];
-        const Block& next = blocks[i + 1];
-        const size_t end = endOf(block);
-        const bool free = block.closed && !block.stopped && !block.conditional &&
-                          next.text.data() >= text.data() + end && text[end - 1] == '\n';
-        if (free && (!spaced || isSpaced(block)) && end - from >= PartSize &&
-            !zp::conf::equalIgnoringCase(block.name, next.name)) {
-            cuts.push_back(end);
-            from = end;
+        const size_t cut = cutBehind(file, blocks[i], blocks[i + 1]);
+        if (cut < text.size() && !zp::conf::equalIgnoringCase(blocks[i].name, blocks[i + 1].name)) {
+            possible.push_back(cut);
+        }
+    }
+    const auto isSpaced = [&](size_t cut) { return beginsBlank(text.substr(cut)); };
+    const bool spaced = std::any_of(possible.begin(), possible.end(), isSpaced);
+    std::vector<size_t> cuts;
+    for (const size_t cut : possible) {
+        if ((!spaced || isSpaced(cut)) && cut - (cuts.empty() ? 0 : cuts.back()) >= PartSize) {
+            cuts.push_back(cut);
         }
     }
     return cuts;

@@ -205,7 +205,7 @@ void BlockFinder::take(const LineStart& line) {
     } else if (live_) {
         live_->take(line.text, line.number);
     } else {
-        takeSection(line.text);
+        takeSection(line);
     }
 }
 
@@ -261,7 +261,8 @@ void BlockFinder::finish(const char* end, size_t line, bool closed) {
 }
 
 // Tags outside of blocks. A closing one closes the innermost section of its name.
-void BlockFinder::takeSection(std::string_view text) {
+void BlockFinder::takeSection(const LineStart& line) {
+    const std::string_view text = line.text;
     const bool closes = text.starts_with("</");
     const std::string_view name = zp::conf::upTo(text.substr(closes ? 2 : 1), " \t\r\n>");
     if (!closes) {
@@ -281,6 +282,9 @@ void BlockFinder::takeSection(std::string_view text) {
     for (size_t i = 0; i < closed; ++i) {
         macros_ -= equalIgnoringCase(sections_.back(), "Macro") ? 1 : 0;
         sections_.pop_back();
+    }
+    if (closed > 0 && sections_.empty()) {
+        contents_.sectionEnds.push_back(endOf(line, logicalLine(line.raw)));
     }
 }
 

@@ -56,7 +56,7 @@ public:
     void takeComment(const LineStart& line);
     // A line that is no comment ends what may have been a block in comments.
     void leaveComment() { commented_.reset(); }
-    void takeSection(std::string_view tag);
+    void takeSection(const LineStart& line);
     void end(const char* end, size_t line);
     Values& values() { return values_; }
     bool inCondition() const { return !sections_.empty(); }

@@ -86,6 +86,7 @@ struct Contents {
     std::vector<Block> blocks;     // in the order of their lines
     std::vector<Block> templates;  // those in macros
     ServerLines server;
+    std::vector<const char*> sectionEnds;  // behind each section outside of blocks that stands in no other
     std::vector<ConditionalName> conditionalNames;
     size_t longestLine = 0;
     std::deque<std::string> texts;  // what some of the views are views of
