@@ -44,6 +44,10 @@ def test_a_home_that_is_not_the_sites_own_is_never_removed(site, name, home, tol
         (home / "www/inner").mkdir(parents=True, exist_ok=True)
     answer = site.run("site", "delete", name, "--remove-folders", *FAST)
     assert answer.status == 1 and told in answer.err and site.text() == text, answer
+    lines = [{"command": "host add", "arguments": ["neighbour.example", "b.neighbour.example"]},
+             {"command": "site delete", "arguments": [name], "options": {"remove-folders": True}}]
+    answer = site.run("apply", "-", *FAST, input="\n".join(map(json.dumps, lines)))
+    assert answer.status == 1 and told in answer.err and site.text() == text, answer
     assert home.parent == Path("/") or (home / "www/inner").exists()
 
 

@@ -32,7 +32,7 @@ Expected<std::string> removableHome(const Configuration& configuration, const Bl
                        " names no home of its own; its directories stay: nothing is done");
     }
     const SameHost matches(name);
-    for (const ConfigurationFile* file : configuration.parts()) {
+    for (const ConfigurationFile* file : configuration.namingBelow(home)) {
         for (const Block& each : file->blocks()) {
             if ((std::string(each.root) + "/").starts_with(home + "/") && !matches(each.name)) {
                 return failure(home + " is used by site " + std::string(each.name) + ": nothing is done");

@@ -19,14 +19,6 @@ namespace {
 
 constexpr int DeepestInclude = 16;
 
-std::vector<std::string> patternsOf(const ConfigurationFile& file) {
-    std::vector<std::string> patterns;
-    for (const IncludeLine& include : file.server().includes) {
-        patterns.emplace_back(include.pattern);
-    }
-    return patterns;
-}
-
 // Does a block write something with a variable that is known by now?
 bool leavesKnownVariables(const ConfigurationFile& file, const Defines& defines) {
     const auto leaves = [&](std::string_view text) {
@@ -244,19 +236,15 @@ void Configuration::put(const std::string& path, const Content& content) {
             file = std::make_unique<ConfigurationFile>(path, content, around_);
             return;
         }
-        const std::vector<std::string> before = patternsOf(*file);
-        noteNames(*file, -1);
+        const Before before = leave(*file);
         if (parts_) {
             parts_->drop(path);
         }
         file = std::make_unique<ConfigurationFile>(path, content, around_);
-        noteNames(*file, 1);
         if (parts_) {
             parts_->take(*file, known->second.order, known->second.inBlocks);
         }
-        if (patternsOf(*file) != before) {
-            follow(*file, 1);
-        }
+        enter(*file, before);
         return;
     }
     const std::string real = behind(path, content);
@@ -324,6 +312,14 @@ std::vector<const ConfigurationFile*> Configuration::carriersOf(std::string_view
     return parts_ ? parts_->carriersOf(name) : parts();
 }
 
+std::vector<const ConfigurationFile*> Configuration::namingAbove(const std::string& directory) const {
+    return parts_ ? parts_->namingAbove(directory) : parts();
+}
+
+std::vector<const ConfigurationFile*> Configuration::namingBelow(const std::string& directory) const {
+    return parts_ ? parts_->namingBelow(directory) : parts();
+}
+
 void Configuration::index() {
     if (!parts_) {
         static_cast<void>(named());  // while the files are read as wholes
@@ -364,15 +360,11 @@ std::string Configuration::announcements(const std::string& path) const {
 void Configuration::putPart(const ConfigurationFile& part, Content content) {
     // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): the part is gone before it ends
     const std::string path = part.path();
-    const std::vector<std::string> before = patternsOf(part);
-    noteNames(part, -1);
+    const Before before = leave(part);
     const ConfigurationFile& made = parts_->replace(part, std::move(content));
     Content whole = Content::later([parts = parts_, path] { return parts->joined(path); });
     *known_.at(path).file = std::make_unique<ConfigurationFile>(path, std::move(whole), around_);
-    noteNames(made, 1);
-    if (patternsOf(made) != before) {
-        follow(made, 1);
-    }
+    enter(made, before);
 }
 
 Expected<std::string> Configuration::realOf(const std::string& name) const {

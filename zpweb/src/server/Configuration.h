@@ -122,6 +122,10 @@ public:
     std::vector<const ConfigurationFile*> carriersOf(std::string_view name) const;
     // The addresses that running blocks have first, as written, with how many have each.
     std::map<std::string, int> addresses() const;
+    // Files, or parts, in which a line may name the directory, or one above, as a document root or of a
+    // section; and those in which one may name the directory or one below.
+    std::vector<const ConfigurationFile*> namingAbove(const std::string& directory) const;
+    std::vector<const ConfigurationFile*> namingBelow(const std::string& directory) const;
     std::string serverRoot() const;
     // The files that an Include line's pattern names, in the order in which the server reads them.
     std::vector<std::string> included(std::string_view pattern) const;
@@ -171,6 +175,13 @@ private:
     const Named& named() const;
     void count(Named& named, const ConfigurationFile& file, int by) const;
     void noteNames(const ConfigurationFile& file, int by);
+    // One file, or part, takes the place of another, which is told before that goes.
+    struct Before {
+        std::string root;
+        std::vector<std::string> patterns;
+    };
+    Before leave(const ConfigurationFile& file);
+    void enter(const ConfigurationFile& file, const Before& before);
     std::set<std::string> changedNames(const std::string& pattern) const;
     void noteLink(const std::string& path, const Content& content);
 

@@ -87,6 +87,32 @@ void Configuration::noteNames(const ConfigurationFile& file, int by) {
     }
 }
 
+Configuration::Before Configuration::leave(const ConfigurationFile& file) {
+    Before before{std::string(file.server().root), {}};
+    for (const IncludeLine& include : file.server().includes) {
+        before.patterns.emplace_back(include.pattern);
+    }
+    if (named_) {
+        count(*named_, file, -1);
+    }
+    return before;
+}
+
+void Configuration::enter(const ConfigurationFile& file, const Before& before) {
+    const auto& includes = file.server().includes;
+    const bool leadsOn = !std::equal(
+        includes.begin(), includes.end(), before.patterns.begin(), before.patterns.end(),
+        [](const IncludeLine& include, const std::string& pattern) { return include.pattern == pattern; });
+    if (named_ && file.server().root != before.root) {
+        named_.reset();
+    } else if (named_) {
+        count(*named_, file, 1);
+    }
+    if (leadsOn || !around_->namesSought.empty()) {
+        follow(file, 1);
+    }
+}
+
 const Configuration::Named& Configuration::named() const {
     if (!named_) {
         const auto all = parts();

@@ -6,6 +6,7 @@
 #include "conf/Text.h"
 #include "input/HostName.h"
 #include "server/Cuts.h"
+#include "server/DirectoryPaths.h"
 #include "server/ServerLevel.h"
 
 namespace zpweb {
@@ -91,6 +92,7 @@ void Parts::take(const ConfigurationFile& file, size_t order, bool inBlocks) {
         whole.inBlocks = inBlocks;
         enter(whole, file, 0, file.content().size());
         enterNames(whole);
+        enterDirectories(whole);
         return;
     }
     size_t at = 0;
@@ -103,6 +105,7 @@ void Parts::take(const ConfigurationFile& file, size_t order, bool inBlocks) {
     file.forget();
     for (const auto& part : taken.parts) {
         enterNames(*part);
+        enterDirectories(*part);
     }
 }
 
@@ -184,6 +187,9 @@ void Parts::leave(Part& part) {
     for (const Counts::iterator& address : std::exchange(part.addresses, {})) {
         --address->second;
     }
+    for (const Directories::iterator& directory : std::exchange(part.directories, {})) {
+        directories_->erase(directory);
+    }
     atServer_.erase({part.order, part.number});
 }
 
@@ -191,9 +197,14 @@ Parts::Files Parts::sorted(const Index& index, std::string_view name) {
     std::vector<const Part*> found;
     const auto [begin, end] = index.equal_range(keyOf(name));
     std::transform(begin, end, std::back_inserter(found), [](const auto& entry) { return entry.second; });
+    return sorted(std::move(found));
+}
+
+Parts::Files Parts::sorted(std::vector<const Part*> found) {
     std::sort(found.begin(), found.end(), [](const Part* a, const Part* b) {
         return std::pair(a->order, a->number) < std::pair(b->order, b->number);
     });
+    found.erase(std::unique(found.begin(), found.end()), found.end());
     Files files;
     std::transform(found.begin(), found.end(), std::back_inserter(files),
                    [](const Part* part) { return part->file; });
@@ -220,18 +231,67 @@ void Parts::rest() {
     }
 }
 
-// What nobody has got of a part yet is forgotten once its names are known.
 void Parts::indexNames() {
     names_.emplace();
+    eachFresh(&Parts::enterNames);
+}
+
+// What nobody has got of a part yet is forgotten once it is entered.
+void Parts::eachFresh(void (Parts::*enter)(Part& part)) {
     for (const auto& [path, file] : files_) {
         for (const auto& part : file.parts) {
             const bool isFresh = !part->file->contents_ && !part->file->lines_;
-            enterNames(*part);
+            (this->*enter)(*part);
             if (isFresh) {
                 part->file->forget();
             }
         }
     }
+}
+
+void Parts::enterDirectories(Part& part) {
+    for (const std::string& path :
+         directories_ ? directoriesIn(part.file->content().text()) : std::set<std::string>()) {
+        part.directories.push_back(directories_->emplace(path, &part));
+    }
+}
+
+// In their order, with those that name directories that nobody can tell from the text.
+Parts::Files Parts::withUnknown(std::vector<const Part*> found) {
+    const auto [begin, end] = directories_->equal_range(UnknownDirectory);
+    std::transform(begin, end, std::back_inserter(found), [](const auto& entry) { return entry.second; });
+    Files files = sorted(std::move(found));
+    noteUse(files);
+    return files;
+}
+
+void Parts::indexDirectories() {
+    if (!directories_) {
+        directories_.emplace();
+        eachFresh(&Parts::enterDirectories);
+    }
+}
+
+Parts::Files Parts::namingAbove(const std::string& directory) {
+    indexDirectories();
+    std::vector<const Part*> found;
+    for (std::string path = directory; !path.empty();
+         path.resize(path == "/" ? 0 : std::max<size_t>(path.rfind('/'), 1))) {
+        const auto [begin, end] = directories_->equal_range(path);
+        std::transform(begin, end, std::back_inserter(found),
+                       [](const auto& entry) { return entry.second; });
+    }
+    return withUnknown(std::move(found));
+}
+
+Parts::Files Parts::namingBelow(const std::string& directory) {
+    indexDirectories();
+    std::vector<const Part*> found;
+    for (auto entry = directories_->lower_bound(directory);
+         entry != directories_->end() && entry->first.starts_with(directory); ++entry) {
+        found.push_back(entry->second);
+    }
+    return withUnknown(std::move(found));
 }
 
 void Parts::noteUse(const Files& files) {
@@ -302,7 +362,9 @@ const ConfigurationFile* Parts::atLine(const std::string& path, size_t line) {
     size_t number = 0;
     for (size_t end = file.parts.size(); number + 1 < end;) {
         const size_t middle = (number + end) / 2;
-        (file.lines.before(middle) <= line ? number : end) = middle;
+        const bool isHere = file.lines.before(middle) <= line;
+        number = isHere ? middle : number;
+        end = isHere ? end : middle;
     }
     return at(path, number);
 }
@@ -340,6 +402,7 @@ const ConfigurationFile& Parts::replace(const ConfigurationFile& part, Content c
     fill(changed, file, path, std::move(content));
     enter(changed, *changed.file, 0, changed.file->content().size());
     enterNames(changed);
+    enterDirectories(changed);
     if (number + 1 == file.parts.size()) {
         grown_.insert(path);
     }
@@ -360,6 +423,7 @@ void Parts::splitLast(File& file, const std::string& path) {
         Part& part = add(file, path, Content(std::string(piece.text())));
         enter(part, *part.file, 0, part.file->content().size());
         enterNames(part);
+        enterDirectories(part);
     }
 }
 

@@ -34,9 +34,13 @@ public:
     Files holdersOf(std::string_view name);
     // Those in which a running block may answer to the name, by its own, an alias or a wildcard.
     Files carriersOf(std::string_view name);
+    // Those that may name the directory or one above it as a document root or of a section, and the
+    // directory or one below it.
+    Files namingAbove(const std::string& directory);
+    Files namingBelow(const std::string& directory);
     // Those that say something at the server's level, in their order.
     Files atServer() const;
-    // How many running blocks have the address first, as it is written; none is there for nothing.
+    // How many running blocks have the address first, as it is written. For one that none has any more, 0.
     const std::map<std::string, int>& addresses();
 
     bool isInParts(const std::string& path) const;
@@ -61,6 +65,8 @@ private:
     using Key = size_t;
     using Keys = std::vector<Key>;
     using Counts = std::map<std::string, int>;
+    struct Part;
+    using Directories = std::multimap<std::string, const Part*>;
     struct Part {
         const ConfigurationFile* file = nullptr;
         std::unique_ptr<ConfigurationFile> own{};  // of one that is not all of its file
@@ -68,6 +74,7 @@ private:
         bool inBlocks = false;
         Keys sites{}, names{};
         std::vector<Counts::iterator> addresses{};  // of its running blocks
+        std::vector<Directories::iterator> directories{};
         std::string announcements{};
     };
     struct File {
@@ -81,6 +88,7 @@ private:
     static Key keyOf(std::string_view name);
     static Keys sitesOf(const ConfigurationFile& file, size_t from, size_t to);
     static Keys namesOf(const ConfigurationFile& file);
+    static Files sorted(std::vector<const Part*> found);
     static Files sorted(const Index& index, std::string_view name);
 
     Part& add(File& file, const std::string& path, Content content);
@@ -88,7 +96,11 @@ private:
     void enter(Part& part, const ConfigurationFile& found, size_t from, size_t to);
     void leave(Part& part);
     void enterNames(Part& part);
+    void enterDirectories(Part& part);
     void indexNames();
+    void indexDirectories();
+    void eachFresh(void (Parts::*enter)(Part& part));
+    Files withUnknown(std::vector<const Part*> found);
     void noteUse(const Files& files);
     void splitLast(File& file, const std::string& path);
 
@@ -98,6 +110,7 @@ private:
     std::map<std::pair<size_t, size_t>, const Part*> atServer_;  // by order and number
     std::optional<Index> names_;                        // from when it, or addresses, are asked for
     Counts addresses_;                                  // the same
+    std::optional<Directories> directories_;            // from when they are first asked for
     std::vector<std::pair<std::string, size_t>> used_;  // parts, by path and number
     std::set<std::string> grown_;                       // files whose last part is another
     bool goneThrough_ = false;

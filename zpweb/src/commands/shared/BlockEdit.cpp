@@ -32,7 +32,7 @@ const Block& BlockAt::in(const Configuration& configuration) const {
 }
 
 const Block* BlockAt::before(const Configuration& configuration) const {
-    return number == 0 ? nullptr : &holderOf(configuration, file, site).blocks()[number - 1];
+    return number == 0 ? nullptr : &holder(configuration).blocks()[number - 1];
 }
 
 std::string BlockAt::place(const Configuration& configuration) const {

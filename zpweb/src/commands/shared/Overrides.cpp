@@ -64,7 +64,7 @@ bool admitsPasswords(const std::string& value) {
 
 Outcome heedsAccessFiles(const Configuration& configuration, const std::string& directory) {
     Override found;
-    for (const auto& file : configuration.files()) {
+    for (const ConfigurationFile* file : configuration.namingAbove(directory)) {
         look(found, Statements(file->content().text()), directory);
     }
     return !found.served || admitsPasswords(found.value)

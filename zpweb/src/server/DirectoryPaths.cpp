@@ -1,0 +1,51 @@
+#include "server/DirectoryPaths.h"
+
+#include <algorithm>
+
+#include "conf/Text.h"
+#include "text/Words.h"
+
+namespace zpweb {
+
+namespace {
+
+// The directory's name, or that there is one; empty for a line that names none.
+std::string directoryIn(std::string_view line) {
+    const bool isQuoted = line.starts_with('"') || line.starts_with('\'');  // the name of the directive
+    const size_t name = line.starts_with("<") ? 1 : 0;
+    const bool root = name == 0 && zp::conf::beginsIgnoringCase(line, "DocumentRoot");
+    const bool section = name == 1 && zp::conf::beginsIgnoringCase(line.substr(1), "Directory");
+    if (!isQuoted && !root && !section && !line.ends_with('\\')) {
+        return {};
+    }
+    std::string_view rest = zp::conf::stepOver(line, line.find_first_of(" \t"));
+    rest = section ? rest.substr(0, rest.rfind('>')) : rest;
+    const auto word = nextWord(rest);
+    std::string path = word ? word->value() : "";
+    const bool plain = (root || section) && path.starts_with('/') && !line.ends_with('\\') &&
+                       path.find_first_of("*?[$\\") == path.npos &&
+                       !zp::conf::beginsIgnoringCase(line, "<DirectoryMatch");
+    while (path.size() > 1 && path.ends_with('/')) {
+        path.pop_back();
+    }
+    return plain ? path : UnknownDirectory;
+}
+
+}  // namespace
+
+std::set<std::string> directoriesIn(std::string_view text) {
+    std::set<std::string> found;
+    while (!text.empty()) {
+        const std::string_view line = text.substr(0, text.find('\n'));
+        text.remove_prefix(std::min(line.size() + 1, text.size()));
+        const size_t marks = std::min(line.find_first_not_of("# \t\r"), line.size());
+        const std::string_view start = zp::conf::trimEnd(line.substr(marks));
+        std::string path = start.empty() ? "" : directoryIn(start);
+        if (!path.empty()) {
+            found.insert(std::move(path));
+        }
+    }
+    return found;
+}
+
+}  // namespace zpweb
