@@ -59,9 +59,12 @@ bool holdsLine(const Reading& reading, const std::vector<uint32_t>& sections, st
 
 // Of several sections for a directory the last one that has such a directive counts.
 bool isOverruling(std::string_view name) {
-    static constexpr std::string_view names[] = {"Options",  "AllowOverride", "AuthType",
-                                                 "AuthName", "AuthUserFile",  "SetHandler",
-                                                 "Satisfy",  "DirectoryIndex"};
+    static constexpr std::string_view names[] = {
+        "AddDefaultCharset", "AllowOverride",  "AllowOverrideList", "AuthBasicProvider", "AuthGroupFile",
+        "AuthMerging",       "AuthName",       "AuthType",          "AuthUserFile",      "DirectoryIndex",
+        "DirectorySlash",    "EnableSendfile", "FallbackResource",  "FileETag",          "ForceType",
+        "LimitRequestBody",  "Options",        "RewriteBase",       "RewriteEngine",     "Satisfy",
+        "ServerSignature",   "SetHandler"};
     return lowerCase(name).starts_with("require") ||
            std::any_of(std::begin(names), std::end(names),
                        [name](std::string_view each) { return zp::conf::equalIgnoringCase(each, name); });
