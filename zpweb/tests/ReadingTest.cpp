@@ -223,7 +223,7 @@ TEST(Postconditions, SeeWhatLetsOthersIn) {
          }) {
         const Reading reading = Reading::parse(
             "VirtualHost configuration:\n*:80  a (/a.conf:9)\n# In file: /a.conf\n#   1:\nListen "
-            "80\n<Directory />\n" +
+            "80\n<Directory />\n  AllowOverride All\n" +
             std::string(each.server) +
             "</Directory>\n#   9:\n<VirtualHost *:80>\n  ServerName a\n  DocumentRoot /srv\n"
             "  <Directory \"/srv/in/\">\n    Require ip 10.1.2.3\n" +
@@ -232,6 +232,10 @@ TEST(Postconditions, SeeWhatLetsOthersIn) {
         const Outcome outcome = isRestricted({"a"}, "/srv/in", {{"Require ip 10.1.2.3"}})(reading);
         EXPECT_EQ(outcome.ok(), each.holds)
             << each.server << each.own << each.behind << each.says << outcome.message;
+        // The directory's own sections come before its .htaccess file.
+        if (*each.own == '\0' && !std::string_view(each.behind).starts_with("Directory /")) {
+            EXPECT_EQ(heedsAccessFile("/srv/in")(reading).ok(), each.holds) << each.behind << each.says;
+        }
     }
 }
 

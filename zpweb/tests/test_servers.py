@@ -61,7 +61,7 @@ def test_settings_change_what_they_name_in_every_block(server):
 
 @pytest.mark.parametrize("words, status", [
     (("vdir", "create", "plain.example", PAGES / "plain.example/inner", "--order", "--deny", "all", "--allow", "10.1.2.3"), 403),
-    (("protect", "add", "plain.example", PAGES / "plain.example/inner", "joe"), 401)], ids=["restricted", "protected"])
+    (("protect", "add", PAGES / "plain.example/inner", "joe"), 401)], ids=["restricted", "protected"])
 def test_a_closed_directory_is_closed_or_the_command_refused(server, words, status):
     inner = PAGES / "plain.example/inner"
     inner.mkdir(exist_ok=True)

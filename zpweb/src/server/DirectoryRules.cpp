@@ -146,6 +146,9 @@ Postcondition heedsAccessFile(const std::string& directory) {
                                                     "): protect it with \"vdir set SITE " + directory +
                                                     " --protect\", or allow AuthConfig there");
             }
+            if (Outcome closed = nothingGoesAround(staged, block, directory); !closed.ok()) {
+                return closed;
+            }
         }
         return done();
     };

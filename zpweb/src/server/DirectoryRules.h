@@ -14,7 +14,8 @@ namespace zpweb {
 // sections stand between their tags.
 std::vector<std::string> termsOf(const Reading& reading, uint32_t section);
 
-// Every block whose document root the directory is in heeds what its .htaccess says about passwords.
+// Every block whose document root the directory is in heeds what its .htaccess says about passwords, and
+// no other section lets in who has none.
 Postcondition heedsAccessFile(const std::string& directory);
 // None of the blocks does; `place` is where the file says something.
 Postcondition ignoresAccessFile(const BlocksOf& blocks, const std::string& directory,
