@@ -137,6 +137,8 @@ def test_behind_a_proxy_that_speaks_its_protocol_a_reload_succeeds(live):
     subprocess.run(["apachectl", "-f", str(live.conf), "-k", "start"], check=True, capture_output=True)
     answer = live.do("host", "add", "shop.example", "a.example")
     assert "answers" not in answer.err, answer
+    live.do("redirect", "set", "shop.example", "/old", "--to", "https://else.example/")
+    live.do("access", "set", "shop.example", "/inner", "--deny", "all", "--allow", "192.0.2.7")
 
 
 def test_asking_the_server_leaves_nothing_on_the_machine():

@@ -338,6 +338,20 @@ def test_php_runs_and_its_sources_stay_unread(server, fpm):
     assert without_modules(server.files()) == without_modules(before)
 
 
+@pytest.mark.parametrize("around, status", [("<Files *>", 200), ("<VirtualHost *:80>\nServerName other.example", 403), ("<Directory /usr/share/app>", 403)])
+def test_php_that_a_line_without_a_setting_runs_goes_on_and_is_told(server, fpm, around, status):
+    server.do("php", "set", SITE, "--fpm", POOL)
+    handler = f'{around}\nSetHandler "proxy:unix:{POOL}|fcgi://localhost"\n{around.split()[0].replace("<", "</")}>\n'
+    (server.tree / server.included / "zz-app.conf").write_text(handler)
+    script = Path(f"/var/www/{SITE}/secret.php")
+    script.write_text("<?php $password = 'x'; echo 'ran';")
+    answer = server.do("php", "off", SITE)
+    told = "zz-app.conf:2 runs the scripts" in answer.err
+    assert server.get(SITE, path="/secret.php")[0] == status and told == (status == 200), answer
+    assert not told or "zz-app.conf:2" in server.do("php", "off", SITE).err
+    script.unlink()
+
+
 def test_php_of_a_site_that_lets_this_host_in_nowhere(server, fpm):
     server.do("access", "set", SITE, "/", "--allow", "192.0.2.7")
     server.do("php", "set", SITE, "--fpm", POOL)

@@ -21,7 +21,10 @@ Command phpOff() {
         .action = off,
         .parameters = {SiteName, Overwrite},
         .more =
-            "Scripts that the document root still holds are kept from visitors: nobody gets to read them.",
+            "Scripts that the document root still holds are kept from visitors: nobody gets to read them. "
+            "Where a line other than the setting runs them, as of a PHP for all sites, that stays; its "
+            "place "
+            "is told.",
         .examples = {"php off shop.example"},
     };
 }

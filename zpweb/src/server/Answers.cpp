@@ -73,7 +73,7 @@ Answers Answers::to(const std::set<std::string>& sites, const Reading& reading) 
             request.host = site;
             request.tls = isOn(reading, *host, "SSLEngine");
             request.method = "HEAD";
-            request.proxyLine = isOn(reading, *host, "RemoteIPProxyProtocol");
+            request.server.perhapsBalanced = isOn(reading, *host, "RemoteIPProxyProtocol");
             const auto reply = ask(request);
             answers.all_.push_back({site, endpoint.text(), reply.ok() ? reply->status : 0});
         }

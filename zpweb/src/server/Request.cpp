@@ -8,6 +8,7 @@ namespace zpweb {
 namespace {
 
 constexpr size_t LongestReply = 64UL * 1024;
+constexpr int BadRequest = 400;  // the answer to a PROXY protocol line that nobody wants
 
 std::string textOf(const Request& request) {
     const int usual = request.tls ? 443 : 80;
@@ -48,6 +49,33 @@ Expected<Reply> replyFrom(std::string_view text) {
     return reply;
 }
 
+// A load balancer tells of its visitor first.
+enum class As : char { Visitor, Balancer };
+
+// Ready for a request; over TLS where that is asked for.
+Expected<Connection> connected(const Peer& server, As as, bool tls, const std::string& name) {
+    auto connection = Connection::to(server);
+    if (!connection.ok()) {
+        return connection;
+    }
+    Outcome ready = as == As::Balancer ? connection->send(proxyLineOf(server)) : done();
+    ready = ready.ok() && tls ? connection->startTls(name) : ready;
+    return ready.ok() ? std::move(connection) : Expected<Connection>(ready);
+}
+
+Expected<Reply> replyTo(const Request& request, As as) {
+    auto connection = connected(request.server, as, request.tls, request.host);
+    const Outcome sent = connection.ok() ? connection->send(textOf(request)) : connection.outcome();
+    if (!sent.ok()) {
+        return sent;
+    }
+    auto reply = replyFrom(connection->receive(LongestReply));
+    if (reply.ok()) {
+        reply->fingerprint = connection->peerFingerprint();
+    }
+    return reply;
+}
+
 }  // namespace
 
 std::string Reply::header(std::string_view name) const {
@@ -60,32 +88,20 @@ std::string Reply::header(std::string_view name) const {
 }
 
 Expected<Reply> ask(const Request& request) {
-    auto connection = Connection::to(request.server);
-    if (!connection.ok()) {
-        return connection.outcome();
+    auto reply = replyTo(request, As::Visitor);
+    if (reply.ok() || !request.server.perhapsBalanced) {
+        return reply;
     }
-    Outcome sent = request.proxyLine ? connection->send(proxyLineOf(request.server)) : done();
-    sent = sent.ok() && request.tls ? connection->startTls(request.host) : sent;
-    sent = sent.ok() ? connection->send(textOf(request)) : sent;
-    if (!sent.ok()) {
-        return sent;
-    }
-    auto reply = replyFrom(connection->receive(LongestReply));
-    if (reply.ok()) {
-        reply->fingerprint = connection->peerFingerprint();
-    }
-    return reply;
+    auto balanced = replyTo(request, As::Balancer);
+    return balanced.ok() && balanced->status != BadRequest ? balanced : reply;
 }
 
 Expected<std::string> certificateShown(const Peer& server, const std::string& name) {
-    auto connection = Connection::to(server);
-    if (!connection.ok()) {
-        return connection.outcome();
+    auto connection = connected(server, As::Visitor, true, name);
+    if (!connection.ok() && server.perhapsBalanced) {
+        connection = connected(server, As::Balancer, true, name);
     }
-    if (Outcome started = connection->startTls(name); !started.ok()) {
-        return started;
-    }
-    return connection->peerFingerprint();
+    return connection.ok() ? Expected(connection->peerFingerprint()) : connection.outcome();
 }
 
 }  // namespace zpweb

@@ -17,7 +17,6 @@ struct Request {
     bool tls = false;
     std::string method = "GET";
     std::vector<std::pair<std::string, std::string>> headers{};  // besides Host and Connection
-    bool proxyLine = false;  // begins with a PROXY protocol line, as a load balancer does
 };
 
 struct Reply {
@@ -30,7 +29,8 @@ struct Reply {
     std::string header(std::string_view name) const;
 };
 
-// A failure tells why there is no HTTP answer.
+// As a load balancer, too, where the server may want that and gives a visitor no answer. A failure tells
+// why there is no HTTP answer.
 Expected<Reply> ask(const Request& request);
 // The certificate alone: a handshake without a request. Its fingerprint.
 Expected<std::string> certificateShown(const Peer& server, const std::string& name);

@@ -116,17 +116,25 @@ Outcome setPhp(Transaction& change, const std::string& site, PhpSetting setting,
 }
 
 Outcome dropPhp(Transaction& change, const std::string& site, bool overwrite) {
+    std::vector<Root> roots = rootsOf(change, site);
+    std::erase_if(roots, [&](const Root& root) {
+        const std::string place = otherPhp(change.configuration(), site, root.effective);
+        if (!place.empty()) {
+            change.output().warning(place + " runs the scripts in " + root.effective +
+                                    " without a setting, and goes on to do so");
+        }
+        return !place.empty();
+    });
     if (!settingOf(change, site, Setting::Php)) {
         return done();
     }
-    const std::vector<Root> roots = rootsOf(change, site);
     if (Outcome dropped = dropSetting(change, {site, Setting::Php, overwrite}); !dropped.ok()) {
         return dropped;
     }
     std::set<std::string> hidden;
     for (const Root& root : roots) {
         const std::string script = someScript(root.effective);
-        if (script.empty() || runsPhpOtherwise(change.configuration())) {
+        if (script.empty()) {
             continue;
         }
         change.output().note(root.effective + script +

@@ -5,8 +5,10 @@
 #include <nlohmann/json.hpp>
 
 #include "conf/Text.h"
+#include "input/HostName.h"
 #include "settings/Modules.h"
 #include "settings/ServerFile.h"
+#include "text/Statements.h"
 
 namespace zpweb {
 
@@ -62,11 +64,35 @@ Json rootsOf(const Transaction& change) {
 
 bool handlesPhp(std::string_view line) {
     const std::string_view text = zp::conf::skipSpace(line);
+    if (zp::conf::beginsIgnoringCase(text, "AddType")) {
+        return zp::conf::contains(text, "x-httpd-php");
+    }
     const bool handler = zp::conf::beginsIgnoringCase(text, "SetHandler") ||
                          zp::conf::beginsIgnoringCase(text, "AddHandler") ||
-                         zp::conf::beginsIgnoringCase(text, "AddType") ||
                          zp::conf::beginsIgnoringCase(text, "ProxyPassMatch");
     return handler && (zp::conf::contains(text, "php") || zp::conf::contains(text, "fcgi:"));
+}
+
+bool isBelow(const std::string& path, std::string directory) {
+    directory += directory.ends_with('/') ? "" : "/";
+    return (path + "/").starts_with(directory);
+}
+
+bool isOfOther(const ConfigurationFile& file, const Statement& line, const std::string& site) {
+    const Block* block = file.blockAt(line.lines.first);
+    return block != nullptr && !sameHost(block->name, site);
+}
+
+// Do the sections around a line leave the directory out?
+bool isElsewhere(const Statements& all, const Statement& line, const std::string& root) {
+    for (size_t at = line.section; at != None; at = all[at].section) {
+        const std::string path = all[at].argument(0);
+        if ((all[at].opens("Directory") && path.starts_with('/') && !isBelow(root, path)) ||
+            (all[at].opens("Location") && path != "/")) {
+            return true;
+        }
+    }
+    return false;
 }
 
 }  // namespace
@@ -84,15 +110,22 @@ std::string someScript(const std::string& root) {
     return {};
 }
 
-bool runsPhpOtherwise(const Configuration& configuration) {
+std::string otherPhp(const Configuration& configuration, const std::string& site, const std::string& root) {
     for (const auto& file : configuration.files()) {
         const auto& lines = file->lines().all;
-        if (!zp::conf::contains(file->path(), "/zpweb.d/") &&
-            std::any_of(lines.begin(), lines.end(), handlesPhp)) {
-            return true;
+        if (zp::conf::contains(file->path(), "/zpweb.d/") ||
+            std::none_of(lines.begin(), lines.end(), handlesPhp)) {
+            continue;
+        }
+        const Statements statements(file->content().text());
+        for (const Statement& each : statements) {
+            if (each.kind == Statement::Kind::Directive && handlesPhp(each.written) &&
+                !isOfOther(*file, each, site) && !isElsewhere(statements, each, root)) {
+                return file->path() + ":" + std::to_string(each.lines.first + 1);
+            }
         }
     }
-    return false;
+    return {};
 }
 
 Outcome hideSources(Transaction& change, const std::string& site, const std::set<std::string>& roots) {

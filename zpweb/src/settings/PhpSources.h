@@ -10,8 +10,9 @@ namespace zpweb {
 
 // A script below the directory, as its path from there ("/blog/index.php"); empty when there is none.
 std::string someScript(const std::string& root);
-// Does anything but a site's setting run PHP on this server?
-bool runsPhpOtherwise(const Configuration& configuration);
+// Where a line other than a setting's runs the site's scripts below the directory: FILE:LINE; empty when
+// none does. What stands in blocks of other sites, or in sections for other directories, does not.
+std::string otherPhp(const Configuration& configuration, const std::string& site, const std::string& root);
 
 Outcome hideSources(Transaction& change, const std::string& site, const std::set<std::string>& roots);
 Outcome showSources(Transaction& change, const std::string& site);  // somebody runs them again

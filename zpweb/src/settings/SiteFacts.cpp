@@ -163,6 +163,7 @@ std::string serverUser(const Configuration& configuration) {
 
 std::vector<Peer> peersOf(const Configuration& configuration, const Block& block) {
     std::vector<Peer> peers;
+    const bool perhapsBalanced = configuration.loads("remoteip_module");
     for (const std::string& written : addressesOf(block)) {
         const HostPort address = hostPortOf(written);
         for (const Socket& listen : askable(configuration)) {
@@ -176,7 +177,7 @@ std::vector<Peer> peersOf(const Configuration& configuration, const Block& block
                 return peer.address == host && peer.port == listen.port;
             });
             if (matches && !known) {
-                peers.push_back({host, listen.port});
+                peers.push_back({.address = host, .port = listen.port, .perhapsBalanced = perhapsBalanced});
             }
         }
     }

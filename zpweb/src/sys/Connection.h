@@ -19,6 +19,7 @@ struct Peer {
     int port = 0;
     std::string from{};                        // the source address; empty: the system's choice
     std::chrono::milliseconds patience{5000};  // with each step; with a whole answer, twice of it
+    bool perhapsBalanced = false;              // it may want a PROXY protocol line before all else
 };
 
 class Connection {
