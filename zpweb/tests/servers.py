@@ -33,7 +33,8 @@ SITES = {
             + tls("both.example", "ServerAlias www.both.example tls.both.example"),
     "pair": block("*:80", "pair.example", "ServerAlias www.pair.example"),
     "pair-ssl": tls("pair.example", "ServerAlias www.pair.example"),
-    "conditional": "<IfModule mod_rewrite.c>\n" + block("*:80", "conditional.example", "RewriteEngine On") + "</IfModule>\n",
+    "conditional": "<IfModule mod_rewrite.c>\n" + block(
+        "*:80", "conditional.example", "RewriteEngine On", f"<Directory {PAGES}>", "DirectoryIndex index.html", "ErrorDocument 404 gone", "</Directory>") + "</IfModule>\n",
     "defined": "Define shop defined.example\n" + block("*:80", "${shop}", "ServerAlias www.${shop}"),
     "macro": "<Macro Site $name>\n" + block("*:80", "$name", "ServerAlias www.$name") + "</Macro>\nUse Site macro.example\n",
     "six": block("[::1]:80", "six.example", "ServerAlias www.six.example"),
@@ -66,13 +67,15 @@ SITES = {
     "met": block("*:80", "hidden.example", "<IfModule alias_module>", "    <IfVersion >= 2.4>", "        ServerName met.example", "    </IfVersion>",
                  "</IfModule>", "ServerAlias www.met.example", root="met.example"),
     "elsewhere": f"<VirtualHost *:80>\n    Include TREE/snippets/name.conf\n    DocumentRoot {PAGES}/elsewhere.example\n</VirtualHost>\n",
+    "badly": "".join("#" + line + "\n" for line in block(
+        "*:80", "badly.example", "<IfVersion when>", "ServerAlias www.badly.example", "</IfVersion>").splitlines()),
     "stopped": "".join("#" + line + "\n" for line in block("*:80", "stopped.example").splitlines()),
 }
 # Which names lead to which page, and where.
 HTTP, TLS, SIX = ("http", "127.0.0.1"), ("https", "127.0.0.1"), ("http", "::1")
 LISTENERS = {name + ".example": [HTTP] for name in SITES if "-" not in name}
 LISTENERS |= {"both.example": [HTTP, TLS], "pair.example": [HTTP, TLS], "secure.example": [TLS], "six.example": [SIX]}
-for absent in "backend matched nameless rewritten stopped unmet".split():
+for absent in "backend badly matched nameless rewritten stopped unmet".split():
     del LISTENERS[absent + ".example"]
 
 

@@ -10,6 +10,7 @@
 #include "commands/shared/Operation.h"
 #include "conf/Text.h"
 #include "input/HostName.h"
+#include "server/DirectoryRules.h"
 #include "server/PassedOn.h"
 #include "sys/File.h"
 #include "sys/GuardedDirectory.h"
@@ -124,6 +125,20 @@ bool leadsToItself(const Block& block, const NameValueSt& redirection) {
     return (sameHost(block.name, host) || listsHost(block, host)) && path.starts_with(redirection.Name);
 }
 
+// A section for the document root has the last word about index files and the pages of errors.
+void expectPages(Transaction& change, const BlocksOf& blocks, const Arguments& given) {
+    if (!given[Index].empty()) {
+        change.expect(blocks.site, std::string(AboutBlocks) + "index",
+                      holdsAtRoot(blocks, "DirectoryIndex"));
+    }
+    for (const NameValueSt& page : assignments(given[ErrorDocument])) {
+        if (!page.Value.empty()) {
+            change.expect(blocks.site, std::string(AboutBlocks) + "error " + page.Name,
+                          holdsAtRoot(blocks, "ErrorDocument", page.Name));
+        }
+    }
+}
+
 // What the block would answer by these settings must not be passed on to another server.
 void expectAnswers(Transaction& change, const Site& site, const Arguments& given) {
     const auto blocks = blocksAskedFor(site, given);
@@ -145,6 +160,9 @@ void expectAnswers(Transaction& change, const Site& site, const Arguments& given
     }
     if (given.has(Index)) {
         expect("/", ", and no index file is looked for");
+    }
+    if (blocks) {
+        expectPages(change, *blocks, given);
     }
 }
 

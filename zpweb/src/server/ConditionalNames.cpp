@@ -15,6 +15,7 @@ namespace zpweb {
 namespace {
 
 constexpr size_t MostAsked = 1000;
+constexpr std::string_view IfVersion = "IfVersion";
 constexpr const char* Mark = "zpweb-condition-";
 
 using LinePlace = std::pair<std::string, size_t>;
@@ -65,12 +66,48 @@ Seen seenIn(const Configuration& configuration, const Reading* reading) {
     return seen;
 }
 
-// Each of its sections around a line that tells that the server has come there.
+std::vector<std::string_view> sectionsOf(std::string_view condition) {
+    std::vector<std::string_view> sections;
+    while (!condition.empty()) {
+        sections.push_back(zp::conf::upTo(condition, "\n"));
+        condition = zp::conf::stepOver(condition, sections.back().size() + 1);
+    }
+    return sections;
+}
+
+// ">= 2.4", "2.4", "~ /^2\.4/"
+bool isVersionTest(const std::vector<std::string>& words) {
+    constexpr std::string_view Operators = " = == > >= < <= ~ != !== !> !>= !< !<= !~ ";
+    return !words.empty() && words.size() < 3 &&
+           (words.back().starts_with('/') ||
+            words.back().find_first_not_of("0123456789.") == std::string::npos) &&
+           (words.size() == 1 || zp::conf::contains(Operators, " " + words.front() + " "));
+}
+
+// One that the server would not understand, as it may stand in a comment, and all others would be left
+// without an answer.
+bool isSound(std::string_view section) {
+    const std::string_view name = zp::conf::upTo(section, " ");
+    const auto words = argumentsIn(section.substr(name.size()));
+    const bool version = zp::conf::equalIgnoringCase(name, IfVersion);
+    return section.find_first_of("#\r") == section.npos && !section.ends_with('\\') &&
+           (version ? isVersionTest(words) : words.size() == 1);
+}
+
+bool canBeAsked(std::string_view condition) {
+    const auto sections = sectionsOf(condition);
+    return std::all_of(sections.begin(), sections.end(), isSound);
+}
+
+// Each of its sections around a line that tells that the server has come there. What the server has no
+// module for is not met.
 void askFor(const std::string& condition, const std::string& mark, std::vector<std::string>& arguments) {
     std::vector<std::string> closing;
-    for (std::string_view rest = condition; !rest.empty();) {
-        const std::string_view section = zp::conf::upTo(rest, "\n");
-        rest = zp::conf::stepOver(rest, section.size() + 1);
+    for (const std::string_view section : sectionsOf(condition)) {
+        if (zp::conf::beginsIgnoringCase(section, IfVersion)) {
+            arguments.insert(arguments.end(), {"-c", "<IfModule mod_version.c>"});
+            closing.insert(closing.begin(), {"-c", "</IfModule>"});
+        }
         arguments.insert(arguments.end(), {"-c", "<" + std::string(section) + ">"});
         closing.insert(closing.begin(), {"-c", "</" + std::string(zp::conf::upTo(section, " ")) + ">"});
     }
@@ -103,7 +140,8 @@ ConditionsMet metFor(const Configuration& configuration, const std::vector<Condi
     ConditionsMet met = configuration.met();
     std::set<std::string> asked;
     for (const ConditionalName& name : names) {
-        if (configuration.asksServer() && !met.contains(name.condition) && asked.size() < MostAsked) {
+        if (configuration.asksServer() && !met.contains(name.condition) && asked.size() < MostAsked &&
+            canBeAsked(name.condition)) {
             asked.insert(name.condition);
         }
     }
@@ -124,7 +162,7 @@ void decideNames(Configuration& configuration, const std::string& readingFile) {
     for (const auto& [condition, known] : seenIn(configuration, reading.get())) {
         if (known.size() == 1) {
             met[condition] = *known.begin();
-        } else if (known.empty() && asked.size() < MostAsked) {
+        } else if (known.empty() && asked.size() < MostAsked && canBeAsked(condition)) {
             asked.push_back(condition);
         }
     }

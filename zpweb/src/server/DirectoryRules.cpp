@@ -113,6 +113,25 @@ const Directive* wayAround(const Reading& reading, uint32_t block, const std::st
     return nullptr;
 }
 
+// The line of a section that counts for the document root in place of the block's own; null when none does.
+const Directive* overruling(const Reading& reading, uint32_t block, const std::string& root,
+                            const std::string& directive, const std::string& first) {
+    for (const auto& sections :
+         {sectionsAbove(reading, block, root), sectionsBehind(reading, block, root)}) {
+        for (const uint32_t each : sections) {
+            const auto lines = reading.inSection(each, directive);
+            const auto line = std::find_if(lines.begin(), lines.end(), [&](const Directive* other) {
+                const std::vector<std::string> words = argumentsIn(other->arguments);
+                return first.empty() || (!words.empty() && words.front() == first);
+            });
+            if (line != lines.end() && !reading.directives()[each].is("If")) {
+                return *line;
+            }
+        }
+    }
+    return nullptr;
+}
+
 bool admitsPasswords(const std::string& overrides) {
     const std::string lower = lowerCase(overrides);
     return zp::conf::contains(lower, "all") || zp::conf::contains(lower, "authconfig");
@@ -229,6 +248,23 @@ Postcondition hasOptions(const BlocksOf& blocks, const std::string& directory,
                     return notShown("option " + each + " is not in effect for " + directory + " at " +
                                     staged.originOf(staged.directives()[block]).text());
                 }
+            }
+        }
+        return done();
+    };
+}
+
+Postcondition holdsAtRoot(const BlocksOf& blocks, const std::string& directive, const std::string& first) {
+    return [=](const Reading& staged) {
+        for (const uint32_t block : sectionsOf(staged, blocks)) {
+            std::string root = staged.valueIn(block, "DocumentRoot");
+            root.resize(std::min(root.find_last_not_of('/'), root.size() - 1) + 1);  // no slash at its end
+            const Directive* other =
+                root.empty() ? nullptr : overruling(staged, block, root, directive, first);
+            if (other != nullptr) {
+                return notShown("\"" + std::string(other->name) + " " + std::string(other->arguments) +
+                                "\" at " + staged.originOf(*other).text() + " counts for " + root +
+                                ": change it there (zpweb folder line)");
             }
         }
         return done();

@@ -31,4 +31,9 @@ Outcome nothingGoesAround(const Reading& reading, uint32_t block, const std::str
 Postcondition hasOptions(const BlocksOf& blocks, const std::string& directory,
                          const std::vector<std::string>& switches);
 
+// Each block's own lines of this directive hold for its document root: none of a section for that, or for a
+// directory above it, counts for more. With `first`, as for ErrorDocument, those that begin with this word.
+Postcondition holdsAtRoot(const BlocksOf& blocks, const std::string& directive,
+                          const std::string& first = "");
+
 }  // namespace zpweb

@@ -1,6 +1,7 @@
 #include "commands/shared/Expectations.h"
 
 #include "commands/shared/BlockEdit.h"
+#include "server/DirectoryRules.h"
 
 namespace zpweb {
 
@@ -12,6 +13,13 @@ std::string about(const std::string& directive) { return AboutBlocks + lowerCase
 
 std::string aboutDirectory(const std::string& directory) {
     return std::string(AboutBlocks) + "<" + directory + "> ";
+}
+
+// A section for the document root has the last word about its index files.
+void expectAtRoot(Transaction& change, const BlocksOf& blocks, const std::string& directive) {
+    if (lowerCase(directive) == "directoryindex") {
+        change.expect(blocks.site, about(directive) + AllValues + "root", holdsAtRoot(blocks, directive));
+    }
 }
 
 }  // namespace
@@ -30,6 +38,7 @@ void expectSet(Transaction& change, const BlocksOf& blocks, const std::string& d
     if (isShown(directive)) {
         change.expect(blocks.site, about(directive) + AllValues, inEffect(blocks, directive, value));
     }
+    expectAtRoot(change, blocks, directive);
 }
 
 void releaseDirective(Transaction& change, const std::string& site, const std::string& directive) {
@@ -42,6 +51,7 @@ void expectAdded(Transaction& change, const BlocksOf& blocks, const std::string&
     if (isShown(directive)) {
         change.expect(blocks.site, about(directive) + value, carries(blocks, directive, value));
     }
+    expectAtRoot(change, blocks, directive);
 }
 
 void expectGone(Transaction& change, const BlocksOf& blocks, const std::string& directive,
