@@ -213,11 +213,16 @@ def test_undo_keeps_what_somebody_has_changed_elsewhere(machine):
     with_site(machine)
     before = machine.text()
     machine.do("host", "add", "kept.example", "more.example")
-    machine.conf.write_text("# above\n" + machine.text().replace("Listen ", "# beside\nListen "))
+    machine.conf.write_text("# above\n" + machine.text().replace("Listen ", "# beside\nListen ").rstrip("\n"))
     answer = machine.do("undo", "--json")
-    assert machine.text() == "# above\n" + before.replace("Listen ", "# beside\nListen ")
+    edited = "# above\n" + before.replace("Listen ", "# beside\nListen ").rstrip("\n")
+    assert machine.text() == edited
     assert "taking back checkpoint 1 of " in answer.err and str(machine.conf) in answer.err
     assert answer.err.index("taking back") < answer.err.index("those lines stay") and answer.json["left"] == []
+    machine.do("host", "add", "kept.example", "more.example")
+    machine.conf.write_text("# and this\n" + edited)  # which takes the change back by hand
+    machine.do("undo")
+    assert machine.text() == "# and this\n" + edited
 
 
 def test_undo_tells_what_it_leaves(machine):

@@ -285,6 +285,25 @@ def test_a_rotation_under_load_loses_no_line(live):
     assert {path.name for path in log.parent.iterdir()} == {"access_log", "error_log", *(path.name for path in archives)}
 
 
+def test_a_log_that_the_tool_has_not_packed_whole_stays(site):
+    log = site.sites / "shop.example/log/httpd/access_log"
+    log.write_text("a line\n")
+    tar = path_with(site.root / "run/bin", tar='[ "$1" != -cvzf ] || exec /usr/bin/tar -czf "$2" -T /dev/null\nexec /usr/bin/tar "$@"')
+    assert site.run("log", "rotate", "shop.example", *FAST, env=tar).status == 1
+    assert [path.read_text() for path in log.parent.glob("access_log*")] == ["a line\n"]
+
+
+def test_addresses_beside_which_all_are_denied_are_let_in(live):
+    live.do("access", "set", "shop.example", "/", "--allow", "127.0.0.1", "--deny", "all")
+    assert live.get("shop.example")[0] == 200
+
+
+def test_no_name_is_led_to_one_that_the_site_has_not(site):
+    site.do("host", "remove", "shop.example", "www.shop.example", *FAST)
+    answer = site.run("site", "canonical", "shop.example", "www", *FAST)
+    assert answer.status == 1 and "is no name of the site" in answer.err, answer
+
+
 def test_a_rotation_waits_for_the_line_of_a_request_that_goes_on(live):
     log = live.sites / "shop.example/log/httpd/access_log"
     live.conf.write_text(live.text().replace('"%h" combined', '"%U" combined'))

@@ -621,6 +621,9 @@ def test_somebodys_edits_are_shown_and_kept(server):
         answer = server.run(*words)
         assert answer.status == 1 and "-# mine" in answer.out and "--overwrite" in answer.err, answer
         assert file.read_text() == edited
+    server.do("site", "rename", SITE, "renamed.example")
+    assert "-# mine" in server.run("redirect", "set", "renamed.example", "/other", "--to", "https://new.example/").out
+    server.do("undo")
     server.do("redirect", "set", SITE, "/other", "--to", "https://new.example/", "--overwrite")
     assert "# mine" not in file.read_text() and "/old" in file.read_text()
 
