@@ -237,11 +237,11 @@ void Parts::indexNames() {
 }
 
 // What nobody has got of a part yet is forgotten once it is entered.
-void Parts::eachFresh(void (Parts::*enter)(Part& part)) {
+void Parts::eachFresh(void (Parts::*entering)(Part& part)) {
     for (const auto& [path, file] : files_) {
         for (const auto& part : file.parts) {
             const bool isFresh = !part->file->contents_ && !part->file->lines_;
-            (this->*enter)(*part);
+            (this->*entering)(*part);
             if (isFresh) {
                 part->file->forget();
             }

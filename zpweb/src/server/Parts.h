@@ -99,7 +99,7 @@ private:
     void enterDirectories(Part& part);
     void indexNames();
     void indexDirectories();
-    void eachFresh(void (Parts::*enter)(Part& part));
+    void eachFresh(void (Parts::*entering)(Part& part));
     Files withUnknown(std::vector<const Part*> found);
     void noteUse(const Files& files);
     void splitLast(File& file, const std::string& path);

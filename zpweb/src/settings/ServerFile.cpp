@@ -15,7 +15,8 @@ struct Location {
 };
 
 bool readsDirectory(const Configuration& configuration, const std::string& directory) {
-    return std::any_of(configuration.files().begin(), configuration.files().end(), [&](const auto& file) {
+    const auto parts = configuration.serverParts();
+    return std::any_of(parts.begin(), parts.end(), [&](const ConfigurationFile* file) {
         return std::any_of(file->server().includes.begin(), file->server().includes.end(),
                            [&](const IncludeLine& include) {
                                const std::string pattern(include.pattern);
