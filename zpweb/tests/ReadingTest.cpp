@@ -187,8 +187,9 @@ TEST(Postconditions, SeeWhatASuspendedSiteAnswers) {
 // A directory whose section keeps all but one out, and what may let others in all the same.
 TEST(Postconditions, SeeWhatLetsOthersIn) {
     struct Case {
-        const char *server, *own, *behind;  // at the server's level, in the section, behind it
-        bool holds;
+        const char *server = "", *own = "",
+                   *behind = "";  // at the server's level, in the section, behind it
+        bool holds = false;
         const char* says = "Require all granted";
     };
     const auto section = [](const std::string& tag, const std::string& says) {

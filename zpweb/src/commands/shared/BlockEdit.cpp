@@ -41,12 +41,13 @@ std::string BlockAt::place(const Configuration& configuration) const {
 }
 
 std::vector<BlockAt> blocksOf(const Site& site, const BlockTest& test) {
+    const std::vector<Place> lastFirst(site.places.rbegin(), site.places.rend());
     std::vector<BlockAt> found;
     for (const std::string& path : site.files()) {
-        for (auto place = site.places.rbegin(); place != site.places.rend(); ++place) {
-            if (place->file->path() == path && test(*place->block)) {
-                const auto number = static_cast<size_t>(place->block - place->file->blocks().data());
-                found.push_back({path, place->file->part(), number});
+        for (const Place& place : lastFirst) {
+            if (place.file->path() == path && test(*place.block)) {
+                const auto number = static_cast<size_t>(place.block - place.file->blocks().data());
+                found.push_back({path, place.file->part(), number});
             }
         }
     }
