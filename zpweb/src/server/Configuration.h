@@ -43,7 +43,8 @@ public:
     size_t firstLine() const;                 // of a part: the number of its first line in the file
     std::string_view behind() const;          // of a part: the beginning of what follows it in the file
     bool isPart() const { return within_ != nullptr; }
-    size_t part() const { return number_; }  // its number among the parts of the file
+    size_t part() const { return number_; }              // its number among the parts of the file
+    bool isRead() const { return lines_ || contents_; }  // has anybody asked for its lines or blocks?
     // What was found of its lines and blocks goes, until it is asked for again.
     void forget() const;
 

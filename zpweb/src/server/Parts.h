@@ -5,9 +5,7 @@
 // change of one site costs what its part does, however long the file is.
 #pragma once
 
-#include <map>
 #include <memory>
-#include <optional>
 #include <set>
 #include <string>
 #include <string_view>
@@ -15,13 +13,14 @@
 #include <vector>
 
 #include "server/Configuration.h"
+#include "server/PartIndex.h"
 #include "text/RunningTotals.h"
 
 namespace zpweb {
 
 class Parts {
 public:
-    using Files = std::vector<const ConfigurationFile*>;
+    using Files = PartIndex::Files;
 
     explicit Parts(std::shared_ptr<Surroundings> around) : around_(std::move(around)) {}
 
@@ -31,17 +30,17 @@ public:
     void drop(const std::string& path);
 
     // Files that may hold blocks of the site, or parts of them, in their order.
-    Files holdersOf(std::string_view name);
+    Files holdersOf(std::string_view name) { return used(index_.holdersOf(name)); }
     // Those in which a running block may answer to the name, by its own, an alias or a wildcard.
-    Files carriersOf(std::string_view name);
+    Files carriersOf(std::string_view name) { return used(index_.carriersOf(name)); }
     // Those that may name the directory or one above it as a document root or of a section, and the
     // directory or one below it.
-    Files namingAbove(const std::string& directory);
-    Files namingBelow(const std::string& directory);
+    Files namingAbove(const std::string& directory) { return used(index_.namingAbove(directory)); }
+    Files namingBelow(const std::string& directory) { return used(index_.namingBelow(directory)); }
     // Those that say something at the server's level, in their order.
-    Files atServer() const;
+    Files atServer() const { return index_.atServer(); }
     // How many running blocks have the address first, as it is written. For one that none has any more, 0.
-    const std::map<std::string, int>& addresses();
+    const PartIndex::Counts& addresses() { return index_.addresses(); }
 
     bool isInParts(const std::string& path) const;
     Files partsOf(const std::string& path);  // the file itself where it is in one piece
@@ -62,55 +61,21 @@ public:
     void rest();
 
 private:
-    using Key = size_t;
-    using Keys = std::vector<Key>;
-    using Counts = std::map<std::string, int>;
-    struct Part;
-    using Directories = std::multimap<std::string, const Part*>;
-    struct Part {
-        const ConfigurationFile* file = nullptr;
-        std::unique_ptr<ConfigurationFile> own{};  // of one that is not all of its file
-        size_t order = 0, number = 0;
-        bool inBlocks = false;
-        Keys sites{}, names{};
-        std::vector<Counts::iterator> addresses{};  // of its running blocks
-        std::vector<Directories::iterator> directories{};
-        std::string announcements{};
-    };
     struct File {
         size_t order = 0;
         bool inBlocks = false;
         std::vector<std::unique_ptr<Part>> parts{};
         RunningTotals lines{};
     };
-    using Index = std::unordered_multimap<Key, const Part*>;
-
-    static Key keyOf(std::string_view name);
-    static Keys sitesOf(const ConfigurationFile& file, size_t from, size_t to);
-    static Keys namesOf(const ConfigurationFile& file);
-    static Files sorted(std::vector<const Part*> found);
-    static Files sorted(const Index& index, std::string_view name);
 
     Part& add(File& file, const std::string& path, Content content);
     void fill(Part& part, File& file, const std::string& path, Content content);
-    void enter(Part& part, const ConfigurationFile& found, size_t from, size_t to);
-    void leave(Part& part);
-    void enterNames(Part& part);
-    void enterDirectories(Part& part);
-    void indexNames();
-    void indexDirectories();
-    void eachFresh(void (Parts::*entering)(Part& part));
-    Files withUnknown(std::vector<const Part*> found);
-    void noteUse(const Files& files);
+    Files used(Files files);
     void splitLast(File& file, const std::string& path);
 
     std::shared_ptr<Surroundings> around_;
     std::unordered_map<std::string, File> files_;
-    Index sites_;
-    std::map<std::pair<size_t, size_t>, const Part*> atServer_;  // by order and number
-    std::optional<Index> names_;                        // from when it, or addresses, are asked for
-    Counts addresses_;                                  // the same
-    std::optional<Directories> directories_;            // from when they are first asked for
+    PartIndex index_;
     std::vector<std::pair<std::string, size_t>> used_;  // parts, by path and number
     std::set<std::string> grown_;                       // files whose last part is another
     bool goneThrough_ = false;
