@@ -1,5 +1,7 @@
 #include "server/DirectoryPaths.h"
 
+#include <fnmatch.h>
+
 #include <algorithm>
 
 #include "conf/Text.h"
@@ -25,13 +27,35 @@ std::string directoryIn(std::string_view line) {
     const bool plain = (root || section) && path.starts_with('/') && !line.ends_with('\\') &&
                        path.find_first_of("*?[$\\") == path.npos &&
                        !zp::conf::beginsIgnoringCase(line, "<DirectoryMatch");
-    while (path.size() > 1 && path.ends_with('/')) {
-        path.pop_back();
-    }
-    return plain ? path : UnknownDirectory;
+    return plain ? withoutSlash(path) : UnknownDirectory;
 }
 
 }  // namespace
+
+std::string withoutSlash(std::string path) {
+    while (path.size() > 1 && path.ends_with('/')) {
+        path.pop_back();
+    }
+    return path;
+}
+
+bool isBelow(const std::string& path, const std::string& directory) {
+    const std::string above = withoutSlash(directory);
+    return above == "/" || path == above || path.starts_with(above + "/");
+}
+
+bool isAbout(const std::string& sectionPath, std::string directory) {
+    const std::string path = withoutSlash(sectionPath);
+    if (path.find_first_of("*?[") == std::string::npos) {
+        return isBelow(directory, path);
+    }
+    for (; directory.size() > 1; directory.resize(std::max<size_t>(directory.rfind('/'), 1))) {
+        if (::fnmatch(path.c_str(), directory.c_str(), FNM_PATHNAME) == 0) {
+            return true;
+        }
+    }
+    return false;
+}
 
 std::set<std::string> directoriesIn(std::string_view text) {
     std::set<std::string> found;

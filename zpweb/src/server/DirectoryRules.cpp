@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "conf/Text.h"
+#include "server/DirectoryPaths.h"
 #include "server/DirectorySections.h"
 #include "server/PassedOn.h"
 #include "server/Postconditions.h"
@@ -257,8 +258,7 @@ Postcondition hasOptions(const BlocksOf& blocks, const std::string& directory,
 Postcondition holdsAtRoot(const BlocksOf& blocks, const std::string& directive, const std::string& first) {
     return [=](const Reading& staged) {
         for (const uint32_t block : sectionsOf(staged, blocks)) {
-            std::string root = staged.valueIn(block, "DocumentRoot");
-            root.resize(std::min(root.find_last_not_of('/'), root.size() - 1) + 1);  // no slash at its end
+            const std::string root = withoutSlash(staged.valueIn(block, "DocumentRoot"));
             const Directive* other =
                 root.empty() ? nullptr : overruling(staged, block, root, directive, first);
             if (other != nullptr) {

@@ -1,25 +1,13 @@
 #include "server/DirectorySections.h"
 
-#include <fnmatch.h>
-
 #include <algorithm>
 
+#include "server/DirectoryPaths.h"
 #include "server/Expressions.h"
 
 namespace zpweb {
 
 namespace {
-
-std::string withoutSlash(std::string path) {
-    while (path.size() > 1 && path.ends_with('/')) {
-        path.pop_back();
-    }
-    return path;
-}
-
-bool isBelow(const std::string& path, const std::string& above) {
-    return above == "/" || path == above || path.starts_with(above + "/");
-}
 
 // Of a section: its path or pattern, and whether it is a regular expression.
 struct Subject {
@@ -35,20 +23,6 @@ Subject subjectOf(const Directive& section) {
 
 bool isPlainDirectory(const Directive& section) {
     return section.section && section.is("Directory") && !subjectOf(section).pattern;
-}
-
-// Does a <Directory> of this path concern the directory or one above it?
-bool isAbove(const Subject& subject, std::string directory) {
-    const std::string path = withoutSlash(subject.text);
-    if (path.find_first_of("*?[") == std::string::npos) {
-        return isBelow(directory, path);
-    }
-    for (; directory.size() > 1; directory.resize(std::max<size_t>(directory.rfind('/'), 1))) {
-        if (::fnmatch(path.c_str(), directory.c_str(), FNM_PATHNAME) == 0) {
-            return true;
-        }
-    }
-    return false;
 }
 
 // Is it a section that comes behind the directory's own, and concerns all of the directory?
@@ -113,7 +87,7 @@ std::vector<uint32_t> directorySections(const Reading& reading, uint32_t section
 
 std::vector<uint32_t> sectionsAbove(const Reading& reading, uint32_t block, const std::string& directory) {
     return sectionsFor(reading, block, [&](const Directive& section) {
-        return isPlainDirectory(section) && isAbove(subjectOf(section), directory);
+        return isPlainDirectory(section) && isAbout(subjectOf(section).text, directory);
     });
 }
 

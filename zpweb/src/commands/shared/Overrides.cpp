@@ -1,10 +1,9 @@
 #include "commands/shared/Overrides.h"
 
-#include <fnmatch.h>
-
 #include <algorithm>
 
 #include "conf/Text.h"
+#include "server/DirectoryPaths.h"
 #include "sys/OwnersFile.h"
 #include "text/Restrictions.h"
 #include "text/View.h"
@@ -12,23 +11,6 @@
 namespace zpweb {
 
 namespace {
-
-bool isBelow(const std::string& directory, const std::string& path) {
-    return path == "/" || directory == path || directory.starts_with(path + "/");
-}
-
-// A path with wildcards may be that of a directory above.
-bool concerns(const std::string& path, std::string directory) {
-    if (path.find_first_of("*?[") == std::string::npos) {
-        return isBelow(directory, path);
-    }
-    for (; directory.size() > 1; directory.resize(std::max<size_t>(directory.rfind('/'), 1))) {
-        if (::fnmatch(path.c_str(), directory.c_str(), FNM_PATHNAME) == 0) {
-            return true;
-        }
-    }
-    return false;
-}
 
 struct Override {
     std::string path, value = "None";
@@ -44,7 +26,7 @@ void look(Override& found, const Statements& statements, const std::string& dire
             continue;
         }
         const std::string path = pathOf(statements[statement.scope]);
-        if (concerns(path, directory) && path.size() >= found.path.size()) {
+        if (isAbout(path, directory) && path.size() >= found.path.size()) {
             found.path = path;
             found.value.clear();
             for (const Word& word : statement.words()) {
