@@ -338,7 +338,7 @@ def test_php_runs_and_its_sources_stay_unread(server, fpm):
     assert without_modules(server.files()) == without_modules(before)
 
 
-@pytest.mark.parametrize("around, status", [("<Files *>", 200), ("<VirtualHost *:80>\nServerName other.example", 403), ("<Directory /usr/share/app>", 403)])
+@pytest.mark.parametrize("around, status", [("<Files *>", 200), ("<IfModule alias_module>", 200), ("<IfModule absent_module>", 403), ("<VirtualHost *:80>\nServerName other.example", 403), ("<Directory /usr/share/app>", 403)])
 def test_php_that_a_line_without_a_setting_runs_goes_on_and_is_told(server, fpm, around, status):
     server.do("php", "set", SITE, "--fpm", POOL)
     handler = f'{around}\nSetHandler "proxy:unix:{POOL}|fcgi://localhost"\n{around.split()[0].replace("<", "</")}>\n'

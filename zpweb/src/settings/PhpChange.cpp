@@ -72,6 +72,19 @@ void probeIn(Transaction& change, const std::string& site, const Root& root) {
     });
 }
 
+// Whether the server, by its reading of the live configuration, reads a directive at the place. Where it
+// cannot be asked, every place counts.
+bool isReadAt(const Transaction& change, const Origin& place) {
+    const auto reading =
+        change.settings().check ? liveReading(change.configuration(), change.state().reading()) : nullptr;
+    return reading == nullptr ||
+           std::any_of(reading->directives().begin(), reading->directives().end(),
+                       [&](const Directive& each) {
+                           const Origin origin = reading->originOf(each);
+                           return origin.line == place.line && origin.file == place.file;
+                       });
+}
+
 Outcome staysUnread(const Transaction& change, const std::string& site, const Root& root,
                     const std::string& script) {
     for (Request& request : placesWith(change.configuration(), site, root)) {
@@ -118,7 +131,9 @@ Outcome setPhp(Transaction& change, const std::string& site, PhpSetting setting,
 Outcome dropPhp(Transaction& change, const std::string& site, bool overwrite) {
     std::vector<Root> roots = rootsOf(change, site);
     std::erase_if(roots, [&](const Root& root) {
-        const std::string place = otherPhp(change.configuration(), site, root.effective);
+        const std::string place =
+            otherPhp(change.configuration(), site, root.effective,
+                     [&](const Origin& candidate) { return isReadAt(change, candidate); });
         if (!place.empty()) {
             change.output().warning(place + " runs the scripts in " + root.effective +
                                     " without a setting, and goes on to do so");

@@ -6,6 +6,7 @@
 
 #include "conf/Text.h"
 #include "input/HostName.h"
+#include "server/DirectoryPaths.h"
 #include "settings/Modules.h"
 #include "settings/ServerFile.h"
 #include "text/Statements.h"
@@ -73,21 +74,25 @@ bool handlesPhp(std::string_view line) {
     return handler && (zp::conf::contains(text, "php") || zp::conf::contains(text, "fcgi:"));
 }
 
-bool isBelow(const std::string& path, std::string directory) {
-    directory += directory.ends_with('/') ? "" : "/";
-    return (path + "/").starts_with(directory);
-}
-
 bool isOfOther(const ConfigurationFile& file, const Statement& line, const std::string& site) {
     const Block* block = file.blockAt(line.lines.first);
     return block != nullptr && !sameHost(block->name, site);
+}
+
+// A line of a macro is read where the macro is used.
+bool isInMacro(const Statements& all, const Statement& line) {
+    size_t at = line.section;
+    while (at != None && !all[at].opens("Macro")) {
+        at = all[at].section;
+    }
+    return at != None;
 }
 
 // Do the sections around a line leave the directory out?
 bool isElsewhere(const Statements& all, const Statement& line, const std::string& root) {
     for (size_t at = line.section; at != None; at = all[at].section) {
         const std::string path = all[at].argument(0);
-        if ((all[at].opens("Directory") && path.starts_with('/') && !isBelow(root, path)) ||
+        if ((all[at].opens("Directory") && path.starts_with('/') && !isAbout(path, root)) ||
             (all[at].opens("Location") && path != "/")) {
             return true;
         }
@@ -110,7 +115,8 @@ std::string someScript(const std::string& root) {
     return {};
 }
 
-std::string otherPhp(const Configuration& configuration, const std::string& site, const std::string& root) {
+std::string otherPhp(const Configuration& configuration, const std::string& site, const std::string& root,
+                     const PlaceTest& isRead) {
     for (const auto& file : configuration.files()) {
         const auto& lines = file->lines().all;
         if (zp::conf::contains(file->path(), "/zpweb.d/") ||
@@ -121,7 +127,10 @@ std::string otherPhp(const Configuration& configuration, const std::string& site
         for (const Statement& each : statements) {
             if (each.kind == Statement::Kind::Directive && handlesPhp(each.written) &&
                 !isOfOther(*file, each, site) && !isElsewhere(statements, each, root)) {
-                return file->path() + ":" + std::to_string(each.lines.first + 1);
+                const Origin place{file->path(), each.lines.first + 1};
+                if (isInMacro(statements, each) || isRead(place)) {
+                    return place.text();
+                }
             }
         }
     }
