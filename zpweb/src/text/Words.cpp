@@ -60,7 +60,7 @@ size_t continuationAt(std::string_view text, size_t at) {
 
 std::string_view logicalLine(std::string_view text) {
     size_t end = text.find('\n');
-    while (end != text.npos) {
+    while (end != text.npos && end + 1 < text.size()) {  // no line begins behind the text's last newline
         const size_t before = end > 0 && text[end - 1] == '\r' ? end - 1 : end;
         if (before == 0 || text[before - 1] != '\\') {
             break;
