@@ -3,9 +3,11 @@
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <chrono>
 #include <thread>
 
+#include "server/BlockPostconditions.h"
 #include "server/DirectoryRules.h"
 #include "server/Generation.h"
 #include "server/Judge.h"
@@ -60,9 +62,14 @@ TEST(Reading, KnowsWhichBlockAnswers) {
     }
     EXPECT_EQ(reading.leadsTo("x", endpointOf("127.0.0.3:8084"))->names.name, "starany");
     const Reading wild = Reading::parse(
-        with(printed(), "  ServerName six\n", "  ServerName six\n  #  67:\n  ServerAlias ab*\n"));
+        with(printed(), "  ServerName six\n", "  ServerName six\n  #  67:\n  ServerAlias ab* *.late\n"));
     EXPECT_EQ(wild.leadsTo("abc", endpointOf("127.0.0.3:8080"))->names.name, "star80")
         << "the first pattern";
+    EXPECT_EQ(wild.leadsTo("only.late", endpointOf("127.0.0.3:8080"))->names.name, "late")
+        << "the first block, though by a pattern behind";
+    const Reading v6 = Reading::parse(with(printed(), "[::1]:8080 ", "[::1]:8083 "));
+    EXPECT_EQ(v6.endpoints().back().text(), "[::1]:8084") << "0.0.0.0 is no address of IPv6";
+    EXPECT_EQ(std::count(v6.endpoints().begin(), v6.endpoints().end(), endpointOf("[::1]:8083")), 0);
     std::string listeners;
     for (const Endpoint& endpoint : reading.endpoints()) {
         listeners += endpoint.text() + " ";
@@ -237,6 +244,33 @@ TEST(Postconditions, SeeWhatLetsOthersIn) {
         if (*each.own == '\0' && !std::string_view(each.behind).starts_with("Directory /")) {
             EXPECT_EQ(heedsAccessFile("/srv/in")(reading).ok(), each.holds) << each.behind << each.says;
         }
+    }
+}
+
+// Of several sections for one directory the last one that has a directive counts.
+TEST(Postconditions, SeeWhichSectionCounts) {
+    struct Case {
+        const char *later, *line;
+        bool holds;
+        const char* path = "/srv/in";
+    };
+    for (const Case& each :
+         std::initializer_list<Case>{{"Options +Includes", "Options +Indexes", true},
+                                     {"Options Includes", "Options +Indexes", false},
+                                     {"Options -Indexes", "Options +Indexes", false},
+                                     {"AllowOverride None", "Options +Indexes", true},
+                                     {"AllowOverride None", "AllowOverride All", false},
+                                     {"AllowOverride None", "AllowOverride All", true, "/srv/i*"}}) {
+        const Reading reading = Reading::parse(
+            "VirtualHost configuration:\n*:80  a (/a.conf:9)\n# In file: /a.conf\n#   1:\nListen 80\n"
+            "#   9:\n<VirtualHost *:80>\n  ServerName a\n  DocumentRoot /srv\n  <Directory /srv/in/>\n"
+            "    Options +Indexes\n    AllowOverride All\n  </Directory>\n  <Directory " +
+            std::string(each.path) + ">\n    " + std::string(each.later) +
+            "\n  </Directory>\n</VirtualHost>\n");
+        const Outcome outcome = directoryHas({"a"}, "/srv/in", {each.line}, Holders::Some)(reading);
+        EXPECT_EQ(outcome.ok(), each.holds) << each.later << outcome.message;
+        const bool heeds = std::string_view(each.later) != "AllowOverride None";
+        EXPECT_EQ(heedsAccessFile("/srv/in")(reading).ok(), heeds) << each.later;
     }
 }
 

@@ -21,6 +21,12 @@ Subject subjectOf(const Directive& section) {
     return {words.size() > at ? words[at] : "", tilde || lowerCase(section.name).ends_with("match")};
 }
 
+// The server goes from the fewest names to the most, and of as many from the first section to the last.
+size_t depthOf(const Subject& subject) {
+    const std::string path = withoutSlash(subject.text);
+    return path == "/" ? 0 : static_cast<size_t>(std::count(path.begin(), path.end(), '/'));
+}
+
 bool isPlainDirectory(const Directive& section) {
     return section.section && section.is("Directory") && !subjectOf(section).pattern;
 }
@@ -126,12 +132,12 @@ std::vector<uint32_t> servedBy(const Reading& reading, const std::string& direct
 
 std::string overridesFor(const Reading& reading, uint32_t block, const std::string& directory) {
     std::string value = "None";
-    size_t longest = 0;
+    size_t deepest = 0;
     for (const uint32_t each : sectionsAbove(reading, block, directory)) {
-        const size_t length = subjectOf(reading.directives()[each]).text.size();
+        const size_t depth = depthOf(subjectOf(reading.directives()[each]));
         const auto all = reading.inSection(each, "AllowOverride");
-        if (!all.empty() && length >= longest) {
-            longest = length;
+        if (!all.empty() && depth >= deepest) {
+            deepest = depth;
             value = all.back()->arguments;
         }
     }
