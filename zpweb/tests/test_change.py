@@ -166,7 +166,8 @@ def test_the_servers_refusal_names_file_line_and_site(machine):
 def test_a_site_in_an_included_file_is_changed_and_checked_there(machine):
     included = machine.root / "included/one.conf"
     included.write_text(BLOCK.format(port=machine.port, name="inner.example", root=machine.root / "www"))
-    main = machine.text()
+    main = machine.text().replace("Optional included", "Optional \\\n    included")  # a line that goes on in the next one
+    machine.conf.write_text(main)
     refused = machine.run("directive", "add", "Nonsense", "on", "--site", "inner.example")
     assert refused.status == 3 and f"{included}:8 (site inner.example)" in refused.err, refused
     machine.do("site", "stop", "inner.example")
@@ -288,7 +289,8 @@ def test_undo_of_a_creation_follows_no_link_of_the_owners(site):
 
 
 def test_undo_gives_a_deleted_file_its_owner_and_mode_back(site):
-    passwords = heeded(site) / ".htpasswd"
+    passwords = heeded(site) / "größe/.htpasswd"
+    passwords.parent.mkdir()
     site.do("protect", "add", passwords.parent, "joe", input="one\n")
     shutil.chown(passwords, OWNER)
     before = site.tree()[str(passwords)]
@@ -338,6 +340,8 @@ def test_apply_is_one_change(live):
     lines = [{"command": "site stop", "arguments": ["s1.example"]}, {"command": "site stop", "arguments": ["s9.example"]}]
     answer = live.run("apply", "-", input="\n".join(map(json.dumps, lines)))
     assert answer.status == 6 and "command 2 (site stop)" in answer.err
+    answer = live.run("apply", "-", "--json", input="\n".join(map(json.dumps, lines)))
+    assert [(each["status"], "s9.example" in each.get("message", "")) for each in answer.json["results"]] == [("done", False), ("not found", True)]
     after = live.tree()
     the_servers = re.compile(r"error\.log|_log$|/run/|lock")  # what it writes by itself, and when it likes
     assert {p for p in {**before, **after} if before.get(p) != after.get(p) and not the_servers.search(p)} == set()
@@ -402,6 +406,7 @@ def test_a_running_server_is_not_asked_to_read_what_it_cannot(live):
 
 
 def test_a_reload_that_would_fail_leaves_every_site_answering(live):
+    sound = live.text()
     with socket.socket() as busy:
         busy.bind(("127.0.0.1", 0))
         busy.listen()
@@ -414,6 +419,8 @@ def test_a_reload_that_would_fail_leaves_every_site_answering(live):
         assert live.run("server", "reload").status == 3
     live.do("server", "reload")
     assert live.get("shop.example") == (200, "the shop")
+    live.conf.write_text(sound)
+    assert live.do("undo", "--dry-run", "--no-check", "--json").json["checkpoint"] == 1, "the one that stands"
 
 
 def test_a_log_directory_that_is_missing_is_found_before_the_server_ends_of_it(live):
@@ -664,6 +671,13 @@ def test_what_is_not_confirmed_in_time_is_taken_back(machine):
     machine.do("undo")
     assert machine.run("confirm").status == 6 and machine.text() == before
     assert machine.run("site", "stop", "kept.example", "--confirm-within", "soon").status == 2
+
+
+def test_what_was_made_without_a_reload_is_taken_back_without_one(live):
+    before, reloaded = live.text(), (live.root / "run/httpd.pid").stat().st_mtime_ns
+    live.do("host", "add", "shop.example", "late.example", "--no-reload", "--confirm-within", "1s")
+    await_true(lambda: live.do("history", "--json").json["changes"][-1]["command"][0] == "undo")
+    assert live.text() == before and (live.root / "run/httpd.pid").stat().st_mtime_ns == reloaded
 
 
 def watchers(machine):
