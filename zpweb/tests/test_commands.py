@@ -127,6 +127,10 @@ def test_addresses_and_host_names(site):
     assert "ServerAlias www.shop.example more.example" in block(site)
     site.do("host", "remove", "shop.example", "more.example")
     assert "ServerAlias www.shop.example\n" in block(site)
+    site.conf.write_text("".join([site.text(), *(f"Listen 127.0.0.9:{port}\n" + block(site).replace(f"127.0.0.3:{site.port}", f"127.0.0.9:{port}") + "\n"
+                                                 for port in (80, 8080))]))
+    site.do("host", "add", "shop.example", "more.example", "--port", "80")  # which ends the other one's number
+    assert site.text().count("more.example") == 1
 
 
 def test_virtual_directories(live):
@@ -184,6 +188,7 @@ def test_web_users(site):
 
 def test_protected_folders(live):
     site, folder, other = live, live.sites / "shop.example/www/html", live.root / "included"
+    reloaded = (site.root / "run/httpd.pid").stat().st_mtime_ns
     site.do("protect", "add", folder, "joe", input="one\n")
     assert [site.get("shop.example", user=user)[0] for user in ("", "joe:two", "joe:one")] == [401, 401, 200]
     access = (folder / ".htaccess").read_text()
@@ -194,9 +199,10 @@ def test_protected_folders(live):
     assert (folder / ".htpasswd").read_text() != first
     site.do("protect", "edit", folder, "joe", "--to", other, input="two\n")
     assert not (folder / ".htpasswd").exists() and f"AuthUserFile {other}/" in (other / ".htaccess").read_text()
-    assert site.run("protect", "remove", other, "eve").status == 6
+    assert [site.run("protect", "remove", other, user).status for user in ("eve", "jo")] == [6, 6]
     site.do("protect", "remove", other, "joe")
     assert not (other / ".htpasswd").exists() and (other / ".htaccess").read_text() == ""
+    assert (site.root / "run/httpd.pid").stat().st_mtime_ns == reloaded, "the server reads these files by itself"
 
 
 def test_script_handlers_and_limits(site):
@@ -313,11 +319,11 @@ AuthUserFile /nowhere/users
     (site.root / ".zpweb/stage").mkdir()
     (site.root / "secret").mkdir(mode=0o700)
     (site.root / "secret/users").touch(mode=0o644)
-    site.conf.write_text(site.text() + f"AuthUserFile {site.root}/secret/users\n")
+    site.conf.write_text(site.text() + f"AuthUserFile {site.root}/secret/users\n<VirtualHost *:1>\n")
     answer = site.run("doctor", "--json")
     assert answer.status == 1
     assert sorted(finding["finding"] for finding in answer.json["findings"]) == [
-        "dangling link", "leftover of a run", "line over the bound", "log that its owner can redirect",
+        "block without an end", "dangling link", "leftover of a run", "line over the bound", "log that its owner can redirect",
         "log that its owner can redirect", "missing document root", "missing log folder",
         "missing password file", "name claimed twice", "password file that the server cannot read",
         "temporary file is included", "the server refuses its configuration"]

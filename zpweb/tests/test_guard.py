@@ -113,6 +113,8 @@ def test_a_change_of_which_the_server_tells_nothing_is_not_called_judged(site):
 def test_a_checkpoint_has_a_number_of_its_own(site):
     for words in (["site", "stop", "shop.example"], ["undo"], ["host", "add", "shop.example", "more.example"]):
         site.do(*words, *FAST)
+    shutil.rmtree(site.root / ".zpweb/checkpoints")  # the history goes on
+    site.do("host", "add", "shop.example", "other.example", *FAST)
     numbers = [change["checkpoint"] for change in site.do("history", "--json").json["changes"] if change["checkpoint"]]
     assert len(numbers) == len(set(numbers)), numbers
 
@@ -128,11 +130,12 @@ def test_a_damaged_checkpoint_is_not_put_back(site):
 
 def test_an_undo_takes_back_what_is_of_its_configuration_and_once(site):
     other = shutil.copy(site.conf, site.root / "www/../other.conf")
-    made = site.do("host", "add", "shop.example", "c.example", *FAST, "--json").json
+    made = site.do("host", "add", "shop.example", "c.example", *FAST, "--confirm-within", "1h", "--json").json
     text = site.text()
     for number in ([], [made["checkpoint"]]):
-        answer = site.run("undo", *number, "--conf", other, *FAST, conf=False)
-        assert answer.status == 6 and site.text() == text, answer
+        for words in (["undo", *FAST], ["confirm"]):
+            answer = site.run(*words[:1], *number, "--conf", other, *words[1:], conf=False)
+            assert answer.status == 6 and site.text() == text, answer
     assert made["judged"] is False and "written, not judged" in site.do("undo", made["checkpoint"], *FAST).err
     assert site.run("undo", made["checkpoint"], *FAST).status == 1
 
@@ -291,6 +294,16 @@ def test_a_log_that_the_tool_has_not_packed_whole_stays(site):
     tar = path_with(site.root / "run/bin", tar='[ "$1" != -cvzf ] || exec /usr/bin/tar -czf "$2" -T /dev/null\nexec /usr/bin/tar "$@"')
     assert site.run("log", "rotate", "shop.example", *FAST, env=tar).status == 1
     assert [path.read_text() for path in log.parent.glob("access_log*")] == ["a line\n"]
+
+
+def test_a_log_that_is_a_link_shows_nothing_of_roots(site):
+    log, prey = site.sites / "shop.example/log/httpd/access_log", site.root / "prey"
+    prey.write_text("s3cret\n")
+    log.unlink(missing_ok=True)
+    log.symlink_to(prey)
+    for options in ([], ["--requests"]):
+        answer = site.run("log", "show", "shop.example", *options)
+        assert "s3cret" not in answer.out + answer.err, answer
 
 
 def test_addresses_beside_which_all_are_denied_are_let_in(live):
@@ -482,6 +495,13 @@ def test_a_page_that_visitors_would_not_see_as_it_is(site, page):
     assert site.run("site", "suspend", "shop.example", "--page", file, *FAST).status == 2 and site.text() == before
 
 
+def test_a_site_whose_document_root_would_not_come_back_is_not_suspended_by_it(site):
+    site.conf.write_text(site.text().replace("/www/html", "/www/web"))
+    before = site.text()
+    answer = site.run("site", "suspend", "shop.example", "--message", *FAST)
+    assert answer.status == 3 and "/www/web" in answer.err and site.text() == before, answer
+
+
 def test_a_password_tool_that_fails_changes_nothing(site):
     folder = site.sites / "shop.example/www/html"
     site.do("protect", "add", folder, "ann", *FAST, input="word\n")
@@ -564,6 +584,10 @@ def test_a_name_of_a_stopped_site_is_free(site):
     site.do("host", "add", "shop.example", "c.example", *FAST)
     assert site.create("b.example", *FAST).status == 0
     assert site.run("site", "rename", "b.example", "c.example", *FAST).status == 7
+    site.do("host", "add", "shop.example", "*.d.example", *FAST)
+    lines = [{"command": command, "arguments": [name, f"a.{name[0]}.d.example"]} for command, name in
+             (("host add", "shop.example"), ("site rename", "b.example"))]
+    assert site.run("apply", "-", *FAST, input="\n".join(map(json.dumps, lines))).status == 7
     site.do("site", "stop", "shop.example", *FAST)
     site.do("site", "rename", "b.example", "c.example", *FAST)
 

@@ -85,6 +85,11 @@ def test_the_live_reading_is_kept_while_nothing_changes(site):
     site.do("host", "add", "shop.example", "d.example", env=environment)
     variables.write_text(text)
     assert runs.read_text().count("DUMP_CONFIG") == 2
+    site.conf.write_text(site.text() + f"<IfFile {site.root}/www/flag>\n</IfFile>\n")  # which no file of the configuration tells
+    for name in ("e.example", "f.example"):
+        runs.unlink()
+        site.do("host", "add", "shop.example", name, env=environment)
+        assert runs.read_text().count("DUMP_CONFIG") == 2
 
 
 def test_without_mod_info_the_name_map_tells(shared):
@@ -121,13 +126,17 @@ def test_a_signal_goes_to_the_server_only(site):
 
 def test_an_answer_that_got_worse_is_told_and_with_strict_taken_back(live):
     before = live.text()
-    for status in ("403", "503"):
+    for status in ("403", "500", "503"):
         words = ["directive", "add", "Redirect", f"{status} /", "--site", "shop.example"]
         answer = live.run(*words, "--strict")
         assert answer.status == 4 and f"answers {status}" in answer.err and live.text() == before, answer
     assert live.get("shop.example")[0] == 200
     answer = live.do(*words)
     assert "answers 503" in answer.err and live.get("shop.example")[0] == 503
+    live.conf.write_text(live.text() + f"Listen 127.0.0.2:{live.port}\n" + before[before.index("<VirtualHost"):].replace("127.0.0.1", "127.0.0.2"))
+    live.do("server", "reload")
+    answer = live.do("directive", "add", "Redirect", "403 /", "--site", "shop.example", "--quiet")
+    assert f"127.0.0.2:{live.port} answers 403" in answer.err, "another listener was as bad before"
 
 
 def test_behind_a_proxy_that_speaks_its_protocol_a_reload_succeeds(live):

@@ -157,13 +157,14 @@ def test_only_what_is_the_sites_or_its_owners_is_taken_over(site):
 
 def test_what_is_mounted_below_a_home_is_neither_removed_nor_given_away(site):
     html, shared = site.sites / "shop.example/www/html", site.root / "www/shared data"
+    beside = site.sites / "shop.example.old"  # is not below it
+    site.conf.write_text(site.text() + f"<VirtualHost 127.0.0.1:{site.port}>\nServerName b.example\nDocumentRoot {beside}\n</VirtualHost>\n")
     before = site.text()
     for path in (html / "q/bound here", shared):
         path.mkdir(parents=True)
     (shared / "file").write_text("everybody's")
     (html / "q/file").touch()
     subprocess.run(["mount", "--bind", shared, html / "q/bound here"], check=True)
-    beside = site.sites / "shop.example.old"  # is not below it
     beside.mkdir()
     subprocess.run(["mount", "--bind", shared, beside], check=True)
     try:

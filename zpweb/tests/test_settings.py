@@ -160,17 +160,21 @@ def test_a_wildcard_stands_for_one_label(server):
     (["--certificate", "/etc/ssl/disordered.pem", *pair("good")[2:]], "is not the issuer"),
     (["--certificate", "/etc/ssl/lapsed.pem", *pair("good")[2:]], "expired on 2020-02-01 (certificate 2 of the file)"),
     ([*pair("good")[:2], "--key", "/etc/ssl/open.key"], "chmod 0600"),
+    ([*pair("good")[:2], "--key", "/etc/ssl/group.key"], "chmod 0600"),
     ([*pair("good")[:2], "--key", "/etc/ssl/locked.key"], "passphrase"),
     ([*pair("good")[:2], "--key", "/etc/ssl/foreign.key"], "its owner is not root"),
     ([*pair("good")[:2], "--key", "/home/mallory/link/privkey.pem"], "link"),
     (["--certificate", "/etc/hosts", *pair("good")[2:]], "no certificate"),
-], ids=["names", "one name", "key", "expired", "early", "order", "expired issuer", "readable", "passphrase", "owner", "foreign link", "no PEM"])
+], ids=["names", "one name", "key", "expired", "early", "order", "expired issuer", "readable", "readable by a group", "passphrase", "owner", "foreign link", "no PEM"])
 def test_a_certificate_that_clients_would_turn_away_from_is_refused(server, words, reason):
     own, issuer = [part + "-----END CERTIFICATE-----\n" for part in (LIVE / "good/fullchain.pem").read_text().split("-----END CERTIFICATE-----\n")[:2]]
     Path("/etc/ssl/disordered.pem").write_text(own + own + issuer)
     Path("/etc/ssl/lapsed.pem").write_text(own + (LIVE / "expired/fullchain.pem").read_text())
     shutil.copy(LIVE / "good/privkey.pem", "/etc/ssl/open.key")
     os.chmod("/etc/ssl/open.key", 0o644)
+    shutil.copy("/etc/ssl/open.key", "/etc/ssl/group.key")
+    os.chown("/etc/ssl/group.key", 0, 1000)
+    os.chmod("/etc/ssl/group.key", 0o640)
     shutil.copy(LIVE / "good/privkey.pem", "/etc/ssl/foreign.key")
     os.chmod("/etc/ssl/foreign.key", 0o600)
     os.chown("/etc/ssl/foreign.key", 1000, 0)
@@ -325,7 +329,14 @@ def test_php_runs_and_its_sources_stay_unread(server, fpm):
     assert answer.json["version"].startswith("8.2")
     root = Path(f"/var/www/{SITE}")
     assert list(root.glob("zpweb-*")) == []
-    assert server.do("php", "list", "--json").json["sites"][0]["fpm"] == POOL
+    pools = Path("/etc/php/9.9/fpm/pool.d")
+    pools.mkdir(parents=True)
+    (pools / "two.conf").write_text("[one]\nlisten=/run/one.sock\n[two]\n; of anna's\nuser = anna\nlisten = 127.0.0.1:9\n")
+    listed = server.do("php", "list", "--json").json
+    shutil.rmtree("/etc/php/9.9")
+    assert listed["sites"][0]["fpm"] == POOL
+    assert [(row["pool"], row["listen"], row["user"], row["accepts"]) for row in listed["pools"] if row["version"] == "9.9"] == [
+        ("one", "/run/one.sock", None, False), ("two", "127.0.0.1:9", "anna", False)]
     (root / "secret.php").write_text("<?php $password = 'x'; echo 'ran';")
     assert server.get(SITE, path="/secret.php") == (200, "ran")
     server.do("php", "off", SITE)
@@ -463,17 +474,29 @@ def test_the_longer_path_counts_whichever_was_set_first(server):
         assert [ask(SITE, path, "http")[0] for path in ("/admin/x", "/admin/open/x")] == [403, 404]
         for path in paths:
             server.do("access", "off", SITE, path)
+    for path in paths:
+        server.do("redirect", "set", SITE, path, "--to", f"https://new.example{path}")
+    assert ask(SITE, "/admin/open/x")[1] == "https://new.example/admin/open"
+    for path in paths:
+        server.do("redirect", "remove", SITE, path)
+    challenge = Path(f"/var/www/{SITE}/.well-known/acme-challenge/token")
+    challenge.parent.mkdir(parents=True, exist_ok=True)
+    challenge.write_text("proof")
+    server.do("access", "set", SITE, "/", "--deny", "all")
+    assert [ask(SITE, path)[0] for path in ("/", "/.well-known/acme-challenge/token")] == [403, 200]
+    server.do("access", "off", SITE, "/")
     assert without_modules(server.files()) == without_modules(before)
 
 
 @pytest.mark.parametrize("content, status, told", [
-    ("joe:secret\n", 1, "it is no hash"), ("joe:$apr1$x$cut\n", 1, "it is no hash"), ("ann:$2y$05$x\n", 6, "not in /etc/users"), ("", 6, "not in /etc/users"), (None, 6, "users")])
+    ("joe:secret\n", 1, "it is no hash"), ("joe:$apr1$x$cut\n", 1, "it is no hash"), ("ann:$2y$05$x\n", 6, "not in /etc/users"), ("", 6, "not in /etc/users"), (None, 6, "users"),
+    ("joe:$apr1$12345678$1234567890123456789012\n", 6, "not in /etc/users")])
 def test_users_that_cannot_log_in_are_refused(server, content, status, told):
     Path("/etc/users").unlink(missing_ok=True)
     if content is not None:
         Path("/etc/users").write_text(content)
     before = server.files()
-    answer = server.run("access", "set", SITE, "/admin", "--users", "joe", "--user-file", "/etc/users")
+    answer = server.run("access", "set", SITE, "/admin", "--users", "joe", "--users", "ann", "--user-file", "/etc/users")
     assert answer.status == status and told in answer.err and server.files() == before, answer
 
 
@@ -511,6 +534,9 @@ def test_logs_are_rotated_and_shown(server):
     assert "/seen" in server.do("log", "show", SITE, "--requests").out
     server.do("log", "policy", SITE, "--daily", "--keep", "3", "--size", "1M")
     assert "/etc/logrotate.d/zpweb rotates it, too" in server.do("log", "rotate", SITE, "--size", "9").err + server.do("log", "rotate", SITE, "--dry-run").err
+    server.do("directive", "add", "CustomLog", f"{logs}/access.log combined", "--site", "both.example")
+    answer = server.run("log", "policy", "both.example", "--weekly")
+    assert answer.status == 7 and f"the policy of {SITE} rotates it already" in answer.err, answer
     followed = subprocess.Popen([ZPWEB, "log", "show", SITE, "-f", "--requests"], stdout=subprocess.PIPE, text=True)
     assert any("/seen" in line for line in followed.stdout)
     subprocess.run(["logrotate", "--force", "--state", "/run/rotated", "/etc/logrotate.d/zpweb"], check=True)

@@ -73,6 +73,7 @@ def test_each_gets_its_own_result_and_its_own_undo(live):
     assert answers[3].json["message"].count("a.example") and answers[6].json["host"] == "d.example"
     assert reloads(live) - reloaded <= 4, "guilty ones cost halves, not a reload for each"
     done = {a.json["checkpoint"]: words for a, words in zip(answers, wanted) if a.json.get("checkpoint")}
+    assert all(a.json["judged"] for a in answers if a.json.get("checkpoint"))
     assert len(done) == 4 and sorted(done) == list(range(min(done), min(done) + 4))
     lines = [line for line in log_of(live)[known:] if line["result"] == "done"]
     assert {line["checkpoint"]: tuple(line["command"])[-len(done[line["checkpoint"]]):] for line in lines} == done
