@@ -222,6 +222,8 @@ TEST(Postconditions, SeeWhatLetsOthersIn) {
              {"", "", "Location /", false, "Require valid-user"},
              {"", "", "Location /", false, "<Limit GET>\n    Require ip 10\n    </Limit>"},
              {"", "", "Location /", false, "Satisfy Any"},
+             {"", "", "Location /in", false, "ProxyPass http://127.0.0.1:1/"},
+             {"", "", "Location /i", true, "ProxyPass http://127.0.0.1:1/"},
              {"", "", "Location /", true, "Require all denied"},
              {"", "", "Location /", true, "AuthMerging And\n    Require all granted"},
              {"", "    <Limit POST>\n      Require all granted\n    </Limit>\n", "", false},

@@ -282,6 +282,20 @@ def test_a_kept_certificate_is_put_back_as_it_was_and_through_no_link_of_the_own
     assert kind == "link" or (key.st_uid, oct(key.st_mode), (folder / "key.pem").read_text()) == (0, "0o100600", secret)
 
 
+def test_a_file_of_roots_is_not_kept_as_the_sites_key(site, prey):
+    """The owner exchanges the key while it is copied: what is kept goes back to the owner's directory one day."""
+    folder = site.sites / "shop.example/www"
+    issue(folder / "cert.pem", folder / "key.pem")
+    words = [ZPWEB, "--conf", site.conf, "tls", "on", "shop.example", "--certificate", folder / "cert.pem", "--key", folder / "key.pem", *FAST]
+    listed = subprocess.run([ZPFAULT, "none", "0", *words], capture_output=True, text=True, env={**os.environ, "ZPFAULT_ALL": "1"}).stderr
+    last = max(int(number) for number, path in re.findall(r"^(\d+) open\w* (.*)$", listed, re.M) if path == str(folder / "key.pem"))
+    site.do("undo", *FAST)
+    shutil.rmtree(site.root / ".zpweb/certificates")
+    done = subprocess.run([ZPFAULT, "meanwhile", str(last), *words], capture_output=True, text=True,
+                          env={**os.environ, "ZPFAULT_RUN": f"ln -sf {prey}/conf {folder}/key.pem", "ZPFAULT_ALL": "1"})
+    assert "somebody has exchanged it meanwhile" in done.stderr and not list(site.root.glob(".zpweb/certificates/*/*")), done
+
+
 SPARSE = 3 << 30
 
 
@@ -331,7 +345,7 @@ def test_what_is_no_small_file_of_the_owners_is_refused_or_loses_its_power(site,
 
 
 LOGS = {"the log itself": "log/httpd/error_log", "its directory": "log/httpd", "the directory above": "log",
-        "behind a link of root's": "ways", "a pipe": "log/httpd/access_log", "a directory": "log/httpd/access_log", "a socket": "log/httpd/access_log",
+        "behind a link of root's": "ways", "by a second name of a link of root's": "log/httpd/error_log", "a pipe": "log/httpd/access_log", "a directory": "log/httpd/access_log", "a socket": "log/httpd/access_log",
         "a program that runs": "log/httpd/access_log"}
 
 
@@ -343,6 +357,9 @@ def set_trap(part, place, prey):
         return subprocess.Popen([place, "60"])
     if part.startswith("a "):
         plant(part.replace("a pipe", "a fifo")[2:], place, prey)
+    elif part.startswith("by "):
+        (prey / "link").symlink_to(prey / "evil") if not os.path.lexists(prey / "link") else None
+        os.link(prey / "link", place, follow_symlinks=False)
     else:
         place.symlink_to(prey / "evil" if place.name == "error_log" else prey)
 
@@ -359,6 +376,7 @@ def test_no_reload_opens_a_log_where_its_owner_leads_it(live, part):
         live.conf.write_text(live.text().replace("</VirtualHost>", f"CustomLog {live.root}/logs/more_log combined\n</VirtualHost>", 1))
     program = set_trap(part, place, prey)
     give(home)
+    os.chown(place, 0, 0, follow_symlinks=False) if part.startswith("by ") else None
     before = live.text()
     for words in (["host", "add", "shop.example", "more.example"], ["log", "rotate", "shop.example"], ["server", "reload"]):
         answer = live.run(*words)

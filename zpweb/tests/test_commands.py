@@ -127,6 +127,10 @@ def test_addresses_and_host_names(site):
     assert "ServerAlias www.shop.example more.example" in block(site)
     site.do("host", "remove", "shop.example", "more.example")
     assert "ServerAlias www.shop.example\n" in block(site)
+    site.do("host", "add", "shop.example", "*.Shop.example")
+    answer = site.run("host", "remove", "shop.example", "www.shop.example")
+    assert answer.status == 3 and "takes it in" in answer.err, answer
+    site.do("host", "remove", "shop.example", "*.shop.example")
     site.conf.write_text("".join([site.text(), *(f"Listen 127.0.0.9:{port}\n" + block(site).replace(f"127.0.0.3:{site.port}", f"127.0.0.9:{port}") + "\n"
                                                  for port in (80, 8080))]))
     site.do("host", "add", "shop.example", "more.example", "--port", "80")  # which ends the other one's number

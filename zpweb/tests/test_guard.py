@@ -113,8 +113,6 @@ def test_a_change_of_which_the_server_tells_nothing_is_not_called_judged(site):
 def test_a_checkpoint_has_a_number_of_its_own(site):
     for words in (["site", "stop", "shop.example"], ["undo"], ["host", "add", "shop.example", "more.example"]):
         site.do(*words, *FAST)
-    shutil.rmtree(site.root / ".zpweb/checkpoints")  # the history goes on
-    site.do("host", "add", "shop.example", "other.example", *FAST)
     numbers = [change["checkpoint"] for change in site.do("history", "--json").json["changes"] if change["checkpoint"]]
     assert len(numbers) == len(set(numbers)), numbers
 
@@ -423,6 +421,13 @@ def test_the_control_script_is_not_asked_for_its_version(site):
     environment = path_with(site.root / "run/bin", apachectl=f"touch {site.root}/www/asked; exit 1")
     site.do("vdir", "create", "shop.example", site.sites / "shop.example/www/html", *FAST, env=environment)
     assert not (site.root / "www/asked").exists()
+
+
+def test_no_program_of_the_working_directory_is_run(site):
+    folder, mark = site.root / "www/bin", site.root / "www/mark"
+    path_with(folder, apache2=f"touch {mark}; exit 1", httpd=f"touch {mark}; exit 1")
+    site.do("host", "add", "shop.example", "c.example", cwd=folder, env={**os.environ, "PATH": f".:{os.environ['PATH']}"})
+    assert not mark.exists()
 
 
 def test_files_that_are_included_are_found_in_linear_time(site):

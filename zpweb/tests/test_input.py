@@ -73,6 +73,9 @@ def test_an_internationalised_name_is_stored_in_ascii_and_shown_in_both_forms(ma
     assert created.status == 0 and created.json["site"] == "xn--bcher-kva.example"
     assert created.json["entered"] == "bücher.example"
     assert "ServerName xn--bcher-kva.example" in machine.text() and "ü" not in machine.text()
+    assert machine.create("b.example").status == 0
+    title, *rows = machine.do("site", "list").out.splitlines()
+    assert [row.index("running") for row in rows] == [title.index("STATE")] * 2
     row = machine.do("site", "list", "--json").json["sites"][0]
     assert (row["name"], row["readable"]) == ("xn--bcher-kva.example", "bücher.example")
     for name in ("bücher.example", "BÜCHER.example", "xn--bcher-kva.example"):

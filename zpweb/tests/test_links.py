@@ -8,7 +8,7 @@ from pathlib import Path
 
 import pytest
 
-from conftest import OWNER
+from conftest import OWNER, ZPFAULT, ZPWEB
 
 
 def owned(path):
@@ -153,6 +153,10 @@ def test_only_what_is_the_sites_or_its_owners_is_taken_over(site):
         os.chown(path, owner, -1)
         answer = site.run("vdir", "create", "shop.example", path, "--take-over", "--no-check", "--no-reload")
         assert (answer.status == 0) == taken == (path.stat().st_uid == anna) and ("not given" in answer.err) != taken, answer
+    (home / "www/html/r").mkdir()
+    words = [ZPWEB, "--conf", site.conf, "vdir", "create", "shop.example", home / "www/html/r", "--take-over", "--no-check", "--no-reload"]
+    done = subprocess.run([ZPFAULT, "EIO", "fchownat:1", *words], capture_output=True, text=True)
+    assert "warning" not in done.stderr and (home / "www/html/r").stat().st_uid == anna, "what fails for a moment is tried once more"
 
 
 def test_what_is_mounted_below_a_home_is_neither_removed_nor_given_away(site):

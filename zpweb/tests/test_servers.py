@@ -286,6 +286,8 @@ def test_a_new_site_answers_and_goes_without_a_trace(server):
     assert server.serving() == server.all_served()
     server.do("site", "delete", "new.example")
     assert server.files() == before
+    first = ["00.example" if word == "new.example" else word for word in CREATE]  # whose file comes before all others
+    assert "now lead to 00.example" in server.do(*first, "--traverse", "--dry-run", "--allow-impact").err
     server.do("undo")
     assert server.get("new.example") == (200, "new")
     answer = server.do("undo")

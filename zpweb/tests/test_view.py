@@ -57,9 +57,6 @@ CHANGES = {
         QUOTED, "directive delete ServerSignature Off --site SITE", '  "ServerSignature" Off\n', "", None),
     "a directory's options": (
         ODD, "vdir set SITE /srv/shop --option=-Indexes", "Options Indexes Follow", "Options Follow", None),
-    "a directory and not those whose names it begins": (
-        ODD.replace("</V", "    <Directory /srv/shops>\n        Options Indexes Includes\n    </Directory>\n</V"),
-        "vdir set SITE /srv/shop --option=-Indexes", "Options Indexes Follow", "Options Follow", None),
     "a name joins the line that always counts": (
         ODD.replace("<IfModule mod_alias.c>\n", "<IfModule mod_alias.c>\n        ServerAlias more.shop.test\n"),
         "host add SITE new.example", " shop.test\n", " shop.test new.example\n", "host remove SITE new.example"),
