@@ -1,5 +1,7 @@
 // The front end's text functions on any text: an operation that changes nothing gives the text back byte
-// for byte, a patch leads from one text to the other, and every block lies within the text.
+// for byte, as does a name that is added and removed; a patch leads from one text to the other, and every
+// block lies within the text.
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <iostream>
@@ -11,6 +13,7 @@
 #include "text/Patch.h"
 #include "text/Scope.h"
 #include "text/Sites.h"
+#include "text/View.h"
 
 using namespace zpweb;
 
@@ -31,6 +34,52 @@ std::string joined(const Lines& lines) {
     return text;
 }
 
+constexpr const char* Aliases = "\n\tServerAlias";
+constexpr const char* Added = " added.example";
+
+bool isAdded(const std::string& name) { return name == Added + 1; }
+bool isAny(const std::string&) { return true; }
+
+std::string withName(std::string shown) {
+    const size_t line = shown.find(Aliases) + 1;
+    return shown.insert(shown.find('\n', line), Added);
+}
+
+std::string withoutName(std::string shown) {
+    const size_t name = shown.find(Added);
+    return name == shown.npos ? shown : shown.erase(name, std::string(Added).size());
+}
+
+// An alias line without a name, which no server takes, goes with the name that it was given.
+bool hasEmptyLine(const View& view) {
+    const auto isEmpty = [](const Statement& each) {
+        return each.is("ServerAlias") && each.words().empty();
+    };
+    return std::any_of(view.statements().begin(), view.statements().end(), isEmpty);
+}
+
+void lookThrough(const Block& block) {
+    View all(block);
+    all.showAll();
+    demand(all.laidBack(all.text()) == block.text, "what is shown and not changed does not come back");
+    View names(block);
+    names.showNames("ServerAlias", isAny);
+    if (hasEmptyLine(names)) {
+        return;
+    }
+    const std::string changed = names.laidBack(withName(names.text()));
+    const Contents after = contentsOf(changed);
+    demand(after.blocks.size() == 1 && after.blocks[0].text == changed,
+           "a name that was added breaks the block");
+    const std::vector<std::string> aliases = aliasesOf(after.blocks[0]);
+    demand(std::any_of(aliases.begin(), aliases.end(), isAdded),
+           "a name that was added is none of the block's");
+    View added(after.blocks[0]);
+    added.showNames("ServerAlias", isAdded);
+    demand(added.laidBack(withoutName(added.text())) == block.text,
+           "a name that was added and removed leaves something");
+}
+
 void lookAt(const std::string& text) {
     const Lines lines(text);
     demand(joined(lines) == text, "the lines are not the text");
@@ -38,6 +87,9 @@ void lookAt(const std::string& text) {
     for (const Block& block : contents.blocks) {
         demand(block.lines.first < block.lines.end && block.lines.end <= lines.size(),
                "a block lies outside of the text");
+        if (block.closed && !block.stopped) {
+            lookThrough(block);
+        }
     }
     Scope scope = Scope::ofBlocks(text, contents.blocks);
     for (const Block& block : contents.blocks) {
