@@ -166,8 +166,7 @@ def test_the_servers_refusal_names_file_line_and_site(machine):
 def test_a_site_in_an_included_file_is_changed_and_checked_there(machine):
     included = machine.root / "included/one.conf"
     included.write_text(BLOCK.format(port=machine.port, name="inner.example", root=machine.root / "www"))
-    main = machine.text().replace("Optional included", "Optional \\\n    included")  # a line that goes on in the next one
-    machine.conf.write_text(main)
+    main = machine.text()
     refused = machine.run("directive", "add", "Nonsense", "on", "--site", "inner.example")
     assert refused.status == 3 and f"{included}:8 (site inner.example)" in refused.err, refused
     machine.do("site", "stop", "inner.example")
@@ -252,6 +251,9 @@ def test_ensure_counts_what_is_so_already_as_done(site):
 def test_undo_of_a_creation_removes_the_folders_that_are_empty(machine):
     before = machine.tree()
     assert machine.create("shop.example").status == 0
+    machine.do("user", "add", "shop.example", "joe", input="word\n")
+    machine.do("undo")
+    assert not Path("/etc/webusers").exists()
     machine.do("undo")
     after = machine.tree()
     assert {path for path in after if ".zpweb" not in path} == set(before)

@@ -135,6 +135,8 @@ def test_addresses_and_host_names(site):
                                                  for port in (80, 8080))]))
     site.do("host", "add", "shop.example", "more.example", "--port", "80")  # which ends the other one's number
     assert site.text().count("more.example") == 1
+    assert site.run("site", "port", "shop.example", "8080", "--port", "80").status == 7
+    assert "they stay" in site.do("site", "port", "shop.example", "8090", "--no-check").err and "127.0.0.9:80>" in site.text()
 
 
 def test_virtual_directories(live):

@@ -67,6 +67,8 @@ CHANGES = [
      ["vdir create a.example /var/zpweb-test --allow 192.0.2.0/24,127.0.0.1 --deny all"]),
     ({"name": "a.example", "directories": [{"path": "/var/zpweb-test", "deny": ["192.0.2.7"]}]},
      ["vdir create a.example /var/zpweb-test --deny 192.0.2.7"]),
+    ({"name": "c.example", "redirects": [{"path": "/r", "to": "https://n.example/"}]},
+     ["site start c.example", "redirect set c.example /r --to https://n.example/", "site stop c.example"]),
     ({"name": "b.example", "state": "absent"}, ["site delete b.example"]), ({"name": "e.example", "state": "absent"}, []),
     ({"name": "c.example", "host_names": ["more.example", "www.c.example"]}, []),
     ({"name": "d.example", "address": "127.0.0.1", "owner": OWNER, "path": "/var/zpweb-test", "host_names": [], "state": "stopped"},

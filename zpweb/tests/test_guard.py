@@ -586,8 +586,9 @@ def test_the_page_stays_while_a_block_needs_it(site):
 
 
 def test_a_name_of_a_stopped_site_is_free(site):
-    site.do("host", "add", "shop.example", "c.example", *FAST)
-    assert site.create("b.example", *FAST).status == 0
+    for name in ("c.example", "www.b.example"):
+        site.do("host", "add", "shop.example", name, *FAST)
+    assert site.create("b.example", *FAST).status == 0 and site.text().count("www.b.example") == 1
     assert site.run("site", "rename", "b.example", "c.example", *FAST).status == 7
     site.do("host", "add", "shop.example", "*.d.example", *FAST)
     lines = [{"command": command, "arguments": [name, f"a.{name[0]}.d.example"]} for command, name in

@@ -8,7 +8,7 @@ from pathlib import Path
 
 import pytest
 from conftest import OWNER
-from servers import HTTP, LISTENERS, PAGES, TLS, Debian, RedHat
+from servers import HTTP, LISTENERS, PAGES, TLS, Debian, RedHat, block
 
 
 @pytest.fixture(scope="module", params=[Debian, RedHat], ids=["debian", "redhat"])
@@ -319,6 +319,10 @@ def test_a_name_of_another_site_is_refused(server):
 def test_a_site_listens_on_a_new_port(server):
     server.do(*CREATE, "--traverse", "--port", "8765", "--listen")
     assert "new.example" in server.do("site", "list", "--json").out
+    server.do("site", "create", "b.example", "--owner", OWNER, "--port", "8765")
+    server.do("site", "delete", "new.example")
+    with socket.create_connection(("127.0.0.1", 8765), timeout=5):  # the line stands in the file of the site that went
+        [server.do("undo") for _ in range(2)]
     server.do("site", "delete", "new.example")
     assert file_and_links(server, "new.example") == (False, False)
     server.do("site", "port", "plain.example", "8766", "--listen")
@@ -364,5 +368,12 @@ def test_a_site_is_disabled_and_enabled(server, files):
     listed = server.do("site", "list", "--all", "--json").json["sites"]
     assert {row["state"] for row in listed if row["name"] == site} == {"disabled"}
     assert not server.leads_to(site, site)
+    link, file = (server.tree / f"sites-{folder}/{files[0]}.conf" for folder in ("enabled", "available"))
+    link.symlink_to("/nowhere")
+    assert server.run("site", "enable", site).status == 7 and os.readlink(link) == "/nowhere"
+    link.unlink()
     server.do("site", "enable", site)
     assert server.files() == before and server.serving() == server.all_served()
+    file.write_text(file.read_text() + block("*:80", "guest.example"))
+    answer = server.run("site", "disable", site)
+    assert answer.status == 3 and "guest.example" in answer.err and link.exists(), answer

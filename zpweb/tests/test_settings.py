@@ -138,9 +138,14 @@ def test_tls_on_and_off(server):
     assert not server.run("tls", "on", SITE, *pair("good"), "--redirect", "--hsts", "180d", "--json").json["changed"]
     rows = server.do("tls", "list", "--expiring", "40d", "--json").json["certificates"]
     assert [(row["days"], row["by"], row["uncovered"]) for row in rows if row["site"] == SITE] == [(29, "zpweb", [])]
-    server.do("tls", "off", SITE)
+    server.do("directive", "add", "ServerSignature", "Off", "--site", SITE, "--port", "443")
+    answer = server.run("tls", "off", SITE)
+    assert answer.status == 1 and "--overwrite takes it away" in answer.err and server.get(SITE, TLS) == (200, SITE), answer
+    server.do("tls", "off", SITE, "--overwrite")
     assert without_modules(server.files()) == without_modules(before)
     assert server.serving() == server.all_served()
+    server.do("directive", "add", "Redirect", f"permanent / https://{SITE}/", "--site", SITE)
+    assert "leads to https by a line of its own" in server.run("tls", "on", SITE, *pair("good")).err
 
 
 def test_a_wildcard_stands_for_one_label(server):
@@ -344,7 +349,11 @@ def test_php_runs_and_its_sources_stay_unread(server, fpm):
     assert status == 403 and "password" not in body
     server.do("php", "set", SITE, "--fpm", POOL)
     assert server.get(SITE, path="/secret.php") == (200, "ran")
-    (root / "secret.php").unlink()
+    (root / "secret.php").rename(root / "secret.phtml")
+    server.do("php", "off", SITE)
+    assert server.get(SITE, path="/secret.phtml")[0] == 403
+    server.do("php", "set", SITE, "--fpm", POOL)
+    (root / "secret.phtml").unlink()
     server.do("php", "off", SITE)
     assert without_modules(server.files()) == without_modules(before)
 

@@ -66,7 +66,7 @@ def test_each_gets_its_own_result_and_its_own_undo(live):
               ("host", "add", names[2], "d.example", "--label", "mine"): (0, True),
               ("host", "remove", names[4], "z.example", "--ensure"): (0, False)}
     for words in wanted:
-        queue.add(*words)
+        queue.add(*words, env={"SUDO_USER": "carla"} if "mine" in words else None)
     answers = queue.release()
     assert [(a.status, a.json["changed"]) for a in answers] == list(wanted.values()), answers
     assert "Rubbish" in answers[4].json["message"]
@@ -77,7 +77,7 @@ def test_each_gets_its_own_result_and_its_own_undo(live):
     assert len(done) == 4 and sorted(done) == list(range(min(done), min(done) + 4))
     lines = [line for line in log_of(live)[known:] if line["result"] == "done"]
     assert {line["checkpoint"]: tuple(line["command"])[-len(done[line["checkpoint"]]):] for line in lines} == done
-    assert [line.get("label") for line in lines if line["command"][-1] == "mine"] == ["mine"]
+    assert [(line.get("label"), line.get("login")) for line in lines if line["command"][-1] == "mine"] == [("mine", "carla")]
     assert not live.strays()
     live.do("undo")
     left = [number for number, words in done.items() if (words[3] if words[0] == "host" else words[4]) in live.text()]
@@ -85,6 +85,11 @@ def test_each_gets_its_own_result_and_its_own_undo(live):
     for number in sorted(done)[:-1]:
         live.do("undo", number)
     assert live.text() == before
+    queue, reloaded = Queue(live), reloads(live)
+    queue.add("host", "add", names[0], "a.example", "--no-reload")
+    queue.add("host", "add", names[0], "b.example")
+    assert [answer.status for answer in queue.release()] == [0, 0]
+    await_true(lambda: reloads(live) == reloaded + 1)  # each has its own conditions
 
 
 def test_waiters_that_go_away(site):
