@@ -1,15 +1,17 @@
 """What a site's owner, who controls all that lies below the home, tries against root. Every test is one of theirs."""
 import os
 import re
+import resource
 import shutil
 import socket
 import subprocess
 import time
 from pathlib import Path
+from urllib.parse import quote
 
 import pytest
 
-from conftest import NEW_KEY, OWNER, ZPFAULT, ZPWEB, give
+from conftest import NEW_KEY, OWNER, ZPFAULT, ZPWEB, await_true, give
 from test_settings import POOL, fpm  # noqa: F401
 
 FAST = ("--no-check", "--no-reload")
@@ -416,3 +418,21 @@ def test_a_log_that_becomes_a_link_while_a_change_is_put_in_place_is_seen_before
         assert list(prey.iterdir()) == [] and live.get("shop.example")[1] == "the shop"
         log.unlink()
         log.touch()
+
+
+@pytest.mark.parametrize("words", ["site suspend shop.example --page {file}", "user add shop.example joe --password-file {file}", "apply {file}",
+                                   "plan {file}"])
+def test_a_file_that_root_names_is_read_through_no_link_of_its_directorys_owner(site, prey, words):
+    """Its text would be shown to all as the page, or to who looks at the processes as the password."""
+    file = site.sites / "shop.example/www/given"
+    file.symlink_to(prey / ".htpasswd")
+    give(file.parent)
+    before = site.tree()
+    answer = site.run(*words.format(file=file).split(), *FAST)
+    assert answer.status == 1 and "symbolic link" in answer.err and site.text().encode() == before[str(site.conf)][3], answer
+    assert not (site.root / "zpweb.d").exists() and not Path("/etc/webusers").exists()
+    (site.root / "www/link").symlink_to(site.root / "www/page")  # root's own
+    (site.root / "www/page").write_text("<p>unpaid")
+    assert "symbolic link" not in site.run(*words.format(file=site.root / "www/link").split(), *FAST).err
+
+

@@ -8,7 +8,7 @@
 #include "commands/shared/Suspended.h"
 #include "conf/Bounds.h"
 #include "input/HostName.h"
-#include "sys/File.h"
+#include "sys/OwnersFile.h"
 #include "text/Suspension.h"
 
 namespace zpweb {
@@ -25,7 +25,7 @@ Expected<std::string> pageFrom(const Arguments& given) {
     if (!file) {
         return std::string(defaultPage());
     }
-    auto text = readFile(*file);
+    auto text = readNamedFile(*file);
     if (!text.ok()) {
         return text.outcome();
     }

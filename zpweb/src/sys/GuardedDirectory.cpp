@@ -43,6 +43,12 @@ Outcome reachedWithoutForeignLink(const std::string& path) {
     return opened.status == Status::NotFound ? done() : opened;
 }
 
+bool isLedElsewhere(const std::string& path) {
+    host::HeldDirectory::Obstacle obstacle;
+    return !host::HeldDirectory::hold(path, &obstacle) &&
+           (!obstacle.link.empty() || obstacle.error == ENOTDIR);
+}
+
 Expected<std::string> behindGuardedLinks(std::string path) {
     for (int links = 0; links < MostLinks; ++links) {
         const auto directory = host::HeldDirectory::hold(directoryOf(path));
@@ -50,7 +56,9 @@ Expected<std::string> behindGuardedLinks(std::string path) {
         struct stat status {};
         if (!directory ||
             ::fstatat(directory->descriptor(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
-            return directory ? failure(systemError(path)) : openGuarded(directoryOf(path)).outcome();
+            return directory
+                       ? failure(errno == ENOENT ? Status::NotFound : Status::Error, systemError(path))
+                       : openGuarded(directoryOf(path)).outcome();
         }
         if (!S_ISLNK(status.st_mode)) {
             return path;

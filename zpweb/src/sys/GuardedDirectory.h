@@ -13,12 +13,16 @@
 namespace zpweb {
 
 // An existing directory. On the way to it, and in its place, only a link is followed that nobody except the
-// administrator can have placed: one in a directory of root's, or of this process's account, that no group
-// and no other account can write.
+// administrator can have placed: one of root's, or of this process's account, in a directory that belongs
+// to these and that no group and no other account can write.
 Expected<Descriptor> openGuarded(const std::string& path);
 
 // Is the directory reached like that? One that does not exist is.
 Outcome reachedWithoutForeignLink(const std::string& path);
+
+// Does such a link, or what is no directory, stand on the way or in its place? One that cannot be looked at
+// has none.
+bool isLedElsewhere(const std::string& path);
 
 // The path itself or, where a link stands that only the administrator can have placed, what it leads to.
 Expected<std::string> behindGuardedLinks(std::string path);

@@ -14,7 +14,21 @@ namespace zpweb {
 
 namespace {
 
+constexpr size_t LargestNamedFile = 256UL << 20;
 constexpr int OpenFile = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+
+constexpr const char* SeveralNames = "it has more than one name; a hard link may be somebody else's file";
+
+bool isOfAdministrator(const struct stat& directory) {
+    return directory.st_uid == 0 && (directory.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+}
+
+// What keeps it from being read as one that was named; empty when nothing does.
+const char* faultOfNamed(const struct stat& file, const struct stat& directory) {
+    return !S_ISREG(file.st_mode)                               ? "not a regular file"
+           : file.st_nlink > 1 && !isOfAdministrator(directory) ? SeveralNames
+                                                                : "";
+}
 
 // What keeps it from being taken for a file of the site's; empty when nothing does.
 const char* faultOf(const struct stat& file, const struct stat& directory) {
@@ -22,16 +36,17 @@ const char* faultOf(const struct stat& file, const struct stat& directory) {
         return "not a regular file";
     }
     if (file.st_nlink > 1) {
-        return "it has more than one name; a hard link may be somebody else's file";
+        return SeveralNames;
     }
-    const bool ofAdministrator = directory.st_uid == 0 && (directory.st_mode & (S_IWGRP | S_IWOTH)) == 0;
-    if (!ofAdministrator && file.st_uid != 0 && file.st_uid != directory.st_uid) {
+    if (!isOfAdministrator(directory) && file.st_uid != 0 && file.st_uid != directory.st_uid) {
         return "it belongs neither to root nor to the owner of its directory";
     }
     return static_cast<size_t>(file.st_size) > LargestOwnersFile ? "larger than 1 MiB" : "";
 }
 
-Expected<Descriptor> openOwnersFile(const std::string& path) {
+using FaultOf = const char* (*)(const struct stat& file, const struct stat& directory);
+
+Expected<Descriptor> openAt(const std::string& path, FaultOf faultOf) {
     const auto directory = openGuarded(directoryOf(path));
     if (!directory.ok()) {
         return directory.outcome();
@@ -50,11 +65,19 @@ Expected<Descriptor> openOwnersFile(const std::string& path) {
     return fault.empty() ? Expected(std::move(file)) : Expected<Descriptor>(failure(path + ": " + fault));
 }
 
+Expected<Descriptor> openOwnersFile(const std::string& path) { return openAt(path, faultOf); }
+
 }  // namespace
 
 Expected<std::string> readOwnersFile(const std::string& path) {
     const auto file = openOwnersFile(path);
     return file.ok() ? readDescriptor(*file, path, LargestOwnersFile) : file.outcome();
+}
+
+Expected<std::string> readNamedFile(const std::string& path) {
+    const auto place = behindGuardedLinks(path);
+    const auto file = place.ok() ? openAt(*place, faultOfNamed) : place.outcome();
+    return file.ok() ? readDescriptor(*file, path, LargestNamedFile) : file.outcome();
 }
 
 Outcome takeOverFromOwnersFile(const std::string& path, const std::string& hash,

@@ -1,5 +1,6 @@
-// A file in a directory that others than root may write: a site's own ".htaccess" or password file. It is
-// opened once, from a directory that is held open, and what it is is asked of that descriptor.
+// A file in a directory that others than root may write: one that the administrator names, or a site's own
+// ".htaccess" or password file. It is opened once, from a directory that is held open, and what it is is
+// asked of that descriptor.
 #pragma once
 
 #include <string>
@@ -15,6 +16,10 @@ inline constexpr size_t LargestOwnersFile = size_t{1024} * 1024;
 // name, one over 1 MiB and, where others than root can write, one that belongs neither to root nor to the
 // directory's owner.
 Expected<std::string> readOwnersFile(const std::string& path);
+// The text of a file that the administrator names, at most 256 MiB; NotFound when there is none. Its
+// directory's owner leads it nowhere: a link that others than root can place is refused, and where others
+// can write, so is a file with more than one name.
+Expected<std::string> readNamedFile(const std::string& path);
 // Gives the open `candidate` the owner, mode (without set-ID bits), ACL and attributes of the file, if that
 // has this hash: else it is another one by now, and who may read that may not be given the text of this
 // one.

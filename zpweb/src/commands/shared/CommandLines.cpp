@@ -9,7 +9,7 @@
 #include "commands/table/Table.h"
 #include "input/Nearest.h"
 #include "input/Quoted.h"
-#include "sys/File.h"
+#include "sys/OwnersFile.h"
 #include "text/Lines.h"
 
 namespace zpweb {
@@ -158,7 +158,7 @@ Expected<std::vector<Invocation>> invocationsFrom(const std::string& text, const
 
 Expected<std::string> inputText(const std::string& file) {
     if (file != "-") {
-        return readFile(file);
+        return readNamedFile(file);
     }
     return std::string(std::istreambuf_iterator<char>(std::cin), {});
 }

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <iostream>
 
-#include "sys/File.h"
+#include "sys/OwnersFile.h"
 
 namespace zpweb {
 
@@ -56,7 +56,7 @@ Expected<std::string> secretOf(const Arguments& arguments) {
     if (file == "-") {
         return firstLineOfInput();
     }
-    auto text = readFile(file);
+    auto text = readNamedFile(file);
     return text.ok() ? Expected(text->substr(0, text->find('\n'))) : text.outcome();
 }
 
