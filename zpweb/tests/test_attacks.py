@@ -436,3 +436,31 @@ def test_a_file_that_root_names_is_read_through_no_link_of_its_directorys_owner(
     assert "symbolic link" not in site.run(*words.format(file=site.root / "www/link").split(), *FAST).err
 
 
+@pytest.mark.parametrize("kind", ["fifo", "directory", "socket", "way", "loop", "file for directory"])
+def test_what_its_owner_makes_of_a_file_holds_up_no_recovery(site, prey, kind):
+    """A run was killed between two files of the owner's: what stands there now is nobody's reason to wait."""
+    q = site.sites / "shop.example/www/html/q"
+    q.mkdir()
+    site.do("protect", "add", q, "ann", *FAST, input="word\n")
+    give(q.parent.parent.parent)
+    assert subprocess.run([ZPFAULT, "kill", "renameat2:2", ZPWEB, "--conf", site.conf, "protect", "remove", q, "ann", *FAST]).returncode == 137
+    before = look(prey)
+    if kind in ("fifo", "directory", "socket"):
+        for name in (".htaccess", ".htpasswd"):
+            plant(kind, q / name, prey)
+    else:
+        q.rename(f"{q}.away")
+        q.symlink_to({"way": f"{q}.away", "loop": q}[kind]) if kind != "file for directory" else q.touch()
+    give(q.parent)
+    answer = site.do("site", "stop", "shop.example", *FAST)
+    assert "as somebody has edited it meanwhile it stays" in answer.err and look(prey) == before, answer
+
+
+def test_a_file_that_grows_without_end_while_it_is_replaced_is_not_read_to_its_end(site):
+    q = site.sites / "shop.example/www/html/q"
+    q.mkdir()
+    site.do("protect", "add", q, "ann", *FAST, input="word\n")
+    give(q)
+    done = subprocess.run([ZPFAULT, "meanwhile", "renameat2:1", ZPWEB, "--conf", site.conf, "protect", "edit", q, "ann", *FAST], input="word\n",
+                          capture_output=True, text=True, timeout=20, env={**os.environ, "ZPFAULT_RUN": f"truncate -s {SPARSE << 10} {q}/.htpasswd"})
+    assert done.returncode == 1 and "larger than 1 MiB" in done.stderr and (q / ".htpasswd").stat().st_size == SPARSE << 10, done

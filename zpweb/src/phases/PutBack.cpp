@@ -56,6 +56,9 @@ Outcome putBackFrom(const std::string& kept, const ChangedFile& changed) {
 }  // namespace
 
 Expected<Standing> standingOf(const ChangedFile& file) {
+    if (isLedElsewhere(directoryOf(file.path))) {
+        return Standing::Else;  // its owner has put another directory there
+    }
     const auto now = currentHash(file.path);
     if (!now.ok()) {
         return now.outcome();

@@ -8,6 +8,7 @@
 #include <array>
 #include <cerrno>
 #include <climits>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -22,6 +23,9 @@ using zp::host::writeAll;
 namespace zpweb {
 
 namespace {
+
+constexpr size_t PartSize = 131072;
+constexpr size_t LargestOfOthers = 256UL << 20;
 
 bool look(const std::string& path, int result) {
     if (result != 0) {
@@ -165,24 +169,28 @@ Expected<std::string> readDescriptor(const Descriptor& file, const std::string& 
     return readAll(file, path, size_t{4096}, limit);
 }
 
-Outcome readParts(const std::string& path, const std::function<void(std::string_view)>& take) {
+Expected<bool> readParts(const std::string& path, const std::function<void(std::string_view)>& take) {
     struct stat status {};
-    const auto file = openToRead(path, status);
-    if (!file.ok()) {
-        return file.outcome();
+    const Descriptor file(::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    if (!file.isOpen() && (errno == ENOTDIR || errno == ELOOP || errno == ENXIO)) {
+        return false;
     }
-    constexpr size_t PartSize = 131072;
+    if (!file.isOpen() || ::fstat(file.number(), &status) != 0) {
+        noteFault(path);
+        return failure(errno == ENOENT ? Status::NotFound : Status::Error, systemError(path));
+    }
+    const bool isOthers = status.st_uid != 0 && status.st_uid != ::geteuid();
+    size_t left = !S_ISREG(status.st_mode) ? 0 : isOthers ? LargestOfOthers : SIZE_MAX;
     const auto part = std::make_unique<char[]>(PartSize);
-    for (;;) {
-        const ssize_t count = readInto(file->number(), part.get(), PartSize);
+    for (size_t got = PartSize; left > 0 && got == PartSize; left -= std::min(got, left)) {
+        const ssize_t count = readInto(file.number(), part.get(), PartSize);
         if (count < 0) {
             return failure(systemError(path));
         }
-        take({part.get(), static_cast<size_t>(count)});
-        if (static_cast<size_t>(count) < PartSize) {
-            return done();
-        }
+        got = static_cast<size_t>(count);
+        take({part.get(), got});
     }
+    return left > 0;
 }
 
 Expected<Descriptor> makeNewFile(const std::string& path, std::span<const std::string_view> pieces,

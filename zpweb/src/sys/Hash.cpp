@@ -9,6 +9,12 @@
 
 namespace zpweb {
 
+namespace {
+
+constexpr const char* NoFile = "no file";
+
+}  // namespace
+
 struct Hasher::State {
     XXH3_state_t state;
 };
@@ -45,11 +51,13 @@ Expected<std::string> currentHash(const std::string& path) {
         return linkHash(*target);
     }
     Hasher hasher;
-    const Outcome read = readParts(path, [&](std::string_view part) { hasher.take(part); });
-    if (read.status == Status::NotFound) {
+    const auto read = readParts(path, [&](std::string_view part) { hasher.take(part); });
+    if (read.outcome().status == Status::NotFound) {
         return std::string();
     }
-    return read.ok() ? Expected(hasher.digits()) : Expected<std::string>(read);
+    return !read.ok() ? Expected<std::string>(read.outcome())
+           : *read    ? hasher.digits()
+                      : std::string(NoFile);
 }
 
 }  // namespace zpweb

@@ -28,7 +28,8 @@ private:
 
 std::string contentHash(std::string_view text);
 std::string linkHash(std::string_view target);
-// What stands at the path now; empty when there is nothing, an error when that cannot be told.
+// What stands at the path now; empty when there is nothing, like no file's where it is no plain file or one
+// of an owner's that is too large, an error when that cannot be told.
 Expected<std::string> currentHash(const std::string& path);
 
 }  // namespace zpweb
