@@ -464,3 +464,23 @@ def test_a_file_that_grows_without_end_while_it_is_replaced_is_not_read_to_its_e
     done = subprocess.run([ZPFAULT, "meanwhile", "renameat2:1", ZPWEB, "--conf", site.conf, "protect", "edit", q, "ann", *FAST], input="word\n",
                           capture_output=True, text=True, timeout=20, env={**os.environ, "ZPFAULT_RUN": f"truncate -s {SPARSE << 10} {q}/.htpasswd"})
     assert done.returncode == 1 and "larger than 1 MiB" in done.stderr and (q / ".htpasswd").stat().st_size == SPARSE << 10, done
+
+
+def test_a_log_that_is_followed_tells_the_terminal_nothing_and_fills_no_memory(site):
+    log = site.sites / "shop.example/log/httpd/error_log"
+    log.write_text("one\x1b]0;evil\x07\n")
+    shown = site.root / "www/shown"
+    with open(shown, "w") as out:
+        run = subprocess.Popen([ZPWEB, "--conf", site.conf, "log", "show", "shop.example", "--errors", "--follow"], stdout=out)
+    try:
+        await_true(lambda: "one" in shown.read_text())
+        log.write_text(log.read_text() + "two\x1b[2J \xe9\u202e\n")
+        await_true(lambda: "two" in shown.read_text())
+        assert shown.read_text() == "one\\x1b]0;evil\\x07\ntwo\\x1b[2J \xe9\\xe2\\x80\\xae\n"
+        os.truncate(log, SPARSE << 10)
+        time.sleep(1)
+        memory = int(re.search(r"VmHWM:\s+(\d+)", Path(f"/proc/{run.pid}/status").read_text())[1])
+    finally:
+        run.kill()
+        run.wait()
+    assert memory < 64 << 10

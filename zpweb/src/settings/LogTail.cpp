@@ -11,13 +11,14 @@
 
 #include "sys/File.h"
 #include "sys/GuardedDirectory.h"
+#include "sys/Printable.h"
 #include "text/Lines.h"
 
 namespace zpweb {
 
 namespace {
 
-constexpr off_t LongestEnd = 256L * 1024;
+constexpr size_t LongestEnd = 256UL * 1024;
 
 Expected<Descriptor> openLog(const std::string& path) {
     const auto directory = openGuarded(directoryOf(path));
@@ -34,19 +35,15 @@ Expected<Descriptor> openLog(const std::string& path) {
                                    : Expected<Descriptor>(failure(path + ": no regular file"));
 }
 
-std::string readFrom(const Descriptor& log) {
-    std::string text;
-    std::array<char, 16384> buffer{};
-    for (ssize_t got = 0; (got = ::read(log.number(), buffer.data(), buffer.size())) > 0;) {
-        text.append(buffer.data(), static_cast<size_t>(got));
-    }
-    return text;
-}
-
 std::vector<std::string> endOf(const Descriptor& log, size_t count) {
     const off_t size = ::lseek(log.number(), 0, SEEK_END);
-    ::lseek(log.number(), std::max<off_t>(0, size - LongestEnd), SEEK_SET);
-    const std::string text = readFrom(log);
+    ::lseek(log.number(), std::max<off_t>(0, size - static_cast<off_t>(LongestEnd)), SEEK_SET);
+    std::string text(LongestEnd, '\0');
+    size_t used = 0;
+    for (ssize_t got = 0; (got = ::read(log.number(), text.data() + used, text.size() - used)) > 0;) {
+        used += static_cast<size_t>(got);
+    }
+    text.resize(used);
     const Lines lines(text);
     const size_t first = lines.size() - std::min(count, lines.size());
     return {lines.all.begin() + static_cast<std::ptrdiff_t>(first), lines.all.end()};
@@ -60,17 +57,17 @@ public:
     void begin(size_t count) {
         if (open()) {
             for (const std::string& line : endOf(log_, count)) {
-                std::cout << line << '\n';
+                std::cout << printable(line) << '\n';
             }
         }
     }
     void goOn() {
         if (log_.isOpen()) {
-            std::cout << readFrom(log_);
+            showNew();
         }
         struct stat now {};
         if (::lstat(path_.c_str(), &now) == 0 && (!log_.isOpen() || now.st_ino != file_.st_ino) && open()) {
-            std::cout << readFrom(log_);
+            showNew();
         }
     }
 
@@ -83,7 +80,19 @@ private:
         return log.ok();
     }
 
-    std::string path_;
+    // Lines that are whole; the rest waits for its end. The owner may have made any length of the log.
+    void showNew() {
+        std::array<char, 16384> buffer{};
+        for (ssize_t got = 0;
+             std::cout && (got = ::read(log_.number(), buffer.data(), buffer.size())) > 0;) {
+            rest_.append(buffer.data(), static_cast<size_t>(got));
+            const size_t whole = rest_.size() > LongestEnd ? rest_.size() : rest_.rfind('\n') + 1;
+            std::cout << printableLines(std::string_view(rest_).substr(0, whole));
+            rest_.erase(0, whole);
+        }
+    }
+
+    std::string path_, rest_;
     Descriptor log_;
     struct stat file_ {};
 };
