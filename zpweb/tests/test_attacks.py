@@ -484,3 +484,16 @@ def test_a_log_that_is_followed_tells_the_terminal_nothing_and_fills_no_memory(s
         run.kill()
         run.wait()
     assert memory < 64 << 10
+
+
+def test_a_link_in_a_directory_that_root_gets_back_is_its_owners_still(live, prey):
+    folder = live.sites / "shop.example/www/html/logs"
+    folder.mkdir()
+    live.do("vdir", "create", "shop.example", folder, "--take-over")
+    (folder / "access_log").symlink_to(prey / "evil")
+    give(folder)
+    live.do("undo")
+    assert folder.stat().st_uid == 0
+    live.conf.write_text(re.sub("(?m)CustomLog .*shop.*", f"CustomLog {folder}/access_log combined", live.text()))
+    answer = live.run("host", "add", "shop.example", "more.example")
+    assert answer.status == 3 and "symbolic link" in answer.err and not (prey / "evil").exists(), answer

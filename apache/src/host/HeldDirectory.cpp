@@ -103,7 +103,11 @@ Descriptor makeDirectoryIn(int parent, const std::string& name) {
 std::optional<std::string> administratorsLink(const HeldDirectory& directory, const std::string& name) {
     char target[PATH_MAX];
     const ssize_t length = ::readlinkat(directory.descriptor(), name.c_str(), target, sizeof target);
-    if (length <= 0 || directory.othersWrite()) {
+    struct stat status {};
+    const bool isOwn = ::fstatat(directory.descriptor(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+                       isAdministrator(status.st_uid);
+    // One of others' may have come before the directory was made the administrator's.
+    if (length <= 0 || !isOwn || directory.othersWrite()) {
         return std::nullopt;
     }
     return std::string(target, static_cast<size_t>(length));

@@ -23,8 +23,8 @@ public:
     };
 
     // An existing directory, reached component by component. On the way, and in its place, only a link is
-    // followed that nobody except the administrator can have placed: one in a directory of root's, or of
-    // this process's account, that no group and no other account can write.
+    // followed that nobody except the administrator can have placed: one of root's, or of this process's
+    // account, in a directory that belongs to these and that no group and no other account can write.
     static std::optional<HeldDirectory> hold(const std::string& path, Obstacle* obstacle = nullptr);
 
     // Good as long as this object.
