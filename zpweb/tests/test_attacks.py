@@ -497,3 +497,21 @@ def test_a_link_in_a_directory_that_root_gets_back_is_its_owners_still(live, pre
     live.conf.write_text(re.sub("(?m)CustomLog .*shop.*", f"CustomLog {folder}/access_log combined", live.text()))
     answer = live.run("host", "add", "shop.example", "more.example")
     assert answer.status == 3 and "symbolic link" in answer.err and not (prey / "evil").exists(), answer
+
+
+@pytest.mark.parametrize("script, told", [("x HTTP/1.1\r\nHost: b\r\n\r\nGET \x1b[2J.php", "GET \\x1b[2J.php"),
+                                          ("d/" * 200 + "z.php", "not all of it"), ("link/z.php", "not all of it")],
+                         ids=["name", "depth", "link"])
+def test_scripts_are_kept_from_visitors_however_their_owner_names_and_places_them(live, fpm, script, told):  # noqa: F811
+    html, log = live.sites / "shop.example/www/html", live.sites / "shop.example/log/httpd/access_log"
+    live.do("php", "set", "shop.example", "--fpm", POOL)
+    (html.parent / "below").mkdir()
+    (html / "link").symlink_to("../below")
+    place = html / script.replace("HTTP/", "HTTP\u2215")
+    place.parent.mkdir(parents=True, exist_ok=True)
+    place.write_text("<?php $secret;")
+    give(html)
+    log.write_text("")
+    answer = live.do("php", "off", "shop.example", preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (100, 100)))
+    assert told in answer.err and len(answer.err.splitlines()) == 1 and len(log.read_text().splitlines()) < 3, answer
+    assert live.get("shop.example", "/" + quote(str(place.relative_to(html))))[0] == 403

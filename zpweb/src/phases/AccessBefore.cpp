@@ -8,6 +8,7 @@
 #include "host/Tree.h"
 #include "sys/File.h"
 #include "sys/GuardedDirectory.h"
+#include "sys/Printable.h"
 
 namespace zpweb {
 
@@ -98,7 +99,7 @@ Outcome restoreAccess(const std::string& kept) {
         std::string path;
         std::getline(words, path, '\0');
         if (exists(path) && !giveBack(path, inode, user, group, mode)) {
-            outcome = failure(path + ": its owner and mode stay; it is another file by now");
+            outcome = failure(printable(path) + ": its owner and mode stay; it is another file by now");
         }
     }
     return outcome;

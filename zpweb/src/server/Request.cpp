@@ -78,6 +78,19 @@ Expected<Reply> replyTo(const Request& request, As as) {
 
 }  // namespace
 
+std::string pathOnWire(std::string_view path) {
+    constexpr std::string_view Plain = "/-._~";
+    constexpr const char* Digits = "0123456789ABCDEF";
+    std::string written;
+    for (const char c : path) {
+        const auto byte = static_cast<unsigned char>(c);
+        const bool plain =
+            zp::conf::isLetter(c) || (c >= '0' && c <= '9') || zp::conf::contains(Plain, {&c, 1});
+        written += plain ? std::string(1, c) : std::string{'%', Digits[byte >> 4], Digits[byte & 15]};
+    }
+    return written;
+}
+
 std::string Reply::header(std::string_view name) const {
     for (const auto& [known, value] : headers) {
         if (zp::conf::equalIgnoringCase(known, name)) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -28,6 +29,9 @@ struct Reply {
     // The first header of this name, in any letter case; empty when there is none.
     std::string header(std::string_view name) const;
 };
+
+// A path of files as it stands on the wire.
+std::string pathOnWire(std::string_view path);
 
 // As a load balancer, too, where the server may want that and gives a visitor no answer. A failure tells
 // why there is no HTTP answer.

@@ -11,6 +11,7 @@
 #include "settings/Proof.h"
 #include "settings/SiteFacts.h"
 #include "settings/SiteSettings.h"
+#include "sys/Printable.h"
 
 namespace zpweb {
 
@@ -88,7 +89,7 @@ bool isReadAt(const Transaction& change, const Origin& place) {
 Outcome staysUnread(const Transaction& change, const std::string& site, const Root& root,
                     const std::string& script) {
     for (Request& request : placesWith(change.configuration(), site, root)) {
-        request.path = script;
+        request.path = pathOnWire(script);
         Outcome shown = shownInTime([&] {
             const auto reply = ask(request);
             return reply.ok() && reply->status == 200 && reply->body.find("<?") != std::string::npos
@@ -148,13 +149,18 @@ Outcome dropPhp(Transaction& change, const std::string& site, bool overwrite) {
     }
     std::set<std::string> hidden;
     for (const Root& root : roots) {
-        const std::string script = someScript(root.effective);
-        if (script.empty()) {
+        const auto script = someScript(root.effective);
+        if (!script) {
             continue;
         }
-        change.output().note(root.effective + script +
-                             " would be shown as text now: scripts there are kept from visitors");
-        change.prove([&change, site, root, script] { return staysUnread(change, site, root, script); });
+        change.output().note(root.effective +
+                             (script->empty() ? ": not all of it can be looked through"
+                                              : printable(*script) + " would be shown as text now") +
+                             ": scripts there are kept from visitors");
+        if (!script->empty()) {
+            change.prove(
+                [&change, site, root, path = *script] { return staysUnread(change, site, root, path); });
+        }
         hidden.insert(root.effective);
     }
     return hidden.empty() ? done() : hideSources(change, settingName(site), hidden);

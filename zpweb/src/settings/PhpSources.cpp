@@ -102,17 +102,23 @@ bool isElsewhere(const Statements& all, const Statement& line, const std::string
 
 }  // namespace
 
-std::string someScript(const std::string& root) {
+std::optional<std::string> someScript(const std::string& root) {
     std::error_code error;
+    std::error_code ignored;
     long seen = 0;
+    bool perhaps = false;
     fs::recursive_directory_iterator entry(root, fs::directory_options::skip_permission_denied, error);
     for (; !error && entry != fs::recursive_directory_iterator(); entry.increment(error)) {
         const std::string path = entry->path().string();
-        if (isScript(path) || ++seen > MostEntries) {
+        if (isScript(path)) {
             return path.substr(root.size());
         }
+        perhaps = perhaps || (entry->is_symlink(ignored) && entry->is_directory(ignored));
+        if (++seen > MostEntries) {
+            return "";
+        }
     }
-    return {};
+    return error || perhaps ? std::optional<std::string>("") : std::nullopt;
 }
 
 std::string otherPhp(const Configuration& configuration, const std::string& site, const std::string& root,

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <set>
 #include <string>
 
@@ -10,8 +11,9 @@
 
 namespace zpweb {
 
-// A script below the directory, as its path from there ("/blog/index.php"); empty when there is none.
-std::string someScript(const std::string& root);
+// A script below the directory, as its path from there ("/blog/index.php"); absent when there is none,
+// empty when there may be one where nobody looks: behind a link, or beyond what can be read.
+std::optional<std::string> someScript(const std::string& root);
 // Where a line other than a setting's runs the site's scripts below the directory: FILE:LINE; empty when
 // none does. What stands in blocks of other sites, in sections for other directories, or in conditions that
 // are not met, does not.
