@@ -515,3 +515,15 @@ def test_scripts_are_kept_from_visitors_however_their_owner_names_and_places_the
     answer = live.do("php", "off", "shop.example", preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (100, 100)))
     assert told in answer.err and len(answer.err.splitlines()) == 1 and len(log.read_text().splitlines()) < 3, answer
     assert live.get("shop.example", "/" + quote(str(place.relative_to(html))))[0] == 403
+
+
+def test_a_pipe_in_the_place_of_a_key_is_not_waited_for(site):
+    folder = site.sites / "shop.example/www"
+    issue(folder / "cert.pem", folder / "key.pem")
+    words = [ZPWEB, "--conf", site.conf, "tls", "on", "shop.example", "--certificate", folder / "cert.pem", "--key", folder / "key.pem", "--dry-run", *FAST]
+    environment = {**os.environ, "ZPFAULT_ALL": "1"}
+    calls = subprocess.run([ZPFAULT, "none", "0", *words], capture_output=True, text=True, env=environment).stderr
+    for call, file in re.findall(rf"(?m)^(\d+) \w+ {folder}/(\w+\.pem)$", calls):
+        swap = f"cd {folder} && mv {file} away && mkfifo {file}"
+        subprocess.run([ZPFAULT, "meanwhile", call, *words], capture_output=True, timeout=10, env={**environment, "ZPFAULT_RUN": swap})
+        (folder / "away").rename(folder / file)

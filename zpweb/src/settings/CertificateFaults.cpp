@@ -57,13 +57,18 @@ void addOrder(Faults& faults, const std::string& file, const Chain& chain) {
     }
 }
 
-// As the server itself loads them, with the system's idea of keys that are long enough.
-void addRefusal(Faults& faults, const CertificateFiles& files) {
+// As the server itself takes them, with the system's idea of keys that are long enough. The files are not
+// opened again: their directory's owner may have put a pipe there.
+void addRefusal(Faults& faults, const CertificateFiles& files, const Chain& chain, EVP_PKEY* key) {
     const std::unique_ptr<SSL_CTX, decltype(&SSL_CTX_free)> context(SSL_CTX_new(TLS_server_method()),
                                                                     SSL_CTX_free);
-    if (SSL_CTX_use_certificate_chain_file(context.get(), files.certificate.c_str()) != 1) {
+    bool taken = SSL_CTX_use_certificate(context.get(), chain.front().get()) == 1;
+    for (size_t i = 1; taken && i < chain.size(); ++i) {
+        taken = SSL_CTX_add1_chain_cert(context.get(), chain[i].get()) == 1;
+    }
+    if (!taken) {
         faults.push_back(files.certificate + ": not usable: " + opensslError());
-    } else if (SSL_CTX_use_PrivateKey_file(context.get(), files.key.c_str(), SSL_FILETYPE_PEM) != 1) {
+    } else if (SSL_CTX_use_PrivateKey(context.get(), key) != 1) {
         faults.push_back(files.key + ": not usable: " + opensslError());
     }
 }
@@ -133,7 +138,7 @@ std::vector<std::string> faultsOf(const CertificateFiles& files, const std::vect
     addWay(faults, files.certificate);
     addWay(faults, files.key);
     if (faults.empty()) {
-        addRefusal(faults, files);
+        addRefusal(faults, files, *chain, key->get());
     }
     return faults;
 }
