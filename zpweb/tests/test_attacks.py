@@ -527,3 +527,11 @@ def test_a_pipe_in_the_place_of_a_key_is_not_waited_for(site):
         swap = f"cd {folder} && mv {file} away && mkfifo {file}"
         subprocess.run([ZPFAULT, "meanwhile", call, *words], capture_output=True, timeout=10, env={**environment, "ZPFAULT_RUN": swap})
         (folder / "away").rename(folder / file)
+
+
+def test_a_dry_run_gives_the_time_of_one_directory_to_no_other(site, prey):
+    html = site.sites / "shop.example/www/html"
+    give(html.parent.parent)
+    swap = f"mv {html} {html.parent.parent}/swapped && ln -s {prey} {html} && chown -h {OWNER} {html}"
+    words = f"site create b.example --address 127.0.0.1 --owner anna --path {html} --dry-run"
+    assert hurt_by(site, prey, words, swap, lambda: {"time": prey.stat().st_mtime_ns}) == []

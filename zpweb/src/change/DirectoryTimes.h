@@ -1,7 +1,8 @@
 // The times of directories in which a dry run makes something and removes it again.
 #pragma once
 
-#include <ctime>
+#include <sys/stat.h>
+
 #include <map>
 #include <string>
 
@@ -10,10 +11,10 @@ namespace zpweb {
 class DirectoryTimes {
 public:
     void remember(const std::string& directory);  // a directory that is not there is none to remember
-    void restore();
+    void restore();                               // of those that still stand there
 
 private:
-    std::map<std::string, timespec> changed_;
+    std::map<std::string, struct stat> before_;
 };
 
 }  // namespace zpweb
