@@ -110,6 +110,7 @@ def test_a_file_of_roots_is_at_no_moment_open_to_the_owner_of_its_directory(site
 @pytest.mark.parametrize("words, made, swap, since", [
     ("site create b.example --address 127.0.0.1 --owner anna --path {html}", "b.example/www", "mv {html}/secret {made}", ""),
     ("protect add {html}/q joe", "q", "mkfifo {made}", ""),
+    ("site create c.example --address 127.0.0.1 --owner anna --path {html}/q/d --traverse", "q", "mv {html}/secret {made}", ""),
     # What root names is given; what comes there once root has looked is not.
     ("vdir create shop.example {html}/q --take-over", "q", "mv {html}/secret {made}", "journal"),
     ("site set shop.example --folder {html}/q --mode 0777", "q", "mv {html}/secret {made}", "journal"),
@@ -118,10 +119,12 @@ def test_a_file_of_roots_is_at_no_moment_open_to_the_owner_of_its_directory(site
 def test_what_comes_into_the_place_of_what_root_has_made_is_not_taken_for_it(site, prey, words, made, swap, since):
     """A directory of root's that stood beside becomes nobody else's; and no pipe is waited for."""
     html = site.sites / "shop.example/www/html"
-    (html / made.partition("/www")[0]).mkdir()
+    (html / made.partition("/www")[0] / "d").mkdir(parents=True)
+    (html / made.partition("/www")[0]).chmod(0o776)
     (html / "b.example").mkdir(exist_ok=True)
     give(html.parent.parent)
-    (html / "b.example/secret").mkdir(mode=0o700)
+    (html / "b.example/secret/d").mkdir(parents=True)
+    (html / "b.example/secret").chmod(0o700)
     (html / "b.example/secret/file").touch()
     swap = (f"[ -e {site.root}/.zpweb/{since} ] && [ -d {html / made} ] && mv {html / made} {html.parent.parent}/swapped && "
             + swap.format(html=html / "b.example", made=html / made))
@@ -131,6 +134,20 @@ def test_what_comes_into_the_place_of_what_root_has_made_is_not_taken_for_it(sit
         return {"the directory": (status.st_uid, oct(status.st_mode))}
 
     assert hurt_by(site, prey, words.format(html=html), swap, secrets) == []
+
+
+def test_a_directory_of_roots_is_opened_to_nobody_for_the_logs_of_a_site(site):
+    """Its owner has moved one that stood in the home to where the next site's logs will lie."""
+    home = site.sites / "shop.example/b.example"
+    words = ["site", "create", "b.example", "--address", "127.0.0.1", "--owner", OWNER, "--admin", "root", "--path", home.parent, *FAST]
+    site.do(*words)
+    (home / "log/httpd/access_log").touch()
+    site.do("undo", *FAST)
+    site.do(*words, "--dry-run")  # what the undo has left is taken
+    (home / "log").rename(home / "left")
+    (home / "log").mkdir(mode=0o700)
+    answer = site.run(*words)
+    assert answer.status == 7 and oct((home / "log").stat().st_mode) == "0o40700", answer
 
 
 @pytest.mark.parametrize("bait", ["ln {prey}/access_log", "ln -s {prey}/access_log"])

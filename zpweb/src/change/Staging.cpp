@@ -91,7 +91,7 @@ void Transaction::outstanding(zp::host::Effect effect) {
     const int looked = (isFollowed ? ::stat : ::lstat)(effect.path.c_str(), &status);
     if (looked != 0) {
         zp::host::noteFault(effect.path);
-    } else if (!set_->files().contains(effect.path)) {
+    } else if (!effect.inode && !set_->files().contains(effect.path)) {
         effect.inode = status.st_ino;
     }
     journal_.outstanding.push_back(std::move(effect));

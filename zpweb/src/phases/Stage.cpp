@@ -124,11 +124,18 @@ private:
     std::string placeOf(const std::string& path) const {
         return path.starts_with(work_ + "/") ? path : work_ + "/scratch-" + nameOf(path);
     }
-    // One that an undo has left because there was something in it is taken as it is.
-    static bool isOwnDirectory(const Effect& effect) {
+    // One that an undo has left because there was something in it is taken as it is. Another one of root's
+    // would be opened to others by it.
+    static bool takesOwnDirectory(Effect& effect) {
         struct stat status {};
-        return effect.step == Effect::Step::MakeDirectory && ::lstat(effect.path.c_str(), &status) == 0 &&
-               S_ISDIR(status.st_mode) && status.st_uid == effect.user.value_or(::geteuid());
+        const bool isThere = effect.step == Effect::Step::MakeDirectory &&
+                             ::lstat(effect.path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) &&
+                             status.st_uid == effect.user.value_or(::geteuid());
+        if (!isThere || (status.st_uid == ::geteuid() && (status.st_mode & 07777) != effect.mode)) {
+            return false;
+        }
+        effect.inode = status.st_ino;
+        return true;
     }
     // What is made twice, or where something else stands, cannot be made.
     bool note(Effect effect) {
@@ -136,7 +143,7 @@ private:
         if (effect.step == Effect::Step::MakeFile && isThere) {
             return true;
         }
-        if (effect.step == Effect::Step::ProvideDirectory || isOwnDirectory(effect)) {
+        if (effect.step == Effect::Step::ProvideDirectory || takesOwnDirectory(effect)) {
             effect.step = isThere ? Effect::Step::GiveAccess : Effect::Step::MakeDirectory;
         }
         const bool directory = effect.step == Effect::Step::MakeDirectory;

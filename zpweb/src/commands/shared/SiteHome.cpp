@@ -9,6 +9,7 @@
 
 #include "commands/shared/ServerUser.h"
 #include "host/Accounts.h"
+#include "host/HeldDirectory.h"
 #include "host/SiteDirectories.h"
 #include "input/Quoted.h"
 #include "sys/File.h"
@@ -22,13 +23,16 @@ namespace {
 
 constexpr mode_t HomeMode = 0711;
 
-// As an undo leaves it that finds something in it, and no link. Another one of root's there is something
-// that the owner has moved into its place.
-bool isDirectoryOf(const std::string& owner, const std::string& path, bool mayBeRoots) {
+// As an undo leaves it that finds something in it, and no link. Another one of root's there, also one that
+// is closed to others, is something that the owner has moved into its place.
+bool isDirectoryOf(const std::string& owner, const std::string& path,
+                   const zp::host::site::Directory& wanted) {
     const auto account = zp::host::findAccount(owner);
     struct stat status {};
-    return ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) &&
-           ((mayBeRoots && status.st_uid == ::geteuid()) || (account && status.st_uid == account->user));
+    const bool isDirectory = ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+    const bool isRoots =
+        wanted.ofAdministrator && status.st_uid == ::geteuid() && (status.st_mode & 07777) == wanted.mode;
+    return isDirectory && (isRoots || (account && status.st_uid == account->user));
 }
 
 // The directories from the top to this one.
@@ -52,6 +56,12 @@ bool entersNow(const std::string& account, const std::string& directory) {
     return entry->second;
 }
 
+// One of root's in a directory of an owner's may be any that the owner has moved there.
+bool mayBeMovedRoots(const std::string& directory, const struct stat& status) {
+    const auto above = zp::host::HeldDirectory::hold(directoryOf(directory));
+    return status.st_uid == ::geteuid() && (!above || above->othersWrite());
+}
+
 }  // namespace
 
 std::string homeOf(const std::string& account) {
@@ -72,7 +82,7 @@ Outcome makeHome(Transaction& change, const std::string& home, const std::string
     std::vector<std::string> made{home};
     for (const zp::host::site::Directory& directory : zp::host::site::Directories) {
         made.push_back(home + directory.path);
-        if (exists(made.back()) && !isDirectoryOf(owner, made.back(), directory.ofAdministrator)) {
+        if (exists(made.back()) && !isDirectoryOf(owner, made.back(), directory)) {
             return failure(Status::Exists, made.back() + ": exists already, and is no directory of " +
                                                owner + "'s that the site could take");
         }
@@ -112,12 +122,15 @@ Outcome makeReachable(Transaction& change, const std::string& home, bool open) {
                                ", so the site could not be seen: --traverse lets everybody "
                                "pass it (chmod o+x), or choose another --path");
         }
-        change.outstanding({zp::host::Effect::Step::GiveAccess,
-                            directory,
-                            {},
-                            {},
-                            (status.st_mode & 07777) | S_IXOTH,
-                            false});
+        if (mayBeMovedRoots(directory, status)) {
+            return failure(Status::Refused, directory +
+                                                " is root's and closed, in a directory that others can "
+                                                "write: it is not opened; chmod o+x when that is meant");
+        }
+        change.outstanding({.step = zp::host::Effect::Step::GiveAccess,
+                            .path = directory,
+                            .mode = (status.st_mode & 07777) | S_IXOTH,
+                            .inode = status.st_ino});
     }
     return done();
 }
