@@ -1,8 +1,10 @@
 """What a site's owner, who controls all that lies below the home, tries against root. Every test is one of theirs."""
+import fcntl
 import os
 import re
 import resource
 import shutil
+import signal
 import socket
 import subprocess
 import time
@@ -453,7 +455,7 @@ def test_a_file_that_root_names_is_read_through_no_link_of_its_directorys_owner(
     assert "symbolic link" not in site.run(*words.format(file=site.root / "www/link").split(), *FAST).err
 
 
-@pytest.mark.parametrize("kind", ["fifo", "directory", "socket", "way", "loop", "file for directory"])
+@pytest.mark.parametrize("kind", ["fifo", "directory", "socket", "lease", "way", "loop", "file for directory"])
 def test_what_its_owner_makes_of_a_file_holds_up_no_recovery(site, prey, kind):
     """A run was killed between two files of the owner's: what stands there now is nobody's reason to wait."""
     q = site.sites / "shop.example/www/html/q"
@@ -465,6 +467,9 @@ def test_what_its_owner_makes_of_a_file_holds_up_no_recovery(site, prey, kind):
     if kind in ("fifo", "directory", "socket"):
         for name in (".htaccess", ".htpasswd"):
             plant(kind, q / name, prey)
+    elif kind == "lease":
+        signal.signal(signal.SIGIO, signal.SIG_IGN)
+        fcntl.fcntl(os.open(q / ".htaccess", os.O_RDWR), fcntl.F_SETLEASE, fcntl.F_WRLCK)
     else:
         q.rename(f"{q}.away")
         q.symlink_to({"way": f"{q}.away", "loop": q}[kind]) if kind != "file for directory" else q.touch()

@@ -172,7 +172,7 @@ Expected<std::string> readDescriptor(const Descriptor& file, const std::string& 
 Expected<bool> readParts(const std::string& path, const std::function<void(std::string_view)>& take) {
     struct stat status {};
     const Descriptor file(::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-    if (!file.isOpen() && (errno == ENOTDIR || errno == ELOOP || errno == ENXIO)) {
+    if (!file.isOpen() && (errno == ENOTDIR || errno == ELOOP || errno == ENXIO || errno == EWOULDBLOCK)) {
         return false;
     }
     if (!file.isOpen() || ::fstat(file.number(), &status) != 0) {
