@@ -521,6 +521,13 @@ def test_a_link_in_a_directory_that_root_gets_back_is_its_owners_still(live, pre
     assert answer.status == 3 and "symbolic link" in answer.err and not (prey / "evil").exists(), answer
 
 
+def test_the_cost_of_a_hash_that_an_owner_has_written_is_not_paid(site):
+    users = site.sites / "shop.example/www/users"
+    users.write_text("joe:$2y$31$abcdefghijklmnopqrstuuABCDEFGHIJKLMNOPQRSTUVWXYZabcde\n")
+    give(users)
+    site.do("access", "set", "shop.example", "/x", "--users", "joe", "--user-file", users, *FAST)
+
+
 @pytest.mark.parametrize("script, told", [("x HTTP/1.1\r\nHost: b\r\n\r\nGET \x1b[2J.php", "GET \\x1b[2J.php"),
                                           ("d/" * 200 + "z.php", "not all of it"), ("link/z.php", "not all of it")],
                          ids=["name", "depth", "link"])
