@@ -528,6 +528,22 @@ def test_the_cost_of_a_hash_that_an_owner_has_written_is_not_paid(site):
     site.do("access", "set", "shop.example", "/x", "--users", "joe", "--user-file", users, *FAST)
 
 
+def test_a_file_whose_lines_are_hard_to_pair_costs_an_undo_little(site):
+    """Its owner has written it for that: many long ranges of few different lines."""
+    file = site.sites / "shop.example/www/html/conf"
+
+    def seconds(count):
+        lines = [f"x{i}\n" if i % 4000 == 0 else f"{i % 2}\n" for i in range(count)]
+        file.write_text("".join(lines))
+        site.do("param", "add", file, "a", "b", *FAST)
+        file.write_text("".join(line if line[0] == "x" else f"{i % 3}\n" for i, line in enumerate(lines)))
+        before = resource.getrusage(resource.RUSAGE_CHILDREN).ru_utime
+        site.run("undo", *FAST)
+        return resource.getrusage(resource.RUSAGE_CHILDREN).ru_utime - before
+
+    assert seconds(200000) < 8 * seconds(8000)
+
+
 @pytest.mark.parametrize("script, told", [("x HTTP/1.1\r\nHost: b\r\n\r\nGET \x1b[2J.php", "GET \\x1b[2J.php"),
                                           ("d/" * 200 + "z.php", "not all of it"), ("link/z.php", "not all of it")],
                          ids=["name", "depth", "link"])

@@ -114,14 +114,16 @@ private:
         return chosen;
     }
 
-    // The longest common subsequence by its table; ranges too large for one are left unpaired.
+    // The longest common subsequence by its table; ranges too large for one are left unpaired, and so are
+    // those behind many large ones: who writes the lists may have made them so.
     void longestCommon(Range a, Range b) {
         constexpr size_t LargestTable = 16'000'000;
         const size_t rows = a.end - a.first;
         const size_t columns = b.end - b.first;
-        if (rows * columns > LargestTable) {
+        if (rows * columns > std::min(LargestTable, left_)) {
             return;
         }
+        left_ -= rows * columns;
         std::vector<unsigned> length((rows + 1) * (columns + 1));
         const auto at = [&](size_t row, size_t column) -> unsigned& {
             return length[row * (columns + 1) + column];
@@ -147,6 +149,7 @@ private:
     const Keys& a_;
     const Keys& b_;
     std::vector<Pair> pairs_;
+    size_t left_ = 32'000'000;  // cells of tables
 };
 
 // Equal ends are paired without a look at what the texts in between are.
