@@ -13,7 +13,7 @@ from urllib.parse import quote
 
 import pytest
 
-from conftest import NEW_KEY, OWNER, ZPFAULT, ZPWEB, await_true, give
+from conftest import NEW_KEY, OWNER, ZPFAULT, ZPWEB, await_true, free_port, give
 from test_settings import POOL, fpm  # noqa: F401
 
 FAST = ("--no-check", "--no-reload")
@@ -266,9 +266,9 @@ def hurt_by(site, prey, words, swap, look, fast=FAST):
     return wrong
 
 
-def issue(certificate, key):
-    subprocess.run(["openssl", "req", "-x509", *NEW_KEY, "-subj", "/CN=shop.example", "-addext",
-                    "subjectAltName=DNS:shop.example,DNS:www.shop.example", "-keyout", key, "-out", certificate], check=True, capture_output=True)
+def issue(certificate, key, names="DNS:shop.example,DNS:www.shop.example"):
+    subprocess.run(["openssl", "req", "-x509", *NEW_KEY, "-subj", "/CN=shop.example", "-addext", f"subjectAltName={names}", "-keyout", key,
+                    "-out", certificate], check=True, capture_output=True)
 
 
 def certify(site, folder):
@@ -568,10 +568,22 @@ def test_a_pipe_in_the_place_of_a_key_is_not_waited_for(site):
     words = [ZPWEB, "--conf", site.conf, "tls", "on", "shop.example", "--certificate", folder / "cert.pem", "--key", folder / "key.pem", "--dry-run", *FAST]
     environment = {**os.environ, "ZPFAULT_ALL": "1"}
     calls = subprocess.run([ZPFAULT, "none", "0", *words], capture_output=True, text=True, env=environment).stderr
-    for call, file in re.findall(rf"(?m)^(\d+) \w+ {folder}/(\w+\.pem)$", calls):
+    for call, kind, file in re.findall(rf"(?m)^(\d+) (\w+) {folder}/(\w+\.pem)$", calls):
         swap = f"cd {folder} && mv {file} away && mkfifo {file}"
-        subprocess.run([ZPFAULT, "meanwhile", call, *words], capture_output=True, timeout=10, env={**environment, "ZPFAULT_RUN": swap})
+        done = subprocess.run([ZPFAULT, "meanwhile", call, *words], capture_output=True, timeout=10, env={**environment, "ZPFAULT_RUN": swap})
+        assert done.returncode in ((1, 3) if kind == "openat" else (0, 1, 3)), (call, done)
         (folder / "away").rename(folder / file)
+
+
+def test_a_certificate_that_is_exchanged_behind_the_look_at_it_is_not_called_shown(live):
+    folder, before = live.sites / "shop.example/www", live.text()
+    issue(folder / "cert.pem", folder / "key.pem")
+    issue(folder / "other.pem", folder / "others-key.pem", "DNS:other.example")
+    words = ["tls", "on", "shop.example", "--certificate", folder / "cert.pem", "--key", folder / "key.pem", "--https-port", str(free_port())]
+    swap = f"cd {folder} && mv other.pem cert.pem && mv others-key.pem key.pem"
+    done = subprocess.run([ZPFAULT, "meanwhile", "renameat2:1", ZPWEB, "--conf", live.conf, *words], capture_output=True, text=True,
+                          timeout=60, env={**os.environ, "ZPFAULT_RUN": swap})
+    assert done.returncode == 4 and "shows another certificate" in done.stderr and live.text() == before, done
 
 
 def test_a_dry_run_gives_the_time_of_one_directory_to_no_other(site, prey):

@@ -68,7 +68,12 @@ Outcome proveTls(const Transaction& change, const std::string& site) {
     const std::string file =
         settingPath(change.configuration().main().path(), settingName(site), Setting::Tls);
     const std::vector<Place> places = change.configuration().find(site);
-    const auto missing = uncovered(setting->files.certificate, namesOf(places));
+    if (const auto facts = factsOf(setting->files.certificate); !facts.ok()) {
+        return facts.outcome();
+    }
+    // It is asked again only which names it need not cover: its directory's owner may have exchanged it.
+    const auto missing = setting->anyName ? uncovered(setting->files.certificate, namesOf(places))
+                                          : std::vector<std::string>();
     for (const Place& place : places) {
         if (place.block->stopped || !includes(*place.block, file)) {
             continue;
@@ -179,8 +184,12 @@ Outcome setTls(Transaction& change, const std::string& site, TlsSetting setting,
     if (!outcome.ok()) {
         return outcome;
     }
+    const auto facts = factsOf(setting.files.certificate);
+    if (!facts.ok()) {
+        return facts.outcome();
+    }
     change.asked().moving.insert(settingName(site));  // its names get listeners of their own
-    setting.fingerprint = factsOf(setting.files.certificate)->fingerprint;
+    setting.fingerprint = facts->fingerprint;
     const auto before = tlsOf(change, site);
     setting.made = before ? before->made : setting.made;
     outcome = provideServer(change, site, setting);
