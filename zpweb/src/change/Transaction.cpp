@@ -5,7 +5,7 @@
 #include <algorithm>
 
 #include "phases/Recover.h"
-#include "server/ConditionalNames.h"
+#include "server/ConditionalLines.h"
 #include "store/AuditLog.h"
 #include "store/Migration.h"
 #include "sys/File.h"
@@ -53,7 +53,7 @@ Outcome Transaction::begin(std::shared_ptr<Lock> held) {
         return configuration.outcome();
     }
     if (settings_->check) {
-        decideNames(*configuration, state_->reading());
+        decideConditions(*configuration, state_->reading());
     }
     set_.emplace(std::move(*configuration));
     journal_.configuration = *main;

@@ -221,15 +221,15 @@ bool Configuration::isReached(const std::string& path, int Uses::*by) const {
                        [&](const std::string& link) { return isIncluded(link, by); });
 }
 
-bool Configuration::hasConditionalNames() const {
+bool Configuration::hasConditionalLines() const {
     return std::any_of(files_.begin(), files_.end(),
-                       [](const auto& file) { return !file->conditionalNames().empty(); });
+                       [](const auto& file) { return !file->conditionalLines().empty(); });
 }
 
 void Configuration::tellMet(ConditionsMet met) {
     around_->met = std::move(met);
     for (const auto& file : files_) {
-        if (!file->conditionalNames().empty()) {
+        if (!file->conditionalLines().empty()) {
             file->forget();
         }
     }

@@ -36,7 +36,7 @@ public:
     const std::vector<Block>& blocks() const { return contents().blocks; }
     const std::vector<Block>& templates() const { return contents().templates; }
     const ServerLines& server() const { return contents().server; }
-    const std::vector<ConditionalName>& conditionalNames() const { return contents().conditionalNames; }
+    const std::vector<ConditionalLine>& conditionalLines() const { return contents().conditionalLines; }
     const std::vector<const char*>& sectionEnds() const { return contents().sectionEnds; }
     size_t longestLine() const { return contents().longestLine; }
     const Block* blockAt(size_t line) const;  // the block that holds the line; null outside of all
@@ -104,8 +104,9 @@ public:
     std::string announcements(const std::string& path) const;
     void putPart(const ConfigurationFile& part, Content content);
 
-    // Do names stand in conditions within blocks? They count until it is told that these are not met.
-    bool hasConditionalNames() const;
+    // Do lines that tell names, roots or TLS stand in conditions within blocks? They count until it is told
+    // that these are not met.
+    bool hasConditionalLines() const;
     void tellMet(ConditionsMet met);
     const ConditionsMet& met() const { return around_->met; }
     // May the server be asked? Not with --no-check.

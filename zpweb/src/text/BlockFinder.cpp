@@ -63,8 +63,8 @@ std::string_view argumentsOf(std::string_view text, std::string_view name) {
 }  // namespace
 
 BlockReader::BlockReader(LineStart opening, std::string_view tag, bool stopped, Values& values,
-                         std::vector<ConditionalName>& conditionalNames)
-    : values_(values), conditionalNames_(conditionalNames), conditions_(values) {
+                         std::vector<ConditionalLine>& conditionalLines)
+    : values_(values), conditionalLines_(conditionalLines), conditions_(values) {
     block_.text = opening.raw.substr(0, 0);
     block_.lines.first = block_.nameLine = opening.number;
     block_.stopped = stopped;
@@ -82,17 +82,19 @@ void BlockReader::take(std::string_view text, size_t line) {
     switch (zp::conf::lower(text.front())) {
         case 's':
             if (is(keyword::ServerName)) {
-                noteName(text, line, false);
+                note(text, line, false);
                 takeServerName(argumentsOf(text, keyword::ServerName), line);
             } else if (is(keyword::ServerAlias)) {
-                noteName(text, line, false);
+                note(text, line, false);
                 takeAliases(argumentsOf(text, keyword::ServerAlias));
             } else if (is("SSLEngine")) {
+                note(text, line, false);
                 block_.tls = equalIgnoringCase(values_.first(argumentsOf(text, "SSLEngine")), "on");
             }
             break;
         case 'd':
-            if (block_.root.empty() && is(keyword::DocumentRoot)) {
+            if (is(keyword::DocumentRoot)) {  // the last one counts
+                note(text, line, false);
                 block_.root = values_.first(argumentsOf(text, keyword::DocumentRoot));
             }
             break;
@@ -103,10 +105,10 @@ void BlockReader::take(std::string_view text, size_t line) {
             break;
         case 'i':
             if (is(keyword::Include)) {
-                noteName(text, line, true);
+                note(text, line, true);
                 takeInclude(argumentsOf(text, keyword::Include));
             } else if (is("IncludeOptional")) {
-                noteName(text, line, true);
+                note(text, line, true);
                 takeInclude(argumentsOf(text, "IncludeOptional"));
             }
             break;
@@ -127,13 +129,13 @@ bool BlockReader::takeCondition(std::string_view text, size_t line) {
 }
 
 // What the server is to be asked about.
-void BlockReader::noteName(std::string_view text, size_t line, bool included) {
+void BlockReader::note(std::string_view text, size_t line, bool included) {
     if (conditions_.none() || (included && !block_.name.empty())) {
         return;
     }
     const std::string_view logical = logicalLine(text);
     const auto more = static_cast<size_t>(std::count(logical.begin(), logical.end(), '\n'));
-    conditionalNames_.push_back(
+    conditionalLines_.push_back(
         {conditions_.key(), block_.lines.first, {line, line + more + 1}, block_.stopped, included});
     includesUndecided_ = includesUndecided_ || (included && !conditions_.areKnown());
 }
@@ -198,7 +200,7 @@ void BlockFinder::take(const LineStart& line) {
     } else if (isTag(line.text, keyword::VirtualHost)) {
         if (!tagArguments(line.text, keyword::VirtualHost).empty()) {  // else it is prose
             finish(line.raw.data(), line.number, false);               // one that is never closed
-            live_.emplace(line, line.text, false, values_, contents_.conditionalNames);
+            live_.emplace(line, line.text, false, values_, contents_.conditionalLines);
         }
     } else if (live_ && isTag(line.text, keyword::VirtualHostEnd)) {
         finish(endOf(line, logicalLine(line.raw)), numberBehind(line), true);
@@ -221,7 +223,7 @@ void BlockFinder::takeComment(const LineStart& line) {
         if (tag.ends_with('\\') ||
             (tag.find('>') != tag.npos && !tagArguments(tag, keyword::VirtualHost).empty())) {
             inPerl_ = false;
-            commented_.emplace(line, tag, true, values_, contents_.conditionalNames);
+            commented_.emplace(line, tag, true, values_, contents_.conditionalLines);
         }
     } else if (commented_ && isTag(text, keyword::VirtualHostEnd)) {
         Block block = commented_->ended(endOf(line, logicalLine(line.raw)), numberBehind(line));

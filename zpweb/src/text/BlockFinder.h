@@ -23,7 +23,7 @@ struct LineStart {
 class BlockReader {
 public:
     BlockReader(LineStart opening, std::string_view tag, bool stopped, Values& values,
-                std::vector<ConditionalName>& conditionalNames);
+                std::vector<ConditionalLine>& conditionalLines);
 
     void take(std::string_view text, size_t line);
     // It ends before this place. Without a name it has the one of a file that it includes.
@@ -31,13 +31,13 @@ public:
 
 private:
     bool takeCondition(std::string_view text, size_t line);
-    void noteName(std::string_view text, size_t line, bool included);
+    void note(std::string_view text, size_t line, bool included);
     void takeServerName(std::string_view arguments, size_t line);
     void takeAliases(std::string_view arguments);
     void takeInclude(std::string_view arguments);
 
     Values& values_;
-    std::vector<ConditionalName>& conditionalNames_;
+    std::vector<ConditionalLine>& conditionalLines_;
     Conditions conditions_;
     Block block_;
     std::string aliases_;                     // of several lines

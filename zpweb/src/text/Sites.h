@@ -74,8 +74,9 @@ struct Surroundings {
     ConditionsMet met;                               // as far as it is known
 };
 
-// A name that stands in a condition within a block, or the line that includes a file with one.
-struct ConditionalName {
+// A name, a root or the switch for TLS that stands in a condition within a block, or a line that includes a
+// file in which one may stand.
+struct ConditionalLine {
     std::string condition;  // see Conditions
     size_t block;           // the line that opens the block
     Range lines;
@@ -87,7 +88,7 @@ struct Contents {
     std::vector<Block> templates;  // those in macros
     ServerLines server;
     std::vector<const char*> sectionEnds;  // behind each section outside of blocks that stands in no other
-    std::vector<ConditionalName> conditionalNames;
+    std::vector<ConditionalLine> conditionalLines;
     size_t longestLine = 0;
     std::deque<std::string> texts;  // what some of the views are views of
 };

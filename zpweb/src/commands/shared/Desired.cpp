@@ -7,7 +7,7 @@
 #include "commands/shared/CommandLines.h"
 #include "commands/shared/SettingReading.h"
 #include "commands/shared/SiteReading.h"
-#include "server/ConditionalNames.h"
+#include "server/ConditionalLines.h"
 #include "store/State.h"
 #include "sys/File.h"
 
@@ -67,7 +67,7 @@ Expected<Configuration> loaded(const Session& session) {
     const auto main = realPathOf(session.settings.configuration);
     auto configuration = main.ok() ? Configuration::load(*main) : Expected<Configuration>(main.outcome());
     if (configuration.ok() && session.settings.check) {
-        decideNames(*configuration, State(*main).reading());
+        decideConditions(*configuration, State(*main).reading());
     }
     return configuration;
 }

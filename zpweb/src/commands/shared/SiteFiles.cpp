@@ -6,7 +6,7 @@
 #include "conf/Text.h"
 #include "input/HostName.h"
 #include "input/Quoted.h"
-#include "server/ConditionalNames.h"
+#include "server/ConditionalLines.h"
 #include "sys/File.h"
 #include "text/Statements.h"
 
@@ -86,8 +86,8 @@ std::string comparable(const std::string& name) {
 Surroundings surroundingsOf(const Configuration& configuration, std::string_view unread) {
     Surroundings around;
     const Contents contents = contentsOf(unread, around);
-    if (!contents.conditionalNames.empty()) {
-        around.met = metFor(configuration, contents.conditionalNames);
+    if (!contents.conditionalLines.empty()) {
+        around.met = metFor(configuration, contents.conditionalLines);
     }
     for (const std::string& pattern : around.namesSought) {
         around.includedNames[pattern] = configuration.serverNameIn(pattern);

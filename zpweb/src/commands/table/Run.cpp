@@ -7,7 +7,7 @@
 #include "commands/table/Promise.h"
 #include "commands/table/Secret.h"
 #include "commands/table/Together.h"
-#include "server/ConditionalNames.h"
+#include "server/ConditionalLines.h"
 #include "store/State.h"
 #include "sys/File.h"
 #include "sys/Hash.h"
@@ -83,9 +83,9 @@ Outcome runAlone(Session& session, const std::vector<Invocation>& invocations,
     return conclude(session.settings, session.output, std::move(outcome));
 }
 
-void decideNamesFor(Session& session, Configuration& configuration) {
+void decideConditionsFor(Session& session, Configuration& configuration) {
     if (session.settings.check) {
-        decideNames(configuration, State(configuration.main().path()).reading());
+        decideConditions(configuration, State(configuration.main().path()).reading());
     }
     for (const Place& place : configuration.undecided()) {
         session.output.note(place.text() +
@@ -107,7 +107,7 @@ Outcome read(Session& session, const Command& command, const Arguments& argument
     if (!configuration.ok()) {
         return configuration.outcome();
     }
-    decideNamesFor(session, *configuration);
+    decideConditionsFor(session, *configuration);
     if (const auto* ofConfiguration = std::get_if<ReadConfiguration>(&command.action)) {
         return (*ofConfiguration)(session, *configuration, arguments);
     }

@@ -1,4 +1,4 @@
-#include "server/ConditionalNames.h"
+#include "server/ConditionalLines.h"
 
 #include <algorithm>
 #include <map>
@@ -17,6 +17,8 @@ namespace {
 constexpr size_t MostAsked = 1000;
 constexpr std::string_view IfVersion = "IfVersion";
 constexpr const char* Mark = "zpweb-condition-";
+// See BlockReader.
+constexpr const char* Telling[] = {"ServerName", "ServerAlias", "DocumentRoot", "SSLEngine"};
 
 using LinePlace = std::pair<std::string, size_t>;
 
@@ -29,23 +31,24 @@ public:
             blocks_.emplace(origin.file, origin.line);
         }
         for (const Directive& directive : reading.directives()) {
-            if (directive.is("ServerName") || directive.is("ServerAlias")) {
+            if (std::any_of(std::begin(Telling), std::end(Telling),
+                            [&directive](const char* name) { return directive.is(name); })) {
                 const Origin origin = reading.originOf(directive);
-                names_.emplace(origin.file, origin.line);
+                lines_.emplace(origin.file, origin.line);
             }
         }
     }
 
-    bool tellsOf(const std::string& file, const ConditionalName& name) const {
-        return !name.stopped && !name.included && blocks_.contains({file, name.block + 1});
+    bool tellsOf(const std::string& file, const ConditionalLine& line) const {
+        return !line.stopped && !line.included && blocks_.contains({file, line.block + 1});
     }
-    bool has(const std::string& file, const ConditionalName& name) const {
-        const auto first = names_.lower_bound({file, name.lines.first + 1});
-        return first != names_.end() && first->first == file && first->second <= name.lines.end;
+    bool has(const std::string& file, const ConditionalLine& line) const {
+        const auto first = lines_.lower_bound({file, line.lines.first + 1});
+        return first != lines_.end() && first->first == file && first->second <= line.lines.end;
     }
 
 private:
-    std::set<LinePlace> blocks_, names_;
+    std::set<LinePlace> blocks_, lines_;
 };
 
 // Each condition with what was seen of it. One that is met here and unmet there is known by neither.
@@ -56,10 +59,10 @@ Seen seenIn(const Configuration& configuration, const Reading* reading) {
     const auto shown = shows ? std::optional<Shown>(*reading) : std::nullopt;
     Seen seen;
     for (const auto& file : configuration.files()) {
-        for (const ConditionalName& name : file->conditionalNames()) {
-            std::set<bool>& known = seen[name.condition];
-            if (shown && shown->tellsOf(file->path(), name)) {
-                known.insert(shown->has(file->path(), name));
+        for (const ConditionalLine& line : file->conditionalLines()) {
+            std::set<bool>& known = seen[line.condition];
+            if (shown && shown->tellsOf(file->path(), line)) {
+                known.insert(shown->has(file->path(), line));
             }
         }
     }
@@ -136,13 +139,13 @@ ConditionsMet answered(const std::string& main, const std::vector<std::string>& 
 
 }  // namespace
 
-ConditionsMet metFor(const Configuration& configuration, const std::vector<ConditionalName>& names) {
+ConditionsMet metFor(const Configuration& configuration, const std::vector<ConditionalLine>& lines) {
     ConditionsMet met = configuration.met();
     std::set<std::string> asked;
-    for (const ConditionalName& name : names) {
-        if (configuration.asksServer() && !met.contains(name.condition) && asked.size() < MostAsked &&
-            canBeAsked(name.condition)) {
-            asked.insert(name.condition);
+    for (const ConditionalLine& line : lines) {
+        if (configuration.asksServer() && !met.contains(line.condition) && asked.size() < MostAsked &&
+            canBeAsked(line.condition)) {
+            asked.insert(line.condition);
         }
     }
     if (!asked.empty()) {
@@ -151,9 +154,9 @@ ConditionsMet metFor(const Configuration& configuration, const std::vector<Condi
     return met;
 }
 
-void decideNames(Configuration& configuration, const std::string& readingFile) {
+void decideConditions(Configuration& configuration, const std::string& readingFile) {
     configuration.letAskServer();
-    if (!configuration.hasConditionalNames()) {
+    if (!configuration.hasConditionalLines()) {
         return;
     }
     const auto reading = liveReading(configuration, readingFile);
