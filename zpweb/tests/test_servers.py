@@ -203,6 +203,31 @@ def test_a_name_in_a_condition_of_the_block_counts_when_the_condition_is_met(ser
         assert refused(server, answer, before) and "only the server can tell" in answer.err, answer
 
 
+def test_a_root_or_tls_in_a_condition_of_the_block_counts_when_the_condition_is_met(server):
+    listed = next(row for row in server.do("site", "list", "--json").json["sites"] if row["name"] == "rooted.example")
+    assert [(block["root"], block["tls"]) for block in listed["blocks"]] == [(f"{PAGES}/rooted.example", False)]
+    server.do("access", "set", "rooted.example", "/inner", "--allow", "10.1.2.3")
+    server.do("directive", "set", "DocumentRoot", PAGES / "plain.example", "--site", "rooted.example")
+    assert server.get("rooted.example") == (200, "plain.example")
+    server.do("directive", "add", "--site", "conditional.example", "--", "Options", "-Indexes")
+
+
+CERTIFICATE = "SSLCertificateFile /etc/ssl/site.pem"
+
+
+@pytest.mark.parametrize("before, line, port, scheme", [("", "SSLEngine off", 443, "http"), ("", CERTIFICATE, 443, "http"),
+                                                        ("Listen 127.0.0.9:8444 https\n", CERTIFICATE, 8444, "https")])
+def test_whether_a_site_is_asked_in_https_is_the_servers_to_say(server, before, line, port, scheme):
+    server.place("spoken", before + block(f"127.0.0.9:{port}", "spoken.example", line, root="plain.example"))
+    server.signal("graceful")
+    server.do("access", "set", "spoken.example", "/inner", "--allow", "10.1.2.3")
+    server.do("redirect", "set", "spoken.example", "/gone", "--to", "https://plain.example/")
+    server.do("proxy", "set", "spoken.example", "/app", "http://127.0.0.1:8081")
+    server.do("server", "catch-all", "on")
+    asked = subprocess.run(["curl", "-sk", "--resolve", f"spoken.example:{port}:127.0.0.9", f"{scheme}://spoken.example:{port}/"], capture_output=True, text=True)
+    assert asked.stdout == "plain.example"
+
+
 def test_a_block_without_a_name_is_named_by_its_address(server):
     before = server.files()
     server.do("site", "suspend", "--block", "127.0.0.2:80")

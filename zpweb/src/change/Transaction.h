@@ -144,6 +144,8 @@ public:
         return unread.ok() ? faults_.first() : unread;
     }
     const Settings& settings() const { return *settings_; }
+    // What the server makes of the staged configuration, once that is checked; null: nobody has asked it.
+    const Reading* reading() const { return readings_.staged.get(); }
     Output& output() { return *output_; }
     Server& server() { return *server_; }
     const State& state() const { return *state_; }

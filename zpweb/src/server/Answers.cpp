@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "conf/Text.h"
+#include "server/Protocol.h"
 
 namespace zpweb {
 
@@ -71,7 +72,7 @@ Answers Answers::to(const std::set<std::string>& sites, const Reading& reading) 
             request.server.port = endpoint.port;
             request.server.patience = Patience;
             request.host = site;
-            request.tls = isOn(reading, *host, "SSLEngine");
+            request.tls = speaksTls(reading, *host);
             request.method = "HEAD";
             request.server.perhapsBalanced = isOn(reading, *host, "RemoteIPProxyProtocol");
             const auto reply = ask(request);

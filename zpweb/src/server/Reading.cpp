@@ -10,14 +10,6 @@ namespace zpweb {
 
 namespace {
 
-// "Listen 443 https", "Listen [::1]:80", "Listen 80"
-Endpoint listenedOn(std::string_view arguments) {
-    const std::vector<std::string> words = argumentsIn(arguments);
-    const std::string first = words.empty() ? "" : words.front();
-    const bool portOnly = first.find_first_not_of("0123456789") == std::string::npos;
-    return portOnly ? Endpoint{"*", leadingNumber(first)} : endpointOf(first);
-}
-
 bool is4(const std::string& address) { return address.find(':') == std::string::npos; }
 
 }  // namespace
@@ -55,6 +47,13 @@ std::string hostNameIn(std::string_view text) {
         name = name.substr(0, name.find(':'));
     }
     return lowerCase(name);
+}
+
+Endpoint listenedOn(std::string_view arguments) {
+    const std::vector<std::string> words = argumentsIn(arguments);
+    const std::string first = words.empty() ? "" : words.front();
+    const bool portOnly = first.find_first_not_of("0123456789") == std::string::npos;
+    return portOnly ? Endpoint{"*", leadingNumber(first)} : endpointOf(first);
 }
 
 std::string lowerCase(std::string_view text) {

@@ -93,6 +93,8 @@ private:
 
 // The words of a directive's arguments, without their quotes.
 std::vector<std::string> argumentsIn(std::string_view arguments);
+// Of a Listen line: "443 https", "[::1]:80", "80".
+Endpoint listenedOn(std::string_view arguments);
 // A host name as the server compares it: no scheme, no port, lower case.
 std::string hostNameIn(std::string_view text);
 std::string lowerCase(std::string_view text);

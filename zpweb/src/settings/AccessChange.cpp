@@ -83,7 +83,7 @@ bool isRedirected(const Request& request) {
 Outcome proveAccess(const Transaction& change, const std::string& site, const AccessPath& path) {
     for (const Place& place : answeringBlocks(change.configuration(), site)) {
         const std::string name = settingName(place.block->name);
-        const bool tls = speaksTls(*place.block);
+        const bool tls = speaksTls(place, change.reading());
         for (const Peer& peer : peersOf(change.configuration(), *place.block)) {
             if (isRedirected({peer, name, path.path, tls})) {
                 continue;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "server/LiveReading.h"
 #include "settings/Modules.h"
 #include "settings/Proof.h"
 #include "settings/SelfSigned.h"
@@ -44,7 +45,7 @@ bool isBackend(const Configuration& configuration, const std::string& address) {
     });
 }
 
-Addresses addressesOf(const Configuration& configuration) {
+Addresses addressesOf(const Configuration& configuration, const Reading* reading) {
     Addresses addresses;
     for (const auto& file : configuration.files()) {
         for (const Block& block : file->blocks()) {
@@ -55,7 +56,7 @@ Addresses addressesOf(const Configuration& configuration) {
                 if (isBackend(configuration, each)) {
                     continue;
                 }
-                addOnce(speaksTls(block) ? addresses.https : addresses.http, each);
+                addOnce(speaksTls({file.get(), &block}, reading) ? addresses.https : addresses.http, each);
             }
         }
     }
@@ -137,7 +138,9 @@ Outcome setCatchAll(Transaction& change, const std::string& page) {
     if (!page.empty() && !isReadableBy(serverUser(change.configuration()), page)) {
         return failure(page + ": the server's user cannot read it");
     }
-    const Addresses addresses = addressesOf(change.configuration());
+    const auto reading =
+        change.settings().check ? liveReading(change.configuration(), change.state().reading()) : nullptr;
+    const Addresses addresses = addressesOf(change.configuration(), reading.get());
     if (addresses.http.empty() && addresses.https.empty()) {
         return failure("the server has no site that a catch-all could stand before");
     }

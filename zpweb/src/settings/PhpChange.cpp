@@ -45,15 +45,15 @@ std::vector<Root> rootsOf(const Transaction& change, const std::string& site) {
 }
 
 // Where the site's blocks with this document root can be asked.
-std::vector<Request> placesWith(const Configuration& configuration, const std::string& site,
-                                const Root& root) {
+std::vector<Request> placesWith(const Transaction& change, const std::string& site, const Root& root) {
     std::vector<Request> requests;
-    for (const Place& place : answeringBlocks(configuration, site)) {
+    for (const Place& place : answeringBlocks(change.configuration(), site)) {
         if (place.block->root != root.written) {
             continue;
         }
-        for (const Peer& peer : peersOf(configuration, *place.block)) {
-            requests.push_back({peer, settingName(place.block->name), "/", speaksTls(*place.block)});
+        const bool tls = speaksTls(place, change.reading());
+        for (const Peer& peer : peersOf(change.configuration(), *place.block)) {
+            requests.push_back({peer, settingName(place.block->name), "/", tls});
         }
     }
     return requests;
@@ -67,7 +67,7 @@ void probeIn(Transaction& change, const std::string& site, const Root& root) {
     }
     change.prove([&change, site, root, probe] {
         std::string version;
-        Outcome run = probe.run(placesWith(change.configuration(), site, root), version);
+        Outcome run = probe.run(placesWith(change, site, root), version);
         change.output().set("version", known(version));
         return run;
     });
@@ -88,7 +88,7 @@ bool isReadAt(const Transaction& change, const Origin& place) {
 
 Outcome staysUnread(const Transaction& change, const std::string& site, const Root& root,
                     const std::string& script) {
-    for (Request& request : placesWith(change.configuration(), site, root)) {
+    for (Request& request : placesWith(change, site, root)) {
         request.path = pathOnWire(script);
         Outcome shown = shownInTime([&] {
             const auto reply = ask(request);

@@ -65,7 +65,7 @@ Outcome proveProxy(const Transaction& change, const std::string& site, const std
     for (const Place& place : answeringBlocks(change.configuration(), site)) {
         const std::string name = settingName(place.block->name);
         for (const Peer& peer : peersOf(change.configuration(), *place.block)) {
-            const Request request{peer, name, path, speaksTls(*place.block)};
+            const Request request{peer, name, path, speaksTls(place, change.reading())};
             if (Outcome shown = shownInTime([&] { return isPassedOn(request); }); !shown.ok()) {
                 return shown;
             }

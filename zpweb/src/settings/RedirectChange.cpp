@@ -64,7 +64,8 @@ Outcome proveRedirects(const Transaction& change, const std::string& site) {
         const std::string name = settingName(place.block->name);
         const bool asked = !twin.empty() && (!isCarried || carry(namesOf({place}), twin));
         const std::string start = asked ? twin : name;
-        const bool tls = speaksTls(*place.block, setting.httpsPort == 0 ? 443 : setting.httpsPort);
+        const bool tls =
+            speaksTls(place, change.reading(), setting.httpsPort == 0 ? 443 : setting.httpsPort);
         for (const Peer& peer : peersOf(change.configuration(), *place.block)) {
             for (const Expectation& each : expectations(setting, {peer, start, "/", tls}, start)) {
                 Outcome shown = shownInTime([&] { return redirects(each.request, each.location); });

@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "conf/Text.h"
+#include "server/Protocol.h"
 #include "server/Sockets.h"
 #include "sys/Number.h"
 #include "text/Lines.h"
@@ -48,6 +49,17 @@ std::string bareName(const std::string& name) {
     const size_t scheme = name.find("://");
     const std::string rest = scheme == std::string::npos ? name : name.substr(scheme + 3);
     return rest.substr(0, rest.find(':'));
+}
+
+// Null when the reading does not show the block.
+const VirtualHost* hostAt(const Place& place, const Reading& reading) {
+    const size_t line = place.file->firstLine() + place.block->lines.first + 1;
+    const auto& hosts = reading.hosts();
+    const auto found = std::find_if(hosts.begin(), hosts.end(), [&](const VirtualHost& host) {
+        const Origin origin = reading.originOf(host);
+        return origin.file == place.file->path() && origin.line == line;
+    });
+    return found == hosts.end() ? nullptr : &*found;
 }
 
 }  // namespace
@@ -110,10 +122,14 @@ bool carry(const std::vector<std::string>& names, const std::string& name) {
 
 bool speaksTls(const Block& block, int port) {
     const auto addresses = addressesOf(block);
-    const auto engine = argumentsIn(block, "SSLEngine");
-    return std::any_of(addresses.begin(), addresses.end(),
-                       [port](const std::string& each) { return hostPortOf(each).port == port; }) ||
-           (!engine.empty() && conf::beginsIgnoringCase(engine.back(), "on"));
+    return block.tls || std::any_of(addresses.begin(), addresses.end(), [port](const std::string& each) {
+               return hostPortOf(each).port == port;
+           });
+}
+
+bool speaksTls(const Place& place, const Reading* reading, int port) {
+    const VirtualHost* host = reading == nullptr ? nullptr : hostAt(place, *reading);
+    return host == nullptr ? speaksTls(*place.block, port) : speaksTls(*reading, *host);
 }
 
 std::vector<Place> answeringBlocks(const Configuration& configuration, const std::string& site) {
@@ -133,18 +149,15 @@ std::string rootInEffect(const Place& place, const Reading* reading) {
     if (reading == nullptr) {
         return {};
     }
-    const size_t line = place.file->firstLine() + place.block->lines.first + 1;
-    for (const VirtualHost& host : reading->hosts()) {
-        if (const Origin origin = reading->originOf(host);
-            origin.file == place.file->path() && origin.line == line) {
-            root = reading->valueIn(host.directive, "DocumentRoot");
-            root = root.empty() ? reading->valueIn(Directive::None, "DocumentRoot") : root;
-            return root.empty() || root.starts_with('/')
-                       ? root
-                       : reading->valueIn(Directive::None, "ServerRoot") + "/" + root;
-        }
+    const VirtualHost* host = hostAt(place, *reading);
+    if (host == nullptr) {
+        return {};
     }
-    return {};
+    root = reading->valueIn(host->directive, "DocumentRoot");
+    root = root.empty() ? reading->valueIn(Directive::None, "DocumentRoot") : root;
+    return root.empty() || root.starts_with('/')
+               ? root
+               : reading->valueIn(Directive::None, "ServerRoot") + "/" + root;
 }
 
 // Debian's configuration names it by a variable of the server's environment.
