@@ -67,6 +67,9 @@ Outcome moveSite(Transaction& change, const Site& site, const Arguments& given) 
         return layout.outcome();
     }
     const std::string name = site.name();
+    if (Outcome named = layout->keepsFiles() ? site.hasName() : done(); !named.ok()) {
+        return named;
+    }
     const std::string target =
         layout->keepsFiles() ? layout->fileOf(name) : change.configuration().main().path();
     change.output().set("site", name);

@@ -13,8 +13,8 @@ namespace {
 
 constexpr int Stopped = zp::result::website::Stopped;
 
-// A block whose lines no server takes would be a comment that nobody takes for a site, and one behind a
-// block that is not closed a comment within that.
+// A block without a name, or whose lines no server takes, would be a comment that nobody takes for a site,
+// and one behind a block that is not closed a comment within that.
 Outcome canBeStarted(const Transaction& change, const std::vector<BlockAt>& blocks) {
     const Configuration& configuration = change.configuration();
     for (const BlockAt& at : change.settings().exact ? std::vector<BlockAt>() : blocks) {
@@ -27,7 +27,7 @@ Outcome canBeStarted(const Transaction& change, const std::vector<BlockAt>& bloc
         }
         const std::string text = withMarks(block.text);
         const Contents made = configuration.contentsOf(text);
-        if (!block.name.empty() && (made.blocks.size() != 1 || !made.blocks.front().stopped)) {
+        if (made.blocks.size() != 1 || !made.blocks.front().stopped) {
             return failure(Status::Refused,
                            at.place(configuration) +
                                ": it could not be started again, as it holds lines that are no "
@@ -42,6 +42,9 @@ Outcome stop(Transaction& change, const Site& site, const Arguments& given) {
     change.output().set("state", "stopped");
     if (site.isStopped()) {
         return done();  // already so
+    }
+    if (Outcome named = site.hasName(); !named.ok()) {
+        return named;
     }
     const auto blocks = runningBlocks(change.configuration(), site, given);
     if (Outcome can = blocks.ok() ? canBeStarted(change, *blocks) : blocks.outcome(); !can.ok()) {

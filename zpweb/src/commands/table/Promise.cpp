@@ -158,7 +158,9 @@ void promise(Transaction& change, const Command& command, const Arguments& given
     if (command.words == "site resume") {
         change.release(site, Life);
     }
-    promiseHosts(change, site, given);
+    if (!byPlace) {
+        promiseHosts(change, site, given);
+    }
     if (kept.holds != nullptr && !byPlace) {
         change.expect(site, host.empty() ? std::string(Life) : host,
                       kept.holds({site, valueOf(given, "--port")}, host));
