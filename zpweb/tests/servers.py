@@ -34,7 +34,8 @@ SITES = {
     "pair": block("*:80", "pair.example", "ServerAlias www.pair.example"),
     "pair-ssl": tls("pair.example", "ServerAlias www.pair.example"),
     "conditional": "<IfModule mod_rewrite.c>\n" + block(
-        "*:80", "conditional.example", "RewriteEngine On", f"<Directory {PAGES}>", "DirectoryIndex index.html", "ErrorDocument 404 gone", "</Directory>") + "</IfModule>\n",
+        "*:80", "conditional.example", "RewriteEngine On", f"<Directory {PAGES}>", "DirectoryIndex index.html", "ErrorDocument 404 gone",
+        "Options FollowSymLinks Includes", "Require all granted", "</Directory>") + "</IfModule>\n",
     "defined": "Define shop defined.example\n" + block("*:80", "${shop}", "ServerAlias www.${shop}"),
     "macro": "<Macro Site $name>\n" + block("*:80", "$name", "ServerAlias www.$name") + "</Macro>\nUse Site macro.example\n",
     "six": block("[::1]:80", "six.example", "ServerAlias www.six.example"),

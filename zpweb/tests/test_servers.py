@@ -79,6 +79,11 @@ def test_a_closed_directory_is_closed_or_the_command_refused(server, words, stat
     ("site set conditional.example --index start.html", "conditional.conf:7"),
     ("directive add DirectoryIndex start.html --site conditional.example", "conditional.conf:7"),
     ("site set conditional.example --error-document=404=/start.html", "conditional.conf:8"),
+    ("directive add ErrorDocument '404 /start.html' --site conditional.example", "conditional.conf:8"),
+    ("directive add --site conditional.example -- Options -Includes", "conditional.conf:9"),
+    ("directive add --site conditional.example Options All", "conditional.conf:9"),
+    ("directive set ServerName store.example --site plain.example", "site rename"),
+    (f"folder line conditional.example {PAGES} 'Require ip 10.1.2.3'", "conditional.conf:10"),
     ("suphp on both.example", "several blocks"),
     (f"folder add lower.example {PAGES}/lower.example --line 'AllowOverride All'", "comes later and counts"),
     (f"folder add shadowed.example {PAGES}/shadowed.example --line Require\\ all\\ denied", "lets others into"),
@@ -266,6 +271,7 @@ def test_a_line_lands_within_the_block(server):
     server.do("site", "set", "lower.example", "--index", "start.html")
     server.do("folder", "add", "lower.example", PAGES / "lower.example", "--line=Options -Indexes")
     server.do("folder", "add", "lower.example", PAGES / "lower.example", "--line=Options +Includes")
+    server.do("folder", "add", "lower.example", PAGES / "lower.example", "--line=Options -Indexes +Includes")
     assert server.serving() == server.all_served() - {"lower.example"}
 
 

@@ -57,19 +57,6 @@ bool holdsLine(const Reading& reading, const std::vector<uint32_t>& sections, st
     return false;
 }
 
-// Of several sections for a directory the last one that has such a directive counts.
-bool isOverruling(std::string_view name) {
-    static constexpr std::string_view names[] = {
-        "AddDefaultCharset", "AllowOverride",  "AllowOverrideList", "AuthBasicProvider", "AuthGroupFile",
-        "AuthMerging",       "AuthName",       "AuthType",          "AuthUserFile",      "DirectoryIndex",
-        "DirectorySlash",    "EnableSendfile", "FallbackResource",  "FileETag",          "ForceType",
-        "LimitRequestBody",  "Options",        "RewriteBase",       "RewriteEngine",     "Satisfy",
-        "ServerSignature",   "SetHandler"};
-    return lowerCase(name).starts_with("require") ||
-           std::any_of(std::begin(names), std::end(names),
-                       [name](std::string_view each) { return zp::conf::equalIgnoringCase(each, name); });
-}
-
 bool isOfKind(const Directive& directive, std::string_view name) {
     const bool require = lowerCase(name).starts_with("require");
     return require ? lowerCase(directive.name).starts_with("require") : directive.is(name);
@@ -79,16 +66,16 @@ bool isOfKind(const Directive& directive, std::string_view name) {
 bool leavesOptions(const Directive& later, std::string_view asked) {
     const std::vector<std::string> words = argumentsIn(later.arguments);
     const std::vector<std::string> all = argumentsIn(asked);
-    const auto isAsked = [&all](std::string_view option) {
-        return std::any_of(all.begin(), all.end(), [option](const std::string& each) {
-            return zp::conf::equalIgnoringCase(
-                option,
-                std::string_view(each).substr(each.starts_with('+') || each.starts_with('-') ? 1 : 0));
+    const auto isAskedOtherwise = [&all](std::string_view word) {
+        return std::any_of(all.begin(), all.end(), [word](const std::string& each) {
+            const bool sign = each.starts_with('+') || each.starts_with('-');
+            return zp::conf::equalIgnoringCase(word.substr(1),
+                                               std::string_view(each).substr(sign ? 1 : 0)) &&
+                   word.starts_with('-') != each.starts_with('-');
         });
     };
     return later.is("Options") && std::all_of(words.begin(), words.end(), [&](const std::string& word) {
-               return (word.starts_with('+') || word.starts_with('-')) &&
-                      !isAsked(std::string_view(word).substr(1));
+               return (word.starts_with('+') || word.starts_with('-')) && !isAskedOtherwise(word);
            });
 }
 
@@ -97,7 +84,8 @@ const Directive* overrulerOf(const Reading& reading, const std::vector<uint32_t>
                              std::string_view line) {
     const auto [name, arguments] = parted(line);
     const Directive* overruler = nullptr;
-    for (const uint32_t section : isOverruling(name) ? sections : std::vector<uint32_t>()) {
+    const bool overruling = lowerCase(name).starts_with("require") || isReplaced(name);
+    for (const uint32_t section : overruling ? sections : std::vector<uint32_t>()) {
         const auto& all = reading.directives();
         for (uint32_t i = section + 1; i < all[section].end; i = all[i].end) {
             const bool overrules = isOfKind(all[i], name) && !leavesOptions(all[i], arguments);
@@ -131,6 +119,18 @@ bool isShown(const std::string& directive) {
                                                 "Use",        "UndefMacro",        "LoadFile", "LoadModule",
                                                 "ServerRoot", "DefaultRuntimeDir", "Error"};
     return std::none_of(std::begin(read), std::end(read), [&](std::string_view each) {
+        return zp::conf::equalIgnoringCase(each, directive);
+    });
+}
+
+bool isReplaced(std::string_view directive) {
+    static constexpr std::string_view names[] = {
+        "AddDefaultCharset", "AllowOverride", "AllowOverrideList", "AuthBasicProvider", "AuthGroupFile",
+        "AuthMerging",       "AuthName",      "AuthType",          "AuthUserFile",      "DirectoryIndex",
+        "DirectorySlash",    "EnableMMAP",    "EnableSendfile",    "ExpiresActive",     "ExpiresDefault",
+        "FallbackResource",  "FileETag",      "ForceType",         "LimitRequestBody",  "Options",
+        "RewriteBase",       "RewriteEngine", "Satisfy",           "ServerSignature",   "SetHandler"};
+    return std::any_of(std::begin(names), std::end(names), [directive](std::string_view each) {
         return zp::conf::equalIgnoringCase(each, directive);
     });
 }

@@ -23,6 +23,8 @@ Postcondition carriesNoMore(const BlocksOf& blocks, const std::string& directive
                             const std::optional<std::string>& arguments);
 // Can a reading show the directive? Some do their work while the configuration is read, and are not kept.
 bool isShown(const std::string& directive);
+// Of several sections for a directory, does the last one count that has such a directive?
+bool isReplaced(std::string_view directive);
 
 // Which blocks have a <Directory> section for a directory: all of them, those that had one before the
 // change, or those whose document root it is.

@@ -138,16 +138,6 @@ bool admitsPasswords(const std::string& overrides) {
     return zp::conf::contains(lower, "all") || zp::conf::contains(lower, "authconfig");
 }
 
-bool switchedOn(const std::vector<std::string>& words, const std::string& option) {
-    bool on = false;
-    for (const std::string& word : words) {
-        const bool sign = word.starts_with('+') || word.starts_with('-');
-        const std::string name = lowerCase(std::string_view(word).substr(sign ? 1 : 0));
-        on = name == lowerCase(option) || name == "all" ? !word.starts_with('-') : on;
-    }
-    return on;
-}
-
 }  // namespace
 
 std::vector<std::string> termsOf(const Reading& reading, uint32_t section) {
@@ -186,6 +176,13 @@ Postcondition ignoresAccessFile(const BlocksOf& blocks, const std::string& direc
                          place +
                          " says who may see the directory, and counts for more: change it there first");
     };
+}
+
+Outcome countsAtRoot(const Reading& reading, const Directive& line, const std::string& root) {
+    return notShown("\"" + std::string(line.name) + " " + std::string(line.arguments) + "\" at " +
+                    reading.originOf(line).text() + " counts for " + root +
+                    ": say it in a section for that directory (zpweb folder add, or folder line where the "
+                    "site has one)");
 }
 
 Outcome nothingGoesAround(const Reading& reading, uint32_t block, const std::string& directory) {
@@ -234,27 +231,6 @@ Postcondition isRestricted(const BlocksOf& blocks, const std::string& directory,
     };
 }
 
-Postcondition hasOptions(const BlocksOf& blocks, const std::string& directory,
-                         const std::vector<std::string>& switches) {
-    return [=](const Reading& staged) {
-        for (const uint32_t block : sectionsOf(staged, blocks)) {
-            std::vector<std::string> words;
-            for (const uint32_t section : directorySections(staged, block, directory)) {
-                for (const Directive* options : staged.inSection(section, "Options")) {
-                    words = argumentsIn(options->arguments);
-                }
-            }
-            for (const std::string& each : switches) {
-                if (switchedOn(words, each.substr(1)) != each.starts_with('+')) {
-                    return notShown("option " + each + " is not in effect for " + directory + " at " +
-                                    staged.originOf(staged.directives()[block]).text());
-                }
-            }
-        }
-        return done();
-    };
-}
-
 Postcondition holdsAtRoot(const BlocksOf& blocks, const std::string& directive, const std::string& first) {
     return [=](const Reading& staged) {
         for (const uint32_t block : sectionsOf(staged, blocks)) {
@@ -262,9 +238,7 @@ Postcondition holdsAtRoot(const BlocksOf& blocks, const std::string& directive, 
             const Directive* other =
                 root.empty() ? nullptr : overruling(staged, block, root, directive, first);
             if (other != nullptr) {
-                return notShown("\"" + std::string(other->name) + " " + std::string(other->arguments) +
-                                "\" at " + staged.originOf(*other).text() + " counts for " + root +
-                                ": change it there (zpweb folder line)");
+                return countsAtRoot(staged, *other, root);
             }
         }
         return done();

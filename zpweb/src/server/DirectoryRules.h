@@ -27,13 +27,11 @@ Postcondition isRestricted(const BlocksOf& blocks, const std::string& directory,
                            const std::vector<std::vector<std::string>>& lists);
 // What another section, or a ProxyPass, of the block lets in whom the directory's section keeps out.
 Outcome nothingGoesAround(const Reading& reading, uint32_t block, const std::string& directory);
-// The options of the directory's section are switched like this: "+Indexes", "-ExecCGI".
-Postcondition hasOptions(const BlocksOf& blocks, const std::string& directory,
-                         const std::vector<std::string>& switches);
-
 // Each block's own lines of this directive hold for its document root: none of a section for that, or for a
 // directory above it, counts for more. With `first`, as for ErrorDocument, those that begin with this word.
 Postcondition holdsAtRoot(const BlocksOf& blocks, const std::string& directive,
                           const std::string& first = "");
+// Why a line of the block does not: another one that counts for its document root.
+Outcome countsAtRoot(const Reading& reading, const Directive& line, const std::string& root);
 
 }  // namespace zpweb

@@ -7,6 +7,7 @@
 #include "commands/shared/WebUsers.h"
 #include "conf/Text.h"
 #include "host/Fields.h"
+#include "server/DirectoryOptions.h"
 #include "server/DirectoryRules.h"
 #include "sys/File.h"
 #include "text/Restrictions.h"

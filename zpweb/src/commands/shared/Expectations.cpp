@@ -1,6 +1,7 @@
 #include "commands/shared/Expectations.h"
 
 #include "commands/shared/BlockEdit.h"
+#include "server/DirectoryOptions.h"
 #include "server/DirectoryRules.h"
 
 namespace zpweb {
@@ -15,10 +16,17 @@ std::string aboutDirectory(const std::string& directory) {
     return std::string(AboutBlocks) + "<" + directory + "> ";
 }
 
-// A section for the document root has the last word about its index files.
-void expectAtRoot(Transaction& change, const BlocksOf& blocks, const std::string& directive) {
-    if (lowerCase(directive) == "directoryindex") {
-        change.expect(blocks.site, about(directive) + AllValues + "root", holdsAtRoot(blocks, directive));
+// A section for the document root has the last word.
+void expectAtRoot(Transaction& change, const BlocksOf& blocks, const std::string& directive,
+                  const std::string& value) {
+    const std::string name = lowerCase(directive);
+    const std::string key = about(directive) + AllValues + "root";
+    if (name == "options") {
+        change.expect(blocks.site, key, optionsHoldAtRoot(blocks, value));
+    } else if (isReplaced(name) && name != "rewriteengine") {  // which the server keeps apart
+        change.expect(blocks.site, key, holdsAtRoot(blocks, directive));
+    } else if (const auto words = argumentsIn(value); name == "errordocument" && !words.empty()) {
+        change.expect(blocks.site, key + words.front(), holdsAtRoot(blocks, directive, words.front()));
     }
 }
 
@@ -38,7 +46,7 @@ void expectSet(Transaction& change, const BlocksOf& blocks, const std::string& d
     if (isShown(directive)) {
         change.expect(blocks.site, about(directive) + AllValues, inEffect(blocks, directive, value));
     }
-    expectAtRoot(change, blocks, directive);
+    expectAtRoot(change, blocks, directive, value);
 }
 
 void releaseDirective(Transaction& change, const std::string& site, const std::string& directive) {
@@ -51,7 +59,7 @@ void expectAdded(Transaction& change, const BlocksOf& blocks, const std::string&
     if (isShown(directive)) {
         change.expect(blocks.site, about(directive) + value, carries(blocks, directive, value));
     }
-    expectAtRoot(change, blocks, directive);
+    expectAtRoot(change, blocks, directive, value);
 }
 
 void expectGone(Transaction& change, const BlocksOf& blocks, const std::string& directive,
