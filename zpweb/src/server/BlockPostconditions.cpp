@@ -96,6 +96,29 @@ const Directive* overrulerOf(const Reading& reading, const std::vector<uint32_t>
     return overruler;
 }
 
+bool isOpen(std::string_view arguments) { return lowerCase(zp::conf::trimEnd(arguments)) == "all granted"; }
+
+// What lets everybody in beside lines that keep out, and is none of them: of terms side by side one is
+// enough.
+const Directive* opening(const Reading& reading, const std::vector<uint32_t>& sections,
+                         const std::vector<std::string>& lines) {
+    const bool asked = std::any_of(lines.begin(), lines.end(),
+                                   [](const std::string& line) { return isOpen(parted(line).second); });
+    const Directive* open = nullptr;
+    for (const uint32_t section : asked ? std::vector<uint32_t>() : sections) {
+        bool first = true;
+        for (uint32_t i = section + 1; i < reading.directives()[section].end; ++i) {
+            const Directive& each = reading.directives()[i];
+            if (isOfKind(each, "Require")) {  // the terms of the last section that has some count
+                open = first ? nullptr : open;
+                open = open == nullptr && isOpen(each.arguments) ? &each : open;
+                first = false;
+            }
+        }
+    }
+    return open;
+}
+
 }  // namespace
 
 std::vector<uint32_t> sectionsOf(const Reading& reading, const BlocksOf& blocks) {
@@ -206,9 +229,15 @@ Postcondition directoryHas(const BlocksOf& blocks, const std::string& directory,
                                     directory + ": change that (folder line, folder set, folder delete)");
                 }
             }
-            if (Outcome closed = std::any_of(lines.begin(), lines.end(), keepsOut)
-                                     ? nothingGoesAround(staged, section, directory)
-                                     : done();
+            const bool closes = std::any_of(lines.begin(), lines.end(), keepsOut);
+            if (const Directive* open = closes ? opening(staged, own, lines) : nullptr) {
+                return notShown(
+                    quoted(open->name, open->arguments) + " at " + staged.originOf(*open).text() +
+                    " lets everybody into " + directory +
+                    " all the same: take it away in the same change (folder set, or folder line "
+                    "--remove with zpweb apply)");
+            }
+            if (Outcome closed = closes ? nothingGoesAround(staged, section, directory) : done();
                 !closed.ok()) {
                 return closed;
             }
