@@ -1,12 +1,16 @@
 // directive set: gives a directive of a site, or of the server, another value.
 #include "commands/Commands.h"
 #include "commands/shared/Directives.h"
+#include "conf/Text.h"
 
 namespace zpweb {
 
 namespace {
 
 Outcome set(Transaction& change, const Arguments& given) {
+    if (given.has(InSite) && zp::conf::equalIgnoringCase(given[DirectiveName], "ServerName")) {
+        return failure(Status::Usage, "ServerName is the site's own name: see site rename");
+    }
     return changeDirective(
         change, given,
         {.operation = "Apache_UpdateDirectiveInVH",
