@@ -330,6 +330,8 @@ def fpm():
 
 def test_php_runs_and_its_sources_stay_unread(server, fpm):
     before = server.files()
+    proxied = server.run("php", "set", "proxied.example", "--fpm", POOL)
+    assert proxied.status == 1 and "takes the requests for /index.php" in proxied.err and server.files() == before, proxied
     answer = server.do("php", "set", SITE, "--fpm", POOL, "--json")
     assert answer.json["version"].startswith("8.2")
     root = Path(f"/var/www/{SITE}")

@@ -5,6 +5,7 @@
 #include <set>
 
 #include "server/LiveReading.h"
+#include "server/PassedOn.h"
 #include "settings/Modules.h"
 #include "settings/PhpProbe.h"
 #include "settings/PhpSources.h"
@@ -16,6 +17,8 @@
 namespace zpweb {
 
 namespace {
+
+constexpr const char* PassedOn = "php passed on";
 
 // A document root as blocks of the site write it, with what it comes to.
 struct Root {
@@ -119,6 +122,9 @@ Outcome setPhp(Transaction& change, const std::string& site, PhpSetting setting,
         return failure("no FPM pool answers: " + reached.message + " (zpweb php list shows the pools)");
     }
     setting.version = versionOf(setting.fpm);
+    change.expect(hostNameIn(site), PassedOn,
+                  answersItself({hostNameIn(site)}, "/index.php",
+                                ", and no script of the site is run: take that line away first"));
     for (const Root& root : rootsOf(change, site)) {
         probeIn(change, site, root);
     }
@@ -130,6 +136,7 @@ Outcome setPhp(Transaction& change, const std::string& site, PhpSetting setting,
 }
 
 Outcome dropPhp(Transaction& change, const std::string& site, bool overwrite) {
+    change.release(hostNameIn(site), PassedOn);
     std::vector<Root> roots = rootsOf(change, site);
     std::erase_if(roots, [&](const Root& root) {
         const std::string place =
