@@ -11,8 +11,8 @@ namespace zpweb {
 
 namespace {
 
-constexpr const char* Names[] = {"indexes",  "includes",   "includesnoexec",       "followsymlinks",
-                                 "execcgi",  "multiviews", "symlinksifownermatch"};
+constexpr const char* Names[] = {"indexes", "includes",   "includesnoexec",      "followsymlinks",
+                                 "execcgi", "multiviews", "symlinksifownermatch"};
 
 bool switchedOn(const std::vector<std::string>& words, const std::string& option) {
     bool on = false;
