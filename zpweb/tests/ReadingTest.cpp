@@ -254,14 +254,14 @@ TEST(Postconditions, SeeWhichSectionCounts) {
     struct Case {
         const char *later, *line;
         bool holds;
-        const char* path = "/srv/in";
+        const char* path;
     };
     for (const Case& each :
-         std::initializer_list<Case>{{"Options +Includes", "Options +Indexes", true},
-                                     {"Options Includes", "Options +Indexes", false},
-                                     {"Options -Indexes", "Options +Indexes", false},
-                                     {"AllowOverride None", "Options +Indexes", true},
-                                     {"AllowOverride None", "AllowOverride All", false},
+         std::initializer_list<Case>{{"Options +Includes", "Options +Indexes", true, "/srv/in"},
+                                     {"Options Includes", "Options +Indexes", false, "/srv/in"},
+                                     {"Options -Indexes", "Options +Indexes", false, "/srv/in"},
+                                     {"AllowOverride None", "Options +Indexes", true, "/srv/in"},
+                                     {"AllowOverride None", "AllowOverride All", false, "/srv/in"},
                                      {"AllowOverride None", "AllowOverride All", true, "/srv/i*"}}) {
         const Reading reading = Reading::parse(
             "VirtualHost configuration:\n*:80  a (/a.conf:9)\n# In file: /a.conf\n#   1:\nListen 80\n"
