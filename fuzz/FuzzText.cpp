@@ -2,6 +2,7 @@
 // for byte, as does a name that is added and removed; a patch leads from one text to the other, and every
 // block lies within the text.
 #include <algorithm>
+#include <cctype>
 #include <cstdint>
 #include <cstdlib>
 #include <iostream>
@@ -50,23 +51,33 @@ std::string withoutName(std::string shown) {
     return name == shown.npos ? shown : shown.erase(name, std::string(Added).size());
 }
 
-// An alias line without a name, which no server takes, goes with the name that it was given.
-bool hasEmptyLine(const View& view) {
-    const auto isEmpty = [](const Statement& each) {
-        return each.is("ServerAlias") && each.words().empty();
-    };
-    return std::any_of(view.statements().begin(), view.statements().end(), isEmpty);
+bool isOpen(const Word& word) {
+    return word.isQuoted() && (word.written.size() < 2 || word.written.back() != word.written.front());
+}
+
+// What no server takes: a directive without a name cannot be shown, and an alias line without one goes with
+// the name that it was given. And a quote that is not closed swallows what comes behind; the server's check
+// tells.
+bool isNonsense(const Statement& each) {
+    const bool named =
+        !each.name.empty() && std::isalpha(static_cast<unsigned char>(each.name.front())) != 0;
+    const std::vector<Word> words = each.is("ServerAlias") ? each.words() : std::vector<Word>();
+    return (each.kind == Statement::Kind::Directive && !named) ||
+           (each.is("ServerAlias") && (words.empty() || isOpen(words.back())));
 }
 
 void lookThrough(const Block& block) {
     View all(block);
-    all.showAll();
-    demand(all.laidBack(all.text()) == block.text, "what is shown and not changed does not come back");
-    View names(block);
-    names.showNames("ServerAlias", isAny);
-    if (hasEmptyLine(names)) {
+    if (std::any_of(all.statements().begin(), all.statements().end(), isNonsense)) {
         return;
     }
+    all.showAll();
+    demand(all.laidBack(all.text()) == block.text, "what is shown and not changed does not come back");
+    if (block.text.find(Added + 1) != block.text.npos) {
+        return;  // it has the name already
+    }
+    View names(block);
+    names.showNames("ServerAlias", isAny);
     const std::string changed = names.laidBack(withName(names.text()));
     const Contents after = contentsOf(changed);
     demand(after.blocks.size() == 1 && after.blocks[0].text == changed,
