@@ -51,14 +51,22 @@ std::string bareName(const std::string& name) {
     return rest.substr(0, rest.find(':'));
 }
 
-// Null when the reading does not show the block.
+// Null when the reading does not show the block. One without a name of its own may be any of the hosts.
 const VirtualHost* hostAt(const Place& place, const Reading& reading) {
     const size_t line = place.file->firstLine() + place.block->lines.first + 1;
-    const auto& hosts = reading.hosts();
-    const auto found = std::find_if(hosts.begin(), hosts.end(), [&](const VirtualHost& host) {
+    const auto isThis = [&](const VirtualHost& host) {
         const Origin origin = reading.originOf(host);
-        return origin.file == place.file->path() && origin.line == line;
-    });
+        return origin.line == line && origin.file == place.file->path();
+    };
+    const std::string name(place.block->name);
+    const auto named = name.empty() ? std::vector<const VirtualHost*>() : reading.hostsOf(name);
+    for (const VirtualHost* host : named) {
+        if (isThis(*host)) {
+            return host;
+        }
+    }
+    const auto& hosts = reading.hosts();
+    const auto found = named.empty() ? std::find_if(hosts.begin(), hosts.end(), isThis) : hosts.end();
     return found == hosts.end() ? nullptr : &*found;
 }
 
