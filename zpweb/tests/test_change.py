@@ -695,10 +695,10 @@ def watchers(machine):
 def test_after_a_restart_the_next_command_takes_back_what_is_overdue(machine, command):
     with_site(machine)
     before = machine.text()
-    machine.do("host", "add", "kept.example", "late.example", "--confirm-within", "1s")
+    machine.do("host", "add", "kept.example", "late.example", "--confirm-within", "3s")
     for watcher in watchers(machine):
         os.kill(watcher, signal.SIGKILL)
-    time.sleep(2.2)
+    time.sleep(4.2)
     assert "late.example" in machine.text()
     assert "not confirmed in time; the next" in machine.do("site", "stop", "kept.example", "--dry-run").err
     answer = machine.run(*command)
@@ -708,11 +708,11 @@ def test_after_a_restart_the_next_command_takes_back_what_is_overdue(machine, co
 
 def test_what_cannot_be_taken_back_can_still_be_kept(machine):
     with_site(machine)
-    machine.do("host", "add", "kept.example", "late.example", "--confirm-within", "1s")
+    machine.do("host", "add", "kept.example", "late.example", "--confirm-within", "3s")
     for watcher in watchers(machine):
         os.kill(watcher, signal.SIGKILL)
     machine.conf.write_text(machine.text().replace("late.example", "later.example"))
-    time.sleep(2.2)
+    time.sleep(4.2)
     assert "cannot be taken back" in machine.do("site", "list").err
     machine.do("confirm", "1")
     assert "later.example" in machine.text() and machine.do("site", "list").err == ""
