@@ -195,6 +195,19 @@ def test_a_certificate_that_clients_would_turn_away_from_is_refused(server, word
     assert server.files() == before
 
 
+def test_a_certificate_that_its_owner_could_take_away_is_told(server):
+    home = Path("/home/mallory/tls")
+    home.mkdir(parents=True, exist_ok=True)
+    for name in ("fullchain.pem", "privkey.pem"):
+        shutil.copy(LIVE / "good" / name, home)
+    os.chmod(home / "privkey.pem", 0o600)
+    os.chown("/home/mallory", 1000, 1000)
+    files = ["--certificate", home / "fullchain.pem", "--key", home / "privkey.pem"]
+    assert "/home/mallory is not root's alone" in server.do("tls", "on", SITE, *files).err
+    assert "/home/mallory is not root's alone" in server.run("doctor").out
+    assert "not root's alone" not in server.do("tls", "on", SITE, *pair("good")).err + server.run("doctor").out
+
+
 def test_a_renewed_certificate_is_taken_up_or_refused(server):
     issue("renewed", "plain.example,www.plain.example")
     server.do("tls", "on", SITE, *pair("renewed"))

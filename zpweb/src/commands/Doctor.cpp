@@ -121,8 +121,9 @@ Command doctorFindings() {
         .parameters = {Repair},
         .more =
             "Begins with the server's check. Then: names that nobody can reach, names shadowed by a "
-            "better address match, a Listen that is missing, certificates that are missing, run out or do "
-            "not match, logs that an owner can redirect, document roots that are missing or that the "
+            "better address match, a Listen that is missing, certificates that are missing, run out, do "
+            "not match or are not root's alone, logs that an owner can redirect, document roots that are "
+            "missing or that the "
             "server's user cannot enter, missing log folders, dangling links, includes that load "
             "temporary files, password files that cannot be read, lines over the operations' bounds, "
             "leftovers of interrupted runs. The exit status is 1 when something was found. Listed "

@@ -35,6 +35,10 @@ long daysLeft(std::time_t moment, std::time_t now);
 std::vector<std::string> faultsOf(const CertificateFiles& files, const std::vector<std::string>& names,
                                   std::time_t now);
 
+// What of the files others than root could take away or spoil, as a sentence, so that the server would not
+// come up again; empty when there is none.
+std::string spoilablePart(const CertificateFiles& files);
+
 // The names that the file's certificate does not cover (RFC 6125: a wildcard stands for one whole label).
 std::vector<std::string> uncovered(const std::string& certificateFile,
                                    const std::vector<std::string>& names);

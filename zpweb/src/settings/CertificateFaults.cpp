@@ -10,6 +10,7 @@
 #include "settings/CertificateChain.h"
 #include "sys/File.h"
 #include "sys/Fingerprint.h"
+#include "sys/Ground.h"
 #include "sys/GuardedDirectory.h"
 #include "sys/Look.h"
 
@@ -141,6 +142,19 @@ std::vector<std::string> faultsOf(const CertificateFiles& files, const std::vect
         addRefusal(faults, files, *chain, key->get());
     }
     return faults;
+}
+
+std::string spoilablePart(const CertificateFiles& files) {
+    for (const std::string& file : {files.certificate, files.key}) {
+        struct stat status {};
+        const std::string ground = othersGround(file);
+        const bool others = ::stat(file.c_str(), &status) == 0 && status.st_uid != 0;
+        if (const std::string part = ground.empty() && others ? file : ground; !part.empty()) {
+            return file + ": " + part +
+                   " is not root's alone, and the server does not start without the file";
+        }
+    }
+    return {};
 }
 
 }  // namespace zpweb

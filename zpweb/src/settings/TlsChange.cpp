@@ -188,6 +188,9 @@ Outcome setTls(Transaction& change, const std::string& site, TlsSetting setting,
     if (!facts.ok()) {
         return facts.outcome();
     }
+    if (const std::string spoilable = spoilablePart(setting.files); !spoilable.empty()) {
+        change.output().warning(spoilable);
+    }
     change.asked().moving.insert(settingName(site));  // its names get listeners of their own
     setting.fingerprint = facts->fingerprint;
     const auto before = tlsOf(change, site);

@@ -1,7 +1,5 @@
 #include "commands/shared/ReadingFindings.h"
 
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <ctime>
 #include <map>
@@ -9,6 +7,7 @@
 
 #include "settings/Certificate.h"
 #include "sys/File.h"
+#include "sys/Ground.h"
 #include "sys/Process.h"
 #include "sys/Trap.h"
 
@@ -45,37 +44,6 @@ std::string effective(const Reading& reading, const VirtualHost& host, const cha
     const std::string own =
         host.directive == Directive::None ? "" : reading.valueIn(host.directive, directive);
     return own.empty() ? reading.valueIn(Directive::None, directive) : own;
-}
-
-// The first directory or link on the way to a file that others than root own or can write to; empty when
-// root alone decides where the file is.
-std::string othersGround(const std::string& file) {
-    for (size_t slash = file.find('/', 1);; slash = file.find('/', slash + 1)) {
-        std::string part = file.substr(0, slash);
-        struct stat status {};
-        if (::lstat(part.c_str(), &status) != 0) {
-            return {};
-        }
-        const bool sticky = (status.st_mode & S_ISVTX) != 0;
-        const bool open = S_ISDIR(status.st_mode) && (status.st_mode & (S_IWGRP | S_IWOTH)) != 0 && !sticky;
-        const bool last = slash == std::string::npos;
-        if (status.st_uid != 0 && (!last || S_ISLNK(status.st_mode))) {
-            return part;
-        }
-        if (last) {
-            return {};
-        }
-        if (open) {
-            return part;
-        }
-    }
-}
-
-// The same for where root's own links lead to as well.
-std::string groundOf(const std::string& file) {
-    const std::string ground = othersGround(file);
-    const auto real = realPathOf(file);
-    return ground.empty() && real.ok() ? othersGround(*real) : ground;
 }
 
 void findShadowing(const Reading& reading, const NameMap::Entry& narrow, const Endpoint& at,
@@ -174,13 +142,16 @@ void findCertificates(const Reading& reading, Findings& findings) {
         for (const std::string& fault : faults) {
             findings.push_back({"certificate", reading.originOf(host).text(), fault});
         }
+        if (const std::string spoilable = spoilablePart({certificate, key}); !spoilable.empty()) {
+            findings.push_back({"certificate", reading.originOf(host).text(), spoilable});
+        }
     }
 }
 
 void findRedirectableLogs(const std::vector<OpenedLog>& logs, Findings& findings) {
     for (const OpenedLog& log : logs) {
         const auto trap = trapOn(log.path);
-        const std::string ground = trap ? trap->path : groundOf(log.path);
+        const std::string ground = trap ? trap->path : othersGround(log.path);
         if (!ground.empty()) {
             findings.push_back(
                 {"log that its owner can redirect", log.place,

@@ -1,0 +1,41 @@
+#include "sys/Ground.h"
+
+#include <sys/stat.h>
+
+#include "sys/File.h"
+
+namespace zpweb {
+
+namespace {
+
+std::string othersPart(const std::string& file) {
+    for (size_t slash = file.find('/', 1);; slash = file.find('/', slash + 1)) {
+        std::string part = file.substr(0, slash);
+        struct stat status {};
+        if (::lstat(part.c_str(), &status) != 0) {
+            return {};
+        }
+        const bool sticky = (status.st_mode & S_ISVTX) != 0;
+        const bool open = S_ISDIR(status.st_mode) && (status.st_mode & (S_IWGRP | S_IWOTH)) != 0 && !sticky;
+        const bool last = slash == std::string::npos;
+        if (status.st_uid != 0 && (!last || S_ISLNK(status.st_mode))) {
+            return part;
+        }
+        if (last) {
+            return {};
+        }
+        if (open) {
+            return part;
+        }
+    }
+}
+
+}  // namespace
+
+std::string othersGround(const std::string& file) {
+    const std::string part = othersPart(file);
+    const auto real = realPathOf(file);
+    return part.empty() && real.ok() ? othersPart(*real) : part;
+}
+
+}  // namespace zpweb
