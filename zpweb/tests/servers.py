@@ -51,7 +51,7 @@ SITES = {
     "secure": block("*:80", "secure.example", "ServerAlias www.secure.example", "Redirect permanent / https://secure.example/", root="")
               + tls("secure.example", "ServerAlias www.secure.example"),
     "wild": "<IfDefine !Absent>\n" + textwrap.indent(block("*:80", "wild.example", "ServerAlias *.wild.example"), "\t") + "</IfDefine>\n",
-    "quoted": f"""'<VirtualHost' *:80>\n  "ServerName" "quoted.example"\n  'ServerAlias' "www.quoted.example"\n  "Document\\\nRoot" {PAGES}/quoted.example
+    "quoted": f"""'<VirtualHost' "*:80">\n  "ServerName" "quoted.example"\n  'ServerAlias' "www.quoted.example"\n  "Document\\\nRoot" {PAGES}/quoted.example
   "ServerSignature" Off\n"</VirtualHost>"\n""",
     "nameless": f"<VirtualHost 127.0.0.2:80>\n    DocumentRoot {PAGES}/nameless\n    ErrorLog /run/nameless.log\n</VirtualHost>\n",
     "shadowed": block("*:80", "shadowed.example", "ServerAdmin a@shadowed.example", "Include TREE/snippets/admin.conf",

@@ -31,11 +31,11 @@ std::string_view tagArguments(std::string_view text, std::string_view tag) {
     return arguments;
 }
 
-// A tag that goes on in the next line names its addresses on several.
-std::string onOneLine(std::string_view words) {
+// A tag that goes on in the next line names its addresses on several, and any may stand in quotes.
+std::string plainAddresses(std::string_view words) {
     std::string line;
     for (const Word& word : writtenWords(words)) {
-        line.append(line.empty() ? "" : " ").append(word.written);
+        line.append(line.empty() ? "" : " ").append(word.value());
     }
     return line;
 }
@@ -69,8 +69,8 @@ BlockReader::BlockReader(LineStart opening, std::string_view tag, bool stopped, 
     block_.lines.first = block_.nameLine = opening.number;
     block_.stopped = stopped;
     const std::string_view arguments = tagArguments(tag, keyword::VirtualHost);
-    const bool continued = arguments.find('\n') != arguments.npos;
-    block_.addresses = values_.plain(continued ? values_.keep(onOneLine(arguments)) : arguments);
+    const bool isPlain = arguments.find_first_of("\n\"'") == arguments.npos;
+    block_.addresses = values_.plain(isPlain ? arguments : values_.keep(plainAddresses(arguments)));
     block_.address = values_.first(block_.addresses);
 }
 
