@@ -20,9 +20,11 @@ namespace {
 // A search that went wrong looks no different from one that found nobody: whether the host's own database
 // can be read, and holds no such name, tells.
 void noteUnlessMissing(const char* database, const std::string& name) {
+    errno = 0;
     const Descriptor file(::open(database, O_RDONLY | O_CLOEXEC));
     const auto text = file.isOpen() ? readAll(file.number()) : std::nullopt;
     if (!text || ("\n" + *text).find("\n" + name + ":") != std::string::npos) {
+        errno = errno == 0 ? EIO : errno;  // what the search met is not known any more
         machine().fault(database);
     }
 }
