@@ -106,11 +106,13 @@ def test_without_mod_info_the_name_map_tells(shared):
 
 def test_a_broken_configuration_can_be_mended_and_is_said_to_be_broken(site):
     sound = site.text()
-    site.conf.write_text(sound.replace("ServerAdmin", "Nonsense here\n\tServerAdmin"))
+    quoted = '<VirtualHost "127.0.0.9:80">\n</VirtualHost>\n'
+    site.conf.write_text(sound.replace("ServerAdmin", "Nonsense here\n\tServerAdmin") + quoted)
     answer = site.run("host", "add", "shop.example", "a.example")
     assert answer.status == 3 and "It was broken before" in answer.err, answer
+    assert [row["address"] for row in site.do("address", "list", "--json").json["addresses"]] == ["127.0.0.1", "127.0.0.9"]
     site.do("directive", "delete", "Nonsense", "--site", "shop.example")
-    assert site.text() == sound
+    assert site.text() == sound + quoted
 
 
 def test_a_signal_goes_to_the_server_only(site):

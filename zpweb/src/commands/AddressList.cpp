@@ -45,7 +45,9 @@ Outcome list(Session& session, const Configuration& configuration, const Argumen
             return listed;
         }
         for (const std::string& address : addresses) {
-            rows.row().add("address", address).add("file", file->path());
+            // It goes up to the port, and the closing quote stands behind that.
+            const bool isQuoted = address.starts_with('"');
+            rows.row().add("address", address.substr(isQuoted ? 1 : 0)).add("file", file->path());
         }
     }
     return done();
