@@ -54,6 +54,7 @@ constexpr Call Calls[] = {
     {SYS_fstat, "fstat", 0, -1, -1, -1, false, false},
     {SYS_newfstatat, "fstatat", 0, 1, -1, -1, false, false},
     {SYS_statx, "statx", 0, 1, -1, -1, false, false},
+    {SYS_access, "access", -1, 0, -1, -1, false, false},
     {SYS_getdents64, "getdents", 0, -1, -1, -1, false, false},
     {SYS_fsetxattr, "fsetxattr", 0, -1, -1, -1, true, false},
     {SYS_fgetxattr, "fgetxattr", 0, -1, -1, -1, false, false},

@@ -528,6 +528,20 @@ def test_the_cost_of_a_hash_that_an_owner_has_written_is_not_paid(site):
     site.do("access", "set", "shop.example", "/x", "--users", "joe", "--user-file", users, *FAST)
 
 
+def test_no_account_has_a_say_in_what_root_asks_in_its_name(site):
+    """Whether the server's user can read a file, a process of root's finds out. A script of that user could stop it, and with it the lock, were it the user's."""
+    users = site.root / "www/users"
+    users.write_text("joe:$2y$05$abcdefghijklmnopqrstuuABCDEFGHIJKLMNOPQRSTUVWXYZabcde\n")
+    words = [ZPWEB, "--conf", site.conf, "access", "set", "shop.example", "/x", "--users", "joe", "--user-file", users, "--dry-run", *FAST]
+    environment = {**os.environ, "ZPFAULT_ALL": "1", "ZPFAULT_RUN": "setpriv --reuid www-data --clear-groups sh -c 'kill -KILL -1'; true"}
+    listed = subprocess.run([ZPFAULT, "none", "0", *words], capture_output=True, text=True, env=environment).stderr
+    calls = re.findall(rf"(?m)^(\d+) \w+ {users}$", listed)
+    assert len(calls) > 3
+    for call in calls:
+        done = subprocess.run([ZPFAULT, "meanwhile", call, *words], capture_output=True, text=True, timeout=20, env=environment)
+        assert done.returncode == 0, done
+
+
 def test_a_file_whose_lines_are_hard_to_pair_costs_an_undo_little(site):
     """Its owner has written it for that: many long ranges of few different lines."""
     file = site.sites / "shop.example/www/html/conf"

@@ -6,6 +6,7 @@
 #include <pwd.h>
 #include <signal.h>
 #include <spawn.h>
+#include <sys/fsuid.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -92,6 +93,15 @@ std::string textOf(const Descriptor& file) {
     return text;
 }
 
+// This process sees files as the account does from here on. It becomes the account in nothing else: one
+// that does can be stopped by the account's other processes, and who waits for it would wait for ever.
+bool looksAs(const passwd& account) {
+    const bool grouped = ::initgroups(account.pw_name, account.pw_gid) == 0;
+    ::setfsgid(account.pw_gid);
+    ::setfsuid(account.pw_uid);
+    return grouped && static_cast<uid_t>(::setfsuid(account.pw_uid)) == account.pw_uid;
+}
+
 }  // namespace
 
 Running::Running(const std::vector<std::string>& words)
@@ -156,11 +166,10 @@ std::vector<bool> canEnter(const std::string& account, const std::vector<std::st
     }
     const pid_t pid = ::fork();
     if (pid == 0) {
-        const bool became = ::initgroups(entry->pw_name, entry->pw_gid) == 0 &&
-                            ::setgid(entry->pw_gid) == 0 && ::setuid(entry->pw_uid) == 0;
+        const bool became = looksAs(*entry);
         for (size_t i = 0; became && i < directories.size(); ++i) {
-            if (::access(directories[i].c_str(), X_OK) != 0 &&
-                ::pwrite(answers.number(), "n", 1, static_cast<off_t>(i)) != 1) {
+            const Descriptor inside(::open((directories[i] + "/.").c_str(), O_PATH | O_CLOEXEC));
+            if (!inside.isOpen() && ::pwrite(answers.number(), "n", 1, static_cast<off_t>(i)) != 1) {
                 ::_exit(1);
             }
         }
@@ -176,15 +185,15 @@ std::vector<bool> canEnter(const std::string& account, const std::vector<std::st
 }
 
 bool isReadableBy(const std::string& account, const std::string& path) {
+    constexpr int Reading = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
     const passwd* entry = ::getpwnam(account.c_str());
     if (entry == nullptr || ::geteuid() != 0) {
         return true;
     }
     const pid_t pid = ::fork();
     if (pid == 0) {
-        const bool became = ::initgroups(entry->pw_name, entry->pw_gid) == 0 &&
-                            ::setgid(entry->pw_gid) == 0 && ::setuid(entry->pw_uid) == 0;
-        ::_exit(became && ::access(path.c_str(), R_OK) != 0 ? 1 : 0);
+        const bool reads = !looksAs(*entry) || ::open(path.c_str(), Reading) >= 0 || errno == EWOULDBLOCK;
+        ::_exit(reads ? 0 : 1);
     }
     int status = 0;
     return pid < 0 || ::waitpid(pid, &status, 0) != pid || status == 0;
