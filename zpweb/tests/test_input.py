@@ -3,6 +3,7 @@ import fcntl
 import os
 import pty
 import re
+import resource
 import shlex
 import subprocess
 import threading
@@ -117,6 +118,17 @@ def test_output_that_cannot_be_written_is_an_error(site):
             done = subprocess.run([ZPWEB, "--conf", site.conf, *words], stdout=full, stderr=subprocess.PIPE, text=True)
         assert done.returncode == 1 and "standard output: No space left" in done.stderr, words
     assert "the change is made" in done.stderr and "stopped" in site.do("site", "status", "shop.example").out
+
+
+def test_nothing_is_written_where_a_stream_is_missing_and_no_limit_ends_a_change_in_the_middle(site):
+    """A file that is opened under the number of a closed stream would get what is told."""
+    lock = site.root / ".zpweb/lock"
+    for number, closed in enumerate((">&-", "2>&-", "<&- >&- 2>&-")):
+        subprocess.run(f"{ZPWEB} --conf {site.conf} host add shop.example h{number}.example --no-check {closed}", shell=True)
+        assert f"h{number}.example\n" in site.text() and re.fullmatch(r"\d+\n", lock.read_text()), closed
+    before = site.tree()
+    answer = site.run("host", "add", "shop.example", "more.example", preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (100, 100)))
+    assert answer.status == 1 and "File too large" in answer.err and site.text().encode() == before[str(site.conf)][3], answer
 
 
 EVIL = "\x1b]0;x\x07\x1b[2Jshop \x9b31m \u202e\u200b \x7f"

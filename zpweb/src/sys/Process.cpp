@@ -40,6 +40,7 @@ pid_t start(const std::vector<std::string>& words, int output, int errors) {
     sigset_t usual{};
     ::sigemptyset(&usual);
     ::sigaddset(&usual, SIGPIPE);
+    ::sigaddset(&usual, SIGXFSZ);
     posix_spawnattr_t attributes{};
     ::posix_spawnattr_init(&attributes);
     ::posix_spawnattr_setsigdefault(&attributes, &usual);
