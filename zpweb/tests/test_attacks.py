@@ -259,9 +259,10 @@ def hurt_by(site, prey, words, swap, look, fast=FAST):
     own = [int(line.split()[0]) for line in calls if str(html.parent.parent) in line]
     wrong = [] if own else ["nothing is touched"]
     for call in own[::-(-len(own) // MOST)]:
-        run("meanwhile", call)
+        made = run("meanwhile", call)
         after = look()
         hurt = [path for path in {**after, **before} if after.get(path) != before.get(path)]
+        hurt += [line for line in made[call - 1:] if re.match(rf"\d+ (read|fsync) {prey}", line)]  # what it leads to may be a device
         wrong += [(calls[call - 1], hurt)] if hurt else []
     return wrong
 

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstdio>
 
+#include "host/HeldDirectory.h"
 #include "sys/Copy.h"
 #include "sys/File.h"
 #include "sys/GuardedDirectory.h"
@@ -35,13 +36,8 @@ Outcome putBackBeside(const std::string& kept, const Descriptor& directory, cons
     return toldBy(changed.path, fresh, copied);
 }
 
-// In a directory that is held open, so that its owner cannot lead the step elsewhere.
-Outcome putBackFrom(const std::string& kept, const ChangedFile& changed) {
-    const auto directory = openGuarded(directoryOf(changed.path));
-    if (!directory.ok()) {
-        return directory.outcome();
-    }
-    const std::string place = pathIn(*directory, nameOf(changed.path));
+Outcome putBackFrom(const std::string& kept, const Descriptor& directory, const ChangedFile& changed) {
+    const std::string place = pathIn(directory, nameOf(changed.path));
     if (changed.before.empty()) {
         return ::unlink(place.c_str()) == 0 || errno == ENOENT ? done()
                                                                : failure(systemError(changed.path));
@@ -50,20 +46,42 @@ Outcome putBackFrom(const std::string& kept, const ChangedFile& changed) {
     if (!hash.ok() || *hash != changed.before) {
         return failure(hash.ok() ? "it is damaged" : hash.outcome().message);
     }
-    return ::rename(kept.c_str(), place.c_str()) == 0 ? done() : putBackBeside(kept, *directory, changed);
+    return ::rename(kept.c_str(), place.c_str()) == 0 ? done() : putBackBeside(kept, directory, changed);
+}
+
+// The file's directory is held open, so that its owner cannot lead the look, or what follows it, elsewhere.
+struct Held {
+    Descriptor directory;  // not open where its owner has put something else
+    Standing standing;
+};
+
+Expected<Held> holdPlaceOf(const ChangedFile& file) {
+    zp::host::HeldDirectory::Obstacle obstacle;
+    auto directory = zp::host::HeldDirectory::hold(directoryOf(file.path), &obstacle);
+    if (!directory && (!obstacle.link.empty() || obstacle.error == ENOTDIR)) {
+        return Held{Descriptor(), Standing::Else};
+    }
+    if (!directory && obstacle.error != ENOENT) {
+        errno = obstacle.error;
+        return failure(systemError(file.path));
+    }
+    Descriptor held = directory ? directory->release() : Descriptor();
+    const std::string place = pathIn(held, nameOf(file.path));
+    const auto now = held.isOpen() ? currentHash(place) : Expected(std::string());
+    if (!now.ok()) {
+        return toldBy(file.path, place, now.outcome());
+    }
+    const Standing standing = *now == file.after    ? Standing::New
+                              : *now == file.before ? Standing::Old
+                                                    : Standing::Else;
+    return Held{std::move(held), standing};
 }
 
 }  // namespace
 
 Expected<Standing> standingOf(const ChangedFile& file) {
-    if (isLedElsewhere(directoryOf(file.path))) {
-        return Standing::Else;  // its owner has put another directory there
-    }
-    const auto now = currentHash(file.path);
-    if (!now.ok()) {
-        return now.outcome();
-    }
-    return *now == file.after ? Standing::New : *now == file.before ? Standing::Old : Standing::Else;
+    const auto held = holdPlaceOf(file);
+    return held.ok() ? Expected(held->standing) : held.outcome();
 }
 
 Outcome putBack(const State& state, const Journal& journal) {
@@ -71,15 +89,17 @@ Outcome putBack(const State& state, const Journal& journal) {
     for (size_t i = 0; i < journal.files.size(); ++i) {
         const ChangedFile& changed = journal.files[i];
         const std::string kept = state.checkpoint(journal.checkpoint) + "/" + std::to_string(i);
-        const auto standing = standingOf(changed);
-        Outcome back = standing.ok() ? done() : standing.outcome();
-        if (standing.ok() && *standing == Standing::New) {
-            back = putBackFrom(kept, changed);
+        const auto held = holdPlaceOf(changed);
+        Outcome back = held.ok() ? done() : held.outcome();
+        if (held.ok() && held->standing == Standing::New) {
+            back = putBackFrom(kept, held->directory, changed);
         }
         if (!back.ok()) {
             outcome = failure("cannot put back " + changed.path + " from " + kept + ": " + back.message);
         }
-        static_cast<void>(sync(directoryOf(changed.path)));
+        if (held.ok() && held->directory.isOpen()) {  // also what an interrupted run has put back
+            static_cast<void>(sync(held->directory, changed.path));
+        }
     }
     return outcome;
 }

@@ -68,8 +68,8 @@ Outcome takeOverAttributes(const Descriptor& from, const Descriptor& to, const s
 }
 
 Outcome takeOverAttributes(const std::string& from, const Descriptor& to) {
-    const Descriptor source(::open(from.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-    return source.isOpen() ? takeOverAttributes(source, to, from, ModeBits::All)
+    const Descriptor source(::open(from.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK));
+    return source.isOpen() ? takeOverAttributes(source, to, from, ModeBits::WithoutSetId)
                            : failure(systemError(from));
 }
 

@@ -8,7 +8,7 @@
 
 namespace zpweb {
 
-// Gives an open file those of another.
+// Gives an open file those of another, but for set-ID bits.
 Outcome takeOverAttributes(const std::string& from, const Descriptor& to);
 // The same of open files; `path` is for messages.
 enum class ModeBits { All, WithoutSetId };

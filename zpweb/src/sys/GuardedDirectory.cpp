@@ -43,12 +43,6 @@ Outcome reachedWithoutForeignLink(const std::string& path) {
     return opened.status == Status::NotFound ? done() : opened;
 }
 
-bool isLedElsewhere(const std::string& path) {
-    host::HeldDirectory::Obstacle obstacle;
-    return !host::HeldDirectory::hold(path, &obstacle) &&
-           (!obstacle.link.empty() || obstacle.error == ENOTDIR);
-}
-
 Expected<std::string> behindGuardedLinks(std::string path) {
     for (int links = 0; links < MostLinks; ++links) {
         const auto directory = host::HeldDirectory::hold(directoryOf(path));

@@ -20,10 +20,6 @@ Expected<Descriptor> openGuarded(const std::string& path);
 // Is the directory reached like that? One that does not exist is.
 Outcome reachedWithoutForeignLink(const std::string& path);
 
-// Does such a link, or what is no directory, stand on the way or in its place? One that cannot be looked at
-// has none.
-bool isLedElsewhere(const std::string& path);
-
 // The path itself or, where a link stands that only the administrator can have placed, what it leads to.
 Expected<std::string> behindGuardedLinks(std::string path);
 
