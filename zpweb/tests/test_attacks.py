@@ -168,6 +168,17 @@ def test_a_rotation_packs_no_file_of_roots(site, prey, bait):
     assert hurt_by(site, prey, "log rotate shop.example", swap, packed) == []
 
 
+@pytest.mark.parametrize("name", ["--checkpoint-action=exec=id>made", "a*", "a[b]", "a{b}", "a~", "caf\udce9"])
+def test_a_logs_name_is_no_more_than_a_name_to_the_tools_that_rotate_it(site, name):
+    logs = site.sites / "shop.example/log/httpd"
+    site.conf.write_bytes(os.fsencode(site.text().replace("access_log", name)))
+    (logs / name).write_text("a line\n" * 10 ** 5)
+    answer = site.run("log", "policy", "shop.example", "--daily", *FAST)
+    assert answer.status == (0 if name[0] == "-" else 3), answer
+    site.do("log", "rotate", "shop.example", *FAST)
+    assert [path.name for path in logs.iterdir() if re.search(r"made$|rotate|\d$", path.name)] == []
+
+
 @pytest.mark.parametrize("back", [False, True], ids=["another directory", "the log comes back"])
 def test_a_repair_is_led_nowhere_and_removes_no_log(site, prey, back):
     home = site.sites / "shop.example"

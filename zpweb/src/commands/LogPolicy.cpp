@@ -1,4 +1,6 @@
 // log policy: how long a site's logs are kept.
+#include <algorithm>
+
 #include "commands/SettingsCommands.h"
 #include "commands/shared/SettingParameters.h"
 #include "input/Quoted.h"
@@ -19,9 +21,20 @@ constexpr auto Keep = numberOption("--keep", "NUMBER", "Keep so many old ones (1
 constexpr auto LargerThan = option("--size", Kind::Size, "SIZE", "Rotate sooner what is larger");
 constexpr auto Off = flag("--off", "Rotate them no more");
 
+// logrotate takes such a name for a pattern, or for more than a name.
+bool isPlainName(const std::string& log) {
+    return std::all_of(log.begin(), log.end(), [](char c) {
+        return c >= ' ' && c < '\x7f' && std::string_view("\"'\\*?[]{}~").find(c) == std::string_view::npos;
+    });
+}
+
 Expected<std::vector<std::string>> rotatable(const Configuration& configuration, const std::string& site) {
     std::vector<std::string> logs;
     for (const SiteLog& log : logsOf(configuration, configuration.find(site))) {
+        if (!isPlainName(log.path)) {
+            return failure(Status::Refused,
+                           log.path + ": logrotate would not take this name as it is written");
+        }
         if (const std::string other = rotatedBy(log.path); !other.empty()) {
             return failure(Status::Exists, log.path + ": " + other + " rotates it already");
         }

@@ -164,8 +164,10 @@ Outcome rotate(Transaction& change, const std::string& site, const Descriptor& d
 // The archive holds what the log does: a tool that could not read all of it packs the rest as well as none.
 bool isWhole(int room, const std::string& archive, const std::string& name) {
     const std::string path = zp::host::pathOf(room);
+    // As the operation names it: with a dash before it, it would be an option.
+    const std::string member = (name.starts_with('-') ? "./" : "") + name;
     return ::linkat(room, Kept, room, name.c_str(), 0) == 0 &&
-           runProgram({"tar", "-dzf", path + "/" + archive, "-C", path, name}).ok();
+           runProgram({"tar", "-dzf", path + "/" + archive, "-C", path, member}).ok();
 }
 
 }  // namespace
