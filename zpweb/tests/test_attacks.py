@@ -467,6 +467,35 @@ def test_a_file_that_root_names_is_read_through_no_link_of_its_directorys_owner(
     assert "symbolic link" not in site.run(*words.format(file=site.root / "www/link").split(), *FAST).err
 
 
+def test_a_name_that_is_a_way_leads_to_no_other_file(site):
+    """It stands in a file that the administrator has from somebody else."""
+    for folder in ("conf.d", "mods"):
+        (site.root / folder).mkdir()
+    (site.root / "mods/proxy.conf").write_text("ProxyRequests Off\n")
+    site.do("access", "set", "shop.example", "/x", "--allow", "192.0.2.1", *FAST)
+    site.conf.write_text(site.text() + "IncludeOptional conf.d/*.conf\n<VirtualHost *:80>\nServerName ../mods\nDocumentRoot /srv\n</VirtualHost>\n")
+    place = f"{site.conf}:{site.text()[:site.text().index('ServerName ../')].count(chr(10))}"
+    before = site.tree()
+    answer = site.run("site", "move", place, "--layout", "files", *FAST)
+    assert answer.status == 3 and site.tree().keys() == before.keys(), answer
+    site.do("site", "delete", place, *FAST)
+    assert "../mods" not in site.text() and (site.root / "mods/proxy.conf").exists()
+
+
+@pytest.mark.parametrize("kind", ["fifo", "sparse"])
+def test_a_file_of_the_configuration_that_others_own_holds_nothing_up(site, kind):
+    """Where an Include line leads to their ground. The server would wait for it, or read terabytes."""
+    ground = site.sites / "shop.example/www"
+    text = site.text()
+    for staged in (False, True):
+        site.conf.write_text(text if staged else text + f"IncludeOptional {ground}/*.conf\n")
+        plant(kind, ground / "a.conf", None)
+        give(ground)
+        for words in (["host", "add", "shop.example", "a.example"], ["site", "list"], ["doctor"]) if not staged else (["directive", "add", "Include", f"{ground}/a.conf"],):
+            answer = Answer(subprocess.run([ZPWEB, "--conf", site.conf, *words], capture_output=True, text=True, timeout=20))
+            assert answer.status == 1 and f"{ground}/a.conf: " in answer.err, answer
+
+
 @pytest.mark.parametrize("kind", ["fifo", "directory", "socket", "lease", "way", "loop", "file for directory"])
 def test_what_its_owner_makes_of_a_file_holds_up_no_recovery(site, prey, kind):
     """A run was killed between two files of the owner's: what stands there now is nobody's reason to wait."""

@@ -36,7 +36,10 @@ const char* nameOf(Setting setting) {
 }
 
 std::string settingPath(const std::string& mainConfiguration, const std::string& site, Setting setting) {
-    return directoryOf(mainConfiguration) + "/zpweb.d/" + site + "/" + nameOf(setting) + ".conf";
+    // What stands in a configuration as a name may be a way to other files; no setting has the place "-".
+    const bool isWay = site.starts_with('.') || site.find('/') != std::string::npos;
+    return directoryOf(mainConfiguration) + "/zpweb.d/" + (isWay ? "-" : site) + "/" + nameOf(setting) +
+           ".conf";
 }
 
 std::string settingText(const std::string& site, Setting setting, const SettingText& content) {
