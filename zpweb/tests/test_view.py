@@ -67,6 +67,12 @@ CHANGES = {
     "a section that is made to be there": (
         TABS, "perl on SITE", "</VirtualHost>",
         '\t<Directory "/srv/shop">\r\n\t\t# zpweb: this section goes with its last line\r\n\t\tAddHandler cgi-script cgi pl\r\n\t</Directory>\r\n</VirtualHost>', "perl off SITE"),
+    "a section of a root that is written with a slash": (
+        TABS.replace("/srv/shop", "/srv/shop/"), "perl on SITE", "</VirtualHost>",
+        '\t<Directory "/srv/shop">\r\n\t\t# zpweb: this section goes with its last line\r\n\t\tAddHandler cgi-script cgi pl\r\n\t</Directory>\r\n</VirtualHost>', "perl off SITE"),
+    "a section of such a root that is there": (
+        TABS.replace("/srv/shop", "/srv/shop/\r\n\t<Directory /srv/shop/>\r\n\tOptions None\r\n\t</Directory>"), "perl on SITE",
+        "\tOptions", "\t\tAddHandler cgi-script cgi pl\r\n\tOptions", "perl off SITE"),
     "a section before the first": (
         ODD, "folder add SITE /srv/x --line AllowOverride\\ None", "    <directory",
         '    <Directory "/srv/x">\n        AllowOverride None\n    </Directory>\n    <directory', "folder delete SITE /srv/x"),

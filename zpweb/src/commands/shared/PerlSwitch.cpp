@@ -7,13 +7,14 @@
 #include "conf/Bounds.h"
 #include "conf/Handlers.h"
 #include "input/Quoted.h"
+#include "server/DirectoryPaths.h"
 
 namespace zpweb {
 
 namespace {
 
 std::string quotedRoot(const Statement& statement) {
-    return "DocumentRoot \"" + statement.argument(0) + "\"";
+    return "DocumentRoot \"" + withoutSlash(statement.argument(0)) + "\"";
 }
 
 // The section of the document root, which is made where there is none.
@@ -42,7 +43,7 @@ Outcome switchPerl(Transaction& change, const Site& site, const Arguments& given
     }
     const auto asked = blocksAskedFor(site, given);
     for (const BlockAt& at : *blocks) {
-        const std::string root(at.in(change.configuration()).root);
+        const std::string root = withoutSlash(std::string(at.in(change.configuration()).root));
         if (root.empty()) {
             continue;  // it serves no files
         }
