@@ -20,6 +20,7 @@ ODD = """\
 """
 TABS = "<VirtualHost 127.0.0.1:8080>\r\n\tServerName shop.example\r\n\tDocumentRoot /srv/shop\r\n</VirtualHost>"
 QUOTED = """'<VirtualHost' *:80>\n  "ServerName" shop.example\n  "Server\\\nAlias" www.shop.example\n  "ServerSignature" Off\n"</VirtualHost>"\n"""
+MANY = "<VirtualHost " + "".join(f"\\\n    127.0.0.{i}:80 " for i in range(1, 9)) + "\\\n>\n  ServerName shop.example\n</VirtualHost>\n"
 
 # Command words, what goes, what comes, and the words that take it back (None: they are not its inverse).
 CHANGES = {
@@ -38,6 +39,8 @@ CHANGES = {
         ODD, "host remove SITE www.shop.example", "www.shop.example \\\n                  shop.test", "shop.test", None),
     "the port of all addresses": (
         ODD, "site port SITE 8081", "*:80 [::]:80", "*:8081 [::]:8081", "site port SITE 80"),
+    "the port of addresses on several lines": (
+        MANY, "site port SITE 8081", MANY[13:-12], MANY[13:-12].replace("80 ", "8081 "), "site port SITE 80"),
     "a redirection keeps its status": (
         ODD, "site set SITE --redirect /old=https://shop.example/newer", "/new\n", "/newer\n",
         "site set SITE --redirect /old=https://shop.example/new"),

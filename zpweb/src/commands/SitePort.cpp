@@ -91,9 +91,12 @@ Outcome moveAddress(Transaction& change, const BlockAt& at, size_t number, const
 }
 
 Outcome moveBlock(Transaction& change, const BlockAt& at, const std::string& only, const Arguments& given) {
-    const std::vector<Word> addresses = writtenWords(at.in(change.configuration()).addresses);
+    std::vector<std::string> addresses;  // copies: each step makes another text of the block
+    for (const Word& word : writtenWords(at.in(change.configuration()).addresses)) {
+        addresses.push_back(word.value());
+    }
     for (size_t i = 0; i < addresses.size(); ++i) {
-        const std::string old = addresses[i].value();
+        const std::string& old = addresses[i];
         if (portOf(old) != only) {
             continue;
         }
