@@ -36,15 +36,18 @@ def test_every_exported_operation_is_reached_by_a_command():
 
 def test_sites_are_listed_with_what_is_wrong_about_them(site):
     site.conf.write_text(site.text() + "<VirtualHost 127.0.0.1:%d>\nServerName shop.example\n</VirtualHost>\n"
-                         "<VirtualHost *:80>\nServerName blank.example \n</VirtualHost>\n" % site.port)
+                         "<VirtualHost *:80>\nServerName blank.example \n</VirtualHost>\n"
+                         "<VirtualHost *:81>\nServerAlias other.example\n</VirtualHost>\n" % site.port)
+    nameless = f"{site.conf}:{len(site.text().splitlines()) - 2}"
     rows = site.do("site", "list", "--json").json["sites"]
     assert [(row["name"], row["flags"], len(row["blocks"])) for row in rows] == [
-        ("shop.example", ["duplicate"], 2), ("blank.example", [], 1)]
+        ("shop.example", ["duplicate"], 2), ("blank.example", [], 1), (nameless, [], 1)]
+    assert rows[2]["names"] == site.do("site", "show", rows[2]["name"], "--json").json["host_names"] == ["other.example"]
     line = rows[0]["blocks"][0]["line"]
     assert site.text().splitlines()[line - 1].startswith("<VirtualHost 127.0.0.1")
     lines = site.do("site", "list").out.splitlines()
     assert lines[0].split() == ["NAME", "STATE", "ADDRESS", "ROOT", "PLACE", "FLAGS"]
-    assert len(site.do("site", "list", "--by-block").out.splitlines()) == 4
+    assert len(site.do("site", "list", "--by-block").out.splitlines()) == 5
     assert f"{site.conf}:" in lines[1] and "\x1b" not in "".join(lines)
     assert {r["name"].strip() for r in site.do("site", "list", "--names", "--json").json["sites"]} == {
         "shop.example", "blank.example"}

@@ -173,8 +173,9 @@ Listen 127.0.0.9:80
 </VirtualHost>
 """)
     sites = machine.do("site", "list", "--json").json["sites"]
+    nameless = f"{machine.conf}:{next(i for i, line in enumerate(machine.text().splitlines(), 1) if '_default_' in line)}"
     assert [(site["name"], site["state"], site["blocks"][0]["tls"]) for site in sites] == [
-        ("last.example", "running", False), ("stopped.example", "stopped", False), ("perl.example", "stopped", False), ("defined.example", "running", True)]
-    place = next(i for i, line in enumerate(machine.text().split("\n"), 1) if "_default_" in line)
-    machine.do("host", "add", f"{machine.conf}:{place}", "nameless.example", *FAST)
+        ("last.example", "running", False), ("stopped.example", "stopped", False), ("perl.example", "stopped", False), ("defined.example", "running", True),
+        (nameless, "running", False)]
+    machine.do("host", "add", nameless, "nameless.example", *FAST)
     assert "<VirtualHost _default_:80>\n  ServerAlias nameless.example\n  DocumentRoot" in machine.text()

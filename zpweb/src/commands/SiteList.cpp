@@ -35,7 +35,7 @@ std::string keyOf(std::string_view name) {
     return ascii.ok() ? *ascii : key;
 }
 
-// All sites, in the order of their first blocks.
+// All sites, in the order of their first blocks. A block without a name is one of its own.
 std::vector<std::vector<Place>> sitesOf(const Configuration& configuration) {
     std::vector<std::vector<Place>> sites;
     std::unordered_map<std::string, size_t> numbers;
@@ -44,6 +44,7 @@ std::vector<std::vector<Place>> sitesOf(const Configuration& configuration) {
     for (const auto& file : configuration.files()) {
         for (const Block& block : file->blocks()) {
             if (block.name.empty()) {
+                sites.push_back({{file.get(), &block}});
                 continue;
             }
             const auto [known, added] = numbers.try_emplace(keyOf(block.name), sites.size());
@@ -70,7 +71,8 @@ std::vector<std::string> flagsOf(const std::vector<Place>& places) {
         flags.emplace_back("duplicate");
     }
     const std::string_view name = places.front().block->name;
-    if (!isServerName(name) || name.ends_with('.')) {  // the server takes the dot off what is asked for
+    if (!name.empty() &&
+        (!isServerName(name) || name.ends_with('.'))) {  // the server takes the dot off what is asked for
         flags.emplace_back("unreachable");
     }
     return flags;
@@ -102,9 +104,8 @@ std::string readableOf(std::string_view name) {
 // Conditions around blocks can only be judged by the server.
 bool needsServer(const Configuration& configuration) {
     return std::any_of(configuration.files().begin(), configuration.files().end(), [](const auto& file) {
-        return std::any_of(file->blocks().begin(), file->blocks().end(), [](const Block& block) {
-            return block.conditional && !block.stopped && !block.name.empty();
-        });
+        return std::any_of(file->blocks().begin(), file->blocks().end(),
+                           [](const Block& block) { return block.conditional && !block.stopped; });
     });
 }
 
@@ -135,7 +136,7 @@ std::string_view stateOf(const std::vector<Place>& places, const Served& served)
 void addRow(List& rows, const std::vector<Place>& places, bool json, const Served& served) {
     const Block& block = *places.front().block;
     const std::string readable = readableOf(block.name);
-    rows.row().add("name", block.name);
+    rows.row().add("name", block.name.empty() ? places.front().text() : std::string(block.name));
     if (!readable.empty()) {
         rows.add("readable", readable);
     }
@@ -251,7 +252,8 @@ Command siteList() {
         .more =
             "A site is flagged \"duplicate\" when its name stands twice at the same address, so that only "
             "the "
-            "first block is served, and \"unreachable\" when no request can ask for its name.",
+            "first block is served, and \"unreachable\" when no request can ask for its name. A block "
+            "without a name has a row of its own and is named by its place.",
         .examples = {"site list", "site list --all", "site list --by-block", "site list --json"},
     };
 }
