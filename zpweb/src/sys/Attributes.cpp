@@ -47,7 +47,7 @@ Outcome takeOverAttributes(const Descriptor& from, const Descriptor& to, const s
     if (::fstat(from.number(), &old) != 0 || ::fstat(to.number(), &fresh) != 0) {
         return failure(systemError(path));
     }
-    const mode_t mode = old.st_mode & (bits == ModeBits::All ? 07777 : 0777);
+    const mode_t mode = old.st_mode & (bits == ModeBits::All ? 07777 : 01777);
     // The owner goes first: a change of owner clears the set-ID bits.
     const bool sameOwner = old.st_uid == fresh.st_uid && old.st_gid == fresh.st_gid;
     if ((!sameOwner && ::fchown(to.number(), old.st_uid, old.st_gid) != 0) ||
