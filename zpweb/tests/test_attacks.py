@@ -491,7 +491,7 @@ def test_a_file_of_the_configuration_that_others_own_holds_nothing_up(site, kind
         site.conf.write_text(text if staged else text + f"IncludeOptional {ground}/*.conf\n")
         plant(kind, ground / "a.conf", None)
         give(ground)
-        for words in (["host", "add", "shop.example", "a.example"], ["site", "list"], ["doctor"]) if not staged else (["directive", "add", "Include", f"{ground}/a.conf"],):
+        for words in (["host", "add", "shop.example", "a.example"], ["site", "list"], ["doctor"]) if not staged else (["directive", "add", "Include", f"{ground}/a.conf", "--site", "shop.example"],):
             answer = Answer(subprocess.run([ZPWEB, "--conf", site.conf, *words], capture_output=True, text=True, timeout=20))
             assert answer.status == 1 and f"{ground}/a.conf: " in answer.err, answer
 

@@ -147,6 +147,9 @@ std::string placeIn(const Configuration& configuration, const std::string& live,
 Expected<StagedConfiguration> stagedConfiguration(const Configuration& configuration,
                                                   const std::map<std::string, StagedFile>& files,
                                                   const std::string& stage) {
+    if (!configuration.obstacle().ok()) {
+        return configuration.obstacle();
+    }
     Staging staging(configuration, files, stage);
     auto main = staging.checkable(configuration.main().path());
     return main.ok() ? Expected(StagedConfiguration{*main, staging.liveNames()})

@@ -1,5 +1,8 @@
 #include "server/Configuration.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <filesystem>
 #include <iterator>
@@ -11,6 +14,7 @@
 #include "server/Parts.h"
 #include "server/Program.h"
 #include "sys/File.h"
+#include "sys/Look.h"
 #include "text/Statements.h"
 
 namespace zpweb {
@@ -18,6 +22,7 @@ namespace zpweb {
 namespace {
 
 constexpr int DeepestInclude = 16;
+constexpr size_t LargestOfOthers = 256UL << 20;
 
 // Does a block write something with a variable that is known by now?
 bool leavesKnownVariables(const ConfigurationFile& file, const Defines& defines) {
@@ -27,6 +32,21 @@ bool leavesKnownVariables(const ConfigurationFile& file, const Defines& defines)
     return std::any_of(file.blocks().begin(), file.blocks().end(), [&](const Block& block) {
         return leaves(block.name) || leaves(block.aliases) || leaves(block.addresses);
     });
+}
+
+bool isOthers(const std::string& path) {
+    struct stat status {};
+    return lookAt(path, status) && status.st_uid != 0 && status.st_uid != ::geteuid();
+}
+
+// What would hold up who reads it for as long as its owner likes.
+Outcome obstacleAt(const std::string& path) {
+    struct stat status {};
+    if (lookAt(path, status) && S_ISFIFO(status.st_mode)) {
+        return failure(path + ": a named pipe, which the server would wait for; remove it");
+    }
+    const bool large = static_cast<size_t>(status.st_size) > LargestOfOthers && isOthers(path);
+    return large ? failure(path + ": larger than 256 MiB, and not root's") : done();
 }
 
 // The path that a file or link of a change stands for.
@@ -46,11 +66,12 @@ Expected<Configuration> Configuration::load(const std::string& main) {
     if (Outcome read = configuration.read(main, 0, false); !read.ok()) {
         return read;
     }
-    return configuration;
+    return configuration.obstacle_.ok() ? Expected(std::move(configuration))
+                                        : Expected<Configuration>(configuration.obstacle_);
 }
 
 Outcome Configuration::read(const std::string& path, int depth, bool inBlocks) {
-    auto text = readFile(path);
+    auto text = readFile(path, isOthers(path) ? LargestOfOthers : std::string::npos);
     if (text.ok()) {
         add(path, Content(std::move(*text)), depth, inBlocks);
     }
@@ -88,6 +109,7 @@ void Configuration::noteAtServer(const std::string& path, int depth) {
 void Configuration::take(const std::string& path, int depth, bool inBlocks) {
     if (const auto staged = otherwise_.find(path); staged == otherwise_.end()) {
         static_cast<void>(isFile(path) && read(path, depth, inBlocks).ok());
+        obstacle_ = obstacle_.ok() ? obstacleAt(path) : obstacle_;
     } else if (staged->second && !staged->second.isLink()) {
         add(path, staged->second, depth, inBlocks);
     }
@@ -138,7 +160,8 @@ std::string Configuration::serverNameIn(std::string_view pattern) const {
     for (const std::string& path : included(pattern)) {
         const auto real = realOf(path);
         const ConfigurationFile* known = real.ok() ? file(*real) : nullptr;
-        const auto text = known != nullptr ? Expected(known->content().text()) : readFile(path);
+        const auto text =
+            known != nullptr ? Expected(known->content().text()) : readFile(path, LargestOfOthers);
         const Statements statements(text.ok() ? std::string_view(*text) : "");
         for (const Statement& statement : statements) {
             if (statement.scope == None && statement.is("ServerName")) {

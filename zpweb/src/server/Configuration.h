@@ -72,6 +72,9 @@ class Configuration {
 public:
     // `main` is a path without links.
     static Expected<Configuration> load(const std::string& main);
+    // What an Include line names and nobody can read to its end, the server neither; done when there is
+    // none.
+    const Outcome& obstacle() const { return obstacle_; }
 
     const ConfigurationFile& main() const { return *files_.front(); }
     const std::list<std::unique_ptr<ConfigurationFile>>& files() const { return files_; }
@@ -188,6 +191,7 @@ private:
     void noteLink(const std::string& path, const Content& content);
 
     Files files_;
+    Outcome obstacle_;
     std::shared_ptr<Parts> parts_;  // once there is an index
     std::shared_ptr<Surroundings> around_ = std::make_shared<Surroundings>();
     std::unordered_map<std::string, Known> known_;  // the files, by path

@@ -14,6 +14,7 @@
 
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
 #include <sstream>
 #include <utility>
@@ -22,8 +23,9 @@ namespace zpweb {
 
 namespace {
 
-constexpr int BetweenCalls = 100;          // milliseconds
-constexpr useconds_t BetweenLooks = 2000;  // microseconds
+constexpr int BetweenCalls = 100;           // milliseconds
+constexpr useconds_t BetweenLooks = 1000;   // microseconds
+constexpr std::chrono::minutes Longest{5};  // of a program that others may make wait
 
 pid_t start(const std::vector<std::string>& words, int output, int errors) {
     std::vector<char*> arguments;
@@ -111,16 +113,20 @@ Running::Running(const std::vector<std::string>& words)
       pid_(start(words, output_.number(), errors_.number())) {}
 
 Running::Ended Running::end(const std::function<void()>& waiting) {
+    const auto until = std::chrono::steady_clock::now() + Longest;
     int status = 0;
     pid_t ended = 0;
-    while (pid_ > 0 && (ended = ::waitpid(pid_, &status, waiting ? WNOHANG : 0)) != pid_) {
+    while (pid_ > 0 && (ended = ::waitpid(pid_, &status, WNOHANG)) != pid_) {
         if (ended < 0 && errno != EINTR) {
             break;
         }
         if (waiting) {
             waiting();
-            ::usleep(BetweenLooks);
         }
+        if (std::chrono::steady_clock::now() > until) {
+            ::kill(pid_, SIGKILL);
+        }
+        ::usleep(BetweenLooks);
     }
     const bool normal = pid_ > 0 && ended == pid_ && WIFEXITED(status);
     return {normal ? WEXITSTATUS(status) : -1, textOf(output_), textOf(errors_)};

@@ -31,7 +31,7 @@ public:
         int status = -1;  // as in Finished
         std::string output, errors;
     };
-    // Waits for it; once. `waiting` is called now and then meanwhile.
+    // Waits for it, five minutes at most; once. `waiting` is called now and then meanwhile.
     Ended end(const std::function<void()>& waiting = {});
 
 private:
