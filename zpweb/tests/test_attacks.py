@@ -630,6 +630,22 @@ def test_a_pipe_in_the_place_of_a_key_is_not_waited_for(site):
         (folder / "away").rename(folder / file)
 
 
+def test_a_certificate_that_asks_for_a_passphrase_is_given_none(site):
+    """Whoever has the terminal would be asked, or a pipe would be waited for, with the lock."""
+    folder = site.sites / "shop.example/www"
+    issue(folder / "cert.pem", folder / "key.pem")
+    words = ["--certificate", folder / "cert.pem", "--key", folder / "key.pem", *FAST]
+    site.do("tls", "on", "shop.example", *words)
+    begin = "-----BEGIN CERTIFICATE-----\n"
+    text = (folder / "cert.pem").read_text()
+    (folder / "cert.pem").write_text(text + text.replace(begin, begin + "Proc-Type: 4,ENCRYPTED\nDEK-Info: AES-256-CBC,00112233445566778899AABBCCDDEEFF\n\n"))
+    for command in (["on", "shop.example", *words], ["list"], ["renewed", "shop.example", *FAST]):
+        end, hold = os.pipe()
+        done = subprocess.run([ZPWEB, "--conf", site.conf, "tls", *command], stdin=end, capture_output=True, text=True, timeout=10, start_new_session=True)
+        assert "passphrase" in done.stdout + done.stderr and "pass phrase:" not in done.stderr and done.returncode in (0, 3), done
+        os.close(end), os.close(hold)
+
+
 def test_a_certificate_that_is_exchanged_behind_the_look_at_it_is_not_called_shown(live):
     folder, before = live.sites / "shop.example/www", live.text()
     issue(folder / "cert.pem", folder / "key.pem")

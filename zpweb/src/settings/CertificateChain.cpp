@@ -33,10 +33,14 @@ Expected<std::vector<CertificatePointer>> readChain(const std::string& file) {
     }
     const BioPointer memory = reader(*text);
     std::vector<CertificatePointer> chain;
-    while (X509* certificate = PEM_read_bio_X509(memory.get(), nullptr, nullptr, nullptr)) {
+    bool asked = false;
+    while (X509* certificate = PEM_read_bio_X509(memory.get(), nullptr, noPassphrase, &asked)) {
         chain.emplace_back(certificate);
     }
     static_cast<void>(opensslError());  // the end of the file counts as an error
+    if (asked) {
+        return failure(file + ": a passphrase protects a certificate in it, which nobody is there to type");
+    }
     return chain.empty() ? Expected<std::vector<CertificatePointer>>(
                                failure(file + ": it holds no certificate in PEM form"))
                          : Expected(std::move(chain));
