@@ -13,7 +13,7 @@ from urllib.parse import quote
 
 import pytest
 
-from conftest import NEW_KEY, OWNER, ZPFAULT, ZPWEB, await_true, free_port, give
+from conftest import NEW_KEY, OWNER, ZPFAULT, ZPWEB, Answer, await_true, free_port, give
 from test_settings import POOL, fpm  # noqa: F401
 
 FAST = ("--no-check", "--no-reload")
@@ -480,6 +480,10 @@ def test_a_name_that_is_a_way_leads_to_no_other_file(site):
     assert answer.status == 3 and site.tree().keys() == before.keys(), answer
     site.do("site", "delete", place, *FAST)
     assert "../mods" not in site.text() and (site.root / "mods/proxy.conf").exists()
+    site.conf.write_text(site.text() + "<VirtualHost *:80>\nServerName ..\nDocumentRoot /srv\n</VirtualHost>\n")
+    place = f"{site.conf}:{site.text()[:site.text().index('ServerName ..')].count(chr(10))}"
+    site.do("site", "suspend", place, *FAST)
+    assert {path.name for path in (site.root / "zpweb.d").iterdir()} == {"shop.example", f"httpd.conf-{place.rpartition(':')[2]}"}
 
 
 @pytest.mark.parametrize("kind", ["fifo", "sparse"])

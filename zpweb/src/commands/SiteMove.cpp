@@ -70,7 +70,7 @@ Outcome moveSite(Transaction& change, const Site& site, const Arguments& given) 
     if (Outcome named = layout->keepsFiles() ? site.hasName() : done(); !named.ok()) {
         return named;
     }
-    if (layout->keepsFiles() && name.find('/') != std::string::npos) {
+    if (layout->keepsFiles() && (name.starts_with('.') || name.find('/') != std::string::npos)) {
         return failure(Status::Refused, "site " + inQuotes(name) + ": no file can have its name");
     }
     const std::string target =

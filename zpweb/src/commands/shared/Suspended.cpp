@@ -13,9 +13,10 @@ namespace {
 // A name that can stand in a path, also of a block that has none that a server could have.
 std::string directoryNameOf(const Site& site) {
     const Place& place = site.first();
-    std::string name = isServerName(place.block->name) ? site.name()
-                                                       : nameOf(place.file->path()) + "-" +
-                                                             std::to_string(place.block->lines.first + 1);
+    const bool isName = isServerName(place.block->name) && !place.block->name.starts_with('.');
+    std::string name =
+        isName ? site.name()
+               : nameOf(place.file->path()) + "-" + std::to_string(place.block->lines.first + 1);
     std::replace_if(
         name.begin(), name.end(),
         [](char c) { return c == '*' || c == '[' || c == ']' || c == ':' || c == ' '; }, '_');
