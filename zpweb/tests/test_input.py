@@ -138,8 +138,9 @@ EVIL = "\x1b]0;x\x07\x1b[2Jshop \x9b31m \u202e\u200b \x7f"
 def test_what_an_owner_wrote_cannot_steer_the_terminal(site, json):
     site.conf.write_text(site.text() + f"# {EVIL}\n<VirtualHost *:80>\nServerName a{EVIL}.example\nDocumentRoot /x{EVIL}\n</VirtualHost>\n")
     (site.root / "www" / ".htaccess").write_text(EVIL)
+    (site.root / "www/sites").write_text('{"sites": [{"name": "shop.example", "alias": {"/x\u202e": "/srv/\u202e"}}]}')
     shown = ""
-    for words in (["site", "list"], ["site", "show", f"a{EVIL}.example"], ["doctor"], ["directive", "get", f"x{EVIL}"],
+    for words in (["plan", site.root / "www/sites"], ["site", "list"], ["site", "show", f"a{EVIL}.example"], ["doctor"], ["directive", "get", f"x{EVIL}"],
                   ["host", "add", "shop.example", "more.example", "--diff", "--verbose", "--no-check"],
                   ["site", "stop", "shop.example", "--diff", "--no-check"],
                   ["param", "test", site.root / "www/.htaccess", "x", "y"]):

@@ -46,7 +46,7 @@ void addField(List& rows, const std::string& name, const Json& value) {
     } else if (value.is_null()) {
         rows.add(name, {});
     } else {
-        rows.add(name, JsonText{value.dump()});
+        rows.add(name, JsonText{value.dump(-1, ' ', true)});
     }
 }
 

@@ -143,7 +143,7 @@ void showPlan(Output& output, const SitesPlan& plan) {
     for (const PlannedCommand& each : plan.commands) {
         rows.row().add("text", each.text()).add("command", each.words).add("arguments", each.arguments);
         if (!each.options.empty()) {
-            rows.add("options", JsonText{each.json()["options"].dump()});
+            rows.add("options", JsonText{each.json()["options"].dump(-1, ' ', true)});
         }
     }
     if (!plan.removals.empty()) {
