@@ -169,6 +169,8 @@ def judged(subject, done, now, old, new):
         return f"neither old nor new: {each}"
     if done.returncode == 137:
         return ""
+    if "scripts there are kept from visitors" in done.stderr:  # what could not be looked through
+        return "" if differences(subject.files(now), subject.files(new)) == [str(subject.site.conf), str(subject.site.root / "zpweb.d/php-sources.conf")] else "not switched off"
     if done.returncode == 0:
         wrong = differences(subject.files(now), subject.files(new)) if "warning" in done.stderr else differences(now, new)
         return f"told as done, but not so: {wrong}" if wrong else ""

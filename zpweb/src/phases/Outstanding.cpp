@@ -1,8 +1,11 @@
 #include "phases/Outstanding.h"
 
+#include <sys/stat.h>
+
+#include <cerrno>
+
 #include "phases/AccessBefore.h"
 #include "store/Checkpoints.h"
-#include "sys/File.h"
 
 namespace zpweb {
 
@@ -10,10 +13,16 @@ namespace {
 
 using zp::host::Effect;
 
+// One that cannot be looked at is none that is gone.
+bool isGone(const std::string& path) {
+    struct stat status {};
+    return ::lstat(path.c_str(), &status) != 0 && errno == ENOENT;
+}
+
 Outcome carriedOut(const Effect& effect) {
     const bool removes = effect.step == Effect::Step::RemoveTree;
     // What fails for a moment is tried once more: the change is in place, and this belongs to it.
-    if ((removes && !exists(effect.path)) || zp::host::carryOut(effect) || zp::host::carryOut(effect)) {
+    if ((removes && isGone(effect.path)) || zp::host::carryOut(effect) || zp::host::carryOut(effect)) {
         return done();
     }
     return failure(effect.path + (removes
