@@ -483,6 +483,9 @@ def test_a_name_that_is_a_way_leads_to_no_other_file(site):
     site.conf.write_text(site.text() + "<VirtualHost *:80>\nServerName ..\nDocumentRoot /srv\n</VirtualHost>\n")
     place = f"{site.conf}:{site.text()[:site.text().index('ServerName ..')].count(chr(10))}"
     site.do("site", "suspend", place, *FAST)
+    site.conf.write_text(site.text() + "<VirtualHost *:80>\nServerName *\nDocumentRoot /srv\nErrorLog /srv/log\n</VirtualHost>\n")
+    assert site.run("access", "set", "*", "/y", "--allow", "192.0.2.1", *FAST).status == 3, "an Include line with it would take the files of all sites"
+    assert site.run("log", "policy", "*", "--daily", *FAST).status == 3
     assert {path.name for path in (site.root / "zpweb.d").iterdir()} == {"shop.example", f"httpd.conf-{place.rpartition(':')[2]}"}
 
 

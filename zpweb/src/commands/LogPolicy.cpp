@@ -22,14 +22,18 @@ constexpr auto LargerThan = option("--size", Kind::Size, "SIZE", "Rotate sooner 
 constexpr auto Off = flag("--off", "Rotate them no more");
 
 // logrotate takes such a name for a pattern, or for more than a name.
-bool isPlainName(const std::string& log) {
-    return std::all_of(log.begin(), log.end(), [](char c) {
+bool isPlainName(const std::string& name) {
+    return std::all_of(name.begin(), name.end(), [](char c) {
         return c >= ' ' && c < '\x7f' && std::string_view("\"'\\*?[]{}~").find(c) == std::string_view::npos;
     });
 }
 
 Expected<std::vector<std::string>> rotatable(const Configuration& configuration, const std::string& site) {
     std::vector<std::string> logs;
+    if (!isPlainName(site)) {
+        return failure(Status::Refused,
+                       "site " + inQuotes(site) + ": its name could not stand in the policy");
+    }
     for (const SiteLog& log : logsOf(configuration, configuration.find(site))) {
         if (!isPlainName(log.path)) {
             return failure(Status::Refused,

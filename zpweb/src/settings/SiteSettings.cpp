@@ -113,7 +113,8 @@ Outcome keptFor(Transaction& change, const std::string& path, const std::string&
 Outcome writeFile(Transaction& change, const SettingPlace& place, const std::string& asked,
                   const std::string& directives) {
     const std::string name = settingName(place.site);
-    if (name.empty() || name.front() == '.' || name.find('/') != std::string::npos) {
+    constexpr std::string_view OfPatterns = "/*?[]\\\"";  // an Include line would take more than its file
+    if (name.empty() || name.front() == '.' || name.find_first_of(OfPatterns) != std::string::npos) {
         return failure(Status::Refused, "site " + name +
                                             ": it has no name that its settings could stand under; "
                                             "give its block a ServerName");
