@@ -51,6 +51,16 @@ def test_what_is_asked_for_is_no_impact(shared):
     assert answer.json["judged"] is False and "written, not judged" in answer.err
 
 
+@pytest.mark.parametrize("number", [0, 1, 2])
+def test_of_blocks_without_a_name_at_one_address_one_is_meant(site, number):
+    blocks = [f"<VirtualHost 127.0.0.1:{site.port}>\n    ServerAdmin {i}@shop.example\n</VirtualHost>\n" for i in range(3)]
+    above = site.text()
+    site.conf.write_text(above + "".join(blocks))
+    line = len(above.splitlines()) + 1 + 3 * number
+    site.do("site", "delete", f"{site.conf}:{line}")
+    assert site.text() == above + "".join(block for i, block in enumerate(blocks) if i != number)
+
+
 def test_a_name_that_another_block_catches_is_not_called_added(shared):
     # It stands first and has the name by a pattern: no request for it would ever reach the site.
     shared.conf.write_text(shared.text().replace("ServerAlias www.shop.example", "ServerAlias www.shop.example *.caught.example"))

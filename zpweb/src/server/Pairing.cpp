@@ -23,6 +23,19 @@ std::string whole(const Reading& reading, const VirtualHost& host) {
     return host.names.name + "\n" + addressesOf(host) + "\n" + reading.fileOf(host);
 }
 
+// Blocks without a name at one address are told apart by what is in them.
+std::string wholeOfNameless(const Reading& reading, const VirtualHost& host) {
+    if (!host.names.name.empty() || host.directive == Directive::None) {
+        return "";
+    }
+    std::string key = whole(reading, host);
+    for (uint32_t i = host.directive; i < reading.directives()[host.directive].end; ++i) {
+        const Directive& item = reading.directives()[i];
+        key.append("\n").append(item.name).append(" ").append(item.arguments);
+    }
+    return key;
+}
+
 std::string nameAndFile(const Reading& reading, const VirtualHost& host) {
     return host.names.name.empty() ? "" : host.names.name + "\n" + reading.fileOf(host);
 }
@@ -72,6 +85,7 @@ void pairBy(Key keyOf, bool needsSharedName, const Reading& live, const Reading&
 Pairing pairingOf(const Reading& live, const Reading& staged) {
     Pairing pairing{std::vector(live.hosts().size(), Pairing::None),
                     std::vector(staged.hosts().size(), Pairing::None)};
+    pairBy(wholeOfNameless, false, live, staged, pairing);
     pairBy(whole, false, live, staged, pairing);
     pairBy(nameAndFile, false, live, staged, pairing);
     pairBy(nameAndAddresses, false, live, staged, pairing);
