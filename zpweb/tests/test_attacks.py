@@ -1,6 +1,7 @@
 """What a site's owner, who controls all that lies below the home, tries against root. Every test is one of theirs."""
 import fcntl
 import os
+import pwd
 import re
 import resource
 import shutil
@@ -166,6 +167,23 @@ def test_a_rotation_packs_no_file_of_roots(site, prey, bait):
         return {**look(prey), "packed": told}
 
     assert hurt_by(site, prey, "log rotate shop.example", swap, packed) == []
+
+
+def test_a_rotation_opens_and_takes_apart_nothing_of_roots_that_was_moved_beside_the_log(site):
+    logs = site.sites / "shop.example/log/httpd"
+    for name in ("access_log", "access_log-1-1-2026-1"):
+        (logs / name).write_text("roots secret\n")
+        os.chmod(logs / name, 0o600)
+    room = logs / ".zpweb-rotate.1"
+    (room / "sub").mkdir(parents=True)
+    room.chmod(0o700)
+    for name in ("etc.tar.gz", ".kept", "file", "sub/file"):
+        (room / name).write_text("roots secret\n")
+    before = look(room)
+    os.chown(logs, *pwd.getpwnam(OWNER)[2:4])
+    site.do("log", "rotate", "shop.example", *FAST)
+    assert look(room) == before
+    assert [oct(path.stat().st_mode) for path in logs.glob("*.gz")] == ["0o100600"] * 2
 
 
 @pytest.mark.parametrize("name", ["--checkpoint-action=exec=id>made", "a*", "a[b]", "a{b}", "a~", "caf\udce9"])

@@ -9,6 +9,7 @@
 #include "CZPWebsite.h"
 #include "Results.h"
 #include "conf/Text.h"
+#include "host/Access.h"
 #include "host/FileSystem.h"
 #include "host/HeldFile.h"
 #include "host/Paths.h"
@@ -21,6 +22,7 @@ namespace result = zp::result;
 namespace {
 
 constexpr long Megabyte = 1'048'576;
+constexpr mode_t Plain = 0666;
 
 // A directory of its own beside the log, where no one but this process's account can place anything.
 class Workroom {
@@ -38,6 +40,18 @@ public:
     }
     void remove(const std::string& name) const { ::unlinkat(room_.number(), name.c_str(), 0); }
     bool enter() const { return ::fchdir(room_.number()) == 0; }
+    // Who was kept from the one is kept from the other, also where the owner of the directory has moved a
+    // file of root's to the place of the log.
+    void close(const std::string& archive, const std::string& log) const {
+        constexpr int Itself = O_RDONLY | O_NOFOLLOW | O_CLOEXEC;
+        const host::Descriptor packed(::openat(room_.number(), archive.c_str(), Itself));
+        const host::Descriptor from(::openat(room_.number(), log.c_str(), Itself));
+        struct stat status {};
+        const bool taken = packed.isOpen() && from.isOpen() &&
+                           host::takeOverAccess(from.number(), packed.number()) &&
+                           ::fstat(from.number(), &status) == 0;
+        ::fchmod(packed.number(), taken ? status.st_mode & Plain : S_IRUSR | S_IWUSR);
+    }
 
 private:
     int beside_;
@@ -62,6 +76,7 @@ bool packAndRemove(const host::HeldFile& log) {
     host::out() << host::commandLine(command) << '\n';
     if (room.enter()) {
         host::run(command);
+        room.close(archive, log.name());
         room.giveOut(archive);
     }
     room.remove(log.name());

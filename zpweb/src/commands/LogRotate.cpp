@@ -33,7 +33,7 @@ std::string accessLogOf(const Configuration& configuration, const Site& site) {
 Outcome finishAll(Transaction& change, const std::string& site, const std::string& log, bool packs,
                   const LetGo& letGo) {
     Outcome outcome;
-    for (const std::string& aside : leftAside(log)) {
+    for (const std::string& aside : leftAside(change.state(), log)) {
         if (!letGo(aside)) {
             change.output().warning(aside + ": the server may still write to it; the next rotation of \"" +
                                     site + "\" with a reload " + (packs ? "packs" : "deletes") + " it");
@@ -53,7 +53,7 @@ Outcome rotate(Transaction& change, const Site& found, const Arguments& given) {
     }
     struct stat status {};
     const bool isThere = !log.empty() && lookAt(log, status);
-    if (!isThere && leftAside(log).empty()) {
+    if (!isThere && leftAside(change.state(), log).empty()) {
         return failure(Status::NotFound, "site " + inQuotes(site) + " has no access log to rotate");
     }
     change.output().set("log", log);

@@ -20,6 +20,7 @@ struct State {
     std::string checkpoint(int number) const;
     std::string reading() const { return directory + "/reading"; }
     std::string requests() const { return directory + "/requests"; }
+    std::string rooms() const { return directory + "/rooms"; }
     std::string stage() const { return directory + "/stage"; }
     // Where earlier versions kept it, beside the configuration; the same where it is kept there still.
     std::string before() const;

@@ -14,6 +14,7 @@
 #include "Results.h"
 #include "commands/shared/Operation.h"
 #include "host/HeldFile.h"
+#include "store/Rooms.h"
 #include "sys/File.h"
 #include "sys/GuardedDirectory.h"
 #include "sys/Process.h"
@@ -75,8 +76,18 @@ bool isOnlyName(int directory, const char* name) {
 // A directory of this process's alone beside the log, where nobody else can place anything.
 class Room {
 public:
-    explicit Room(int beside) : beside_(beside), room_(zp::host::makeDirectoryIn(beside, name_)) {}
-    ~Room() { ::unlinkat(beside_, name_.c_str(), AT_REMOVEDIR); }
+    Room(const State& state, int beside)
+        : state_(state), beside_(beside), room_(zp::host::makeDirectoryIn(beside, name_)) {
+        if (room_.isOpen() && !noteRoom(state, room_).ok()) {
+            ::unlinkat(beside_, name_.c_str(), AT_REMOVEDIR);
+            room_.close();
+        }
+    }
+    ~Room() {
+        if (room_.isOpen() && ::unlinkat(beside_, name_.c_str(), AT_REMOVEDIR) == 0) {
+            forgetRoom(state_, room_);
+        }
+    }
     Room(const Room&) = delete;
     Room& operator=(const Room&) = delete;
 
@@ -93,6 +104,7 @@ public:
     }
 
 private:
+    const State& state_;
     int beside_;
     std::string name_ = std::string(RoomName) + std::to_string(::getpid());
     Descriptor room_;
@@ -108,12 +120,11 @@ bool takeOutWithout(const std::vector<std::string>& archives, int room, int out,
 
 // What a run that was interrupted has left in its room comes out: the log, or when that is gone its
 // archive. What cannot be done at this moment stays for the next rotation.
-void empty(int beside, const std::string& room, int out, const std::string& aside) {
+void empty(const State& state, int beside, const std::string& room, int out, const std::string& aside) {
     const Descriptor inside(
         ::openat(beside, room.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    struct stat status {};
-    if (!inside.isOpen() || ::fstat(inside.number(), &status) != 0 || status.st_uid != ::geteuid() ||
-        (status.st_mode & (S_IRWXG | S_IRWXO)) != 0) {
+    if (!isRoom(state, inside)) {
+        ::unlinkat(beside, room.c_str(), AT_REMOVEDIR);  // while there is nothing in it
         return;
     }
     const auto names = listed(pathIn(inside, ""));
@@ -140,7 +151,9 @@ void empty(int beside, const std::string& room, int out, const std::string& asid
             ::unlinkat(inside.number(), name.c_str(), AT_REMOVEDIR);
         }
     }
-    ::unlinkat(beside, room.c_str(), AT_REMOVEDIR);
+    if (::unlinkat(beside, room.c_str(), AT_REMOVEDIR) == 0) {
+        forgetRoom(state, inside);
+    }
 }
 
 // By the operation, which finds its log in a configuration. The path is that of an open directory.
@@ -184,14 +197,14 @@ Expected<std::string> putAside(const std::string& log) {
     return aside.ok() ? Expected(directoryOf(log) + "/" + *aside) : std::move(aside);
 }
 
-std::vector<std::string> leftAside(const std::string& log) {
+std::vector<std::string> leftAside(const State& state, const std::string& log) {
     std::vector<std::string> left;
     const auto directory = openGuarded(directoryOf(log));
     const std::string start = nameOf(log) + "-";
     for (const std::string& name :
          directory.ok() ? entriesOf(pathIn(*directory, "")) : std::vector<std::string>()) {
         if (name.starts_with(RoomName)) {
-            empty(directory->number(), name, directory->number(), start + currentTimeStamp());
+            empty(state, directory->number(), name, directory->number(), start + currentTimeStamp());
         }
     }
     for (const std::string& name :
@@ -213,7 +226,7 @@ Outcome pack(Transaction& change, const std::string& site, const std::string& as
     if (!directory.ok()) {
         return directory.outcome();
     }
-    const Room room(directory->number());
+    const Room room(change.state(), directory->number());
     const std::string name = nameOf(log);
     const int inside = room.isOpen() ? room.directory().number() : -1;
     if (inside < 0 || ::renameat(directory->number(), nameOf(aside).c_str(), inside, Kept) != 0) {

@@ -13,7 +13,7 @@ namespace zpweb {
 Expected<std::string> putAside(const std::string& log);
 // Logs that were put aside before, and not packed since the server still wrote to them or the run was
 // interrupted.
-std::vector<std::string> leftAside(const std::string& log);
+std::vector<std::string> leftAside(const State& state, const std::string& log);
 
 // Packs it into access_log-DAY-MONTH-YEAR-HOUR.tar.gz of its directory, again with a name of its own, and
 // removes it.
