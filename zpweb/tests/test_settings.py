@@ -373,6 +373,19 @@ def test_php_runs_and_its_sources_stay_unread(server, fpm):
     assert without_modules(server.files()) == without_modules(before)
 
 
+@pytest.mark.parametrize("slash", ["", "/"])
+def test_php_below_the_root_alone_runs_there_however_the_root_is_written(server, fpm, slash):
+    root = f"/var/www/{SITE}"
+    server.do("directive", "set", "DocumentRoot", root + slash, "--site", SITE)
+    server.do("site", "set", SITE, "--alias", "/other=/var/www/other")
+    server.do("php", "set", SITE, "--fpm", POOL, "--root-only")
+    for directory in (f"{root}/below", "/var/www/other"):
+        os.makedirs(directory, exist_ok=True)
+        Path(directory, "x.php").write_text("<?php echo 'ran';")
+    assert server.get(SITE, path="/below/x.php") == (200, "ran")
+    assert server.get(SITE, path="/other/x.php")[0] == 403
+
+
 @pytest.mark.parametrize("around, status", [("<Files *>", 200), ("<IfModule alias_module>", 200), ("<IfModule absent_module>", 403), ("<VirtualHost *:80>\nServerName other.example", 403), ("<Directory /usr/share/app>", 403)])
 def test_php_that_a_line_without_a_setting_runs_goes_on_and_is_told(server, fpm, around, status):
     server.do("php", "set", SITE, "--fpm", POOL)

@@ -1,6 +1,7 @@
 // php set: an FPM pool runs a site's scripts.
 #include "commands/SettingsCommands.h"
 #include "commands/shared/SettingParameters.h"
+#include "server/DirectoryPaths.h"
 #include "settings/PhpChange.h"
 
 namespace zpweb {
@@ -14,7 +15,7 @@ constexpr auto RootOnly =
 Outcome set(Transaction& change, const Site& site, const Arguments& given) {
     PhpSetting setting{given[Fpm]};
     if (given[RootOnly]) {
-        setting.root = site.first().block->root;
+        setting.root = withoutSlash(std::string(site.first().block->root));
         if (setting.root.empty()) {
             return failure("--root-only: the site has no DocumentRoot");
         }
