@@ -485,6 +485,18 @@ def test_a_file_that_root_names_is_read_through_no_link_of_its_directorys_owner(
     assert "symbolic link" not in site.run(*words.format(file=site.root / "www/link").split(), *FAST).err
 
 
+def test_a_closed_file_of_roots_that_was_moved_there_is_no_page_for_all(site):
+    page = site.sites / "shop.example/www/page"
+    page.write_text("roots secret")
+    page.chmod(0o600)
+    os.chown(page.parent, *pwd.getpwnam(OWNER)[2:4])
+    words = ["site", "suspend", "shop.example", "--page", page, *FAST]
+    answer = site.run(*words)
+    assert answer.status == 1 and "closed to others" in answer.err and "secret" not in site.text(), answer
+    give(page)
+    site.do(*words)
+
+
 def test_a_name_that_is_a_way_leads_to_no_other_file(site):
     """It stands in a file that the administrator has from somebody else."""
     for folder in ("conf.d", "mods"):

@@ -25,7 +25,7 @@ Expected<std::string> pageFrom(const Arguments& given) {
     if (!file) {
         return std::string(defaultPage());
     }
-    auto text = readNamedFile(*file);
+    auto text = readNamedFile(*file, ReadBy::All);
     if (!text.ok()) {
         return text.outcome();
     }

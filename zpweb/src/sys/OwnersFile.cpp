@@ -30,6 +30,14 @@ const char* faultOfNamed(const struct stat& file, const struct stat& directory) 
                                                                 : "";
 }
 
+// The same for one that is shown to all: a file that is closed to them can have been moved there.
+const char* faultOfShown(const struct stat& file, const struct stat& directory) {
+    const bool isClosed = (file.st_mode & S_IROTH) == 0 && file.st_uid != directory.st_uid;
+    return isClosed && !isOfAdministrator(directory)
+               ? "it is closed to others and not of the owner of its directory, who may have moved it there"
+               : faultOfNamed(file, directory);
+}
+
 // What keeps it from being taken for a file of the site's; empty when nothing does.
 const char* faultOf(const struct stat& file, const struct stat& directory) {
     if (!S_ISREG(file.st_mode)) {
@@ -74,9 +82,10 @@ Expected<std::string> readOwnersFile(const std::string& path) {
     return file.ok() ? readDescriptor(*file, path, LargestOwnersFile) : file.outcome();
 }
 
-Expected<std::string> readNamedFile(const std::string& path) {
+Expected<std::string> readNamedFile(const std::string& path, ReadBy readers) {
     const auto place = behindGuardedLinks(path);
-    const auto file = place.ok() ? openAt(*place, faultOfNamed) : place.outcome();
+    const auto file =
+        place.ok() ? openAt(*place, readers == ReadBy::All ? faultOfShown : faultOfNamed) : place.outcome();
     return file.ok() ? readDescriptor(*file, path, LargestNamedFile) : file.outcome();
 }
 

@@ -19,7 +19,9 @@ Expected<std::string> readOwnersFile(const std::string& path);
 // The text of a file that the administrator names, at most 256 MiB; NotFound when there is none. Its
 // directory's owner leads it nowhere: a link that others than root can place is refused, and where others
 // can write, so is a file with more than one name.
-Expected<std::string> readNamedFile(const std::string& path);
+// For all to read it must not be one that its directory's owner could not read.
+enum class ReadBy { Root, All };
+Expected<std::string> readNamedFile(const std::string& path, ReadBy readers = ReadBy::Root);
 // Gives the open `candidate` the owner, mode (without set-ID bits), ACL and attributes of the file, if that
 // has this hash: else it is another one by now, and who may read that may not be given the text of this
 // one.
