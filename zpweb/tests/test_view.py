@@ -1,6 +1,8 @@
 """Blocks as people write them: each change touches what it was asked for and nothing else, and goes back."""
 import pytest
 
+from conftest import OWNER
+
 FAST = ("--no-check", "--no-reload")
 ODD = """\
 <virtualhost  *:80 [::]:80>  # on both
@@ -179,3 +181,17 @@ Listen 127.0.0.9:80
         (nameless, "running", False)]
     machine.do("host", "add", nameless, "nameless.example", *FAST)
     assert "<VirtualHost _default_:80>\n  ServerAlias nameless.example\n  DocumentRoot" in machine.text()
+
+
+@pytest.mark.parametrize("name", ["${NAME}", "{{name}}", "@NAME@", "<name>"])
+def test_a_name_that_is_still_to_be_filled_in_is_taken_as_it_is_listed(machine, name):
+    before = TABS.replace("shop.example", name)
+    machine.conf.write_bytes(before.encode())
+    assert machine.do("site", "list", "--no-check", "--json").json["sites"][0]["name"] == name
+    for words, back in ((["host", "add", name, "new.example"], ["host", "remove", name, "new.example"]),
+                        (["site", "suspend", name], ["site", "resume", name]), (["site", "delete", name], ["undo"])):
+        machine.do(*words, *FAST)
+        assert machine.conf.read_bytes() != before.encode()
+        machine.do(*back, *FAST)
+        assert machine.conf.read_bytes() == before.encode()
+    assert machine.run("site", "create", name, "--owner", OWNER, "--path", machine.root, *FAST).status == 2

@@ -184,9 +184,17 @@ bool isWritableName(const std::string& value) {
     });
 }
 
+// A variable that is not defined, or what a program that has not run yet was to replace.
+bool isPlaceholder(const std::string& value) {
+    return value.find_first_of("${}@%#<>[]") != std::string::npos && value.front() != '.' &&
+           std::all_of(value.begin(), value.end(), [](char c) {
+               return c > ' ' && c < 0x7f && std::string_view("/\\\"'`:").find(c) == std::string_view::npos;
+           });
+}
+
 // A site that is there may have a name that no new one gets, or none: then it is named by its place.
 Typed siteName(const std::string& value) {
-    const bool plain = isWritableName(value);
+    const bool plain = isWritableName(value) || isPlaceholder(value);
     if (value.starts_with('/') && value.find(':') != std::string::npos) {
         return line("site", value, "<>\"'`$", "expected a name, or FILE:LINE");
     }
