@@ -264,10 +264,15 @@ TEST(Rails, FollowsNoLinkOfTheOwner) {
     link("/nowhere", "/dangling");
     writeFile(Content + "/partly/file", "");
     link(outside + "/public", "/partly/public");
+    writeFile(Content + "/roots/file", "");  // which the owner may have moved there
+    struct stat status {};
+    ASSERT_EQ(::stat(Content.c_str(), &status), 0);
+    ASSERT_EQ(::chown((Content + "/partly").c_str(), status.st_uid, status.st_gid), 0);
     writeFile(Content + "/plain", "");
     writeFile(Content + "/thirds/file", "");
     ASSERT_EQ(::chown((Content + "/thirds").c_str(), 4321, 4321), 0);
-    for (const char* application : {"linked", "dangling", "partly", "plain", "thirds", "linked/app"}) {
+    for (const char* application :
+         {"linked", "dangling", "partly", "plain", "thirds", "roots", "linked/app"}) {
         writeFile(file, Default);
         const CapturedOutput output;
         EXPECT_EQ(toRails(application)(file), 7) << application;
@@ -281,4 +286,5 @@ TEST(Rails, FollowsNoLinkOfTheOwner) {
     EXPECT_EQ(namesIn(outside), std::vector<std::string>{"public"});
     EXPECT_EQ(mode(Content + "/plain"), "0644");
     EXPECT_EQ(owner(Content + "/thirds"), "4321:4321");
+    EXPECT_EQ(mode(Content + "/roots") + " " + owner(Content + "/roots"), "0755 0:0");
 }

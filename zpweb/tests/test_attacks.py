@@ -139,6 +139,17 @@ def test_what_comes_into_the_place_of_what_root_has_made_is_not_taken_for_it(sit
     assert hurt_by(site, prey, words.format(html=html), swap, secrets) == []
 
 
+def test_a_directory_of_roots_becomes_no_application_of_the_owners(site):
+    app = site.sites / "shop.example/www/app"
+    app.mkdir(mode=0o700)
+    (app / "file").touch()
+    os.chown(app.parent, *pwd.getpwnam(OWNER)[2:4])
+    answer = site.run("rails", "on", "shop.example", "app", "--owner", OWNER, *FAST)
+    assert answer.status == 1 and (app.stat().st_uid, oct(app.stat().st_mode)) == (0, "0o40700"), answer
+    (app / "file").unlink()
+    site.do("rails", "on", "shop.example", "app", "--owner", OWNER, *FAST)
+
+
 def test_a_directory_of_roots_is_opened_to_nobody_for_the_logs_of_a_site(site):
     """Its owner has moved one that stood in the home to where the next site's logs will lie."""
     home = site.sites / "shop.example/b.example"

@@ -48,6 +48,9 @@ private:
 // `parent` has put in its place has something in it, or lets others in.
 Descriptor makeDirectoryIn(int parent, const std::string& name);
 
+// Is nothing in it?
+bool isEmpty(int directory);
+
 // Where the link `name` of the directory leads, unless others than the administrator can have placed it.
 std::optional<std::string> administratorsLink(const HeldDirectory& directory, const std::string& name);
 

@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "host/Accounts.h"
+#include "host/HeldDirectory.h"
 #include "host/Machine.h"
 #include "host/Paths.h"
 #include "sys/File.h"
@@ -137,11 +138,28 @@ private:
         effect.inode = status.st_ino;
         return true;
     }
+    // One of root's that has something in it, in a directory of another's, who may have moved it there.
+    // What may be given is the very one that is looked at.
+    static bool mayBeMovedThere(Effect& effect) {
+        const auto parent = host::HeldDirectory::hold(directoryOf(effect.path));
+        const auto directory = host::HeldDirectory::hold(effect.path);
+        struct stat status {};
+        if (!parent || !directory || ::fstat(directory->descriptor(), &status) != 0) {
+            return true;
+        }
+        effect.inode = status.st_ino;
+        return parent->othersWrite() && status.st_uid == ::geteuid() && effect.user &&
+               *effect.user != status.st_uid && !host::isEmpty(directory->descriptor());
+    }
     // What is made twice, or where something else stands, cannot be made.
     bool note(Effect effect) {
         const bool isThere = exists(effect.path) || planned_.contains(effect.path);
         if (effect.step == Effect::Step::MakeFile && isThere) {
             return true;
+        }
+        if (effect.step == Effect::Step::ProvideDirectory && exists(effect.path) &&
+            mayBeMovedThere(effect)) {
+            return false;
         }
         if (effect.step == Effect::Step::ProvideDirectory || takesOwnDirectory(effect)) {
             effect.step = isThere ? Effect::Step::GiveAccess : Effect::Step::MakeDirectory;
