@@ -62,8 +62,6 @@ inline constexpr Build Of64Bits{"/usr/local/zeplarpanel/config/suphp/suphp_x64",
 namespace program {
 inline constexpr const char* Move = "mv";
 inline constexpr const char* Copy = "cp";
-inline constexpr const char* ChangeMode = "chmod";
-inline constexpr const char* ChangeOwner = "chown";
 inline constexpr const char* Archive = "tar";
 inline constexpr const char* Remove = "/bin/rm";
 inline constexpr const char* PasswordTool = "htpasswd";

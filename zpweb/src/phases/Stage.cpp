@@ -3,15 +3,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <charconv>
 #include <cstdio>
 #include <exception>
 #include <set>
 #include <sstream>
 #include <utility>
 
-#include "host/Accounts.h"
 #include "host/HeldDirectory.h"
 #include "host/Machine.h"
 #include "host/Paths.h"
@@ -24,44 +21,6 @@ namespace {
 
 namespace host = zp::host;
 using host::Effect;
-using Words = std::vector<std::string>;
-
-std::optional<unsigned> wholeNumber(const std::string& text, int base) {
-    unsigned number = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number, base);
-    return error == std::errc() && end == text.data() + text.size() ? std::optional(number) : std::nullopt;
-}
-
-// Of "ACCOUNT:GROUP". What is not known here is left as it is.
-void setOwner(Effect& effect, const std::string& words) {
-    const size_t colon = std::min(words.find(':'), words.size());
-    const std::string account = words.substr(0, colon);
-    const std::string group = words.substr(std::min(colon + 1, words.size()));
-    const auto user = host::findAccount(account);
-    effect.user = user ? std::optional(user->user) : wholeNumber(account, 10);
-    const auto known = group.empty() ? std::nullopt : host::findGroup(group);
-    effect.group = known ? known : wholeNumber(group, 10);
-}
-
-// "chown [-R] OWNER PATH", "chmod [-R] MODE [ACCOUNT] PATH"; absent for another command.
-std::optional<Effect> effectOf(const Words& words) {
-    const bool owner = !words.empty() && words.front() == host::program::ChangeOwner;
-    const bool mode = !words.empty() && words.front() == host::program::ChangeMode;
-    const bool deep = words.size() > 1 && words[1] == "-R";
-    const size_t first = deep ? 2 : 1;
-    if ((!owner && !mode) || words.size() < first + 2) {
-        return std::nullopt;
-    }
-    Effect effect;
-    effect.path = words.back();
-    effect.deep = deep;
-    if (owner) {
-        setOwner(effect, words[first]);
-    } else {
-        effect.mode = wholeNumber(words[first], 8);
-    }
-    return effect;
-}
 
 // The machine of a stage. It lives as long as the run.
 class StageMachine {
@@ -70,7 +29,7 @@ public:
 
     host::Machine machine() {
         host::Machine machine = host::machine();
-        machine.run = [this](const Words& words) { take(words); };
+        machine.run = [](const std::vector<std::string>&) {};  // it would work on what is live
         machine.runUnseen = [this](const std::string& command) { return runPasswordTool(command); };
         machine.firstLine = [usual = machine.firstLine](const std::string& command, size_t limit) {
             return answerTo(command, usual, limit);
@@ -88,11 +47,6 @@ public:
     }
 
 private:
-    void take(const Words& words) {
-        if (const auto effect = effectOf(words)) {
-            run_.effects.push_back(*effect);
-        }
-    }
     // It works on files of the stage.
     host::Ran runPasswordTool(const std::string& command) {
         if (!command.starts_with(host::program::PasswordTool)) {
