@@ -84,6 +84,12 @@ TEST(Reading, KnowsWhereThingsStand) {
     const VirtualHost* host = reading.hostsOf("mac2.example").front();
     EXPECT_EQ(reading.originOf(*host).text(), "/etc/httpd/httpd.conf:22");
     EXPECT_TRUE(reading.originOf(*host).fromMacro);
+    const std::string used = "macro 'site' (defined on line 15 of \"/etc/httpd/httpd.conf\") used on line ";
+    const std::string inner =
+        used + "2 of \"macro 'outer' (defined on line 9 of \"/b.conf\") used on line 22";
+    const Reading nested = Reading::parse(with(with(printed(), "(" + used + "22", "(" + inner),
+                                               "In file: " + used + "22", "In file: " + inner));
+    EXPECT_EQ(nested.originOf(*nested.hostsOf("mac2.example").front()).text(), "/etc/httpd/httpd.conf:22");
     EXPECT_EQ(reading.valueIn(Directive::None, "DirectoryIndex"), "a");  // its condition is met
     EXPECT_EQ(argumentsIn(R"( one "two words" 'th"ree' \\four "a\"b" )"),
               (std::vector<std::string>{"one", "two words", "th\"ree", "\\four", "a\"b"}));
@@ -121,6 +127,10 @@ TEST(Judge, SeesWhatNobodyAskedFor) {
              {"                 alias only.late\n", "", late, ""},
              {"  ServerAlias only.late\n", "", late, "only.late on *:8080: from late at"},
              {"  ServerAlias only.late\n", "", {.sites = {"late"}, .names = {"only.late"}}, ""},
+             {"  ServerName late\n",
+              "  ServerName other\n",
+              {.sites = {"other"}},
+              "late on *:8080: from late at"},
              {"  ServerAlias only.late\n", "", {.sites = {"late"}, .moving = {"late"}}, ""},
              // one that others lose
              {"  ServerAlias *.wild a?c\n",
@@ -216,6 +226,7 @@ TEST(Postconditions, SeeWhatLetsOthersIn) {
              {"", "", "Directory ~ /out", true},
              {"", "", "Directory /srv/in", false},
              {"", "", "Directory /srv/in/deeper", true},
+             {"", "", "Directory /srv/i", true, "Satisfy Any"},
              {"", "", "Files *", false},
              {"", "", "Files robots.txt", true},
              {"", "", "If true", false},
@@ -228,6 +239,7 @@ TEST(Postconditions, SeeWhatLetsOthersIn) {
              {"", "", "Location /", true, "AuthMerging And\n    Require all granted"},
              {"", "    <Limit POST>\n      Require all granted\n    </Limit>\n", "", false},
              {"", "    <LimitExcept GET>\n      Require all denied\n    </LimitExcept>\n", "", true},
+             {"", "    <LimitExcept GET>\n      Require all granted\n    </LimitExcept>\n", "", false},
              {"  Satisfy Any\n", "", "", false},
              {"  Require all granted\n", "", "", true},
          }) {

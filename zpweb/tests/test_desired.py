@@ -115,7 +115,8 @@ def test_a_plan_is_kept_to_and_a_removal_is_confirmed(three):
     ('{"sites": [{"name": "a.example", "redirects": [{"path": "/a", "to": "ftp://x/"}]}]}', "neither http nor https"),
     ('{"sites": [{"name": "a.example", "access": {"path": "/"}}]}', "expected a list"),
     ('{"sites": [{"name": "a.example", "index": "x"}]}', '"index"'), ('{"sites": [{"name": "a.example", "state": "on"}]}', "expected running"),
-    ('{"sites": [{"name": "a.example"}, {"name": "A.example"}]}', "twice"), ('{"sites": [{"name": "new.example"}]}', '"address" and "owner"'),
+    ('{"sites": [{"name": "a.example"}, {"name": "A.example"}]}', "twice"),
+    ('{"sites": [{"name": "a.example", "access": [{"path": "/x", "deny": ["all"]}, {"path": "/x/", "deny": ["all"]}]}]}', "twice"), ('{"sites": [{"name": "new.example"}]}', '"address" and "owner"'),
     ('{"sites": [{"name": "a.example", "host_names": ["a b"]}]}', "host name")])
 def test_a_document_that_is_wrong_is_refused(three, text, told):
     before = three.text()

@@ -24,6 +24,19 @@ TABS = "<VirtualHost 127.0.0.1:8080>\r\n\tServerName shop.example\r\n\tDocumentR
 QUOTED = """'<VirtualHost' *:80>\n  "ServerName" shop.example\n  "Server\\\nAlias" www.shop.example\n  "ServerSignature" Off\n"</VirtualHost>"\n"""
 MANY = "<VirtualHost " + "".join(f"\\\n    127.0.0.{i}:80 " for i in range(1, 9)) + "\\\n>\n  ServerName shop.example\n</VirtualHost>\n"
 
+SECURE = """\
+<VirtualHost *:443>
+    ServerName shop.example
+    CustomLog logs/one combined
+    CustomLog logs/two combined
+    Include "/etc/x/zpweb.d/shop.example/tls.conf"
+</VirtualHost>
+<VirtualHost *:80>
+    ServerName shop.example
+    DocumentRoot /srv/shop
+</VirtualHost>
+"""
+
 # Command words, what goes, what comes, and the words that take it back (None: they are not its inverse).
 CHANGES = {
     "a name joins the last line of names": (
@@ -78,6 +91,20 @@ CHANGES = {
     "a section of such a root that is there": (
         TABS.replace("/srv/shop", "/srv/shop/\r\n\t<Directory /srv/shop/>\r\n\tOptions None\r\n\t</Directory>"), "perl on SITE",
         "\tOptions", "\t\tAddHandler cgi-script cgi pl\r\n\tOptions", "perl off SITE"),
+    "a limit of its own section": (
+        TABS, "basedir on SITE /srv/shop", "</VirtualHost>",
+        '\t<Directory "/srv/shop">\r\n\t\t# zpweb: this section goes with its last line\r\n\t\tphp_admin_value open_basedir "/srv/shop/:/tmp/"\r\n'
+        '\t</Directory>\r\n</VirtualHost>', "basedir off SITE /srv/shop"),
+    "one of several": (SECURE, "directive delete CustomLog logs/one\\ combined --site SITE", "    CustomLog logs/one combined\n", "", None),
+    "the first block alone": (
+        SECURE, "directive add ServerSignature Off --site SITE --first", "</VirtualHost>\n<", "    ServerSignature Off\n</VirtualHost>\n<",
+        "directive delete ServerSignature --site SITE"),
+    "the port of plain http": (SECURE, "site port SITE 8081", "*:80>", "*:8081>", "site port SITE 80 --port 8081"),
+    "what zpweb includes is not among the files of the site": (
+        SECURE.replace("tls.conf\"", "tls.conf\"\n    Include /srv/old.conf"), "site set SITE --include /srv/new.conf --port 443", "/srv/old", "/srv/new",
+        "site set SITE --include /srv/old.conf --port 443"),
+    "a line of the server's behind another": (
+        "Listen 80\n" + TABS, "directive insert Timeout 9 --after Listen", "Listen 80\n", "Listen 80\nTimeout 9\n", "directive delete Timeout"),
     "a section before the first": (
         ODD, "folder add SITE /srv/x --line AllowOverride\\ None", "    <directory",
         '    <Directory "/srv/x">\n        AllowOverride None\n    </Directory>\n    <directory', "folder delete SITE /srv/x"),
@@ -134,6 +161,13 @@ ServerName http://last.example:8080
 #  ServerName open.example
 Listen 127.0.0.9:80
 #</VirtualHost>
+# <VirtualHost *:80>
+#   ServerName (name)
+# </VirtualHost>
+# <VirtualHost *:80>
+#   ServerName sample4.example
+#   Note: its root comes here.
+# </VirtualHost>
 # To serve a site with TLS, use
 # <VirtualHost *:443>
 #   ServerName sample1.example
@@ -170,6 +204,7 @@ Listen 127.0.0.9:80
     ServerName $name
   </VirtualHost>
 </Macro>
+Use Host "$(x)"
 <VirtualHost _default_:80>
   DocumentRoot /srv
 </VirtualHost>
@@ -195,3 +230,65 @@ def test_a_name_that_is_still_to_be_filled_in_is_taken_as_it_is_listed(machine, 
         machine.do(*back, *FAST)
         assert machine.conf.read_bytes() == before.encode()
     assert machine.run("site", "create", name, "--owner", OWNER, "--path", machine.root, *FAST).status == 2
+
+
+REFUSED = {
+    "one of several lines that each count": (SECURE, "directive set CustomLog logs/new --site SITE", 2, "delete the one with its value"),
+    "which of several lines of the server's": ("Listen 80\nListen 81\n", "directive delete Listen", 2, "name the VALUE"),
+    "an address that several blocks have": (SECURE + SECURE.replace("shop", "other"), "directive add ServerSignature Off --block *:80", 2, "several blocks have it"),
+    "a block of several": (SECURE, "rails on SITE app --owner anna", 3, "several blocks"),
+    "an application above": (TABS, "rails on SITE ../app --owner anna", 2, "name of a directory"),
+    "a block without an end": (TABS.replace("</VirtualHost>", ""), "host add SITE new.example", 1, "never closed"),
+    "a block behind one without an end": (
+        "<VirtualHost *:81>\nServerName open.example\n" + SECURE, "site stop SITE --port 443", 3, "could not be started again"),
+    "an address of several": (ODD, "address own SITE --address 127.0.0.2", 3, "several addresses"),
+    "a block in a condition": ("<IfDefine X>\n" + SECURE + "</IfDefine>\n", "site move SITE --layout main", 3, "in a condition"),
+    "no directory of sites": (SECURE, "site move SITE --layout files", 3, "use --layout main"),
+    "a redirection to itself": (SECURE, "redirect set SITE /a --to https://shop.example/a/b", 2, "lead to itself"),
+    "its own name": (SECURE, "host remove SITE SITE", 3, "the site's own name"),
+    "its name by another way": (SECURE, "directive set ServerName b.example --site SITE", 2, "site rename"),
+    "nobody to let in": (SECURE, "access set SITE /a", 2, "is missing"),
+    "a redirect that is not there": (SECURE, "redirect remove SITE /a", 6, "has none"),
+    "a user who is not there": (SECURE, "protect edit /var joe", 6, "joe"),
+    "a file of the server's as one of parameters": (SECURE, "param add CONF A B", 2, "see directive"),
+    "an address at which nobody listens": (
+        "Listen 127.0.0.1:80\n", "site create new.example --address 127.0.0.3 --port 80 --owner anna --path /var", 3, "does not listen"),
+    "settings above their directory": (
+        "LoadModule authz_core_module x.so\nLoadModule authz_host_module x.so\n" + SECURE.replace("shop.example", ".."), "access set .. /a --deny all", 3, "no name that its settings"),
+    "a line over the bound": (SECURE.replace("logs/one", "x" * 2100), "directive delete CustomLog --site SITE", 1, "characters"),
+}
+
+
+@pytest.mark.parametrize("case", REFUSED)
+def test_what_is_not_clear_or_would_do_harm_is_refused(machine, case):
+    block, command, status, told = REFUSED[case]
+    machine.conf.write_text(block)
+    answer = machine.run(*[str(machine.conf) if word == "CONF" else word for word in words(command)], *FAST, input="word\n")
+    assert (answer.status, machine.text()) == (status, block) and told in answer.err, answer
+
+
+@pytest.mark.parametrize("command, sign", [("perl on SITE", "AddHandler"), ("limits on", "<IfModule mod_host"), ("suphp on SITE", "<IfModule mod_suphp"),
+                                           ("server catch-all on", "zpweb.d")])
+def test_what_is_so_already_is_not_written_twice(machine, command, sign):
+    machine.conf.write_text(machine.text() + "LoadModule hostinglimits_module x.so\n" + TABS.replace("\r", "").replace("\n</", "\n\tCustomLog x y\n</"))
+    for _ in range(2):
+        machine.do(*words(command), *FAST)
+        assert machine.text().count(sign) == 1
+
+
+def test_blocks_of_a_site_are_told_apart(machine):
+    machine.conf.write_text(SECURE.rstrip())
+    assert "\n\\ No newline at end of file\n" in machine.do("site", "stop", "shop.example", "--dry-run", "--diff", *FAST).out
+    machine.conf.write_text(SECURE)
+    for word, state in (("stop", "partly"), ("start", "running")):
+        machine.do("site", word, "shop.example", "--port", "443", *FAST)
+        assert machine.do("site", "show", "shop.example", "--no-check", "--json").json["state"] == state
+        assert machine.do("site", "list", "--json").json["sites"][0]["state"] == state
+    machine.do("site", "stop", "shop.example", *FAST)
+    machine.do("site", "start", "shop.example", "--port", "80", *FAST)
+    assert machine.text().count("#<VirtualHost *:443>") == 1 and "\n<VirtualHost *:80>" in machine.text()
+    machine.conf.write_text(SECURE + SECURE.replace("<V", "#<V").replace("</V", "#</V").replace("    ", "#"))
+    assert machine.do("site", "list", "--json").json["sites"][0]["flags"] == []
+    machine.conf.write_text(ODD.replace("Options Indexes FollowSymLinks", "Options All"))
+    (folder,) = machine.do("export", "shop.example", "--no-check").json["sites"][0]["directories"]
+    assert folder["options"] == ["+Indexes", "+Includes", "+FollowSymLinks", "-MultiViews", "+ExecCGI"]
