@@ -2,6 +2,7 @@
 import json
 import os
 import shlex
+import shutil
 import socket
 import subprocess
 from pathlib import Path
@@ -165,7 +166,16 @@ def test_reads_tell_what_the_server_has(server):
     assert {row["address"] for row in server.do("address", "list", "--json").json["addresses"]} >= {"*", "127.0.0.2", "::1"}
     made = server.do("site", "show", "macro.example", "--json").json
     assert made["served_at"] == ["*:80"] and made["blocks"][0]["from_macro"] and made["made_by"].endswith("macro.conf:1"), made
-    assert "*:443" in [row["listener"] for row in server.run("doctor", "--json").json["listeners"]]
+    assert server.do("site", "show", "127.0.0.2:80", "--json").json["served_at"] == ["127.0.0.2:80"]
+    assert server.do("site", "show", "unmet.example", "--json").json["state"] == "not reached"
+    server.place("claims", block("*:80", "claims.example", "ServerAlias www.plain.example", 'CustomLog "|/bin/cat" combined'))
+    told = server.run("doctor", "--json").json
+    assert "*:443" in [row["listener"] for row in told["listeners"]]
+    found = {row["finding"]: row["detail"] for row in told["findings"]}
+    assert set(found) == {"certificate", "dangling link", "missing document root", "name claimed twice", "names shadowed by a better address match"}
+    assert found["certificate"].startswith("/etc/ssl/site.pem: ") and found["name claimed twice"].startswith("www.plain.example"), found
+    assert [row["place"] for row in told["notes"] if row["finding"] == "not enabled"] == (
+        [] if isinstance(server, RedHat) else [f"{server.tree}/sites-available/default-ssl.conf"])
 
 
 @pytest.mark.parametrize("site", ["elsewhere.example", "split.example", "quoted.example"])
@@ -259,11 +269,20 @@ def test_a_removed_name_that_the_default_site_still_answers_is_told(server):
     assert "extra.example on *:443 still reaches both.example" in answer.err, answer
 
 
+def test_a_server_whose_program_was_replaced_takes_changes_up(server):
+    program = getattr(server, "program", Path("/usr/sbin/apache2"))
+    shutil.copy(program, f"{program}.new")
+    os.replace(f"{program}.new", program)
+    server.do("host", "add", "plain.example", "added.example")
+    assert server.leads_to("added.example", "plain.example")
+
+
 def test_a_module_is_loaded_as_the_distribution_does(server):
-    name, directory = ("session_cookie", "mods-available") if isinstance(server, Debian) else ("expires", "conf.modules.d")
+    name, directory = ("proxy_html", "mods-available") if isinstance(server, Debian) else ("expires", "conf.modules.d")
     server.do("module", "load", name)
     shown = server.do("module", "show", name, "--json").json
     assert shown["loaded"] is True and directory in shown["place"]
+    assert isinstance(server, RedHat) or (server.tree / "mods-enabled/proxy_html.conf").exists()
     assert server.serving() == server.all_served()
 
 
@@ -375,9 +394,12 @@ def test_a_site_is_moved_and_renamed(server):
     server.do("site", "move", "both.example", "--layout", "files")
     assert file_and_links(server, "both.example") == (True, True)
     taken = server.tree / ("sites-available" if isinstance(server, Debian) else "conf.d") / "store.example.conf"
-    taken.touch()
-    assert server.run("site", "rename", "both.example", "store.example").status == 7
-    taken.unlink()
+    for name, words in (("store", ["rename", "both.example", "store.example"]), ("plain", ["move", "plain.example", "--layout", "files"]),
+                        ("new", [*CREATE[1:], "--traverse"])):
+        other = taken.with_name(f"{name}.example.conf")
+        other.write_text("# somebody's\n")  # one that the server reads is taken along
+        assert isinstance(server, RedHat) and name != "store" or server.run("site", *words).status == 7 and other.read_text() == "# somebody's\n", words
+        other.unlink()
     server.do("site", "rename", "both.example", "store.example")
     assert file_and_links(server, "both.example") == (False, False) and file_and_links(server, "store.example") == (True, True)
     for name in ("store.example", "www.store.example"):
@@ -409,6 +431,10 @@ def test_a_site_is_disabled_and_enabled(server, files):
     link.symlink_to("/nowhere")
     assert server.run("site", "enable", site).status == 7 and os.readlink(link) == "/nowhere"
     link.unlink()
+    copy = file.with_name("copy.conf")
+    copy.write_text(file.read_text())
+    assert server.run("site", "enable", site).status == 3
+    copy.unlink()
     server.do("site", "enable", site)
     assert server.files() == before and server.serving() == server.all_served()
     file.write_text(file.read_text() + block("*:80", "guest.example"))

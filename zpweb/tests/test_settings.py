@@ -13,7 +13,7 @@ from pathlib import Path
 import pytest
 import websockets
 from conftest import NEW_KEY, OWNER, ZPFAULT, ZPWEB, await_true, free_port
-from servers import HTTP, TLS, Debian, RedHat
+from servers import HTTP, TLS, Debian, RedHat, block
 
 LIVE = Path("/etc/letsencrypt/live")
 SITE = "plain.example"
@@ -45,13 +45,15 @@ def authority():
     issue("expired", "plain.example,www.plain.example", year=2020)
     issue("early", "plain.example,www.plain.example", year=2090)
     issue("bare", "plain.example")
+    issue("client", "plain.example,www.plain.example", more="\nextendedKeyUsage=clientAuth")
+    issue(SITE, "other.example")  # whose common name alone is the site's
 
 
 def openssl(*words):
     subprocess.run(["openssl", *map(str, words)], check=True, capture_output=True)
 
 
-def issue(name, names, year=None):
+def issue(name, names, year=None, more=""):
     """live/NAME/{fullchain,privkey}.pem as links into archive, like certbot's; again for a renewal."""
     archive, live = LIVE.parent / "archive" / name, LIVE / name
     for folder in (archive, live):
@@ -60,7 +62,7 @@ def issue(name, names, year=None):
     key, request, chain = (archive / f"{kind}{number}.pem" for kind in ("privkey", "request", "fullchain"))
     openssl("req", *NEW_KEY, "-subj", f"/CN={name}", "-keyout", key, "-out", request)
     extensions = archive / "extensions"
-    extensions.write_text("subjectAltName=" + ",".join("DNS:" + each for each in names.split(",")))
+    extensions.write_text("subjectAltName=" + ",".join("DNS:" + each for each in names.split(",")) + more)
     if year is None:
         openssl("x509", "-req", "-in", request, "-CA", "/etc/ssl/ca/ca.pem", "-CAkey", "/etc/ssl/ca/key.pem", "-CAcreateserial",
                 "-extfile", extensions, "-days", 30, "-out", chain)
@@ -159,6 +161,8 @@ def test_a_wildcard_stands_for_one_label(server):
 @pytest.mark.parametrize("words, reason", [
     (pair("other"), "is not for plain.example, www.plain.example"),
     (pair("bare"), "is not for www.plain.example"),
+    (pair("client"), "not made for servers"),
+    (pair(SITE), "is not for plain.example, www.plain.example"),
     (pair("good", key="other"), "is not the key"),
     (pair("expired"), "expired on 2020-02-01"),
     (pair("early"), "not valid before 2090-01-01"),
@@ -170,7 +174,7 @@ def test_a_wildcard_stands_for_one_label(server):
     ([*pair("good")[:2], "--key", "/etc/ssl/foreign.key"], "its owner is not root"),
     ([*pair("good")[:2], "--key", "/home/mallory/link/privkey.pem"], "link"),
     (["--certificate", "/etc/hosts", *pair("good")[2:]], "no certificate"),
-], ids=["names", "one name", "key", "expired", "early", "order", "expired issuer", "readable", "readable by a group", "passphrase", "owner", "foreign link", "no PEM"])
+], ids=["names", "one name", "for clients", "common name", "key", "expired", "early", "order", "expired issuer", "readable", "readable by a group", "passphrase", "owner", "foreign link", "no PEM"])
 def test_a_certificate_that_clients_would_turn_away_from_is_refused(server, words, reason):
     own, issuer = [part + "-----END CERTIFICATE-----\n" for part in (LIVE / "good/fullchain.pem").read_text().split("-----END CERTIFICATE-----\n")[:2]]
     Path("/etc/ssl/disordered.pem").write_text(own + own + issuer)
@@ -205,6 +209,11 @@ def test_a_certificate_that_its_owner_could_take_away_is_told(server):
     files = ["--certificate", home / "fullchain.pem", "--key", home / "privkey.pem"]
     assert "/home/mallory is not root's alone" in server.do("tls", "on", SITE, *files).err
     assert "/home/mallory is not root's alone" in server.run("doctor").out
+    link = Path("/etc/ssl/theirs.pem")
+    link.unlink(missing_ok=True)
+    link.symlink_to(LIVE / "good/fullchain.pem")
+    os.chown(link, 1000, 1000, follow_symlinks=False)
+    assert f"{link} is not root's alone" in server.do("tls", "on", SITE, "--certificate", link, "--key", LIVE / "good/privkey.pem").err
     assert "not root's alone" not in server.do("tls", "on", SITE, *pair("good")).err + server.run("doctor").out
 
 
@@ -255,7 +264,7 @@ def test_a_server_without_tls_gets_its_module_and_its_listener(live):
     assert {path: kept for path, kept in live.tree().items() if ".zpweb" not in path and "log" not in path} == \
         {path: kept for path, kept in before.items() if ".zpweb" not in path and "log" not in path}
     live.do(*words)
-    assert shown("shop.example", port=port) == fingerprint("shop")
+    assert shown("shop.example", port=port) == fingerprint("shop") and f"\nListen 127.0.0.1:{port}\n" in live.text()
     live.do("tls", "off", "shop.example")
     assert live.get("shop.example") == (200, "the shop")
 
@@ -299,15 +308,16 @@ def test_a_renewal_that_is_killed_before_its_proof_is_completed_by_the_next_run(
      "/a%20b/c?d=e&f", (308, "https://new.example/base/a%20b/c?d=e&f")),
     (["redirect", "set", SITE, "/old", "--to", "https://new.example/x?y=1"], "/old/page?q", (302, "https://new.example/x?y=1")),
     (["redirect", "set", SITE, "/old", "--to", "https://new.example/"], "/older", (404, "")),
+    (["redirect", "set", SITE, "/a.b", "--to", "https://new.example/"], "/axb", (404, "")),
     (["site", "canonical", SITE, "www"], "/a?b", (301, f"http://www.{SITE}/a?b")),
 ])
 def test_redirects_lead_in_one_hop_and_leave_no_trace(server, words, asked, led):
     before = server.files()
     server.do(*words)
-    assert ask(SITE, asked)[:2] == led
+    assert ask(SITE, asked)[:2] == led and ask(SITE, "/.well-known/acme-challenge/none")[0] == 404
     assert server.leads_to("both.example", "both.example")
     assert len(server.do("redirect", "list", SITE, "--json").json["redirects"]) == 1
-    server.do(*(["site", "canonical", SITE, "off"] if words[0] == "site" else ["redirect", "remove", SITE, *[each for each in words if each == "/old"]]))
+    server.do(*(["site", "canonical", SITE, "off"] if words[0] == "site" else ["redirect", "remove", SITE, *[each for each in words if each in ("/old", "/a.b")]]))
     assert without_modules(server.files()) == without_modules(before)
 
 
@@ -315,6 +325,16 @@ def test_a_name_leads_away_where_it_is_one(server):
     server.do("host", "remove", "pair.example", "www.pair.example", "--port", "443")
     server.do("site", "canonical", "pair.example", "bare")
     assert ask("www.pair.example", "/a")[:2] == (301, "http://pair.example/a") and server.leads_to("pair.example", "pair.example")
+
+
+def test_what_visitors_do_not_get_is_taken_back(server):
+    """Another block is reached by the site's names there."""
+    server.place("near", block("127.0.0.1:80", "near.example", root="plain.example"))
+    server.signal("graceful")
+    before = server.files()
+    for words in (["redirect", "set", SITE, "/old", "--to", "https://new.example/"], ["tls", "on", SITE, *pair("good"), "--redirect"]):
+        answer = server.run(*words)
+        assert answer.status == 4 and "not a redirect to https://" in answer.err and server.files() == before, answer
 
 
 def test_a_redirect_to_itself_is_refused(server):
@@ -351,6 +371,7 @@ def test_php_runs_and_its_sources_stay_unread(server, fpm):
     assert list(root.glob("zpweb-*")) == []
     pools = Path("/etc/php/9.9/fpm/pool.d")
     pools.mkdir(parents=True)
+    (pools / "two.conf.off").write_text("[three]\nlisten=/run/three.sock\n")
     (pools / "two.conf").write_text("[one]\nlisten=/run/one.sock\n[two]\n; of anna's\nuser = anna\nlisten = 127.0.0.1:9\n")
     listed = server.do("php", "list", "--json").json
     shutil.rmtree("/etc/php/9.9")
@@ -358,7 +379,9 @@ def test_php_runs_and_its_sources_stay_unread(server, fpm):
     assert [(row["pool"], row["listen"], row["user"], row["accepts"]) for row in listed["pools"] if row["version"] == "9.9"] == [
         ("one", "/run/one.sock", None, False), ("two", "127.0.0.1:9", "anna", False)]
     (root / "secret.php").write_text("<?php $password = 'x'; echo 'ran';")
-    assert server.get(SITE, path="/secret.php") == (200, "ran")
+    (root / "secret.phps").write_text("<?php")
+    assert server.get(SITE, path="/secret.php") == (200, "ran") and server.get(SITE, path="/secret.phps")[0] == 403
+    (root / "secret.phps").unlink()
     server.do("php", "off", SITE)
     status, body = server.get(SITE, path="/secret.php")
     assert status == 403 and "password" not in body
@@ -410,6 +433,11 @@ def test_php_that_does_not_run_is_taken_back(server, fpm):
     before = server.files()
     assert server.run("php", "set", SITE, "--fpm", "127.0.0.1:9").status == 1
     assert server.run("php", "set", SITE, "--fpm", "nowhere").status == 2
+    closed = server.tree / server.included / "zz-closed.conf"
+    closed.write_text('<Directory /var/www>\n<FilesMatch "php$">\nRequire all denied\n</FilesMatch>\n</Directory>\n')
+    answer = server.run("php", "set", SITE, "--fpm", POOL)
+    assert answer.status == 4 and "answers 403, but PHP does not run" in answer.err, answer
+    closed.unlink()
     os.chmod(POOL, 0)  # root may connect, the server may not
     answer = server.run("php", "set", SITE, "--fpm", POOL)
     assert answer.status == 4 and "PHP does not run" in answer.err, answer
@@ -470,7 +498,8 @@ def test_an_application_answers_behind_the_proxy(server):
         server.do("proxy", "set", SITE, "/", "http://127.0.0.1:3000")
         assert json.loads(ask(SITE, "/")[2])["path"] == "/"
         assert ask(SITE, "/.well-known/acme-challenge/nothing")[0] == 404
-        assert [row["path"] for row in server.do("proxy", "list", "--json").json["proxies"]] == ["/app", "/"]
+        assert [row["path"] for row in server.do("proxy", "list", SITE, "--json").json["proxies"]] == ["/app", "/"]
+        assert json.loads(ask(SITE, "/app/x")[2])["path"] == "/x" and server.do("proxy", "list", "both.example", "--json").json["proxies"] == []
     for path in ("/", "/app"):
         server.do("proxy", "remove", SITE, path)
     assert without_modules(server.files()) == without_modules(before)
@@ -599,7 +628,7 @@ def test_a_document_brings_all_settings_about_and_takes_them_back(server, fpm):
     server.do("directive", "add", "CustomLog", "/var/log/plain.log combined", "--site", SITE)
     before = server.files()
     wanted = {
-        "tls": {"certificate": f"{LIVE}/good/fullchain.pem", "key": f"{LIVE}/good/privkey.pem", "redirect": True, "hsts": 15552000},
+        "tls": {"certificate": f"{LIVE}/good/fullchain.pem", "key": f"{LIVE}/good/privkey.pem", "redirect": True, "hsts": 15552000, "any_name": True},
         "php": {"fpm": POOL}, "proxies": [{"path": "/app", "url": "http://127.0.0.1:3000", "websocket": True}],
         "access": [{"path": "/none", "deny": ["all"]}, {"path": "/admin", "deny": ["127.0.0.2"]}],
         "redirects": [{"path": "/old", "to": "https://new.example/", "status": 301}], "canonical": "www",
@@ -615,6 +644,8 @@ def test_a_document_brings_all_settings_about_and_takes_them_back(server, fpm):
         assert ask("www." + SITE, "/none", "https")[0] == 403
         screen = server.do("site", "show", SITE, "--json").json
         assert (screen["certificate_days"], len(screen["listeners"])) == (29, 2) and "plain.log" in str(screen["logs"])
+        assert screen["redirects"] == {"/old": "https://new.example/", SITE: f"www.{SITE}", "http": "https", "in": screen["redirects"]["in"]}
+        assert [row["to"] for row in server.do("redirect", "list", SITE, "--json").json["redirects"]] == ["https://new.example/", f"www.{SITE}", "https"]
         assert all("in" in screen[each] for each in ("certificate", "php", "applications", "access", "redirects", "log_policy")), screen
         document = server.do("export").json
         told = next(site for site in document["sites"] if site["name"] == SITE)
@@ -651,7 +682,7 @@ def test_a_document_knows_sites_that_are_disabled(server):
     before = server.files()
     assert state(server, SITE, state="disabled") == ["site disable"] and ask(SITE)[2] != SITE
     document = server.do("export").json
-    assert {site["name"]: site["state"] for site in document["sites"]}[SITE] == "disabled"
+    assert {site["name"]: site["state"] for site in document["sites"]}[SITE] == "disabled" == server.do("export", SITE).json["sites"][0]["state"]
     assert server.do("plan", "-", "--json", input=json.dumps(document)).json["commands"] == []
     names = {"host_names": ["www." + SITE, "more." + SITE]}
     assert state(server, SITE, state="disabled", **names) == ["site enable", "host add", "site disable"]
