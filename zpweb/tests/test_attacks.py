@@ -491,6 +491,9 @@ def test_a_file_that_root_names_is_read_through_no_link_of_its_directorys_owner(
     answer = site.run(*words.format(file=file).split(), *FAST)
     assert answer.status == 1 and "symbolic link" in answer.err and site.text().encode() == before[str(site.conf)][3], answer
     assert not (site.root / "zpweb.d").exists() and not Path("/etc/webusers").exists()
+    file.unlink()
+    os.link(prey / ".htpasswd", file)
+    assert re.search("more than one name|closed to others", site.run(*words.format(file=file).split(), *FAST).err)
     (site.root / "www/link").symlink_to(site.root / "www/page")  # root's own
     (site.root / "www/page").write_text("<p>unpaid")
     assert "symbolic link" not in site.run(*words.format(file=site.root / "www/link").split(), *FAST).err

@@ -311,6 +311,9 @@ def test_the_log_tells_who_did_what(machine):
     assert [change["result"] for change in changes] == ["done", "done", "refused"]
     assert changes[0]["user"] == "root" and changes[0]["command"][-3:] == ["site", "stop", "kept.example"]
     assert changes[0]["files"][0]["after"] == changes[1]["files"][0]["before"]
+    machine.do("undo")
+    last = machine.do("history", "--last", "2", "--json").json["changes"]
+    assert [change.get("undoes") for change in last] == [None, 2]
     assert [change["checkpoint"] for change in changes] == [1, 2, None]
 
 
@@ -364,7 +367,7 @@ def test_the_commands_of_one_change_see_what_those_before_them_do(site):
     before = site.tree()
 
     def apply(*last):
-        return site.run("apply", "-", input="\n".join(map(json.dumps, [*lines, *last])))
+        return site.run("apply", "-", "--json", input="\n".join(map(json.dumps, [*lines, *last])))
 
     assert apply({"command": "site stop", "arguments": ["none.example"]}).status == 6
     unknown = apply({"command": "site stop", "argument": ["shop.example"]})
@@ -373,7 +376,8 @@ def test_the_commands_of_one_change_see_what_those_before_them_do(site):
     assert alone.status == 2 and "undo" in alone.err and "run of its own" in alone.err
     assert {p: v for p, v in site.tree().items() if ".zpweb" not in p} == {
         p: v for p, v in before.items() if ".zpweb" not in p}
-    assert apply().status == 0
+    made = apply()
+    assert made.status == 0 and [result["changed"] for result in made.json["results"]] == [True] * 8 + [False], made
     assert Path("/etc/webusers/passwd.shop.example").read_text().startswith("joe:$2y$") and file.read_text() == "Name two\n"
     assert (folder / ".htpasswd").read_text().startswith("ann:") and not (other / ".htpasswd").exists()
     assert site.text().count("LoadModule headers_module") == 1
@@ -431,6 +435,10 @@ def test_a_log_directory_that_is_missing_is_found_before_the_server_ends_of_it(l
     answer = live.run("host", "add", "shop.example", "more.example", "--no-check")
     logs.with_name("away").rename(logs)
     assert answer.status == 4 and str(logs) in answer.err and live.text() == before, answer
+    words = [ZPFAULT, "meanwhile", "renameat2:1", ZPWEB, "--conf", live.conf, "host", "add", "shop.example", "more.example"]  # behind the check
+    done = subprocess.run(words, capture_output=True, text=True, env={**os.environ, "ZPFAULT_RUN": f"mv {logs} {logs}.away"})
+    Path(f"{logs}.away").rename(logs)
+    assert done.returncode == 4 and "missing log folder" in done.stderr and live.text() == before, done
     assert live.get("shop.example") == (200, "the shop")
 
 
@@ -591,9 +599,12 @@ def test_a_label_takes_its_changes_back_together(machine):
 def test_the_state_of_a_system_configuration_is_not_below_etc(machine):
     with_site(machine)
     machine.do("site", "stop", "kept.example")  # in ".zpweb", as earlier versions did everywhere
-    system, state = Path("/etc/zpweb-test"), Path("/var/lib/zpweb")
+    system, state = Path("/etc/apache2-zpweb"), Path("/var/lib/zpweb")
     shutil.rmtree(state, ignore_errors=True)
+    machine.conf.write_text(machine.text() + "Include ${INSTANCE}\n")
     shutil.copytree(machine.root, system)
+    (system / "envvars").write_text("export INSTANCE=/etc/apache2-zpweb/own.conf\n")  # this instance's own
+    (system / "own.conf").touch()
     change = system / ".zpweb/checkpoints/000001/change"
     change.write_text(change.read_text().replace(str(machine.root), str(system)))
     try:
@@ -605,7 +616,7 @@ def test_the_state_of_a_system_configuration_is_not_below_etc(machine):
         machine.do("site", "start", "kept.example", "--conf", conf, "--no-check", conf=False)
         assert not (system / ".zpweb").exists() and state.stat().st_mode & 0o7777 == 0o700
         assert [p.name for p in sorted((state / "checkpoints").iterdir()) if p.name.isdigit()] == ["000001", "000002"]
-        machine.do("undo", "--conf", conf, "--no-check", conf=False)
+        machine.do("undo", "--conf", conf, conf=False)
         assert conf.read_bytes() == stopped
         assert len(machine.do("history", "--conf", conf, "--json", conf=False).json["changes"]) == 3
     finally:
@@ -695,11 +706,13 @@ def watchers(machine):
 def test_after_a_restart_the_next_command_takes_back_what_is_overdue(machine, command):
     with_site(machine)
     before = machine.text()
-    machine.do("host", "add", "kept.example", "late.example", "--confirm-within", "3s")
+    for name in ("late", "later"):
+        machine.do("host", "add", "kept.example", f"{name}.example", "--confirm-within", "3s")
     for watcher in watchers(machine):
+        assert os.getsid(watcher) == watcher, "it lives on when its terminal goes"
         os.kill(watcher, signal.SIGKILL)
     time.sleep(4.2)
-    assert "late.example" in machine.text()
+    assert "late.example later.example" in machine.text()
     assert "not confirmed in time; the next" in machine.do("site", "stop", "kept.example", "--dry-run").err
     answer = machine.run(*command)
     assert "late.example" not in machine.text() and answer.status == (1 if command == ["confirm"] else 0), answer

@@ -115,7 +115,8 @@ def test_settings_of_a_site(live):
     site.do("site", "set", "shop.example", "--mode", "0750", "--dry-run")
     assert root.stat().st_mode & 0o7777 == 0o711
     assert site.run("site", "set", "shop.example").status == 2
-    site.do("site", "port", "shop.example", "8088")
+    assert site.do("site", "set", "shop.example", "--mode", "0711", "--json").json["changed"] is False
+    assert "no Listen leads there" in site.do("site", "port", "shop.example", "8088").err
     assert block(site).startswith("<VirtualHost 127.0.0.1:8088>")
 
 
@@ -231,7 +232,8 @@ def test_script_handlers_and_limits(site):
     site.do("suphp", "off")
     assert site.text() == text
     assert site.run("suphp", "install", html, "/usr/bin/env").status == 6
-    site.do("rails", "on", "shop.example", "app", "--owner", OWNER)
+    for _ in range(2):
+        site.do("rails", "on", "shop.example", "app", "--owner", OWNER)
     assert f'DocumentRoot "{html.parent}/app/public"' in block(site) and (html.parent / "app/public").is_dir()
     site.do("rails", "off", "shop.example", "app")
     assert site.text() == text
@@ -245,8 +247,10 @@ def test_script_handlers_and_limits(site):
     assert log.exists()
     site.do("log", "rotate", "shop.example", "--dry-run")
     assert log.exists()
-    site.do("log", "rotate", "shop.example")
-    assert not log.exists() and len(list(log.parent.glob("access_log-*.tar.gz"))) == 1
+    assert "access_log" not in site.do("log", "show", "shop.example", "--errors").out
+    log.with_name("access_log-my-own-words-x").write_text("mine")
+    assert "it stands" in site.do("log", "rotate", "shop.example", "--confirm-within", "1h").err
+    assert log.with_name("access_log-my-own-words-x").exists() and not log.exists() and len(list(log.parent.glob("access_log-*.tar.gz"))) == 1
 
 
 def test_installing_suphp(site):
@@ -268,11 +272,12 @@ def test_directives_folders_modules_and_parameters(site):
     assert site.do("directive", "get", "Timeout", "--site", "shop.example", "--json").json["value"] == "7"
     site.do("directive", "delete", "Timeout", "--site", "shop.example")
     assert site.run("directive", "get", "Timeout", "--site", "shop.example").status == 6
-    assert site.do("directive", "get", "User", "--is", "www-data", "--json").json["matches"] is True
+    assert [site.do("directive", "get", "User", "--is", name, "--json").json["matches"] for name in ("www-data", "root")] == [True, False]
     site.do("directive", "insert", "Timeout", "60", "--before", "Listen")
     assert f"Timeout 60\nListen 127.0.0.1:{site.port}\n" in site.text()
     site.do("folder", "add", "shop.example", "/srv/a", "--line", "Options None")
     site.do("folder", "set", "shop.example", "/srv/a", "--line", "Options All", "--line", "AllowOverride None")
+    assert site.do("folder", "line", "shop.example", "/srv/a", "Options All", "--json").json["changed"] is False
     site.do("folder", "line", "shop.example", "/srv/a", "AllowOverride None", "--remove")
     site.do("folder", "move", "shop.example", "/srv/a", "/srv/b")
     assert '\t<Directory "/srv/b">\n\t\tOptions All\n\t</Directory>\n' in block(site)
@@ -289,6 +294,7 @@ def test_directives_folders_modules_and_parameters(site):
     site.do("module", "unblock", "shop.example", "x")
     assert "mod_x" not in site.text()
     file = site.root / "www/param"
+    site.do("param", "add", file, "Name", "one")
     site.do("param", "add", file, "Name", "one")
     site.do("param", "edit", file, "Name", "one", "two")
     assert file.read_text() == "Name two\n"

@@ -79,29 +79,12 @@ def test_a_link_in_a_directory_that_a_group_can_write_is_not_followed(site):
     assert answer.status == 1 and "belongs neither" in answer.err, answer
 
 
-def test_a_stale_pid_file_gets_nobody_signalled(live):
-    live.stop()
-    other = subprocess.Popen(["sleep", "60"])
-    try:
-        (live.root / "run/httpd.pid").write_text(f"{other.pid}\n")
-        live.do("host", "add", "shop.example", "more.example", "--no-check")
-        time.sleep(0.1)
-        assert other.poll() is None
-        live.run("server", "reload")
-        time.sleep(0.1)
-        assert other.poll() is None
-    finally:
-        other.send_signal(signal.SIGKILL)
-        other.wait()
-        (live.root / "run/httpd.pid").unlink()
-
-
 @pytest.mark.parametrize("server", ["exit 127", "kill -9 $$", "kill -SEGV $$"])
 def test_a_check_that_could_not_be_run_has_not_passed(site, server):
     before = site.text()
     environment = path_with(site.root / "run/bin", apachectl=server, apache2=server, httpd=server, apache2ctl=server)
     answer = site.run("host", "add", "shop.example", "more.example", env=environment)
-    assert answer.status in (1, 3) and site.text() == before and not site.strays(), answer
+    assert answer.status == 1 and "cannot be run" in answer.err and site.text() == before and not site.strays(), answer
 
 
 def test_a_change_of_which_the_server_tells_nothing_is_not_called_judged(site):
@@ -138,16 +121,6 @@ def test_an_undo_takes_back_what_is_of_its_configuration_and_once(site):
     assert site.run("undo", made["checkpoint"], *FAST).status == 1
 
 
-def test_control_characters_of_a_name_are_shown_escaped(site):
-    near = re.sub(r"(?m)^(.*CustomLog .*shop.example.*)$", "# \x1b[2J\u202e\u009b\n\\1", site.text())
-    site.conf.write_text(near + f"<VirtualHost 127.0.0.1:{site.port}>\nServerName a\x1b[2Jb.example\nDocumentRoot /x\x07\x7f\u202e\u009b2J\n</VirtualHost>\n")
-    for words in (["site", "list"], ["site", "show", "a\x1b[2Jb.example"], ["doctor"], ["host", "add", "shop.example", "c.example", "--diff"],
-                  ["site", "status", "a\x1b[2Jb.example"]):
-        answer = site.run(*words, *(FAST if words[0] == "host" else ()))
-        assert not re.search(r"[\x00-\x08\x0b-\x1f\x7f-\x9f\u202e]", answer.out + answer.err), (words, answer)
-        assert words[-1] != "--diff" or "[2J" in answer.out + answer.err
-
-
 def test_the_log_names_the_login_and_what_the_files_were(site):
     site.do("host", "add", "shop.example", "more.example", *FAST, env={**os.environ, "SUDO_USER": "carla"})
     site.do("host", "remove", "shop.example", "more.example", *FAST)
@@ -155,26 +128,6 @@ def test_the_log_names_the_login_and_what_the_files_were(site):
     (before,), (after,) = first["files"], last["files"]
     assert (first["user"], first["login"], before["file"]) == ("root", "carla", str(site.conf)) and "login" not in last
     assert before["after"] == after["before"] != after["after"] == before["before"]
-
-
-def test_the_completion_runs_nothing_of_what_an_owner_wrote(site):
-    marks = [site.root / "run" / name for name in ("one", "two", "three")]
-    site.conf.write_text(site.text() + f"#<VirtualHost *:1>\n#ServerName $(touch {marks[0]})\n#</VirtualHost>\n"
-                         f"<VirtualHost *:2>\nServerName s`touch${{IFS}}{marks[1]}`\n</VirtualHost>\n"
-                         f"<VirtualHost *:3>\nServerName s$(touch${{IFS}}{marks[2]})\n</VirtualHost>\n")
-    script = subprocess.run([ZPWEB, "completion"], capture_output=True, text=True, check=True).stdout
-    for word in ("", "s", "$"):
-        subprocess.run(["bash", "-c", f"PATH={os.path.dirname(ZPWEB)}:$PATH; {script}\nCOMP_WORDS=(zpweb --conf {site.conf} site stop '{word}'); "
-                        "COMP_CWORD=5; _zpweb; echo ${COMPREPLY[0]}"], capture_output=True, check=True)
-    assert not any(mark.exists() for mark in marks)
-
-
-@pytest.mark.parametrize("password", ["s3cret", "it's s3cret", "$(s3cret)", 's3cret"\\x'])
-def test_no_password_is_shown_whatever_the_shell_makes_of_it(site, password):
-    html = site.sites / "shop.example/www/html"
-    for words in (["user", "add", "shop.example", "joe"], ["protect", "add", html, "joe"], ["protect", "edit", html, "joe"]):
-        answer = site.run(*words, "--verbose", "--diff", *FAST, input=password + "\n")
-        assert "s3cret" not in answer.out + answer.err and answer.status == 0, answer
 
 
 def test_no_local_user_can_hold_up_a_change(site):

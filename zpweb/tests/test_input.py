@@ -7,6 +7,7 @@ import resource
 import shlex
 import subprocess
 import threading
+import time
 import unicodedata
 
 import pytest
@@ -44,6 +45,10 @@ REJECTED = [
     for value in ("/x", "=y", "/x=a\nb", "/x=a\\", "/x=<b>", '/x="')
 ] + [
     (["directive", "add", "Options", value, "--site", "a.example"], "text") for value in ("a\nb", "None\\", "<x>")
+] + [
+    (["php", "set", "a.example", "--fpm", pool], "FPM") for pool in ("/run/x|fcgi://b", "/a b", ":80", "b:0", "b:65536")
+] + [
+    (["log", "policy", "a.example", "--size", size], "size") for size in ("0", "1T", "M")
 ]
 
 
@@ -63,9 +68,10 @@ def test_a_wrong_value_is_named_in_one_line_before_anything_is_read(machine, wor
     (["hots", "add"], '"hots"; did you mean "host"?'), (["site", "lits"], 'did you mean "site list"?'),
     (["site", "create"], "NAME"), (["site", "status", "--what"], 'unknown option "--what" of site status'),
     (["site", "list", "--jsno"], 'did you mean "--json"?'), (["--json", "site", "status", "-a.example"], '"-a.example"'),
-    (["host", "add", "a.example", "--", "-a.example"], "host name"), (["help", "sites"], '"sites"')])
+    (["host", "add", "a.example", "--", "-a.example"], "host name"), (["help", "sites"], '"sites"'), (["--conf", "", "site", "list"], "it is empty"),
+    (["ste"], 'did you mean "site"?'), (["apply", "-"], "site stop: SITE is missing")])
 def test_a_wrong_command_line_is_a_usage_error(machine, words, told):
-    answer = machine.run(*words, conf=False)
+    answer = machine.run(*words, conf=False, input='{"command": "site stop"}')
     assert answer.status == 2 and told in answer.err and len(answer.err.splitlines()) == 1, answer
 
 
@@ -100,7 +106,7 @@ def test_help_tells_about_every_command_and_its_examples_are_command_lines(machi
     commands = re.findall(r"^  ([a-z-]+(?: [a-z-]+)?)  ", overview.split("About this program")[0], re.M)
     panel = re.findall(r"^  ([a-z-]+(?: [a-z-]+)?)  ", overview.split("panel alone:")[1], re.M)
     assert len(commands) > 50 and {"site pause", "suphp on", "rails off", "limits on"} <= set(panel)
-    assert overview.index("Exit status") < overview.index("panel alone") and machine.do("-V", conf=False).out.startswith("zpweb ")
+    assert "--lock-timeout" in overview.split("Options:")[1] and overview.index("Exit status") < overview.index("panel alone") and machine.do("-V", conf=False).out.startswith("zpweb ")
     for command in commands + panel:
         page = machine.do("help", *command.split(), conf=False).out
         assert page == machine.do(*command.split(), "--help", conf=False).out and max(map(len, page.splitlines())) < 160
@@ -150,9 +156,12 @@ def test_what_an_owner_wrote_cannot_steer_the_terminal(site, json):
     assert ("\\u001b" if json else "\\x1b") in shown
 
 
-@pytest.mark.parametrize("size, status", [(0, 2), (255, 0), (256, 2)])
-def test_a_password_has_a_bound(site, size, status):
-    assert site.run("protect", "add", site.sites / "shop.example/www/html", "joe", "--no-check", input="x" * size + "\n").status == status
+@pytest.mark.parametrize("password, status", [("", 2), ("x" * 255, 0), ("x" * 256, 2), ("x\r", 2)])
+def test_a_password_has_a_bound(site, password, status):
+    """Which is that of the tool, or of the hash that is made of all of it."""
+    folder = site.sites / "shop.example/www/html"
+    assert site.run("protect", "add", folder, "joe", "--no-check", input=password + "\n").status == status
+    assert site.run("user", "add", "shop.example", "joe", "--no-check", input=password[:73] + "\n").status == (2 if len(password) > 72 else status)
 
 
 def test_a_password_that_the_shell_needs_quoted_is_masked_too(site):
@@ -181,6 +190,19 @@ def on_terminal(words, **environment):
     return text.decode()
 
 
+def test_what_is_typed_as_a_password_is_not_shown(site):
+    main, end = pty.openpty()
+    run = subprocess.Popen([ZPWEB, "--conf", site.conf, "user", "add", "shop.example", "joe", "--no-check"], stdin=end, stdout=end, stderr=end)
+    shown = b""
+    while not shown.endswith(b"Password: "):
+        shown += os.read(main, 100)
+    time.sleep(0.1)
+    os.write(main, b"s3cret\n")
+    assert run.wait(30) == 0 and b"s3cret" not in shown + os.read(main, 4096)
+    os.close(main)
+    os.close(end)
+
+
 def test_a_terminal_gets_colours_and_progress_as_it_can_show_them(site):
     change = ["--conf", site.conf, "site", "stop", "shop.example", "--dry-run", "--diff", "--no-check"]
     assert "\x1b[31m" in on_terminal(change)
@@ -189,9 +211,9 @@ def test_a_terminal_gets_colours_and_progress_as_it_can_show_them(site):
     for kind, told in (("xterm", "(1 s)\r\x1b[K"), ("dumb", "(1 s)\r\n")):
         with (site.root / ".zpweb/lock").open() as lock:
             fcntl.flock(lock, fcntl.LOCK_EX)
-            threading.Timer(1.6, lambda: fcntl.flock(lock, fcntl.LOCK_UN)).start()
+            threading.Timer(2.4, lambda: fcntl.flock(lock, fcntl.LOCK_UN)).start()
             shown = on_terminal(change, TERM=kind)
-            assert told in shown and ("\x1b" in shown) == (kind == "xterm"), repr(shown)
+            assert told in shown and ("\x1b" in shown) == ("(2 s)" in shown) == (kind == "xterm"), repr(shown)
 
 
 COMPLETED = [
@@ -200,7 +222,8 @@ COMPLETED = [
     (["site", "create", "x.example", "--mode", "=", "o"], {"own"}), (["site", "create", "x.example", "--mode", "="], {"own", "plain", "shared"}),
     (["host", "add", ""], {"shop.example"}), (["host", "add", "shop.example", ""], set()),
     (["directive", "get", "Timeout", "--site", ""], {"shop.example"}), (["site", "stop", "--dry-run", ""], {"shop.example"}),
-    (["help", "ho"], {"host"}), (["help", "host", ""], {"add", "remove"}), (["nonsense", ""], set())]
+    (["help", "ho"], {"host"}), (["help", "host", ""], {"add", "remove"}), (["nonsense", ""], set()),
+    (["export", "shop.example", ""], {"shop.example"})]
 
 
 def test_completion_knows_its_place_and_evaluates_nothing(site):

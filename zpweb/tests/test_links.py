@@ -127,6 +127,7 @@ def test_a_folder_is_handed_over_with_all_that_it_holds_but_what_is_behind_links
         (folder / "sub" / name).write_text("x")
     os.chmod(folder / "sub/tool", 0o4755)
     unlike = access()
+    assert f"would give {folder} and all that it holds the owner" in site.do("vdir", "create", "shop.example", folder, "--take-over", "--dry-run").err
     answer = site.do("vdir", "create", "shop.example", folder, "--take-over")
     assert not re.search("warning", answer.err), answer
     anna = pwd.getpwnam(OWNER).pw_uid

@@ -64,7 +64,7 @@ def test_each_gets_its_own_result_and_its_own_undo(live):
               ("host", "add", names[1], "c.example"): (0, True), ("host", "add", names[2], "a.example"): (1, False),
               ("directive", "add", "Rubbish", "soon", "--site", names[1]): (3, False), ("site", "set", names[3], "--index", "x.php"): (0, True),
               ("host", "add", names[2], "d.example", "--label", "mine"): (0, True),
-              ("host", "remove", names[4], "z.example", "--ensure"): (0, False)}
+              ("vdir", "delete", names[4], "/srv", "--ensure"): (0, False)}
     for words in wanted:
         queue.add(*words, env={"SUDO_USER": "carla"} if "mine" in words else None)
     answers = queue.release()
@@ -90,6 +90,18 @@ def test_each_gets_its_own_result_and_its_own_undo(live):
     queue.add("host", "add", names[0], "b.example")
     assert [answer.status for answer in queue.release()] == [0, 0]
     await_true(lambda: reloads(live) == reloaded + 1)  # each has its own conditions
+    queue = Queue(live)
+    for words in ((names[0], "c.example", "--no-check"), (names[1], "d.example"), ("shop.example", "*.e.example")):
+        queue.add("host", "add", *words)
+    assert [answer.json["judged"] for answer in queue.release()] == [False, True, True]
+    queue = Queue(live)
+    for name in ("www.shop.example", "*.e.example"):
+        queue.add("host", "remove", "shop.example", name)
+    live.publish(names[0], "the first")
+    queue.add("site", "suspend", names[0])  # of which nobody is warned
+    answers = queue.release()
+    assert not [answer for answer in answers if "answers 503" in answer.err] and live.get(names[0])[0] == 503
+    assert all("www.shop.example on" in answer.err and "still reaches" in answer.err for answer in answers[:2]), answers
 
 
 def test_waiters_that_go_away(site):
