@@ -23,6 +23,8 @@ MODULES = ("mpm_event authz_core authz_host authz_user authn_core authn_file aut
 OWNER = "anna"
 # For openssl req: an RSA key takes longer to make than many a test.
 NEW_KEY = ["-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1", "-nodes"]
+STATUSES = {name: number for number, name in enumerate(
+    ("done", "error", "usage", "refused", "rolled back", "locked", "not found", "exists", "would change"))}
 SCHEMAS = Path(__file__).parents[1] / "schema"
 
 
@@ -48,6 +50,12 @@ class Answer:
 
     def __init__(self, done):
         self.status, self.out, self.err = done.returncode, done.stdout, done.stderr
+        assert self.status in (*range(9), -9, 137) and "/proc/self/fd" not in self.out + self.err, self
+        if self.out.startswith('{"schema":') and self.status in range(9):
+            document = json.loads(self.out)
+            message = document.get("message", "")
+            masked = not message.replace("\n", "").isprintable()
+            assert STATUSES[document["status"]] == self.status and (masked or message in self.err), self
 
     @property
     def json(self):
@@ -138,6 +146,11 @@ IncludeOptional included/*.conf
         scratch = {p for p in ("/etc/apactemp1", "/etc/apactemp", "/etc/tempapa1") if os.path.exists(p)}
         return beside | scratch | ({p.name for p in state.iterdir()} - known if state.exists() else set())
 
+    def loose(self):
+        """What others than root could change of the configuration."""
+        own = [self.conf, *self.root.glob("*.d"), *self.root.glob("*.d/**/*"), *self.root.glob("included/*")]
+        return {path for path in own if not path.is_symlink() and path.exists() and path.stat().st_mode & 0o022}
+
     # --- the server ---
 
     def start(self):
@@ -198,9 +211,11 @@ def machine():
     shutil.rmtree(root, ignore_errors=True)
     made = Machine(root)
     yield made
+    loose = made.loose()
     made.stop()
     shutil.rmtree(root, ignore_errors=True)
     shutil.rmtree("/etc/webusers", ignore_errors=True)
+    assert not loose
 
 
 @pytest.fixture
