@@ -264,10 +264,8 @@ TEST(Rails, FollowsNoLinkOfTheOwner) {
     link("/nowhere", "/dangling");
     writeFile(Content + "/partly/file", "");
     link(outside + "/public", "/partly/public");
-    writeFile(Content + "/roots/file", "");  // which the owner may have moved there
-    struct stat status {};
-    ASSERT_EQ(::stat(Content.c_str(), &status), 0);
-    ASSERT_EQ(::chown((Content + "/partly").c_str(), status.st_uid, status.st_gid), 0);
+    writeFile(Content + "/roots/file", "");  // closed: the owner may have moved it there
+    ASSERT_EQ(::chmod((Content + "/roots").c_str(), 0700), 0);
     writeFile(Content + "/plain", "");
     writeFile(Content + "/thirds/file", "");
     ASSERT_EQ(::chown((Content + "/thirds").c_str(), 4321, 4321), 0);
@@ -286,5 +284,10 @@ TEST(Rails, FollowsNoLinkOfTheOwner) {
     EXPECT_EQ(namesIn(outside), std::vector<std::string>{"public"});
     EXPECT_EQ(mode(Content + "/plain"), "0644");
     EXPECT_EQ(owner(Content + "/thirds"), "4321:4321");
-    EXPECT_EQ(mode(Content + "/roots") + " " + owner(Content + "/roots"), "0755 0:0");
+    EXPECT_EQ(mode(Content + "/roots") + " " + owner(Content + "/roots"), "0700 0:0");
+    writeFile(file, Default);
+    writeFile(Content + "/deployed/file", "");  // by root, for all to read
+    EXPECT_EQ(toRails("deployed")(file), 0);
+    EXPECT_EQ(mode(Content + "/deployed") + " " + owner(Content + "/deployed/public"),
+              "4705 " + owner(Content));
 }

@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <cerrno>
 
@@ -88,16 +87,6 @@ bool makeDirectory(const HeldDirectory& parent, const std::string& name, const E
     return made.isOpen() && giveTo(made, effect);
 }
 
-// One of root's that has something in it, in a directory of another's, who may have moved it there: it is
-// not opened to others.
-bool mayBeMovedThere(const Descriptor& directory, const Effect& effect, const HeldDirectory& parent) {
-    struct stat status {};
-    return parent.othersWrite() &&
-           (::fstat(directory.number(), &status) != 0 ||
-            (status.st_uid == ::geteuid() && effect.user && *effect.user != status.st_uid)) &&
-           !isEmpty(directory.number());
-}
-
 bool provideDirectory(const HeldDirectory& parent, const std::string& name, const Effect& effect) {
     if (makeDirectory(parent, name, effect)) {
         return true;
@@ -106,7 +95,7 @@ bool provideDirectory(const HeldDirectory& parent, const std::string& name, cons
         ::openat(parent.descriptor(), name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     struct stat status {};
     return directory.isOpen() && ::fstat(directory.number(), &status) == 0 &&
-           isMeant(status, effect, parent) && !mayBeMovedThere(directory, effect, parent) &&
+           isMeant(status, effect, parent) && !mayBeMovedInto(parent, directory.number()) &&
            giveTo(directory, effect);
 }
 

@@ -18,6 +18,17 @@ constexpr int MostLinks = 40;  // on one way; the system's own limit
 
 bool isAdministrator(uid_t owner) { return owner == 0 || owner == ::geteuid(); }
 
+bool isEmpty(int directory) {
+    DIR* listing = ::fdopendir(::openat(directory, ".", OpenDirectory));
+    int entries = 0;
+    errno = 0;
+    while (listing != nullptr && ::readdir(listing) != nullptr) {
+        ++entries;
+    }
+    const bool none = listing != nullptr && errno == 0 && entries <= 2;  // "." and ".."
+    return (listing == nullptr || ::closedir(listing) == 0) && none;
+}
+
 std::string takeFirstName(std::string& path) {
     std::string name = path.substr(0, path.find('/'));
     path.erase(0, name.size() + 1);
@@ -77,15 +88,12 @@ bool HeldDirectory::mayOwn(uid_t owner) const {
     return isAdministrator(owner) || (::fstat(descriptor(), &status) == 0 && status.st_uid == owner);
 }
 
-bool isEmpty(int directory) {
-    DIR* listing = ::fdopendir(::openat(directory, ".", OpenDirectory));
-    int entries = 0;
-    errno = 0;
-    while (listing != nullptr && ::readdir(listing) != nullptr) {
-        ++entries;
-    }
-    const bool none = listing != nullptr && errno == 0 && entries <= 2;  // "." and ".."
-    return (listing == nullptr || ::closedir(listing) == 0) && none;
+bool mayBeMovedInto(const HeldDirectory& parent, int directory) {
+    constexpr mode_t ReadByOthers = S_IROTH | S_IXOTH;
+    struct stat status {};
+    const bool isLooked = ::fstat(directory, &status) == 0;
+    const bool isClosed = isAdministrator(status.st_uid) && (status.st_mode & ReadByOthers) != ReadByOthers;
+    return parent.othersWrite() && (!isLooked || (isClosed && !isEmpty(directory)));
 }
 
 Descriptor makeDirectoryIn(int parent, const std::string& name) {

@@ -48,8 +48,9 @@ private:
 // `parent` has put in its place has something in it, or lets others in.
 Descriptor makeDirectoryIn(int parent, const std::string& name);
 
-// Is nothing in it?
-bool isEmpty(int directory);
+// Is the directory one of the administrator's that is closed to others and has something in it, and may
+// these have moved it to where it is, in `parent`? Who opens it, or gives it away, opens what it holds.
+bool mayBeMovedInto(const HeldDirectory& parent, int directory);
 
 // Where the link `name` of the directory leads, unless others than the administrator can have placed it.
 std::optional<std::string> administratorsLink(const HeldDirectory& directory, const std::string& name);

@@ -92,18 +92,16 @@ private:
         effect.inode = status.st_ino;
         return true;
     }
-    // One of root's that has something in it, in a directory of another's, who may have moved it there.
     // What may be given is the very one that is looked at.
-    static bool mayBeMovedThere(Effect& effect) {
+    static bool mayBeGiven(Effect& effect) {
         const auto parent = host::HeldDirectory::hold(directoryOf(effect.path));
         const auto directory = host::HeldDirectory::hold(effect.path);
         struct stat status {};
         if (!parent || !directory || ::fstat(directory->descriptor(), &status) != 0) {
-            return true;
+            return false;
         }
         effect.inode = status.st_ino;
-        return parent->othersWrite() && status.st_uid == ::geteuid() && effect.user &&
-               *effect.user != status.st_uid && !host::isEmpty(directory->descriptor());
+        return !host::mayBeMovedInto(*parent, directory->descriptor());
     }
     // What is made twice, or where something else stands, cannot be made.
     bool note(Effect effect) {
@@ -111,8 +109,7 @@ private:
         if (effect.step == Effect::Step::MakeFile && isThere) {
             return true;
         }
-        if (effect.step == Effect::Step::ProvideDirectory && exists(effect.path) &&
-            mayBeMovedThere(effect)) {
+        if (effect.step == Effect::Step::ProvideDirectory && exists(effect.path) && !mayBeGiven(effect)) {
             return false;
         }
         if (effect.step == Effect::Step::ProvideDirectory || takesOwnDirectory(effect)) {
