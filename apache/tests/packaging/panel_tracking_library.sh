@@ -10,7 +10,10 @@ cp "$here/panel/CZPTrackManager.h" "$work/panel"
 "${CXX:-c++}" -std=c++17 -shared -fPIC -o "$work/panel/libpaneltracking.so" "$here/panel/CZPTrackManager.cpp"
 
 quietly() { "$@" >"$work/log" 2>&1 || { cat "$work/log"; exit 1; }; }
-quietly cmake -S "$project" -B "$work/build" -G Ninja -DBUILD_TESTING=OFF -DZPAPACHE_ZPWEB=OFF -DZPAPACHE_JOINED=OFF \
+# Each source is compiled by itself, for which clang takes a third of the time.
+compiler=$(command -v clang++ || echo "${CXX:-c++}")
+quietly cmake -S "$project" -B "$work/build" -G Ninja -DCMAKE_CXX_COMPILER="$compiler" -DBUILD_TESTING=OFF \
+    -DZPAPACHE_ZPWEB=OFF -DZPAPACHE_JOINED=OFF \
     -DZPTM_INCLUDE_DIR="$work/panel" -DZPTM_LIBRARY="$work/panel/libpaneltracking.so"
 quietly cmake --build "$work/build"
 quietly cmake --install "$work/build" --prefix "$work/installed"
