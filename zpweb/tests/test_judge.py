@@ -69,6 +69,26 @@ def test_a_name_that_another_block_catches_is_not_called_added(shared):
     assert answer.status == 1 and "leads to shop.example" in answer.err and shared.text() == before, answer
 
 
+@pytest.mark.parametrize("own, status", [("shop.example", 0), ("other.example", 1)])
+def test_a_name_that_a_wildcard_takes_in_leads_to_the_first_block(shared, own, status):
+    holder = {"shop.example": "other.example", "other.example": "shop.example"}[own]
+    before = shared.text().replace(f"ServerAlias www.{holder}", f"ServerAlias www.{holder} *.caught.example")
+    shared.conf.write_text(before)
+    assert shared.run("site", "rename", own, "a.caught.example", "--no-check").status == 7
+    answer = shared.run("site", "rename", own, "a.caught.example")
+    assert answer.status == status and (shared.text() == before) == (status != 0), answer
+
+
+@pytest.mark.parametrize("words", [["site", "port", "shop.example", "8088"], ["address", "own", "shop.example", "--address", "127.0.0.7"],
+                                   ["address", "shared", "shop.example", "--address", "127.0.0.7"]], ids=" ".join)
+def test_a_site_does_not_go_where_another_has_its_name(site, words):
+    to = "127.0.0.1:8088" if "port" in words else f"127.0.0.7:{site.port}"
+    taking = f"Listen {to}\n<VirtualHost {to}>\nServerName other.example\nServerAlias shop.example\n</VirtualHost>\n"
+    site.conf.write_text(before := site.text().replace("<VirtualHost ", taking + "<VirtualHost ", 1))
+    answer = site.run(*words)
+    assert answer.status == 1 and "shop.example on 127.0.0" in answer.err and site.text() == before, answer
+
+
 def test_what_is_written_already_must_be_in_effect_too(site):
     over = site.root / "www/over.conf"
     over.write_text("ServerAdmin other@shop.example\n")

@@ -7,6 +7,7 @@
 #include "conf/Text.h"
 #include "input/HostName.h"
 #include "input/Quoted.h"
+#include "server/Postconditions.h"
 #include "settings/LogPolicyChange.h"
 #include "settings/SettingFile.h"
 #include "settings/SiteSettings.h"
@@ -159,13 +160,14 @@ Outcome rename(Transaction& change, const Site& site, const Arguments& given) {
         return named;
     }
     const Names names{site.name(), given[NewName]};
-    const std::string holder = holderOf(change.configuration(), names.to, names.from);
+    const std::string holder = takenBy(change, names.to, names.from);
     if (!holder.empty()) {
         return failure(Status::Exists, "name " + inQuotes(readableHostName(names.to)) +
                                            ": another site has it, at " + holder);
     }
     change.output().set("site", names.to);
     change.output().set("was", names.from);
+    change.expect(names.to, "renamed", leadsToSiteIfServed(names.to));
     const Layout layout = layoutOf(change.configuration());
     const std::vector<std::string> files = site.files();
     Outcome outcome = renameBlocks(change, site, names);

@@ -96,6 +96,10 @@ Postcondition leadsToSite(const std::string& name, const BlocksOf& blocks) {
     };
 }
 
+Postcondition leadsToSiteIfServed(const std::string& site) {
+    return [=](const Reading& staged) { return leadsTo(staged, site, hostsOf(staged, {site})); };
+}
+
 Postcondition leadsThereNoMore(const std::string& name, const BlocksOf& blocks) {
     return [=](const Reading& staged) {
         const auto hosts = hostsOf(staged, blocks);

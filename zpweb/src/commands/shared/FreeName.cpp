@@ -1,5 +1,7 @@
 #include "commands/shared/FreeName.h"
 
+#include <algorithm>
+
 #include "input/HostName.h"
 #include "settings/SiteFacts.h"
 
@@ -7,16 +9,13 @@ namespace zpweb {
 
 namespace {
 
-// By its name, an alias or a wildcard. Of several names of a block the last one counts.
-bool carries(const Block& block, const std::string& name) {
-    std::vector<std::string> carried = aliasesOf(block);
-    carried.emplace_back(block.name);
-    return carry(carried, name);
+// Of several names of a block the last one counts.
+bool isAmong(const std::vector<std::string>& carried, const std::string& name, bool wildcards) {
+    return wildcards ? carry(carried, name) : std::any_of(carried.begin(), carried.end(), SameHost(name));
 }
 
-}  // namespace
-
-std::string holderOf(const Configuration& configuration, std::string_view name, std::string_view except) {
+std::string holderOf(const Configuration& configuration, std::string_view name, std::string_view except,
+                     bool wildcards) {
     const std::string wanted(name);
     const SameHost isExcepted(except);
     for (const ConfigurationFile* file : configuration.carriersOf(name)) {
@@ -24,12 +23,24 @@ std::string holderOf(const Configuration& configuration, std::string_view name, 
             if (block.stopped || (!except.empty() && isExcepted(block.name))) {
                 continue;
             }
-            if (carries(block, wanted)) {
+            std::vector<std::string> carried = aliasesOf(block);
+            carried.emplace_back(block.name);
+            if (isAmong(carried, wanted, wildcards)) {
                 return Place{file, &block}.text();
             }
         }
     }
     return {};
+}
+
+}  // namespace
+
+std::string holderOf(const Configuration& configuration, std::string_view name, std::string_view except) {
+    return holderOf(configuration, name, except, true);
+}
+
+std::string takenBy(const Transaction& change, std::string_view name, std::string_view except) {
+    return holderOf(change.configuration(), name, except, !change.settings().check);
 }
 
 }  // namespace zpweb

@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include "change/Transaction.h"
 #include "server/Configuration.h"
 
 namespace zpweb {
@@ -12,5 +13,9 @@ namespace zpweb {
 // wildcards; empty when there is none. A block of the site `except` does not count.
 std::string holderOf(const Configuration& configuration, std::string_view name,
                      std::string_view except = "");
+// The same, of a name that a change gives to a site. Whether a block with a wildcard answers before the
+// site depends on their order: the server judges that, where it is asked, and such a block does not count
+// then.
+std::string takenBy(const Transaction& change, std::string_view name, std::string_view except = "");
 
 }  // namespace zpweb

@@ -20,6 +20,11 @@ struct Promise {
     Postcondition (*holds)(const BlocksOf& blocks, const std::string& host) = nullptr;
 };
 
+// Blocks that are moved are still found by the site's name.
+Postcondition isStillFound(const BlocksOf& blocks, const std::string&) {
+    return leadsToSiteIfServed(blocks.site);
+}
+
 // Commands on a site that are not listed change its blocks only and lead no name elsewhere; others may
 // change anything, and lead no name elsewhere either.
 constexpr Promise Table[] = {
@@ -39,11 +44,11 @@ constexpr Promise Table[] = {
     {"site suspend", true, Names::Kept,
      [](const BlocksOf& blocks, const std::string&) { return isSuspended(blocks); }},
     {"site pause", true, Names::OfSite},
-    {"site port", true, Names::OfSite},
+    {"site port", true, Names::OfSite, isStillFound},
     {"site rename", false, Names::OfSite},
     {"site move", false, Names::Kept},
-    {"address own", true, Names::OfSite},
-    {"address shared", true, Names::OfSite},
+    {"address own", true, Names::OfSite, isStillFound},
+    {"address shared", true, Names::OfSite, isStillFound},
     {"host add", true, Names::Kept,
      [](const BlocksOf& blocks, const std::string& host) { return leadsToSite(host, blocks); }},
     {"host remove", true, Names::Host,
