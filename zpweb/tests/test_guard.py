@@ -304,6 +304,20 @@ def test_what_waits_for_its_confirmation_is_not_forgotten_when_the_list_cannot_b
     assert len(calls) > 3
 
 
+@pytest.mark.parametrize("words, text", [
+    ("apply {}", '{"command": "host add", "arguments": ["shop.example", "b.example"]}\n'),
+    ("apply --state {}", '{"sites": [{"name": "shop.example", "host_names": ["b.example"]}]}'),
+    ("user add shop.example ann --password-file {}", "word\n"), ("site suspend shop.example --page {}", "closed\n")])
+def test_a_file_that_cannot_be_reached_is_no_empty_one(site, words, text):
+    file = site.root / "named"
+    file.write_text(text)
+    command = [ZPWEB, "--conf", site.conf, *words.format(file).split(), *FAST, "--dry-run", "--detailed-exitcode"]
+    listed = subprocess.run([ZPFAULT, "none", "0", *command], capture_output=True, text=True, env={**os.environ, "ZPFAULT_ALL": "1"}).stderr
+    calls = re.findall(r"^(\d+) openat /.*$", listed[:listed.index(f"openat {file}\n")], re.M)
+    ends = [subprocess.run([ZPFAULT, "EIO", call, *command], capture_output=True).returncode for call in calls]
+    assert set(ends) <= {1, 8} and ends[-8:] == [1] * 8, ends
+
+
 def test_no_checkpoint_goes_while_those_that_wait_are_not_known(site):
     site.do("host", "add", "shop.example", "a.example", "--confirm-within", "1h", *FAST)
     checkpoints, listed = site.root / ".zpweb/checkpoints", site.root / ".zpweb/unconfirmed"

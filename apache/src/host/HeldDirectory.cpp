@@ -40,8 +40,9 @@ std::string takeFirstName(std::string& path) {
 std::optional<HeldDirectory> HeldDirectory::hold(const std::string& path, Obstacle* obstacle) {
     Obstacle met;
     HeldDirectory directory(Descriptor(::open(path.starts_with('/') ? "/" : ".", OpenDirectory)));
+    met.error = directory.directory_.isOpen() ? 0 : errno;
     int links = 0;
-    for (std::string rest = path; !rest.empty();) {
+    for (std::string rest = path; !rest.empty() && directory.directory_.isOpen();) {
         const std::string name = takeFirstName(rest);
         if (name.empty()) {
             continue;
@@ -65,6 +66,7 @@ std::optional<HeldDirectory> HeldDirectory::hold(const std::string& path, Obstac
         rest = *target + "/" + rest;
         if (target->starts_with('/')) {
             directory.directory_ = Descriptor(::open("/", OpenDirectory));
+            met.error = errno;
         }
     }
     if (path.empty()) {

@@ -23,19 +23,24 @@ Outcome notFollowed(const std::string& path, const std::string& link) {
                    ") that others than root can place; it is not followed");
 }
 
-}  // namespace
-
-Expected<Descriptor> openGuarded(const std::string& path) {
+Expected<host::HeldDirectory> holdGuarded(const std::string& path) {
     host::HeldDirectory::Obstacle obstacle;
     auto directory = host::HeldDirectory::hold(path, &obstacle);
     if (directory) {
-        return directory->release();
+        return std::move(*directory);
     }
     if (!obstacle.link.empty()) {
         return notFollowed(path, obstacle.link);
     }
     errno = obstacle.error;
     return failure(obstacle.error == ENOENT ? Status::NotFound : Status::Error, systemError(path));
+}
+
+}  // namespace
+
+Expected<Descriptor> openGuarded(const std::string& path) {
+    auto directory = holdGuarded(path);
+    return directory.ok() ? Expected(directory->release()) : directory.outcome();
 }
 
 Outcome reachedWithoutForeignLink(const std::string& path) {
@@ -45,14 +50,14 @@ Outcome reachedWithoutForeignLink(const std::string& path) {
 
 Expected<std::string> behindGuardedLinks(std::string path) {
     for (int links = 0; links < MostLinks; ++links) {
-        const auto directory = host::HeldDirectory::hold(directoryOf(path));
+        const auto directory = holdGuarded(directoryOf(path));
+        if (!directory.ok()) {
+            return directory.outcome();
+        }
         const std::string name = nameOf(path);
         struct stat status {};
-        if (!directory ||
-            ::fstatat(directory->descriptor(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
-            return directory
-                       ? failure(errno == ENOENT ? Status::NotFound : Status::Error, systemError(path))
-                       : openGuarded(directoryOf(path)).outcome();
+        if (::fstatat(directory->descriptor(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+            return failure(errno == ENOENT ? Status::NotFound : Status::Error, systemError(path));
         }
         if (!S_ISLNK(status.st_mode)) {
             return path;

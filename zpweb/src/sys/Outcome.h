@@ -46,8 +46,10 @@ inline Outcome goneIsUpToDate(Outcome outcome) {
 template <class Value>
 class [[nodiscard]] Expected {
 public:
-    Expected(Value value) : value_(std::move(value)) {}          // NOLINT(google-explicit-constructor)
-    Expected(Outcome outcome) : outcome_(std::move(outcome)) {}  // NOLINT(google-explicit-constructor)
+    Expected(Value value) : value_(std::move(value)) {}  // NOLINT(google-explicit-constructor)
+    // Of a look that went well the second time there is no value either.
+    Expected(Outcome outcome)  // NOLINT(google-explicit-constructor)
+        : outcome_(outcome.ok() ? failure("what was asked for is not known") : std::move(outcome)) {}
 
     bool ok() const { return value_.has_value(); }
     const Outcome& outcome() const { return outcome_; }
