@@ -318,6 +318,17 @@ def test_a_file_that_cannot_be_reached_is_no_empty_one(site, words, text):
     assert set(ends) <= {1, 8} and ends[-8:] == [1] * 8, ends
 
 
+def test_a_confirmation_that_nobody_gave_fails_while_the_change_cannot_be_taken_back(site):
+    words = ["host", "add", "shop.example", "a.example", "--confirm-within", "1h", *FAST]
+    subprocess.run([ZPFAULT, "none", "0", ZPWEB, "--conf", site.conf, *words], capture_output=True)  # ends what it has left running
+    waiting = site.root / ".zpweb/unconfirmed"
+    waiting.write_text(re.sub(r" \d+", " 1", waiting.read_text(), count=1))
+    command = [ZPWEB, "--conf", site.conf, "confirm", "--overdue"]
+    assert subprocess.run([ZPFAULT, "EIO", "renameat2:1", *command], capture_output=True).returncode == 1 and "a.example" in site.text()
+    site.do("confirm", "--overdue")
+    assert "a.example" not in site.text()
+
+
 def test_no_checkpoint_goes_while_those_that_wait_are_not_known(site):
     site.do("host", "add", "shop.example", "a.example", "--confirm-within", "1h", *FAST)
     checkpoints, listed = site.root / ".zpweb/checkpoints", site.root / ".zpweb/unconfirmed"

@@ -43,6 +43,15 @@ Outcome watch(Session& session, const State& state) {
     }
 }
 
+Outcome noneIsOverdue(const State& state, const std::vector<int>& taken) {
+    const auto known = checkpointsAwaited(state);
+    const std::vector<Unconfirmed> all = unconfirmedOf(state);
+    const bool any = std::any_of(all.begin(), all.end(), [&](const Unconfirmed& each) {
+        return each.isOverdue() && std::find(taken.begin(), taken.end(), each.checkpoint) == taken.end();
+    });
+    return known.ok() && any ? failure("not all that is overdue could be taken back") : known.outcome();
+}
+
 Expected<std::vector<int>> chosen(const Session& session, const State& state, std::optional<int> number) {
     std::vector<int> waiting;
     for (const Unconfirmed& each : unconfirmedOf(state)) {
@@ -91,7 +100,7 @@ Outcome confirm(Session& session, const Arguments& given) {
     }
     const std::vector<int> taken = takeBackOverdue(session);
     if (given[TakeBack]) {
-        return done();
+        return session.settings.dryRun ? done() : noneIsOverdue(state, taken);
     }
     const auto number = given[Number];
     const bool isTaken = number && std::find(taken.begin(), taken.end(), *number) != taken.end();
