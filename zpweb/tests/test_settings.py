@@ -241,6 +241,11 @@ def test_plain_certificate_files_are_put_back_when_a_renewal_fails(server):
 
     place("good")
     server.do("tls", "on", SITE, "--certificate", "/etc/ssl/plain.pem", "--key", "/etc/ssl/plain.key")
+    issue("again", "plain.example,www.plain.example")
+    place("again")
+    failed = subprocess.run([ZPFAULT, "EIO", "fsync:1", ZPWEB, "tls", "renewed", SITE], capture_output=True)
+    assert failed.returncode == 1 and Path("/etc/ssl/plain.pem").read_bytes() == (LIVE / "again/fullchain.pem").read_bytes(), "it is as good as it was"
+    place("good")
     place("other")
     assert server.run("tls", "renewed", SITE).status == 3 and shown(SITE) == fingerprint("good")
     assert [Path(f"/etc/ssl/plain.{ending}").read_bytes() for ending in ("pem", "key")] == [

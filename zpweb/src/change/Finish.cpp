@@ -64,7 +64,6 @@ Outcome Transaction::perform(bool& again) {
     }
     outcome = outcome.ok() ? commitAll(again) : outcome;
     if (again) {
-        takingBack_.clear();
         return outcome;
     }
     outcome = outcome.ok() ? reloadServer() : outcome;
@@ -132,6 +131,9 @@ Outcome Transaction::check() {
                              expectations_, *settings_, *output_});
     if (readings_.outcome.ok() && readings_.staged != nullptr && !settings_->dryRun) {
         lookAtAnswers();
+    }
+    if (readings_.outcome.status == Status::Refused) {
+        takeBackElse();
     }
     return readings_.outcome;
 }

@@ -118,9 +118,6 @@ void Transaction::abandon() {
     for (const std::string& path : journal_.temporary) {
         static_cast<void>(removeFile(path));
     }
-    if (!inPlace_) {
-        takeBackElse();
-    }
     if (!leftToNext_) {
         if (inPlace_) {
             removeLeftovers(journal_);

@@ -107,7 +107,8 @@ public:
     }
     // What a reloaded server must show; else the change is taken back. Not looked at without a reload.
     void prove(std::function<Outcome()> proof) { proofs_.push_back(std::move(proof)); }
-    // What else has to go back when the change does not come to stand; nothing in a dry run.
+    // What else goes back when the server refuses the change, or when it is taken back after the reload;
+    // not when a call fails before. Nothing in a dry run.
     void whenTakenBack(std::function<Outcome()> action) { takingBack_.push_back(std::move(action)); }
     // What must hold in the server's reading of the staged configuration for this change to be done: of a
     // site (empty: of the server), about something. What a later command says about the same takes its

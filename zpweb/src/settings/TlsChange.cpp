@@ -1,6 +1,7 @@
 #include "settings/TlsChange.h"
 
 #include <algorithm>
+#include <functional>
 
 #include "settings/HttpsBlocks.h"
 #include "settings/KeptCertificate.h"
@@ -146,6 +147,13 @@ Outcome write(Transaction& change, const std::string& site, const TlsSetting& se
                         [&](const Block& block) { return speaksTls(block, setting.port); });
 }
 
+// The server starts with the one before, too. Where a call went wrong, nothing is known against the new
+// one.
+Outcome leaveIt(const Transaction& change, Outcome refusal, const std::function<Outcome()>& goBack) {
+    Outcome back = change.settings().dryRun || !change.fault().ok() ? done() : goBack();
+    return back.ok() ? refusal : failure(refusal.status, refusal.message + "\n" + back.message);
+}
+
 // Without it nobody knows which blocks were made for it.
 Outcome isKnown(const Transaction& change, const std::string& site) {
     const std::string file =
@@ -231,14 +239,17 @@ Outcome renewTls(Transaction& change, const std::string& site) {
     if (facts.ok() && facts->fingerprint == setting->fingerprint) {
         return done();
     }
-    change.whenTakenBack([kept = keptOf(change, *setting), certificate = setting->files.certificate,
-                          before = setting->fingerprint] { return bringBack(kept, certificate, before); });
-    Outcome outcome = usable(*setting, names);
-    if (outcome.ok()) {
-        setting->fingerprint = facts->fingerprint;
-        outcome = write(change, site, *setting, false);
+    const auto goBack = [kept = keptOf(change, *setting), certificate = setting->files.certificate,
+                         before = setting->fingerprint] { return bringBack(kept, certificate, before); };
+    if (Outcome sound = usable(*setting, names); !sound.ok()) {
+        return leaveIt(change, sound, goBack);
     }
-    return outcome;
+    if (!facts.ok()) {
+        return facts.outcome();
+    }
+    change.whenTakenBack(goBack);
+    setting->fingerprint = facts->fingerprint;
+    return write(change, site, *setting, false);
 }
 
 }  // namespace zpweb
