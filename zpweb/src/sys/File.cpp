@@ -219,11 +219,14 @@ Outcome replaceFile(const std::string& path, std::string_view text, mode_t mode)
     if (Outcome written = writeNewFile(fresh, text, mode); !written.ok()) {
         return written;
     }
-    if (Outcome synced = sync(fresh); !synced.ok()) {
-        return synced;
+    Outcome placed = sync(fresh);
+    if (placed.ok() && ::rename(fresh.c_str(), path.c_str()) != 0) {
+        placed = failure(systemError(path));
     }
-    return ::rename(fresh.c_str(), path.c_str()) == 0 ? sync(directoryOf(path))
-                                                      : failure(systemError(path));
+    if (!placed.ok()) {
+        ::unlink(fresh.c_str());
+    }
+    return placed.ok() ? sync(directoryOf(path)) : placed;
 }
 
 Outcome appendLine(const std::string& path, std::string_view line, mode_t mode) {
