@@ -89,6 +89,14 @@ def test_a_site_does_not_go_where_another_has_its_name(site, words):
     assert answer.status == 1 and "shop.example on 127.0.0" in answer.err and site.text() == before, answer
 
 
+def test_a_site_says_the_same_where_it_is_moved(site):
+    site.conf.write_text(text := "Define WHERE shop\n" + site.text().replace("ServerAdmin ", "ServerAdmin ${WHERE}") + "Define WHERE other\n")
+    shutil.move(site.root / "included", included := site.root / "conf.d")
+    site.conf.write_text(before := text.replace("IncludeOptional included/*.conf\n", "") + f"IncludeOptional {included}/*.conf\n")
+    answer = site.run("site", "move", "shop.example", "--layout", "files")
+    assert answer.status == 3 and "Define" in answer.err and site.text() == before and not any(included.iterdir()), answer
+
+
 def test_what_is_written_already_must_be_in_effect_too(site):
     over = site.root / "www/over.conf"
     over.write_text("ServerAdmin other@shop.example\n")

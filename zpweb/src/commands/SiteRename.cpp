@@ -167,6 +167,7 @@ Outcome rename(Transaction& change, const Site& site, const Arguments& given) {
     }
     change.output().set("site", names.to);
     change.output().set("was", names.from);
+    change.asked().sites.insert(names.to);
     change.expect(names.to, "renamed", leadsToSiteIfServed(names.to));
     const Layout layout = layoutOf(change.configuration());
     const std::vector<std::string> files = site.files();

@@ -206,6 +206,21 @@ std::string strayDifference(const Reading& live, const Reading& staged, const Pa
     return before.size() > after.size() ? told(live, before[after.size()]) : "";
 }
 
+std::string lossOfRelocated(const Reading& live, const Reading& staged, const Pairing& pairing,
+                            const Asked& asked) {
+    for (const std::string& site : asked.relocated) {
+        for (const VirtualHost* host : live.hostsOf(site)) {
+            const HostNumber after = pairing.stagedOf[numberOf(live, host)];
+            if (host->directive != Directive::None &&
+                (after == Pairing::None ||
+                 !isSame(live, host->directive, staged, staged.hosts()[after].directive))) {
+                return live.describe(host);
+            }
+        }
+    }
+    return {};
+}
+
 std::vector<Moved> impactOf(const Reading& live, const Reading& staged, const Pairing& pairing,
                             const Asked& asked) {
     std::vector<Moved> impact;
@@ -244,6 +259,13 @@ Judgement judge(const Reading* live, const Reading& staged, const Asked& asked,
         if (const std::string stray = strayDifference(*live, staged, pairing, asked); !stray.empty()) {
             judgement.outcome = failure("the change would differ at " + stray +
                                         ", which the command does not name; nothing is changed");
+            return judgement;
+        }
+        if (const std::string lost = lossOfRelocated(*live, staged, pairing, asked); !lost.empty()) {
+            judgement.outcome =
+                failure(Status::Refused, lost +
+                                             " would say something else in its new place (a Define, a "
+                                             "Macro or a condition counts there); nothing is changed");
             return judgement;
         }
         if (const std::string bare = bareHttps(*live, staged, asked.sites); !bare.empty()) {

@@ -16,6 +16,7 @@ namespace zpweb {
 struct Asked {
     bool everything = false;                            // the scope is not limited
     std::set<std::string> sites{};                      // their blocks may differ
+    std::set<std::string> relocated{};                  // of these, say the same in another place
     std::set<std::pair<std::string, size_t>> blocks{};  // live ones without a name, by file and line
     std::set<std::string> serverDirectives{};           // those that may differ outside of blocks
     bool answersMayChange = false;                      // what visitors get is meant to change
@@ -48,6 +49,9 @@ Pairing pairingOf(const Reading& live, const Reading& staged);
 
 // The first place that differs though nobody asked for it; empty when there is none.
 std::string strayDifference(const Reading& live, const Reading& staged, const Pairing& pairing,
+                            const Asked& asked);
+// The same of the sites that go to another place: what they say may depend on it (Define, Macro).
+std::string lossOfRelocated(const Reading& live, const Reading& staged, const Pairing& pairing,
                             const Asked& asked);
 std::vector<Moved> impactOf(const Reading& live, const Reading& staged, const Pairing& pairing,
                             const Asked& asked);

@@ -45,8 +45,8 @@ constexpr Promise Table[] = {
      [](const BlocksOf& blocks, const std::string&) { return isSuspended(blocks); }},
     {"site pause", true, Names::OfSite},
     {"site port", true, Names::OfSite, isStillFound},
-    {"site rename", false, Names::OfSite},
-    {"site move", false, Names::Kept},
+    {"site rename", true, Names::OfSite},
+    {"site move", true, Names::Kept},
     {"address own", true, Names::OfSite, isStillFound},
     {"address shared", true, Names::OfSite, isStillFound},
     {"host add", true, Names::Kept,
@@ -152,6 +152,9 @@ void promise(Transaction& change, const Command& command, const Arguments& given
         asked.everything = asked.everything || !kept.siteOnly;
     }
     asked.answersMayChange = asked.answersMayChange || command.words == "site suspend";
+    if (command.words == "site move") {
+        asked.relocated.insert(site);
+    }
     asked.anyName = asked.anyName || kept.names == Names::Any;
     if (kept.names == Names::Host) {
         asked.names.insert(host);
