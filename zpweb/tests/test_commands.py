@@ -243,6 +243,12 @@ def test_script_handlers_and_limits(site):
     assert "\tAllowedHandlers cgi-script" in site.text()
     log = site.sites / "shop.example/log/httpd/access_log"
     log.write_text("x\n")
+    named = site.text()
+    (log.parent / "my log").write_text("line\n")
+    site.conf.write_text(re.sub(r"CustomLog \S+", f'CustomLog "{log.parent}/my log"', named))
+    answer = site.run("log", "rotate", "shop.example")
+    assert answer.status == 3 and "has a blank" in answer.err and (log.parent / "my log").exists(), answer
+    site.conf.write_text(named)
     site.do("log", "rotate", "shop.example", "--size", "1")
     assert log.exists()
     site.do("log", "rotate", "shop.example", "--dry-run")

@@ -51,6 +51,11 @@ Outcome rotate(Transaction& change, const Site& found, const Arguments& given) {
     if (Outcome reached = reachedWithoutForeignLink(directoryOf(log)); !reached.ok()) {
         return reached;
     }
+    if (nameOf(log).find_first_of(" \t\"\\") != std::string::npos) {
+        return failure(Status::Refused, log +
+                                            ": a log whose name has a blank, a quote or a backslash "
+                                            "cannot be packed; give it another name (CustomLog)");
+    }
     struct stat status {};
     const bool isThere = !log.empty() && lookAt(log, status);
     if (!isThere && leftAside(change.state(), log).empty()) {
