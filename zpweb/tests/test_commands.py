@@ -269,6 +269,15 @@ def test_installing_suphp(site):
     assert not Path("/usr/local/etc/suphp.conf").exists()
     site.do("suphp", "install", site.sites, "/usr/bin/env")
     assert Path("/usr/local/etc/suphp.conf").read_text() == f"user=www-data\nroot={site.sites}\n"
+    program = Path("/usr/local/sbin/suphp")
+    program.unlink()
+    for module in source.glob("mod_*"):
+        module.write_text("another")
+        module.rename(f"{module}.away")
+    answer = site.run("suphp", "install", site.sites, "/usr/bin/env")
+    assert answer.status == 1 and "mod_suphp.so: it could not be installed" in answer.err and not program.exists()
+    program.write_text("the beginning of a program")
+    assert site.run("suphp", "install", site.sites, "/usr/bin/env").status == 3
 
 
 def test_directives_folders_modules_and_parameters(site):

@@ -1,7 +1,13 @@
 // suphp install: installs suPHP on this host.
+#include <sys/stat.h>
+#include <sys/utsname.h>
+#include <unistd.h>
+
 #include "CZPWebsite.h"
 #include "commands/Commands.h"
 #include "commands/shared/Operation.h"
+#include "commands/shared/ServerUser.h"
+#include "conf/Text.h"
 #include "host/Paths.h"
 #include "sys/File.h"
 
@@ -14,6 +20,72 @@ namespace {
 constexpr auto Webspace = needed("WEBSPACE", Kind::Path, "The directory of the sites");
 constexpr auto Php = needed("PHP", Kind::Path, "The PHP program");
 
+// Root's alone, with the bits of the mode.
+bool isRoots(const std::string& path, mode_t mode) {
+    struct stat status {};
+    return ::lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) && status.st_uid == 0 &&
+           (status.st_mode & mode) == mode;
+}
+
+bool isProgram() { return isRoots(suphp::Program, S_ISUID | S_IXUSR); }
+
+bool isCopy(const std::string& path, const std::string& source) {
+    const auto is = readFile(path);
+    const auto wanted = readFile(source);
+    return is.ok() && wanted.ok() && *is == *wanted;
+}
+
+bool isConfigured(const std::string& user, const Arguments& given) {
+    const auto text = readFile(suphp::Template);
+    std::string wanted = text.ok() ? *text : "";
+    for (const auto& [placeholder, value] : {std::pair("{APACHE_USER}", user),
+                                             {"{WEBSPACE_PATH}", given[Webspace]},
+                                             {"{PHP-CGI_PATH}", "php:" + given[Php]},
+                                             {"{PHP5-CGI_PATH}", "php:" + given[Php]}}) {
+        wanted = zp::conf::replaceAll(wanted, placeholder, value);
+    }
+    const auto is = readFile(suphp::Configuration);
+    return text.ok() && is.ok() && *is == wanted;
+}
+
+const suphp::Build& buildForHost() {
+    utsname system{};
+    const bool is64Bit = ::uname(&system) == 0 && std::string(system.machine) == "x86_64";
+    return is64Bit ? suphp::Of64Bits : suphp::Of32Bits;
+}
+
+// The first that is not as it should be, for the operation tells of nothing that went wrong. Empty when all
+// is.
+std::string missing(const std::string& user, const Arguments& given, bool keepsProgram) {
+    const suphp::Build& build = buildForHost();
+    for (const std::string directory : build.modulesDirectories) {
+        const std::string module = directory + "/" + suphp::ModuleName;
+        if (isDirectory(directory) && !(isCopy(module, build.module) && isRoots(module, 0755))) {
+            return module;
+        }
+    }
+    return !isDirectory(suphp::LogDirectory)                                          ? suphp::LogDirectory
+           : !isConfigured(user, given)                                               ? suphp::Configuration
+           : !isProgram() || !(keepsProgram || isCopy(suphp::Program, build.program)) ? suphp::Program
+                                                                                      : "";
+}
+
+Outcome installNow(Output& output, const std::string& main, const std::string& user,
+                   const Arguments& given) {
+    const bool keepsProgram = exists(suphp::Program);
+    CZPWebsite website(nullptr, main.c_str());
+    const int result =
+        quietly(output, [&] { return website.ConfigureSuPhp(main, given[Webspace], given[Php], ""); });
+    const std::string left = missing(user, given, keepsProgram);
+    if (left.empty()) {
+        return resultOf("ConfigureSuPhp", result, {0});
+    }
+    if (!keepsProgram) {
+        ::unlink(suphp::Program);  // the next run would keep it, whole or not
+    }
+    return failure(left + ": it could not be installed; what is installed besides stays");
+}
+
 Outcome install(Transaction& change, const Arguments& given) {
     if (!isDirectory(suphp::Source)) {
         return failure(Status::NotFound,
@@ -23,13 +95,18 @@ Outcome install(Transaction& change, const Arguments& given) {
         return failure(Status::NotFound,
                        "expected the directory of the sites and the PHP program, which are there");
     }
+    if (exists(suphp::Program) && !isProgram()) {
+        return failure(Status::Refused, std::string(suphp::Program) +
+                                            ": it is there, but not root's and with the mode 4755, as it "
+                                            "is installed; remove it to have it installed anew");
+    }
     const std::string main = change.configuration().main().path();
-    change.afterwards([main, given, &change] {
-        CZPWebsite website(nullptr, main.c_str());
-        const int result = quietly(
-            change.output(), [&] { return website.ConfigureSuPhp(main, given[Webspace], given[Php], ""); });
-        return resultOf("ConfigureSuPhp", result, {0});
-    });
+    const std::string user = serverAccount(change.configuration()).user;
+    if (user.empty()) {
+        return failure(Status::Refused, main + ": it does not tell the server's User");
+    }
+    change.afterwards(
+        [main, user, given, &change] { return installNow(change.output(), main, user, given); });
     for (const char* file : {suphp::Program, suphp::Configuration, suphp::LogDirectory}) {
         change.output().set(file, exists(file) ? "there already" : "new");
     }
