@@ -329,6 +329,20 @@ def test_a_confirmation_that_nobody_gave_fails_while_the_change_cannot_be_taken_
     assert "a.example" not in site.text()
 
 
+def test_a_rotation_that_cannot_look_for_what_is_aside_is_not_done(site):
+    logs = site.sites / "shop.example/log/httpd"
+    words = [ZPWEB, "--conf", site.conf, "log", "rotate", "shop.example", *FAST]
+
+    def rotate(kind, call):
+        subprocess.run(f"rm -f {logs}/*; echo one >{logs}/access_log", shell=True, check=True)
+        return subprocess.run([ZPFAULT, kind, call, *words], capture_output=True, text=True, env={**os.environ, "ZPFAULT_ALL": "1"})
+
+    calls = re.findall(rf"^(\d+) getdents {logs}$", rotate("none", "0").stderr, re.M)
+    for call in calls:
+        assert rotate("EIO", call).returncode == 1 or len(list(logs.glob("*.tar.gz"))) == 1, call
+    assert calls
+
+
 def test_no_checkpoint_goes_while_those_that_wait_are_not_known(site):
     site.do("host", "add", "shop.example", "a.example", "--confirm-within", "1h", *FAST)
     checkpoints, listed = site.root / ".zpweb/checkpoints", site.root / ".zpweb/unconfirmed"

@@ -42,7 +42,9 @@ Outcome finishAll(Transaction& change, const std::string& site, const std::strin
         Outcome finished = packs ? pack(change, site, aside, log) : discard(change, site, aside);
         outcome = finished.ok() ? outcome : finished;
     }
-    return outcome;
+    return outcome.ok() && !change.fault().ok()
+               ? failure(log + ": what is aside could not be looked for; the next rotation finishes it")
+               : outcome;
 }
 
 Outcome rotate(Transaction& change, const Site& found, const Arguments& given) {

@@ -138,7 +138,7 @@ Outcome recover(const State& state, Output& output, bool dryRun) {
                        ": a dry run leaves it as it is; the next change clears it up first");
     }
     if (!dryRun) {
-        for (const std::string& unfinished : {state.journal(), state.reading()}) {
+        for (const std::string& unfinished : {state.journal(), state.reading(), state.unconfirmed()}) {
             ::unlink((unfinished + ".new").c_str());  // it was not in force
         }
         removeDeadRequests(state);

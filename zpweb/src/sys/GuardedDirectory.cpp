@@ -8,6 +8,7 @@
 
 #include "host/Effect.h"
 #include "host/HeldDirectory.h"
+#include "host/Machine.h"
 #include "sys/File.h"
 
 namespace host = zp::host;
@@ -33,6 +34,7 @@ Expected<host::HeldDirectory> holdGuarded(const std::string& path) {
         return notFollowed(path, obstacle.link);
     }
     errno = obstacle.error;
+    host::noteFault(path);
     return failure(obstacle.error == ENOENT ? Status::NotFound : Status::Error, systemError(path));
 }
 
@@ -57,6 +59,7 @@ Expected<std::string> behindGuardedLinks(std::string path) {
         const std::string name = nameOf(path);
         struct stat status {};
         if (::fstatat(directory->descriptor(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+            host::noteFault(path);
             return failure(errno == ENOENT ? Status::NotFound : Status::Error, systemError(path));
         }
         if (!S_ISLNK(status.st_mode)) {

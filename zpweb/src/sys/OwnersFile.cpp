@@ -5,6 +5,7 @@
 
 #include <cerrno>
 
+#include "host/Machine.h"
 #include "sys/Attributes.h"
 #include "sys/File.h"
 #include "sys/GuardedDirectory.h"
@@ -67,6 +68,7 @@ Expected<Descriptor> openAt(const std::string& path, FaultOf faultOf) {
     struct stat above {};
     if (!file.isOpen() || ::fstat(file.number(), &status) != 0 ||
         ::fstat(directory->number(), &above) != 0) {
+        zp::host::noteFault(path);
         return failure(errno == ENOENT ? Status::NotFound : Status::Error, systemError(path));
     }
     const std::string fault = faultOf(status, above);

@@ -14,6 +14,7 @@
 #include "Results.h"
 #include "commands/shared/Operation.h"
 #include "host/HeldFile.h"
+#include "host/Machine.h"
 #include "store/Rooms.h"
 #include "sys/File.h"
 #include "sys/GuardedDirectory.h"
@@ -60,6 +61,7 @@ Expected<std::string> moveToFree(int from, const std::string& name, int to, cons
 Outcome isPlainFile(const Descriptor& directory, const std::string& path) {
     struct stat status {};
     if (::fstatat(directory.number(), nameOf(path).c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+        zp::host::noteFault(path);
         return failure(errno == ENOENT ? Status::NotFound : Status::Error, systemError(path));
     }
     return S_ISREG(status.st_mode) ? done()
