@@ -69,7 +69,7 @@ SITES = {
                  "</IfModule>", "ServerAlias www.met.example", root="met.example"),
     "rooted": block("*:80", "rooted.example", *(line for name, root in (("IfDefine Absent", "none"), ("IfModule alias_module", "rooted.example"), ("IfDefine Absent", "none"))
                                                 for line in (f"<{name}>", f"DocumentRoot {PAGES}/{root}", *["SSLEngine on"] * (root == "none"), f"</{name.split()[0]}>")), root=""),
-    "elsewhere": f"<VirtualHost *:80>\n    Include TREE/snippets/name.conf\n    DocumentRoot {PAGES}/elsewhere.example\n</VirtualHost>\n",
+    "elsewhere": f"<VirtualHost *:80>\n    IncludeOptional TREE/snippets/name.conf\n    DocumentRoot {PAGES}/elsewhere.example\n</VirtualHost>\n",
     "badly": "".join("#" + line + "\n" for line in block(
         "*:80", "badly.example", "<IfVersion when>", "ServerAlias www.badly.example", "</IfVersion>").splitlines()),
     "stopped": "".join("#" + line + "\n" for line in block("*:80", "stopped.example").splitlines()),

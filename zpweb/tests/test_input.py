@@ -39,12 +39,16 @@ REJECTED = [
 ] + [
     (["access", "set", "a.example", "/x", "--deny", network], "network") for network in ("10.0.0.0/33", "::/129", "10.0.0.0/-1", "10.0.0.0/8x", "10.0.0")
 ] + [
-    (["user", "add", "a.example", user], "user name") for user in ("a:b", "", "a b", "a\nb", "a'b")
+    (["user", "add", "a.example", user], "user name") for user in ("a:b", "", "a b", "a\nb", "a'b", "x" * 256)
 ] + [
     (["site", "set", "a.example", "--redirect", value], "assignment")
-    for value in ("/x", "=y", "/x=a\nb", "/x=a\\", "/x=<b>", '/x="')
+    for value in ("/x", "=y", "/x=a\nb", "/x=a\\", "/x=<b>", '/x="', "/x y=z")
 ] + [
-    (["directive", "add", "Options", value, "--site", "a.example"], "text") for value in ("a\nb", "None\\", "<x>")
+    (["directive", "add", "Options", value, "--site", "a.example"], "text") for value in ("a\nb", "None\\", "<x>", "x" * 901)
+] + [
+    (["proxy", "set", "a.example", "/x", url], "URL") for url in ("http://", "http://h:0", "http://h:80x", "ftp://h", "http://[::1", "h:80", "http://h/?x")
+] + [
+    (["redirect", "set", "a.example", path, "--to", "https://b.example/"], "path") for path in ("x", "/a?b", "/a//b", "/a/..", "/./a")
 ] + [
     (["php", "set", "a.example", "--fpm", pool], "FPM") for pool in ("/run/x|fcgi://b", "/a b", ":80", "b:0", "b:65536")
 ] + [

@@ -108,6 +108,28 @@ CHANGES = {
     "a section before the first": (
         ODD, "folder add SITE /srv/x --line AllowOverride\\ None", "    <directory",
         '    <Directory "/srv/x">\n        AllowOverride None\n    </Directory>\n    <directory', "folder delete SITE /srv/x"),
+    "one more option of a directory": (
+        ODD, "vdir set SITE /srv/shop --option=+ExecCGI", "Options Indexes FollowSymLinks", "Options Indexes FollowSymLinks ExecCGI",
+        "vdir set SITE /srv/shop --option=-ExecCGI"),
+    "all options but one": (
+        ODD.replace("Indexes FollowSymLinks", "All"), "vdir set SITE /srv/shop --option=-Indexes", "Options All",
+        "Options Includes FollowSymLinks ExecCGI", None),
+    "the only option goes": (
+        ODD.replace(" FollowSymLinks", ""), "vdir set SITE /srv/shop --option=-Indexes", "Options Indexes", "Options None", None),
+    "an option that is switched": (
+        ODD.replace("Indexes Follow", "+Indexes +Follow"), "vdir set SITE /srv/shop --option=-Indexes", "Options +Indexes +FollowSymLinks",
+        "Options +FollowSymLinks -Indexes", None),
+    "a directory for nobody": (ODD, "vdir set SITE /srv/shop --deny all", "all granted", "all denied", "vdir set SITE /srv/shop --allow all"),
+    "a line of one name goes with it": (
+        TABS.replace("/srv/shop", "/srv/shop\r\n\tServerAlias a.example\r\n\tServerAlias b.example"), "host remove SITE b.example",
+        "\tServerAlias b.example\r\n", "", None),
+    "what is in quotes stays so": (
+        TABS.replace("/srv/shop", '"/srv/shop"'), "directive set DocumentRoot /srv/new --site SITE", '"/srv/shop"', '"/srv/new"', None),
+    "quotes within quotes": (
+        TABS.replace("/srv/shop", '/srv/shop\r\n\tSetEnv A "b \\"c\\""\r\n\tSetEnv A "b c"'),
+        'directive delete SetEnv A\\ "b\\ \\"c\\"" --site SITE', '\tSetEnv A "b \\"c\\""\r\n', "", None),
+    "a line behind the last, which has no end": (
+        "Listen 80", "directive insert Timeout 9 --after Listen", "Listen 80", "Listen 80\nTimeout 9\n", None),
     "an address of its own": (
         TABS, "address own SITE --address 127.0.0.2", "127.0.0.1:", "127.0.0.2:", "address own SITE --address 127.0.0.1"),
 }

@@ -22,9 +22,7 @@ public:
           dropped_(before_.size()) {}
 
     std::string text() {
-        if (before_.scope.marks == Marks::Untouched) {
-            drop();
-        }
+        drop();
         placeAdditions();
         return assembled();
     }
@@ -46,9 +44,6 @@ private:
                     dropped_[i] = isNeighbourGone(i, range, -1) && isNeighbourGone(i, range, +1);
                 }
             }
-            if (before_.scope.takesBlankLine) {
-                takeBlankLine(range);
-            }
         }
     }
     bool isNeighbourGone(size_t i, Range range, int step) const {
@@ -56,16 +51,6 @@ private:
             i += static_cast<size_t>(step);
         } while (range.holds(i) && !before_.isMatched(i));
         return range.holds(i) && dropped_[i];
-    }
-    // The blank line before a removed range goes with it, if there is another behind it, or nothing.
-    void takeBlankLine(Range range) {
-        const bool gone = std::all_of(dropped_.begin() + static_cast<std::ptrdiff_t>(range.first),
-                                      dropped_.begin() + static_cast<std::ptrdiff_t>(range.end),
-                                      [](bool dropped) { return dropped; });
-        if (gone && range.first > 0 && before_.isEmpty(range.first - 1) &&
-            (range.end == before_.size() || before_.isEmpty(range.end))) {
-            dropped_[range.first - 1] = true;
-        }
     }
 
     // --- what is new ---
@@ -87,12 +72,12 @@ private:
         if (matching_.taken[j] || after_[j].empty() || isComment(after_[j])) {
             return false;
         }
-        if (const auto found = returned.find(keyOf(after_[j], before_.scope.marks));
-            found != returned.end() && found->second > 0) {
+        const auto found = returned.find(keyOf(after_[j]));
+        const bool isBack = found != returned.end() && found->second > 0;
+        if (isBack) {
             --found->second;
-            return false;
         }
-        return !before_.scope.mayAdd || before_.scope.mayAdd(trimmed(after_[j]));
+        return !isBack;
     }
 
     // New lines go to the place of the first line that went between the same neighbours, or else before the
@@ -150,22 +135,10 @@ private:
             if (dropped_[i]) {
                 continue;
             }
-            appendMarked(text, i);
+            text += before_[i];
             text += '\n';
             cut_ = !before_.scope.lines.finalNewline && i + 1 == before_.size();
         }
-    }
-
-    void appendMarked(std::string& text, size_t i) const {
-        std::string_view line = before_[i];
-        if (before_.scope.marks != Marks::Untouched && before_.mayChange(i) && !before_.isEmpty(i)) {
-            if (before_.scope.marks == Marks::Added) {
-                text += '#';
-            } else if (line.starts_with('#')) {
-                line.remove_prefix(1);
-            }
-        }
-        text += line;
     }
 
     void append(std::string& text, size_t j) {

@@ -9,12 +9,6 @@ namespace zpweb {
 
 namespace {
 
-// The text of a line, whatever comment marks and white space stand before it.
-std::string_view behindMarks(std::string_view line) {
-    const size_t text = line.find_first_not_of("# \t");
-    return text == line.npos ? std::string_view() : line.substr(text);
-}
-
 // Lines by their numbers and keys.
 struct Keyed {
     std::vector<size_t> lines;
@@ -41,10 +35,8 @@ public:
     }
 
     Matching matching() {
-        if (before_.scope.marks == Marks::Untouched) {
-            matchBeginnings();
-            matchEnds();
-        }
+        matchBeginnings();
+        matchEnds();
         matchKept();
         matchChanged();
         return std::move(found_);
@@ -131,7 +123,7 @@ private:
         Keyed candidates;
         for (size_t j = among.first; j < among.end; ++j) {
             if (!found_.taken[j] && !after_[j].empty()) {
-                candidates.add(j, keyOf(after_[j], before_.scope.marks));
+                candidates.add(j, keyOf(after_[j]));
             }
         }
         for (const Pair& found : align(lines.keys, candidates.keys)) {
@@ -151,11 +143,8 @@ std::string_view trimmed(std::string_view line) { return zp::conf::trimEnd(zp::c
 
 bool isComment(std::string_view line) { return zp::conf::skipSpace(line).starts_with('#'); }
 
-std::string keyOf(std::string_view line, Marks marks) {
-    std::string_view text = trimmed(line);
-    if (marks != Marks::Untouched) {
-        text = behindMarks(text);
-    }
+std::string keyOf(std::string_view line) {
+    const std::string_view text = trimmed(line);
     std::string key(text);
     if (zp::conf::beginsIgnoringCase(text, zp::conf::keyword::Directory)) {
         std::erase_if(key, [](char c) { return c == '"' || c == '>' || c == ' ' || c == '\t'; });

@@ -16,7 +16,7 @@ std::string_view trimmed(std::string_view line);
 bool isComment(std::string_view line);
 // Two lines with the same key say the same: white space around them does not count, nor does the way in
 // which the path of a <Directory> is written.
-std::string keyOf(std::string_view line, Marks marks);
+std::string keyOf(std::string_view line);
 
 // The text of a scope, line by line.
 struct Subject {
@@ -26,12 +26,9 @@ struct Subject {
     std::string_view operator[](size_t i) const { return scope.lines[i]; }
     bool mayChange(size_t i) const { return scope.mayChange[i]; }
     bool isEmpty(size_t i) const { return withoutReturn(scope.lines[i]).empty(); }
-    // Comments are not matched: they stay where they are, and an operation never writes one, unless comment
-    // marks are what it changes.
-    bool isMatched(size_t i) const {
-        return !isEmpty(i) && (scope.marks == Marks::Removed || !isComment(scope.lines[i]));
-    }
-    std::string key(size_t i) const { return keyOf(scope.lines[i], scope.marks); }
+    // Comments are not matched: they stay where they are, and an operation never writes one.
+    bool isMatched(size_t i) const { return !isEmpty(i) && !isComment(scope.lines[i]); }
+    std::string key(size_t i) const { return keyOf(scope.lines[i]); }
 };
 
 struct Matching {

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -13,9 +12,6 @@
 
 namespace zpweb {
 
-// A change of the comment marks of whole blocks: each of their lines gets one more, or one less.
-enum class Marks { Untouched, Added, Removed };
-
 struct Scope {
     // An excerpt of the text: what the operation gets to see, and the lines around it that count for what
     // becomes of an empty line. All that follows is in terms of its lines.
@@ -23,12 +19,9 @@ struct Scope {
     Lines lines{text};
     size_t first = 0;  // the number of its first line in the text
 
-    std::vector<Range> part{};                       // what the operation gets to see
-    std::vector<bool> mayChange{};                   // per line: may it be changed or removed?
-    std::vector<bool> hidden{};                      // per line: kept from the operation
-    std::function<bool(std::string_view)> mayAdd{};  // may it add this line (without leading white space)?
-    Marks marks = Marks::Untouched;
-    bool takesBlankLine = false;  // a removed part takes one of the blank lines around it along
+    std::vector<Range> part{};      // what the operation gets to see
+    std::vector<bool> mayChange{};  // per line: may it be changed or removed?
+    std::vector<bool> hidden{};     // per line: kept from the operation
 
     // The whole text, none of whose lines may be changed: lines can only be added.
     static Scope additions(std::string_view text);

@@ -34,13 +34,6 @@ std::vector<Block> blocksOf(const ConfigurationFile& file, const std::string& na
 
 Scope additionsScope(const ConfigurationFile& file) { return Scope::additions(file.content().text()); }
 
-Scope siteScope(const ConfigurationFile& file, const std::string& name, const LineTest& test) {
-    Scope scope = blocksScope(file, name);
-    allowLines(scope, test ? test : LineTest([](std::string_view) { return true; }));
-    scope.mayAdd = test;
-    return scope;
-}
-
 Scope sectionScope(const ConfigurationFile& file, const std::string& name, const LineTest& opens) {
     Scope scope = blocksScope(file, name);
     for (const Range& range : scope.part) {

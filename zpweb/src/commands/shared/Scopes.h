@@ -13,9 +13,6 @@ namespace zpweb {
 
 using LineTest = std::function<bool(std::string_view text)>;  // without leading white space
 
-// A site's blocks, of whose lines those may be changed, and added, that pass the test. Without a test all
-// may.
-Scope siteScope(const ConfigurationFile& file, const std::string& name, const LineTest& test = {});
 // The sections that `opens` (a <Directory> or <IfModule> line) within a site's blocks, whole.
 Scope sectionScope(const ConfigurationFile& file, const std::string& name, const LineTest& opens);
 // The whole file; nothing is changed, only added.
