@@ -86,9 +86,10 @@ struct Stopped {
 
 bool matters(const std::string& file) {
     return !file.empty() && file.find(".so") == std::string::npos &&
-           std::ranges::none_of(std::array{"/usr/", "/lib", "/proc", "/sys", "/dev", "/etc/ld.so",
-                                           "/etc/locale", "/etc/nsswitch"},
-                                [&](const char* away) { return file.starts_with(away); });
+           std::ranges::none_of(
+               std::array{"/usr/lib", "/usr/share", "/usr/bin", "/usr/sbin", "/lib", "/proc", "/sys",
+                          "/dev", "/etc/ld.so", "/etc/locale", "/etc/nsswitch"},
+               [&](const char* away) { return file.starts_with(away); });
 }
 
 class Tracing {
