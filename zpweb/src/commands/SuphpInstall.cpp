@@ -59,7 +59,7 @@ const suphp::Build& buildForHost() {
 std::string missing(const std::string& user, const Arguments& given, bool keepsProgram) {
     const suphp::Build& build = buildForHost();
     for (const std::string directory : build.modulesDirectories) {
-        const std::string module = directory + "/" + suphp::ModuleName;
+        std::string module = directory + "/" + suphp::ModuleName;
         if (isDirectory(directory) && !(isCopy(module, build.module) && isRoots(module, 0755))) {
             return module;
         }
