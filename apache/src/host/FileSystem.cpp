@@ -49,11 +49,6 @@ bool exists(const std::string& path) {
 
 bool isDirectory(const std::string& path) { return S_ISDIR(modeAndTypeOf(path)); }
 
-bool isLink(const std::string& path) {
-    struct stat status {};
-    return ::lstat(withoutTrailingSlashes(path).c_str(), &status) == 0 && S_ISLNK(status.st_mode);
-}
-
 std::optional<off_t> sizeOfFile(const std::string& path) {
     struct stat status {};
     if (!look(path, status) || !S_ISREG(status.st_mode)) {

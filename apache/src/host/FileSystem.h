@@ -21,7 +21,6 @@ std::string withoutTrailingSlashes(std::string path);
 
 bool exists(const std::string& path);
 bool isDirectory(const std::string& path);  // a link to one counts
-bool isLink(const std::string& path);       // also when it is written with "/" at its end
 
 // The size in bytes, a link followed. Absent for what is missing or not a file.
 std::optional<off_t> sizeOfFile(const std::string& path);

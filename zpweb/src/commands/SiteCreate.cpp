@@ -144,7 +144,7 @@ Outcome isFree(Transaction& change, const Plan& plan) {
         change.output().set("place", places.front().text());
         return existsAlready("site " + readable + ": exists already, at " + places.front().text());
     }
-    if (const std::string holder = takenBy(change, plan.name); !holder.empty()) {
+    if (const std::string holder = holderOf(change, plan.name); !holder.empty()) {
         return failure(Status::Exists, "name " + readable + ": another site has it, at " + holder +
                                            "; take it from that site first (host remove)");
     }
@@ -215,7 +215,7 @@ Outcome fitBlock(Transaction& change, const Plan& plan) {
     wanted.address = plan.shared ? plan.listening.text() : "";
     wanted.logs = plan.logs;
     wanted.grants = !plan.before24;
-    wanted.alias = takenBy(change, "www." + plan.name, plan.name).empty();
+    wanted.alias = holderOf(change, "www." + plan.name, plan.name).empty();
     const Place place = change.configuration().find(plan.name).front();
     const std::string text(place.file->content().text());
     const size_t at = text.find(place.block->text);

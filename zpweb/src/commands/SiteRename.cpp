@@ -160,7 +160,7 @@ Outcome rename(Transaction& change, const Site& site, const Arguments& given) {
         return named;
     }
     const Names names{site.name(), given[NewName]};
-    const std::string holder = takenBy(change, names.to, names.from);
+    const std::string holder = holderOf(change, names.to, names.from);
     if (!holder.empty()) {
         return failure(Status::Exists, "name " + inQuotes(readableHostName(names.to)) +
                                            ": another site has it, at " + holder);

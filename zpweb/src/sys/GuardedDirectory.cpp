@@ -6,7 +6,6 @@
 
 #include <cerrno>
 
-#include "host/Effect.h"
 #include "host/HeldDirectory.h"
 #include "host/Machine.h"
 #include "sys/File.h"
@@ -93,23 +92,6 @@ Outcome removeFile(const std::string& path) {
     return gone || directory.outcome().status == Status::NotFound ? done()
            : directory.ok()                                       ? failure(systemError(path))
                                                                   : directory.outcome();
-}
-
-Outcome giveAccess(const std::string& path, const Access& access, bool deep) {
-    const auto directory = openGuarded(directoryOf(path));
-    if (!directory.ok()) {
-        return directory.outcome();
-    }
-    struct stat status {};
-    if (::fstatat(directory->number(), nameOf(path).c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
-        return failure(systemError(path));
-    }
-    if (S_ISLNK(status.st_mode)) {
-        return failure(path + ": a symbolic link; it is not followed");
-    }
-    const bool given = host::carryOut(
-        {.path = path, .user = access.user, .group = access.group, .mode = access.mode, .deep = deep});
-    return given ? done() : failure(path + ": not all of it could be changed");
 }
 
 }  // namespace zpweb

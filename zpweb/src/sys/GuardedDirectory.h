@@ -2,9 +2,6 @@
 // owner's.
 #pragma once
 
-#include <sys/types.h>
-
-#include <optional>
 #include <string>
 
 #include "sys/Descriptor.h"
@@ -31,15 +28,5 @@ Outcome toldBy(const std::string& path, const std::string& place, Outcome outcom
 
 // Removes a file from its directory, which is held meanwhile. One that is not there is no error.
 Outcome removeFile(const std::string& path);
-
-struct Access {
-    std::optional<uid_t> user;
-    std::optional<gid_t> group;
-    std::optional<mode_t> mode;  // a directory keeps its set-ID bits besides
-};
-
-// Gives a file or directory, and with `deep` all that a directory holds, this access. Links are passed
-// over.
-Outcome giveAccess(const std::string& path, const Access& access, bool deep);
 
 }  // namespace zpweb

@@ -142,14 +142,6 @@ std::string View::text() const {
     return text;
 }
 
-size_t View::longestLine() const {
-    size_t longest = 0;
-    for (const ViewLine& line : lines_) {
-        longest = std::max(longest, line.text.size());
-    }
-    return longest;
-}
-
 std::string domainOf(const Block& block) {
     return isServerName(block.name) ? std::string(block.name) : "without.name.invalid";
 }

@@ -74,7 +74,6 @@ public:
     void provideDirectory(const std::string& path);
 
     std::string text() const;
-    size_t longestLine() const;
     const std::vector<ViewLine>& lines() const { return lines_; }
     std::string_view written() const { return text_; }
     size_t level() const { return level_; }

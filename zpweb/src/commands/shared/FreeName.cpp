@@ -14,33 +14,24 @@ bool isAmong(const std::vector<std::string>& carried, const std::string& name, b
     return wildcards ? carry(carried, name) : std::any_of(carried.begin(), carried.end(), SameHost(name));
 }
 
-std::string holderOf(const Configuration& configuration, std::string_view name, std::string_view except,
-                     bool wildcards) {
+}  // namespace
+
+std::string holderOf(const Transaction& change, std::string_view name, std::string_view except) {
     const std::string wanted(name);
     const SameHost isExcepted(except);
-    for (const ConfigurationFile* file : configuration.carriersOf(name)) {
+    for (const ConfigurationFile* file : change.configuration().carriersOf(name)) {
         for (const Block& block : file->blocks()) {
             if (block.stopped || (!except.empty() && isExcepted(block.name))) {
                 continue;
             }
             std::vector<std::string> carried = aliasesOf(block);
             carried.emplace_back(block.name);
-            if (isAmong(carried, wanted, wildcards)) {
+            if (isAmong(carried, wanted, !change.settings().check)) {
                 return Place{file, &block}.text();
             }
         }
     }
     return {};
-}
-
-}  // namespace
-
-std::string holderOf(const Configuration& configuration, std::string_view name, std::string_view except) {
-    return holderOf(configuration, name, except, true);
-}
-
-std::string takenBy(const Transaction& change, std::string_view name, std::string_view except) {
-    return holderOf(change.configuration(), name, except, !change.settings().check);
 }
 
 }  // namespace zpweb
