@@ -1,4 +1,5 @@
 """Every change is judged by what the server itself makes of it."""
+import json
 import os
 import re
 import shutil
@@ -95,6 +96,9 @@ def test_a_site_says_the_same_where_it_is_moved(site):
     site.conf.write_text(before := text.replace("IncludeOptional included/*.conf\n", "") + f"IncludeOptional {included}/*.conf\n")
     answer = site.run("site", "move", "shop.example", "--layout", "files")
     assert answer.status == 3 and "Define" in answer.err and site.text() == before and not any(included.iterdir()), answer
+    lines = [{"command": "site move", "arguments": ["shop.example"], "options": {"layout": "files"}},
+             {"command": "directive set", "arguments": ["ServerAdmin", "me@shop.example"], "options": {"site": "shop.example"}}]
+    site.do("apply", "-", input="\n".join(map(json.dumps, lines)))
 
 
 def test_what_is_written_already_must_be_in_effect_too(site):

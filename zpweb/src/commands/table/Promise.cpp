@@ -87,10 +87,15 @@ void concernBlock(Transaction& change, const std::string& place, Names names) {
     }
 }
 
-// Everything that the site's blocks say and lead to is asked for by its name.
-void concernSite(Asked& asked, const std::string& site, Names names) {
-    asked.sites.insert(site);
-    if (names == Names::OfSite) {
+// Everything that the site's blocks say and lead to is asked for by its name; with a move alone, just where
+// they stand.
+void concernSite(Asked& asked, const std::string& site, const Promise& kept) {
+    if (asked.sites.insert(site).second && kept.words == "site move") {
+        asked.relocated.insert(site);
+    } else {
+        asked.relocated.erase(site);
+    }
+    if (kept.names == Names::OfSite) {
         asked.moving.insert(site);
     }
 }
@@ -148,13 +153,10 @@ void promise(Transaction& change, const Command& command, const Arguments& given
     } else if (site.empty()) {
         concernServer(asked, command, given);
     } else {
-        concernSite(asked, site, kept.names);
+        concernSite(asked, site, kept);
         asked.everything = asked.everything || !kept.siteOnly;
     }
     asked.answersMayChange = asked.answersMayChange || command.words == "site suspend";
-    if (command.words == "site move") {
-        asked.relocated.insert(site);
-    }
     asked.anyName = asked.anyName || kept.names == Names::Any;
     if (kept.names == Names::Host) {
         asked.names.insert(host);
