@@ -73,10 +73,32 @@ def test_a_wrong_value_is_named_in_one_line_before_anything_is_read(machine, wor
     (["site", "create"], "NAME"), (["site", "status", "--what"], 'unknown option "--what" of site status'),
     (["site", "list", "--jsno"], 'did you mean "--json"?'), (["--json", "site", "status", "-a.example"], '"-a.example"'),
     (["host", "add", "a.example", "--", "-a.example"], "host name"), (["help", "sites"], '"sites"'), (["--conf", "", "site", "list"], "it is empty"),
-    (["ste"], 'did you mean "site"?'), (["apply", "-"], "site stop: SITE is missing")])
+    (["ste"], 'did you mean "site"?'), (["apply", "-"], "site stop: SITE is missing"), (["apply"], "expected a FILE"),
+    (["--conf", "/x", "site", "set", "a.example", "--mode", "711", "--what"], 'unknown option "--what" of site set'),
+    (["site", "set", "a.example", "--mode", "711", "--what"], 'unknown option "--what" of site set')])
 def test_a_wrong_command_line_is_a_usage_error(machine, words, told):
     answer = machine.run(*words, conf=False, input='{"command": "site stop"}')
     assert answer.status == 2 and told in answer.err and len(answer.err.splitlines()) == 1, answer
+
+
+ROTATE = '{"command": "log rotate", "arguments": ["shop.example"], "options": {"delete": %s}}'
+
+
+@pytest.mark.parametrize("line, told", [
+    ('{"command": "site list"}', "no command that changes something; did you mean"), ('{"command": "site stpo"}', 'did you mean "site stop"?'),
+    ('\n \n{"command": "site stop", "arguments": ["a", "b"]}', "input:3: too many arguments for site stop"),
+    ('{"command": "site stop", "arguments": "a"}', 'a list as "arguments"'), ('{"command": "site stop", "options": []}', 'an object as "options"'),
+    ('{"command": "site stop", "arguments": [null]}', 'as "arguments"'), ('{"command": "user passwd", "arguments": ["shop.example", "joe"], "password": null}', '"password"'),
+    ('{"command": "site stop", "options": {"what": 1}}', 'unknown option "--what"'), (ROTATE % '"no"', "--delete has no value"), (ROTATE % "null", "--delete has no value"),
+    ('{"command": "log rotate", "options": {"size": true}}', "--size: expected a text or a number"), ('{"command": "log rotate", "options": {"size": null}}', "--size: expected"),
+    ('{"command": "site stop", "arguments": ["shop.example"], "options": {"port": [80, 81]}}', "--port: expected one value"),
+    (ROTATE % "false", ""), (ROTATE % "[]", "")])
+def test_a_line_of_apply_says_what_it_means_or_is_refused(site, line, told):
+    log = site.sites / "shop.example/log/httpd/access_log"
+    log.write_text("a line\n")
+    answer = site.run("apply", "-", "--no-check", "--no-reload", input=line)
+    assert answer.status == (2 if told else 0) and told in answer.err and log.exists() == bool(told), answer
+    assert told or len(list(log.parent.glob("*.tar.gz"))) == ("false" in line)
 
 
 def test_an_internationalised_name_is_stored_in_ascii_and_shown_in_both_forms(machine):
@@ -88,6 +110,9 @@ def test_an_internationalised_name_is_stored_in_ascii_and_shown_in_both_forms(ma
     title, *rows = machine.do("site", "list").out.splitlines()
     assert [row.index("running") for row in rows] == [title.index("STATE")] * 2
     row = machine.do("site", "list", "--json").json["sites"][0]
+    machine.conf.write_text(machine.text() + "<VirtualHost *:81>\nDocumentRoot /srv\n<IfDefine X>\nServerName met.example\n</IfDefine>\n</VirtualHost>\n")
+    unsure = machine.do("site", "list", "--no-check")
+    assert "bücher.example" in unsure.out.splitlines()[1] and "only the server can tell" in unsure.err and "met.example" in unsure.out.splitlines()[3]
     assert (row["name"], row["readable"]) == ("xn--bcher-kva.example", "bücher.example")
     for name in ("bücher.example", "BÜCHER.example", "xn--bcher-kva.example"):
         assert "running" in machine.do("site", "status", name).out
@@ -227,7 +252,7 @@ COMPLETED = [
     (["host", "add", ""], {"shop.example"}), (["host", "add", "shop.example", ""], set()),
     (["directive", "get", "Timeout", "--site", ""], {"shop.example"}), (["site", "stop", "--dry-run", ""], {"shop.example"}),
     (["help", "ho"], {"host"}), (["help", "host", ""], {"add", "remove"}), (["nonsense", ""], set()),
-    (["export", "shop.example", ""], {"shop.example"})]
+    (["export", "shop.example", ""], {"shop.example"}), (["site", "stop", "--what="], set())]
 
 
 def test_completion_knows_its_place_and_evaluates_nothing(site):

@@ -5,6 +5,7 @@
 #include <iostream>
 #include <set>
 #include <sstream>
+#include <utility>
 
 #include "cli/Help.h"
 #include "input/Duration.h"
@@ -209,11 +210,21 @@ std::string likeOption(const std::string& name, const Command* command) {
     return nearest.question();
 }
 
+bool takesValue(const std::string& option) {
+    return std::any_of(commonOptions().begin(), commonOptions().end(), [&](const Parameter& each) {
+        return each.name == option && each.kind != Kind::Flag;
+    });
+}
+
 // The first word that looks like an option and is none of the command's; empty when there is none.
 std::string unknownOption(const std::vector<std::string>& words) {
     std::string text;
     const Command* command = nullptr;
+    bool isValue = false;  // of an option before the command
     for (const std::string& word : words) {
+        if (std::exchange(isValue, command == nullptr && !isValue && takesValue(word))) {
+            continue;
+        }
         if (!word.starts_with('-') && command == nullptr) {
             text += (text.empty() ? "" : " ") + word;
             command = findCommand(text);

@@ -50,8 +50,15 @@ Outcome canBeTogether(const std::vector<Invocation>& invocations) {
                : done();
 }
 
+bool isWord(const Json& value) { return value.is_string() || value.is_number() || value.is_boolean(); }
+
+bool areWords(const Json& values) { return std::all_of(values.begin(), values.end(), isWord); }
+
 // Positionals, in the order of the command's parameters.
 Outcome takeWords(const Json& words, const Command& command, Values& given) {
+    if (!areWords(words)) {
+        return usage(std::string(command.words) + ": expected texts or numbers as \"arguments\"");
+    }
     size_t next = 0;
     for (const Parameter& parameter : command.parameters) {
         while (!parameter.isOption() && next < words.size()) {
@@ -64,23 +71,43 @@ Outcome takeWords(const Json& words, const Command& command, Values& given) {
     return next < words.size() ? usage("too many arguments for " + std::string(command.words)) : done();
 }
 
+// What says no is not taken for a yes: "no" as a text, or null.
+Outcome takeFlag(const std::string& name, const Json& value, Values& given) {
+    if (!value.is_boolean() && value != Json::array()) {
+        return usage(name + " has no value: expected true or false");
+    }
+    if (value != Json(false)) {
+        given[name] = {};
+    }
+    return done();
+}
+
+Outcome takeValues(const Parameter& option, const Json& value, Values& given) {
+    const std::string name(option.name);
+    const Json values = value.is_array() ? value : Json::array({value});
+    if (value.is_boolean() || values.empty() || !areWords(values)) {
+        return usage(name + ": expected a text or a number, or a list of them");
+    }
+    if (values.size() > 1 && !option.many) {
+        return usage(name + ": expected one value");
+    }
+    std::transform(values.begin(), values.end(), std::back_inserter(given[name]), wordOf);
+    return done();
+}
+
 // Options of a line: "name": value, or a list of values, or true for one that has no value.
 Outcome takeOptions(const Json& options, const Command& command, Values& given) {
     for (const auto& [key, value] : options.items()) {
         const std::string name = "--" + key;
-        const bool known = std::any_of(command.parameters.begin(), command.parameters.end(),
-                                       [&](const Parameter& each) { return each.name == name; });
-        if (!known) {
+        const auto known = std::find_if(command.parameters.begin(), command.parameters.end(),
+                                        [&](const Parameter& each) { return each.name == name; });
+        if (known == command.parameters.end()) {
             return usage(std::string(command.words) + ": unknown option " + inQuotes(name));
         }
-        if (value.is_boolean() && !value.get<bool>()) {
-            continue;
-        }
-        std::vector<std::string>& values = given[name];
-        if (value.is_array()) {
-            std::transform(value.begin(), value.end(), std::back_inserter(values), wordOf);
-        } else if (!value.is_boolean()) {
-            values.push_back(wordOf(value));
+        Outcome taken =
+            known->kind == Kind::Flag ? takeFlag(name, value, given) : takeValues(*known, value, given);
+        if (!taken.ok()) {
+            return failure(taken.status, std::string(command.words) + ": " + taken.message);
         }
     }
     return done();
@@ -121,6 +148,9 @@ Expected<Invocation> invocationFrom(const Json& parsed) {
     const Command* command = findCommand(words);
     if (command == nullptr || !command->changes()) {
         return usage(inQuotes(words) + " is no command that changes something" + alike(words));
+    }
+    if (parsed.contains("password") && !isWord(parsed["password"])) {
+        return usage("expected a text as \"password\"");
     }
     if (!parsed.value("arguments", Json(Json::array())).is_array() ||
         !parsed.value("options", Json(Json::object())).is_object()) {

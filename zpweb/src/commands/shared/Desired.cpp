@@ -119,7 +119,7 @@ Outcome isPlanned(const SitesPlan& plan, const std::string& file) {
     const bool same =
         std::equal(plan.commands.begin(), plan.commands.end(), planned["commands"].begin(),
                    planned["commands"].end(), [](const PlannedCommand& ours, const Json& theirs) {
-                       return theirs.is_object() && theirs.value("text", "") == ours.text();
+                       return theirs.is_object() && theirs.value("text", Json()) == ours.text();
                    });
     return same && planned["fingerprint"] == plan.fingerprint
                ? done()
