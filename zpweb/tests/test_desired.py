@@ -25,6 +25,7 @@ def made():
     machine.do("apply", "-", input="\n".join(json.dumps(dict(zip(("command", "arguments", "options"), line)), default=str) for line in lines))
     machine.do("user", "add", "c.example", "joe", input="word\n")
     machine.do("site", "stop", "c.example")
+    (machine.root / "www/a b").mkdir()
     subprocess.run(f"cp -a {machine.root} {machine.root}.kept; cp -a /etc/webusers /etc/webusers.kept", shell=True, check=True)
     yield machine
     subprocess.run(f"rm -r {machine.root} {machine.root}.kept /etc/webusers /etc/webusers.kept", shell=True, check=True)
@@ -69,6 +70,9 @@ CHANGES = [
      ["vdir create a.example /var/zpweb-test --deny 192.0.2.7"]),
     ({"name": "c.example", "redirects": [{"path": "/r", "to": "https://n.example/"}]},
      ["site start c.example", "redirect set c.example /r --to https://n.example/", "site stop c.example"]),
+    ({"name": "a.example", "root": "/var/zpweb-test/three/sites/b.example"},
+     ["directive set DocumentRoot /var/zpweb-test/three/sites/b.example --site a.example --quoted"]),
+    ({"name": "a.example", "root": "/var/zpweb-test/three/www/a b"}, ["directive set DocumentRoot /var/zpweb-test/three/www/a b --site a.example --quoted"]),
     ({"name": "b.example", "state": "absent"}, ["site delete b.example"]), ({"name": "e.example", "state": "absent"}, []),
     ({"name": "c.example", "host_names": ["more.example", "www.c.example"]}, []),
     ({"name": "d.example", "address": "127.0.0.1", "owner": OWNER, "path": "/var/zpweb-test", "host_names": [], "state": "stopped"},
@@ -96,7 +100,13 @@ def test_a_plan_is_kept_to_and_a_removal_is_confirmed(three):
     three.conf.write_text(three.text() + "# mine\n")
     answer = three.run("apply", "--state", file, "--plan", plan)
     assert answer.status == 1 and "plan again" in answer.err
-    plan.write_text(three.do("plan", file, "--json").out)
+    made = three.do("plan", file, "--json").json
+    for other, told in (([], "no plan"), ({}, "no plan"), ({**made, "commands": 1}, "no plan"), ({**made, "commands": []}, "plan again"),
+                        ({**made, "commands": [{"text": 1}]}, "plan again"), ({**made, "fingerprint": 1}, "plan again")):
+        plan.write_text(json.dumps(other))
+        answer = three.run("apply", "--state", file, "--plan", plan)
+        assert answer.status in (1, 2) and told in answer.err, answer
+    plan.write_text(json.dumps(made))
     three.do("apply", "--state", file, "--plan", plan)
     three.do("site", "start", "c.example")
     before = three.text()
@@ -113,7 +123,7 @@ def test_a_plan_is_kept_to_and_a_removal_is_confirmed(three):
     ('{"sites": [{"name": "a.example", "php": {"socket": "/s"}}]}', '"php": unknown field "socket"'),
     ('{"sites": [{"name": "a.example", "tls": {"certificate": "/c"}}]}', '"key" is missing'),
     ('{"sites": [{"name": "a.example", "redirects": [{"path": "/a", "to": "ftp://x/"}]}]}', "neither http nor https"),
-    ('{"sites": [{"name": "a.example", "access": {"path": "/"}}]}', "expected a list"),
+    ('{"sites": [{"name": "a.example", "access": {"path": "/"}}]}', "expected a list"), ('{"sites": [{"name": "a.example", "tls": [1]}]}', "expected an object"),
     ('{"sites": [{"name": "a.example", "index": "x"}]}', '"index"'), ('{"sites": [{"name": "a.example", "state": "on"}]}', "expected running"),
     ('{"sites": [{"name": "a.example"}, {"name": "A.example"}]}', "twice"),
     ('{"sites": [{"name": "a.example", "access": [{"path": "/x", "deny": ["all"]}, {"path": "/x/", "deny": ["all"]}]}]}', "twice"), ('{"sites": [{"name": "new.example"}]}', '"address" and "owner"'),

@@ -129,8 +129,9 @@ private:
 
     void changeRoot() {
         if (rootDiffers()) {
-            plan_.push_back(
-                {"directive set", {"DocumentRoot", *shouldBe_.root}, {{"site", {shouldBe_.name}}}});
+            plan_.push_back({"directive set",
+                             {"DocumentRoot", *shouldBe_.root},
+                             {{"site", {shouldBe_.name}}, {"quoted", {}}}});
         }
     }
 
