@@ -123,6 +123,9 @@ def test_a_certificate_of_the_blocks_own_becomes_a_setting_in_one_change(server)
     assert answer.status == 1 and server.files() == server.files(server.kept) and "SSLProtocol" in answer.err, answer
     server.do("apply", "-", input="\n".join(map(json.dumps, lines)))
     assert server.serving() == server.all_served()
+    server.do("site", "set", "both.example", "--redirect", "/=https://both.example/")
+    assert [server.get("both.example", at)[0] for at in (HTTP, TLS)] == [302, 200], "it leads where it is no longer asked for"
+    server.do("undo")
     server.do("undo")
     assert server.files() == server.files(server.kept) and server.serving() == server.all_served()
 

@@ -2,6 +2,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <set>
 
 #include "commands/Commands.h"
 #include "commands/shared/Expectations.h"
@@ -10,6 +11,7 @@
 #include "commands/shared/Operation.h"
 #include "conf/Text.h"
 #include "input/HostName.h"
+#include "input/Quoted.h"
 #include "server/DirectoryRules.h"
 #include "server/PassedOn.h"
 #include "sys/File.h"
@@ -112,17 +114,58 @@ std::string lowerHostOf(std::string_view target) {
     return host;
 }
 
+std::string pathOf(const std::string& target) {
+    const size_t slash = target.find('/', target.find("://") + 3);
+    return slash == std::string::npos ? "/"
+                                      : target.substr(slash, target.find_first_of("?#", slash) - slash);
+}
+
+// To a port of the block's, or without one by its scheme: what stands before the server may pass that on.
+// Whether an included file switches TLS on, the block does not tell.
+bool leadsBack(const Block& block, bool tls, const std::string& port) {
+    const bool anyPort = isOnPort(block, "") || isOnPort(block, "*");
+    return isOnPort(block, port.empty() ? (tls ? "443" : "80") : port) ||
+           (tls == block.tls && (port.empty() || anyPort));
+}
+
 // Would the block answer with a redirection to what it redirects?
 bool leadsToItself(const Block& block, const NameValueSt& redirection) {
     const std::string& target = redirection.Value;
     const size_t scheme = target.find("://");
-    if (scheme == std::string::npos || (target.substr(0, scheme) == "https") != block.tls) {
+    if (scheme == std::string::npos) {
         return false;
     }
     const std::string host = lowerHostOf(target);
-    const size_t slash = target.find('/', scheme + 3);
-    const std::string path = slash == std::string::npos ? "/" : target.substr(slash);
-    return (sameHost(block.name, host) || listsHost(block, host)) && path.starts_with(redirection.Name);
+    const std::string written =
+        target.substr(scheme + 3, target.find_first_of("/?#", scheme + 3) - scheme - 3);
+    return (sameHost(block.name, host) || listsHost(block, host)) &&
+           leadsBack(block, target.starts_with("https"), std::string(portOf(written))) &&
+           takesIn(redirection.Name, pathOf(target));
+}
+
+// For a redirection that no block can have there is nothing to do, and a second one of its name is never
+// asked.
+Outcome canAllBe(const Transaction& change, const std::vector<BlockAt>& blocks, const Arguments& given) {
+    for (const TextsOption& option : {Alias, ScriptAlias, Proxy, Redirect, ErrorDocument}) {
+        std::set<std::string> names;
+        for (const NameValueSt& pair : assignments(given[option])) {
+            if (!names.insert(pair.Name).second) {
+                return failure(Status::Usage, std::string(option.parameter.name) + ": " +
+                                                  inQuotes(pair.Name) +
+                                                  " is given twice; expected it once");
+            }
+        }
+    }
+    for (const NameValueSt& redirection : assignments(given[Redirect])) {
+        if (std::all_of(blocks.begin(), blocks.end(), [&](const BlockAt& at) {
+                return leadsToItself(at.in(change.configuration()), redirection);
+            })) {
+            return failure(Status::Usage, "--redirect " +
+                                              inQuotes(redirection.Name + "=" + redirection.Value) +
+                                              ": it would lead to itself");
+        }
+    }
+    return done();
 }
 
 // A section for the document root has the last word about index files and the pages of errors.
@@ -196,7 +239,7 @@ Outcome set(Transaction& change, const Site& site, const Arguments& given) {
         return blocks.outcome();
     }
     expectAnswers(change, site, given);
-    Outcome outcome;
+    Outcome outcome = canAllBe(change, *blocks, given);
     for (const BlockAt& at : *blocks) {
         outcome = outcome.ok() ? setInBlock(change, at, request) : outcome;
     }

@@ -83,11 +83,6 @@ void showAsked(View& view, const MergeRequest& request) {
     }
 }
 
-bool takesIn(const std::string& path, const std::string& other) {
-    const std::string directory = path.ends_with('/') ? path : path + "/";
-    return other == path || other.starts_with(directory);
-}
-
 // Of redirections, and of aliases, the first one that takes a path in counts: a new one stands before it.
 size_t beforeWhatTakesItIn(const Statements& statements, std::string_view line) {
     const Statements added(line);
@@ -107,6 +102,11 @@ size_t beforeWhatTakesItIn(const Statements& statements, std::string_view line) 
 }
 
 }  // namespace
+
+bool takesIn(const std::string& path, const std::string& other) {
+    const std::string directory = path.ends_with('/') ? path : path + "/";
+    return other == path || other.starts_with(directory);
+}
 
 Outcome mergeInto(Transaction& change, const BlockAt& at, const MergeRequest& request,
                   const std::string& operation, const MergeCall& call) {

@@ -27,6 +27,9 @@ using MergeCall = std::function<int(CZPWebsite&, UpdateVHost&)>;
 Outcome mergeInto(Transaction& change, const BlockAt& at, const MergeRequest& request,
                   const std::string& operation, const MergeCall& call);
 
+// Whether a redirection or an alias of the path takes in the other one.
+bool takesIn(const std::string& path, const std::string& other);
+
 // Gives the site's blocks another DocumentRoot. The merge replaces their line; it adds none.
 Outcome changeRoot(Transaction& change, const std::vector<BlockAt>& blocks, const std::string& root,
                    const char* operation, const MergeCall& call);
