@@ -7,6 +7,7 @@
 #include "CZPWebsite.h"
 #include "Results.h"
 #include "commands/Commands.h"
+#include "commands/shared/AddressBlock.h"
 #include "commands/shared/FreeName.h"
 #include "commands/shared/LayoutChoice.h"
 #include "commands/shared/Listening.h"
@@ -94,22 +95,10 @@ VHostEntry entryFor(const Plan& plan, const Arguments& given) {
     return entry;
 }
 
-// The file of the address's own block, which the site takes over.
-std::string fileOfAddress(const Configuration& configuration, const std::string& address) {
-    for (const ConfigurationFile* file : configuration.parts()) {
-        for (const Block& block : file->blocks()) {
-            if (!block.stopped && zp::conf::beginsIgnoringCase(block.address, address)) {
-                return file->path();
-            }
-        }
-    }
-    return configuration.main().path();
-}
-
 Outcome choosePlace(const Configuration& configuration, const Arguments& given, Plan& plan) {
     if (given[Mode] == "own") {
         plan.file = fileOfAddress(configuration, plan.listening.address);
-        return done();
+        return canTakeBlock(*configuration.file(plan.file), plan.listening.address);
     }
     const auto layout = chosenLayout(configuration, given[LayoutWord]);
     if (!layout.ok()) {
@@ -172,7 +161,7 @@ Scope creationScope(const ConfigurationFile& file, const VHostEntry& entry) {
     Scope scope = additionsScope(file);
     for (const Block& block : file.blocks()) {
         if (entry.IPSwitch == Own && !block.stopped &&
-            zp::conf::beginsIgnoringCase(block.address, entry.IPAddress)) {
+            zp::conf::equalIgnoringCase(bareAddress(block.address), entry.IPAddress)) {
             scope.allow(block.lines);
             break;
         }
@@ -225,9 +214,11 @@ Outcome fitBlock(Transaction& change, const Plan& plan) {
     }
     const bool begins = plan.file != change.configuration().main().path() && plan.shared &&
                         zp::conf::skipSpace(text.substr(0, at)).empty();
-    return change.rewrite(*place.file, (begins ? "" : text.substr(0, at)) + listen +
-                                           fitted(place.block->text, wanted) +
-                                           text.substr(at + place.block->text.size()));
+    const std::string before = begins ? "" : text.substr(0, at);
+    return change.rewrite(*place.file,
+                          (plan.before24 ? before : withoutAnnouncement(before, plan.listening.address)) +
+                              listen + fitted(place.block->text, wanted) +
+                              text.substr(at + place.block->text.size()));
 }
 
 // A file of its own, where the site gets one.
@@ -255,6 +246,9 @@ Outcome create(Transaction& change, const Arguments& given) {
     const Configuration& configuration = change.configuration();
     Plan plan = planFrom(configuration, given);
     Outcome outcome = choosePlace(configuration, given, plan);
+    if (given[Mode] == "own") {
+        askForBlock(change, plan.listening.address);
+    }
     outcome = outcome.ok() ? isFree(change, plan) : outcome;
     outcome = outcome.ok() ? canListen(configuration, plan, given[Listen]) : outcome;
     outcome = outcome.ok() ? makeReachable(change, plan.home, given[Traverse]) : outcome;
