@@ -122,6 +122,9 @@ Outcome setPolicy(Transaction& change, const Arguments& given) {
                                            : "daily",
                            given[Keep].value_or(14), given[LargerThan].value_or("")};
     return changePolicies(change, [&](LogPolicies& policies) {
+        if (given[Off] && given[All]) {
+            policies.clear();  // also those of sites that are stopped, or gone
+        }
         for (const std::string& each : *sites) {
             if (given[Off]) {
                 policies.erase(settingName(each));
