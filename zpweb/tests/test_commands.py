@@ -121,7 +121,8 @@ def test_settings_of_a_site(live):
 
 
 def test_addresses_and_host_names(site):
-    assert site.do("address", "list", "--json").json["addresses"][0]["address"] == "127.0.0.1"
+    for check in ([], ["--no-check"]):
+        assert site.do("address", "list", "--json", *check).json["addresses"][0]["address"] == "127.0.0.1"
     site.do("address", "own", "shop.example", "--address", "127.0.0.2")
     assert block(site).startswith(f"<VirtualHost 127.0.0.2:{site.port}>")
     site.do("address", "shared", "shop.example", "--address", "127.0.0.3")
@@ -168,6 +169,11 @@ def test_virtual_directories(live):
         {"alias": "/pics", "folder": str(folder)}]
     assert site.do("vdir", "find", "shop.example", "/pics", "--json").json["folder"] == str(folder)
     assert site.run("vdir", "find", "shop.example", "/none").status == 6
+    site.do("vdir", "create", "shop.example", folder)
+    site.conf.write_text(site.text().replace(f'<Directory "{folder}">', f'<Directory "{folder}">\n\t\tRequire ip 10.0.0.1\n\t\tRequire ip 127.0.0.1'))
+    site.do("user", "add", "shop.example", "joe", "--folder", folder, input="one\n")
+    site.do("vdir", "set", "shop.example", folder, "--protect")
+    assert [site.get("shop.example", user=user)[0] for user in ("", "joe:one")] == [401, 200], "both hosts are let in still"
 
 
 def test_a_dry_run_of_a_virtual_directory_leaves_owners_and_modes(site):
@@ -185,6 +191,12 @@ def test_web_users(site):
     assert [line.split("$")[:2] for line in before] == [["joe:", "2y"], ["ann:", "2y"], [""]]
     assert users.stat().st_mode & 0o777 == 0o640 and users.group() == "www-data"
     assert site.run("user", "add", "shop.example", "joe", input="x\n").status == 7
+    (site.root / "users.inc").write_text(f"<Location />\nAuthUserFile {users}\n</Location>\n")
+    named = site.text()
+    assert "no directory asks" in site.do("user", "add", "shop.example", "eve", "--dry-run", input="x\n").err
+    site.conf.write_text(named.replace("</VirtualHost>", f"\tInclude {site.root}/users.inc\n</VirtualHost>"))
+    assert "no directory asks" not in site.do("user", "add", "shop.example", "eve", "--dry-run", input="x\n").err
+    site.conf.write_text(named)
     site.do("user", "passwd", "shop.example", "joe", input="three\n")
     assert site.run("user", "passwd", "shop.example", "eve", input="x\n").status == 6
     site.do("user", "delete", "shop.example", "ann")
@@ -289,6 +301,21 @@ def test_directives_folders_modules_and_parameters(site):
     site.do("directive", "delete", "Timeout", "--site", "shop.example")
     assert site.run("directive", "get", "Timeout", "--site", "shop.example").status == 6
     assert [site.do("directive", "get", "User", "--is", name, "--json").json["matches"] for name in ("www-data", "root")] == [True, False]
+    # What is included stands where the line does that includes it, before the last lines of the main file.
+    (site.root / "included/more.conf").write_text('Timeout 8\nKeepAliveTimeout 3\nServerAdmin "x y"\n')
+    named = site.text()
+    site.conf.write_text("KeepAliveTimeout 2\n" + named + "\nTimeout 9\n")
+    for words, value, place in (("Timeout", "9", f"{site.conf}:{len(site.text().splitlines())}"), ("KeepAliveTimeout", "3", f"{site.root}/included/more.conf:2"),
+                                ("ServerAdmin --quoted", "x y", f"{site.root}/included/more.conf:3"), ("User", "www-data", None),
+                                ("DocumentRoot --site shop.example", f"{site.sites}/shop.example/www/html", None)):
+        for check in ([], ["--no-check"]):
+            got = site.do("directive", "get", *words.split(), *check, "--is", value, "--json").json
+            assert got["value"] == value and (place or got["file"] + ":" + str(got["line"])) == got["file"] + ":" + str(got["line"]), got
+            assert got["matches"] and not site.do("directive", "get", *words.split(), *check, "--is", "other", "--json").json["matches"]
+    for check in ([], ["--no-check"]):
+        assert "not stand in quotes" in site.run("directive", "get", "Timeout", "--quoted", *check).err and site.run("directive", "get", "Nothing", *check).status == 6
+    (site.root / "included/more.conf").unlink()
+    site.conf.write_text(named)
     site.do("directive", "insert", "Timeout", "60", "--before", "Listen")
     assert f"Timeout 60\nListen 127.0.0.1:{site.port}\n" in site.text()
     site.do("folder", "add", "shop.example", "/srv/a", "--line", "Options None")
@@ -304,6 +331,9 @@ def test_directives_folders_modules_and_parameters(site):
     (site.root / "included/module.conf").unlink()
     shown = site.do("module", "show", "alias", "--site", "shop.example", "--json").json
     assert (shown["loaded"], shown["installed"], shown["in_site"]) == (True, True, False)
+    site.do("module", "load", "headers", "--in-main")
+    site.do("undo")
+    assert "headers_module" not in site.text()
     site.do("module", "load", "headers")
     assert "LoadModule headers_module" in site.text()
     site.conf.write_text(site.text().replace("</VirtualHost>", "\t<IfModule mod_x.c>\n\t</IfModule>\n</VirtualHost>"))
@@ -318,6 +348,32 @@ def test_directives_folders_modules_and_parameters(site):
     site.do("param", "test", file, "Name", "two")
     site.do("param", "delete", file, "Name", "two")
     assert file.read_text() == ""
+
+
+def test_the_logs_of_all_sites_get_a_policy_and_lose_it(site):
+    file = Path("/etc/logrotate.d/zpweb")
+    for name in ("other.example", "gone.example"):
+        assert site.create(name, "--no-check").status == 0
+    site.conf.write_text(site.text() + "<VirtualHost *:81>\nServerName quiet.example\n</VirtualHost>\n")
+    site.do("log", "policy", "--all", "--weekly", "--no-check")
+    assert json.loads(file.read_text().splitlines()[1][2:]).keys() == {"shop.example", "other.example", "gone.example"}
+    site.do("site", "stop", "gone.example", "--no-check")
+    site.do("log", "policy", "--all", "--off", "--no-check")
+    assert not file.exists()
+
+
+def test_a_site_takes_over_the_block_of_its_address(site):
+    own = f"<VirtualHost 127.0.0.5:{site.port}>\nServerName 127.0.0.5\nDocumentRoot /srv\n</VirtualHost>\n"
+    site.conf.write_text(site.text() + f"Listen 127.0.0.5:{site.port}\n")
+    (site.root / "included/own.conf").write_text("Timeout 9\n" + own)
+    words = ["new.example", "--owner", OWNER, "--path", site.sites, "--address", "127.0.0.5", "--mode", "own"]
+    site.do("site", "create", *words)
+    made = (site.root / "included/own.conf").read_text()
+    assert made.startswith(f"Timeout 9\n<VirtualHost 127.0.0.5:{site.port}>\n\tServerName new.example\n") and made.count("<VirtualHost") == 1
+    answer = site.run("site", "create", "more.example", *words[1:])
+    assert answer.status == 7 and "taken by another site" in answer.err
+    answer = site.run("site", "create", "more.example", *words[1:-3], "127.0.0.1", "--mode", "own", "--port", site.port)
+    assert answer.status == 7 and (site.root / "included/own.conf").read_text() == made
 
 
 def test_the_server(live):
@@ -336,6 +392,24 @@ def test_doctor_finds_what_sleeps(site):
     assert {finding["finding"] for finding in answer.json["findings"]} == {"log that its owner can redirect"}
     assert answer.json["listeners"] == [{"listener": f"127.0.0.1:{site.port}", "default": f"shop.example at {site.conf}:"
                                          f"{site.text().splitlines().index(f'<VirtualHost 127.0.0.1:{site.port}>') + 1}"}]
+    strange = {"httpd.conf_zpbackup1", "httpd.conf_temp", "123456789"}
+    for name in strange:
+        (site.root / name).touch()
+    (site.root / "shut").mkdir(mode=0o700)
+    (site.root / "included/other.bak").touch()
+    (site.root / "included/1234567890").touch()
+    named = site.text()
+    site.conf.write_text(named.replace("included/*.conf", "included/*") + f"<VirtualHost 127.0.0.1:1 127.0.0.2:2>\nServerName far.example\n</VirtualHost>\n"
+                         f"<VirtualHost 127.0.0.1:{site.port}>\nServerName shut.example\nServerAlias dot.example.\nDocumentRoot {site.root}/shut\n</VirtualHost>\n")
+    told = {}
+    for row in site.run("doctor", "--json").json["findings"]:
+        told.setdefault(row["finding"], []).append(row["place"] + " " + row["detail"])
+    assert {row.split()[0] for row in told["leftover scratch file"]} == {f"{site.root}/{name}" for name in strange}
+    assert len(told["temporary file is included"]) == 2 and "far.example on 127.0.0.1:1 127.0.0.2:2" in told["Listen missing"][0]
+    assert "dot.example." in told["name that nobody can ask for"][0] and [f"{site.root}/shut (user www-data)" in row for row in told["document root that the server cannot enter"]] == [True]
+    for path in [site.root / name for name in strange] + [site.root / "included/other.bak", site.root / "included/1234567890"]:
+        path.unlink()
+    site.conf.write_text(named)
     (site.root / "included/old.conf~").write_text("")
     (site.root / "included/gone.conf").symlink_to("/nowhere")
     site.conf.write_text(site.text().replace("included/*.conf", "included/*") + f"""

@@ -555,6 +555,10 @@ def test_each_change_that_waits_is_confirmed_by_its_label(site):
     assert waiting() == {"a", "b"}
     site.do("confirm", "--label", "b")
     assert waiting() == {"a"} and site.run("confirm", "--label", "b").status == 6
+    site.do("host", "add", "shop.example", "c.example", "--confirm-within", "1h", *FAST)
+    number = str(site.do("history", "--json").json["changes"][-1]["checkpoint"])
+    assert site.do("confirm", "--json", "--dry-run").json["confirmed"] == ["2", number]
+    assert site.run("confirm", "99").status == 6 and site.do("confirm", number, "--json").json["confirmed"] == [number]
     site.do("confirm")
     assert waiting() == set() and site.do("history", "--json").json["changes"][-1]["command"][-1] == "confirm"
 

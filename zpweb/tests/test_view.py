@@ -130,6 +130,15 @@ CHANGES = {
         'directive delete SetEnv A\\ "b\\ \\"c\\"" --site SITE', '\tSetEnv A "b \\"c\\""\r\n', "", None),
     "a line behind the last, which has no end": (
         "Listen 80", "directive insert Timeout 9 --after Listen", "Listen 80", "Listen 80\nTimeout 9\n", None),
+    "a redirection to another path of it": (
+        TABS, "site set SITE --redirect /old=http://shop.example/older", "</VirtualHost>", '\tRedirect "/old" "http://shop.example/older"\r\n</VirtualHost>',
+        "site set SITE --redirect /old="),
+    "a redirection to another port": (
+        TABS, "site set SITE --redirect /=http://shop.example:9999/", "</VirtualHost>", '\tRedirect "/" "http://shop.example:9999/"\r\n</VirtualHost>',
+        "site set SITE --redirect /="),
+    "a redirection of the blocks that it does not lead to": (
+        SECURE, "site set SITE --redirect /=https://shop.example/", "/srv/shop\n", '/srv/shop\n    Redirect "/" "https://shop.example/"\n',
+        "site set SITE --redirect /="),
     "an address of its own": (
         TABS, "address own SITE --address 127.0.0.2", "127.0.0.1:", "127.0.0.2:", "address own SITE --address 127.0.0.1"),
 }
@@ -267,6 +276,25 @@ REFUSED = {
     "a block in a condition": ("<IfDefine X>\n" + SECURE + "</IfDefine>\n", "site move SITE --layout main", 3, "in a condition"),
     "no directory of sites": (SECURE, "site move SITE --layout files", 3, "use --layout main"),
     "a redirection to itself": (SECURE, "redirect set SITE /a --to https://shop.example/a/b", 2, "lead to itself"),
+    "a redirection of a block to itself": (SECURE, "site set SITE --port 80 --redirect /=http://shop.example/x?y", 2, "lead to itself"),
+    "one without a path": (SECURE, "site set SITE --redirect /=http://shop.example --port 80", 2, "lead to itself"),
+    "an alias twice": (SECURE, "site set SITE --alias /x=/a --alias /x=/b", 2, '"/x" is given twice'),
+    "a path behind a question": (SECURE, "redirect set SITE /a --to https://x.example/?q --keep-path", 2, "nothing can be appended"),
+    "neither a user nor all": (SECURE, "user delete SITE", 2, "expected a USER, or --all"),
+    "no root": (MANY, "perl on SITE", 6, "has no DocumentRoot"),
+    "no root for a message": (MANY, "site suspend SITE --message", 6, "has no DocumentRoot"),
+    "no home to go back to": (TABS.replace("/srv/shop", "message.htm"), "site resume SITE", 1, "name it with --home"),
+    "no log": (TABS, "log policy SITE", 6, "names no log file"),
+    "no log to rotate": (TABS, "log rotate SITE", 6, "no access log to rotate"),
+    "no log to show": (TABS, "log show SITE", 6, "no such log file"),
+    "sites or all": (TABS, "log policy SITE --all", 2, "expected SITE or --all"),
+    "no block there": (TABS, "site stop CONF:0", 6, "there is none"),
+    "no block at that address": (TABS, "site stop 127.0.0.1:99", 6, "there is none"),
+    "a disabled site that is none": (TABS, "site enable none.example", 6, "no file that could be enabled"),
+    "a path without a parent": (TABS, "site create new.example --address 127.0.0.1 --port 8080 --listen --owner anna --path /nowhere/x", 6, "/nowhere/x"),
+    "a block that another address's would be taken for": (
+        "Listen 127.0.0.1:8080\n" + TABS.replace("0.1:", "0.10:").replace("shop.example", "127.0.0.10") + "\n" + TABS.replace("shop.example", "127.0.0.1"),
+        "site create new.example --address 127.0.0.1 --port 8080 --owner anna --path /var --mode own", 3, "would be taken for"),
     "its own name": (SECURE, "host remove SITE SITE", 3, "the site's own name"),
     "its name by another way": (SECURE, "directive set ServerName b.example --site SITE", 2, "site rename"),
     "nobody to let in": (SECURE, "access set SITE /a", 2, "is missing"),
@@ -285,7 +313,7 @@ REFUSED = {
 def test_what_is_not_clear_or_would_do_harm_is_refused(machine, case):
     block, command, status, told = REFUSED[case]
     machine.conf.write_text(block)
-    answer = machine.run(*[str(machine.conf) if word == "CONF" else word for word in words(command)], *FAST, input="word\n")
+    answer = machine.run(*[word.replace("CONF", str(machine.conf)) for word in words(command)], *FAST, input="word\n")
     assert (answer.status, machine.text()) == (status, block) and told in answer.err, answer
 
 

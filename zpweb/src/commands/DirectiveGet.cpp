@@ -20,7 +20,7 @@ struct Found {
     size_t number = 0;
 };
 
-void look(Found& found, const ConfigurationFile& file, std::string_view text, size_t firstLine,
+bool look(Found& found, const ConfigurationFile& file, std::string_view text, size_t firstLine,
           size_t level, const std::string& name) {
     const Statements statements(text);
     const size_t last = lastOf(statements, level, isOneOf({name}));
@@ -29,6 +29,30 @@ void look(Found& found, const ConfigurationFile& file, std::string_view text, si
         found.file = file.path();
         found.number = firstLine + statements[last].lines.first + 1;
     }
+    return last != None;
+}
+
+// The last one as the server reads them: what is included stands where the line does that includes it.
+bool lookFromEnd(Found& found, const Configuration& configuration, const ConfigurationFile& file,
+                 const std::string& name, int depth = 0) {
+    constexpr int Deepest = 10;
+    Found own;
+    const bool has = look(own, file, file.content().text(), 0, None, name);
+    const auto& includes = file.server().includes;
+    for (auto include = includes.rbegin(); include != includes.rend() && depth < Deepest; ++include) {
+        if ((has && include->line < own.number) || file.blockAt(include->line) != nullptr) {
+            continue;
+        }
+        const auto paths = configuration.included(include->pattern);
+        for (auto path = paths.rbegin(); path != paths.rend(); ++path) {
+            const ConfigurationFile* part = configuration.file(*path);
+            if (part != nullptr && lookFromEnd(found, configuration, *part, name, depth + 1)) {
+                return true;
+            }
+        }
+    }
+    found = has ? own : found;
+    return has;
 }
 
 Expected<Found> find(const Configuration& configuration, const Arguments& given) {
@@ -44,9 +68,7 @@ Expected<Found> find(const Configuration& configuration, const Arguments& given)
         }
         found.domain = "site.invalid";
     } else {
-        for (const auto& file : configuration.files()) {
-            look(found, *file, file->content().text(), 0, None, given[DirectiveName]);
-        }
+        lookFromEnd(found, configuration, configuration.main(), given[DirectiveName]);
     }
     return found.line.empty()
                ? failure(Status::NotFound, "directive " + inQuotes(given[DirectiveName]) + ": not found")
@@ -85,7 +107,7 @@ bool getEffective(Session& session, const Configuration& configuration, const Ar
     session.output.set("file", reading->originOf(*found).file);
     session.output.set("line", static_cast<long>(reading->originOf(*found).line));
     if (const auto wanted = given[Is]) {
-        session.output.set("matches", argumentsIn(*wanted) == words);
+        session.output.set("matches", *wanted == value || argumentsIn(*wanted) == words);
     }
     return true;
 }
@@ -115,12 +137,14 @@ Outcome get(Session& session, const Configuration& configuration, const Argument
         return failure(Status::NotFound,
                        "directive " + inQuotes(name) + ": its value does not stand in quotes");
     }
+    const std::vector<std::string> words = argumentsIn(value);
+    const std::string shown = words.size() == 1 ? words.front() : value;
     session.output.set("directive", name);
-    session.output.set("value", value);
+    session.output.set("value", shown);
     session.output.set("file", found->file);
     session.output.set("line", static_cast<long>(found->number));
     if (const auto wanted = given[Is]) {
-        session.output.set("matches", quietly(session.output, [&] {
+        session.output.set("matches", *wanted == shown || quietly(session.output, [&] {
                                return helper.Apache_isDirectiveWithValueExists(line.path(), name, *wanted,
                                                                                given[Quoted]);
                            }));
