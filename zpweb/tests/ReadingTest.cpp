@@ -261,6 +261,38 @@ TEST(Postconditions, SeeWhatLetsOthersIn) {
     }
 }
 
+// Whoever may come in by any of the paths that lead to the directory is let in.
+TEST(Postconditions, KnowEveryPathThatLeadsToADirectory) {
+    struct Case {
+        const char *server, *own, *location;  // which lets everybody in
+        bool holds = false;
+    };
+    for (const Case& each : std::initializer_list<Case>{
+             {"", "DocumentRoot /srv", "/in"},
+             {"", "DocumentRoot /srv", "/pub", true},
+             {"DocumentRoot /srv", "", "/in"},
+             {"DocumentRoot /srv", "DocumentRoot /else", "/in", true},
+             {"", "Alias / /srv/", "/in"},
+             {"", "Alias /pub/ /", "/pub/srv/in"},
+             {"DocumentRoot /srv", "Alias /pub /srv/in", "/in"},
+             {"Alias /pub /srv/in", "DocumentRoot /srv", "/pub"},
+             {"", "ScriptAlias /pub/ /srv/in/", "/pub"},
+             {"", "AliasMatch ^/ps?/(.*) /srv/$1", "/p"},
+             {"", "AliasMatch ^/p(.*) /srv$1", "/other", true},
+             {"", "AliasMatch ^/p(.*) /else/$1", "/p", true},
+         }) {
+        const Reading reading = Reading::parse(
+            "VirtualHost configuration:\n*:80  a (/a.conf:9)\n# In file: /a.conf\n#   1:\nListen 80\n" +
+            std::string(each.server) + "\n<Directory />\n  AllowOverride All\n</Directory>\n#   9:\n" +
+            "<VirtualHost *:80>\n  ServerName a\n  " + each.own +
+            "\n  <Directory /srv/in>\n    Require ip 10.1.2.3\n  </Directory>\n  <Location " +
+            each.location + ">\n    Require all granted\n  </Location>\n</VirtualHost>\n");
+        const Outcome outcome = isRestricted({"a"}, "/srv/in", {{"Require ip 10.1.2.3"}})(reading);
+        EXPECT_EQ(outcome.ok(), each.holds) << each.server << each.own << each.location << outcome.message;
+        EXPECT_EQ(heedsAccessFile("/srv/in")(reading).ok(), each.holds) << each.server << each.own;
+    }
+}
+
 // Of several sections for one directory the last one that has a directive counts.
 TEST(Postconditions, SeeWhichSectionCounts) {
     struct Case {

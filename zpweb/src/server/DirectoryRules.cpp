@@ -5,6 +5,7 @@
 #include "conf/Text.h"
 #include "server/DirectoryPaths.h"
 #include "server/DirectorySections.h"
+#include "server/DirectoryUrls.h"
 #include "server/PassedOn.h"
 #include "server/Postconditions.h"
 
@@ -186,10 +187,14 @@ Outcome countsAtRoot(const Reading& reading, const Directive& line, const std::s
 }
 
 Outcome nothingGoesAround(const Reading& reading, uint32_t block, const std::string& directory) {
-    const std::string url = urlOf(reading, block, directory).value_or("/");
-    if (const Directive* pass = passedOn(reading, block, url)) {
-        return notShown(takenBy(reading, *pass, url) +
-                        ", and no directory is asked for: \"access set\" closes the path");
+    std::vector<std::string> urls = urlsOf(reading, block, directory);
+    urls.resize(std::max<size_t>(urls.size(), 1));
+    for (const std::string& way : urls) {
+        const std::string url = way.empty() ? "/" : way;
+        if (const Directive* pass = passedOn(reading, block, url)) {
+            return notShown(takenBy(reading, *pass, url) +
+                            ", and no directory is asked for: \"access set\" closes the path");
+        }
     }
     const Directive* way = wayAround(reading, block, directory);
     return way == nullptr ? done()

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "server/DirectoryPaths.h"
+#include "server/DirectoryUrls.h"
 #include "server/Expressions.h"
 
 namespace zpweb {
@@ -33,7 +34,7 @@ bool isPlainDirectory(const Directive& section) {
 
 // Is it a section that comes behind the directory's own, and concerns all of the directory?
 bool comesBehind(const Directive& section, const std::string& directory,
-                 const std::optional<std::string>& url) {
+                 const std::vector<std::string>& urls) {
     const std::string name = lowerCase(section.name);
     const Subject subject = subjectOf(section);
     if (name == "directorymatch" || (name == "directory" && subject.pattern)) {
@@ -43,10 +44,13 @@ bool comesBehind(const Directive& section, const std::string& directory,
         return subject.text == "*" || subject.text == "." || subject.text == ".*" || subject.text == "^";
     }
     if (name == "locationmatch" || (name == "location" && subject.pattern)) {
-        return findsIn(subject.text, url.value_or("") + "/");
+        return std::any_of(urls.begin(), urls.end(),
+                           [&](const std::string& url) { return findsIn(subject.text, url + "/"); });
     }
     return name == "if" ||
-           (name == "location" && isBelow(url.value_or(""), subject.text == "/" ? "" : subject.text));
+           (name == "location" && std::any_of(urls.begin(), urls.end(), [&](const std::string& url) {
+                return isBelow(url, subject.text == "/" ? "" : subject.text);
+            }));
 }
 
 template <typename Predicate>
@@ -97,37 +101,13 @@ std::vector<uint32_t> sectionsAbove(const Reading& reading, uint32_t block, cons
     });
 }
 
+// Where no path is known that leads to it, the site's root stands for all.
 std::vector<uint32_t> sectionsBehind(const Reading& reading, uint32_t block, const std::string& directory) {
-    return sectionsFor(reading, block,
-                       [&, url = urlOf(reading, block, directory)](const Directive& section) {
-                           return !isPlainDirectory(section) && comesBehind(section, directory, url);
-                       });
-}
-
-std::optional<std::string> urlOf(const Reading& reading, uint32_t block, const std::string& directory) {
-    for (const Directive* alias : reading.inSection(block, "Alias")) {
-        const std::vector<std::string> words = argumentsIn(alias->arguments);
-        if (const std::string target = words.size() > 1 ? withoutSlash(words[1]) : "";
-            !target.empty() && isBelow(directory, target)) {
-            return withoutSlash(words[0]) + directory.substr(target.size());
-        }
-    }
-    const std::string root = withoutSlash(reading.valueIn(block, "DocumentRoot"));
-    return !root.empty() && isBelow(directory, root) ? std::optional(directory.substr(root.size()))
-                                                     : std::nullopt;
-}
-
-std::vector<uint32_t> servedBy(const Reading& reading, const std::string& directory) {
-    std::vector<uint32_t> blocks;
-    for (const VirtualHost& host : reading.hosts()) {
-        if (host.directive != Directive::None && urlOf(reading, host.directive, directory)) {
-            blocks.push_back(host.directive);
-        }
-    }
-    if (urlOf(reading, Directive::None, directory)) {
-        blocks.push_back(Directive::None);
-    }
-    return blocks;
+    std::vector<std::string> urls = urlsOf(reading, block, directory);
+    urls.resize(std::max<size_t>(urls.size(), 1));
+    return sectionsFor(reading, block, [&](const Directive& section) {
+        return !isPlainDirectory(section) && comesBehind(section, directory, urls);
+    });
 }
 
 std::string overridesFor(const Reading& reading, uint32_t block, const std::string& directory) {

@@ -5,7 +5,6 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -26,12 +25,6 @@ std::vector<uint32_t> directorySections(const Reading& reading, uint32_t section
 std::vector<uint32_t> sectionsAbove(const Reading& reading, uint32_t block, const std::string& directory);
 // ... and those that come behind and count for more.
 std::vector<uint32_t> sectionsBehind(const Reading& reading, uint32_t block, const std::string& directory);
-
-// Where requests for the directory come in, by an alias or below the block's document root; absent: by no
-// path that is known.
-std::optional<std::string> urlOf(const Reading& reading, uint32_t block, const std::string& directory);
-// The blocks, and the server's level (Directive::None), in which it is so reached.
-std::vector<uint32_t> servedBy(const Reading& reading, const std::string& directory);
 
 // What the directory's .htaccess may override for requests to a block: the value of the AllowOverride that
 // counts ("None" without one).
