@@ -247,6 +247,17 @@ def test_whether_a_site_is_asked_in_https_is_the_servers_to_say(server, before, 
     assert asked.stdout == "plain.example"
 
 
+def test_a_site_is_asked_wherever_the_server_listens(server):
+    addresses = {"0.0.0.0:8445": "127.0.0.1:8445", "[::]:8446": "127.0.0.1:8446", "[0:0:0:0:0:0:0:1]:8447": "[::1]:8447", "[::]:8448": "*:8448", "*:8449": "*:8449"}
+    for number, (listen, address) in enumerate(addresses.items()):
+        server.place(f"asked{number}", f"Listen {listen}\n" + block(address, f"asked{number}.example", f"CustomLog /run/asked{number}.log %h", root="plain.example"))
+    server.signal("graceful")
+    server.do("apply", "-", input="\n".join(json.dumps({"command": "access set", "arguments": [f"asked{number}.example", "/in"], "options": {"allow": ["192.0.2.7"]}})
+                                            for number in range(len(addresses))))
+    assert [Path(f"/run/asked{number}.log").stat().st_size > 0 for number in range(len(addresses))] == [True] * len(addresses)
+    server.do("site", "create", "new.example", "--owner", OWNER, "--traverse", "--address", "127.0.0.1", "--port", "8445")
+
+
 def test_a_block_without_a_name_is_named_by_its_address(server):
     before = server.files()
     server.do("site", "suspend", "--block", "127.0.0.2:80")

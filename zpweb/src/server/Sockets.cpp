@@ -10,7 +10,9 @@
 #include <cstring>
 #include <optional>
 
+#include "conf/Address.h"
 #include "conf/Text.h"
+#include "server/NameMap.h"
 #include "sys/Descriptor.h"
 #include "sys/Number.h"
 
@@ -29,6 +31,8 @@ std::optional<Socket> socketOf(std::string_view listen) {
     }
     if (socket.host == "*") {
         socket.host.clear();
+    } else if (const Endpoint at = endpointOf(zp::conf::inBrackets(socket.host)); at.address != "*") {
+        socket.host = at.address;
     }
     return socket.port > 0 && socket.port < 65536 ? std::optional(socket) : std::nullopt;
 }
@@ -80,6 +84,12 @@ std::vector<Socket> askable(const Configuration& configuration) {
         take(sockets, file->server().listenPerhaps);
     }
     return sockets;
+}
+
+bool takes(const Socket& socket, const std::string& address) {
+    const bool v6 = address.find(':') != std::string::npos;
+    return socket.host.empty() || socket.host == "::" || (socket.host == "0.0.0.0" && !v6) ||
+           socket.host == endpointOf(zp::conf::inBrackets(address)).address;
 }
 
 bool isBusy(const Socket& wanted) {

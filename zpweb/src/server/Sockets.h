@@ -9,13 +9,15 @@
 namespace zpweb {
 
 struct Socket {
-    std::string host;  // empty: any
+    std::string host;  // empty: any; "0.0.0.0" and "::" stay as they are written
     int port = 0;
 };
 
 std::vector<Socket> socketsOf(const Configuration& configuration);
 // Where the server may be asked: also where it listens on a condition.
 std::vector<Socket> askable(const Configuration& configuration);
+
+bool takes(const Socket& socket, const std::string& address);  // requests to it
 
 bool isBusy(const Socket& wanted);  // another program listens there, or the address is not this host's
 

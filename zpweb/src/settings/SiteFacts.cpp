@@ -70,6 +70,13 @@ const VirtualHost* hostAt(const Place& place, const Reading& reading) {
     return found == hosts.end() ? nullptr : &*found;
 }
 
+// Where a visitor of this host can ask a socket that is for any block.
+std::string askedAt(const Socket& listen) {
+    return listen.host.empty() || listen.host == "0.0.0.0" ? "127.0.0.1"
+           : listen.host == "::"                           ? "::1"
+                                                           : listen.host;
+}
+
 }  // namespace
 
 std::vector<std::string> addressesOf(const Block& block) { return wordsIn(block.addresses); }
@@ -186,14 +193,12 @@ std::vector<Peer> peersOf(const Configuration& configuration, const Block& block
     std::vector<Peer> peers;
     const bool perhapsBalanced = configuration.loads("remoteip_module");
     for (const std::string& written : addressesOf(block)) {
-        const HostPort address = hostPortOf(written);
+        const Endpoint address = endpointOf(written);
         for (const Socket& listen : askable(configuration)) {
-            const bool matches =
-                (address.port == 0 || address.port == listen.port) &&
-                (address.host == "*" || listen.host.empty() || listen.host == address.host);
-            const std::string host = address.host != "*"   ? address.host
-                                     : listen.host.empty() ? "127.0.0.1"
-                                                           : listen.host;
+            const bool any = address.address == "*";
+            const bool matches = (address.port == 0 || address.port == listen.port) &&
+                                 (any || takes(listen, address.address));
+            const std::string host = any ? askedAt(listen) : address.address;
             const bool known = std::any_of(peers.begin(), peers.end(), [&](const Peer& peer) {
                 return peer.address == host && peer.port == listen.port;
             });

@@ -53,7 +53,7 @@ bool isListening(const Configuration& configuration, const Listening& wanted) {
     const std::vector<Socket> sockets = askable(configuration);
     return std::any_of(sockets.begin(), sockets.end(), [&](const Socket& socket) {
         return std::to_string(socket.port) == wanted.port &&
-               (socket.host.empty() || wanted.address == Any || socket.host == wanted.address);
+               (wanted.address == Any || takes(socket, wanted.address));
     });
 }
 
