@@ -626,6 +626,19 @@ def test_logs_are_rotated_and_shown(server):
     Path("/etc/logrotate.d/other").unlink()
 
 
+def test_the_logs_of_a_site_are_those_that_the_server_opens(site):
+    logs = site.root / "www"
+    site.conf.write_text(site.text().replace("IncludeOptional", f"Define there {logs}\nIncludeOptional", 1))
+    for name in ("one", "two"):
+        (site.root / f"included/{name}.conf").write_text(f"Define name {name}\nDefine path ${{there}}/${{name}}\n" + block(
+            f"127.0.0.1:{site.port}", f"{name}.example", "CustomLog ${path}.log combined", "ErrorLog '${path} err.log'", 'TransferLog "${path}.log"',
+            'CustomLog "|/bin/cat" combined', 'CustomLog "www/\\"${name}\\"" combined', root=""))
+    site.start()
+    shown = [set(site.do("site", "show", f"{name}.example", "--json").json["logs"]) for name in ("one", "two")]
+    assert shown == [{f"{logs}/{name}.log", f"{logs}/{name} err.log", f'{logs}/"{name}"'} for name in ("one", "two")]
+    assert all(os.path.exists(log) for log in shown[0] | shown[1])
+
+
 # --- all of them, as a document ---
 
 OFF = {"tls": {}, "php": {}, "proxies": [], "access": [], "redirects": [], "canonical": "off", "log_policy": {}}
