@@ -260,6 +260,8 @@ def test_a_site_is_asked_wherever_the_server_listens(server):
 
 def test_a_block_without_a_name_is_named_by_its_address(server):
     before = server.files()
+    with socket.create_server(("::1", 8450), family=socket.AF_INET6):
+        assert server.run("site", "port", "six.example", "8450", "--listen").status == 4
     server.do("site", "suspend", "--block", "127.0.0.2:80")
     assert server.get("any", ("http", "127.0.0.2"))[0] == 503
     server.do("site", "resume", "--block", "127.0.0.2:80")

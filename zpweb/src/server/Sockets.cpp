@@ -68,6 +68,18 @@ SystemAddress systemAddressOf(const Socket& socket, const char* anyAddress) {
     return where;
 }
 
+int bindError(const SystemAddress& where) {
+    if (where.length == 0) {
+        return 0;
+    }
+    const Descriptor socket(::socket(where.address.ss_family, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    const int reuse = 1;
+    ::setsockopt(socket.number(), SOL_SOCKET, SO_REUSEADDR, &reuse, sizeof reuse);
+    return ::bind(socket.number(), reinterpret_cast<const sockaddr*>(&where.address), where.length) == 0
+               ? 0
+               : errno;
+}
+
 }  // namespace
 
 std::vector<Socket> socketsOf(const Configuration& configuration) {
@@ -92,16 +104,11 @@ bool takes(const Socket& socket, const std::string& address) {
            socket.host == endpointOf(zp::conf::inBrackets(address)).address;
 }
 
+// The server listens on every address of IPv6, too, and goes without those where they are taken.
 bool isBusy(const Socket& wanted) {
-    const SystemAddress where = systemAddressOf(wanted, "0.0.0.0");
-    if (where.length == 0) {
-        return false;
-    }
-    const Descriptor socket(::socket(where.address.ss_family, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    const int reuse = 1;
-    ::setsockopt(socket.number(), SOL_SOCKET, SO_REUSEADDR, &reuse, sizeof reuse);
-    return ::bind(socket.number(), reinterpret_cast<const sockaddr*>(&where.address), where.length) != 0 &&
-           (errno == EADDRINUSE || errno == EADDRNOTAVAIL);
+    const int error = bindError(systemAddressOf(wanted, "0.0.0.0"));
+    return error == EADDRINUSE || error == EADDRNOTAVAIL ||
+           (wanted.host.empty() && bindError(systemAddressOf(wanted, "::")) == EADDRINUSE);
 }
 
 Answer ask(const Socket& server, bool proxyLine) {
