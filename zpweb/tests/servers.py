@@ -47,7 +47,8 @@ SITES = {
                        "RewriteCond %{REQUEST_URI} =/Case", "RewriteRule ^ - [L]", "RewriteRule ^/skip - [NC,S=2]", "RewriteRule ^ - [C]",
                        "RewriteCond %{REQUEST_URI} !=/kept",
                        r"RewriteRule ^/(\w*)(?:/|$) http://127.0.0.1:8081/$1 [P]"),
-    "included": block("*:80", "included.example", "Include TREE/snippets/alias.conf"),
+    "included": block("*:80", "included.example", "Include TREE/snippets/alias.conf", f"<Directory {PAGES}/more>", "Options Indexes", "</Directory>"),
+    "schemed": block("*:80", "http://schemed.example:80", "ServerAlias www.schemed.example", root="schemed.example"),
     "secure": block("*:80", "secure.example", "ServerAlias www.secure.example", "Redirect permanent / https://secure.example/", root="")
               + tls("secure.example", "ServerAlias www.secure.example"),
     "wild": "<IfDefine !Absent>\n" + textwrap.indent(block("*:80", "wild.example", "ServerAlias *.wild.example"), "\t") + "</IfDefine>\n",
@@ -101,7 +102,8 @@ class Server:
         shutil.chown(home, OWNER, OWNER)
         Path("/etc/ZeplarPanel.conf").unlink(missing_ok=True)
         (self.tree / "snippets").mkdir()
-        (self.tree / "snippets/alias.conf").write_text("ServerAlias www.included.example\n")
+        (self.tree / "snippets/alias.conf").write_text(
+            f"ServerAlias www.included.example\n<Directory {PAGES}/more>\nOptions Indexes\n</Directory>\n")
         (self.tree / "snippets/name.conf").write_text("ServerName elsewhere.example\nServerAlias www.elsewhere.example\n")
         (self.tree / "snippets/admin.conf").write_text("ServerAdmin b@shadowed.example\n")
         for name, text in SITES.items():

@@ -177,6 +177,16 @@ def test_an_answer_that_got_worse_is_told_and_with_strict_taken_back(live):
     assert f"127.0.0.2:{live.port} answers 403" in answer.err, "another listener was as bad before"
 
 
+def test_a_site_is_suspended_by_a_rule_where_nothing_redirects(live):
+    live.stop()
+    live.conf.write_text(before := "".join(line for line in live.text().splitlines(True) if "alias_module" not in line))
+    live.start()
+    live.do("site", "suspend", "shop.example")
+    assert live.get("shop.example")[0] == 503
+    live.do("site", "resume", "shop.example")
+    assert live.text() == before and live.get("shop.example") == (200, "the shop")
+
+
 def test_behind_a_proxy_that_speaks_its_protocol_a_reload_succeeds(live):
     live.stop()
     live.conf.write_text(live.text().replace("TypesConfig", "LoadModule remoteip_module /usr/lib/apache2/modules/"

@@ -100,6 +100,10 @@ def test_a_closed_directory_is_closed_or_the_command_refused(server, words, stat
     ("site set rewritten.example --redirect=/case=https://plain.example/", "redirect set"),
     ("proxy set rewritten.example /app http://127.0.0.1:8081", "take that line away"),
     (f"vdir create rewritten.example {PAGES}/plain.example --order --deny all", "access set"),
+    ("host remove included.example www.included.example", "snippets/alias.conf:1"),
+    ("host add unmet.example more.unmet.example", "is not met"),
+    (f"folder line included.example {PAGES}/more 'Options Indexes' --remove", "snippets/alias.conf:2"),
+    (f"folder delete included.example {PAGES}/more", "snippets/alias.conf:2"),
 ])
 def test_what_would_not_be_in_effect_is_refused_with_the_place_that_stands_against_it(server, words, reason):
     users = Path("/etc/webusers/passwd.plain.example")
@@ -248,7 +252,7 @@ def test_whether_a_site_is_asked_in_https_is_the_servers_to_say(server, before, 
 
 
 def test_a_site_is_asked_wherever_the_server_listens(server):
-    addresses = {"0.0.0.0:8445": "127.0.0.1:8445", "[::]:8446": "127.0.0.1:8446", "[0:0:0:0:0:0:0:1]:8447": "[::1]:8447", "[::]:8448": "*:8448", "*:8449": "*:8449"}
+    addresses = {"0.0.0.0:8445": "127.0.0.1:8445", "[::]:8446": "127.0.0.1:8446", "[0:0:0:0:0:0:0:1]:8447": "[::1]:8447", "[::]:8448": "*:8448", "*:8449": "_default_:8449"}
     for number, (listen, address) in enumerate(addresses.items()):
         server.place(f"asked{number}", f"Listen {listen}\n" + block(address, f"asked{number}.example", f"CustomLog /run/asked{number}.log %h", root="plain.example"))
     server.signal("graceful")
@@ -256,12 +260,12 @@ def test_a_site_is_asked_wherever_the_server_listens(server):
                                             for number in range(len(addresses))))
     assert [Path(f"/run/asked{number}.log").stat().st_size > 0 for number in range(len(addresses))] == [True] * len(addresses)
     server.do("site", "create", "new.example", "--owner", OWNER, "--traverse", "--address", "127.0.0.1", "--port", "8445")
+    with socket.create_server(("::1", 8450), family=socket.AF_INET6):
+        assert server.run("site", "port", "six.example", "8450", "--listen").status == 4
 
 
 def test_a_block_without_a_name_is_named_by_its_address(server):
     before = server.files()
-    with socket.create_server(("::1", 8450), family=socket.AF_INET6):
-        assert server.run("site", "port", "six.example", "8450", "--listen").status == 4
     server.do("site", "suspend", "--block", "127.0.0.2:80")
     assert server.get("any", ("http", "127.0.0.2"))[0] == 503
     server.do("site", "resume", "--block", "127.0.0.2:80")
@@ -311,7 +315,7 @@ def test_a_line_lands_within_the_block(server):
     assert server.serving() == server.all_served() - {"lower.example"}
 
 
-@pytest.mark.parametrize("site, host", [("plain", "www"), ("pair", "www"), ("quoted", "www"), ("continued", "more"), ("split", "www"), ("wild", "*"), ("defined", "www")])
+@pytest.mark.parametrize("site, host", [("plain", "www"), ("pair", "www"), ("quoted", "www"), ("continued", "more"), ("split", "www"), ("schemed", "www"), ("wild", "*"), ("defined", "www")])
 def test_a_removed_name_is_gone_and_an_added_one_leads_there(server, site, host):
     site, host = site + ".example", f"{host}.{site}.example"
     server.do("host", "remove", site, host)

@@ -174,7 +174,8 @@ def test_a_wildcard_stands_for_one_label(server):
     ([*pair("good")[:2], "--key", "/etc/ssl/foreign.key"], "its owner is not root"),
     ([*pair("good")[:2], "--key", "/home/mallory/link/privkey.pem"], "link"),
     (["--certificate", "/etc/hosts", *pair("good")[2:]], "no certificate"),
-], ids=["names", "one name", "for clients", "common name", "key", "expired", "early", "order", "expired issuer", "readable", "readable by a group", "passphrase", "owner", "foreign link", "no PEM"])
+    (["--certificate", "/etc/ssl/weak.pem", "--key", "/etc/ssl/weak.key"], "weak.pem: not usable"),
+], ids=["names", "one name", "for clients", "common name", "key", "expired", "early", "order", "expired issuer", "readable", "readable by a group", "passphrase", "owner", "foreign link", "no PEM", "too short"])
 def test_a_certificate_that_clients_would_turn_away_from_is_refused(server, words, reason):
     own, issuer = [part + "-----END CERTIFICATE-----\n" for part in (LIVE / "good/fullchain.pem").read_text().split("-----END CERTIFICATE-----\n")[:2]]
     Path("/etc/ssl/disordered.pem").write_text(own + own + issuer)
@@ -189,6 +190,9 @@ def test_a_certificate_that_clients_would_turn_away_from_is_refused(server, word
     os.chown("/etc/ssl/foreign.key", 1000, 0)
     if "locked" in str(words):
         openssl("pkey", "-in", LIVE / "good/privkey.pem", "-aes128", "-passout", "pass:x", "-out", "/etc/ssl/locked.key")
+    if "weak" in str(words):
+        openssl("req", "-x509", "-newkey", "rsa:1024", "-nodes", "-subj", "/CN=x", "-addext", f"subjectAltName=DNS:{SITE},DNS:www.{SITE}",
+                "-keyout", "/etc/ssl/weak.key", "-out", "/etc/ssl/weak.pem")
     Path("/home/mallory").mkdir(exist_ok=True)
     os.chown("/home/mallory", 1000, 1000)
     if not Path("/home/mallory/link").is_symlink():
@@ -215,6 +219,54 @@ def test_a_certificate_that_its_owner_could_take_away_is_told(server):
     os.chown(link, 1000, 1000, follow_symlinks=False)
     assert f"{link} is not root's alone" in server.do("tls", "on", SITE, "--certificate", link, "--key", LIVE / "good/privkey.pem").err
     assert "not root's alone" not in server.do("tls", "on", SITE, *pair("good")).err + server.run("doctor").out
+    shutil.copy(LIVE / "good/fullchain.pem", "/etc/ssl/given.pem")
+    os.chown("/etc/ssl/given.pem", 1000, 1000)
+    assert "/etc/ssl/given.pem is not root's alone" in server.do("tls", "on", SITE, "--certificate", "/etc/ssl/given.pem", *pair("good")[2:]).err
+
+
+def test_a_certificate_for_addresses(server):
+    issue("addressed", SITE, more=",IP:192.0.2.7,IP:2001:db8::1")
+    server.place("numbered", block("*:80", "192.0.2.7", root=SITE))
+    server.signal("graceful")
+    assert "is not for 192.0.2.7" in server.run("tls", "on", "192.0.2.7", *pair("good")).err
+    server.do("tls", "on", "192.0.2.7", *pair("addressed"))
+    rows = server.do("tls", "list", "--json").json["certificates"]
+    assert [row["names"] for row in rows if row["site"] == "192.0.2.7"] == [[SITE, "192.0.2.7", "2001:db8::1"]]
+
+
+def test_tls_whose_setting_cannot_be_read_is_left_alone(server):
+    assert server.run("tls", "renewed", SITE).status == 6
+    server.do("tls", "on", SITE, *pair("good"))
+    [file] = server.tree.rglob(f"zpweb.d/{SITE}/tls.conf")
+    file.write_text("".join("# {\n" if number == 1 else line for number, line in enumerate(file.read_text().splitlines(True))))
+    before = server.files()
+    for words in (["tls", "off", SITE, "--overwrite"], ["tls", "on", SITE, *pair("wild"), "--any-name", "--overwrite"]):
+        answer = server.run(*words)
+        assert answer.status == 1 and "its second line" in answer.err and server.files() == before, answer
+
+
+def test_an_https_block_has_each_address_once_and_the_line_ends_of_the_other(site):
+    issue("shop", "shop.example,www.shop.example")
+    text = site.text().replace(f":{site.port}>", f":{site.port} 127.0.0.1:{free_port()}>").replace("\n", "\r\n").encode()
+    site.conf.write_bytes(text)
+    site.do("tls", "on", "shop.example", *pair("shop"), "--https-port", port := free_port(), "--no-check")
+    made = site.conf.read_bytes()
+    blocks = made[made.index(b"<VirtualHost"):]
+    assert b"<VirtualHost 127.0.0.1:%d>\r\n" % port in blocks and blocks.count(b"\n") == blocks.count(b"\r\n")
+    site.do("tls", "off", "shop.example", "--no-check")
+    assert site.conf.read_bytes().endswith(text[text.index(b"<VirtualHost"):])
+
+
+def test_behind_a_balancer_the_certificate_is_looked_at(server):
+    main = server.main.read_text()
+    server.main.write_text(main + f"LoadModule remoteip_module /usr/lib/apache2/modules/mod_remoteip.so\nRemoteIPProxyProtocol On\n")
+    subprocess.run([*server.control, "-k", "graceful"], check=True, capture_output=True)
+    await_true(lambda: server.get(SITE)[0] != 200)
+    answers = [server.run("tls", "on", SITE, *pair("good")), server.run("access", "set", "six.example", "/x", "--allow", "::1")]
+    server.main.write_text(main)
+    server.signal("graceful")
+    await_true(lambda: server.get(SITE)[0] == 200)
+    assert [answer.status for answer in answers] == [0, 0] and shown(SITE) == fingerprint("good"), answers
 
 
 def test_a_renewed_certificate_is_taken_up_or_refused(server):
@@ -438,7 +490,9 @@ def test_php_of_a_site_that_lets_this_host_in_nowhere(server, fpm):
 
 def test_php_that_does_not_run_is_taken_back(server, fpm):
     before = server.files()
-    assert server.run("php", "set", SITE, "--fpm", "127.0.0.1:9").status == 1
+    for pool in ("127.0.0.1:9", "[::1]:9"):
+        answer = server.run("php", "set", SITE, "--fpm", pool)
+        assert answer.status == 1 and "refused" in answer.err, answer
     assert server.run("php", "set", SITE, "--fpm", "nowhere").status == 2
     closed = server.tree / server.included / "zz-closed.conf"
     closed.write_text('<Directory /var/www>\n<FilesMatch "php$">\nRequire all denied\n</FilesMatch>\n</Directory>\n')
@@ -512,6 +566,29 @@ def test_an_application_answers_behind_the_proxy(server):
     assert without_modules(server.files()) == without_modules(before)
 
 
+def test_an_application_that_speaks_https_or_is_not_reached(server):
+    server.do("proxy", "set", SITE, "/app", "https://127.0.0.1:443")
+    assert ask(SITE, "/app/")[::2] == (200, "both.example")
+    if isinstance(server, RedHat):
+        pytest.skip("the same there, and it takes its time")
+    server.do("site", "suspend", "proxied.backend.example")
+    before = server.files()
+    answer = server.run("proxy", "set", SITE, "/none", "http://localhost:8081")
+    assert answer.status == 4 and "answers 503" in answer.err and server.files() == before, answer
+
+
+def test_websockets_pass_an_older_server(server, tmp_path):
+    [program] = [name for name in ("apache2", "httpd") if shutil.which(name)]
+    (tmp_path / program).write_text(f"#!/bin/sh\n{shutil.which(program)} \"$@\" | sed 's,Apache/2.4.[0-9]*,Apache/2.4.37,'\n")
+    (tmp_path / program).chmod(0o755)
+    with Application():
+        for path in ("/a.b", "/"):
+            server.do("proxy", "set", SITE, path, "http://127.0.0.1:3000", "--websocket", env={**os.environ, "PATH": f"{tmp_path}:{os.environ['PATH']}"})
+            assert echoed(f"ws://{SITE}{path}/socket", "hello") == "hello" and ask(SITE, path)[0] == 200
+    [file] = server.tree.rglob(f"zpweb.d/{SITE}/proxy.conf")
+    assert "upgrade=" not in file.read_text()
+
+
 # --- access ---
 
 
@@ -521,10 +598,13 @@ def test_an_application_answers_behind_the_proxy(server):
     (["--deny", "all", "--allow", "127.1.0.0/16"], {"127.0.0.1": 403, "127.1.2.3": 200}),
     (["--allow", "127.0.0.0/8", "--deny", "127.0.0.2"], {"127.0.0.1": 200, "127.0.0.2": 403}),
     (["--deny", "all"], {"127.0.0.1": 403}),
+    (["--deny", "127.0.0.2", "--allow", "all"], {"127.0.0.1": 200, "127.0.0.2": 403}),
+    (["--users", "ann", "--users", "valid-user", "--user-file", "/etc/users"], {"127.0.0.1": 401}),
     (["--users", "joe", "--user-file", "/etc/users"], {"127.0.0.1": 401}),
 ])
 def test_access_is_in_effect_by_address(server, words, answers):
-    Path("/etc/users").write_text(subprocess.run(["htpasswd", "-nbB", "joe", "secret"], capture_output=True, text=True).stdout)
+    joe = subprocess.run(["htpasswd", "-nbB", "joe", "secret"], capture_output=True, text=True).stdout
+    Path("/etc/users").write_text(joe + joe.replace("joe", "ann"))
     before = server.files()
     admin = Path(f"/var/www/{SITE}/admin")
     admin.mkdir(exist_ok=True)
@@ -537,6 +617,17 @@ def test_access_is_in_effect_by_address(server, words, answers):
     assert server.do("access", "show", SITE, "--json").json["access"][0]["path"] == "/admin"
     server.do("access", "off", SITE, "/admin")
     assert without_modules(server.files()) == without_modules(before)
+
+
+def test_access_by_an_address_of_ipv6(server):
+    for words, status in ((["--allow", "::1"], 404), (["--allow", "192.0.2.7"], 403), (["--deny", "::1"], 403)):
+        server.do("access", "set", "six.example", "/admin", *words)
+        assert server.get("six.example", ("http", "::1"), "/admin/")[0] == status, words
+    for words in (["access", "off", SITE, "/none"], ["proxy", "remove", SITE, "/none"]):
+        assert server.run(*words).status == 6
+    both = [{"command": f"access {word}", "arguments": [SITE, "/both"], "options": options} for word, options in (("set", {"deny": ["all"]}), ("off", {}))]
+    server.do("apply", "-", input="\n".join(map(json.dumps, both)))
+    assert ask(SITE, "/both/")[0] == 404
 
 
 def test_the_longer_path_counts_whichever_was_set_first(server):
@@ -593,6 +684,20 @@ def test_the_catch_all_answers_for_unknown_names(server):
     server.do("undo")
     assert server.get("unknown.invalid", TLS) == (421, "nobody here")
     server.do("undo")
+
+
+def test_the_catch_all_of_a_server_without_directories_for_sites(site):
+    for end in ("", "\n"):
+        site.conf.write_text(before := site.text().rstrip("\n") + end)
+        assert site.run("server", "catch-all", "on", "--page", "/etc/shadow").status == 1
+        site.do("server", "catch-all", "on", "--no-check")
+        [file] = site.root.glob("zpweb.d/*.conf")
+        assert site.text() == before.replace("<VirtualHost", f'Include "{file}"\n<VirtualHost', 1) and "SSLEngine" not in file.read_text()
+        site.do("server", "catch-all", "off")
+        assert site.text() == before and not file.exists()
+    assert site.do("server", "catch-all", "off", "--json").json["changed"] is False
+    site.do("site", "delete", "shop.example")
+    assert "no site" in site.run("server", "catch-all", "on").err
 
 
 # --- logs ---
