@@ -280,6 +280,9 @@ TEST(Postconditions, KnowEveryPathThatLeadsToADirectory) {
              {"", "AliasMatch ^/ps?/(.*) /srv/$1", "/p"},
              {"", "AliasMatch ^/p(.*) /srv$1", "/other", true},
              {"", "AliasMatch ^/p(.*) /else/$1", "/p", true},
+             {"<Location /in>\n  ProxyPass http://127.0.0.1:1/\n</Location>", "DocumentRoot /srv", "/x"},
+             {"<Location /i>\n  ProxyPass http://127.0.0.1:1/\n</Location>", "DocumentRoot /srv", "/x",
+              true},
          }) {
         const Reading reading = Reading::parse(
             "VirtualHost configuration:\n*:80  a (/a.conf:9)\n# In file: /a.conf\n#   1:\nListen 80\n" +

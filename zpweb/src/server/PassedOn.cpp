@@ -15,26 +15,32 @@ bool isBelow(const std::string& path, const std::string& above) {
 
 // "<Location /app>", "<Location ~ ^/a>", "<LocationMatch ^/a>"
 bool concerns(const Directive& section, const std::string& path) {
-    const std::vector<std::string> words = argumentsIn(section.arguments);
-    const bool tilde = words.size() > 1 && words.front() == "~";
-    if (!section.section || words.empty()) {
+    const bool match = section.is("LocationMatch");
+    const std::vector<std::string> words = section.section && (match || section.is("Location"))
+                                               ? argumentsIn(section.arguments)
+                                               : std::vector<std::string>();
+    if (words.empty()) {
         return false;
     }
-    if (section.is("LocationMatch") || (section.is("Location") && tilde)) {
-        return findsIn(words.back(), path);
-    }
-    return section.is("Location") && isBelow(path, words.front());
+    const bool tilde = words.size() > 1 && words.front() == "~";
+    return match || tilde ? findsIn(words.back(), path) : isBelow(path, words.front());
 }
 
 bool passesOn(const Directive& directive) {
     return directive.is("ProxyPass") || directive.is("ProxyPassMatch");
 }
 
-// A section of the block for a path above this one says so, the last one counts.
-const Directive* bySection(const Reading& reading, uint32_t block, const std::string& path) {
+uint32_t endOf(const Reading& reading, uint32_t section) {
+    const auto& all = reading.directives();
+    return section == Directive::None ? static_cast<uint32_t>(all.size()) : all[section].end;
+}
+uint32_t beginOf(uint32_t section) { return section == Directive::None ? 0 : section + 1; }
+
+// A section for a path above this one says so, the last one counts.
+const Directive* bySection(const Reading& reading, uint32_t within, const std::string& path) {
     const auto& all = reading.directives();
     const Directive* found = nullptr;
-    for (uint32_t i = block + 1; i < all[block].end; i = all[i].end) {
+    for (uint32_t i = beginOf(within); i < endOf(reading, within); i = all[i].end) {
         const uint32_t end = concerns(all[i], path) ? all[i].end : i;
         for (uint32_t inner = i + 1; inner < end; inner = all[inner].end) {
             found = passesOn(all[inner]) ? &all[inner] : found;
@@ -52,9 +58,7 @@ bool isFor(const Directive& pass, const std::string& path) {
 // The first one counts.
 const Directive* byLine(const Reading& reading, uint32_t section, const std::string& path) {
     const auto& all = reading.directives();
-    const bool server = section == Directive::None;
-    const auto end = server ? static_cast<uint32_t>(all.size()) : all[section].end;
-    for (uint32_t i = server ? 0 : section + 1; i < end; i = all[i].end) {
+    for (uint32_t i = beginOf(section); i < endOf(reading, section); i = all[i].end) {
         if (passesOn(all[i]) && isFor(all[i], path)) {
             return &all[i];
         }
@@ -73,7 +77,11 @@ const Directive* passedOn(const Reading& reading, uint32_t block, const std::str
     if (const Directive* rule = passedOnByRule(reading, block, path)) {
         return rule;
     }
-    const Directive* pass = block == Directive::None ? nullptr : bySection(reading, block, path);
+    // The block's sections come behind the server's, its lines too.
+    const Directive* pass = nullptr;
+    for (const uint32_t section : {block, Directive::None}) {
+        pass = pass != nullptr ? pass : bySection(reading, section, path);
+    }
     for (const uint32_t section : {Directive::None, block}) {
         pass = pass != nullptr ? pass : byLine(reading, section, path);
     }
