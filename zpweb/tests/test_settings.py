@@ -255,6 +255,9 @@ def test_an_https_block_has_each_address_once_and_the_line_ends_of_the_other(sit
     assert b"<VirtualHost 127.0.0.1:%d>\r\n" % port in blocks and blocks.count(b"\n") == blocks.count(b"\r\n")
     site.do("tls", "off", "shop.example", "--no-check")
     assert site.conf.read_bytes().endswith(text[text.index(b"<VirtualHost"):])
+    site.conf.write_text(site.text() + f"Listen 127.0.0.9:{port + 1}\n")
+    answer = site.run("tls", "on", "shop.example", *pair("shop"), "--https-port", port + 1, "--no-check")
+    assert answer.status == 3 and f"does not listen on 127.0.0.1:{port + 1}" in answer.err, answer
 
 
 def test_behind_a_balancer_the_certificate_is_looked_at(server):

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <functional>
 
+#include "server/Sockets.h"
 #include "settings/HttpsBlocks.h"
 #include "settings/KeptCertificate.h"
 #include "settings/Lineage.h"
@@ -120,6 +121,28 @@ Outcome provideServer(Transaction& change, const std::string& site, const TlsSet
     return outcome.ok() ? requireListen(change, setting.port, http) : outcome;
 }
 
+bool isAddress(const Socket& socket) {
+    return socket.host.find_first_not_of("0123456789abcdefABCDEF:.") == std::string::npos;
+}
+
+// A Listen line for the port alone may be for other addresses. What one with a variable or a name stands
+// for is the server's to know.
+Outcome isListenedTo(const Configuration& configuration, const std::vector<std::string>& made) {
+    const std::vector<Socket> sockets = askable(configuration);
+    for (const std::string& each : made) {
+        const Endpoint at = endpointOf(each);
+        const bool heard = std::any_of(sockets.begin(), sockets.end(), [&at](const Socket& socket) {
+            return socket.port == at.port &&
+                   (at.address == "*" || !isAddress(socket) || takes(socket, at.address));
+        });
+        if (!heard) {
+            return failure(Status::Refused, "the server does not listen on " + each +
+                                                ": zpweb directive add Listen " + each);
+        }
+    }
+    return done();
+}
+
 // What the server has come through with is at hand when a renewal fails.
 void keepOnceCertain(Transaction& change, const TlsSetting& setting) {
     const KeptCertificate kept = keptOf(change, setting);
@@ -205,6 +228,7 @@ Outcome setTls(Transaction& change, const std::string& site, TlsSetting setting,
     setting.made = before ? before->made : setting.made;
     outcome = provideServer(change, site, setting);
     outcome = outcome.ok() ? makeHttpsBlocks(change, site, setting.port, setting.made) : outcome;
+    outcome = outcome.ok() ? isListenedTo(change.configuration(), setting.made) : outcome;
     outcome = outcome.ok() ? write(change, site, setting, overwrite) : outcome;
     const int redirect = setting.redirect ? setting.port : 0;
     if (!outcome.ok() || redirectsOf(change, site).httpsPort == redirect) {
