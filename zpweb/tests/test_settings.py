@@ -626,11 +626,6 @@ def test_access_by_an_address_of_ipv6(server):
     for words, status in ((["--allow", "::1"], 404), (["--allow", "192.0.2.7"], 403), (["--deny", "::1"], 403)):
         server.do("access", "set", "six.example", "/admin", *words)
         assert server.get("six.example", ("http", "::1"), "/admin/")[0] == status, words
-    for words in (["access", "off", SITE, "/none"], ["proxy", "remove", SITE, "/none"]):
-        assert server.run(*words).status == 6
-    both = [{"command": f"access {word}", "arguments": [SITE, "/both"], "options": options} for word, options in (("set", {"deny": ["all"]}), ("off", {}))]
-    server.do("apply", "-", input="\n".join(map(json.dumps, both)))
-    assert ask(SITE, "/both/")[0] == 404
 
 
 def test_the_longer_path_counts_whichever_was_set_first(server):
@@ -698,9 +693,6 @@ def test_the_catch_all_of_a_server_without_directories_for_sites(site):
         assert site.text() == before.replace("<VirtualHost", f'Include "{file}"\n<VirtualHost', 1) and "SSLEngine" not in file.read_text()
         site.do("server", "catch-all", "off")
         assert site.text() == before and not file.exists()
-    assert site.do("server", "catch-all", "off", "--json").json["changed"] is False
-    site.do("site", "delete", "shop.example")
-    assert "no site" in site.run("server", "catch-all", "on").err
 
 
 # --- logs ---

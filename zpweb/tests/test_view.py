@@ -342,11 +342,3 @@ def test_blocks_of_a_site_are_told_apart(machine):
     machine.conf.write_text(ODD.replace("Options Indexes FollowSymLinks", "Options All"))
     (folder,) = machine.do("export", "shop.example", "--no-check").json["sites"][0]["directories"]
     assert folder["options"] == ["+Indexes", "+Includes", "+FollowSymLinks", "-MultiViews", "+ExecCGI"]
-
-
-def test_a_directory_that_is_included_is_gone_through_to_its_end(site):
-    (inner := site.root / "included/a/b").mkdir(parents=True)
-    (inner / "deep.conf").write_text(f"<VirtualHost 127.0.0.1:{site.port}>\nServerName deep.example\n</VirtualHost>\n")
-    site.conf.write_text(site.text().replace("IncludeOptional included/*.conf", "Include included"))
-    site.do("host", "add", "deep.example", "more.example")
-    assert "ServerAlias more.example" in (inner / "deep.conf").read_text()
