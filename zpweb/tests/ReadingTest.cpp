@@ -264,7 +264,7 @@ TEST(Postconditions, SeeWhatLetsOthersIn) {
 // Whoever may come in by any of the paths that lead to the directory is let in.
 TEST(Postconditions, KnowEveryPathThatLeadsToADirectory) {
     struct Case {
-        const char *server, *own, *location;  // which lets everybody in
+        const char *server = "", *own = "", *location = "";  // which lets everybody in
         bool holds = false;
     };
     for (const Case& each : std::initializer_list<Case>{

@@ -1,4 +1,6 @@
 // directive get: a directive's value, of the server or of a site.
+#include <algorithm>
+
 #include "commands/Commands.h"
 #include "commands/shared/AskedServer.h"
 #include "commands/shared/Directives.h"
@@ -43,9 +45,10 @@ bool lookFromEnd(Found& found, const Configuration& configuration, const Configu
         if ((has && include->line < own.number) || file.blockAt(include->line) != nullptr) {
             continue;
         }
-        const auto paths = configuration.included(include->pattern);
-        for (auto path = paths.rbegin(); path != paths.rend(); ++path) {
-            const ConfigurationFile* part = configuration.file(*path);
+        std::vector<std::string> paths = configuration.included(include->pattern);
+        std::reverse(paths.begin(), paths.end());
+        for (const std::string& path : paths) {
+            const ConfigurationFile* part = configuration.file(path);
             if (part != nullptr && lookFromEnd(found, configuration, *part, name, depth + 1)) {
                 return true;
             }
