@@ -2,6 +2,7 @@
 #pragma once
 
 #include <span>
+#include <string_view>
 
 namespace zp::host {
 
@@ -57,6 +58,10 @@ inline constexpr const char* ModulesDirectoriesOf64Bits[] = {
 inline constexpr Build Of64Bits{"/usr/local/zeplarpanel/config/suphp/suphp_x64",
                                 "/usr/local/zeplarpanel/config/suphp/mod_suphp_x64.so",
                                 ModulesDirectoriesOf64Bits};
+// By what the kernel tells of itself.
+inline const Build& buildFor(std::string_view kernel) {
+    return kernel.find("x86_64") != std::string_view::npos ? Of64Bits : Of32Bits;
+}
 }  // namespace suphp
 
 namespace program {

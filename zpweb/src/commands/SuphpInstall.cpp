@@ -7,7 +7,7 @@
 #include "commands/Commands.h"
 #include "commands/shared/Operation.h"
 #include "commands/shared/ServerUser.h"
-#include "conf/Text.h"
+#include "conf/SuPhpConfiguration.h"
 #include "host/Paths.h"
 #include "sys/File.h"
 
@@ -36,22 +36,14 @@ bool isCopy(const std::string& path, const std::string& source) {
 }
 
 bool isConfigured(const std::string& user, const Arguments& given) {
-    const auto text = readFile(suphp::Template);
-    std::string wanted = text.ok() ? *text : "";
-    for (const auto& [placeholder, value] : {std::pair("{APACHE_USER}", user),
-                                             {"{WEBSPACE_PATH}", given[Webspace]},
-                                             {"{PHP-CGI_PATH}", "php:" + given[Php]},
-                                             {"{PHP5-CGI_PATH}", "php:" + given[Php]}}) {
-        wanted = zp::conf::replaceAll(wanted, placeholder, value);
-    }
     const auto is = readFile(suphp::Configuration);
-    return text.ok() && is.ok() && *is == wanted;
+    const auto wanted = zp::conf::suPhpConfiguration(user, given[Webspace], given[Php]);
+    return is.ok() && wanted && *is == *wanted;
 }
 
 const suphp::Build& buildForHost() {
     utsname system{};
-    const bool is64Bit = ::uname(&system) == 0 && std::string(system.machine) == "x86_64";
-    return is64Bit ? suphp::Of64Bits : suphp::Of32Bits;
+    return suphp::buildFor(::uname(&system) == 0 ? system.machine : "");
 }
 
 // The first that is not as it should be, for the operation tells of nothing that went wrong. Empty when all

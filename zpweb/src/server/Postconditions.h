@@ -20,7 +20,7 @@ std::vector<const VirtualHost*> hostsOf(const Reading& reading, const BlocksOf& 
 
 // The site has a block, and the name leads to one of its blocks wherever the site listens.
 Postcondition leadsToSite(const std::string& name, const BlocksOf& blocks);
-// The site's own name leads to it, too, wherever it listens; done where the server has no block of it.
+// The site's own name leads to it wherever it listens; also where the server has no block of it.
 Postcondition leadsToSiteIfServed(const std::string& site);
 // No block of the site carries the name.
 Postcondition leadsThereNoMore(const std::string& name, const BlocksOf& blocks);
