@@ -22,39 +22,52 @@ constexpr auto Number =
 constexpr auto TakeBack = flag("--overdue", "Confirm nothing: take back what was not confirmed in time");
 constexpr auto Wait = flag("--wait", "With --overdue: until no change waits for a confirmation");
 
-// Until each is confirmed or taken back. One that cannot be taken back is left to the next command.
+std::chrono::seconds untilNext(const std::vector<Unconfirmed>& all) {
+    const auto next = std::min_element(
+        all.begin(), all.end(),
+        [](const Unconfirmed& a, const Unconfirmed& b) { return a.deadline < b.deadline; });
+    return std::chrono::seconds{next->deadline + 1 - std::time(nullptr)};
+}
+
+// Until each is confirmed or taken back. What goes wrong for a moment is tried again; what cannot be taken
+// back then is left to the next command.
 Outcome watch(Session& session, const State& state) {
-    for (;;) {
-        const std::vector<Unconfirmed> all = unconfirmedOf(state);
-        if (all.empty()) {
+    constexpr int Attempts = 5;
+    constexpr std::chrono::seconds Pause{1};
+    constexpr std::chrono::seconds Longest{60};  // the clock may be set meanwhile
+    for (int failed = 0; failed < Attempts;) {
+        const auto all = unconfirmedOf(state);
+        if (all.ok() && all->empty()) {
             return done();
         }
-        const auto next = std::min_element(
-            all.begin(), all.end(),
-            [](const Unconfirmed& a, const Unconfirmed& b) { return a.deadline < b.deadline; });
-        // The clock may be set meanwhile.
-        constexpr std::chrono::seconds Longest{60};
-        const std::chrono::seconds left{next->deadline + 1 - std::time(nullptr)};
+        const std::chrono::seconds left = all.ok() ? untilNext(*all) : std::chrono::seconds(0);
         if (left.count() > 0) {
             std::this_thread::sleep_for(std::min(left, Longest));
         } else if (takeBackOverdue(session).empty()) {
-            return failure("not all that is overdue could be taken back");
+            std::this_thread::sleep_for(++failed * Pause);
         }
     }
+    return failure("not all that is overdue could be taken back");
 }
 
 Outcome noneIsOverdue(const State& state, const std::vector<int>& taken) {
-    const auto known = checkpointsAwaited(state);
-    const std::vector<Unconfirmed> all = unconfirmedOf(state);
-    const bool any = std::any_of(all.begin(), all.end(), [&](const Unconfirmed& each) {
+    const auto all = unconfirmedOf(state);
+    if (!all.ok()) {
+        return all.outcome();
+    }
+    const bool any = std::any_of(all->begin(), all->end(), [&](const Unconfirmed& each) {
         return each.isOverdue() && std::find(taken.begin(), taken.end(), each.checkpoint) == taken.end();
     });
-    return known.ok() && any ? failure("not all that is overdue could be taken back") : known.outcome();
+    return any ? failure("not all that is overdue could be taken back") : done();
 }
 
 Expected<std::vector<int>> chosen(const Session& session, const State& state, std::optional<int> number) {
+    const auto all = unconfirmedOf(state);
+    if (!all.ok()) {
+        return all.outcome();
+    }
     std::vector<int> waiting;
-    for (const Unconfirmed& each : unconfirmedOf(state)) {
+    for (const Unconfirmed& each : *all) {
         const auto checkpoint = Checkpoint::read(state.checkpoint(each.checkpoint));
         const std::string& label = session.settings.label;
         if (checkpoint && (!number || *number == each.checkpoint) &&

@@ -26,7 +26,8 @@ int numberOf(const Json& entry) {
 // Until when changes wait for a confirmation, by the numbers of their checkpoints.
 std::map<int, std::string> waitingOf(const State& state) {
     std::map<int, std::string> waiting;
-    for (const Unconfirmed& each : unconfirmedOf(state)) {
+    const auto all = unconfirmedOf(state);
+    for (const Unconfirmed& each : all.ok() ? *all : std::vector<Unconfirmed>()) {
         waiting[each.checkpoint] = timeOf(each.deadline);
     }
     return waiting;

@@ -47,13 +47,15 @@ Outcome write(const State& state, const std::vector<Unconfirmed>& all) {
 
 }  // namespace
 
-std::vector<Unconfirmed> unconfirmedOf(const State& state) {
-    const auto known = entries(state);
-    std::vector<Unconfirmed> all = known.ok() ? *known : std::vector<Unconfirmed>();
-    std::erase_if(all, [&](const Unconfirmed& each) {
-        const auto checkpoint = Checkpoint::read(state.checkpoint(each.checkpoint));
-        return !checkpoint || checkpoint->undone || !checkpoint->change.isFor(state.configuration);
-    });
+Expected<std::vector<Unconfirmed>> unconfirmedOf(const State& state) {
+    auto all = entries(state);
+    if (all.ok()) {
+        std::erase_if(*all, [&](const Unconfirmed& each) {
+            const auto checkpoint = Checkpoint::read(state.checkpoint(each.checkpoint));
+            return checkpoint ? checkpoint->undone || !checkpoint->change.isFor(state.configuration)
+                              : !stands(state, each);
+        });
+    }
     return all;
 }
 

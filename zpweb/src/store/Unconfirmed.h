@@ -21,8 +21,8 @@ struct Unconfirmed {
 };
 
 // Those of this configuration that stand, oldest first. One whose change did not come about, or that is
-// taken back, is none.
-std::vector<Unconfirmed> unconfirmedOf(const State& state);
+// taken back, is none; one whose checkpoint cannot be read may stand.
+Expected<std::vector<Unconfirmed>> unconfirmedOf(const State& state);
 // The checkpoints that the file names, whether they stand or not.
 Expected<std::vector<int>> checkpointsAwaited(const State& state);
 // Under the lock.

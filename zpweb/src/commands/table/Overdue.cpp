@@ -15,8 +15,8 @@ namespace {
 
 bool waits(const State& state, int checkpoint) {
     const auto all = unconfirmedOf(state);
-    return std::any_of(all.begin(), all.end(),
-                       [&](const Unconfirmed& each) { return each.checkpoint == checkpoint; });
+    return !all.ok() || std::any_of(all->begin(), all->end(),
+                                    [&](const Unconfirmed& each) { return each.checkpoint == checkpoint; });
 }
 
 // As a run of its own, with what the change was made with.
@@ -45,9 +45,14 @@ std::vector<int> takeBackOverdue(Session& session) {
     if (!main.ok() || ::geteuid() != 0 || !exists(state.unconfirmed())) {
         return taken;
     }
-    std::vector<Unconfirmed> all = unconfirmedOf(state);
-    std::reverse(all.begin(), all.end());
-    for (const Unconfirmed& each : all) {
+    auto all = unconfirmedOf(state);
+    if (!all.ok()) {
+        session.output.warning("which changes were not confirmed in time is not known: " +
+                               all.outcome().message);
+        return taken;
+    }
+    std::reverse(all->begin(), all->end());
+    for (const Unconfirmed& each : *all) {
         const std::string name = "checkpoint " + std::to_string(each.checkpoint);
         if (!each.isOverdue()) {
             continue;
