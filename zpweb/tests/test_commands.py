@@ -319,9 +319,10 @@ def test_directives_folders_modules_and_parameters(site):
     site.do("directive", "insert", "Timeout", "60", "--before", "Listen")
     assert f"Timeout 60\nListen 127.0.0.1:{site.port}\n" in site.text()
     site.do("folder", "add", "shop.example", "/srv/a", "--line", "Options None")
-    site.do("folder", "set", "shop.example", "/srv/a", "--line", "Options All", "--line", "AllowOverride None")
-    assert site.do("folder", "line", "shop.example", "/srv/a", "Options All", "--json").json["changed"] is False
-    site.do("folder", "line", "shop.example", "/srv/a", "AllowOverride None", "--remove")
+    site.do("folder", "set", "shop.example", "/srv/a", "--line", "Options All", "--line", "Require ip 192.0.2.12")
+    for line, *remove, changes in (("Options  \"All\"", False), ("Require ip 192.0.2.1", "--remove", False), ("Require ip 192.0.2.1", True),
+                                   ("Require ip 192.0.2.12", "--remove", True), ("Require ip 192.0.2.1", "--remove", True)):
+        assert site.do("folder", "line", "shop.example", "/srv/a", line, *remove, "--json").json["changed"] is changes, line
     site.do("folder", "move", "shop.example", "/srv/a", "/srv/b")
     assert '\t<Directory "/srv/b">\n\t\tOptions All\n\t</Directory>\n' in block(site)
     site.do("folder", "delete", "shop.example", "/srv/b")

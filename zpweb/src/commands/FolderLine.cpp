@@ -31,12 +31,14 @@ Outcome haveLine(Transaction& change, const Site& site, const Arguments& given) 
     expectOf(change, blocksAskedFor(site, given), directory, line,
              remove ? directoryLacks(blocks, directory, line)
                     : directoryHas(blocks, directory, {line}, Holders::Some));
-    return editSections(change, site, given, differs,
-                        [&](ApacheHelper& helper, const std::string& staged, const std::string& name,
-                            const std::string& path) {
-                            return helper.Apache_UpdateVHDirectiveContents(
-                                staged, name, "<Directory \"" + path + "\"", given[TheLine], !remove);
-                        });
+    return editSections(
+        change, site, given, differs,
+        [&](ApacheHelper& helper, const std::string& staged, const std::string& name,
+            const std::string& path) {
+            return helper.Apache_UpdateVHDirectiveContents(staged, name, "<Directory \"" + path + "\"",
+                                                           line, !remove);
+        },
+        isLine(line));
 }
 
 }  // namespace

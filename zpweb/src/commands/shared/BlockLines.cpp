@@ -13,8 +13,8 @@ namespace {
 bool isDirectoryBlock(const Statement& statement) { return statement.opens("Directory"); }
 
 // A new section comes before the first one; in a block without any, to its end.
-void showDirectories(View& view) {
-    view.showSections(isDirectoryBlock);
+void showDirectories(View& view, const StatementTest& inner) {
+    view.showSections(isDirectoryBlock, inner);
     const auto& lines = view.lines();
     if (std::none_of(lines.begin(), lines.end(),
                      [](const ViewLine& line) { return line.kind == ViewLine::Kind::SectionOpens; })) {
@@ -32,17 +32,28 @@ bool hasSection(const Block& block, const std::string& directory) {
     });
 }
 
+StatementTest isLine(const std::string& line) {
+    return [line](const Statement& statement) {
+        const Statements asked(line);
+        const std::vector<Word> wanted = asked.size() == 1 ? asked[0].words() : std::vector<Word>();
+        const std::vector<Word> words = statement.words();
+        return asked.size() == 1 && asked[0].kind == statement.kind &&
+               zp::conf::equalIgnoringCase(asked[0].name, statement.name) &&
+               std::equal(words.begin(), words.end(), wanted.begin(), wanted.end(),
+                          [](const Word& one, const Word& other) { return one.value() == other.value(); });
+    };
+}
+
 bool hasLine(const Block& block, const std::string& directory, const std::string& line) {
     const Statements statements(block);
     const StatementTest opens = opensDirectory(directory);
     return std::any_of(statements.begin(), statements.end(), [&](const Statement& statement) {
-        return statement.section != None && opens(statements[statement.section]) &&
-               zp::conf::beginsIgnoringCase(canonical(statement), line);
+        return statement.section != None && opens(statements[statement.section]) && isLine(line)(statement);
     });
 }
 
 Outcome editSections(Transaction& change, const Site& site, const Arguments& given, const BlockTest& test,
-                     const BlockCall& call) {
+                     const BlockCall& call, const StatementTest& inner) {
     const std::string directory = given[BlockDirectory];
     auto blocks = runningBlocks(change.configuration(), site, given);
     if (!blocks.ok()) {
@@ -55,7 +66,7 @@ Outcome editSections(Transaction& change, const Site& site, const Arguments& giv
     }
     return editBlocks(change, *blocks,
                       {.bound = zp::conf::bound::Directive,
-                       .show = showDirectories,
+                       .show = [&](View& view) { showDirectories(view, inner); },
                        .run =
                            [&](const std::string& staged, const std::string& domain) {
                                ApacheHelper helper;
