@@ -53,13 +53,24 @@ def test_what_is_asked_for_is_no_impact(shared):
 
 
 @pytest.mark.parametrize("number", [0, 1, 2])
-def test_of_blocks_without_a_name_at_one_address_one_is_meant(site, number):
-    blocks = [f"<VirtualHost 127.0.0.1:{site.port}>\n    ServerAdmin {i}@shop.example\n</VirtualHost>\n" for i in range(3)]
+@pytest.mark.parametrize("same", [False, True])
+def test_of_blocks_without_a_name_at_one_address_one_is_meant(site, number, same):
+    blocks = [f"<VirtualHost 127.0.0.1:{site.port}>\n    ServerAdmin {i * (not same)}@shop.example\n</VirtualHost>\n" for i in range(3)]
     above = site.text()
     site.conf.write_text(above + "".join(blocks))
     line = len(above.splitlines()) + 1 + 3 * number
     site.do("site", "delete", f"{site.conf}:{line}")
     assert site.text() == above + "".join(block for i, block in enumerate(blocks) if i != number)
+
+
+def test_a_block_without_a_name_has_no_users_and_moves(site):
+    file = site.root / "included/plain.conf"
+    file.write_text(block := f"<VirtualHost 127.0.0.1:{site.port}>\n    ServerAdmin a@shop.example\n</VirtualHost>\n")
+    for words in (["user", "add", f"{file}:1", "joe"], ["vdir", "create", f"{file}:1", site.sites, "--protect"]):
+        answer = site.run(*words, input="secret\n")
+        assert answer.status == 3 and "give it one" in answer.err and file.read_text() == block, answer
+    site.do("site", "move", f"{file}:1", "--layout", "main")
+    assert site.text().endswith("\n\n" + block) and file.read_text() == ""
 
 
 def test_a_name_that_another_block_catches_is_not_called_added(shared):

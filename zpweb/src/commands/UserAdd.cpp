@@ -42,6 +42,7 @@ Outcome add(Transaction& change, const Arguments& given) {
     }
     change.output().set("user", user);
     if (const std::string file = WebUsers(given).file();
+        WebUsers(given).named().ok() &&
         !isAskedFor(change.configuration(), knownSite(change.configuration(), given[SiteName]), file)) {
         change.output().note("no directory asks for the users in " + file +
                              " yet: see \"vdir set --protect\"");

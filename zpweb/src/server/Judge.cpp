@@ -252,7 +252,7 @@ std::vector<Moved> impactOf(const Reading& live, const Reading& staged, const Pa
 Judgement judge(const Reading* live, const Reading& staged, const Asked& asked,
                 const std::vector<Postcondition>& postconditions, bool allowImpact) {
     Judgement judgement;
-    const Pairing pairing = live != nullptr ? pairingOf(*live, staged) : Pairing{};
+    const Pairing pairing = live != nullptr ? pairingOf(*live, staged, asked) : Pairing{};
     if (live != nullptr) {
         judgement.impact = impactOf(*live, staged, pairing, asked);
         judgement.notes = newDefaults(*live, staged, pairing);

@@ -45,7 +45,7 @@ struct Pairing {
     static constexpr uint32_t None = UINT32_MAX;
     std::vector<uint32_t> stagedOf, liveOf;
 };
-Pairing pairingOf(const Reading& live, const Reading& staged);
+Pairing pairingOf(const Reading& live, const Reading& staged, const Asked& asked);
 
 // The first place that differs though nobody asked for it; empty when there is none.
 std::string strayDifference(const Reading& live, const Reading& staged, const Pairing& pairing,

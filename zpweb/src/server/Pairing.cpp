@@ -2,6 +2,7 @@
 // renamed.
 #include <algorithm>
 #include <unordered_map>
+#include <vector>
 
 #include "server/Judge.h"
 
@@ -23,17 +24,22 @@ std::string whole(const Reading& reading, const VirtualHost& host) {
     return host.names.name + "\n" + addressesOf(host) + "\n" + reading.fileOf(host);
 }
 
-// Blocks without a name at one address are told apart by what is in them.
-std::string wholeOfNameless(const Reading& reading, const VirtualHost& host) {
+// Blocks without a name at one address are told apart by what is in them, also in another file.
+std::string contentOfNameless(const Reading& reading, const VirtualHost& host) {
     if (!host.names.name.empty() || host.directive == Directive::None) {
         return "";
     }
-    std::string key = whole(reading, host);
+    std::string key = addressesOf(host);
     for (uint32_t i = host.directive; i < reading.directives()[host.directive].end; ++i) {
         const Directive& item = reading.directives()[i];
         key.append("\n").append(item.name).append(" ").append(item.arguments);
     }
     return key;
+}
+
+std::string wholeOfNameless(const Reading& reading, const VirtualHost& host) {
+    const std::string content = contentOfNameless(reading, host);
+    return content.empty() ? "" : reading.fileOf(host) + "\n" + content;
 }
 
 std::string nameAndFile(const Reading& reading, const VirtualHost& host) {
@@ -80,15 +86,29 @@ void pairBy(Key keyOf, bool needsSharedName, const Reading& live, const Reading&
     }
 }
 
+// Of blocks that say the same it is the one that was asked for that changes or goes: the others come first.
+void pairUnasked(const Reading& live, const Reading& staged, const Asked& asked, Pairing& pairing) {
+    constexpr uint32_t Waiting = Pairing::None - 1;
+    for (uint32_t i = 0; i < live.hosts().size(); ++i) {
+        const Origin origin = live.originOf(live.hosts()[i]);
+        pairing.stagedOf[i] =
+            asked.blocks.contains({origin.file, origin.line}) ? Waiting : pairing.stagedOf[i];
+    }
+    pairBy(wholeOfNameless, false, live, staged, pairing);
+    std::replace(pairing.stagedOf.begin(), pairing.stagedOf.end(), Waiting, Pairing::None);
+}
+
 }  // namespace
 
-Pairing pairingOf(const Reading& live, const Reading& staged) {
+Pairing pairingOf(const Reading& live, const Reading& staged, const Asked& asked) {
     Pairing pairing{std::vector(live.hosts().size(), Pairing::None),
                     std::vector(staged.hosts().size(), Pairing::None)};
+    pairUnasked(live, staged, asked, pairing);
     pairBy(wholeOfNameless, false, live, staged, pairing);
     pairBy(whole, false, live, staged, pairing);
     pairBy(nameAndFile, false, live, staged, pairing);
     pairBy(nameAndAddresses, false, live, staged, pairing);
+    pairBy(contentOfNameless, false, live, staged, pairing);
     pairBy(addressesAndFile, true, live, staged, pairing);
     return pairing;
 }

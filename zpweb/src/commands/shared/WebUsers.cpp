@@ -75,6 +75,17 @@ std::string WebUsers::file() const {
     return zp::host::webUsersFile("", domain.c_str(), suffix.c_str());
 }
 
+Outcome WebUsers::named() const {
+    return domain.find('/') == std::string::npos
+               ? done()
+               : failure(Status::Refused,
+                         domain +
+                             ": the block has no name, after which the file of its users is "
+                             "called; give it one (zpweb directive add ServerName NAME "
+                             "--block " +
+                             domain + ")");
+}
+
 Outcome WebUsers::missing() const {
     return failure(Status::NotFound, file() + ": no such file; the site has no users");
 }
@@ -111,6 +122,9 @@ Outcome letServerRead(Transaction& change, const std::string& file) {
 }
 
 Outcome provideUsers(Transaction& change, const WebUsers& users) {
+    if (Outcome named = users.named(); !named.ok()) {
+        return named;
+    }
     if (!change.contentOf(users.file())) {
         change.output().note("nobody can log in yet: add users with \"user add " + users.domain +
                              " USER --folder " + users.directory + "\"");
@@ -132,7 +146,9 @@ Outcome onUsers(Transaction& change, const WebUsers& users, const UsersOperation
 }
 
 Outcome onNewUsers(Transaction& change, const WebUsers& users, const UsersOperation& operation) {
-    if (Outcome made = makeUsersDirectory(change); !made.ok()) {
+    Outcome made = users.named();
+    made = made.ok() ? makeUsersDirectory(change) : made;
+    if (!made.ok()) {
         return made;
     }
     OtherEdit edit = editOf(users, operation);

@@ -21,6 +21,7 @@ struct WebUsers {
         : domain(given[SiteName]), directory(given[OfDirectory].value_or("")) {}
     WebUsers(std::string ofSite, std::string ofDirectory)
         : domain(std::move(ofSite)), directory(std::move(ofDirectory)) {}
+    Outcome named() const;  // the file carries the site's name
     std::string file() const;
     Outcome missing() const;
 };
