@@ -73,6 +73,16 @@ def test_a_block_without_a_name_has_no_users_and_moves(site):
     assert site.text().endswith("\n\n" + block) and file.read_text() == ""
 
 
+def test_a_relative_document_root_is_below_the_servers(site):
+    index = "<Directory ROOT>\n    DirectoryIndex other.html\n</Directory>\n"
+    text = re.sub("DocumentRoot .*/html.*", "DocumentRoot www", site.text())
+    site.conf.write_text(text + index.replace("ROOT", "/home/*/public_html") + index.replace("ROOT", f"{site.root}/www"))
+    answer = site.run("site", "set", "shop.example", "--index", "start.html")
+    assert answer.status == 1 and f"counts for {site.root}/www" in answer.err, answer
+    site.conf.write_text(text + index.replace("ROOT", "/home/*/public_html"))
+    site.do("site", "set", "shop.example", "--index", "start.html")
+
+
 def test_a_name_that_another_block_catches_is_not_called_added(shared):
     # It stands first and has the name by a pattern: no request for it would ever reach the site.
     shared.conf.write_text(shared.text().replace("ServerAlias www.shop.example", "ServerAlias www.shop.example *.caught.example"))

@@ -212,8 +212,7 @@ Postcondition directoryHas(const BlocksOf& blocks, const std::string& directory,
         bool found = holders != Holders::Some || sections.empty();
         for (const uint32_t section : sections) {
             const std::vector<uint32_t> own = directorySections(staged, section, directory);
-            const bool elsewhere =
-                holders == Holders::AtRoot && staged.valueIn(section, "DocumentRoot") != directory;
+            const bool elsewhere = holders == Holders::AtRoot && staged.rootIn(section) != directory;
             found = found || !own.empty();
             if (elsewhere || (own.empty() && holders == Holders::Some)) {
                 continue;

@@ -109,7 +109,7 @@ Postcondition hasOptions(const BlocksOf& blocks, const std::string& directory,
 Postcondition optionsHoldAtRoot(const BlocksOf& blocks, const std::string& value) {
     return [=](const Reading& staged) {
         for (const uint32_t block : sectionsOf(staged, blocks)) {
-            const std::string root = withoutSlash(staged.valueIn(block, "DocumentRoot"));
+            const std::string root = staged.rootIn(block);
             const Directive* other =
                 root.empty() ? nullptr : overruling(staged, block, root, argumentsIn(value));
             if (other != nullptr) {

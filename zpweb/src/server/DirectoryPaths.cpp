@@ -49,12 +49,11 @@ bool isAbout(const std::string& sectionPath, std::string directory) {
     if (path.find_first_of("*?[") == std::string::npos) {
         return isBelow(directory, path);
     }
-    for (; directory.size() > 1; directory.resize(std::max<size_t>(directory.rfind('/'), 1))) {
-        if (::fnmatch(path.c_str(), directory.c_str(), FNM_PATHNAME) == 0) {
-            return true;
-        }
+    while (directory.size() > 1 && ::fnmatch(path.c_str(), directory.c_str(), FNM_PATHNAME) != 0) {
+        const size_t slash = directory.rfind('/');  // none in a path that is told from elsewhere
+        directory.resize(slash == directory.npos ? 0 : std::max<size_t>(slash, 1));
     }
-    return false;
+    return directory.size() > 1;
 }
 
 std::set<std::string> directoriesIn(std::string_view text) {

@@ -239,7 +239,7 @@ Postcondition isRestricted(const BlocksOf& blocks, const std::string& directory,
 Postcondition holdsAtRoot(const BlocksOf& blocks, const std::string& directive, const std::string& first) {
     return [=](const Reading& staged) {
         for (const uint32_t block : sectionsOf(staged, blocks)) {
-            const std::string root = withoutSlash(staged.valueIn(block, "DocumentRoot"));
+            const std::string root = staged.rootIn(block);
             const Directive* other =
                 root.empty() ? nullptr : overruling(staged, block, root, directive, first);
             if (other != nullptr) {

@@ -52,7 +52,7 @@ Urls ownUrls(const Reading& reading, uint32_t section, const std::string& direct
     for (const uint32_t child : childrenOf(reading, section)) {
         addAlias(urls, directory, reading.directives()[child]);
     }
-    addWay(urls, directory, "", reading.valueIn(section, "DocumentRoot"));
+    addWay(urls, directory, "", reading.rootIn(section));
     return urls;
 }
 
@@ -61,12 +61,12 @@ class ServersUrls {
 public:
     ServersUrls(const Reading& reading, const std::string& directory)
         : reading_(&reading), all_(ownUrls(reading, Directive::None, directory)) {
-        addWay(root_, directory, "", reading.valueIn(Directive::None, "DocumentRoot"));
+        addWay(root_, directory, "", reading.rootIn(Directive::None));
     }
     const Urls& all() const { return all_; }
     Urls in(uint32_t block) const {
         Urls urls = all_;
-        if (!reading_->valueIn(block, "DocumentRoot").empty()) {
+        if (!reading_->rootIn(block).empty()) {
             urls.resize(urls.size() - root_.size());
         }
         return urls;

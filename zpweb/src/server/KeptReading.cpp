@@ -13,7 +13,7 @@ namespace zpweb {
 
 namespace {
 
-constexpr std::string_view Title = "zpweb reading 1\n";
+constexpr std::string_view Title = "zpweb reading 2\n";
 constexpr std::string_view End = "\n# end\n";  // a file that was cut does not have it
 }  // namespace
 

@@ -36,14 +36,13 @@ std::string siteOf(const Reading& reading, const Directive& directive) {
 }
 
 std::vector<OpenedLog> logsOf(const Reading& reading) {
-    const std::string root = reading.valueIn(Directive::None, "ServerRoot");
     std::vector<OpenedLog> logs;
     std::set<std::string> known;
     for (const Directive& directive : reading.directives()) {
         const std::string named = logFileOf(directive);
         if (!named.empty() && known.insert(named).second) {
-            logs.push_back({siteOf(reading, directive), named.front() == '/' ? named : root + "/" + named,
-                            reading.originOf(directive).text()});
+            logs.push_back(
+                {siteOf(reading, directive), reading.absolute(named), reading.originOf(directive).text()});
         }
     }
     return logs;

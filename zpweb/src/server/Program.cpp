@@ -53,8 +53,8 @@ std::string Program::infoModule() const {
 }
 
 std::vector<std::string> Program::readingOf(const std::string& file) const {
-    std::vector<std::string> arguments{"-t",          "-D", "DUMP_VHOSTS",  "-D",
-                                       "DUMP_CONFIG", "-D", "DUMP_INCLUDES"};
+    std::vector<std::string> arguments{
+        "-t", "-D", "DUMP_VHOSTS", "-D", "DUMP_CONFIG", "-D", "DUMP_INCLUDES", "-D", "DUMP_RUN_CFG"};
     if (const std::string module = infoModule(); !module.empty()) {
         arguments.insert(arguments.end(), {"-c", "LoadModule info_module \"" + module + "\""});
     }

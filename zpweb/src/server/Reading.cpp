@@ -4,6 +4,7 @@
 #include <set>
 
 #include "conf/Text.h"
+#include "server/DirectoryPaths.h"
 #include "sys/Number.h"
 
 namespace zpweb {
@@ -128,6 +129,14 @@ std::string Reading::valueIn(uint32_t section, std::string_view name) const {
     const std::vector<std::string> words =
         all.empty() ? std::vector<std::string>() : argumentsIn(all.back()->arguments);
     return words.empty() ? "" : words.front();
+}
+
+std::string Reading::absolute(const std::string& path) const {
+    return path.empty() || path.starts_with('/') ? path : serverRoot_ + "/" + path;
+}
+
+std::string Reading::rootIn(uint32_t section) const {
+    return withoutSlash(absolute(valueIn(section, "DocumentRoot")));
 }
 
 Origin Reading::originOf(uint32_t file, uint32_t line) const {

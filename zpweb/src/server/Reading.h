@@ -1,8 +1,9 @@
 // What the server itself makes of a configuration: its name map and its effective directives, each with its
 // file and line. Includes, macros, variables, conditions and continued lines are resolved in it.
 //
-// It is parsed from what "-t -D DUMP_VHOSTS -D DUMP_CONFIG -D DUMP_INCLUDES" prints. Without mod_info there
-// are no directives: the reading is then not complete, and the name map alone tells of the hosts.
+// It is parsed from what "-t -D DUMP_VHOSTS -D DUMP_CONFIG -D DUMP_INCLUDES -D DUMP_RUN_CFG" prints.
+// Without mod_info there are no directives: the reading is then not complete, and the name map alone tells
+// of the hosts.
 #pragma once
 
 #include <cstdint>
@@ -69,6 +70,10 @@ public:
     std::vector<const Directive*> inSection(uint32_t section, std::string_view name) const;
     // The value in effect: the last one. Empty when there is none.
     std::string valueIn(uint32_t section, std::string_view name) const;
+    // A path as the server takes it: a relative one is below its ServerRoot.
+    std::string absolute(const std::string& path) const;
+    // The section's own DocumentRoot, absolute and without "/" at its end. Empty when there is none.
+    std::string rootIn(uint32_t section) const;
     Origin originOf(const Directive& directive) const { return originOf(directive.file, directive.line); }
     Origin originOf(const VirtualHost& host) const { return originOf(host.file, host.line); }
     const std::string& fileOf(const VirtualHost& host) const { return origins_[host.file].file; }
@@ -85,6 +90,7 @@ private:
     std::vector<std::string> included_;
     std::vector<Directive> directives_;
     std::vector<VirtualHost> hosts_;
+    std::string serverRoot_;  // which is no directive of the reading: the server has it before the others
     NameMap names_;
     std::vector<Endpoint> endpoints_;
     std::unordered_map<std::string_view, std::vector<uint32_t>> byName_;

@@ -13,6 +13,7 @@ namespace zpweb {
 namespace {
 
 constexpr std::string_view InFile = "# In file: ";
+constexpr std::string_view RunsIn = "ServerRoot: \"";  // the first line of the last part
 constexpr size_t Indent = 2;
 constexpr std::string_view VirtualHostTag = "VirtualHost";
 
@@ -74,7 +75,7 @@ public:
     }
 
 private:
-    enum class Part { Includes, NameMap, Directives };
+    enum class Part { Includes, NameMap, Directives, Run };
     // A host as the name map tells of it: the name that it has there, and its place.
     struct Mentioned {
         uint32_t entry, file, line;
@@ -87,6 +88,12 @@ private:
             part_ = Part::Includes;
         } else if (line == "VirtualHost configuration:") {
             part_ = Part::NameMap;
+        } else if (line.starts_with(RunsIn)) {
+            part_ = Part::Run;
+            const std::string_view root = zp::conf::upTo(line.substr(RunsIn.size()), "\"");
+            reading_.serverRoot_ = root.substr(0, root.find_last_not_of('/') + 1);
+        } else if (part_ == Part::Run) {
+            return;
         } else if (part_ != Part::Directives && (line.starts_with('#') || line.starts_with('<'))) {
             part_ = Part::Directives;
             takeDirective(line);

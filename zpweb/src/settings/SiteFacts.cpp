@@ -168,11 +168,8 @@ std::string rootInEffect(const Place& place, const Reading* reading) {
     if (host == nullptr) {
         return {};
     }
-    root = reading->valueIn(host->directive, "DocumentRoot");
-    root = root.empty() ? reading->valueIn(Directive::None, "DocumentRoot") : root;
-    return root.empty() || root.starts_with('/')
-               ? root
-               : reading->valueIn(Directive::None, "ServerRoot") + "/" + root;
+    root = reading->rootIn(host->directive);
+    return root.empty() ? reading->rootIn(Directive::None) : root;
 }
 
 // Debian's configuration names it by a variable of the server's environment.

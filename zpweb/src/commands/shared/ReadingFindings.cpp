@@ -33,12 +33,6 @@ std::map<const NameMap::Entry*, std::vector<Endpoint>> listenersOf(const Reading
     return listeners;
 }
 
-std::string absolute(const Reading& reading, const std::string& path) {
-    return path.empty() || path.front() == '/'
-               ? path
-               : reading.valueIn(Directive::None, "ServerRoot") + "/" + path;
-}
-
 // The last of a block's own directives, else the server's.
 std::string effective(const Reading& reading, const VirtualHost& host, const char* directive) {
     const std::string own =
@@ -133,8 +127,8 @@ void findCertificates(const Reading& reading, Findings& findings) {
         if (lowerCase(effective(reading, host, "SSLEngine")) != "on") {
             continue;
         }
-        const std::string certificate = absolute(reading, effective(reading, host, "SSLCertificateFile"));
-        const std::string key = absolute(reading, effective(reading, host, "SSLCertificateKeyFile"));
+        const std::string certificate = reading.absolute(effective(reading, host, "SSLCertificateFile"));
+        const std::string key = reading.absolute(effective(reading, host, "SSLCertificateKeyFile"));
         const std::vector<std::string> faults =
             certificate.empty() ? std::vector<std::string>{"no SSLCertificateFile"}
                                 : faultsOf({certificate, key.empty() ? certificate : key}, namesOf(host),
@@ -170,9 +164,7 @@ void findClosedRoots(const Reading& reading, const std::string& user, Findings& 
     std::vector<std::string> roots;
     std::vector<std::string> places;
     for (const VirtualHost& host : reading.hosts()) {
-        const std::string root = host.directive == Directive::None
-                                     ? ""
-                                     : absolute(reading, reading.valueIn(host.directive, "DocumentRoot"));
+        const std::string root = host.directive == Directive::None ? "" : reading.rootIn(host.directive);
         if (!root.empty() && isDirectory(root)) {
             roots.push_back(root);
             places.push_back(reading.originOf(host).text());
