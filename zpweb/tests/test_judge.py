@@ -83,6 +83,21 @@ def test_a_relative_document_root_is_below_the_servers(site):
     site.do("site", "set", "shop.example", "--index", "start.html")
 
 
+def test_only_conditions_that_are_met_say_who_may_see_a_directory(site):
+    site.conf.write_text(site.text().replace("</VirtualHost>", f"""<Directory {site.sites}>
+    <IfModule !mod_access_compat.c>
+        Require valid-user
+    </IfModule>
+    <IfModule mod_access_compat.c>
+        Order allow,deny
+        Allow from all
+    </IfModule>
+</Directory>
+</VirtualHost>"""))
+    site.do("vdir", "set", "shop.example", site.sites, "--allow", "192.0.2.1")
+    assert "Require valid-user\n    </IfModule>\n    <IfModule mod_access_compat.c>\n    </IfModule>\n\tRequire ip 192.0.2.1\n</Dir" in site.text()
+
+
 def test_a_name_that_another_block_catches_is_not_called_added(shared):
     # It stands first and has the name by a pattern: no request for it would ever reach the site.
     shared.conf.write_text(shared.text().replace("ServerAlias www.shop.example", "ServerAlias www.shop.example *.caught.example"))

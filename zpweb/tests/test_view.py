@@ -120,6 +120,9 @@ CHANGES = {
         ODD.replace("Indexes Follow", "+Indexes +Follow"), "vdir set SITE /srv/shop --option=-Indexes", "Options +Indexes +FollowSymLinks",
         "Options +FollowSymLinks -Indexes", None),
     "a directory for nobody": (ODD, "vdir set SITE /srv/shop --deny all", "all granted", "all denied", "vdir set SITE /srv/shop --allow all"),
+    "who may see it is told in a condition": (
+        ODD.replace("Require", "<IfVersion >= 2.4>\n        Require").replace("granted\n", "granted\n        </IfVersion>\n"),
+        "vdir set SITE /srv/shop --deny all", "all granted", "all denied", "vdir set SITE /srv/shop --allow all"),
     "a line of one name goes with it": (
         TABS.replace("/srv/shop", "/srv/shop\r\n\tServerAlias a.example\r\n\tServerAlias b.example"), "host remove SITE b.example",
         "\tServerAlias b.example\r\n", "", None),

@@ -9,6 +9,7 @@
 #include "conf/Text.h"
 #include "server/LiveReading.h"
 #include "sys/Process.h"
+#include "text/Restrictions.h"
 
 namespace zpweb {
 
@@ -31,8 +32,9 @@ public:
             blocks_.emplace(origin.file, origin.line);
         }
         for (const Directive& directive : reading.directives()) {
-            if (std::any_of(std::begin(Telling), std::end(Telling),
-                            [&directive](const char* name) { return directive.is(name); })) {
+            const auto is = [&directive](std::string_view name) { return directive.is(name); };
+            if (std::any_of(std::begin(Telling), std::end(Telling), is) ||
+                std::any_of(std::begin(WhoMaySee), std::end(WhoMaySee), is)) {
                 const Origin origin = reading.originOf(directive);
                 lines_.emplace(origin.file, origin.line);
             }

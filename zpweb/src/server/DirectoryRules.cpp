@@ -216,8 +216,9 @@ Postcondition isRestricted(const BlocksOf& blocks, const std::string& directory,
             std::erase_if(own, [&](uint32_t each) { return termsOf(staged, each).empty(); });
             const auto terms = own.empty() ? std::vector<std::string>() : termsOf(staged, own.back());
             if (std::find(asked.begin(), asked.end(), terms) == asked.end()) {
+                const uint32_t at = own.empty() ? block : own.back();
                 return notShown("who may see " + directory + " is not as asked at " +
-                                staged.originOf(staged.directives()[block]).text());
+                                staged.originOf(staged.directives()[at]).text());
             }
             for (const Directive* merging : own.empty() ? std::vector<const Directive*>()
                                                         : staged.inSection(own.back(), "AuthMerging")) {

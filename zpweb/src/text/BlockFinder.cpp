@@ -4,6 +4,7 @@
 
 #include "conf/Line.h"
 #include "text/Prose.h"
+#include "text/Restrictions.h"
 #include "text/Words.h"
 
 namespace zpweb {
@@ -79,6 +80,9 @@ void BlockReader::take(std::string_view text, size_t line) {
         return;
     }
     const auto is = [text](std::string_view directive) { return isDirective(text, directive); };
+    if (!conditions_.none() && std::any_of(std::begin(WhoMaySee), std::end(WhoMaySee), is)) {
+        return note(text, line, false);
+    }
     switch (zp::conf::lower(text.front())) {
         case 's':
             if (is(keyword::ServerName)) {

@@ -17,6 +17,9 @@ struct Restriction {
     bool users = false;  // and who comes must be a user
 };
 
+// Directives of a section that say who may see it.
+inline constexpr std::string_view WhoMaySee[] = {"Require", "Order", "Allow", "Deny", "Satisfy"};
+
 // Lines of Require terms; none when nothing is asked for.
 std::vector<std::string> requireLines(const Restriction& restriction);
 // What such lines ask for; absent when they are not as these are written.

@@ -17,7 +17,9 @@ enum class Interest : char { None, Block, Server, Both, Comment };
 
 constexpr auto interests = [] {
     std::array<Interest, 256> table{};
-    table['<'] = Interest::Block;
+    for (const char c : {'<', 'a', 'A', 'o', 'O', 'r', 'R'}) {
+        table[static_cast<unsigned char>(c)] = Interest::Block;
+    }
     table['d'] = table['D'] = table['i'] = table['I'] = table['s'] = table['S'] = Interest::Both;
     table['p'] = table['P'] = table['l'] = table['L'] = table['u'] = table['U'] = Interest::Server;
     table['#'] = Interest::Comment;

@@ -156,6 +156,10 @@ Statements::Statements(std::string_view text, const std::vector<size_t>& unmet) 
     }
 }
 
+bool Statements::isUnmet(size_t i) const {
+    return isCondition(all_[i].name) && i + 1 < all_.size() && all_[i + 1].scope == i;
+}
+
 bool isCondition(std::string_view section) {
     static constexpr std::string_view names[] = {"IfModule",    "IfDefine",  "IfVersion",
                                                  "IfDirective", "IfSection", "IfFile"};

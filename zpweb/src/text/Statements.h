@@ -45,6 +45,8 @@ public:
 
     size_t size() const { return all_.size(); }
     const Statement& operator[](size_t i) const { return all_[i]; }
+    // Does a condition open there that is not met?
+    bool isUnmet(size_t i) const;
     auto begin() const { return all_.begin(); }
     auto end() const { return all_.end(); }
 

@@ -92,13 +92,22 @@ void View::showSections(const StatementTest& wanted, const StatementTest& inner)
             }
             continue;
         }
-        if (i >= over && opens && inner && !inner(statement)) {
+        const bool goesIn =
+            !inner || (isCondition(statement.name) ? !statements_.isUnmet(i) : inner(statement));
+        if (i >= over && opens && !goesIn) {
             over = statement.end + 1;
         }
-        if (i >= over) {
+        if (i >= over && !(inner && isOfCondition(i))) {
             showInner(i, inner);
         }
     }
+}
+
+// Does it open or close one?
+bool View::isOfCondition(size_t i) const {
+    using enum Statement::Kind;
+    return (statements_[i].kind == Opens || statements_[i].kind == Closes) &&
+           isCondition(statements_[i].name);
 }
 
 // A statement in a section, and the section's end.

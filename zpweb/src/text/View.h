@@ -64,7 +64,8 @@ public:
     // All lines of a directive as one, with a name for each word that `wanted` takes; an empty line where
     // the block has none, or it takes none.
     void showNames(std::string_view directive, const std::function<bool(const std::string&)>& wanted);
-    // Sections of the block with what is in them, but for comments.
+    // Sections of the block with what is in them, but for comments. With `inner` what it takes of that,
+    // also from conditions that are met, and without their tags.
     void showSections(const StatementTest& wanted, const StatementTest& inner = {});
     // All of it, for readers.
     void showAll();
@@ -99,6 +100,7 @@ private:
 
     void insert(ViewLine line);
     void showInner(size_t i, const StatementTest& inner);
+    bool isOfCondition(size_t i) const;
     bool isOwn(const Statement& statement) const { return statement.scope == level_; }
 
     std::string_view text_;

@@ -179,7 +179,14 @@ std::vector<Statement> sectionOf(const Statements& statements, const std::string
     std::vector<Statement> found;
     for (const Statement& opening : statements) {
         if (opens(opening) && opening.scope == 0 && opening.end != None) {
-            found.assign(&opening + 1, &statements[opening.end]);
+            found.clear();
+            for (auto i = static_cast<size_t>(&opening - &statements[0]) + 1; i < opening.end; ++i) {
+                if (statements.isUnmet(i) && statements[i].end != None) {
+                    i = statements[i].end;
+                } else {
+                    found.push_back(statements[i]);
+                }
+            }
         }
     }
     return found;
