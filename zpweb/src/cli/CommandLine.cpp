@@ -67,7 +67,7 @@ private:
         return printHelp(text, words) || printHelp(text, "") ? text.str() : "";
     }
 
-    static void add(CLI::App& app, const Parameter& parameter, Values& values) {
+    static void add(CLI::App& app, const Parameter& parameter, GivenWords& values) {
         const std::string name(parameter.name);
         CLI::Option* option = nullptr;
         if (parameter.kind == Kind::Flag) {
@@ -170,7 +170,7 @@ std::optional<int> parse(CommandLine& line, int argc, char** argv, std::ostream&
     return std::nullopt;
 }
 
-Expected<Settings> settingsFrom(const Values& common) {
+Expected<Settings> settingsFrom(const GivenWords& common) {
     Settings settings;
     const auto has = [&](const char* name) { return common.contains(name); };
     settings.json = has("--json");

@@ -16,13 +16,13 @@ struct CommandLine {
     const Command* command = nullptr;
     const Document* document = nullptr;
     std::optional<std::string> help;  // about these words of a command
-    Values common, given;  // the options that every command has, and the command's own parameters
+    GivenWords common, given;  // the options that every command has, and the command's own parameters
 };
 
 // Fills the line. A number is the exit status of a run that ends here: help and version, which go to `out`,
 // or a usage failure.
 std::optional<int> parse(CommandLine& line, int argc, char** argv, std::ostream& out);
 
-Expected<Settings> settingsFrom(const Values& common);
+Expected<Settings> settingsFrom(const GivenWords& common);
 
 }  // namespace zpweb

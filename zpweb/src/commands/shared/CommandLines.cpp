@@ -55,7 +55,7 @@ bool isWord(const Json& value) { return value.is_string() || value.is_number() |
 bool areWords(const Json& values) { return std::all_of(values.begin(), values.end(), isWord); }
 
 // Positionals, in the order of the command's parameters.
-Outcome takeWords(const Json& words, const Command& command, Values& given) {
+Outcome takeWords(const Json& words, const Command& command, GivenWords& given) {
     if (!areWords(words)) {
         return usage(std::string(command.words) + ": expected texts or numbers as \"arguments\"");
     }
@@ -72,7 +72,7 @@ Outcome takeWords(const Json& words, const Command& command, Values& given) {
 }
 
 // What says no is not taken for a yes: "no" as a text, or null.
-Outcome takeFlag(const std::string& name, const Json& value, Values& given) {
+Outcome takeFlag(const std::string& name, const Json& value, GivenWords& given) {
     if (!value.is_boolean() && value != Json::array()) {
         return usage(name + " has no value: expected true or false");
     }
@@ -82,7 +82,7 @@ Outcome takeFlag(const std::string& name, const Json& value, Values& given) {
     return done();
 }
 
-Outcome takeValues(const Parameter& option, const Json& value, Values& given) {
+Outcome takeValues(const Parameter& option, const Json& value, GivenWords& given) {
     const std::string name(option.name);
     const Json values = value.is_array() ? value : Json::array({value});
     if (value.is_boolean() || values.empty() || !areWords(values)) {
@@ -96,7 +96,7 @@ Outcome takeValues(const Parameter& option, const Json& value, Values& given) {
 }
 
 // Options of a line: "name": value, or a list of values, or true for one that has no value.
-Outcome takeOptions(const Json& options, const Command& command, Values& given) {
+Outcome takeOptions(const Json& options, const Command& command, GivenWords& given) {
     for (const auto& [key, value] : options.items()) {
         const std::string name = "--" + key;
         const auto known = std::find_if(command.parameters.begin(), command.parameters.end(),
@@ -156,7 +156,7 @@ Expected<Invocation> invocationFrom(const Json& parsed) {
         !parsed.value("options", Json(Json::object())).is_object()) {
         return usage("expected a list as \"arguments\" and an object as \"options\"");
     }
-    Values given;
+    GivenWords given;
     Outcome taken = takeWords(parsed.value("arguments", Json::array()), *command, given);
     taken = taken.ok() ? takeOptions(parsed.value("options", Json::object()), *command, given) : taken;
     if (!taken.ok()) {

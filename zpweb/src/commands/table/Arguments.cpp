@@ -21,7 +21,7 @@ Outcome takeTyped(const Parameter& parameter, const std::vector<std::string>& gi
 
 }  // namespace
 
-Expected<Arguments> Arguments::from(const Command& command, const Values& given) {
+Expected<Arguments> Arguments::from(const Command& command, const GivenWords& given) {
     Arguments arguments;
     for (const Parameter& parameter : command.parameters) {
         const auto found = given.find(parameter.name);

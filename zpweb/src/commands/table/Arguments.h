@@ -16,17 +16,17 @@ namespace zpweb {
 struct Command;
 
 // As the call gave them, by the names of the parameters; an option without a value has an empty list.
-using Values = std::map<std::string, std::vector<std::string>, std::less<>>;
+using GivenWords = std::map<std::string, std::vector<std::string>, std::less<>>;
 
 // The same, each checked and in the form in which it is used. What is absent reads as empty.
 class Arguments {
 public:
-    static Expected<Arguments> from(const Command& command, const Values& given);
+    static Expected<Arguments> from(const Command& command, const GivenWords& given);
 
     // Of values that are checked already.
-    explicit Arguments(Values values) : values_(std::move(values)) {}
+    explicit Arguments(GivenWords values) : values_(std::move(values)) {}
     Arguments() = default;
-    const Values& values() const { return values_; }
+    const GivenWords& values() const { return values_; }
 
     std::string operator[](const Of<std::string>& wanted) const {
         return maybeText(wanted.parameter).value_or("");
@@ -53,7 +53,7 @@ public:
 private:
     std::optional<std::string> maybeText(const Parameter& wanted) const;
 
-    Values values_;
+    GivenWords values_;
     std::optional<std::string> secret_;
 };
 

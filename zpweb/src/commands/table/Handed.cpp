@@ -67,7 +67,7 @@ Json jsonOf(const Invocation& invocation) {
 
 std::optional<Invocation> invocationOf(const Json& json) {
     const Command* command = findCommand(json.value("command", ""));
-    Values values;
+    GivenWords values;
     for (const auto& [name, given] : json.at("values").items()) {
         values[name] = textsOf(given);
     }
