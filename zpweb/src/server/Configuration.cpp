@@ -213,6 +213,7 @@ void Configuration::put(const std::string& path, const Content& content) {
     if (const auto known = known_.find(path); known != known_.end()) {
         std::unique_ptr<ConfigurationFile>& file = *known->second.file;
         if (!parts_ && !content.isLink() && staysWithinBlock(*file, content, *around_)) {
+            noteDefines(*file);
             file = std::make_unique<ConfigurationFile>(path, content, around_);
             return;
         }

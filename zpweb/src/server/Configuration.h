@@ -140,6 +140,10 @@ public:
     // <IfModule> and the like count.
     bool loads(const std::string& module) const;
     bool listens(const std::function<bool(const std::string& socket)>& test) const;
+    // The text with the variables put in that "Define" lines set, as they stand at a line of the file. What
+    // lines behind it define counts for names that none before it does: an included file may be read
+    // before it all the same.
+    std::string resolvedAt(std::string_view text, const ConfigurationFile& file, size_t line) const;
     // Does an Include line name the path?
     bool includes(const std::string& path) const;
     // Does the pattern name other paths than those that are on the disk?
@@ -166,6 +170,13 @@ private:
         Counts paths, wildcards, modules, sockets;
     };
 
+    // What a "Define" line sets a variable to, and where it stands: its file's order, and its line.
+    struct Definition {
+        std::pair<size_t, size_t> place;
+        std::string value;
+    };
+    using Definitions = std::map<std::string, std::vector<Definition>, std::less<>>;
+
     Outcome read(const std::string& path, int depth, bool inBlocks);
     void take(const std::string& path, int depth, bool inBlocks);
     void follow(const ConfigurationFile& file, int depth);
@@ -180,6 +191,8 @@ private:
     const Named& named() const;
     void count(Named& named, const ConfigurationFile& file, int by) const;
     void noteNames(const ConfigurationFile& file, int by);
+    const Definitions& definitions() const;
+    void noteDefines(const ConfigurationFile& file);
     // One file, or part, takes the place of another, which is told before that goes.
     struct Before {
         std::string root;
@@ -200,6 +213,7 @@ private:
     std::map<std::string, Content> otherwise_;            // what is otherwise than on the disk
     std::map<std::string, std::set<std::string>> links_;  // those among them, by what they lead to
     mutable std::optional<Named> named_;                  // once it is asked for
+    mutable std::optional<Definitions> definitions_;      // the same
 };
 
 // The main configuration file of the installed server.

@@ -80,6 +80,7 @@ void Configuration::count(Named& named, const ConfigurationFile& file, int by) c
 }
 
 void Configuration::noteNames(const ConfigurationFile& file, int by) {
+    noteDefines(file);
     if (named_ && !file.server().root.empty()) {
         named_.reset();
     } else if (named_) {
@@ -95,6 +96,7 @@ Configuration::Before Configuration::leave(const ConfigurationFile& file) {
     if (named_) {
         count(*named_, file, -1);
     }
+    noteDefines(file);
     return before;
 }
 
@@ -103,6 +105,7 @@ void Configuration::enter(const ConfigurationFile& file, const Before& before) {
     const bool leadsOn = !std::equal(
         includes.begin(), includes.end(), before.patterns.begin(), before.patterns.end(),
         [](const IncludeLine& include, const std::string& pattern) { return include.pattern == pattern; });
+    noteDefines(file);
     if (named_ && file.server().root != before.root) {
         named_.reset();
     } else if (named_) {

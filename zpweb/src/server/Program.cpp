@@ -1,5 +1,7 @@
 #include "server/Program.h"
 
+#include <algorithm>
+
 #include "conf/Text.h"
 #include "sys/File.h"
 #include "sys/Process.h"
@@ -18,6 +20,9 @@ shift 2
 program=$1
 shift
 exec "$program" $APACHE_ARGUMENTS $OPTIONS "$@")";
+
+// $1 the file of variables.
+constexpr const char* Variables = R"([ ! -r "$1" ] || . "$1"; exec env -0)";
 
 }  // namespace
 
@@ -60,6 +65,21 @@ std::vector<std::string> Program::readingOf(const std::string& file) const {
     }
     arguments.insert(arguments.end(), {"-f", file});
     return command(arguments);
+}
+
+const std::map<std::string, std::string, std::less<>>& variablesOfServer(const std::string& main) {
+    static std::map<std::string, std::map<std::string, std::string, std::less<>>> known;
+    const auto [place, isFirst] = known.try_emplace(Program(main).environment());
+    if (isFirst) {
+        const Finished told = runProgram({"/bin/sh", "-c", Variables, "sh", place->first});
+        for (std::string_view rest = told.output; !rest.empty();) {
+            const std::string_view each = zp::conf::upTo(rest, std::string_view("\0", 1));
+            const std::string_view name = zp::conf::upTo(each, "=");
+            place->second.emplace(name, each.substr(std::min(name.size() + 1, each.size())));
+            rest.remove_prefix(std::min(each.size() + 1, rest.size()));
+        }
+    }
+    return place->second;
 }
 
 std::string builtInValue(const std::string& name) {

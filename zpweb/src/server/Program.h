@@ -5,6 +5,7 @@
 // server cannot use when it has not run yet.
 #pragma once
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -33,6 +34,9 @@ private:
     std::string path_, environment_, present_;
 };
 
+// The variables with which the server of a main configuration file is started, by the file of them beside
+// its program; asked once.
+const std::map<std::string, std::string, std::less<>>& variablesOfServer(const std::string& main);
 // A value that the server was built with: "HTTPD_ROOT", "SERVER_CONFIG_FILE", "DEFAULT_PIDLOG"; empty when
 // there is no server to ask.
 std::string builtInValue(const std::string& name);

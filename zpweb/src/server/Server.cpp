@@ -48,12 +48,9 @@ Server::Verdict Server::check(const std::string& file) const {
 std::string Server::runningPidFile(const std::string& name) const {
     const size_t begin = name.find("${") + 2;
     const size_t end = std::min(name.find('}', begin), name.size() - 1);
-    const Finished variable =
-        runProgram({"sh", "-c", ". \"${APACHE_ENVVARS:-/etc/apache2/envvars}\" && printenv \"$1\"", "sh",
-                    name.substr(begin, end - begin)});
-    if (variable.ok()) {
-        return name.substr(0, begin - 2) + variable.output.substr(0, variable.output.find('\n')) +
-               name.substr(end + 1);
+    const auto& variables = variablesOfServer(main_);
+    if (const auto known = variables.find(name.substr(begin, end - begin)); known != variables.end()) {
+        return name.substr(0, begin - 2) + known->second + name.substr(end + 1);
     }
     constexpr std::string_view Mark = "PidFile: \"";
     const Finished told =

@@ -3,8 +3,8 @@
 #include <algorithm>
 
 #include "conf/Text.h"
+#include "server/Program.h"
 #include "server/Reading.h"
-#include "sys/Process.h"
 #include "text/Sites.h"
 
 namespace zpweb {
@@ -13,46 +13,13 @@ namespace {
 
 namespace conf = zp::conf;
 
-// The variables of a line. What lines behind it define counts for names that none before it does: an
-// included file may be read before it all the same.
-Defines definesAt(const Configuration& configuration, const ConfigurationFile& own, size_t line) {
-    Defines defines;
-    bool behind = false;
-    for (const auto& file : configuration.files()) {
-        for (size_t i = 0; i < file->lines().size(); ++i) {
-            behind = behind || (file.get() == &own && i == line);
-            const conf::Words words = conf::splitAtBlank(conf::skipSpace(file->lines()[i]));
-            if (!conf::equalIgnoringCase(words.keyword, "Define")) {
-                continue;
-            }
-            const std::vector<std::string> define = argumentsIn(words.rest);
-            if (!define.empty() && !(behind && defines.contains(define[0]))) {
-                defines[define[0]] = define.size() > 1 ? resolved(define[1], defines) : "";
-            }
-        }
-    }
-    return defines;
-}
-
-std::string ofEnvironment(const std::string& name) {
-    const Finished variable = runProgram(
-        {"sh", "-c", ". \"${APACHE_ENVVARS:-/etc/apache2/envvars}\" && printenv \"$1\"", "sh", name});
-    return variable.ok() ? variable.output.substr(0, variable.output.find('\n')) : "";
-}
-
 // Empty when a variable is not known.
-std::string withEnvironment(std::string text) {
-    for (size_t begin = 0; (begin = text.find("${", begin)) != std::string::npos;) {
-        const size_t end = text.find('}', begin);
-        const std::string value =
-            end == std::string::npos ? "" : ofEnvironment(text.substr(begin + 2, end - begin - 2));
-        if (value.empty()) {
-            return {};
-        }
-        text.replace(begin, end + 1 - begin, value);
-        begin += value.size();
+std::string withEnvironment(const std::string& text, const std::string& main) {
+    if (!conf::contains(text, "${")) {
+        return text;
     }
-    return text;
+    const std::string whole = resolved(text, variablesOfServer(main));
+    return conf::contains(whole, "${") ? "" : whole;
 }
 
 // Empty for a program and for the system's log.
@@ -64,7 +31,8 @@ std::string fileIn(const Configuration& configuration, const Place& place, size_
         return {};
     }
     if (conf::contains(path, "${")) {
-        path = withEnvironment(resolved(path, definesAt(configuration, *place.file, line)));
+        path =
+            withEnvironment(configuration.resolvedAt(path, *place.file, line), configuration.main().path());
     }
     return path.empty() || path.front() == '/' ? path : configuration.serverRoot() + "/" + path;
 }
@@ -82,7 +50,8 @@ void addLogs(std::vector<SiteLog>& logs, const Configuration& configuration, con
         const bool known =
             std::any_of(logs.begin(), logs.end(), [&](const SiteLog& log) { return log.path == path; });
         if (!path.empty() && !known) {
-            logs.push_back({path, errors, place.file->path() + ":" + std::to_string(i + 1)});
+            logs.push_back(
+                {path, errors, place.file->path() + ":" + std::to_string(place.file->firstLine() + i + 1)});
         }
     }
 }

@@ -1,5 +1,7 @@
 #include "text/ServerFinder.h"
 
+#include <algorithm>
+
 #include "conf/Line.h"
 #include "text/Words.h"
 
@@ -29,7 +31,11 @@ void ServerFinder::take(const LineStart& line, bool inCondition) {
             }
             return;
         case 'd':
-            values_.define(behind("Define"));
+            value = behind("Define");
+            values_.define(value);
+            if (!value.empty()) {
+                found_.defines.push_back({line.number, value});
+            }
             return;
         case 's':
             keepFirst(found_.root, behind("ServerRoot"));
@@ -43,6 +49,14 @@ void ServerFinder::take(const LineStart& line, bool inCondition) {
             } else if (value = behind("LoadModule"); !value.empty()) {
                 found_.modules.push_back(values_.first(value));
             }
+    }
+}
+
+void ServerFinder::takeHandler(const LineStart& line) {
+    constexpr std::string_view Handlers[] = {"AddHandler", "AddType", "SetHandler", "ProxyPassMatch"};
+    if (std::any_of(std::begin(Handlers), std::end(Handlers),
+                    [&](std::string_view each) { return isDirective(line.text, each); })) {
+        found_.handlers.push_back(line.number);
     }
 }
 

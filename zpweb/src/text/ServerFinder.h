@@ -13,6 +13,8 @@ public:
 
     // A line that begins with a letter, and whether it stands in a condition.
     void take(const LineStart& line, bool inCondition);
+    // One outside of the blocks of sites, or in a macro, which may stand for any.
+    void takeHandler(const LineStart& line);
 
 private:
     void keepFirst(std::string_view& kept, std::string_view arguments);

@@ -21,7 +21,8 @@ constexpr auto interests = [] {
         table[static_cast<unsigned char>(c)] = Interest::Block;
     }
     table['d'] = table['D'] = table['i'] = table['I'] = table['s'] = table['S'] = Interest::Both;
-    table['p'] = table['P'] = table['l'] = table['L'] = table['u'] = table['U'] = Interest::Server;
+    table['a'] = table['A'] = table['p'] = table['P'] = table['l'] = table['L'] = table['u'] = table['U'] =
+        Interest::Server;
     table['#'] = Interest::Comment;
     return table;
 }();
@@ -82,8 +83,14 @@ public:
         if (interest == Interest::Block || (interest == Interest::Both && blocks_.inBlock())) {
             blocks_.take(line);
         }
-        if ((interest == Interest::Server || interest == Interest::Both) && !blocks_.inMacro()) {
+        if (interest == Interest::Block) {
+            return;
+        }
+        if (!blocks_.inMacro()) {
             server_.take(line, blocks_.inCondition());
+        }
+        if (!blocks_.inBlock() || blocks_.inMacro()) {
+            server_.takeHandler(line);
         }
     }
     void end(const char* end, size_t lines) { blocks_.end(end, lines); }

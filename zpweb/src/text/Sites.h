@@ -50,14 +50,22 @@ struct MacroUse {
     std::string_view words;  // the macro's name and its arguments
 };
 
+// A "Define" line, within blocks, too.
+struct DefineLine {
+    size_t line;
+    std::string_view words;  // the name and its value
+};
+
 struct ServerLines {
     std::vector<IncludeLine> includes;
+    std::vector<DefineLine> defines;
     std::vector<MacroUse> uses;
     std::string_view root;  // ServerRoot
     std::string_view pidFile;
     std::vector<std::string_view> listen;
     std::vector<std::string_view> listenPerhaps;  // those in <IfModule> and the like
     std::vector<std::string_view> modules;        // of LoadModule lines
+    std::vector<size_t> handlers;  // lines outside of the blocks of sites that say what runs files
 };
 
 // What "Define" lines say, by their names.
@@ -95,6 +103,8 @@ struct Contents {
 Contents contentsOf(std::string_view text, Surroundings& around);
 Contents contentsOf(std::string_view text);
 
+// The names of its variables: "${NAME}".
+std::vector<std::string> variablesIn(std::string_view text);
 // The text with each "${NAME}" that is defined replaced; the others stay.
 std::string resolved(std::string_view text, const Defines& defines);
 // The words of the block's ServerAlias lines, without their quotes.

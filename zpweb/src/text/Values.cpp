@@ -84,6 +84,16 @@ std::optional<bool> Values::isMet(std::string_view condition) const {
     return known == around_.met.end() ? std::nullopt : std::optional(known->second);
 }
 
+std::vector<std::string> variablesIn(std::string_view text) {
+    std::vector<std::string> names;
+    for (size_t begin = text.find("${"); begin != text.npos; begin = text.find("${", begin + 2)) {
+        if (const size_t end = text.find('}', begin); end != text.npos) {
+            names.emplace_back(text.substr(begin + 2, end - begin - 2));
+        }
+    }
+    return names;
+}
+
 std::string resolved(std::string_view text, const Defines& defines) {
     std::string made;
     for (size_t at = 0; at < text.size();) {
