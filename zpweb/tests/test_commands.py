@@ -363,6 +363,23 @@ def test_the_logs_of_all_sites_get_a_policy_and_lose_it(site):
     assert not file.exists()
 
 
+def test_a_batch_writes_the_policies_once(site):
+    for name in ("other.example", "gone.example"):
+        assert site.create(name, "--no-check").status == 0
+    site.conf.write_text(site.text() + "".join(f"Define LOGS /srv/{name}\n<VirtualHost *:81>\nServerName {name}.example\nCustomLog ${{LOGS}}/log a\n</VirtualHost>\n"
+                                               for name in ("one", "two")))
+    names = ["shop", "other", "gone", "one", "two", "shop"]
+    lines = [{"command": "log policy", "arguments": [f"{name}.example"]} for name in names]
+    lines += [{"command": "site rename", "arguments": ["other.example", "fresh.example"]}, {"command": "site delete", "arguments": ["gone.example"]}]
+    answer = site.do("apply", "-", "--json", "--no-check", input="\n".join(map(json.dumps, lines)))
+    assert [each["changed"] for each in answer.json["results"]] == [True] * 5 + [False] + [True] * 2
+    policies = json.loads(Path("/etc/logrotate.d/zpweb").read_text().splitlines()[1][2:])
+    assert policies.keys() == {"shop.example", "fresh.example", "one.example", "two.example"}
+    assert [policies[f"{name}.example"]["logs"] for name in ("one", "two")] == [["/srv/one/log"], ["/srv/two/log"]]
+    site.do("undo", "--no-check")
+    assert not Path("/etc/logrotate.d/zpweb").exists()
+
+
 def test_a_site_takes_over_the_block_of_its_address(site):
     own = f"<VirtualHost 127.0.0.5:{site.port}>\nServerName 127.0.0.5\nDocumentRoot /srv\n</VirtualHost>\n"
     site.conf.write_text(site.text() + f"Listen 127.0.0.5:{site.port}\n")

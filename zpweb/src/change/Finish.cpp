@@ -50,9 +50,10 @@ Outcome Transaction::finish(bool& again) {
 Outcome Transaction::perform(bool& again) {
     settings_ = &ownSettings_;
     output_ = &ownOutput_;
+    Outcome outcome = shared_.end();
     set_->settle();
     output_->setChanged(hasEffects());
-    Outcome outcome = isEachSeen() ? stage() : failure("one change takes another back");
+    outcome = !outcome.ok() ? outcome : isEachSeen() ? stage() : failure("one change takes another back");
     outcome = outcome.ok() ? check() : outcome;
     outcome = outcome.ok() ? lookAtLogs() : outcome;
     outcome = outcome.ok() ? fault() : outcome;  // the last moment at which nothing is done

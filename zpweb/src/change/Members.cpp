@@ -18,6 +18,7 @@ Transaction::Mark Transaction::mark() const {
             journal_.emptied.size(),
             journal_.outstanding.size(),
             special,
+            shared_.changes(),
             asked_,
             expectations_};
 }
@@ -32,6 +33,9 @@ void Transaction::beginMember(Member member) {
 
 // Sites whose answers it may change are not watched; those of the others are.
 bool Transaction::endMember() {
+    if (!shared_.end().ok()) {
+        return false;
+    }
     if (mark().special != mark_.special || asked_.everything || asked_.anyName) {
         return false;
     }
@@ -66,7 +70,8 @@ bool Transaction::dropMember() {
     steps_.pop_back();
     asked_ = mark_.asked;
     expectations_ = mark_.expectations;
-    return mark().isAt(mark_) && fault().ok();
+    shared_.forget();
+    return !shared_.waits() && mark().isAt(mark_) && fault().ok();
 }
 
 Outcome Transaction::doOutstandingOfAll() {

@@ -6,6 +6,7 @@
 
 #include "phases/Recover.h"
 #include "server/ConditionalLines.h"
+#include "server/LiveReading.h"
 #include "store/AuditLog.h"
 #include "store/Migration.h"
 #include "sys/File.h"
@@ -78,6 +79,13 @@ void Transaction::planToMake(const std::vector<std::string>& paths) {
 Outcome Transaction::willMake(const std::vector<std::string>& paths) {
     planToMake(paths);
     return writePlanned();
+}
+
+const Reading* Transaction::live() const {
+    if (!live_) {
+        live_ = settings_->check ? liveReading(configuration(), state_->reading()) : nullptr;
+    }
+    return live_->get();
 }
 
 // The journal tells what is made before it is.

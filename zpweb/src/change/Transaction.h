@@ -17,6 +17,7 @@
 
 #include "change/DirectoryTimes.h"
 #include "change/Edit.h"
+#include "change/Shared.h"
 #include "change/WorkingSet.h"
 #include "host/Effect.h"
 #include "input/Settings.h"
@@ -122,11 +123,15 @@ public:
     Asked& asked() { return asked_; }
     void setUndone(int checkpoint) { journal_.undoes.push_back(checkpoint); }
 
+    // Lists that commands read once and write once for all of them.
+    Shared& shared() { return shared_; }
+
     // Another command follows; what the last one has got of the configuration is gone.
     void next() { set_->next(); }
     // Grows with whatever is staged.
     size_t staged() const {
-        return set_->edits() + making_.size() + afterwards_.size() + journal_.outstanding.size();
+        return set_->edits() + making_.size() + afterwards_.size() + journal_.outstanding.size() +
+               shared_.changes();
     }
 
     // --- the end ---
@@ -145,6 +150,8 @@ public:
         return unread.ok() ? faults_.first() : unread;
     }
     const Settings& settings() const { return *settings_; }
+    // What the server makes of the live configuration; null with --no-check, or where it cannot be asked.
+    const Reading* live() const;
     // What the server makes of the staged configuration, once that is checked; null: nobody has asked it.
     const Reading* reading() const { return readings_.staged.get(); }
     Output& output() { return *output_; }
@@ -154,13 +161,14 @@ public:
 private:
     // How far the change was at one moment.
     struct Mark {
-        size_t edits = 0, making = 0, made = 0, emptied = 0, outstanding = 0, special = 0;
+        size_t edits = 0, making = 0, made = 0, emptied = 0, outstanding = 0, special = 0, shared = 0;
         Asked asked{};
         std::map<std::pair<std::string, std::string>, Postcondition> expectations{};
 
         bool isAt(const Mark& other) const {
             return edits == other.edits && making == other.making && made == other.made &&
-                   emptied == other.emptied && outstanding == other.outstanding && special == other.special;
+                   emptied == other.emptied && outstanding == other.outstanding &&
+                   special == other.special && shared == other.shared;
         }
     };
 
@@ -208,6 +216,7 @@ private:
     std::shared_ptr<Lock> lock_;
     DirectoryTimes directoryTimes_;  // of a dry run
     std::optional<WorkingSet> set_;
+    Shared shared_;
     std::optional<Server> server_;
     Journal journal_;
     std::vector<zp::host::Effect> making_;  // directories and files, before the others are put in place
@@ -218,6 +227,7 @@ private:
     Asked asked_;
     std::map<std::pair<std::string, std::string>, Postcondition> expectations_;
     Judged readings_;
+    mutable std::optional<std::shared_ptr<const Reading>> live_;  // once somebody has asked for it
     std::vector<Member> members_;
     std::vector<std::vector<FileStep>> steps_;  // of each of them
     Mark mark_;                                 // when the last one began

@@ -28,7 +28,9 @@ bool isPlainName(const std::string& name) {
     });
 }
 
-Expected<std::vector<std::string>> rotatable(const Configuration& configuration, const std::string& site) {
+Expected<std::vector<std::string>> rotatable(Transaction& change, const std::string& site) {
+    const auto& others = change.shared().value<std::vector<Rotation>>("logrotate", otherRotations);
+    const Configuration& configuration = change.configuration();
     std::vector<std::string> logs;
     if (!isPlainName(site)) {
         return failure(Status::Refused,
@@ -39,7 +41,7 @@ Expected<std::vector<std::string>> rotatable(const Configuration& configuration,
             return failure(Status::Refused,
                            log.path + ": logrotate would not take this name as it is written");
         }
-        if (const std::string other = rotatedBy(log.path); !other.empty()) {
+        if (const std::string other = rotatedBy(others, log.path); !other.empty()) {
             return failure(Status::Exists, log.path + ": " + other + " rotates it already");
         }
         logs.push_back(log.path);
@@ -79,30 +81,29 @@ Expected<std::vector<std::string>> sitesAsked(const Transaction& change, const A
 }
 
 // With --all a site that keeps no logs of its own, or whose logs something else rotates, is passed over.
-Outcome take(LogPolicies& policies, Transaction& change, const std::string& site, LogPolicy policy,
+Outcome take(PolicyList& policies, Transaction& change, const std::string& site, LogPolicy policy,
              bool all) {
-    auto logs = rotatable(change.configuration(), site);
+    auto logs = rotatable(change, site);
     if (!logs.ok()) {
         return all ? done() : logs.outcome();
     }
     policy.logs = std::move(*logs);
-    if (const std::string shared = sharedWithOther(policies, settingName(site), policy); !shared.empty()) {
+    if (const std::string shared = policies.sharedWithOther(settingName(site), policy); !shared.empty()) {
         return all ? done() : failure(Status::Exists, shared);
     }
-    policies[settingName(site)] = std::move(policy);
+    policies.set(settingName(site), std::move(policy));
     return done();
 }
 
 // Of many sites the first is named.
-void warnOfWays(Output& output, const LogPolicies& policies, const std::vector<std::string>& sites) {
+void warnOfWays(Output& output, const PolicyList& policies, const std::vector<std::string>& sites) {
     std::string first;
     size_t count = 0;
     for (const std::string& site : sites) {
-        const auto policy = policies.find(settingName(site));
-        const std::string above = policy == policies.end() ? "" : exchangeableAbove(policy->second.logs[0]);
-        first = above.empty() || count++ > 0
-                    ? first
-                    : policy->second.logs[0] + ": others than root can exchange " + above;
+        const LogPolicy* policy = policies.of(settingName(site));
+        const std::string above = policy == nullptr ? "" : exchangeableAbove(policy->logs[0]);
+        first = above.empty() || count++ > 0 ? first
+                                             : policy->logs[0] + ": others than root can exchange " + above;
     }
     if (count > 0) {
         output.warning(first +
@@ -121,7 +122,7 @@ Outcome setPolicy(Transaction& change, const Arguments& given) {
                            : given[Weekly] ? "weekly"
                                            : "daily",
                            given[Keep].value_or(14), given[LargerThan].value_or("")};
-    return changePolicies(change, [&](LogPolicies& policies) {
+    return changePolicies(change, [&](PolicyList& policies) {
         if (given[Off] && given[All]) {
             policies.clear();  // also those of sites that are stopped, or gone
         }

@@ -6,7 +6,7 @@
 #include "commands/Commands.h"
 #include "commands/shared/LogArchive.h"
 #include "input/Quoted.h"
-#include "settings/LogPolicy.h"
+#include "settings/LogPolicyChange.h"
 #include "settings/SiteLogs.h"
 #include "settings/SiteSettings.h"
 #include "sys/File.h"
@@ -68,9 +68,8 @@ Outcome rotate(Transaction& change, const Site& found, const Arguments& given) {
     if (status.st_size / Megabyte < given[Size].value_or(0)) {
         return done();  // below the threshold
     }
-    const std::string other = rotatedBy(log);
-    const Content policies = change.contentOf(LogPolicyFile);
-    if (!other.empty() || (policies && policiesIn(policies.text()).contains(settingName(site)))) {
+    const std::string other = rotatedBy(otherRotations(), log);
+    if (!other.empty() || policiesIn(change).of(settingName(site)) != nullptr) {
         change.output().note((other.empty() ? std::string(LogPolicyFile) : other) +
                              " rotates it, too: what is packed now is not among the logs that it counts");
     }

@@ -2,7 +2,6 @@
 #include "commands/SettingsCommands.h"
 #include "commands/shared/SettingParameters.h"
 #include "input/Quoted.h"
-#include "server/LiveReading.h"
 #include "settings/RedirectChange.h"
 #include "settings/SiteFacts.h"
 #include "settings/SiteSettings.h"
@@ -16,8 +15,7 @@ constexpr auto Form = neededChoice("FORM", "www|bare|off", "The name that visito
 // Those in files that the blocks include are told by the server.
 std::vector<std::string> namesInEffect(const Transaction& change, const Site& site) {
     std::vector<std::string> names = namesOf(site.places);
-    const auto reading =
-        change.settings().check ? liveReading(change.configuration(), change.state().reading()) : nullptr;
+    const Reading* reading = change.live();
     for (const VirtualHost* host : reading != nullptr ? reading->hostsOf(settingName(site.name()))
                                                       : std::vector<const VirtualHost*>()) {
         for (const auto* list : {&host->names.aliases, &host->names.wildAliases}) {

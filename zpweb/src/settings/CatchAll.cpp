@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "server/LiveReading.h"
 #include "settings/Modules.h"
 #include "settings/Proof.h"
 #include "settings/SelfSigned.h"
@@ -138,9 +137,7 @@ Outcome setCatchAll(Transaction& change, const std::string& page) {
     if (!page.empty() && !isReadableBy(serverUser(change.configuration()), page)) {
         return failure(page + ": the server's user cannot read it");
     }
-    const auto reading =
-        change.settings().check ? liveReading(change.configuration(), change.state().reading()) : nullptr;
-    const Addresses addresses = addressesOf(change.configuration(), reading.get());
+    const Addresses addresses = addressesOf(change.configuration(), change.live());
     if (addresses.http.empty() && addresses.https.empty()) {
         return failure("the server has no site that a catch-all could stand before");
     }

@@ -61,17 +61,16 @@ std::string optionsOf(const LogPolicy& policy, const std::string& log) {
            "    sharedscripts\n";
 }
 
-bool rotates(const std::string& file, const std::string& log) {
+void addRotations(std::vector<Rotation>& rotations, const std::string& file) {
     const auto text = readFile(file);
     std::istringstream words(text.ok() ? *text : "");
     for (std::string word; words >> word;) {
         word.erase(0, word.starts_with('"') ? 1 : 0);
         word.erase(word.ends_with('"') ? word.size() - 1 : word.size());
-        if (word.starts_with('/') && ::fnmatch(word.c_str(), log.c_str(), FNM_PATHNAME) == 0) {
-            return true;
+        if (word.starts_with('/')) {
+            rotations.push_back({word, file});
         }
     }
-    return false;
 }
 
 }  // namespace
@@ -124,26 +123,85 @@ LogPolicies policiesIn(const std::string& text) {
     return policies;
 }
 
-std::string sharedWithOther(const LogPolicies& policies, const std::string& site, const LogPolicy& policy) {
-    for (const auto& [other, its] : policies) {
-        const bool same = its.when == policy.when && its.keep == policy.keep && its.size == policy.size;
-        const auto shared =
-            std::find_first_of(policy.logs.begin(), policy.logs.end(), its.logs.begin(), its.logs.end());
-        if (other != site && !same && shared != policy.logs.end()) {
-            return *shared + ": the policy of " + other + " rotates it already";
+bool LogPolicy::hasSameTermsAs(const LogPolicy& other) const {
+    return when == other.when && keep == other.keep && size == other.size;
+}
+
+PolicyList::PolicyList(LogPolicies policies) : policies_(std::move(policies)) {
+    for (const auto& [site, policy] : policies_) {
+        for (const std::string& log : policy.logs) {
+            sitesOf_.emplace(log, site);
+        }
+    }
+}
+
+const LogPolicy* PolicyList::of(const std::string& site) const {
+    const auto found = policies_.find(site);
+    return found == policies_.end() ? nullptr : &found->second;
+}
+
+void PolicyList::set(const std::string& site, LogPolicy policy) {
+    if (const LogPolicy* now = of(site); now != nullptr && *now == policy) {
+        return;
+    }
+    erase(site);
+    for (const std::string& log : policy.logs) {
+        sitesOf_.emplace(log, site);
+    }
+    policies_[site] = std::move(policy);
+    ++changes_;
+}
+
+void PolicyList::erase(const std::string& site) {
+    const auto found = policies_.find(site);
+    if (found == policies_.end()) {
+        return;
+    }
+    for (const std::string& log : found->second.logs) {
+        const auto [begin, end] = sitesOf_.equal_range(log);
+        const auto its = std::find_if(begin, end, [&](const auto& each) { return each.second == site; });
+        if (its != end) {
+            sitesOf_.erase(its);
+        }
+    }
+    policies_.erase(found);
+    ++changes_;
+}
+
+void PolicyList::clear() {
+    changes_ += policies_.size();
+    policies_.clear();
+    sitesOf_.clear();
+}
+
+std::string PolicyList::sharedWithOther(const std::string& site, const LogPolicy& policy) const {
+    for (const std::string& log : policy.logs) {
+        const auto [begin, end] = sitesOf_.equal_range(log);
+        const auto other = std::find_if(begin, end, [&](const auto& each) {
+            return each.second != site && !of(each.second)->hasSameTermsAs(policy);
+        });
+        if (other != end) {
+            return log + ": the policy of " + other->second + " rotates it already";
         }
     }
     return {};
 }
 
-std::string rotatedBy(const std::string& log) {
+std::vector<Rotation> otherRotations() {
+    std::vector<Rotation> rotations;
     for (const std::string& name : entriesOf(Directory)) {
-        std::string file = std::string(Directory) + "/" + name;
-        if (file != LogPolicyFile && rotates(file, log)) {
-            return file;
+        if (const std::string file = std::string(Directory) + "/" + name; file != LogPolicyFile) {
+            addRotations(rotations, file);
         }
     }
-    return {};
+    return rotations;
+}
+
+std::string rotatedBy(const std::vector<Rotation>& rotations, const std::string& log) {
+    const auto found = std::find_if(rotations.begin(), rotations.end(), [&](const Rotation& each) {
+        return ::fnmatch(each.pattern.c_str(), log.c_str(), FNM_PATHNAME) == 0;
+    });
+    return found == rotations.end() ? "" : found->file;
 }
 
 }  // namespace zpweb

@@ -21,25 +21,37 @@ Outcome put(Transaction& change, const LogPolicies& policies) {
     return change.replace(LogPolicyFile, policyText(policies, reloadCommand(change)));
 }
 
+PolicyList& sharedPolicies(Transaction& change) {
+    return change.shared().value<PolicyList>(LogPolicyFile, [&change] {
+        const Content now = change.contentOf(LogPolicyFile);
+        return PolicyList(policiesIn(now ? now.text() : ""));
+    });
+}
+
 }  // namespace
 
-Outcome changePolicies(Transaction& change, const std::function<Outcome(LogPolicies&)>& edit) {
-    const Content now = change.contentOf(LogPolicyFile);
-    LogPolicies policies = policiesIn(now ? now.text() : "");
+const PolicyList& policiesIn(Transaction& change) { return sharedPolicies(change); }
+
+Outcome changePolicies(Transaction& change, const std::function<Outcome(PolicyList&)>& edit) {
+    PolicyList& policies = sharedPolicies(change);
+    const size_t before = policies.changes();
     Outcome edited = edit(policies);
-    return edited.ok() ? put(change, policies) : edited;
+    if (policies.changes() != before) {
+        change.shared().noteChange();
+    }
+    change.shared().atEnd(LogPolicyFile, [&change] { return put(change, sharedPolicies(change).all()); });
+    return edited;
 }
 
 Outcome movePolicy(Transaction& change, const std::string& site, const std::string& renamed) {
-    const Content now = change.contentOf(LogPolicyFile);
-    if (!now || !policiesIn(now.text()).contains(settingName(site))) {
+    if (policiesIn(change).of(settingName(site)) == nullptr) {
         return done();
     }
-    return changePolicies(change, [&](LogPolicies& policies) {
-        auto policy = policies.extract(settingName(site));
+    return changePolicies(change, [&](PolicyList& policies) {
+        const LogPolicy policy = *policies.of(settingName(site));
+        policies.erase(settingName(site));
         if (!renamed.empty()) {
-            policy.key() = settingName(renamed);
-            policies.insert(std::move(policy));
+            policies.set(settingName(renamed), policy);
         }
         return done();
     });

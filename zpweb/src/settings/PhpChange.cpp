@@ -4,7 +4,6 @@
 #include <memory>
 #include <set>
 
-#include "server/LiveReading.h"
 #include "server/PassedOn.h"
 #include "settings/Modules.h"
 #include "settings/PhpProbe.h"
@@ -28,16 +27,13 @@ struct Root {
 std::vector<Root> rootsOf(const Transaction& change, const std::string& site) {
     const Configuration& configuration = change.configuration();
     std::vector<Root> roots;
-    std::shared_ptr<const Reading> reading;
     for (const Place& place : configuration.find(site)) {
         const bool plain = place.block->root.starts_with('/');
         if (place.block->stopped) {
             continue;
         }
-        if (!plain && reading == nullptr && change.settings().check) {
-            reading = liveReading(configuration, change.state().reading());
-        }
-        const Root root{std::string(place.block->root), rootInEffect(place, reading.get())};
+        const Root root{std::string(place.block->root),
+                        rootInEffect(place, plain ? nullptr : change.live())};
         if (!root.effective.empty() && std::none_of(roots.begin(), roots.end(), [&](const Root& other) {
                 return other.written == root.written && other.effective == root.effective;
             })) {
@@ -79,8 +75,7 @@ void probeIn(Transaction& change, const std::string& site, const Root& root) {
 // Whether the server, by its reading of the live configuration, reads a directive at the place. Where it
 // cannot be asked, every place counts.
 bool isReadAt(const Transaction& change, const Origin& place) {
-    const auto reading =
-        change.settings().check ? liveReading(change.configuration(), change.state().reading()) : nullptr;
+    const Reading* reading = change.live();
     return reading == nullptr ||
            std::any_of(reading->directives().begin(), reading->directives().end(),
                        [&](const Directive& each) {
@@ -118,7 +113,9 @@ std::string versionOf(const std::string& fpm) {
 }  // namespace
 
 Outcome setPhp(Transaction& change, const std::string& site, PhpSetting setting, bool overwrite) {
-    if (Outcome reached = accepts(setting.fpm); !reached.ok()) {
+    const auto& reached = change.shared().value<Outcome>("pool " + setting.fpm,
+                                                         [&setting] { return accepts(setting.fpm); });
+    if (!reached.ok()) {
         return failure("no FPM pool answers: " + reached.message + " (zpweb php list shows the pools)");
     }
     setting.version = versionOf(setting.fpm);
@@ -132,7 +129,10 @@ Outcome setPhp(Transaction& change, const std::string& site, PhpSetting setting,
     outcome = outcome.ok() ? applySetting(change, {site, Setting::Php, overwrite}, askedOf(setting),
                                           directivesOf(setting))
                            : outcome;
-    return outcome.ok() ? showSources(change, settingName(site)) : outcome;
+    if (outcome.ok()) {
+        showSources(change, settingName(site));
+    }
+    return outcome;
 }
 
 Outcome dropPhp(Transaction& change, const std::string& site, bool overwrite) {
@@ -170,7 +170,10 @@ Outcome dropPhp(Transaction& change, const std::string& site, bool overwrite) {
         }
         hidden.insert(root.effective);
     }
-    return hidden.empty() ? done() : hideSources(change, settingName(site), hidden);
+    if (!hidden.empty()) {
+        hideSources(change, settingName(site), hidden);
+    }
+    return done();
 }
 
 }  // namespace zpweb

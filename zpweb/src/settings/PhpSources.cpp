@@ -29,6 +29,19 @@ bool isScript(const std::string& name) {
                        [&](const char* ending) { return name.ends_with(ending); });
 }
 
+// Where a line that runs the site's scripts may stand.
+std::vector<const ConfigurationFile*> mayHandle(const Configuration& configuration,
+                                                const std::string& site) {
+    std::vector<const ConfigurationFile*> files = configuration.parts();
+    std::erase_if(files, [](const ConfigurationFile* file) { return file->server().handlers.empty(); });
+    for (const Place& place : configuration.find(site)) {
+        if (std::find(files.begin(), files.end(), place.file) == files.end()) {
+            files.push_back(place.file);
+        }
+    }
+    return files;
+}
+
 Json rootsIn(const std::string& text) {
     const size_t begin = text.find('{');
     const size_t end = begin == std::string::npos ? begin : text.find('\n', begin);
@@ -59,8 +72,16 @@ Outcome write(Transaction& change, const Json& roots) {
     return putServerFile(change, ServerFileKind::Directives, Name, text);
 }
 
-Json rootsOf(const Transaction& change) {
-    return rootsIn(serverFileText(change, ServerFileKind::Directives, Name).value_or(""));
+// By the sites that had them run.
+Json& rootsOf(Transaction& change) {
+    return change.shared().value<Json>(Name, [&change] {
+        return rootsIn(serverFileText(change, ServerFileKind::Directives, Name).value_or(""));
+    });
+}
+
+void changed(Transaction& change) {
+    change.shared().noteChange();
+    change.shared().atEnd(Name, [&change] { return write(change, rootsOf(change)); });
 }
 
 bool handlesPhp(std::string_view line) {
@@ -123,17 +144,15 @@ std::optional<std::string> someScript(const std::string& root) {
 
 std::string otherPhp(const Configuration& configuration, const std::string& site, const std::string& root,
                      const PlaceTest& isRead) {
-    for (const auto& file : configuration.files()) {
-        const auto& lines = file->lines().all;
-        if (zp::conf::contains(file->path(), "/zpweb.d/") ||
-            std::none_of(lines.begin(), lines.end(), handlesPhp)) {
+    for (const ConfigurationFile* file : mayHandle(configuration, site)) {
+        if (zp::conf::contains(file->path(), "/zpweb.d/")) {
             continue;
         }
         const Statements statements(file->content().text());
         for (const Statement& each : statements) {
             if (each.kind == Statement::Kind::Directive && handlesPhp(each.written) &&
                 !isOfOther(*file, each, site) && !isElsewhere(statements, each, root)) {
-                const Origin place{file->path(), each.lines.first + 1};
+                const Origin place{file->path(), file->firstLine() + each.lines.first + 1};
                 if (isInMacro(statements, each) || isRead(place)) {
                     return place.text();
                 }
@@ -143,15 +162,18 @@ std::string otherPhp(const Configuration& configuration, const std::string& site
     return {};
 }
 
-Outcome hideSources(Transaction& change, const std::string& site, const std::set<std::string>& roots) {
-    Json all = rootsOf(change);
-    all[site] = roots;
-    return write(change, all);
+void hideSources(Transaction& change, const std::string& site, const std::set<std::string>& roots) {
+    Json& all = rootsOf(change);
+    if (Json hidden = roots; !all.contains(site) || all[site] != hidden) {
+        all[site] = std::move(hidden);
+        changed(change);
+    }
 }
 
-Outcome showSources(Transaction& change, const std::string& site) {
-    Json all = rootsOf(change);
-    return all.erase(site) > 0 ? write(change, all) : done();
+void showSources(Transaction& change, const std::string& site) {
+    if (rootsOf(change).erase(site) > 0) {
+        changed(change);
+    }
 }
 
 }  // namespace zpweb

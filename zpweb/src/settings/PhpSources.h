@@ -21,7 +21,7 @@ using PlaceTest = std::function<bool(const Origin& place)>;
 std::string otherPhp(const Configuration& configuration, const std::string& site, const std::string& root,
                      const PlaceTest& isRead);
 
-Outcome hideSources(Transaction& change, const std::string& site, const std::set<std::string>& roots);
-Outcome showSources(Transaction& change, const std::string& site);  // somebody runs them again
+void hideSources(Transaction& change, const std::string& site, const std::set<std::string>& roots);
+void showSources(Transaction& change, const std::string& site);  // somebody runs them again
 
 }  // namespace zpweb

@@ -51,7 +51,6 @@ bool isReadableBy(const std::string& account, const std::string& path);
 // by the machine.
 zp::host::Machine withoutShell();
 
-// While it lives, what operations of the library, and commands that they run, print goes into a buffer.
 // May the account's processes enter each of these directories? Taken to be so where that cannot be tried.
 std::vector<bool> canEnter(const std::string& account, const std::vector<std::string>& directories);
 
