@@ -43,6 +43,7 @@ TEST(Reading, KnowsWhichBlockAnswers) {
              {"nobody", "127.0.0.2:8080", "loc80b"},
              {"two80", "127.0.0.2:8080", "two80"},
              {"q.wild", "127.0.0.3:8080", "star80"},
+             {"a.q.wild", "127.0.0.3:8080", "star80"},
              {"x.wild", "127.0.0.3:8080", "star80"},  // the first block, though by a pattern
              {"abc", "127.0.0.3:8080", "star80"},
              {"abbc", "127.0.0.3:8080", "unnamed"},
@@ -62,7 +63,9 @@ TEST(Reading, KnowsWhichBlockAnswers) {
     }
     EXPECT_EQ(reading.leadsTo("x", endpointOf("127.0.0.3:8084"))->names.name, "starany");
     const Reading wild = Reading::parse(
-        with(printed(), "  ServerName six\n", "  ServerName six\n  #  67:\n  ServerAlias ab* *.late\n"));
+        with(printed(), "  ServerName six\n",
+             "  DocumentRoot /not/the/last\n  ServerName six\n  #  67:\n  ServerAlias ab* *.late\n"));
+    EXPECT_TRUE(wild.valueIn(wild.hostsOf("six").front()->directive, "DocumentRoot").ends_with("/six"));
     EXPECT_EQ(wild.leadsTo("abc", endpointOf("127.0.0.3:8080"))->names.name, "star80")
         << "the first pattern";
     EXPECT_EQ(wild.leadsTo("only.late", endpointOf("127.0.0.3:8080"))->names.name, "late")

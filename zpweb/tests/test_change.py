@@ -75,6 +75,10 @@ def test_the_difference_is_what_was_asked_for(machine):
     diff = machine.do("host", "add", "kept.example", "more.example", "--diff", "--quiet").out
     changed = [line for line in diff.splitlines() if line[:1] in "+-" and line[:3] not in ("+++", "---")]
     assert changed == ["-\tServerAlias www.kept.example", "+\tServerAlias www.kept.example more.example"]
+    made, added = machine.root / "www/made", ("param", "add", machine.root / "www/made", "a", "b")
+    diff = machine.do(*added, "--dry-run", "--diff", "--quiet").out
+    subprocess.run(["patch", "-d/", "-p0"], input=diff, text=True, check=True)
+    assert made.read_text() == "a b\n" and "@@ -0,0 +1 @@" in diff
 
 
 def test_exact_gives_the_librarys_own_result(machine):
@@ -407,6 +411,7 @@ def test_a_running_server_is_not_asked_to_read_what_it_cannot(live):
     assert live.get("shop.example") == (200, "the shop") and (live.root / "run/httpd.pid").read_text() == pid
     live.conf.write_text(before + "Nonsense on\n")
     assert live.run("server", "reload").status == 3
+    assert "may still write to it" in live.run("log", "rotate", "shop.example", "--no-check").err
     assert live.get("shop.example") == (200, "the shop")
     live.conf.write_text(before)
 
@@ -522,14 +527,18 @@ def test_what_could_not_be_put_back_is_not_tried_again(site):
 
 
 def test_what_a_refused_reload_could_not_put_back_is_left_to_the_next_run(live):
-    kept = live.root / ".zpweb/checkpoints/000002/0"
+    kept, param = live.root / ".zpweb/checkpoints/000002/0", live.root / "www/param"
+    param.write_text("Name one\n")
+    lines = [{"command": "host add", "arguments": ["shop.example", "c.example"]}, {"command": "param edit", "arguments": [str(param), "Name", "one", "two"]}]
     with socket.socket() as busy:
         busy.bind(("127.0.0.1", 0))
         busy.listen()
         live.conf.write_text(live.text() + f"Listen 127.0.0.1:{busy.getsockname()[1]}\n")
-        words = [ZPFAULT, "meanwhile", "renameat2:1", ZPWEB, "--conf", live.conf, "host", "add", "shop.example", "c.example"]
-        done = subprocess.run(words, capture_output=True, text=True, env={**os.environ, "ZPFAULT_RUN": f"rm {kept}; echo damaged >{kept}"})
+        words = [ZPFAULT, "meanwhile", "renameat2:1", ZPWEB, "--conf", live.conf, "apply", "-"]
+        done = subprocess.run(words, input="\n".join(map(json.dumps, lines)), capture_output=True, text=True,
+                              env={**os.environ, "ZPFAULT_RUN": f"rm {kept}; echo damaged >{kept}"})
     assert done.returncode == 4 and "damaged" in done.stderr and (live.root / ".zpweb/journal").exists(), done
+    assert param.read_text() == "Name one\n", "what can be put back is"
 
 
 def test_the_server_is_found_by_a_variable_and_not_held_up_by_what_is_not_loaded(site):

@@ -160,6 +160,9 @@ def test_virtual_directories(live):
                           (["--order", "--allow", "127.0.0.1", "--deny", "all"], 403)):
         site.do("vdir", "set", "shop.example", folder, *asked)
         assert site.get("shop.example")[0] == status, (asked, block(site))
+    (folder / ".htaccess").write_text("Require all granted\n")
+    assert "says who may see" in site.run("vdir", "set", "shop.example", folder, "--deny", "all").err
+    (folder / ".htaccess").unlink()
     assert "AuthUserFile \"/etc/webusers/passwd.shop.example_" in block(site) and "Options -Indexes +ExecCGI" in block(site)
     site.do("vdir", "delete", "shop.example", folder)
     assert f'<Directory "{folder}">' not in block(site) and site.get("shop.example")[0] == 200
@@ -314,6 +317,8 @@ def test_directives_folders_modules_and_parameters(site):
             assert got["matches"] and not site.do("directive", "get", *words.split(), *check, "--is", "other", "--json").json["matches"]
     for check in ([], ["--no-check"]):
         assert "not stand in quotes" in site.run("directive", "get", "Timeout", "--quoted", *check).err and site.run("directive", "get", "Nothing", *check).status == 6
+    site.do("directive", "set", "KeepAliveTimeout", "4")
+    assert "KeepAliveTimeout 4\n" in (site.root / "included/more.conf").read_text() and site.text().startswith("KeepAliveTimeout 2\n")
     (site.root / "included/more.conf").unlink()
     site.conf.write_text(named)
     site.do("directive", "insert", "Timeout", "60", "--before", "Listen")
@@ -397,7 +402,9 @@ def test_a_site_takes_over_the_block_of_its_address(site):
 def test_the_server(live):
     info = live.do("server", "info", "--owner-of", "/etc", "--json").json
     assert info["running"] and info["user"] == "www-data" and info["owner"] == "root" and info["version"][:2] == "2."
-    live.do("server", "reload")
+    for dry in (["--dry-run"], []):
+        live.do("server", "reload", *dry)
+        assert ("SIGUSR1 received" in (live.root / "error.log").read_text()) == (not dry)
     live.conf.write_text(live.text().replace("# What", f'DocumentRoot "{live.root}/www"\nScriptAlias /cgi-bin/ /srv/\n# What'))
     text = live.text()
     live.do("server", "panel-port", "127.0.0.1", "--no-reload")

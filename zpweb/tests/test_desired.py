@@ -61,6 +61,7 @@ CHANGES = [
     ({"name": "b.example", "alias": {}, "index": ["i.html"]}, ["site set b.example --alias /p="]),
     ({"name": "b.example", "alias": {"/p": "/srv"}, "index": ["i.html"]}, ["site set b.example --alias /p=/srv"]),
     ({"name": "c.example", "index": ["c.html"]}, ["site start c.example", "site set c.example --index c.html", "site stop c.example"]),
+    ({"name": "c.example", "error_document": {"404": "/lost"}}, ["site start c.example", "site set c.example --error-document 404=/lost", "site stop c.example"]),
     ({"name": "c.example", "state": "running"}, ["site start c.example"]),
     ({"name": "a.example", "directories": [{"path": "/var/zpweb-test", "options": ["-Indexes", "+FollowSymLinks"]}]},
      ["vdir create a.example /var/zpweb-test --option -Indexes --option +FollowSymLinks"]),

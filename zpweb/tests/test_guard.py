@@ -381,6 +381,9 @@ def test_what_somebody_has_edited_after_an_interruption_stays(site):
     answer = site.do("site", "stop", "shop.example", *FAST)
     assert "somebody has edited it meanwhile" in answer.err and (html / ".htaccess").read_text() == "# theirs\n", answer
     assert "joe" in (html / ".htpasswd").read_text() and (site.root / ".zpweb/checkpoints/000003/0").exists()
+    subprocess.run([ZPFAULT, "kill", "renameat2:1", ZPWEB, "--conf", site.conf, "site", "start", "shop.example", *FAST], capture_output=True)
+    site.conf.write_text("# theirs\n" + site.text())
+    assert "is undone; as somebody has edited it" in site.do("site", "start", "shop.example", *FAST).err
 
 
 def test_a_journal_that_cannot_be_read_is_left_to_the_administrator(site):
@@ -644,3 +647,5 @@ def test_a_dangling_link_that_the_server_passes_over_holds_nothing_up(site):
     (site.root / "more/there.conf").write_text("<VirtualHost 127.0.0.1:80>\nServerName there.example\n</VirtualHost>\n")
     site.conf.write_text(site.text() + f"\"Include\\\nOptional\" {site.root}/more/*.conf\n")
     site.do("host", "add", "there.example", "c.example")
+    site.conf.write_text(site.text().replace("\"Include\\\nOptional\"", "Include"))
+    assert site.run("host", "add", "there.example", "d.example").status == 3

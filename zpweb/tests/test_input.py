@@ -166,16 +166,16 @@ def test_nothing_is_written_where_a_stream_is_missing_and_no_limit_ends_a_change
     assert answer.status == 1 and "File too large" in answer.err and site.text().encode() == before[str(site.conf)][3], answer
 
 
-EVIL = "\x1b]0;x\x07\x1b[2Jshop \x9b31m \u202e\u200b \x7f"
+EVIL = "\x1b]0;x\x07\x1b[2Jshop \x9b31m \u202e\u2066\u200b \x7f"
 
 
 @pytest.mark.parametrize("json", [[], ["--json"]])
 def test_what_an_owner_wrote_cannot_steer_the_terminal(site, json):
-    site.conf.write_text(site.text() + f"# {EVIL}\n<VirtualHost *:80>\nServerName a{EVIL}.example\nDocumentRoot /x{EVIL}\n</VirtualHost>\n")
+    site.conf.write_text(site.text().replace("ServerAlias", f'Alias "/{EVIL}" /y\nServerAlias', 1) + f"# {EVIL}\n<VirtualHost *:80>\nServerName a{EVIL}.example\nDocumentRoot /x{EVIL}\n</VirtualHost>\n")
     (site.root / "www" / ".htaccess").write_text(EVIL)
     (site.root / "www/sites").write_text('{"sites": [{"name": "shop.example", "alias": {"/x\u202e": "/srv/\u202e"}}]}')
     shown = ""
-    for words in (["plan", site.root / "www/sites"], ["site", "list"], ["site", "show", f"a{EVIL}.example"], ["doctor"], ["directive", "get", f"x{EVIL}"],
+    for words in (["plan", site.root / "www/sites"], ["site", "list"], ["site", "show", f"a{EVIL}.example"], ["site", "show", "shop.example"], ["doctor"], ["directive", "get", f"x{EVIL}"],
                   ["host", "add", "shop.example", "more.example", "--diff", "--verbose", "--no-check"],
                   ["site", "stop", "shop.example", "--diff", "--no-check"],
                   ["param", "test", site.root / "www/.htaccess", "x", "y"]):

@@ -40,6 +40,7 @@ def test_names_that_would_lead_elsewhere_are_listed_and_refused(shared):
         assert row["from"].startswith(("shop.example at", "other.example at")) and "third.example at" in row["to"]
     answer = shared.do(*create, "--allow-impact", "--json", "--confirm-within", "1s")
     assert answer.json["judged"] is True and answer.json["impact"]
+    assert re.search(rf"any other name on 127.0.0.1:{shared.port} led to shop.example at .* now lead to third.example at", answer.err), answer
     await_true(lambda: shared.text() == before)  # that the names lead back is no impact that needs a word
 
 
@@ -140,9 +141,11 @@ def test_a_site_says_the_same_where_it_is_moved(site):
 def test_what_is_written_already_must_be_in_effect_too(site):
     over = site.root / "www/over.conf"
     over.write_text("ServerAdmin other@shop.example\n")
-    site.conf.write_text(re.sub(r"ServerAdmin .*", f"ServerAdmin me@shop.example\nInclude {over}", site.text()))
+    site.conf.write_text(re.sub(r"ServerAdmin .*", f"ServerAdmin me@shop.example\nServerSignature Off\nInclude {over}", site.text()))
     before = site.text()
-    answer = site.run("directive", "set", "ServerAdmin", "me@shop.example", "--site", "shop.example")
+    words = [{"command": "directive set", "arguments": [*each.split()], "options": {"site": "shop.example"}}
+             for each in ("ServerAdmin me@shop.example", "ServerSignature Off")]
+    answer = site.run("apply", "-", input="\n".join(map(json.dumps, words)))
     assert answer.status == 1 and "other@shop.example" in answer.err and site.text() == before, answer
 
 

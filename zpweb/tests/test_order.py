@@ -109,7 +109,7 @@ def test_owners_given_by_half_are_taken_back_whole(site):
     folder.mkdir()
     for name in "abcd":
         (folder / name).touch(mode=0o600)
-    access = lambda: {p.name: (oct(p.stat().st_mode & 0o7777), p.stat().st_uid) for p in [folder, *folder.iterdir()]}
+    access = lambda: {p.name: (oct(p.stat().st_mode & 0o7777), p.stat().st_uid, p.stat().st_gid) for p in [folder, *folder.iterdir()]}
     before = access()
     words = [ZPWEB, "--conf", site.conf, "vdir", "create", "shop.example", folder, "--take-over", *FAST]
     assert subprocess.run([ZPFAULT, "kill", "fchownat:4", *words]).returncode == 137

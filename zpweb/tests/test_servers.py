@@ -260,6 +260,7 @@ def test_a_site_is_asked_wherever_the_server_listens(server):
                                             for number in range(len(addresses))))
     assert [Path(f"/run/asked{number}.log").stat().st_size > 0 for number in range(len(addresses))] == [True] * len(addresses)
     server.do("site", "create", "new.example", "--owner", OWNER, "--traverse", "--address", "127.0.0.1", "--port", "8445")
+    assert "does not listen" in server.run("site", "create", "newer.example", "--owner", OWNER, "--address", "::1", "--port", "8445").err
     with socket.create_server(("::1", 8450), family=socket.AF_INET6):
         assert server.run("site", "port", "six.example", "8450", "--listen").status == 4
 

@@ -325,6 +325,7 @@ def test_a_server_without_tls_gets_its_module_and_its_listener(live):
         {path: kept for path, kept in before.items() if ".zpweb" not in path and "log" not in path}
     live.do(*words)
     assert shown("shop.example", port=port) == fingerprint("shop") and f"\nListen 127.0.0.1:{port}\n" in live.text()
+    assert live.do("export").json["sites"][0]["tls"]["port"] == port
     live.do("tls", "off", "shop.example")
     assert live.get("shop.example") == (200, "the shop")
 
@@ -445,6 +446,14 @@ def test_php_runs_and_its_sources_stay_unread(server, fpm):
     server.do("php", "off", SITE)
     status, body = server.get(SITE, path="/secret.php")
     assert status == 403 and "password" not in body
+    other = Path("/var/www/both.example/other.php")
+    server.do("php", "set", "both.example", "--fpm", POOL)
+    other.write_text("<?php")
+    server.do("php", "off", "both.example")
+    assert [server.get(name, path=f"/{file}.php")[0] for name, file in ((SITE, "secret"), ("both.example", "other"))] == [403, 403]
+    server.do("php", "set", "both.example", "--fpm", POOL)
+    other.unlink()
+    server.do("php", "off", "both.example")
     server.do("php", "set", SITE, "--fpm", POOL)
     assert server.get(SITE, path="/secret.php") == (200, "ran")
     (root / "secret.php").rename(root / "secret.phtml")
@@ -585,10 +594,10 @@ def test_websockets_pass_an_older_server(server, tmp_path):
     (tmp_path / program).chmod(0o755)
     with Application():
         for path in ("/a.b", "/"):
-            server.do("proxy", "set", SITE, path, "http://127.0.0.1:3000", "--websocket", env={**os.environ, "PATH": f"{tmp_path}:{os.environ['PATH']}"})
+            server.do("proxy", "set", SITE, path, "http://127.0.0.1:3000", "--websocket", "--timeout", "7", env={**os.environ, "PATH": f"{tmp_path}:{os.environ['PATH']}"})
             assert echoed(f"ws://{SITE}{path}/socket", "hello") == "hello" and ask(SITE, path)[0] == 200
     [file] = server.tree.rglob(f"zpweb.d/{SITE}/proxy.conf")
-    assert "upgrade=" not in file.read_text()
+    assert "timeout=7\n" in file.read_text() and "upgrade=" not in file.read_text()
 
 
 # --- access ---
@@ -705,6 +714,7 @@ def test_logs_are_rotated_and_shown(server):
     server.get(SITE, path="/seen")
     assert "/seen" in server.do("log", "show", SITE, "--requests").out
     server.do("log", "policy", SITE, "--daily", "--keep", "3", "--size", "1M")
+    assert "\n    maxsize 1M\n" in Path("/etc/logrotate.d/zpweb").read_text(), "or sooner"
     assert "/etc/logrotate.d/zpweb rotates it, too" in server.do("log", "rotate", SITE, "--size", "9").err + server.do("log", "rotate", SITE, "--dry-run").err
     server.do("directive", "add", "CustomLog", f"{logs}/access.log combined", "--site", "both.example")
     answer = server.run("log", "policy", "both.example", "--weekly")

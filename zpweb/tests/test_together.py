@@ -110,12 +110,15 @@ def test_waiters_that_go_away(site):
     queue.add("host", "add", names[0], "a.example", *FAST)
     killed = queue.add("host", "add", names[1], "b.example", *FAST)
     late = queue.add("host", "add", names[2], "c.example", *FAST, "--lock-timeout", "1")
+    half = [json.dumps({"command": "host add", "arguments": [name, "e.example"]}) for name in (names[1], "none.example")]
+    (site.root / "www/half").write_text("\n".join(half))
+    queue.add("apply", site.root / "www/half", *FAST)
     queue.add("host", "add", names[3], "d.example", *FAST)
     killed.kill()
     late.wait(10)
     answers = queue.release()
-    assert [a.status for a in answers] == [0, -9, 5, 0]
-    assert [name + ".example" in site.text() for name in "abcd"] == [True, False, False, True]
+    assert [a.status for a in answers] == [0, -9, 5, 6, 0]
+    assert [name + ".example" in site.text() for name in "abcde"] == [True, False, False, True, False]
     assert not site.strays()
 
 

@@ -95,10 +95,15 @@ CHANGES = {
         TABS, "basedir on SITE /srv/shop", "</VirtualHost>",
         '\t<Directory "/srv/shop">\r\n\t\t# zpweb: this section goes with its last line\r\n\t\tphp_admin_value open_basedir "/srv/shop/:/tmp/"\r\n'
         '\t</Directory>\r\n</VirtualHost>', "basedir off SITE /srv/shop"),
-    "one of several": (SECURE, "directive delete CustomLog logs/one\\ combined --site SITE", "    CustomLog logs/one combined\n", "", None),
+    "one of several": (SECURE.replace("logs/two combined", "logs/one combined2"), "directive delete CustomLog logs/one\\ combined --site SITE", "    CustomLog logs/one combined\n", "", None),
     "the first block alone": (
         SECURE, "directive add ServerSignature Off --site SITE --first", "</VirtualHost>\n<", "    ServerSignature Off\n</VirtualHost>\n<",
         "directive delete ServerSignature --site SITE"),
+    "the port of one address": (
+        ODD.replace("[::]:80", "[::]:81"), "site port SITE 8081 --port 80", "*:80 ", "*:8081 ", "site port SITE 80 --port 8081"),
+    "a name that others hold": (
+        TABS.replace("/srv/shop", "/srv/shop\r\n\tServerAlias www.shop.example.net myshop.example"), "site rename SITE store.example",
+        "Name shop.", "Name store.", "site rename store.example SITE"),
     "the port of plain http": (SECURE, "site port SITE 8081", "*:80>", "*:8081>", "site port SITE 80 --port 8081"),
     "what zpweb includes is not among the files of the site": (
         SECURE.replace("tls.conf\"", "tls.conf\"\n    Include /srv/old.conf"), "site set SITE --include /srv/new.conf --port 443", "/srv/old", "/srv/new",
