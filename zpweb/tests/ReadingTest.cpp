@@ -250,7 +250,8 @@ TEST(Postconditions, SeeWhatLetsOthersIn) {
             "VirtualHost configuration:\n*:80  a (/a.conf:9)\n# In file: /a.conf\n#   1:\nListen "
             "80\n<Directory />\n  AllowOverride All\n" +
             std::string(each.server) +
-            "</Directory>\n#   9:\n<VirtualHost *:80>\n  ServerName a\n  DocumentRoot /srv\n"
+            "</Directory>\n#   5:\n<VirtualHost *:81>\n  DocumentRoot /srv\n</VirtualHost>\n"
+            "#   9:\n<VirtualHost *:80>\n  ServerName a\n  DocumentRoot /srv\n"
             "  <Directory \"/srv/in/\">\n    Require ip 10.1.2.3\n" +
             each.own + "  </Directory>\n" + (*each.behind == '\0' ? "" : section(each.behind, each.says)) +
             "</VirtualHost>\n");

@@ -147,8 +147,8 @@ IncludeOptional included/*.conf
         return beside | scratch | ({p.name for p in state.iterdir()} - known if state.exists() else set())
 
     def loose(self):
-        """What others than root could change of the configuration."""
-        own = [self.conf, *self.root.glob("*.d"), *self.root.glob("*.d/**/*"), *self.root.glob("included/*")]
+        """What others than root could change of the configuration, and others than its owner of a home."""
+        own = [self.conf, *self.sites.glob("*"), *self.root.glob("*.d"), *self.root.glob("*.d/**/*"), *self.root.glob("included/*")]
         return {path for path in own if not path.is_symlink() and path.exists() and path.stat().st_mode & 0o022}
 
     # --- the server ---

@@ -61,7 +61,7 @@ def test_life_of_a_site(live):
     assert {p.name for p in home.iterdir()} == {"www", "log", "db", "special"} and home.owner() == OWNER
     assert (home / "www").stat().st_mode & 0o7777 == 0o4701
     assert (home / "log").stat().st_mode & 0o777 == 0o505 and (home / "log").group() == "zp7group"
-    assert site.get("shop.example") == page
+    assert site.get("shop.example") == page and block(site).count("granted") == 1 and '/www">\n\t\tRequire all granted' in block(site)
     site.do("site", "stop", "shop.example")
     assert site.do("site", "status", "shop.example", "--json").json["state"] == "stopped"
     assert site.get("shop.example") != page
@@ -321,6 +321,9 @@ def test_directives_folders_modules_and_parameters(site):
     assert "KeepAliveTimeout 4\n" in (site.root / "included/more.conf").read_text() and site.text().startswith("KeepAliveTimeout 2\n")
     (site.root / "included/more.conf").unlink()
     site.conf.write_text(named)
+    site.do("redirect", "set", "shop.example", "/old", "--to", "https://n.example/")
+    assert block(site).index("redirect.conf") < block(site).index("DocumentRoot"), "before the block's own rules"
+    site.do("redirect", "remove", "shop.example", "/old")
     site.do("directive", "insert", "Timeout", "60", "--before", "Listen")
     assert f"Timeout 60\nListen 127.0.0.1:{site.port}\n" in site.text()
     site.do("folder", "add", "shop.example", "/srv/a", "--line", "Options None")

@@ -495,6 +495,12 @@ def test_a_page_that_visitors_would_not_see_as_it_is(site, page):
     assert site.run("site", "suspend", "shop.example", "--page", file, *FAST).status == 2 and site.text() == before
 
 
+def test_a_home_that_an_acl_keeps_the_server_from_is_refused(machine):
+    subprocess.run(["setfacl", "-m", "u:www-data:---", machine.sites], check=True)
+    answer = machine.create("shop.example", "--traverse")
+    assert answer.status == 3 and "getfacl" in answer.err, answer
+
+
 def test_an_account_that_cannot_be_looked_up_is_not_called_unknown(site):
     before = site.text()
     words = [ZPWEB, "--conf", site.conf, "site", "create", "b.example", "--address", "127.0.0.1", "--owner", OWNER, "--path", site.sites, *FAST]

@@ -105,6 +105,11 @@ def test_a_name_that_another_block_catches_is_not_called_added(shared):
     before = shared.text()
     answer = shared.run("host", "add", "other.example", "a.caught.example")
     assert answer.status == 1 and "leads to shop.example" in answer.err and shared.text() == before, answer
+    own = f"<VirtualHost *:{shared.port}>\n\tServerName other"
+    late = "Listen 127.0.0.1:65001\n<VirtualHost *:65001>\nServerName late.example\nServerAlias *.late.example\n</VirtualHost>\n"
+    shared.conf.write_text(before := before.replace(own, late + own.replace(">", " *:65001>", 1)))
+    answer = shared.run("host", "add", "other.example", "a.late.example")  # caught on the site's last listener alone
+    assert answer.status == 1 and ":65001 leads to late.example" in answer.err and shared.text() == before, answer
 
 
 @pytest.mark.parametrize("own, status", [("shop.example", 0), ("other.example", 1)])

@@ -277,6 +277,7 @@ REFUSED = {
     "an address that several blocks have": (SECURE + SECURE.replace("shop", "other"), "directive add ServerSignature Off --block *:80", 2, "several blocks have it"),
     "a block of several": (SECURE, "rails on SITE app --owner anna", 3, "several blocks"),
     "an application above": (TABS, "rails on SITE ../app --owner anna", 2, "name of a directory"),
+    "a site of which one block has no end": (TABS + "\n" + TABS.replace("</VirtualHost>", ""), "site delete SITE", 1, "never closed"),
     "a block without an end": (TABS.replace("</VirtualHost>", ""), "host add SITE new.example", 1, "never closed"),
     "a block behind one without an end": (
         "<VirtualHost *:81>\nServerName open.example\n" + SECURE, "site stop SITE --port 443", 3, "could not be started again"),

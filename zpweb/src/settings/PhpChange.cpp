@@ -113,8 +113,8 @@ std::string versionOf(const std::string& fpm) {
 }  // namespace
 
 Outcome setPhp(Transaction& change, const std::string& site, PhpSetting setting, bool overwrite) {
-    const auto& reached = change.shared().value<Outcome>("pool " + setting.fpm,
-                                                         [&setting] { return accepts(setting.fpm); });
+    const auto& reached =
+        change.shared().value<Outcome>("pool " + setting.fpm, [&setting] { return accepts(setting.fpm); });
     if (!reached.ok()) {
         return failure("no FPM pool answers: " + reached.message + " (zpweb php list shows the pools)");
     }
