@@ -321,8 +321,11 @@ def test_directives_folders_modules_and_parameters(site):
     assert "KeepAliveTimeout 4\n" in (site.root / "included/more.conf").read_text() and site.text().startswith("KeepAliveTimeout 2\n")
     (site.root / "included/more.conf").unlink()
     site.conf.write_text(named)
+    (site.root / "included/two.conf").write_text("<VirtualHost 127.0.0.1:81>\nServerName shop.example\n</VirtualHost>\n")
     site.do("redirect", "set", "shop.example", "/old", "--to", "https://n.example/")
     assert block(site).index("redirect.conf") < block(site).index("DocumentRoot"), "before the block's own rules"
+    assert "redirect.conf" in (site.root / "included/two.conf").read_text()
+    (site.root / "included/two.conf").unlink()
     site.do("redirect", "remove", "shop.example", "/old")
     site.do("directive", "insert", "Timeout", "60", "--before", "Listen")
     assert f"Timeout 60\nListen 127.0.0.1:{site.port}\n" in site.text()

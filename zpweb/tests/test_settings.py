@@ -281,11 +281,15 @@ def test_a_renewed_certificate_is_taken_up_or_refused(server):
     server.do("tls", "renewed", env={**os.environ, "RENEWED_LINEAGE": str(LIVE / "renewed")})
     served = shown(SITE)
     assert served == fingerprint("renewed")
+    [setting] = server.tree.rglob(f"zpweb.d/{SITE}/tls.conf")
+    assert "SSLProtocol all -SSLv3 -TLSv1 -TLSv1.1\n" in setting.read_text()
     before = {link.name: os.readlink(link) for link in LIVE.glob("renewed/*")}
-    issue("renewed", "elsewhere.example")
-    assert server.run("tls", "renewed", SITE).status == 3
-    assert shown(SITE) == served
-    assert {link.name: os.readlink(link) for link in LIVE.glob("renewed/*")} == before
+    for names, line in (("elsewhere.example", ""), ("plain.example,www.plain.example", "Nonsense on\n")):
+        issue("renewed", names)
+        server.place(f"nonsense{len(line)}", line)
+        assert server.run("tls", "renewed", SITE).status == 3
+        assert shown(SITE) == served
+        assert {link.name: os.readlink(link) for link in LIVE.glob("renewed/*")} == before
 
 
 def test_plain_certificate_files_are_put_back_when_a_renewal_fails(server):
@@ -308,8 +312,11 @@ def test_plain_certificate_files_are_put_back_when_a_renewal_fails(server):
     kept = list(server.state.glob("certificates/*/*"))
     assert {path.name: oct(path.stat().st_mode & 0o777) for path in [*kept, kept[0].parent, Path("/etc/ssl/plain.key")]} == {
         "certificate.pem": "0o644", "key.pem": "0o600", kept[0].parent.name: "0o700", "plain.key": "0o600"}
-    server.do("tls", "off", SITE)
-    assert not list(server.state.glob("certificates/*"))
+    for words in ("tls off", "site delete"):
+        server.do(*words.split(), SITE)
+        assert not list(server.state.glob("certificates/*")), words
+        server.do("undo")
+        server.do("tls", "on", SITE, "--certificate", "/etc/ssl/plain.pem", "--key", "/etc/ssl/plain.key")
 
 
 def test_a_server_without_tls_gets_its_module_and_its_listener(live):
