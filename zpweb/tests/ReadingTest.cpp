@@ -282,6 +282,8 @@ TEST(Postconditions, KnowEveryPathThatLeadsToADirectory) {
              {"", "AliasMatch ^/ps?/(.*) /srv/$1", "/p"},
              {"", "AliasMatch ^/p(.*) /else/$1", "/p", true},
              {"<Location /in>\n  ProxyPass http://127.0.0.1:1/\n</Location>", "DocumentRoot /srv", "/x"},
+             {"<Location /in>\n  ProxyPass http://127.0.0.1:1/\n</Location>",
+              "Alias /pub /srv/in\n  DocumentRoot /srv", "/x"},
              {"<Location /i>\n  ProxyPass http://127.0.0.1:1/\n</Location>", "DocumentRoot /srv", "/x",
               true},
          }) {

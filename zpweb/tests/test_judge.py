@@ -176,11 +176,13 @@ def test_the_live_reading_is_kept_while_nothing_changes(site):
     site.do("host", "add", "shop.example", "d.example", env=environment)
     variables.write_text(text)
     assert runs.read_text().count("DUMP_CONFIG") == 2
-    site.conf.write_text(site.text() + f"<IfFile {site.root}/www/flag>\n</IfFile>\n")  # which no file of the configuration tells
-    for name in ("e.example", "f.example"):
-        runs.unlink()
-        site.do("host", "add", "shop.example", name, env=environment)
-        assert runs.read_text().count("DUMP_CONFIG") == 2
+    text = site.text()
+    for lines in (f"<IfFile {site.root}/www/flag>\n</IfFile>\n", "IncludeOptional /srv/${OF_ITS_ENVIRONMENT}/*.conf\n"):
+        site.conf.write_text(text + lines)  # which look at what no file of the configuration tells
+        for name in ("e.example", "f.example"):
+            runs.unlink()
+            site.do("host", "add", "shop.example", name, env=environment)
+            assert runs.read_text().count("DUMP_CONFIG") == 2
 
 
 def test_without_mod_info_the_name_map_tells(shared):

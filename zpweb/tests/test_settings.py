@@ -173,9 +173,10 @@ def test_a_wildcard_stands_for_one_label(server):
     ([*pair("good")[:2], "--key", "/etc/ssl/locked.key"], "passphrase"),
     ([*pair("good")[:2], "--key", "/etc/ssl/foreign.key"], "its owner is not root"),
     ([*pair("good")[:2], "--key", "/home/mallory/link/privkey.pem"], "link"),
+    (["--certificate", "/home/mallory/link/fullchain.pem", *pair("good")[2:]], "link"),
     (["--certificate", "/etc/hosts", *pair("good")[2:]], "no certificate"),
     (["--certificate", "/etc/ssl/weak.pem", "--key", "/etc/ssl/weak.key"], "weak.pem: not usable"),
-], ids=["names", "one name", "for clients", "common name", "key", "expired", "early", "order", "expired issuer", "readable", "readable by a group", "passphrase", "owner", "foreign link", "no PEM", "too short"])
+], ids=["names", "one name", "for clients", "common name", "key", "expired", "early", "order", "expired issuer", "readable", "readable by a group", "passphrase", "owner", "foreign link", "foreign way", "no PEM", "too short"])
 def test_a_certificate_that_clients_would_turn_away_from_is_refused(server, words, reason):
     own, issuer = [part + "-----END CERTIFICATE-----\n" for part in (LIVE / "good/fullchain.pem").read_text().split("-----END CERTIFICATE-----\n")[:2]]
     Path("/etc/ssl/disordered.pem").write_text(own + own + issuer)
