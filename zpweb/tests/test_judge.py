@@ -38,6 +38,8 @@ def test_names_that_would_lead_elsewhere_are_listed_and_refused(shared):
             (name, f"127.0.0.1:{shared.port}") for name in ("shop.example", "other.example", "www.shop.example")}
         row = answer.json["impact"][0]
         assert row["from"].startswith(("shop.example at", "other.example at")) and "third.example at" in row["to"]
+    answer = shared.run("directive", "delete", "ServerAlias", "--site", "other.example")
+    assert answer.status == 3 and f"www.other.example on *:{shared.port}: from other.example" in answer.err.replace("127.0.0.1:", "*:"), answer
     answer = shared.do(*create, "--allow-impact", "--json", "--confirm-within", "1s")
     assert answer.json["judged"] is True and answer.json["impact"]
     assert re.search(rf"any other name on 127.0.0.1:{shared.port} led to shop.example at .* now lead to third.example at", answer.err), answer
