@@ -113,6 +113,9 @@ CHANGES = {
     "a section before the first": (
         ODD, "folder add SITE /srv/x --line AllowOverride\\ None", "    <directory",
         '    <Directory "/srv/x">\n        AllowOverride None\n    </Directory>\n    <directory', "folder delete SITE /srv/x"),
+    "a section behind one with a pattern": (
+        ODD.replace("    <directory", "    <Directory ~ \"^/srv/[0-9]\">\n    </Directory>\n    <directory"), "folder set SITE /srv/shop --line Require\\ local",
+        "Options Indexes FollowSymLinks\n        Require all granted", "Require local", None),
     "one more option of a directory": (
         ODD, "vdir set SITE /srv/shop --option=+ExecCGI", "Options Indexes FollowSymLinks", "Options Indexes FollowSymLinks ExecCGI",
         "vdir set SITE /srv/shop --option=-ExecCGI"),

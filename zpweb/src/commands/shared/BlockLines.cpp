@@ -10,7 +10,10 @@ namespace zpweb {
 
 namespace {
 
-bool isDirectoryBlock(const Statement& statement) { return statement.opens("Directory"); }
+// One with a pattern is none that the operations could read.
+bool isDirectoryBlock(const Statement& statement) {
+    return statement.opens("Directory") && statement.argument(0) != "~";
+}
 
 // A new section comes before the first one; in a block without any, to its end.
 void showDirectories(View& view, const StatementTest& inner) {
