@@ -86,6 +86,16 @@ def test_a_relative_document_root_is_below_the_servers(site):
     site.do("site", "set", "shop.example", "--index", "start.html")
 
 
+def test_a_site_that_a_macro_makes_in_part_is_changed_in_part_only_when_that_is_asked(site):
+    macro = "LoadModule macro_module /usr/lib/apache2/modules/mod_macro.so\n<Macro Host $name>\n<VirtualHost 127.0.0.1:81>\nServerName $name\n</VirtualHost>\n</Macro>\n"
+    site.conf.write_text(before := macro + site.text() + "Use Host shop.example\n")
+    use = f"{site.conf}:{len(before.splitlines())}"
+    for words in (["host", "add", "shop.example", "a.example"], ["site", "set", "shop.example", "--redirect", "/a=https://a.example/"]):
+        answer = site.run(*words)
+        assert answer.status == 3 and f"a macro makes shop.example at {use}" in answer.err and site.text() == before, answer
+    site.do(*words, "--port", site.port)
+
+
 def test_only_conditions_that_are_met_say_who_may_see_a_directory(site):
     site.conf.write_text(site.text().replace("</VirtualHost>", f"""<Directory {site.sites}>
     <IfModule !mod_access_compat.c>

@@ -11,65 +11,6 @@ namespace {
 
 constexpr size_t NamesTold = 5;
 
-// The number of the host that a section is; None for another.
-std::vector<uint32_t> hostBySection(const Reading& reading) {
-    std::vector<uint32_t> hosts(reading.directives().size(), Pairing::None);
-    for (uint32_t i = 0; i < reading.hosts().size(); ++i) {
-        if (const uint32_t section = reading.hosts()[i].directive; section != Directive::None) {
-            hosts[section] = i;
-        }
-    }
-    return hosts;
-}
-
-bool isAsked(const Reading& reading, const VirtualHost& host, const Asked& asked) {
-    const Origin origin = reading.originOf(host);
-    return asked.sites.contains(host.names.name) || asked.blocks.contains({origin.file, origin.line});
-}
-
-// What stands outside of the blocks that may differ, by its directives' numbers.
-std::vector<uint32_t> untouchables(const Reading& reading, const Asked& asked, const Reading& other,
-                                   const std::vector<uint32_t>& partners) {
-    const std::vector<uint32_t> hosts = hostBySection(reading);
-    std::vector<uint32_t> items;
-    for (uint32_t i = 0; i < reading.directives().size(); i = reading.directives()[i].end) {
-        const Directive& item = reading.directives()[i];
-        const uint32_t host = hosts[i];
-        const bool may = host == Pairing::None ? item.is("NameVirtualHost") ||
-                                                     asked.serverDirectives.contains(lowerCase(item.name))
-                                               : isAsked(reading, reading.hosts()[host], asked) ||
-                                                     (partners[host] != Pairing::None &&
-                                                      isAsked(other, other.hosts()[partners[host]], asked));
-        if (!may) {
-            items.push_back(i);
-        }
-    }
-    return items;
-}
-
-// Do two trees of directives say the same?
-bool isSame(const Reading& a, uint32_t i, const Reading& b, uint32_t j) {
-    const uint32_t size = a.directives()[i].end - i;
-    bool same = b.directives()[j].end - j == size;
-    for (uint32_t k = 0; same && k < size; ++k) {
-        const Directive& one = a.directives()[i + k];
-        const Directive& other = b.directives()[j + k];
-        same = one.end - i == other.end - j && one.arguments == other.arguments && one.is(other.name);
-    }
-    return same;
-}
-
-std::string told(const Reading& reading, uint32_t directive) {
-    const Directive& item = reading.directives()[directive];
-    return reading.originOf(item).text() + " (" + (item.section ? "<" : "") + std::string(item.name) + " " +
-           std::string(item.arguments) + (item.section ? ">" : "") + ")";
-}
-
-using HostNumber = uint32_t;
-HostNumber numberOf(const Reading& reading, const VirtualHost* host) {
-    return host == nullptr ? Pairing::None : static_cast<HostNumber>(host - reading.hosts().data());
-}
-
 std::set<Endpoint> allEndpoints(const Reading& live, const Reading& staged) {
     std::set<Endpoint> all;
     for (const Reading* reading : {&live, &staged}) {
@@ -188,39 +129,6 @@ std::vector<std::string> unheard(const Reading& staged, const Asked& asked) {
 
 }  // namespace
 
-std::string strayDifference(const Reading& live, const Reading& staged, const Pairing& pairing,
-                            const Asked& asked) {
-    if (asked.everything || !live.complete() || !staged.complete()) {
-        return {};
-    }
-    const std::vector<uint32_t> before = untouchables(live, asked, staged, pairing.stagedOf);
-    const std::vector<uint32_t> after = untouchables(staged, asked, live, pairing.liveOf);
-    for (size_t i = 0; i < std::min(before.size(), after.size()); ++i) {
-        if (!isSame(live, before[i], staged, after[i])) {
-            return told(staged, after[i]);
-        }
-    }
-    if (before.size() < after.size()) {
-        return told(staged, after[before.size()]);
-    }
-    return before.size() > after.size() ? told(live, before[after.size()]) : "";
-}
-
-std::string lossOfRelocated(const Reading& live, const Reading& staged, const Pairing& pairing,
-                            const Asked& asked) {
-    for (const std::string& site : asked.relocated) {
-        for (const VirtualHost* host : live.hostsOf(site)) {
-            const HostNumber after = pairing.stagedOf[numberOf(live, host)];
-            if (host->directive != Directive::None &&
-                (after == Pairing::None ||
-                 !isSame(live, host->directive, staged, staged.hosts()[after].directive))) {
-                return live.describe(host);
-            }
-        }
-    }
-    return {};
-}
-
 std::vector<Moved> impactOf(const Reading& live, const Reading& staged, const Pairing& pairing,
                             const Asked& asked) {
     std::vector<Moved> impact;
@@ -266,6 +174,10 @@ Judgement judge(const Reading* live, const Reading& staged, const Asked& asked,
                 failure(Status::Refused, lost +
                                              " would say something else in its new place (a Define, a "
                                              "Macro or a condition counts there); nothing is changed");
+            return judgement;
+        }
+        if (const std::string beyond = beyondText(*live, staged, pairing, asked); !beyond.empty()) {
+            judgement.outcome = failure(Status::Refused, beyond);
             return judgement;
         }
         if (const std::string bare = bareHttps(*live, staged, asked.sites); !bare.empty()) {

@@ -16,6 +16,7 @@ namespace zpweb {
 struct Asked {
     bool everything = false;                            // the scope is not limited
     std::set<std::string> sites{};                      // their blocks may differ
+    std::set<std::string> whole{};                      // of these, in all their blocks
     std::set<std::string> relocated{};                  // of these, say the same in another place
     std::set<std::pair<std::string, size_t>> blocks{};  // live ones without a name, by file and line
     std::set<std::string> serverDirectives{};           // those that may differ outside of blocks
@@ -45,6 +46,12 @@ struct Pairing {
     static constexpr uint32_t None = UINT32_MAX;
     std::vector<uint32_t> stagedOf, liveOf;
 };
+// The entry of a host of the reading.
+using HostNumber = uint32_t;
+inline HostNumber numberOf(const Reading& reading, const VirtualHost* host) {
+    return host == nullptr ? Pairing::None : static_cast<HostNumber>(host - reading.hosts().data());
+}
+
 Pairing pairingOf(const Reading& live, const Reading& staged, const Asked& asked);
 
 // The first place that differs though nobody asked for it; empty when there is none.
@@ -53,6 +60,9 @@ std::string strayDifference(const Reading& live, const Reading& staged, const Pa
 // The same of the sites that go to another place: what they say may depend on it (Define, Macro).
 std::string lossOfRelocated(const Reading& live, const Reading& staged, const Pairing& pairing,
                             const Asked& asked);
+// Why a change of all of a site is one of a part: a macro makes the rest.
+std::string beyondText(const Reading& live, const Reading& staged, const Pairing& pairing,
+                       const Asked& asked);
 std::vector<Moved> impactOf(const Reading& live, const Reading& staged, const Pairing& pairing,
                             const Asked& asked);
 

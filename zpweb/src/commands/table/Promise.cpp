@@ -154,6 +154,9 @@ void promise(Transaction& change, const Command& command, const Arguments& given
         concernServer(asked, command, given);
     } else {
         concernSite(asked, site, kept);
+        if (valueOf(given, "--port").empty() && !command.words.starts_with("tls ")) {
+            asked.whole.insert(site);
+        }
         asked.everything = asked.everything || !kept.siteOnly;
     }
     asked.answersMayChange = asked.answersMayChange || command.words == "site suspend";
