@@ -96,6 +96,15 @@ def test_a_site_that_a_macro_makes_in_part_is_changed_in_part_only_when_that_is_
     site.do(*words, "--port", site.port)
 
 
+def test_a_catch_all_comes_before_included_sites(site):
+    (site.root / "included/first.conf").write_text(f"<VirtualHost 127.0.0.1:{site.port}>\n    ServerName first.example\n</VirtualHost>\n")
+    site.conf.write_text(text := site.text()[:site.text().index("<VirtualHost")] + "# the end\n")
+    site.do("server", "catch-all", "on")
+    assert site.text() == text.replace("IncludeOptional", f'Include "{site.root}/zpweb.d/catch-all.conf"\nIncludeOptional')
+    site.do("server", "catch-all", "off")
+    assert site.text() == text
+
+
 def test_only_conditions_that_are_met_say_who_may_see_a_directory(site):
     site.conf.write_text(site.text().replace("</VirtualHost>", f"""<Directory {site.sites}>
     <IfModule !mod_access_compat.c>

@@ -131,6 +131,20 @@ Outcome proveCatchAll(const Transaction& change) {
     return done();
 }
 
+// Wherever it stands it is the first.
+Outcome isFirst(const Reading& staged) {
+    for (const Endpoint& endpoint : staged.endpoints()) {
+        const VirtualHost* own = staged.carrierOf(ServerName, endpoint);
+        const VirtualHost* first = staged.leadsTo(UnknownName, endpoint);
+        if (own != nullptr && own != first) {
+            return failure(Status::Refused, staged.describe(first) + " is the first on " + endpoint.text() +
+                                                " and answers for every name there: no catch-all comes "
+                                                "before it; nothing is changed");
+        }
+    }
+    return done();
+}
+
 }  // namespace
 
 Outcome setCatchAll(Transaction& change, const std::string& page) {
@@ -154,6 +168,7 @@ Outcome setCatchAll(Transaction& change, const std::string& page) {
         text += blockFor(addresses.https, *tls + answerLines(page));
     }
     change.asked().anyName = true;
+    change.expect(ServerName, "first", isFirst);
     change.prove([&change] { return proveCatchAll(change); });
     return putServerFile(change, ServerFileKind::FirstSite, Name, text);
 }

@@ -4,6 +4,7 @@
 
 #include "conf/Text.h"
 #include "sys/File.h"
+#include "text/Statements.h"
 
 namespace zpweb {
 
@@ -47,13 +48,40 @@ Location locationOf(const Configuration& configuration, ServerFileKind kind, con
     return {file, "", "", "Include \"" + file + "\""};
 }
 
-// Before the first block of the file, or at its end.
-std::string withLine(const ConfigurationFile& main, bool first, const std::string& line) {
-    const std::string& text = main.content().text();
-    size_t at = text.size();
-    if (first && !main.blocks().empty()) {
-        at = static_cast<size_t>(main.blocks().front().text.data() - text.data());
+// Does a file that the pattern names have a block, or one that it includes?
+bool leadsToBlock(const Configuration& configuration, std::string_view pattern, size_t depth = 0) {
+    constexpr size_t Deepest = 10;
+    const std::vector<std::string> names = configuration.included(pattern);
+    return depth < Deepest && std::any_of(names.begin(), names.end(), [&](const std::string& name) {
+               const ConfigurationFile* file = configuration.file(name);
+               return file != nullptr &&
+                      (!file->blocks().empty() ||
+                       std::any_of(file->server().includes.begin(), file->server().includes.end(),
+                                   [&](const IncludeLine& include) {
+                                       return leadsToBlock(configuration, include.pattern, depth + 1);
+                                   }));
+           });
+}
+
+// The line of the file's first block, or that which leads to one; None without any.
+size_t firstBlock(const Configuration& configuration, const ConfigurationFile& main) {
+    size_t first = main.blocks().empty() ? None : main.blocks().front().lines.first;
+    for (const IncludeLine& include : main.server().includes) {
+        if (include.line < first && leadsToBlock(configuration, include.pattern)) {
+            first = include.line;
+        }
     }
+    return first;
+}
+
+// Before the first block of the file, or at its end.
+std::string withLine(const Configuration& configuration, bool first, const std::string& line) {
+    const ConfigurationFile& main = configuration.main();
+    const std::string& text = main.content().text();
+    const size_t number = first ? firstBlock(configuration, main) : None;
+    const size_t at = number < main.lines().size()
+                          ? static_cast<size_t>(main.lines()[number].data() - text.data())
+                          : text.size();
     const std::string before = at > 0 && text[at - 1] != '\n' ? "\n" : "";
     return text.substr(0, at) + before + line + "\n" + text.substr(at);
 }
@@ -90,7 +118,8 @@ Outcome putServerFile(Transaction& change, ServerFileKind kind, const std::strin
     if (location.line.empty() || hasLine(main, location.line)) {
         return done();
     }
-    return change.replace(main.path(), withLine(main, kind == ServerFileKind::FirstSite, location.line));
+    return change.replace(
+        main.path(), withLine(change.configuration(), kind == ServerFileKind::FirstSite, location.line));
 }
 
 Outcome dropServerFile(Transaction& change, ServerFileKind kind, const std::string& name) {
