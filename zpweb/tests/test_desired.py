@@ -51,6 +51,9 @@ def test_what_is_exported_is_planned_with_nothing_to_do(three):
     three.conf.write_bytes(three.conf.read_bytes().replace(b"/srv/p", b"/srv/\xe9"))
     left_out = three.do("export", "b.example")
     assert "no UTF-8" in left_out.err and "alias" not in left_out.json["sites"][0] and planned(three, left_out.json) == []
+    three.conf.write_bytes(three.conf.read_bytes().replace(b"</Virt", b"<Directory /srv/z>\nRequire ip 10.1.2.3\nRequire user joe\n</Directory>\n</Virt", 1))
+    [told] = [each for each in three.do("export", "a.example").json["sites"][0]["directories"] if each["path"] == "/srv/z"]
+    assert told == {"path": "/srv/z", "who": ["Require ip 10.1.2.3", "Require user joe"]}, "an address is not all that is let in"
 
 
 CHANGES = [
