@@ -209,6 +209,14 @@ def test_web_users(site):
     assert users.read_text().split("\n")[1] == before[1]
     site.do("user", "delete", "shop.example", "--all")
     assert not users.exists() and site.run("user", "list", "shop.example").status == 6
+    site.conf.write_text(site.text() + f"<VirtualHost 127.0.0.2:80>\n</VirtualHost>\n<VirtualHost 127.0.0.2:80>\nServerName Mixed.Example\n</VirtualHost>\n")
+    line = site.text().count("\n")
+    answer = site.run("user", "add", f"{site.conf}:{line - 4}", "joe", input="x\n")
+    assert answer.status == 3 and "the block has no name" in answer.err, answer
+    site.do("vdir", "create", "mixed.example", site.sites, "--protect", "--no-check")
+    site.do("user", "add", f"{site.conf}:{line - 2}", "joe", "--folder", site.sites, input="x\n")
+    [file] = users.parent.iterdir()
+    assert f'AuthUserFile "{file}"' in site.text() and file.read_text().startswith("joe:$2y$")
 
 
 def test_protected_folders(live):

@@ -40,14 +40,17 @@ Outcome add(Transaction& change, const Arguments& given) {
     if (!hash.ok()) {
         return hash.outcome();
     }
+    const auto asked = usersAskedFor(change.configuration(), given);
+    if (!asked.ok()) {
+        return asked.outcome();
+    }
     change.output().set("user", user);
-    if (const std::string file = WebUsers(given).file();
-        WebUsers(given).named().ok() &&
-        !isAskedFor(change.configuration(), knownSite(change.configuration(), given[SiteName]), file)) {
+    if (const std::string file = asked->file();
+        !isAskedFor(change.configuration(), knownSite(change.configuration(), asked->domain), file)) {
         change.output().note("no directory asks for the users in " + file +
                              " yet: see \"vdir set --protect\"");
     }
-    return onNewUsers(change, WebUsers(given), [&](CZPUsers& users) {
+    return onNewUsers(change, *asked, [&](CZPUsers& users) {
         const Meaning meaning = expecting("UserCreate", {UserAdded}, UserThere,
                                           existsAlready("user " + inQuotes(user) + ": exists already"));
         return meaning(users.UserCreate(user.c_str(), hash->c_str()));

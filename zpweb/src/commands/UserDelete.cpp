@@ -29,7 +29,11 @@ Outcome remove(Transaction& change, const Arguments& given) {
     if (given[All] == user.has_value()) {
         return failure(Status::Usage, "user delete: expected a USER, or --all");
     }
-    return goneIsUpToDate(onUsers(change, WebUsers(given), [&](CZPUsers& users) {
+    const auto asked = usersAskedFor(change.configuration(), given);
+    if (!asked.ok()) {
+        return goneIsUpToDate(asked.outcome());
+    }
+    return goneIsUpToDate(onUsers(change, *asked, [&](CZPUsers& users) {
         return user ? removeOne(users, *user) : resultOf("UserDeleteAll", users.UserDeleteAll(), {AllGone});
     }));
 }

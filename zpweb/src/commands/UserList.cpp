@@ -12,12 +12,12 @@ namespace {
 constexpr char UsersListed = zp::result::user::Listed;
 constexpr char NamesListed = zp::result::user::NamesListed;
 
-Outcome list(Session& session, const Arguments& given) {
-    const WebUsers users(given);
-    if (!exists(users.file())) {
-        return users.missing();
+Outcome list(Session& session, const Configuration& configuration, const Arguments& given) {
+    const auto users = usersAskedFor(configuration, given);
+    if (!users.ok() || !exists(users->file())) {
+        return users.ok() ? users->missing() : users.outcome();
     }
-    CZPUsers manager(nullptr, "", users.domain.c_str(), users.directory.c_str());
+    CZPUsers manager(nullptr, "", users->domain.c_str(), users->directory.c_str());
     StringVector names;
     const int result = quietly(session.output, [&] { return manager.UserList(&names); });
     List& rows = session.output.list("users", {"user"});

@@ -18,8 +18,12 @@ Outcome changePassword(Transaction& change, const Arguments& given) {
     if (!hash.ok()) {
         return hash.outcome();
     }
+    const auto asked = usersAskedFor(change.configuration(), given);
+    if (!asked.ok()) {
+        return asked.outcome();
+    }
     change.output().set("user", user);
-    return onUsers(change, WebUsers(given), [&](CZPUsers& users) {
+    return onUsers(change, *asked, [&](CZPUsers& users) {
         const Meaning meaning = expecting("ChangePasswd", {PasswordChanged}, NoSuchUser, noSuchUser(user));
         return meaning(users.ChangePasswd(user, *hash));
     });

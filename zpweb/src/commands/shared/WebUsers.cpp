@@ -90,8 +90,18 @@ Outcome WebUsers::missing() const {
     return failure(Status::NotFound, file() + ": no such file; the site has no users");
 }
 
+Expected<WebUsers> usersAskedFor(const Configuration& configuration, const Arguments& given) {
+    const std::string directory = given[OfDirectory].value_or("");
+    if (!isPlace(given[SiteName])) {
+        return WebUsers(given[SiteName], directory);
+    }
+    const auto site = findSite(configuration, given[SiteName]);
+    const Outcome named = site.ok() ? site->hasName() : site.outcome();
+    return named.ok() ? Expected(WebUsers(site->name(), directory)) : named;
+}
+
 std::vector<std::string> userNamesOf(const std::string& domain) {
-    const auto text = readFile(zp::host::webUsersFile("", domain.c_str(), ""));
+    const auto text = readFile(WebUsers(domain, "").file());
     std::vector<std::string> names;
     const Lines lines(text.ok() ? std::string_view(*text) : std::string_view());
     for (const std::string_view line : lines.all) {

@@ -7,6 +7,8 @@
 #include "CZPUsers.h"
 #include "change/Transaction.h"
 #include "commands/table/Arguments.h"
+#include "commands/table/Site.h"
+#include "server/Reading.h"
 
 namespace zpweb {
 
@@ -17,14 +19,15 @@ inline constexpr auto OfDirectory =
 struct WebUsers {
     std::string domain, directory;
 
-    explicit WebUsers(const Arguments& given)
-        : domain(given[SiteName]), directory(given[OfDirectory].value_or("")) {}
-    WebUsers(std::string ofSite, std::string ofDirectory)
-        : domain(std::move(ofSite)), directory(std::move(ofDirectory)) {}
+    // Of a site, however its name is written.
+    WebUsers(const std::string& ofSite, std::string ofDirectory)
+        : domain(lowerCase(ofSite)), directory(std::move(ofDirectory)) {}
     Outcome named() const;  // the file carries the site's name
     std::string file() const;
     Outcome missing() const;
 };
+// Those that a command is about: of a site by its name, also where its block is named by its place.
+Expected<WebUsers> usersAskedFor(const Configuration& configuration, const Arguments& given);
 // The users of a site, without their passwords; none where there is no file.
 std::vector<std::string> userNamesOf(const std::string& domain);
 Outcome noSuchUser(const std::string& user);
