@@ -5,6 +5,7 @@
 #include "commands/shared/SettingParameters.h"
 #include "input/Quoted.h"
 #include "input/Url.h"
+#include "settings/Proof.h"
 #include "settings/RedirectChange.h"
 #include "settings/SiteFacts.h"
 
@@ -41,6 +42,7 @@ Outcome set(Transaction& change, const Site& site, const Arguments& given) {
     change.output().set("site", site.name());
     change.output().set("path", redirect.path);
     change.output().set("to", redirect.to);
+    expectVisitors(change, site.name());
     return changeRedirects(change, site.name(), given[Overwrite], [&](RedirectSetting& setting) {
         if (PathRedirect* known = setting.at(redirect.path)) {
             *known = redirect;

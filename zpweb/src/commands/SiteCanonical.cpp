@@ -2,6 +2,7 @@
 #include "commands/SettingsCommands.h"
 #include "commands/shared/SettingParameters.h"
 #include "input/Quoted.h"
+#include "settings/Proof.h"
 #include "settings/RedirectChange.h"
 #include "settings/SiteFacts.h"
 #include "settings/SiteSettings.h"
@@ -49,6 +50,9 @@ Outcome canonical(Transaction& change, const Site& site, const Arguments& given)
     }
     change.output().set("site", site.name());
     change.output().set("canonical", name);
+    if (!name.empty()) {
+        expectVisitors(change, own);
+    }
     return changeRedirects(change, site.name(), given[Overwrite],
                            [&](RedirectSetting& setting) { setting.canonical = name; });
 }

@@ -108,6 +108,20 @@ std::vector<std::string> reachedByDefault(const Reading* live, const Reading& st
     return notes;
 }
 
+// Why nobody gets to the entry.
+std::string silenceOf(const Reading& staged, const NameMap::Entry& entry) {
+    for (const Endpoint& endpoint : staged.endpoints()) {
+        const NameMap::Entry* other = staged.names().entryFor(endpoint);
+        const bool isFor = (entry.at.port == 0 || entry.at.port == endpoint.port) &&
+                           (entry.at.address == "*" || entry.at.address == endpoint.address);
+        if (other != nullptr && isFor) {
+            return "a block for " + other->at.text() + " goes before one for " + entry.at.text() + ": " +
+                   staged.describe(&staged.hosts()[other->hosts.front()]);
+        }
+    }
+    return "no Listen leads there";
+}
+
 // Blocks of the sites that the server takes no requests for.
 std::vector<std::string> unheard(const Reading& staged, const Asked& asked) {
     std::set<const NameMap::Entry*> heard;
@@ -120,7 +134,7 @@ std::vector<std::string> unheard(const Reading& staged, const Asked& asked) {
              heard.contains(&entry) ? std::vector<NameMap::Host>() : entry.hosts) {
             if (asked.sites.contains(staged.hosts()[host].names.name)) {
                 notes.push_back(staged.describe(&staged.hosts()[host]) + " is not reached on " +
-                                entry.at.text() + ": no Listen leads there");
+                                entry.at.text() + ": " + silenceOf(staged, entry));
             }
         }
     }

@@ -121,6 +121,24 @@ Postcondition servesNothing(const BlocksOf& blocks) {
     };
 }
 
+Postcondition takesRequests(const std::string& site) {
+    return [=](const Reading& staged) {
+        const auto hosts = hostsOf(staged, {site});
+        const auto& endpoints = staged.endpoints();
+        const bool some = std::any_of(endpoints.begin(), endpoints.end(), [&](const Endpoint& endpoint) {
+            const NameMap::Entry* entry = staged.names().entryFor(endpoint);
+            return std::any_of(hosts.begin(), hosts.end(),
+                               [&](const VirtualHost* host) { return listsHost(entry, staged, host); });
+        });
+        return some || hosts.empty()
+                   ? done()
+                   : failure(Status::Refused,
+                             staged.describe(hosts.front()) +
+                                 ": the server takes no requests for it, so nothing of it can be shown; "
+                                 "let it listen there first (zpweb directive add Listen)");
+    };
+}
+
 Postcondition isSuspended(const BlocksOf& blocks) {
     return [=](const Reading& staged) {
         for (const VirtualHost* host : hostsOf(staged, blocks)) {

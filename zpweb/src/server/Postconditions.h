@@ -26,6 +26,8 @@ Postcondition leadsToSiteIfServed(const std::string& site);
 Postcondition leadsThereNoMore(const std::string& name, const BlocksOf& blocks);
 // The site's name leads to none of its blocks.
 Postcondition servesNothing(const BlocksOf& blocks);
+// The server takes requests for a block of the site, where it has one.
+Postcondition takesRequests(const std::string& site);
 // What of a postcondition does not hold.
 Outcome notShown(const std::string& what);
 

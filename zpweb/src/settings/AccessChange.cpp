@@ -84,7 +84,7 @@ Outcome proveAccess(const Transaction& change, const std::string& site, const Ac
     for (const Place& place : answeringBlocks(change.configuration(), site)) {
         const std::string name = settingName(place.block->name);
         const bool tls = speaksTls(place, change.reading());
-        for (const Peer& peer : peersOf(change.configuration(), *place.block)) {
+        for (const Peer& peer : peersOf(change.configuration(), place, change.reading())) {
             if (isRedirected({peer, name, path.path, tls})) {
                 continue;
             }
@@ -167,6 +167,7 @@ Outcome usersAreThere(const AccessPath& path, const std::string& serverUser) {
 Outcome setAccess(Transaction& change, const std::string& site, const AccessPath& path, bool overwrite) {
     AccessSetting setting = accessOf(change, site);
     setting.set(path);
+    expectVisitors(change, site);
     // A later command of the same change may ask for something else.
     change.prove([&change, site, path = path.path] {
         const AccessSetting last = accessOf(change, site);

@@ -121,7 +121,7 @@ Outcome isMisdirected(const Request& request) {
 Outcome proveCatchAll(const Transaction& change) {
     for (const Place& place : change.configuration().find(ServerName)) {
         const bool tls = !argumentsIn(*place.block, "SSLEngine").empty();
-        for (const Peer& peer : peersOf(change.configuration(), *place.block)) {
+        for (const Peer& peer : peersOf(change.configuration(), place, change.reading())) {
             const Request request{peer, UnknownName, "/", tls};
             if (Outcome shown = shownInTime([&] { return isMisdirected(request); }); !shown.ok()) {
                 return shown;

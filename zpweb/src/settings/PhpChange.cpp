@@ -51,7 +51,7 @@ std::vector<Request> placesWith(const Transaction& change, const std::string& si
             continue;
         }
         const bool tls = speaksTls(place, change.reading());
-        for (const Peer& peer : peersOf(change.configuration(), *place.block)) {
+        for (const Peer& peer : peersOf(change.configuration(), place, change.reading())) {
             requests.push_back({peer, settingName(place.block->name), "/", tls});
         }
     }
@@ -119,6 +119,7 @@ Outcome setPhp(Transaction& change, const std::string& site, PhpSetting setting,
         return failure("no FPM pool answers: " + reached.message + " (zpweb php list shows the pools)");
     }
     setting.version = versionOf(setting.fpm);
+    expectVisitors(change, site);
     change.expect(hostNameIn(site), PassedOn,
                   answersItself({hostNameIn(site)}, "/index.php",
                                 ", and no script of the site is run: take that line away first"));

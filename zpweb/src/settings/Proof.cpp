@@ -3,6 +3,8 @@
 #include <chrono>
 #include <thread>
 
+#include "server/Postconditions.h"
+
 namespace zpweb {
 
 Outcome shownInTime(const std::function<Outcome()>& proof) {
@@ -36,6 +38,10 @@ Outcome redirects(const Request& request, const std::string& to) {
                ? done()
                : failure(described(request) + " answers " + std::to_string(reply->status) +
                          (location.empty() ? "" : " to " + location) + ", not a redirect to " + to);
+}
+
+void expectVisitors(Transaction& change, const std::string& site) {
+    change.expect(hostNameIn(site), "visitors", takesRequests(hostNameIn(site)));
 }
 
 std::string described(const Request& request) {

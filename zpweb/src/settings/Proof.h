@@ -5,6 +5,7 @@
 #include <functional>
 #include <string>
 
+#include "change/Transaction.h"
 #include "server/Request.h"
 #include "sys/Outcome.h"
 
@@ -16,6 +17,9 @@ Outcome shownInTime(const std::function<Outcome()>& proof);
 Outcome showsCertificate(const Peer& peer, const std::string& name, const std::string& fingerprint);
 // The request is answered with a redirect to this address.
 Outcome redirects(const Request& request, const std::string& to);
+
+// What is asked of the site is refused where no visitor could ever see it.
+void expectVisitors(Transaction& change, const std::string& site);
 
 // A request as error messages name it: "http://shop.example/path at 127.0.0.1 port 80".
 std::string described(const Request& request);

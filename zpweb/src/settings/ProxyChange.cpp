@@ -64,7 +64,7 @@ Outcome isPassedOn(const Request& request) {
 Outcome proveProxy(const Transaction& change, const std::string& site, const std::string& path) {
     for (const Place& place : answeringBlocks(change.configuration(), site)) {
         const std::string name = settingName(place.block->name);
-        for (const Peer& peer : peersOf(change.configuration(), *place.block)) {
+        for (const Peer& peer : peersOf(change.configuration(), place, change.reading())) {
             const Request request{peer, name, path, speaksTls(place, change.reading())};
             if (Outcome shown = shownInTime([&] { return isPassedOn(request); }); !shown.ok()) {
                 return shown;
@@ -90,6 +90,7 @@ Outcome setProxy(Transaction& change, const std::string& site, const ProxyPath& 
     setting.upgrade = upgradeOfServer();
     setting.set(path);
     const std::string name = hostNameIn(site);
+    expectVisitors(change, site);
     change.expect(
         name, aboutPath(path.path),
         passedOnBy({name}, path.path,

@@ -66,7 +66,7 @@ Outcome proveRedirects(const Transaction& change, const std::string& site) {
         const std::string start = asked ? twin : name;
         const bool tls =
             speaksTls(place, change.reading(), setting.httpsPort == 0 ? 443 : setting.httpsPort);
-        for (const Peer& peer : peersOf(change.configuration(), *place.block)) {
+        for (const Peer& peer : peersOf(change.configuration(), place, change.reading())) {
             for (const Expectation& each : expectations(setting, {peer, start, "/", tls}, start)) {
                 Outcome shown = shownInTime([&] { return redirects(each.request, each.location); });
                 if (!shown.ok()) {

@@ -70,6 +70,24 @@ const VirtualHost* hostAt(const Place& place, const Reading& reading) {
     return found == hosts.end() ? nullptr : &*found;
 }
 
+// By the server's name map, or else as the block writes them.
+std::vector<Endpoint> endpointsOf(const Place& place, const Reading* reading) {
+    std::vector<Endpoint> found;
+    if (const VirtualHost* host = reading == nullptr ? nullptr : hostAt(place, *reading)) {
+        const auto number = static_cast<NameMap::Host>(host - reading->hosts().data());
+        for (const NameMap::Entry& entry : reading->names().entries()) {
+            if (std::find(entry.hosts.begin(), entry.hosts.end(), number) != entry.hosts.end()) {
+                found.push_back(entry.at);
+            }
+        }
+    }
+    for (const std::string& written :
+         found.empty() ? addressesOf(*place.block) : std::vector<std::string>()) {
+        found.push_back(endpointOf(written));
+    }
+    return found;
+}
+
 // Where a visitor of this host can ask a socket that is for any block.
 std::string askedAt(const Socket& listen) {
     return listen.host.empty() || listen.host == "0.0.0.0" ? "127.0.0.1"
@@ -186,11 +204,10 @@ std::string serverUser(const Configuration& configuration) {
     return user.empty() || conf::contains(user, "${") ? "www-data" : user;
 }
 
-std::vector<Peer> peersOf(const Configuration& configuration, const Block& block) {
+std::vector<Peer> peersOf(const Configuration& configuration, const Place& place, const Reading* reading) {
     std::vector<Peer> peers;
     const bool perhapsBalanced = configuration.loads("remoteip_module");
-    for (const std::string& written : addressesOf(block)) {
-        const Endpoint address = endpointOf(written);
+    for (const Endpoint& address : endpointsOf(place, reading)) {
         for (const Socket& listen : askable(configuration)) {
             const bool any = address.address == "*";
             const bool matches = (address.port == 0 || address.port == listen.port) &&

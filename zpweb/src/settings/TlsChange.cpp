@@ -80,7 +80,7 @@ Outcome proveTls(const Transaction& change, const std::string& site) {
         if (place.block->stopped || !includes(*place.block, file)) {
             continue;
         }
-        for (const Peer& peer : peersOf(change.configuration(), *place.block)) {
+        for (const Peer& peer : peersOf(change.configuration(), place, change.reading())) {
             for (const std::string& name : namesOf({place})) {
                 if (std::find(missing.begin(), missing.end(), name) != missing.end()) {
                     continue;
