@@ -146,8 +146,13 @@ def test_tls_on_and_off(server):
     server.do("tls", "off", SITE, "--overwrite")
     assert without_modules(server.files()) == without_modules(before)
     assert server.serving() == server.all_served()
-    server.do("directive", "add", "Redirect", f"permanent / https://{SITE}/", "--site", SITE)
-    assert "leads to https by a line of its own" in server.run("tls", "on", SITE, *pair("good")).err
+    for line, status, told in (("Redirect permanent / https://loop.example/", 1, "leads to https by a line of its own"), ("RedirectTemp / HTTPS://loop.example/", 1, "of its own"),
+                               (f"Include {server.tree}/snippets/name.conf", 4, "https://loop.example/ leads to itself")):
+        (server.tree / "snippets/name.conf").write_text("Redirect / https://loop.example/\n")
+        server.place("loop", block("*:80", "loop.example", line))
+        answer = server.run("tls", "on", "loop.example", *pair("good"), "--any-name")
+        assert answer.status == status and told in answer.err, answer
+        server.restore()
 
 
 def test_a_wildcard_stands_for_one_label(server):

@@ -7,6 +7,7 @@
 #include "settings/SettingFile.h"
 #include "settings/SiteFacts.h"
 #include "settings/SiteSettings.h"
+#include "text/Statements.h"
 
 namespace zpweb {
 
@@ -35,14 +36,11 @@ std::string joined(const std::vector<std::string>& words) {
 
 // A block that leads to https itself would lead to itself.
 bool leadsToHttps(const Block& block) {
-    for (const char* directive : {"Redirect", "RedirectMatch", "RedirectPermanent", "RewriteRule"}) {
-        for (const std::string& arguments : argumentsIn(block, directive)) {
-            if (zp::conf::contains(arguments, "https://")) {
-                return true;
-            }
-        }
-    }
-    return false;
+    const Statements statements(block);
+    return std::any_of(statements.begin(), statements.end(), [](const Statement& each) {
+        return (zp::conf::beginsIgnoringCase(each.name, "Redirect") || each.is("RewriteRule")) &&
+               zp::conf::contains(lowerCase(each.arguments), "https://");
+    });
 }
 
 // The block again, with another address in its opening line.

@@ -96,6 +96,27 @@ Outcome proveTls(const Transaction& change, const std::string& site) {
     return done();
 }
 
+// What leads to https may stand in a file that a block includes which was copied.
+Outcome proveEnd(const Transaction& change, const std::string& site, int port) {
+    for (const Place& place : answeringBlocks(change.configuration(), site)) {
+        for (const Peer& peer : peersOf(change.configuration(), place, change.reading())) {
+            const std::string name = settingName(place.block->name);
+            const std::string here =
+                "https://" + name + (port == TlsSetting{}.port ? "" : ":" + std::to_string(port)) + "/";
+            const auto leads = [&] {
+                const auto reply = ask({peer, name, "/", true});
+                return reply.ok() && reply->header("Location") == here;
+            };
+            if (peer.port == port && leads()) {
+                return failure(here +
+                               " leads to itself, by a line for http that the block of https has, "
+                               "too: take it away, and use --redirect");
+            }
+        }
+    }
+    return done();
+}
+
 KeptCertificate keptOf(const Transaction& change, const TlsSetting& setting) {
     return {change.state().directory, setting.files};
 }
@@ -230,6 +251,9 @@ Outcome setTls(Transaction& change, const std::string& site, TlsSetting setting,
     outcome = outcome.ok() ? makeHttpsBlocks(change, site, setting.port, setting.made) : outcome;
     outcome = outcome.ok() ? isListenedTo(change.configuration(), setting.made) : outcome;
     outcome = outcome.ok() ? write(change, site, setting, overwrite) : outcome;
+    if (!before || before->made.size() < setting.made.size()) {
+        change.prove([&change, site, port = setting.port] { return proveEnd(change, site, port); });
+    }
     const int redirect = setting.redirect ? setting.port : 0;
     if (!outcome.ok() || redirectsOf(change, site).httpsPort == redirect) {
         return outcome;
