@@ -703,15 +703,16 @@ def test_what_no_visitor_sees_is_not_done(server):
 
 
 def test_the_catch_all_answers_for_unknown_names(server):
-    before = server.files()
     Path("/var/www/unknown.html").write_text("nobody here")
+    server.place("made", "<Macro Made $at>\n<VirtualHost $at:80>\nServerName made.example\n</VirtualHost>\n</Macro>\nUse Made 127.0.0.3\n")
+    before = server.files()
     server.do("server", "catch-all", "on", "--dry-run")
     assert server.files() == before, "its key was only for the check"
     with open(server.tree / "snippets/admin.conf", "a") as other:
         other.write("# http://127.0.0.2:8080 is no site's\n")
     before = server.files()
     server.do("server", "catch-all", "on", "--page", "/var/www/unknown.html")
-    for listener in (HTTP, TLS, ("http", "127.0.0.2")):
+    for listener in (HTTP, TLS, ("http", "127.0.0.2"), ("http", "127.0.0.3")):
         assert server.get("unknown.invalid", listener) == (421, "nobody here")
     assert server.serving() == server.all_served()
     server.do("server", "catch-all", "off")

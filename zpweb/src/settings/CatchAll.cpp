@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "server/Protocol.h"
 #include "settings/Modules.h"
 #include "settings/Proof.h"
 #include "settings/SelfSigned.h"
@@ -44,7 +45,22 @@ bool isBackend(const Configuration& configuration, const std::string& address) {
     });
 }
 
-Addresses addressesOf(const Configuration& configuration, const Reading* reading) {
+// As the server has them, also those that a macro writes.
+Addresses addressesOf(const Configuration& configuration, const Reading& reading) {
+    Addresses addresses;
+    for (const NameMap::Entry& entry : reading.names().entries()) {
+        const bool tls = std::any_of(entry.hosts.begin(), entry.hosts.end(), [&](NameMap::Host host) {
+            return speaksTls(reading, reading.hosts()[host]);
+        });
+        if (!isBackend(configuration, entry.at.text())) {
+            addOnce(tls ? addresses.https : addresses.http, entry.at.text());
+        }
+    }
+    return addresses;
+}
+
+// The same by the text alone.
+Addresses writtenAddresses(const Configuration& configuration) {
     Addresses addresses;
     for (const auto& file : configuration.files()) {
         for (const Block& block : file->blocks()) {
@@ -55,7 +71,7 @@ Addresses addressesOf(const Configuration& configuration, const Reading* reading
                 if (isBackend(configuration, each)) {
                     continue;
                 }
-                addOnce(speaksTls({file.get(), &block}, reading) ? addresses.https : addresses.http, each);
+                addOnce(speaksTls(block) ? addresses.https : addresses.http, each);
             }
         }
     }
@@ -151,7 +167,9 @@ Outcome setCatchAll(Transaction& change, const std::string& page) {
     if (!page.empty() && !isReadableBy(serverUser(change.configuration()), page)) {
         return failure(page + ": the server's user cannot read it");
     }
-    const Addresses addresses = addressesOf(change.configuration(), change.live());
+    const Reading* reading = change.live();
+    const Addresses addresses = reading != nullptr ? addressesOf(change.configuration(), *reading)
+                                                   : writtenAddresses(change.configuration());
     if (addresses.http.empty() && addresses.https.empty()) {
         return failure("the server has no site that a catch-all could stand before");
     }
