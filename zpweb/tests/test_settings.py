@@ -743,6 +743,7 @@ def test_logs_are_rotated_and_shown(server):
     server.do("directive", "add", "CustomLog", f"{logs}/access.log combined", "--site", SITE)
     server.get(SITE, path="/seen")
     assert "/seen" in server.do("log", "show", SITE, "--requests").out
+    assert "one of --daily, --weekly" in server.run("log", "policy", SITE, "--weekly", "--monthly").err
     server.do("log", "policy", SITE, "--daily", "--keep", "3", "--size", "1M")
     assert "\n    maxsize 1M\n" in Path("/etc/logrotate.d/zpweb").read_text(), "or sooner"
     assert "/etc/logrotate.d/zpweb rotates it, too" in server.do("log", "rotate", SITE, "--size", "9").err + server.do("log", "rotate", SITE, "--dry-run").err

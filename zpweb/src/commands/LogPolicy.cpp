@@ -114,6 +114,9 @@ void warnOfWays(Output& output, const PolicyList& policies, const std::vector<st
 }
 
 Outcome setPolicy(Transaction& change, const Arguments& given) {
+    if (given[Daily] + given[Weekly] + given[Monthly] > 1) {
+        return failure(Status::Usage, "log policy: expected one of --daily, --weekly and --monthly");
+    }
     const auto sites = sitesAsked(change, given);
     if (!sites.ok()) {
         return sites.outcome();
