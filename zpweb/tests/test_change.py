@@ -44,7 +44,7 @@ def test_what_is_created_and_deleted_again_leaves_no_trace(machine):
     created = machine.create("shop.example", "--mode", "plain")
     assert created.status == 0, created
     assert machine.text().startswith(before)
-    assert machine.text()[len(before):].startswith("\n<VirtualHost 127.0.0.1")
+    assert machine.text()[len(before):].startswith(f"\n<VirtualHost 127.0.0.1:{machine.port}>")
     machine.do("site", "delete", "shop.example")
     assert machine.text() == before
 

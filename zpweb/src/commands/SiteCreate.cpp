@@ -201,7 +201,7 @@ Outcome stageBlock(Transaction& change, Plan& plan) {
 // The same file, with the block fitted to the server.
 Outcome fitBlock(Transaction& change, const Plan& plan) {
     NewBlock wanted;
-    wanted.address = plan.shared ? plan.listening.text() : "";
+    wanted.address = plan.entry.IPSwitch != Own ? plan.listening.text() : "";
     wanted.logs = plan.logs;
     wanted.grants = !plan.before24;
     wanted.alias = holderOf(change, "www." + plan.name, plan.name).empty();
@@ -212,7 +212,7 @@ Outcome fitBlock(Transaction& change, const Plan& plan) {
     if (!plan.listens) {
         change.asked().serverDirectives.insert("listen");
     }
-    const bool begins = plan.file != change.configuration().main().path() && plan.shared &&
+    const bool begins = plan.file != change.configuration().main().path() && plan.entry.IPSwitch != Own &&
                         zp::conf::skipSpace(text.substr(0, at)).empty();
     const std::string before = begins ? "" : text.substr(0, at);
     return change.rewrite(*place.file,
