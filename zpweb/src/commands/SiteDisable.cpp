@@ -12,6 +12,9 @@ Outcome disable(Transaction& change, const Site& site, const Arguments&) {
         return failure(Status::Refused,
                        "this server reads its sites without links that could be removed; see site stop");
     }
+    if (Outcome named = site.hasName(); !named.ok()) {
+        return named;
+    }
     if (Outcome own = hasOwnFiles(change, site, layout); !own.ok()) {
         return own;
     }
