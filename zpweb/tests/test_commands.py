@@ -172,11 +172,16 @@ def test_virtual_directories(live):
         {"alias": "/pics", "folder": str(folder)}]
     assert site.do("vdir", "find", "shop.example", "/pics", "--json").json["folder"] == str(folder)
     assert site.run("vdir", "find", "shop.example", "/none").status == 6
+    assert "vdir set" in site.run("vdir", "create", "shop.example", folder, "--perl").err
     site.do("vdir", "create", "shop.example", folder)
-    site.conf.write_text(site.text().replace(f'<Directory "{folder}">', f'<Directory "{folder}">\n\t\tRequire ip 10.0.0.1\n\t\tRequire ip 127.0.0.1'))
     site.do("user", "add", "shop.example", "joe", "--folder", folder, input="one\n")
-    site.do("vdir", "set", "shop.example", folder, "--protect")
-    assert [site.get("shop.example", user=user)[0] for user in ("", "joe:one")] == [401, 200], "both hosts are let in still"
+    for terms in (["Require ip 10.0.0.1", "Require ip 127.0.0.1"], ["<RequireAll>", "Require all granted", "Require not ip 10.0.0.1", "</RequireAll>"],
+                  ["<RequireAll>", "Require all granted", "Require not ip 10.0.0.1", "</RequireAll>", "Require ip 127.0.0.1"]):
+        site.conf.write_text(site.text().replace(f'<Directory "{folder}">', "\n\t\t".join([f'<Directory "{folder}">', *terms])))
+        site.do("vdir", "set", "shop.example", folder, "--protect")
+        assert [site.get("shop.example", user=user)[0] for user in ("", "joe:one")] == [401, 200], "the hosts are let in still"
+        site.do("undo")
+        site.conf.write_text(site.text().replace("\n\t\t".join([f'<Directory "{folder}">', *terms]), f'<Directory "{folder}">'))
 
 
 def test_a_dry_run_of_a_virtual_directory_leaves_owners_and_modes(site):

@@ -61,6 +61,10 @@ Outcome createIn(Transaction& change, const BlockAt& at, const std::string& site
 Outcome create(Transaction& change, const Site& site, const Arguments& given) {
     const std::string directory = given[Directory];
     const std::string name = site.name();
+    if (given[Perl] || given[Rails]) {
+        return failure(Status::Usage,
+                       "--perl, --rails: a block that is there can be given them (vdir set)");
+    }
     if (!isDirectory(directory)) {
         return failure(Status::NotFound,
                        "path " + inQuotes(directory) + ": no such directory; expected one that is there");

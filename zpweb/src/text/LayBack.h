@@ -34,6 +34,7 @@ private:
     size_t neighbour(size_t made, int step) const;
     const char* placeFor(size_t made) const;
     const char* behind(size_t statement) const;
+    bool isAround(size_t section) const;
     size_t outermost(size_t statement) const;
     size_t outside(size_t statement) const;
     std::string indentation(size_t made, size_t depth) const;

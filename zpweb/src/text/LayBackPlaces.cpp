@@ -80,9 +80,18 @@ const char* LayBack::behind(size_t statement) const {
     return text.data() + (newline == text.npos ? text.size() : newline + 1);
 }
 
+// A section that the view does not show, such as a condition.
+bool LayBack::isAround(size_t section) const {
+    return section != view_.level() && section != None &&
+           std::none_of(shown_.begin(), shown_.end(), [section](const ViewLine& line) {
+               return line.kind == Kind::SectionOpens && !line.isProvided() &&
+                      line.statements.front() == section;
+           });
+}
+
 // The statement, or the beginning of the condition that it stands in.
 size_t LayBack::outermost(size_t statement) const {
-    while (statements_[statement].section != view_.level() && statements_[statement].section != None) {
+    while (isAround(statements_[statement].section)) {
         statement = statements_[statement].section;
     }
     return statement;
@@ -90,7 +99,7 @@ size_t LayBack::outermost(size_t statement) const {
 
 // The statement, or the end of the condition that it stands in.
 size_t LayBack::outside(size_t statement) const {
-    while (statements_[statement].section != view_.level() && statements_[statement].section != None &&
+    while (isAround(statements_[statement].section) &&
            statements_[statements_[statement].section].end != None) {
         statement = statements_[statements_[statement].section].end;
     }
