@@ -59,7 +59,8 @@ SITES = {
                       "<Location />", "    Require all granted", "</Location>"),
     "unmet": "<IfDefine Absent>\n" + block("*:80", "unmet.example") + "</IfDefine>\n",
     "lower": f"<virtualhost *:80>\n    documentroot {PAGES}/lower.example\n    servername lower.example\n"
-             f"    <directory {PAGES}/lower.example>\n        allowoverride none\n    </directory>\n</virtualhost>\n",
+             f"    <directory {PAGES}/lower.example>\n        allowoverride none\n    </directory>\n"
+             f"    <location /one>\n        alias {PAGES}/plain.example\n        require all granted\n    </location>\n</virtualhost>\n",
     "continued": f"<VirtualHost \\\n    *:80 \\\n    >\n    ServerName continued.example\n    ServerAlias \\\n        www.continued.example \\\n"
                  f"        more.continued.example\n    DocumentRoot {PAGES}/continued.example\n</VirtualHost>\n",
     "split": f"<Virtual\\\nHost *:80>\n    Server\\\nName split.example\n    Server\\\nAlias www.split.example\n"

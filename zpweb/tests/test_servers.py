@@ -76,6 +76,7 @@ def test_a_closed_directory_is_closed_or_the_command_refused(server, words, stat
     ("directive set ServerAdmin c@shadowed.example --site shadowed.example", "snippets/admin.conf:1"),
     ("directive delete ServerAdmin --site shadowed.example", "snippets/admin.conf:1"),
     (f"vdir create shadowed.example {PAGES}/shadowed.example --deny all", "lets others into"),
+    (f"vdir create lower.example {PAGES}/plain.example --deny all", "lets others into"),
     ("user add plain.example joe", "passwords that are no hashes"),
     ("site set conditional.example --index start.html", "conditional.conf:7"),
     ("directive add DirectoryIndex start.html --site conditional.example", "conditional.conf:7"),

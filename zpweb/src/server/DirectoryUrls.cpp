@@ -46,11 +46,28 @@ void addAlias(Urls& urls, const std::string& directory, const Directive& alias) 
     }
 }
 
+// "<Location /x> Alias /srv/x </Location>"
+void addAliasesIn(Urls& urls, const std::string& directory, const Reading& reading, uint32_t section) {
+    const Directive& location = reading.directives()[section];
+    const std::vector<std::string> words = argumentsIn(location.arguments);
+    const bool pattern = location.is("LocationMatch") || (words.size() > 1 && words.front() == "~");
+    const bool known = location.section && !words.empty() && (pattern || location.is("Location"));
+    for (const uint32_t child : known ? childrenOf(reading, section) : std::vector<uint32_t>()) {
+        const Directive& alias = reading.directives()[child];
+        const std::vector<std::string> target = argumentsIn(alias.arguments);
+        if ((alias.is("Alias") || alias.is("ScriptAlias")) && target.size() == 1) {
+            addWay(urls, directory, pattern ? beginOf(words.back()) : words.front(),
+                   target.front().substr(0, target.front().find_first_of("$%")));
+        }
+    }
+}
+
 // By what a section says itself.
 Urls ownUrls(const Reading& reading, uint32_t section, const std::string& directory) {
     Urls urls;
     for (const uint32_t child : childrenOf(reading, section)) {
         addAlias(urls, directory, reading.directives()[child]);
+        addAliasesIn(urls, directory, reading, child);
     }
     addWay(urls, directory, "", reading.rootIn(section));
     return urls;
