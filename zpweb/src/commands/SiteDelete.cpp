@@ -5,6 +5,7 @@
 #include "Results.h"
 #include "commands/Commands.h"
 #include "commands/shared/SiteFiles.h"
+#include "commands/shared/Suspended.h"
 #include "commands/shared/WholeBlock.h"
 #include "conf/Bounds.h"
 #include "input/HostName.h"
@@ -85,7 +86,8 @@ Outcome remove(Transaction& change, const Site& site, const Arguments& given) {
             return removable;
         }
     }
-    change.output().set("site", name);
+    const std::string suspension = suspensionFile(change, site);
+    change.output().set("site", site.name());
     const std::vector<std::string> files = site.files();
     Outcome removed = removeBlocks(change, site);
     for (size_t i = 0; removed.ok() && i < files.size(); ++i) {
@@ -95,7 +97,8 @@ Outcome remove(Transaction& change, const Site& site, const Arguments& given) {
         return removed;
     }
     forgetKeptCertificate(change, name);
-    return forgetSettings(change, name);
+    Outcome gone = forgetSettings(change, name);
+    return gone.ok() && change.contentOf(suspension) ? removeSettingFile(change, suspension) : gone;
 }
 
 }  // namespace
