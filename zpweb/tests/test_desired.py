@@ -62,6 +62,7 @@ CHANGES = [
     ({"name": "B.example", "redirect": {"/q": "http://q.example/"}, "error_document": {"404": "/lost"}},
      ["site set b.example --redirect /o= --redirect /q=http://q.example/ --error-document 404=/lost"]),
     ({"name": "b.example", "alias": {}, "index": ["i.html"]}, ["site set b.example --alias /p="]),
+    ({"name": "b.example", "index": []}, ["directive delete DirectoryIndex --site b.example"]),
     ({"name": "b.example", "alias": {"/p": "/srv"}, "index": ["i.html"]}, ["site set b.example --alias /p=/srv"]),
     ({"name": "c.example", "index": ["c.html"]}, ["site start c.example", "site set c.example --index c.html", "site stop c.example"]),
     ({"name": "c.example", "error_document": {"404": "/lost"}}, ["site start c.example", "site set c.example --error-document 404=/lost", "site stop c.example"]),

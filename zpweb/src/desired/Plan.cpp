@@ -174,6 +174,9 @@ private:
         if (!options.empty()) {
             add("site set", {}, std::move(options));
         }
+        if (differs(&SiteState::index) && shouldBe_.index->empty()) {
+            plan_.push_back({"directive delete", {"DirectoryIndex"}, {{"site", {shouldBe_.name}}}});
+        }
     }
 
     SettingEntries entriesOf(const std::string& model) const {
