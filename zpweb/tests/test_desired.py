@@ -39,11 +39,20 @@ def three(made):
 
 
 def test_what_is_exported_is_planned_with_nothing_to_do(three):
+    three.conf.write_text(three.text().replace("\tRedirect ", """\tAliasMatch ^/y /srv/y
+\tAlias "/a b" "/srv/a b"
+\tRedirectMatch ^/z http://z.example/
+\tRedirectPermanent /perm http://perm.example/
+\t<Location /one>
+\t\tAlias /srv/one
+\t\tDirectoryIndex x.html
+\t</Location>
+\tRedirect """, 1))
     before = three.tree()
     document = three.do("export").json
     schema("sites").validate(document)
     a, b, c = document["sites"]
-    assert (b["redirect"], b["index"], b["alias"]) == ({"/o": "http://n.example/"}, ["i.html"], {"/p": "/srv/p"})
+    assert (b["redirect"], b["index"], b["alias"]) == ({"/perm": "http://perm.example/", "/o": "http://n.example/"}, ["i.html"], {"/p": "/srv/p"})
     assert (c["state"], c["host_names"], c["users"]) == ("stopped", ["www.c.example", "more.example"], ["joe"])
     assert planned(three, document) == [] and three.tree() == before
     assert [site["name"] for site in three.do("export", "B.example", "a.example").json["sites"]] == ["b.example", "a.example"]

@@ -141,6 +141,9 @@ CHANGES = {
         'directive delete SetEnv A\\ "b\\ \\"c\\"" --site SITE', '\tSetEnv A "b \\"c\\""\r\n', "", None),
     "a line behind the last, which has no end": (
         "Listen 80", "directive insert Timeout 9 --after Listen", "Listen 80", "Listen 80\nTimeout 9\n", None),
+    "a redirection comes before a pattern that takes it in": (
+        TABS.replace("/srv/shop", "/srv/shop\r\n\tRedirectMatch 301 ^/o(.*) http://b.example$1"), "site set SITE --redirect /old=http://a.example/",
+        "\tRedirectMatch", '\tRedirect "/old" "http://a.example/"\r\n\tRedirectMatch', "site set SITE --redirect /old="),
     "a redirection to another path of it": (
         TABS, "site set SITE --redirect /old=http://shop.example/older", "</VirtualHost>", '\tRedirect "/old" "http://shop.example/older"\r\n</VirtualHost>',
         "site set SITE --redirect /old="),

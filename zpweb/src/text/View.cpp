@@ -122,14 +122,6 @@ void View::showInner(size_t i, const StatementTest& inner) {
     }
 }
 
-void View::showAll() {
-    show([](const Statement& statement) {
-        return !statement.is("ServerName") && !statement.is("ServerAlias");
-    });
-    showNames("ServerAlias", [](const std::string&) { return true; });
-    showSections([](const Statement& statement) { return !isCondition(statement.name); });
-}
-
 void View::provide(const std::string& line) {
     lines_.insert(lines_.begin() + 2, {Kind::Name, "\t" + line, {}, lines_[1].behind});
 }

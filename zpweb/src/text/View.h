@@ -67,8 +67,6 @@ public:
     // Sections of the block with what is in them, but for comments. With `inner` what it takes of that,
     // also from conditions that are met, and without their tags.
     void showSections(const StatementTest& wanted, const StatementTest& inner = {});
-    // All of it, for readers.
-    void showAll();
     // A line that the block does not have, in front of the others.
     void provide(const std::string& line);
     // A <Directory> section, for as long as something is put into it. A comment in it says whose it is.

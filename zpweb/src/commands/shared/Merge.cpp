@@ -2,9 +2,11 @@
 
 #include <algorithm>
 
+#include "commands/shared/PairLines.h"
 #include "conf/Bounds.h"
 #include "conf/Text.h"
 #include "input/Quoted.h"
+#include "server/Expressions.h"
 
 namespace zpweb {
 
@@ -12,32 +14,6 @@ namespace {
 
 bool isSettingFile(const Statement& statement) {
     return statement.argument(0).find("/zpweb.d/") != std::string::npos;
-}
-
-// Permanent and temporary ones have a name of their own, or a status before the path.
-bool isRedirect(const Statement& statement) {
-    return statement.is("Redirect") || statement.is("RedirectPermanent") || statement.is("RedirectTemp");
-}
-
-size_t statusWords(const Statement& statement) {
-    const std::string first = statement.argument(0);
-    return statement.is("Redirect") && !first.starts_with('/') && statement.words().size() > 1 ? 1 : 0;
-}
-
-std::string redirectForm(const Statement& statement) {
-    const size_t skipped = statusWords(statement);
-    const std::string target = statement.argument(skipped + 1);
-    return "Redirect \"" + statement.argument(skipped) + "\"" +
-           (target.empty() ? "" : " \"" + target + "\"");
-}
-
-std::string pairForm(const Statement& statement) {
-    const std::vector<Word> words = statement.words();
-    std::string form(statement.name);
-    for (size_t i = 0; i < words.size(); ++i) {
-        form += i == 0 ? " " + words[i].value() : " \"" + words[i].value() + "\"";
-    }
-    return form;
 }
 
 // Of several pages for one error the last counts.
@@ -83,6 +59,15 @@ void showAsked(View& view, const MergeRequest& request) {
     }
 }
 
+// "RedirectMatch 301 ^/x(.*) /y$1", "AliasMatch ^/x /srv/x"
+bool isPatternFor(const Statement& statement, bool redirects, const std::string& path) {
+    const bool alike = redirects ? statement.is("RedirectMatch")
+                                 : statement.is("AliasMatch") || statement.is("ScriptAliasMatch");
+    const std::vector<Word> words = alike ? statement.words() : std::vector<Word>();
+    const size_t at = redirects && words.size() > 2 ? 1 : 0;
+    return words.size() > 1 && findsIn(words[at].value(), path);
+}
+
 // Of redirections, and of aliases, the first one that takes a path in counts: a new one stands before it.
 size_t beforeWhatTakesItIn(const Statements& statements, std::string_view line) {
     const Statements added(line);
@@ -94,7 +79,8 @@ size_t beforeWhatTakesItIn(const Statements& statements, std::string_view line) 
     for (size_t i = 0; i < statements.size(); ++i) {
         const Statement& each = statements[i];
         const bool alike = redirects ? isRedirect(each) : each.is("Alias") || each.is("ScriptAlias");
-        if (alike && each.scope == 0 && takesIn(each.argument(redirects ? statusWords(each) : 0), path)) {
+        const bool takes = alike && takesIn(each.argument(redirects ? statusWords(each) : 0), path);
+        if (each.scope == 0 && (takes || isPatternFor(each, redirects, path))) {
             return i;
         }
     }

@@ -2,6 +2,10 @@
 
 #include <sys/mman.h>
 
+#include <algorithm>
+
+#include "commands/shared/PairLines.h"
+#include "conf/Text.h"
 #include "host/WriteAll.h"
 #include "text/Marks.h"
 
@@ -9,9 +13,34 @@ namespace zpweb {
 
 namespace {
 
+constexpr std::string_view OfPaths[] = {"Alias",     "ScriptAlias",      "Redirect",
+                                        "ProxyPass", "ProxyPassReverse", "ErrorDocument",
+                                        "Include",   "DirectoryIndex"};
+
+bool isOfPaths(const Statement& statement) {
+    return std::any_of(std::begin(OfPaths), std::end(OfPaths), [&](std::string_view keyword) {
+        return zp::conf::beginsIgnoringCase(statement.name, keyword);
+    });
+}
+
+// Of words in quotes it takes the first blank for their end.
+bool isReadWhole(const Statement& statement) {
+    return statement.argument(0).find_first_of(" \t") == std::string::npos;
+}
+
+// A reader takes "AliasMatch" for an "Alias" of "Match", and what sections say for the block's own.
 std::string canonicalText(const Block& block) {
     View view(block);
-    view.showAll();
+    view.show([](const Statement& statement) {
+        const bool known = std::any_of(std::begin(OfPaths), std::end(OfPaths),
+                                       [&](std::string_view keyword) { return statement.is(keyword); });
+        return !statement.is("ServerName") && !statement.is("ServerAlias") && !isRedirect(statement) &&
+               (!isOfPaths(statement) || (known && isReadWhole(statement)));
+    });
+    view.showAs(isRedirect, redirectForm);
+    view.showNames("ServerAlias", [](const std::string&) { return true; });
+    view.showSections([](const Statement& statement) { return !isCondition(statement.name); },
+                      [](const Statement& statement) { return !isOfPaths(statement); });
     return view.text();
 }
 

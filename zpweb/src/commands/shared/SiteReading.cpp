@@ -31,10 +31,13 @@ bool isSuspended(const Block& block) {
            zp::conf::contains(block.text, "/suspended.conf");
 }
 
+// A line of one argument stands in a <Location>, which tells the rest.
 SiteState::Pairs pairsOf(const NameValueVector& values) {
     SiteState::Pairs pairs;
     for (const NameValueSt& value : values) {
-        pairs[value.Name] = value.Value;
+        if (!value.Value.empty()) {
+            pairs[value.Name] = value.Value;
+        }
     }
     return pairs;
 }
