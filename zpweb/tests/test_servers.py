@@ -98,6 +98,7 @@ def test_a_closed_directory_is_closed_or_the_command_refused(server, words, stat
     ("site set matched.example --redirect=/gone=https://plain.example/", "redirect set"),
     ("proxy set matched.example /app http://127.0.0.1:8081", "take that line away"),
     ("site set rewritten.example --redirect=/gone=https://plain.example/", "redirect set"),
+    ("site set rewritten.example --redirect=/perhaps=https://plain.example/", "redirect set"),
     ("site set rewritten.example --redirect=/case=https://plain.example/", "redirect set"),
     ("proxy set rewritten.example /app http://127.0.0.1:8081", "take that line away"),
     (f"vdir create rewritten.example {PAGES}/plain.example --order --deny all", "access set"),
@@ -135,7 +136,7 @@ def test_a_certificate_of_the_blocks_own_becomes_a_setting_in_one_change(server)
     assert server.files() == server.files(server.kept) and server.serving() == server.all_served()
 
 
-@pytest.mark.parametrize("site, own", [("matched.example", "/own"), ("rewritten.example", "/own"), ("rewritten.example", "/kept"),
+@pytest.mark.parametrize("site, own", [("matched.example", "/own"), ("rewritten.example", "/own"), ("rewritten.example", "/kept"), ("rewritten.example", "/any"),
                                        ("rewritten.example", "/skip"), ("rewritten.example", "/OTHER")])
 def test_what_a_proxied_site_keeps_for_itself_can_be_set(server, site, own):
     assert server.get(site) == (200, "proxied.example")
