@@ -139,7 +139,7 @@ def test_a_leader_that_is_killed_at_any_step(site):
             traced = [line.split(" ", 2)[1] for line in answers[0].err.splitlines() if re.match(r"\d+ \w+ /", line)]
             calls = [n for n, name in enumerate(traced, 1) if re.match("rename|link|unlink|mkdir", name)][::STEP]
             number = 0
-        assert [a.status for a in answers[1:]] == [0, 0], answers
+        assert [a.status for a in answers[1:]] == [0, 0] and [answers[1].json[field] for field in ("site", "host")] == [names[1], "h1.example"], answers
         text = site.text()
         assert [text.count(f"h{i}.example") for i in (1, 2)] == [1, 1], (number, text)
         logged = [str(line["command"]) for line in log_of(site)[known:] if line["changed"]]

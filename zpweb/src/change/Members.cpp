@@ -52,6 +52,7 @@ bool Transaction::endMember() {
     journal.label = member.settings.label;
     journal.login = member.login;
     journal.request = member.request;
+    journal.fields = member.output.told().fields;
     for (const FileStep& step : steps_.back()) {
         journal.files.push_back({step.path, step.before.hash(), step.after.hash()});
     }

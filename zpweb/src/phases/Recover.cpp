@@ -106,6 +106,7 @@ private:
                                   "the server: see zpweb history"}};
         answer.told.messages = "zpweb: warning: " + answer.told.messages + "\n";
         answer.told.changed = change.changes();
+        answer.told.fields = change.fields;
         answer.told.checkpoint = change.checkpoint;
         const Outcome told =
             change.request.empty() ? done() : answerRequest(state_, change.request, answer);

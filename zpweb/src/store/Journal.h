@@ -20,6 +20,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "host/Effect.h"
@@ -49,7 +50,8 @@ struct Journal {
     std::vector<std::string> made;       // files and directories, in the order in which they are made
     std::vector<std::string> emptied;    // directories that go with their last file, outer ones first
     std::vector<std::string> temporary;  // files that this run makes and removes, whatever comes of it
-    std::vector<zp::host::Effect> outstanding;  // to be done once the change is certain
+    std::vector<zp::host::Effect> outstanding;                // to be done once the change is certain
+    std::vector<std::pair<std::string, std::string>> fields;  // of the answer that a request waits for
     // The changes of several runs that are made as this one; each from what those before it have made to
     // what it has made of that. Without them: the change of one.
     std::vector<Journal> members;

@@ -127,6 +127,10 @@ Json jsonOf(const Journal& journal) {
     for (const Effect& effect : journal.outstanding) {
         outstanding.push_back(jsonOf(effect));
     }
+    Json fields = Json::array();
+    for (const auto& [name, text] : journal.fields) {
+        fields.push_back({asText(name), asText(text)});
+    }
     Json members = Json::array();
     std::transform(journal.members.begin(), journal.members.end(), std::back_inserter(members),
                    [](const Journal& member) { return jsonOf(member); });
@@ -137,6 +141,7 @@ Json jsonOf(const Journal& journal) {
             {"label", asText(journal.label)},
             {"login", asText(journal.login)},
             {"request", journal.request},
+            {"fields", fields},
             {"members", members},
             {"progress", ProgressNames.at(static_cast<size_t>(journal.progress))},
             {"checkpoint", journal.checkpoint},
@@ -157,6 +162,10 @@ Journal journalOf(const Json& json) {
     journal.label = reader.text("label");
     journal.login = reader.text("login");
     journal.request = json.value("request", "");
+    for (const Json& field : json.value("fields", Json::array())) {
+        journal.fields.emplace_back(fromText(field.at(0).get<std::string>()),
+                                    fromText(field.at(1).get<std::string>()));
+    }
     for (const Json& member : json.value("members", Json::array())) {
         journal.members.push_back(journalOf(member));
     }
