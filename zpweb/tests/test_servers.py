@@ -302,6 +302,9 @@ def test_a_server_whose_program_was_replaced_takes_changes_up(server):
 
 def test_a_module_is_loaded_as_the_distribution_does(server):
     name, directory = ("proxy_html", "mods-available") if isinstance(server, Debian) else ("expires", "conf.modules.d")
+    Path("/var/third").mkdir(exist_ok=True)
+    shutil.copy("/usr/lib/apache2/modules/mod_dav.so", "/var/third")
+    server.place("third", "LoadModule dav_module /var/third/mod_dav.so\n")  # another maker's, and the last
     server.do("module", "load", name)
     shown = server.do("module", "show", name, "--json").json
     assert shown["loaded"] is True and directory in shown["place"]

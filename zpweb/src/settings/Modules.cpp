@@ -98,14 +98,22 @@ Outcome enable(Transaction& change, const std::string& base, const std::string& 
     return done();
 }
 
-// A LoadModule line whose file stands where those of the others do.
+// A LoadModule line whose file stands where those of others do; a module of another maker may have a
+// directory of its own.
 Expected<std::string> loadLine(const Configuration& configuration, const std::string& name) {
-    const Found other = lastLine(configuration, "LoadModule");
-    const std::string known = other.file == nullptr ? "" : wordOf(other.file->lines()[other.line], 2);
-    const std::string directory = known.find('/') == std::string::npos ? "modules" : directoryOf(known);
-    const std::string file = directory + "/mod_" + name + ".so";
-    const std::string whole = file.starts_with('/') ? file : configuration.serverRoot() + "/" + file;
-    return exists(whole) ? Expected("LoadModule " + name + "_module " + file) : notInstalled(name);
+    const auto fileBeside = [&name](std::string_view line) {
+        const std::string known = wordOf(line, 2);
+        const std::string directory = known.find('/') == std::string::npos ? "modules" : directoryOf(known);
+        return directory + "/mod_" + name + ".so";
+    };
+    const auto isThere = [&](std::string_view line) {
+        const std::string file = fileBeside(line);
+        return exists(file.starts_with('/') ? file : configuration.serverRoot() + "/" + file);
+    };
+    const Found other = lastLine(configuration, "LoadModule", isThere);
+    const std::string_view beside = other.file == nullptr ? "" : other.file->lines()[other.line];
+    return isThere(beside) ? Expected("LoadModule " + name + "_module " + fileBeside(beside))
+                           : notInstalled(name);
 }
 
 // Red Hat: a file of its own, read behind the others.
