@@ -176,10 +176,12 @@ def test_virtual_directories(live):
     site.do("vdir", "create", "shop.example", folder)
     site.do("user", "add", "shop.example", "joe", "--folder", folder, input="one\n")
     for terms in (["Require ip 10.0.0.1", "Require ip 127.0.0.1"], ["<RequireAll>", "Require all granted", "Require not ip 10.0.0.1", "</RequireAll>"],
-                  ["<RequireAll>", "Require all granted", "Require not ip 10.0.0.1", "</RequireAll>", "Require ip 127.0.0.1"]):
+                  ["<RequireAll>", "Require all granted", "Require not ip 10.0.0.1", "</RequireAll>", "Require ip 127.0.0.1"],
+                  ["Require ip 127.0.0.1", "<Files x>", "Require ip 10.0.0.1", "</Files>"]):
         site.conf.write_text(site.text().replace(f'<Directory "{folder}">', "\n\t\t".join([f'<Directory "{folder}">', *terms])))
         site.do("vdir", "set", "shop.example", folder, "--protect")
         assert [site.get("shop.example", user=user)[0] for user in ("", "joe:one")] == [401, 200], "the hosts are let in still"
+        assert block(site).count("10.0.0.1") == 1, "and no others"
         site.do("undo")
         site.conf.write_text(site.text().replace("\n\t\t".join([f'<Directory "{folder}">', *terms]), f'<Directory "{folder}">'))
 

@@ -174,6 +174,16 @@ bool isNamed(const Arguments& given, const Statement& statement) {
            (given[Protect] && isRestriction(statement));
 }
 
+namespace {
+
+// <Files>, <Limit>: what they say is not said of the directory.
+bool isOfPart(const Statement& statement) {
+    return statement.end != None && !isCondition(statement.name) &&
+           !zp::conf::beginsIgnoringCase(statement.name, "Require");
+}
+
+}  // namespace
+
 std::vector<Statement> sectionOf(const Statements& statements, const std::string& directory) {
     const StatementTest opens = opensDirectory(directory);
     std::vector<Statement> found;
@@ -181,7 +191,7 @@ std::vector<Statement> sectionOf(const Statements& statements, const std::string
         if (opens(opening) && opening.scope == 0 && opening.end != None) {
             found.clear();
             for (auto i = static_cast<size_t>(&opening - &statements[0]) + 1; i < opening.end; ++i) {
-                if (statements.isUnmet(i) && statements[i].end != None) {
+                if ((statements.isUnmet(i) && statements[i].end != None) || isOfPart(statements[i])) {
                     i = statements[i].end;
                 } else {
                     found.push_back(statements[i]);
