@@ -71,7 +71,9 @@ void lookThrough(const Block& block) {
     if (std::any_of(all.statements().begin(), all.statements().end(), isNonsense)) {
         return;
     }
-    all.showAll();
+    all.show([](const Statement& each) { return !each.is("ServerName") && !each.is("ServerAlias"); });
+    all.showNames("ServerAlias", isAny);
+    all.showSections([](const Statement& each) { return !isCondition(each.name); });
     demand(all.laidBack(all.text()) == block.text, "what is shown and not changed does not come back");
     if (block.text.find(Added + 1) != block.text.npos) {
         return;  // it has the name already

@@ -259,18 +259,6 @@ void Configuration::tellMet(ConditionsMet met) {
     }
 }
 
-std::vector<Place> Configuration::undecided() const {
-    std::vector<Place> places;
-    for (const ConfigurationFile* file : parts()) {
-        for (const Block& block : file->blocks()) {
-            if (block.undecided) {
-                places.push_back({file, &block});
-            }
-        }
-    }
-    return places;
-}
-
 Contents Configuration::contentsOf(std::string_view text) const {
     Surroundings around = *around_;
     return zpweb::contentsOf(text, around);

@@ -42,6 +42,18 @@ std::vector<const ConfigurationFile*> Configuration::serverParts() const {
     return all;
 }
 
+std::vector<Place> Configuration::undecided() const {
+    std::vector<Place> places;
+    for (const ConfigurationFile* file : parts()) {
+        for (const Block& block : file->blocks()) {
+            if (block.undecided) {
+                places.push_back({file, &block});
+            }
+        }
+    }
+    return places;
+}
+
 std::map<std::string, int> Configuration::addresses() const {
     std::map<std::string, int> counts;
     if (parts_) {
