@@ -338,7 +338,10 @@ def test_directives_folders_modules_and_parameters(site):
     site.conf.write_text(named)
     (site.root / "included/two.conf").write_text("<VirtualHost 127.0.0.1:81>\nServerName shop.example\n</VirtualHost>\n")
     site.do("redirect", "set", "shop.example", "/old", "--to", "https://n.example/")
+    site.do("redirect", "set", "shop.example", "/new", "--to", "https://n.example/")
     assert block(site).index("redirect.conf") < block(site).index("DocumentRoot"), "before the block's own rules"
+    assert block(site).count("redirect.conf") == 1
+    site.do("redirect", "remove", "shop.example", "/new")
     assert "redirect.conf" in (site.root / "included/two.conf").read_text()
     (site.root / "included/two.conf").unlink()
     site.do("redirect", "remove", "shop.example", "/old")
@@ -392,16 +395,18 @@ def test_the_logs_of_all_sites_get_a_policy_and_lose_it(site):
 def test_a_batch_writes_the_policies_once(site):
     for name in ("other.example", "gone.example"):
         assert site.create(name, "--no-check").status == 0
-    site.conf.write_text(site.text() + "".join(f"Define LOGS /srv/{name}\n<VirtualHost *:81>\nServerName {name}.example\nCustomLog ${{LOGS}}/log a\n</VirtualHost>\n"
+    site.conf.write_text(site.text() + "".join(f"Define LOGS /srv/{name}\n<VirtualHost *:81>\nServerName {name}.example\nCustomLog ${{LOGS}}/log a\nErrorLog /srv/both\n</VirtualHost>\n"
                                                for name in ("one", "two")))
     names = ["shop", "other", "gone", "one", "two", "shop"]
     lines = [{"command": "log policy", "arguments": [f"{name}.example"]} for name in names]
     lines += [{"command": "site rename", "arguments": ["other.example", "fresh.example"]}, {"command": "site delete", "arguments": ["gone.example"]}]
     answer = site.do("apply", "-", "--json", "--no-check", input="\n".join(map(json.dumps, lines)))
     assert [each["changed"] for each in answer.json["results"]] == [True] * 5 + [False] + [True] * 2
-    policies = json.loads(Path("/etc/logrotate.d/zpweb").read_text().splitlines()[1][2:])
+    text = Path("/etc/logrotate.d/zpweb").read_text()
+    policies = json.loads(text.splitlines()[1][2:])
     assert policies.keys() == {"shop.example", "fresh.example", "one.example", "two.example"}
-    assert [policies[f"{name}.example"]["logs"] for name in ("one", "two")] == [["/srv/one/log"], ["/srv/two/log"]]
+    assert [policies[f"{name}.example"]["logs"] for name in ("one", "two")] == [["/srv/one/log", "/srv/both"], ["/srv/two/log", "/srv/both"]]
+    assert text.splitlines().count('"/srv/both"') == 1, "logrotate takes no log twice"
     site.do("undo", "--no-check")
     assert not Path("/etc/logrotate.d/zpweb").exists()
 

@@ -41,12 +41,14 @@ REJECTED = [
 ] + [
     (["user", "add", "a.example", user], "user name") for user in ("a:b", "", "a b", "a\nb", "a'b", "x" * 256)
 ] + [
+    (["user", "add", "a.example", "--", "-b"], "user name")
+] + [
     (["site", "set", "a.example", "--redirect", value], "assignment")
     for value in ("/x", "=y", "/x=a\nb", "/x=a\\", "/x=<b>", '/x="', "/x y=z")
 ] + [
     (["directive", "add", "Options", value, "--site", "a.example"], "text") for value in ("a\nb", "None\\", "<x>", "x" * 901)
 ] + [
-    (["proxy", "set", "a.example", "/x", url], "URL") for url in ("http://", "http://h:0", "http://h:80x", "ftp://h", "http://[::1", "h:80", "http://h/?x")
+    (["proxy", "set", "a.example", "/x", url], "URL") for url in ("http://", "http://h:0", "http://h:80x", "http://h:70000", "ftp://h", "http://[::1", "h:80", "http://h/?x")
 ] + [
     (["redirect", "set", "a.example", path, "--to", "https://b.example/"], "path") for path in ("x", "/a?b", "/a//b", "/a/..", "/./a")
 ] + [
