@@ -140,7 +140,7 @@ IncludeOptional included/*.conf
     def strays(self):
         """What stands beside the configuration and belongs to nobody."""
         state = self.root / ".zpweb"
-        known = {"lock", "audit.log", "certificates", "checkpoints", "reading"}
+        known = {"lock", "audit.log", "certificates", "checkpoints", "reading", "released"}
         beside = {p.name for p in self.root.iterdir()} - {
             "httpd.conf", ".zpweb", "zpweb.d", "sites", "run", "www", "included", "error.log"}
         scratch = {p for p in ("/etc/apactemp1", "/etc/apactemp", "/etc/tempapa1") if os.path.exists(p)}

@@ -272,3 +272,19 @@ def test_asking_the_server_leaves_nothing_on_the_machine():
     done = subprocess.run([ZPWEB, "doctor", "--json"], capture_output=True, text=True)
     assert '"listener":"*:80"' in done.stdout, done
     assert sorted(os.listdir("/run")) == before
+
+
+def test_what_a_change_gave_to_other_sites_its_inverse_takes_back(shared):
+    block = "<VirtualHost {}:%d>\nServerName {}.example\n</VirtualHost>\n" % shared.port
+    shared.do("host", "add", "shop.example", "*.other.example", "--allow-impact")
+    for there, back in (("host remove shop.example *.other.example", "host add shop.example *.other.example"), ("site stop own.example", "site start own.example"),
+                        ("address shared own.example --address 127.0.0.7", "address own own.example --address 127.0.0.1")):
+        late = "late" if "own" in there else "late.other"
+        if "own" in there:  # a block for the address has its requests, and "*" the others'
+            shared.conf.write_text(shared.text().replace(own := block.format("127.0.0.1", "own"), "") + own)
+        before = shared.do(*there.split()) and shared.text()
+        shared.conf.write_text(before + block.format("*", late))  # which never led to the site
+        answer = shared.run(*back.split())
+        assert answer.status == 3 and f" {late}.example on" in answer.err and "www.other" not in answer.err, answer
+        shared.conf.write_text(before)
+        shared.do(*back.split())

@@ -10,6 +10,7 @@
 #include "server/Inspection.h"
 #include "server/LogLinks.h"
 #include "store/Checkpoints.h"
+#include "store/Released.h"
 #include "store/Unconfirmed.h"
 #include "sys/File.h"
 #include "sys/GuardedDirectory.h"
@@ -128,6 +129,7 @@ Outcome Transaction::check() {
     if (!staged.ok()) {
         return staged.outcome();
     }
+    asked_.released = [this] { return releasedNames(*state_); };
     readings_ = judgeStaged({configuration(), set_->files(), *staged, state_->reading(), asked_,
                              expectations_, *settings_, *output_});
     if (readings_.outcome.ok() && readings_.staged != nullptr && !settings_->dryRun) {
@@ -194,7 +196,8 @@ Outcome Transaction::commitAll(bool& again) {
     }
     if (changesFiles()) {
         output_->step("putting the change in place");
-        Outcome committed = commit(committing(), journal_, again);
+        Outcome committed = noteReleased(*state_, readings_.released);
+        committed = committed.ok() ? commit(committing(), journal_, again) : committed;
         if (!committed.ok()) {
             leftToNext_ = journal_.checkpoint != 0;
             return committed;

@@ -39,7 +39,7 @@ Outcome refusal(const Judging& change, const Program& program, const Inspected& 
                        (live.sound ? "" : "\nIt was broken before, as it stands now: " + live.words));
 }
 
-Outcome judgement(const Judging& change, const Judged& readings) {
+Outcome judgement(const Judging& change, Judged& readings) {
     if (readings.staged == nullptr) {
         change.output.warning(
             "the server has not told what it makes of the configuration: the change is not judged");
@@ -66,6 +66,7 @@ Outcome judgement(const Judging& change, const Judged& readings) {
     for (const std::string& note : judgement.outcome.ok() ? judgement.notes : std::vector<std::string>()) {
         change.output.note(note);
     }
+    readings.released = std::move(judgement.released);
     return judgement.outcome;
 }
 

@@ -31,6 +31,7 @@ struct Judging {
 struct Judged {
     Outcome outcome{};
     std::shared_ptr<const Reading> live{}, staged{};
+    std::set<Led> released{};  // see Judgement
 };
 
 // The server's check, and the judgement of both readings. The live one is kept from the last change; where

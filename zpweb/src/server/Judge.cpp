@@ -141,6 +141,41 @@ std::vector<std::string> unheard(const Reading& staged, const Asked& asked) {
     return notes;
 }
 
+// What the sites of the change had given away before is theirs.
+void allowReturn(std::vector<Moved>& impact, const Asked& asked) {
+    const bool some =
+        std::any_of(impact.begin(), impact.end(), [](const Moved& moved) { return !moved.asked; });
+    const std::set<Led> released = some && asked.released ? asked.released() : std::set<Led>();
+    for (Moved& moved : impact) {
+        moved.asked = moved.asked || (asked.sites.contains(moved.site) &&
+                                      released.contains({moved.site, moved.name, moved.listener}));
+    }
+}
+
+std::set<Led> releasedBy(const Reading& live, const Reading& staged, const Pairing& pairing,
+                         const Asked& asked) {
+    std::set<Led> released;
+    if (asked.moving.empty() && asked.names.empty()) {
+        return released;
+    }
+    for (const Endpoint& endpoint : allEndpoints(live, staged)) {
+        const bool listens =
+            listensAt(live.endpoints(), endpoint) && listensAt(staged.endpoints(), endpoint);
+        const NameMap::Entry* entry = listens ? staged.names().entryFor(endpoint) : nullptr;
+        for (const NameMap::Host each : entry != nullptr ? entry->hosts : std::vector<NameMap::Host>()) {
+            for (const std::string* name : namesOf(staged.hosts()[each])) {
+                const VirtualHost* from = live.leadsTo(*name, endpoint);
+                if (from != nullptr && asked.sites.contains(from->names.name) &&
+                    pairing.liveOf[each] != numberOf(live, from) &&
+                    staged.carrierOf(*name, endpoint) == &staged.hosts()[each]) {
+                    released.insert({from->names.name, *name, endpoint.text()});
+                }
+            }
+        }
+    }
+    return released;
+}
+
 }  // namespace
 
 std::vector<Moved> impactOf(const Reading& live, const Reading& staged, const Pairing& pairing,
@@ -163,6 +198,7 @@ std::vector<Moved> impactOf(const Reading& live, const Reading& staged, const Pa
                 }
                 impact.push_back({*name, endpoint.text(), live.describe(from),
                                   listens ? staged.describe(to) : "nothing (no Listen)",
+                                  to != nullptr ? to->names.name : "",
                                   asked.anyName || asked.names.contains(*name) ||
                                       asked.moving.contains(from->names.name)});
             }
@@ -177,6 +213,8 @@ Judgement judge(const Reading* live, const Reading& staged, const Asked& asked,
     const Pairing pairing = live != nullptr ? pairingOf(*live, staged, asked) : Pairing{};
     if (live != nullptr) {
         judgement.impact = impactOf(*live, staged, pairing, asked);
+        allowReturn(judgement.impact, asked);
+        judgement.released = releasedBy(*live, staged, pairing, asked);
         judgement.notes = newDefaults(*live, staged, pairing);
         if (const std::string stray = strayDifference(*live, staged, pairing, asked); !stray.empty()) {
             judgement.outcome = failure("the change would differ at " + stray +

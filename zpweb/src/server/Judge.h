@@ -1,6 +1,7 @@
 // Judges a change by two readings of the server: of the configuration as it is live, and as it is staged.
 #pragma once
 
+#include <compare>
 #include <functional>
 #include <set>
 #include <string>
@@ -11,6 +12,13 @@
 #include "sys/Outcome.h"
 
 namespace zpweb {
+
+// A name that led to a site on a listener.
+struct Led {
+    std::string site, name, listener;
+
+    auto operator<=>(const Led&) const = default;  // NOLINT(modernize-use-nullptr)
+};
 
 // What a change is asked to touch. Names are in lower case.
 struct Asked {
@@ -24,6 +32,7 @@ struct Asked {
     bool anyName = false;                               // any name may lead elsewhere
     std::set<std::string> names{};                      // these may
     std::set<std::string> moving{};                     // and all names of these sites
+    std::function<std::set<Led>()> released{};          // earlier changes' (see below): these may go back
 };
 
 // What must hold in the staged reading for the command's word "done" to be true.
@@ -32,6 +41,7 @@ using Postcondition = std::function<Outcome(const Reading& staged)>;
 // A name that led to one block and leads elsewhere now.
 struct Moved {
     std::string name, listener, from, to;
+    std::string site;  // to which it leads; empty: none
     bool asked = false;
 };
 
@@ -39,6 +49,9 @@ struct Judgement {
     Outcome outcome;
     std::vector<Moved> impact;       // asked for or not
     std::vector<std::string> notes;  // what is allowed and worth telling
+    // Names that led to a site that the change is about, and lead to another's block now that has them.
+    // That is no impact, but that they go back with the change's inverse would be one.
+    std::set<Led> released;
 };
 
 // Which host of one reading is which of the other: entries of the other's hosts, or None.

@@ -51,7 +51,7 @@ Outcome moveFromBefore(const State& state) {
         return failure(Status::Locked, "another run of zpweb is at work in " + before);
     }
     // The journal comes last: it names checkpoints.
-    for (const char* name : {"audit.log", "checkpoints", "journal"}) {
+    for (const char* name : {"audit.log", "checkpoints", "released", "journal"}) {
         if (Outcome brought = bring(before + "/" + name, state.directory + "/" + name); !brought.ok()) {
             return failure("cannot bring " + before + " to " + state.directory + ": " + brought.message);
         }

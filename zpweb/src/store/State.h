@@ -19,6 +19,7 @@ struct State {
     std::string checkpoints() const { return directory + "/checkpoints"; }
     std::string checkpoint(int number) const;
     std::string reading() const { return directory + "/reading"; }
+    std::string released() const { return directory + "/released"; }
     std::string requests() const { return directory + "/requests"; }
     std::string rooms() const { return directory + "/rooms"; }
     std::string stage() const { return directory + "/stage"; }
