@@ -519,6 +519,10 @@ def test_php_that_does_not_run_is_taken_back(server, fpm):
         answer = server.run("php", "set", SITE, "--fpm", pool)
         assert answer.status == 1 and "refused" in answer.err, answer
     assert server.run("php", "set", SITE, "--fpm", "nowhere").status == 2
+    server.do("directive", "set", "DocumentRoot", "/srv/none", "--site", SITE)
+    answer = server.run("php", "set", SITE, "--fpm", POOL)
+    assert answer.status == 3 and "/srv/none" in answer.err and "directive set DocumentRoot" in answer.err, answer
+    server.do("undo")
     closed = server.tree / server.included / "zz-closed.conf"
     closed.write_text('<Directory /var/www>\n<FilesMatch "php$">\nRequire all denied\n</FilesMatch>\n</Directory>\n')
     answer = server.run("php", "set", SITE, "--fpm", POOL)

@@ -92,6 +92,7 @@ public:
     Outcome willMake(const std::vector<std::string>& paths);
     // The same for what an operation's effects make: with the commit, or for the check.
     void planToMake(const std::vector<std::string>& paths);
+    bool plansToMake(const std::string& path) const { return planned_.contains(path); }
     // A file that this run makes once the server is reloaded, and removes by itself; should it not come to
     // that, the next one does.
     void temporary(const std::string& path);

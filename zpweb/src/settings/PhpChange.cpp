@@ -4,6 +4,7 @@
 #include <memory>
 #include <set>
 
+#include "server/DirectoryPaths.h"
 #include "server/PassedOn.h"
 #include "settings/Modules.h"
 #include "settings/PhpProbe.h"
@@ -58,9 +59,25 @@ std::vector<Request> placesWith(const Transaction& change, const std::string& si
     return requests;
 }
 
+// What would be found out after the reload alone.
+Outcome canBeShown(Transaction& change, const std::string& site, const Root& root, const PhpProbe& probe) {
+    const bool isShown = change.settings().reload && !placesWith(change, site, root).empty() &&
+                         !change.plansToMake(withoutSlash(root.effective)) &&
+                         change.server().master(change.configuration());
+    const Outcome can = isShown ? probe.canBeMade() : done();
+    return can.ok() ? can
+                    : failure(Status::Refused,
+                              "no script could show that PHP runs in the document root: " + can.message +
+                                  "; make the directory, or name another one (zpweb "
+                                  "directive set DocumentRoot)");
+}
+
 // The script is in the journal before it is made.
-void probeIn(Transaction& change, const std::string& site, const Root& root) {
+Outcome probeIn(Transaction& change, const std::string& site, const Root& root) {
     const PhpProbe probe(root.effective);
+    if (Outcome can = canBeShown(change, site, root, probe); !can.ok()) {
+        return can;
+    }
     for (const std::string& path : {probe.path(), probe.plainPath()}) {
         change.temporary(path);
     }
@@ -70,6 +87,7 @@ void probeIn(Transaction& change, const std::string& site, const Root& root) {
         change.output().set("version", known(version));
         return run;
     });
+    return done();
 }
 
 // Whether the server, by its reading of the live configuration, reads a directive at the place. Where it
@@ -124,7 +142,9 @@ Outcome setPhp(Transaction& change, const std::string& site, PhpSetting setting,
                   answersItself({hostNameIn(site)}, "/index.php",
                                 ", and no script of the site is run: take that line away first"));
     for (const Root& root : rootsOf(change, site)) {
-        probeIn(change, site, root);
+        if (Outcome probed = probeIn(change, site, root); !probed.ok()) {
+            return probed;
+        }
     }
     Outcome outcome = requireModules(change, {"proxy", "proxy_fcgi", "dir"});
     outcome = outcome.ok() ? applySetting(change, {site, Setting::Php, overwrite}, askedOf(setting),

@@ -37,6 +37,12 @@ Outcome makeIn(const Descriptor& root, const std::string& name, const std::strin
 PhpProbe::PhpProbe(std::string root)
     : root_(std::move(root)), token_(randomWord()), name_("zpweb-" + randomWord() + ".php") {}
 
+Outcome PhpProbe::canBeMade() const {
+    const auto root = openGuarded(root_);
+    const bool can = root.ok() && ::faccessat(root->number(), ".", W_OK, AT_EACCESS) == 0;
+    return can ? done() : root.ok() ? failure(systemError(root_)) : root.outcome();
+}
+
 // What its source does not hold, and only a run of it shows.
 Outcome PhpProbe::shows(const Request& request, std::string& version) const {
     const auto reply = ask(request);

@@ -16,6 +16,7 @@ public:
     const std::string& root() const { return root_; }
     std::string path() const { return root_ + "/" + name_; }
     std::string plainPath() const { return path() + ".txt"; }  // beside it, to tell who may see the root
+    Outcome canBeMade() const;                                 // as far as can be told without making it
     // Makes the script, asks for it at each place, and removes it; nothing without a place. `version`
     // becomes PHP's own.
     Outcome run(std::vector<Request> places, std::string& version) const;
