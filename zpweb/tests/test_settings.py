@@ -598,6 +598,9 @@ def test_an_application_answers_behind_the_proxy(server):
 def test_an_application_that_speaks_https_or_is_not_reached(server):
     server.do("proxy", "set", SITE, "/app", "https://127.0.0.1:443")
     assert ask(SITE, "/app/")[::2] == (200, "both.example")
+    for path, to in (("/", "http://localhost"), ("/a", "http://127.0.0.3:80/a/b")):
+        answer = server.run("proxy", "set", SITE, path, to)
+        assert answer.status == 2 and "lead to itself" in answer.err, answer
     if not isinstance(server, RedHat):  # the same there, and it takes its time
         server.do("site", "suspend", "proxied.backend.example")
         before = server.files()

@@ -1,5 +1,6 @@
 #include "settings/ProxyChange.h"
 
+#include "input/Network.h"
 #include "input/Quoted.h"
 #include "input/Url.h"
 #include "server/PassedOn.h"
@@ -45,9 +46,23 @@ std::vector<std::string> modulesFor(const ProxySetting& setting) {
 }
 
 // An address can be asked; what a name stands for is the server's to find out.
+Endpoint addressOf(const Url& url) { return {url.host == "localhost" ? "127.0.0.1" : url.host, url.port}; }
+
 Outcome answers(const Url& url) {
-    const std::string address = url.host == "localhost" ? "127.0.0.1" : url.host;
-    return Connection::to({address, url.port}).outcome();
+    const Endpoint at = addressOf(url);
+    return Connection::to({at.address, at.port}).outcome();
+}
+
+// The application is asked by the site's own name, which the server takes for the site wherever that
+// listens. What it passes on within the path it would pass on again.
+bool leadsToItself(const Transaction& change, const std::string& site, const std::string& path,
+                   const Url& url) {
+    const Endpoint at = addressOf(url);
+    const bool isHere = holdsAddress("127.0.0.0/8", at.address) || at.address == "::1";
+    const std::string below = path == "/" ? "/" : path + "/";
+    const VirtualHost* host =
+        isHere && change.live() != nullptr ? change.live()->leadsTo(site, at) : nullptr;
+    return host != nullptr && host->names.name == site && (url.path + "/").starts_with(below);
 }
 
 Outcome isPassedOn(const Request& request) {
@@ -98,6 +113,9 @@ Outcome setProxy(Transaction& change, const std::string& site, const ProxyPath& 
     const auto url = urlFrom(path.url);
     if (!url.ok()) {
         return url.outcome();
+    }
+    if (leadsToItself(change, name, path.path, *url)) {
+        return failure(Status::Usage, "URL " + inQuotes(path.url) + ": it would lead to itself");
     }
     if (Outcome reached = answers(*url); reached.ok()) {
         change.prove([&change, site, path] { return proveProxy(change, site, path.path); });
