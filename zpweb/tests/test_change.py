@@ -85,6 +85,16 @@ def test_exact_gives_the_librarys_own_result(machine):
     with_site(machine)
     machine.do("site", "set", "kept.example", "--alias", "/x=/tmp", "--exact")
     assert machine.text().count("\n\n") == 1, "only the empty line of the block is left"
+    machine.do("host", "add", "kept.example", "more.example", "--exact")
+    pages = machine.root / "www"
+    text = machine.text().replace("</VirtualHost>", "\tDirectoryIndex a.html\n<Directory OTHER>\n</Directory>\n<Directory PATH>\nLINE\n</Directory>\n</VirtualHost>")
+    for path, line, words, told in (
+            (pages, "", [], "does not find"), (f'"{pages}/"', "", [], "does not find"), (f'"{pages}"', "Require valid-user", [], "valid-user"), (f'"{pages}"', "", ["--allow", "192.0.2.1"], "Allow from"),
+            (f'"{pages}"', "", ["--order", "--allow", "192.0.2.1"], "Allow from"), (f'"{pages}"', "", ["--protect"], ""), (f'"{pages}"', "", [], "also change")):
+        machine.conf.write_text(before := text.replace("PATH", str(path)).replace("LINE", line).replace("OTHER", "/srv" if told == "also change" else '"/srv"'))
+        answer = machine.run("vdir", "set", "kept.example", pages, "--option=-Indexes", *words, "--exact")
+        assert answer.status == {"": 0, "also change": 3, "does not find": 3}.get(told, 1) and told in answer.err, (path, line, words, answer)
+        assert told == "" or machine.text() == before
 
 
 def test_a_dry_run_writes_nothing_and_tells(site):

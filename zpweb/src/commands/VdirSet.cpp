@@ -1,9 +1,12 @@
 // vdir set: changes what is named of a directory's settings, and keeps the rest.
+#include <algorithm>
+
 #include "Results.h"
 #include "commands/Commands.h"
 #include "commands/shared/BlockLines.h"
 #include "commands/shared/DirectoryBlock.h"
 #include "conf/Bounds.h"
+#include "conf/Directory.h"
 
 namespace zpweb {
 
@@ -15,14 +18,29 @@ constexpr int BlockUpdated = zp::result::directory::Updated;
 // Where the block has no such section yet, the update takes the character for protection the other way.
 char protection(bool wanted, bool hasSection) { return wanted == hasSection ? '1' : '0'; }
 
+// Beside one that it does not find the library makes another.
+bool findsSection(const Block& block, const std::string& directory) {
+    const Lines lines(block.text);
+    return std::any_of(lines.all.begin(), lines.all.end(), [&](std::string_view each) {
+        const zp::conf::Line line(withoutReturn(each));
+        return line.begins(zp::conf::keyword::Directory) && !zp::conf::opensLongerTag(line) &&
+               zp::conf::equalIgnoringCase(zp::conf::directoryOf(line).text, directory);
+    });
+}
+
 Outcome setIn(Transaction& change, const BlockAt& at, const std::string& site, const Arguments& given) {
     const std::string directory = given[Directory];
     const bool exact = change.settings().exact;
-    const Statements statements(at.in(change.configuration()));
+    const Block& block = at.in(change.configuration());
+    if (exact && hasSection(block, directory) && !findsSection(block, directory)) {
+        return failure(Status::Refused, at.place(change.configuration()) +
+                                            ": the library does not find the <Directory> section as it is "
+                                            "written; leave --exact away");
+    }
+    const Statements statements(block);
     const std::vector<Statement> present = sectionOf(statements, directory);
-    SDDir record = directoryRecord(given, at.in(change.configuration()), exact);
-    record.AnonAccess =
-        protection(exact && given[Protect], hasSection(at.in(change.configuration()), directory));
+    SDDir record = directoryRecord(given, block, exact);
+    record.AnonAccess = protection(exact && given[Protect], hasSection(block, directory));
     return editBlock(
         change, at,
         {.bound = zp::conf::bound::None,

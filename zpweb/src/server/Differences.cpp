@@ -1,6 +1,8 @@
 // What a change has made different of the blocks that it names and of the others.
 #include <algorithm>
+#include <set>
 
+#include "server/DirectoryPaths.h"
 #include "server/Judge.h"
 
 namespace zpweb {
@@ -61,6 +63,30 @@ std::string told(const Reading& reading, uint32_t directive) {
            std::string(item.arguments) + (item.section ? ">" : "") + ")";
 }
 
+constexpr const char* Aliases = "serveralias";
+
+std::set<std::string> furtherNames(const VirtualHost& host) {
+    std::set<std::string> names(host.names.aliases.begin(), host.names.aliases.end());
+    names.insert(host.names.wildAliases.begin(), host.names.wildAliases.end());
+    return names;
+}
+
+// What stands directly in a block and may not differ; its further names are told apart, as it is all the
+// same in how many lines they stand.
+std::vector<uint32_t> keptIn(const Reading& reading, uint32_t block, const std::set<std::string>& may) {
+    std::vector<uint32_t> kept;
+    for (uint32_t i = block + 1; i < reading.directives()[block].end; i = reading.directives()[i].end) {
+        const Directive& item = reading.directives()[i];
+        const std::string name = lowerCase(item.name);
+        const std::vector<std::string> words = argumentsIn(item.arguments);
+        const std::string path = words.empty() ? "" : " " + withoutSlash(words.front());
+        if (name != Aliases && !may.contains(name) && !(item.section && may.contains(name + path))) {
+            kept.push_back(i);
+        }
+    }
+    return kept;
+}
+
 }  // namespace
 
 std::string strayDifference(const Reading& live, const Reading& staged, const Pairing& pairing,
@@ -79,6 +105,31 @@ std::string strayDifference(const Reading& live, const Reading& staged, const Pa
         return told(staged, after[before.size()]);
     }
     return before.size() > after.size() ? told(live, before[after.size()]) : "";
+}
+
+std::string strayWithin(const Reading& live, const Reading& staged, const Pairing& pairing,
+                        const Asked& asked) {
+    for (const auto& [site, names] : asked.within) {
+        for (const VirtualHost* host :
+             names.contains("*") ? std::vector<const VirtualHost*>() : live.hostsOf(site)) {
+            const HostNumber after = pairing.stagedOf[numberOf(live, host)];
+            if (after == Pairing::None || host->directive == Directive::None) {
+                continue;
+            }
+            const VirtualHost& now = staged.hosts()[after];
+            const std::vector<uint32_t> was = keptIn(live, host->directive, names);
+            const std::vector<uint32_t> is = keptIn(staged, now.directive, names);
+            for (size_t i = 0; i < std::max(was.size(), is.size()); ++i) {
+                if (i >= was.size() || i >= is.size() || !isSame(live, was[i], staged, is[i])) {
+                    return i < was.size() ? told(live, was[i]) : told(staged, is[i]);
+                }
+            }
+            if (!names.contains(Aliases) && furtherNames(*host) != furtherNames(now)) {
+                return live.describe(host) + " (ServerAlias)";
+            }
+        }
+    }
+    return {};
 }
 
 std::string lossOfRelocated(const Reading& live, const Reading& staged, const Pairing& pairing,

@@ -221,6 +221,12 @@ Judgement judge(const Reading* live, const Reading& staged, const Asked& asked,
                                         ", which the command does not name; nothing is changed");
             return judgement;
         }
+        if (const std::string stray = strayWithin(*live, staged, pairing, asked); !stray.empty()) {
+            judgement.outcome =
+                failure(Status::Refused, "with --exact the library would also change " + stray +
+                                             "; leave --exact away; nothing is changed");
+            return judgement;
+        }
         if (const std::string lost = lossOfRelocated(*live, staged, pairing, asked); !lost.empty()) {
             judgement.outcome =
                 failure(Status::Refused, lost +

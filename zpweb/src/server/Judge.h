@@ -3,6 +3,7 @@
 
 #include <compare>
 #include <functional>
+#include <map>
 #include <set>
 #include <string>
 #include <utility>
@@ -27,12 +28,14 @@ struct Asked {
     std::set<std::string> whole{};                      // of these, in all their blocks
     std::set<std::string> relocated{};                  // of these, say the same in another place
     std::set<std::pair<std::string, size_t>> blocks{};  // live ones without a name, by file and line
-    std::set<std::string> serverDirectives{};           // those that may differ outside of blocks
-    bool answersMayChange = false;                      // what visitors get is meant to change
-    bool anyName = false;                               // any name may lead elsewhere
-    std::set<std::string> names{};                      // these may
-    std::set<std::string> moving{};                     // and all names of these sites
-    std::function<std::set<Led>()> released{};          // earlier changes' (see below): these may go back
+    // Of these sites' blocks, directives of these names alone: "alias", "directory /srv/a"; "*": all.
+    std::map<std::string, std::set<std::string>> within{};
+    std::set<std::string> serverDirectives{};   // those that may differ outside of blocks
+    bool answersMayChange = false;              // what visitors get is meant to change
+    bool anyName = false;                       // any name may lead elsewhere
+    std::set<std::string> names{};              // these may
+    std::set<std::string> moving{};             // and all names of these sites
+    std::function<std::set<Led>()> released{};  // earlier changes' (see below): these may go back
 };
 
 // What must hold in the staged reading for the command's word "done" to be true.
@@ -70,6 +73,9 @@ Pairing pairingOf(const Reading& live, const Reading& staged, const Asked& asked
 // The first place that differs though nobody asked for it; empty when there is none.
 std::string strayDifference(const Reading& live, const Reading& staged, const Pairing& pairing,
                             const Asked& asked);
+// The same within the blocks of which a part alone may differ.
+std::string strayWithin(const Reading& live, const Reading& staged, const Pairing& pairing,
+                        const Asked& asked);
 // The same of the sites that go to another place: what they say may depend on it (Define, Macro).
 std::string lossOfRelocated(const Reading& live, const Reading& staged, const Pairing& pairing,
                             const Asked& asked);

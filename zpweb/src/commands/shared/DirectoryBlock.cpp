@@ -8,6 +8,7 @@
 #include "conf/Text.h"
 #include "host/Fields.h"
 #include "server/DirectoryOptions.h"
+#include "server/DirectoryPaths.h"
 #include "server/DirectoryRules.h"
 #include "sys/File.h"
 #include "text/Restrictions.h"
@@ -94,6 +95,48 @@ std::string optionsLine(const Arguments& given, const std::vector<Statement>& pr
     return {};
 }
 
+// What the library writes itself about hosts and users.
+std::vector<std::string> ownAccessLines(const Arguments& given) {
+    std::vector<std::string> lines;
+    const bool opens = given[Order] && given[Allow].value_or("") == "all";
+    if (opens) {
+        lines.emplace_back("Require all granted");
+    } else if (given.has(Allow)) {
+        lines.push_back("Allow from " + given[Allow].value_or(""));
+    }
+    if (given.has(Deny)) {
+        lines.push_back("Deny from " + given[Deny].value_or(""));
+    }
+    if (given[Protect]) {
+        lines.emplace_back("Require valid-user");
+    }
+    return lines;
+}
+
+// It replaces the section, says of hosts what it can, and does not find one that is written in another way
+// than its own.
+void expectExact(Transaction& change, const Site& site, const Arguments& given,
+                 const std::optional<BlocksOf>& blocks) {
+    const BlocksOf all = blocks.value_or(BlocksOf{});
+    const std::string directory = given[Directory];
+    std::vector<std::string> lines = ownAccessLines(given);
+    const bool asksAccess = !lines.empty();
+    bool asksUsers = given[Protect];
+    for (const Place& place : site.places) {
+        for (const Statement& each : sectionOf(Statements(*place.block), directory)) {
+            asksUsers = asksUsers || asksForUsers({each});
+            if (isRestriction(each) && !asksAccess) {
+                lines.push_back(canonical(each));
+            }
+        }
+    }
+    change.asked().within[hostNameIn(site.name())].insert("directory " + withoutSlash(directory));
+    expectOf(change, blocks, directory, "access", directoryHas(all, directory, lines, Holders::Some));
+    if (!asksUsers) {
+        expectOf(change, blocks, directory, "users", directoryLacks(all, directory, "Require valid-user"));
+    }
+}
+
 }  // namespace
 
 SDDir directoryRecord(const Arguments& given, const Block& block, bool withAccess) {
@@ -144,11 +187,12 @@ Outcome expectAsAsked(Transaction& change, const Site& site, const Arguments& gi
     const auto blocks = blocksAskedFor(site, given);
     const std::string directory = given[Directory];
     releaseDirectory(change, blocks, directory);
-    if (change.settings().exact) {
-        return done();
-    }
     const BlocksOf all = blocks.value_or(BlocksOf{});
     expectOf(change, blocks, directory, "options", hasOptions(all, directory, given[Switches]));
+    if (change.settings().exact) {
+        expectExact(change, site, given, blocks);
+        return done();
+    }
     if (!asksForHosts(given) && !given[Protect]) {
         return done();
     }

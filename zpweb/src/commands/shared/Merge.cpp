@@ -7,6 +7,7 @@
 #include "conf/Text.h"
 #include "input/Quoted.h"
 #include "server/Expressions.h"
+#include "server/Reading.h"
 
 namespace zpweb {
 
@@ -87,6 +88,32 @@ size_t beforeWhatTakesItIn(const Statements& statements, std::string_view line) 
     return None;
 }
 
+// The library's own result replaces the lists that it is not asked about, too: they are given to it again.
+void keepLists(UpdateVHost& record, const Block& block, const MergeRequest& request) {
+    const Statements statements(block);
+    const auto keep = [&](const char* keyword, StringVector& list) {
+        for (const Statement& each : statements) {
+            if (!asks(request, keyword) && each.scope == 0 && each.is(keyword)) {
+                list.push_back(canonical(each).substr(std::string_view(keyword).size() + 1));
+            }
+        }
+    };
+    keep("ServerAlias", record.ServerAlias);
+    keep("Include", record.Include);
+    keep("DirectoryIndex", record.DirIndex);
+}
+
+// By the name that the server prints; a proxied path becomes a redirection.
+void mayDiffer(Transaction& change, const Block& block, const MergeRequest& request) {
+    std::set<std::string>& names = change.asked().within[hostNameIn(block.name)];
+    for (const std::string& keyword : request.keywords) {
+        names.insert(lowerCase(keyword));
+        if (keyword == "Redirect" || keyword == "ProxyPass") {
+            names.insert({"redirect", "redirectpermanent", "redirecttemp"});
+        }
+    }
+}
+
 }  // namespace
 
 bool takesIn(const std::string& path, const std::string& other) {
@@ -96,6 +123,11 @@ bool takesIn(const std::string& path, const std::string& other) {
 
 Outcome mergeInto(Transaction& change, const BlockAt& at, const MergeRequest& request,
                   const std::string& operation, const MergeCall& call) {
+    UpdateVHost whole = request.record;
+    if (change.settings().exact) {
+        keepLists(whole, at.in(change.configuration()), request);
+        mayDiffer(change, at.in(change.configuration()), request);
+    }
     return editBlock(change, at,
                      {.bound = zp::conf::bound::Merge,
                       .show =
@@ -105,7 +137,7 @@ Outcome mergeInto(Transaction& change, const BlockAt& at, const MergeRequest& re
                           },
                       .run =
                           [&](const std::string& staged, const std::string& domain) {
-                              UpdateVHost record = request.record;  // the merge uses it up
+                              UpdateVHost record = whole;  // the merge uses it up
                               record.pDomain = domain.c_str();
                               CZPWebsite website(nullptr, staged.c_str());
                               return call(website, record);

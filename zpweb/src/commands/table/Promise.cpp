@@ -125,6 +125,11 @@ bool rewritesBlocks(const Command& command) {
     return command.words.starts_with("site ") || command.words.starts_with("rails ");
 }
 
+// What the library's own result may change beside what is asked for is told by these alone.
+bool tellsItsPart(const Command& command) {
+    return command.words == "site set" || command.words == "vdir set" || command.words == "vdir create";
+}
+
 // All further names of the site are given: others may go.
 void promiseHosts(Transaction& change, const std::string& site, const Arguments& given) {
     const Parameter hosts{"--host-name", Kind::HostName, "", ""};
@@ -158,6 +163,9 @@ void promise(Transaction& change, const Command& command, const Arguments& given
             asked.whole.insert(site);
         }
         asked.everything = asked.everything || !kept.siteOnly;
+    }
+    if (change.settings().exact && !tellsItsPart(command)) {
+        asked.within[site].insert("*");
     }
     asked.answersMayChange = asked.answersMayChange || command.words == "site suspend";
     asked.anyName = asked.anyName || kept.names == Names::Any;
