@@ -116,11 +116,17 @@ def test_settings_of_a_site(live):
     assert root.stat().st_mode & 0o7777 == 0o711
     assert site.run("site", "set", "shop.example").status == 2
     assert site.do("site", "set", "shop.example", "--mode", "0711", "--json").json["changed"] is False
-    assert "no Listen leads there" in site.do("site", "port", "shop.example", "8088").err
+    for words, way in ((["site", "port", "shop.example", "8088"], "--listen"), (["address", "own", "shop.example", "--address", "127.0.0.9"], "zpweb directive insert Listen 127.0.0.9:{site.port} --after Listen")):
+        answer = site.run(*words)
+        assert answer.status == 3 and f"(no Listen leads there); {way.format(site=site)} lets it" in answer.err, answer
+    site.conf.write_text(site.text().replace("\nListen ", "\nListen 127.0.0.9:8088\nListen "))  # which is another address
+    site.do("site", "port", "shop.example", "8088", "--listen")
+    assert "\nListen 127.0.0.1:8088\n" in site.text()
     assert block(site).startswith("<VirtualHost 127.0.0.1:8088>")
 
 
 def test_addresses_and_host_names(site):
+    site.conf.write_text(site.text().replace("Listen 127.0.0.1:", "Listen "))
     for check in ([], ["--no-check"]):
         assert site.do("address", "list", "--json", *check).json["addresses"][0]["address"] == "127.0.0.1"
     site.do("address", "own", "shop.example", "--address", "127.0.0.2")

@@ -276,9 +276,10 @@ def test_asking_the_server_leaves_nothing_on_the_machine():
 
 def test_what_a_change_gave_to_other_sites_its_inverse_takes_back(shared):
     block = "<VirtualHost {}:%d>\nServerName {}.example\n</VirtualHost>\n" % shared.port
+    shared.conf.write_text(shared.text().replace("Listen 127.0.0.1:", "Listen "))
     shared.do("host", "add", "shop.example", "*.other.example", "--allow-impact")
     for there, back in (("host remove shop.example *.other.example", "host add shop.example *.other.example"), ("site stop own.example", "site start own.example"),
-                        ("address shared own.example --address 127.0.0.7", "address own own.example --address 127.0.0.1")):
+                        ("address shared own.example --address 127.0.0.7 --allow-impact", "address own own.example --address 127.0.0.1")):
         late = "late" if "own" in there else "late.other"
         if "own" in there:  # a block for the address has its requests, and "*" the others'
             shared.conf.write_text(shared.text().replace(own := block.format("127.0.0.1", "own"), "") + own)

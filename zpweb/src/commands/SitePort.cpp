@@ -1,11 +1,13 @@
 // site port: moves a site's blocks to another port.
 #include <algorithm>
+#include <set>
 
 #include "ApacheHelper.h"
 #include "commands/Commands.h"
 #include "commands/shared/BlockEdit.h"
 #include "conf/Bounds.h"
 #include "input/Quoted.h"
+#include "server/NameMap.h"
 #include "settings/Modules.h"
 #include "sys/Number.h"
 
@@ -108,6 +110,31 @@ Outcome moveBlock(Transaction& change, const BlockAt& at, const std::string& onl
     return done();
 }
 
+// At each address that the moved blocks have.
+Outcome listenThere(Transaction& change, const std::string& site, const std::string& port,
+                    const std::string& before) {
+    std::set<std::string> addresses;
+    for (const Place& place : change.configuration().find(site)) {
+        for (const Word& word :
+             place.block->stopped ? std::vector<Word>() : writtenWords(place.block->addresses)) {
+            const Endpoint at = endpointOf(word.value());
+            if (std::to_string(at.port) == port) {
+                addresses.insert(at.address);
+            }
+        }
+    }
+    if (addresses.empty()) {  // of a block without a name
+        addresses.insert("*");
+    }
+    for (const std::string& address : addresses) {
+        Outcome listens = requireListen(change, leadingNumber(port), leadingNumber(before), address);
+        if (!listens.ok()) {
+            return listens;
+        }
+    }
+    return done();
+}
+
 Outcome changePort(Transaction& change, const Site& site, const Arguments& given) {
     const auto meant = meantBlocks(change, site, given);
     if (!meant.ok()) {
@@ -118,10 +145,8 @@ Outcome changePort(Transaction& change, const Site& site, const Arguments& given
     for (const BlockAt& at : meant->blocks) {
         outcome = outcome.ok() ? moveBlock(change, at, meant->port, given) : outcome;
     }
-    const std::string port = given[NewPort];
-    return outcome.ok() && given[Listen]
-               ? requireListen(change, leadingNumber(port), leadingNumber(meant->port))
-               : outcome;
+    return outcome.ok() && given[Listen] ? listenThere(change, site.name(), given[NewPort], meant->port)
+                                         : outcome;
 }
 
 }  // namespace

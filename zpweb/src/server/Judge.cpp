@@ -4,6 +4,7 @@
 
 #include "conf/Text.h"
 #include "server/BareHttps.h"
+#include "server/Postconditions.h"
 
 namespace zpweb {
 
@@ -106,20 +107,6 @@ std::vector<std::string> reachedByDefault(const Reading* live, const Reading& st
         }
     }
     return notes;
-}
-
-// Why nobody gets to the entry.
-std::string silenceOf(const Reading& staged, const NameMap::Entry& entry) {
-    for (const Endpoint& endpoint : staged.endpoints()) {
-        const NameMap::Entry* other = staged.names().entryFor(endpoint);
-        const bool isFor = (entry.at.port == 0 || entry.at.port == endpoint.port) &&
-                           (entry.at.address == "*" || entry.at.address == endpoint.address);
-        if (other != nullptr && isFor) {
-            return "a block for " + other->at.text() + " goes before one for " + entry.at.text() + ": " +
-                   staged.describe(&staged.hosts()[other->hosts.front()]);
-        }
-    }
-    return "no Listen leads there";
 }
 
 // Blocks of the sites that the server takes no requests for.

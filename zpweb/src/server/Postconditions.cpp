@@ -64,6 +64,14 @@ bool answers503(const Reading& reading, uint32_t section) {
     return false;
 }
 
+constexpr const char* NoListen = "no Listen leads there";
+
+std::string listenFor(Endpoint at) {
+    at.port = at.port == 0 ? 80 : at.port;
+    return "zpweb directive insert Listen " + (at.address == "*" ? std::to_string(at.port) : at.text()) +
+           " --after Listen";
+}
+
 // Where a block gets the name from, which may be an included file.
 std::string aliasPlace(const Reading& reading, const VirtualHost& host, const std::string& name) {
     for (const Directive* alias : host.directive == Directive::None
@@ -121,21 +129,41 @@ Postcondition servesNothing(const BlocksOf& blocks) {
     };
 }
 
-Postcondition takesRequests(const std::string& site) {
+std::string silenceOf(const Reading& staged, const NameMap::Entry& entry) {
+    for (const Endpoint& endpoint : staged.endpoints()) {
+        const NameMap::Entry* other = staged.names().entryFor(endpoint);
+        const bool isFor = (entry.at.port == 0 || entry.at.port == endpoint.port) &&
+                           (entry.at.address == "*" || entry.at.address == endpoint.address);
+        if (other != nullptr && isFor) {
+            return "a block for " + other->at.text() + " goes before one for " + entry.at.text() + ": " +
+                   staged.describe(&staged.hosts()[other->hosts.front()]);
+        }
+    }
+    return NoListen;
+}
+
+Postcondition takesRequests(const BlocksOf& blocks, const std::string& wayOut) {
     return [=](const Reading& staged) {
-        const auto hosts = hostsOf(staged, {site});
-        const auto& endpoints = staged.endpoints();
-        const bool some = std::any_of(endpoints.begin(), endpoints.end(), [&](const Endpoint& endpoint) {
-            const NameMap::Entry* entry = staged.names().entryFor(endpoint);
+        const auto hosts = hostsOf(staged, blocks);
+        const auto isTheirs = [&](const NameMap::Entry* entry) {
             return std::any_of(hosts.begin(), hosts.end(),
                                [&](const VirtualHost* host) { return listsHost(entry, staged, host); });
-        });
-        return some || hosts.empty()
-                   ? done()
-                   : failure(Status::Refused,
-                             staged.describe(hosts.front()) +
-                                 ": the server takes no requests for it, so nothing of it can be shown; "
-                                 "let it listen there first (zpweb directive add Listen)");
+        };
+        const auto& endpoints = staged.endpoints();
+        if (hosts.empty() || std::any_of(endpoints.begin(), endpoints.end(), [&](const Endpoint& endpoint) {
+                return isTheirs(staged.names().entryFor(endpoint));
+            })) {
+            return done();
+        }
+        const auto& entries = staged.names().entries();
+        const auto entry = std::find_if(entries.begin(), entries.end(),
+                                        [&](const NameMap::Entry& each) { return isTheirs(&each); });
+        const std::string why = entry == entries.end() ? std::string() : silenceOf(staged, *entry);
+        return failure(
+            Status::Refused,
+            staged.describe(hosts.front()) + ": the server takes no requests for it (" + why +
+                (why == NoListen ? "); " + (wayOut.empty() ? listenFor(entry->at) : wayOut) + " lets it"
+                                 : ")"));
     };
 }
 

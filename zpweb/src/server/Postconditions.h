@@ -26,8 +26,10 @@ Postcondition leadsToSiteIfServed(const std::string& site);
 Postcondition leadsThereNoMore(const std::string& name, const BlocksOf& blocks);
 // The site's name leads to none of its blocks.
 Postcondition servesNothing(const BlocksOf& blocks);
-// The server takes requests for a block of the site, where it has one.
-Postcondition takesRequests(const std::string& site);
+// The server takes requests for one of these blocks, where it has any. `wayOut`: what lets it listen.
+Postcondition takesRequests(const BlocksOf& blocks, const std::string& wayOut = "");
+// Why nobody gets to the entry.
+std::string silenceOf(const Reading& staged, const NameMap::Entry& entry);
 // What of a postcondition does not hold.
 Outcome notShown(const std::string& what);
 

@@ -4,9 +4,11 @@
 #include <iterator>
 #include <sstream>
 
+#include "conf/Address.h"
 #include "conf/Text.h"
 #include "input/Quoted.h"
 #include "server/Program.h"
+#include "server/Sockets.h"
 #include "settings/SiteFacts.h"
 #include "sys/File.h"
 #include "sys/Process.h"
@@ -166,13 +168,18 @@ Outcome requireModules(Transaction& change, const std::vector<std::string>& name
     return done();
 }
 
-Outcome requireListen(Transaction& change, int port, int beside) {
+Outcome requireListen(Transaction& change, int port, int beside, const std::string& address) {
     const auto portOf = [](const std::string& socket) {
         return socket.find_first_not_of("0123456789") == std::string::npos ? hostPortOf(":" + socket).port
                                                                            : hostPortOf(socket).port;
     };
     const Configuration& configuration = change.configuration();
-    if (configuration.listens([&](const std::string& socket) { return portOf(socket) == port; })) {
+    const bool any =
+        configuration.listens([&](const std::string& socket) { return portOf(socket) == port; });
+    const std::vector<Socket> sockets = askable(configuration);
+    if (any && (address == "*" || std::any_of(sockets.begin(), sockets.end(), [&](const Socket& socket) {
+                    return socket.port == port && takes(socket, address);
+                }))) {
         return done();
     }
     Found place = lastLine(configuration, "Listen",
@@ -181,10 +188,13 @@ Outcome requireListen(Transaction& change, int port, int beside) {
     if (place.file == nullptr) {
         return failure("the server's configuration has no Listen line to go by");
     }
-    change.asked().everything = true;
+    change.asked().serverDirectives.insert("listen");
     const std::string word = wordOf(place.file->lines()[place.line], 1);
     const size_t colon = word.rfind(':');
-    const std::string host = colon == std::string::npos ? "" : word.substr(0, colon + 1);
+    std::string host = colon == std::string::npos ? "" : word.substr(0, colon + 1);
+    if (address != "*" && (any || !host.empty())) {  // one for every address would be in its way
+        host = conf::inBrackets(address) + ":";
+    }
     return addBehind(change, place, "Listen " + host + std::to_string(port));
 }
 

@@ -15,7 +15,7 @@ Outcome requireModules(Transaction& change, const std::vector<std::string>& name
 bool isModuleLoaded(const Configuration& configuration, const std::string& name);
 
 // Makes the server listen on the port, unless it does: beside the line that makes it listen on `beside`, at
-// the same address.
-Outcome requireListen(Transaction& change, int port, int beside);
+// the same address. With an address ("*": any), requests to that must come in.
+Outcome requireListen(Transaction& change, int port, int beside, const std::string& address = "*");
 
 }  // namespace zpweb

@@ -41,7 +41,7 @@ Outcome redirects(const Request& request, const std::string& to) {
 }
 
 void expectVisitors(Transaction& change, const std::string& site) {
-    change.expect(hostNameIn(site), "visitors", takesRequests(hostNameIn(site)));
+    change.expect(hostNameIn(site), "visitors", takesRequests({hostNameIn(site)}));
 }
 
 std::string described(const Request& request) {

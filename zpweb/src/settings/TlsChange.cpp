@@ -158,7 +158,8 @@ Outcome isListenedTo(const Configuration& configuration, const std::vector<std::
         });
         if (!heard) {
             return failure(Status::Refused, "the server does not listen on " + each +
-                                                ": zpweb directive add Listen " + each);
+                                                ": zpweb directive insert Listen " + each +
+                                                " --after Listen");
         }
     }
     return done();

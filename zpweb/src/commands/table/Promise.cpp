@@ -119,10 +119,21 @@ void concernServer(Asked& asked, const Command& command, const Arguments& given)
 
 // Hosts are named by themselves.
 constexpr const char* Life = " life";  // whether it is served, and as what
+constexpr const char* Heard = " heard";
 
 // Does it change so much of a site's blocks that nothing is left of what was promised of single lines?
 bool rewritesBlocks(const Command& command) {
     return command.words.starts_with("site ") || command.words.starts_with("rails ");
+}
+
+// Who moves a site wants it to be reached there.
+void promiseRequests(Transaction& change, const Command& command, const std::string& site,
+                     const Arguments& given) {
+    if (command.words == "site port") {
+        change.expect(site, Heard, takesRequests({site, valueOf(given, "PORT")}, "--listen"));
+    } else if (command.words == "address own" || command.words == "address shared") {
+        change.expect(site, Heard, takesRequests({site, valueOf(given, "--port")}));
+    }
 }
 
 // What the library's own result may change beside what is asked for is told by these alone.
@@ -181,6 +192,7 @@ void promise(Transaction& change, const Command& command, const Arguments& given
     }
     if (!byPlace) {
         promiseHosts(change, site, given);
+        promiseRequests(change, command, site, given);
     }
     if (kept.holds != nullptr && !byPlace) {
         change.expect(site, host.empty() ? std::string(Life) : host,
