@@ -46,10 +46,10 @@ std::string bringBack(const Server& server, const std::string& main) {
         return ", but: " + old.outcome().message;
     }
     const auto alive = server.master(*old);
-    Outcome repaired = alive ? server.reload(*old, *alive) : server.start();
+    Outcome repaired = alive ? server.reload(*old, *alive) : server.start(*old);
     const bool ended = alive && !repaired.ok() && !server.master(*old);
     if (ended) {
-        repaired = server.start();
+        repaired = server.start(*old);
     }
     if (!repaired.ok()) {
         return ", but: " + repaired.message;

@@ -1,5 +1,7 @@
 #include "server/Server.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <set>
 #include <thread>
@@ -173,9 +175,23 @@ bool Server::letsGoOf(const std::string& path, pid_t master,
     return false;
 }
 
-Outcome Server::start() const {
+// As long as nobody has asked how it ended, the control script takes the number of the one that was for a
+// running server, and says that all is well.
+Outcome Server::start(const Configuration& configuration) const {
+    const std::string file = pidFile(configuration);
+    const auto text = readFile(file);
+    const pid_t known = text.ok() ? leadingNumber(*text) : 0;
+    if (known > 0 && !isAlive(known)) {
+        ::unlink(file.c_str());
+    }
     const Finished finished = runProgram({"apachectl", "-f", main_, "-k", "start"}, waiting_);
-    return finished.ok() ? done() : failure("the server could not be started: " + finished.output);
+    const auto until = std::chrono::steady_clock::now() + LongestSilence;
+    bool runs = false;
+    while (finished.ok() && !runs && std::chrono::steady_clock::now() < until) {
+        std::this_thread::sleep_for(BetweenLooks);
+        runs = master(configuration).has_value();
+    }
+    return runs ? done() : failure("the server could not be started: " + finished.output);
 }
 
 }  // namespace zpweb

@@ -38,7 +38,7 @@ public:
     // Waits until no process of the server has the file open; false when one has it still at that moment.
     bool letsGoOf(const std::string& path, pid_t master, std::chrono::steady_clock::time_point until) const;
     // Starts a server that is not running.
-    Outcome start() const;
+    Outcome start(const Configuration& configuration) const;
 
 private:
     std::string runningPidFile(const std::string& name) const;
