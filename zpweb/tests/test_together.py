@@ -5,6 +5,7 @@ import os
 import re
 import subprocess
 from concurrent.futures import ThreadPoolExecutor
+from pathlib import Path
 
 from conftest import ZPFAULT, ZPWEB, Answer, await_true
 
@@ -25,11 +26,12 @@ class Queue:
         return [p for p in self.requests.iterdir() if re.fullmatch(r"[\d.-]+", p.name)] if self.requests.exists() else []
 
     def add(self, *words, before=(), env=None):
-        count = len(self.placed())
+        count, alone = len(self.placed()), "--allow-impact" in words  # which leaves no request
         command = [*before, ZPWEB, "--conf", self.machine.conf, "--json", *words]
         self.runs.append(subprocess.Popen(list(map(str, command)), stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
                                           env={**os.environ, **(env or {})}))
-        await_true(lambda: len(self.placed()) == count + 1 or self.runs[-1].poll() is not None)
+        waits = lambda: re.search(rf"-> .* {self.runs[-1].pid} ", Path("/proc/locks").read_text())
+        await_true(lambda: (waits() if alone else len(self.placed()) == count + 1) or self.runs[-1].poll() is not None)
         return self.runs[-1]
 
     def release(self):
@@ -91,9 +93,16 @@ def test_each_gets_its_own_result_and_its_own_undo(live):
     assert [answer.status for answer in queue.release()] == [0, 0]
     await_true(lambda: reloads(live) == reloaded + 1)  # each has its own conditions
     queue = Queue(live)
-    for words in ((names[0], "c.example", "--no-check"), (names[1], "d.example"), ("shop.example", "*.e.example")):
+    for words in ((names[0], "c.example", "--no-check"), (names[1], "d.example"), ("shop.example", "*.e.example"), (names[2], "g.example", "--exact")):
         queue.add("host", "add", *words)
-    assert [answer.json["judged"] for answer in queue.release()] == [False, True, True]
+    assert [answer.json["judged"] for answer in queue.release()] == [False, True, True, True] and "\n\nPidFile" not in live.text(), "the library's own result"
+    for one, other, status in (("host add s0.example f.example --allow-impact", "directive delete ServerAlias --site s3.example", 3),
+                               ("module load headers", "directive add Define OF\0other --site s0.example", 1)):
+        live.conf.write_text("Define OF me\n" + live.text().replace("ServerAdmin ", "ServerAdmin ${OF}"))
+        queue = Queue(live)
+        for words in (one, other):
+            queue.add(*[word.replace("\0", " ") for word in words.split(" ")])
+        assert [answer.status for answer in queue.release()] == [0, status], "what one may do is not the other's"
     queue = Queue(live)
     for name in ("www.shop.example", "*.e.example"):
         queue.add("host", "remove", "shop.example", name)
@@ -120,6 +129,12 @@ def test_waiters_that_go_away(site):
     assert [a.status for a in answers] == [0, -9, 5, 6, 0]
     assert [name + ".example" in site.text() for name in "abcde"] == [True, False, False, True, False]
     assert not site.strays()
+    queue, home, known = Queue(site), site.sites / names[0], len(log_of(site))
+    queue.add("host", "add", names[1], "f.example", *FAST, before=(ZPFAULT, "meanwhile", "renameat2:1"), env={"ZPFAULT_RUN": f"mv {home} {home}.away; mkdir {home}"})
+    queue.add("site", "delete", names[0], "--remove-folders", *FAST)
+    answers = queue.release()
+    assert [a.status for a in answers] == [0, 1] and "could not be removed" in answers[1].err and home.exists(), answers
+    assert [line["exit"] for line in log_of(site)[known:]] == [0, 1], "what stands is not made once more"
 
 
 def test_a_leader_that_is_killed_at_any_step(site):

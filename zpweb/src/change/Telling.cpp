@@ -9,9 +9,11 @@
 namespace zpweb {
 
 void Transaction::recordAs(const Outcome& outcome) {
-    for (const Journal& each : journal_.each()) {
-        const bool changes = journal_.members.empty() || each.changes();
-        const Outcome written = changes ? record(*state_, each, outcome, inPlace_) : done();
+    const std::span<const Journal> journals = journal_.each();
+    for (size_t i = 0; i < journals.size(); ++i) {
+        const bool changes = members_.empty() || journals[i].changes();
+        const Outcome& own = members_.empty() ? outcome : members_[i].outcome;
+        const Outcome written = changes ? record(*state_, journals[i], own, inPlace_) : done();
         if (!written.ok()) {
             output_->warning("the change is not in the log: " + written.message);
         }
