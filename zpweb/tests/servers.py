@@ -42,7 +42,7 @@ SITES = {
     "backend": "Listen 127.0.0.1:8081\n" + block("127.0.0.1:8081", "proxied.backend.example", root="proxied.example"),
     "proxied": block("*:80", "proxied.example", "ProxyPass / http://127.0.0.1:8081/",
                      "ProxyPassReverse / http://127.0.0.1:8081/", root=""),
-    "matched": block("*:80", "matched.example", "ProxyPass /own !", "ProxyPassMatch ^/((?!static).*)$ http://127.0.0.1:8081/$1"),
+    "matched": block("*:80", "matched.example", "ProxyPass /own !", "ProxyPassMatch ^/((?!static).*)$ http://127.0.0.1:8081/$1", "<Location /kept>", "ProxyPass !", "</Location>"),
     "rewritten": block("*:80", "rewritten.example", "RewriteEngine On", "RewriteRule ^/own - [L]", "RewriteRule (?i)^/other(?!s) - [L]",
                        "RewriteCond %{REQUEST_URI} =/Case", "RewriteRule ^ - [L]", "RewriteCond %{REQUEST_URI} =/ANY [NC]", "RewriteRule ^ - [L]",
                        "RewriteCond %{DOCUMENT_ROOT}/x !-f", "RewriteRule ^/perhaps - [L]", "RewriteRule ^/skip - [NC,S=2]", "RewriteRule ^ - [C]",

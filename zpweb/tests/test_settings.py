@@ -161,6 +161,8 @@ def test_a_wildcard_stands_for_one_label(server):
     server.do("tls", "off", "wild.example")
     server.do("host", "add", "wild.example", "a.b.wild.example")
     assert "is not for a.b.wild.example" in server.run("tls", "on", "wild.example", *pair("wild")).err
+    server.place("claims", block("*:80", "claims.example", "ServerAlias tls.both.example"))  # where another certificate is shown
+    server.do("tls", "on", "claims.example", *pair("wild"), "--any-name")
 
 
 @pytest.mark.parametrize("words, reason", [
@@ -289,6 +291,7 @@ def test_a_renewed_certificate_is_taken_up_or_refused(server):
     assert served == fingerprint("renewed")
     [setting] = server.tree.rglob(f"zpweb.d/{SITE}/tls.conf")
     assert "SSLProtocol all -SSLv3 -TLSv1 -TLSv1.1\n" in setting.read_text()
+    (LIVE / f"renewed/{type(server).__name__}.pem").symlink_to("../../archive/renewed/fullchain1.pem")
     before = {link.name: os.readlink(link) for link in LIVE.glob("renewed/*")}
     for names, line in (("elsewhere.example", ""), ("plain.example,www.plain.example", "Nonsense on\n")):
         issue("renewed", names)
@@ -403,11 +406,12 @@ def test_a_name_leads_away_where_it_is_one(server):
 
 def test_what_visitors_do_not_get_is_taken_back(server):
     """Another block is reached by the site's names there."""
-    server.place("near", block("127.0.0.1:80", "near.example", root="plain.example"))
+    server.place("near", "Listen 81\nListen 82\n" + block("127.0.0.1:81", "near.example") + block("*:80 *:81 *:82", "twice.example", root="plain.example"))
     server.signal("graceful")
     before = server.files()
-    for words in (["redirect", "set", SITE, "/old", "--to", "https://new.example/"], ["tls", "on", SITE, *pair("good"), "--redirect"]):
-        answer = server.run(*words)
+    old = lambda site: json.dumps({"command": "redirect set", "arguments": [site, "/old"], "options": {"to": "https://new.example/"}})
+    for words in (["apply", "-"], ["tls", "on", "twice.example", *pair("good"), "--any-name", "--redirect"]):
+        answer = server.run(*words, input=old(SITE) + "\n" + old("twice.example"))
         assert answer.status == 4 and "not a redirect to https://" in answer.err and server.files() == before, answer
 
 
@@ -459,14 +463,17 @@ def test_php_runs_and_its_sources_stay_unread(server, fpm):
     server.do("php", "off", SITE)
     status, body = server.get(SITE, path="/secret.php")
     assert status == 403 and "password" not in body
-    other = Path("/var/www/both.example/other.php")
-    server.do("php", "set", "both.example", "--fpm", POOL)
-    other.write_text("<?php")
-    server.do("php", "off", "both.example")
-    assert [server.get(name, path=f"/{file}.php")[0] for name, file in ((SITE, "secret"), ("both.example", "other"))] == [403, 403]
-    server.do("php", "set", "both.example", "--fpm", POOL)
-    other.unlink()
-    server.do("php", "off", "both.example")
+    others = [Path(f"/var/www/{name}.example/other.php") for name in ("both", "pair")]
+    server.place("roots", "".join(block(f"{address}:80", "roots.example", root=file.parent.name) for address, file in zip(("*", "127.0.0.4"), others)))
+    server.do("php", "set", "roots.example", "--fpm", POOL)
+    [file.write_text("<?php") for file in others]
+    server.do("php", "off", "roots.example")
+    assert [server.get(name, ("http", address), f"/{file}.php")[0] for name, file, address in (
+        (SITE, "secret", "127.0.0.1"), ("roots.example", "other", "127.0.0.1"), ("roots.example", "other", "127.0.0.4"))] == [403] * 3
+    server.do("php", "set", "roots.example", "--fpm", POOL)
+    [file.unlink() for file in others]
+    server.do("php", "off", "roots.example")
+    [path.unlink() for path in [*server.tree.rglob("roots.*")]]
     server.do("php", "set", SITE, "--fpm", POOL)
     assert server.get(SITE, path="/secret.php") == (200, "ran")
     (root / "secret.php").rename(root / "secret.phtml")
@@ -527,10 +534,11 @@ def test_php_that_does_not_run_is_taken_back(server, fpm):
     closed.write_text('<Directory /var/www>\n<FilesMatch "php$">\nRequire all denied\n</FilesMatch>\n</Directory>\n')
     answer = server.run("php", "set", SITE, "--fpm", POOL)
     assert answer.status == 4 and "answers 403, but PHP does not run" in answer.err, answer
-    closed.unlink()
+    closed.write_text(closed.read_text().replace("php$", "txt$"))  # not what it is asked for
     os.chmod(POOL, 0)  # root may connect, the server may not
     answer = server.run("php", "set", SITE, "--fpm", POOL)
     assert answer.status == 4 and "PHP does not run" in answer.err, answer
+    closed.unlink()
     assert server.files() == before and list(Path(f"/var/www/{SITE}").glob("zpweb-*")) == []
     assert server.leads_to(SITE, SITE)
 
@@ -602,10 +610,13 @@ def test_an_application_that_speaks_https_or_is_not_reached(server):
         answer = server.run("proxy", "set", SITE, path, to)
         assert answer.status == 2 and "lead to itself" in answer.err, answer
     if not isinstance(server, RedHat):  # the same there, and it takes its time
-        server.do("site", "suspend", "proxied.backend.example")
-        before = server.files()
-        answer = server.run("proxy", "set", SITE, "/none", "http://localhost:8081")
-        assert answer.status == 4 and "answers 503" in answer.err and server.files() == before, answer
+        for words, status in (["site", "suspend", "proxied.backend.example"], 503), (["directive", "add", "Redirect", "502 /", "--site", "proxied.backend.example"], 502):
+            server.do(*words)
+            before = server.files()
+            answer = server.run("proxy", "set", SITE, "/none", "http://localhost:8081")
+            assert answer.status == 4 and f"answers {status}" in answer.err and server.files() == before, answer
+            server.do("undo")
+    assert "TLS handshake failed" in server.run("proxy", "set", SITE, "/plain", "https://127.0.0.1:80").err
 
 
 def test_websockets_pass_an_older_server(server, tmp_path):
@@ -651,7 +662,7 @@ def test_access_is_in_effect_by_address(server, words, answers):
 
 
 def test_access_by_an_address_of_ipv6(server):
-    for words, status in ((["--allow", "::1"], 404), (["--allow", "192.0.2.7"], 403), (["--deny", "::1"], 403)):
+    for words, status in ((["--allow", "::1"], 404), (["--allow", "192.0.2.7"], 403), (["--deny", "::1"], 403), (["--deny", "0.0.0.0/1"], 404)):
         server.do("access", "set", "six.example", "/admin", *words)
         assert server.get("six.example", ("http", "::1"), "/admin/")[0] == status, words
 

@@ -48,9 +48,17 @@ std::vector<std::string> modulesFor(const ProxySetting& setting) {
 // An address can be asked; what a name stands for is the server's to find out.
 Endpoint addressOf(const Url& url) { return {url.host == "localhost" ? "127.0.0.1" : url.host, url.port}; }
 
-Outcome answers(const Url& url) {
+Expected<Connection> connectedTo(const Url& url) {
     const Endpoint at = addressOf(url);
-    return Connection::to({at.address, at.port}).outcome();
+    return Connection::to({at.address, at.port});
+}
+
+// The server answers 500 then, as an application may.
+Outcome speaksItsScheme(Connection& application, const Url& url, const std::string& host) {
+    Outcome spoken = url.scheme == "https" ? application.startTls(host) : done();
+    return spoken.ok() ? spoken
+                       : failure(url.host + ":" + std::to_string(url.port) + ": " + spoken.message +
+                                 "; is it one for http://?");
 }
 
 // The application is asked by the site's own name, which the server takes for the site wherever that
@@ -117,10 +125,12 @@ Outcome setProxy(Transaction& change, const std::string& site, const ProxyPath& 
     if (leadsToItself(change, name, path.path, *url)) {
         return failure(Status::Usage, "URL " + inQuotes(path.url) + ": it would lead to itself");
     }
-    if (Outcome reached = answers(*url); reached.ok()) {
-        change.prove([&change, site, path] { return proveProxy(change, site, path.path); });
+    if (auto application = connectedTo(*url); !application.ok()) {
+        change.output().note("the application does not answer now: " + application.outcome().message);
+    } else if (Outcome spoken = speaksItsScheme(*application, *url, hostNameIn(site)); !spoken.ok()) {
+        return spoken;
     } else {
-        change.output().note("the application does not answer now: " + reached.message);
+        change.prove([&change, site, path] { return proveProxy(change, site, path.path); });
     }
     return write(change, site, setting, overwrite);
 }
