@@ -44,7 +44,7 @@ void WorkingSet::set(const std::string& path, Content content) {
     edits_ += inParts_.erase(path) > 0 || !content.saysTheSameAs(file.after) ? 1 : 0;
     file.after = content.saysTheSameAs(file.before) ? file.before : std::move(content);
     configuration_.put(path, file.after);
-    file.ofServer = file.ofServer || configuration_.file(path) != nullptr || configuration_.includes(path);
+    file.ofServer = file.ofServer || configuration_.file(path) != nullptr;
 }
 
 void WorkingSet::setPart(const ConfigurationFile& part, Content content) {

@@ -59,8 +59,7 @@ ByTarget linksIn(const std::string& directory) {
 }  // namespace
 
 std::string Layout::targetOf(const std::string& file) const {
-    return directoryOf(directory) == directoryOf(links) ? "../" + nameOf(directory) + "/" + nameOf(file)
-                                                        : file;
+    return "../" + nameOf(directory) + "/" + nameOf(file);
 }
 
 std::vector<std::string> Layout::linksTo(const std::string& file) const {

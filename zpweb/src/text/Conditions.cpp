@@ -34,13 +34,7 @@ void Conditions::close(std::string_view name) {
     }
 }
 
-// One that is not met is enough.
-void Conditions::ask() {
-    unmet_ = false;
-    for (size_t i = 1; i <= open_.size() && !unmet_; ++i) {
-        const size_t length = i < open_.size() ? open_[i].before : key_.size();
-        unmet_ = !values_.isMet(std::string_view(key_).substr(0, length)).value_or(true);
-    }
-}
+// All that are open are one question.
+void Conditions::ask() { unmet_ = !values_.isMet(key_).value_or(true); }
 
 }  // namespace zpweb
