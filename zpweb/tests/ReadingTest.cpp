@@ -128,7 +128,10 @@ TEST(Judge, SeesWhatNobodyAskedFor) {
               ""},
              // a name is lost on one of its listeners, though its own site was asked for
              {"                 alias only.late\n", "", late, ""},
-             {"  ServerAlias only.late\n", "", late, "only.late on *:8080: from late at"},
+             {"  ServerAlias only.late\n",
+              "",
+              {.sites = {"late"}, .names = {"late"}},
+              "only.late on *:8080: from late at"},
              {"  ServerAlias only.late\n", "", {.sites = {"late"}, .names = {"only.late"}}, ""},
              {"  ServerName late\n",
               "  ServerName other\n",

@@ -245,6 +245,10 @@ def test_a_log_that_the_tool_has_not_packed_whole_stays(site):
     tar = path_with(site.root / "run/bin", tar='[ "$1" != -cvzf ] || exec /usr/bin/tar -czf "$2" -T /dev/null\nexec /usr/bin/tar "$@"')
     assert site.run("log", "rotate", "shop.example", *FAST, env=tar).status == 1
     assert [path.read_text() for path in log.parent.glob("access_log*")] == ["a line\n"]
+    killed = path_with(site.root / "run/bin", tar="kill -9 $PPID")
+    assert site.run("log", "rotate", "shop.example", *FAST, env=killed).status == -9
+    site.do("log", "rotate", "shop.example", *FAST)
+    assert "a line" in "".join(subprocess.run(["tar", "-xzOf", path], capture_output=True, text=True).stdout for path in log.parent.glob("access_log-*.gz"))
 
 
 def test_a_log_that_is_a_link_shows_nothing_of_roots(site):
@@ -577,7 +581,8 @@ def test_a_second_suspension_changes_the_page_alone(site):
     page.write_text('<p>"unpaid" \\ since May')
     site.do("site", "suspend", "shop.example", *FAST)
     text = site.text()
-    site.do("site", "suspend", "shop.example", "--page", page, *FAST)
+    (link := page.with_name("link")).symlink_to("page.html")
+    site.do("site", "suspend", "shop.example", "--page", link, *FAST)
     (file,) = site.root.glob("zpweb.d/*/suspended.conf")
     assert site.text() == text != before and r'<p>\"unpaid\" \\ since May' in file.read_text()
     site.do("site", "resume", "shop.example", *FAST)

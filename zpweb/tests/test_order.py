@@ -80,6 +80,9 @@ def test_nothing_counts_that_is_not_on_the_disk(three_files):
     assert any(path.endswith("/journal.new") for path in before)
     assert {"change", "checkpoints", "lock"} <= {Path(path).name for path in before}, before
     assert {str(site.root), "/etc/webusers", str(site.root / "www")} <= {path for at, path in synced if put[0] < at < gone}
+    words = [ZPFAULT, "none", "0", ZPWEB, "--conf", site.conf, "host", "add", "shop.example", "b.example", "--confirm-within", "1h", *FAST]
+    done = subprocess.run(words, capture_output=True, text=True, env={**os.environ, "ZPFAULT_ALL": "1"})
+    assert [name for name, path in re.findall(r"^\d+ (rename\w*) (.*)$", done.stderr, re.M) if "/unconfirmed" in path or name == "renameat2"] == ["rename", "renameat2"], done
 
 
 def test_what_is_only_prepared_has_no_say_in_what_somebody_does_meanwhile(site):
