@@ -87,7 +87,7 @@ class Machine:
             ServerRoot "{root}"
             ServerName 127.0.0.1
 
-            PidFile {root}/run/httpd.pid
+            PidFile run/httpd.pid
             DefaultRuntimeDir {root}/run
             TypesConfig /etc/mime.types
             Listen 127.0.0.1:{self.port}

@@ -49,26 +49,6 @@ def test_what_is_created_and_deleted_again_leaves_no_trace(machine):
     assert machine.text() == before
 
 
-@pytest.mark.parametrize("name, change, change_back", [
-    ("stop and start", ["site", "stop", "kept.example"], ["site", "start", "kept.example"]),
-    ("host name", ["host", "add", "kept.example", "more.example"], ["host", "remove", "kept.example", "more.example"]),
-    ("alias", ["site", "set", "kept.example", "--alias", "/x=/tmp"], ["site", "set", "kept.example", "--alias", "/x="]),
-    ("directive", ["directive", "add", "Options", "None", "--site", "kept.example"],
-     ["directive", "delete", "Options", "--site", "kept.example"]),
-])
-@pytest.mark.parametrize("ends", ["lf", "crlf", "no newline"])
-def test_a_change_and_its_opposite_give_back_every_byte(machine, name, change, change_back, ends):
-    with_site(machine, "other.example")
-    with_site(machine)
-    text = machine.conf.read_bytes()
-    text = text.replace(b"\n", b"\r\n") if ends == "crlf" else text[:-1] if ends == "no newline" else text
-    machine.conf.write_bytes(text)
-    machine.do(*change)
-    assert machine.conf.read_bytes() != text
-    machine.do(*change_back)
-    assert machine.conf.read_bytes() == text
-
-
 def test_the_difference_is_what_was_asked_for(machine):
     with_site(machine, "other.example")
     with_site(machine)
@@ -168,41 +148,14 @@ def test_owner_mode_link_and_attributes_stay(machine, tmp_path):
     assert "user:www-data:r--" in subprocess.run(["getfacl", "-p", real], capture_output=True, text=True).stdout
 
 
-def test_the_servers_refusal_names_file_line_and_site(machine):
-    with_site(machine)
-    before = machine.text()
-    answer = machine.run("directive", "add", "Nonsense", "on", "--site", "kept.example")
-    line = before.splitlines().index("</VirtualHost>") + 1
-    assert answer.status == 3
-    assert f"{machine.conf}:{line} (site kept.example)" in answer.err and "Nonsense" in answer.err
-    assert machine.text() == before and not machine.strays()
-
-
 def test_a_site_in_an_included_file_is_changed_and_checked_there(machine):
     included = machine.root / "included/one.conf"
     included.write_text(BLOCK.format(port=machine.port, name="inner.example", root=machine.root / "www"))
     main = machine.text()
     refused = machine.run("directive", "add", "Nonsense", "on", "--site", "inner.example")
-    assert refused.status == 3 and f"{included}:8 (site inner.example)" in refused.err, refused
+    assert refused.status == 3 and f"{included}:8 (site inner.example)" in refused.err and "Nonsense" in refused.err and not machine.strays(), refused
     machine.do("site", "stop", "inner.example")
     assert included.read_text().startswith("#<VirtualHost") and machine.text() == main
-
-
-def test_a_line_over_the_bound_is_refused_with_its_place(machine):
-    with_site(machine)
-    machine.conf.write_text(machine.text().replace("</VirtualHost>", "\tServerAdmin " + "x" * 2100 + "\n</VirtualHost>"))
-    number = next(i for i, line in enumerate(machine.text().splitlines(), 1) if "x" * 2100 in line)
-    answer = machine.run("directive", "set", "ServerAdmin", "a@b.example", "--site", "kept.example")
-    assert answer.status == 1 and f"{machine.conf}:{number}" in answer.err and "characters" in answer.err
-
-
-def test_another_run_is_waited_for_and_then_not(machine):
-    with_site(machine)
-    machine.do("site", "stop", "kept.example")
-    with (machine.root / ".zpweb/lock").open() as lock:
-        fcntl.flock(lock, fcntl.LOCK_EX)
-        answer = machine.run("site", "start", "kept.example", "--lock-timeout", "1")
-    assert answer.status == 5 and "waiting" in answer.err
 
 
 def test_undo_goes_back_step_by_step_and_not_over_somebodys_edits(machine):
@@ -319,17 +272,20 @@ def test_undo_gives_a_deleted_file_its_owner_and_mode_back(site):
 
 def test_the_log_tells_who_did_what(machine):
     with_site(machine)
-    machine.do("site", "stop", "kept.example")
+    machine.do("site", "stop", "kept.example", env={**os.environ, "SUDO_USER": "carla"})
     machine.do("site", "start", "kept.example")
     machine.run("directive", "add", "Nonsense", "on", "--site", "kept.example")
     changes = machine.do("history", "--json").json["changes"]
     assert [change["result"] for change in changes] == ["done", "done", "refused"]
-    assert changes[0]["user"] == "root" and changes[0]["command"][-3:] == ["site", "stop", "kept.example"]
-    assert changes[0]["files"][0]["after"] == changes[1]["files"][0]["before"]
+    first, last, refused = [json.loads(line) for line in (machine.root / ".zpweb/audit.log").read_text().splitlines()]
+    (before,), (after,) = first["files"], last["files"]
+    assert (first["user"], first["login"], before["file"]) == ("root", "carla", str(machine.conf)) and "login" not in last
+    assert first["command"][-3:] == ["site", "stop", "kept.example"] and (refused["exit"], refused["changed"]) == (3, False)
+    assert before["after"] == after["before"] != after["after"] == before["before"] == refused["files"][0]["before"] == refused["files"][0]["after"]
     machine.do("undo")
-    last = machine.do("history", "--last", "2", "--json").json["changes"]
-    assert [change.get("undoes") for change in last] == [None, 2]
-    assert [change["checkpoint"] for change in changes] == [1, 2, None]
+    machine.do("site", "start", "kept.example")
+    assert [change.get("undoes") for change in machine.do("history", "--last", "3", "--json").json["changes"]] == [None, 2, None]
+    assert [change["checkpoint"] for change in machine.do("history", "--json").json["changes"]] == [1, 2, None, 3, 4]
 
 
 def test_fifty_checkpoints_are_kept(machine):
@@ -403,19 +359,6 @@ def test_the_commands_of_one_change_see_what_those_before_them_do(site):
 
 # --- on the server ---
 
-def test_a_change_takes_effect_on_the_running_server(live):
-    live.conf.write_text(live.text().replace(f"PidFile {live.root}/", "PidFile "))
-    assert live.get("shop.example") == (200, "the shop")
-    pid = (live.root / "run/httpd.pid").read_text()
-    assert live.create("second.example").status == 0
-    live.publish("second.example", "the second")
-    assert live.get("second.example") == (200, "the second")
-    live.do("site", "delete", "second.example", "--remove-folders")
-    assert live.get("second.example")[1] != "the second"
-    assert not (live.sites / "second.example").exists()
-    assert (live.root / "run/httpd.pid").read_text() == pid
-
-
 def test_a_running_server_is_not_asked_to_read_what_it_cannot(live):
     before, pid = live.text(), (live.root / "run/httpd.pid").read_text()
     answer = live.run("directive", "add", "Nonsense", "on", "--site", "shop.example", "--no-check")
@@ -430,9 +373,7 @@ def test_a_running_server_is_not_asked_to_read_what_it_cannot(live):
 
 def test_a_reload_that_would_fail_leaves_every_site_answering(live):
     sound = live.text()
-    with socket.socket() as busy:
-        busy.bind(("127.0.0.1", 0))
-        busy.listen()
+    with socket.create_server(("127.0.0.1", 0)) as busy:
         live.conf.write_text(live.text() + f"Listen 127.0.0.1:{busy.getsockname()[1]}\n")
         before = live.text()
         answer = live.create("second.example")
@@ -465,9 +406,7 @@ def test_a_rollback_over_file_systems_keeps_owner_and_mode(live):
     assert users.stat().st_dev != live.conf.stat().st_dev
     os.chown(users, 1, 2)
     users.chmod(0o640)
-    with socket.socket() as busy:
-        busy.bind(("127.0.0.1", 0))
-        busy.listen()
+    with socket.create_server(("127.0.0.1", 0)) as busy:
         live.conf.write_text(live.text() + f"Listen 127.0.0.1:{busy.getsockname()[1]}\n")
         lines = [{"command": "user passwd", "arguments": ["shop.example", "joe"], "password": "two"},
                  {"command": "site stop", "arguments": ["shop.example"]}]
@@ -542,9 +481,7 @@ def test_what_a_refused_reload_could_not_put_back_is_left_to_the_next_run(live):
     kept, param = live.root / ".zpweb/checkpoints/000002/0", live.root / "www/param"
     param.write_text("Name one\n")
     lines = [{"command": "host add", "arguments": ["shop.example", "c.example"]}, {"command": "param edit", "arguments": [str(param), "Name", "one", "two"]}]
-    with socket.socket() as busy:
-        busy.bind(("127.0.0.1", 0))
-        busy.listen()
+    with socket.create_server(("127.0.0.1", 0)) as busy:
         live.conf.write_text(live.text() + f"Listen 127.0.0.1:{busy.getsockname()[1]}\n")
         words = [ZPFAULT, "meanwhile", "renameat2:1", ZPWEB, "--conf", live.conf, "apply", "-"]
         done = subprocess.run(words, input="\n".join(map(json.dumps, lines)), capture_output=True, text=True,
@@ -554,12 +491,10 @@ def test_what_a_refused_reload_could_not_put_back_is_left_to_the_next_run(live):
 
 
 def test_the_server_is_found_by_a_variable_and_not_held_up_by_what_is_not_loaded(site):
-    with socket.socket() as busy:
-        busy.bind(("127.0.0.1", 0))
-        busy.listen()
+    with socket.create_server(("127.0.0.1", 0)) as busy:
         site.conf.write_text(f"Define folder {site.root}/run\n<IfModule none_module>\n"
                              f"Listen 127.0.0.1:{busy.getsockname()[1]}\n</IfModule>\n" +
-                             site.text().replace(f"PidFile {site.root}/run", "PidFile ${folder}"))
+                             site.text().replace("PidFile run", "PidFile ${folder}"))
         site.publish("shop.example", "the shop")
         site.start()
         assert site.get("shop.example") == (200, "the shop")
@@ -579,7 +514,7 @@ def test_a_server_that_ends_while_it_reloads_is_started_with_the_old_configurati
     server = subprocess.Popen(["apache2", "-f", live.conf, "-DFOREGROUND"])
     await_true(lambda: live.answers("shop.example"))
     answer = live.run("host", "add", "shop.example", "more.example", env=environment)
-    assert answer.status == 4 and "is started with it" in answer.err and "ended while it was reloading" in answer.err, answer
+    assert answer.status == 4 and "is started with it" in answer.err and "ended while it was reloading; its error log says: AH00526" in answer.err, answer
     assert live.get("shop.example") == (200, "the shop") and server.wait(5) != 0  # until now nobody has asked how it ended
     assert live.text() == before
 

@@ -198,13 +198,6 @@ def test_virtual_directories(live):
         site.conf.write_text(site.text().replace("\n\t\t".join([f'<Directory "{folder}">', *terms]), f'<Directory "{folder}">'))
 
 
-def test_a_dry_run_of_a_virtual_directory_leaves_owners_and_modes(site):
-    folder = site.root / "www"
-    before = site.tree()
-    site.do("vdir", "create", "shop.example", folder, "--protect", "--dry-run")
-    assert site.tree() == before
-
-
 def test_web_users(site):
     users = Path("/etc/webusers/passwd.shop.example")
     for name, word in (("joe", "one"), ("ann", "two")):

@@ -153,6 +153,7 @@ CHANGES = {
     "a redirection of the blocks that it does not lead to": (
         SECURE, "site set SITE --redirect /=https://shop.example/", "/srv/shop\n", '/srv/shop\n    Redirect "/" "https://shop.example/"\n',
         "site set SITE --redirect /="),
+    "an alias": (TABS, "site set SITE --alias /x=/tmp", "</VirtualHost>", '\tAlias /x "/tmp"\r\n</VirtualHost>', "site set SITE --alias /x="),
     "an address of its own": (
         TABS, "address own SITE --address 127.0.0.2", "127.0.0.1:", "127.0.0.2:", "address own SITE --address 127.0.0.1"),
 }
@@ -290,7 +291,7 @@ REFUSED = {
     "an address of several": (ODD, "address own SITE --address 127.0.0.2", 3, "several addresses"),
     "a block in a condition": ("<IfDefine X>\n" + SECURE + "</IfDefine>\n", "site move SITE --layout main", 3, "in a condition"),
     "no directory of sites": (SECURE, "site move SITE --layout files", 3, "use --layout main"),
-    "a redirection to itself": (SECURE, "redirect set SITE /a --to https://shop.example/a/b", 2, "lead to itself"),
+    "a redirection to itself": (SECURE, "redirect set SITE /a --to https://SHOP.example/a/b", 2, "lead to itself"),
     "a redirection of a block to itself": (SECURE, "site set SITE --port 80 --redirect /=http://shop.example/x?y", 2, "lead to itself"),
     "one without a path": (SECURE, "site set SITE --redirect /=http://shop.example --port 80", 2, "lead to itself"),
     "an alias twice": (SECURE, "site set SITE --alias /x=/a --alias /x=/b", 2, '"/x" is given twice'),
@@ -320,7 +321,10 @@ REFUSED = {
         "Listen 127.0.0.1:80\n", "site create new.example --address 127.0.0.3 --port 80 --owner anna --path /var", 3, "does not listen"),
     "settings above their directory": (
         "LoadModule authz_core_module x.so\nLoadModule authz_host_module x.so\n" + SECURE.replace("shop.example", ".."), "access set .. /a --deny all", 3, "no name that its settings"),
-    "a line over the bound": (SECURE.replace("logs/one", "x" * 2100), "directive delete CustomLog --site SITE", 1, "characters"),
+    "a line over the bound": (SECURE.replace("logs/one", "x" * 2100), "directive delete CustomLog --site SITE", 1, "httpd.conf:3"),
+    "a name that the site has not": (TABS, "site canonical SITE www", 1, "is no name of the site"),
+    "words in a block": (TABS.replace("</V", "\tand some words\r\n</V"), "site stop SITE", 3, "could not be started again"),
+    "prose about a block": ("<VirtualHost name:port> is prose\n" + TABS, "site stop SITE", 3, "could not be started again"),
 }
 
 
