@@ -149,6 +149,9 @@ Expected<Invocation> invocationFrom(const Json& parsed) {
     if (command == nullptr || !command->changes()) {
         return usage(inQuotes(words) + " is no command that changes something" + alike(words));
     }
+    if (parsed.contains("password") && !command->needsSecret) {
+        return usage(words + " takes no password");
+    }
     if (parsed.contains("password") && !isWord(parsed["password"])) {
         return usage("expected a text as \"password\"");
     }

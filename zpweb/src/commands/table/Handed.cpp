@@ -54,7 +54,7 @@ bool isPlain(const Invocation& invocation) {
         std::any_of(command.parameters.begin(), command.parameters.end(), [&](const Parameter& parameter) {
             return parameter.kind == Kind::InputFile && invocation.arguments.has(parameter);
         });
-    return !reads && !command.needsSecret && !command.runsAlone && !invocation.arguments.hasSecret();
+    return !reads && !command.needsSecret && !command.runsAlone;
 }
 
 Json jsonOf(const Invocation& invocation) {
