@@ -11,6 +11,7 @@ import socket
 import subprocess
 import textwrap
 import time
+import unicodedata
 from pathlib import Path
 
 import jsonschema
@@ -45,14 +46,20 @@ def schema(name):
     return jsonschema.Draft202012Validator(text, resolver=jsonschema.RefResolver(f"{SCHEMAS.as_uri()}/", text))
 
 
+def each_once(pairs):
+    assert len(dict(pairs)) == len(pairs), pairs
+    return dict(pairs)
+
+
 class Answer:
     """How a run of zpweb ended."""
 
     def __init__(self, done):
         self.status, self.out, self.err = done.returncode, done.stdout, done.stderr
         assert self.status in (*range(9), -9, 137) and "/proc/self/fd" not in self.out + self.err, self
+        assert not [c for c in self.out + self.err if unicodedata.category(c) in ("Cc", "Cf") and c not in "\n\t"], repr(self)
         if self.out.startswith('{"schema":') and self.status in range(9):
-            document = json.loads(self.out)
+            document = json.loads(self.out, object_pairs_hook=each_once)
             message = document.get("message", "")
             masked = not message.replace("\n", "").isprintable()
             assert STATUSES[document["status"]] == self.status and (masked or message in self.err), self
@@ -111,9 +118,20 @@ IncludeOptional included/*.conf
 
     def run(self, *words, input="", conf=True, **options):
         command = [ZPWEB, *(["--conf", str(self.conf)] if conf else []), *map(str, words)]
+        known = len(self.logged())
         answer = Answer(subprocess.run(command, input=input, capture_output=True, text=True, timeout=120, **options))
+        own = [entry for entry in map(json.loads, self.logged()[known:]) if entry["command"] == command[1:]
+               and "run that followed" not in entry.get("message", "")]
+        for entry in own if answer.status in range(8) else []:  # others may have made changes meanwhile
+            assert entry["changed"] or all(each["before"] == each["after"] for each in entry["files"]), entry
+            assert entry["exit"] == answer.status and entry.get("message", "").split("\n")[0] in answer.err, (entry, answer)
+            assert bool(answer.status) == ("message" in entry), entry
         self.words += [" ".join(map(str, words[:2]))] if answer.status == 0 else []
         return answer
+
+    def logged(self):
+        log = self.root / ".zpweb/audit.log"
+        return [line for line in log.read_text().splitlines() if line.endswith("}")] if log.is_file() else []
 
     def do(self, *words, **options):
         answer = self.run(*words, **options)
@@ -148,8 +166,9 @@ IncludeOptional included/*.conf
 
     def loose(self):
         """What others than root could change of the configuration, and others than its owner of a home."""
-        own = [self.conf, *self.sites.glob("*"), *self.root.glob("*.d"), *self.root.glob("*.d/**/*"), *self.root.glob("included/*")]
-        return {path for path in own if not path.is_symlink() and path.exists() and path.stat().st_mode & 0o022}
+        own = [self.conf, *self.sites.glob("*"), *self.root.glob("*.d"), *self.root.glob("*.d/**/*"), *self.root.glob("included/*"),
+               Path("/etc/webusers")]
+        return {path for path in own if not path.is_symlink() and path.exists() and path.stat().st_mode & (0o077 if path.name == "key.pem" else 0o022)}
 
     # --- the server ---
 

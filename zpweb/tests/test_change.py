@@ -156,6 +156,8 @@ def test_a_site_in_an_included_file_is_changed_and_checked_there(machine):
     assert refused.status == 3 and f"{included}:8 (site inner.example)" in refused.err and "Nonsense" in refused.err and not machine.strays(), refused
     machine.do("site", "stop", "inner.example")
     assert included.read_text().startswith("#<VirtualHost") and machine.text() == main
+    included.write_text("Nonsense on\n" + included.read_text()[1:].replace("\n#", "\n"))
+    assert f"{included}:1:" in machine.run("site", "stop", "inner.example").err, "where no site is"
 
 
 def test_undo_goes_back_step_by_step_and_not_over_somebodys_edits(machine):
@@ -274,7 +276,7 @@ def test_the_log_tells_who_did_what(machine):
     with_site(machine)
     machine.do("site", "stop", "kept.example", env={**os.environ, "SUDO_USER": "carla"})
     machine.do("site", "start", "kept.example")
-    machine.run("directive", "add", "Nonsense", "on", "--site", "kept.example")
+    assert machine.run("directive", "add", "Nonsense", "on", "--site", "kept.example").status == 3
     changes = machine.do("history", "--json").json["changes"]
     assert [change["result"] for change in changes] == ["done", "done", "refused"]
     first, last, refused = [json.loads(line) for line in (machine.root / ".zpweb/audit.log").read_text().splitlines()]
@@ -284,7 +286,8 @@ def test_the_log_tells_who_did_what(machine):
     assert before["after"] == after["before"] != after["after"] == before["before"] == refused["files"][0]["before"] == refused["files"][0]["after"]
     machine.do("undo")
     machine.do("site", "start", "kept.example")
-    assert [change.get("undoes") for change in machine.do("history", "--last", "3", "--json").json["changes"]] == [None, 2, None]
+    last = machine.do("history", "--last", "4", "--json").json["changes"]
+    assert [(change.get("undoes"), change["undo"]) for change in last] == [(None, "undone"), (None, "no"), (2, "yes"), (None, "yes")]
     assert [change["checkpoint"] for change in machine.do("history", "--json").json["changes"]] == [1, 2, None, 3, 4]
 
 
@@ -464,6 +467,10 @@ def test_a_file_that_somebody_makes_meanwhile_is_taken_along(site):
     words = [ZPFAULT, "meanwhile", "renameat2:2", ZPWEB, "--conf", site.conf, "protect", "add", users.parent, "joe"]
     done = subprocess.run(words, input="two\n", capture_output=True, text=True, env={**os.environ, "ZPFAULT_RUN": f"echo eve:x >{users}"})
     assert done.returncode == 0 and [line.split(":")[0] for line in users.read_text().splitlines()] == ["eve", "joe"], done
+    words = [ZPFAULT, "meanwhile", "renameat2:1", *words[3:5], site.conf, "param", "add", site.root / "www/param", "b", "two"]
+    (site.root / "www/param").write_text("a one\n")
+    done = subprocess.run(words, capture_output=True, text=True, env={**os.environ, "ZPFAULT_RUN": f"rm {site.root}/www/param"})
+    assert done.returncode == 0 and (site.root / "www/param").read_text() == "b two\n", "and one that somebody removes is made again"
 
 
 def test_what_could_not_be_put_back_is_not_tried_again(site):
