@@ -101,7 +101,7 @@ def test_an_undo_takes_back_what_is_of_its_configuration_and_once(site):
         for words in (["undo", *FAST], ["confirm"]):
             answer = site.run(*words[:1], *number, "--conf", other, *words[1:], conf=False)
             assert answer.status == 6 and site.text() == text, answer
-    assert made["judged"] is False and "written, not judged" in site.do("undo", made["checkpoint"], *FAST).err
+    assert made["confirm_within"] == 3600 and made["judged"] is False and "written, not judged" in site.do("undo", made["checkpoint"], *FAST).err
     assert site.run("undo", made["checkpoint"], *FAST).status == 1
 
 
@@ -144,18 +144,23 @@ def test_a_lock_file_that_was_made_anew_is_waited_for_too(site):
     assert run.wait(20) == 0 and site.text() != before
 
 
-def test_no_password_is_handed_to_another_run(site):
-    """Both wait for the lock: one leaves its request with its conditions, the other waits alone."""
+def test_what_has_to_be_made_by_itself_is_not_handed_to_another_run(site):
+    """All wait for the lock: one leaves its request with its conditions, the others wait alone."""
+    commands = (["user", "add", "shop.example", "joe"], ["host", "add", "shop.example", "d.example", "--confirm-within", "1h"],
+                ["host", "add", "shop.example", "e.example", "--diff"], ["host", "add", "shop.example", "f.example", "--dry-run"],
+                ["host", "add", "shop.example", "c.example", "--allow-log-links"], ["undo"])
     with (site.root / ".zpweb/lock").open() as lock:
         fcntl.flock(lock, fcntl.LOCK_EX)
-        words = (["user", "add", "shop.example", "joe"], ["host", "add", "shop.example", "c.example"])
-        runs = [subprocess.Popen([ZPWEB, "--conf", site.conf, *each, *FAST], stdin=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True) for each in words]
-        [(run.stdin.write("s3cret\n"), run.stdin.close()) for run in runs]
-        waiting = lambda: {int(line.split()[5]) for line in Path("/proc/locks").read_text().splitlines() if "->" in line}
-        await_true(lambda: {run.pid for run in runs} <= waiting())
+        runs = []
+        for each in commands:
+            runs.append(subprocess.Popen([ZPWEB, "--conf", site.conf, *each, *FAST], stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True))
+            runs[-1].stdin.write("s3cret\n")
+            runs[-1].stdin.close()
+            await_true(lambda: runs[-1].pid in {int(line.split()[5]) for line in Path("/proc/locks").read_text().splitlines() if "->" in line})
         (request,) = (site.root / ".zpweb/requests").iterdir()
         assert "s3cret" not in request.read_text() and os.readlink("/proc/self/ns/mnt") in request.read_text()
-    assert [run.wait(20) for run in runs] == [0, 0]
+        assert json.loads(request.read_text())["conditions"]["log_links"] and "c.example" in request.read_text()
+    assert [run.wait(20) for run in runs] == [0] * len(runs)
 
 
 def test_a_log_that_was_cut_does_not_swallow_the_next_line(site):
@@ -220,9 +225,10 @@ def test_a_rotation_under_load_loses_no_line(live):
 def test_a_log_that_the_tool_has_not_packed_whole_stays(site):
     log = site.sites / "shop.example/log/httpd/access_log"
     log.write_text("a line\n")
-    tar = path_with(site.root / "run/bin", tar='[ "$1" != -cvzf ] || exec /usr/bin/tar -czf "$2" -T /dev/null\nexec /usr/bin/tar "$@"')
-    assert site.run("log", "rotate", "shop.example", *FAST, env=tar).status == 1
-    assert [path.read_text() for path in log.parent.glob("access_log*")] == ["a line\n"]
+    for fault in ('[ "$1" != -cvzf ] || exec /usr/bin/tar -czf "$2" -T /dev/null', '[ "$1" != -dzf ] || kill -9 $$'):
+        tar = path_with(site.root / "run/bin", tar=fault + '\nexec /usr/bin/tar "$@"')
+        assert site.run("log", "rotate", "shop.example", *FAST, env=tar).status == 1
+        assert [path.read_text() for path in log.parent.glob("access_log*")] == ["a line\n"], fault
     killed = path_with(site.root / "run/bin", tar="kill -9 $PPID")
     assert site.run("log", "rotate", "shop.example", *FAST, env=killed).status == -9
     site.do("log", "rotate", "shop.example", *FAST)
@@ -368,7 +374,8 @@ def test_a_journal_that_cannot_be_read_is_left_to_the_administrator(site):
 def test_modes_do_not_follow_the_umask(site):
     """What a change makes is the same under any umask."""
     def made(name, umask):
-        site.do("site", "create", name, "--address", "127.0.0.1", "--owner", OWNER, "--path", site.sites, *FAST, umask=umask)
+        site.do("site", "create", name, "--address", "127.0.0.1", "--owner", OWNER, "--admin", "www-data", "--logs", "system", "--path", site.sites, *FAST, umask=umask)
+        assert f"/var/log/websites/{name}/" in site.text() and "ServerAdmin www-data" in site.text()
         site.do("user", "add", name, "joe", *FAST, input="word\n", umask=umask)
         site.do("protect", "add", site.sites / name / "www/html", "joe", *FAST, input="word\n", umask=umask)
         roots = [site.sites / name, Path("/var/log/websites") / name, Path(f"/etc/webusers/passwd.{name}")]

@@ -4,10 +4,11 @@ import json
 import os
 import re
 import subprocess
+import time
 from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
-from conftest import ZPFAULT, ZPWEB, Answer, await_true
+from conftest import OWNER, ZPFAULT, ZPWEB, Answer, await_true
 
 FAST = ("--no-check", "--no-reload")
 STEP = int(os.environ.get("ZPWEB_DISK_STEP", 1))
@@ -103,6 +104,15 @@ def test_each_gets_its_own_result_and_its_own_undo(live):
         for words in (one, other):
             queue.add(*[word.replace("\0", " ") for word in words.split(" ")])
         assert [answer.status for answer in queue.release()] == [0, status], "what one may do is not the other's"
+    queue, home, lines = Queue(live), live.sites / "j.example", live.root / "www/lines"
+    lines.write_text(json.dumps({"command": "site set", "arguments": [names[3]], "options": {"mode": "0710"}}))
+    queue.add("site", "create", "j.example", "--address", "127.0.0.1", "--owner", OWNER, "--path", live.sites)
+    queue.add("apply", lines)
+    answers = queue.release()
+    assert [each["command"] for each in answers[1].json["results"]] == ["site set"] and home.exists(), answers
+    assert (live.sites / names[3] / "www/html").stat().st_mode & 0o777 == 0o710
+    live.do("undo", answers[0].json["checkpoint"])
+    assert not (home / "www").exists()
     queue = Queue(live)
     for name in ("www.shop.example", "*.e.example"):
         queue.add("host", "remove", "shop.example", name)
@@ -125,6 +135,8 @@ def test_waiters_that_go_away(site):
     queue.add("host", "add", names[3], "d.example", *FAST)
     killed.kill()
     late.wait(10)
+    begun = time.monotonic()
+    assert site.run("host", "add", names[2], "c.example", *FAST, "--lock-timeout", "0").status == 5 and time.monotonic() - begun < 0.9
     answers = queue.release()
     assert [a.status for a in answers] == [0, -9, 5, 6, 0] and "waiting" in answers[2].err
     assert [name + ".example" in site.text() for name in "abcde"] == [True, False, False, True, False]
@@ -154,7 +166,7 @@ def test_a_leader_that_is_killed_at_any_step(site):
             traced = [line.split(" ", 2)[1] for line in answers[0].err.splitlines() if re.match(r"\d+ \w+ /", line)]
             calls = [n for n, name in enumerate(traced, 1) if re.match("rename|link|unlink|mkdir", name)][::STEP]
             number = 0
-        assert [a.status for a in answers[1:]] == [0, 0] and [answers[1].json[field] for field in ("site", "host")] == [names[1], "h1.example"], answers
+        assert [a.status for a in answers[1:]] == [0, 0] and [answers[1].json[field] for field in ("site", "host", "changed")] == [names[1], "h1.example", True], answers
         text = site.text()
         assert [text.count(f"h{i}.example") for i in (1, 2)] == [1, 1], (number, text)
         logged = [str(line["command"]) for line in log_of(site)[known:] if line["changed"]]
@@ -165,6 +177,19 @@ def test_a_leader_that_is_killed_at_any_step(site):
         assert site.text() == before and not site.strays(), number
         number += 1
     assert set(outcomes) == {False, True}
+
+
+def test_a_change_whose_answer_cannot_be_written_is_not_made_again(site):
+    names = sites(site, 2)
+    for fault in ("none", "ENOSPC"):
+        queue = Queue(site)
+        before = (ZPFAULT, fault, "0" if fault == "none" else call)
+        queue.add("host", "add", names[0], f"{fault}.example", *FAST, before=before, env={"ZPFAULT_ALL": "1"})
+        queue.add("directive", "add", "Redirect", f"/{fault} http://h.example/", "--site", names[1], *FAST)
+        answers = queue.release()
+        call = next(line.split()[0] for line in answers[0].err.splitlines() if re.match(r"\d+ openat .*\.answer\.new$", line)) if fault == "none" else ""
+        assert site.text().count(f"/{fault} ") == 1, answers
+    assert answers[1].status == 1 and "could not write down what came of it" in answers[1].err and not site.strays(), answers
 
 
 def test_one_that_takes_another_back_is_a_change_of_its_own(site):
