@@ -655,6 +655,7 @@ def test_a_file_whose_lines_are_hard_to_pair_costs_an_undo_little(site):
                          ids=["name", "depth", "link"])
 def test_scripts_are_kept_from_visitors_however_their_owner_names_and_places_them(live, fpm, script, told):  # noqa: F811
     html, log = live.sites / "shop.example/www/html", live.sites / "shop.example/log/httpd/access_log"
+    live.conf.write_text(live.text().rstrip("\n"))
     live.do("php", "set", "shop.example", "--fpm", POOL)
     (html.parent / "below").mkdir()
     (html / "link").symlink_to("../below")
@@ -666,6 +667,11 @@ def test_scripts_are_kept_from_visitors_however_their_owner_names_and_places_the
     answer = live.do("php", "off", "shop.example", preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (100, 100)))
     assert told in answer.err and len(answer.err.splitlines()) == 1 and len(log.read_text().splitlines()) < 3, answer
     assert live.get("shop.example", "/" + quote(str(place.relative_to(html))))[0] == 403
+    live.do("undo")
+    (html / ".htaccess").write_text('<Files "*.php">\nRequire all granted\n</Files>\n')
+    live.conf.write_text(live.text() + f"<Directory {html}>\nAllowOverride All\n</Directory>\n")
+    answer = live.run("php", "off", "shop.example")
+    assert (answer.status, "shows the script's source" in answer.err) == ((0, False) if "link" in script else (4, True)), answer
 
 
 def test_a_pipe_in_the_place_of_a_key_is_not_waited_for(site):

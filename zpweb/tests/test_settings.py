@@ -212,6 +212,8 @@ def test_a_certificate_that_clients_would_turn_away_from_is_refused(server, word
     before = server.files()
     answer = server.run("tls", "on", SITE, *words)
     assert answer.status == 3 and reason in answer.err, answer
+    os.chmod("/etc/ssl/group.key", 0o620)
+    assert "group.key" not in str(words) or reason in server.run("tls", "on", SITE, *words).err
     assert server.files() == before
 
 
@@ -225,6 +227,9 @@ def test_a_certificate_that_its_owner_could_take_away_is_told(server):
     files = ["--certificate", home / "fullchain.pem", "--key", home / "privkey.pem"]
     assert "/home/mallory is not root's alone" in server.do("tls", "on", SITE, *files).err
     assert "/home/mallory is not root's alone" in server.run("doctor").out
+    Path("/etc/ssl/roots.pem").symlink_to(home / "fullchain.pem")
+    assert "/home/mallory is not root's alone" in server.do("tls", "on", SITE, "--certificate", "/etc/ssl/roots.pem", *pair("good")[2:]).err
+    Path("/etc/ssl/roots.pem").unlink()
     link = Path("/etc/ssl/theirs.pem")
     link.unlink(missing_ok=True)
     link.symlink_to(LIVE / "good/fullchain.pem")
@@ -238,7 +243,8 @@ def test_a_certificate_that_its_owner_could_take_away_is_told(server):
 
 def test_a_certificate_for_addresses(server):
     issue("addressed", SITE, more=",IP:192.0.2.7,IP:2001:db8::1")
-    server.place("numbered", block("*:80", "192.0.2.7", root=SITE))
+    server.place("numbered", block("*:80", "192.0.2.7", root=SITE) + "".join(
+        f"#{line}\n" for line in block("*:81", "192.0.2.7", "ServerAlias stopped.example").splitlines()))
     server.signal("graceful")
     assert "is not for 192.0.2.7" in server.run("tls", "on", "192.0.2.7", *pair("good")).err
     server.do("tls", "on", "192.0.2.7", *pair("addressed"))
@@ -270,6 +276,8 @@ def test_an_https_block_has_each_address_once_and_the_line_ends_of_the_other(sit
     site.conf.write_text(site.text() + f"Listen 127.0.0.9:{port + 1}\n")
     answer = site.run("tls", "on", "shop.example", *pair("shop"), "--https-port", port + 1, "--no-check")
     assert answer.status == 3 and f"does not listen on 127.0.0.1:{port + 1}" in answer.err, answer
+    site.conf.write_text(site.text().replace("Listen 127.0.0.9:", "Listen [::]:"))
+    site.do("tls", "on", "shop.example", *pair("shop"), "--https-port", port + 1, "--no-check")
 
 
 def test_behind_a_balancer_the_certificate_is_looked_at(server):
@@ -300,6 +308,8 @@ def test_a_renewed_certificate_is_taken_up_or_refused(server):
     for names, line in (("elsewhere.example", ""), ("plain.example,www.plain.example", "Nonsense on\n")):
         issue("renewed", names)
         server.place(f"nonsense{len(line)}", line)
+        assert server.run("tls", "renewed", SITE, "--dry-run").status == 3
+        assert {os.readlink(link) for link in LIVE.glob("renewed/*")}.isdisjoint(before.values())
         assert server.run("tls", "renewed", SITE).status == 3
         assert shown(SITE) == served
         assert {link.name: os.readlink(link) for link in LIVE.glob("renewed/*")} == before
@@ -335,7 +345,7 @@ def test_plain_certificate_files_are_put_back_when_a_renewal_fails(server):
 def test_a_server_without_tls_gets_its_module_and_its_listener(live):
     issue("shop", "shop.example,www.shop.example")
     port = free_port()
-    words = ["tls", "on", "shop.example", *pair("shop"), "--https-port", port, "--redirect"]
+    words = ["tls", "on", "shop.example", *pair("shop"), "--https-port", port, "--redirect", "--hsts", "1d"]
     before = live.tree()
     with socket.create_server(("127.0.0.1", port)):
         answer = live.run(*words)
@@ -411,13 +421,15 @@ def test_a_name_leads_away_where_it_is_one(server):
 
 def test_what_visitors_do_not_get_is_taken_back(server):
     """Another block is reached by the site's names there."""
-    server.place("near", "Listen 81\nListen 82\n" + block("127.0.0.1:81", "near.example") + block("*:80 *:81 *:82", "twice.example", root="plain.example"))
+    server.place("near", "Listen 81\nListen 82\n" + block("127.0.0.1:81", "near.example", "Redirect /old https://new.example/")
+                 + block("*:80 *:81 *:82", "twice.example", "ServerAlias www.twice.example", root="plain.example"))
     server.signal("graceful")
     before = server.files()
     old = lambda site: json.dumps({"command": "redirect set", "arguments": [site, "/old"], "options": {"to": "https://new.example/"}})
-    for words in (["apply", "-"], ["tls", "on", "twice.example", *pair("good"), "--any-name", "--redirect"]):
+    for words in (["apply", "-"], ["tls", "on", "twice.example", *pair("good"), "--any-name", "--redirect"],
+                  ["site", "canonical", "twice.example", "bare"]):
         answer = server.run(*words, input=old(SITE) + "\n" + old("twice.example"))
-        assert answer.status == 4 and "not a redirect to https://" in answer.err and server.files() == before, answer
+        assert answer.status == 4 and "not a redirect to http" in answer.err and server.files() == before, answer
 
 
 # --- PHP ---
@@ -441,7 +453,7 @@ def test_php_runs_and_its_sources_stay_unread(server, fpm):
     before = server.files()
     proxied = server.run("php", "set", "proxied.example", "--fpm", POOL)
     assert proxied.status == 1 and "takes the requests for /index.php" in proxied.err and server.files() == before, proxied
-    answer = server.do("php", "set", SITE, "--fpm", POOL, "--json")
+    answer = server.do("php", "set", SITE, "--fpm", POOL, "--json", umask=0o077)
     assert answer.json["version"].startswith("8.2")
     root = Path(f"/var/www/{SITE}")
     assert list(root.glob("zpweb-*")) == []
@@ -733,12 +745,15 @@ def test_the_catch_all_answers_for_unknown_names(server):
     server.do("server", "catch-all", "on", "--page", "/var/www/unknown.html")
     for listener in (HTTP, TLS, ("http", "127.0.0.2"), ("http", "127.0.0.3")):
         assert server.get("unknown.invalid", listener) == (421, "nobody here")
-    assert server.serving() == server.all_served()
+    assert server.serving() == server.all_served() and {path.stat().st_mode for path in server.tree.rglob("zpweb.d/catch-all/*.pem")} == {0o100600}
     server.do("server", "catch-all", "off")
     assert without_modules(server.files()) == without_modules(before)
     server.do("undo")
     assert server.get("unknown.invalid", TLS) == (421, "nobody here")
     server.do("undo")
+    server.place("000-a", block("*:80", "before.example"))
+    answer = server.run("server", "catch-all", "on")
+    assert answer.status == 3 and "is the first on " in answer.err, answer
 
 
 def test_the_catch_all_of_a_server_without_directories_for_sites(site):
@@ -764,11 +779,12 @@ def test_logs_are_rotated_and_shown(server):
     assert "/seen" in server.do("log", "show", SITE, "--requests").out
     assert "one of --daily, --weekly" in server.run("log", "policy", SITE, "--weekly", "--monthly").err
     server.do("log", "policy", SITE, "--daily", "--keep", "3", "--size", "1M")
-    assert "\n    maxsize 1M\n" in Path("/etc/logrotate.d/zpweb").read_text(), "or sooner"
+    assert "\n    maxsize 1M\n" in (text := Path("/etc/logrotate.d/zpweb").read_text()) and "then kill -USR1 " in text, "or sooner, and gracefully"
     assert "/etc/logrotate.d/zpweb rotates it, too" in server.do("log", "rotate", SITE, "--size", "9").err + server.do("log", "rotate", SITE, "--dry-run").err
     server.do("directive", "add", "CustomLog", f"{logs}/access.log combined", "--site", "both.example")
-    answer = server.run("log", "policy", "both.example", "--weekly")
-    assert answer.status == 7 and f"the policy of {SITE} rotates it already" in answer.err, answer
+    for terms in (["--weekly", "--keep", "3", "--size", "1M"], ["--daily", "--keep", "4", "--size", "1M"], ["--daily", "--keep", "3"]):
+        answer = server.run("log", "policy", "both.example", *terms)
+        assert answer.status == 7 and f"the policy of {SITE} rotates it already" in answer.err, answer
     followed = subprocess.Popen([ZPWEB, "log", "show", SITE, "-f", "--requests"], stdout=subprocess.PIPE, text=True)
     assert any("/seen" in line for line in followed.stdout)
     subprocess.run(["logrotate", "--force", "--state", "/run/rotated", "/etc/logrotate.d/zpweb"], check=True)
@@ -906,8 +922,10 @@ def test_a_site_takes_its_settings_along_and_leaves_none(server):
     server.do("directive", "add", "CustomLog", "/var/log/plain.log combined", "--site", site)
     server.do("redirect", "set", site, "/old", "--to", "https://new.example/")
     server.do("log", "policy", site)
+    [setting] = server.tree.rglob(f"zpweb.d/{site}/redirect.conf")
+    setting.chmod(0o640)
     answer = server.do("site", "rename", site, "renamed.example")
-    assert "stage" not in answer.err + answer.out
+    assert "stage" not in answer.err + answer.out and (setting.parents[1] / "renamed.example/redirect.conf").stat().st_mode == 0o100640
     assert ask("renamed.example", "/old")[1] == "https://new.example/" and '"renamed.example"' in Path("/etc/logrotate.d/zpweb").read_text()
     assert not [name for name in server.files() if f"zpweb.d/{site}" in name]
     server.do("site", "delete", "renamed.example")
