@@ -315,6 +315,7 @@ TEST(Postconditions, SeeWhichSectionCounts) {
                                      {"Options -Indexes", "Options +Indexes", false, "/srv/in"},
                                      {"AllowOverride None", "Options +Indexes", true, "/srv/in"},
                                      {"AllowOverride None", "AllowOverride All", false, "/srv/in"},
+                                     {"AllowOverride AuthConfig", "AllowOverride All", false, "/srv/in"},
                                      {"AllowOverride None", "AllowOverride All", true, "/srv/i*"}}) {
         const Reading reading = Reading::parse(
             "VirtualHost configuration:\n*:80  a (/a.conf:9)\n# In file: /a.conf\n#   1:\nListen 80\n"
@@ -326,6 +327,7 @@ TEST(Postconditions, SeeWhichSectionCounts) {
         EXPECT_EQ(outcome.ok(), each.holds) << each.later << outcome.message;
         const bool heeds = std::string_view(each.later) != "AllowOverride None";
         EXPECT_EQ(heedsAccessFile("/srv/in")(reading).ok(), heeds) << each.later;
+        EXPECT_FALSE(inEffect({"a"}, "ServerSignature", "Off")(reading).ok());
     }
 }
 

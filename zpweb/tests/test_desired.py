@@ -125,7 +125,8 @@ def test_a_plan_is_kept_to_and_a_removal_is_confirmed(three):
     three.do("site", "start", "c.example")
     before = three.text()
     assert three.do("plan", file, "--exclusive", "--json").json["removals"] == ["b.example", "c.example"]
-    assert "--confirm-removals 2" in three.run("apply", "--state", file, "--exclusive").err and three.text() == before
+    for count in ([], ["--confirm-removals", "1"], ["--confirm-removals", "3"]):
+        assert "--confirm-removals 2" in three.run("apply", "--state", file, "--exclusive", *count).err and three.text() == before
     three.do("apply", "--state", file, "--exclusive", "--confirm-removals", "2")
     assert [site["name"] for site in three.do("export").json["sites"]] == ["a.example"]
 

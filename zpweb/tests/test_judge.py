@@ -29,6 +29,7 @@ def counting(machine):
 
 
 def test_names_that_would_lead_elsewhere_are_listed_and_refused(shared):
+    shared.do("site", "set", "other.example", *(word for name in ("www.other", "a", "b", "c") for word in ("--host-name", f"{name}.example")))
     before = shared.text()
     create = ["site", "create", "third.example", "--address", "127.0.0.1", "--owner", OWNER, "--path", shared.sites]
     for dry in ([], ["--dry-run"]):
@@ -36,6 +37,7 @@ def test_names_that_would_lead_elsewhere_are_listed_and_refused(shared):
         assert answer.status == 3 and shared.text() == before, answer
         assert {(row["name"], row["listener"]) for row in answer.json["impact"]} >= {
             (name, f"127.0.0.1:{shared.port}") for name in ("shop.example", "other.example", "www.shop.example")}
+        assert answer.err.count(": from ") == 5 and f"and {len(answer.json['impact']) - 5} more" in answer.err, answer
         row = answer.json["impact"][0]
         assert row["from"].startswith(("shop.example at", "other.example at")) and "third.example at" in row["to"]
     answer = shared.run("directive", "delete", "ServerAlias", "--site", "other.example")
@@ -246,10 +248,11 @@ def test_an_answer_that_got_worse_is_told_and_with_strict_taken_back(live):
 
 def test_a_site_is_suspended_by_a_rule_where_nothing_redirects(live):
     live.stop()
-    live.conf.write_text(before := "".join(line for line in live.text().splitlines(True) if "alias_module" not in line))
+    live.conf.write_text(before := "".join(line for line in live.text().splitlines(True) if "alias_module" not in line).replace(
+        "</VirtualHost>", "<Location />\nErrorDocument 503 mine\n</Location>\n</VirtualHost>"))
     live.start()
     live.do("site", "suspend", "shop.example")
-    assert live.get("shop.example")[0] == 503
+    assert live.get("shop.example")[0] == 503 and "is suspended" in live.get("shop.example")[1]
     live.do("site", "resume", "shop.example")
     assert live.text() == before and live.get("shop.example") == (200, "the shop")
 

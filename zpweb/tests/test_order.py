@@ -119,6 +119,8 @@ def test_owners_given_by_half_are_taken_back_whole(site):
     half = access()
     site.run("site", "start", "shop.example", *FAST)
     assert len(set(half.values())) == 2 and len(set(access().values())) == 1
+    (folder / "b").unlink()
+    del before["b"]
     site.do("undo", *FAST)
     assert access() == before
 
@@ -135,6 +137,19 @@ def test_what_was_still_to_be_done_is_done_by_the_next_run_and_once(site):
         assert run("kill", str(last + (1 if left == [] else 0))).returncode == 137
         told = site.do("host", "add", "shop.example", "c.example", *FAST).err if left else site.create("b.example", *FAST).err
         assert [oct(path.stat().st_mode) for path in home.glob("www/html")] == left and "could not" not in told and not site.strays(), told
+
+
+def test_nothing_is_done_of_which_no_journal_tells(site):
+    html, words = site.sites / "shop.example/www/html", [ZPWEB, "--conf", site.conf, "site", "set", "shop.example", "--mode", "0710", *FAST]
+    before = html.stat().st_mode
+    done = subprocess.run([ZPFAULT, "ENOSPC", "fsync:1", *words], capture_output=True, text=True)
+    assert done.returncode == 1 and "journal" in done.stderr and html.stat().st_mode == before, done
+
+
+def test_a_directory_that_cannot_be_made_is_none_of_a_site(site):
+    words = [ZPWEB, "--conf", site.conf, "site", "create", "b.example", "--address", "127.0.0.1", "--owner", "anna", "--path", site.sites, *FAST]
+    ends = [subprocess.run([ZPFAULT, "EIO", f"mkdirat:{call}", *words], capture_output=True).returncode for call in range(1, 9)]
+    assert ends == [1] * 8 and not (site.sites / "b.example").exists() and not site.strays(), ends
 
 
 def test_what_an_interrupted_run_has_made_goes_again(site):

@@ -354,7 +354,7 @@ def test_a_new_site_answers_and_goes_without_a_trace(server):
     assert file_and_links(server, "new.example") == (True, True)
     logs = Path("/var/log/websites/new.example")
     assert (logs.stat().st_uid, logs.group(), oct(logs.stat().st_mode)) == (0, OWNER, "0o40750")
-    assert "GET / " in (logs / "access_log").read_text()
+    assert "GET / " in (logs / "access_log").read_text() and os.stat(f"/home/{OWNER}").st_mode == 0o40701
     assert server.serving() == server.all_served()
     server.do("site", "delete", "new.example")
     assert server.files() == before

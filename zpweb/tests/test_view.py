@@ -82,6 +82,10 @@ CHANGES = {
         TABS, 'directive set DocumentRoot "/srv/a\\ b" --site SITE', "/srv/shop", '"/srv/a b"', None),
     "hosts of a directory": (
         ODD, "vdir set SITE /srv/shop --deny all --allow 10.1.2.3", "Require all granted", "Require ip 10.1.2.3", None),
+    "hosts of which some are kept out": (
+        ODD, "vdir set SITE /srv/shop --order --allow 10.1 --deny 10.1.2.3", "        Require all granted\n",
+        "        <RequireAll>\n            Require ip 10.1\n            Require not ip 10.1.2.3\n        </RequireAll>\n", None),
+    "a value that stands in quotes": (TABS.replace("/srv/shop", '/srv/shop\r\n\tErrorLog "logs/a"'), "directive delete ErrorLog logs/a --site SITE", '\tErrorLog "logs/a"\r\n', "", None),
     "a section that is made to be there": (
         TABS, "perl on SITE", "</VirtualHost>",
         '\t<Directory "/srv/shop">\r\n\t\t# zpweb: this section goes with its last line\r\n\t\tAddHandler cgi-script cgi pl\r\n\t</Directory>\r\n</VirtualHost>', "perl off SITE"),
@@ -183,6 +187,7 @@ def test_all_blocks_of_a_name_change_together(machine, there, back):
         file.write_bytes(text.encode())
     machine.do(*there.split(), "shop.example", *FAST)
     assert all(file.read_bytes() != text.encode() for file, text in texts.items())
+    assert machine.conf.read_bytes().count(b'/suspended.conf"\r\n') == 2 * ("suspend" in there)
     machine.do(*back.split(), *(["shop.example"] if back != "undo" else []), *FAST)
     assert all(file.read_bytes() == text.encode() for file, text in texts.items())
 
@@ -312,6 +317,7 @@ REFUSED = {
         "Listen 127.0.0.1:8080\n" + TABS.replace("0.1:", "0.10:").replace("shop.example", "127.0.0.10") + "\n" + TABS.replace("shop.example", "127.0.0.1"),
         "site create new.example --address 127.0.0.1 --port 8080 --owner anna --path /var --mode own", 3, "would be taken for"),
     "its own name": (SECURE, "host remove SITE SITE", 3, "the site's own name"),
+    "another site's name": (TABS + "\n" + TABS.replace("shop", "other"), "host add SITE other.example", 7, "a site of its own"),
     "its name by another way": (SECURE, "directive set ServerName b.example --site SITE", 2, "site rename"),
     "nobody to let in": (SECURE, "access set SITE /a", 2, "is missing"),
     "a redirect that is not there": (SECURE, "redirect remove SITE /a", 6, "has none"),
@@ -321,6 +327,8 @@ REFUSED = {
         "Listen 127.0.0.1:80\n", "site create new.example --address 127.0.0.3 --port 80 --owner anna --path /var", 3, "does not listen"),
     "settings above their directory": (
         "LoadModule authz_core_module x.so\nLoadModule authz_host_module x.so\n" + SECURE.replace("shop.example", ".."), "access set .. /a --deny all", 3, "no name that its settings"),
+    "settings of a pattern": (
+        "LoadModule authz_core_module x.so\nLoadModule authz_host_module x.so\n" + SECURE.replace("shop.example", "*.example"), "access set *.example /a --deny all", 3, "no name that its settings"),
     "a line over the bound": (SECURE.replace("logs/one", "x" * 2100), "directive delete CustomLog --site SITE", 1, "httpd.conf:3"),
     "a name that the site has not": (TABS, "site canonical SITE www", 1, "is no name of the site"),
     "words in a block": (TABS.replace("</V", "\tand some words\r\n</V"), "site stop SITE", 3, "could not be started again"),
@@ -333,7 +341,7 @@ def test_what_is_not_clear_or_would_do_harm_is_refused(machine, case):
     block, command, status, told = REFUSED[case]
     machine.conf.write_text(block)
     answer = machine.run(*[word.replace("CONF", str(machine.conf)) for word in words(command)], *FAST, input="word\n")
-    assert (answer.status, machine.text()) == (status, block) and told in answer.err, answer
+    assert (answer.status, machine.text(), answer.out) == (status, block, "") and told in answer.err, answer
 
 
 @pytest.mark.parametrize("command, sign", [("perl on SITE", "AddHandler"), ("limits on", "<IfModule mod_host"), ("suphp on SITE", "<IfModule mod_suphp"),
