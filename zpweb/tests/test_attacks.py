@@ -459,6 +459,12 @@ def test_no_reload_opens_a_log_where_its_owner_leads_it(live, part):
     if program:
         program.kill()
         program.wait()
+    if part == "a pipe":  # root's own is no trap
+        place.unlink()
+        os.mkfifo(place)
+        reader = os.open(place, os.O_RDWR)
+        live.do("host", "remove", "shop.example", "last.example")
+        os.close(reader)
     if part.startswith("a "):
         return  # to go on would wait for its reader, or be the server's end
     place.rename(f"{place}.away")

@@ -45,9 +45,10 @@ def test_sites_are_listed_with_what_is_wrong_about_them(site):
     assert rows[2]["names"] == site.do("site", "show", rows[2]["name"], "--json").json["host_names"] == ["other.example"]
     (site.root / "tree").mkdir()
     for name in "abc":
-        (site.root / f"tree/{name}.conf").write_text(f"<VirtualHost *:81>\nServerName {name}.example\n</VirtualHost>\n")
+        (site.root / f"tree/{name}.conf").write_text(f"<VirtualHost *:81>\nServerName {name}.example{'.' * (name == 'c')}\n</VirtualHost>\n")
     site.conf.write_text((before := site.text()) + f"Include {site.root}/tree\n")
-    assert [row["name"] for row in site.do("site", "list", "--json").json["sites"]][3:] == [f"{name}.example" for name in "abc"]
+    assert [(row["name"], row["flags"]) for row in site.do("site", "list", "--json").json["sites"]][3:] == [
+        ("a.example", []), ("b.example", []), ("c.example.", ["unreachable"])]
     site.conf.write_text(before)
     line = rows[0]["blocks"][0]["line"]
     assert site.text().splitlines()[line - 1].startswith("<VirtualHost 127.0.0.1")

@@ -243,6 +243,7 @@ def test_a_log_that_is_a_link_shows_nothing_of_roots(site):
     for options in ([], ["--requests"]):
         answer = site.run("log", "show", "shop.example", *options)
         assert "s3cret" not in answer.out + answer.err, answer
+    assert "not followed" in site.run("log", "rotate", "shop.example", *FAST).err and log.is_symlink()
 
 
 def test_a_rotation_waits_for_the_line_of_a_request_that_goes_on(live):

@@ -327,8 +327,6 @@ REFUSED = {
         "Listen 127.0.0.1:80\n", "site create new.example --address 127.0.0.3 --port 80 --owner anna --path /var", 3, "does not listen"),
     "settings above their directory": (
         "LoadModule authz_core_module x.so\nLoadModule authz_host_module x.so\n" + SECURE.replace("shop.example", ".."), "access set .. /a --deny all", 3, "no name that its settings"),
-    "settings of a pattern": (
-        "LoadModule authz_core_module x.so\nLoadModule authz_host_module x.so\n" + SECURE.replace("shop.example", "*.example"), "access set *.example /a --deny all", 3, "no name that its settings"),
     "a line over the bound": (SECURE.replace("logs/one", "x" * 2100), "directive delete CustomLog --site SITE", 1, "httpd.conf:3"),
     "a name that the site has not": (TABS, "site canonical SITE www", 1, "is no name of the site"),
     "words in a block": (TABS.replace("</V", "\tand some words\r\n</V"), "site stop SITE", 3, "could not be started again"),
