@@ -675,7 +675,7 @@ def test_scripts_are_kept_from_visitors_however_their_owner_names_and_places_the
     assert live.get("shop.example", "/" + quote(str(place.relative_to(html))))[0] == 403
     live.do("undo")
     (html / ".htaccess").write_text('<Files "*.php">\nRequire all granted\n</Files>\n')
-    live.conf.write_text(live.text() + f"<Directory {html}>\nAllowOverride All\n</Directory>\n")
+    live.conf.write_text(live.text() + f"\n<Directory {html}>\nAllowOverride All\n</Directory>\n")
     answer = live.run("php", "off", "shop.example")
     assert (answer.status, "shows the script's source" in answer.err) == ((0, False) if "link" in script else (4, True)), answer
 
