@@ -118,7 +118,7 @@ IncludeOptional included/*.conf
 
     def run(self, *words, input="", conf=True, **options):
         command = [ZPWEB, *(["--conf", str(self.conf)] if conf else []), *map(str, words)]
-        known = len(self.logged())
+        known, before = len(self.logged()), self.settings()
         answer = Answer(subprocess.run(command, input=input, capture_output=True, text=True, timeout=120, **options))
         own = [entry for entry in map(json.loads, self.logged()[known:]) if entry["command"] == command[1:]
                and "run that followed" not in entry.get("message", "")]
@@ -126,8 +126,13 @@ IncludeOptional included/*.conf
             assert entry["changed"] or all(each["before"] == each["after"] for each in entry["files"]), entry
             assert entry["exit"] == answer.status and entry.get("message", "").split("\n")[0] in answer.err, (entry, answer)
             assert bool(answer.status) == ("message" in entry), entry
+        assert self.settings() == before or answer.status in (0, 1, 5, -9, 137) and "--dry-run" not in words, answer
         self.words += [" ".join(map(str, words[:2]))] if answer.status == 0 else []
         return answer
+
+    def settings(self):
+        files = [self.conf, *self.root.glob("*.d/**/*.conf"), *Path("/etc/webusers").glob("*")]
+        return {path: (path.lstat().st_mode, path.lstat().st_uid, path.read_bytes()) for path in files if path.is_file()}
 
     def logged(self):
         log = self.root / ".zpweb/audit.log"
