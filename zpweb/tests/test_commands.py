@@ -353,6 +353,12 @@ def test_directives_folders_modules_and_parameters(site):
     site.do("redirect", "remove", "shop.example", "/old")
     site.do("directive", "insert", "Timeout", "60", "--before", "Listen")
     assert f"Timeout 60\nListen 127.0.0.1:{site.port}\n" in site.text()
+    (site.root / "included/timeout.conf").write_text("Timeout 7\n")
+    site.conf.write_text(site.text() + "Timeout 8\n")  # which counts
+    answer = site.run("directive", "insert", "Timeout", "61", "--before", "Listen")
+    assert answer.status == 1 and f'"Timeout 8" at {site.conf}' in answer.err and "directive set" in answer.err, answer
+    site.do("directive", "set", "Timeout", "62")
+    assert site.text().endswith("\nTimeout 62\n") and (site.root / "included/timeout.conf").read_text() == "Timeout 7\n"
     site.do("folder", "add", "shop.example", "/srv/a", "--line", "Options None")
     site.do("folder", "set", "shop.example", "/srv/a", "--line", "Options All", "--line", "Require ip 192.0.2.12")
     for line, *remove, changes in (("Options  \"All\"", False), ("Require ip 192.0.2.1", "--remove", False), ("Require ip 192.0.2.1", True),

@@ -149,6 +149,24 @@ Outcome changeInFile(Transaction& change, const ConfigurationFile& file, bool on
     return change.edit(edit);
 }
 
+// The part with the line that counts, in the order in which the server reads them: one behind an Include
+// counts for more than those that are included.
+const ConfigurationFile& countingPart(const Transaction& change,
+                                      const std::vector<const ConfigurationFile*>& parts,
+                                      const std::string& name) {
+    const ConfigurationFile* found = parts.back();
+    const Reading* live = change.live();
+    const auto lines =
+        live == nullptr ? std::vector<const Directive*>() : live->inSection(Directive::None, name);
+    if (!lines.empty()) {
+        const Origin origin = live->originOf(*lines.back());
+        for (const ConfigurationFile* part : parts) {
+            found = part->path() == origin.file && part->firstLine() < origin.line ? part : found;
+        }
+    }
+    return *found;
+}
+
 Outcome changeOnServer(Transaction& change, const Arguments& given, const DirectiveChange& wanted) {
     std::vector<const ConfigurationFile*> parts;  // that have it
     size_t lines = 0;
@@ -170,10 +188,12 @@ Outcome changeOnServer(Transaction& change, const Arguments& given, const Direct
         return can;
     }
     wanted.expect({});
+    const ConfigurationFile& counts =
+        wanted.onlyLast ? countingPart(change, parts, given[DirectiveName]) : *parts.back();
     const auto ofFile = std::count_if(parts.begin(), parts.end(), [&](const ConfigurationFile* part) {
-        return part->path() == parts.back()->path();
+        return part->path() == counts.path();
     });
-    return changeInFile(change, *parts.back(), ofFile == 1, wanted);
+    return changeInFile(change, counts, ofFile == 1, wanted);
 }
 
 }  // namespace
