@@ -1,5 +1,7 @@
 #include "settings/ProxyChange.h"
 
+#include <algorithm>
+
 #include "input/Network.h"
 #include "input/Quoted.h"
 #include "input/Url.h"
@@ -66,10 +68,17 @@ Outcome speaksItsScheme(Connection& application, const Url& url, const std::stri
 bool leadsToItself(const Transaction& change, const std::string& site, const std::string& path,
                    const Url& url) {
     const Endpoint at = addressOf(url);
+    const Reading* live = change.live();
     const bool isHere = holdsAddress("127.0.0.0/8", at.address) || at.address == "::1";
+    if (!isHere || live == nullptr) {
+        return false;
+    }
+    const auto& endpoints = live->endpoints();
+    const bool listens = std::any_of(endpoints.begin(), endpoints.end(), [&at](const Endpoint& each) {
+        return each == at || each == Endpoint{"*", at.port};
+    });
+    const VirtualHost* host = listens ? live->leadsTo(site, at) : nullptr;
     const std::string below = path == "/" ? "/" : path + "/";
-    const VirtualHost* host =
-        isHere && change.live() != nullptr ? change.live()->leadsTo(site, at) : nullptr;
     return host != nullptr && host->names.name == site && (url.path + "/").starts_with(below);
 }
 
