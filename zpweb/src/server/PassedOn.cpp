@@ -3,6 +3,7 @@
 #include "conf/Text.h"
 #include "server/Expressions.h"
 #include "server/RewriteRules.h"
+#include "sys/Number.h"
 
 namespace zpweb {
 
@@ -66,6 +67,36 @@ const Directive* byLine(const Reading& reading, uint32_t section, const std::str
     return nullptr;
 }
 
+// "Redirect 404 /old", "Redirect gone /old", "RedirectMatch 403 ^/old"
+bool isError(const Directive& redirect) {
+    constexpr int Errors = 400;
+    const std::vector<std::string> words = argumentsIn(redirect.arguments);
+    return lowerCase(words.front()) == "gone" || leadingNumber(words.front()) >= Errors;
+}
+
+bool redirects(const Directive& directive, const std::string& path) {
+    const bool match = directive.is("RedirectMatch");
+    if (!match && !directive.is("Redirect")) {
+        return false;
+    }
+    const std::vector<std::string> words = argumentsIn(directive.arguments);
+    const size_t at = !words.empty() && words[0].find_first_of("/^") != 0 ? 1 : 0;  // behind the status
+    return words.size() > at && (match ? findsIn(words[at], path) : isBelow(path, words[at]));
+}
+
+// The first one for the path, the block's before the server's.
+const Directive* redirection(const Reading& reading, uint32_t block, const std::string& path) {
+    const auto& all = reading.directives();
+    for (const uint32_t section : {block, Directive::None}) {
+        for (uint32_t i = beginOf(section); i < endOf(reading, section); i = all[i].end) {
+            if (redirects(all[i], path)) {
+                return &all[i];
+            }
+        }
+    }
+    return nullptr;
+}
+
 bool isException(const Directive& pass) {
     const std::vector<std::string> words = argumentsIn(pass.arguments);
     return words.front() == "!" || (words.size() > 1 && words[1] == "!");
@@ -91,6 +122,23 @@ const Directive* passedOn(const Reading& reading, uint32_t block, const std::str
 std::string takenBy(const Reading& reading, const Directive& pass, const std::string& path) {
     return "\"" + std::string(pass.name) + " " + std::string(pass.arguments) + "\" at " +
            reading.originOf(pass).text() + " takes the requests for " + path;
+}
+
+Postcondition asksVisitors(const BlocksOf& blocks, const std::string& path) {
+    return [=](const Reading& staged) {
+        for (const uint32_t block : sectionsOf(staged, blocks)) {
+            if (answers503(staged, block)) {
+                continue;  // suspended: it asks again once it is resumed
+            }
+            const Directive* rule = refusedByRule(staged, block, path);
+            const Directive* first = rule != nullptr ? rule : redirection(staged, block, path);
+            if (first != nullptr && (first == rule || isError(*first))) {
+                return notShown(takenBy(staged, *first, path) +
+                                " before anybody is asked who he is: take that line away first");
+            }
+        }
+        return done();
+    };
 }
 
 Postcondition answersItself(const BlocksOf& blocks, const std::string& path, const std::string& wayOut) {

@@ -17,6 +17,9 @@ Postcondition answersItself(const BlocksOf& blocks, const std::string& path, con
 // Where a block passes them on, it is by a line of this file.
 Postcondition passedOnBy(const BlocksOf& blocks, const std::string& path, const std::string& file);
 
+// No line of a block refuses the requests for the path before anybody is asked who he is.
+Postcondition asksVisitors(const BlocksOf& blocks, const std::string& path);
+
 // "\"ProxyPass / http://127.0.0.1:3000/\" at FILE:LINE takes the requests for PATH"
 std::string takenBy(const Reading& reading, const Directive& pass, const std::string& path);
 

@@ -46,24 +46,6 @@ Outcome leadsTo(const Reading& staged, const std::string& name,
     return done();
 }
 
-// Redirections are tried in their order; without mod_alias a rule rewrites.
-bool answers503(const Reading& reading, uint32_t section) {
-    constexpr std::string_view PanelsMessage = "message.htm";
-    if (reading.valueIn(section, "DocumentRoot").ends_with(PanelsMessage)) {
-        return true;
-    }
-    for (uint32_t i = section + 1; i < reading.directives()[section].end; i = reading.directives()[i].end) {
-        const Directive& directive = reading.directives()[i];
-        if (directive.is("RewriteRule") && directive.arguments.find("R=503") != std::string_view::npos) {
-            return true;
-        }
-        if (lowerCase(directive.name).starts_with("redirect")) {
-            return argumentsIn(directive.arguments) == std::vector<std::string>{"503", "/"};
-        }
-    }
-    return false;
-}
-
 constexpr const char* NoListen = "no Listen leads there";
 
 std::string listenFor(Endpoint at) {
@@ -158,13 +140,35 @@ Postcondition takesRequests(const BlocksOf& blocks, const std::string& wayOut) {
         const auto& entries = staged.names().entries();
         const auto entry = std::find_if(entries.begin(), entries.end(),
                                         [&](const NameMap::Entry& each) { return isTheirs(&each); });
-        const std::string why = entry == entries.end() ? std::string() : silenceOf(staged, *entry);
-        return failure(
-            Status::Refused,
-            staged.describe(hosts.front()) + ": the server takes no requests for it (" + why +
-                (why == NoListen ? "); " + (wayOut.empty() ? listenFor(entry->at) : wayOut) + " lets it"
-                                 : ")"));
+        const bool isKnown = entry != entries.end();
+        const std::string why = isKnown ? silenceOf(staged, *entry)
+                                        : "it cannot resolve " + (hosts.front()->addresses.empty()
+                                                                      ? "its address"
+                                                                      : hosts.front()->addresses.front());
+        const bool canListen = isKnown && why == NoListen;
+        const std::string way = !canListen ? "" : wayOut.empty() ? listenFor(entry->at) : wayOut;
+        return failure(Status::Refused, staged.describe(hosts.front()) +
+                                            ": the server takes no requests for it (" + why + ")" +
+                                            (canListen ? "; " + way + " lets it" : ""));
     };
+}
+
+// Redirections are tried in their order; without mod_alias a rule rewrites.
+bool answers503(const Reading& reading, uint32_t section) {
+    constexpr std::string_view PanelsMessage = "message.htm";
+    if (reading.valueIn(section, "DocumentRoot").ends_with(PanelsMessage)) {
+        return true;
+    }
+    for (uint32_t i = section + 1; i < reading.directives()[section].end; i = reading.directives()[i].end) {
+        const Directive& directive = reading.directives()[i];
+        if (directive.is("RewriteRule") && directive.arguments.find("R=503") != std::string_view::npos) {
+            return true;
+        }
+        if (lowerCase(directive.name).starts_with("redirect")) {
+            return argumentsIn(directive.arguments) == std::vector<std::string>{"503", "/"};
+        }
+    }
+    return false;
 }
 
 Postcondition isSuspended(const BlocksOf& blocks) {

@@ -33,6 +33,8 @@ std::string silenceOf(const Reading& staged, const NameMap::Entry& entry);
 // What of a postcondition does not hold.
 Outcome notShown(const std::string& what);
 
+// The section answers 503 before any other redirection, or shows the panel's message.
+bool answers503(const Reading& reading, uint32_t section);
 // Every block of the site answers 503 before any other redirection, or shows the panel's message.
 Postcondition isSuspended(const BlocksOf& blocks);
 

@@ -98,10 +98,19 @@ Fit areMet(const std::vector<std::vector<std::string>>& conditions,
     return all;
 }
 
+// "[F]", "[G]", "[R=404]"
+bool refuses(const Flags& flags) {
+    constexpr size_t Errors = 400;
+    return flags.has({"f", "forbidden", "g", "gone"}) || flags.number({"r", "redirect"}) >= Errors;
+}
+
+// Which rule is looked for: one that may pass requests on, or one that certainly refuses them.
+enum class Sought : char { PassedOn, Refused };
+
 // The rules of a section, in their order, for one path.
 class Walk {
 public:
-    explicit Walk(const std::string& path) : path_(path) {}
+    Walk(const std::string& path, Sought sought) : path_(path), sought_(sought) {}
 
     // Null also where the rule does not take the request.
     const Directive* take(const Directive& rule) {
@@ -125,7 +134,9 @@ public:
         if (words[1] != "-") {
             path_.reset();
         }
-        return flags.has({"p", "proxy"}) ? &rule : nullptr;
+        const bool found =
+            sought_ == Sought::PassedOn ? flags.has({"p", "proxy"}) : applies == Fit::Yes && refuses(flags);
+        return found ? &rule : nullptr;
     }
     void add(const Directive& condition) { conditions_.push_back(argumentsIn(condition.arguments)); }
     bool isOver() const { return over_; }
@@ -148,22 +159,21 @@ private:
     }
 
     std::optional<std::string> path_;  // absent once a rule has made another one of it
+    Sought sought_;
     std::vector<std::vector<std::string>> conditions_{};
     Fit chained_ = Fit::Yes;                   // does the next rule's chain hold so far?
     size_t skipped_ = 0, perhapsSkipped_ = 0;  // of the rules to come, by "[S=2]"
     bool over_ = false;
 };
 
-}  // namespace
-
-const Directive* passedOnByRule(const Reading& reading, uint32_t block, const std::string& path) {
+const Directive* firstRule(const Reading& reading, uint32_t block, const std::string& path, Sought sought) {
     if (lowerCase(reading.valueIn(block, "RewriteEngine")) != "on") {
         return nullptr;
     }
     const auto& all = reading.directives();
     const bool server = block == Directive::None;
     const auto end = server ? static_cast<uint32_t>(all.size()) : all[block].end;
-    Walk walk(path);
+    Walk walk(path, sought);
     for (uint32_t i = server ? 0 : block + 1; i < end && !walk.isOver(); i = all[i].end) {
         if (all[i].is("RewriteCond")) {
             walk.add(all[i]);
@@ -172,6 +182,16 @@ const Directive* passedOnByRule(const Reading& reading, uint32_t block, const st
         }
     }
     return nullptr;
+}
+
+}  // namespace
+
+const Directive* passedOnByRule(const Reading& reading, uint32_t block, const std::string& path) {
+    return firstRule(reading, block, path, Sought::PassedOn);
+}
+
+const Directive* refusedByRule(const Reading& reading, uint32_t block, const std::string& path) {
+    return firstRule(reading, block, path, Sought::Refused);
 }
 
 }  // namespace zpweb

@@ -5,6 +5,7 @@
 
 #include "input/Network.h"
 #include "input/Quoted.h"
+#include "server/PassedOn.h"
 #include "settings/Modules.h"
 #include "settings/Proof.h"
 #include "settings/SiteFacts.h"
@@ -42,6 +43,9 @@ std::vector<std::string> visitors(const AccessPath& path, const Peer& peer) {
     return {addresses.begin(), addresses.end()};
 }
 
+std::string belowPath(const std::string& path) { return path == "/" ? "/" : path + "/"; }
+std::string aboutPath(const std::string& path) { return "access " + path + " "; }
+
 Outcome isAsAsked(const AccessPath& path, const Request& request) {
     const auto reply = ask(request);
     const std::string from = "from " + request.server.from + ", " + described(request);
@@ -65,8 +69,7 @@ Outcome proveOn(const Peer& peer, const AccessPath& path, const std::string& nam
         if (!Connection::to(visitor).ok()) {
             continue;  // this host has no way from there to the server's address
         }
-        const std::string asked = path.path == "/" ? "/" : path.path + "/";
-        const Request request{visitor, name, asked, tls};
+        const Request request{visitor, name, belowPath(path.path), tls};
         if (Outcome shown = shownInTime([&] { return isAsAsked(path, request); }); !shown.ok()) {
             return shown;
         }
@@ -168,6 +171,8 @@ Outcome setAccess(Transaction& change, const std::string& site, const AccessPath
     AccessSetting setting = accessOf(change, site);
     setting.set(path);
     expectVisitors(change, site);
+    change.expect(hostNameIn(site), aboutPath(path.path),
+                  asksVisitors({hostNameIn(site)}, belowPath(path.path)));
     // A later command of the same change may ask for something else.
     change.prove([&change, site, path = path.path] {
         const AccessSetting last = accessOf(change, site);
@@ -180,6 +185,7 @@ Outcome setAccess(Transaction& change, const std::string& site, const AccessPath
 Outcome removeAccess(Transaction& change, const std::string& site, const std::string& path,
                      bool overwrite) {
     AccessSetting setting = accessOf(change, site);
+    change.release(hostNameIn(site), aboutPath(path));
     if (!setting.remove(path)) {
         return isNotThere("path " + inQuotes(path) + ": its access is not set");
     }
