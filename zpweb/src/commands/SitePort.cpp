@@ -140,13 +140,13 @@ Outcome changePort(Transaction& change, const Site& site, const Arguments& given
     if (!meant.ok()) {
         return meant.outcome();
     }
-    change.output().set("site", site.name());
+    const std::string name = site.name();  // while its blocks are as they were read
+    change.output().set("site", name);
     Outcome outcome = isFree(change.configuration(), site, meant->blocks, given[NewPort]);
     for (const BlockAt& at : meant->blocks) {
         outcome = outcome.ok() ? moveBlock(change, at, meant->port, given) : outcome;
     }
-    return outcome.ok() && given[Listen] ? listenThere(change, site.name(), given[NewPort], meant->port)
-                                         : outcome;
+    return outcome.ok() && given[Listen] ? listenThere(change, name, given[NewPort], meant->port) : outcome;
 }
 
 }  // namespace
