@@ -217,6 +217,7 @@ def test_a_certificate_that_clients_would_turn_away_from_is_refused(server, word
     assert server.files() == before
 
 
+@ONE_LAYOUT
 def test_a_certificate_that_its_owner_could_take_away_is_told(server):
     home = Path("/home/mallory/tls")
     home.mkdir(parents=True, exist_ok=True)
@@ -290,6 +291,7 @@ def test_behind_a_balancer_the_certificate_is_looked_at(server):
     assert [answer.status for answer in answers] == [0, 0] and shown(SITE) == fingerprint("good"), answers
 
 
+@ONE_LAYOUT
 def test_a_renewed_certificate_is_taken_up_or_refused(server):
     issue("renewed", "plain.example,www.plain.example")
     server.do("tls", "on", SITE, *pair("renewed"))
@@ -301,7 +303,7 @@ def test_a_renewed_certificate_is_taken_up_or_refused(server):
     assert served == fingerprint("renewed")
     [setting] = server.tree.rglob(f"zpweb.d/{SITE}/tls.conf")
     assert "SSLProtocol all -SSLv3 -TLSv1 -TLSv1.1\n" in setting.read_text()
-    (LIVE / f"renewed/{type(server).__name__}.pem").symlink_to("../../archive/renewed/fullchain1.pem")
+    (LIVE / "renewed/first.pem").symlink_to("../../archive/renewed/fullchain1.pem")
     before = {link.name: os.readlink(link) for link in LIVE.glob("renewed/*")}
     for names, line in (("elsewhere.example", ""), ("plain.example,www.plain.example", "Nonsense on\n")):
         issue("renewed", names)
@@ -313,6 +315,7 @@ def test_a_renewed_certificate_is_taken_up_or_refused(server):
         assert {link.name: os.readlink(link) for link in LIVE.glob("renewed/*")} == before
 
 
+@ONE_LAYOUT
 def test_plain_certificate_files_are_put_back_when_a_renewal_fails(server):
     def place(name):
         for kind, ending in (("fullchain", "pem"), ("privkey", "key")):
@@ -417,6 +420,7 @@ def test_a_name_leads_away_where_it_is_one(server):
     assert ask("www.pair.example", "/a")[:2] == (301, "http://pair.example/a") and server.leads_to("pair.example", "pair.example")
 
 
+@ONE_LAYOUT
 def test_what_visitors_do_not_get_is_taken_back(server):
     """Another block is reached by the site's names there."""
     server.place("near", "Listen 81\nListen 82\n" + block("127.0.0.1:81", "near.example", "Redirect /old https://new.example/")
@@ -529,6 +533,7 @@ def test_php_of_a_site_that_lets_this_host_in_nowhere(server, fpm):
     assert list(Path(f"/var/www/{SITE}").glob("zpweb-*")) == []
 
 
+@ONE_LAYOUT
 def test_php_that_does_not_run_is_taken_back(server, fpm):
     before = server.files()
     for pool in ("127.0.0.1:9", "[::1]:9"):
@@ -612,19 +617,19 @@ def test_an_application_answers_behind_the_proxy(server):
     assert without_modules(server.files()) == without_modules(before)
 
 
+@ONE_LAYOUT
 def test_an_application_that_speaks_https_or_is_not_reached(server):
     server.do("proxy", "set", SITE, "/app", "https://127.0.0.1:443")
     assert ask(SITE, "/app/")[::2] == (200, "both.example")
     for path, to in (("/", "http://localhost"), ("/a", "http://127.0.0.3:80/a/b")):
         answer = server.run("proxy", "set", SITE, path, to)
         assert answer.status == 2 and "lead to itself" in answer.err, answer
-    if not isinstance(server, RedHat):  # the same there, and it takes its time
-        for words, status in (["site", "suspend", "proxied.backend.example"], 503), (["directive", "add", "Redirect", "502 /", "--site", "proxied.backend.example"], 502):
-            server.do(*words)
-            before = server.files()
-            answer = server.run("proxy", "set", SITE, "/none", "http://localhost:8081")
-            assert answer.status == 4 and f"answers {status}" in answer.err and server.files() == before, answer
-            server.do("undo")
+    for words, status in (["site", "suspend", "proxied.backend.example"], 503), (["directive", "add", "Redirect", "502 /", "--site", "proxied.backend.example"], 502):
+        server.do(*words)
+        before = server.files()
+        answer = server.run("proxy", "set", SITE, "/none", "http://localhost:8081")
+        assert answer.status == 4 and f"answers {status}" in answer.err and server.files() == before, answer
+        server.do("undo")
     assert "TLS handshake failed" in server.run("proxy", "set", SITE, "/plain", "https://127.0.0.1:80").err
 
 
@@ -677,6 +682,7 @@ def test_access_by_an_address_of_ipv6(server):
         assert server.get("six.example", ("http", "::1"), "/admin/")[0] == status, words
 
 
+@ONE_LAYOUT
 def test_the_longer_path_counts_whichever_was_set_first(server):
     before = server.files()
     for paths in (["/admin/open", "/admin"], ["/admin", "/admin/open"]):
@@ -712,6 +718,7 @@ def test_users_that_cannot_log_in_are_refused(server, content, status, told):
     assert answer.status == status and told in answer.err and server.files() == before, answer
 
 
+@ONE_LAYOUT
 def test_what_no_visitor_sees_is_not_done(server):
     Path("/etc/hosts").write_text(Path("/etc/hosts").read_text() + "127.0.0.9 plain.host\n")
     server.place("deaf", block("*:81", "deaf.example", "ServerAlias www.deaf.example") + block("*", "late.example"))
@@ -773,6 +780,7 @@ def test_the_catch_all_of_a_server_without_directories_for_sites(site):
 # --- logs ---
 
 
+@ONE_LAYOUT
 def test_logs_are_rotated_and_shown(server):
     Path("/etc/logrotate.d/other").unlink(missing_ok=True)
     logs = Path("/var/lib/sitelogs")
@@ -874,9 +882,8 @@ def test_a_document_makes_a_site_with_all_that_belongs_to_it(server, fpm):
     assert server.files() == before and server.serving() == server.all_served()
 
 
+@ONE_LAYOUT
 def test_a_document_knows_sites_that_are_disabled(server):
-    if isinstance(server, RedHat):
-        pytest.skip("no links to sites there")
     before = server.files()
     assert state(server, SITE, state="disabled") == ["site disable"] and ask(SITE)[2] != SITE
     document = server.do("export").json
@@ -891,6 +898,7 @@ def test_a_document_knows_sites_that_are_disabled(server):
     assert not [name for name in server.files() if "/plain.conf" in name]
 
 
+@ONE_LAYOUT
 def test_settings_of_a_suspended_site_are_not_looked_at_in_its_answers(server, fpm):
     server.do("site", "suspend", SITE)
     for words in (["php", "set", SITE, "--fpm", POOL], ["redirect", "set", SITE, "/old", "--to", "https://new.example/"],
@@ -904,6 +912,7 @@ def test_settings_of_a_suspended_site_are_not_looked_at_in_its_answers(server, f
 # --- the files ---
 
 
+@ONE_LAYOUT
 def test_somebodys_edits_are_shown_and_kept(server):
     server.do("redirect", "set", SITE, "/old", "--to", "https://new.example/")
     [file] = server.tree.rglob(f"zpweb.d/{SITE}/redirect.conf")
