@@ -1,5 +1,5 @@
 // export: the sites as a document, for plan and for apply --state.
-#include <nlohmann/json.hpp>
+#include "input/Json.h"
 
 #include "commands/Commands.h"
 #include "commands/shared/SettingReading.h"
@@ -11,8 +11,6 @@
 namespace zpweb {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 constexpr auto Names = maybeMany("SITE", Kind::Site, "The sites (default: all)");
 

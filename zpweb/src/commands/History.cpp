@@ -1,7 +1,7 @@
 // history: the log of changes.
 #include <algorithm>
 #include <map>
-#include <nlohmann/json.hpp>
+#include "input/Json.h"
 
 #include "commands/Commands.h"
 #include "store/Checkpoints.h"
@@ -16,9 +16,7 @@ namespace {
 
 constexpr auto Last = numberOption("--last", "COUNT", "Only the last ones (50)");
 
-using Json = nlohmann::ordered_json;
-
-int numberOf(const Json& entry) {
+int checkpointOf(const Json& entry) {
     return entry.contains("checkpoint") && entry["checkpoint"].is_number() ? entry["checkpoint"].get<int>()
                                                                            : 0;
 }
@@ -34,7 +32,7 @@ std::map<int, std::string> waitingOf(const State& state) {
 }
 
 const char* undoOf(const State& state, const Json& entry) {
-    const int number = numberOf(entry);
+    const int number = checkpointOf(entry);
     const auto checkpoint = number == 0 ? std::nullopt : Checkpoint::read(state.checkpoint(number));
     return !checkpoint ? "no" : checkpoint->undone ? "undone" : "yes";
 }
@@ -67,7 +65,7 @@ Outcome history(Session& session, const Arguments& given) {
     List& rows =
         session.output.list("changes", {"checkpoint", "time", "user", "result", "undo", "command"});
     for (size_t i = lines.size() - std::min(lines.size(), last); i < lines.size(); ++i) {
-        const Json entry = Json::parse(lines[i], nullptr, false);
+        const Json entry = parsedJson(lines[i]);
         if (!entry.is_object()) {
             session.output.warning(state.audit() + ":" + std::to_string(i + 1) +
                                    ": no entry of the history");

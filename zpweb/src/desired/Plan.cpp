@@ -1,8 +1,8 @@
 #include "desired/Plan.h"
 
 #include <algorithm>
-#include <nlohmann/json.hpp>
 #include <set>
+#include "input/Json.h"
 
 #include "desired/SettingPlan.h"
 #include "input/Quoted.h"
@@ -228,8 +228,8 @@ private:
 
 }  // namespace
 
-nlohmann::ordered_json PlannedCommand::json() const {
-    nlohmann::ordered_json json{{"command", words}, {"arguments", arguments}};
+Json PlannedCommand::json() const {
+    Json json{{"command", words}, {"arguments", arguments}};
     for (const auto& [name, values] : options) {
         json["options"][name] = values;
     }

@@ -1,8 +1,8 @@
 #include "desired/SettingModel.h"
 
 #include <algorithm>
-#include <nlohmann/json.hpp>
 #include <set>
+#include "input/Json.h"
 
 #include "input/Nearest.h"
 #include "input/Quoted.h"
@@ -11,7 +11,6 @@ namespace zpweb {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
 using Shape = SettingModel::Shape;
 
 Outcome fault(const SettingModel& model, const std::string& what) {
@@ -118,7 +117,7 @@ Json jsonOf(const SettingField& field, const std::vector<std::string>& values) {
     if (field.many) {
         return values;
     }
-    return isCount(field) ? Json::parse(values.front()) : Json(values.front());
+    return isCount(field) ? parsedJson(values.front()) : Json(values.front());
 }
 
 Json jsonOf(const SettingModel& model, const SettingEntry& entry) {

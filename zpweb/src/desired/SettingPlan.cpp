@@ -1,8 +1,8 @@
 #include "desired/SettingPlan.h"
 
 #include <algorithm>
-#include <nlohmann/json.hpp>
 #include <set>
+#include "input/Json.h"
 
 #include "text/Restrictions.h"
 

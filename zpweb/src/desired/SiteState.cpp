@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <array>
 #include <functional>
-#include <nlohmann/json.hpp>
 #include <set>
+#include "input/Json.h"
 
 #include "input/HostName.h"
 #include "input/Nearest.h"
@@ -14,7 +14,6 @@ namespace zpweb {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
 using Texts = SiteState::Texts;
 using Pairs = SiteState::Pairs;
 
@@ -60,7 +59,7 @@ bool take(SiteState& site, const std::string& key, const Json& value) {
     }
     for (const PairsField& field : PairsFields) {
         if (key == field.name && value.is_object() && std::all_of(value.begin(), value.end(), isText)) {
-            site.*field.value = value.get<Pairs>();
+            site.*field.value = value.get<PairsByName>();
             return true;
         }
     }
@@ -128,7 +127,7 @@ Expected<SiteState> siteFrom(const Json& json, const std::string& source) {
 }  // namespace
 
 Expected<SitesDocument> SitesDocument::from(const std::string& text, const std::string& source) {
-    const Json json = Json::parse(text, nullptr, false);
+    const Json json = parsedJson(text);
     if (!json.is_object() || !json.contains("sites") || !json["sites"].is_array()) {
         return fault(source,
                      "expected a JSON object with a list of \"sites\", as \"zpweb export\" prints it");

@@ -2,17 +2,17 @@
 // noticed, and is as if it were absent.
 #pragma once
 
-#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
+#include "input/Json.h"
 
 namespace zpweb {
 
 class Fields {
 public:
     // A line of text, or an object within another.
-    explicit Fields(const std::string& text) : Fields(nlohmann::json::parse(text, nullptr, false)) {}
-    explicit Fields(nlohmann::json object);
+    explicit Fields(const std::string& text) : Fields(parsedSortedJson(text)) {}
+    explicit Fields(SortedJson object);
 
     std::string text(const char* name, const char* otherwise = "");
     long number(const char* name, long otherwise = 0);
@@ -24,9 +24,9 @@ public:
     bool sound() const { return sound_; }
 
 private:
-    const nlohmann::json* find(const char* name) const;
+    const SortedJson* find(const char* name) const;
 
-    nlohmann::json object_;
+    SortedJson object_;
     bool sound_ = true;
 };
 

@@ -3,15 +3,13 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <nlohmann/json.hpp>
+#include "input/Json.h"
 
 #include "sys/Printable.h"
 
 namespace zpweb {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 constexpr const char* Nothing = "-";
 

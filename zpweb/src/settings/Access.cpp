@@ -1,7 +1,7 @@
 #include "settings/Access.h"
 
 #include <algorithm>
-#include <nlohmann/json.hpp>
+#include "input/Json.h"
 
 #include "input/Fields.h"
 #include "input/Network.h"
@@ -10,7 +10,6 @@ namespace zpweb {
 
 namespace {
 
-using Json = nlohmann::json;
 using Words = std::vector<std::string>;
 
 constexpr const char* All = "all";
@@ -97,7 +96,7 @@ const AccessPath* AccessSetting::at(const std::string& path) const {
 }
 
 std::string askedOf(const AccessSetting& setting) {
-    Json paths = Json::array();
+    SortedJson paths = SortedJson::array();
     for (const AccessPath& each : setting.paths) {
         paths.push_back({{"path", each.path},
                          {"allow", each.allow},
@@ -105,7 +104,7 @@ std::string askedOf(const AccessSetting& setting) {
                          {"users", each.users},
                          {"user-file", each.userFile}});
     }
-    return Json{{"paths", paths}}.dump();
+    return SortedJson{{"paths", paths}}.dump();
 }
 
 std::optional<AccessSetting> accessFrom(const std::string& asked) {

@@ -6,9 +6,9 @@
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <nlohmann/json.hpp>
 #include <set>
 #include <sstream>
+#include "input/Json.h"
 
 #include "input/Fields.h"
 #include "sys/File.h"
@@ -18,13 +18,11 @@ namespace zpweb {
 
 namespace {
 
-using Json = nlohmann::json;
-
 constexpr const char* Title = "# Logs of websites. Written by zpweb: log policy.\n# ";
 constexpr const char* Directory = "/etc/logrotate.d";
 
-Json jsonOf(const LogPolicies& policies) {
-    Json json = Json::object();
+SortedJson documentOf(const LogPolicies& policies) {
+    SortedJson json = SortedJson::object();
     for (const auto& [site, policy] : policies) {
         json[site] = {
             {"when", policy.when}, {"keep", policy.keep}, {"size", policy.size}, {"logs", policy.logs}};
@@ -99,7 +97,7 @@ std::string policyText(const LogPolicies& policies, const std::string& reload) {
             }
         }
     }
-    std::string text = Title + jsonOf(policies).dump() + "\n";
+    std::string text = Title + documentOf(policies).dump() + "\n";
     for (const auto& [options, logs] : sections) {
         text += logs + "{\n" + options + "    postrotate\n        " + reload + "\n    endscript\n}\n";
     }
@@ -110,7 +108,7 @@ LogPolicies policiesIn(const std::string& text) {
     const size_t begin = text.find('{');
     const std::string asked =
         begin == std::string::npos ? "" : text.substr(begin, text.find('\n', begin) - begin);
-    const Json json = Json::parse(asked, nullptr, false);
+    const SortedJson json = parsedSortedJson(asked);
     LogPolicies policies;
     if (!json.is_object()) {
         return policies;

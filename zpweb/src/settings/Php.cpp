@@ -1,6 +1,6 @@
 #include "settings/Php.h"
 
-#include <nlohmann/json.hpp>
+#include "input/Json.h"
 
 #include "input/Fields.h"
 #include "settings/Pattern.h"
@@ -8,8 +8,6 @@
 namespace zpweb {
 
 namespace {
-
-using Json = nlohmann::json;
 
 // What PHP itself takes for its own: scripts, archives, and sources to be shown.
 constexpr const char* Scripts = "\\.ph(?:p|ar|tml)$";
@@ -28,7 +26,7 @@ std::string deniedSources(const char* pattern) {
 }  // namespace
 
 std::string askedOf(const PhpSetting& setting) {
-    return Json{{"fpm", setting.fpm}, {"root", setting.root}, {"version", setting.version}}.dump();
+    return SortedJson{{"fpm", setting.fpm}, {"root", setting.root}, {"version", setting.version}}.dump();
 }
 
 std::optional<PhpSetting> phpFrom(const std::string& asked) {

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <nlohmann/json.hpp>
+#include "input/Json.h"
 
 #include "conf/Text.h"
 #include "input/HostName.h"
@@ -15,7 +15,6 @@ namespace zpweb {
 
 namespace {
 
-using Json = nlohmann::json;
 namespace fs = std::filesystem;
 
 constexpr const char* Name = "php-sources";
@@ -42,26 +41,26 @@ std::vector<const ConfigurationFile*> mayHandle(const Configuration& configurati
     return files;
 }
 
-Json rootsIn(const std::string& text) {
+SortedJson rootsIn(const std::string& text) {
     const size_t begin = text.find('{');
     const size_t end = begin == std::string::npos ? begin : text.find('\n', begin);
-    Json roots =
-        begin == std::string::npos ? Json() : Json::parse(text.substr(begin, end - begin), nullptr, false);
-    const auto isPaths = [](const Json& paths) {
-        return paths.is_array() &&
-               std::all_of(paths.begin(), paths.end(), [](const Json& path) { return path.is_string(); });
+    SortedJson roots =
+        begin == std::string::npos ? SortedJson() : parsedSortedJson(text.substr(begin, end - begin));
+    const auto isPaths = [](const SortedJson& paths) {
+        return paths.is_array() && std::all_of(paths.begin(), paths.end(),
+                                               [](const SortedJson& path) { return path.is_string(); });
     };
     const bool sound = roots.is_object() && std::all_of(roots.begin(), roots.end(), isPaths);
-    return sound ? roots : Json::object();
+    return sound ? roots : SortedJson::object();
 }
 
-Outcome write(Transaction& change, const Json& roots) {
+Outcome write(Transaction& change, const SortedJson& roots) {
     if (roots.empty()) {
         return dropServerFile(change, ServerFileKind::Directives, Name);
     }
     std::string text = Title + roots.dump() + "\n";
     std::set<std::string> all;
-    for (const Json& paths : roots) {
+    for (const SortedJson& paths : roots) {
         all.insert(paths.begin(), paths.end());
     }
     for (const std::string& root : all) {
@@ -73,8 +72,8 @@ Outcome write(Transaction& change, const Json& roots) {
 }
 
 // By the sites that had them run.
-Json& rootsOf(Transaction& change) {
-    return change.shared().value<Json>(Name, [&change] {
+SortedJson& rootsOf(Transaction& change) {
+    return change.shared().value<SortedJson>(Name, [&change] {
         return rootsIn(serverFileText(change, ServerFileKind::Directives, Name).value_or(""));
     });
 }
@@ -163,8 +162,8 @@ std::string otherPhp(const Configuration& configuration, const std::string& site
 }
 
 void hideSources(Transaction& change, const std::string& site, const std::set<std::string>& roots) {
-    Json& all = rootsOf(change);
-    if (Json hidden = roots; !all.contains(site) || all[site] != hidden) {
+    SortedJson& all = rootsOf(change);
+    if (SortedJson hidden = roots; !all.contains(site) || all[site] != hidden) {
         all[site] = std::move(hidden);
         changed(change);
     }

@@ -1,7 +1,7 @@
 #include "settings/Proxies.h"
 
 #include <algorithm>
-#include <nlohmann/json.hpp>
+#include "input/Json.h"
 
 #include "input/Fields.h"
 #include "settings/Pattern.h"
@@ -9,8 +9,6 @@
 namespace zpweb {
 
 namespace {
-
-using Json = nlohmann::json;
 
 std::string quoted(const std::string& text) { return "\"" + text + "\""; }
 
@@ -56,14 +54,14 @@ bool ProxySetting::remove(const std::string& path) {
 }
 
 std::string askedOf(const ProxySetting& setting) {
-    Json paths = Json::array();
+    SortedJson paths = SortedJson::array();
     for (const ProxyPath& each : setting.paths) {
         paths.push_back({{"path", each.path},
                          {"url", each.url},
                          {"websocket", each.websocket},
                          {"timeout", each.timeout}});
     }
-    return Json{{"paths", paths}}.dump();
+    return SortedJson{{"paths", paths}}.dump();
 }
 
 std::optional<ProxySetting> proxiesFrom(const std::string& asked) {

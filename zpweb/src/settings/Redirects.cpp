@@ -1,7 +1,7 @@
 #include "settings/Redirects.h"
 
 #include <algorithm>
-#include <nlohmann/json.hpp>
+#include "input/Json.h"
 
 #include "input/Fields.h"
 #include "settings/Pattern.h"
@@ -9,8 +9,6 @@
 namespace zpweb {
 
 namespace {
-
-using Json = nlohmann::json;
 
 constexpr const char* NotAcme = "RewriteCond %{REQUEST_URI} !^/\\.well-known/acme-challenge/\n";
 // The port as the client wrote it (%1), and path and query as they came (%2): nothing is decoded and
@@ -62,12 +60,13 @@ PathRedirect* RedirectSetting::at(const std::string& path) {
 }
 
 std::string askedOf(const RedirectSetting& setting) {
-    Json paths = Json::array();
+    SortedJson paths = SortedJson::array();
     for (const PathRedirect& each : setting.paths) {
         paths.push_back(
             {{"path", each.path}, {"to", each.to}, {"keep-path", each.keepPath}, {"status", each.status}});
     }
-    return Json{{"https", setting.httpsPort}, {"canonical", setting.canonical}, {"paths", paths}}.dump();
+    return SortedJson{{"https", setting.httpsPort}, {"canonical", setting.canonical}, {"paths", paths}}
+        .dump();
 }
 
 std::optional<RedirectSetting> redirectsFrom(const std::string& asked) {

@@ -1,14 +1,12 @@
 #include "settings/Tls.h"
 
-#include <nlohmann/json.hpp>
+#include "input/Json.h"
 
 #include "input/Fields.h"
 
 namespace zpweb {
 
 namespace {
-
-using Json = nlohmann::json;
 
 // TLS 1.2; those of TLS 1.3 are the library's own.
 constexpr const char* Ciphers =
@@ -19,14 +17,14 @@ constexpr const char* Ciphers =
 }  // namespace
 
 std::string askedOf(const TlsSetting& setting) {
-    return Json{{"certificate", setting.files.certificate},
-                {"key", setting.files.key},
-                {"redirect", setting.redirect},
-                {"any-name", setting.anyName},
-                {"hsts", setting.hsts},
-                {"port", setting.port},
-                {"made", setting.made},
-                {"fingerprint", setting.fingerprint}}
+    return SortedJson{{"certificate", setting.files.certificate},
+                      {"key", setting.files.key},
+                      {"redirect", setting.redirect},
+                      {"any-name", setting.anyName},
+                      {"hsts", setting.hsts},
+                      {"port", setting.port},
+                      {"made", setting.made},
+                      {"fingerprint", setting.fingerprint}}
         .dump();
 }
 

@@ -7,7 +7,6 @@ namespace zpweb {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
 using zp::host::Effect;
 
 Json listOf(const std::vector<std::string>& values) {
@@ -188,7 +187,7 @@ Journal journalOf(const Json& json) {
 }
 
 std::optional<Json> parsedObject(const std::string& text) {
-    Json json = Json::parse(text, nullptr, false);
+    Json json = parsedJson(text);
     return json.is_object() ? std::optional(std::move(json)) : std::nullopt;
 }
 

@@ -1,7 +1,7 @@
 // The journal as JSON, in the journal file and in checkpoints.
 #pragma once
 
-#include <nlohmann/json.hpp>
+#include "input/Json.h"
 
 #include "store/Journal.h"
 
@@ -11,9 +11,9 @@ namespace zpweb {
 std::string asText(const std::string& bytes);
 std::string fromText(const std::string& text);
 
-nlohmann::ordered_json jsonOf(const Journal& journal);
-Journal journalOf(const nlohmann::ordered_json& json);
+Json jsonOf(const Journal& journal);
+Journal journalOf(const Json& json);
 // Absent unless it is an object.
-std::optional<nlohmann::ordered_json> parsedObject(const std::string& text);
+std::optional<Json> parsedObject(const std::string& text);
 
 }  // namespace zpweb

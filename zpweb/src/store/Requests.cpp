@@ -18,8 +18,6 @@ namespace zpweb {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
-
 constexpr const char* Taken = ".taken";
 constexpr const char* Alone = ".alone";
 constexpr const char* Answered = ".answer";

@@ -4,7 +4,7 @@
 #include <array>
 #include <iostream>
 #include <iterator>
-#include <nlohmann/json.hpp>
+#include "input/Json.h"
 
 #include "commands/table/Table.h"
 #include "input/Nearest.h"
@@ -15,8 +15,6 @@
 namespace zpweb {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 Outcome usage(const std::string& what) { return failure(Status::Usage, what); }
 
@@ -179,7 +177,7 @@ Expected<std::vector<Invocation>> invocationsFrom(const std::string& text, const
         if (lines[i].find_first_not_of(" \t\r") == std::string_view::npos) {
             continue;
         }
-        auto invocation = invocationFrom(Json::parse(lines[i], nullptr, false));
+        auto invocation = invocationFrom(parsedJson(lines[i]));
         if (!invocation.ok()) {
             return failure(invocation.outcome().status,
                            source + ":" + std::to_string(i + 1) + ": " + invocation.outcome().message);

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <map>
-#include <nlohmann/json.hpp>
+#include "input/Json.h"
 
 #include "commands/shared/CommandLines.h"
 #include "commands/shared/SettingReading.h"
@@ -15,7 +15,6 @@ namespace zpweb {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
 using Present = std::map<std::string, SiteState>;
 
 // The sites that the document names, or all of them, as they are.
@@ -111,7 +110,7 @@ Outcome isPlanned(const SitesPlan& plan, const std::string& file) {
     if (!text.ok()) {
         return text.outcome();
     }
-    const Json planned = Json::parse(*text, nullptr, false);
+    const Json planned = parsedJson(*text);
     if (!planned.is_object() || !planned.contains("fingerprint") ||
         !planned.value("commands", Json()).is_array()) {
         return failure(Status::Usage, file + ": no plan; expected what \"zpweb plan --json\" prints");

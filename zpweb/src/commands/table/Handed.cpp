@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <nlohmann/json.hpp>
+#include "input/Json.h"
 
 #include "commands/table/Table.h"
 #include "store/AuditLog.h"
@@ -12,8 +12,6 @@
 namespace zpweb {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 Json listOf(const std::vector<std::string>& texts) {
     Json list = Json::array();
