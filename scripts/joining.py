@@ -6,12 +6,13 @@
 Most of a compiler's time goes into headers, which it reads anew for each source. Lint and the build read them once for
 a group.
 """
+import collections
 import functools
 import pathlib
 import re
 import sys
 
-MOST = 20
+MOST = 40
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 TYPE_OR_CONSTANT = r"(?:class|struct|enum|enum class|using|inline constexpr [\w:]+) (\w+)\b(?= [{:=]|;)"
 FUNCTION = r"[\w\[][^(]*?\b(\w+)\("
@@ -75,10 +76,13 @@ def go_together(group, own, seen):
 
 def groups(sources, kind=lambda source: ""):
     """Lists of the sources; those of a group are of one kind, as the function tells it."""
+    names = {source: own_names(source, pathlib.Path(source).read_text()) for source in sources}
+    uses = collections.Counter(name for own in names.values() for name, _ in own)
     found = []
-    for source in sources:
+    # Those that are hardest to place come first: fewer groups do.
+    for source in sorted(sources, key=lambda each: -max([uses[name] for name, _ in names[each]], default=0)):
         path = pathlib.Path(source).resolve()
-        own, alike = own_names(source, path.read_text()), kind(source)
+        own, alike = names[source], kind(source)
         seen = set().union(*map(declared, headers_of(path)))
         for group in found:
             if group["alike"] == alike and len(group["sources"]) < MOST and go_together(group, own, seen):

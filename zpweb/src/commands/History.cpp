@@ -76,7 +76,7 @@ Outcome history(Session& session, const Arguments& given) {
             addField(rows, name, value);
         }
         rows.add("undo", undoOf(state, entry));
-        if (const auto wait = waiting.find(numberOf(entry)); wait != waiting.end()) {
+        if (const auto wait = waiting.find(checkpointOf(entry)); wait != waiting.end()) {
             rows.add("confirm_by", wait->second);
         }
     }

@@ -37,7 +37,7 @@ Outcome hasBoth(const Transaction& change, const Site& site, const std::string& 
     return done();
 }
 
-Outcome canonical(Transaction& change, const Site& site, const Arguments& given) {
+Outcome setCanonical(Transaction& change, const Site& site, const Arguments& given) {
     if (Outcome named = site.hasName(); !named.ok()) {
         return named;
     }
@@ -63,7 +63,7 @@ Command siteCanonical() {
     return {
         .words = "site canonical",
         .summary = "Lead a website's name with www. to the one without, or the other way",
-        .action = canonical,
+        .action = setCanonical,
         .parameters = {SiteName, Form, Overwrite},
         .more = "One hop, on http and https alike. Other names of the site stay as they are.",
         .examples = {"site canonical shop.example www", "site canonical shop.example off"},

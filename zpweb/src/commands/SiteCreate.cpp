@@ -52,15 +52,15 @@ constexpr auto Logs = option("--logs", Kind::Choice, "system|home",
 
 // How the address is used, as the record says it.
 constexpr char Plain = '0';
-constexpr char Shared = '1';
+constexpr char SharedAddress = '1';
 constexpr char Own = '2';
 
 char switchOf(std::string_view mode) {
     constexpr std::pair<std::string_view, char> Modes[] = {
-        {"plain", Plain}, {"shared", Shared}, {"own", Own}};
+        {"plain", Plain}, {"shared", SharedAddress}, {"own", Own}};
     const auto* found = std::find_if(std::begin(Modes), std::end(Modes),
                                      [mode](const auto& each) { return each.first == mode; });
-    return found == std::end(Modes) ? Shared : found->second;
+    return found == std::end(Modes) ? SharedAddress : found->second;
 }
 
 // A new site as it was asked for, and as the server needs it.

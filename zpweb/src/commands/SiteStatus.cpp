@@ -10,7 +10,7 @@ namespace zpweb {
 
 namespace {
 
-constexpr char Running = zp::result::website::IsRunning;
+constexpr char IsRunning = zp::result::website::IsRunning;
 constexpr char NotRunning = zp::result::website::IsStopped;
 
 Outcome status(Session& session, const Configuration&, const Site& site, const Arguments&) {
@@ -19,10 +19,10 @@ Outcome status(Session& session, const Configuration&, const Site& site, const A
     const Readable readable(*place.block);
     CZPWebsite website(nullptr, readable.path().c_str());
     const int result = quietly(session.output, [&] { return website.GetWebsiteStatus(name); });
-    Outcome known = resultOf("GetWebsiteStatus", result, {Running, NotRunning});
+    Outcome known = resultOf("GetWebsiteStatus", result, {IsRunning, NotRunning});
     if (known.ok()) {
         session.output.set("site", site.name());
-        session.output.set("state", result == Running ? stateOf(site.places) : "stopped");
+        session.output.set("state", result == IsRunning ? stateOf(site.places) : "stopped");
     }
     return known;
 }

@@ -12,10 +12,10 @@ namespace zpweb {
 namespace {
 
 using Texts = SiteState::Texts;
-using Pairs = SiteState::Pairs;
+using PairsByName = SiteState::Pairs;
 
 // The values of "site set" for what has another value now; an empty one removes.
-Texts assignments(const Pairs& is, const Pairs& shouldBe) {
+Texts assignments(const PairsByName& is, const PairsByName& shouldBe) {
     Texts changed;
     for (const auto& [name, value] : is) {
         if (!shouldBe.contains(name)) {
@@ -158,10 +158,10 @@ private:
 
     void changeLines() {
         decltype(PlannedCommand::options) options;
-        const auto pairs = [&](const char* option, std::optional<Pairs> SiteState::*field) {
+        const auto pairs = [&](const char* option, std::optional<PairsByName> SiteState::*field) {
             if (differs(field)) {
                 options.push_back(
-                    {option, assignments((is_.*field).value_or(Pairs()), *(shouldBe_.*field))});
+                    {option, assignments((is_.*field).value_or(PairsByName()), *(shouldBe_.*field))});
             }
         };
         pairs("alias", &SiteState::aliases);

@@ -12,18 +12,19 @@ namespace {
 
 using Shape = SettingModel::Shape;
 
-const std::string& pathOf(const SettingModel& model, const SettingEntry& entry) {
+const std::string& entryPath(const SettingModel& model, const SettingEntry& entry) {
     return entry.at(std::string(model.fields.front().name)).front();
 }
 
 const SettingEntry* entryAt(const SettingModel& model, const SettingEntries& entries,
                             const std::string& path) {
-    const auto found = std::find_if(entries.begin(), entries.end(),
-                                    [&](const SettingEntry& each) { return pathOf(model, each) == path; });
+    const auto found = std::find_if(entries.begin(), entries.end(), [&](const SettingEntry& each) {
+        return entryPath(model, each) == path;
+    });
     return found == entries.end() ? nullptr : &*found;
 }
 
-std::string joined(const std::vector<std::string>& values) {
+std::string joinedValues(const std::vector<std::string>& values) {
     std::string text;
     for (const std::string& value : values) {
         text += (text.empty() ? "" : ",") + value;
@@ -45,7 +46,7 @@ PlannedCommand setting(const SettingModel& model, const std::string& site, const
         } else if (field.option.empty()) {
             command.arguments.insert(command.arguments.end(), values.begin(), values.end());
         } else if (field.whole) {
-            command.options.emplace_back(field.option, std::vector{joined(values)});
+            command.options.emplace_back(field.option, std::vector{joinedValues(values)});
         } else {
             command.options.emplace_back(field.option, values);
         }
@@ -65,10 +66,10 @@ PlannedCommand dropping(const SettingModel& model, const std::string& site) {
 }
 
 // What the values that are told together ask for, in any order.
-std::multiset<std::string> termsOf(const SettingEntry& entry) {
+std::multiset<std::string> entryTerms(const SettingEntry& entry) {
     const auto hosts = [&](const char* field) {
         const auto found = entry.find(field);
-        return found == entry.end() ? std::string() : joined(found->second);
+        return found == entry.end() ? std::string() : joinedValues(found->second);
     };
     const std::vector<std::string> lines = requireLines({hosts("allow"), hosts("deny"), true, false});
     return {lines.begin(), lines.end()};
@@ -82,7 +83,7 @@ bool holds(const SettingModel& model, const SettingEntry& is, const SettingEntry
     };
     return std::all_of(shouldBe.begin(), shouldBe.end(), [&](const auto& field) {
         if (isWhole(field.first)) {
-            return termsOf(is) == termsOf(shouldBe);
+            return entryTerms(is) == entryTerms(shouldBe);
         }
         const auto found = is.find(field.first);
         return found != is.end() &&
@@ -96,13 +97,13 @@ bool holds(const SettingModel& model, const SettingEntry& is, const SettingEntry
 void planPaths(const SettingModel& model, const std::string& site, const SettingEntries& is,
                const SettingEntries& shouldBe, Plan& plan) {
     for (const SettingEntry& each : model.drop.empty() ? SettingEntries() : is) {
-        if (entryAt(model, shouldBe, pathOf(model, each)) == nullptr) {
+        if (entryAt(model, shouldBe, entryPath(model, each)) == nullptr) {
             plan.push_back(dropping(model, site));
-            plan.back().arguments.push_back(pathOf(model, each));
+            plan.back().arguments.push_back(entryPath(model, each));
         }
     }
     for (const SettingEntry& each : shouldBe) {
-        const SettingEntry* now = entryAt(model, is, pathOf(model, each));
+        const SettingEntry* now = entryAt(model, is, entryPath(model, each));
         if (now == nullptr || !(model.drop.empty() ? holds(model, *now, each) : *now == each)) {
             plan.push_back(setting(model, site, each, now == nullptr));
         }

@@ -15,7 +15,7 @@ namespace zpweb {
 namespace {
 
 using Texts = SiteState::Texts;
-using Pairs = SiteState::Pairs;
+using PairsByName = SiteState::Pairs;
 
 // The fields of a site: one table for reading and for writing.
 struct TextField {
@@ -28,7 +28,7 @@ struct TextsField {
 };
 struct PairsField {
     const char* name;
-    std::optional<Pairs> SiteState::*value;
+    std::optional<PairsByName> SiteState::*value;
 };
 constexpr std::array<TextField, 5> TextFields = {{{"state", &SiteState::state},
                                                   {"root", &SiteState::root},

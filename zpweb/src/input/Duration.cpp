@@ -10,7 +10,7 @@ namespace zpweb {
 namespace {
 
 // The number at the beginning; what stands behind it goes to `unit`.
-long numberOf(const std::string& value, std::string& unit) {
+long numberBeforeUnit(const std::string& value, std::string& unit) {
     long number = -1;
     const char* end = value.data() + value.size();
     const auto [at, error] = std::from_chars(value.data(), end, number);
@@ -26,7 +26,7 @@ Expected<long> secondsOf(const std::string& value) {
     static const std::map<std::string, long> units = {
         {"", 1}, {"s", 1}, {"m", 60}, {"h", 60L * 60}, {"d", Day}, {"w", 7 * Day}, {"y", 365 * Day}};
     std::string unit;
-    const long number = numberOf(value, unit);
+    const long number = numberBeforeUnit(value, unit);
     const auto known = units.find(unit);
     constexpr long Most = 2147483647;
     if (number < 0 || known == units.end() || number > Most / known->second) {
@@ -38,7 +38,7 @@ Expected<long> secondsOf(const std::string& value) {
 
 Expected<std::string> typedSize(const std::string& value) {
     std::string unit;
-    if (numberOf(value, unit) > 0 && (unit.empty() || unit == "k" || unit == "M" || unit == "G")) {
+    if (numberBeforeUnit(value, unit) > 0 && (unit.empty() || unit == "k" || unit == "M" || unit == "G")) {
         return value;
     }
     return wrongValue("size", value, "it is no number with a unit",

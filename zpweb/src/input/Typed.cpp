@@ -148,7 +148,7 @@ Typed assignment(const std::string& value) {
     return line("assignment", value, "<>\"", Wanted);
 }
 
-bool isOneOf(std::string_view choices, std::string_view value) {
+bool isAmong(std::string_view choices, std::string_view value) {
     while (!choices.empty()) {
         const std::string_view choice = choices.substr(0, choices.find('|'));
         if (choice == value) {
@@ -160,7 +160,7 @@ bool isOneOf(std::string_view choices, std::string_view value) {
 }
 
 Typed choice(std::string_view name, const std::string& value, std::string_view choices) {
-    if (isOneOf(choices, value)) {
+    if (isAmong(choices, value)) {
         return value;
     }
     return wrongValue(name, value, "it is none of the choices", "expected " + std::string(choices));
@@ -169,7 +169,7 @@ Typed choice(std::string_view name, const std::string& value, std::string_view c
 Typed optionSwitch(const std::string& value) {
     constexpr std::string_view Options = "Indexes|Includes|FollowSymLinks|MultiViews|ExecCGI";
     if (!value.empty() && (value.front() == '+' || value.front() == '-') &&
-        isOneOf(Options, std::string_view(value).substr(1))) {
+        isAmong(Options, std::string_view(value).substr(1))) {
         return value;
     }
     return wrongValue("option", value, "it switches no option",

@@ -24,7 +24,7 @@ namespace zpweb {
 namespace {
 
 // A place that is held: its directory is open, so that no name above it leads elsewhere meanwhile.
-struct Place {
+struct HeldPlace {
     Descriptor directory;
     std::string name;
 
@@ -57,14 +57,14 @@ bool isWhatWasRead(const std::string& path, const ChangedFile& changed) {
 }
 
 // A file system that offers no such rename: the look and the rename are two steps there.
-Outcome replaceAfterLook(const Place& place, const ChangedFile& changed, const std::string& candidate,
+Outcome replaceAfterLook(const HeldPlace& place, const ChangedFile& changed, const std::string& candidate,
                          bool& again) {
     return isWhatWasRead(changed.path, changed) ? asOutcome(place.rename(candidate, 0), changed.path)
                                                 : changedMeanwhile(changed.path, again);
 }
 
 // What came out of the place must be what was read; else it goes back where it was.
-Outcome lookAtWhatCameOut(const Place& place, const ChangedFile& changed, const std::string& candidate,
+Outcome lookAtWhatCameOut(const HeldPlace& place, const ChangedFile& changed, const std::string& candidate,
                           unsigned wayBack, bool& again) {
     if (isWhatWasRead(candidate, changed)) {
         return done();
@@ -73,8 +73,8 @@ Outcome lookAtWhatCameOut(const Place& place, const ChangedFile& changed, const 
     return error == 0 ? changedMeanwhile(changed.path, again) : asOutcome(error, changed.path);
 }
 
-Outcome replaceFile(const Place& place, const ChangedFile& changed, const std::string& candidate,
-                    bool& again) {
+Outcome exchange(const HeldPlace& place, const ChangedFile& changed, const std::string& candidate,
+                 bool& again) {
     const int error = place.rename(candidate, RENAME_EXCHANGE);
     if (error == 0) {
         return lookAtWhatCameOut(place, changed, candidate, RENAME_EXCHANGE, again);
@@ -84,8 +84,8 @@ Outcome replaceFile(const Place& place, const ChangedFile& changed, const std::s
                                : asOutcome(error, changed.path);
 }
 
-Outcome removeFile(const Place& place, const ChangedFile& changed, const std::string& candidate,
-                   bool& again) {
+Outcome takeFileOut(const HeldPlace& place, const ChangedFile& changed, const std::string& candidate,
+                    bool& again) {
     const int error = place.moveOut(candidate);
     if (error == 0) {
         return lookAtWhatCameOut(place, changed, candidate, RENAME_NOREPLACE, again);
@@ -93,7 +93,8 @@ Outcome removeFile(const Place& place, const ChangedFile& changed, const std::st
     return error == ENOENT ? changedMeanwhile(changed.path, again) : asOutcome(error, changed.path);
 }
 
-Outcome addFile(const Place& place, const ChangedFile& changed, const std::string& candidate, bool& again) {
+Outcome addFile(const HeldPlace& place, const ChangedFile& changed, const std::string& candidate,
+                bool& again) {
     const int error = place.rename(candidate, RENAME_NOREPLACE);
     return isNotOffered(error) ? replaceAfterLook(place, changed, candidate, again)
            : error == EEXIST   ? changedMeanwhile(changed.path, again)
@@ -105,14 +106,14 @@ Outcome putInPlace(const ChangedFile& changed, const StagedFile& file, bool& aga
     if (!directory.ok()) {
         return directory.outcome();
     }
-    const Place place{std::move(*directory), nameOf(changed.path)};
+    const HeldPlace place{std::move(*directory), nameOf(changed.path)};
     const auto candidate = file.beside.empty()
                                ? Expected(file.candidate)
                                : Candidates::bringBeside(changed.path, file, place.directory);
     if (!candidate.ok()) {
         return candidate.outcome();
     }
-    const auto step = changed.before.empty() ? addFile : changed.after.empty() ? removeFile : replaceFile;
+    const auto step = changed.before.empty() ? addFile : changed.after.empty() ? takeFileOut : exchange;
     return step(place, changed, *candidate, again);
 }
 

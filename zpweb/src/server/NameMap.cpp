@@ -14,7 +14,7 @@ namespace {
 
 constexpr const char* Any = "*";
 
-std::string canonical(std::string_view host) {
+std::string plainAddress(std::string_view host) {
     const std::string text(host);
     std::array<unsigned char, sizeof(in6_addr)> bytes{};
     std::array<char, INET6_ADDRSTRLEN> printed{};
@@ -54,7 +54,7 @@ Endpoint endpointOf(std::string_view printed) {
         host = host.substr(1, host.size() - 2);
     }
     const int port = colon == std::string_view::npos ? 0 : leadingNumber(printed.substr(colon + 1));
-    return {canonical(host), std::max(0, port)};
+    return {plainAddress(host), std::max(0, port)};
 }
 
 void NameMap::take(Index& index, const ServedNames& names, uint32_t position) {

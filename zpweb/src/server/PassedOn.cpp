@@ -69,9 +69,9 @@ const Directive* byLine(const Reading& reading, uint32_t section, const std::str
 
 // "Redirect 404 /old", "Redirect gone /old", "RedirectMatch 403 ^/old"
 bool isError(const Directive& redirect) {
-    constexpr int Errors = 400;
+    constexpr int FirstError = 400;
     const std::vector<std::string> words = argumentsIn(redirect.arguments);
-    return lowerCase(words.front()) == "gone" || leadingNumber(words.front()) >= Errors;
+    return lowerCase(words.front()) == "gone" || leadingNumber(words.front()) >= FirstError;
 }
 
 bool redirects(const Directive& directive, const std::string& path) {

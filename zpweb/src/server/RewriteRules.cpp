@@ -100,8 +100,8 @@ Fit areMet(const std::vector<std::vector<std::string>>& conditions,
 
 // "[F]", "[G]", "[R=404]"
 bool refuses(const Flags& flags) {
-    constexpr size_t Errors = 400;
-    return flags.has({"f", "forbidden", "g", "gone"}) || flags.number({"r", "redirect"}) >= Errors;
+    constexpr size_t FirstError = 400;
+    return flags.has({"f", "forbidden", "g", "gone"}) || flags.number({"r", "redirect"}) >= FirstError;
 }
 
 // Which rule is looked for: one that may pass requests on, or one that certainly refuses them.

@@ -46,7 +46,7 @@ bool isBackend(const Configuration& configuration, const std::string& address) {
 }
 
 // As the server has them, also those that a macro writes.
-Addresses addressesOf(const Configuration& configuration, const Reading& reading) {
+Addresses addressesServed(const Configuration& configuration, const Reading& reading) {
     Addresses addresses;
     for (const NameMap::Entry& entry : reading.names().entries()) {
         const bool tls = std::any_of(entry.hosts.begin(), entry.hosts.end(), [&](NameMap::Host host) {
@@ -168,7 +168,7 @@ Outcome setCatchAll(Transaction& change, const std::string& page) {
         return failure(page + ": the server's user cannot read it");
     }
     const Reading* reading = change.live();
-    const Addresses addresses = reading != nullptr ? addressesOf(change.configuration(), *reading)
+    const Addresses addresses = reading != nullptr ? addressesServed(change.configuration(), *reading)
                                                    : writtenAddresses(change.configuration());
     if (addresses.http.empty() && addresses.https.empty()) {
         return failure("the server has no site that a catch-all could stand before");

@@ -18,7 +18,7 @@ namespace zpweb {
 
 namespace {
 
-using Faults = std::vector<std::string>;
+using Texts = std::vector<std::string>;
 using Chain = std::vector<CertificatePointer>;
 
 std::string dayOf(std::time_t moment) {
@@ -35,7 +35,7 @@ bool mayReadKeys(gid_t group) {
     return group == 0 || (entry != nullptr && entry->gr_gid == group);
 }
 
-void addDates(Faults& faults, const std::string& file, const Chain& chain, std::time_t now) {
+void addDates(Texts& faults, const std::string& file, const Chain& chain, std::time_t now) {
     for (size_t i = 0; i < chain.size(); ++i) {
         const std::string which = i == 0 ? "" : " (certificate " + std::to_string(i + 1) + " of the file)";
         const std::time_t begin = timeOf(X509_get0_notBefore(chain[i].get()));
@@ -48,7 +48,7 @@ void addDates(Faults& faults, const std::string& file, const Chain& chain, std::
     }
 }
 
-void addOrder(Faults& faults, const std::string& file, const Chain& chain) {
+void addOrder(Texts& faults, const std::string& file, const Chain& chain) {
     for (size_t i = 0; i + 1 < chain.size(); ++i) {
         if (X509_check_issued(chain[i + 1].get(), chain[i].get()) != X509_V_OK) {
             faults.push_back(file + ": certificate " + std::to_string(i + 2) +
@@ -60,7 +60,7 @@ void addOrder(Faults& faults, const std::string& file, const Chain& chain) {
 
 // As the server itself takes them, with the system's idea of keys that are long enough. The files are not
 // opened again: their directory's owner may have put a pipe there.
-void addRefusal(Faults& faults, const CertificateFiles& files, const Chain& chain, EVP_PKEY* key) {
+void addRefusal(Texts& faults, const CertificateFiles& files, const Chain& chain, EVP_PKEY* key) {
     const std::unique_ptr<SSL_CTX, decltype(&SSL_CTX_free)> context(SSL_CTX_new(TLS_server_method()),
                                                                     SSL_CTX_free);
     bool taken = SSL_CTX_use_certificate(context.get(), chain.front().get()) == 1;
@@ -74,14 +74,14 @@ void addRefusal(Faults& faults, const CertificateFiles& files, const Chain& chai
     }
 }
 
-void addUse(Faults& faults, const std::string& file, const Chain& chain) {
+void addUse(Texts& faults, const std::string& file, const Chain& chain) {
     if (X509_check_purpose(chain.front().get(), X509_PURPOSE_SSL_SERVER, 0) != 1) {
         faults.push_back(file + ": it is not made for servers (extended key usage)");
     }
 }
 
 // A key is root's secret.
-void addOpenness(Faults& faults, const std::string& file) {
+void addOpenness(Texts& faults, const std::string& file) {
     struct stat status {};
     if (!lookAt(file, status)) {
         return;
@@ -96,13 +96,13 @@ void addOpenness(Faults& faults, const std::string& file) {
 }
 
 // Files that a site's owner could exchange are none that the server may show.
-void addWay(Faults& faults, const std::string& file) {
+void addWay(Texts& faults, const std::string& file) {
     if (Outcome reached = reachedWithoutForeignLink(directoryOf(file)); !reached.ok()) {
         faults.push_back(reached.message);
     }
 }
 
-void addNames(Faults& faults, const std::string& file, const std::vector<std::string>& names) {
+void addNames(Texts& faults, const std::string& file, const std::vector<std::string>& names) {
     std::string missing;
     for (const std::string& name : uncovered(file, names)) {
         missing += (missing.empty() ? "" : ", ") + name;
@@ -118,7 +118,7 @@ std::vector<std::string> faultsOf(const CertificateFiles& files, const std::vect
                                   std::time_t now) {
     const auto chain = readChain(files.certificate);
     const auto key = readKey(files.key);
-    Faults faults;
+    Texts faults;
     for (const Outcome& outcome : {chain.outcome(), key.outcome()}) {
         if (!outcome.ok()) {
             faults.push_back(outcome.message);

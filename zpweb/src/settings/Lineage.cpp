@@ -39,7 +39,8 @@ std::string fromDirectory(const std::string& directory, const std::string& targe
 }
 
 // The number of the file that holds the certificate; empty when none does.
-std::string numberOf(const std::string& directory, const Numbered& link, const std::string& fingerprint) {
+std::string archivedNumber(const std::string& directory, const Numbered& link,
+                           const std::string& fingerprint) {
     const std::string archive = directoryOf(fromDirectory(directory, link.before));
     const std::string stem = nameOf(link.before);
     for (const std::string& name : entriesOf(archive)) {
@@ -81,7 +82,7 @@ Outcome leadBack(const std::string& certificate, const std::string& fingerprint)
     }
     const auto target = linkTarget(pathIn(*held, nameOf(certificate)));
     const auto link = target ? numberedFrom(*target) : std::nullopt;
-    const std::string number = link ? numberOf(directory, *link, fingerprint) : "";
+    const std::string number = link ? archivedNumber(directory, *link, fingerprint) : "";
     if (number.empty()) {
         return failure(certificate +
                        " keeps the new certificate, as the one before it is not at hand: put that back "

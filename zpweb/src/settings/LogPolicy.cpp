@@ -19,7 +19,7 @@ namespace zpweb {
 namespace {
 
 constexpr const char* Title = "# Logs of websites. Written by zpweb: log policy.\n# ";
-constexpr const char* Directory = "/etc/logrotate.d";
+constexpr const char* RotationDirectory = "/etc/logrotate.d";
 
 SortedJson documentOf(const LogPolicies& policies) {
     SortedJson json = SortedJson::object();
@@ -187,8 +187,8 @@ std::string PolicyList::sharedWithOther(const std::string& site, const LogPolicy
 
 std::vector<Rotation> otherRotations() {
     std::vector<Rotation> rotations;
-    for (const std::string& name : entriesOf(Directory)) {
-        if (const std::string file = std::string(Directory) + "/" + name; file != LogPolicyFile) {
+    for (const std::string& name : entriesOf(RotationDirectory)) {
+        if (const std::string file = std::string(RotationDirectory) + "/" + name; file != LogPolicyFile) {
             addRotations(rotations, file);
         }
     }

@@ -9,7 +9,7 @@ namespace zpweb {
 
 namespace {
 
-constexpr const char* Asked = "zpweb-asks?a=%2F";
+constexpr const char* ProbePath = "zpweb-asks?a=%2F";
 
 std::string authority(const std::string& scheme, const std::string& host, int port) {
     const int usual = scheme == "https" ? 443 : 80;
@@ -23,10 +23,10 @@ struct Expectation {
 
 void expectPath(std::vector<Expectation>& expected, Request request, const PathRedirect& path) {
     const std::string below = path.path == "/" ? "/" : path.path + "/";
-    request.path = below + Asked;
+    request.path = below + ProbePath;
     std::string to = path.to;
     if (path.keepPath) {
-        to = (to.ends_with('/') ? to.substr(0, to.size() - 1) : to) + "/" + Asked;
+        to = (to.ends_with('/') ? to.substr(0, to.size() - 1) : to) + "/" + ProbePath;
     }
     expected.push_back({request, to});
 }
@@ -41,7 +41,7 @@ std::vector<Expectation> expectations(const RedirectSetting& setting, const Requ
         whole = whole || path.path == "/";
     }
     Request request = start;
-    request.path = std::string("/") + Asked;
+    request.path = std::string("/") + ProbePath;
     const std::string host = setting.canonical.empty() ? name : setting.canonical;
     const bool toHttps = setting.httpsPort != 0 && !start.tls;
     if (whole || (!toHttps && (setting.canonical.empty() || name == host))) {

@@ -7,7 +7,7 @@ namespace zpweb {
 
 namespace {
 
-constexpr size_t Block = 4096;
+constexpr size_t PieceSize = 4096;
 
 // By blocks first, which takes most of the way.
 size_t equalFront(std::string_view a, std::string_view b, size_t length) {
@@ -15,8 +15,8 @@ size_t equalFront(std::string_view a, std::string_view b, size_t length) {
         return length;
     }
     size_t at = 0;
-    while (at + Block <= length && std::memcmp(a.data() + at, b.data() + at, Block) == 0) {
-        at += Block;
+    while (at + PieceSize <= length && std::memcmp(a.data() + at, b.data() + at, PieceSize) == 0) {
+        at += PieceSize;
     }
     while (at < length && a[at] == b[at]) {
         ++at;
@@ -31,8 +31,9 @@ size_t equalBack(std::string_view a, std::string_view b, size_t length) {
         return length;
     }
     size_t at = 0;
-    while (at + Block <= length && std::memcmp(one - at - Block, other - at - Block, Block) == 0) {
-        at += Block;
+    while (at + PieceSize <= length &&
+           std::memcmp(one - at - PieceSize, other - at - PieceSize, PieceSize) == 0) {
+        at += PieceSize;
     }
     while (at < length && *(one - at - 1) == *(other - at - 1)) {
         ++at;

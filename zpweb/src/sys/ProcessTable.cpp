@@ -85,13 +85,13 @@ std::vector<std::string> wordsOfProcess(pid_t pid) {
 
 std::string executableOf(pid_t pid) {
     // Of a program that was replaced by another version.
-    constexpr std::string_view Deleted = " (deleted)";
+    constexpr std::string_view DeletedMark = " (deleted)";
     std::array<char, PATH_MAX> target{};
     if (::readlink(procFile(pid, "exe").c_str(), target.data(), target.size() - 1) <= 0) {
         return {};
     }
     std::string path(target.data());
-    return path.ends_with(Deleted) ? path.substr(0, path.size() - Deleted.size()) : path;
+    return path.ends_with(DeletedMark) ? path.substr(0, path.size() - DeletedMark.size()) : path;
 }
 
 bool isOurs(pid_t pid) {

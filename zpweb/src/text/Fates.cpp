@@ -10,7 +10,7 @@ namespace {
 
 // The section of each line: the line that opens it, which is that of its closing tag, too; None for those
 // of the block itself, which is the first line.
-std::vector<size_t> sectionsOf(const std::vector<std::string>& lines) {
+std::vector<size_t> sectionLines(const std::vector<std::string>& lines) {
     std::vector<size_t> sections, open{None};
     for (size_t i = 0; i < lines.size(); ++i) {
         sections.push_back(open.back());
@@ -26,7 +26,7 @@ std::vector<size_t> sectionsOf(const std::vector<std::string>& lines) {
 // What tells lines apart: what they say, and in which sections. The same terms in another section are
 // others.
 std::vector<std::string> keysOf(const std::vector<std::string>& lines) {
-    const std::vector<size_t> sections = sectionsOf(lines);
+    const std::vector<size_t> sections = sectionLines(lines);
     std::vector<std::string> keys;
     for (size_t i = 0; i < lines.size(); ++i) {
         keys.push_back((sections[i] == None ? "" : keys[sections[i]] + "\n") + lines[i]);
@@ -35,10 +35,13 @@ std::vector<std::string> keysOf(const std::vector<std::string>& lines) {
 }
 
 // Pairs what was changed between lines that stayed.
-class Pairing {
+class SectionPairs {
 public:
-    Pairing(const std::vector<std::string>& shown, const std::vector<std::string>& made)
-        : shown_(shown), made_(made), sectionsShown_(sectionsOf(shown)), sectionsMade_(sectionsOf(made)) {}
+    SectionPairs(const std::vector<std::string>& shown, const std::vector<std::string>& made)
+        : shown_(shown),
+          made_(made),
+          sectionsShown_(sectionLines(shown)),
+          sectionsMade_(sectionLines(made)) {}
 
     void pairChanged(Fates& fates, Range shown, Range made) const {
         for (size_t j = made.first; j < made.end; ++j) {
@@ -72,7 +75,7 @@ std::string_view keywordOf(std::string_view line) { return zp::conf::upTo(line, 
 
 Fates fatesOf(const std::vector<std::string>& shown, const std::vector<std::string>& made) {
     Fates fates{std::vector<size_t>(made.size(), None), std::vector<size_t>(shown.size(), None)};
-    const Pairing pairing(shown, made);
+    const SectionPairs pairing(shown, made);
     Range gapOfShown{0, 0};
     Range gapOfMade{0, 0};
     std::vector<Pair> pairs = align(keysOf(shown), keysOf(made));

@@ -8,10 +8,10 @@ namespace zpweb {
 
 namespace {
 
-using Kind = ViewLine::Kind;
+using LineKind = ViewLine::Kind;
 using zp::conf::equalIgnoringCase;
 
-std::string plain(std::string_view line) {
+std::string withoutIndent(std::string_view line) {
     return std::string(zp::conf::trimEnd(zp::conf::skipSpace(withoutReturn(line))));
 }
 
@@ -58,7 +58,7 @@ LayBack::LayBack(const View& view, std::string_view result)
     : view_(view), statements_(view.statements()), shown_(view.lines()), replacements_(view.written()) {
     bool inBlock = false;  // what an operation writes outside of the block is none of the block's
     for (const std::string_view line : Lines(result).all) {
-        std::string text = plain(line);
+        std::string text = withoutIndent(line);
         inBlock = inBlock || zp::conf::beginsIgnoringCase(text, "<VirtualHost");
         const bool last = zp::conf::beginsIgnoringCase(text, "</VirtualHost");
         if (inBlock && !text.empty()) {
@@ -74,7 +74,7 @@ LayBack::LayBack(const View& view, std::string_view result)
     }
     std::vector<std::string> shown;
     for (const ViewLine& line : shown_) {
-        shown.push_back(plain(line.text));
+        shown.push_back(withoutIndent(line.text));
     }
     fates_ = fatesOf(shown, made_);
 }
@@ -99,11 +99,11 @@ void LayBack::lay(size_t made) {
     const size_t shown = fates_.made[made];
     const ViewLine* of = shown == None ? nullptr : &shown_[shown];
     const bool provided = of != nullptr && of->isProvided();
-    if (provided && of->kind == Kind::SectionOpens) {
+    if (provided && of->kind == LineKind::SectionOpens) {
         holds_ = true;
         filled_ = false;
         held_ = {line, std::string(ProvidedSection)};
-    } else if (provided && of->kind == Kind::SectionCloses) {
+    } else if (provided && of->kind == LineKind::SectionCloses) {
         holds_ = false;
         held_.push_back(line);
         for (size_t i = 0; filled_ && i < held_.size(); ++i) {
@@ -114,7 +114,7 @@ void LayBack::lay(size_t made) {
         filled_ = true;
     } else if (of == nullptr) {
         add(made, line, depths_[made]);
-    } else if (plain(of->text) != line) {
+    } else if (withoutIndent(of->text) != line) {
         change(shown, line);
     }
 }
@@ -123,11 +123,11 @@ void LayBack::removeShown(size_t shown) {
     const ViewLine& line = shown_[shown];
     for (const size_t i : line.statements) {
         const Statement& statement = statements_[i];
-        if (line.kind == Kind::SectionOpens && statement.end != None) {
+        if (line.kind == LineKind::SectionOpens && statement.end != None) {
             replacements_.remove({statement.written.data(),
                                   static_cast<size_t>(behind(statement.end) - statement.written.data())});
-        } else if (line.kind == Kind::Names) {
-            takeAway(statement, namesOn(plain(line.text)));
+        } else if (line.kind == LineKind::Names) {
+            takeAway(statement, namesOn(withoutIndent(line.text)));
         } else {
             removeStatement(statement);
         }
@@ -137,17 +137,17 @@ void LayBack::removeShown(size_t shown) {
 // Those that were provided, of which the view has shown lines, and of which none is left.
 void LayBack::removeEmptySections() {
     for (size_t i = 0; i + 2 < shown_.size(); ++i) {
-        const bool section = shown_[i].kind == Kind::SectionOpens && !shown_[i].isProvided();
+        const bool section = shown_[i].kind == LineKind::SectionOpens && !shown_[i].isProvided();
         const size_t opening = section ? shown_[i].statements.front() : 0;
         const size_t end = section ? statements_[opening].end : 0;
         size_t gone = 0;
-        while (section && shown_[i + gone + 1].kind == Kind::Directive &&
+        while (section && shown_[i + gone + 1].kind == LineKind::Directive &&
                fates_.shown[i + gone + 1] == None) {
             ++gone;
         }
         size_t marks = 0;
         for (size_t statement = opening + 1; gone > 0 && statement < end; ++statement) {
-            marks += plain(statements_[statement].written) == ProvidedSection ? 1 : 0;
+            marks += withoutIndent(statements_[statement].written) == ProvidedSection ? 1 : 0;
         }
         if (marks > 0 && opening + gone + marks + 1 == end) {
             const char* const begin = statements_[opening].written.data();
@@ -164,11 +164,11 @@ void LayBack::removeStatement(const Statement& statement) {
 
 void LayBack::change(size_t shown, const std::string& to) {
     const ViewLine& line = shown_[shown];
-    if (line.kind == Kind::Opening) {
+    if (line.kind == LineKind::Opening) {
         changeAddress(to);
-    } else if (line.kind == Kind::Names) {
+    } else if (line.kind == LineKind::Names) {
         changeNames(line, to);
-    } else if (line.kind == Kind::Directive || line.kind == Kind::SectionOpens) {
+    } else if (line.kind == LineKind::Directive || line.kind == LineKind::SectionOpens) {
         changeWords(line, to);
     }
 }
@@ -187,7 +187,7 @@ void LayBack::changeAddress(const std::string& to) {
 }
 
 void LayBack::changeNames(const ViewLine& line, const std::string& to) {
-    const std::vector<std::string> before = namesOn(plain(line.text));
+    const std::vector<std::string> before = namesOn(withoutIndent(line.text));
     const std::vector<std::string> after = namesOn(to);
     std::string added;
     for (const std::string& name : without(after, before)) {
@@ -241,7 +241,7 @@ void LayBack::takeAway(const Statement& statement, const std::vector<std::string
 void LayBack::changeWords(const ViewLine& line, const std::string& to) {
     const Statement& statement = statements_[line.statements.front()];
     const std::vector<Word> words = statement.words();
-    const std::string before = plain(line.text);
+    const std::string before = withoutIndent(line.text);
     const std::vector<Word> shown = writtenWords(argumentsOf(before));
     const std::string_view arguments = argumentsOf(to);
     const std::vector<Word> wanted = writtenWords(arguments);

@@ -8,7 +8,7 @@ namespace zpweb {
 
 namespace {
 
-using Kind = ViewLine::Kind;
+using LineKind = ViewLine::Kind;
 
 constexpr const char* UsualUnit = "    ";
 
@@ -51,16 +51,16 @@ const char* LayBack::placeFor(size_t made) const {
     const size_t next = neighbour(made, +1);
     if (next != None) {
         const ViewLine& line = shown_[next];
-        if (line.kind == Kind::Closing && line.behind < statements_.size()) {
+        if (line.kind == LineKind::Closing && line.behind < statements_.size()) {
             return statements_[line.behind].written.data();
         }
-        if (!line.isProvided() && line.kind == Kind::SectionCloses) {
+        if (!line.isProvided() && line.kind == LineKind::SectionCloses) {
             return statements_[line.statements.front()].written.data();
         }
-        if (!line.isProvided() && line.kind == Kind::SectionOpens) {
+        if (!line.isProvided() && line.kind == LineKind::SectionOpens) {
             return statements_[outermost(line.statements.front())].written.data();
         }
-        if (line.kind == Kind::SectionOpens && line.behind < statements_.size()) {
+        if (line.kind == LineKind::SectionOpens && line.behind < statements_.size()) {
             return statements_[line.behind].written.data();
         }
     }
@@ -84,7 +84,7 @@ const char* LayBack::behind(size_t statement) const {
 bool LayBack::isAround(size_t section) const {
     return section != view_.level() && section != None &&
            std::none_of(shown_.begin(), shown_.end(), [section](const ViewLine& line) {
-               return line.kind == Kind::SectionOpens && !line.isProvided() &&
+               return line.kind == LineKind::SectionOpens && !line.isProvided() &&
                       line.statements.front() == section;
            });
 }
@@ -110,7 +110,7 @@ std::string LayBack::indentation(size_t made, size_t depth) const {
     std::string indentation = childIndentation();
     size_t outer = 1;  // the depth that this is the indentation of
     const size_t next = depth > 1 ? neighbour(made, +1) : None;
-    if (next != None && shown_[next].kind == Kind::SectionCloses && !shown_[next].isProvided()) {
+    if (next != None && shown_[next].kind == LineKind::SectionCloses && !shown_[next].isProvided()) {
         indentation = insideOf(shown_[next].statements.front());
         outer = depths_[fates_.shown[next]] + 1;
     }

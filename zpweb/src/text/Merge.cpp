@@ -10,11 +10,11 @@ namespace zpweb {
 
 namespace {
 
-constexpr size_t None = static_cast<size_t>(-1);
+constexpr size_t NoPartner = static_cast<size_t>(-1);
 
-// Which line of the other text each line of the base is; None for one that is not there any more.
+// Which line of the other text each line of the base is; NoPartner for one that is not there any more.
 std::vector<size_t> partners(const Lines& base, const Lines& other) {
-    std::vector<size_t> partner(base.size(), None);
+    std::vector<size_t> partner(base.size(), NoPartner);
     for (const Pair& pair : align(base.all, other.all)) {
         partner[pair.before] = pair.after;
     }
@@ -52,7 +52,7 @@ std::optional<std::string> mergedChanges(std::string_view base, std::string_view
     Range r{0, 0};
     for (; o.end <= old.size(); ++o.end) {
         const bool atEnd = o.end == old.size();
-        if (!atEnd && (inLeft[o.end] == None || inRight[o.end] == None)) {
+        if (!atEnd && (inLeft[o.end] == NoPartner || inRight[o.end] == NoPartner)) {
             continue;
         }
         l.end = atEnd ? left.size() : inLeft[o.end];

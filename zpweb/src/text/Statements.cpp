@@ -9,7 +9,7 @@ namespace zpweb {
 namespace {
 
 using zp::conf::equalIgnoringCase;
-using Kind = Statement::Kind;
+using StatementKind = Statement::Kind;
 
 std::string_view tagName(std::string_view text) {
     constexpr std::string_view Ends = " \t\r\v\f\n>\\";
@@ -37,7 +37,7 @@ public:
             return statement;
         }
         if (text.front() == '#') {
-            statement.kind = Kind::Comment;
+            statement.kind = StatementKind::Comment;
             return statement;
         }
         std::string_view rest = text;
@@ -45,7 +45,7 @@ public:
         if (!word) {
             return statement;
         }
-        statement.kind = Kind::Directive;
+        statement.kind = StatementKind::Directive;
         statement.name = plain(word->written);
         statement.arguments = text.front() == '<' ? text.substr(word->written.size()) : rest;
         if (statement.name.starts_with('<')) {
@@ -58,8 +58,8 @@ private:
     // What stands between the tag's name and the last ">" are its arguments.
     static void readTag(Statement& statement) {
         std::string_view& name = statement.name;
-        statement.kind = name.starts_with("</") ? Kind::Closes : Kind::Opens;
-        name = zp::conf::upTo(name.substr(statement.kind == Kind::Closes ? 2 : 1), ">");
+        statement.kind = name.starts_with("</") ? StatementKind::Closes : StatementKind::Opens;
+        name = zp::conf::upTo(name.substr(statement.kind == StatementKind::Closes ? 2 : 1), ">");
         std::string_view& arguments = statement.arguments;
         arguments = arguments.substr(0, std::min(arguments.rfind('>'), arguments.size()));
     }
@@ -81,7 +81,7 @@ public:
 
     void take(Statement& statement) {
         const size_t self = all_.size();
-        if (statement.kind == Kind::Closes) {
+        if (statement.kind == StatementKind::Closes) {
             close(statement, self);
         }
         statement.section = open_.empty() ? None : open_.back();
@@ -89,7 +89,7 @@ public:
         if (statement.section != None && isPassedOver(all_[statement.section])) {
             statement.scope = all_[statement.section].scope;
         }
-        if (statement.kind == Kind::Opens) {
+        if (statement.kind == StatementKind::Opens) {
             open_.push_back(self);
         }
     }
@@ -121,11 +121,11 @@ private:
 }  // namespace
 
 bool Statement::is(std::string_view keyword) const {
-    return kind == Kind::Directive && equalIgnoringCase(name, keyword);
+    return kind == StatementKind::Directive && equalIgnoringCase(name, keyword);
 }
 
 bool Statement::opens(std::string_view section_) const {
-    return kind == Kind::Opens && equalIgnoringCase(name, section_);
+    return kind == StatementKind::Opens && equalIgnoringCase(name, section_);
 }
 
 std::string_view Statement::indentation() const {

@@ -10,7 +10,7 @@ namespace zpweb {
 
 namespace {
 
-using Kind = ViewLine::Kind;
+using LineKind = ViewLine::Kind;
 
 std::string openingLine(const std::string& address) { return "<VirtualHost " + address + ">"; }
 
@@ -26,9 +26,9 @@ View::View(std::string_view text, Statements statements, std::string domain, std
     : text_(text), statements_(std::move(statements)), level_(level), domain_(std::move(domain)) {
     const size_t end = level == None || statements_.size() == 0 ? None : statements_[0].end;
     const bool closed = end != None;
-    lines_.push_back({Kind::Opening, openingLine(address.empty() ? "*" : address), {}, 0});
-    lines_.push_back({Kind::Name, "\tServerName " + domain_, {}, 0});
-    lines_.push_back({Kind::Closing, "</VirtualHost>", {}, closed ? end : statements_.size()});
+    lines_.push_back({LineKind::Opening, openingLine(address.empty() ? "*" : address), {}, 0});
+    lines_.push_back({LineKind::Name, "\tServerName " + domain_, {}, 0});
+    lines_.push_back({LineKind::Closing, "</VirtualHost>", {}, closed ? end : statements_.size()});
     for (size_t i = 0; i < statements_.size(); ++i) {
         if (isOwn(statements_[i]) && statements_[i].is("ServerName")) {
             lines_[1].behind = i;
@@ -48,7 +48,7 @@ void View::insert(ViewLine line) {
     const size_t place = line.isProvided() ? line.behind : line.statements.front();
     const auto follows = [&](const ViewLine& other) {
         return (other.isProvided() ? other.behind : other.statements.front()) > place ||
-               other.kind == Kind::Closing;
+               other.kind == LineKind::Closing;
     };
     lines_.insert(std::find_if(first, lines_.end(), follows), std::move(line));
 }
@@ -59,13 +59,13 @@ void View::showAs(const StatementTest& wanted, const std::function<std::string(c
     for (size_t i = 0; i < statements_.size(); ++i) {
         const Statement& statement = statements_[i];
         if (isOwn(statement) && statement.kind == Statement::Kind::Directive && wanted(statement)) {
-            insert({Kind::Directive, "\t" + form(statement), {i}, i});
+            insert({LineKind::Directive, "\t" + form(statement), {i}, i});
         }
     }
 }
 
 void View::showNames(std::string_view directive, const std::function<bool(const std::string&)>& wanted) {
-    ViewLine line{Kind::Names, "\t" + std::string(directive), {}, lines_[1].behind};
+    ViewLine line{LineKind::Names, "\t" + std::string(directive), {}, lines_[1].behind};
     for (size_t i = 0; i < statements_.size(); ++i) {
         if (isOwn(statements_[i]) && statements_[i].is(directive)) {
             line.statements.push_back(i);
@@ -88,7 +88,7 @@ void View::showSections(const StatementTest& wanted, const StatementTest& inner)
         if (i >= end) {
             if (opens && isOwn(statement) && wanted(statement)) {
                 end = statement.end + 1;
-                insert({Kind::SectionOpens, "\t" + canonical(statement), {i}, i});
+                insert({LineKind::SectionOpens, "\t" + canonical(statement), {i}, i});
             }
             continue;
         }
@@ -114,23 +114,23 @@ bool View::isOfCondition(size_t i) const {
 void View::showInner(size_t i, const StatementTest& inner) {
     const Statement& statement = statements_[i];
     if (statement.kind == Statement::Kind::Closes) {
-        insert({Kind::SectionCloses, "\t" + canonical(statement), {i}, i});
+        insert({LineKind::SectionCloses, "\t" + canonical(statement), {i}, i});
     } else if (statement.kind == Statement::Kind::Opens && statement.end != None) {
-        insert({Kind::SectionOpens, "\t\t" + canonical(statement), {i}, i});
+        insert({LineKind::SectionOpens, "\t\t" + canonical(statement), {i}, i});
     } else if (statement.kind == Statement::Kind::Directive && (!inner || inner(statement))) {
-        insert({Kind::Directive, "\t\t" + canonical(statement), {i}, i});
+        insert({LineKind::Directive, "\t\t" + canonical(statement), {i}, i});
     }
 }
 
 void View::provide(const std::string& line) {
-    lines_.insert(lines_.begin() + 2, {Kind::Name, "\t" + line, {}, lines_[1].behind});
+    lines_.insert(lines_.begin() + 2, {LineKind::Name, "\t" + line, {}, lines_[1].behind});
 }
 
 void View::provideDirectory(const std::string& path) {
     const size_t last = lines_.back().behind;
     const auto at = lines_.end() - 1;
-    lines_.insert(at, {{Kind::SectionOpens, "\t<Directory \"" + path + "\">", {}, last},
-                       {Kind::SectionCloses, "\t</Directory>", {}, last}});
+    lines_.insert(at, {{LineKind::SectionOpens, "\t<Directory \"" + path + "\">", {}, last},
+                       {LineKind::SectionCloses, "\t</Directory>", {}, last}});
 }
 
 std::string View::laidBack(std::string_view result) const { return LayBack(*this, result).text(); }

@@ -26,7 +26,7 @@ std::string keyOf(std::string_view name) {
     return key;
 }
 
-bool isSuspended(const Block& block) {
+bool blockIsSuspended(const Block& block) {
     return zp::conf::equalIgnoringCase(block.root, "message.htm") ||
            zp::conf::contains(block.text, "/suspended.conf");
 }
@@ -64,7 +64,7 @@ std::vector<Site> sitesOf(const Configuration& configuration) {
 std::string documentName(const Site& site) { return keyOf(site.name()); }
 
 const char* stateOf(const Site& site) {
-    return site.isStopped() ? "stopped" : isSuspended(*site.first().block) ? "suspended" : "running";
+    return site.isStopped() ? "stopped" : blockIsSuspended(*site.first().block) ? "suspended" : "running";
 }
 
 Expected<SiteState> readSite(Output& output, const Site& site) {

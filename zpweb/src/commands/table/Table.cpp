@@ -9,8 +9,10 @@ namespace zpweb {
 
 namespace {
 
+using Maker = Command (*)();
+
 // In the order of the manual; what serves the panel alone stands last.
-constexpr Command (*Makers[])() = {
+constexpr Maker Makers[] = {
     siteCreate,      siteDelete,      siteStart,        siteStop,       siteStatus,     siteEnable,
     siteDisable,     siteMove,        siteRename,       siteList,       siteShow,       siteSet,
     siteSuspend,     siteResume,      sitePort,         hostAdd,        hostRemove,     addressList,
@@ -29,7 +31,7 @@ constexpr Command (*Makers[])() = {
     suphpOff,        limitsOn,        serverPanelPort,
 };
 
-Command made(Command (*maker)()) {
+Command made(Maker maker) {
     Command command = maker();
     if (command.needsSecret) {
         command.parameters.push_back(PasswordFile);
