@@ -12,7 +12,7 @@ namespace zpweb {
 
 namespace {
 
-constexpr auto OfSite = maybe("SITE", Kind::Site, "The site's name");
+constexpr auto LogsOf = maybe("SITE", Kind::Site, "The site's name");
 constexpr auto All = flag("--all", "Each site whose logs nothing else rotates");
 constexpr auto Daily = flag("--daily", "Rotate them each day (so without --weekly and --monthly)");
 constexpr auto Weekly = flag("--weekly", "Rotate them each week");
@@ -65,7 +65,7 @@ std::vector<std::string> sitesOf(const Configuration& configuration) {
 
 // One whose policy goes may be gone itself.
 Expected<std::vector<std::string>> sitesAsked(const Transaction& change, const Arguments& given) {
-    const auto asked = given[OfSite];
+    const auto asked = given[LogsOf];
     if (asked.has_value() == given[All]) {
         return failure(Status::Usage, "log policy: expected SITE or --all");
     }
@@ -148,7 +148,7 @@ Command logPolicy() {
         .words = "log policy",
         .summary = "Tell how long the logs of websites are kept",
         .action = setPolicy,
-        .parameters = {OfSite, All, Daily, Weekly, Monthly, Keep, LargerThan, Off},
+        .parameters = {LogsOf, All, Daily, Weekly, Monthly, Keep, LargerThan, Off},
         .more =
             "logrotate does the work, by the file /etc/logrotate.d/zpweb; the server is reloaded once for "
             "all sites with the same policy.",

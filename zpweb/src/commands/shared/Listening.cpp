@@ -16,7 +16,7 @@ namespace zpweb {
 
 namespace {
 
-constexpr const char* Any = "*";
+constexpr const char* AnyAddress = "*";
 
 bool isUsable(const std::string& address) { return typedValue(Kind::Listener, "", address, "").ok(); }
 
@@ -24,7 +24,7 @@ bool isUsable(const std::string& address) { return typedValue(Kind::Listener, ""
 
 std::string Listening::text() const { return zp::conf::inBrackets(address) + ":" + port; }
 
-std::string Listening::listenLine() const { return "Listen " + (address == Any ? port : text()); }
+std::string Listening::listenLine() const { return "Listen " + (address == AnyAddress ? port : text()); }
 
 std::string usualAddress(const Configuration& configuration, const std::string& port) {
     std::map<std::string, int> uses;
@@ -37,12 +37,12 @@ std::string usualAddress(const Configuration& configuration, const std::string& 
     const auto most = std::max_element(uses.begin(), uses.end(), [](const auto& one, const auto& other) {
         return one.second < other.second;
     });
-    return most == uses.end() ? Any : most->first;
+    return most == uses.end() ? AnyAddress : most->first;
 }
 
 Outcome isOfThisHost(const std::string& address) {
     constexpr int AnyPort = 0;
-    return address == Any || !isBusy({address, AnyPort})
+    return address == AnyAddress || !isBusy({address, AnyPort})
                ? done()
                : failure(Status::Refused,
                          "address " + inQuotes(address) +
@@ -53,7 +53,7 @@ bool isListening(const Configuration& configuration, const Listening& wanted) {
     const std::vector<Socket> sockets = askable(configuration);
     return std::any_of(sockets.begin(), sockets.end(), [&](const Socket& socket) {
         return std::to_string(socket.port) == wanted.port &&
-               (wanted.address == Any || takes(socket, wanted.address));
+               (wanted.address == AnyAddress || takes(socket, wanted.address));
     });
 }
 

@@ -27,7 +27,7 @@ namespace {
 constexpr std::string_view Packed = ".tar.gz";
 constexpr int MostOfAnHour = 1000;
 constexpr std::string_view RoomName = ".zpweb-rotate.";
-constexpr const char* Kept = ".kept";  // the log's second name, until its archive is whole
+constexpr const char* KeptName = ".kept";  // the log's second name, until its archive is whole
 
 bool isArchive(const std::string& name) { return name.ends_with(Packed); }
 
@@ -117,7 +117,7 @@ bool takeOutWithout(const std::vector<std::string>& archives, int room, int out,
     const bool gone = std::all_of(archives.begin(), archives.end(), [&](const std::string& name) {
         return ::unlinkat(room, name.c_str(), 0) == 0;
     });
-    return gone && moveToFree(room, Kept, out, aside, "").ok();
+    return gone && moveToFree(room, KeptName, out, aside, "").ok();
 }
 
 // What a run that was interrupted has left in its room comes out: the log, or when that is gone its
@@ -135,7 +135,7 @@ void empty(const State& state, int beside, const std::string& room, int out, con
     }
     std::vector<std::string> archives;
     std::copy_if(names->begin(), names->end(), std::back_inserter(archives), isArchive);
-    if (std::find(names->begin(), names->end(), Kept) != names->end()) {
+    if (std::find(names->begin(), names->end(), KeptName) != names->end()) {
         if (!takeOutWithout(archives, inside.number(), out, aside)) {
             return;
         }
@@ -181,7 +181,7 @@ bool isWhole(int room, const std::string& archive, const std::string& name) {
     const std::string path = zp::host::pathOf(room);
     // As the operation names it: with a dash before it, it would be an option.
     const std::string member = (name.starts_with('-') ? "./" : "") + name;
-    return ::linkat(room, Kept, room, name.c_str(), 0) == 0 &&
+    return ::linkat(room, KeptName, room, name.c_str(), 0) == 0 &&
            runProgram({"tar", "-dzf", path + "/" + archive, "-C", path, member}).ok();
 }
 
@@ -231,15 +231,15 @@ Outcome pack(Transaction& change, const std::string& site, const std::string& as
     const Room room(change.state(), directory->number());
     const std::string name = nameOf(log);
     const int inside = room.isOpen() ? room.directory().number() : -1;
-    if (inside < 0 || ::renameat(directory->number(), nameOf(aside).c_str(), inside, Kept) != 0) {
+    if (inside < 0 || ::renameat(directory->number(), nameOf(aside).c_str(), inside, KeptName) != 0) {
         return failure("cannot be packed: " + systemError(aside));
     }
-    if (!isOnlyName(inside, Kept)) {  // looked at where nobody else can change it any more
-        static_cast<void>(moveToFree(inside, Kept, directory->number(), nameOf(aside), ""));
+    if (!isOnlyName(inside, KeptName)) {  // looked at where nobody else can change it any more
+        static_cast<void>(moveToFree(inside, KeptName, directory->number(), nameOf(aside), ""));
         return failure(aside + ": no log of its own any more; it stays as it is");
     }
     // The operation lets go of the log however its packing ended.
-    Outcome packed = ::linkat(inside, Kept, inside, name.c_str(), 0) == 0
+    Outcome packed = ::linkat(inside, KeptName, inside, name.c_str(), 0) == 0
                          ? rotate(change, site, room.directory(), name, "ZIPandDEL")
                          : failure(systemError(aside));
     const auto found = room.archive();
@@ -248,7 +248,7 @@ Outcome pack(Transaction& change, const std::string& site, const std::string& as
     }
     const std::string& archive = *found;
     const bool whole = packed.ok() && !archive.empty() && isWhole(inside, archive, name);
-    if (!whole || ::unlinkat(inside, Kept, 0) != 0) {
+    if (!whole || ::unlinkat(inside, KeptName, 0) != 0) {
         ::unlinkat(inside, name.c_str(), 0);
         const std::vector<std::string> archives(archive.empty() ? 0 : 1, archive);
         static_cast<void>(takeOutWithout(archives, inside, directory->number(), nameOf(aside)));
