@@ -762,6 +762,13 @@ def test_the_catch_all_answers_for_unknown_names(server):
     assert server.get("unknown.invalid", TLS) == (421, "nobody here")
     server.do("undo")
     server.place("000-a", block("*:80", "before.example"))
+    Path("/etc/hosts").open("a").write("127.0.0.7 named.host\n")
+    server.place("hosts", block("named.host:80 nobody.invalid:80", "hosts.example"))
+    assert "whether TLS is spoken" in server.run("server", "catch-all", "on", "--no-check").err
+    [path.unlink() for path in server.tree.rglob("rooted.conf")]
+    server.do("server", "catch-all", "on", "--no-check")
+    assert server.get("unknown.invalid", ("http", "127.0.0.7"))[0] == 421
+    server.do("undo")
     answer = server.run("server", "catch-all", "on")
     assert answer.status == 3 and "is the first on " in answer.err, answer
 

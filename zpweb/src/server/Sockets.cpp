@@ -13,6 +13,7 @@
 #include "conf/Address.h"
 #include "conf/Text.h"
 #include "server/NameMap.h"
+#include "sys/Connection.h"
 #include "sys/Descriptor.h"
 #include "sys/Number.h"
 
@@ -39,7 +40,13 @@ std::optional<Socket> socketOf(std::string_view listen) {
 
 void take(std::vector<Socket>& sockets, const std::vector<std::string_view>& lines) {
     for (const std::string_view listen : lines) {
-        if (const auto socket = socketOf(listen)) {
+        const auto socket = socketOf(listen);
+        const auto addresses =
+            socket && !socket->host.empty() ? addressesFor(socket->host) : std::vector<std::string>();
+        for (const std::string& address : addresses) {
+            sockets.push_back({address, socket->port});
+        }
+        if (socket && addresses.empty()) {
             sockets.push_back(*socket);
         }
     }

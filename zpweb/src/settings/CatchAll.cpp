@@ -59,8 +59,9 @@ Addresses addressesServed(const Configuration& configuration, const Reading& rea
     return addresses;
 }
 
-// The same by the text alone.
-Addresses writtenAddresses(const Configuration& configuration) {
+// The same by the text alone. The first block of an address decides whether TLS is spoken there, and which
+// "SSLEngine" counts in it may depend on a condition.
+Expected<Addresses> writtenAddresses(const Configuration& configuration) {
     Addresses addresses;
     for (const auto& file : configuration.files()) {
         for (const Block& block : file->blocks()) {
@@ -75,11 +76,13 @@ Addresses writtenAddresses(const Configuration& configuration) {
             }
         }
     }
-    // Where one block speaks TLS all do.
-    std::erase_if(addresses.http, [&](const std::string& each) {
-        return std::find(addresses.https.begin(), addresses.https.end(), each) != addresses.https.end();
-    });
-    return addresses;
+    const auto both = std::find_first_of(addresses.http.begin(), addresses.http.end(),
+                                         addresses.https.begin(), addresses.https.end());
+    return both == addresses.http.end()
+               ? Expected(addresses)
+               : failure(Status::Refused, *both +
+                                              ": some of its blocks have SSLEngine on and others not; only "
+                                              "the server can tell whether TLS is spoken there");
 }
 
 std::string blockFor(const std::vector<std::string>& addresses, const std::string& lines) {
@@ -168,22 +171,25 @@ Outcome setCatchAll(Transaction& change, const std::string& page) {
         return failure(page + ": the server's user cannot read it");
     }
     const Reading* reading = change.live();
-    const Addresses addresses = reading != nullptr ? addressesServed(change.configuration(), *reading)
-                                                   : writtenAddresses(change.configuration());
-    if (addresses.http.empty() && addresses.https.empty()) {
+    const auto addresses = reading != nullptr ? Expected(addressesServed(change.configuration(), *reading))
+                                              : writtenAddresses(change.configuration());
+    if (!addresses.ok()) {
+        return addresses.outcome();
+    }
+    if (addresses->http.empty() && addresses->https.empty()) {
         return failure("the server has no site that a catch-all could stand before");
     }
     if (Outcome provided = requireModules(change, {"rewrite", "alias"}); !provided.ok()) {
         return provided;
     }
     std::string text = "# Answers for names that no site has. Written by zpweb: server catch-all.\n" +
-                       blockFor(addresses.http, answerLines(page));
-    if (!addresses.https.empty()) {
+                       blockFor(addresses->http, answerLines(page));
+    if (!addresses->https.empty()) {
         const auto tls = tlsLines(change);
         if (!tls.ok()) {
             return tls.outcome();
         }
-        text += blockFor(addresses.https, *tls + answerLines(page));
+        text += blockFor(addresses->https, *tls + answerLines(page));
     }
     change.asked().anyName = true;
     change.expect(ServerName, "first", isFirst);

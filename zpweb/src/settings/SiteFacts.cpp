@@ -83,14 +83,12 @@ std::vector<Endpoint> endpointsOf(const Place& place, const Reading* reading) {
     }
     for (const std::string& written :
          found.empty() ? addressesOf(*place.block) : std::vector<std::string>()) {
-        found.push_back(endpointOf(written));
-        std::string& address = found.back().address;
-        address = address == "localhost" ? "127.0.0.1" : address;
+        const Endpoint at = endpointOf(written);
+        for (const std::string& address :
+             at.address == "*" ? std::vector{at.address} : addressesFor(at.address)) {
+            found.push_back({address, at.port});
+        }
     }
-    // What another name stands for is the server's to know, which passes over one that stands for nothing.
-    std::erase_if(found, [](const Endpoint& each) {
-        return each.address.find_first_not_of("0123456789abcdefABCDEF:.*") != std::string::npos;
-    });
     return found;
 }
 

@@ -1,6 +1,7 @@
 #include "sys/Connection.h"
 
 #include <arpa/inet.h>
+#include <netdb.h>
 #include <netinet/in.h>
 #include <openssl/ssl.h>
 #include <sys/socket.h>
@@ -55,6 +56,28 @@ Outcome notConnected(const Peer& peer) {
 }
 
 }  // namespace
+
+std::vector<std::string> addressesFor(const std::string& host) {
+    if (systemAddress(host, 0)) {
+        return {host};
+    }
+    addrinfo wanted{};
+    wanted.ai_socktype = SOCK_STREAM;
+    addrinfo* found = nullptr;
+    std::vector<std::string> addresses;
+    if (::getaddrinfo(host.c_str(), nullptr, &wanted, &found) != 0) {
+        return addresses;
+    }
+    for (const addrinfo* each = found; each != nullptr; each = each->ai_next) {
+        std::array<char, NI_MAXHOST> text{};
+        if (::getnameinfo(each->ai_addr, each->ai_addrlen, text.data(), text.size(), nullptr, 0,
+                          NI_NUMERICHOST) == 0) {
+            addresses.emplace_back(text.data());
+        }
+    }
+    ::freeaddrinfo(found);
+    return addresses;
+}
 
 void Connection::Free::operator()(SSL_CTX* context) const { SSL_CTX_free(context); }
 void Connection::Free::operator()(SSL* session) const { SSL_free(session); }

@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "sys/Descriptor.h"
 #include "sys/Outcome.h"
@@ -21,6 +22,10 @@ struct Peer {
     std::chrono::milliseconds patience{5000};  // with each step; with a whole answer, twice of it
     bool perhapsBalanced = false;              // it may want a PROXY protocol line before all else
 };
+
+// The addresses that a host's name stands for, as the server finds them out: none where nobody knows it. Of
+// an address, itself.
+std::vector<std::string> addressesFor(const std::string& host);
 
 class Connection {
 public:
