@@ -261,12 +261,22 @@ Use Host "$(x)"
 </VirtualHost>
 """)
     sites = machine.do("site", "list", "--json").json["sites"]
-    nameless = f"{machine.conf}:{next(i for i, line in enumerate(machine.text().splitlines(), 1) if '_default_' in line)}"
+    number = next(i for i, line in enumerate(machine.text().splitlines(), 1) if '_default_' in line)
+    nameless = f"{machine.conf}:{number}"
     assert [(site["name"], site["state"], site["blocks"][0]["tls"]) for site in sites] == [
         ("last.example", "running", False), ("stopped.example", "stopped", False), ("perl.example", "stopped", False), ("defined.example", "running", True),
         (nameless, "running", False)]
     machine.do("host", "add", nameless, "nameless.example", *FAST)
     assert "<VirtualHost _default_:80>\n  ServerAlias nameless.example\n  DocumentRoot" in machine.text()
+    machine.do("site", "suspend", nameless, *FAST)
+    other = "<VirtualHost 127.0.0.2:80>\n</VirtualHost>\n"  # comes to its line
+    lines = machine.text().splitlines(True)
+    machine.conf.write_text("".join(lines[:number - 1]) + other + "".join(lines[number - 1:]))
+    machine.do("site", "suspend", nameless, *FAST)
+    assert len(list(machine.root.glob("zpweb.d/*/*"))) == 2
+    for each in nameless, f"{machine.conf}:{number + 3}":
+        machine.do("site", "resume", each, *FAST)
+    assert not (machine.root / "zpweb.d").exists()
 
 
 @pytest.mark.parametrize("name", ["${NAME}", "{{name}}", "@NAME@", "<name>"])
