@@ -14,6 +14,9 @@
 #include "server/Postconditions.h"
 #include "sys/Connection.h"
 #include "sys/File.h"
+#include "sys/Number.h"
+#include "sys/Process.h"
+#include "sys/ProcessTable.h"
 
 namespace zpweb {
 namespace {
@@ -186,6 +189,18 @@ TEST(Connection, WaitsForNoEndOfWhatDrips) {
     EXPECT_LT(std::chrono::steady_clock::now() - begun, 3s);
     connection = failure("closed");
     drip.join();
+}
+
+// A control script's server is a process of its own.
+TEST(Running, EndsInTimeWithAllThatItHasStarted) {
+    using namespace std::chrono_literals;
+    const auto ended = Running({"/bin/sh", "-c", "sleep 1000 & echo $!; wait"}, 300ms).end();
+    EXPECT_EQ(ended.status, -1);
+    const pid_t child = leadingNumber(ended.output);
+    for (int i = 0; i < 100 && isAlive(child); ++i) {
+        std::this_thread::sleep_for(10ms);
+    }
+    EXPECT_FALSE(isAlive(child));
 }
 
 // The first redirection is the one that answers; a port is the one that is asked about and no longer one.

@@ -19,13 +19,14 @@
 #include <sstream>
 #include <utility>
 
+#include "sys/ProcessTable.h"
+
 namespace zpweb {
 
 namespace {
 
-constexpr int BetweenCalls = 100;           // milliseconds
-constexpr useconds_t BetweenLooks = 1000;   // microseconds
-constexpr std::chrono::minutes Longest{5};  // of a program that others may make wait
+constexpr int BetweenCalls = 100;          // milliseconds
+constexpr useconds_t BetweenLooks = 1000;  // microseconds
 
 pid_t start(const std::vector<std::string>& words, int output, int errors) {
     std::vector<char*> arguments;
@@ -82,6 +83,15 @@ std::string readPipe(int pipe, pid_t pid, int& status, const std::function<void(
     return output;
 }
 
+// A control script's server is a process of its own.
+void endWithChildren(pid_t pid) {
+    ::kill(pid, SIGSTOP);  // it starts no other one meanwhile
+    for (const pid_t child : childrenOf(pid)) {
+        endWithChildren(child);
+    }
+    ::kill(pid, SIGKILL);
+}
+
 // The whole text of a file that has no name.
 std::string textOf(const Descriptor& file) {
     struct stat status {};
@@ -107,13 +117,14 @@ bool looksAs(const passwd& account) {
 
 }  // namespace
 
-Running::Running(const std::vector<std::string>& words)
-    : output_(::memfd_create("output", MFD_CLOEXEC)),
+Running::Running(const std::vector<std::string>& words, std::chrono::milliseconds longest)
+    : longest_(longest),
+      output_(::memfd_create("output", MFD_CLOEXEC)),
       errors_(::memfd_create("errors", MFD_CLOEXEC)),
       pid_(start(words, output_.number(), errors_.number())) {}
 
 Running::Ended Running::end(const std::function<void()>& waiting) {
-    const auto until = std::chrono::steady_clock::now() + Longest;
+    const auto until = std::chrono::steady_clock::now() + longest_;
     int status = 0;
     pid_t ended = 0;
     while (pid_ > 0 && (ended = ::waitpid(pid_, &status, WNOHANG)) != pid_) {
@@ -124,7 +135,7 @@ Running::Ended Running::end(const std::function<void()>& waiting) {
             waiting();
         }
         if (std::chrono::steady_clock::now() > until) {
-            ::kill(pid_, SIGKILL);
+            endWithChildren(pid_);
         }
         ::usleep(BetweenLooks);
     }

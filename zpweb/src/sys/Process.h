@@ -1,6 +1,7 @@
 // Programs that are run, and the output of code that prints.
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <optional>
 #include <sstream>
@@ -25,16 +26,19 @@ Finished runProgram(const std::vector<std::string>& words, const std::function<v
 // A program that runs beside this one. What it prints is kept for its end.
 class Running {
 public:
-    explicit Running(const std::vector<std::string>& words);
+    // It is ended after this time, as others may make it wait.
+    explicit Running(const std::vector<std::string>& words,
+                     std::chrono::milliseconds longest = std::chrono::minutes(5));
 
     struct Ended {
         int status = -1;  // as in Finished
         std::string output, errors;
     };
-    // Waits for it, five minutes at most; once. `waiting` is called now and then meanwhile.
+    // Waits for it; once. `waiting` is called now and then meanwhile.
     Ended end(const std::function<void()>& waiting = {});
 
 private:
+    std::chrono::milliseconds longest_;
     Descriptor output_, errors_;
     pid_t pid_ = -1;
 };
