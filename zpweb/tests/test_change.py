@@ -566,6 +566,7 @@ def test_the_state_of_a_system_configuration_is_not_below_etc(machine):
     shutil.rmtree(state, ignore_errors=True)
     machine.conf.write_text(machine.text() + "Include ${INSTANCE}\n")
     shutil.copytree(machine.root, system)
+    state.mkdir(0o755)
     (system / "envvars").write_text("export INSTANCE=/etc/apache2-zpweb/own.conf\n")  # this instance's own
     (system / "own.conf").touch()
     change = system / ".zpweb/checkpoints/000001/change"
@@ -579,8 +580,9 @@ def test_the_state_of_a_system_configuration_is_not_below_etc(machine):
         machine.do("site", "start", "kept.example", "--conf", conf, "--no-check", conf=False)
         assert not (system / ".zpweb").exists() and state.stat().st_mode & 0o7777 == 0o700
         assert [p.name for p in sorted((state / "checkpoints").iterdir()) if p.name.isdigit()] == ["000001", "000002"]
-        machine.do("undo", "--conf", conf, conf=False)
-        assert conf.read_bytes() == stopped
+        (system / ".zpweb/checkpoints").mkdir(parents=True)
+        assert ".zpweb: the state of an earlier version" in machine.do("undo", "--conf", conf, conf=False).err
+        assert conf.read_bytes() == stopped and (system / ".zpweb").exists()
         assert len(machine.do("history", "--conf", conf, "--json", conf=False).json["changes"]) == 3
     finally:
         shutil.rmtree(system)

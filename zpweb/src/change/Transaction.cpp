@@ -42,7 +42,7 @@ Outcome Transaction::begin(std::shared_ptr<Lock> held) {
         }
         held = std::make_shared<Lock>(std::move(*lock));
     }
-    Outcome ready = settings_->dryRun ? done() : moveFromBefore(*state_);
+    Outcome ready = settings_->dryRun ? done() : moveFromBefore(*state_, *output_);
     ready = ready.ok() ? recover(*state_, *output_, settings_->dryRun) : ready;
     if (!ready.ok()) {
         return ready;

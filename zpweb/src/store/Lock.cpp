@@ -59,6 +59,14 @@ bool lockWithin(int file, std::chrono::milliseconds time) {
     return ::flock(file, LOCK_EX) == 0;
 }
 
+// Somebody may have made the directory for all to see.
+Outcome closeToOthers(const std::string& directory) {
+    constexpr mode_t Others = 077;
+    struct stat status {};
+    const bool open = ::stat(directory.c_str(), &status) == 0 && (status.st_mode & Others) != 0;
+    return open && ::chmod(directory.c_str(), 0700) != 0 ? failure(systemError(directory)) : done();
+}
+
 // The file at `path` may have been removed and made anew while its old self was waited for.
 bool isStillAt(const std::string& path, int file) {
     struct stat open {};
@@ -78,6 +86,9 @@ Expected<Lock> Lock::take(const State& state, const Wait& wait) {
         lock.madeDirectory_ = ::mkdir(state.directory.c_str(), 0700) == 0;
         if (!lock.madeDirectory_ && errno != EEXIST) {
             return failure(systemError(state.directory));
+        }
+        if (Outcome closed = closeToOthers(state.directory); !closed.ok()) {
+            return closed;
         }
         lock.file_ =
             Descriptor(::open(state.lock().c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));

@@ -3,7 +3,9 @@
 #include <fcntl.h>
 #include <sys/file.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <iterator>
 
 #include "sys/Copy.h"
 #include "sys/Descriptor.h"
@@ -12,6 +14,9 @@
 namespace zpweb {
 
 namespace {
+
+// The journal comes last: it names checkpoints.
+constexpr const char* Kept[] = {"audit.log", "checkpoints", "released", "journal"};
 
 Outcome copyTree(const std::string& from, const std::string& to) {
     if (linkTarget(from) || !isDirectory(from)) {
@@ -27,7 +32,7 @@ Outcome copyTree(const std::string& from, const std::string& to) {
 }
 
 Outcome bring(const std::string& from, const std::string& to) {
-    if (!exists(from) || exists(to)) {
+    if (!exists(from)) {
         return done();
     }
     if (std::rename(from.c_str(), to.c_str()) == 0) {
@@ -36,12 +41,18 @@ Outcome bring(const std::string& from, const std::string& to) {
     const std::string fresh = to + ".new";
     removeTree(fresh);
     Outcome copied = copyTree(from, fresh);
-    return copied.ok() && std::rename(fresh.c_str(), to.c_str()) != 0 ? failure(systemError(to)) : copied;
+    if (copied.ok() && std::rename(fresh.c_str(), to.c_str()) != 0) {
+        return failure(systemError(to));
+    }
+    if (copied.ok()) {
+        removeTree(from);
+    }
+    return copied;
 }
 
 }  // namespace
 
-Outcome moveFromBefore(const State& state) {
+Outcome moveFromBefore(const State& state, Output& output) {
     const std::string before = state.before();
     if (before == state.directory || !isDirectory(before)) {
         return done();
@@ -50,8 +61,14 @@ Outcome moveFromBefore(const State& state) {
     if (lock.isOpen() && ::flock(lock.number(), LOCK_EX | LOCK_NB) != 0) {
         return failure(Status::Locked, "another run of zpweb is at work in " + before);
     }
-    // The journal comes last: it names checkpoints.
-    for (const char* name : {"audit.log", "checkpoints", "released", "journal"}) {
+    if (std::any_of(std::begin(Kept), std::end(Kept), [&](const char* name) {
+            return exists(before + "/" + name) && exists(state.directory + "/" + name);
+        })) {
+        output.note(before + ": the state of an earlier version, which is not used beside " +
+                    state.directory + "; it stays until it is removed");
+        return done();
+    }
+    for (const char* name : Kept) {
         if (Outcome brought = bring(before + "/" + name, state.directory + "/" + name); !brought.ok()) {
             return failure("cannot bring " + before + " to " + state.directory + ": " + brought.message);
         }

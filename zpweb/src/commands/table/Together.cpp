@@ -181,7 +181,7 @@ Expected<Turn> waitForTurn(Session& session, const std::string& text) {
     if (!request) {
         return turn;
     }
-    Outcome ready = moveFromBefore(state);
+    Outcome ready = moveFromBefore(state, session.output);
     ready = ready.ok() ? recover(state, session.output, false) : ready;
     if (!ready.ok()) {
         return ready;
