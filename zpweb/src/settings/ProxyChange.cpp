@@ -55,12 +55,25 @@ Expected<Connection> connectedTo(const Url& url) {
     return Connection::to({at.address, at.port});
 }
 
-// The server answers 500 then, as an application may.
-Outcome speaksItsScheme(Connection& application, const Url& url, const std::string& host) {
-    Outcome spoken = url.scheme == "https" ? application.startTls(host) : done();
-    return spoken.ok() ? spoken
-                       : failure(url.host + ":" + std::to_string(url.port) + ": " + spoken.message +
-                                 "; is it one for http://?");
+// Where TLS is spoken a plain request is a bad one, or gets no answer.
+bool wantsTls(const Url& url, const std::string& host) {
+    constexpr int NotUnderstood = 400;
+    const Endpoint at = addressOf(url);
+    const Peer peer{at.address, at.port};
+    const auto reply =
+        ask({.server = peer, .host = host, .path = url.path.empty() ? "/" : url.path, .method = "HEAD"});
+    return (!reply.ok() || reply->status == NotUnderstood) && certificateShown(peer, host).ok();
+}
+
+// The server answers 500 or 400 then, as an application may.
+Outcome speaksItsScheme(Connection application, const Url& url, const std::string& host) {
+    const std::string place = url.host + ":" + std::to_string(url.port) + ": ";
+    if (url.scheme == "http") {
+        { const Connection closed = std::move(application); }  // it may answer one at a time
+        return wantsTls(url, host) ? failure(place + "it speaks TLS; is it one for https://?") : done();
+    }
+    const Outcome spoken = application.startTls(host);
+    return spoken.ok() ? spoken : failure(place + spoken.message + "; is it one for http://?");
 }
 
 // The application is asked by the site's own name, which the server takes for the site wherever that
@@ -136,7 +149,8 @@ Outcome setProxy(Transaction& change, const std::string& site, const ProxyPath& 
     }
     if (auto application = connectedTo(*url); !application.ok()) {
         change.output().note("the application does not answer now: " + application.outcome().message);
-    } else if (Outcome spoken = speaksItsScheme(*application, *url, hostNameIn(site)); !spoken.ok()) {
+    } else if (Outcome spoken = speaksItsScheme(std::move(*application), *url, hostNameIn(site));
+               !spoken.ok()) {
         return spoken;
     } else {
         change.prove([&change, site, path] { return proveProxy(change, site, path.path); });
