@@ -36,7 +36,7 @@ REJECTED = [
 ] + [
     (["host", "add", "a.example", "b.example", "--confirm-within", time], "duration") for time in ("soon", "0", "69y", "9223372036854775807m")
 ] + [
-    (["access", "set", "a.example", "/x", "--deny", network], "network") for network in ("10.0.0.0/33", "::/129", "10.0.0.0/-1", "10.0.0.0/8x", "10.0.0")
+    (["access", "set", "a.example", "/x", "--deny", network], "network") for network in ("10.0.0.0/33", "::/129", "10.0.0.0/-1", "10.0.0.0/8x", "10.0.0", "0.0.0.0/0", "::ffff:192.0.2.1")
 ] + [
     (["user", "add", "a.example", user], "user name") for user in ("a:b", "", "a b", "a\nb", "a'b", "x" * 256)
 ] + [

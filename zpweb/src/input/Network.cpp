@@ -2,6 +2,7 @@
 
 #include <arpa/inet.h>
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <optional>
@@ -52,6 +53,13 @@ std::optional<Network> networkOf(const std::string& text) {
     return Network{*bits, prefix};
 }
 
+// An address of IPv4 as one of IPv6: the server takes none.
+bool isMapped(const Bits& bits) {
+    in6_addr address{};
+    std::copy(bits.bytes.begin(), bits.bytes.end(), address.s6_addr);
+    return bits.size == 128 && IN6_IS_ADDR_V4MAPPED(&address);
+}
+
 bool bitAt(const Bits& bits, int number) {
     return (bits.bytes[static_cast<size_t>(number) / 8] >> (7 - number % 8) & 1) != 0;
 }
@@ -59,7 +67,8 @@ bool bitAt(const Bits& bits, int number) {
 }  // namespace
 
 Expected<std::string> typedNetwork(const std::string& value) {
-    if (value == "all" || (value.find('\0') == std::string::npos && networkOf(value))) {
+    const auto network = value.find('\0') == std::string::npos ? networkOf(value) : std::nullopt;
+    if (value == "all" || (network && network->prefix > 0 && !isMapped(network->bits))) {
         return value;
     }
     return wrongValue("network", value, "it is no address or network",
