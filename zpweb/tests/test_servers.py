@@ -434,7 +434,7 @@ def test_a_site_is_moved_and_renamed(server):
 
 
 @pytest.mark.parametrize("files", [["plain"], ["pair", "pair-ssl"]], ids=["one file", "a file for https"])
-def test_a_site_is_disabled_and_enabled(server, files):
+def test_a_site_is_disabled_and_enabled(server, files, tmp_path):
     before = server.files()
     site = files[0] + ".example"
     answer = server.run("site", "disable", site)
@@ -455,6 +455,11 @@ def test_a_site_is_disabled_and_enabled(server, files):
     copy.unlink()
     server.do("site", "enable", site)
     assert server.files() == before and server.serving() == server.all_served()
-    file.write_text(file.read_text() + block("*:80", "guest.example"))
+    file.write_text((own := file.read_text()) + block("*:80", "guest.example"))
     answer = server.run("site", "disable", site)
     assert answer.status == 3 and "guest.example" in answer.err and link.exists(), answer
+    file.write_text(own)
+    shutil.rmtree(link.parent)
+    link.parent.symlink_to(tmp_path)
+    server.do("site", "enable", site)
+    assert link.samefile(file)

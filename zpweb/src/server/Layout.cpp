@@ -58,8 +58,15 @@ ByTarget linksIn(const std::string& directory) {
 
 }  // namespace
 
+std::string asLinked(const std::string& directory, const std::string& from) {
+    const std::string beside = "../" + nameOf(directory);
+    const auto reached = realPathOf(from + "/" + beside);
+    const auto wanted = realPathOf(directory);
+    return reached.ok() && wanted.ok() && *reached == *wanted ? beside : directory;
+}
+
 std::string Layout::targetOf(const std::string& file) const {
-    return "../" + nameOf(directory) + "/" + nameOf(file);
+    return asLinked(directory, links) + "/" + nameOf(file);
 }
 
 std::vector<std::string> Layout::linksTo(const std::string& file) const {

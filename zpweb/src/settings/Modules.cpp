@@ -7,6 +7,7 @@
 #include "conf/Address.h"
 #include "conf/Text.h"
 #include "input/Quoted.h"
+#include "server/Layout.h"
 #include "server/Program.h"
 #include "server/Sockets.h"
 #include "settings/SiteFacts.h"
@@ -88,12 +89,13 @@ Outcome enable(Transaction& change, const std::string& base, const std::string& 
             }
         }
     }
+    const std::string modules = asLinked(base + "/mods-available", base + "/mods-enabled");
     for (const char* kind : {".load", ".conf"}) {
         const std::string link = base + "/mods-enabled/" + name + kind;
         if (!exists(available + kind) || change.contentOf(link)) {
             continue;
         }
-        if (Outcome linked = change.link(link, "../mods-available/" + name + kind); !linked.ok()) {
+        if (Outcome linked = change.link(link, modules + "/" + name + kind); !linked.ok()) {
             return linked;
         }
     }

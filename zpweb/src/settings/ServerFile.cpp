@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "conf/Text.h"
+#include "server/Layout.h"
 #include "sys/File.h"
 #include "text/Statements.h"
 
@@ -38,8 +39,10 @@ Location locationOf(const Configuration& configuration, ServerFileKind kind, con
     const std::string entry = (site ? "000-" : "zpweb-") + name + ".conf";
     if (isDirectory(base + "/" + group + "-available") &&
         readsDirectory(configuration, base + "/" + group + "-enabled")) {
-        return {base + "/" + group + "-available/" + entry, base + "/" + group + "-enabled/" + entry,
-                "../" + group + "-available/" + entry, ""};
+        const std::string available = base + "/" + group + "-available";
+        const std::string enabled = base + "/" + group + "-enabled";
+        return {available + "/" + entry, enabled + "/" + entry, asLinked(available, enabled) + "/" + entry,
+                ""};
     }
     if (readsDirectory(configuration, root + "/conf.d")) {
         return {root + "/conf.d/" + entry, "", "", ""};
