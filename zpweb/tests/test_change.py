@@ -75,6 +75,8 @@ def test_exact_gives_the_librarys_own_result(machine):
         answer = machine.run("vdir", "set", "kept.example", pages, "--option=-Indexes", *words, "--exact")
         assert answer.status == {"": 0, "also change": 3, "does not find": 3}.get(told, 1) and told in answer.err, (path, line, words, answer)
         assert told == "" or machine.text() == before
+    machine.conf.write_text(before.replace(f'<Directory "{pages}">', f"<directory '{pages}' >"))
+    assert "without --exact" in machine.run("folder", "delete", "kept.example", pages, "--exact").err
 
 
 def test_a_dry_run_writes_nothing_and_tells(site):
@@ -564,9 +566,9 @@ def test_the_state_of_a_system_configuration_is_not_below_etc(machine):
     machine.do("site", "stop", "kept.example")  # in ".zpweb", as earlier versions did everywhere
     system, state = Path("/etc/apache2-zpweb"), Path("/var/lib/zpweb")
     shutil.rmtree(state, ignore_errors=True)
+    state.mkdir(0o755)
     machine.conf.write_text(machine.text() + "Include ${INSTANCE}\n")
     shutil.copytree(machine.root, system)
-    state.mkdir(0o755)
     (system / "envvars").write_text("export INSTANCE=/etc/apache2-zpweb/own.conf\n")  # this instance's own
     (system / "own.conf").touch()
     change = system / ".zpweb/checkpoints/000001/change"

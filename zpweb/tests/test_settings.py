@@ -762,7 +762,6 @@ def test_the_catch_all_answers_for_unknown_names(server):
     server.do("undo")
     assert server.get("unknown.invalid", TLS) == (421, "nobody here")
     server.do("undo")
-    server.place("000-a", block("*:80", "before.example"))
     Path("/etc/hosts").open("a").write("127.0.0.7 named.host\n")
     server.place("hosts", block("named.host:80 nobody.invalid:80", "hosts.example"))
     assert "whether TLS is spoken" in server.run("server", "catch-all", "on", "--no-check").err
@@ -770,6 +769,7 @@ def test_the_catch_all_answers_for_unknown_names(server):
     server.do("server", "catch-all", "on", "--no-check")
     assert server.get("unknown.invalid", ("http", "127.0.0.7"))[0] == 421
     server.do("undo")
+    server.place("000-a", block("*:80", "before.example"))
     answer = server.run("server", "catch-all", "on")
     assert answer.status == 3 and "is the first on " in answer.err, answer
 

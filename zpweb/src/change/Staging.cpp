@@ -16,6 +16,8 @@ namespace {
 
 constexpr mode_t NewFileMode = 0644;
 constexpr mode_t NewDirectoryMode = 0755;
+constexpr const char* NotAsSpelled =
+    ": not found in the form in which the lines are spelled; without --exact any spelling is understood";
 
 std::string replaced(std::string text, const std::string& what, const std::string& with) {
     for (size_t at = 0; !what.empty() && (at = text.find(what, at)) != std::string::npos;
@@ -165,8 +167,12 @@ Expected<std::string> Transaction::runOn(const Edit& edit, const std::string& pa
         return done();
     };
     outcome = outcome.ok() ? runStaged(work(), operation, run) : outcome;
-    outcome = outcome.ok() ? edit.meaning(result) : outcome;
     if (!outcome.ok()) {
+        return outcome;
+    }
+    if (outcome = edit.meaning(result); !outcome.ok()) {
+        const bool bare = outcome.message.find_last_of("0123456789") + 1 == outcome.message.size();
+        outcome.message += settings_->exact && bare ? NotAsSpelled : "";
         return outcome;
     }
     auto after = readFile(staged);
