@@ -167,8 +167,11 @@ TEST(Judge, SeesWhatNobodyAskedFor) {
     }
 }
 
-// What a site answers with is its owner's.
-TEST(Connection, WaitsForNoEndOfWhatDrips) {
+// What a site answers with is its owner's: plain, or the beginning of a record of TLS.
+class Dripping : public testing::TestWithParam<std::string_view> {};
+INSTANTIATE_TEST_SUITE_P(All, Dripping, testing::Values("x", "\x16\x03\x03@"));
+
+TEST_P(Dripping, IsNotWaitedForToItsEnd) {
     using namespace std::chrono_literals;
     sockaddr_in at{
         .sin_family = AF_INET, .sin_port = 0, .sin_addr = {htonl(INADDR_LOOPBACK)}, .sin_zero = {}};
@@ -179,13 +182,15 @@ TEST(Connection, WaitsForNoEndOfWhatDrips) {
     ASSERT_EQ(::getsockname(server.number(), reinterpret_cast<sockaddr*>(&at), &size), 0);
     std::thread drip([&server] {
         const Descriptor peer(::accept(server.number(), nullptr, nullptr));
-        for (int i = 0; i < 100 && ::send(peer.number(), "x", 1, MSG_NOSIGNAL) == 1; ++i) {
+        const std::string text = std::string(GetParam()) + std::string(100, 'x');
+        for (size_t i = 0; i < 100 && ::send(peer.number(), &text[i], 1, MSG_NOSIGNAL) == 1; ++i) {
             std::this_thread::sleep_for(50ms);
         }
     });
     const auto begun = std::chrono::steady_clock::now();
     auto connection = Connection::to({"127.0.0.1", ntohs(at.sin_port), "", 300ms});
-    EXPECT_FALSE(connection.ok() && connection->receive(1000).empty());
+    ASSERT_TRUE(connection.ok());
+    EXPECT_FALSE(GetParam() == "x" ? connection->receive(1000).empty() : connection->startTls("").ok());
     EXPECT_LT(std::chrono::steady_clock::now() - begun, 3s);
     connection = failure("closed");
     drip.join();

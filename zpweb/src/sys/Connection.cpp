@@ -1,9 +1,11 @@
 #include "sys/Connection.h"
 
 #include <arpa/inet.h>
+#include <fcntl.h>
 #include <netdb.h>
 #include <netinet/in.h>
 #include <openssl/ssl.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 
@@ -109,14 +111,40 @@ Outcome Connection::startTls(const std::string& name) {
     if (!name.empty()) {
         SSL_set_tlsext_host_name(session_.get(), name.c_str());
     }
-    return SSL_connect(session_.get()) == 1 ? done()
-                                            : failure("the TLS handshake failed: " + opensslError());
+    // Within a record the library would wait for each byte anew.
+    ::fcntl(socket_.number(), F_SETFL, O_NONBLOCK);
+    const auto until = end();
+    int result = 0;
+    do {
+        result = SSL_connect(session_.get());
+    } while (result != 1 && isReady(result, until));
+    return result == 1 ? done() : failure("the TLS handshake failed: " + opensslError());
+}
+
+bool Connection::isReady(int result, Time until) {
+    const int error = SSL_get_error(session_.get(), result);
+    const auto left =
+        std::chrono::duration_cast<std::chrono::milliseconds>(until - std::chrono::steady_clock::now());
+    pollfd wanted{socket_.number(), static_cast<short>(error == SSL_ERROR_WANT_WRITE ? POLLOUT : POLLIN),
+                  0};
+    return (error == SSL_ERROR_WANT_READ || error == SSL_ERROR_WANT_WRITE) && left.count() > 0 &&
+           ::poll(&wanted, 1, static_cast<int>(left.count())) > 0;
+}
+
+long Connection::sendSome(std::string_view text, Time until) {
+    if (!session_) {
+        return ::send(socket_.number(), text.data(), text.size(), MSG_NOSIGNAL);
+    }
+    int sent = 0;
+    do {
+        sent = SSL_write(session_.get(), text.data(), static_cast<int>(text.size()));
+    } while (sent <= 0 && isReady(sent, until));
+    return sent;
 }
 
 Outcome Connection::send(std::string_view text) {
-    while (!text.empty()) {
-        const long sent = session_ ? SSL_write(session_.get(), text.data(), static_cast<int>(text.size()))
-                                   : ::send(socket_.number(), text.data(), text.size(), MSG_NOSIGNAL);
+    for (const auto until = end(); !text.empty();) {
+        const long sent = sendSome(text, until);
         if (sent <= 0) {
             return failure("the connection was closed while it was asked");
         }
@@ -125,18 +153,23 @@ Outcome Connection::send(std::string_view text) {
     return done();
 }
 
-long Connection::receiveSome(char* buffer, size_t size) {
-    return session_ ? SSL_read(session_.get(), buffer, static_cast<int>(size))
-                    : ::recv(socket_.number(), buffer, size, 0);
+long Connection::receiveSome(char* buffer, size_t size, Time until) {
+    if (!session_) {
+        return ::recv(socket_.number(), buffer, size, 0);
+    }
+    int got = 0;
+    do {
+        got = SSL_read(session_.get(), buffer, static_cast<int>(size));
+    } while (got <= 0 && isReady(got, until));
+    return got;
 }
 
 std::string Connection::receive(size_t limit) {
     std::string text;
     std::array<char, 4096> buffer{};
-    // What a site answers with is its owner's, who may send a byte now and then for ever.
-    const auto until = std::chrono::steady_clock::now() + 2 * patience_;
+    const auto until = end();
     while (text.size() < limit && std::chrono::steady_clock::now() < until) {
-        const long got = receiveSome(buffer.data(), std::min(buffer.size(), limit - text.size()));
+        const long got = receiveSome(buffer.data(), std::min(buffer.size(), limit - text.size()), until);
         if (got <= 0) {
             break;
         }

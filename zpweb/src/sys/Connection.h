@@ -43,7 +43,12 @@ public:
 private:
     Connection(Descriptor socket, std::chrono::milliseconds patience)
         : socket_(std::move(socket)), patience_(patience) {}
-    long receiveSome(char* buffer, size_t size);
+    using Time = std::chrono::steady_clock::time_point;
+    // What a site answers with is its owner's, who may send a byte now and then for ever.
+    Time end() const { return std::chrono::steady_clock::now() + 2 * patience_; }
+    bool isReady(int result, Time until);  // for what a call of TLS with this result has to wait for
+    long sendSome(std::string_view text, Time until);
+    long receiveSome(char* buffer, size_t size, Time until);
 
     struct Free {
         void operator()(SSL_CTX* context) const;
