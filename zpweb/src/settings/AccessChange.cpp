@@ -77,7 +77,8 @@ Outcome proveOn(const Peer& peer, const AccessPath& path, const std::string& nam
     return done();
 }
 
-// What leads elsewhere before anybody is asked who he is shows nothing.
+// What leads elsewhere before anybody is asked who he is shows nothing. (A directory leads to itself with a
+// slash.)
 bool isRedirected(const Request& request) {
     const auto reply = ask(request);
     return reply.ok() && reply->status >= 300 && reply->status < 400;
@@ -88,7 +89,7 @@ Outcome proveAccess(const Transaction& change, const std::string& site, const Ac
         const std::string name = settingName(place.block->name);
         const bool tls = speaksTls(place, change.reading());
         for (const Peer& peer : peersOf(change.configuration(), place, change.reading())) {
-            if (isRedirected({peer, name, path.path, tls})) {
+            if (isRedirected({peer, name, belowPath(path.path), tls})) {
                 continue;
             }
             if (Outcome shown = proveOn(peer, path, name, tls); !shown.ok()) {
