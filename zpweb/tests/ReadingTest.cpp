@@ -206,6 +206,7 @@ TEST(Running, EndsInTimeWithAllThatItHasStarted) {
         std::this_thread::sleep_for(10ms);
     }
     EXPECT_FALSE(isAlive(child));
+    EXPECT_EQ(runProgram({"sleep", "1000"}, {}, 300ms).status, -1);
 }
 
 // The first redirection is the one that answers; a port is the one that is asked about and no longer one.

@@ -55,11 +55,25 @@ pid_t start(const std::vector<std::string>& words, int output, int errors) {
     return error == 0 ? pid : -1;
 }
 
+// A control script's server is a process of its own.
+void endWithChildren(pid_t pid) {
+    ::kill(pid, SIGSTOP);  // it starts no other one meanwhile
+    for (const pid_t child : childrenOf(pid)) {
+        endWithChildren(child);
+    }
+    ::kill(pid, SIGKILL);
+}
+
 // Reads until the pipe is closed at its other end, or the program has ended and left it to a daemon.
-std::string readPipe(int pipe, pid_t pid, int& status, const std::function<void()>& waiting) {
+std::string readPipe(int pipe, pid_t pid, int& status, const std::function<void()>& waiting,
+                     std::chrono::milliseconds longest) {
     std::string output;
     std::array<char, 4096> buffer{};
+    const auto until = std::chrono::steady_clock::now() + longest;
     for (bool ended = false;;) {
+        if (!ended && std::chrono::steady_clock::now() > until) {
+            endWithChildren(pid);
+        }
         pollfd ready{pipe, POLLIN, 0};
         const int count = ::poll(&ready, 1, ended ? 0 : BetweenCalls);
         if (count > 0) {
@@ -81,15 +95,6 @@ std::string readPipe(int pipe, pid_t pid, int& status, const std::function<void(
     while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) {
     }
     return output;
-}
-
-// A control script's server is a process of its own.
-void endWithChildren(pid_t pid) {
-    ::kill(pid, SIGSTOP);  // it starts no other one meanwhile
-    for (const pid_t child : childrenOf(pid)) {
-        endWithChildren(child);
-    }
-    ::kill(pid, SIGKILL);
 }
 
 // The whole text of a file that has no name.
@@ -156,7 +161,8 @@ std::string findProgram(const std::string& name) {
     return {};
 }
 
-Finished runProgram(const std::vector<std::string>& words, const std::function<void()>& waiting) {
+Finished runProgram(const std::vector<std::string>& words, const std::function<void()>& waiting,
+                    std::chrono::milliseconds longest) {
     std::array<int, 2> ends{};
     if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
         return {};
@@ -170,7 +176,7 @@ Finished runProgram(const std::vector<std::string>& words, const std::function<v
     }
     int status = 0;
     Finished finished;
-    finished.output = readPipe(reading.number(), pid, status, waiting);
+    finished.output = readPipe(reading.number(), pid, status, waiting, longest);
     finished.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     return finished;
 }

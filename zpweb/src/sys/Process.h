@@ -20,8 +20,10 @@ struct Finished {
     bool ok() const { return status == 0; }
 };
 
-// Runs a program found on PATH, without a shell. `waiting` is called now and then meanwhile.
-Finished runProgram(const std::vector<std::string>& words, const std::function<void()>& waiting = {});
+// Runs a program found on PATH, without a shell. `waiting` is called now and then meanwhile. It is ended
+// after this time, as what it works on may be others'.
+Finished runProgram(const std::vector<std::string>& words, const std::function<void()>& waiting = {},
+                    std::chrono::milliseconds longest = std::chrono::hours(1));
 
 // A program that runs beside this one. What it prints is kept for its end.
 class Running {
