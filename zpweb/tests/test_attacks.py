@@ -195,6 +195,11 @@ def test_a_rotation_opens_and_takes_apart_nothing_of_roots_that_was_moved_beside
     site.do("log", "rotate", "shop.example", *FAST)
     assert look(room) == before
     assert [oct(path.stat().st_mode) for path in logs.glob("*.gz")] == ["0o100600"] * 2
+    for log in logs / "access_log", logs / "access_log-1-1-2026-2":
+        log.touch()
+        os.truncate(log, 3 << 30)
+        assert "mostly holes" in site.run("log", "rotate", "shop.example", *FAST).err and log.exists()
+        log.unlink()
 
 
 @pytest.mark.parametrize("name", ["--checkpoint-action=exec=id>made", "a*", "a[b]", "a{b}", "a~", "caf\udce9"])

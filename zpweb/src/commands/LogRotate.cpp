@@ -73,6 +73,9 @@ Outcome rotate(Transaction& change, const Site& found, const Arguments& given) {
         change.output().note((other.empty() ? std::string(LogPolicyFile) : other) +
                              " rotates it, too: what is packed now is not among the logs that it counts");
     }
+    if (Outcome can = given[Delete] ? done() : canBePacked(log); !can.ok()) {
+        return can;
+    }
     if (isThere) {
         change.afterwards([log] { return putAside(log).outcome(); });
     }

@@ -75,6 +75,18 @@ bool isOnlyName(int directory, const char* name) {
            status.st_nlink == 1;
 }
 
+// What takes no room on the disk would take it in the archive, and its time.
+bool hasHoles(int directory, const std::string& name) {
+    constexpr off_t Few = 1 << 30;
+    constexpr off_t Sector = 512;  // whatever the file system's are
+    struct stat status {};
+    const Descriptor file(
+        ::openat(directory, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    return file.isOpen() && ::fstat(file.number(), &status) == 0 &&
+           status.st_size - status.st_blocks * Sector > Few &&
+           ::lseek(file.number(), 0, SEEK_HOLE) < status.st_size;
+}
+
 // A directory of this process's alone beside the log, where nobody else can place anything.
 class Room {
 public:
@@ -187,6 +199,14 @@ bool isWhole(int room, const std::string& archive, const std::string& name) {
 
 }  // namespace
 
+Outcome canBePacked(const std::string& log) {
+    const auto directory = openGuarded(directoryOf(log));
+    return directory.ok() && hasHoles(directory->number(), nameOf(log))
+               ? failure(Status::Refused,
+                         log + ": it is mostly holes, which would be packed as zeros (--delete)")
+               : done();
+}
+
 Expected<std::string> putAside(const std::string& log) {
     const auto directory = openGuarded(directoryOf(log));
     Outcome plain = directory.ok() ? isPlainFile(*directory, log) : directory.outcome();
@@ -234,9 +254,12 @@ Outcome pack(Transaction& change, const std::string& site, const std::string& as
     if (inside < 0 || ::renameat(directory->number(), nameOf(aside).c_str(), inside, KeptName) != 0) {
         return failure("cannot be packed: " + systemError(aside));
     }
-    if (!isOnlyName(inside, KeptName)) {  // looked at where nobody else can change it any more
+    // Looked at where nobody else can change its name any more.
+    const bool only = isOnlyName(inside, KeptName);
+    if (!only || hasHoles(inside, KeptName)) {
         static_cast<void>(moveToFree(inside, KeptName, directory->number(), nameOf(aside), ""));
-        return failure(aside + ": no log of its own any more; it stays as it is");
+        return failure(aside + (only ? ": it is mostly holes" : ": no log of its own any more") +
+                       "; it stays as it is");
     }
     // The operation lets go of the log however its packing ended.
     Outcome packed = ::linkat(inside, KeptName, inside, name.c_str(), 0) == 0

@@ -8,6 +8,8 @@
 
 namespace zpweb {
 
+// A failure for a log that is mostly holes: its owner may have made it of any length.
+Outcome canBePacked(const std::string& log);
 // In its own directory, as NAME-DAY-MONTH-YEAR-HOUR, with ".2" and so on behind it for another one of the
 // hour. Nothing is replaced, and a link is not followed.
 Expected<std::string> putAside(const std::string& log);
