@@ -65,7 +65,7 @@ def test_life_of_a_site(live):
     assert site.create("shop.example").status == 7
     assert site.run("site", "status", "none.example").status == 6
     home = site.sites / "shop.example"
-    assert {p.name for p in home.iterdir()} == {"www", "log", "db", "special"} and home.owner() == OWNER
+    assert {p.name for p in home.iterdir()} == {"www", "log", "db", "special"} and home.owner() == home.group() == OWNER
     assert (home / "www").stat().st_mode & 0o7777 == 0o4701
     assert (home / "log").stat().st_mode & 0o777 == 0o505 and (home / "log").group() == "zp7group"
     assert site.get("shop.example") == page and block(site).count("granted") == 1 and '/www">\n\t\tRequire all granted' in block(site)
@@ -133,7 +133,8 @@ def test_settings_of_a_site(live):
 
 
 def test_addresses_and_host_names(site):
-    site.conf.write_text(site.text().replace("Listen 127.0.0.1:", "Listen "))
+    site.conf.write_text(site.text().replace("Listen 127.0.0.1:", "Listen [::1]:8098\nListen "))
+    site.do("site", "create", "six.example", "--address", "0::1", "--port", "8098", "--owner", OWNER, "--path", site.sites, "--dry-run")
     for check in ([], ["--no-check"]):
         assert site.do("address", "list", "--json", *check).json["addresses"][0]["address"] == "127.0.0.1"
     site.do("address", "own", "shop.example", "--address", "127.0.0.2")

@@ -49,7 +49,7 @@ REJECTED = [
 ] + [
     (["proxy", "set", "a.example", "/x", url], "URL") for url in ("http://", "http://h:0", "http://h:80x", "http://h:70000", "ftp://h", "http://[::1", "h:80", "http://h/?x")
 ] + [
-    (["redirect", "set", "a.example", path, "--to", "https://b.example/"], "path") for path in ("x", "/a?b", "/a//b", "/a/..", "/./a")
+    (["redirect", "set", "a.example", path, "--to", "https://b.example/"], "path") for path in ("x", "/a?b", "/a*", "/a$", "/a//b", "/a/..", "/./a")
 ] + [
     (["php", "set", "a.example", "--fpm", pool], "FPM") for pool in ("/run/x|fcgi://b", "/a b", ":80", "b:0", "b:65536")
 ] + [

@@ -83,8 +83,8 @@ CHANGES = {
     "hosts of a directory": (
         ODD, "vdir set SITE /srv/shop --deny all --allow 10.1.2.3", "Require all granted", "Require ip 10.1.2.3", None),
     "hosts of which some are kept out": (
-        ODD, "vdir set SITE /srv/shop --order --allow 10.1 --deny 10.1.2.3", "        Require all granted\n",
-        "        <RequireAll>\n            Require ip 10.1\n            Require not ip 10.1.2.3\n        </RequireAll>\n", None),
+        ODD, "vdir set SITE /srv/shop --order --allow env=known --deny 10.1.2.3", "        Require all granted\n",
+        "        <RequireAll>\n            Require env known\n            Require not ip 10.1.2.3\n        </RequireAll>\n", None),
     "a value that stands in quotes": (TABS.replace("/srv/shop", '/srv/shop\r\n\tErrorLog "logs/a"'), "directive delete ErrorLog logs/a --site SITE", '\tErrorLog "logs/a"\r\n', "", None),
     "a section that is made to be there": (
         TABS, "perl on SITE", "</VirtualHost>",
@@ -338,6 +338,7 @@ REFUSED = {
     "settings above their directory": (
         "LoadModule authz_core_module x.so\nLoadModule authz_host_module x.so\n" + SECURE.replace("shop.example", ".."), "access set .. /a --deny all", 3, "no name that its settings"),
     "a line over the bound": (SECURE.replace("logs/one", "x" * 2100), "directive delete CustomLog --site SITE", 1, "httpd.conf:3"),
+    "a name from a variable": ("Define NAME shop.example\n" + TABS.replace("shop.example", "${NAME}", 1), "site rename SITE store.example", 3, "from a variable"),
     "a name that the site has not": (TABS, "site canonical SITE www", 1, "is no name of the site"),
     "words in a block": (TABS.replace("</V", "\tand some words\r\n</V"), "site stop SITE", 3, "could not be started again"),
     "prose about a block": ("<VirtualHost name:port> is prose\n" + TABS, "site stop SITE", 3, "could not be started again"),
