@@ -440,7 +440,8 @@ def test_no_reload_opens_a_log_where_its_owner_leads_it(live, part):
     (prey / "httpd").mkdir(parents=True)
     (live.root / "logs").symlink_to(home / "ways/httpd")
     if place.name == "ways":
-        live.conf.write_text(live.text().replace("</VirtualHost>", "CustomLog logs/more_log combined\n</VirtualHost>", 1))
+        live.conf.write_text("LoadModule log_forensic_module /usr/lib/apache2/modules/mod_log_forensic.so\n"
+                             + live.text().replace("</VirtualHost>", "ForensicLog logs/more_log\n</VirtualHost>", 1))
     program = set_trap(part, place, prey)
     give(home)
     os.chown(place, 0, 0, follow_symlinks=False) if part.startswith("by ") else None
@@ -456,7 +457,7 @@ def test_no_reload_opens_a_log_where_its_owner_leads_it(live, part):
     live.run("doctor", "--repair", "--dry-run")
     assert os.path.lexists(place)
     assert live.run("doctor", "--repair", "--json").json["repaired"] == [{"site": "shop.example", "link": str(place)}]
-    assert not place.is_symlink() and not place.exists() or place.is_dir()
+    assert [os.path.lexists(place), place.is_dir()] == 2 * [place.name in ("httpd", "log", "ways")]
     for way in ("log", "ways"):
         (home / way / "httpd").mkdir(parents=True, exist_ok=True)
     live.do("host", "add", "shop.example", "last.example")
@@ -542,6 +543,8 @@ def test_a_name_that_is_a_way_leads_to_no_other_file(site):
     assert site.run("access", "set", "*", "/y", "--allow", "192.0.2.1", *FAST).status == 3, "an Include line with it would take the files of all sites"
     assert site.run("log", "policy", "*", "--daily", *FAST).status == 3
     assert {path.name for path in (site.root / "zpweb.d").iterdir()} == {"shop.example", f"httpd.conf-{place.rpartition(':')[2]}"}
+    site.do("site", "delete", place, *FAST)
+    assert [path.name for path in (site.root / "zpweb.d").iterdir()] == ["shop.example"]
 
 
 @pytest.mark.parametrize("kind", ["fifo", "sparse"])
@@ -556,6 +559,7 @@ def test_a_file_of_the_configuration_that_others_own_holds_nothing_up(site, kind
         for words in (["host", "add", "shop.example", "a.example"], ["site", "list"], ["doctor"]) if not staged else (["directive", "add", "Include", f"{ground}/a.conf", "--site", "shop.example"],):
             answer = Answer(subprocess.run([ZPWEB, "--conf", site.conf, *words], capture_output=True, text=True, timeout=20))
             assert answer.status == 1 and f"{ground}/a.conf: " in answer.err, answer
+    assert site.run("--conf", ground / "a.conf", "site", "list", conf=False).status == 1
 
 
 @pytest.mark.parametrize("kind", ["fifo", "directory", "socket", "lease", "way", "loop", "file for directory"])

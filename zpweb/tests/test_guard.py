@@ -93,6 +93,12 @@ def test_a_change_of_which_the_server_tells_nothing_is_not_called_judged(site):
     assert answer.json["judged"] is False and "not judged" in answer.err, answer
 
 
+def test_a_module_that_is_built_into_the_server_is_not_loaded(site):
+    listed = path_with(site.root / "run/bin", apache2='[ "$1" != -l ] || exec echo mod_proxy.c mod_proxy_http.c mod_headers.c\nexec /usr/sbin/apache2 "$@"')
+    site.do("proxy", "set", "shop.example", "/x", "http://127.0.0.1:9", *FAST, env=listed)
+    assert not re.search("LoadModule (proxy|headers)", site.text())
+
+
 def test_an_undo_takes_back_what_is_of_its_configuration_and_once(site):
     other = shutil.copy(site.conf, site.root / "www/../other.conf")
     made = site.do("host", "add", "shop.example", "c.example", *FAST, "--confirm-within", "1h", "--json").json
@@ -169,6 +175,9 @@ def test_a_log_that_was_cut_does_not_swallow_the_next_line(site):
     site.do("host", "add", "shop.example", "c.example", *FAST)
     last = json.loads((site.root / ".zpweb/audit.log").read_text().splitlines()[-1])
     assert "c.example" in last["command"]
+    os.replace(site.root / ".zpweb/audit.log", site.root / "www/log")
+    (site.root / ".zpweb/audit.log").symlink_to("/dev/null")
+    assert "the change is not in the log" in site.do("host", "add", "shop.example", "d.example", *FAST).err
 
 
 def test_a_checkpoint_that_is_damaged_is_an_error_and_no_crash(site):
@@ -216,7 +225,8 @@ def test_a_rotation_under_load_loses_no_line(live):
     packed = "".join(subprocess.run(["tar", "-xzOf", path], capture_output=True, text=True, check=True).stdout for path in archives)
     await_true(lambda: set(asked) <= set((packed + log.read_text()).splitlines()))  # an answer goes out before its line is written
     assert len(asked) > 50
-    assert live.run("log", "rotate", "shop.example", "--no-reload").status == 0
+    reloads = lambda: (live.root / "error.log").read_text().count("SIGUSR1 received")
+    assert (reloads(), live.run("log", "rotate", "shop.example", "--no-reload").status) == (reloads(), 0)
     assert len(list(log.parent.glob("access_log-*.tar.gz"))) == 3, "the server writes to it still"
     live.do("log", "rotate", "shop.example", "--delete")
     assert {path.name for path in log.parent.iterdir()} == {"access_log", "error_log", *(path.name for path in archives)}
