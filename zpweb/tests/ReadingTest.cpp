@@ -144,7 +144,11 @@ TEST(Judge, SeesWhatNobodyAskedFor) {
              // one that others lose
              {"  ServerAlias *.wild a?c\n",
               "  ServerAlias l*\n",
-              {.everything = true},
+              {.everything = true,
+              .released =
+                   [] {
+                       return std::set<Led>{{"star80", "late", "*:8080"}};
+                   }},
               "late on *:8080: from late at"},
              {"  ServerAlias *.wild a?c\n",
               "  ServerAlias a?c\n",
@@ -157,6 +161,10 @@ TEST(Judge, SeesWhatNobodyAskedFor) {
               {.everything = true},
               "mac.example on *:8083"},
              {"\nListen 8080\n", "\nListen 8090\n", {.everything = true}, "to nothing (no Listen)"},
+             {"  ServerAlias only.late\n",
+              "",
+              {.sites = {"late"}, .within = {{"late", {"documentroot"}}}, .moving = {"late"}},
+              "also change late at"},
          }) {
         const Reading live = Reading::parse(before);
         const Reading staged = Reading::parse(with(before, each.part, each.changed));

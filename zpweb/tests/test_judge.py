@@ -155,6 +155,12 @@ def test_a_site_does_not_go_where_another_has_its_name(site, words):
     assert answer.status == 1 and "shop.example on 127.0.0" in answer.err and site.text() == before, answer
 
 
+def test_a_directive_brings_no_other_line_of_the_server_about(site):
+    site.conf.write_text(site.text() + "<IfDefine SLOW>\nTimeout 9\n</IfDefine>\n")
+    answer = site.run("directive", "insert", "Define", "SLOW", "--after", "Listen")
+    assert answer.status == 1 and "(Timeout 9), which the command does not name" in answer.err, answer
+
+
 def test_a_site_says_the_same_where_it_is_moved(site):
     site.conf.write_text(text := "Define WHERE shop\n" + site.text().replace("ServerAdmin ", "ServerAdmin ${WHERE}") + "Define WHERE other\n")
     shutil.move(site.root / "included", included := site.root / "conf.d")
@@ -292,3 +298,5 @@ def test_what_a_change_gave_to_other_sites_its_inverse_takes_back(shared):
         assert answer.status == 3 and f" {late}.example on" in answer.err and "www.other" not in answer.err, answer
         shared.conf.write_text(before)
         shared.do(*back.split())
+    for words in ("host remove shop.example *.other.example", "site stop own.example", "site start own.example", "host add shop.example *.other.example"):
+        shared.do(*words.split())
