@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <ctime>
 #include <filesystem>
 
 #include "support/FakeTools.h"
@@ -215,6 +216,12 @@ TEST(SuPhpSwitch, KeepsWhatTheScratchFileHeldWhenTheServerGoes) {
     tools.watch("mv");
     EXPECT_EQ(website.DisableSuPhpGlobally(), 96);
     EXPECT_EQ(readFile(file), "Listen 80\nListen 80\n");
+    writeFile(scratch("victim"), "");
+    for (time_t second = std::time(nullptr), end = second + 20; second < end; ++second) {
+        std::filesystem::create_symlink(scratch("victim"), scratch(std::to_string(second)));
+    }
+    EXPECT_NE(disableGlobally(file), 96);
+    EXPECT_EQ(readFile(scratch("victim")), "");
 }
 
 namespace {
