@@ -585,6 +585,10 @@ def test_the_state_of_a_system_configuration_is_not_below_etc(machine):
         (system / ".zpweb/checkpoints").mkdir(parents=True)
         assert ".zpweb: the state of an earlier version" in machine.do("undo", "--conf", conf, conf=False).err
         assert conf.read_bytes() == stopped and (system / ".zpweb").exists()
+        shutil.rmtree(machine.root / ".zpweb")
+        (machine.root / ".zpweb").symlink_to("www")
+        machine.do("site", "start", "kept.example", "--no-check")
+        assert oct((machine.root / "www").stat().st_mode) == "0o40755"
         assert len(machine.do("history", "--conf", conf, "--json", conf=False).json["changes"]) == 3
     finally:
         shutil.rmtree(system)

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -59,12 +60,14 @@ bool lockWithin(int file, std::chrono::milliseconds time) {
     return ::flock(file, LOCK_EX) == 0;
 }
 
-// Somebody may have made the directory for all to see.
-Outcome closeToOthers(const std::string& directory) {
+// Somebody may have made the directory for all to see. What a link leads to may be anybody's.
+Outcome closeToOthers(const std::string& path) {
     constexpr mode_t Others = 077;
+    const Descriptor directory(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     struct stat status {};
-    const bool open = ::stat(directory.c_str(), &status) == 0 && (status.st_mode & Others) != 0;
-    return open && ::chmod(directory.c_str(), 0700) != 0 ? failure(systemError(directory)) : done();
+    const bool open = directory.isOpen() && ::fstat(directory.number(), &status) == 0 &&
+                      status.st_uid == ::geteuid() && (status.st_mode & Others) != 0;
+    return open && ::fchmod(directory.number(), 0700) != 0 ? failure(systemError(path)) : done();
 }
 
 // The file at `path` may have been removed and made anew while its old self was waited for.
