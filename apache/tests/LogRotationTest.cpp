@@ -84,6 +84,7 @@ TEST(LogRotation, PacksBeforeItRemoves) {
     for (const std::string name : {"access_log", "other.log", "-name"}) {
         const std::string word = name == "-name" ? "./-name" : name;
         writeFile(scratch("log/" + name), "log of " + name);
+        fs::permissions(scratch("log/" + name), fs::perms{0640});
         const CapturedOutput output;
         EXPECT_EQ(rotate(scratch("log/" + name), "0", "zipANDdel"), 1);
         EXPECT_EQ(output.text(), "Zip and remove the file\ntar -cvzf " + archive + " " + word + "\n");
@@ -92,6 +93,7 @@ TEST(LogRotation, PacksBeforeItRemoves) {
         EXPECT_EQ(namesIn(scratch("log")), StringVector{archive}) << "the archive of the hour is replaced";
         ASSERT_EQ(std::system(("tar -xzf " + packed + " -C " + scratch()).c_str()), 0);
         EXPECT_EQ(readFile(scratch(name)), "log of " + name);
+        EXPECT_EQ(fs::status(packed).permissions(), fs::perms{0640});
     }
     tools.replace("tar", "exit 1");
     fs::current_path(scratch());

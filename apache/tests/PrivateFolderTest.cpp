@@ -1,6 +1,7 @@
 // Directories behind a password: their two files, the tool that keeps the passwords, and its exact words.
 #include <PrivateFolder.h>
 #include <gtest/gtest.h>
+#include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -226,7 +227,12 @@ TEST(PrivateFolder, SaysWhatCouldNotBeDone) {
     writeFile(place + "/.htpasswd", "bobby:x\n");
     tools.replace("htpasswd", "echo bob:y >\"$2\"");
     EXPECT_EQ(add(place, "bob"), 1601);
+    EXPECT_EQ(edit(folder("other"), place), 1604) << "who could not be deleted is added nowhere else";
     EXPECT_EQ(readFile(place + "/.htpasswd"), "bobby:x\n") << "another user's line";
+    const std::string unread = folder("unread") + "/.htaccess";  // it opens, and the first read fails
+    writeFile(unread, "");
+    ASSERT_EQ(::mount("/proc/self/mem", unread.c_str(), nullptr, MS_BIND, nullptr), 0);
+    EXPECT_EQ(add(folder("unread")), 1601) << "nobody would be asked for a password";
     writeFile(place + "/.htpasswd", "");
     EXPECT_EQ(edit(place, place, "ann\nroot:x", "y"), 1606);
     EXPECT_EQ(add(place, "ann\nroot:x", "y"), 1601);

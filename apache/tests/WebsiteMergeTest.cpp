@@ -231,13 +231,13 @@ const FileCase cases[] = {
      R"(96
 1-)"},
     // One entry deletes one line, and the rest is the administrator's.
-    {"AnEntryNamesOneLine", site("\tAlias /a /1\n\tAlias /a /2\n\tAlias /a\t/3\n"),
+    {"AnEntryNamesOneLine", site("\tAlias /ab /0\n\tAlias /a /1\n\tAlias /a /2\n\tAlias /a\t/3\n"),
      call(update,
           [](auto& record) {
               record.Alias = {{"/a", ""}};
           }),
      R"(96
-3-	Alias /a /1)"},
+4-	Alias /a /1)"},
     // Half its quotes do not hide a path.
     {"AQuotedRedirectWithoutItsSecondQuote", site("\tRedirect \"/a\n"),
      call(update,
