@@ -13,7 +13,7 @@ from pathlib import Path
 import pytest
 import websockets
 from conftest import NEW_KEY, OWNER, ZPFAULT, ZPWEB, await_true, free_port
-from servers import HTTP, TLS, Debian, RedHat, block
+from servers import HTTP, TLS, Debian, RedHat, block, tls
 
 LIVE = Path("/etc/letsencrypt/live")
 SITE = "plain.example"
@@ -166,6 +166,10 @@ def test_a_wildcard_stands_for_one_label(server):
     assert "is not for a.b.wild.example" in server.run("tls", "on", "wild.example", *pair("wild")).err
     server.place("claims", block("*:80", "claims.example", "ServerAlias tls.both.example"))  # where another certificate is shown
     server.do("tls", "on", "claims.example", *pair("wild"), "--any-name")
+    server.place("near", tls("near.example").replace("*", "127.0.0.1"))  # and the site's own name does not
+    server.signal("graceful")
+    answer = server.run("tls", "on", SITE, *pair("wild"), "--any-name")
+    assert answer.status == 4 and "shows another certificate" in answer.err, answer
 
 
 @pytest.mark.parametrize("words, reason", [

@@ -82,7 +82,8 @@ Outcome proveTls(const Transaction& change, const std::string& site) {
         }
         for (const Peer& peer : peersOf(change.configuration(), place, change.reading())) {
             for (const std::string& name : namesOf({place})) {
-                if (std::find(missing.begin(), missing.end(), name) != missing.end()) {
+                if (name != settingName(place.block->name) &&
+                    std::find(missing.begin(), missing.end(), name) != missing.end()) {
                     continue;
                 }
                 Outcome shown = shownInTime(
