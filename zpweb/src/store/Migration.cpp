@@ -16,7 +16,7 @@ namespace zpweb {
 namespace {
 
 // The journal comes last: it names checkpoints.
-constexpr const char* Kept[] = {"audit.log", "checkpoints", "released", "journal"};
+constexpr const char* Carried[] = {"audit.log", "checkpoints", "released", "journal"};
 
 Outcome copyTree(const std::string& from, const std::string& to) {
     if (linkTarget(from) || !isDirectory(from)) {
@@ -61,14 +61,14 @@ Outcome moveFromBefore(const State& state, Output& output) {
     if (lock.isOpen() && ::flock(lock.number(), LOCK_EX | LOCK_NB) != 0) {
         return failure(Status::Locked, "another run of zpweb is at work in " + before);
     }
-    if (std::any_of(std::begin(Kept), std::end(Kept), [&](const char* name) {
+    if (std::any_of(std::begin(Carried), std::end(Carried), [&](const char* name) {
             return exists(before + "/" + name) && exists(state.directory + "/" + name);
         })) {
         output.note(before + ": the state of an earlier version, which is not used beside " +
                     state.directory + "; it stays until it is removed");
         return done();
     }
-    for (const char* name : Kept) {
+    for (const char* name : Carried) {
         if (Outcome brought = bring(before + "/" + name, state.directory + "/" + name); !brought.ok()) {
             return failure("cannot bring " + before + " to " + state.directory + ": " + brought.message);
         }
