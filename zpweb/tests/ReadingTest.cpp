@@ -318,6 +318,10 @@ TEST(Postconditions, KnowEveryPathThatLeadsToADirectory) {
               "Alias /pub /srv/in\n  DocumentRoot /srv", "/x"},
              {"<Location /i>\n  ProxyPass http://127.0.0.1:1/\n</Location>", "DocumentRoot /srv", "/x",
               true},
+             {"",
+              "RewriteEngine On\n  RewriteRule ^/in - [F]\n  RewriteRule ^/ http://127.0.0.1:1/ [P]\n  "
+              "DocumentRoot /srv",
+              "/x", true},
          }) {
         const Reading reading = Reading::parse(
             "VirtualHost configuration:\n*:80  a (/a.conf:9)\n# In file: /a.conf\n#   1:\nListen 80\n" +
