@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -60,16 +59,6 @@ bool lockWithin(int file, std::chrono::milliseconds time) {
     return ::flock(file, LOCK_EX) == 0;
 }
 
-// Somebody may have made the directory for all to see. What a link leads to may be anybody's.
-Outcome closeToOthers(const std::string& path) {
-    constexpr mode_t Others = 077;
-    const Descriptor directory(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    struct stat status {};
-    const bool open = directory.isOpen() && ::fstat(directory.number(), &status) == 0 &&
-                      status.st_uid == ::geteuid() && (status.st_mode & Others) != 0;
-    return open && ::fchmod(directory.number(), 0700) != 0 ? failure(systemError(path)) : done();
-}
-
 // The file at `path` may have been removed and made anew while its old self was waited for.
 bool isStillAt(const std::string& path, int file) {
     struct stat open {};
@@ -89,9 +78,6 @@ Expected<Lock> Lock::take(const State& state, const Wait& wait) {
         lock.madeDirectory_ = ::mkdir(state.directory.c_str(), 0700) == 0;
         if (!lock.madeDirectory_ && errno != EEXIST) {
             return failure(systemError(state.directory));
-        }
-        if (Outcome closed = closeToOthers(state.directory); !closed.ok()) {
-            return closed;
         }
         lock.file_ =
             Descriptor(::open(state.lock().c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));

@@ -2,6 +2,8 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -50,12 +52,23 @@ Outcome bring(const std::string& from, const std::string& to) {
     return copied;
 }
 
+// Somebody may have made the directory for all to see. What a link leads to may be anybody's.
+Outcome closeToOthers(const std::string& path) {
+    constexpr mode_t Others = 077;
+    const Descriptor directory(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    struct stat status {};
+    const bool open = directory.isOpen() && ::fstat(directory.number(), &status) == 0 &&
+                      status.st_uid == ::geteuid() && (status.st_mode & Others) != 0;
+    return open && ::fchmod(directory.number(), 0700) != 0 ? failure(systemError(path)) : done();
+}
+
 }  // namespace
 
 Outcome moveFromBefore(const State& state, Output& output) {
     const std::string before = state.before();
-    if (before == state.directory || !isDirectory(before)) {
-        return done();
+    const Outcome closed = closeToOthers(state.directory);
+    if (!closed.ok() || before == state.directory || !isDirectory(before)) {
+        return closed;
     }
     const Descriptor lock(::open((before + "/lock").c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW));
     if (lock.isOpen() && ::flock(lock.number(), LOCK_EX | LOCK_NB) != 0) {

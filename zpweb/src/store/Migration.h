@@ -7,9 +7,9 @@
 
 namespace zpweb {
 
-// Brings log, checkpoints and journal to where they are kept now, under this state's lock. Refused while a
-// run of an earlier version is at work there. Where both places have a state the earlier one stays, and it
-// is told.
+// Closes the directory to others, and brings log, checkpoints and journal to where they are kept now, under
+// this state's lock. Refused while a run of an earlier version is at work there. Where both places have a
+// state the earlier one stays, and it is told.
 Outcome moveFromBefore(const State& state, Output& output);
 
 }  // namespace zpweb
