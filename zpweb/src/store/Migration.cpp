@@ -66,7 +66,7 @@ Outcome closeToOthers(const std::string& path) {
 
 Outcome moveFromBefore(const State& state, Output& output) {
     const std::string before = state.before();
-    const Outcome closed = closeToOthers(state.directory);
+    Outcome closed = closeToOthers(state.directory);
     if (!closed.ok() || before == state.directory || !isDirectory(before)) {
         return closed;
     }
