@@ -583,6 +583,6 @@ def test_every_command_has_been_run_by_now(site, request):
     if request.config.getoption("keyword"):
         pytest.skip("only some of the tests were asked for")
     assert len(commands) > 50
-    others = "".join(Path(__file__).with_name(f"test_{name}.py").read_text() for name in ("settings", "servers"))
+    others = "".join(Path(__file__).with_name(f"test_{name}.py").read_text() for name in ("settings", "tls", "servers"))
     assert {c for c in commands if not any((w + " ").startswith(c + " ") for w in Machine.words)
             and '"{}"'.format(c.replace(" ", '", "')) not in others} == set()
