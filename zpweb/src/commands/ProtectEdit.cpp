@@ -1,8 +1,5 @@
 // protect edit: changes a user's password, or moves the user to another directory.
-#include "PrivateFolder.h"
-#include "Results.h"
 #include "commands/Commands.h"
-#include "commands/shared/Operation.h"
 #include "commands/shared/Protection.h"
 
 namespace zpweb {
@@ -10,8 +7,6 @@ namespace zpweb {
 namespace {
 
 constexpr auto Target = option("--to", Kind::Path, "DIRECTORY", "The other directory");
-
-constexpr int Edited = zp::result::protection::Edited;
 
 // Between two directories the two steps of the operation are done one by one, each on a stage of its own
 // directory.
@@ -33,11 +28,7 @@ Outcome edit(Transaction& change, const Arguments& given) {
     if (target != directory) {
         return moveUser(change, directory, target, user, given.secret());
     }
-    return onProtection(change, directory, [&](const std::string& staged) {
-        PrivateFolder manager(nullptr);
-        return resultOf("editPrivateFolder",
-                        manager.editPrivateFolder(staged, staged, user, given.secret()), {Edited});
-    });
+    return changePasswordFor(change, directory, user, given.secret());
 }
 
 }  // namespace

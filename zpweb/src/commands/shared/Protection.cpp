@@ -1,5 +1,7 @@
 #include "commands/shared/Protection.h"
 
+#include <functional>
+
 #include "PrivateFolder.h"
 #include "Results.h"
 #include "commands/shared/Operation.h"
@@ -12,24 +14,33 @@ namespace {
 
 constexpr int Protected = zp::result::protection::UserAdded;
 constexpr int Unprotected = zp::result::protection::UserDeleted;
+constexpr int Edited = zp::result::protection::Edited;
 constexpr mode_t ProtectionMode = 0444;
 
+// Empty when there is none.
+std::string lineOfUser(const std::string& passwords, const std::string& user) {
+    const std::string text = "\n" + passwords;
+    const size_t at = text.find("\n" + user + ":");
+    return at == std::string::npos ? "" : text.substr(at + 1, text.find('\n', at + 1) - at - 1);
+}
+
 bool hasUser(const std::string& passwords, const std::string& user) {
-    return ("\n" + passwords).find("\n" + user + ":") != std::string::npos;
+    return !lineOfUser(passwords, user).empty();
 }
 
-}  // namespace
-
-Outcome needsUser(const Transaction& change, const std::string& directory, const std::string& user) {
-    return hasUser(change.contentOf(directory + "/.htpasswd").text(), user)
+// A hash is another one each time that it is made, of the same password, too.
+Outcome givePassword(const std::string& staged, const std::string& user,
+                     const std::function<Outcome()>& operation) {
+    const std::string file = staged + "/.htpasswd";
+    const auto before = readFile(file);
+    if (Outcome given = operation(); !given.ok()) {
+        return given;
+    }
+    const auto after = readFile(file);
+    const std::string line = after.ok() ? lineOfUser(*after, user) : "";
+    return !line.empty() && line != (before.ok() ? lineOfUser(*before, user) : "")
                ? done()
-               : failure(Status::NotFound,
-                         "user " + inQuotes(user) + ": not in " + directory + "/.htpasswd");
-}
-
-Outcome needsTool() {
-    return runProgram({"htpasswd"}).status == -1 ? failure("htpasswd is not installed (apache2-utils)")
-                                                 : done();
+               : failure("htpasswd did not take the user");
 }
 
 Outcome onProtection(Transaction& change, const std::string& directory,
@@ -46,18 +57,40 @@ Outcome onProtection(Transaction& change, const std::string& directory,
     return change.edit(edit);
 }
 
+}  // namespace
+
+Outcome needsUser(const Transaction& change, const std::string& directory, const std::string& user) {
+    return hasUser(change.contentOf(directory + "/.htpasswd").text(), user)
+               ? done()
+               : failure(Status::NotFound,
+                         "user " + inQuotes(user) + ": not in " + directory + "/.htpasswd");
+}
+
+Outcome needsTool() {
+    return runProgram({"htpasswd"}).status == -1 ? failure("htpasswd is not installed (apache2-utils)")
+                                                 : done();
+}
+
 Outcome protectFor(Transaction& change, const std::string& directory, const std::string& user,
                    const std::string& secret) {
     change.output().set("folder", directory);
     change.output().set("user", user);
     return onProtection(change, directory, [&](const std::string& staged) {
-        const int result = PrivateFolder(nullptr).addPrivateFolder(staged, user, secret);
-        if (Outcome added = resultOf("addPrivateFolder", result, {Protected}); !added.ok()) {
-            return added;
-        }
-        const auto passwords = readFile(staged + "/.htpasswd");
-        return passwords.ok() && hasUser(*passwords, user) ? done()
-                                                           : failure("htpasswd did not take the user");
+        return givePassword(staged, user, [&] {
+            return resultOf("addPrivateFolder",
+                            PrivateFolder(nullptr).addPrivateFolder(staged, user, secret), {Protected});
+        });
+    });
+}
+
+Outcome changePasswordFor(Transaction& change, const std::string& directory, const std::string& user,
+                          const std::string& secret) {
+    return onProtection(change, directory, [&](const std::string& staged) {
+        return givePassword(staged, user, [&] {
+            return resultOf("editPrivateFolder",
+                            PrivateFolder(nullptr).editPrivateFolder(staged, staged, user, secret),
+                            {Edited});
+        });
     });
 }
 

@@ -1,7 +1,6 @@
 // Directories behind a password, by their .htaccess and .htpasswd.
 #pragma once
 
-#include <functional>
 #include <string>
 
 #include "change/Transaction.h"
@@ -17,10 +16,10 @@ Outcome needsUser(const Transaction& change, const std::string& directory, const
 // The library runs "htpasswd" and does not look at what it answers.
 Outcome needsTool();
 
-Outcome onProtection(Transaction& change, const std::string& directory,
-                     const std::function<Outcome(const std::string& staged)>& operation);
 Outcome protectFor(Transaction& change, const std::string& directory, const std::string& user,
                    const std::string& secret);
+Outcome changePasswordFor(Transaction& change, const std::string& directory, const std::string& user,
+                          const std::string& secret);
 Outcome unprotectFor(Transaction& change, const std::string& directory, const std::string& user);
 
 }  // namespace zpweb
