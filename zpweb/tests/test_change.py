@@ -564,6 +564,7 @@ def test_a_label_takes_its_changes_back_together(machine):
 def test_the_state_of_a_system_configuration_is_not_below_etc(machine):
     with_site(machine)
     machine.do("site", "stop", "kept.example")  # in ".zpweb", as earlier versions did everywhere
+    (machine.root / ".zpweb/released").write_text(released := "kept.example www.kept.example *:80\n")
     system, state = Path("/etc/apache2-zpweb"), Path("/var/lib/zpweb")
     shutil.rmtree(state, ignore_errors=True)
     state.mkdir(0o755)
@@ -579,8 +580,15 @@ def test_the_state_of_a_system_configuration_is_not_below_etc(machine):
         with (system / ".zpweb/lock").open() as lock:
             fcntl.flock(lock, fcntl.LOCK_EX)
             assert machine.run("site", "start", "kept.example", "--conf", conf, "--no-check", conf=False).status == 5
+        (system / ".zpweb/journal").write_text("{")
+        words = [ZPFAULT, "none", "0", ZPWEB, "--conf", conf, "site", "start", "kept.example", "--no-check"]
+        listed = subprocess.run(words, capture_output=True, text=True, env={**os.environ, "ZPFAULT_ALL": "1"}).stderr
+        assert "/journal: cannot be read" in listed
+        for name in ("audit.log", "checkpoints", "released", "journal"):
+            assert re.search(rf"(?s) fsync {state}/{name}.new\n.* rename {state}/{name}.new\n((?! unlink| rename).)* fsync {state}\n", listed), name
+        (state / "journal").unlink()
         machine.do("site", "start", "kept.example", "--conf", conf, "--no-check", conf=False)
-        assert not (system / ".zpweb").exists() and state.stat().st_mode & 0o7777 == 0o700
+        assert not (system / ".zpweb").exists() and state.stat().st_mode & 0o7777 == 0o700 and (state / "released").read_text() == released
         assert [p.name for p in sorted((state / "checkpoints").iterdir()) if p.name.isdigit()] == ["000001", "000002"]
         (system / ".zpweb/checkpoints").mkdir(parents=True)
         assert ".zpweb: the state of an earlier version" in machine.do("undo", "--conf", conf, conf=False).err

@@ -46,9 +46,8 @@ Outcome bring(const std::string& from, const std::string& to) {
     if (copied.ok() && std::rename(fresh.c_str(), to.c_str()) != 0) {
         return failure(systemError(to));
     }
-    if (copied.ok()) {
-        removeTree(from);
-    }
+    copied = copied.ok() ? sync(directoryOf(to)) : copied;
+    removeTree(copied.ok() ? from : to);
     return copied;
 }
 
