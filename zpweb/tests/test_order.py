@@ -78,11 +78,15 @@ def test_nothing_counts_that_is_not_on_the_disk(three_files):
     journal = max(at for at, (name, path) in enumerate(calls) if name == "rename" and path.endswith("/journal.new") and at < put[0])
     assert str(site.root / ".zpweb") in [path for at, path in synced if journal < at < put[0]], "the journal's name, too"
     assert any(path.endswith("/journal.new") for path in before)
-    assert {"change", "checkpoints", "lock"} <= {Path(path).name for path in before}, before
+    assert {"change", "000002", "checkpoints", "lock"} <= {Path(path).name for path in before}, before
     assert {str(site.root), "/etc/webusers", str(site.root / "www")} <= {path for at, path in synced if put[0] < at < gone}
     words = [ZPFAULT, "none", "0", ZPWEB, "--conf", site.conf, "host", "add", "shop.example", "b.example", "--confirm-within", "1h", *FAST]
     done = subprocess.run(words, capture_output=True, text=True, env={**os.environ, "ZPFAULT_ALL": "1"})
     assert [name for name, path in re.findall(r"^\d+ (rename\w*) (.*)$", done.stderr, re.M) if "/unconfirmed" in path or name == "renameat2"] == ["rename", "renameat2"], done
+    subprocess.run([ZPFAULT, "kill", "renameat2:1", *words[3:6], "site", "stop", "shop.example", *FAST], capture_output=True)
+    for command, name in (["confirm"], "unconfirmed"), (["site", "start", "shop.example", *FAST], "journal"):
+        done = subprocess.run([*words[:6], *command], capture_output=True, text=True, env={**os.environ, "ZPFAULT_ALL": "1"})
+        assert re.search(rf"(?s) unlink\w* {site.root}/.zpweb/{name}\n.* fsync {site.root}/.zpweb\n", done.stderr), "it does not come back"
 
 
 def test_what_is_only_prepared_has_no_say_in_what_somebody_does_meanwhile(site):

@@ -167,6 +167,7 @@ def test_a_leader_that_is_killed_at_any_step(site):
             calls = [n for n, name in enumerate(traced, 1) if re.match("rename|link|unlink|mkdir", name)][::STEP]
             number = 0
         assert [a.status for a in answers[1:]] == [0, 0] and [answers[1].json[field] for field in ("site", "host", "changed")] == [names[1], "h1.example", True], answers
+        assert {a.json["checkpoint"] for a in answers[1:]} <= {line.get("checkpoint") for line in log_of(site)[known:]}, answers
         text = site.text()
         assert [text.count(f"h{i}.example") for i in (1, 2)] == [1, 1], (number, text)
         logged = [str(line["command"]) for line in log_of(site)[known:] if line["changed"]]
@@ -175,6 +176,7 @@ def test_a_leader_that_is_killed_at_any_step(site):
         for _ in range(3 if outcomes[-1] else 2):
             site.do("undo", *FAST)
         assert site.text() == before and not site.strays(), number
+        assert not re.search("(host|directive) add", site.run("undo", "--dry-run", *FAST).err), number
         number += 1
     assert set(outcomes) == {False, True}
 
