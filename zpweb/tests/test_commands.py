@@ -308,6 +308,13 @@ def test_installing_suphp(site):
     site.do("suphp", "install", site.sites, "/usr/bin/env")
     assert Path("/usr/local/etc/suphp.conf").read_text() == f"user=www-data\nroot={site.sites}\n"
     program = Path("/usr/local/sbin/suphp")
+    for path, other in (("/usr/local/etc/suphp.conf", os.mkdir), ("/var/log/suphp", os.mknod)):
+        subprocess.run(["rm", "-r", path], check=True)
+        other(path)
+        answer = site.run("suphp", "install", site.sites, "/usr/bin/env")
+        subprocess.run(["rm", "-r", path], check=True)
+        assert answer.status == 1 and f"{path}: it could not be installed" in answer.err and program.exists(), answer
+        site.do("suphp", "install", site.sites, "/usr/bin/env")
     program.unlink()
     for module in source.glob("mod_*"):
         module.write_text("another")

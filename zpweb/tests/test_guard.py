@@ -93,6 +93,14 @@ def test_a_change_of_which_the_server_tells_nothing_is_not_called_judged(site):
     assert answer.json["judged"] is False and "not judged" in answer.err, answer
 
 
+@pytest.mark.parametrize("word, other", [("on", "Off"), ("off", "On")])
+def test_suphp_that_another_line_switches_back_is_not_called_switched(site, word, other):
+    told = path_with(site.root / "run/bin", apache2=f'/usr/sbin/apache2 "$@" | sed "s/^ServerRoot: /suPHP_Engine {other}\\n&/"')
+    (site.root / ".zpweb/reading").unlink()
+    answer = site.run("suphp", word, env=told)
+    assert answer.status == 1 and f"switches it {other.lower()}" in answer.err, answer
+
+
 def test_a_module_that_is_built_into_the_server_is_not_loaded(site):
     listed = path_with(site.root / "run/bin", apache2='[ "$1" != -l ] || exec echo mod_proxy.c mod_proxy_http.c mod_headers.c\nexec /usr/sbin/apache2 "$@"')
     site.do("proxy", "set", "shop.example", "/x", "http://127.0.0.1:9", *FAST, env=listed)
