@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "server/BlockPostconditions.h"
+#include "server/DirectoryOptions.h"
 #include "server/DirectoryRules.h"
 #include "server/Generation.h"
 #include "server/Judge.h"
@@ -121,6 +122,12 @@ TEST(Judge, SeesWhatNobodyAskedFor) {
               "httpd.conf:99 (DocumentRoot /srv/late)"},
              {"  DocumentRoot /srv/two80\n", "  DocumentRoot /srv/other\n", late,
               "<VirtualHost 127.0.0.2:8080>"},
+             {"  DocumentRoot /srv/two80\n", "  ServerAdmin /srv/two80\n", late,
+              "<VirtualHost 127.0.0.2:8080>"},
+             {"  #  54:\n  DocumentRoot /srv/late\n",  // the same lines, of which one is in the other now
+              "    #  54:\n    DocumentRoot /srv/late\n  </Directory>\n",
+              {.sites = {"two80"}},
+              "<VirtualHost *:8080>"},
              {"  DocumentRoot /srv/two80\n", "", {.everything = true}, ""},
              {"<Directory />", "<Directory /srv>", late, "<Directory /srv>"},
              {"  Require all granted", "  Require all denied", late, "<Directory />"},
@@ -322,6 +329,14 @@ TEST(Postconditions, KnowEveryPathThatLeadsToADirectory) {
               "RewriteEngine On\n  RewriteRule ^/in - [F]\n  RewriteRule ^/ http://127.0.0.1:1/ [P]\n  "
               "DocumentRoot /srv",
               "/x", true},
+             {"",
+              "RewriteEngine On\n  RewriteCond %{REQUEST_URI} =/no [OR]\n  RewriteCond %{REQUEST_URI} "
+              "^/in\n  RewriteRule ^ http://127.0.0.1:1/ [P]\n  DocumentRoot /srv",
+              "/x"},
+             {"",
+              "RewriteEngine On\n  RewriteCond %{REQUEST_URI} =/no\n  RewriteCond %{REQUEST_URI} "
+              "^/in\n  RewriteRule ^ http://127.0.0.1:1/ [P]\n  DocumentRoot /srv",
+              "/x", true},
          }) {
         const Reading reading = Reading::parse(
             "VirtualHost configuration:\n*:80  a (/a.conf:9)\n# In file: /a.conf\n#   1:\nListen 80\n" +
@@ -349,10 +364,11 @@ TEST(Postconditions, SeeWhichSectionCounts) {
                                      {"AllowOverride None", "Options +Indexes", true, "/srv/in"},
                                      {"AllowOverride None", "AllowOverride All", false, "/srv/in"},
                                      {"AllowOverride AuthConfig", "AllowOverride All", false, "/srv/in"},
-                                     {"AllowOverride None", "AllowOverride All", true, "/srv/i*"}}) {
+                                     {"AllowOverride None", "AllowOverride All", true, "/srv/i*"},
+                                     {"Options None", "Options +Indexes", true, "/srv"}}) {
         const Reading reading = Reading::parse(
             "VirtualHost configuration:\n*:80  a (/a.conf:9)\n# In file: /a.conf\n#   1:\nListen 80\n"
-            "#   9:\n<VirtualHost *:80>\n  ServerName a\n  DocumentRoot /srv\n  <Directory /srv/in/>\n"
+            "#   9:\n<VirtualHost *:80>\n  ServerName a\n  DocumentRoot /srv/in\n  <Directory /srv/in/>\n"
             "    Options +Indexes\n    AllowOverride All\n  </Directory>\n  <Directory " +
             std::string(each.path) + ">\n    " + std::string(each.later) +
             "\n  </Directory>\n</VirtualHost>\n");
@@ -361,6 +377,8 @@ TEST(Postconditions, SeeWhichSectionCounts) {
         const bool heeds = std::string_view(each.later) != "AllowOverride None";
         EXPECT_EQ(heedsAccessFile("/srv/in")(reading).ok(), heeds) << each.later;
         EXPECT_FALSE(inEffect({"a"}, "ServerSignature", "Off")(reading).ok());
+        const bool lists = each.holds || std::string_view(each.line) == "AllowOverride All";
+        EXPECT_EQ(optionsHoldAtRoot({"a"}, "+Indexes")(reading).ok(), lists) << each.later;
     }
 }
 
