@@ -83,8 +83,8 @@ CHANGES = {
     "hosts of a directory": (
         ODD, "vdir set SITE /srv/shop --deny all --allow 10.1.2.3", "Require all granted", "Require ip 10.1.2.3", None),
     "hosts of which some are kept out": (
-        ODD, "vdir set SITE /srv/shop --order --allow env=known --deny 10.1.2.3", "        Require all granted\n",
-        "        <RequireAll>\n            Require env known\n            Require not ip 10.1.2.3\n        </RequireAll>\n", None),
+        ODD, "vdir set SITE /srv/shop --order --allow env=known --deny 2001:db8::1,.b.example", "        Require all granted\n",
+        "        <RequireAll>\n            Require env known\n            Require not ip 2001:db8::1\n            Require not host .b.example\n        </RequireAll>\n", None),
     "a value that stands in quotes": (TABS.replace("/srv/shop", '/srv/shop\r\n\tErrorLog "logs/a"'), "directive delete ErrorLog logs/a --site SITE", '\tErrorLog "logs/a"\r\n', "", None),
     "a section that is made to be there": (
         TABS, "perl on SITE", "</VirtualHost>",
@@ -99,6 +99,9 @@ CHANGES = {
         TABS, "basedir on SITE /srv/shop", "</VirtualHost>",
         '\t<Directory "/srv/shop">\r\n\t\t# zpweb: this section goes with its last line\r\n\t\tphp_admin_value open_basedir "/srv/shop/:/tmp/"\r\n'
         '\t</Directory>\r\n</VirtualHost>', "basedir off SITE /srv/shop"),
+    "a limit beside another value": (
+        TABS.replace("/srv/shop", "/srv/shop\r\n\t<Directory /srv/shop>\r\n\tphp_admin_value memory_limit 9M\r\n\t</Directory>"), "basedir on SITE /srv/shop",
+        "9M\r\n", '9M\r\n\tphp_admin_value open_basedir "/srv/shop/:/tmp/"\r\n', "basedir off SITE /srv/shop"),
     "one of several": (SECURE.replace("logs/two combined", "logs/one combined2"), "directive delete CustomLog logs/one\\ combined --site SITE", "    CustomLog logs/one combined\n", "", None),
     "the first block alone": (
         SECURE, "directive add ServerSignature Off --site SITE --first", "</VirtualHost>\n<", "    ServerSignature Off\n</VirtualHost>\n<",
@@ -297,7 +300,9 @@ REFUSED = {
     "one of several lines that each count": (SECURE, "directive set CustomLog logs/new --site SITE", 2, "delete the one with its value"),
     "which of several lines of the server's": ("Listen 80\nListen 81\n", "directive delete Listen", 2, "name the VALUE"),
     "an address that several blocks have": (SECURE + SECURE.replace("shop", "other"), "directive add ServerSignature Off --block *:80", 2, "several blocks have it"),
-    "a block of several": (SECURE, "rails on SITE app --owner anna", 3, "several blocks"),
+    **{f"a block of several ({words})": (SECURE, words, 3, "several blocks")
+       for words in ("rails on SITE app --owner anna", "rails off SITE app", "suphp off SITE", "module unblock SITE x")},
+    "lines for which there is no place": (TABS, "suphp on SITE", 1, "found no place"),
     "an application above": (TABS, "rails on SITE ../app --owner anna", 2, "name of a directory"),
     "a site of which one block has no end": (TABS + "\n" + TABS.replace("</VirtualHost>", ""), "site delete SITE", 1, "never closed"),
     "a block without an end": (TABS.replace("</VirtualHost>", ""), "host add SITE new.example", 1, "never closed"),
@@ -328,6 +333,8 @@ REFUSED = {
         "site create new.example --address 127.0.0.1 --port 8080 --owner anna --path /var --mode own", 3, "would be taken for"),
     "its own name": (SECURE, "host remove SITE SITE", 3, "the site's own name"),
     "another site's name": (TABS + "\n" + TABS.replace("shop", "other"), "host add SITE other.example", 7, "a site of its own"),
+    "a name of another site's second line": (
+        TABS + "\n" + TABS.replace("shop.example\r\n", "other.example\r\n\tServerAlias a.example\r\n\tServerAlias b.example\r\n"), "site rename SITE b.example", 7, "another site has it"),
     "its name by another way": (SECURE, "directive set ServerName b.example --site SITE", 2, "site rename"),
     "nobody to let in": (SECURE, "access set SITE /a", 2, "is missing"),
     "a redirect that is not there": (SECURE, "redirect remove SITE /a", 6, "has none"),
