@@ -63,6 +63,8 @@ TEST_F(EffectOnOwnersGround, GivesNothingThatHasASecondNameOrIsAThirds) {
 TEST_F(EffectOnOwnersGround, FollowsNoCircleOfRootsLinks) {
     fs::create_symlink("circle", scratch("circle"));
     EXPECT_FALSE(carryOut({.path = scratch("circle/page"), .user = Siteowner}));
+    EXPECT_FALSE(carryOut({.step = Step::GiveDirectory, .path = ""}))
+        << "which is not the working directory";
 }
 
 TEST_F(EffectOnOwnersGround, PassesOverLinksInATreeAndTellsOfWhatItCouldNotGive) {

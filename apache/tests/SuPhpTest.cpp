@@ -306,15 +306,17 @@ TEST(SuPhpInstallation, PutsTheFilesOfTheHostsKindInPlace) {
 TEST(SuPhpInstallation, KeepsTheProgramAndRewritesTheConfiguration) {
     layOutHost(Hosts[1]);
     writeFile("/usr/local/sbin/suphp", "own");
-    writeFile("/usr/local/etc/suphp.conf", "own");
-    ASSERT_EQ(::chmod("/usr/local/etc/suphp.conf", 0640), 0);
+    writeFile("/usr/local/etc/own.conf", "own");
+    ASSERT_EQ(::chmod("/usr/local/etc/own.conf", 0640), 0);
+    std::filesystem::create_symlink("own.conf", "/usr/local/etc/suphp.conf");
     EXPECT_EQ(configure("", "{WEBSPACE_PATH}/{PHP-CGI_PATH}", "{PHP-CGI_PATH}"), 0);
     EXPECT_EQ(readFile("/usr/local/sbin/suphp") + mode("/usr/local/sbin/suphp"), "own0644");
     EXPECT_EQ(installedConfiguration(),
               "user={APACHE_USER}\n; {APACHE_USER} {WEBSPACE_PATH}/php:{PHP-CGI_PATH}\n"
               "php:{PHP-CGI_PATH} php:{PHP-CGI_PATH}");
-    EXPECT_EQ(mode("/usr/local/etc/suphp.conf"), "0640");
-    EXPECT_EQ(namesIn("/usr/local/etc"), Calls{"suphp.conf"});
+    EXPECT_EQ(mode("/usr/local/etc/own.conf"), "0640");
+    EXPECT_EQ(namesIn("/usr/local/etc"), (Calls{"own.conf", "suphp.conf"}));
+    EXPECT_TRUE(std::filesystem::is_symlink("/usr/local/etc/suphp.conf"));
 }
 
 TEST(SuPhpInstallation, LeavesTheConfigurationWhenItCannotBeFilledIn) {

@@ -84,6 +84,7 @@ TEST_F(VirtualDirectoryOnHost, CreationGivesFolderAndPasswordFileToTheOwnerOfThe
 TEST_F(VirtualDirectoryOnHost, AFolderWhoseOwnerHasNoAccountIsNotHandedOver) {
     ASSERT_EQ(::chown(Home.c_str(), 4321, 4321), 0);
     EXPECT_EQ(createDirectory(file, {.folder = Files}), 83);
+    EXPECT_EQ(owner(Files) + " " + mode(Files), "0:0 0755");
     EXPECT_EQ(CZPVirtualDirectory(nullptr, file.c_str(), "").DeleteVirtualDirectory("/absent"), 85);
     EXPECT_EQ(tools.calls(), (StringVector{"apachectl -v", movedFromAnotherFileSystem(file),
                                            movedFromAnotherFileSystem(file)}));  // of an installation

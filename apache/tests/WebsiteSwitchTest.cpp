@@ -113,7 +113,7 @@ const FileCase cases[] = {
     // Such a block is none of the server's.
     {"StopPassesOverABlockWithoutAddress",
      "<VirtualHost>\nServerName example.com\n</VirtualHost>\n<VirtualHost *> # <VirtualHost>\nServerName "
-     "example.com\n",
+     "example.com\n</VirtualHost>\n",
      stop(), "30, #"},
     // Stopped and started is as before, comments of its own aside.
     {"StartTakesTheMarksAway", Running, inTurn(stop(), start()), R"(30029
