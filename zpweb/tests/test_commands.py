@@ -487,7 +487,10 @@ def test_doctor_finds_what_sleeps(site):
 <VirtualHost 127.0.0.1:{site.port}>
 ServerName shop.example
 DocumentRoot /nowhere/www
+ErrorLog syslog:user:web/shop
 ErrorLog /nowhere/log/error
+CustomLog "|/nowhere/log/program" combined
+CustomLog ${{NOWHERE}}/log/access combined
 AuthUserFile /nowhere/users
 # {"x" * 1100}
 </VirtualHost>

@@ -165,6 +165,9 @@ def test_a_site_says_the_same_where_it_is_moved(site):
     site.conf.write_text(text := "Define WHERE shop\n" + site.text().replace("ServerAdmin ", "ServerAdmin ${WHERE}") + "Define WHERE other\n")
     shutil.move(site.root / "included", included := site.root / "conf.d")
     site.conf.write_text(before := text.replace("IncludeOptional included/*.conf\n", "") + f"IncludeOptional {included}/*.conf\n")
+    site.conf.write_text(text.replace("</VirtualHost>", f"IncludeOptional {included}/*.conf\n</VirtualHost>"))
+    assert "use --layout main" in site.run("site", "move", "shop.example", "--layout", "files").err, "what a block includes is the block's"
+    site.conf.write_text(before)
     answer = site.run("site", "move", "shop.example", "--layout", "files")
     assert answer.status == 3 and "Define" in answer.err and site.text() == before and not any(included.iterdir()), answer
     lines = [{"command": "site move", "arguments": ["shop.example"], "options": {"layout": "files"}},

@@ -128,6 +128,8 @@ def test_a_certificate_of_the_blocks_own_becomes_a_setting_in_one_change(server)
     server.do("undo")
     server.do("undo")
     assert server.files() == server.files(server.kept) and server.serving() == server.all_served()
+    server.place("bare", block("*:443", "bare.example", "SSLEngine on"))
+    server.do("host", "add", "bare.example", "more.example", "--no-reload")
 
 
 @pytest.mark.parametrize("site, own", [("matched.example", "/own"), ("rewritten.example", "/own"), ("rewritten.example", "/kept"), ("rewritten.example", "/any"),
@@ -235,7 +237,8 @@ CERTIFICATE = "SSLCertificateFile /etc/ssl/site.pem"
 
 
 @pytest.mark.parametrize("before, line, port, scheme", [("", "SSLEngine off", 443, "http"), ("", CERTIFICATE, 443, "http"),
-                                                        ("Listen 127.0.0.9:8444 https\n", CERTIFICATE, 8444, "https")])
+                                                        ("Listen 127.0.0.9:8444 https\n", CERTIFICATE, 8444, "https"),
+                                                        (f"Listen 127.0.0.9:8444 https\n{CERTIFICATE}\n", "", 8444, "https")])
 @ONE_LAYOUT
 def test_whether_a_site_is_asked_in_https_is_the_servers_to_say(server, before, line, port, scheme):
     server.place("spoken", before + block(f"127.0.0.9:{port}", "spoken.example", line, root="plain.example"))

@@ -435,9 +435,10 @@ def test_logs_are_rotated_and_shown(server):
     assert any("/again" in line for line in followed.stdout), "a log that is rotated is followed"
     followed.terminate()
     followed.wait()
-    Path("/etc/logrotate.d/other").write_text(f"{logs}/*.log {{\n}}\n")
-    answer = server.run("log", "policy", SITE)
-    assert answer.status == 7 and "/etc/logrotate.d/other" in answer.err
+    for named in (f"{logs}/*.log", f'"{logs}/*.log"'):
+        Path("/etc/logrotate.d/other").write_text(f"{named} {{\n}}\n")
+        answer = server.run("log", "policy", SITE)
+        assert answer.status == 7 and "/etc/logrotate.d/other" in answer.err, answer
     server.do("log", "policy", SITE, "--off")
     assert not Path("/etc/logrotate.d/zpweb").exists()
     Path("/etc/logrotate.d/other").unlink()
@@ -448,11 +449,11 @@ def test_the_logs_of_a_site_are_those_that_the_server_opens(site):
     site.conf.write_text(site.text().replace("IncludeOptional", f"Define there {logs}\nIncludeOptional", 1))
     for name in ("one", "two"):
         (site.root / f"included/{name}.conf").write_text(f"Define name {name}\nDefine path ${{there}}/${{name}}\n" + block(
-            f"127.0.0.1:{site.port}", f"{name}.example", "CustomLog ${path}.log combined", "ErrorLog '${path} err.log'", 'TransferLog "${path}.log"',
+            f"127.0.0.1:{site.port}", f"{name}.example", "CustomLog ${path}.log combined", "ErrorLog '${path} err.log'", 'TransferLog "${path}.more"',
             'CustomLog "|/bin/cat" combined', 'CustomLog "www/\\"${name}\\"" combined', root=""))
     site.start()
     shown = [set(site.do("site", "show", f"{name}.example", "--json").json["logs"]) for name in ("one", "two")]
-    assert shown == [{f"{logs}/{name}.log", f"{logs}/{name} err.log", f'{logs}/"{name}"'} for name in ("one", "two")]
+    assert shown == [{f"{logs}/{name}.log", f"{logs}/{name} err.log", f"{logs}/{name}.more", f'{logs}/"{name}"'} for name in ("one", "two")]
     assert all(os.path.exists(log) for log in shown[0] | shown[1])
 
 

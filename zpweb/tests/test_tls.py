@@ -133,6 +133,8 @@ def test_a_certificate_that_its_owner_could_take_away_is_told(server):
         os.chown(given, account, 0)
         os.chmod(given.parent, mode)
         assert f"{part} is not root's alone" in server.do("tls", "on", SITE, "--certificate", given, *pair("good")[2:]).err
+    os.chmod(given.parent, 0o1777)
+    assert "not root's alone" not in server.do("tls", "on", SITE, "--certificate", given, *pair("good")[2:]).err
 
 
 def test_a_certificate_for_addresses(server):
