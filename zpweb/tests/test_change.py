@@ -59,6 +59,12 @@ def test_the_difference_is_what_was_asked_for(machine):
     diff = machine.do(*added, "--dry-run", "--diff", "--quiet").out
     subprocess.run(["patch", "-d/", "-p0"], input=diff, text=True, check=True)
     assert made.read_text() == "a b\n" and "@@ -0,0 +1 @@" in diff
+    for between in range(9):
+        made.write_text(text := "x y\n" * 9 + "a 1\n" + "x y\n" * between + "b 1\n" + "x y\n" * 9)
+        lines = [{"command": "param edit", "arguments": [str(made), name, "1", "2"]} for name in "ab"]
+        diff = machine.do("apply", "-", "--dry-run", "--diff", "--quiet", input="\n".join(map(json.dumps, lines))).out
+        subprocess.run(["patch", "-d/", "-p0", "-F0"], input=diff, text=True, check=True)
+        assert made.read_text() == text.replace(" 1\n", " 2\n")
 
 
 def test_exact_gives_the_librarys_own_result(machine):
@@ -94,6 +100,7 @@ def test_a_dry_run_writes_nothing_and_tells(site):
             line = '{"command": "site stop", "arguments": ["shop.example"]}' if words == ["apply", "-"] else "secret"
             answer = site.run(*words, "--dry-run", "--detailed-exitcode", "--json", input=line)
             assert (answer.status, answer.json["changed"], answer.json["dry_run"]) == (8, True, True), (words, answer)
+            assert (f"would remove {site.sites}/shop.example and all" in answer.err) == ("--remove-folders" in words), answer
             after = site.tree(times=True, above=["/etc", "/var/log"])
             assert {p for p in {**before, **after} if before.get(p) != after.get(p)} == set(), words
         assert site.run("site", "start", "shop.example", "--dry-run", "--detailed-exitcode").status == 0
@@ -200,6 +207,8 @@ def test_undo_keeps_what_somebody_has_changed_elsewhere(machine):
 def test_undo_tells_what_it_leaves(machine):
     assert machine.create("shop.example").status == 0
     (machine.sites / "shop.example/www/html/index.html").write_text("mine")
+    machine.do("site", "set", "shop.example", "--mode", "0711", "--index", "a.html")
+    assert "that the change gave single files and directories stay" in machine.do("undo").err
     left = machine.do("undo", "--json").json["left"]
     assert [path[len(str(machine.sites)):] for path in left] == ["/shop.example", "/shop.example/www", "/shop.example/www/html"]
 
@@ -223,9 +232,11 @@ def test_ensure_counts_what_is_so_already_as_done(site):
 def test_undo_of_a_creation_removes_the_folders_that_are_empty(machine):
     before = machine.tree()
     assert machine.create("shop.example").status == 0
-    machine.do("user", "add", "shop.example", "joe", input="word\n")
-    machine.do("undo")
-    assert not Path("/etc/webusers").exists()
+    for there in (True, False):
+        Path("/etc/webusers").mkdir() if there else Path("/etc/webusers").rmdir()
+        machine.do("user", "add", "shop.example", "joe", input="word\n")
+        machine.do("undo")
+        assert Path("/etc/webusers").exists() == there
     machine.do("undo")
     after = machine.tree()
     assert {path for path in after if ".zpweb" not in path} == set(before)
@@ -687,9 +698,10 @@ def test_after_a_restart_the_next_command_takes_back_what_is_overdue(machine, co
     with_site(machine)
     before = machine.text()
     for name in ("late", "later"):
-        machine.do("host", "add", "kept.example", f"{name}.example", "--confirm-within", "3s")
+        machine.do("host", "add", "kept.example", f"{name}.example", "--confirm-within", "3s", pass_fds=[os.open("/etc", os.O_RDONLY)])
     for watcher in watchers(machine):
         assert os.getsid(watcher) == watcher, "it lives on when its terminal goes"
+        await_true(lambda: {os.path.realpath(held) for held in (f"/proc/{watcher}/cwd", *Path(f"/proc/{watcher}/fd").iterdir())} == {"/", "/dev/null"})
         os.kill(watcher, signal.SIGKILL)
     time.sleep(4.2)
     assert "late.example later.example" in machine.text()

@@ -390,8 +390,7 @@ def test_directives_folders_modules_and_parameters(site):
     site.do("module", "unblock", "shop.example", "x")
     assert "mod_x" not in site.text()
     file = site.root / "www/param"
-    site.do("param", "add", file, "Name", "one")
-    site.do("param", "add", file, "Name", "one")
+    assert [site.do("param", "add", file, "Name", "one", "--json").json["changed"] for _ in "ab"] == [True, False]
     site.do("param", "edit", file, "Name", "one", "two")
     assert file.read_text() == "Name two\n"
     assert site.run("param", "test", file, "Name", "one").status == 6

@@ -172,8 +172,9 @@ def test_what_has_to_be_made_by_itself_is_not_handed_to_another_run(site):
             runs[-1].stdin.close()
             await_true(lambda: runs[-1].pid in {int(line.split()[5]) for line in Path("/proc/locks").read_text().splitlines() if "->" in line})
         (request,) = (site.root / ".zpweb/requests").iterdir()
-        assert "s3cret" not in request.read_text() and os.readlink("/proc/self/ns/mnt") in request.read_text()
-        assert json.loads(request.read_text())["conditions"]["log_links"] and "c.example" in request.read_text()
+        assert "s3cret" not in request.read_text() and "c.example" in request.read_text()
+        told = json.loads(request.read_text())["conditions"]
+        assert [told[each] for each in ("configuration", "path", "mounts", "log_links")] == [str(site.conf), os.environ["PATH"], os.readlink("/proc/self/ns/mnt"), True]
     assert [run.wait(20) for run in runs] == [0] * len(runs)
 
 
@@ -475,6 +476,7 @@ def test_a_pool_that_accepts_nobody_holds_nothing_up(site):
         refused = [each for each in waiting if each.connect_ex(str(site.root / "pool.sock"))]
         answer = site.run("php", "set", "shop.example", "--fpm", site.root / "pool.sock", *FAST)
         assert refused and answer.status != 0 and "pool.sock" in answer.err, answer
+    assert "too long" in site.run("php", "set", "shop.example", "--fpm", "/" + "x" * 107, *FAST).err
 
 
 @pytest.mark.parametrize("page", ["", " \n", "<p>${HOME}", "<p>%{HTTP_HOST}", "<p>\0"])

@@ -51,8 +51,8 @@ def test_names_that_would_lead_elsewhere_are_listed_and_refused(shared):
 def test_what_is_asked_for_is_no_impact(shared):
     for words in (["host", "add", "other.example", "more.example"], ["host", "remove", "other.example", "more.example"],
                   ["site", "stop", "other.example"], ["site", "start", "other.example"], ["site", "delete", "shop.example"]):
-        answer = shared.do(*words, "--json")
-        assert (answer.json["judged"], answer.json["impact"]) == (True, []), answer
+        answer = shared.do(*words, "--json", "--verbose")
+        assert (answer.json["judged"], answer.json["impact"]) == (True, []) and "Syntax OK" in answer.err, answer
     answer = shared.do("host", "add", "other.example", "more.example", "--no-check", "--json")
     assert answer.json["judged"] is False and "written, not judged" in answer.err
 
@@ -236,7 +236,7 @@ def test_a_broken_configuration_can_be_mended_and_is_said_to_be_broken(site):
     answer = site.run("host", "add", "shop.example", "a.example")
     assert answer.status == 3 and "It was broken before" in answer.err, answer
     assert [row["address"] for row in site.do("address", "list", "--json").json["addresses"]] == ["127.0.0.1", "127.0.0.9"]
-    site.do("directive", "delete", "Nonsense", "--site", "shop.example")
+    assert "judged by what it leads to alone" in site.do("directive", "delete", "Nonsense", "--site", "shop.example").err
     assert site.text() == sound + quoted
 
 
