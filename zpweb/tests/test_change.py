@@ -659,7 +659,9 @@ def test_many_commands_of_one_change_do_what_they_do_one_by_one(machine):
 def test_what_is_not_confirmed_in_time_is_taken_back(machine):
     with_site(machine)
     before = machine.text()
-    answer = machine.do("site", "stop", "kept.example", "--confirm-within", "1h", "--json").json
+    answer = machine.do("site", "stop", "kept.example", "--confirm-within", "1h", "--json", pass_fds=[os.open("/etc", os.O_RDONLY)]).json
+    (watcher,) = watchers(machine)
+    await_true(lambda: {os.path.realpath(held) for held in (f"/proc/{watcher}/cwd", *Path(f"/proc/{watcher}/fd").iterdir())} == {"/", "/dev/null"})
     assert answer["confirm_within"] == 3600 and machine.text() != before
     assert machine.do("history", "--json").json["changes"][-1]["confirm_by"]
     assert machine.run("confirm", "9").status == 6 and machine.run("confirm", "--label", "none").status == 6
@@ -698,10 +700,9 @@ def test_after_a_restart_the_next_command_takes_back_what_is_overdue(machine, co
     with_site(machine)
     before = machine.text()
     for name in ("late", "later"):
-        machine.do("host", "add", "kept.example", f"{name}.example", "--confirm-within", "3s", pass_fds=[os.open("/etc", os.O_RDONLY)])
+        machine.do("host", "add", "kept.example", f"{name}.example", "--confirm-within", "3s")
     for watcher in watchers(machine):
         assert os.getsid(watcher) == watcher, "it lives on when its terminal goes"
-        await_true(lambda: {os.path.realpath(held) for held in (f"/proc/{watcher}/cwd", *Path(f"/proc/{watcher}/fd").iterdir())} == {"/", "/dev/null"})
         os.kill(watcher, signal.SIGKILL)
     time.sleep(4.2)
     assert "late.example later.example" in machine.text()
