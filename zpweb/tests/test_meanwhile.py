@@ -108,6 +108,7 @@ def test_a_file_of_roots_is_not_kept_as_the_sites_key(site, prey):
     words = [ZPWEB, "--conf", site.conf, "tls", "on", "shop.example", "--certificate", folder / "cert.pem", "--key", folder / "key.pem", *FAST]
     listed = subprocess.run([ZPFAULT, "none", "0", *words], capture_output=True, text=True, env={**os.environ, "ZPFAULT_ALL": "1"}).stderr
     last = max(int(number) for number, path in re.findall(r"^(\d+) open\w* (.*)$", listed, re.M) if path == str(folder / "key.pem"))
+    assert len(re.findall(r" fsync \S*/certificates/\w+(?:/(?:key|certificate).pem.new)?\n", listed)) == 4, "both, and each time the directory"
     site.do("undo", *FAST)
     shutil.rmtree(site.root / ".zpweb/certificates")
     done = subprocess.run([ZPFAULT, "meanwhile", str(last), *words], capture_output=True, text=True,
