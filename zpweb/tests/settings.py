@@ -7,7 +7,7 @@ from pathlib import Path
 
 import pytest
 from conftest import NEW_KEY
-from servers import Debian, RedHat
+from servers import TRUSTING, Debian, RedHat
 
 LIVE = Path("/etc/letsencrypt/live")
 SITE = "plain.example"
@@ -95,9 +95,7 @@ def fingerprint(name):
 
 def shown(name, address="127.0.0.1", port=443):
     """The certificate of a handshake."""
-    context = ssl.create_default_context()
-    context.check_hostname, context.verify_mode = False, ssl.CERT_NONE
-    with socket.create_connection((address, port), timeout=5) as plain, context.wrap_socket(plain, server_hostname=name) as tls:
+    with socket.create_connection((address, port), timeout=5) as plain, TRUSTING.wrap_socket(plain, server_hostname=name) as tls:
         return tls.getpeercert(binary_form=True)
 
 

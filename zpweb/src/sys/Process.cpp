@@ -9,6 +9,7 @@
 #include <sys/fsuid.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -53,6 +54,16 @@ pid_t start(const std::vector<std::string>& words, int output, int errors) {
     ::posix_spawnattr_destroy(&attributes);
     ::posix_spawn_file_actions_destroy(&actions);
     return error == 0 ? pid : -1;
+}
+
+// For a while, or until the process ends; a kernel before 5.3 cannot tell when it does.
+void awaitEnd(const Descriptor& process) {
+    pollfd ended{process.number(), POLLIN, 0};
+    if (process.isOpen()) {
+        ::poll(&ended, 1, BetweenCalls);
+    } else {
+        ::usleep(BetweenLooks);
+    }
 }
 
 // A control script's server is a process of its own.
@@ -130,6 +141,7 @@ Running::Running(const std::vector<std::string>& words, std::chrono::millisecond
 
 Running::Ended Running::end(const std::function<void()>& waiting) {
     const auto until = std::chrono::steady_clock::now() + longest_;
+    const Descriptor process(static_cast<int>(::syscall(SYS_pidfd_open, pid_, 0)));
     int status = 0;
     pid_t ended = 0;
     while (pid_ > 0 && (ended = ::waitpid(pid_, &status, WNOHANG)) != pid_) {
@@ -142,7 +154,7 @@ Running::Ended Running::end(const std::function<void()>& waiting) {
         if (std::chrono::steady_clock::now() > until) {
             endWithChildren(pid_);
         }
-        ::usleep(BetweenLooks);
+        awaitEnd(process);
     }
     const bool normal = pid_ > 0 && ended == pid_ && WIFEXITED(status);
     return {normal ? WEXITSTATUS(status) : -1, textOf(output_), textOf(errors_)};

@@ -114,16 +114,22 @@ bool hasOpen(pid_t pid, const std::string& path) {
     });
 }
 
+// The kernel lists those that listen first: what follows is as long as there are connections.
 std::set<int> portsOf(pid_t pid) {
     constexpr const char* Listening = "0A";
     const std::set<std::string> inodes = socketsOf(pid);
     std::set<int> ports;
     for (const char* table : {"net/tcp", "net/tcp6"}) {
-        std::istringstream lines(readProc(procFile(pid, table)));
-        for (std::string line; std::getline(lines, line);) {
+        std::ifstream lines(procFile(pid, table));
+        std::string line;
+        std::getline(lines, line);  // what the columns are
+        while (std::getline(lines, line)) {
             std::istringstream fields(line);
             const std::vector<std::string> words{std::istream_iterator<std::string>(fields), {}};
-            if (words.size() > 9 && words[3] == Listening && inodes.contains(words[9])) {
+            if (words.size() < 10 || words[3] != Listening) {
+                break;
+            }
+            if (inodes.contains(words[9])) {
                 const std::string port = words[1].substr(words[1].rfind(':') + 1);
                 ports.insert(static_cast<int>(std::strtol(port.c_str(), nullptr, 16)));
             }
