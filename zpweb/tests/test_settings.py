@@ -435,7 +435,8 @@ def test_logs_are_rotated_and_shown(server):
     assert any("/again" in line for line in followed.stdout), "a log that is rotated is followed"
     followed.terminate()
     followed.wait()
-    for named in (f"{logs}/*.log", f'"{logs}/*.log"'):
+    Path("/var/lib/samelogs").symlink_to("sitelogs")
+    for named in (f"{logs}/*.log", f'"{logs}/*.log"', "/var/lib/samelogs/*.log"):
         Path("/etc/logrotate.d/other").write_text(f"{named} {{\n}}\n")
         answer = server.run("log", "policy", SITE)
         assert answer.status == 7 and "/etc/logrotate.d/other" in answer.err, answer

@@ -59,6 +59,12 @@ std::string optionsOf(const LogPolicy& policy, const std::string& log) {
            "    sharedscripts\n";
 }
 
+// A directory has more than one name where a link leads to it.
+std::string withRealDirectory(const std::string& path) {
+    const auto real = realPathOf(directoryOf(path));
+    return real.ok() ? *real + "/" + nameOf(path) : path;
+}
+
 void addRotations(std::vector<Rotation>& rotations, const std::string& file) {
     const auto text = readFile(file);
     std::istringstream words(text.ok() ? *text : "");
@@ -66,7 +72,7 @@ void addRotations(std::vector<Rotation>& rotations, const std::string& file) {
         word.erase(0, word.starts_with('"') ? 1 : 0);
         word.erase(word.ends_with('"') ? word.size() - 1 : word.size());
         if (word.starts_with('/')) {
-            rotations.push_back({word, file});
+            rotations.push_back({withRealDirectory(word), file});
         }
     }
 }
@@ -196,8 +202,10 @@ std::vector<Rotation> otherRotations() {
 }
 
 std::string rotatedBy(const std::vector<Rotation>& rotations, const std::string& log) {
+    const std::string real = withRealDirectory(log);
     const auto found = std::find_if(rotations.begin(), rotations.end(), [&](const Rotation& each) {
-        return ::fnmatch(each.pattern.c_str(), log.c_str(), FNM_PATHNAME) == 0;
+        return ::fnmatch(each.pattern.c_str(), log.c_str(), FNM_PATHNAME) == 0 ||
+               ::fnmatch(each.pattern.c_str(), real.c_str(), FNM_PATHNAME) == 0;
     });
     return found == rotations.end() ? "" : found->file;
 }
