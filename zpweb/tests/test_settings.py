@@ -376,7 +376,7 @@ def test_the_catch_all_answers_for_unknown_names(server):
     with open(server.tree / "snippets/admin.conf", "a") as other:
         other.write("# http://127.0.0.2:8080 is no site's\n")
     before = server.files()
-    server.do("server", "catch-all", "on", "--page", "/var/www/unknown.html")
+    assert "(SNI)" in server.do("server", "catch-all", "on", "--page", "/var/www/unknown.html").err
     for listener in (HTTP, TLS, ("http", "127.0.0.2"), ("http", "127.0.0.3")):
         assert server.get("unknown.invalid", listener) == (421, "nobody here")
     assert server.serving() == server.all_served() and {path.stat().st_mode for path in server.tree.rglob("zpweb.d/catch-all/*.pem")} == {0o100600}

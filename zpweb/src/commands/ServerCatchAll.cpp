@@ -24,8 +24,8 @@ Command serverCatchAll() {
         .parameters = {Switch, Page},
         .more =
             "Unknown names, and those of stopped sites, get status 421 (Misdirected Request) instead of "
-            "the "
-            "first site. Over https a certificate that nobody vouches for is shown.",
+            "the first site. Over https a certificate that nobody vouches for is shown, and clients that "
+            "name no site in the TLS handshake (SNI) get 421 whatever they ask for.",
         .examples = {"server catch-all on", "server catch-all on --page /var/www/unknown.html"},
     };
 }

@@ -5,6 +5,7 @@
 #include "conf/Text.h"
 #include "server/BareHttps.h"
 #include "server/Postconditions.h"
+#include "server/Protocol.h"
 
 namespace zpweb {
 
@@ -71,8 +72,12 @@ std::vector<std::string> newDefaults(const Reading& live, const Reading& staged,
         const HostNumber is = after == nullptr ? Pairing::None : pairing.liveOf[numberOf(staged, after)];
         const bool same = (before == nullptr) == (after == nullptr) && was == is;
         if (!same && listensAt(listened, endpoint)) {
-            notes.push_back("requests for any other name on " + endpoint.text() + " led to " +
-                            live.describe(before) + " and now lead to " + staged.describe(after));
+            const bool tls = (before != nullptr && speaksTls(live, *before)) ||
+                             (after != nullptr && speaksTls(staged, *after));
+            notes.push_back("requests for any other name on " + endpoint.text() +
+                            (tls ? ", and those without a name in the TLS handshake (SNI)," : "") +
+                            " led to " + live.describe(before) + " and now lead to " +
+                            staged.describe(after));
         }
     }
     return notes;
