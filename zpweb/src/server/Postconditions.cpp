@@ -28,9 +28,20 @@ bool isOf(const std::vector<const VirtualHost*>& hosts, const VirtualHost* host)
     return std::find(hosts.begin(), hosts.end(), host) != hosts.end();
 }
 
+Outcome canBeAskedFor(const std::string& name) {
+    return name.ends_with('.')
+               ? failure(Status::Refused, name +
+                                              ": the server takes the dot at the end off a request's name, "
+                                              "so that nobody can ask for it; see zpweb site rename")
+               : done();
+}
+
 // Where a block of the site is among those that share an address, the name must lead to the site.
 Outcome leadsTo(const Reading& staged, const std::string& name,
                 const std::vector<const VirtualHost*>& hosts) {
+    if (Outcome can = canBeAskedFor(name); !can.ok()) {
+        return can;
+    }
     for (const Endpoint& endpoint : staged.endpoints()) {
         const NameMap::Entry* entry = staged.names().entryFor(endpoint);
         const bool listens = std::any_of(hosts.begin(), hosts.end(), [&](const VirtualHost* host) {
@@ -126,6 +137,9 @@ std::string silenceOf(const Reading& staged, const NameMap::Entry& entry) {
 
 Postcondition takesRequests(const BlocksOf& blocks, const std::string& wayOut) {
     return [=](const Reading& staged) {
+        if (Outcome can = canBeAskedFor(blocks.site); !can.ok()) {
+            return can;
+        }
         const auto hosts = hostsOf(staged, blocks);
         const auto isTheirs = [&](const NameMap::Entry* entry) {
             return std::any_of(hosts.begin(), hosts.end(),

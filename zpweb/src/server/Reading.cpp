@@ -88,9 +88,14 @@ void Reading::index() {
     endpoints_.assign(found.begin(), found.end());
 }
 
+// The server takes a dot at the end off the name that is asked for, and off none that a block has.
 const VirtualHost* Reading::carrierOf(std::string_view name, const Endpoint& endpoint) const {
     const NameMap::Entry* entry = names_.entryFor(endpoint);
-    const auto carrier = entry != nullptr ? names_.carrierOf(*entry, hostNameIn(name)) : std::nullopt;
+    std::string asked = hostNameIn(name);
+    if (asked.ends_with('.')) {
+        asked.pop_back();
+    }
+    const auto carrier = entry != nullptr ? names_.carrierOf(*entry, asked) : std::nullopt;
     return carrier ? &hosts_[*carrier] : nullptr;
 }
 

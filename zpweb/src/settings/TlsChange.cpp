@@ -246,6 +246,7 @@ Outcome setTls(Transaction& change, const std::string& site, TlsSetting setting,
         change.output().warning(spoilable);
     }
     change.asked().moving.insert(settingName(site));  // its names get listeners of their own
+    expectVisitors(change, site);
     setting.fingerprint = facts->fingerprint;
     const auto before = tlsOf(change, site);
     setting.made = before ? before->made : setting.made;
