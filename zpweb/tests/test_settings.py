@@ -11,7 +11,7 @@ from pathlib import Path
 import pytest
 import websockets
 from conftest import OWNER, ZPWEB, await_true
-from servers import HTTP, TLS, block
+from servers import HTTP, TLS, block, tls
 from settings import LIVE, ONE_LAYOUT, SITE, ask, authority, built, fingerprint, issue, pair, server, shown, without_modules  # noqa: F401
 
 # --- redirects ---
@@ -373,6 +373,7 @@ def test_what_no_visitor_sees_is_not_done(server):
 def test_the_catch_all_answers_for_unknown_names(server):
     Path("/var/www/unknown.html").write_text("nobody here")
     server.place("made", "<Macro Made $at>\n<VirtualHost $at:80>\nServerName made.example\n</VirtualHost>\n</Macro>\nUse Made 127.0.0.3\n")
+    server.place("zz", tls("late.example").replace("*:443", "*:80 *:443"))  # behind those that speak http there
     before = server.files()
     server.do("server", "catch-all", "on", "--dry-run")
     assert server.files() == before, "its key was only for the check"
@@ -391,7 +392,7 @@ def test_the_catch_all_answers_for_unknown_names(server):
     Path("/etc/hosts").open("a").write("127.0.0.7 named.host\n")
     server.place("hosts", block("named.host:80 nobody.invalid:80", "hosts.example"))
     assert "whether TLS is spoken" in server.run("server", "catch-all", "on", "--no-check").err
-    [path.unlink() for path in server.tree.rglob("rooted.conf")]
+    [path.unlink() for name in ("rooted", "zz") for path in server.tree.rglob(f"{name}.conf")]
     server.do("server", "catch-all", "on", "--no-check")
     assert server.get("unknown.invalid", ("http", "127.0.0.7"))[0] == 421
     server.do("undo")

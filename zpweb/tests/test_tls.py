@@ -34,7 +34,8 @@ def test_tls_on_and_off(server):
     server.do("tls", "off", SITE, "--overwrite")
     assert without_modules(server.files()) == without_modules(before)
     assert server.serving() == server.all_served()
-    for line, status, told in (("Redirect permanent / https://loop.example/", 1, "leads to https by a line of its own"), ("RedirectTemp / HTTPS://loop.example/", 1, "of its own"),
+    for line, status, told in (("</VirtualHost>\n<VirtualHost *:80 *:443>\n    ServerName loop.example", 3, "TLS would be spoken at all of *:80 *:443"),
+                               ("Redirect permanent / https://loop.example/", 1, "leads to https by a line of its own"), ("RedirectTemp / HTTPS://loop.example/", 1, "of its own"),
                                (f"Include {server.tree}/snippets/name.conf", 4, "https://loop.example/ leads to itself")):
         (server.tree / "snippets/name.conf").write_text("Redirect / https://loop.example/\n")
         server.place("loop", block("*:80", "loop.example", line))
@@ -172,6 +173,10 @@ def test_an_https_block_has_each_address_once_and_the_line_ends_of_the_other(sit
     site.conf.write_text(site.text() + f"Listen 127.0.0.9:{port + 1}\n")
     answer = site.run("tls", "on", "shop.example", *pair("shop"), "--https-port", port + 1, "--no-check")
     assert answer.status == 3 and f"does not listen on 127.0.0.1:{port + 1}" in answer.err, answer
+    site.conf.write_text(site.text().replace("</VirtualHost>", "<IfDefine Absent>\nSSLEngine on\n</IfDefine>\n</VirtualHost>"))
+    for words in (["tls", "on", "shop.example", *pair("shop"), "--https-port", port], ["server", "catch-all", "on"]):
+        answer = site.run(*words, "--no-check")
+        assert answer.status == 3 and "only the server can tell whether TLS is spoken there" in answer.err, answer
 
 
 def test_behind_a_balancer_the_certificate_is_looked_at(server):

@@ -9,6 +9,7 @@
 #include "settings/ServerFile.h"
 #include "settings/SiteFacts.h"
 #include "settings/SiteSettings.h"
+#include "settings/Tls.h"
 #include "sys/File.h"
 #include "sys/Process.h"
 
@@ -45,18 +46,23 @@ bool isBackend(const Configuration& configuration, const std::string& address) {
     });
 }
 
-// As the server has them, also those that a macro writes.
+// As the server has them, also those that a macro writes. What is spoken is decided before a name is known.
 Addresses addressesServed(const Configuration& configuration, const Reading& reading) {
     Addresses addresses;
     for (const NameMap::Entry& entry : reading.names().entries()) {
-        const bool tls = std::any_of(entry.hosts.begin(), entry.hosts.end(), [&](NameMap::Host host) {
-            return speaksTls(reading, reading.hosts()[host]);
-        });
+        const bool tls = !entry.hosts.empty() && speaksTls(reading, reading.hosts()[entry.hosts.front()]);
         if (!isBackend(configuration, entry.at.text())) {
             addOnce(tls ? addresses.https : addresses.http, entry.at.text());
         }
     }
     return addresses;
+}
+
+Outcome onlyServerKnows(const std::string& address) {
+    return failure(Status::Refused,
+                   address +
+                       ": only the server can tell whether TLS is spoken there: SSLEngine stands in a "
+                       "condition, or not in all of its blocks");
 }
 
 // The same by the text alone. The first block of an address decides whether TLS is spoken there, and which
@@ -72,17 +78,16 @@ Expected<Addresses> writtenAddresses(const Configuration& configuration) {
                 if (isBackend(configuration, each)) {
                     continue;
                 }
+                if (block.tlsUndecided && hostPortOf(each).port != TlsSetting{}.port) {
+                    return onlyServerKnows(each);
+                }
                 addOnce(speaksTls(block) ? addresses.https : addresses.http, each);
             }
         }
     }
     const auto both = std::find_first_of(addresses.http.begin(), addresses.http.end(),
                                          addresses.https.begin(), addresses.https.end());
-    return both == addresses.http.end()
-               ? Expected(addresses)
-               : failure(Status::Refused, *both +
-                                              ": some of its blocks have SSLEngine on and others not; only "
-                                              "the server can tell whether TLS is spoken there");
+    return both == addresses.http.end() ? Expected(addresses) : onlyServerKnows(*both);
 }
 
 std::string blockFor(const std::vector<std::string>& addresses, const std::string& lines) {

@@ -157,12 +157,13 @@ bool carry(const std::vector<std::string>& names, const std::string& name) {
     });
 }
 
-bool speaksTls(const Block& block, int port) {
+bool hasPort(const Block& block, int port) {
     const auto addresses = addressesOf(block);
-    return block.tls || std::any_of(addresses.begin(), addresses.end(), [port](const std::string& each) {
-               return hostPortOf(each).port == port;
-           });
+    return std::any_of(addresses.begin(), addresses.end(),
+                       [port](const std::string& each) { return hostPortOf(each).port == port; });
 }
+
+bool speaksTls(const Block& block, int port) { return block.tls || hasPort(block, port); }
 
 bool speaksTls(const Place& place, const Reading* reading, int port) {
     const VirtualHost* host = reading == nullptr ? nullptr : hostAt(place, *reading);

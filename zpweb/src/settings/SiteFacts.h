@@ -27,6 +27,7 @@ std::vector<std::string> namesOf(const std::vector<Place>& places);
 // Whether one of them is the name, or a pattern that takes it in.
 bool carry(const std::vector<std::string>& names, const std::string& name);
 
+bool hasPort(const Block& block, int port);  // one of its addresses
 // Has it a line that switches TLS on, or an address with this port?
 bool speaksTls(const Block& block, int port = 443);
 // The same by the server's reading, where that shows the block.

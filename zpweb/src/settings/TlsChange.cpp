@@ -56,6 +56,38 @@ Outcome hasNoOther(const Transaction& change, const std::string& site) {
     return done();
 }
 
+bool isForOtherPorts(const Block& block, int port) {
+    const auto addresses = addressesOf(block);
+    return hasPort(block, port) &&
+           !std::all_of(addresses.begin(), addresses.end(),
+                        [port](const std::string& each) { return hostPortOf(each).port == port; });
+}
+
+// What a block says of TLS holds for all of its ports and, where it is the first one there, for all sites.
+Outcome isForHttpsAlone(const Transaction& change, const std::string& site, int port) {
+    const std::string file =
+        settingPath(change.configuration().main().path(), settingName(site), Setting::Tls);
+    for (const Place& place : change.configuration().find(site)) {
+        const Block& block = *place.block;
+        if (block.stopped || includes(block, file)) {
+            continue;
+        }
+        if (block.tlsUndecided && !hasPort(block, port)) {
+            return failure(Status::Refused,
+                           place.text() +
+                               ": its SSLEngine stands in a condition; only the server can tell whether "
+                               "TLS is spoken there, and its word is missing");
+        }
+        if (!block.tls && isForOtherPorts(block, port)) {
+            return failure(Status::Refused, place.text() + ": TLS would be spoken at all of " +
+                                                std::string(block.addresses) + "; take " +
+                                                std::to_string(port) +
+                                                " away there, and https gets a block of its own");
+        }
+    }
+    return done();
+}
+
 // A wildcard stands for any label.
 std::string askable(const std::string& name) {
     return name.starts_with("*.") ? "zpweb-asks" + name.substr(1) : name;
@@ -235,6 +267,7 @@ Outcome setTls(Transaction& change, const std::string& site, TlsSetting setting,
     Outcome outcome = usable(setting, names);
     outcome = outcome.ok() ? isKnown(change, site) : outcome;
     outcome = outcome.ok() ? hasNoOther(change, site) : outcome;
+    outcome = outcome.ok() ? isForHttpsAlone(change, site, setting.port) : outcome;
     if (!outcome.ok()) {
         return outcome;
     }

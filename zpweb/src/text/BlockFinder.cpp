@@ -94,6 +94,7 @@ void BlockReader::take(std::string_view text, size_t line) {
             } else if (is("SSLEngine")) {
                 note(text, line, false);
                 block_.tls = equalIgnoringCase(values_.first(argumentsOf(text, "SSLEngine")), "on");
+                block_.tlsUndecided = !conditions_.areKnown();
             }
             break;
         case 'd':

@@ -30,8 +30,10 @@ struct Block {
     bool stopped = false, closed = false;
     bool namedElsewhere = false;  // a file that it includes has its ServerName
     bool tls = false;             // has "SSLEngine on"
-    bool suspended = false;       // includes the page that answers for a suspended site
-    bool conditional = false;     // stands in <IfModule>, <IfDefine> or the like
+    // Whether that counts, or an "SSLEngine off" does, depends on a condition, and nobody has told.
+    bool tlsUndecided = false;
+    bool suspended = false;    // includes the page that answers for a suspended site
+    bool conditional = false;  // stands in <IfModule>, <IfDefine> or the like
     // Whether the name counts depends on a condition within the block, and nobody has told.
     bool undecided = false;
     std::vector<size_t> unmet{};  // where conditions within begin that are not met, by lines of the block
