@@ -44,9 +44,8 @@ def test_a_name_leads_away_where_it_is_one(server):
 
 @ONE_LAYOUT
 def test_what_visitors_do_not_get_is_taken_back(server):
-    """Another block is reached by the site's names there."""
-    server.place("near", "Listen 81\nListen 82\n" + block("127.0.0.1:81", "near.example", "Redirect /old https://new.example/")
-                 + block("*:80 *:81 *:82", "twice.example", "ServerAlias www.twice.example", root="plain.example"))
+    """A rule of the block's own comes first."""
+    server.place("twice", block("*:80", "twice.example", "ServerAlias www.twice.example").replace("ServerName", "RewriteEngine On\nRewriteRule ^ - [R=404,L]\nServerName"))
     server.signal("graceful")
     before = server.files()
     old = lambda site: json.dumps({"command": "redirect set", "arguments": [site, "/old"], "options": {"to": "https://new.example/"}})
@@ -365,6 +364,9 @@ def test_what_no_visitor_sees_is_not_done(server):
     assert "a block for *:80 goes before one for *:*" in server.do("directive", "add", "ServerSignature", "Off", "--site", "late.example").err
     server.do("redirect", "set", "lost.example", "/x", "--to", "http://a.example/")
     assert ask("lost.example", "/x", "http", "--connect-to", "::127.0.0.9:80")[1] == "http://a.example/"
+    server.place("local", block("127.0.0.1:80", "local.example"))  # as a monitor asks for it
+    server.do("redirect", "set", "first.example", "/y", "--to", "http://a.example/")
+    assert ask("first.example", "/y", "http", "--connect-to", "::127.0.0.4:80")[1] == "http://a.example/"
 
 
 # --- names that no site has ---

@@ -47,12 +47,14 @@ def test_tls_on_and_off(server):
 def test_a_wildcard_stands_for_one_label(server):
     server.do("tls", "on", "wild.example", *pair("wild"))
     assert shown("wild.example") == shown("any.wild.example") == fingerprint("wild")
+    server.place("portless", block("127.0.0.8", "portless.example"))
+    server.do("tls", "on", "portless.example", *pair("good"), "--any-name", "--redirect")
     server.do("tls", "off", "wild.example")
     server.do("host", "add", "wild.example", "a.b.wild.example")
     assert "is not for a.b.wild.example" in server.run("tls", "on", "wild.example", *pair("wild")).err
     server.place("claims", block("*:80", "claims.example", "ServerAlias tls.both.example"))  # where another certificate is shown
     server.do("tls", "on", "claims.example", *pair("wild"), "--any-name")
-    server.place("near", tls("near.example").replace("*", "127.0.0.1"))  # and the site's own name does not
+    server.place("near", tls("near.example", f"ServerAlias {SITE}"))  # and the site's own name does not
     server.signal("graceful")
     answer = server.run("tls", "on", SITE, *pair("wild"), "--any-name")
     assert answer.status == 4 and "shows another certificate" in answer.err, answer

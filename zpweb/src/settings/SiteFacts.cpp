@@ -70,13 +70,17 @@ const VirtualHost* hostAt(const Place& place, const Reading& reading) {
     return found == hosts.end() ? nullptr : &*found;
 }
 
+bool lists(const NameMap::Entry& entry, const Reading& reading, const VirtualHost& host) {
+    const auto number = static_cast<NameMap::Host>(&host - reading.hosts().data());
+    return std::find(entry.hosts.begin(), entry.hosts.end(), number) != entry.hosts.end();
+}
+
 // By the server's name map, or else as the block writes them.
 std::vector<Endpoint> endpointsOf(const Place& place, const Reading* reading) {
     std::vector<Endpoint> found;
     if (const VirtualHost* host = reading == nullptr ? nullptr : hostAt(place, *reading)) {
-        const auto number = static_cast<NameMap::Host>(host - reading->hosts().data());
         for (const NameMap::Entry& entry : reading->names().entries()) {
-            if (std::find(entry.hosts.begin(), entry.hosts.end(), number) != entry.hosts.end()) {
+            if (lists(entry, *reading, *host)) {
                 found.push_back(entry.at);
             }
         }
@@ -92,11 +96,30 @@ std::vector<Endpoint> endpointsOf(const Place& place, const Reading* reading) {
     return found;
 }
 
-// Where a visitor of this host can ask a socket that is for any block.
-std::string askedAt(const Socket& listen) {
-    return listen.host.empty() || listen.host == "0.0.0.0" ? "127.0.0.1"
-           : listen.host == "::"                           ? "::1"
-                                                           : listen.host;
+// Where a visitor of this host can ask a socket that is for any block: at one address at least no other
+// block may be named by its address.
+std::vector<std::string> askedAt(const Socket& listen) {
+    return listen.host.empty() || listen.host == "0.0.0.0"
+               ? std::vector<std::string>{"127.0.0.1", "127.0.0.2", "127.1.2.3"}
+               : std::vector<std::string>{listen.host == "::" ? "::1" : listen.host};
+}
+
+// An address at which the socket's requests come to the block, and to none whose address or port goes
+// before. Empty where it takes none of them.
+std::string wayTo(const Place& place, const Endpoint& endpoint, const Socket& listen,
+                  const Reading* reading) {
+    const bool any = endpoint.address == "*";
+    if ((endpoint.port != 0 && endpoint.port != listen.port) || !(any || takes(listen, endpoint.address))) {
+        return {};
+    }
+    const VirtualHost* host = reading == nullptr ? nullptr : hostAt(place, *reading);
+    for (const std::string& way : any ? askedAt(listen) : std::vector{endpoint.address}) {
+        const auto* entry = host == nullptr ? nullptr : reading->names().entryFor({way, listen.port});
+        if (entry == nullptr || lists(*entry, *reading, *host)) {
+            return way;
+        }
+    }
+    return {};
 }
 
 }  // namespace
@@ -214,14 +237,11 @@ std::vector<Peer> peersOf(const Configuration& configuration, const Place& place
     const bool perhapsBalanced = configuration.loads("remoteip_module");
     for (const Endpoint& address : endpointsOf(place, reading)) {
         for (const Socket& listen : askable(configuration)) {
-            const bool any = address.address == "*";
-            const bool matches = (address.port == 0 || address.port == listen.port) &&
-                                 (any || takes(listen, address.address));
-            const std::string host = any ? askedAt(listen) : address.address;
+            const std::string host = wayTo(place, address, listen, reading);
             const bool known = std::any_of(peers.begin(), peers.end(), [&](const Peer& peer) {
                 return peer.address == host && peer.port == listen.port;
             });
-            if (matches && !known) {
+            if (!host.empty() && !known) {
                 peers.push_back({.address = host, .port = listen.port, .perhapsBalanced = perhapsBalanced});
             }
         }
