@@ -1,18 +1,38 @@
 #include "server/BareHttps.h"
 
+#include <fnmatch.h>
+
 #include <algorithm>
 
 namespace zpweb {
 
 namespace {
 
-// The server's own level may give one to all blocks, and mod_md to those that it looks after.
+bool hasName(const VirtualHost& host, const std::string& name) {
+    const std::string wanted = lowerCase(name);
+    const auto& aliases = host.names.aliases;
+    return ::fnmatch(wanted.c_str(), host.names.name.c_str(), 0) == 0 ||
+           std::find(aliases.begin(), aliases.end(), wanted) != aliases.end();
+}
+
+// mod_md gives one to the blocks that have a name of its domains.
+bool looksAfter(const Directive& directive, const VirtualHost& host) {
+    constexpr const char* Naming[] = {"MDomain", "MDomainSet", "MDMember"};
+    const auto words = argumentsIn(directive.arguments);
+    return std::any_of(std::begin(Naming), std::end(Naming),
+                       [&](const char* each) { return directive.is(each); }) &&
+           std::any_of(words.begin(), words.end(),
+                       [&](const std::string& word) { return hasName(host, word); });
+}
+
+// The server's own level may give one to all blocks.
 bool hasCertificate(const Reading& reading, const VirtualHost& host) {
     return !reading.inSection(host.directive, "SSLCertificateFile").empty() ||
-           std::any_of(reading.directives().begin(), reading.directives().end(), [](const Directive& each) {
-               return each.is("MDomain") || each.is("MDomainSet") ||
-                      (each.parent == Directive::None && each.is("SSLCertificateFile"));
-           });
+           std::any_of(reading.directives().begin(), reading.directives().end(),
+                       [&](const Directive& each) {
+                           return looksAfter(each, host) ||
+                                  (each.parent == Directive::None && each.is("SSLCertificateFile"));
+                       });
 }
 
 const VirtualHost* bareHost(const Reading& reading, const std::string& site) {
