@@ -161,7 +161,8 @@ def test_only_what_is_the_sites_or_its_owners_is_taken_over(site):
 
 
 def test_what_is_mounted_below_a_home_is_neither_removed_nor_given_away(site):
-    html, shared = site.sites / "shop.example/www/html", site.root / "www/shared data"
+    home, shared = site.sites / "shop.example", site.root / "www/shared data"
+    html = home / "www/html"
     beside = site.sites / "shop.example.old"  # is not below it
     site.conf.write_text(site.text() + f"<VirtualHost 127.0.0.1:{site.port}>\nServerName b.example\nDocumentRoot {beside}\n</VirtualHost>\n")
     before = site.text()
@@ -180,6 +181,10 @@ def test_what_is_mounted_below_a_home_is_neither_removed_nor_given_away(site):
         assert answer.status == 1 and "bound here: something is mounted" in answer.err and (html / "q/file").exists(), answer
         assert site.text() == before and (shared / "file").exists()
         subprocess.run(["umount", "-l", html / "q/bound here"], check=True)
+        subprocess.run(["mount", "--bind", home, home], check=True)
+        answer = site.run("site", "delete", "shop.example", "--remove-folders", "--no-check", "--no-reload")
+        subprocess.run(["umount", "-l", home], check=True)
+        assert answer.status == 1 and "something is mounted" in answer.err and (html / "q/file").exists(), answer
         site.do("site", "delete", "shop.example", "--remove-folders", "--no-check", "--no-reload")
     finally:
         subprocess.run(["umount", "-l", html / "q/bound here"], stderr=subprocess.DEVNULL)
