@@ -202,6 +202,10 @@ def test_undo_keeps_what_somebody_has_changed_elsewhere(machine):
     machine.conf.write_text("# and this\n" + edited)  # which takes the change back by hand
     machine.do("undo")
     assert machine.text() == "# and this\n" + edited
+    machine.do("host", "remove", "kept.example", "www.kept.example")  # a line between others that begin and end alike
+    machine.conf.write_text("# last\n" + machine.text())
+    machine.do("undo")
+    assert machine.text() == "# last\n# and this\n" + edited
 
 
 def test_undo_tells_what_it_leaves(machine):
@@ -534,6 +538,21 @@ def test_a_server_that_ends_while_it_reloads_is_started_with_the_old_configurati
     assert live.text() == before
 
 
+def test_a_server_that_ends_at_its_first_request_after_a_reload_has_not_taken_the_change(live):
+    """Its processes are there when it is asked. A program of root's, which answers for it, ends them."""
+    program, trap, master = live.root / "www/map", live.root / "www/trap", live.root / "run/httpd.pid"
+    answer = "#!/bin/sh\nwhile read key; do {}echo 0; done\n"
+    program.write_text(answer.format(""))
+    program.chmod(0o755)
+    live.conf.write_text(live.text().replace("</VirtualHost>", f"RewriteEngine On\nRewriteMap m prg:{program}\nRewriteRule ^ - [E=asked:${{m:x}}]\n</VirtualHost>"))
+    live.do("server", "reload")
+    before = live.text()
+    trap.touch()
+    program.write_text(answer.format(f"[ ! -e {trap} ] || {{ rm {trap}; for p in $(cat {master}) $(pgrep -P $(cat {master})); do [ $p = $$ ] || kill -9 $p; done; }}; "))
+    answer = live.run("host", "add", "shop.example", "more.example")
+    assert answer.status == 4 and "ended after its reload" in answer.err and "is started with it" in answer.err and live.text() == before, answer
+
+
 def test_a_server_that_ends_when_it_is_to_take_up_the_old_configuration_is_started(live):
     live.conf.write_text(live.text() + "IncludeOptional trap.conf\n")
     before, trap = live.text(), live.root / "trap.conf"
@@ -587,8 +606,10 @@ def test_the_state_of_a_system_configuration_is_not_below_etc(machine):
             fcntl.flock(lock, fcntl.LOCK_EX)
             assert machine.run("site", "start", "kept.example", "--conf", conf, "--no-check", conf=False).status == 5
         (system / ".zpweb/journal").write_text("{")
-        words = [ZPFAULT, "none", "0", ZPWEB, "--conf", conf, "site", "start", "kept.example", "--no-check"]
-        listed = subprocess.run(words, capture_output=True, text=True, env={**os.environ, "ZPFAULT_ALL": "1"}).stderr
+        words = [ZPWEB, "--conf", conf, "site", "start", "kept.example", "--no-check"]
+        done = subprocess.run([ZPFAULT, "ENOSPC", "write:1", *words], capture_output=True, text=True)
+        assert "cannot bring" in done.stderr and (system / ".zpweb/audit.log").exists(), done
+        listed = subprocess.run([ZPFAULT, "none", "0", *words], capture_output=True, text=True, env={**os.environ, "ZPFAULT_ALL": "1"}).stderr
         assert "/journal: cannot be read" in listed
         for name in ("audit.log", "checkpoints", "released", "journal"):
             assert re.search(rf"(?s) fsync {state}/{name}.new\n.* rename {state}/{name}.new\n((?! unlink| rename).)* fsync {state}\n", listed), name
