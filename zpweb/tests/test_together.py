@@ -97,13 +97,14 @@ def test_each_gets_its_own_result_and_its_own_undo(live):
     for words in ((names[0], "c.example", "--no-check"), (names[1], "d.example"), ("shop.example", "*.e.example"), (names[2], "g.example", "--exact")):
         queue.add("host", "add", *words)
     assert [answer.json["judged"] for answer in queue.release()] == [False, True, True, True] and "\n\nPidFile" not in live.text(), "the library's own result"
-    for one, other, status in (("host add s0.example f.example --allow-impact", "directive delete ServerAlias --site s3.example", 3),
-                               ("module load headers", "directive add Define OF\0other --site s0.example", 1)):
+    for one, first, other, status in (("host add s0.example f.example --allow-impact", 0, "directive delete ServerAlias --site s3.example", 3),
+                               ("module load headers", 0, "directive add Define OF\0other --site s0.example", 1),
+                               ("site rename s3.example s0.example", 7, "directive delete ServerAlias --site s3.example", 3)):
         live.conf.write_text("Define OF me\n" + live.text().replace("ServerAdmin ", "ServerAdmin ${OF}"))
         queue = Queue(live)
         for words in (one, other):
             queue.add(*[word.replace("\0", " ") for word in words.split(" ")])
-        assert [answer.status for answer in queue.release()] == [0, status], "what one may do is not the other's"
+        assert [answer.status for answer in queue.release()] == [first, status], "what one may do is not the other's"
     queue, home, lines = Queue(live), live.sites / "j.example", live.root / "www/lines"
     lines.write_text(json.dumps({"command": "site set", "arguments": [names[3]], "options": {"mode": "0710"}}))
     queue.add("site", "create", "j.example", "--address", "127.0.0.1", "--owner", OWNER, "--path", live.sites)
@@ -209,15 +210,19 @@ def test_one_that_takes_another_back_is_a_change_of_its_own(site):
 def test_who_was_answered_goes_first(site):
     """It would come for its answer only after this change, and its next one could not be made along with it."""
     (name,) = sites(site, 1)
-    requests = site.root / ".zpweb/requests"
-    requests.mkdir(0o700)
-    (requests / "1-1.answer").write_text("{}")
+    requests, queue = site.root / ".zpweb/requests", Queue(site)
+    waiter = queue.add("host", "add", name, "b.example", *FAST)
     taken = open(requests / "1-1.taken", "w")
+    taken.write(queue.placed()[0].read_text())
+    taken.flush()
+    waiter.kill()
+    queue.release()
+    (requests / "1-1.answer").write_text("{}")
     os.chmod(taken.name, 0o600)
     fcntl.flock(taken, fcntl.LOCK_EX)
     run = subprocess.run([ZPFAULT, "none", "0", ZPWEB, "--conf", site.conf, "host", "add", name, "a.example", *FAST],
                          capture_output=True, text=True, env={**os.environ, "ZPFAULT_ALL": "1"})
-    assert run.returncode == 0 and "a.example" in site.text()
+    assert run.returncode == 0 and "a.example" in site.text() and "b.example" not in site.text(), "what is answered is not made again"
     assert re.search(r"rename /.*/requests/new-", run.stderr), "it waited in its turn, and as long as it has to"
 
 
