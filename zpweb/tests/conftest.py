@@ -19,6 +19,8 @@ import pytest
 
 ZPWEB = os.environ.get("ZPWEB", str(Path(__file__).parents[2] / "build/release/zpweb/zpweb"))
 ZPFAULT = os.environ.get("ZPFAULT", str(Path(ZPWEB).parents[1] / "faults/zpfault"))
+# Where there is no memory a sanitizer ends the program.
+runs_out_of_memory = pytest.mark.skipif(Path(ZPWEB).exists() and b"__asan_init" in Path(ZPWEB).read_bytes(), reason="built with a sanitizer")
 MODULES = ("mpm_event authz_core authz_host authz_user authn_core authn_file auth_basic access_compat alias "
            "dir env mime cgid rewrite setenvif unixd log_config")
 OWNER = "anna"

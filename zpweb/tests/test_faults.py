@@ -15,7 +15,7 @@ from pathlib import Path
 
 import pytest
 
-from conftest import NEW_KEY, ZPFAULT, ZPWEB
+from conftest import NEW_KEY, ZPFAULT, ZPWEB, runs_out_of_memory
 
 ALL = os.environ.get("ZPWEB_FAULTS") == "all"
 EVERY = int(os.environ.get("ZPWEB_FAULTS_EVERY", 1 if ALL else 499))
@@ -350,6 +350,7 @@ def test_what_is_not_taken_back_is_done_or_told_as_failed_and_done_by_the_next_r
     assert not wrong, "\n".join(wrong)
 
 
+@runs_out_of_memory
 def test_out_of_memory_is_a_failure_like_any_other(site):
     os.truncate(site.conf, 1 << 30)
     answer = site.run("site", "list", preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_AS, (512 << 20, 512 << 20)))
