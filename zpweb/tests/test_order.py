@@ -102,6 +102,17 @@ def test_nothing_counts_that_is_not_on_the_disk(three_files):
         assert re.search(rf"(?s) unlink\w* {site.root}/.zpweb/{name}\n.* fsync {site.root}/.zpweb\n", done.stderr), "it does not come back"
 
 
+def test_what_nothing_else_holds_is_on_the_disk_before_it_is_needed(site):
+    site.conf.write_text(site.text() + "<VirtualHost 127.0.0.1:8443>\nServerName tls.example\nSSLEngine on\n</VirtualHost>\n")
+    keys, log = site.root / "zpweb.d/catch-all", site.sites / "shop.example/log/httpd/access_log"
+    log.write_text("one line\n")
+    for words, synced, needed in (("server catch-all on", [keys / "certificate.pem", keys / "key.pem", keys, keys.parent], "renameat2 "),
+                                  ("log rotate shop.example", [f"{log.parent}/.zpweb-rotate.*gz", f"{log.parent}/.zpweb-rotate.\\d+"], "unlinkat .*/.kept")):
+        done = subprocess.run([ZPFAULT, "none", "0", ZPWEB, "--conf", site.conf, *words.split(), *FAST], capture_output=True, text=True, env={**os.environ, "ZPFAULT_ALL": "1"})
+        for path in synced:
+            assert re.search(rf"(?s) fsync {path}\n.* {needed}", done.stderr), (path, done)
+
+
 def test_what_is_only_prepared_has_no_say_in_what_somebody_does_meanwhile(site):
     """The run is killed before its first step in place. Then somebody writes by hand what it would have written."""
     file, journal = Path("/etc/logrotate.d/zpweb"), site.root / ".zpweb/journal"

@@ -129,6 +129,11 @@ Expected<std::string> tlsLines(Transaction& change) {
     outcome =
         outcome.ok() ? writeNewFile(directory + "/certificate.pem", pair->certificate, 0600) : outcome;
     outcome = outcome.ok() ? writeNewFile(directory + "/key.pem", pair->key, 0600) : outcome;
+    // The server does not start with what a power cut has left empty.
+    for (const std::string& path :
+         {directory + "/certificate.pem", directory + "/key.pem", directory, directoryOf(directory)}) {
+        outcome = outcome.ok() ? sync(path) : outcome;
+    }
     return outcome.ok() ? Expected(lines) : outcome;
 }
 

@@ -188,13 +188,16 @@ Outcome rotate(Transaction& change, const std::string& site, const Descriptor& d
     return outcome;
 }
 
-// The archive holds what the log does: a tool that could not read all of it packs the rest as well as none.
-bool isWhole(int room, const std::string& archive, const std::string& name) {
-    const std::string path = zp::host::pathOf(room);
+// The archive holds what the log does, and on the disk: a tool that could not read all of it packs the rest
+// as well as none.
+bool isWhole(const Descriptor& room, const std::string& archive, const std::string& name) {
+    const int inside = room.number();
+    const std::string path = zp::host::pathOf(inside);
     // As the operation names it: with a dash before it, it would be an option.
     const std::string member = (name.starts_with('-') ? "./" : "") + name;
-    return ::linkat(room, KeptName, room, name.c_str(), 0) == 0 &&
-           runProgram({"tar", "-dzf", path + "/" + archive, "-C", path, member}).ok();
+    return ::linkat(inside, KeptName, inside, name.c_str(), 0) == 0 &&
+           runProgram({"tar", "-dzf", path + "/" + archive, "-C", path, member}).ok() &&
+           sync(pathIn(room, archive)).ok() && sync(room, archive).ok();
 }
 
 }  // namespace
@@ -270,7 +273,7 @@ Outcome pack(Transaction& change, const std::string& site, const std::string& as
         return found.outcome();
     }
     const std::string& archive = *found;
-    const bool whole = packed.ok() && !archive.empty() && isWhole(inside, archive, name);
+    const bool whole = packed.ok() && !archive.empty() && isWhole(room.directory(), archive, name);
     if (!whole || ::unlinkat(inside, KeptName, 0) != 0) {
         ::unlinkat(inside, name.c_str(), 0);
         const std::vector<std::string> archives(archive.empty() ? 0 : 1, archive);
