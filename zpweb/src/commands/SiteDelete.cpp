@@ -8,6 +8,7 @@
 #include "commands/shared/Suspended.h"
 #include "commands/shared/WholeBlock.h"
 #include "conf/Bounds.h"
+#include "conf/Text.h"
 #include "input/HostName.h"
 #include "settings/SiteSettings.h"
 #include "settings/TlsChange.h"
@@ -61,6 +62,36 @@ Outcome removeDirectories(Transaction& change, const Block& block) {
     return done();
 }
 
+// Does the line lead to the directory, or to something in it? Sections for what is gone do no harm.
+bool leadsInto(std::string_view line, const std::string& directory) {
+    const std::string_view text = zp::conf::skipSpace(line);
+    if (text.starts_with('#') || text.starts_with('<')) {
+        return false;
+    }
+    const size_t at = text.find(directory);
+    return at != text.npos &&
+           (at + directory.size() == text.size() ||
+            std::string_view("/\"' \t\r\\").find(text[at + directory.size()]) != std::string_view::npos);
+}
+
+// What other sites, or the server, have in the home.
+Outcome isUnused(const Transaction& change, const std::string& home) {
+    for (const auto& file : change.configuration().files()) {
+        const Content now = change.contentOf(file->path());
+        if (!now || now.text().find(home) == std::string::npos) {
+            continue;
+        }
+        const Lines lines(now.text());
+        for (size_t i = 0; i < lines.size(); ++i) {
+            if (leadsInto(lines[i], home)) {
+                return failure(home + " is used at " + file->path() + ":" + std::to_string(i + 1) +
+                               ": nothing is done");
+            }
+        }
+    }
+    return done();
+}
+
 Outcome removeBlocks(Transaction& change, const Site& site) {
     const auto blocks = blocksOf(site, [](const Block& block) { return block.closed; });
     if (blocks.size() != site.places.size()) {
@@ -81,6 +112,7 @@ Outcome removeBlocks(Transaction& change, const Site& site) {
 
 Outcome remove(Transaction& change, const Site& site, const Arguments& given) {
     const std::string name(site.places.front().block->name);
+    const std::string home(site.places.front().block->home);
     if (given[RemoveDirectories]) {
         if (Outcome removable = removeDirectories(change, *site.places.front().block); !removable.ok()) {
             return removable;
@@ -98,7 +130,8 @@ Outcome remove(Transaction& change, const Site& site, const Arguments& given) {
     }
     forgetKeptCertificate(change, name);
     Outcome gone = forgetSettings(change, name);
-    return gone.ok() && change.contentOf(suspension) ? removeSettingFile(change, suspension) : gone;
+    gone = gone.ok() && change.contentOf(suspension) ? removeSettingFile(change, suspension) : gone;
+    return gone.ok() && given[RemoveDirectories] ? isUnused(change, home) : gone;
 }
 
 }  // namespace
