@@ -87,6 +87,8 @@ def test_a_closed_directory_is_closed_or_the_command_refused(server, words, stat
     ("proxy set proxied.example /app http://127.0.0.1:8081", "take that line away"),
     (f"vdir create proxied.example {PAGES}/plain.example --order --deny all", "access set"),
     ("directive delete SSLCertificateFile --site both.example", "SSLEngine on and no certificate"),
+    ("directive set SSLEngine off --site both.example", "secure.example on *:443: from secure.example at /etc/apache2/sites-available/secure.conf:6 to nobody"),
+    (f"site create 0.example --port 443 --owner {OWNER} --path {PAGES}", "speaks no TLS"),
     ("tls on both.example --any-name --certificate /etc/ssl/site.pem --key /etc/ssl/site.key", "SSLEngine, SSLCertificateFile"),
     ("site set matched.example --redirect=/gone=https://plain.example/", "redirect set"),
     ("proxy set matched.example /app http://127.0.0.1:8081", "take that line away"),

@@ -58,6 +58,7 @@ std::string reasonFor(int status) {
 
 Answers Answers::to(const std::set<std::string>& sites, const Reading& reading) {
     Answers answers;
+    const Protocols protocols(reading);
     for (const std::string& site : sites) {
         const auto hosts = reading.hostsOf(site);
         for (const Endpoint& endpoint : reading.endpoints()) {
@@ -72,7 +73,7 @@ Answers Answers::to(const std::set<std::string>& sites, const Reading& reading) 
             request.server.port = endpoint.port;
             request.server.patience = Patience;
             request.host = site;
-            request.tls = speaksTls(reading, *host);
+            request.tls = protocols.isTls(endpoint);
             request.method = "HEAD";
             request.server.perhapsBalanced = isOn(reading, *host, "RemoteIPProxyProtocol");
             const auto reply = ask(request);

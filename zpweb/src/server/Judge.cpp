@@ -168,6 +168,43 @@ std::set<Led> releasedBy(const Reading& live, const Reading& staged, const Pairi
     return released;
 }
 
+bool isAmong(const std::vector<NameMap::Host>& hosts, HostNumber host) {
+    return std::find(hosts.begin(), hosts.end(), host) != hosts.end();
+}
+
+// Sites whose visitors are no longer understood: whether TLS is spoken is decided by the first block of an
+// address, before a name is known.
+std::vector<Moved> silencedBy(const Reading& live, const Reading& staged, const Pairing& pairing,
+                              const Asked& asked) {
+    const Protocols before(live);
+    const Protocols after(staged);
+    std::vector<Moved> silenced;
+    for (const Endpoint& endpoint : staged.endpoints()) {
+        const bool listened = listensAt(live.endpoints(), endpoint);
+        const NameMap::Entry* was = listened ? live.names().entryFor(endpoint) : nullptr;
+        const NameMap::Entry* is = staged.names().entryFor(endpoint);
+        const bool tls = before.isTls(endpoint);
+        if (was == nullptr || is == nullptr || is->hosts.empty() || after.isTls(endpoint) == tls) {
+            continue;
+        }
+        const std::string first = staged.describe(&staged.hosts()[is->hosts.front()]);
+        for (const NameMap::Host each : is->hosts) {
+            const VirtualHost& host = staged.hosts()[each];
+            const std::string& name = host.names.name;
+            const HostNumber known = pairing.liveOf[each];
+            if (isAmong(was->hosts, known) && !asked.moving.contains(name) &&
+                before.isTls(live.hosts()[known]) == tls && after.isTls(host) == tls) {
+                silenced.push_back(
+                    {name.empty() ? staged.originOf(host).text() : name, endpoint.text(),
+                     live.describe(&live.hosts()[known]),
+                     "nobody, as " + first + ", the first block there, speaks " + (tls ? "no TLS" : "TLS"),
+                     "", false});
+            }
+        }
+    }
+    return silenced;
+}
+
 }  // namespace
 
 std::vector<Moved> impactOf(const Reading& live, const Reading& staged, const Pairing& pairing,
@@ -205,6 +242,8 @@ Judgement judge(const Reading* live, const Reading& staged, const Asked& asked,
     const Pairing pairing = live != nullptr ? pairingOf(*live, staged, asked) : Pairing{};
     if (live != nullptr) {
         judgement.impact = impactOf(*live, staged, pairing, asked);
+        const std::vector<Moved> silenced = silencedBy(*live, staged, pairing, asked);
+        judgement.impact.insert(judgement.impact.end(), silenced.begin(), silenced.end());
         allowReturn(judgement.impact, asked);
         judgement.released = releasedBy(*live, staged, pairing, asked);
         judgement.notes = newDefaults(*live, staged, pairing);

@@ -8,13 +8,6 @@ namespace {
 
 constexpr int HttpsPort = 443;
 
-// Of the host itself, or else of the server.
-std::string inherited(const Reading& reading, const VirtualHost& host, std::string_view directive) {
-    const std::string own =
-        host.directive == Directive::None ? "" : reading.valueIn(host.directive, directive);
-    return lowerCase(own.empty() ? reading.valueIn(Directive::None, directive) : own);
-}
-
 // Is it the address of a Listen line that says https?
 bool listensForTls(const Reading& reading, const Endpoint& at) {
     const auto lines = reading.inSection(Directive::None, "Listen");
@@ -27,14 +20,32 @@ bool listensForTls(const Reading& reading, const Endpoint& at) {
 
 }  // namespace
 
-bool speaksTls(const Reading& reading, const VirtualHost& host) {
-    const std::string engine = inherited(reading, host, "SSLEngine");
-    return engine.empty() ? !inherited(reading, host, "SSLCertificateFile").empty() &&
+Protocols::Protocols(const Reading& reading)
+    : reading_(reading),
+      engine_(reading.valueIn(Directive::None, "SSLEngine")),
+      certificate_(reading.valueIn(Directive::None, "SSLCertificateFile")) {}
+
+// Of the host itself, or else of the server.
+std::string Protocols::inherited(const VirtualHost& host, std::string_view directive,
+                                 const std::string& server) const {
+    const std::string own =
+        host.directive == Directive::None ? "" : reading_.valueIn(host.directive, directive);
+    return lowerCase(own.empty() ? server : own);
+}
+
+bool Protocols::isTls(const VirtualHost& host) const {
+    const std::string engine = inherited(host, "SSLEngine", engine_);
+    return engine.empty() ? !inherited(host, "SSLCertificateFile", certificate_).empty() &&
                                 std::any_of(host.addresses.begin(), host.addresses.end(),
-                                            [&reading](const std::string& address) {
-                                                return listensForTls(reading, endpointOf(address));
+                                            [this](const std::string& address) {
+                                                return listensForTls(reading_, endpointOf(address));
                                             })
                           : engine == "on";
+}
+
+bool Protocols::isTls(const Endpoint& at) const {
+    const NameMap::Entry* entry = reading_.names().entryFor(at);
+    return entry != nullptr && !entry->hosts.empty() && isTls(reading_.hosts()[entry->hosts.front()]);
 }
 
 }  // namespace zpweb

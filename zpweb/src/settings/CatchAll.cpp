@@ -46,13 +46,13 @@ bool isBackend(const Configuration& configuration, const std::string& address) {
     });
 }
 
-// As the server has them, also those that a macro writes. What is spoken is decided before a name is known.
+// As the server has them, also those that a macro writes.
 Addresses addressesServed(const Configuration& configuration, const Reading& reading) {
     Addresses addresses;
+    const Protocols protocols(reading);
     for (const NameMap::Entry& entry : reading.names().entries()) {
-        const bool tls = !entry.hosts.empty() && speaksTls(reading, reading.hosts()[entry.hosts.front()]);
         if (!isBackend(configuration, entry.at.text())) {
-            addOnce(tls ? addresses.https : addresses.http, entry.at.text());
+            addOnce(protocols.isTls(entry.at) ? addresses.https : addresses.http, entry.at.text());
         }
     }
     return addresses;
