@@ -364,6 +364,8 @@ def test_what_no_visitor_sees_is_not_done(server):
     assert "a block for *:80 goes before one for *:*" in server.do("directive", "add", "ServerSignature", "Off", "--site", "late.example").err
     server.do("redirect", "set", "lost.example", "/x", "--to", "http://a.example/")
     assert ask("lost.example", "/x", "http", "--connect-to", "::127.0.0.9:80")[1] == "http://a.example/"
+    server.place("untold", block("*:443", "untold.example"))  # behind a block with TLS
+    server.do("redirect", "set", "untold.example", "/y", "--to", "http://a.example/")
     server.place("local", block("127.0.0.1:80", "local.example"))  # as a monitor asks for it
     server.do("redirect", "set", "first.example", "/y", "--to", "http://a.example/")
     assert ask("first.example", "/y", "http", "--connect-to", "::127.0.0.4:80")[1] == "http://a.example/"

@@ -87,8 +87,8 @@ bool isRedirected(const Request& request) {
 Outcome proveAccess(const Transaction& change, const std::string& site, const AccessPath& path) {
     for (const Place& place : answeringBlocks(change.configuration(), site)) {
         const std::string name = settingName(place.block->name);
-        const bool tls = speaksTls(place, change.reading());
         for (const Peer& peer : peersOf(change.configuration(), place, change.reading())) {
+            const bool tls = speaksTls(place, peer, change.reading());
             if (isRedirected({peer, name, belowPath(path.path), tls})) {
                 continue;
             }

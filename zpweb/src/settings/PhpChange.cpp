@@ -51,9 +51,9 @@ std::vector<Request> placesWith(const Transaction& change, const std::string& si
         if (place.block->root != root.written) {
             continue;
         }
-        const bool tls = speaksTls(place, change.reading());
         for (const Peer& peer : peersOf(change.configuration(), place, change.reading())) {
-            requests.push_back({peer, settingName(place.block->name), "/", tls});
+            requests.push_back(
+                {peer, settingName(place.block->name), "/", speaksTls(place, peer, change.reading())});
         }
     }
     return requests;

@@ -110,7 +110,7 @@ Outcome proveProxy(const Transaction& change, const std::string& site, const std
     for (const Place& place : answeringBlocks(change.configuration(), site)) {
         const std::string name = settingName(place.block->name);
         for (const Peer& peer : peersOf(change.configuration(), place, change.reading())) {
-            const Request request{peer, name, path, speaksTls(place, change.reading())};
+            const Request request{peer, name, path, speaksTls(place, peer, change.reading())};
             if (Outcome shown = shownInTime([&] { return isPassedOn(request); }); !shown.ok()) {
                 return shown;
             }

@@ -64,9 +64,9 @@ Outcome proveRedirects(const Transaction& change, const std::string& site) {
         const std::string name = settingName(place.block->name);
         const bool asked = !twin.empty() && (!isCarried || carry(namesOf({place}), twin));
         const std::string start = asked ? twin : name;
-        const bool tls =
-            speaksTls(place, change.reading(), setting.httpsPort == 0 ? 443 : setting.httpsPort);
         for (const Peer& peer : peersOf(change.configuration(), place, change.reading())) {
+            const bool tls =
+                speaksTls(place, peer, change.reading(), setting.httpsPort == 0 ? 443 : setting.httpsPort);
             for (const Expectation& each : expectations(setting, {peer, start, "/", tls}, start)) {
                 Outcome shown = shownInTime([&] { return redirects(each.request, each.location); });
                 if (!shown.ok()) {

@@ -188,9 +188,11 @@ bool hasPort(const Block& block, int port) {
 
 bool speaksTls(const Block& block, int port) { return block.tls || hasPort(block, port); }
 
-bool speaksTls(const Place& place, const Reading* reading, int port) {
-    const VirtualHost* host = reading == nullptr ? nullptr : hostAt(place, *reading);
-    return host == nullptr ? speaksTls(*place.block, port) : speaksTls(*reading, *host);
+bool speaksTls(const Place& place, const Peer& peer, const Reading* reading, int port) {
+    const Endpoint at{peer.address, peer.port};
+    const bool isKnown =
+        reading != nullptr && reading->complete() && reading->names().entryFor(at) != nullptr;
+    return isKnown ? Protocols(*reading).isTls(at) : speaksTls(*place.block, port);
 }
 
 std::vector<Place> answeringBlocks(const Configuration& configuration, const std::string& site) {

@@ -30,8 +30,8 @@ bool carry(const std::vector<std::string>& names, const std::string& name);
 bool hasPort(const Block& block, int port);  // one of its addresses
 // Has it a line that switches TLS on, or an address with this port?
 bool speaksTls(const Block& block, int port = 443);
-// The same by the server's reading, where that shows the block.
-bool speaksTls(const Place& place, const Reading* reading, int port = 443);
+// What a visitor has to speak there: by the server's reading, where there is one.
+bool speaksTls(const Place& place, const Peer& peer, const Reading* reading, int port = 443);
 
 // The site's blocks that answer by their own lines: they run, and the site is not suspended.
 std::vector<Place> answeringBlocks(const Configuration& configuration, const std::string& site);
