@@ -284,8 +284,9 @@ def test_a_block_without_a_name_is_named_by_its_address(server):
     for words in (("site", "stop", "127.0.0.2:80"), ("site", "move", "127.0.0.2:80", "--layout", "files")):
         answer = server.run(*words)
         assert refused(server, answer, before) and "directive add ServerName" in answer.err, answer
-    server.do("site", "set", "127.0.0.2:80", "--host-name", "added.example")
-    server.do("undo")
+    server.do("site", "set", "127.0.0.2:80", "--host-name", "*.any.example")
+    server.do("directive", "add", "ServerName", "any.example", "--block", "127.0.0.2:80")
+    [server.do("undo") for _ in range(2)]
     server.do("log", "show", "127.0.0.2:80")
     assert server.files() == before and server.get("any", ("http", "127.0.0.2")) == (200, "nameless")
 

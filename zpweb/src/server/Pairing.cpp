@@ -55,7 +55,11 @@ bool sharesName(const ServedNames& one, const ServedNames& other) {
         return name == other.name ||
                std::find(other.aliases.begin(), other.aliases.end(), name) != other.aliases.end();
     };
-    return (!one.name.empty() && has(one.name)) || std::any_of(one.aliases.begin(), one.aliases.end(), has);
+    const auto& wild = one.wildAliases;
+    return (!one.name.empty() && has(one.name)) ||
+           std::any_of(one.aliases.begin(), one.aliases.end(), has) ||
+           std::find_first_of(wild.begin(), wild.end(), other.wildAliases.begin(),
+                              other.wildAliases.end()) != wild.end();
 }
 
 std::string addressesAndFile(const Reading& reading, const VirtualHost& host) {
