@@ -345,7 +345,7 @@ def test_what_no_visitor_sees_is_not_done(server):
     Path("/etc/hosts").write_text(Path("/etc/hosts").read_text() + "127.0.0.9 plain.host\n")
     server.place("deaf", block("*:81", "deaf.example", "ServerAlias www.deaf.example") + block("*", "late.example"))
     server.place("unknown", block("nowhere.invalid:80", "unknown.example"))
-    server.place("dot", block("*:80", "dot.example."))
+    server.place("dot", block("*:80", "dot.example.") + block("*:80", "b\u00fccher.example"))
     server.place("first", block("*:80", "first.example", "RewriteEngine On", "RewriteRule ^/a - [R=404,L]", "RewriteRule ^/n - [F]", "RewriteRule ^/nobody - [L]", "RedirectMatch 410 ^/b", "Redirect /c https://a.example/"))
     Path("/var/www/html/folder").mkdir(parents=True, exist_ok=True)
     server.place("lost", "<VirtualHost plain.host:80>\nServerName lost.example\n<If true>\nRequire all granted\n</If>\n</VirtualHost>\n")
@@ -353,7 +353,7 @@ def test_what_no_visitor_sees_is_not_done(server):
     for words, status, told in (
             ("redirect set deaf.example /x --to http://a.example/", 3, "takes no requests for it (no Listen leads there)"), ("site canonical deaf.example www", 3, "takes no requests for it"),
             ("access set deaf.example / --deny all", 3, "takes no requests for it"), ("proxy set deaf.example / http://127.0.0.1:81", 3, "takes no requests for it"),
-            *((words, 3, "takes the dot at the end off") for words in ("site port dot.example. 443", "proxy set dot.example. / http://127.0.0.1:81")),
+            ("proxy set b\u00fccher.example / http://127.0.0.1:81", 3, "has the name in ASCII"), *((words, 3, "takes the dot at the end off") for words in ("site port dot.example. 443", "proxy set dot.example. / http://127.0.0.1:81")),
             ("access set unknown.example / --deny all", 3, "(it cannot resolve nowhere.invalid"), ("access set first.example /a --deny all", 1, "RewriteRule ^/a - [R=404,L]"),
             ("access set first.example /n --allow all", 1, "take that line away first"), ("access set first.example /b --deny all", 1, "RedirectMatch 410"),
             *((f"access set lost.example {path} --deny 127.0.0.2", 4, "though the address is not admitted") for path in ("/", "/folder"))):

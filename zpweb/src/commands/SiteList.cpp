@@ -71,8 +71,7 @@ std::vector<std::string> flagsOf(const std::vector<Place>& places) {
         flags.emplace_back("duplicate");
     }
     const std::string_view name = places.front().block->name;
-    if (!name.empty() &&
-        (!isServerName(name) || name.ends_with('.'))) {  // the server takes the dot off what is asked for
+    if (!name.empty() && (!isServerName(name) || !unaskable(name).empty())) {
         flags.emplace_back("unreachable");
     }
     return flags;

@@ -29,11 +29,11 @@ bool isOf(const std::vector<const VirtualHost*>& hosts, const VirtualHost* host)
 }
 
 Outcome canBeAskedFor(const std::string& name) {
-    return name.ends_with('.')
-               ? failure(Status::Refused, name +
-                                              ": the server takes the dot at the end off a request's name, "
-                                              "so that nobody can ask for it; see zpweb site rename")
-               : done();
+    const std::string why(unaskable(name));
+    return why.empty() ? done()
+                       : failure(Status::Refused, name + ": " + why +
+                                                      ", so that nobody can ask for it; see zpweb site "
+                                                      "rename");
 }
 
 // Where a block of the site is among those that share an address, the name must lead to the site.

@@ -115,6 +115,8 @@ std::vector<std::string> aliasesOf(const Block& block);
 std::string_view hostOf(std::string_view name);
 // Is it a name that a server can have?
 bool isServerName(std::string_view name);
+// Why no request can have such a name; empty when one can.
+std::string_view unaskable(std::string_view name);
 
 // The directive's argument without its quotes.
 std::string_view unquoted(std::string_view argument);

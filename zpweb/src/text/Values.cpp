@@ -124,6 +124,14 @@ bool isServerName(std::string_view name) {
     });
 }
 
+std::string_view unaskable(std::string_view name) {
+    const auto isForeign = [](char c) { return static_cast<unsigned char>(c) >= 0x80; };
+    return name.ends_with('.') ? "the server takes the dot at the end off a request's name"
+           : std::any_of(name.begin(), name.end(), isForeign)
+               ? "a request has the name in ASCII (xn--), and no other one is answered"
+               : "";
+}
+
 std::string_view unquoted(std::string_view argument) {
     argument = zp::conf::trimEnd(argument);
     if (!argument.empty() && argument.front() == '"') {

@@ -109,9 +109,8 @@ void findUnreachable(const Reading& reading, Findings& findings) {
                     other = carrier ? &reading.hosts()[*carrier] : other;
                     return carrier == number;
                 });
-            if (name.ends_with('.')) {
-                findings.push_back({"name that nobody can ask for", place,
-                                    name + ": the server takes the dot at the end off a request's name"});
+            if (const std::string why(unaskable(name)); !why.empty()) {
+                findings.push_back({"name that nobody can ask for", place, name + ": " + why});
             } else if (!reached && other != nullptr) {
                 findings.push_back(
                     {"name claimed twice", place, name + ", first at " + reading.originOf(*other).text()});
