@@ -1,4 +1,6 @@
 """What a site's owner exchanges on the way to a file, while root works: before any call, the way leads elsewhere."""
+import json
+import os
 import subprocess
 from pathlib import Path
 
@@ -36,10 +38,10 @@ FAR = (0, 2, 3, 6, 12, 13, 16, 18)  # of those, with the sites on a file system 
 def elsewhere(site, request):
     """The sites on a file system of their own, as /home often is."""
     if not request.param:
-        yield
+        yield False
         return
     subprocess.run(["mount", "--bind", site.sites, site.sites], check=True)
-    yield
+    yield True
     subprocess.run(["umount", "-l", site.sites], check=True)
 
 
@@ -68,13 +70,23 @@ def test_a_component_that_becomes_a_link_at_any_moment_leads_nowhere(site, prey,
 
 
 @pytest.mark.parametrize("elsewhere", [False, True], indirect=True)
-def test_a_file_of_roots_is_at_no_moment_open_to_the_owner_of_its_directory(site, prey, elsewhere):
+def test_a_file_of_roots_is_at_no_moment_open_to_the_owner_of_its_directory(site, prey, elsewhere, monkeypatch):
     html = site.sites / "shop.example/www/html"
     give(html.parent.parent)
     (html / "conf").write_text("A B\nroots secret\n")
     (html / "conf").chmod(0o600)
     look_on = f"setpriv --reuid {OWNER} --clear-groups grep -qs 'roots secret' {html}/conf {html}/.zpweb-conf && touch {prey}/read; true"
     assert hurt_by(site, prey, f"param add {html}/conf C D", look_on, lambda: look(prey)) == []
+    if not elsewhere:
+        return  # the new file stands there from its rename on
+    # Nor when the owner puts a file of his in its place while the server checks the rest of the change.
+    lines = [{"command": "param add", "arguments": [f"{html}/conf", "E", "F"]}, {"command": "host add", "arguments": ["shop.example", "more.example"]}]
+    (site.root / "www/lines").write_text("\n".join(map(json.dumps, lines)))
+    script, swap = site.root / "www/apache2", f"[ -e {html}/moved ] || {{ mv {html}/conf {html}/moved; install -o {OWNER} /etc/hostname {html}/conf; }}"
+    script.write_text(f"#!/bin/sh\ncase \"$*\" in *-t*) {swap}; esac\nexec /usr/sbin/apache2 \"$@\"\n")
+    script.chmod(0o755)
+    monkeypatch.setenv("PATH", f"{script.parent}:{os.environ['PATH']}")
+    assert hurt_by(site, prey, f"apply {site.root}/www/lines", look_on, lambda: look(prey), FAST[1:]) == []
 
 
 @pytest.mark.parametrize("words, made, swap, since", [
