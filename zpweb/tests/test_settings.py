@@ -1,5 +1,6 @@
 """PHP, proxies, access, redirects and logs of sites: the real components, judged by what visitors get."""
 import asyncio
+import contextlib
 import http
 import json
 import os
@@ -340,6 +341,14 @@ def test_users_that_cannot_log_in_are_refused(server, content, status, told):
     assert answer.status == status and told in answer.err and server.files() == before, answer
 
 
+@contextlib.contextmanager
+def own_address(address):
+    """One that others reach this host at; it has none besides."""
+    subprocess.run(["ip", "addr", "add", f"{address}/32", "dev", "lo"], check=True)
+    yield
+    subprocess.run(["ip", "addr", "del", f"{address}/32", "dev", "lo"], check=True)
+
+
 @ONE_LAYOUT
 def test_what_no_visitor_sees_is_not_done(server):
     Path("/etc/hosts").write_text(Path("/etc/hosts").read_text() + "127.0.0.9 plain.host\n")
@@ -366,6 +375,11 @@ def test_what_no_visitor_sees_is_not_done(server):
     assert ask("lost.example", "/x", "http", "--connect-to", "::127.0.0.9:80")[1] == "http://a.example/"
     server.place("untold", block("*:443", "untold.example"))  # behind a block with TLS
     server.do("redirect", "set", "untold.example", "/y", "--to", "http://a.example/")
+    with own_address("192.0.2.7"):
+        server.place("own", tls("own.example").replace("*", "192.0.2.7"))
+        answer = server.run("tls", "on", SITE, *pair("good"), "--redirect")
+        assert answer.status == 3 and "a block for 192.0.2.7:443 goes before one for *:443: own.example" in answer.err, answer
+        server.do("redirect", "set", SITE, "/y", "--to", "http://a.example/")
     server.place("local", block("127.0.0.1:80", "local.example"))  # as a monitor asks for it
     server.do("redirect", "set", "first.example", "/y", "--to", "http://a.example/")
     assert ask("first.example", "/y", "http", "--connect-to", "::127.0.0.4:80")[1] == "http://a.example/"

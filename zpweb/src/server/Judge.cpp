@@ -118,7 +118,7 @@ std::vector<std::string> reachedByDefault(const Reading* live, const Reading& st
 std::vector<std::string> unheard(const Reading& staged, const Asked& asked) {
     std::set<const NameMap::Entry*> heard;
     for (const Endpoint& endpoint : staged.endpoints()) {
-        heard.insert(staged.names().entryFor(endpoint));
+        heard.insert(isReached(staged, endpoint) ? staged.names().entryFor(endpoint) : nullptr);
     }
     std::vector<std::string> notes;
     for (const NameMap::Entry& entry : staged.names().entries()) {

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+#include "sys/Connection.h"
+
 namespace zpweb {
 
 Outcome notShown(const std::string& what) {
@@ -56,6 +58,8 @@ Outcome leadsTo(const Reading& staged, const std::string& name,
     }
     return done();
 }
+
+bool isLoopback(const std::string& address) { return address.starts_with("127.") || address == "::1"; }
 
 constexpr const char* NoListen = "no Listen leads there";
 
@@ -126,13 +130,24 @@ std::string silenceOf(const Reading& staged, const NameMap::Entry& entry) {
     for (const Endpoint& endpoint : staged.endpoints()) {
         const NameMap::Entry* other = staged.names().entryFor(endpoint);
         const bool isFor = (entry.at.port == 0 || entry.at.port == endpoint.port) &&
-                           (entry.at.address == "*" || entry.at.address == endpoint.address);
-        if (other != nullptr && isFor) {
+                           (entry.at.address == endpoint.address ||
+                            (entry.at.address == "*" && !isLoopback(endpoint.address)));
+        if (other != nullptr && other != &entry && isFor) {
             return "a block for " + other->at.text() + " goes before one for " + entry.at.text() + ": " +
                    staged.describe(&staged.hosts()[other->hosts.front()]);
         }
     }
     return NoListen;
+}
+
+// "*" stands for the addresses of this host that no block names: these may be those of its own visitors.
+bool isReached(const Reading& staged, const Endpoint& endpoint) {
+    const std::vector<std::string>& own = addressesOfHost();
+    return endpoint.address != "*" || own.empty() ||
+           std::any_of(own.begin(), own.end(), [&](const std::string& address) {
+               return staged.names().entryFor({address, endpoint.port}) ==
+                      staged.names().entryFor(endpoint);
+           });
 }
 
 Postcondition takesRequests(const BlocksOf& blocks, const std::string& wayOut) {
@@ -147,7 +162,7 @@ Postcondition takesRequests(const BlocksOf& blocks, const std::string& wayOut) {
         };
         const auto& endpoints = staged.endpoints();
         if (hosts.empty() || std::any_of(endpoints.begin(), endpoints.end(), [&](const Endpoint& endpoint) {
-                return isTheirs(staged.names().entryFor(endpoint));
+                return isTheirs(staged.names().entryFor(endpoint)) && isReached(staged, endpoint);
             })) {
             return done();
         }

@@ -28,6 +28,8 @@ Postcondition leadsThereNoMore(const std::string& name, const BlocksOf& blocks);
 Postcondition servesNothing(const BlocksOf& blocks);
 // The server takes requests for one of these blocks, where it has any. `wayOut`: what lets it listen.
 Postcondition takesRequests(const BlocksOf& blocks, const std::string& wayOut = "");
+// Do others than this host itself get to what is for the endpoint?
+bool isReached(const Reading& staged, const Endpoint& endpoint);
 // Why nobody gets to the entry.
 std::string silenceOf(const Reading& staged, const NameMap::Entry& entry);
 // What of a postcondition does not hold.

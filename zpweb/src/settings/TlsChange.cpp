@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <functional>
 
+#include "server/Postconditions.h"
 #include "server/Sockets.h"
 #include "settings/HttpsBlocks.h"
 #include "settings/KeptCertificate.h"
@@ -280,6 +281,8 @@ Outcome setTls(Transaction& change, const std::string& site, TlsSetting setting,
     }
     change.asked().moving.insert(settingName(site));  // its names get listeners of their own
     expectVisitors(change, site);
+    change.expect(hostNameIn(site), "visitors of https",
+                  takesRequests({hostNameIn(site), std::to_string(setting.port)}));
     setting.fingerprint = facts->fingerprint;
     const auto before = tlsOf(change, site);
     setting.made = before ? before->made : setting.made;

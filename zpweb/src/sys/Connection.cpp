@@ -2,6 +2,7 @@
 
 #include <arpa/inet.h>
 #include <fcntl.h>
+#include <ifaddrs.h>
 #include <netdb.h>
 #include <netinet/in.h>
 #include <openssl/ssl.h>
@@ -78,6 +79,30 @@ std::vector<std::string> addressesFor(const std::string& host) {
         }
     }
     ::freeaddrinfo(found);
+    return addresses;
+}
+
+const std::vector<std::string>& addressesOfHost() {
+    static const std::vector<std::string> addresses = [] {
+        std::vector<std::string> found;
+        ifaddrs* all = nullptr;
+        const bool known = ::getifaddrs(&all) == 0;
+        for (const ifaddrs* each = known ? all : nullptr; each != nullptr; each = each->ifa_next) {
+            const int family = each->ifa_addr != nullptr ? each->ifa_addr->sa_family : AF_UNSPEC;
+            const socklen_t length = family == AF_INET ? sizeof(sockaddr_in) : sizeof(sockaddr_in6);
+            std::array<char, NI_MAXHOST> text{};
+            if ((family == AF_INET || family == AF_INET6) &&
+                ::getnameinfo(each->ifa_addr, length, text.data(), text.size(), nullptr, 0,
+                              NI_NUMERICHOST) == 0) {
+                found.emplace_back(text.data());
+            }
+        }
+        ::freeifaddrs(all);
+        std::erase_if(found, [](const std::string& address) {
+            return address.starts_with("127.") || address == "::1" || address.starts_with("fe80:");
+        });
+        return found;
+    }();
     return addresses;
 }
 

@@ -27,6 +27,9 @@ struct Peer {
 // an address, itself.
 std::vector<std::string> addressesFor(const std::string& host);
 
+// The addresses of this host at which others reach it.
+const std::vector<std::string>& addressesOfHost();
+
 class Connection {
 public:
     static Expected<Connection> to(const Peer& peer);

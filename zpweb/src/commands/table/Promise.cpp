@@ -129,7 +129,9 @@ bool rewritesBlocks(const Command& command) {
 // Who moves a site wants it to be reached there.
 void promiseRequests(Transaction& change, const Command& command, const std::string& site,
                      const Arguments& given) {
-    if (command.words == "site port") {
+    if (command.words == "site create") {
+        change.expect(site, Heard, takesRequests({site}));
+    } else if (command.words == "site port") {
         change.expect(site, Heard, takesRequests({site, valueOf(given, "PORT")}, "--listen"));
     } else if (command.words == "address own" || command.words == "address shared") {
         change.expect(site, Heard, takesRequests({site, valueOf(given, "--port")}));
