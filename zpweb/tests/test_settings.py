@@ -383,6 +383,10 @@ def test_what_no_visitor_sees_is_not_done(server):
     server.place("local", block("127.0.0.1:80", "local.example"))  # as a monitor asks for it
     server.do("redirect", "set", "first.example", "/y", "--to", "http://a.example/")
     assert ask("first.example", "/y", "http", "--connect-to", "::127.0.0.4:80")[1] == "http://a.example/"
+    server.place("000", block("*:443", "000.example"))  # nobody gets to those behind it
+    [path.unlink() for path in server.tree.rglob("untold.conf")]
+    server.do("site", "stop", "000.example")
+    assert "speaks no TLS" in server.do("undo").err
 
 
 # --- names that no site has ---

@@ -198,7 +198,7 @@ std::vector<Moved> silencedBy(const Reading& live, const Reading& staged, const 
                     {name.empty() ? staged.originOf(host).text() : name, endpoint.text(),
                      live.describe(&live.hosts()[known]),
                      "nobody, as " + first + ", the first block there, speaks " + (tls ? "no TLS" : "TLS"),
-                     "", false});
+                     "", asked.anyName});
             }
         }
     }
@@ -247,6 +247,9 @@ Judgement judge(const Reading* live, const Reading& staged, const Asked& asked,
         allowReturn(judgement.impact, asked);
         judgement.released = releasedBy(*live, staged, pairing, asked);
         judgement.notes = newDefaults(*live, staged, pairing);
+        for (const Moved& each : asked.anyName ? silenced : std::vector<Moved>()) {
+            judgement.notes.push_back(each.name + " on " + each.listener + " leads to " + each.to);
+        }
         if (const std::string stray = strayDifference(*live, staged, pairing, asked); !stray.empty()) {
             judgement.outcome = failure("the change would differ at " + stray +
                                         ", which the command does not name; nothing is changed");
