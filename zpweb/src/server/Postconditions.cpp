@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "sys/Connection.h"
+#include "text/Sites.h"
 
 namespace zpweb {
 
