@@ -104,9 +104,10 @@ def test_nothing_counts_that_is_not_on_the_disk(three_files):
 
 def test_what_nothing_else_holds_is_on_the_disk_before_it_is_needed(site):
     site.conf.write_text(site.text() + "<VirtualHost 127.0.0.1:8443>\nServerName tls.example\nSSLEngine on\n</VirtualHost>\n")
-    keys, log = site.root / "zpweb.d/catch-all", site.sites / "shop.example/log/httpd/access_log"
+    keys, home, log = site.root / "zpweb.d/catch-all", site.sites / "b.example", site.sites / "shop.example/log/httpd/access_log"
     log.write_text("one line\n")
     for words, synced, needed in (("server catch-all on", [keys / "certificate.pem", keys / "key.pem", keys, keys.parent], "renameat2 "),
+                                  (f"site create b.example --address 127.0.0.1 --owner anna --path {site.sites}", [home.parent, home, home / "www", home / "log"], "renameat2 "),
                                   ("log rotate shop.example", [f"{log.parent}/.zpweb-rotate.*gz", f"{log.parent}/.zpweb-rotate.\\d+"], "unlinkat .*/.kept")):
         done = subprocess.run([ZPFAULT, "none", "0", ZPWEB, "--conf", site.conf, *words.split(), *FAST], capture_output=True, text=True, env={**os.environ, "ZPFAULT_ALL": "1"})
         for path in synced:

@@ -117,12 +117,7 @@ Outcome putInPlace(const ChangedFile& changed, const StagedFile& file, bool& aga
     return step(place, changed, *candidate, again);
 }
 
-// Each directory once, however many of its files took their places.
-Outcome syncDirectories(const Journal& journal) {
-    std::set<std::string> directories;
-    for (const ChangedFile& changed : journal.files) {
-        directories.insert(directoryOf(changed.path));
-    }
+Outcome syncAll(const std::set<std::string>& directories) {
     for (const std::string& path : directories) {
         const auto directory = openGuarded(path);
         if (!directory.ok() || ::fsync(directory->number()) != 0) {
@@ -130,6 +125,15 @@ Outcome syncDirectories(const Journal& journal) {
         }
     }
     return done();
+}
+
+// Each directory once, however many of its files took their places.
+Outcome syncDirectories(const Journal& journal) {
+    std::set<std::string> directories;
+    for (const ChangedFile& changed : journal.files) {
+        directories.insert(directoryOf(changed.path));
+    }
+    return syncAll(directories);
 }
 
 Outcome keep(const State& state, const Journal& journal, const std::map<std::string, StagedFile>& files) {
@@ -240,13 +244,16 @@ Outcome takeBack(const State& state, Journal& journal, Outcome reason, bool& aga
 
 }  // namespace
 
+// It may lie on a file system of its own, and a server whose log directory is gone does not start.
 Outcome make(const std::vector<zp::host::Effect>& making) {
+    std::set<std::string> directories;
     for (const zp::host::Effect& effect : making) {
         if (!zp::host::carryOut(effect)) {
             return failure(effect.path + ": could not be made (" + systemError("the last error") + ")");
         }
+        directories.insert(directoryOf(effect.path));
     }
-    return done();
+    return syncAll(directories);
 }
 
 Outcome commit(const Committing& change, Journal& journal, bool& again) {

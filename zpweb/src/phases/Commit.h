@@ -23,7 +23,7 @@ struct Committing {
     const std::vector<std::vector<FileStep>>& steps;  // of the journal's members
 };
 
-// Directories and files that the change makes; the journal knows them.
+// Directories and files that the change makes; the journal knows them. They are on the disk then.
 Outcome make(const std::vector<zp::host::Effect>& making);
 
 // Gives the change its checkpoint, writes the journal, and puts all files in place. On a failure everything
