@@ -54,10 +54,12 @@ def test_a_home_that_is_not_the_sites_own_is_never_removed(site, name, home, tol
 def test_a_home_that_another_one_took_the_place_of_stays_and_that_is_told(site):
     home = site.sites / "shop.example"
     text = site.text()
-    site.conf.write_text(text + f"Alias /pics {home}/www/html\n")
-    answer = site.run("site", "delete", "shop.example", "--remove-folders", *FAST)
-    assert answer.status == 1 and f"{home} is used at {site.conf}:" in answer.err and "shop.example" in site.text() and home.exists(), answer
-    site.conf.write_text(text)
+    for line in ("Alias /pics {home}/www/html", "Alias {home}2 \"{home}\"", "php_admin_value open_basedir /tmp:{home}", "CustomLog \"|/bin/cat {home}/log\" common",
+                 "#<VirtualHost 127.0.0.1:80>\n#ServerName b.example\n#Alias /pics {home}/www\n#</VirtualHost>"):
+        site.conf.write_text(text + line.format(home=home) + "\n")
+        answer = site.run("site", "delete", "shop.example", "--remove-folders", *FAST)
+        assert answer.status == 1 and f"{home} is used at {site.conf}:" in answer.err and "shop.example" in site.text() and home.exists(), (line, answer)
+    site.conf.write_text(text + f"# Alias /x {home}\nAlias /x {home}2\nAlias /y /z{home}\n<Directory {home}/www>\n</Directory>\n")
     words = [ZPFAULT, "meanwhile", "renameat2:1", ZPWEB, "--conf", site.conf, "site", "delete", "shop.example", "--remove-folders", *FAST]
     done = subprocess.run(words, capture_output=True, text=True, env={**os.environ, "ZPFAULT_RUN": f"mv {home} {home}.away; mkdir {home}"})
     assert done.returncode == 1 and "could not be removed" in done.stderr and home.exists(), done

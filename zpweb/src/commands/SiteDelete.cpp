@@ -10,6 +10,7 @@
 #include "conf/Bounds.h"
 #include "conf/Text.h"
 #include "input/HostName.h"
+#include "server/DirectoryPaths.h"
 #include "settings/SiteSettings.h"
 #include "settings/TlsChange.h"
 #include "sys/File.h"
@@ -62,30 +63,22 @@ Outcome removeDirectories(Transaction& change, const Block& block) {
     return done();
 }
 
-// Does the line lead to the directory, or to something in it? Sections for what is gone do no harm.
-bool leadsInto(std::string_view line, const std::string& directory) {
-    const std::string_view text = zp::conf::skipSpace(line);
-    if (text.starts_with('#') || text.starts_with('<')) {
-        return false;
-    }
-    const size_t at = text.find(directory);
-    return at != text.npos &&
-           (at + directory.size() == text.size() ||
-            std::string_view("/\"' \t\r\\").find(text[at + directory.size()]) != std::string_view::npos);
+// What a line says once it counts: one of a stopped site does when that is started.
+std::string_view meantBy(const ConfigurationFile& file, size_t number) {
+    const std::string_view text = zp::conf::skipSpace(file.lines()[number]);
+    const Block* block = text.starts_with('#') ? file.blockAt(number) : nullptr;
+    return block != nullptr && block->stopped ? zp::conf::skipSpace(text.substr(1)) : text;
 }
 
-// What other sites, or the server, have in the home.
-Outcome isUnused(const Transaction& change, const std::string& home) {
-    for (const auto& file : change.configuration().files()) {
-        const Content now = change.contentOf(file->path());
-        if (!now || now.text().find(home) == std::string::npos) {
-            continue;
-        }
-        const Lines lines(now.text());
-        for (size_t i = 0; i < lines.size(); ++i) {
-            if (leadsInto(lines[i], home)) {
-                return failure(home + " is used at " + file->path() + ":" + std::to_string(i + 1) +
-                               ": nothing is done");
+// What other sites, or the server, have in the home, once the site's own lines are gone. Sections for what
+// is gone do no harm.
+Outcome isUnused(const Configuration& configuration, const std::string& home) {
+    for (const ConfigurationFile* file : configuration.namingBelow(home)) {
+        for (size_t i = 0; i < file->lines().size(); ++i) {
+            const std::string_view text = meantBy(*file, i);
+            if (!text.starts_with('#') && !text.starts_with('<') && leadsInto(text, home)) {
+                return failure(home + " is used at " + file->path() + ":" +
+                               std::to_string(file->firstLine() + i + 1) + ": nothing is done");
             }
         }
     }
@@ -131,7 +124,7 @@ Outcome remove(Transaction& change, const Site& site, const Arguments& given) {
     forgetKeptCertificate(change, name);
     Outcome gone = forgetSettings(change, name);
     gone = gone.ok() && change.contentOf(suspension) ? removeSettingFile(change, suspension) : gone;
-    return gone.ok() && given[RemoveDirectories] ? isUnused(change, home) : gone;
+    return gone.ok() && given[RemoveDirectories] ? isUnused(change.configuration(), home) : gone;
 }
 
 }  // namespace

@@ -128,7 +128,7 @@ public:
     // The addresses that running blocks have first, as written, with how many have each.
     std::map<std::string, int> addresses() const;
     // Files, or parts, in which a line may name the directory, or one above, as a document root or of a
-    // section; and those in which one may name the directory or one below.
+    // section; and those in which one of any kind may name the directory or something below.
     std::vector<const ConfigurationFile*> namingAbove(const std::string& directory) const;
     std::vector<const ConfigurationFile*> namingBelow(const std::string& directory) const;
     std::string serverRoot() const;

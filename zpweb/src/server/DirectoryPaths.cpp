@@ -3,6 +3,7 @@
 #include <fnmatch.h>
 
 #include <algorithm>
+#include <cctype>
 
 #include "conf/Text.h"
 #include "text/Words.h"
@@ -28,6 +29,16 @@ std::string directoryIn(std::string_view line) {
                        path.find_first_of("*?[$\\") == path.npos &&
                        !zp::conf::beginsIgnoringCase(line, "<DirectoryMatch");
     return plain ? withoutSlash(path) : UnknownDirectory;
+}
+
+bool isOfName(char c) {
+    return std::isalnum(static_cast<unsigned char>(c)) != 0 ||
+           std::string_view("_-./").find(c) != std::string_view::npos;
+}
+
+// Where a path begins, and not goes on.
+bool beginsPath(std::string_view line, size_t at) {
+    return line[at] == '/' && (at == 0 || !isOfName(line[at - 1]));
 }
 
 }  // namespace
@@ -69,6 +80,28 @@ std::set<std::string> directoriesIn(std::string_view text) {
         }
     }
     return found;
+}
+
+std::set<std::string> pathsIn(std::string_view text) {
+    std::set<std::string> found = directoriesIn(text);
+    for (size_t at = text.find('/'); at != text.npos; at = text.find('/', at + 1)) {
+        if (beginsPath(text, at)) {
+            const size_t end = std::min(text.find_first_of(" \t\r\n\"'", at), text.size());
+            found.insert(
+                withoutSlash(std::string(text.substr(at, end - at))));  // and what a ":" ties to it
+        }
+    }
+    return found;
+}
+
+bool leadsInto(std::string_view line, const std::string& directory) {
+    for (size_t at = line.find(directory); at != line.npos; at = line.find(directory, at + 1)) {
+        const size_t end = at + directory.size();
+        if (beginsPath(line, at) && (end == line.size() || line[end] == '/' || !isOfName(line[end]))) {
+            return true;
+        }
+    }
+    return false;
 }
 
 }  // namespace zpweb

@@ -18,5 +18,10 @@ bool isAbout(const std::string& sectionPath, std::string directory);
 
 // Each without a slash at its end; what stands in comments counts too, as it may be a stopped block.
 std::set<std::string> directoriesIn(std::string_view text);
+// The same and whatever else lines name by an absolute path: the target of an Alias, a log, a key.
+std::set<std::string> pathsIn(std::string_view text);
+
+// Does the line name the directory, or something in it?
+bool leadsInto(std::string_view line, const std::string& directory);
 
 }  // namespace zpweb

@@ -78,6 +78,9 @@ void PartIndex::enterText(Part& part) {
     if (directories_) {
         enterDirectories(part);
     }
+    if (paths_) {
+        enterPaths(part);
+    }
 }
 
 void PartIndex::enterNames(Part& part) {
@@ -96,6 +99,12 @@ void PartIndex::enterNames(Part& part) {
 void PartIndex::enterDirectories(Part& part) {
     for (const std::string& path : directoriesIn(part.file->content().text())) {
         part.entries.directories.push_back(directories_->emplace(path, &part));
+    }
+}
+
+void PartIndex::enterPaths(Part& part) {
+    for (const std::string& path : pathsIn(part.file->content().text())) {
+        part.entries.paths.push_back(paths_->emplace(path, &part));
     }
 }
 
@@ -118,6 +127,9 @@ void PartIndex::leave(Part& part) {
     }
     for (const Directories::iterator& directory : entries.directories) {
         directories_->erase(directory);
+    }
+    for (const Directories::iterator& path : entries.paths) {
+        paths_->erase(path);
     }
     atServer_.erase({part.order, part.number});
     parts_.erase(&part);
@@ -166,6 +178,13 @@ void PartIndex::indexDirectories() {
     }
 }
 
+void PartIndex::indexPaths() {
+    if (!paths_) {
+        paths_.emplace();
+        eachFresh(&PartIndex::enterPaths);
+    }
+}
+
 PartIndex::Files PartIndex::holdersOf(std::string_view name) const { return sorted(sites_, name); }
 
 PartIndex::Files PartIndex::carriersOf(std::string_view name) {
@@ -185,8 +204,8 @@ const PartIndex::Counts& PartIndex::addresses() {
 }
 
 // With those that name directories that nobody can tell from the text.
-PartIndex::Files PartIndex::withUnknown(std::vector<const Part*> found) const {
-    const auto [begin, end] = directories_->equal_range(UnknownDirectory);
+PartIndex::Files PartIndex::withUnknown(const Directories& index, std::vector<const Part*> found) {
+    const auto [begin, end] = index.equal_range(UnknownDirectory);
     std::transform(begin, end, std::back_inserter(found), [](const auto& entry) { return entry.second; });
     return sorted(std::move(found));
 }
@@ -200,17 +219,17 @@ PartIndex::Files PartIndex::namingAbove(const std::string& directory) {
         std::transform(begin, end, std::back_inserter(found),
                        [](const auto& entry) { return entry.second; });
     }
-    return withUnknown(std::move(found));
+    return withUnknown(*directories_, std::move(found));
 }
 
 PartIndex::Files PartIndex::namingBelow(const std::string& directory) {
-    indexDirectories();
+    indexPaths();
     std::vector<const Part*> found;
-    for (auto entry = directories_->lower_bound(directory);
-         entry != directories_->end() && entry->first.starts_with(directory); ++entry) {
+    for (auto entry = paths_->lower_bound(directory);
+         entry != paths_->end() && entry->first.starts_with(directory); ++entry) {
         found.push_back(entry->second);
     }
-    return withUnknown(std::move(found));
+    return withUnknown(*paths_, std::move(found));
 }
 
 PartIndex::Files PartIndex::atServer() const {

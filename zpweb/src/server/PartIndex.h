@@ -38,7 +38,7 @@ public:
     Files carriersOf(std::string_view name);
     // ... that may name the directory or one above it as a document root or of a section, ...
     Files namingAbove(const std::string& directory);
-    // ... and the directory or one below it, ...
+    // ... that may name the directory, or anything below it, in whatever line, ...
     Files namingBelow(const std::string& directory);
     // ... and that say something at the server's level.
     Files atServer() const;
@@ -55,7 +55,7 @@ private:
     struct Entries {
         Keys sites{}, names{};
         std::vector<Counts::iterator> addresses{};  // of its running blocks
-        std::vector<Directories::iterator> directories{};
+        std::vector<Directories::iterator> directories{}, paths{};
     };
 
     static Key keyOf(std::string_view name);
@@ -66,17 +66,19 @@ private:
 
     void enterNames(Part& part);
     void enterDirectories(Part& part);
+    void enterPaths(Part& part);
     void indexNames();
     void indexDirectories();
+    void indexPaths();
     void eachFresh(void (PartIndex::*entering)(Part& part));
-    Files withUnknown(std::vector<const Part*> found) const;
+    static Files withUnknown(const Directories& index, std::vector<const Part*> found);
 
     std::unordered_set<Part*> parts_;
     Index sites_;
     std::map<std::pair<size_t, size_t>, const Part*> atServer_;  // by order and number
-    std::optional<Index> names_;              // from when it, or addresses, are asked for
-    Counts addresses_;                        // the same
-    std::optional<Directories> directories_;  // from when they are first asked for
+    std::optional<Index> names_;                      // from when it, or addresses, are asked for
+    Counts addresses_;                                // the same
+    std::optional<Directories> directories_, paths_;  // from when they are first asked for
 };
 
 // A part of a long file, or a file in one piece.

@@ -33,8 +33,8 @@ public:
     Files holdersOf(std::string_view name) { return used(index_.holdersOf(name)); }
     // Those in which a running block may answer to the name, by its own, an alias or a wildcard.
     Files carriersOf(std::string_view name) { return used(index_.carriersOf(name)); }
-    // Those that may name the directory or one above it as a document root or of a section, and the
-    // directory or one below it.
+    // Those that may name the directory or one above it as a document root or of a section, and those in
+    // which any line may name the directory or something below it.
     Files namingAbove(const std::string& directory) { return used(index_.namingAbove(directory)); }
     Files namingBelow(const std::string& directory) { return used(index_.namingBelow(directory)); }
     // Those that say something at the server's level, in their order.
