@@ -11,6 +11,7 @@ import subprocess
 import textwrap
 from pathlib import Path
 
+import pytest
 from conftest import NEW_KEY, OWNER, ZPWEB, Answer, await_true
 
 MODULES = "ssl rewrite macro proxy proxy_http headers include".split()
@@ -298,3 +299,19 @@ RED_HAT = {
     "conf.d/ssl.conf": "Listen 443 https\nSSLSessionCache shmcb:/run/httpd/sslcache(512000)\n",
     "conf.d/welcome.conf": '<LocationMatch "^/+$">\n    Options -Indexes\n</LocationMatch>\n',
 }
+
+
+@pytest.fixture(scope="module", params=[Debian, RedHat], ids=["debian", "redhat"])
+def built(request):
+    server = request.param()
+    yield server
+    server.remove()
+
+
+ONE_LAYOUT = pytest.mark.parametrize("built", [Debian], indirect=True, ids=["debian"])  # for what is the same on each
+
+
+@pytest.fixture
+def server(built):
+    yield built
+    built.restore()

@@ -7,26 +7,10 @@ from pathlib import Path
 
 import pytest
 from conftest import NEW_KEY
-from servers import TRUSTING, Debian, RedHat
+from servers import TRUSTING
 
 LIVE = Path("/etc/letsencrypt/live")
 SITE = "plain.example"
-
-
-@pytest.fixture(scope="module", params=[Debian, RedHat], ids=["debian", "redhat"])
-def built(request):
-    server = request.param()
-    yield server
-    server.remove()
-
-
-ONE_LAYOUT = pytest.mark.parametrize("built", [Debian], indirect=True, ids=["debian"])  # for what is the same on each
-
-
-@pytest.fixture
-def server(built):
-    yield built
-    built.restore()
 
 
 @pytest.fixture(scope="module", autouse=True)

@@ -9,23 +9,7 @@ from pathlib import Path
 
 import pytest
 from conftest import OWNER
-from servers import HTTP, LISTENERS, PAGES, TLS, Debian, RedHat, block
-
-
-@pytest.fixture(scope="module", params=[Debian, RedHat], ids=["debian", "redhat"])
-def built(request):
-    server = request.param()
-    yield server
-    server.remove()
-
-
-ONE_LAYOUT = pytest.mark.parametrize("built", [Debian], indirect=True, ids=["debian"])  # for what is the same on each
-
-
-@pytest.fixture
-def server(built):
-    yield built
-    built.restore()
+from servers import HTTP, LISTENERS, ONE_LAYOUT, PAGES, TLS, Debian, RedHat, block, built, server  # noqa: F401
 
 
 def refused(server, answer, before):

@@ -12,8 +12,8 @@ from pathlib import Path
 import pytest
 import websockets
 from conftest import OWNER, ZPWEB, await_true
-from servers import HTTP, TLS, block, tls
-from settings import LIVE, ONE_LAYOUT, SITE, ask, authority, built, fingerprint, issue, pair, server, shown, without_modules  # noqa: F401
+from servers import HTTP, ONE_LAYOUT, TLS, block, built, server, tls  # noqa: F401
+from settings import LIVE, SITE, ask, authority, fingerprint, issue, pair, shown, without_modules  # noqa: F401
 
 # --- redirects ---
 

@@ -8,8 +8,8 @@ from pathlib import Path
 
 import pytest
 from conftest import ZPFAULT, ZPWEB, await_true, free_port
-from servers import TLS, block, tls
-from settings import LIVE, ONE_LAYOUT, SITE, ask, authority, built, fingerprint, issue, openssl, pair, server, shown, without_modules  # noqa: F401
+from servers import ONE_LAYOUT, TLS, block, built, server, tls  # noqa: F401
+from settings import LIVE, SITE, ask, authority, fingerprint, issue, openssl, pair, shown, without_modules  # noqa: F401
 
 
 def test_tls_on_and_off(server):
