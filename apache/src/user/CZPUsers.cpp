@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "host/KeptForGood.h"
 #include "host/Paths.h"
 #include "host/Report.h"
 
@@ -23,13 +24,14 @@ char* asFileName(const char* folderPath) {
 }  // namespace
 
 CZPUsers::CZPUsers(CZPTrackManager* trackManager)
-    : TEMPFILE(::tempnam(zp::host::path::ScratchDirectory, nullptr)), TrackManager(trackManager) {
+    : TEMPFILE(zp::host::keptForGood(::tempnam(zp::host::path::ScratchDirectory, nullptr))),
+      TrackManager(trackManager) {
     zp::host::reportModule(TrackManager, "WebServerManager");
 }
 
 CZPUsers::CZPUsers(CZPTrackManager* trackManager, const char* insFolder, const char* domainName,
                    const char* folderPath)
-    : TEMPFILE(::tempnam(insFolder, nullptr)),
+    : TEMPFILE(zp::host::keptForGood(::tempnam(insFolder, nullptr))),
       InsFolder(insFolder),
       DomainName(domainName),
       FolderPath(asFileName(folderPath)),

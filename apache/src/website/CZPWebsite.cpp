@@ -5,6 +5,7 @@
 #include <ctime>
 
 #include "host/Fields.h"
+#include "host/KeptForGood.h"
 #include "host/Paths.h"
 #include "host/Report.h"
 
@@ -20,7 +21,7 @@ char* scratchBeside(const std::string& configuration) {
     const std::string path = directory + "/" + std::to_string(std::time(nullptr));
     char* buffer = new char[std::max(ScratchPathSize, path.size() + 1)]();
     path.copy(buffer, path.size());
-    return buffer;
+    return zp::host::keptForGood(buffer);
 }
 
 }  // namespace
@@ -28,7 +29,7 @@ char* scratchBeside(const std::string& configuration) {
 CZPWebsite::CZPWebsite() = default;
 
 CZPWebsite::CZPWebsite(CZPTrackManager* trackManager)
-    : TEMPFILE(::tempnam(zp::host::path::ScratchDirectory, nullptr)),
+    : TEMPFILE(zp::host::keptForGood(::tempnam(zp::host::path::ScratchDirectory, nullptr))),
       HttpdConfFile(""),
       TrackManager(trackManager) {
     zp::host::reportModule(TrackManager, "Apache");

@@ -7,7 +7,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 
 #include "support/Sandbox.h"
 
@@ -49,7 +49,9 @@ std::string readFile(const std::string& path) {
     if (!in) {
         return NoFile;
     }
-    return {std::istreambuf_iterator<char>(in), {}};
+    std::ostringstream text;
+    text << in.rdbuf();
+    return std::move(text).str();
 }
 
 std::string mode(const std::string& path) {
