@@ -1,6 +1,6 @@
-# With ZPAPACHE_JOINED the sources of a target are compiled joined, up to forty at a time (scripts/joining.py), each header
-# once for all of them: a whole build takes a third of the time, one after a small change longer. Without it each source
-# is compiled alone, as lint reads it.
+# With ZPAPACHE_JOINED the sources of a target are compiled joined, up to a hundred at a time (scripts/joining.py), each
+# header once for all of them: a whole build takes less than a third of the time, one after a small change longer. Without
+# it each source is compiled alone, as lint reads it.
 option(ZPAPACHE_JOINED "Compile several sources at a time, where there is Python" ON)
 find_package(Python3 COMPONENTS Interpreter QUIET)
 

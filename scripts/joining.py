@@ -8,11 +8,12 @@ a group.
 """
 import collections
 import functools
+import math
 import pathlib
 import re
 import sys
 
-MOST = 40
+MOST = 100
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 TYPE_OR_CONSTANT = r"(?:class|struct|enum|enum class|using|inline constexpr [\w:]+) (\w+)\b(?= [{:=]|;)"
 FUNCTION = r"[\w\[][^(]*?\b(\w+)\("
@@ -78,6 +79,8 @@ def groups(sources, kind=lambda source: ""):
     """Lists of the sources; those of a group are of one kind, as the function tells it."""
     names = {source: own_names(source, pathlib.Path(source).read_text()) for source in sources}
     uses = collections.Counter(name for own in names.values() for name, _ in own)
+    # As few groups as that many sources need, all of one size: so each processor has as much to do as the other.
+    size = {alike: math.ceil(count / math.ceil(count / MOST)) for alike, count in collections.Counter(map(kind, sources)).items()}
     found = []
     # Those that are hardest to place come first: fewer groups do.
     for source in sorted(sources, key=lambda each: -max([uses[name] for name, _ in names[each]], default=0)):
@@ -85,7 +88,7 @@ def groups(sources, kind=lambda source: ""):
         own, alike = names[source], kind(source)
         seen = set().union(*map(declared, headers_of(path)))
         for group in found:
-            if group["alike"] == alike and len(group["sources"]) < MOST and go_together(group, own, seen):
+            if group["alike"] == alike and len(group["sources"]) < size[alike] and go_together(group, own, seen):
                 break
         else:
             group = {"alike": alike, "own": {}, "seen": set(), "sources": []}

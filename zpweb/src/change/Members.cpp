@@ -6,6 +6,7 @@
 
 #include "change/Transaction.h"
 #include "phases/Outstanding.h"
+#include "text/Words.h"
 
 namespace zpweb {
 

@@ -11,6 +11,7 @@
 #include "store/Migration.h"
 #include "sys/File.h"
 #include "sys/GuardedDirectory.h"
+#include "text/Words.h"
 
 namespace zpweb {
 

@@ -11,18 +11,11 @@
 #include "input/Duration.h"
 #include "input/Quoted.h"
 #include "sys/Number.h"
+#include "text/Words.h"
 
 namespace zpweb {
 
 namespace {
-
-std::string joined(const std::vector<std::string>& words) {
-    std::string text;
-    for (const std::string& word : words) {
-        text += (text.empty() ? "" : " ") + word;
-    }
-    return text;
-}
 
 // The command line as CLI11 sees it, built from the table. Commands that the words do not name are left
 // out: all of them take longer to build than most runs that read.
@@ -49,7 +42,8 @@ public:
             CLI::App* sub = app_.add_subcommand(each.name, each.summary);
             if (each.name == "help") {
                 sub->add_option_function<std::vector<std::string>>(
-                    "WORDS", [this](const std::vector<std::string>& asked) { line_.help = joined(asked); });
+                    "WORDS",
+                    [this](const std::vector<std::string>& asked) { line_.help = joinedWords(asked); });
             }
             sub->callback([this, &each] { line_.document = &each; });
         }
@@ -120,7 +114,7 @@ private:
     CLI::App app_;
 };
 
-bool takes(const Command& command, std::string_view option) {
+bool hasOption(const Command& command, std::string_view option) {
     return std::any_of(command.parameters.begin(), command.parameters.end(),
                        [&](const Parameter& each) { return each.name == option; });
 }
@@ -141,7 +135,7 @@ std::vector<std::string> withBlockInPlace(std::vector<std::string> words) {
         if (command != nullptr) {
             const auto at =
                 words.insert(words.begin() + static_cast<long>(i) + (two != nullptr ? 2 : 1), address);
-            if (takes(*command, "--site")) {
+            if (hasOption(*command, "--site")) {
                 words.insert(at, "--site");
             }
             break;

@@ -88,7 +88,7 @@ private:
 };
 
 // Names that are host names: whatever else a file calls a site is not put on a command line.
-Offers sitesOf(const std::string& configuration) {
+Offers siteOffers(const std::string& configuration) {
     const auto path = configuration.empty() ? findConfiguration() : Expected(configuration);
     const auto main = path.ok() ? realPathOf(*path) : path;
     if (!main.ok()) {
@@ -120,7 +120,7 @@ Offers choicesOf(std::string_view choices) {
 Offers valuesOf(const Parameter& parameter, const Typed& typed) {
     switch (parameter.kind) {
         case Kind::Site:
-            return sitesOf(typed.configuration());
+            return siteOffers(typed.configuration());
         case Kind::Path:
         case Kind::InputFile:
             return {":files"};
@@ -165,7 +165,7 @@ Offers optionsOf(const Command* command) {
 }
 
 // bash splits "--option=value" into three words.
-std::vector<std::string> joined(const std::vector<std::string>& words, size_t last) {
+std::vector<std::string> withWholeOptions(const std::vector<std::string>& words, size_t last) {
     std::vector<std::string> result;
     for (size_t i = 2; i <= last && i < words.size(); ++i) {
         const bool sign = words[i] == "=";
@@ -204,7 +204,7 @@ Offers offersFor(const Typed& typed, std::string& current) {
 
 void complete(std::ostream& out, const std::vector<std::string>& words) {
     const size_t number = words.empty() ? 0 : static_cast<size_t>(leadingNumber(words.front()));
-    std::vector<std::string> line = joined(words, number + 1);
+    std::vector<std::string> line = withWholeOptions(words, number + 1);
     std::string current = line.empty() ? "" : line.back();
     Typed typed;
     for (size_t i = 0; i + 1 < line.size(); ++i) {

@@ -54,7 +54,7 @@ void printEntries(std::ostream& out, const std::string& title, const std::vector
     }
 }
 
-std::vector<Entry> entriesOf(const std::vector<Parameter>& parameters) {
+std::vector<Entry> helpEntries(const std::vector<Parameter>& parameters) {
     std::vector<Entry> entries;
     for (const Parameter& each : parameters) {
         const std::string value =
@@ -93,7 +93,7 @@ void printCommand(std::ostream& out, const Command& command) {
     if (!command.more.empty()) {
         out << wrapped(std::string(command.more), 0) << '\n';
     }
-    printEntries(out, "Arguments and options", entriesOf(command.parameters));
+    printEntries(out, "Arguments and options", helpEntries(command.parameters));
     out << "\nExamples:\n";
     for (const std::string_view example : command.examples) {
         out << "  zpweb " << example << '\n';
@@ -110,7 +110,7 @@ void printOverview(std::ostream& out) {
         rest.push_back({each.name, each.summary});
     }
     printEntries(out, "About this program", rest);
-    printEntries(out, "Options", entriesOf(commonOptions()));
+    printEntries(out, "Options", helpEntries(commonOptions()));
     std::vector<Entry> statuses;
     for (const StatusText& each : Statuses) {
         std::string text(each.name);

@@ -18,7 +18,7 @@ constexpr auto Users =
 constexpr auto UserFile =
     option("--user-file", Kind::Path, "FILE", "Where they stand (the site's web users)");
 
-Outcome set(Transaction& change, const Site& site, const Arguments& given) {
+Outcome setGivenAccess(Transaction& change, const Site& site, const Arguments& given) {
     AccessPath path{given[Path], given[Allow], given[Deny], given[Users], ""};
     if (path.allow.empty() && path.deny.empty() && path.users.empty()) {
         return failure(Status::Usage, "access set: one of --allow, --deny and --users is missing");
@@ -40,7 +40,7 @@ Command accessSet() {
     return {
         .words = "access set",
         .summary = "Tell who may ask for a path of a website",
-        .action = set,
+        .action = setGivenAccess,
         .parameters = {SiteName, Path, Allow, Deny, Users, UserFile, Overwrite},
         .more =
             "Admitted is who comes from an allowed address, from none that is denied, and, with --users, "

@@ -8,7 +8,8 @@ namespace zpweb {
 
 namespace {
 
-Outcome show(Session& session, const Configuration& configuration, const Site& site, const Arguments&) {
+Outcome showAccess(Session& session, const Configuration& configuration, const Site& site,
+                   const Arguments&) {
     const auto now = settingOf(configuration, site.name(), Setting::Access);
     const auto setting = now ? accessFrom(now->asked) : std::nullopt;
     session.output.set("site", site.name());
@@ -26,7 +27,7 @@ Command accessShow() {
     return {
         .words = "access show",
         .summary = "Show who may ask for which path of a website",
-        .action = show,
+        .action = showAccess,
         .parameters = {SiteName},
         .examples = {"access show shop.example"},
     };

@@ -30,7 +30,7 @@ void addServed(List& rows, const Reading& reading) {
     }
 }
 
-Outcome list(Session& session, const Configuration& configuration, const Arguments&) {
+Outcome listAddresses(Session& session, const Configuration& configuration, const Arguments&) {
     if (const auto reading = askedServer(session, configuration)) {
         addServed(session.output.list("addresses", {"address", "file", "line"}), *reading);
         return done();
@@ -59,7 +59,7 @@ Command addressList() {
     return {
         .words = "address list",
         .summary = "List the addresses in use",
-        .action = list,
+        .action = listAddresses,
         .operations = {"CZPWebsite::ListOccupiedIPs"},
         .examples = {"address list"},
     };

@@ -10,7 +10,7 @@ namespace {
 
 constexpr int NowOwn = zp::result::website::MovedToOwn;
 
-Outcome move(Transaction& change, const Site& site, const Arguments& given) {
+Outcome moveToOwnAddress(Transaction& change, const Site& site, const Arguments& given) {
     return moveAddress(
         change, site, given,
         {.operation = "NameBasedToIPBased",
@@ -25,7 +25,7 @@ Command addressOwn() {
     return {
         .words = "address own",
         .summary = "Give a website an address of its own",
-        .action = move,
+        .action = moveToOwnAddress,
         .parameters = {SiteName, NewAddress, OnPort},
         .operations = {"CZPWebsite::NameBasedToIPBased"},
         .examples = {"address own shop.example --address 192.0.2.8"},

@@ -10,7 +10,7 @@ namespace {
 
 constexpr int NowShared = zp::result::website::MovedToShared;
 
-Outcome move(Transaction& change, const Site& site, const Arguments& given) {
+Outcome moveToSharedAddress(Transaction& change, const Site& site, const Arguments& given) {
     return moveAddress(
         change, site, given,
         {.operation = "IPBasedToNameBased",
@@ -25,7 +25,7 @@ Command addressShared() {
     return {
         .words = "address shared",
         .summary = "Move a website to an address that sites share by name",
-        .action = move,
+        .action = moveToSharedAddress,
         .parameters = {SiteName, NewAddress, OnPort},
         .operations = {"CZPWebsite::IPBasedToNameBased"},
         .examples = {"address shared shop.example --address 192.0.2.8"},

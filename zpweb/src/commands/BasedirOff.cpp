@@ -7,7 +7,7 @@ namespace zpweb {
 
 namespace {
 
-Outcome run(Transaction& change, const Site& site, const Arguments& given) {
+Outcome turnBasedirOff(Transaction& change, const Site& site, const Arguments& given) {
     return changeBaseDirectory(
         change, site, given,
         {.on = false,
@@ -23,7 +23,7 @@ Command basedirOff() {
     return {
         .words = "basedir off",
         .summary = "Lift that",
-        .action = run,
+        .action = turnBasedirOff,
         .parameters = {SiteName, BaseDirectory, OnPort},
         .operations = {"CZPWebsite::Disable_open_basedir"},
         .examples = {"basedir off shop.example /home/anna/shop.example/www/html"},

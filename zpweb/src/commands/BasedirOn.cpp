@@ -7,7 +7,7 @@ namespace zpweb {
 
 namespace {
 
-Outcome run(Transaction& change, const Site& site, const Arguments& given) {
+Outcome turnBasedirOn(Transaction& change, const Site& site, const Arguments& given) {
     return changeBaseDirectory(
         change, site, given,
         {.on = true,
@@ -23,7 +23,7 @@ Command basedirOn() {
     return {
         .words = "basedir on",
         .summary = "Keep PHP within a directory",
-        .action = run,
+        .action = turnBasedirOn,
         .parameters = {SiteName, BaseDirectory, OnPort},
         .operations = {"CZPWebsite::Enable_open_basedir"},
         .examples = {"basedir on shop.example /home/anna/shop.example/www/html"},

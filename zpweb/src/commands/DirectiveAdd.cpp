@@ -20,7 +20,7 @@ int addLine(const Arguments& given, const std::string& staged, const std::string
                                           given[Quoted]);
 }
 
-Outcome add(Transaction& change, const Arguments& given) {
+Outcome addDirective(Transaction& change, const Arguments& given) {
     const auto site = findRunning(change.configuration(), given[OfSite]);
     if (!site.ok()) {
         return site.outcome();
@@ -52,7 +52,7 @@ Command directiveAdd() {
     return {
         .words = "directive add",
         .summary = "Add a directive to a website's blocks",
-        .action = add,
+        .action = addDirective,
         .parameters = {DirectiveName, DirectiveValue, OfSite, OnPort, Quoted, First},
         .operations = {"ApacheHelper::Apache_AddDirectiveInVH", "ApacheHelper::Apache_AddDirectivesInVH"},
         .examples = {"directive add ServerSignature Off --site shop.example"},

@@ -8,7 +8,7 @@ namespace {
 
 constexpr auto OfValue = maybe("VALUE", Kind::Text, "Only the line with this value");
 
-Outcome remove(Transaction& change, const Arguments& given) {
+Outcome deleteDirective(Transaction& change, const Arguments& given) {
     return changeDirective(
         change, given,
         {.operation = "Apache_DeleteDirectivesInVH",
@@ -31,7 +31,7 @@ Command directiveDelete() {
     return {
         .words = "directive delete",
         .summary = "Delete a directive of a website or the server",
-        .action = remove,
+        .action = deleteDirective,
         .parameters = {DirectiveName, OfValue, InSite, OnPort},
         .operations = {"ApacheHelper::Apache_DeleteDirectivesInVH"},
         .examples = {"directive delete ServerSignature --site shop.example"},

@@ -7,7 +7,7 @@ namespace zpweb {
 
 namespace {
 
-Outcome set(Transaction& change, const Arguments& given) {
+Outcome setDirective(Transaction& change, const Arguments& given) {
     if (given.has(InSite) && zp::conf::equalIgnoringCase(given[DirectiveName], "ServerName")) {
         return failure(Status::Usage, "ServerName is the site's own name: see site rename");
     }
@@ -33,7 +33,7 @@ Command directiveSet() {
     return {
         .words = "directive set",
         .summary = "Give a directive of a website or the server another value",
-        .action = set,
+        .action = setDirective,
         .parameters = {DirectiveName, DirectiveValue, InSite, OnPort, Quoted},
         .operations = {"ApacheHelper::Apache_UpdateDirectiveInVH"},
         .examples = {"directive set ServerAdmin anna@shop.example --site shop.example"},

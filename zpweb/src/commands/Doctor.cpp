@@ -22,7 +22,7 @@ constexpr auto Repair = flag(
     "no log");
 
 // The account that the server's processes run as; empty when the configuration does not tell.
-std::string serverUser(const std::string& main, Output& output) {
+std::string accountOfServer(const std::string& main, Output& output) {
     std::string user;
     std::string group;
     CZPWebsite website(nullptr, main.c_str());
@@ -77,7 +77,7 @@ Outcome doctor(Session& session, const Configuration& configuration, const Argum
             {server.ran ? "the server refuses its configuration" : "the server cannot be asked", main,
              server.ran ? server.words : "apache2 or httpd is not to be found"});
     }
-    const std::string user = serverUser(main, session.output);
+    const std::string user = accountOfServer(main, session.output);
     const std::vector<OpenedLog> logs = openedLogs(server.reading.get(), configuration);
     Outcome repaired = given[Repair] ? repairLogs(logs, session.output, session.settings.dryRun) : done();
     if (!repaired.ok()) {

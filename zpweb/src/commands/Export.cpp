@@ -14,7 +14,7 @@ namespace {
 
 constexpr auto Names = maybeMany("SITE", Kind::Site, "The sites (default: all)");
 
-Json blocksOf(const Site& site) {
+Json blocksJson(const Site& site) {
     Json blocks = Json::array();
     for (const Place& place : site.places) {
         blocks.push_back({{"address", std::string(place.block->address)},
@@ -25,7 +25,7 @@ Json blocksOf(const Site& site) {
     return blocks;
 }
 
-std::string textOf(const Json& value, Json::error_handler_t wrongBytes) {
+std::string documentText(const Json& value, Json::error_handler_t wrongBytes) {
     return value.dump(-1, ' ', false, wrongBytes);
 }
 
@@ -33,8 +33,8 @@ std::string textOf(const Json& value, Json::error_handler_t wrongBytes) {
 void addRow(const Json& json, List& rows, Output& output) {
     rows.row();
     for (const auto& [name, value] : json.items()) {
-        const std::string text = textOf(value, Json::error_handler_t::ignore);
-        if (text == textOf(value, Json::error_handler_t::replace)) {
+        const std::string text = documentText(value, Json::error_handler_t::ignore);
+        if (text == documentText(value, Json::error_handler_t::replace)) {
             rows.add(name, JsonText{text});
         } else {
             output.note("site " + inQuotes(json["name"].get<std::string>()) + ": its " + inQuotes(name) +
@@ -50,7 +50,7 @@ Outcome addSite(Session& session, const SettingReading& settings, const Site& si
     }
     settings.addTo(*state, site.name());
     Json json = jsonOf(*state);
-    json["blocks"] = blocksOf(site);
+    json["blocks"] = blocksJson(site);
     json["users"] = userNamesOf(state->name);
     addRow(json, rows, session.output);
     return done();

@@ -7,7 +7,7 @@ namespace zpweb {
 
 namespace {
 
-Outcome add(Transaction& change, const Site& site, const Arguments& given) {
+Outcome addFolder(Transaction& change, const Site& site, const Arguments& given) {
     const auto blocks = blocksAskedFor(site, given);
     const std::string directory = given[BlockDirectory];
     releaseDirectory(change, blocks, directory);
@@ -28,7 +28,7 @@ Command folderAdd() {
     return {
         .words = "folder add",
         .summary = "Add a <Directory> block before a website's first",
-        .action = add,
+        .action = addFolder,
         .parameters = {SiteName, BlockDirectory, BlockLines, OnPort},
         .operations = {"ApacheHelper::Apache_addDirectoryTag"},
         .examples = {"folder add shop.example /srv/shop/files --line 'Require all granted'"},

@@ -7,7 +7,7 @@ namespace zpweb {
 
 namespace {
 
-Outcome remove(Transaction& change, const Site& site, const Arguments& given) {
+Outcome deleteFolder(Transaction& change, const Site& site, const Arguments& given) {
     const auto blocks = blocksAskedFor(site, given);
     const std::string directory = given[BlockDirectory];
     releaseDirectory(change, blocks, directory);
@@ -24,7 +24,7 @@ Command folderDelete() {
     return {
         .words = "folder delete",
         .summary = "Delete a <Directory> block",
-        .action = remove,
+        .action = deleteFolder,
         .parameters = {SiteName, BlockDirectory, OnPort},
         .operations = {"ApacheHelper::Apache_deleteDirectoryTag"},
         .examples = {"folder delete shop.example /srv/shop/files"},

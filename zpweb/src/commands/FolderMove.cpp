@@ -9,7 +9,7 @@ namespace {
 
 constexpr auto To = needed("TO", Kind::Path, "The other directory");
 
-Outcome move(Transaction& change, const Site& site, const Arguments& given) {
+Outcome moveFolder(Transaction& change, const Site& site, const Arguments& given) {
     const auto blocks = blocksAskedFor(site, given);
     releaseDirectory(change, blocks, given[BlockDirectory]);
     expectOf(change, blocks, given[BlockDirectory], "",
@@ -28,7 +28,7 @@ Command folderMove() {
     return {
         .words = "folder move",
         .summary = "Point a <Directory> block at another directory",
-        .action = move,
+        .action = moveFolder,
         .parameters = {SiteName, BlockDirectory, To, OnPort},
         .operations = {"ApacheHelper::Apache_UpdateDirectoryTagPath"},
         .examples = {"folder move shop.example /srv/shop/files "

@@ -7,7 +7,7 @@ namespace zpweb {
 
 namespace {
 
-Outcome set(Transaction& change, const Site& site, const Arguments& given) {
+Outcome setFolder(Transaction& change, const Site& site, const Arguments& given) {
     const auto blocks = blocksAskedFor(site, given);
     const std::string directory = given[BlockDirectory];
     releaseDirectory(change, blocks, directory);
@@ -28,7 +28,7 @@ Command folderSet() {
     return {
         .words = "folder set",
         .summary = "Replace the lines of a <Directory> block",
-        .action = set,
+        .action = setFolder,
         .parameters = {SiteName, BlockDirectory, BlockLines, OnPort},
         .operations = {"ApacheHelper::Apache_UpdateDirectoryDirectives"},
         .examples = {"folder set shop.example /srv/shop/files --line 'Require local'"},

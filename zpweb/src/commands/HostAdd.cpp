@@ -30,7 +30,7 @@ Outcome isFree(const Configuration& configuration, const Site& site, const std::
                                              elsewhere.front().text());
 }
 
-Outcome add(Transaction& change, const Site& site, const Arguments& given) {
+Outcome addHost(Transaction& change, const Site& site, const Arguments& given) {
     const std::string host = given[Host];
     change.output().set("site", site.name());
     change.output().set("host", host);
@@ -61,7 +61,7 @@ Command hostAdd() {
     return {
         .words = "host add",
         .summary = "Give a website a further name",
-        .action = add,
+        .action = addHost,
         .parameters = {SiteName, Host, OnPort},
         .operations = {"CZPWebsite::AddHostHeader"},
         .examples = {"host add shop.example www.shop.example"},

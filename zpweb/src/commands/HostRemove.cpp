@@ -53,7 +53,7 @@ Outcome removeFrom(Transaction& change, const BlockAt& at, const std::string& ho
     return done();
 }
 
-Outcome remove(Transaction& change, const Site& site, const Arguments& given) {
+Outcome removeHost(Transaction& change, const Site& site, const Arguments& given) {
     const std::string host = given[ListedHost];
     change.output().set("site", site.name());
     change.output().set("host", host);
@@ -78,7 +78,7 @@ Command hostRemove() {
     return {
         .words = "host remove",
         .summary = "Take a further name away",
-        .action = remove,
+        .action = removeHost,
         .parameters = {SiteName, ListedHost, OnPort},
         .operations = {"CZPWebsite::DeleteHostHeader"},
         .examples = {"host remove shop.example old.shop.example"},

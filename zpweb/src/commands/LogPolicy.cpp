@@ -51,7 +51,7 @@ Expected<std::vector<std::string>> rotatable(Transaction& change, const std::str
                         : Expected(std::move(logs));
 }
 
-std::vector<std::string> sitesOf(const Configuration& configuration) {
+std::vector<std::string> siteNames(const Configuration& configuration) {
     std::vector<std::string> sites;
     for (const auto& file : configuration.files()) {
         for (const Block& block : file->blocks()) {
@@ -70,7 +70,7 @@ Expected<std::vector<std::string>> sitesAsked(const Transaction& change, const A
         return failure(Status::Usage, "log policy: expected SITE or --all");
     }
     if (!asked) {
-        return sitesOf(change.configuration());
+        return siteNames(change.configuration());
     }
     if (given[Off]) {
         return std::vector<std::string>{*asked};

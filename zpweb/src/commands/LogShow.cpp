@@ -13,21 +13,21 @@ namespace {
 
 constexpr auto Errors = flag("--errors", "The error log only");
 constexpr auto Requests = flag("--requests", "The logs of requests only");
-constexpr auto Count = numberOption("--lines", "NUMBER", "So many lines of each (10)");
+constexpr auto LineCount = numberOption("--lines", "NUMBER", "So many lines of each (10)");
 constexpr auto Follow = flag("--follow", "Go on with what is written from now on, until interrupted");
 
 bool isWanted(const SiteLog& log, const Arguments& given) {
     return given[Errors] == given[Requests] || log.errors == given[Errors];
 }
 
-Outcome show(Session& session, const Configuration& configuration, const Site& site,
-             const Arguments& given) {
+Outcome showLog(Session& session, const Configuration& configuration, const Site& site,
+                const Arguments& given) {
     std::vector<SiteLog> logs = logsOf(configuration, site.places);
     std::erase_if(logs, [&](const SiteLog& log) { return !isWanted(log, given); });
     if (logs.empty()) {
         return failure(Status::NotFound, "site " + inQuotes(site.name()) + " names no such log file");
     }
-    const auto count = static_cast<size_t>(given[Count].value_or(10));
+    const auto count = static_cast<size_t>(given[LineCount].value_or(10));
     if (given[Follow]) {
         return followLogs(logs, count);
     }
@@ -51,8 +51,8 @@ Command logShow() {
     return {
         .words = "log show",
         .summary = "Show the last lines of a website's logs",
-        .action = show,
-        .parameters = {SiteName, Errors, Requests, Count, Follow},
+        .action = showLog,
+        .parameters = {SiteName, Errors, Requests, LineCount, Follow},
         .more = "A log that its owner has made a link to another file is not read.",
         .examples = {"log show shop.example --errors", "log show shop.example -f"},
     };

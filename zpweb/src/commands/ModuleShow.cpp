@@ -11,7 +11,7 @@ namespace {
 constexpr auto OfSite =
     option("--site", Kind::Site, "SITE", "Also tell whether this website has a block for it");
 
-Outcome show(Session& session, const Configuration& configuration, const Arguments& given) {
+Outcome showModules(Session& session, const Configuration& configuration, const Arguments& given) {
     const std::string name = given[Module];
     const std::string main = configuration.main().path();
     ApacheHelper helper;
@@ -45,7 +45,7 @@ Command moduleShow() {
     return {
         .words = "module show",
         .summary = "Tell whether a module is loaded and installed",
-        .action = show,
+        .action = showModules,
         .parameters = {Module, OfSite},
         .operations = {"ApacheHelper::Apache_checkModule", "ApacheHelper::Apache_checkModulePhysicalPath",
                        "ApacheHelper::Apache_isModuleExistsInVH"},

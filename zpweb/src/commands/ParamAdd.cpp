@@ -7,7 +7,7 @@ namespace zpweb {
 
 namespace {
 
-Outcome add(Transaction& change, const Arguments& given) {
+Outcome addParam(Transaction& change, const Arguments& given) {
     return editAnyFile(change, ParameterLine(given),
                        [](const ParameterLine& line, const std::string& staged) {
                            return line.isIn(staged) || FileHandling().addParamInFile(staged, line.text())
@@ -22,7 +22,7 @@ Command paramAdd() {
     return {
         .words = "param add",
         .summary = "Add such a line",
-        .action = add,
+        .action = addParam,
         .parameters = {ParameterFile, ParameterName, ParameterValue, Delimiter},
         .operations = {"FileHandling::addParamInFile"},
         .examples = {"param add /etc/sysctl.d/web.conf net.core.somaxconn 4096 --delimiter equals"},

@@ -7,7 +7,7 @@ namespace zpweb {
 
 namespace {
 
-Outcome remove(Transaction& change, const Arguments& given) {
+Outcome deleteParam(Transaction& change, const Arguments& given) {
     return goneIsUpToDate(
         editLine(change, ParameterLine(given), [](const ParameterLine& line, const std::string& staged) {
             return FileHandling().delParamFromFile(staged, line.name, line.value, line.delimiter,
@@ -23,7 +23,7 @@ Command paramDelete() {
     return {
         .words = "param delete",
         .summary = "Delete it",
-        .action = remove,
+        .action = deleteParam,
         .parameters = {ParameterFile, ParameterName, ParameterValue, Delimiter},
         .operations = {"FileHandling::delParamFromFile"},
         .examples = {"param delete /etc/sysctl.d/web.conf net.core.somaxconn 4096 --delimiter equals"},

@@ -7,7 +7,7 @@ namespace zpweb {
 
 namespace {
 
-Outcome run(Transaction& change, const Site& site, const Arguments& given) {
+Outcome turnPerlOff(Transaction& change, const Site& site, const Arguments& given) {
     return switchPerl(
         change, site, given,
         {.on = false, .operation = "DisablePerl", .call = [](CZPWebsite& website, const std::string& name) {
@@ -21,7 +21,7 @@ Command perlOff() {
     return {
         .words = "perl off",
         .summary = "Stop running them",
-        .action = run,
+        .action = turnPerlOff,
         .parameters = {SiteName, OnPort},
         .operations = {"CZPWebsite::DisablePerl"},
         .examples = {"perl off shop.example"},

@@ -7,7 +7,7 @@ namespace zpweb {
 
 namespace {
 
-Outcome run(Transaction& change, const Site& site, const Arguments& given) {
+Outcome turnPerlOn(Transaction& change, const Site& site, const Arguments& given) {
     return switchPerl(
         change, site, given,
         {.on = true, .operation = "EnablePerl", .call = [](CZPWebsite& website, const std::string& name) {
@@ -21,7 +21,7 @@ Command perlOn() {
     return {
         .words = "perl on",
         .summary = "Run a website's Perl and CGI scripts",
-        .action = run,
+        .action = turnPerlOn,
         .parameters = {SiteName, OnPort},
         .operations = {"CZPWebsite::EnablePerl"},
         .examples = {"perl on shop.example"},

@@ -10,7 +10,7 @@ namespace zpweb {
 
 namespace {
 
-Outcome list(Session& session, const Configuration& configuration, const Arguments&) {
+Outcome listPhp(Session& session, const Configuration& configuration, const Arguments&) {
     List& sites = session.output.list("sites", {"site", "version", "fpm", "root_only"});
     for (const std::string& site : entriesOf(directoryOf(configuration.main().path()) + "/zpweb.d")) {
         const auto now = settingOf(configuration, site, Setting::Php);
@@ -36,7 +36,7 @@ Command phpList() {
     return {
         .words = "php list",
         .summary = "List the FPM pools of this host, and the websites that use one",
-        .action = list,
+        .action = listPhp,
         .examples = {"php list"},
     };
 }

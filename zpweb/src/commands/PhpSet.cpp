@@ -12,7 +12,7 @@ constexpr auto Fpm = neededOption("--fpm", Kind::Pool, "SOCKET|HOST:PORT", "Wher
 constexpr auto RootOnly =
     flag("--root-only", "Only scripts below the document root; others are kept from visitors");
 
-Outcome set(Transaction& change, const Site& site, const Arguments& given) {
+Outcome setGivenPhp(Transaction& change, const Site& site, const Arguments& given) {
     PhpSetting setting{given[Fpm]};
     if (given[RootOnly]) {
         setting.root = withoutSlash(std::string(site.first().block->root));
@@ -31,7 +31,7 @@ Command phpSet() {
     return {
         .words = "php set",
         .summary = "Let an FPM pool run a website's scripts",
-        .action = set,
+        .action = setGivenPhp,
         .parameters = {SiteName, Fpm, RootOnly, Overwrite},
         .more =
             "\"php list\" shows the pools of this host. The pool must answer; after the reload a script "

@@ -9,11 +9,11 @@ namespace zpweb {
 
 namespace {
 
-constexpr auto Listed = maybe("SITE", Kind::Site, "Those of this website only");
+constexpr auto OfSite = maybe("SITE", Kind::Site, "Those of this website only");
 
-Outcome list(Session& session, const Configuration& configuration, const Arguments& given) {
+Outcome listProxies(Session& session, const Configuration& configuration, const Arguments& given) {
     List& rows = session.output.list("proxies", {"site", "path", "url", "websocket", "timeout"});
-    const auto wanted = given[Listed];
+    const auto wanted = given[OfSite];
     for (const std::string& site : entriesOf(directoryOf(configuration.main().path()) + "/zpweb.d")) {
         const auto now = settingOf(configuration, site, Setting::Proxy);
         const auto setting = now ? proxiesFrom(now->asked) : std::nullopt;
@@ -35,8 +35,8 @@ Command proxyList() {
     return {
         .words = "proxy list",
         .summary = "List the paths that applications answer for",
-        .action = list,
-        .parameters = {Listed},
+        .action = listProxies,
+        .parameters = {OfSite},
         .examples = {"proxy list", "proxy list shop.example --json"},
     };
 }

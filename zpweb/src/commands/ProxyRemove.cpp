@@ -7,11 +7,11 @@ namespace zpweb {
 
 namespace {
 
-constexpr auto Path = needed("PATH", Kind::UrlPath, "As it was set");
+constexpr auto ProxiedPath = needed("PATH", Kind::UrlPath, "As it was set");
 
-Outcome remove(Transaction& change, const Site& site, const Arguments& given) {
+Outcome removeGivenProxy(Transaction& change, const Site& site, const Arguments& given) {
     change.output().set("site", site.name());
-    return removeProxy(change, site.name(), given[Path], given[Overwrite]);
+    return removeProxy(change, site.name(), given[ProxiedPath], given[Overwrite]);
 }
 
 }  // namespace
@@ -20,8 +20,8 @@ Command proxyRemove() {
     return {
         .words = "proxy remove",
         .summary = "Let a website answer for a path by itself again",
-        .action = remove,
-        .parameters = {SiteName, Path, Overwrite},
+        .action = removeGivenProxy,
+        .parameters = {SiteName, ProxiedPath, Overwrite},
         .examples = {"proxy remove shop.example /api"},
     };
 }

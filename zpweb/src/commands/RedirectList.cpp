@@ -8,7 +8,8 @@ namespace zpweb {
 
 namespace {
 
-Outcome list(Session& session, const Configuration& configuration, const Site& site, const Arguments&) {
+Outcome listRedirects(Session& session, const Configuration& configuration, const Site& site,
+                      const Arguments&) {
     const auto now = settingOf(configuration, site.name(), Setting::Redirect);
     const auto setting = now ? redirectsFrom(now->asked) : std::nullopt;
     List& rows = session.output.list("redirects", {"path", "to", "status", "keep_path"});
@@ -41,7 +42,7 @@ Command redirectList() {
     return {
         .words = "redirect list",
         .summary = "List where a website's paths lead",
-        .action = list,
+        .action = listRedirects,
         .parameters = {SiteName},
         .examples = {"redirect list shop.example"},
     };

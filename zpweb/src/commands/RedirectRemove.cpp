@@ -8,10 +8,10 @@ namespace zpweb {
 
 namespace {
 
-constexpr auto Path = maybe("PATH", Kind::UrlPath, "As it was set (default: the whole site)");
+constexpr auto RedirectedPath = maybe("PATH", Kind::UrlPath, "As it was set (default: the whole site)");
 
-Outcome remove(Transaction& change, const Site& site, const Arguments& given) {
-    const std::string path = given[Path].value_or("/");
+Outcome removeRedirect(Transaction& change, const Site& site, const Arguments& given) {
+    const std::string path = given[RedirectedPath].value_or("/");
     if (redirectsOf(change, site.name()).at(path) == nullptr) {
         return isNotThere("redirect of " + inQuotes(path) + ": the site has none");
     }
@@ -26,8 +26,8 @@ Command redirectRemove() {
     return {
         .words = "redirect remove",
         .summary = "Take a redirect back",
-        .action = remove,
-        .parameters = {SiteName, Path, Overwrite},
+        .action = removeRedirect,
+        .parameters = {SiteName, RedirectedPath, Overwrite},
         .examples = {"redirect remove shop.example /old"},
     };
 }

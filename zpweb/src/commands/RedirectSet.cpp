@@ -13,7 +13,7 @@ namespace zpweb {
 
 namespace {
 
-constexpr auto Path =
+constexpr auto RedirectedPath =
     maybe("PATH", Kind::UrlPath, "What leads there, with all below it (default: the whole site)");
 constexpr auto To = neededOption("--to", Kind::Url, "URL", "Where it leads");
 constexpr auto KeepPath = flag("--keep-path", "Append to URL what follows PATH");
@@ -26,12 +26,12 @@ bool leadsToItself(const PathRedirect& redirect, const Url& to, const std::vecto
     return std::find(names.begin(), names.end(), to.host) != names.end() && path.starts_with(below);
 }
 
-Outcome set(Transaction& change, const Site& site, const Arguments& given) {
+Outcome setRedirect(Transaction& change, const Site& site, const Arguments& given) {
     const auto to = urlFrom(given[To]);
     if (!to.ok()) {
         return to.outcome();
     }
-    const PathRedirect redirect{given[Path].value_or("/"), given[To], given[KeepPath],
+    const PathRedirect redirect{given[RedirectedPath].value_or("/"), given[To], given[KeepPath],
                                 leadingNumber(given[Code].value_or("302"))};
     if (redirect.keepPath && to->path.find_first_of("?#") != std::string::npos) {
         return failure(Status::Usage, "--keep-path: nothing can be appended to " + inQuotes(redirect.to));
@@ -58,8 +58,8 @@ Command redirectSet() {
     return {
         .words = "redirect set",
         .summary = "Lead a path of a website, or all of it, elsewhere",
-        .action = set,
-        .parameters = {SiteName, Path, To, KeepPath, Code, Overwrite},
+        .action = setRedirect,
+        .parameters = {SiteName, RedirectedPath, To, KeepPath, Code, Overwrite},
         .examples = {"redirect set shop.example --to https://store.example --keep-path --status 301",
                      "redirect set shop.example /old --to https://shop.example/new"},
     };

@@ -103,7 +103,7 @@ Outcome removeBlocks(Transaction& change, const Site& site) {
                       .become = [](std::string_view) { return std::string(); }});
 }
 
-Outcome remove(Transaction& change, const Site& site, const Arguments& given) {
+Outcome deleteSite(Transaction& change, const Site& site, const Arguments& given) {
     const std::string name(site.places.front().block->name);
     const std::string home(site.places.front().block->home);
     if (given[RemoveDirectories]) {
@@ -133,7 +133,7 @@ Command siteDelete() {
     return {
         .words = "site delete",
         .summary = "Delete a website's blocks",
-        .action = remove,
+        .action = deleteSite,
         .parameters = {SiteName, RemoveDirectories},
         .operations = {"CZPWebsite::DeleteWebsite", "RemoveDir"},
         .more = "A file of its own goes, too, with the link to it.",

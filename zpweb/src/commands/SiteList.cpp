@@ -24,19 +24,8 @@ constexpr auto ByBlock = flag("--by-block", "One row for each block instead of e
 
 constexpr auto All = flag("--all", "Those in files that are not enabled, too");
 
-constexpr int Listed = zp::result::website::Listed;
-
-std::string keyOf(std::string_view name) {
-    std::string key(name);
-    std::transform(key.begin(), key.end(), key.begin(), zp::conf::lower);
-    const bool plain =
-        std::all_of(key.begin(), key.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
-    const auto ascii = plain ? Expected<std::string>(key) : asciiHostName(key);
-    return ascii.ok() ? *ascii : key;
-}
-
 // All sites, in the order of their first blocks. A block without a name is one of its own.
-std::vector<std::vector<Place>> sitesOf(const Configuration& configuration) {
+std::vector<std::vector<Place>> placesBySite(const Configuration& configuration) {
     std::vector<std::vector<Place>> sites;
     std::unordered_map<std::string, size_t> numbers;
     numbers.reserve(configuration.main().blocks().size());
@@ -47,7 +36,7 @@ std::vector<std::vector<Place>> sitesOf(const Configuration& configuration) {
                 sites.push_back({{file.get(), &block}});
                 continue;
             }
-            const auto [known, added] = numbers.try_emplace(keyOf(block.name), sites.size());
+            const auto [known, added] = numbers.try_emplace(hostNameKey(block.name), sites.size());
             if (added) {
                 sites.emplace_back();
             }
@@ -77,7 +66,7 @@ std::vector<std::string> flagsOf(const std::vector<Place>& places) {
     return flags;
 }
 
-std::string addressesOf(const std::vector<Place>& places) {
+std::string addressColumn(const std::vector<Place>& places) {
     std::string all;
     for (const Place& place : places) {
         all.append(all.empty() ? "" : " ").append(zp::conf::trimEnd(place.block->addresses));
@@ -123,7 +112,7 @@ Served servedPlaces(Session& session, const Configuration& configuration) {
     return served;
 }
 
-std::string_view stateOf(const std::vector<Place>& places, const Served& served) {
+std::string_view servedState(const std::vector<Place>& places, const Served& served) {
     const bool reached = !served || std::any_of(places.begin(), places.end(), [&](const Place& place) {
         return !place.block->conditional ||
                served->contains({place.file->path(), place.block->lines.first + 1});
@@ -139,7 +128,7 @@ void addRow(List& rows, const std::vector<Place>& places, bool json, const Serve
     if (!readable.empty()) {
         rows.add("readable", readable);
     }
-    rows.add("state", stateOf(places, served));
+    rows.add("state", servedState(places, served));
     const std::vector<std::string> flags = flagsOf(places);
     if (json) {
         std::vector<std::string> names;
@@ -150,7 +139,7 @@ void addRow(List& rows, const std::vector<Place>& places, bool json, const Serve
         appendBlocks(rows.member("blocks"), places);
         rows.add("flags", flags);
     } else {
-        const std::string addresses = addressesOf(places);
+        const std::string addresses = addressColumn(places);
         rows.add("address", addresses).add("root", block.root).add("place", places.front().text());
         if (!flags.empty()) {
             rows.add("flags", flags);
@@ -204,10 +193,10 @@ Outcome listNames(Session& session) {
     for (const std::string& name : names) {
         rows.row().add("name", name);
     }
-    return resultOf("ListWebsites", result, {Listed});
+    return resultOf("ListWebsites", result, {zp::result::website::Listed});
 }
 
-Outcome list(Session& session, const Configuration& configuration, const Arguments& given) {
+Outcome listSites(Session& session, const Configuration& configuration, const Arguments& given) {
     if (given[Names]) {
         return listNames(session);
     }
@@ -217,7 +206,7 @@ Outcome list(Session& session, const Configuration& configuration, const Argumen
     }
     const Served served = servedPlaces(session, configuration);
     List& rows = session.output.list("sites", std::move(columns));
-    for (const std::vector<Place>& places : sitesOf(configuration)) {
+    for (const std::vector<Place>& places : placesBySite(configuration)) {
         if (!given[ByBlock]) {
             addRow(rows, places, session.settings.json, served);
             continue;
@@ -245,7 +234,7 @@ Command siteList() {
     return {
         .words = "site list",
         .summary = "List the websites",
-        .action = list,
+        .action = listSites,
         .parameters = {All, ByBlock, Names},
         .operations = {"CZPWebsite::ListWebsites", "CZPWebsite::VHostsInIncFile"},
         .more =

@@ -79,8 +79,8 @@ Outcome isFree(const Configuration& configuration, const Site& site, const std::
     return done();
 }
 
-Outcome moveAddress(Transaction& change, const BlockAt& at, size_t number, const std::string& address,
-                    const std::string& port) {
+Outcome moveBlockAddress(Transaction& change, const BlockAt& at, size_t number, const std::string& address,
+                         const std::string& port) {
     return editBlock(change, at,
                      {.bound = zp::conf::bound::Port,
                       .show = [&](View& view) { view.showAddress(number, View::Port::Taken); },
@@ -103,7 +103,7 @@ Outcome moveBlock(Transaction& change, const BlockAt& at, const std::string& onl
             continue;
         }
         const std::string address = given[NewAddress].value_or(bareAddress(old));
-        if (Outcome moved = moveAddress(change, at, i, address, given[NewPort]); !moved.ok()) {
+        if (Outcome moved = moveBlockAddress(change, at, i, address, given[NewPort]); !moved.ok()) {
             return moved;
         }
     }

@@ -70,13 +70,13 @@ std::string renamedBlock(const Block& of, const Names& names) {
     return text + std::string(block.substr(copied));
 }
 
-bool isNamed(const Contents& made, const std::string& name) {
+bool isNewName(const Contents& made, const std::string& name) {
     return made.blocks.size() == 1 && SameHost(name)(made.blocks.front().name);
 }
 
 Outcome canRename(const Transaction& change, const Place& place, const Names& names) {
     const std::string made = renamedBlock(*place.block, names);
-    return made != place.block->text && isNamed(change.configuration().contentsOf(made), names.to)
+    return made != place.block->text && isNewName(change.configuration().contentsOf(made), names.to)
                ? done()
                : failure(Status::Refused,
                          place.text() +

@@ -88,7 +88,7 @@ MergeRequest requestFrom(const Arguments& given) {
     return request;
 }
 
-mode_t modeOf(const std::string& text) { return static_cast<mode_t>(std::stoul(text, nullptr, 8)); }
+mode_t octalMode(const std::string& text) { return static_cast<mode_t>(std::stoul(text, nullptr, 8)); }
 
 Outcome setMode(Transaction& change, const Place& place, const std::string& directory, mode_t mode) {
     const std::string target = directory.empty() ? std::string(place.block->root) : directory;
@@ -114,7 +114,7 @@ std::string lowerHostOf(std::string_view target) {
     return host;
 }
 
-std::string pathOf(const std::string& target) {
+std::string pathAsked(const std::string& target) {
     const size_t slash = target.find('/', target.find("://") + 3);
     return slash == std::string::npos ? "/"
                                       : target.substr(slash, target.find_first_of("?#", slash) - slash);
@@ -140,7 +140,7 @@ bool leadsToItself(const Block& block, const NameValueSt& redirection) {
         target.substr(scheme + 3, target.find_first_of("/?#", scheme + 3) - scheme - 3);
     return (sameHost(block.name, host) || listsHost(block, host)) &&
            leadsBack(block, target.starts_with("https"), std::string(portOf(written))) &&
-           takesIn(redirection.Name, pathOf(target));
+           takesIn(redirection.Name, pathAsked(target));
 }
 
 // For a redirection that no block can have there is nothing to do, and a second one of its name is never
@@ -223,10 +223,10 @@ Outcome setInBlock(Transaction& change, const BlockAt& at, MergeRequest request)
     });
 }
 
-Outcome set(Transaction& change, const Site& site, const Arguments& given) {
+Outcome setSite(Transaction& change, const Site& site, const Arguments& given) {
     const MergeRequest request = requestFrom(given);
     if (const auto bits = given[Mode]) {
-        Outcome mode = setMode(change, site.first(), given[Directory].value_or(""), modeOf(*bits));
+        Outcome mode = setMode(change, site.first(), given[Directory].value_or(""), octalMode(*bits));
         if (!mode.ok()) {
             return mode;
         }
@@ -252,7 +252,7 @@ Command siteSet() {
     return {
         .words = "site set",
         .summary = "Change a website's settings",
-        .action = set,
+        .action = setSite,
         .parameters = {SiteName, Alias, ScriptAlias, Proxy, Redirect, ErrorDocument, HostNames, Include,
                        Index, Mode, Directory, OnPort},
         .operations = {"CZPWebsite::UpdateWebsite", "CZPWebsite::GetWebsiteInfo"},

@@ -164,7 +164,7 @@ Outcome showMade(Session& session, const Configuration& configuration, const std
     return shown;
 }
 
-Outcome show(Session& session, const Configuration& configuration, const Arguments& given) {
+Outcome showSite(Session& session, const Configuration& configuration, const Arguments& given) {
     const auto site = findSite(configuration, given[SiteName]);
     if (const auto made = site.ok() ? std::vector<MacroSite>() : macroSites(configuration, given[SiteName]);
         !made.empty()) {
@@ -192,7 +192,7 @@ Command siteShow() {
     return {
         .words = "site show",
         .summary = "Show a website's settings",
-        .action = show,
+        .action = showSite,
         .parameters = {SiteName},
         .operations = {"CZPWebsite::GetWebsiteInfo", "CZPWebsite::GetRootDocPath",
                        "CZPWebsite::LookupDomainInConfFile", "CZPWebsite::WebsiteExists",

@@ -41,7 +41,7 @@ Outcome switchServer(Transaction& change) {
     return change.edit(edit);
 }
 
-Outcome run(Transaction& change, const Arguments& given) {
+Outcome turnSuphpOff(Transaction& change, const Arguments& given) {
     const auto name = given[AnySite];
     if (!name) {
         return switchServer(change);
@@ -56,7 +56,7 @@ Command suphpOff() {
     return {
         .words = "suphp off",
         .summary = "Stop doing that",
-        .action = run,
+        .action = turnSuphpOff,
         .parameters = {AnySite},
         .operations = {"CZPWebsite::DisableSuPhp", "CZPWebsite::DisableSuPhpGlobally"},
         .examples = {"suphp off shop.example"},

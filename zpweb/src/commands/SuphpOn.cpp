@@ -34,7 +34,7 @@ Outcome switchServer(Transaction& change) {
     return change.edit(edit);
 }
 
-Outcome run(Transaction& change, const Arguments& given) {
+Outcome turnSuphpOn(Transaction& change, const Arguments& given) {
     const auto name = given[AnySite];
     if (!name) {
         return switchServer(change);
@@ -49,7 +49,7 @@ Command suphpOn() {
     return {
         .words = "suphp on",
         .summary = "Run PHP as the site's owner",
-        .action = run,
+        .action = turnSuphpOn,
         .parameters = {AnySite},
         .operations = {"CZPWebsite::EnableSuPhp", "CZPWebsite::EnableSuPhpGlobally"},
         .examples = {"suphp on shop.example"},

@@ -61,7 +61,7 @@ bool isWanted(const Used& used, long expiring, std::time_t now) {
     return !facts.ok() || facts->notAfter - now <= expiring;
 }
 
-Outcome list(Session& session, const Configuration& configuration, const Arguments& given) {
+Outcome listTls(Session& session, const Configuration& configuration, const Arguments& given) {
     const std::time_t now = std::time(nullptr);
     const auto within = given[Expiring];
     const auto expiring = within ? long{leadingNumber(*within)} : std::numeric_limits<long>::max();
@@ -85,7 +85,7 @@ Command tlsList() {
     return {
         .words = "tls list",
         .summary = "List the certificates of the websites",
-        .action = list,
+        .action = listTls,
         .parameters = {Expiring},
         .examples = {"tls list", "tls list --expiring 14d --json"},
     };

@@ -107,7 +107,7 @@ Outcome makeNow(Transaction& change, const std::string& path, const std::string&
     return made.ok() ? copyWhole(kept, path) : made;
 }
 
-Outcome putBack(Transaction& change, const Version& version) {
+Outcome putBackVersion(Transaction& change, const Version& version) {
     const ChangedFile& file = version.file;
     if (!version.isUnedited()) {
         auto merged = version.merged();
@@ -140,7 +140,7 @@ Outcome putAllBack(Transaction& change, const Checkpoint& checkpoint, const std:
             return failure("checkpoint " + std::to_string(newest) +
                            " was made since: undo the later changes first, or change it by hand");
         }
-        if (Outcome back = putBack(change, version); !back.ok()) {
+        if (Outcome back = putBackVersion(change, version); !back.ok()) {
             return back;
         }
     }

@@ -34,7 +34,7 @@ bool isAskedFor(const Configuration& configuration, const Site& site, const std:
     });
 }
 
-Outcome add(Transaction& change, const Arguments& given) {
+Outcome addUser(Transaction& change, const Arguments& given) {
     const std::string user = given[User];
     const auto hash = passwordHash(given.secret());
     if (!hash.ok()) {
@@ -63,7 +63,7 @@ Command userAdd() {
     return {
         .words = "user add",
         .summary = "Add a web user",
-        .action = add,
+        .action = addUser,
         .parameters = {SiteName, User, OfDirectory},
         .operations = {"CZPUsers::UserCreate"},
         .examples = {"user add shop.example joe --password-file /root/joe"},

@@ -24,7 +24,7 @@ Outcome removeOne(CZPUsers& users, const std::string& user) {
                : resultOf("UserDelete", users.UserDelete(user.c_str()), {UserGone});
 }
 
-Outcome remove(Transaction& change, const Arguments& given) {
+Outcome deleteUser(Transaction& change, const Arguments& given) {
     const auto user = given[AnyUser];
     if (given[All] == user.has_value()) {
         return failure(Status::Usage, "user delete: expected a USER, or --all");
@@ -44,7 +44,7 @@ Command userDelete() {
     return {
         .words = "user delete",
         .summary = "Delete a web user",
-        .action = remove,
+        .action = deleteUser,
         .parameters = {SiteName, AnyUser, OfDirectory, All},
         .operations = {"CZPUsers::UserDelete", "CZPUsers::UserDeleteAll", "CZPUsers::UserExist"},
         .examples = {"user delete shop.example joe", "user delete shop.example --all"},

@@ -12,7 +12,7 @@ namespace {
 constexpr char UsersListed = zp::result::user::Listed;
 constexpr char NamesListed = zp::result::user::NamesListed;
 
-Outcome list(Session& session, const Configuration& configuration, const Arguments& given) {
+Outcome listUsers(Session& session, const Configuration& configuration, const Arguments& given) {
     const auto users = usersAskedFor(configuration, given);
     if (!users.ok() || !exists(users->file())) {
         return users.ok() ? users->missing() : users.outcome();
@@ -33,7 +33,7 @@ Command userList() {
     return {
         .words = "user list",
         .summary = "List the web users",
-        .action = list,
+        .action = listUsers,
         .parameters = {SiteName, OfDirectory},
         .operations = {"CZPUsers::UserList"},
         .examples = {"user list shop.example"},

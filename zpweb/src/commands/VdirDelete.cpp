@@ -11,7 +11,7 @@ namespace {
 
 constexpr int BlockRemoved = zp::result::directory::Deleted;
 
-Outcome remove(Transaction& change, const Site& site, const Arguments& given) {
+Outcome deleteVdir(Transaction& change, const Site& site, const Arguments& given) {
     const std::string directory = given[Directory];
     auto blocks = runningBlocks(change.configuration(), site, given);
     if (!blocks.ok()) {
@@ -39,7 +39,7 @@ Command vdirDelete() {
     return {
         .words = "vdir delete",
         .summary = "Remove a directory's block",
-        .action = remove,
+        .action = deleteVdir,
         .parameters = {SiteName, Directory, OnPort},
         .operations = {"CZPVirtualDirectory::DeleteVirtualDirectory"},
         .examples = {"vdir delete shop.example /home/anna/shop.example/www/html/files"},

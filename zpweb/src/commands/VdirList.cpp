@@ -8,7 +8,7 @@ namespace zpweb {
 
 namespace {
 
-Outcome list(Session& session, const Configuration&, const Site& site, const Arguments&) {
+Outcome listVdirs(Session& session, const Configuration&, const Site& site, const Arguments&) {
     const std::string name = domainOf(*site.first().block);
     const Readable readable(*site.first().block);
     CZPVirtualDirectory manager(nullptr, readable.path().c_str());
@@ -28,7 +28,7 @@ Command vdirList() {
     return {
         .words = "vdir list",
         .summary = "List a website's aliases",
-        .action = list,
+        .action = listVdirs,
         .parameters = {SiteName},
         .operations = {"CZPVirtualDirectory::VirtualDirectoryList"},
         .examples = {"vdir list shop.example"},

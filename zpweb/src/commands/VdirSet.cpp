@@ -63,7 +63,7 @@ Outcome setIn(Transaction& change, const BlockAt& at, const std::string& site, c
                                           : std::vector<std::string>()});
 }
 
-Outcome set(Transaction& change, const Site& site, const Arguments& given) {
+Outcome setVdir(Transaction& change, const Site& site, const Arguments& given) {
     const std::string name = site.name();
     const auto blocks = runningBlocks(change.configuration(), site, given);
     change.output().set("site", given[SiteName]);
@@ -81,7 +81,7 @@ Command vdirSet() {
     return {
         .words = "vdir set",
         .summary = "Change a directory's settings",
-        .action = set,
+        .action = setVdir,
         .parameters = blockSettings(),
         .operations = {"CZPVirtualDirectory::UpdateVirtualDirectory"},
         .examples = {"vdir set shop.example /home/anna/shop.example/www/html --option=-Indexes --diff"},

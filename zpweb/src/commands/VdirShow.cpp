@@ -48,8 +48,8 @@ void showEffective(Output& output, const Reading& reading, const Site& site, con
     output.set("places", places);
 }
 
-Outcome show(Session& session, const Configuration& configuration, const Site& site,
-             const Arguments& given) {
+Outcome showVdir(Session& session, const Configuration& configuration, const Site& site,
+                 const Arguments& given) {
     const Place& place = site.first();
     SDDir record{};
     setField(record.DomainName, domainOf(*place.block));
@@ -88,7 +88,7 @@ Command vdirShow() {
     return {
         .words = "vdir show",
         .summary = "Show a directory's settings",
-        .action = show,
+        .action = showVdir,
         .parameters = {SiteName, Directory},
         .operations = {"CZPVirtualDirectory::GetVirtualDirectoryinfo",
                        "CZPVirtualDirectory::VirtualDirectoryExists",

@@ -110,7 +110,7 @@ Expected<SettingEntries> pathsFrom(const SettingModel& model, const Json& list) 
     return entries;
 }
 
-Json jsonOf(const SettingField& field, const std::vector<std::string>& values) {
+Json valuesJson(const SettingField& field, const std::vector<std::string>& values) {
     if (field.kind == Kind::Flag) {
         return true;
     }
@@ -120,11 +120,11 @@ Json jsonOf(const SettingField& field, const std::vector<std::string>& values) {
     return isCount(field) ? parsedJson(values.front()) : Json(values.front());
 }
 
-Json jsonOf(const SettingModel& model, const SettingEntry& entry) {
+Json entryJson(const SettingModel& model, const SettingEntry& entry) {
     Json json = Json::object();
     for (const SettingField& field : model.fields) {
         if (const auto found = entry.find(std::string(field.name)); found != entry.end()) {
-            json[std::string(field.name)] = jsonOf(field, found->second);
+            json[std::string(field.name)] = valuesJson(field, found->second);
         }
     }
     return json;
@@ -249,7 +249,7 @@ Json jsonOf(const SettingModel& model, const SettingEntries& entries) {
     }
     Json list = Json::array();
     for (const SettingEntry& entry : entries) {
-        list.push_back(jsonOf(model, entry));
+        list.push_back(entryJson(model, entry));
     }
     return model.shape == Shape::Paths ? list : entries.empty() ? Json::object() : list.front();
 }

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <set>
 #include "input/Json.h"
-
 #include "text/Restrictions.h"
+#include "text/Words.h"
 
 namespace zpweb {
 
@@ -24,14 +24,6 @@ const SettingEntry* entryAt(const SettingModel& model, const SettingEntries& ent
     return found == entries.end() ? nullptr : &*found;
 }
 
-std::string joinedValues(const std::vector<std::string>& values) {
-    std::string text;
-    for (const std::string& value : values) {
-        text += (text.empty() ? "" : ",") + value;
-    }
-    return text;
-}
-
 PlannedCommand setting(const SettingModel& model, const std::string& site, const SettingEntry& entry,
                        bool isNew = false) {
     PlannedCommand command{std::string(isNew && !model.make.empty() ? model.make : model.set), {site}, {}};
@@ -46,7 +38,7 @@ PlannedCommand setting(const SettingModel& model, const std::string& site, const
         } else if (field.option.empty()) {
             command.arguments.insert(command.arguments.end(), values.begin(), values.end());
         } else if (field.whole) {
-            command.options.emplace_back(field.option, std::vector{joinedValues(values)});
+            command.options.emplace_back(field.option, std::vector{joinedWords(values, ',')});
         } else {
             command.options.emplace_back(field.option, values);
         }
@@ -69,7 +61,7 @@ PlannedCommand dropping(const SettingModel& model, const std::string& site) {
 std::multiset<std::string> entryTerms(const SettingEntry& entry) {
     const auto hosts = [&](const char* field) {
         const auto found = entry.find(field);
-        return found == entry.end() ? std::string() : joinedValues(found->second);
+        return found == entry.end() ? std::string() : joinedWords(found->second, ',');
     };
     const std::vector<std::string> lines = requireLines({hosts("allow"), hosts("deny"), true, false});
     return {lines.begin(), lines.end()};

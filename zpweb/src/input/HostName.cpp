@@ -117,6 +117,13 @@ std::string readableHostName(const std::string& ascii) {
     return code == IDN2_OK ? std::string(result) : std::string();
 }
 
+std::string hostNameKey(std::string_view name) {
+    std::string key(name);
+    std::transform(key.begin(), key.end(), key.begin(), zp::conf::lower);
+    const auto ascii = isPlain(key) ? Expected<std::string>(key) : asciiHostName(key);
+    return ascii.ok() ? *ascii : key;
+}
+
 SameHost::SameHost(std::string_view name) : name_(name), plain_(isPlain(name)) {
     const auto ascii = asciiHostName(name_);
     ascii_ = ascii.ok() ? *ascii : "";

@@ -15,6 +15,9 @@ Expected<std::string> asciiAlias(const std::string& entered);
 // The form that people read; the same for a plain name.
 std::string readableHostName(const std::string& ascii);
 
+// The same text for the same name, in any letter case and either form.
+std::string hostNameKey(std::string_view name);
+
 // Is it the same name, in any letter case and either form?
 class SameHost {
 public:

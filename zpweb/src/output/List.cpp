@@ -21,8 +21,8 @@ std::string titleOf(std::string column) {
     return column;
 }
 
-void appendLine(std::string& text, const std::vector<std::string>& cells,
-                const std::vector<size_t>& widths) {
+void appendRow(std::string& text, const std::vector<std::string>& cells,
+               const std::vector<size_t>& widths) {
     for (size_t i = 0; i < cells.size(); ++i) {
         text += cells[i];
         if (i + 1 < cells.size()) {
@@ -76,9 +76,9 @@ void List::appendTable(std::string& text) const {
             widths[i] = std::max(widths[i], widthOf(row[i]));
         }
     }
-    appendLine(text, titles, widths);
+    appendRow(text, titles, widths);
     for (const auto& row : rows_) {
-        appendLine(text, row, widths);
+        appendRow(text, row, widths);
     }
 }
 

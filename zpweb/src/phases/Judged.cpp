@@ -10,19 +10,19 @@ namespace zpweb {
 namespace {
 
 // A file as it is in this change, or as it was before.
-std::string fingerprintOf(const Configuration& configuration,
-                          const std::map<std::string, StagedFile>& files, const std::string& path,
-                          bool before) {
+std::string judgedFingerprint(const Configuration& configuration,
+                              const std::map<std::string, StagedFile>& files, const std::string& path,
+                              bool before) {
     if (const auto touched = files.find(path); touched != files.end()) {
         return before ? touched->second.before.hash() : touched->second.after.hash();
     }
     return fingerprintOf(configuration, path);
 }
 
-Basis basisOf(const Configuration& configuration, const std::map<std::string, StagedFile>& files,
-              bool before) {
+Basis judgedBasis(const Configuration& configuration, const std::map<std::string, StagedFile>& files,
+                  bool before) {
     return basisOf(configuration, [&configuration, &files, before](const std::string& path) {
-        return fingerprintOf(configuration, files, path, before);
+        return judgedFingerprint(configuration, files, path, before);
     });
 }
 
@@ -91,7 +91,8 @@ Judged judgeStaged(const Judging& change) {
     const Program program(main);
     Judged judged;
     judged.live =
-        KeptReading(change.readingFile, program, basisOf(change.configuration, change.files, true)).load();
+        KeptReading(change.readingFile, program, judgedBasis(change.configuration, change.files, true))
+            .load();
     std::optional<ReadingRun> reading;
     if (judged.live == nullptr) {
         reading.emplace(program, main);
@@ -114,7 +115,7 @@ void keepReading(const Configuration& configuration, const std::map<std::string,
         return;
     }
     const Program program(configuration.main().path());
-    KeptReading(readingFile, program, basisOf(configuration, files, false)).save(*reading);
+    KeptReading(readingFile, program, judgedBasis(configuration, files, false)).save(*reading);
 }
 
 }  // namespace zpweb

@@ -17,7 +17,7 @@ namespace {
 
 constexpr size_t MostAsked = 1000;
 constexpr std::string_view IfVersion = "IfVersion";
-constexpr const char* Mark = "zpweb-condition-";
+constexpr const char* ConditionMark = "zpweb-condition-";
 // See BlockReader.
 constexpr const char* Telling[] = {"ServerName", "ServerAlias", "DocumentRoot", "SSLEngine"};
 
@@ -71,7 +71,7 @@ Seen seenIn(const Configuration& configuration, const Reading* reading) {
     return seen;
 }
 
-std::vector<std::string_view> sectionsOf(std::string_view condition) {
+std::vector<std::string_view> sectionsIn(std::string_view condition) {
     std::vector<std::string_view> sections;
     while (!condition.empty()) {
         sections.push_back(zp::conf::upTo(condition, "\n"));
@@ -100,7 +100,7 @@ bool isSound(std::string_view section) {
 }
 
 bool canBeAsked(std::string_view condition) {
-    const auto sections = sectionsOf(condition);
+    const auto sections = sectionsIn(condition);
     return std::all_of(sections.begin(), sections.end(), isSound);
 }
 
@@ -108,7 +108,7 @@ bool canBeAsked(std::string_view condition) {
 // module for is not met.
 void askFor(const std::string& condition, const std::string& mark, std::vector<std::string>& arguments) {
     std::vector<std::string> closing;
-    for (const std::string_view section : sectionsOf(condition)) {
+    for (const std::string_view section : sectionsIn(condition)) {
         if (zp::conf::beginsIgnoringCase(section, IfVersion)) {
             arguments.insert(arguments.end(), {"-c", "<IfModule mod_version.c>"});
             closing.insert(closing.begin(), {"-c", "</IfModule>"});
@@ -126,7 +126,7 @@ ConditionsMet answered(const std::string& main, const std::vector<std::string>& 
     const Program program(main);
     std::vector<std::string> arguments{"-t", "-D", Printed, "-f", main};
     for (size_t i = 0; i < asked.size(); ++i) {
-        askFor(asked[i], Mark + std::to_string(i), arguments);
+        askFor(asked[i], ConditionMark + std::to_string(i), arguments);
     }
     const auto run = program.found() ? runProgram(program.command(arguments)) : Finished{};
     const auto defines = [&run](const std::string& name) {
@@ -134,7 +134,7 @@ ConditionsMet answered(const std::string& main, const std::vector<std::string>& 
     };
     ConditionsMet met;
     for (size_t i = 0; run.status == 0 && defines(Printed) && i < asked.size(); ++i) {
-        met[asked[i]] = defines(Mark + std::to_string(i));
+        met[asked[i]] = defines(ConditionMark + std::to_string(i));
     }
     return met;
 }

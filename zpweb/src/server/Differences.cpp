@@ -46,7 +46,7 @@ std::vector<uint32_t> untouchables(const Reading& reading, const Asked& asked, c
 }
 
 // Do two trees of directives say the same?
-bool isSame(const Reading& a, uint32_t i, const Reading& b, uint32_t j) {
+bool isSameHost(const Reading& a, uint32_t i, const Reading& b, uint32_t j) {
     const uint32_t size = a.directives()[i].end - i;
     bool same = b.directives()[j].end - j == size;
     for (uint32_t k = 0; same && k < size; ++k) {
@@ -97,7 +97,7 @@ std::string strayDifference(const Reading& live, const Reading& staged, const Pa
     const std::vector<uint32_t> before = untouchables(live, asked, staged, pairing.stagedOf);
     const std::vector<uint32_t> after = untouchables(staged, asked, live, pairing.liveOf);
     for (size_t i = 0; i < std::min(before.size(), after.size()); ++i) {
-        if (!isSame(live, before[i], staged, after[i])) {
+        if (!isSameHost(live, before[i], staged, after[i])) {
             return told(staged, after[i]);
         }
     }
@@ -120,7 +120,7 @@ std::string strayWithin(const Reading& live, const Reading& staged, const Pairin
             const std::vector<uint32_t> was = keptIn(live, host->directive, names);
             const std::vector<uint32_t> is = keptIn(staged, now.directive, names);
             for (size_t i = 0; i < std::max(was.size(), is.size()); ++i) {
-                if (i >= was.size() || i >= is.size() || !isSame(live, was[i], staged, is[i])) {
+                if (i >= was.size() || i >= is.size() || !isSameHost(live, was[i], staged, is[i])) {
                     return i < was.size() ? told(live, was[i]) : told(staged, is[i]);
                 }
             }
@@ -139,7 +139,7 @@ std::string lossOfRelocated(const Reading& live, const Reading& staged, const Pa
             const HostNumber after = pairing.stagedOf[numberOf(live, host)];
             if (host->directive != Directive::None &&
                 (after == Pairing::None ||
-                 !isSame(live, host->directive, staged, staged.hosts()[after].directive))) {
+                 !isSameHost(live, host->directive, staged, staged.hosts()[after].directive))) {
                 return live.describe(host);
             }
         }
@@ -157,8 +157,8 @@ std::string beyondText(const Reading& live, const Reading& staged, const Pairing
             const bool told = host->directive != Directive::None;
             made = live.originOf(*host).fromMacro ? host : made;
             changes = changes ||
-                      (told && (after == Pairing::None ||
-                                !isSame(live, host->directive, staged, staged.hosts()[after].directive)));
+                      (told && (after == Pairing::None || !isSameHost(live, host->directive, staged,
+                                                                      staged.hosts()[after].directive)));
         }
         if (changes && made != nullptr) {
             return "a macro makes " + live.describe(made) +

@@ -11,8 +11,8 @@ namespace zpweb {
 
 namespace {
 
-constexpr const char* Names[] = {"indexes", "includes",   "includesnoexec",      "followsymlinks",
-                                 "execcgi", "multiviews", "symlinksifownermatch"};
+constexpr const char* OptionNames[] = {"indexes", "includes",   "includesnoexec",      "followsymlinks",
+                                       "execcgi", "multiviews", "symlinksifownermatch"};
 
 bool switchedOn(const std::vector<std::string>& words, const std::string& option) {
     bool on = false;
@@ -36,7 +36,7 @@ bool isRelative(const std::string& word) { return word.starts_with('+') || word.
 // A line without signs takes the place of all that was said before.
 void apply(Switches& switches, const std::vector<std::string>& words, const Directive* by) {
     const bool anew = std::none_of(words.begin(), words.end(), isRelative);
-    for (const char* name : Names) {
+    for (const char* name : OptionNames) {
         const bool named = std::any_of(words.begin(), words.end(), [name](const std::string& word) {
             const std::string option = lowerCase(isRelative(word) ? word.substr(1) : word);
             return option == name || (option == "all" && name != std::string("multiviews"));

@@ -35,7 +35,7 @@ void addTerms(const Reading& reading, uint32_t section, std::vector<std::string>
 }
 
 // The same of lines that are asked for.
-std::vector<std::string> termsOf(const std::vector<std::string>& asked) {
+std::vector<std::string> termsAsked(const std::vector<std::string>& asked) {
     std::vector<std::string> lines;
     for (const std::string& line : asked) {
         const std::string_view text = zp::conf::skipSpace(line);
@@ -208,7 +208,7 @@ Postcondition isRestricted(const BlocksOf& blocks, const std::string& directory,
     std::vector<std::vector<std::string>> asked;
     asked.reserve(lists.size());
     for (const std::vector<std::string>& lines : lists) {
-        asked.push_back(termsOf(lines));
+        asked.push_back(termsAsked(lines));
     }
     return [=](const Reading& staged) {
         for (const uint32_t block : sectionsOf(staged, blocks)) {

@@ -28,7 +28,7 @@ bool listensAt(const std::vector<Endpoint>& listened, const Endpoint& endpoint) 
            std::binary_search(listened.begin(), listened.end(), Endpoint{"*", endpoint.port});
 }
 
-std::vector<const std::string*> namesOf(const VirtualHost& host) {
+std::vector<const std::string*> namesAndAliases(const VirtualHost& host) {
     std::vector<const std::string*> names;
     if (!host.names.name.empty()) {
         names.push_back(&host.names.name);
@@ -155,7 +155,7 @@ std::set<Led> releasedBy(const Reading& live, const Reading& staged, const Pairi
             listensAt(live.endpoints(), endpoint) && listensAt(staged.endpoints(), endpoint);
         const NameMap::Entry* entry = listens ? staged.names().entryFor(endpoint) : nullptr;
         for (const NameMap::Host each : entry != nullptr ? entry->hosts : std::vector<NameMap::Host>()) {
-            for (const std::string* name : namesOf(staged.hosts()[each])) {
+            for (const std::string* name : namesAndAliases(staged.hosts()[each])) {
                 const VirtualHost* from = live.leadsTo(*name, endpoint);
                 if (from != nullptr && asked.sites.contains(from->names.name) &&
                     pairing.liveOf[each] != numberOf(live, from) &&
@@ -215,7 +215,7 @@ std::vector<Moved> impactOf(const Reading& live, const Reading& staged, const Pa
     for (const Endpoint& endpoint : allEndpoints(live, staged)) {
         const NameMap::Entry* entry = listensAt(was, endpoint) ? live.names().entryFor(endpoint) : nullptr;
         for (const NameMap::Host each : entry != nullptr ? entry->hosts : std::vector<NameMap::Host>()) {
-            for (const std::string* name : namesOf(live.hosts()[each])) {
+            for (const std::string* name : namesAndAliases(live.hosts()[each])) {
                 const VirtualHost* from = live.carrierOf(*name, endpoint);
                 if (from != &live.hosts()[each]) {
                     continue;  // an earlier host has the name

@@ -35,7 +35,7 @@ std::string siteOf(const Reading& reading, const Directive& directive) {
     return {};
 }
 
-std::vector<OpenedLog> logsOf(const Reading& reading) {
+std::vector<OpenedLog> logsIn(const Reading& reading) {
     std::vector<OpenedLog> logs;
     std::set<std::string> known;
     for (const Directive& directive : reading.directives()) {
@@ -52,7 +52,7 @@ std::vector<OpenedLog> logsOf(const Reading& reading) {
 
 std::vector<OpenedLog> openedLogs(const Reading* reading, const Configuration& configuration) {
     if (reading != nullptr && reading->complete()) {
-        return logsOf(*reading);
+        return logsIn(*reading);
     }
     std::vector<OpenedLog> logs;
     const ConfigurationFile* file = nullptr;

@@ -12,7 +12,7 @@ namespace {
 
 using Key = std::string (*)(const Reading& reading, const VirtualHost& host);
 
-std::string addressesOf(const VirtualHost& host) {
+std::string allAddresses(const VirtualHost& host) {
     std::string all;
     for (const std::string& address : host.addresses) {
         all += address + " ";
@@ -21,7 +21,7 @@ std::string addressesOf(const VirtualHost& host) {
 }
 
 std::string whole(const Reading& reading, const VirtualHost& host) {
-    return host.names.name + "\n" + addressesOf(host) + "\n" + reading.fileOf(host);
+    return host.names.name + "\n" + allAddresses(host) + "\n" + reading.fileOf(host);
 }
 
 // Blocks without a name at one address are told apart by what is in them, also in another file.
@@ -29,7 +29,7 @@ std::string contentOfNameless(const Reading& reading, const VirtualHost& host) {
     if (!host.names.name.empty() || host.directive == Directive::None) {
         return "";
     }
-    std::string key = addressesOf(host);
+    std::string key = allAddresses(host);
     for (uint32_t i = host.directive; i < reading.directives()[host.directive].end; ++i) {
         const Directive& item = reading.directives()[i];
         key.append("\n").append(item.name).append(" ").append(item.arguments);
@@ -47,7 +47,7 @@ std::string nameAndFile(const Reading& reading, const VirtualHost& host) {
 }
 
 std::string nameAndAddresses(const Reading&, const VirtualHost& host) {
-    return host.names.name.empty() ? "" : host.names.name + "\n" + addressesOf(host);
+    return host.names.name.empty() ? "" : host.names.name + "\n" + allAddresses(host);
 }
 
 bool sharesName(const ServedNames& one, const ServedNames& other) {
@@ -63,7 +63,7 @@ bool sharesName(const ServedNames& one, const ServedNames& other) {
 }
 
 std::string addressesAndFile(const Reading& reading, const VirtualHost& host) {
-    return addressesOf(host) + "\n" + reading.fileOf(host);
+    return allAddresses(host) + "\n" + reading.fileOf(host);
 }
 
 // Pairs those that are still alone and have the same key, in their order. An empty key is nobody's.

@@ -9,7 +9,7 @@ namespace zpweb {
 
 namespace {
 
-bool isBelow(const std::string& path, const std::string& above) {
+bool isUnder(const std::string& path, const std::string& above) {
     return path.starts_with(above) &&
            (above.ends_with('/') || path.size() == above.size() || path[above.size()] == '/');
 }
@@ -24,7 +24,7 @@ bool concerns(const Directive& section, const std::string& path) {
         return false;
     }
     const bool tilde = words.size() > 1 && words.front() == "~";
-    return match || tilde ? findsIn(words.back(), path) : isBelow(path, words.front());
+    return match || tilde ? findsIn(words.back(), path) : isUnder(path, words.front());
 }
 
 bool passesOn(const Directive& directive) {
@@ -53,7 +53,7 @@ const Directive* bySection(const Reading& reading, uint32_t within, const std::s
 bool isFor(const Directive& pass, const std::string& path) {
     const std::vector<std::string> words = argumentsIn(pass.arguments);
     return words.size() > 1 &&
-           (pass.is("ProxyPass") ? isBelow(path, words.front()) : findsIn(words.front(), path));
+           (pass.is("ProxyPass") ? isUnder(path, words.front()) : findsIn(words.front(), path));
 }
 
 // The first one counts.
@@ -74,14 +74,14 @@ bool isError(const Directive& redirect) {
     return lowerCase(words.front()) == "gone" || leadingNumber(words.front()) >= FirstError;
 }
 
-bool redirects(const Directive& directive, const std::string& path) {
+bool leadsAway(const Directive& directive, const std::string& path) {
     const bool match = directive.is("RedirectMatch");
     if (!match && !directive.is("Redirect")) {
         return false;
     }
     const std::vector<std::string> words = argumentsIn(directive.arguments);
     const size_t at = !words.empty() && words[0].find_first_of("/^") != 0 ? 1 : 0;  // behind the status
-    return words.size() > at && (match ? findsIn(words[at], path) : isBelow(path, words[at]));
+    return words.size() > at && (match ? findsIn(words[at], path) : isUnder(path, words[at]));
 }
 
 // The first one for the path, the block's before the server's.
@@ -89,7 +89,7 @@ const Directive* redirection(const Reading& reading, uint32_t block, const std::
     const auto& all = reading.directives();
     for (const uint32_t section : {block, Directive::None}) {
         for (uint32_t i = beginOf(section); i < endOf(reading, section); i = all[i].end) {
-            if (redirects(all[i], path)) {
+            if (leadsAway(all[i], path)) {
                 return &all[i];
             }
         }

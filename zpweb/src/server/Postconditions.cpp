@@ -21,7 +21,7 @@ bool isAtPort(const VirtualHost& host, const std::string& port) {
                                        [&](const std::string& each) { return each.ends_with(":" + port); });
 }
 
-bool listsHost(const NameMap::Entry* entry, const Reading& reading, const VirtualHost* host) {
+bool entryListsHost(const NameMap::Entry* entry, const Reading& reading, const VirtualHost* host) {
     const auto number = static_cast<NameMap::Host>(host - reading.hosts().data());
     return entry != nullptr &&
            std::find(entry->hosts.begin(), entry->hosts.end(), number) != entry->hosts.end();
@@ -48,7 +48,7 @@ Outcome leadsTo(const Reading& staged, const std::string& name,
     for (const Endpoint& endpoint : staged.endpoints()) {
         const NameMap::Entry* entry = staged.names().entryFor(endpoint);
         const bool listens = std::any_of(hosts.begin(), hosts.end(), [&](const VirtualHost* host) {
-            return listsHost(entry, staged, host);
+            return entryListsHost(entry, staged, host);
         });
         const VirtualHost* reached = listens ? staged.carrierOf(name, endpoint) : nullptr;
         if (listens && !isOf(hosts, reached)) {
@@ -158,8 +158,9 @@ Postcondition takesRequests(const BlocksOf& blocks, const std::string& wayOut) {
         }
         const auto hosts = hostsOf(staged, blocks);
         const auto isTheirs = [&](const NameMap::Entry* entry) {
-            return std::any_of(hosts.begin(), hosts.end(),
-                               [&](const VirtualHost* host) { return listsHost(entry, staged, host); });
+            return std::any_of(hosts.begin(), hosts.end(), [&](const VirtualHost* host) {
+                return entryListsHost(entry, staged, host);
+            });
         };
         const auto& endpoints = staged.endpoints();
         if (hosts.empty() || std::any_of(endpoints.begin(), endpoints.end(), [&](const Endpoint& endpoint) {

@@ -30,7 +30,7 @@ std::string_view takeWord(std::string_view& text) {
     return word;
 }
 
-bool takes(std::string_view& text, std::string_view beginning) {
+bool takesOff(std::string_view& text, std::string_view beginning) {
     const bool there = text.starts_with(beginning);
     text = there ? text.substr(beginning.size()) : text;
     return there;
@@ -125,13 +125,13 @@ private:
         std::string_view rest = line;
         if (below) {
             rest = afterBlanks(rest);
-            if (takes(rest, "port ")) {
+            if (takesOff(rest, "port ")) {
                 takeWord(rest);
-                takes(rest, "namevhost ");
+                takesOff(rest, "namevhost ");
                 mention(rest);
-            } else if (!mentioned_.empty() && takes(rest, "alias ")) {
+            } else if (!mentioned_.empty() && takesOff(rest, "alias ")) {
                 mentioned_.back().names.aliases.push_back(lowerCase(rest));
-            } else if (!mentioned_.empty() && takes(rest, "wild alias ")) {
+            } else if (!mentioned_.empty() && takesOff(rest, "wild alias ")) {
                 mentioned_.back().names.wildAliases.push_back(lowerCase(rest));
             }
         } else if (const std::string_view at = takeWord(rest); !rest.empty()) {
@@ -178,7 +178,7 @@ private:
 
     void addDirective(std::string_view text) {
         Directive added;
-        added.section = takes(text, "<");
+        added.section = takesOff(text, "<");
         added.name = zp::conf::upTo(text, " >");
         added.arguments = afterBlanks(text.substr(added.name.size()));
         if (added.section && added.arguments.ends_with('>')) {

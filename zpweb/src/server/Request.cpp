@@ -10,7 +10,7 @@ namespace {
 constexpr size_t LongestReply = 64UL * 1024;
 constexpr int BadRequest = 400;  // the answer to a PROXY protocol line that nobody wants
 
-std::string textOf(const Request& request) {
+std::string messageOf(const Request& request) {
     const int usual = request.tls ? 443 : 80;
     std::string text = request.method + " " + request.path + " HTTP/1.1\r\nHost: " + request.host;
     text += request.server.port == usual ? "" : ":" + std::to_string(request.server.port);
@@ -65,7 +65,7 @@ Expected<Connection> connected(const Peer& server, As as, bool tls, const std::s
 
 Expected<Reply> replyTo(const Request& request, As as) {
     auto connection = connected(request.server, as, request.tls, request.host);
-    const Outcome sent = connection.ok() ? connection->send(textOf(request)) : connection.outcome();
+    const Outcome sent = connection.ok() ? connection->send(messageOf(request)) : connection.outcome();
     if (!sent.ok()) {
         return sent;
     }
@@ -79,13 +79,13 @@ Expected<Reply> replyTo(const Request& request, As as) {
 }  // namespace
 
 std::string pathOnWire(std::string_view path) {
-    constexpr std::string_view Plain = "/-._~";
+    constexpr std::string_view Unreserved = "/-._~";
     constexpr const char* Digits = "0123456789ABCDEF";
     std::string written;
     for (const char c : path) {
         const auto byte = static_cast<unsigned char>(c);
         const bool plain =
-            zp::conf::isLetter(c) || (c >= '0' && c <= '9') || zp::conf::contains(Plain, {&c, 1});
+            zp::conf::isLetter(c) || (c >= '0' && c <= '9') || zp::conf::contains(Unreserved, {&c, 1});
         written += plain ? std::string(1, c) : std::string{'%', Digits[byte >> 4], Digits[byte & 15]};
     }
     return written;

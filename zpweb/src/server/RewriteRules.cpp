@@ -48,14 +48,14 @@ Letters lettersBy(const Flags& flags) {
     return flags.has({"nc", "nocase"}) ? Letters::OfAnyCase : Letters::AsWritten;
 }
 
-bool isSame(std::string_view one, std::string_view other, Letters letters) {
+bool isSameText(std::string_view one, std::string_view other, Letters letters) {
     return letters == Letters::OfAnyCase ? lowerCase(one) == lowerCase(other) : one == other;
 }
 
 // An expression, or "=TEXT". Tests of another kind ("-f", "<TEXT") are not made here.
 Fit meets(const std::string& pattern, const std::string& text, Letters letters) {
     if (pattern.starts_with('=')) {
-        return fit(isSame(text, pattern == "=\"\"" ? "" : pattern.substr(1), letters));
+        return fit(isSameText(text, pattern == "=\"\"" ? "" : pattern.substr(1), letters));
     }
     const bool isOther =
         !pattern.empty() && std::string_view("-<>").find(pattern.front()) != std::string::npos;

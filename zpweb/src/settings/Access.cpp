@@ -22,7 +22,7 @@ bool anyHolds(const Words& networks, const std::string& address) {
     });
 }
 
-std::string joined(const std::string& before, const Words& words) {
+std::string requireLine(const std::string& before, const Words& words) {
     std::string text = before;
     for (const std::string& word : words) {
         text += " " + word;
@@ -41,14 +41,14 @@ std::string addressLines(const AccessPath& path) {
     } else if (hasAll(path.allow)) {
         text += "        Require all granted\n";
     } else {
-        text += joined("        Require ip", path.allow);
+        text += requireLine("        Require ip", path.allow);
     }
-    return denied.empty() ? text : text + joined("        Require not ip", denied);
+    return denied.empty() ? text : text + requireLine("        Require not ip", denied);
 }
 
 std::string userLine(const Words& users) {
     const bool any = std::find(users.begin(), users.end(), "valid-user") != users.end();
-    return any ? "        Require valid-user\n" : joined("        Require user", users);
+    return any ? "        Require valid-user\n" : requireLine("        Require user", users);
 }
 
 std::string section(const AccessPath& path) {

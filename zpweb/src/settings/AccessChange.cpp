@@ -138,7 +138,8 @@ Outcome canLogIn(const Lines& file, const std::string& user, const std::string& 
                  : failure(Status::NotFound, "user " + inQuotes(user) + ": not in " + path);
 }
 
-Outcome write(Transaction& change, const std::string& site, const AccessSetting& setting, bool overwrite) {
+Outcome writeAccess(Transaction& change, const std::string& site, const AccessSetting& setting,
+                    bool overwrite) {
     std::vector<std::string> modules = {"authz_core", "authz_host"};
     if (std::any_of(setting.paths.begin(), setting.paths.end(),
                     [](const AccessPath& each) { return !each.users.empty(); })) {
@@ -180,7 +181,7 @@ Outcome setAccess(Transaction& change, const std::string& site, const AccessPath
         const AccessPath* asked = last.at(path);
         return asked == nullptr ? done() : proveAccess(change, site, *asked);
     });
-    return write(change, site, setting, overwrite);
+    return writeAccess(change, site, setting, overwrite);
 }
 
 Outcome removeAccess(Transaction& change, const std::string& site, const std::string& path,
@@ -191,7 +192,7 @@ Outcome removeAccess(Transaction& change, const std::string& site, const std::st
         return isNotThere("path " + inQuotes(path) + ": its access is not set");
     }
     return setting.paths.empty() ? dropSetting(change, {site, Setting::Access, overwrite})
-                                 : write(change, site, setting, overwrite);
+                                 : writeAccess(change, site, setting, overwrite);
 }
 
 }  // namespace zpweb

@@ -8,6 +8,7 @@
 #include "settings/SiteFacts.h"
 #include "settings/SiteSettings.h"
 #include "text/Statements.h"
+#include "text/Words.h"
 
 namespace zpweb {
 
@@ -22,14 +23,6 @@ std::string httpsAddress(const Block& block, int port) {
         if (seen.insert(address).second) {
             text += (text.empty() ? "" : " ") + address;
         }
-    }
-    return text;
-}
-
-std::string joined(const std::vector<std::string>& words) {
-    std::string text;
-    for (const std::string& word : words) {
-        text += (text.empty() ? "" : " ") + word;
     }
     return text;
 }
@@ -61,7 +54,7 @@ std::string inserted(const Block& block, const std::string& copy) { return lineE
 
 const Place* blockAt(const std::vector<Place>& places, const std::string& address) {
     const auto found = std::find_if(places.begin(), places.end(), [&](const Place& place) {
-        return !place.block->stopped && joined(addressesOf(*place.block)) == address;
+        return !place.block->stopped && joinedWords(addressesOf(*place.block)) == address;
     });
     return found == places.end() ? nullptr : &*found;
 }

@@ -38,7 +38,7 @@ Outcome replaceIn(const Descriptor& directory, const std::string& name, const st
     return put.ok() ? sync(directory, name) : toldBy(name, place, put);
 }
 
-Outcome putBack(const std::string& kept, const std::string& path) {
+Outcome putBackAt(const std::string& kept, const std::string& path) {
     const auto text = readFile(kept);
     const auto real = behindGuardedLinks(path);
     if (!text.ok() || !real.ok()) {
@@ -99,8 +99,8 @@ Outcome KeptCertificate::keep() const {
 }
 
 Outcome KeptCertificate::bringBack() const {
-    Outcome back = putBack(directory_ + Key, files_.key);
-    return back.ok() ? putBack(directory_ + Certificate, files_.certificate) : back;
+    Outcome back = putBackAt(directory_ + Key, files_.key);
+    return back.ok() ? putBackAt(directory_ + Certificate, files_.certificate) : back;
 }
 
 void KeptCertificate::forget() const { removeTree(directory_); }

@@ -89,7 +89,7 @@ void showProxies(const Subject& subject) {
     subject.show("applications", pairs, Setting::Proxy);
 }
 
-std::string joined(const char* word, const std::vector<std::string>& values) {
+std::string valuesAfter(const char* word, const std::vector<std::string>& values) {
     std::string text = values.empty() ? "" : word;
     for (const std::string& value : values) {
         text += " " + value;
@@ -102,8 +102,8 @@ void showAccess(const Subject& subject) {
     for (const AccessPath& each :
          accessFrom(subject.asked(Setting::Access)).value_or(AccessSetting{}).paths) {
         std::string rule;
-        for (const std::string& part :
-             {joined("allow", each.allow), joined("deny", each.deny), joined("users", each.users)}) {
+        for (const std::string& part : {valuesAfter("allow", each.allow), valuesAfter("deny", each.deny),
+                                        valuesAfter("users", each.users)}) {
             rule += (rule.empty() || part.empty() ? "" : "; ") + part;
         }
         pairs.emplace_back(each.path, rule);

@@ -54,7 +54,7 @@ SortedJson rootsIn(const std::string& text) {
     return sound ? roots : SortedJson::object();
 }
 
-Outcome write(Transaction& change, const SortedJson& roots) {
+Outcome writeRoots(Transaction& change, const SortedJson& roots) {
     if (roots.empty()) {
         return dropServerFile(change, ServerFileKind::Directives, Name);
     }
@@ -80,7 +80,7 @@ SortedJson& rootsOf(Transaction& change) {
 
 void changed(Transaction& change) {
     change.shared().noteChange();
-    change.shared().atEnd(Name, [&change] { return write(change, rootsOf(change)); });
+    change.shared().atEnd(Name, [&change] { return writeRoots(change, rootsOf(change)); });
 }
 
 bool handlesPhp(std::string_view line) {

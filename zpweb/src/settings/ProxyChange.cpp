@@ -26,9 +26,9 @@ ProxySetting proxiesOf(const Transaction& change, const std::string& site) {
 // "Apache/2.4.57": websockets by an option came with 2.4.47.
 Upgrade upgradeOfServer() {
     const std::string& told = printedVersion();
-    constexpr std::string_view Mark = "Apache/2.4.";
-    if (const size_t at = told.find(Mark); at != std::string::npos) {
-        const int patch = leadingNumber(std::string_view(told).substr(at + Mark.size()));
+    constexpr std::string_view Beginning = "Apache/2.4.";
+    if (const size_t at = told.find(Beginning); at != std::string::npos) {
+        const int patch = leadingNumber(std::string_view(told).substr(at + Beginning.size()));
         return patch >= 47 ? Upgrade::ByOption : Upgrade::ByRule;
     }
     return Upgrade::ByOption;
@@ -119,7 +119,8 @@ Outcome proveProxy(const Transaction& change, const std::string& site, const std
     return done();
 }
 
-Outcome write(Transaction& change, const std::string& site, const ProxySetting& setting, bool overwrite) {
+Outcome writeProxies(Transaction& change, const std::string& site, const ProxySetting& setting,
+                     bool overwrite) {
     Outcome outcome = requireModules(change, modulesFor(setting));
     return outcome.ok() ? applySetting(change, {site, Setting::Proxy, overwrite}, askedOf(setting),
                                        directivesOf(setting))
@@ -155,7 +156,7 @@ Outcome setProxy(Transaction& change, const std::string& site, const ProxyPath& 
     } else {
         change.prove([&change, site, path] { return proveProxy(change, site, path.path); });
     }
-    return write(change, site, setting, overwrite);
+    return writeProxies(change, site, setting, overwrite);
 }
 
 Outcome removeProxy(Transaction& change, const std::string& site, const std::string& path, bool overwrite) {
@@ -166,7 +167,7 @@ Outcome removeProxy(Transaction& change, const std::string& site, const std::str
         return isNotThere("path " + inQuotes(path) + ": no application answers for it");
     }
     return setting.paths.empty() ? dropSetting(change, {site, Setting::Proxy, overwrite})
-                                 : write(change, site, setting, overwrite);
+                                 : writeProxies(change, site, setting, overwrite);
 }
 
 }  // namespace zpweb

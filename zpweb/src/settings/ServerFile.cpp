@@ -100,7 +100,7 @@ std::string withoutLine(const ConfigurationFile& main, const std::string& line) 
     return text;
 }
 
-bool hasLine(const ConfigurationFile& main, const std::string& line) {
+bool standsIn(const ConfigurationFile& main, const std::string& line) {
     const auto& all = main.lines().all;
     return std::find(all.begin(), all.end(), line) != all.end();
 }
@@ -118,7 +118,7 @@ Outcome putServerFile(Transaction& change, ServerFileKind kind, const std::strin
         return change.link(location.link, location.target);
     }
     const ConfigurationFile& main = change.configuration().main();
-    if (location.line.empty() || hasLine(main, location.line)) {
+    if (location.line.empty() || standsIn(main, location.line)) {
         return done();
     }
     return change.replace(
@@ -130,7 +130,7 @@ Outcome dropServerFile(Transaction& change, ServerFileKind kind, const std::stri
     change.asked().everything = true;
     Outcome outcome = location.link.empty() ? done() : change.unlink(location.link);
     const ConfigurationFile& main = change.configuration().main();
-    if (outcome.ok() && !location.line.empty() && hasLine(main, location.line)) {
+    if (outcome.ok() && !location.line.empty() && standsIn(main, location.line)) {
         outcome = change.replace(main.path(), withoutLine(main, location.line));
     }
     return outcome.ok() ? change.unlink(location.file) : outcome;

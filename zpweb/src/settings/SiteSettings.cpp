@@ -16,7 +16,7 @@ namespace {
 
 std::string includeLine(const std::string& file) { return "Include \"" + file + "\""; }
 
-bool isLine(std::string_view line, const std::string& wanted) {
+bool isSameLine(std::string_view line, const std::string& wanted) {
     return zp::conf::trimEnd(zp::conf::skipSpace(line)) == wanted;
 }
 
@@ -35,7 +35,7 @@ size_t lineBefore(const ConfigurationFile& file, const Block& block, Setting set
         ++behindName;
     }
     const bool suspended = setting == Setting::Redirect && behindName + 1 < block.lines.end &&
-                           isLine(file.lines()[behindName + 1], suspension);
+                           isSameLine(file.lines()[behindName + 1], suspension);
     return suspended ? behindName + 1 : behindName;
 }
 
@@ -49,7 +49,7 @@ std::string withLine(const std::string& text, const Lines& lines, size_t behind,
 std::string withoutLines(const Lines& lines, const std::string& wanted) {
     std::string result;
     for (size_t i = 0; i < lines.size(); ++i) {
-        if (!isLine(lines[i], wanted)) {
+        if (!isSameLine(lines[i], wanted)) {
             result += lines[i];
             result += i + 1 < lines.size() || lines.finalNewline ? "\n" : "";
         }
@@ -191,7 +191,7 @@ Outcome forgetSettings(Transaction& change, const std::string& site) {
 bool includes(const Block& block, const std::string& settingFile) {
     const Lines lines(block.text);
     return std::any_of(lines.all.begin(), lines.all.end(), [&](std::string_view line) {
-        return isLine(withoutReturn(line), includeLine(settingFile));
+        return isSameLine(withoutReturn(line), includeLine(settingFile));
     });
 }
 

@@ -90,7 +90,7 @@ Outcome isForHttpsAlone(const Transaction& change, const std::string& site, int 
 }
 
 // A wildcard stands for any label.
-std::string askable(const std::string& name) {
+std::string nameToAsk(const std::string& name) {
     return name.starts_with("*.") ? "zpweb-asks" + name.substr(1) : name;
 }
 
@@ -120,7 +120,7 @@ Outcome proveTls(const Transaction& change, const std::string& site) {
                     continue;
                 }
                 Outcome shown = shownInTime(
-                    [&] { return showsCertificate(peer, askable(name), setting->fingerprint); });
+                    [&] { return showsCertificate(peer, nameToAsk(name), setting->fingerprint); });
                 if (!shown.ok()) {
                     return shown;
                 }
@@ -214,12 +214,12 @@ void keepOnceCertain(Transaction& change, const TlsSetting& setting) {
     });
 }
 
-Outcome bringBack(const KeptCertificate& kept, const std::string& certificate,
-                  const std::string& fingerprint) {
+Outcome bringBackCertificate(const KeptCertificate& kept, const std::string& certificate,
+                             const std::string& fingerprint) {
     return kept.is(fingerprint) ? kept.bringBack() : leadBack(certificate, fingerprint);
 }
 
-Outcome write(Transaction& change, const std::string& site, const TlsSetting& setting, bool overwrite) {
+Outcome writeTls(Transaction& change, const std::string& site, const TlsSetting& setting, bool overwrite) {
     change.prove([&change, site] { return proveTls(change, site); });
     keepOnceCertain(change, setting);
     return applySetting(change, {site, Setting::Tls, overwrite}, askedOf(setting), directivesOf(setting),
@@ -289,7 +289,7 @@ Outcome setTls(Transaction& change, const std::string& site, TlsSetting setting,
     outcome = provideServer(change, site, setting);
     outcome = outcome.ok() ? makeHttpsBlocks(change, site, setting.port, setting.made) : outcome;
     outcome = outcome.ok() ? isListenedTo(change.configuration(), setting.made) : outcome;
-    outcome = outcome.ok() ? write(change, site, setting, overwrite) : outcome;
+    outcome = outcome.ok() ? writeTls(change, site, setting, overwrite) : outcome;
     if (!before || before->made.size() < setting.made.size()) {
         change.prove([&change, site, port = setting.port] { return proveEnd(change, site, port); });
     }
@@ -327,7 +327,9 @@ Outcome renewTls(Transaction& change, const std::string& site) {
         return done();
     }
     const auto goBack = [kept = keptOf(change, *setting), certificate = setting->files.certificate,
-                         before = setting->fingerprint] { return bringBack(kept, certificate, before); };
+                         before = setting->fingerprint] {
+        return bringBackCertificate(kept, certificate, before);
+    };
     if (Outcome sound = usable(*setting, names); !sound.ok()) {
         return leaveIt(change, sound, goBack);
     }
@@ -336,7 +338,7 @@ Outcome renewTls(Transaction& change, const std::string& site) {
     }
     change.whenTakenBack(goBack);
     setting->fingerprint = facts->fingerprint;
-    return write(change, site, *setting, false);
+    return writeTls(change, site, *setting, false);
 }
 
 }  // namespace zpweb

@@ -49,14 +49,6 @@ std::optional<Journal> Journal::from(const std::string& text) {
     return json ? std::optional(journalOf(*json)) : std::nullopt;
 }
 
-std::string joinedWords(const std::vector<std::string>& words) {
-    std::string text;
-    for (const std::string& word : words) {
-        text += (text.empty() ? "" : " ") + word;
-    }
-    return text;
-}
-
 void removeMade(const std::vector<std::string>& made) {
     std::for_each(made.rbegin(), made.rend(), [](const std::string& path) {
         if (!removeOne(path)) {

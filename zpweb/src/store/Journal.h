@@ -68,9 +68,6 @@ struct Journal {
     static std::optional<Journal> from(const std::string& text);
 };
 
-// As they are shown.
-std::string joinedWords(const std::vector<std::string>& words);
-
 // Removes what was made, last first, as far as it is empty; a link of the site's owner leads nowhere.
 void removeMade(const std::vector<std::string>& made);
 // Of a change that stands: the names from which its files took their places, and what it has emptied.

@@ -35,7 +35,7 @@ struct Reader {
 
 constexpr std::array ProgressNames = {"preparing", "committing", "taking back", "finishing"};
 
-JournalState stateOf(const Json& json) {
+JournalState journalStateOf(const Json& json) {
     if (json.contains("committing")) {  // an earlier version's
         return json.value("committing", false) ? JournalState::Committing : JournalState::Preparing;
     }
@@ -45,7 +45,7 @@ JournalState stateOf(const Json& json) {
                                         : static_cast<JournalState>(found - ProgressNames.begin());
 }
 
-Json jsonOf(const Effect& effect) {
+Json effectJson(const Effect& effect) {
     Json json = {
         {"step", static_cast<int>(effect.step)}, {"path", asText(effect.path)}, {"deep", effect.deep}};
     const auto add = [&](const char* name, const auto& number) {
@@ -124,7 +124,7 @@ Json jsonOf(const Journal& journal) {
     }
     Json outstanding = Json::array();
     for (const Effect& effect : journal.outstanding) {
-        outstanding.push_back(jsonOf(effect));
+        outstanding.push_back(effectJson(effect));
     }
     Json fields = Json::array();
     for (const auto& [name, text] : journal.fields) {
@@ -168,7 +168,7 @@ Journal journalOf(const Json& json) {
     for (const Json& member : json.value("members", Json::array())) {
         journal.members.push_back(journalOf(member));
     }
-    journal.progress = stateOf(json);
+    journal.progress = journalStateOf(json);
     journal.checkpoint = json.value("checkpoint", 0);
     journal.undoes = undoesOf(json);
     for (const Json& file : json.value("files", Json::array())) {

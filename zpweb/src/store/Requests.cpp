@@ -38,14 +38,14 @@ Descriptor openRequest(const std::string& path) {
     return Descriptor(::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK));
 }
 
-bool isOurs(const Descriptor& file) {
+bool isOwnFile(const Descriptor& file) {
     struct stat status {};
     return file.isOpen() && ::fstat(file.number(), &status) == 0 && S_ISREG(status.st_mode) &&
            status.st_uid == ::geteuid();
 }
 
 // The process that waits holds a lock on its file.
-bool isAlive(const Descriptor& file) {
+bool isWaitedFor(const Descriptor& file) {
     return ::flock(file.number(), LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK;
 }
 
@@ -67,7 +67,7 @@ bool isOurDirectory(const std::string& path) {
            (status.st_mode & 077) == 0;
 }
 
-std::string textOf(const RunAnswer& answer) {
+std::string answerText(const RunAnswer& answer) {
     Json fields = Json::array();
     for (const auto& [name, text] : answer.told.fields) {
         fields.push_back({asText(name), asText(text)});
@@ -177,7 +177,7 @@ void removeDeadRequests(const State& state) {
         const std::string taken = state.requests() + "/" + id + Taken;
         const bool isAnswer = !id.empty() && name.starts_with(id + Answered);
         const Descriptor file = openRequest(isAnswer && exists(taken) ? taken : path);
-        if (!isOurs(file) || !isAlive(file)) {
+        if (!isOwnFile(file) || !isWaitedFor(file)) {
             ::unlink(path.c_str());
         }
     }
@@ -223,8 +223,8 @@ std::vector<WaitingRequest> waitingRequests(const State& state) {
             continue;
         }
         const Descriptor file = openRequest(path);
-        auto text = isOurs(file) ? readDescriptor(file, path, LongestRequest)
-                                 : Expected<std::string>(failure(path));
+        auto text = isOwnFile(file) ? readDescriptor(file, path, LongestRequest)
+                                    : Expected<std::string>(failure(path));
         if (text.ok()) {
             waiting.push_back({id, std::move(*text)});
         }
@@ -246,7 +246,7 @@ Outcome answerRequest(const State& state, const std::string& id, const RunAnswer
     const std::string path = state.requests() + "/" + id + Answered;
     const std::string fresh = path + ".new";  // whole, also when this process is killed
     ::unlink(fresh.c_str());                  // one that was killed has left it
-    Outcome written = exists(path) ? done() : writeNewFile(fresh, textOf(answer), 0600);
+    Outcome written = exists(path) ? done() : writeNewFile(fresh, answerText(answer), 0600);
     if (written.ok() && !exists(path) && ::rename(fresh.c_str(), path.c_str()) != 0) {
         written = failure(systemError(path));
     }

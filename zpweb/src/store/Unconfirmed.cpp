@@ -33,7 +33,7 @@ bool stands(const State& state, const Unconfirmed& each) {
     return checkpoint ? !checkpoint->undone : listed(directory).outcome().status != Status::NotFound;
 }
 
-Outcome write(const State& state, const std::vector<Unconfirmed>& all) {
+Outcome writeUnconfirmed(const State& state, const std::vector<Unconfirmed>& all) {
     std::ostringstream text;
     for (const Unconfirmed& each : all) {
         text << each.checkpoint << ' ' << each.deadline << ' ' << each.check << ' ' << each.reload << '\n';
@@ -75,7 +75,7 @@ Outcome addUnconfirmed(const State& state, const Unconfirmed& added) {
     }
     std::erase_if(*all, [&](const Unconfirmed& each) { return !stands(state, each); });
     all->push_back(added);
-    return write(state, *all);
+    return writeUnconfirmed(state, *all);
 }
 
 Outcome removeUnconfirmed(const State& state, int checkpoint) {
@@ -86,7 +86,7 @@ Outcome removeUnconfirmed(const State& state, int checkpoint) {
     std::erase_if(*all, [&](const Unconfirmed& each) {
         return each.checkpoint == checkpoint || !stands(state, each);
     });
-    return write(state, *all);
+    return writeUnconfirmed(state, *all);
 }
 
 }  // namespace zpweb

@@ -64,8 +64,8 @@ ssize_t readInto(int descriptor, char* buffer, size_t size) {
 }
 
 // Whole, however much it grows meanwhile.
-Expected<std::string> readAll(const Descriptor& file, const std::string& path, size_t expected,
-                              size_t limit) {
+Expected<std::string> readExpected(const Descriptor& file, const std::string& path, size_t expected,
+                                   size_t limit) {
     // One more than it holds, so that its end is met without a second buffer.
     std::string text(expected + 1, '\0');
     for (size_t used = 0;;) {
@@ -162,11 +162,11 @@ Expected<std::string> readFile(const std::string& path, size_t limit) {
     if (!file.ok()) {
         return file.outcome();
     }
-    return readAll(*file, path, std::min(static_cast<size_t>(status.st_size), limit), limit);
+    return readExpected(*file, path, std::min(static_cast<size_t>(status.st_size), limit), limit);
 }
 
 Expected<std::string> readDescriptor(const Descriptor& file, const std::string& path, size_t limit) {
-    return readAll(file, path, size_t{4096}, limit);
+    return readExpected(file, path, size_t{4096}, limit);
 }
 
 Expected<bool> readParts(const std::string& path, const std::function<void(std::string_view)>& take) {

@@ -109,7 +109,7 @@ std::string readPipe(int pipe, pid_t pid, int& status, const std::function<void(
 }
 
 // The whole text of a file that has no name.
-std::string textOf(const Descriptor& file) {
+std::string outputIn(const Descriptor& file) {
     struct stat status {};
     ::fstat(file.number(), &status);
     std::string text(static_cast<size_t>(status.st_size), '\0');
@@ -157,7 +157,7 @@ Running::Ended Running::end(const std::function<void()>& waiting) {
         awaitEnd(process);
     }
     const bool normal = pid_ > 0 && ended == pid_ && WIFEXITED(status);
-    return {normal ? WEXITSTATUS(status) : -1, textOf(output_), textOf(errors_)};
+    return {normal ? WEXITSTATUS(status) : -1, outputIn(output_), outputIn(errors_)};
 }
 
 std::string findProgram(const std::string& name) {
@@ -213,7 +213,7 @@ std::vector<bool> canEnter(const std::string& account, const std::vector<std::st
     }
     int status = 0;
     ::waitpid(pid, &status, 0);
-    const std::string text = textOf(answers);
+    const std::string text = outputIn(answers);
     for (size_t i = 0; i < text.size(); ++i) {
         enters[i] = text[i] != 'n';
     }

@@ -37,16 +37,16 @@ std::vector<std::string> statFields(pid_t pid) {
 }
 
 // The sockets that a process has open, by their inodes.
-std::set<std::string> socketsOf(pid_t pid) {
-    constexpr std::string_view Mark = "socket:[";
+std::set<std::string> socketInodes(pid_t pid) {
+    constexpr std::string_view Beginning = "socket:[";
     std::set<std::string> inodes;
     const std::string directory = procFile(pid, "fd");
     for (const std::string& name : entriesOf(directory)) {
         std::array<char, PATH_MAX> target{};
         if (::readlink((directory + "/" + name).c_str(), target.data(), target.size() - 1) > 0 &&
-            std::string_view(target.data()).starts_with(Mark)) {
+            std::string_view(target.data()).starts_with(Beginning)) {
             inodes.insert(
-                std::string(zp::conf::upTo(std::string_view(target.data()).substr(Mark.size()), "]")));
+                std::string(zp::conf::upTo(std::string_view(target.data()).substr(Beginning.size()), "]")));
         }
     }
     return inodes;
@@ -117,7 +117,7 @@ bool hasOpen(pid_t pid, const std::string& path) {
 // The kernel lists those that listen first: what follows is as long as there are connections.
 std::set<int> portsOf(pid_t pid) {
     constexpr const char* Listening = "0A";
-    const std::set<std::string> inodes = socketsOf(pid);
+    const std::set<std::string> inodes = socketInodes(pid);
     std::set<int> ports;
     for (const char* table : {"net/tcp", "net/tcp6"}) {
         std::ifstream lines(procFile(pid, table));

@@ -5,12 +5,11 @@
 
 #include "text/Align.h"
 #include "text/Lines.h"
+#include "text/Matching.h"
 
 namespace zpweb {
 
 namespace {
-
-constexpr size_t NoPartner = static_cast<size_t>(-1);
 
 // Which line of the other text each line of the base is; NoPartner for one that is not there any more.
 std::vector<size_t> partners(const Lines& base, const Lines& other) {

@@ -10,7 +10,7 @@ namespace {
 
 using zp::conf::equalIgnoringCase;
 
-std::vector<std::string> listed(std::string_view hosts) {
+std::vector<std::string> hostsIn(std::string_view hosts) {
     std::vector<std::string> all;
     for (size_t at = 0; (at = hosts.find_first_not_of(" ,\t", at)) != std::string::npos;) {
         const size_t end = std::min(hosts.find_first_of(" ,\t", at), hosts.size());
@@ -95,8 +95,8 @@ std::vector<std::string> exceptDenied(const std::vector<std::string>& allow,
 }  // namespace
 
 std::vector<std::string> requireLines(const Restriction& restriction) {
-    const std::vector<std::string> allow = listed(restriction.allow);
-    const std::vector<std::string> deny = listed(restriction.deny);
+    const std::vector<std::string> allow = hostsIn(restriction.allow);
+    const std::vector<std::string> deny = hostsIn(restriction.deny);
     std::vector<std::string> lines;
     if (!restriction.denyFirst) {
         lines = exceptDenied(allow, deny);

@@ -12,7 +12,7 @@ namespace {
 
 using LineKind = ViewLine::Kind;
 
-std::string openingLine(const std::string& address) { return "<VirtualHost " + address + ">"; }
+std::string openingTag(const std::string& address) { return "<VirtualHost " + address + ">"; }
 
 }  // namespace
 
@@ -26,7 +26,7 @@ View::View(std::string_view text, Statements statements, std::string domain, std
     : text_(text), statements_(std::move(statements)), level_(level), domain_(std::move(domain)) {
     const size_t end = level == None || statements_.size() == 0 ? None : statements_[0].end;
     const bool closed = end != None;
-    lines_.push_back({LineKind::Opening, openingLine(address.empty() ? "*" : address), {}, 0});
+    lines_.push_back({LineKind::Opening, openingTag(address.empty() ? "*" : address), {}, 0});
     lines_.push_back({LineKind::Name, "\tServerName " + domain_, {}, 0});
     lines_.push_back({LineKind::Closing, "</VirtualHost>", {}, closed ? end : statements_.size()});
     for (size_t i = 0; i < statements_.size(); ++i) {
@@ -39,7 +39,7 @@ View::View(std::string_view text, Statements statements, std::string domain, std
 void View::showAddress(size_t number, Port port) {
     address_ = number;
     port_ = port;
-    lines_[0].text = openingLine(statements_[0].argument(number));
+    lines_[0].text = openingTag(statements_[0].argument(number));
 }
 
 // Lines stand in the order of their statements, provided ones behind those that they would stand behind.

@@ -125,6 +125,17 @@ bool isDirective(std::string_view text, std::string_view keyword) {
            zp::conf::beginsIgnoringCase(text, keyword);
 }
 
+std::string joinedWords(const std::vector<std::string>& words, char between) {
+    std::string text;
+    for (const std::string& word : words) {
+        if (!text.empty()) {
+            text += between;
+        }
+        text += word;
+    }
+    return text;
+}
+
 std::string asWord(std::string_view value) {
     if (!value.empty() && value.find_first_of(" \t\"'\\") == value.npos) {
         return std::string(value);

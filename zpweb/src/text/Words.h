@@ -35,6 +35,9 @@ std::string withPlainName(std::string_view logical);
 // Is the text, behind white space, this keyword and nothing longer?
 bool isDirective(std::string_view text, std::string_view keyword);
 
+// Beside each other, as they are shown.
+std::string joinedWords(const std::vector<std::string>& words, char between = ' ');
+
 // A value as one word: in double quotes where it needs them.
 std::string asWord(std::string_view value);
 

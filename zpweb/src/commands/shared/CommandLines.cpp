@@ -23,7 +23,7 @@ std::string wordOf(const Json& value) {
 }
 
 // A command for the log: all of it but its password.
-std::string textOf(const Invocation& invocation) {
+std::string invocationText(const Invocation& invocation) {
     std::string text(invocation.command->words);
     for (const Parameter& parameter : invocation.command->parameters) {
         const std::vector<std::string> values = invocation.arguments.all(parameter);
@@ -200,7 +200,7 @@ Outcome runTogether(Session& session, std::vector<Invocation> invocations, const
     }
     Session whole = session;
     whole.tellsEach = true;
-    std::transform(invocations.begin(), invocations.end(), std::back_inserter(whole.words), textOf);
+    std::transform(invocations.begin(), invocations.end(), std::back_inserter(whole.words), invocationText);
     return runChanges(whole, std::move(invocations), fingerprint);
 }
 

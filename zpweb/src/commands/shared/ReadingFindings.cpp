@@ -15,7 +15,7 @@ namespace zpweb {
 
 namespace {
 
-std::vector<std::string> namesOf(const VirtualHost& host) {
+std::vector<std::string> plainNames(const VirtualHost& host) {
     std::vector<std::string> names;
     if (!host.names.name.empty()) {
         names.push_back(host.names.name);
@@ -101,7 +101,7 @@ void findUnreachable(const Reading& reading, Findings& findings) {
                  host.names.name + " on " + addresses + ": the server takes no requests there"});
             continue;
         }
-        for (const std::string& name : namesOf(host)) {
+        for (const std::string& name : plainNames(host)) {
             const VirtualHost* other = nullptr;
             const bool reached = std::any_of(
                 entries[number].begin(), entries[number].end(), [&](const NameMap::Entry* entry) {
@@ -130,7 +130,7 @@ void findCertificates(const Reading& reading, Findings& findings) {
         const std::string key = reading.absolute(effective(reading, host, "SSLCertificateKeyFile"));
         const std::vector<std::string> faults =
             certificate.empty() ? std::vector<std::string>{"no SSLCertificateFile"}
-                                : faultsOf({certificate, key.empty() ? certificate : key}, namesOf(host),
+                                : faultsOf({certificate, key.empty() ? certificate : key}, plainNames(host),
                                            std::time(nullptr));
         for (const std::string& fault : faults) {
             findings.push_back({"certificate", reading.originOf(host).text(), fault});

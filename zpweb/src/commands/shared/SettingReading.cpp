@@ -66,7 +66,7 @@ SettingEntry entryOf(const LogPolicy& policy) {
 }
 
 template <class Paths>
-SettingEntries entriesOf(const char* model, const Paths& paths) {
+SettingEntries readEntries(const char* model, const Paths& paths) {
     SettingEntries entries;
     for (const auto& path : paths) {
         entries.push_back(plain(*settingModel(model), entryOf(path)));
@@ -86,7 +86,7 @@ public:
         if (!text) {
             state_.settings[model] = {};
         } else if (const auto known = from(text->asked)) {
-            state_.settings[model] = entriesOf(model, std::vector{*known});
+            state_.settings[model] = readEntries(model, std::vector{*known});
         }
     }
     // One of paths.
@@ -95,7 +95,7 @@ public:
         const auto text = settingOf(configuration_, site_, setting);
         const auto known = from(text ? text->asked : "{}");
         if (known) {
-            state_.settings[model] = entriesOf(model, known->paths);
+            state_.settings[model] = readEntries(model, known->paths);
         }
     }
 
@@ -140,8 +140,9 @@ void SettingReading::addTo(SiteState& state, const std::string& site) const {
         }
     }
     const auto policy = policies_.find(name);
-    state.settings["log_policy"] =
-        policy == policies_.end() ? SettingEntries() : entriesOf("log_policy", std::vector{policy->second});
+    state.settings["log_policy"] = policy == policies_.end()
+                                       ? SettingEntries()
+                                       : readEntries("log_policy", std::vector{policy->second});
 }
 
 // Users stand in the site's own file where no other is named.

@@ -19,13 +19,6 @@ namespace zpweb {
 
 namespace {
 
-std::string keyOf(std::string_view name) {
-    const auto ascii = asciiHostName(std::string(name));
-    std::string key = ascii.ok() ? *ascii : std::string(name);
-    std::transform(key.begin(), key.end(), key.begin(), zp::conf::lower);
-    return key;
-}
-
 bool blockIsSuspended(const Block& block) {
     return zp::conf::equalIgnoringCase(block.root, "message.htm") ||
            zp::conf::contains(block.text, "/suspended.conf");
@@ -50,7 +43,7 @@ std::vector<Site> sitesOf(const Configuration& configuration) {
     for (const auto& file : configuration.files()) {
         for (const Block& block : file->blocks()) {
             if (!block.name.empty()) {
-                const auto [found, fresh] = numbers.try_emplace(keyOf(block.name), sites.size());
+                const auto [found, fresh] = numbers.try_emplace(hostNameKey(block.name), sites.size());
                 if (fresh) {
                     sites.emplace_back();
                 }
@@ -61,7 +54,7 @@ std::vector<Site> sitesOf(const Configuration& configuration) {
     return sites;
 }
 
-std::string documentName(const Site& site) { return keyOf(site.name()); }
+std::string documentName(const Site& site) { return hostNameKey(site.name()); }
 
 const char* stateOf(const Site& site) {
     return site.isStopped() ? "stopped" : blockIsSuspended(*site.first().block) ? "suspended" : "running";
@@ -97,14 +90,14 @@ Expected<std::vector<SiteState>> readDisabled(Output& output, const Configuratio
     for (const DisabledSite& disabled : disabledSites(configuration)) {
         auto text = readFile(disabled.file);
         if (!text.ok() || !configuration.find(disabled.name).empty() ||
-            !names.insert(keyOf(disabled.name)).second) {
+            !names.insert(hostNameKey(disabled.name)).second) {
             continue;
         }
         auto around = std::make_shared<Surroundings>(surroundingsOf(configuration, *text));
         const ConfigurationFile file(disabled.file, Content(std::move(*text)), std::move(around));
         Site site;
         for (const Block& block : file.blocks()) {
-            if (keyOf(block.name) == keyOf(disabled.name)) {
+            if (hostNameKey(block.name) == hostNameKey(disabled.name)) {
                 site.places.push_back({&file, &block});
             }
         }

@@ -55,7 +55,7 @@ bool isPlain(const Invocation& invocation) {
     return !reads && !command.needsSecret && !command.runsAlone;
 }
 
-Json jsonOf(const Invocation& invocation) {
+Json invocationJson(const Invocation& invocation) {
     Json values = Json::object();
     for (const auto& [name, given] : invocation.arguments.values()) {
         values[name] = listOf(given);
@@ -84,7 +84,7 @@ std::optional<std::string> handedText(const Session& session, const std::vector<
     }
     Json commands = Json::array();
     for (const Invocation& each : invocations) {
-        commands.push_back(jsonOf(each));
+        commands.push_back(invocationJson(each));
     }
     const Json json = {{"conditions", conditionsOf(settings)},
                        {"words", listOf(session.words)},
