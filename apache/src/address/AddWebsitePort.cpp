@@ -8,7 +8,7 @@
 #include "host/Machine.h"
 
 namespace conf = zp::conf;
-namespace result = zp::result::panelPort;
+namespace result = zp::result;
 
 namespace {
 
@@ -53,16 +53,16 @@ PanelSite findPanelSite(conf::LineReader& reader, const std::string& address) {
 char CZPWebsite::AddWebsitePort(std::ofstream& out, std::string ApchIPAddress) {
     const std::string configuration = zp::host::textOf(HttpdConfFile);
     if (configuration.empty()) {
-        return result::NoConfigurationPath;
+        return result::panelPort::NoConfigurationPath;
     }
     conf::LineReader reader(configuration, conf::bound::PanelPort);
     if (!reader.isOpen()) {
         zp::host::out() << "Error opening HttpdConfFile file";
-        return result::ConfigurationNotOpened;
+        return result::panelPort::ConfigurationNotOpened;
     }
     const PanelSite site = findPanelSite(reader, ApchIPAddress);
     if (reader.failed()) {
-        return result::ConfigurationNotOpened;
+        return result::panelPort::ConfigurationNotOpened;
     }
     if (!site.present) {
         out << "\n<VirtualHost " << ApchIPAddress << PanelPort << ">\n"
@@ -71,5 +71,5 @@ char CZPWebsite::AddWebsitePort(std::ofstream& out, std::string ApchIPAddress) {
             << "\tScriptAlias  " << site.scriptAlias << "\n"
             << "</VirtualHost>\n";
     }
-    return result::Added;
+    return result::panelPort::Added;
 }

@@ -7,14 +7,14 @@ using zp::conf::AnyNameScope;
 using zp::conf::Line;
 using zp::conf::LineReader;
 namespace conf = zp::conf;
-namespace result = zp::result::helper;
+namespace result = zp::result;
 
 int ApacheHelper::Apache_getDirectiveInVH(std::string apacheConfFile, std::string domainName,
                                           std::string directive, std::string& value, bool valueQuoted) {
     value.clear();
     LineReader reader(apacheConfFile, conf::bound::Directive);
     if (!reader.isOpen()) {
-        return result::FileNotOpened;
+        return result::helper::FileNotOpened;
     }
     AnyNameScope scope(domainName);
     for (Line line; reader.read(line);) {
@@ -30,14 +30,14 @@ int ApacheHelper::Apache_getDirectiveInVH(std::string apacheConfFile, std::strin
         const std::string_view rest = line.restBehind(directive);
         if (!valueQuoted) {
             value = rest;
-            return result::Done;
+            return result::helper::Done;
         }
         const auto quoted = conf::betweenQuotes(rest);
         if (!quoted || rest.front() != '"') {
-            return result::QuotesMissing;
+            return result::helper::QuotesMissing;
         }
         value = *quoted;
-        return result::Done;
+        return result::helper::Done;
     }
-    return reader.failed() ? result::FileNotOpened : result::NotFoundInDomain;
+    return reader.failed() ? result::helper::FileNotOpened : result::helper::NotFoundInDomain;
 }

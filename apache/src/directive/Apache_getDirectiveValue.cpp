@@ -9,17 +9,17 @@
 using zp::conf::Line;
 using zp::conf::LineReader;
 namespace conf = zp::conf;
-namespace result = zp::result::helper;
+namespace result = zp::result;
 
 int ApacheHelper::Apache_getDirectiveValue(std::string apacheConfFile, std::string directive,
                                            std::string& value, bool isValueQuoted) {
     value.clear();
     if (directive.empty()) {
-        return result::NoDirective;
+        return result::helper::NoDirective;
     }
     LineReader reader(apacheConfFile, conf::bound::ServerLevel);
     if (!reader.isOpen()) {
-        return result::FileNotOpened;
+        return result::helper::FileNotOpened;
     }
     for (Line line; conf::readServerLevel(reader, line);) {
         if (!line.begins(directive)) {
@@ -27,15 +27,15 @@ int ApacheHelper::Apache_getDirectiveValue(std::string apacheConfFile, std::stri
         }
         if (!isValueQuoted) {
             value = line.restBehind(directive);
-            return result::Done;
+            return result::helper::Done;
         }
         const auto quoted = conf::betweenQuotes(line.text());
         if (!quoted) {
-            return result::QuotesMissing;
+            return result::helper::QuotesMissing;
         }
         zp::host::out() << "returning with quote\n";
         value = *quoted;
-        return result::Done;
+        return result::helper::Done;
     }
-    return reader.failed() ? result::FileNotOpened : result::NotFound;
+    return reader.failed() ? result::helper::FileNotOpened : result::helper::NotFound;
 }

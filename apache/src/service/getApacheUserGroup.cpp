@@ -8,7 +8,7 @@
 #include "host/Paths.h"
 
 namespace conf = zp::conf;
-namespace result = zp::result::server;
+namespace result = zp::result;
 
 namespace {
 
@@ -54,11 +54,11 @@ int CZPWebsite::getApacheUserGroup(std::string httpdConfFile, std::string& apach
     ApacheHelper helper;
     if (helper.Apache_getDirectiveValue(httpdConfFile, "User", apacheUser, false) != 0) {
         zp::host::out() << "Apache user not found\n";
-        return result::UserNotFound;
+        return result::server::UserNotFound;
     }
     if (helper.Apache_getDirectiveValue(httpdConfFile, "Group", apacheGroup, false) != 0) {
         zp::host::out() << "Apache group not found\n";
-        return result::GroupNotFound;
+        return result::server::GroupNotFound;
     }
     resolveVariable(apacheUser);
     resolveVariable(apacheGroup);

@@ -4,13 +4,14 @@
 #include "host/Fields.h"
 
 namespace conf = zp::conf;
-namespace result = zp::result::scripting;
+namespace result = zp::result;
 
 int CZPWebsite::EnableHostingLimits() {
     conf::Rewrite rewrite(zp::host::textOf(HttpdConfFile), zp::host::textOf(TEMPFILE),
                           conf::bound::HostingLimits);
     if (!rewrite.open()) {
-        return rewrite.blame(result::GlobalConfigurationNotOpened, result::GlobalScratchNotOpened);
+        return rewrite.blame(result::scripting::GlobalConfigurationNotOpened,
+                             result::scripting::GlobalScratchNotOpened);
     }
     bool done = false;
     for (conf::Line line; rewrite.read(line);) {
@@ -23,7 +24,7 @@ int CZPWebsite::EnableHostingLimits() {
             done = true;
         }
     }
-    return rewrite.putInPlace()
-               ? result::Done
-               : rewrite.blame(result::GlobalConfigurationNotOpened, result::GlobalScratchNotOpened);
+    return rewrite.putInPlace() ? result::scripting::Done
+                                : rewrite.blame(result::scripting::GlobalConfigurationNotOpened,
+                                                result::scripting::GlobalScratchNotOpened);
 }
