@@ -27,8 +27,8 @@ def own_names(source, text):
     bodies = re.findall(r"^namespace \{$(.*?)^\}  // namespace$", text, re.M | re.S)
     lines = [line for body in bodies for line in body.splitlines() if re.match(r"[\w\[]", line)]
     lines += re.findall(r"^namespace \w+ = [\w:]+;$", text, re.M)
-    named = ((re.search(r"(\w+)\s*[({=;\[]", line), line) for line in lines)
-    return {(name[1], around[1] if around else ""): line if re.match("using|namespace", line) else source
+    named = ((re.search(r"^(?:class|struct) (\w+)|(\w+)\s*[({=;\[]", line), line) for line in lines)
+    return {(name[1] or name[2], around[1] if around else ""): line if re.match("using|namespace", line) else source
             for name, line in named if name}
 
 

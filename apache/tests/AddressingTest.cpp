@@ -35,7 +35,7 @@ const std::string Secure = "\tServerName example.com\n\t<IfModule mod_ssl.c>\n\t
 const std::string Shared = collected("samples/shared-address.conf");
 const std::string Long(1023, 'x');
 
-const FileCase cases[] = {
+const FileCase addressingCases[] = {
     // Only the site's blocks move, and the announcement of its new address goes: the server would share it
     // otherwise.
     {"ToOwn", Shared, toOwn("10.0.0.5", "10.0.0.9"), R"(123
@@ -237,7 +237,7 @@ std::string placed(const std::string& file, const std::string& domain = "example
 
 class Addressing : public ::testing::TestWithParam<FileCase> {};
 TEST_P(Addressing, File) { check(GetParam()); }
-INSTANTIATE_TEST_SUITE_P(Moves, Addressing, ::testing::ValuesIn(cases), byName);
+INSTANTIATE_TEST_SUITE_P(Moves, Addressing, ::testing::ValuesIn(addressingCases), byName);
 
 TEST(Addressing, AMoveThereAndBackIsTheFirstStateAgain) {
     const std::string file = scratch("httpd.conf");

@@ -43,7 +43,7 @@ std::string block(std::initializer_list<std::string_view> inside) {
     return "<VirtualHost *>\n" + lines(inside) + "</VirtualHost>\n";
 }
 
-const FileCase cases[] = {
+const FileCase directiveEditCases[] = {
     // A site on two ports has two blocks, and both are to behave alike.
     {"add_to_every_block", Sites, add("Options", "None", false), R"(0, .zpbackup.ACEP
 25,30+	Options None)"},
@@ -229,4 +229,4 @@ const FileCase cases[] = {
 class DirectiveEdit : public ::testing::TestWithParam<FileCase> {};
 TEST_P(DirectiveEdit, ChangesExactlyThis) { check(GetParam()); }
 
-INSTANTIATE_TEST_SUITE_P(Operation, DirectiveEdit, ::testing::ValuesIn(cases), byName);
+INSTANTIATE_TEST_SUITE_P(Operation, DirectiveEdit, ::testing::ValuesIn(directiveEditCases), byName);

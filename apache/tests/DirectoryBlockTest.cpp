@@ -35,7 +35,7 @@ const std::string Endless =
     lines({"<VirtualHost *>", "ServerName example.com", "<Directory \"/srv/example.com/www\">",
            "</VirtualHost>", "<Directory \"/srv/other\">", "</Directory>"});
 
-const FileCase cases[] = {
+const FileCase directoryBlockCases[] = {
     // A later block may refine an earlier one, so that the place counts.
     {"AddWritesBeforeTheFirstBlockOfTheSite", Blocks, add({"Options +ExecCGI", "AllowOverride none"}),
      R"(0, .zpbackup.rt
@@ -118,4 +118,4 @@ const FileCase cases[] = {
 
 class DirectoryBlock : public ::testing::TestWithParam<FileCase> {};
 TEST_P(DirectoryBlock, File) { check(GetParam()); }
-INSTANTIATE_TEST_SUITE_P(Operation, DirectoryBlock, ::testing::ValuesIn(cases), byName);
+INSTANTIATE_TEST_SUITE_P(Operation, DirectoryBlock, ::testing::ValuesIn(directoryBlockCases), byName);

@@ -21,7 +21,7 @@ std::string site(const std::string& alias) {
 }
 std::string named(const std::string& names) { return site("\tServerAlias " + names + "\n"); }
 
-const FileCase cases[] = {
+const FileCase hostHeaderCases[] = {
     // The list is found in any letter case and indentation.
     {"Added", site("  serveralias  a.example\n"), add("b.example"), R"(0, .zpbackup.rt
 3-  serveralias  a.example
@@ -93,4 +93,4 @@ const FileCase cases[] = {
 
 class HostHeader : public ::testing::TestWithParam<FileCase> {};
 TEST_P(HostHeader, File) { check(GetParam()); }
-INSTANTIATE_TEST_SUITE_P(Operation, HostHeader, ::testing::ValuesIn(cases), byName);
+INSTANTIATE_TEST_SUITE_P(Operation, HostHeader, ::testing::ValuesIn(hostHeaderCases), byName);

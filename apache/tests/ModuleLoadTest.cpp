@@ -16,7 +16,7 @@ const std::string InSite = "<VirtualHost *>\n\tLoadModule a_module mods/a.so\n</
 const std::string AtTop = "# LoadModule b_module b.so\n  loadmodule c_module \"libs/c.so\"\nLoadModule\n";
 const std::string UsrLib = "LoadModule a_module /usr/lib/apache2/modules/a.so\n";
 
-const FileCase cases[] = {
+const FileCase moduleLoadCases[] = {
     // A module must be loaded for the server, not within a site.
     {"GoesBeforeTheFirstLineOutsideTheSites", "ServerRoot \"/srv\"\n" + InSite + AtTop, addPhp,
      R"(0, .zpbackup.rt
@@ -68,7 +68,7 @@ const FileCase cases[] = {
 
 class ModuleLoad : public ::testing::TestWithParam<FileCase> {};
 TEST_P(ModuleLoad, File) { check(GetParam()); }
-INSTANTIATE_TEST_SUITE_P(Addition, ModuleLoad, ::testing::ValuesIn(cases), byName);
+INSTANTIATE_TEST_SUITE_P(Addition, ModuleLoad, ::testing::ValuesIn(moduleLoadCases), byName);
 
 TEST(ModuleFile, IsLookedForInTheModulesFolder) {
     const std::string inBlock = "<VirtualHost *>\n" + std::string(119, 'x') + "\n</VirtualHost>\n";

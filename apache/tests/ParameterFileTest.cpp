@@ -32,7 +32,7 @@ FileOperation erase(const std::string& name, const std::string& value) {
 
 const std::string Access = collected("samples/parameters.txt");
 
-const FileCase cases[] = {
+const FileCase parameterFileCases[] = {
     // Names are found in any letter case.
     {"FindsAValue", Access, has("OPTIONS", "None"), R"(1
 > delimeter contain spaces)"},
@@ -111,7 +111,7 @@ const FileCase cases[] = {
 
 class ParameterFile : public ::testing::TestWithParam<FileCase> {};
 TEST_P(ParameterFile, File) { check(GetParam()); }
-INSTANTIATE_TEST_SUITE_P(Operation, ParameterFile, ::testing::ValuesIn(cases), byName);
+INSTANTIATE_TEST_SUITE_P(Operation, ParameterFile, ::testing::ValuesIn(parameterFileCases), byName);
 
 TEST(ParameterFilePlace, KeepsModeAndOwner) {
     const std::string file = scratch("file");

@@ -53,7 +53,7 @@ const std::string TwoNames =
     "<VirtualHost *>\nServerName example.com\nDocumentRoot \"/srv/www\"\nServerName other.example\n" +
     Folder + "</VirtualHost>\n";
 
-const FileCase cases[] = {
+const FileCase perlAndOpenBasedirCases[] = {
     // One handler is enough for the site.
     {"PerlGoesToTheFirstBlockOfTheDocumentRoot", Empty + site(Options), enablePerl(), R"(0
 > 		AddHandler cgi-script cgi pl
@@ -136,7 +136,7 @@ const FileCase cases[] = {
 
 class SiteFolder : public ::testing::TestWithParam<FileCase> {};
 TEST_P(SiteFolder, File) { check(GetParam()); }
-INSTANTIATE_TEST_SUITE_P(Switch, SiteFolder, ::testing::ValuesIn(cases), byName);
+INSTANTIATE_TEST_SUITE_P(Switch, SiteFolder, ::testing::ValuesIn(perlAndOpenBasedirCases), byName);
 
 TEST(SiteFolderCommands, MoveTheScratchFileInAnyCase) {
     const std::string file = scratch("httpd.conf");

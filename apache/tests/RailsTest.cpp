@@ -80,7 +80,7 @@ FileOperation folding(const FileOperation& operation) {
 }
 
 const std::string Bare = with(Default, Root, "\tDocumentRoot " + Content + "/html\n");
-const FileCase cases[] = {
+const FileCase railsCases[] = {
     // The root moves and the application gets its rules.
     {"ToTheApplication", Default, toRails(), R"(0, .zpbackup.rt
 1-
@@ -225,7 +225,7 @@ TEST_P(RailsSwitch, File) {
     railsCase.operation = folding(railsCase.operation);
     check(railsCase);
 }
-INSTANTIATE_TEST_SUITE_P(Every, RailsSwitch, ::testing::ValuesIn(cases), byName);
+INSTANTIATE_TEST_SUITE_P(Every, RailsSwitch, ::testing::ValuesIn(railsCases), byName);
 
 TEST(Rails, MakesFoldersThatOutliveIt) {
     const std::string file = siteWith(Default);

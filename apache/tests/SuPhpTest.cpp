@@ -62,7 +62,7 @@ std::string longBlock(size_t lines_) {
     return text + "\t</IfModule>\n";
 }
 
-const FileCase cases[] = {
+const FileCase suPhpCases[] = {
     // The engine is on for everything behind it.
     {"ServerGoesBeforeTheFirstLoading", Loading, enableGlobally, R"(0
 4+<IfModule mod_suphp.c>
@@ -204,7 +204,7 @@ const FileCase cases[] = {
 
 class SuPhp : public ::testing::TestWithParam<FileCase> {};
 TEST_P(SuPhp, File) { check(GetParam()); }
-INSTANTIATE_TEST_SUITE_P(Switch, SuPhp, ::testing::ValuesIn(cases), byName);
+INSTANTIATE_TEST_SUITE_P(Switch, SuPhp, ::testing::ValuesIn(suPhpCases), byName);
 
 TEST(SuPhpSwitch, KeepsWhatTheScratchFileHeldWhenTheServerGoes) {
     const std::string file = scratch("httpd.conf");

@@ -155,7 +155,7 @@ const std::string OtherSite =
 
 const std::string Open = "<VirtualHost *>\nServerName example.com\n";
 
-const FileCase cases[] = {
+const FileCase virtualDirectoryEditCases[] = {
     // Without a directory the site's own is meant.
     {"CreateTakesTheFolderOfTheDocumentRoot", Bare, create({.folder = ""}), R"(83
 > major=2
@@ -376,7 +376,8 @@ TEST_P(VirtualDirectoryEdit, File) {
     check(GetParam());
     EXPECT_FALSE(fs::exists(Scratch));
 }
-INSTANTIATE_TEST_SUITE_P(Operation, VirtualDirectoryEdit, ::testing::ValuesIn(cases), byName);
+INSTANTIATE_TEST_SUITE_P(Operation, VirtualDirectoryEdit, ::testing::ValuesIn(virtualDirectoryEditCases),
+                         byName);
 
 class VirtualDirectoryRules : public ::testing::TestWithParam<Rules> {};
 TEST_P(VirtualDirectoryRules, AreWrittenAlikeByCreationAndUpdate) {

@@ -46,7 +46,7 @@ FileOperation onUsers(const Operation& operation) {
 
 const std::string Two = "ann:secret\nbob:pass:word\n";
 const std::string Long = std::string(70'000, 'x');
-const FileCase cases[] = {
+const FileCase webUserCases[] = {
     // Passwords are kept as they are given, whatever the shell would make of them.
     {"CreateAppends", Two, onUsers(create("cid", "a:b $(touch pwned) 'x")), R"(77
 3+cid:a:b $(touch pwned) 'x)"},
@@ -125,7 +125,7 @@ protected:
 }  // namespace
 
 TEST_P(WebUserEdit, File) { check(GetParam()); }
-INSTANTIATE_TEST_SUITE_P(Operation, WebUserEdit, ::testing::ValuesIn(cases), byName);
+INSTANTIATE_TEST_SUITE_P(Operation, WebUserEdit, ::testing::ValuesIn(webUserCases), byName);
 
 TEST_F(WebUser, HaveAFileForEachDomainAndFolder) {
     for (const auto& [path, name] : {std::pair("", "passwd.example.com"),

@@ -62,7 +62,7 @@ std::string site(const std::string& inner) {
 const Change OneAlias = [](UpdateVHost& record) { record.ServerAlias = {"a.example"}; };
 const Change OneIndex = [](UpdateVHost& record) { record.DirIndex = {"a.html"}; };
 
-const FileCase cases[] = {
+const FileCase websiteMergeCases[] = {
     // A suspended site shows the message and keeps nothing that leads past it.
     {"SuspendWithEmptyLists", Before, call(suspend), R"(96
 2,28,33-
@@ -310,7 +310,7 @@ const FileCase cases[] = {
 
 class WebsiteMerge : public ::testing::TestWithParam<FileCase> {};
 TEST_P(WebsiteMerge, File) { check(GetParam()); }
-INSTANTIATE_TEST_SUITE_P(Operation, WebsiteMerge, ::testing::ValuesIn(cases), byName);
+INSTANTIATE_TEST_SUITE_P(Operation, WebsiteMerge, ::testing::ValuesIn(websiteMergeCases), byName);
 
 TEST(WebsiteMergeRecord, LosesTheEntriesThatWereWritten) {
     const std::string file = scratch("httpd.conf");

@@ -26,10 +26,10 @@ const std::string Running = collected("samples/running-site.conf");
 std::string block(const std::string& name, const std::string& mark = "") {
     return mark + "<VirtualHost *:80>\n" + mark + "\tServerName " + name + "\n" + mark + "</VirtualHost>\n";
 }
-const std::string Site = block("example.com");
+const std::string OneSite = block("example.com");
 const std::string Open = "<VirtualHost *:80>\n\tServerName open.example\n";
 
-const FileCase cases[] = {
+const FileCase websiteSwitchCases[] = {
     // One mark, so that a start finds the way back; comments inside go with their site.
     {"StopPutsOneMarkBeforeEveryLine", Running, stop(), R"(30
 2,5,11,14-
@@ -71,7 +71,7 @@ const FileCase cases[] = {
     // Nobody else is stopped.
     {"StopOfAnUnknownSite", Running, stop("absent.example"), "30, #"},
     // What was found stays found, whatever follows.
-    {"StopOfASiteBeforeAnother", Site + block("other.example"), stop(), R"(30
+    {"StopOfASiteBeforeAnother", OneSite + block("other.example"), stop(), R"(30
 1-<VirtualHost *:80>
 2-	ServerName example.com
 3-</VirtualHost>
@@ -82,7 +82,7 @@ const FileCase cases[] = {
     {"StopAsksForTheWholeName", block("example.com ") + block("example.com:80") + block(""), stop(),
      "30, #"},
     // A known loss; whoever mends it must see it here.
-    {"StopLosesABlockThatNeverEnds", Site + Open, stop(), R"(30
+    {"StopLosesABlockThatNeverEnds", OneSite + Open, stop(), R"(30
 1,4-<VirtualHost *:80>
 2-	ServerName example.com
 3-</VirtualHost>
@@ -91,7 +91,7 @@ const FileCase cases[] = {
 2+#	ServerName example.com
 3+#</VirtualHost>)"},
     // Without an end between them both are stopped.
-    {"StopTakesBlocksThatRunTogetherForOne", Open + Site, stop(), R"(30
+    {"StopTakesBlocksThatRunTogetherForOne", Open + OneSite, stop(), R"(30
 1,3-<VirtualHost *:80>
 2-	ServerName open.example
 4-	ServerName example.com
@@ -101,7 +101,7 @@ const FileCase cases[] = {
 4+#	ServerName example.com
 5+#</VirtualHost>)"},
     // The site answers by each of its names.
-    {"StopGoesByAnyNameOfABlock", with(Site, "</", "ServerName other.example\n</"), stop(), R"(30
+    {"StopGoesByAnyNameOfABlock", with(OneSite, "</", "ServerName other.example\n</"), stop(), R"(30
 1-<VirtualHost *:80>
 2-	ServerName example.com
 3-ServerName other.example
@@ -165,7 +165,7 @@ const FileCase cases[] = {
      },
      "0, #"},
     // A file that cannot be written stays as it is.
-    {"DeleteWithoutAScratchFile", Site,
+    {"DeleteWithoutAScratchFile", OneSite,
      [](auto& file) {
          makeReadOnly(file.substr(0, file.rfind('/')));
          return erase()(file);
@@ -202,7 +202,7 @@ const FileCase cases[] = {
 1,3,12,22-)"},
     // Other than a stop: a known difference.
     {"DeleteGoesByTheLastNameOfABlock",
-     with(Site, "</", "ServerName other.example\n</") +
+     with(OneSite, "</", "ServerName other.example\n</") +
          with(block("other.example"), "</", "ServerName example.com\n</"),
      erase(), R"(24
 5-<VirtualHost *:80>
@@ -211,7 +211,7 @@ const FileCase cases[] = {
 8-</VirtualHost>)"},
     // A known loss; whoever mends it must see it here.
     {"DeleteTakesANamelessBlockBehindTheSiteAlong",
-     Site + "<VirtualHost *>\n</VirtualHost>\n" + block("other.example") +
+     OneSite + "<VirtualHost *>\n</VirtualHost>\n" + block("other.example") +
          "<VirtualHost *>\n</VirtualHost>\n",
      erase(), R"(24
 2-	ServerName example.com
@@ -224,7 +224,7 @@ const FileCase cases[] = {
 6-<VirtualHost *:80>
 7-	ServerName open.example)"},
     // A tag that cannot be read ends no block.
-    {"DeleteAsksForTheWholeClosingTag", with(Site, "</", "</VirtualHost >\n</"), erase(), R"(24
+    {"DeleteAsksForTheWholeClosingTag", with(OneSite, "</", "</VirtualHost >\n</"), erase(), R"(24
 1-<VirtualHost *:80>
 2-	ServerName example.com
 3-</VirtualHost >
@@ -235,7 +235,7 @@ const FileCase cases[] = {
 
 class WebsiteSwitch : public ::testing::TestWithParam<FileCase> {};
 TEST_P(WebsiteSwitch, File) { check(GetParam()); }
-INSTANTIATE_TEST_SUITE_P(Operation, WebsiteSwitch, ::testing::ValuesIn(cases), byName);
+INSTANTIATE_TEST_SUITE_P(Operation, WebsiteSwitch, ::testing::ValuesIn(websiteSwitchCases), byName);
 
 TEST(WebsiteStatus, IsReadFromTheServerNameLine) {
     const std::tuple<std::string, int, std::string> cases_[] = {
@@ -252,8 +252,8 @@ TEST(WebsiteStatus, IsReadFromTheServerNameLine) {
          "example.com\n"},
         {block("example.com ") + block("example.com:80") + "<VirtualHostX *>\nServerName example.com\n", 1,
          ""},
-        {std::string(1023, 'x') + "\n" + Site, 34, "example.com\n"},
-        {std::string(1024, 'x') + "\n" + Site, 1, ""}};
+        {std::string(1023, 'x') + "\n" + OneSite, 34, "example.com\n"},
+        {std::string(1024, 'x') + "\n" + OneSite, 1, ""}};
     const std::string file = scratch("httpd.conf");
     for (const auto& [text, result, printed] : cases_) {
         writeFile(file, text);
