@@ -147,7 +147,7 @@ class Ground:
                 os.symlink(f"../sites-available/{name}", f"{self.folder}/sites-enabled/{name}")
             blocks = [f"IncludeOptional {self.folder}/sites-enabled/*.conf\n"]
         with open(self.conf, "w") as file:
-            file.write("\n".join([head.replace(":8099", ":8099\nListen 127.0.0.1:443"), *blocks]))
+            file.write("\n".join([head.replace(":8099", ":8099\nListen 443"), *blocks]))
     def run(self, words, text=""):
         """Seconds, those of them on a processor, and the peak of its memory in bytes."""
         command = [self.zpweb, "--conf", self.conf, "--no-check", "--no-reload", "--quiet", *words]
