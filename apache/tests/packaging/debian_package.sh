@@ -62,7 +62,7 @@ for file in usr/bin/zpweb usr/lib/libzpapache.so.1 usr/include/zpapache/CZPWebsi
     usr/share/bash-completion/completions/zpweb usr/share/doc/zpapache/copyright; do
     grep -q "\./$file\( \|$\)" <<<"$contents" || fail "$file is not in the package"
 done
-rm -f /var/lib/man-db/auto-update # the index of all manual pages
+rm -f /var/lib/man-db/auto-update # with it dpkg writes the index of all manual pages anew
 quietly dpkg --install "$package"
 [ "$(command -v zpweb)" = /usr/bin/zpweb ] || fail "there is another zpweb: $(command -v zpweb)"
 check_dependencies

@@ -64,7 +64,7 @@ char switchOf(std::string_view mode) {
 }
 
 // A new site as it was asked for, and as the server needs it.
-struct NewSite {
+struct CreationPlan {
     std::string name, home;
     std::string file;          // that its block goes into
     std::string link, target;  // to the file, where the server wants one
@@ -76,12 +76,12 @@ struct NewSite {
     bool before24 = false;
 };
 
-char switchFor(const NewSite& plan, const std::string& mode) {
+char switchFor(const CreationPlan& plan, const std::string& mode) {
     // Without the line that announces the address, which only old servers need, the block is the same.
     return plan.shared && !plan.before24 ? Plain : switchOf(mode);
 }
 
-VHostEntry entryFor(const NewSite& plan, const Arguments& given) {
+VHostEntry entryFor(const CreationPlan& plan, const Arguments& given) {
     const std::string owner = given[Owner];
     VHostEntry entry{};
     setField(entry.IPAddress, plan.listening.address);
@@ -95,7 +95,7 @@ VHostEntry entryFor(const NewSite& plan, const Arguments& given) {
     return entry;
 }
 
-Outcome choosePlace(const Configuration& configuration, const Arguments& given, NewSite& plan) {
+Outcome choosePlace(const Configuration& configuration, const Arguments& given, CreationPlan& plan) {
     if (given[Mode] == "own") {
         plan.file = fileOfAddress(configuration, plan.listening.address);
         return canTakeBlock(*configuration.file(plan.file), plan.listening.address);
@@ -110,8 +110,8 @@ Outcome choosePlace(const Configuration& configuration, const Arguments& given, 
     return done();
 }
 
-NewSite newSiteFrom(const Configuration& configuration, const Arguments& given) {
-    NewSite plan;
+CreationPlan creationPlan(const Configuration& configuration, const Arguments& given) {
+    CreationPlan plan;
     plan.name = given[Name];
     plan.home = given[Parent].value_or(homeOf(given[Owner])) + "/" + plan.name;
     plan.shared = given[Mode].value_or("shared") == "shared";
@@ -125,7 +125,7 @@ NewSite newSiteFrom(const Configuration& configuration, const Arguments& given) 
     return plan;
 }
 
-Outcome isFree(Transaction& change, const NewSite& plan) {
+Outcome isFree(Transaction& change, const CreationPlan& plan) {
     const Configuration& configuration = change.configuration();
     const std::string readable = inQuotes(readableHostName(plan.name));
     if (const auto places = configuration.find(plan.name); !places.empty()) {
@@ -145,7 +145,7 @@ Outcome isFree(Transaction& change, const NewSite& plan) {
     return done();
 }
 
-Outcome canListen(const Configuration& configuration, const NewSite& plan, bool listen) {
+Outcome canListen(const Configuration& configuration, const CreationPlan& plan, bool listen) {
     if (Outcome ours = isOfThisHost(plan.listening.address); !ours.ok()) {
         return ours;
     }
@@ -169,7 +169,7 @@ Scope creationScope(const ConfigurationFile& file, const VHostEntry& entry) {
     return scope;
 }
 
-Outcome meaningFor(const NewSite& plan, int result) {
+Outcome meaningFor(const CreationPlan& plan, int result) {
     if (result == result::AlreadyThere) {
         return failure(Status::Exists, "the name, or the block of the address, is taken by another site");
     }
@@ -179,7 +179,7 @@ Outcome meaningFor(const NewSite& plan, int result) {
 }
 
 // The library's block, in the file that it is for.
-Outcome stageBlock(Transaction& change, NewSite& plan) {
+Outcome stageBlock(Transaction& change, CreationPlan& plan) {
     Edit edit;
     edit.file = plan.file;
     edit.bound = zp::conf::bound::Creation;
@@ -199,7 +199,7 @@ Outcome stageBlock(Transaction& change, NewSite& plan) {
 }
 
 // The same file, with the block fitted to the server.
-Outcome fitBlock(Transaction& change, const NewSite& plan) {
+Outcome fitBlock(Transaction& change, const CreationPlan& plan) {
     NewBlock wanted;
     wanted.address = plan.entry.IPSwitch != Own ? plan.listening.text() : "";
     wanted.logs = plan.logs;
@@ -222,7 +222,7 @@ Outcome fitBlock(Transaction& change, const NewSite& plan) {
 }
 
 // A file of its own, where the site gets one.
-Outcome beginFile(Transaction& change, const NewSite& plan) {
+Outcome beginFile(Transaction& change, const CreationPlan& plan) {
     if (change.configuration().file(plan.file) != nullptr) {
         return done();
     }
@@ -230,7 +230,7 @@ Outcome beginFile(Transaction& change, const NewSite& plan) {
     return outcome.ok() && !plan.link.empty() ? change.link(plan.link, plan.target) : outcome;
 }
 
-void report(Transaction& change, const NewSite& plan) {
+void report(Transaction& change, const CreationPlan& plan) {
     const Place made = change.configuration().find(plan.name).front();
     Output& output = change.output();
     output.set("site", plan.name);
@@ -244,7 +244,7 @@ void report(Transaction& change, const NewSite& plan) {
 
 Outcome create(Transaction& change, const Arguments& given) {
     const Configuration& configuration = change.configuration();
-    NewSite plan = newSiteFrom(configuration, given);
+    CreationPlan plan = creationPlan(configuration, given);
     Outcome outcome = choosePlace(configuration, given, plan);
     if (given[Mode] == "own") {
         askForBlock(change, plan.listening.address);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <set>
+
 #include "input/Json.h"
 #include "text/Restrictions.h"
 #include "text/Words.h"
