@@ -30,6 +30,9 @@ def authority():
     issue(SITE, "other.example")  # whose common name alone is the site's
 
 
+DAYS_LEFT = (29, 30)  # of a certificate for 30 days: whole ones, so one less a second later
+
+
 def openssl(*words):
     subprocess.run(["openssl", *map(str, words)], check=True, capture_output=True)
 
