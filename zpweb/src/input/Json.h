@@ -1,15 +1,9 @@
-// JSON as it is read and written. What the library makes of its templates is compiled once, in Json.cpp: it
-// would be more than half of each source that uses it.
+// JSON as it is read and written.
 #pragma once
 
 #include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
-
-extern template class nlohmann::basic_json<>;
-extern template class nlohmann::basic_json<nlohmann::ordered_map>;
-extern template class std::vector<nlohmann::json>;
-extern template class std::vector<nlohmann::ordered_json>;
 
 namespace zpweb {
 
