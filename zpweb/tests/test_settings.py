@@ -341,6 +341,25 @@ def test_users_that_cannot_log_in_are_refused(server, content, status, told):
     assert answer.status == status and told in answer.err and server.files() == before, answer
 
 
+@pytest.mark.parametrize("name", ["web", "${who}", "#4711"])
+@ONE_LAYOUT
+def test_the_account_that_counts_is_the_one_that_the_server_runs_as(server, name):
+    with open("/etc/passwd", "a") as users, open("/etc/group", "a") as groups:
+        users.write("web:x:4711:4711::/nonexistent:/bin/false\n")
+        groups.write("web:x:4711:\n")
+    (server.tree / "conf-enabled/own.conf").write_text(f"Define who web\nUser {name}\nGroup {name}\n")  # the main file's is another
+    server.signal("stop")
+    server.signal("start")
+    server.do("user", "add", SITE, "joe", input="secret\n")
+    server.do("access", "set", SITE, "/", "--users", "joe")
+    asked = subprocess.run(["curl", "-s", "-u", "joe:secret", f"http://{SITE}/", "--resolve", f"{SITE}:80:127.0.0.1"], capture_output=True, text=True)
+    assert asked.stdout == SITE and os.stat(f"/etc/webusers/passwd.{SITE}").st_gid == 4711
+    answer = server.run("site", "create", "new.example", "--owner", OWNER)
+    assert answer.status == 3 and "the server's user web cannot pass" in answer.err, answer
+    assert server.do("server", "info", "--json").json["user"] == "web"
+    shutil.rmtree("/etc/webusers")
+
+
 @contextlib.contextmanager
 def own_address(address):
     """One that others reach this host at; it has none besides."""

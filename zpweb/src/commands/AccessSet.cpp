@@ -2,8 +2,8 @@
 #include "commands/SettingsCommands.h"
 #include "commands/shared/SettingParameters.h"
 #include "host/Paths.h"
+#include "server/ServerUser.h"
 #include "settings/AccessChange.h"
-#include "settings/SiteFacts.h"
 #include "settings/SiteSettings.h"
 
 namespace zpweb {
@@ -25,7 +25,8 @@ Outcome setGivenAccess(Transaction& change, const Site& site, const Arguments& g
     }
     if (!path.users.empty()) {
         path.userFile = given[UserFile].value_or(zp::host::path::WebUsers + settingName(site.name()));
-        if (Outcome there = usersAreThere(path, serverUser(change.configuration())); !there.ok()) {
+        const ServerAccount server = serverAccount(change.configuration(), change.live());
+        if (Outcome there = usersAreThere(path, server.user); !there.ok()) {
             return there;
         }
     }

@@ -1,13 +1,12 @@
 // doctor: what sleeps in a configuration until the next restart.
-#include "CZPWebsite.h"
 #include "commands/Commands.h"
 #include "commands/shared/DiskFindings.h"
-#include "commands/shared/Operation.h"
 #include "commands/shared/ReadingFindings.h"
 #include "commands/shared/TextFindings.h"
 #include "server/Inspection.h"
 #include "server/LogLinks.h"
 #include "server/Logs.h"
+#include "server/ServerUser.h"
 #include "sys/File.h"
 #include "sys/Process.h"
 #include "sys/Trap.h"
@@ -20,15 +19,6 @@ constexpr auto Repair = flag(
     "--repair",
     "Remove the links by which sites' owners lead logs that root writes elsewhere, and move aside what is "
     "no log");
-
-// The account that the server's processes run as; empty when the configuration does not tell.
-std::string accountOfServer(const std::string& main, Output& output) {
-    std::string user;
-    std::string group;
-    CZPWebsite website(nullptr, main.c_str());
-    static_cast<void>(quietly(output, [&] { return website.getApacheUserGroup(main, user, group); }));
-    return user;
-}
 
 // What only a configuration that the server takes can tell.
 void findByReading(const Reading& reading, Output& output, const std::string& user, Findings& findings,
@@ -77,7 +67,7 @@ Outcome doctor(Session& session, const Configuration& configuration, const Argum
             {server.ran ? "the server refuses its configuration" : "the server cannot be asked", main,
              server.ran ? server.words : "apache2 or httpd is not to be found"});
     }
-    const std::string user = accountOfServer(main, session.output);
+    const std::string user = serverAccount(configuration, server.reading.get()).user;
     const std::vector<OpenedLog> logs = openedLogs(server.reading.get(), configuration);
     Outcome repaired = given[Repair] ? repairLogs(logs, session.output, session.settings.dryRun) : done();
     if (!repaired.ok()) {

@@ -2,8 +2,8 @@
 #include "commands/Commands.h"
 #include "commands/shared/Overrides.h"
 #include "commands/shared/Protection.h"
-#include "commands/shared/ServerUser.h"
 #include "server/DirectoryRules.h"
+#include "server/ServerUser.h"
 #include "sys/File.h"
 #include "sys/Process.h"
 
@@ -12,8 +12,8 @@ namespace zpweb {
 namespace {
 
 // Files that are there keep their modes.
-Outcome canBeRead(const Configuration& configuration, const std::string& directory) {
-    const auto user = answeringUser(configuration);
+Outcome canBeRead(Transaction& change, const std::string& directory) {
+    const auto user = answeringUser(change.configuration(), change.live());
     for (const char* name : {"/.htaccess", "/.htpasswd"}) {
         const std::string path = directory + name;
         if (user && isFile(path) && !isReadableBy(user->name, path)) {
@@ -29,7 +29,7 @@ Outcome protect(Transaction& change, const Arguments& given) {
     const std::string directory = given[ProtectedDirectory];
     Outcome can = needsTool();
     can = can.ok() ? heedsAccessFiles(change.configuration(), directory) : can;
-    can = can.ok() ? canBeRead(change.configuration(), directory) : can;
+    can = can.ok() ? canBeRead(change, directory) : can;
     change.expect("", "protection of " + directory, heedsAccessFile(directory));
     return can.ok() ? protectFor(change, directory, given[ProtectedUser], given.secret()) : can;
 }

@@ -5,6 +5,7 @@
 #include "commands/Commands.h"
 #include "commands/shared/Operation.h"
 #include "host/Paths.h"
+#include "server/ServerUser.h"
 
 namespace zpweb {
 
@@ -15,7 +16,7 @@ constexpr auto OwnerOf = option("--owner-of", Kind::Path, "PATH", "Also show the
 // What the library finds out about the installed server.
 struct Installed {
     std::array<int, 3> version{};
-    std::string root, modules, service, pidFile, user, group;
+    std::string root, modules, service, pidFile;
     bool cloud = false;
     int highest = 0;
 
@@ -28,7 +29,6 @@ struct Installed {
         pidFile = website.getApachePIDFilePath();
         cloud = website.ISCloudLinux();
         highest = website.ExtractHighestLVEid(main);
-        static_cast<void>(website.getApacheUserGroup(main, user, group));
     }
 
     std::string versionText() const {
@@ -51,8 +51,9 @@ Outcome info(Session& session, const Configuration& configuration, const Argumen
     output.set("pid_file", known(server.pidFile(configuration)));
     output.set("pid_file_found", known(installed.pidFile));
     output.set("running", server.master(configuration).has_value());
-    output.set("user", known(installed.user));
-    output.set("group", known(installed.group));
+    const ServerAccount account = serverAccount(configuration, nullptr);
+    output.set("user", known(account.user));
+    output.set("group", known(account.group));
     output.set("cloudlinux", installed.cloud);
     output.set("highest_lve", installed.highest);
     for (const char* key : {"WebServerPort", "PHPHandler", "SUexecSetting"}) {
@@ -76,9 +77,8 @@ Command serverInfo() {
         .parameters = {OwnerOf},
         .operations = {"getApacheVersion", "CZPWebsite::getApacheServerRoot",
                        "CZPWebsite::getApacheModulesDir", "CZPWebsite::getApacheServicePath",
-                       "CZPWebsite::getApachePIDFilePath", "CZPWebsite::getApacheUserGroup",
-                       "CZPWebsite::ISCloudLinux", "CZPWebsite::ExtractHighestLVEid",
-                       "getParamFromZPConfFile", "GetPathOwner"},
+                       "CZPWebsite::getApachePIDFilePath", "CZPWebsite::ISCloudLinux",
+                       "CZPWebsite::ExtractHighestLVEid", "getParamFromZPConfFile", "GetPathOwner"},
         .examples = {"server info", "server info --json"},
     };
 }

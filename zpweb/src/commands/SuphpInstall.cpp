@@ -6,9 +6,9 @@
 #include "CZPWebsite.h"
 #include "commands/Commands.h"
 #include "commands/shared/Operation.h"
-#include "commands/shared/ServerUser.h"
 #include "conf/SuPhpConfiguration.h"
 #include "host/Paths.h"
+#include "server/ServerUser.h"
 #include "sys/File.h"
 
 namespace zpweb {
@@ -62,6 +62,15 @@ std::string missing(const std::string& user, const Arguments& given, bool keepsP
                                                                                       : "";
 }
 
+// The operation looks for it in the main file alone.
+std::string userInMainFile(const std::string& main, Output& output) {
+    std::string user;
+    std::string group;
+    CZPWebsite website(nullptr, main.c_str());
+    static_cast<void>(quietly(output, [&] { return website.getApacheUserGroup(main, user, group); }));
+    return user;
+}
+
 Outcome installNow(Output& output, const std::string& main, const std::string& user,
                    const Arguments& given) {
     const bool keepsProgram = exists(suphp::Program);
@@ -93,8 +102,8 @@ Outcome install(Transaction& change, const Arguments& given) {
                                             "is installed; remove it to have it installed anew");
     }
     const std::string main = change.configuration().main().path();
-    const std::string user = serverAccount(change.configuration()).user;
-    if (user.empty()) {
+    const std::string user = userInMainFile(main, change.output());
+    if (user.empty() || user != serverAccount(change.configuration(), change.live()).user) {
         return failure(Status::Refused, main + ": it does not tell the server's User");
     }
     change.afterwards(
@@ -113,7 +122,7 @@ Command suphpInstall() {
         .summary = "Install suPHP on this host",
         .action = install,
         .parameters = {Webspace, Php},
-        .operations = {"CZPWebsite::ConfigureSuPhp"},
+        .operations = {"CZPWebsite::getApacheUserGroup", "CZPWebsite::ConfigureSuPhp"},
         .more = "What it installs is not taken back by \"undo\".",
         .examples = {"suphp install /home /usr/bin/php-cgi"},
         .panelOnly = true,

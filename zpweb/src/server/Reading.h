@@ -45,6 +45,11 @@ struct VirtualHost {
     ServedNames names;                   // the name is empty when it has no ServerName
 };
 
+// Whom the server answers requests as.
+struct ServerAccount {
+    std::string user, group;  // "#33" where it is named by its number
+};
+
 class Reading {
 public:
     static Reading parse(std::string printed);
@@ -55,6 +60,7 @@ public:
     const std::vector<VirtualHost>& hosts() const { return hosts_; }
     const std::vector<std::string>& included() const { return included_; }  // files that were read
     const NameMap& names() const { return names_; }
+    const ServerAccount& account() const { return account_; }  // empty where the server tells none
 
     // Where requests can arrive: the addresses and ports of the Listen directives. One that listens on
     // every address is there as "*" and as each address that blocks name.
@@ -92,6 +98,7 @@ private:
     std::vector<VirtualHost> hosts_;
     std::string serverRoot_;  // which is no directive of the reading: the server has it before the others
     NameMap names_;
+    ServerAccount account_;
     std::vector<Endpoint> endpoints_;
     std::unordered_map<std::string_view, std::vector<uint32_t>> byName_;
     bool complete_ = false;

@@ -93,7 +93,8 @@ private:
             const std::string_view root = zp::conf::upTo(line.substr(RunsIn.size()), "\"");
             reading_.serverRoot_ = root.substr(0, root.find_last_not_of('/') + 1);
         } else if (part_ == Part::Run) {
-            return;
+            takeAccount(line, "User: name=\"", reading_.account_.user);
+            takeAccount(line, "Group: name=\"", reading_.account_.group);
         } else if (part_ != Part::Directives && (line.starts_with('#') || line.starts_with('<'))) {
             part_ = Part::Directives;
             takeDirective(line);
@@ -106,6 +107,12 @@ private:
             takeMapping(line);
         } else {
             takeDirective(line);
+        }
+    }
+
+    static void takeAccount(std::string_view line, std::string_view begin, std::string& name) {
+        if (line.starts_with(begin)) {
+            name = zp::conf::upTo(line.substr(begin.size()), "\"");
         }
     }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "server/Protocol.h"
+#include "server/ServerUser.h"
 #include "settings/Modules.h"
 #include "settings/Proof.h"
 #include "settings/SelfSigned.h"
@@ -177,7 +178,7 @@ Outcome isFirst(const Reading& staged) {
 }  // namespace
 
 Outcome setCatchAll(Transaction& change, const std::string& page) {
-    if (!page.empty() && !isReadableBy(serverUser(change.configuration()), page)) {
+    if (!page.empty() && !isReadableBy(serverAccount(change.configuration(), change.live()).user, page)) {
         return failure(page + ": the server's user cannot read it");
     }
     const Reading* reading = change.live();

@@ -220,20 +220,6 @@ std::string rootInEffect(const Place& place, const Reading* reading) {
     return root.empty() ? reading->rootIn(Directive::None) : root;
 }
 
-// Debian's configuration names it by a variable of the server's environment.
-std::string serverUser(const Configuration& configuration) {
-    std::string user;
-    for (const ConfigurationFile* file : configuration.serverParts()) {
-        for (const std::string_view line : file->lines().all) {
-            const auto words = wordsIn(line);
-            if (words.size() == 2 && conf::equalIgnoringCase(words[0], "User")) {
-                user = words[1];
-            }
-        }
-    }
-    return user.empty() || conf::contains(user, "${") ? "www-data" : user;
-}
-
 std::vector<Peer> peersOf(const Configuration& configuration, const Place& place, const Reading* reading) {
     std::vector<Peer> peers;
     const bool perhapsBalanced = configuration.loads("remoteip_module");

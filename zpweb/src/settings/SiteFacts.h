@@ -40,9 +40,6 @@ std::vector<Place> answeringBlocks(const Configuration& configuration, const std
 // it. Empty when that takes a reading, and there is none.
 std::string rootInEffect(const Place& place, const Reading* reading);
 
-// The account that the server's processes run as.
-std::string serverUser(const Configuration& configuration);
-
 // Where a visitor of this host can ask for the block: its addresses, where the server listens. What a name
 // in them stands for is told by the reading.
 std::vector<Peer> peersOf(const Configuration& configuration, const Place& place, const Reading* reading);

@@ -7,11 +7,11 @@
 #include <utility>
 #include <vector>
 
-#include "commands/shared/ServerUser.h"
 #include "host/Accounts.h"
 #include "host/HeldDirectory.h"
 #include "host/SiteDirectories.h"
 #include "input/Quoted.h"
+#include "server/ServerUser.h"
 #include "sys/File.h"
 #include "sys/GuardedDirectory.h"
 #include "sys/Look.h"
@@ -98,7 +98,7 @@ Outcome makeHome(Transaction& change, const std::string& home, const std::string
 }
 
 Outcome makeReachable(Transaction& change, const std::string& home, bool open) {
-    const auto user = answeringUser(change.configuration());
+    const auto user = answeringUser(change.configuration(), change.live());
     if (!user) {
         return done();  // nothing is known of who serves it
     }

@@ -5,12 +5,12 @@
 
 #include "CZPWebsite.h"
 #include "commands/shared/Operation.h"
-#include "commands/shared/ServerUser.h"
 #include "conf/Text.h"
 #include "host/Accounts.h"
 #include "host/Paths.h"
 #include "host/WebUsers.h"
 #include "input/Quoted.h"
+#include "server/ServerUser.h"
 #include "sys/File.h"
 #include "sys/Process.h"
 #include "text/Lines.h"
@@ -111,7 +111,7 @@ std::vector<std::string> userNamesOf(const std::string& domain) {
 }
 
 Outcome letServerRead(Transaction& change, const std::string& file) {
-    const auto& [user, group] = serverAccount(change.configuration());
+    const auto [user, group] = serverAccount(change.configuration(), change.live());
     const auto known = zp::host::findGroup(group);
     const Content text = change.contentOf(file);
     if (!known || !text || (exists(file) && isReadableBy(user, file))) {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "server/Configuration.h"
+#include "server/Reading.h"
 
 namespace zpweb {
 
@@ -17,14 +18,11 @@ struct ServerUser {
     std::vector<gid_t> groups;
 };
 
-struct ServerAccount {
-    std::string user, group;
-};
-
-// As the configuration's main file on the disk says; of many sites, the first one asks.
-const ServerAccount& serverAccount(const Configuration& configuration);
-// Absent when the configuration names none that the host has.
-std::optional<ServerUser> answeringUser(const Configuration& configuration);
+// As the server itself tells; without a reading, as the lines of its configuration say. Empty where neither
+// does.
+ServerAccount serverAccount(const Configuration& configuration, const Reading* reading);
+// Absent when that is none that the host has.
+std::optional<ServerUser> answeringUser(const Configuration& configuration, const Reading* reading);
 
 // By the mode bits: may it step through the directory, or read the file? ACLs are not looked at.
 bool canPass(const ServerUser& user, const struct stat& directory);
