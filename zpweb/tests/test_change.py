@@ -246,6 +246,25 @@ def test_undo_of_a_creation_removes_the_folders_that_are_empty(machine):
     assert {path for path in after if ".zpweb" not in path} == set(before)
 
 
+def test_a_change_waits_for_processes_of_before_that_would_still_answer(live):
+    """One that was not given the time to leave takes requests, and answers as before."""
+    master = (live.root / "run/httpd.pid").read_text().strip()
+    answering = lambda: {int(pid) for pid in Path(f"/proc/{master}/task/{master}/children").read_text().split()
+                         if len([*Path(f"/proc/{pid}/task").glob("*")]) > 1}  # the one for scripts is alone
+    old = answering()
+    for pid in old:
+        os.kill(pid, signal.SIGSTOP)
+    run = subprocess.Popen([ZPWEB, "--conf", live.conf, "host", "add", "shop.example", "more.example"])
+    try:
+        await_true(lambda: answering() - old)
+        time.sleep(1.5)
+        assert run.poll() is None
+    finally:
+        for pid in old:
+            os.kill(pid, signal.SIGCONT)
+    assert run.wait(20) == 0
+
+
 def test_undo_shows_nothing_of_a_password_file(site):
     users = Path("/etc/webusers/passwd.shop.example")
     site.do("user", "add", "shop.example", "joe", input="sesame\n")

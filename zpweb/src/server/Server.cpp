@@ -24,6 +24,7 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto LongestReload = 20s;
+constexpr auto LongestDeparture = 3s;
 constexpr auto LongestSilence = 8s;
 constexpr auto BetweenLooks = 20ms;
 
@@ -110,6 +111,7 @@ std::string Server::obstacle(const Configuration& configuration, pid_t master) c
 }
 
 Outcome Server::awaitGeneration(pid_t master, const std::string& pidFile, Generation old) const {
+    const std::vector<pid_t> before = old.children;
     Succession succession(std::move(old));
     const auto until = std::chrono::steady_clock::now() + LongestReload;
     while (std::chrono::steady_clock::now() < until) {
@@ -121,10 +123,25 @@ Outcome Server::awaitGeneration(pid_t master, const std::string& pidFile, Genera
             return failure("the server ended while it was reloading");
         }
         if (succession.hasCome(Generation::of(master, pidFile), std::chrono::steady_clock::now())) {
+            awaitDeparture(before);
             return done();
         }
     }
     return failure("the server has not taken up its new configuration in 20 s");
+}
+
+// One of before takes requests, and answers by what it has read, until it lets go of the sockets that all
+// share.
+void Server::awaitDeparture(const std::vector<pid_t>& processes) const {
+    const auto until = std::chrono::steady_clock::now() + LongestDeparture;
+    while (std::chrono::steady_clock::now() < until &&
+           std::any_of(processes.begin(), processes.end(),
+                       [](pid_t process) { return !portsOf(process).empty(); })) {
+        std::this_thread::sleep_for(BetweenLooks);
+        if (waiting_) {
+            waiting_();
+        }
+    }
 }
 
 // Its new processes are there already. One that is too busy to answer, or speaks another protocol, has

@@ -43,6 +43,7 @@ public:
 private:
     std::string runningPidFile(const std::string& name) const;
     Outcome awaitGeneration(pid_t master, const std::string& pidFile, Generation old) const;
+    void awaitDeparture(const std::vector<pid_t>& processes) const;
     Outcome probe(const Configuration& configuration, pid_t master) const;
 
     std::string main_;
