@@ -260,6 +260,8 @@ def test_a_server_without_tls_gets_its_module_and_its_listener(live):
     live.do(*words)
     assert shown("shop.example", port=port) == fingerprint("shop") and f"\nListen 127.0.0.1:{port}\n" in live.text()
     assert live.do("export").json["sites"][0]["tls"]["port"] == port
+    for listed in live.do("site", "list", "--json").json["sites"][0], live.do("site", "show", "shop.example", "--json").json:
+        assert [each["tls"] for each in listed["blocks"]] == [False, True], "an included file switches it on"
     live.do("tls", "off", "shop.example")
     assert live.get("shop.example") == (200, "the shop")
 

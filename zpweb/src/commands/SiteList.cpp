@@ -74,11 +74,11 @@ std::string addressColumn(const std::vector<Place>& places) {
     return all;
 }
 
-void appendBlocks(std::string& json, const std::vector<Place>& places) {
+void appendBlocks(std::string& json, const Configuration& configuration, const std::vector<Place>& places) {
     json += '[';
     for (const Place& place : places) {
         json += &place == &places.front() ? "" : ",";
-        appendBlock(json, place);
+        appendBlock(json, configuration, place);
     }
     json += ']';
 }
@@ -121,7 +121,8 @@ std::string_view servedState(const std::vector<Place>& places, const Served& ser
     return reached || state == "stopped" ? state : "not reached";
 }
 
-void addRow(List& rows, const std::vector<Place>& places, bool json, const Served& served) {
+void addRow(List& rows, const Configuration& configuration, const std::vector<Place>& places, bool json,
+            const Served& served) {
     const Block& block = *places.front().block;
     const std::string readable = readableOf(block.name);
     rows.row().add("name", block.name.empty() ? places.front().text() : std::string(block.name));
@@ -136,7 +137,7 @@ void addRow(List& rows, const std::vector<Place>& places, bool json, const Serve
             addHostNames(*place.block, names);
         }
         rows.add("names", names);
-        appendBlocks(rows.member("blocks"), places);
+        appendBlocks(rows.member("blocks"), configuration, places);
         rows.add("flags", flags);
     } else {
         const std::string addresses = addressColumn(places);
@@ -208,11 +209,11 @@ Outcome listSites(Session& session, const Configuration& configuration, const Ar
     List& rows = session.output.list("sites", std::move(columns));
     for (const std::vector<Place>& places : placesBySite(configuration)) {
         if (!given[ByBlock]) {
-            addRow(rows, places, session.settings.json, served);
+            addRow(rows, configuration, places, session.settings.json, served);
             continue;
         }
         for (const Place& place : places) {
-            addRow(rows, {place}, session.settings.json, served);
+            addRow(rows, configuration, {place}, session.settings.json, served);
         }
     }
     for (const MacroSite& site : macroSites(configuration)) {

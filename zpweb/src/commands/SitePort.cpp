@@ -19,7 +19,9 @@ constexpr auto NewPort = needed("PORT", Kind::Port, "The new port");
 constexpr auto NewAddress = option("--address", Kind::Address, "IP", "The new address");
 constexpr auto Listen = flag("--listen", "Let the server listen on the new port when it does not");
 
-bool isSecure(const Block& block) { return block.tls || isOnPort(block, "443"); }
+bool isSecure(const Configuration& configuration, const Block& block) {
+    return isOnPort(block, "443") || configuration.switchesTlsOn(block);
+}
 
 // Whose port is meant, and which: without --port the one of its first block that speaks plain HTTP, where
 // the site has such.
@@ -44,7 +46,8 @@ Expected<Meant> meantBlocks(Transaction& change, const Site& site, const Argumen
     }
     const Block* first = nullptr;
     for (const Place& place : site.places) {
-        const bool better = first == nullptr || (isSecure(*first) && !isSecure(*place.block));
+        const bool better = first == nullptr || (isSecure(change.configuration(), *first) &&
+                                                 !isSecure(change.configuration(), *place.block));
         first = !place.block->stopped && better ? place.block : first;
     }
     const std::vector<Word> addresses = writtenWords(first->addresses);

@@ -66,12 +66,12 @@ std::vector<std::string> hostNamesOfAll(const Site& site) {
 }
 
 // Blocks in their files, or those that a macro makes.
-template <class Blocks>
-void showBlocks(Output& output, const Blocks& all) {
+template <class Blocks, class Append>
+void showBlocks(Output& output, const Blocks& all, const Append& append) {
     std::string blocks = "[";
     for (const auto& block : all) {
         blocks += blocks.size() > 1 ? "," : "";
-        appendBlock(blocks, block);
+        append(blocks, block);
     }
     blocks += "]";
     output.set("blocks", JsonText{blocks});
@@ -159,7 +159,8 @@ Outcome showMade(Session& session, const Configuration& configuration, const std
     session.output.set("places", uses);
     session.output.set("made_by", made[0].made);
     if (session.settings.json) {
-        showBlocks(session.output, made);
+        showBlocks(session.output, made,
+                   [](std::string& json, const MacroSite& each) { appendBlock(json, each); });
     }
     return shown;
 }
@@ -181,7 +182,8 @@ Outcome showSite(Session& session, const Configuration& configuration, const Arg
     }
     session.output.set("places", all);
     if (session.settings.json) {
-        showBlocks(session.output, site->places);
+        showBlocks(session.output, site->places,
+                   [&](std::string& json, const Place& each) { appendBlock(json, configuration, each); });
     }
     return done();
 }

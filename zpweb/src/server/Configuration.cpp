@@ -156,7 +156,29 @@ void Configuration::nameBlocks(const ConfigurationFile& file, const Patterns& so
 }
 
 std::string Configuration::serverNameIn(std::string_view pattern) const {
-    std::string name;
+    return std::string(hostOf(lastIn(pattern, "ServerName")));
+}
+
+bool Configuration::switchesTlsOn(const Block& block) const {
+    constexpr std::string_view Engine = "SSLEngine";
+    bool on = block.tls;
+    const Statements statements(block);
+    for (const Statement& statement : statements) {
+        const bool own = statement.scope == 0 && statement.is(Engine);
+        const bool includes =
+            statement.scope == 0 && (statement.is("Include") || statement.is("IncludeOptional"));
+        const std::string value = own ? statement.argument(0)
+                                  : includes
+                                      ? lastIn(resolved(statement.argument(0), around_->defines), Engine)
+                                      : "";
+        on = value.empty() ? on : zp::conf::equalIgnoringCase(value, "on");
+    }
+    return on;
+}
+
+// The value of the last such line in the files that the pattern names, outside of sections.
+std::string Configuration::lastIn(std::string_view pattern, std::string_view directive) const {
+    std::string value;
     for (const std::string& path : included(pattern)) {
         const auto real = realOf(path);
         const ConfigurationFile* known = real.ok() ? file(*real) : nullptr;
@@ -164,12 +186,12 @@ std::string Configuration::serverNameIn(std::string_view pattern) const {
             known != nullptr ? Expected(known->content().text()) : readFile(path, LargestOfOthers);
         const Statements statements(text.ok() ? std::string_view(*text) : "");
         for (const Statement& statement : statements) {
-            if (statement.scope == None && statement.is("ServerName")) {
-                name = hostOf(resolved(statement.argument(0), around_->defines));
+            if (statement.scope == None && statement.is(directive)) {
+                value = resolved(statement.argument(0), around_->defines);
             }
         }
     }
-    return name;
+    return value;
 }
 
 const ConfigurationFile* Configuration::file(const std::string& path) const {

@@ -136,6 +136,8 @@ public:
     std::vector<std::string> included(std::string_view pattern) const;
     // The ServerName in the files that an Include line's pattern names; empty when there is none.
     std::string serverNameIn(std::string_view pattern) const;
+    // Does the block switch TLS on, by a line of its own or of a file that it includes?
+    bool switchesTlsOn(const Block& block) const;
     // Does a LoadModule line name the module ("ssl_module")? A Listen line such a socket? Those in
     // <IfModule> and the like count.
     bool loads(const std::string& module) const;
@@ -186,6 +188,7 @@ private:
     void drop(const std::string& path);
     bool isReached(const std::string& path, int Uses::*by) const;
     bool isIncluded(const std::string& path, int Uses::*by) const;
+    std::string lastIn(std::string_view pattern, std::string_view directive) const;
     bool isInBlocks(const ConfigurationFile& file) const { return known_.at(file.path()).inBlocks; }
     std::string absolute(std::string_view pattern) const;
     const Named& named() const;

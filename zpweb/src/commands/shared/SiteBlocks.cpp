@@ -20,11 +20,11 @@ std::string_view stateOf(const std::vector<Place>& places) {
     return all ? first : "partly";
 }
 
-void appendBlock(std::string& json, const Place& place) {
+void appendBlock(std::string& json, const Configuration& configuration, const Place& place) {
     const Block& block = *place.block;
     json += '{';
     appendMember(json, "address", zp::conf::trimEnd(block.addresses), true);
-    appendMember(json, "tls", block.tls);
+    appendMember(json, "tls", configuration.switchesTlsOn(block));
     appendMember(json, "state", stateOf(block));
     appendMember(json, "root", known(block.root));
     appendMember(json, "file", std::string_view(place.file->path()));

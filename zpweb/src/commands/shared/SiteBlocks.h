@@ -15,7 +15,7 @@ std::string_view stateOf(const Block& block);
 std::string_view stateOf(const std::vector<Place>& places);
 
 // Appends a block as JSON: its address, state and place.
-void appendBlock(std::string& json, const Place& place);
+void appendBlock(std::string& json, const Configuration& configuration, const Place& place);
 // The words of its ServerAlias lines.
 void addHostNames(const Block& block, std::vector<std::string>& names);
 
