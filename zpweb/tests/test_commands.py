@@ -568,6 +568,8 @@ def test_json_has_its_schema_and_errors_are_on_standard_error(site):
     assert "none.example" in answer.err
     assert site.do("site", "stop", "shop.example", "--quiet").out == ""
 
+    for words in (["site", "status", "shop.example"], ["site", "show", "shop.example"], ["directive", "get", "ServerRoot", "--quoted"]):
+        assert site.do(*words, "--quiet").out == site.do(*words).out != "", words
 
 def test_the_manual_comes_from_the_table():
     commands = {line.split("\t")[1] for line in

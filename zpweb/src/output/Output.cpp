@@ -227,7 +227,7 @@ Outcome Output::finish(Outcome outcome) {
     const bool good = outcome.ok() || outcome.status == Status::WouldChange;
     const bool listed = std::any_of(fields_.begin(), fields_.end(),
                                     [](const Field& field) { return field.list.has_value(); });
-    const auto shown = [&] { return !settings_.quiet || listed ? columns() : std::string(); };
+    const auto shown = [&] { return !settings_.quiet || listed || answers_ ? columns() : std::string(); };
     const std::vector<std::string> texts =
         settings_.json ? document(outcome) : std::vector<std::string>{shown(), diff()};
     if (!outcome.message.empty() && (!good || !settings_.quiet)) {

@@ -48,6 +48,8 @@ public:
     void set(std::string_view field, const Value& value);
     List& list(std::string_view field, std::vector<std::string> columns);
     void clear() { fields_.clear(); }
+    // The data are what was asked for: shown with --quiet, too.
+    void answers() { answers_ = true; }
     // One of several commands has ended: its data so far become its entry among the results.
     void endCommand(std::string_view command, const Outcome& outcome, bool changed);
     void startAgain() {
@@ -93,6 +95,7 @@ private:
     std::string command_;
     std::deque<Field> fields_;
     std::string diff_;
+    bool answers_ = false;
     bool changed_ = false;
     std::optional<bool> judged_;
     std::string impact_;                  // JSON, without the brackets

@@ -95,6 +95,7 @@ void decideConditionsFor(Session& session, Configuration& configuration) {
 }
 
 Outcome read(Session& session, const Command& command, const Arguments& arguments) {
+    session.output.answers();
     if (const Read* plain = std::get_if<Read>(&command.action)) {
         return (*plain)(session, arguments);
     }
