@@ -233,6 +233,15 @@ def test_ensure_counts_what_is_so_already_as_done(site):
     assert site.run("host", "remove", "none.example", "a.example", "--ensure").status == 6
 
 
+def test_ensure_adds_no_line_a_second_time(site):
+    site.do("directive", "add", "ServerSignature", "Off", "--site", "shop.example", "--ensure")
+    before = site.text()
+    assert before.count("ServerSignature Off") == 1
+    assert not site.do("directive", "add", "ServerSignature", "Off", "--site", "shop.example", "--ensure", "--json").json["changed"]
+    site.do("directive", "add", "ServerSignature", "Email", "--site", "shop.example", "--ensure")
+    assert site.do("directive", "add", "ServerSignature", "Off", "--site", "shop.example", "--ensure", "--json").json["changed"]  # it counted no more
+
+
 def test_undo_of_a_creation_removes_the_folders_that_are_empty(machine):
     before = machine.tree()
     assert machine.create("shop.example").status == 0

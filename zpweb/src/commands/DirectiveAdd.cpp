@@ -34,6 +34,12 @@ Outcome addDirective(Transaction& change, const Arguments& given) {
             return &at.in(change.configuration()) != site->first().block;
         });
     }
+    if (change.settings().ensure) {
+        std::erase_if(*blocks, [&](const BlockAt& at) {
+            return holdsDirective(Statements(at.in(change.configuration())), 0, given[DirectiveName],
+                                  writtenValue(given));
+        });
+    }
     if (auto asked = blocksAskedFor(*site, given)) {
         asked->first = given[First];
         expectAdded(change, *asked, given[DirectiveName], writtenValue(given));

@@ -226,6 +226,12 @@ size_t lastOf(const Statements& statements, size_t level, const StatementTest& t
     return None;
 }
 
+bool holdsDirective(const Statements& statements, size_t level, const std::string& name,
+                    const std::string& value) {
+    const size_t line = lastOf(statements, level, directiveTest(name, value));
+    return line != None && (isCumulative(name) || line == lastOf(statements, level, directiveTest(name)));
+}
+
 Outcome changeDirective(Transaction& change, const Arguments& given, const DirectiveChange& wanted) {
     return given.has(InSite) ? changeInBlocks(change, given, wanted)
                              : changeOnServer(change, given, wanted);

@@ -28,6 +28,10 @@ StatementTest directiveTest(const std::string& name, const std::optional<std::st
 // The last of them that stand in the block itself, or at the server's level; None without one.
 size_t lastOf(const Statements& statements, size_t level, const StatementTest& test);
 
+// Has the level the directive with this value, and no later line of it that counts instead?
+bool holdsDirective(const Statements& statements, size_t level, const std::string& name,
+                    const std::string& value);
+
 // A change of lines: in the blocks of the site that --site names, or at the server's level.
 struct DirectiveChange {
     const char* operation;
