@@ -305,6 +305,17 @@ def test_undo_of_a_creation_follows_no_link_of_the_owners(site):
     assert (victim / "html").exists()
 
 
+def test_a_protection_that_the_server_could_not_read_is_refused(site):
+    heeded(site)
+    for folder in "with blank", "plain":
+        (site.root / "www" / folder).mkdir()
+    site.do("protect", "add", site.root / "www/plain", "joe", input="one\n")
+    for words in ["add", site.root / "www/with blank", "joe"], ["edit", site.root / "www/plain", "joe", "--to", site.root / "www/with blank"]:
+        answer = site.run("protect", *words, input="two\n")
+        assert answer.status == 3 and "vdir set" in answer.err, answer
+    assert not list((site.root / "www/with blank").iterdir()) and len(list((site.root / "www/plain").iterdir())) == 2
+
+
 def test_undo_gives_a_deleted_file_its_owner_and_mode_back(site):
     passwords = heeded(site) / "größe/.htpasswd"
     passwords.parent.mkdir()

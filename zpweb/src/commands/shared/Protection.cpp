@@ -73,6 +73,13 @@ Outcome needsTool() {
 
 Outcome protectFor(Transaction& change, const std::string& directory, const std::string& user,
                    const std::string& secret) {
+    // The library writes the password file's path without quotes, and the server would answer 500.
+    if (directory.find_first_of(" \t") != std::string::npos) {
+        return failure(Status::Refused, "path " + inQuotes(directory) +
+                                            ": it has a blank, which the access file of a directory cannot "
+                                            "name; protect it with \"vdir set SITE " +
+                                            inQuotes(directory) + " --protect\"");
+    }
     change.output().set("folder", directory);
     change.output().set("user", user);
     return onProtection(change, directory, [&](const std::string& staged) {
