@@ -597,6 +597,7 @@ def test_a_name_of_a_stopped_site_is_free(site):
     assert site.run("apply", "-", *FAST, input="\n".join(map(json.dumps, lines))).status == 7
     site.do("site", "stop", "shop.example", *FAST)
     site.do("site", "rename", "b.example", "c.example", *FAST)
+    assert not site.do("site", "rename", "c.example", "C.example", "--json", *FAST).json["changed"]
 
 
 def test_names_of_a_listener_that_goes_are_impact(site):

@@ -167,6 +167,9 @@ Outcome rename(Transaction& change, const Site& site, const Arguments& given) {
     }
     change.output().set("site", names.to);
     change.output().set("was", names.from);
+    if (names.to == names.from) {
+        return done();
+    }
     change.asked().sites.insert(names.to);
     change.expect(names.to, "renamed", leadsToSiteIfServed(names.to));
     const Layout layout = layoutOf(change.configuration());
