@@ -378,6 +378,7 @@ def test_blocks_of_a_site_are_told_apart(machine):
         assert machine.do("site", "show", "shop.example", "--no-check", "--json").json["state"] == state
         assert machine.do("site", "list", "--json").json["sites"][0]["state"] == state
     machine.do("site", "stop", "shop.example", *FAST)
+    assert "on port 81" in machine.run("site", "start", "shop.example", "--port", "81", *FAST).err
     machine.do("site", "start", "shop.example", "--port", "80", *FAST)
     assert machine.text().count("#<VirtualHost *:443>") == 1 and "\n<VirtualHost *:80>" in machine.text()
     machine.conf.write_text(SECURE + SECURE.replace("<V", "#<V").replace("</V", "#</V").replace("    ", "#"))

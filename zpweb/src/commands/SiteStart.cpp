@@ -4,6 +4,7 @@
 #include "commands/Commands.h"
 #include "commands/shared/WholeBlock.h"
 #include "conf/Bounds.h"
+#include "input/Quoted.h"
 #include "text/Marks.h"
 
 namespace zpweb {
@@ -16,6 +17,12 @@ Outcome start(Transaction& change, const Site& site, const Arguments& given) {
     change.output().set("site", site.name());
     change.output().set("state", "running");
     const auto port = given[OnPort];
+    if (port && blocksOf(site, [&](const Block& block) {
+                    return isOnPort(block, std::to_string(*port));
+                }).empty()) {
+        return failure(Status::NotFound, "site " + inQuotes(site.name()) + ": no block of it is on port " +
+                                             std::to_string(*port));
+    }
     const auto blocks = blocksOf(site, [&](const Block& block) {
         return block.stopped && (!port || isOnPort(block, std::to_string(*port)));
     });
