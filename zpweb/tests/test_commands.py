@@ -397,6 +397,7 @@ def test_directives_folders_modules_and_parameters(site):
     site.do("param", "test", file, "Name", "two")
     site.do("param", "delete", file, "Name", "two")
     assert file.read_text() == ""
+    assert [site.run("param", "add", site.root / "none/param", "a", "b", *dry).status for dry in ([], ["--dry-run"])] == [6, 6]
 
 
 def test_the_logs_of_all_sites_get_a_policy_and_lose_it(site):
@@ -567,9 +568,9 @@ def test_json_has_its_schema_and_errors_are_on_standard_error(site):
     assert answer.json["schema"] == 2 and answer.json["status"] == "not found" and answer.json["changed"] is False
     assert "none.example" in answer.err
     assert site.do("site", "stop", "shop.example", "--quiet").out == ""
-
     for words in (["site", "status", "shop.example"], ["site", "show", "shop.example"], ["directive", "get", "ServerRoot", "--quoted"]):
         assert site.do(*words, "--quiet").out == site.do(*words).out != "", words
+
 
 def test_the_manual_comes_from_the_table():
     commands = {line.split("\t")[1] for line in

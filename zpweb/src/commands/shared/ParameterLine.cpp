@@ -60,6 +60,9 @@ Outcome editAnyFile(Transaction& change, const ParameterLine& line, const Parame
     if (Outcome may = mayBeEdited(change, line.file); !may.ok()) {
         return may;
     }
+    if (const std::string directory = directoryOf(line.file); !isDirectory(directory)) {
+        return failure(Status::NotFound, directory + ": no such directory");
+    }
     OtherEdit other = editOf(line, edit);
     other.createEmpty = true;
     return change.edit(other);
