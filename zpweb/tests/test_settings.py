@@ -234,6 +234,7 @@ def test_an_application_answers_behind_the_proxy(server):
         assert ask(SITE, "/.well-known/acme-challenge/nothing")[0] == 404
         assert [row["path"] for row in server.do("proxy", "list", SITE, "--json").json["proxies"]] == ["/app", "/"]
         assert json.loads(ask(SITE, "/app/x")[2])["path"] == "/x" and server.do("proxy", "list", "both.example", "--json").json["proxies"] == []
+        assert server.run("proxy", "list", "none.example").status == 6
     for path in ("/", "/app"):
         server.do("proxy", "remove", SITE, path)
     assert without_modules(server.files()) == without_modules(before)

@@ -14,19 +14,21 @@ constexpr auto OfSite = maybe("SITE", Kind::Site, "Those of this website only");
 Outcome listProxies(Session& session, const Configuration& configuration, const Arguments& given) {
     List& rows = session.output.list("proxies", {"site", "path", "url", "websocket", "timeout"});
     const auto wanted = given[OfSite];
+    bool found = false;
     for (const std::string& site : entriesOf(directoryOf(configuration.main().path()) + "/zpweb.d")) {
         const auto now = settingOf(configuration, site, Setting::Proxy);
         const auto setting = now ? proxiesFrom(now->asked) : std::nullopt;
         if (!setting || (wanted && settingName(*wanted) != site)) {
             continue;
         }
+        found = true;
         for (const ProxyPath& each : setting->paths) {
             rows.row().add("site", site).add("path", each.path).add("url", each.url);
             rows.add("websocket", each.websocket)
                 .add("timeout", each.timeout > 0 ? Value(long{each.timeout}) : Value());
         }
     }
-    return done();
+    return wanted && !found ? findSite(configuration, *wanted).outcome() : done();
 }
 
 }  // namespace
