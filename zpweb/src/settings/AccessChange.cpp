@@ -133,7 +133,8 @@ Outcome canLogIn(const Lines& file, const std::string& user, const std::string& 
             return done();
         }
     }
-    return there ? failure(path + ": the server takes no password of " + user +
+    return there ? failure(path + ": the server takes no password of " +
+                           (user == "valid-user" ? "anybody" : user) +
                            " from there, as it is no hash (zpweb user passwd, or htpasswd -B)")
                  : failure(Status::NotFound, "user " + inQuotes(user) + ": not in " + path);
 }
