@@ -426,6 +426,7 @@ def test_the_catch_all_answers_for_unknown_names(server):
     for listener in (HTTP, TLS, ("http", "127.0.0.2"), ("http", "127.0.0.3")):
         assert server.get("unknown.invalid", listener) == (421, "nobody here")
     assert server.serving() == server.all_served() and {path.stat().st_mode for path in server.tree.rglob("zpweb.d/catch-all/*.pem")} == {0o100600}
+    assert not [each for each in server.run("doctor", "--json").json["findings"] if each["finding"] == "certificate" and "catch-all" in each["detail"]]
     server.do("server", "catch-all", "off")
     assert without_modules(server.files()) == without_modules(before)
     server.do("undo")

@@ -3,6 +3,7 @@
 #include <openssl/ec.h>
 #include <openssl/pem.h>
 #include <openssl/rand.h>
+#include <openssl/x509v3.h>
 
 #include <memory>
 
@@ -27,6 +28,14 @@ std::string pem(const Write& write) {
     return {text, static_cast<size_t>(size)};
 }
 
+// Clients look for the name there alone.
+bool addName(X509* certificate, const std::string& name) {
+    const std::unique_ptr<X509_EXTENSION, decltype(&X509_EXTENSION_free)> extension(
+        X509V3_EXT_conf_nid(nullptr, nullptr, NID_subject_alt_name, ("DNS:" + name).c_str()),
+        X509_EXTENSION_free);
+    return extension != nullptr && X509_add_ext(certificate, extension.get(), -1) == 1;
+}
+
 bool fill(X509* certificate, EVP_PKEY* key, const std::string& name) {
     long serial = 0;
     if (RAND_bytes(reinterpret_cast<unsigned char*>(&serial), sizeof serial - 1) != 1) {
@@ -41,7 +50,7 @@ bool fill(X509* certificate, EVP_PKEY* key, const std::string& name) {
                                       reinterpret_cast<const unsigned char*>(name.c_str()), -1, -1,
                                       0) == 1 &&
            X509_set_issuer_name(certificate, subject) == 1 && X509_set_pubkey(certificate, key) == 1 &&
-           X509_sign(certificate, key, EVP_sha256()) != 0;
+           addName(certificate, name) && X509_sign(certificate, key, EVP_sha256()) != 0;
 }
 
 }  // namespace
