@@ -389,6 +389,11 @@ def test_directives_folders_modules_and_parameters(site):
     site.conf.write_text(site.text().replace("</VirtualHost>", "\t<IfModule mod_x.c>\n\t</IfModule>\n</VirtualHost>"))
     site.do("module", "unblock", "shop.example", "x")
     assert "mod_x" not in site.text()
+    site.conf.write_text(site.text().replace("</VirtualHost>", "\t<IfModule y_module>\n\t</IfModule>\n</VirtualHost>"))
+    assert site.do("module", "show", "y", "--site", "shop.example", "--json").json["in_site"]
+    answer = site.run("module", "unblock", "shop.example", "y")
+    number = next(i for i, line in enumerate(site.text().splitlines(), 1) if "y_module" in line)
+    assert answer.status == 3 and f"{site.conf}:{number}: the block is for y_module" in answer.err, answer
     file = site.root / "www/param"
     assert [site.do("param", "add", file, "Name", "one", "--json").json["changed"] for _ in "ab"] == [True, False]
     site.do("param", "edit", file, "Name", "one", "two")

@@ -32,10 +32,10 @@ Outcome showModules(Session& session, const Configuration& configuration, const 
     if (!site.ok()) {
         return site.outcome();
     }
-    session.output.set("in_site", quietly(session.output, [&] {
-                           return helper.Apache_isModuleExistsInVH(site->first().file->path(), site->name(),
-                                                                   "mod_" + name);
-                       }));
+    const bool inSite = quietly(session.output, [&] {
+        return helper.Apache_isModuleExistsInVH(site->first().file->path(), site->name(), "mod_" + name);
+    });
+    session.output.set("in_site", inSite || !otherwiseNamed(site->first(), name).empty());
     return done();
 }
 

@@ -15,6 +15,11 @@ Outcome removeBlock(Transaction& change, const Site& site, const Arguments& give
     if (Outcome one = site.hasOneBlock(); !one.ok()) {
         return one;
     }
+    if (const std::string place = otherwiseNamed(site.first(), given[Module]); !place.empty()) {
+        return failure(Status::Refused, place + ": the block is for " + given[Module] +
+                                            "_module, and only one for " + module +
+                                            ".c is deleted; delete it by hand");
+    }
     Edit edit;
     edit.file = site.first().file->path();
     edit.bound = bound::ModuleBlock;

@@ -69,4 +69,15 @@ std::string placeOfModule(const Configuration& configuration, const std::string&
     return place;
 }
 
+std::string otherwiseNamed(const Place& place, const std::string& name) {
+    const Statements statements(place.block->text);
+    const auto found = std::find_if(statements.begin(), statements.end(), [&](const Statement& statement) {
+        return statement.opens("IfModule") &&
+               zp::conf::equalIgnoringCase(statement.argument(0), name + "_module");
+    });
+    const size_t line = place.file->firstLine() + place.block->lines.first + 1;
+    return found == statements.end() ? ""
+                                     : place.file->path() + ":" + std::to_string(line + found->lines.first);
+}
+
 }  // namespace zpweb
