@@ -233,6 +233,21 @@ def test_ensure_counts_what_is_so_already_as_done(site):
     assert site.run("host", "remove", "none.example", "a.example", "--ensure").status == 6
 
 
+def test_what_an_undo_took_back_stands_again_once_that_is_taken_back_itself(site):
+    texts = [site.text()]
+    site.do("host", "add", "shop.example", "a.example", "--no-check")
+    texts.append(site.text())
+    last = ()
+    for stands in False, True, False, True:
+        site.do("undo", *last, "--no-check")
+        history = site.do("history", "--json").json["changes"]
+        added = next(each for each in history if "host" in each["command"])
+        assert site.text() == texts[stands] and added["undo"] == ("yes" if stands else "undone"), history
+        last = (history[-1]["checkpoint"],)
+    site.do("undo", "--no-check")
+    assert site.text() == texts[0]
+
+
 def test_ensure_adds_no_line_a_second_time(site):
     site.do("directive", "add", "ServerSignature", "Off", "--site", "shop.example", "--ensure")
     before = site.text()

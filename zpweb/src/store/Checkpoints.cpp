@@ -129,6 +129,23 @@ void pruneCheckpoints(const State& state) {
     }
 }
 
+namespace {
+
+// What an undo has taken back stands again once that is taken back itself.
+Outcome setUndone(const State& state, int number, Checkpoint checkpoint, bool undone) {
+    for (const int taken : checkpoint.change.undoes) {
+        auto before = Checkpoint::read(state.checkpoint(taken));
+        Outcome set = before ? setUndone(state, taken, std::move(*before), !undone) : done();
+        if (!set.ok()) {
+            return set;
+        }
+    }
+    checkpoint.undone = undone;
+    return replaceFile(state.checkpoint(number) + "/change", checkpoint.text(), 0600);
+}
+
+}  // namespace
+
 Outcome markUndone(const State& state, int number) {
     const std::string directory = state.checkpoint(number);
     auto checkpoint = Checkpoint::read(directory);
@@ -136,8 +153,7 @@ Outcome markUndone(const State& state, int number) {
         return failure(directory + ": the checkpoint cannot be read");
     }
     removeMade(checkpoint->change.made);
-    checkpoint->undone = true;
-    return replaceFile(directory + "/change", checkpoint->text(), 0600);
+    return setUndone(state, number, std::move(*checkpoint), true);
 }
 
 }  // namespace zpweb
