@@ -270,9 +270,10 @@ def test_script_handlers_and_limits(site):
     assert site.text() == text
     assert site.run("suphp", "install", html, "/usr/bin/env").status == 6
     for _ in range(2):
-        site.do("rails", "on", "shop.example", "app", "--owner", OWNER)
+        answer = site.do("rails", "on", "shop.example", "app", "--owner", OWNER, "--json")
+        assert answer.json["root"] == f"{html.parent}/app/public"
     assert f'DocumentRoot "{html.parent}/app/public"' in block(site) and (html.parent / "app/public").is_dir()
-    site.do("rails", "off", "shop.example", "app")
+    assert site.do("rails", "off", "shop.example", "app", "--json").json["root"] == str(html)
     assert site.text() == text
     assert site.run("limits", "on").status == 6
     site.conf.write_text("<IfDefine None>\nLoadModule hostinglimits_module modules/x.so\n</IfDefine>\n" + site.text())

@@ -28,7 +28,12 @@ Outcome serveFiles(Transaction& change, const Site& site, const Arguments& given
         return RubyOnRails(nullptr, staged).RORToDefault(name, given[Application]);
     };
     edit.meaning = expecting("RORToDefault", {0});
-    return change.edit(edit);
+    Outcome edited = change.edit(edit);
+    const std::vector<Place> places = change.configuration().find(name);
+    if (edited.ok() && !places.empty()) {
+        change.output().set("root", places.front().block->root);
+    }
+    return edited;
 }
 
 }  // namespace

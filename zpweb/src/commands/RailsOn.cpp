@@ -21,10 +21,11 @@ Outcome serve(Transaction& change, const Site& site, const Arguments& given) {
     if (Outcome one = site.hasOneBlock(); !one.ok()) {
         return one;
     }
-    const std::string directory = directoryOf(root) + *end;
+    const bool isOn = root.ends_with(*end);
+    const std::string directory = isOn ? root : directoryOf(root) + *end;
     change.output().set("site", name);
     change.output().set("root", directory);
-    if (root.ends_with(*end)) {
+    if (isOn) {
         return done();
     }
     Edit edit = railsEdit(site, directory);
