@@ -19,8 +19,8 @@ constexpr auto NewPort = needed("PORT", Kind::Port, "The new port");
 constexpr auto NewAddress = option("--address", Kind::Address, "IP", "The new address");
 constexpr auto Listen = flag("--listen", "Let the server listen on the new port when it does not");
 
-bool isSecure(const Configuration& configuration, const Block& block) {
-    return isOnPort(block, "443") || configuration.switchesTlsOn(block);
+bool isSecure(const Configuration& configuration, const Place& place) {
+    return isOnPort(*place.block, "443") || configuration.switchesTlsOn(place);
 }
 
 // Whose port is meant, and which: without --port the one of its first block that speaks plain HTTP, where
@@ -44,13 +44,13 @@ Expected<Meant> meantBlocks(Transaction& change, const Site& site, const Argumen
     if (const auto asked = given[OnPort]) {
         return Meant{std::move(*blocks), std::to_string(*asked)};
     }
-    const Block* first = nullptr;
+    const Place* first = nullptr;
     for (const Place& place : site.places) {
         const bool better = first == nullptr || (isSecure(change.configuration(), *first) &&
-                                                 !isSecure(change.configuration(), *place.block));
-        first = !place.block->stopped && better ? place.block : first;
+                                                 !isSecure(change.configuration(), place));
+        first = !place.block->stopped && better ? &place : first;
     }
-    const std::vector<Word> addresses = writtenWords(first->addresses);
+    const std::vector<Word> addresses = writtenWords(first->block->addresses);
     Meant meant{{}, addresses.empty() ? "" : std::string(portOf(addresses.front().value()))};
     bool others = false;
     for (BlockAt& at : *blocks) {

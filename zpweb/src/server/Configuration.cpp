@@ -159,8 +159,16 @@ std::string Configuration::serverNameIn(std::string_view pattern) const {
     return std::string(hostOf(lastIn(pattern, "ServerName")));
 }
 
-bool Configuration::switchesTlsOn(const Block& block) const {
+bool Configuration::switchesTlsOn(const Place& place) const {
     constexpr std::string_view Engine = "SSLEngine";
+    const Block& block = *place.block;
+    const std::vector<IncludeLine>& all = place.file->server().includes;
+    const auto next =
+        std::lower_bound(all.begin(), all.end(), block.lines.first,
+                         [](const IncludeLine& include, size_t line) { return include.line < line; });
+    if (next == all.end() || !block.lines.holds(next->line)) {
+        return block.tls;
+    }
     bool on = block.tls;
     const Statements statements(block);
     for (const Statement& statement : statements) {

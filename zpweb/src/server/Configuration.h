@@ -137,7 +137,7 @@ public:
     // The ServerName in the files that an Include line's pattern names; empty when there is none.
     std::string serverNameIn(std::string_view pattern) const;
     // Does the block switch TLS on, by a line of its own or of a file that it includes?
-    bool switchesTlsOn(const Block& block) const;
+    bool switchesTlsOn(const Place& place) const;
     // Does a LoadModule line name the module ("ssl_module")? A Listen line such a socket? Those in
     // <IfModule> and the like count.
     bool loads(const std::string& module) const;

@@ -24,7 +24,7 @@ void appendBlock(std::string& json, const Configuration& configuration, const Pl
     const Block& block = *place.block;
     json += '{';
     appendMember(json, "address", zp::conf::trimEnd(block.addresses), true);
-    appendMember(json, "tls", configuration.switchesTlsOn(block));
+    appendMember(json, "tls", configuration.switchesTlsOn(place));
     appendMember(json, "state", stateOf(block));
     appendMember(json, "root", known(block.root));
     appendMember(json, "file", std::string_view(place.file->path()));
