@@ -395,6 +395,9 @@ def test_a_site_listens_on_a_new_port(server):
     server.do("site", "port", "plain.example", "8766", "--listen")
     with socket.create_connection(("127.0.0.1", 8766), timeout=5):
         server.do("undo")
+    server.do("site", "port", "both.example", "8767", "--port", "443", "--listen")  # Debian's last Listen 443 is for another module
+    with socket.create_connection(("127.0.0.1", 8767), timeout=5):
+        server.do("undo")
     assert server.files() == server.files(server.kept)
 
 

@@ -13,6 +13,7 @@
 #include "settings/SiteFacts.h"
 #include "sys/File.h"
 #include "sys/Process.h"
+#include "text/Statements.h"
 
 namespace zpweb {
 
@@ -56,13 +57,26 @@ std::string wordOf(std::string_view line, int number) {
     return std::string(conf::unquoted(word));
 }
 
+// The last line of the outermost section around it: a condition there may not be met.
+size_t outermostEnd(const Found& place) {
+    const Statements statements(place.file->content().text());
+    for (const Statement& each : statements) {
+        if (each.section == None && each.end != None && each.lines.first < place.line &&
+            statements[each.end].lines.end > place.line) {
+            return statements[each.end].lines.end - 1;
+        }
+    }
+    return place.line;
+}
+
 Outcome addBehind(Transaction& change, const Found& place, const std::string& line) {
     std::string text;
     const Lines& lines = place.file->lines();
+    const size_t behind = outermostEnd(place);
     for (size_t i = 0; i < lines.size(); ++i) {
         text += lines[i];
-        text += i + 1 < lines.size() || lines.finalNewline || i == place.line ? "\n" : "";
-        text += i == place.line ? line + (endsInReturn(lines[i]) ? "\r\n" : "\n") : "";
+        text += i + 1 < lines.size() || lines.finalNewline || i == behind ? "\n" : "";
+        text += i == behind ? line + (endsInReturn(lines[i]) ? "\r\n" : "\n") : "";
     }
     return change.replace(place.file->path(), text);
 }
