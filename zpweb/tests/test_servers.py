@@ -9,7 +9,7 @@ from pathlib import Path
 
 import pytest
 from conftest import OWNER
-from servers import HTTP, LISTENERS, ONE_LAYOUT, PAGES, TLS, Debian, RedHat, block, built, server  # noqa: F401
+from servers import HTTP, LISTENERS, ONE_LAYOUT, PAGES, SITES, TLS, Debian, RedHat, block, built, server  # noqa: F401
 
 
 def refused(server, answer, before):
@@ -399,6 +399,11 @@ def test_a_site_listens_on_a_new_port(server):
     with socket.create_connection(("127.0.0.1", 8767), timeout=5):
         server.do("undo")
     assert server.files() == server.files(server.kept)
+    server.place("own", "Listen 127.0.0.2:8768\n" + SITES["nameless"].replace(":80", ":8768"))
+    server.signal("graceful")
+    server.do("site", "port", "--block", "127.0.0.2:8768", "8770", "--listen")
+    socket.create_connection(("127.0.0.2", 8770), timeout=5).close()
+    server.do("undo")
 
 
 def test_a_site_is_moved_and_renamed(server):

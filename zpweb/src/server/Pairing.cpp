@@ -42,6 +42,10 @@ std::string wholeOfNameless(const Reading& reading, const VirtualHost& host) {
     return content.empty() ? "" : reading.fileOf(host) + "\n" + content;
 }
 
+std::string fileOfNameless(const Reading& reading, const VirtualHost& host) {
+    return host.names.name.empty() ? reading.fileOf(host) : "";
+}
+
 std::string nameAndFile(const Reading& reading, const VirtualHost& host) {
     return host.names.name.empty() ? "" : host.names.name + "\n" + reading.fileOf(host);
 }
@@ -114,6 +118,7 @@ Pairing pairingOf(const Reading& live, const Reading& staged, const Asked& asked
     pairBy(nameAndAddresses, false, live, staged, pairing);
     pairBy(contentOfNameless, false, live, staged, pairing);
     pairBy(addressesAndFile, true, live, staged, pairing);
+    pairBy(fileOfNameless, false, live, staged, pairing);
     return pairing;
 }
 
