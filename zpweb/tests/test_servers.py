@@ -400,10 +400,13 @@ def test_a_site_listens_on_a_new_port(server):
         server.do("undo")
     assert server.files() == server.files(server.kept)
     server.place("own", "Listen 127.0.0.2:8768\n" + SITES["nameless"].replace(":80", ":8768"))
+    server.place("holder", "Listen 127.0.0.2:8769\n" + block("127.0.0.2:8769", "held.example"))
     server.signal("graceful")
+    server.do("site", "move", "held.example", "--layout", "files")
     server.do("site", "port", "--block", "127.0.0.2:8768", "8770", "--listen")
-    socket.create_connection(("127.0.0.2", 8770), timeout=5).close()
-    server.do("undo")
+    for port in (8769, 8770):
+        socket.create_connection(("127.0.0.2", port), timeout=5).close()
+    [server.do("undo") for _ in range(2)]
 
 
 def test_a_site_is_moved_and_renamed(server):

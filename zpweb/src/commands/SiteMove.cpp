@@ -32,9 +32,7 @@ Outcome takeBlocks(Transaction& change, const Site& site, const std::string& tar
         const ConfigurationFile& holder = *change.configuration().part(each.file, each.part);
         std::string text = holder.content().text();
         blocks += (blocks.empty() ? "" : "\n") + takeOut(text, each.block, each.part == 0);
-        Outcome outcome = change.rewrite(holder, std::move(text));
-        outcome = outcome.ok() ? removeLeftover(change, each.file) : outcome;
-        if (!outcome.ok()) {
+        if (Outcome outcome = change.rewrite(holder, std::move(text)); !outcome.ok()) {
             return outcome;
         }
     }
@@ -77,9 +75,14 @@ Outcome moveSite(Transaction& change, const Site& site, const Arguments& given) 
         layout->keepsFiles() ? layout->fileOf(name) : change.configuration().main().path();
     change.output().set("site", name);
     change.output().set("file", target);
+    const std::vector<std::string> files = site.files();
     std::string blocks;
     Outcome outcome = takeBlocks(change, site, target, blocks);
-    return outcome.ok() && !blocks.empty() ? putBlocks(change, target, *layout, blocks) : outcome;
+    outcome = outcome.ok() && !blocks.empty() ? putBlocks(change, target, *layout, blocks) : outcome;
+    for (const std::string& file : files) {  // now that the blocks tell which Listen lines are theirs
+        outcome = outcome.ok() && file != target ? removeLeftover(change, file) : outcome;
+    }
+    return outcome;
 }
 
 }  // namespace
