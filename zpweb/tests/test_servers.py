@@ -422,7 +422,9 @@ def test_a_site_is_moved_and_renamed(server):
         other.write_text("# somebody's\n")  # one that the server reads is taken along
         assert isinstance(server, RedHat) and name != "store" or server.run("site", *words).status == 7 and other.read_text() == "# somebody's\n", words
         other.unlink()
-    server.do("site", "rename", "both.example", "store.example")
+    told = server.do("site", "rename", "secure.example", "store.example", "--dry-run").err
+    assert f"{taken.parent}/secure.conf:4 still names secure.example: Redirect permanent / https://secure.example/\n" in told, told
+    assert "still names" not in server.do("site", "rename", "both.example", "store.example").err
     assert file_and_links(server, "both.example") == (False, False) and file_and_links(server, "store.example") == (True, True)
     for name in ("store.example", "www.store.example"):
         assert server.leads_to(name, "both.example"), name

@@ -8,6 +8,7 @@
 #include "input/HostName.h"
 #include "input/Quoted.h"
 #include "server/Postconditions.h"
+#include "server/Reading.h"
 #include "settings/LogPolicyChange.h"
 #include "settings/SettingFile.h"
 #include "settings/SiteSettings.h"
@@ -70,6 +71,52 @@ std::string renamedBlock(const Block& of, const Names& names) {
     return text + std::string(block.substr(copied));
 }
 
+bool isInName(char each) {
+    return zp::conf::isLetter(each) || (each >= '0' && each <= '9') || each == '-' || each == '_';
+}
+
+// Is that the host, and no part of another's name, of a path or of an address of mail?
+bool isHostAt(std::string_view text, size_t begin, size_t end) {
+    constexpr std::string_view Www = "www.";
+    begin -= text.substr(0, begin).ends_with(Www) ? Www.size() : 0;
+    const std::string_view before = text.substr(0, begin), behind = text.substr(end);
+    const bool follows =
+        !before.empty() && (isInName(before.back()) || before.back() == '.' || before.back() == '@' ||
+                            (before.back() == '/' && !before.ends_with("//")));
+    const bool goesOn = !behind.empty() && (isInName(behind[0]) ||
+                                            (behind[0] == '.' && behind.size() > 1 && isInName(behind[1])));
+    return !follows && !goesOn;
+}
+
+// Also as an expression says it: shop\.example
+bool speaksOf(std::string_view written, const std::string& host) {
+    std::string text = lowerCase(written);
+    std::erase(text, '\\');
+    size_t at = text.find(host);
+    while (at != std::string::npos && !isHostAt(text, at, at + host.size())) {
+        at = text.find(host, at + 1);
+    }
+    return at != std::string::npos;
+}
+
+// Lines of a block that go on about the old name, such as a redirection to it.
+void tellWhatStays(Transaction& change, const Place& place, const std::string& file, const Names& names) {
+    const std::string read =
+        place.block->stopped ? withBlankMarks(place.block->text) : std::string(place.block->text);
+    const Statements statements(read);
+    for (const Statement& statement : statements) {
+        const bool says =
+            statement.kind == Statement::Kind::Directive || statement.kind == Statement::Kind::Opens;
+        if (says && !statement.is("ServerName") && !statement.is("ServerAlias") &&
+            !statement.opens("VirtualHost") && speaksOf(statement.arguments, lowerCase(names.from))) {
+            const size_t line =
+                place.file->firstLine() + place.block->lines.first + statement.lines.first + 1;
+            change.output().note(file + ":" + std::to_string(line) + " still names " + names.from + ": " +
+                                 std::string(zp::conf::skipSpace(statement.written)));
+        }
+    }
+}
+
 bool isNewName(const Contents& made, const std::string& name) {
     return made.blocks.size() == 1 && SameHost(name)(made.blocks.front().name);
 }
@@ -117,11 +164,16 @@ Outcome renameBlocks(Transaction& change, const Site& site, const Names& names) 
 }
 
 // A file that has the old name gets the new one, and its link, too.
+std::string renamedFile(const Layout& layout, const std::string& file, const Names& names) {
+    const bool hasOldName = directoryOf(file) == layout.directory && nameOf(file) == names.from + ".conf";
+    return hasOldName ? layout.fileOf(names.to) : file;
+}
+
 Outcome renameFile(Transaction& change, const Layout& layout, const std::string& file, const Names& names) {
-    if (directoryOf(file) != layout.directory || nameOf(file) != names.from + ".conf") {
+    const std::string renamed = renamedFile(layout, file, names);
+    if (renamed == file) {
         return done();
     }
-    const std::string renamed = layout.fileOf(names.to);
     if (exists(renamed)) {
         return failure(Status::Exists, renamed + ": exists already and is no file of this site");
     }
@@ -174,6 +226,9 @@ Outcome rename(Transaction& change, const Site& site, const Arguments& given) {
     change.expect(names.to, "renamed", leadsToSiteIfServed(names.to));
     const Layout layout = layoutOf(change.configuration());
     const std::vector<std::string> files = site.files();
+    for (const Place& place : site.places) {
+        tellWhatStays(change, place, renamedFile(layout, place.file->path(), names), names);
+    }
     Outcome outcome = renameBlocks(change, site, names);
     outcome = outcome.ok() ? renameSettings(change, names) : outcome;
     for (size_t i = 0; outcome.ok() && i < files.size(); ++i) {
@@ -192,7 +247,9 @@ Command siteRename() {
         .parameters = {SiteName, NewName},
         .more =
             "Its ServerName, its name with \"www.\" before it, its file and its settings get the new name. "
-            "Its home, its logs and its web users stay where they are.",
+            "Its home, its logs and its web users stay where they are. Lines of its blocks that go on "
+            "about the "
+            "old name, such as a redirection to it, are told.",
         .examples = {"site rename shop.example store.example"},
         .onStopped = true,
     };
