@@ -71,7 +71,7 @@ def test_of_blocks_without_a_name_at_one_address_one_is_meant(site, number, same
 def test_a_block_without_a_name_has_no_users_and_moves(site):
     file = site.root / "included/plain.conf"
     file.write_text(block := f"<VirtualHost 127.0.0.1:{site.port}>\n    ServerAdmin a@shop.example\n</VirtualHost>\n")
-    for words in (["user", "add", f"{file}:1", "joe"], ["vdir", "create", f"{file}:1", site.sites, "--protect"]):
+    for words in (["user", "add", f"{file}:1", "joe"], ["vdir", "create", f"{file}:1", site.sites, "--protect"], ["export", f"{file}:1"]):
         answer = site.run(*words, input="secret\n")
         assert answer.status == 3 and "give it one" in answer.err and file.read_text() == block, answer
     site.do("site", "move", f"{file}:1", "--layout", "main")

@@ -94,6 +94,9 @@ Outcome exportSites(Session& session, const Configuration& configuration, const 
         if (!site.ok()) {
             return site.outcome();
         }
+        if (Outcome named = site->hasName(); !named.ok()) {  // a document knows sites by theirs
+            return named;
+        }
         sites.push_back(std::move(*site));
     }
     for (const Site& site : sites) {
