@@ -6,6 +6,7 @@
 #include "input/Quoted.h"
 #include "input/Url.h"
 #include "server/PassedOn.h"
+#include "server/Postconditions.h"
 #include "server/Program.h"
 #include "settings/Modules.h"
 #include "settings/Proof.h"
@@ -141,6 +142,7 @@ Outcome setProxy(Transaction& change, const std::string& site, const ProxyPath& 
         name, aboutPath(path.path),
         passedOnBy({name}, path.path,
                    settingPath(change.configuration().main().path(), settingName(site), Setting::Proxy)));
+    change.expect(name, aboutPath(path.path) + "visitors", leadsToSiteIfServed(name));
     const auto url = urlFrom(path.url);
     if (!url.ok()) {
         return url.outcome();
