@@ -51,6 +51,8 @@ SITES = {
                        "RewriteCond %{DOCUMENT_ROOT}/x !-f", "RewriteRule ^/perhaps - [L]", "RewriteRule ^/skip - [NC,S=2]", "RewriteRule ^ - [C]",
                        "RewriteCond %{REQUEST_URI} !=/kept",
                        r"RewriteRule ^/(\w*)(?:/|$) http://127.0.0.1:8081/$1 [P]"),
+    "away": block("*:80", "away.example", "RewriteEngine On", r"RewriteCond %{HTTP_HOST} ^away\.example [NC,OR]",
+                  "RewriteCond %{HTTP_HOST} ^www.away.example", "RewriteRule ^(.*)$ http://plain.example$1 [R=301,L]"),
     "included": block("*:80", "included.example", "Include TREE/snippets/alias.conf", f"<Directory {PAGES}/more>", "Options Indexes", "</Directory>"),
     "schemed": block("*:80", "http://schemed.example:80", "ServerAlias www.schemed.example", root="schemed.example"),
     "secure": block("*:80", "secure.example", "ServerAlias www.secure.example", "Redirect permanent / https://secure.example/", root="")
@@ -84,7 +86,7 @@ SITES = {
 HTTP, TLS, SIX = ("http", "127.0.0.1"), ("https", "127.0.0.1"), ("http", "::1")
 LISTENERS = {name + ".example": [HTTP] for name in SITES if "-" not in name}
 LISTENERS |= {"both.example": [HTTP, TLS], "pair.example": [HTTP, TLS], "secure.example": [TLS], "six.example": [SIX]}
-for absent in "backend badly matched nameless rewritten stopped unmet".split():
+for absent in "away backend badly matched nameless rewritten stopped unmet".split():
     del LISTENERS[absent + ".example"]
 
 

@@ -80,6 +80,8 @@ def test_a_closed_directory_is_closed_or_the_command_refused(server, words, stat
     ("site set rewritten.example --redirect=/perhaps=https://plain.example/", "redirect set"),
     ("site set rewritten.example --redirect=/case=https://plain.example/", "redirect set"),
     ("proxy set rewritten.example /app http://127.0.0.1:8081", "take that line away"),
+    ("proxy set away.example /app http://127.0.0.1:8081", "take that line away"),
+    ("site set away.example --redirect=/gone=https://plain.example/", "redirect set"),
     (f"vdir create rewritten.example {PAGES}/plain.example --order --deny all", "access set"),
     ("host remove included.example www.included.example", "snippets/alias.conf:1"),
     ("host add unmet.example more.unmet.example", "is not met"),

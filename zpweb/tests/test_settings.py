@@ -255,6 +255,10 @@ def test_an_application_that_speaks_https_or_is_not_reached(server):
         server.do("undo")
     for to, reason in ("https://127.0.0.1:80", "TLS handshake failed"), ("http://127.0.0.1:443", "it speaks TLS"):
         assert reason in server.run("proxy", "set", SITE, "/other", to).err
+    server.place("bare", block("*:80", "bare.example", "ServerAlias *.bare.example", "RewriteEngine On", "RewriteCond %{HTTP_HOST} =bare.example",
+                               "RewriteRule ^/(.*)$ http://www.bare.example/$1 [R,L]"))
+    server.do("proxy", "set", "bare.example", "/app", "http://127.0.0.1:8081")
+    assert ask("www.bare.example", "/app/")[::2] == (200, "proxied.example")
     server.place("first", block("*:80", "first.example", f"ServerAlias {SITE}"))
     assert "which has the name too and stands first" in server.run("proxy", "set", SITE, "/other", "http://127.0.0.1:8081").err
 

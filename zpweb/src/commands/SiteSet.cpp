@@ -189,6 +189,8 @@ void expectAnswers(Transaction& change, const Site& site, const Arguments& given
         if (blocks) {
             change.expect(blocks->site, std::string(AboutBlocks) + "answers " + path,
                           answersItself(*blocks, path, wayOut));
+            change.expect(blocks->site, std::string(AboutBlocks) + "answers " + path + " here",
+                          isNotLedAway(*blocks, path, wayOut));
         }
     };
     for (const TextsOption& option : {Alias, ScriptAlias, Redirect}) {

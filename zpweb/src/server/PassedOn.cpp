@@ -152,6 +152,19 @@ Postcondition answersItself(const BlocksOf& blocks, const std::string& path, con
     };
 }
 
+Postcondition isNotLedAway(const BlocksOf& blocks, const std::string& path, const std::string& wayOut) {
+    return [=](const Reading& staged) {
+        const Directive* away = nullptr;
+        for (const uint32_t block : sectionsOf(staged, blocks)) {
+            away = ledAwayByRule(staged, block, path);
+            if (away == nullptr) {
+                return done();
+            }
+        }
+        return away == nullptr ? done() : notShown(takenBy(staged, *away, path) + wayOut);
+    };
+}
+
 Postcondition passedOnBy(const BlocksOf& blocks, const std::string& path, const std::string& file) {
     return [=](const Reading& staged) {
         for (const uint32_t block : sectionsOf(staged, blocks)) {

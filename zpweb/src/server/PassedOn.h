@@ -17,6 +17,9 @@ Postcondition answersItself(const BlocksOf& blocks, const std::string& path, con
 // Where a block passes them on, it is by a line of this file.
 Postcondition passedOnBy(const BlocksOf& blocks, const std::string& path, const std::string& file);
 
+// Not every block leads the requests for the path to another host by a rewrite rule.
+Postcondition isNotLedAway(const BlocksOf& blocks, const std::string& path, const std::string& wayOut);
+
 // No line of a block refuses the requests for the path before anybody is asked who he is.
 Postcondition asksVisitors(const BlocksOf& blocks, const std::string& path);
 

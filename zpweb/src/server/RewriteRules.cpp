@@ -1,14 +1,20 @@
 #include "server/RewriteRules.h"
 
+#include <fnmatch.h>
+
 #include <algorithm>
 #include <optional>
+#include <set>
 
+#include "conf/Text.h"
 #include "server/Expressions.h"
 #include "sys/Number.h"
 
 namespace zpweb {
 
 namespace {
+
+namespace conf = zp::conf;
 
 enum class Fit : char { No, Perhaps, Yes };
 
@@ -66,30 +72,38 @@ Fit meets(const std::string& pattern, const std::string& text, Letters letters) 
 std::string withoutMark(const std::string& word) { return word.substr(word.starts_with('!') ? 1 : 0); }
 Fit byMark(const std::string& word, Fit of) { return word.starts_with('!') ? inverse(of) : of; }
 
+// A request as far as it is known.
+struct Known {
+    std::optional<std::string> path;  // absent once a rule has made another one of it
+    std::string host;                 // empty: any
+};
+
 // What is compared, where it can be told: an ordinary request asks for no other protocol.
-std::optional<std::string> subjectOf(const std::string& test, const std::optional<std::string>& path) {
+std::optional<std::string> subjectOf(const std::string& test, const Known& known) {
     const std::string name = lowerCase(test);
+    if ((name == "%{http_host}" || name == "%{server_name}") && !known.host.empty()) {
+        return known.host;
+    }
     if (name == "%{http:upgrade}" || name == "%{http:connection}") {
         return "";
     }
-    return name == "%{request_uri}" ? path : std::nullopt;
+    return name == "%{request_uri}" ? known.path : std::nullopt;
 }
 
-Fit isMet(const std::vector<std::string>& words, const std::optional<std::string>& path) {
+Fit isMet(const std::vector<std::string>& words, const Known& known) {
     if (words.size() < 2) {
         return Fit::Perhaps;
     }
-    const auto subject = subjectOf(words[0], path);
+    const auto subject = subjectOf(words[0], known);
     return byMark(words[1], subject ? meets(withoutMark(words[1]), *subject, lettersBy(Flags(words, 2)))
                                     : Fit::Perhaps);
 }
 
 // All must be met; of those that "[OR]" ties together, one.
-Fit areMet(const std::vector<std::vector<std::string>>& conditions,
-           const std::optional<std::string>& path) {
+Fit areMet(const std::vector<std::vector<std::string>>& conditions, const Known& known) {
     Fit all = Fit::Yes, one = Fit::No;
     for (const auto& words : conditions) {
-        one = std::max(one, isMet(words, path));
+        one = std::max(one, isMet(words, known));
         if (!Flags(words, 2).has({"or", "ornext"})) {
             all = std::min(all, one);
             one = Fit::No;
@@ -104,13 +118,36 @@ bool refuses(const Flags& flags) {
     return flags.has({"f", "forbidden", "g", "gone"}) || flags.number({"r", "redirect"}) >= FirstError;
 }
 
-// Which rule is looked for: one that may pass requests on, or one that certainly refuses them.
-enum class Sought : char { PassedOn, Refused };
+// Does the rule answer with an address of a host that is none of the site's? One that the request tells is.
+bool leadsAway(const std::string& target, const Flags& flags, const std::set<std::string>& own) {
+    const size_t scheme = target.find("://");
+    if (!target.starts_with("http") || scheme == std::string::npos || flags.has({"p", "proxy"})) {
+        return false;
+    }
+    const std::string_view behind = std::string_view(target).substr(scheme + 3);
+    const std::string host = lowerCase(conf::upTo(behind, "/:?%$"));
+    const bool isWhole = host.size() == conf::upTo(behind, "/:?").size();
+    return std::none_of(own.begin(), own.end(), [&](const std::string& name) {
+        const bool isPattern = name.find_first_of("*?") != std::string::npos;
+        return isWhole ? ::fnmatch(name.c_str(), host.c_str(), FNM_CASEFOLD) == 0
+                       : isPattern || name.starts_with(host);
+    });
+}
+
+// Which rule is looked for: one that may pass requests on, one that certainly refuses them, or one that
+// certainly leads those for the site's own name to another host.
+enum class Sought : char { PassedOn, Refused, LedAway };
 
 // The rules of a section, in their order, for one path.
 class Walk {
 public:
-    Walk(const std::string& path, Sought sought) : path_(path), sought_(sought) {}
+    Walk(const std::string& path, Sought sought, const ServedNames& names)
+        : known_{path, sought == Sought::LedAway ? names.name : ""},
+          sought_(sought),
+          own_(names.aliases.begin(), names.aliases.end()) {
+        own_.insert(names.wildAliases.begin(), names.wildAliases.end());
+        own_.insert(names.name);
+    }
 
     // Null also where the rule does not take the request.
     const Directive* take(const Directive& rule) {
@@ -120,7 +157,7 @@ public:
         const Fit applies = words.size() < 2
                                 ? Fit::No
                                 : std::min({reached, chained_, fits(words[0], lettersBy(flags)),
-                                            areMet(conditions_, path_)});
+                                            areMet(conditions_, known_)});
         conditions_.clear();
         // A rule that is skipped breaks no chain.
         const Fit onward = reached == Fit::Yes ? applies : inverse(reached);
@@ -132,16 +169,25 @@ public:
         over_ = applies == Fit::Yes &&
                 flags.has({"l", "last", "end", "r", "redirect", "f", "forbidden", "g", "gone"});
         if (words[1] != "-") {
-            path_.reset();
+            known_.path.reset();
         }
-        const bool found =
-            sought_ == Sought::PassedOn ? flags.has({"p", "proxy"}) : applies == Fit::Yes && refuses(flags);
-        return found ? &rule : nullptr;
+        return isSought(applies, words[1], flags) ? &rule : nullptr;
     }
     void add(const Directive& condition) { conditions_.push_back(argumentsIn(condition.arguments)); }
     bool isOver() const { return over_; }
 
 private:
+    bool isSought(Fit applies, const std::string& target, const Flags& flags) const {
+        switch (sought_) {
+            case Sought::PassedOn:
+                return flags.has({"p", "proxy"});
+            case Sought::Refused:
+                return applies == Fit::Yes && refuses(flags);
+            case Sought::LedAway:
+                return applies == Fit::Yes && leadsAway(target, flags, own_);
+        }
+        return false;
+    }
     void skip(Fit applies, size_t rules) {
         size_t& count = applies == Fit::Yes ? skipped_ : perhapsSkipped_;
         count = std::max(count, rules);
@@ -155,11 +201,13 @@ private:
     }
     // A rule's own pattern is always an expression.
     Fit fits(const std::string& word, Letters letters) const {
-        return byMark(word, path_ ? fit(findsIn(withoutMark(word), *path_, letters)) : Fit::Perhaps);
+        return byMark(word,
+                      known_.path ? fit(findsIn(withoutMark(word), *known_.path, letters)) : Fit::Perhaps);
     }
 
-    std::optional<std::string> path_;  // absent once a rule has made another one of it
+    Known known_;
     Sought sought_;
+    std::set<std::string> own_;
     std::vector<std::vector<std::string>> conditions_{};
     Fit chained_ = Fit::Yes;                   // does the next rule's chain hold so far?
     size_t skipped_ = 0, perhapsSkipped_ = 0;  // of the rules to come, by "[S=2]"
@@ -173,7 +221,9 @@ const Directive* firstRule(const Reading& reading, uint32_t block, const std::st
     const auto& all = reading.directives();
     const bool server = block == Directive::None;
     const auto end = server ? static_cast<uint32_t>(all.size()) : all[block].end;
-    Walk walk(path, sought);
+    const auto host = std::find_if(reading.hosts().begin(), reading.hosts().end(),
+                                   [&](const VirtualHost& each) { return each.directive == block; });
+    Walk walk(path, sought, host == reading.hosts().end() ? ServedNames{} : host->names);
     for (uint32_t i = server ? 0 : block + 1; i < end && !walk.isOver(); i = all[i].end) {
         if (all[i].is("RewriteCond")) {
             walk.add(all[i]);
@@ -192,6 +242,10 @@ const Directive* passedOnByRule(const Reading& reading, uint32_t block, const st
 
 const Directive* refusedByRule(const Reading& reading, uint32_t block, const std::string& path) {
     return firstRule(reading, block, path, Sought::Refused);
+}
+
+const Directive* ledAwayByRule(const Reading& reading, uint32_t block, const std::string& path) {
+    return firstRule(reading, block, path, Sought::LedAway);
 }
 
 }  // namespace zpweb

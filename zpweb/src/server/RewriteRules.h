@@ -14,5 +14,7 @@ namespace zpweb {
 const Directive* passedOnByRule(const Reading& reading, uint32_t block, const std::string& path);
 // The rule of the block ("[F]", "[R=404]") that refuses each request for the path, whoever comes.
 const Directive* refusedByRule(const Reading& reading, uint32_t block, const std::string& path);
+// The rule of the block that leads each request for the path under the block's own name to another host.
+const Directive* ledAwayByRule(const Reading& reading, uint32_t block, const std::string& path);
 
 }  // namespace zpweb

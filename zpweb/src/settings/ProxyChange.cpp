@@ -143,6 +143,8 @@ Outcome setProxy(Transaction& change, const std::string& site, const ProxyPath& 
         passedOnBy({name}, path.path,
                    settingPath(change.configuration().main().path(), settingName(site), Setting::Proxy)));
     change.expect(name, aboutPath(path.path) + "visitors", leadsToSiteIfServed(name));
+    change.expect(name, aboutPath(path.path) + "led away",
+                  isNotLedAway({name}, path.path, ": take that line away first"));
     const auto url = urlFrom(path.url);
     if (!url.ok()) {
         return url.outcome();
