@@ -248,8 +248,7 @@ Command siteRename() {
         .more =
             "Its ServerName, its name with \"www.\" before it, its file and its settings get the new name. "
             "Its home, its logs and its web users stay where they are. Lines of its blocks that go on "
-            "about the "
-            "old name, such as a redirection to it, are told.",
+            "about the old name, such as a redirection to it, are told.",
         .examples = {"site rename shop.example store.example"},
         .onStopped = true,
     };

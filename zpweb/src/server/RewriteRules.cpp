@@ -4,7 +4,8 @@
 
 #include <algorithm>
 #include <optional>
-#include <set>
+#include <utility>
+#include <vector>
 
 #include "conf/Text.h"
 #include "server/Expressions.h"
@@ -119,7 +120,7 @@ bool refuses(const Flags& flags) {
 }
 
 // Does the rule answer with an address of a host that is none of the site's? One that the request tells is.
-bool leadsAway(const std::string& target, const Flags& flags, const std::set<std::string>& own) {
+bool leadsAway(const std::string& target, const Flags& flags, const std::vector<std::string>& own) {
     const size_t scheme = target.find("://");
     if (!target.starts_with("http") || scheme == std::string::npos || flags.has({"p", "proxy"})) {
         return false;
@@ -134,6 +135,17 @@ bool leadsAway(const std::string& target, const Flags& flags, const std::set<std
     });
 }
 
+// The block's own name, or an empty one, and then those that its ServerAlias lines say.
+std::vector<std::string> hostNamesOf(const Reading& reading, uint32_t block) {
+    std::vector<std::string> names{hostNameIn(reading.valueIn(block, "ServerName"))};
+    for (const Directive* line : reading.inSection(block, "ServerAlias")) {
+        for (const std::string& name : argumentsIn(line->arguments)) {
+            names.push_back(lowerCase(name));
+        }
+    }
+    return names;
+}
+
 // Which rule is looked for: one that may pass requests on, one that certainly refuses them, or one that
 // certainly leads those for the site's own name to another host.
 enum class Sought : char { PassedOn, Refused, LedAway };
@@ -141,13 +153,9 @@ enum class Sought : char { PassedOn, Refused, LedAway };
 // The rules of a section, in their order, for one path.
 class Walk {
 public:
-    Walk(const std::string& path, Sought sought, const ServedNames& names)
-        : known_{path, sought == Sought::LedAway ? names.name : ""},
-          sought_(sought),
-          own_(names.aliases.begin(), names.aliases.end()) {
-        own_.insert(names.wildAliases.begin(), names.wildAliases.end());
-        own_.insert(names.name);
-    }
+    // The names are the site's, the first one that of the requests; without any they are for any host.
+    Walk(const std::string& path, Sought sought, std::vector<std::string> names)
+        : known_{path, names.empty() ? "" : names.front()}, sought_(sought), own_(std::move(names)) {}
 
     // Null also where the rule does not take the request.
     const Directive* take(const Directive& rule) {
@@ -207,7 +215,7 @@ private:
 
     Known known_;
     Sought sought_;
-    std::set<std::string> own_;
+    std::vector<std::string> own_;
     std::vector<std::vector<std::string>> conditions_{};
     Fit chained_ = Fit::Yes;                   // does the next rule's chain hold so far?
     size_t skipped_ = 0, perhapsSkipped_ = 0;  // of the rules to come, by "[S=2]"
@@ -221,9 +229,8 @@ const Directive* firstRule(const Reading& reading, uint32_t block, const std::st
     const auto& all = reading.directives();
     const bool server = block == Directive::None;
     const auto end = server ? static_cast<uint32_t>(all.size()) : all[block].end;
-    const auto host = std::find_if(reading.hosts().begin(), reading.hosts().end(),
-                                   [&](const VirtualHost& each) { return each.directive == block; });
-    Walk walk(path, sought, host == reading.hosts().end() ? ServedNames{} : host->names);
+    Walk walk(path, sought,
+              sought == Sought::LedAway ? hostNamesOf(reading, block) : std::vector<std::string>());
     for (uint32_t i = server ? 0 : block + 1; i < end && !walk.isOver(); i = all[i].end) {
         if (all[i].is("RewriteCond")) {
             walk.add(all[i]);
