@@ -152,6 +152,32 @@ def test_what_its_owner_makes_of_a_file_holds_up_no_recovery(site, prey, kind):
     assert "as somebody has edited it meanwhile it stays" in answer.err and look(prey) == before, answer
 
 
+@pytest.mark.parametrize("far", [False, True], ids=["", "on a file system of their own"])
+def test_what_its_owner_still_writes_to_the_old_file_keeps_nothing_from_being_put_back(site, far):
+    """Who has it open can, and would change the checkpoint: no command of any site came past what is half done. Nor does a
+    directory stand in the way of what is put back."""
+    q = site.sites / "shop.example/www/html/q"
+    q.mkdir()
+    subprocess.run(["mount", "--bind", site.sites, site.sites], check=True) if far else None
+    site.do("protect", "add", q, "ann", *FAST, input="word\n")
+    give(q)
+    before = look(q)
+    with open(q / ".htaccess", "a") as access:
+        assert subprocess.run([ZPFAULT, "kill", "renameat2:2", ZPWEB, "--conf", site.conf, "protect", "remove", q, "ann", *FAST]).returncode == 137
+        access.write("# more\n")
+    (q / ".zpweb-.htaccess").unlink(missing_ok=True)
+    (q / ".zpweb-.htaccess/d").mkdir(parents=True)
+    site.do("site", "stop", "shop.example", *FAST)
+    shutil.rmtree(q / ".zpweb-.htaccess")
+    assert look(q) == before
+    with open(q / ".htpasswd", "a") as words:
+        site.do("protect", "edit", q, "ann", *FAST, input="other\n")
+        words.write("bob:x\n")
+    site.do("undo", *FAST)
+    assert look(q) == before
+    subprocess.run(["umount", "-l", site.sites], check=True) if far else None
+
+
 def test_a_file_that_grows_without_end_while_it_is_replaced_is_not_read_to_its_end(site):
     q = site.sites / "shop.example/www/html/q"
     q.mkdir()

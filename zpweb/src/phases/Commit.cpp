@@ -17,6 +17,7 @@
 #include "sys/File.h"
 #include "sys/GuardedDirectory.h"
 #include "sys/Hash.h"
+#include "sys/OwnersFile.h"
 #include "text/Patch.h"
 
 namespace zpweb {
@@ -136,6 +137,18 @@ Outcome syncDirectories(const Journal& journal) {
     return syncAll(directories);
 }
 
+// As it was read. Of a file of a site's owner a second name would not do: who has it open can write to it
+// still.
+Outcome keepOld(const std::string& path, const StagedFile& file, const std::string& name) {
+    if (file.ofServer || file.before.isLink()) {
+        return keepAs(path, name, file.before.size());
+    }
+    const auto fresh = makeNewFile(name, file.before.pieces(), 0600);
+    const Outcome kept =
+        fresh.ok() ? takeOverFromOwnersFile(path, file.before.hash(), *fresh) : fresh.outcome();
+    return kept.ok() ? sync(*fresh, name) : kept;
+}
+
 Outcome keep(const State& state, const Journal& journal, const std::map<std::string, StagedFile>& files) {
     const std::string directory = state.checkpoint(journal.checkpoint);
     for (size_t i = 0; i < journal.files.size(); ++i) {
@@ -144,7 +157,7 @@ Outcome keep(const State& state, const Journal& journal, const std::map<std::str
             continue;
         }
         const std::string name = directory + "/" + std::to_string(i);
-        Outcome kept = keepAs(journal.files[i].path, name, file.before.size());
+        Outcome kept = keepOld(journal.files[i].path, file, name);
         if (kept.ok() && !file.before.isLink() && !file.after.isLink()) {
             Patch patch = patchOf(file.before, file.after);
             patch.middle.insert(patch.middle.begin(), patch.head);
@@ -189,7 +202,7 @@ Outcome keepStep(const FileStep& step, const StagedFile& whole, const std::strin
         kept =
             ::symlink(step.before.text().c_str(), name.c_str()) == 0 ? done() : failure(systemError(name));
     } else if (way) {
-        kept = keepAs(step.path, name, whole.before.size());
+        kept = keepOld(step.path, whole, name);
         kept = kept.ok() && !way->empty() ? writeNewFile(name + ".earlier", *way, 0600) : kept;
     } else {
         kept = writeNewFile(name, step.before.pieces(), step.mode);

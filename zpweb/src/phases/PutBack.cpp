@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <random>
 
 #include "host/HeldDirectory.h"
 #include "sys/Copy.h"
@@ -16,16 +17,27 @@ namespace zpweb {
 
 namespace {
 
+// A name that is free in the directory. What its owner has put in the way of the usual one, and no rename
+// replaces, is left there.
+std::string freshName(const Descriptor& directory, const std::string& name) {
+    std::string fresh = ".zpweb-" + name;
+    if (::unlinkat(directory.number(), fresh.c_str(), 0) != 0 && errno != ENOENT) {
+        fresh += "." + std::to_string(std::random_device()());
+    }
+    return pathIn(directory, fresh);
+}
+
 // Of what is kept on another file system. The journal knows the name from the staging, and what the commit
 // has taken out of its place may still stand there: a full disk has no room for a copy.
 Outcome putBackBeside(const std::string& kept, const Descriptor& directory, const ChangedFile& changed) {
     const std::string name = nameOf(changed.path);
-    const std::string fresh = pathIn(directory, ".zpweb-" + name);
-    const auto out = currentHash(fresh);
+    const std::string usual = pathIn(directory, ".zpweb-" + name);
+    const auto out = currentHash(usual);
     if (out.ok() && *out == changed.before &&
-        ::rename(fresh.c_str(), pathIn(directory, name).c_str()) == 0) {
+        ::rename(usual.c_str(), pathIn(directory, name).c_str()) == 0) {
         return done();
     }
+    const std::string fresh = freshName(directory, name);
     Outcome copied = copyWhole(kept, fresh);
     if (copied.ok() && ::rename(fresh.c_str(), pathIn(directory, name).c_str()) != 0) {
         copied = failure(systemError(name));
