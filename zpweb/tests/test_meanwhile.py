@@ -2,14 +2,16 @@
 import fcntl
 import os
 import re
+import resource
 import shutil
 import signal
 import subprocess
+import sys
 from pathlib import Path
 
 import pytest
 from attacks import FAST, SPARSE, hurt_by, issue, look, plant, prey  # noqa: F401
-from conftest import OWNER, ZPFAULT, ZPWEB, free_port, give
+from conftest import OWNER, ZPFAULT, ZPWEB, await_true, free_port, give
 from test_settings import POOL, fpm  # noqa: F401
 
 
@@ -176,6 +178,25 @@ def test_what_its_owner_still_writes_to_the_old_file_keeps_nothing_from_being_pu
     site.do("undo", *FAST)
     assert look(q) == before
     subprocess.run(["umount", "-l", site.sites], check=True) if far else None
+
+
+def test_a_deep_directory_of_its_owners_that_came_out_of_a_files_place_is_in_no_commands_way(site):
+    """One that came into the stage and could not go back, as its owner had put something else in the place."""
+    (site.root / ".zpweb/stage/1-.htaccess" / ("d/" * 300)).mkdir(parents=True)
+    give(site.root / ".zpweb/stage/1-.htaccess")
+    few = {"preexec_fn": lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (100, 100))}
+    site.do("site", "stop", "shop.example", *FAST, **few)
+    assert not (site.root / ".zpweb/stage").exists()
+
+
+def test_what_its_owner_makes_as_fast_as_it_is_removed_keeps_no_home(site):
+    home = site.sites / "shop.example"
+    give(home)
+    grow = f"import itertools, os\nos.chdir('{home}/www/html')\nfor i in itertools.count(): os.mkdir(f'd{{i}}')"
+    run = subprocess.Popen(["setpriv", "--reuid", OWNER, "--clear-groups", sys.executable, "-c", grow], stderr=subprocess.DEVNULL)
+    await_true((home / "www/html/d1000").exists)
+    site.do("site", "delete", "shop.example", "--remove-folders", *FAST)
+    assert run.wait(10) == 1 and not home.exists()
 
 
 def test_a_file_that_grows_without_end_while_it_is_replaced_is_not_read_to_its_end(site):

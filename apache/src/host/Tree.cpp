@@ -143,6 +143,22 @@ bool removeWhatIsThere(int directory, const char* name) {
     return ::fstatat(directory, name, &behind, 0) == 0 && removeEntry(directory, name);
 }
 
+// Nobody else makes anything in it any more, also who has it open: what is removed could grow as fast.
+bool closeToOthers(int directory) {
+    return ::fchown(directory, ::geteuid(), static_cast<gid_t>(-1)) == 0 &&
+           ::fchmod(directory, S_IRWXU) == 0;
+}
+
+// In a directory that is closed to others, so that the name stays that of what was looked at.
+bool removeOrClose(int directory, const char* name) {
+    if (!isDirectoryItself(directory, name)) {
+        return removeEntry(directory, name);
+    }
+    const Descriptor below(::openat(directory, name, OpenDirectory));
+    static_cast<void>(below.isOpen() && closeToOthers(below.number()));
+    return true;
+}
+
 bool removeDirectory(int parent, const char* name) { return ::unlinkat(parent, name, AT_REMOVEDIR) == 0; }
 
 }  // namespace
@@ -161,11 +177,14 @@ bool removeTree(const std::string& path, DanglingLink dangling, std::optional<in
         return ::unlinkat(parent->descriptor(), name.c_str(), 0) == 0;
     }
     const Descriptor directory(::openat(parent->descriptor(), name.c_str(), OpenDirectory));
+    const bool all = dangling == DanglingLink::Goes;
     struct stat status {};
-    return directory.isOpen() && ::fstat(directory.number(), &status) == 0 &&
-           (!inode || status.st_ino == *inode) &&
-           walkTree(directory.number(),
-                    {dangling == DanglingLink::Goes ? removeEntry : removeWhatIsThere, removeDirectory}) &&
+    if (!directory.isOpen() || ::fstat(directory.number(), &status) != 0 ||
+        (inode && status.st_ino != *inode)) {
+        return false;
+    }
+    static_cast<void>(all && closeToOthers(directory.number()));
+    return walkTree(directory.number(), {all ? removeOrClose : removeWhatIsThere, removeDirectory}) &&
            removeDirectory(parent->descriptor(), name.c_str());
 }
 

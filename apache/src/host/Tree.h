@@ -27,6 +27,7 @@ struct TreeSteps {
 // or removed, where a link that others than the administrator can have placed is on the way and, if it
 // shall, at a link that leads nowhere. What is mounted in it stays, and so do the directories above.
 // Whether a file could be removed is not examined. With an inode, another directory in its place stays.
+// Where all goes, each directory is closed to others before its entries are looked at.
 enum class DanglingLink { Ends, Goes };
 [[nodiscard]] bool removeTree(const std::string& path, DanglingLink dangling,
                               std::optional<ino_t> inode = {});

@@ -11,10 +11,10 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <memory>
 
 #include "host/Machine.h"
+#include "host/Tree.h"
 #include "host/WriteAll.h"
 
 using zp::host::noteFault;
@@ -263,10 +263,9 @@ Outcome createDirectory(const std::string& path, mode_t mode) {
 
 void removeTree(const std::string& path) {
     if (::unlink(path.c_str()) == 0 || errno == ENOENT) {
-        return;  // mostly it is a file, and remove_all would look for a directory first
+        return;  // mostly it is a file
     }
-    std::error_code ignored;
-    std::filesystem::remove_all(path, ignored);
+    static_cast<void>(zp::host::removeTree(path, zp::host::DanglingLink::Goes));
 }
 
 }  // namespace zpweb
