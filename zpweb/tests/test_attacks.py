@@ -185,6 +185,30 @@ def test_no_reload_opens_a_log_where_its_owner_leads_it(live, part):
     live.do("host", "remove", "shop.example", "last.example", "--allow-log-links")
 
 
+def test_a_rotation_by_policy_reloads_through_no_link(live, monkeypatch):
+    """logrotate passes the link over, and tells the server of the other logs."""
+    logs, prey = live.sites / "shop.example/log/httpd", live.root / "www/prey"
+    give(live.sites / "shop.example")
+    logs.chmod(0o755)
+    live.do("log", "policy", "shop.example", "--daily")
+    programs = live.root / "www/programs"
+    programs.mkdir()
+    (programs / "zpweb").symlink_to(ZPWEB)
+    monkeypatch.setenv("PATH", f"{programs}:{os.environ['PATH']}")
+    rotate = ["logrotate", "--force", "--state", "/run/rotated", "/etc/logrotate.d/zpweb"]
+    live.get("shop.example")
+    assert subprocess.run(rotate).returncode == 0
+    live.get("shop.example")
+    await_true(lambda: (logs / "access_log").read_text())
+    (logs / "error_log").unlink()
+    (logs / "error_log").symlink_to(prey)
+    give(logs)
+    done = subprocess.run(rotate, capture_output=True, text=True)
+    assert "symbolic link" in done.stderr and "doctor --repair" in done.stderr and (logs / "access_log.2.gz").exists(), done
+    assert not prey.exists()
+    live.do("log", "policy", "shop.example", "--off")
+
+
 @pytest.mark.parametrize("words", ["site suspend shop.example --page {file}", "user add shop.example joe --password-file {file}", "apply {file}",
                                    "plan {file}"])
 def test_a_file_that_root_names_is_read_through_no_link_of_its_directorys_owner(site, prey, words):

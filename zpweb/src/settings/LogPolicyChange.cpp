@@ -6,11 +6,13 @@ namespace zpweb {
 
 namespace {
 
-// Graceful, and only where the server would come through it.
+// Graceful, and only where the server would come through it. This program looks at the logs first: an owner
+// may have made a link of one.
 std::string reloadCommand(Transaction& change) {
     const std::string pid = change.server().pidFile(change.configuration());
     const std::string main = change.configuration().main().path();
-    return "if [ -s \"" + pid + "\" ] && apachectl -t -f \"" + main +
+    return "if [ ! -s \"" + pid + "\" ]; then :; elif command -v zpweb >/dev/null; then zpweb --conf \"" +
+           main + "\" server reload >/dev/null; elif apachectl -t -f \"" + main +
            "\" >/dev/null 2>&1; then kill -USR1 \"$(cat \"" + pid + "\")\"; fi";
 }
 
