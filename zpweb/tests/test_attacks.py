@@ -209,6 +209,15 @@ def test_a_rotation_by_policy_reloads_through_no_link(live, monkeypatch):
     live.do("log", "policy", "shop.example", "--off")
 
 
+def test_no_number_of_what_looks_put_aside_makes_a_rotation_long(site):
+    logs = site.sites / "shop.example/log/httpd"
+    for number in range(120):
+        (logs / f"access_log-1-1-2026-{number}").touch()
+    answers = [site.do("log", "rotate", "shop.example", *FAST) for _ in range(3)]
+    assert ["lie aside" in answer.err for answer in answers] == [True, True, False]
+    assert len(list(logs.glob("access_log-*.gz"))) == len(list(logs.glob("access_log-*"))) == 120
+
+
 @pytest.mark.parametrize("words", ["site suspend shop.example --page {file}", "user add shop.example joe --password-file {file}", "apply {file}",
                                    "plan {file}"])
 def test_a_file_that_root_names_is_read_through_no_link_of_its_directorys_owner(site, prey, words):

@@ -21,6 +21,7 @@ constexpr auto Size = numberOption("--size", "MEGABYTES", "Only a log of at leas
 constexpr auto Delete = flag("--delete", "Delete it without packing it");
 
 constexpr off_t Megabyte = 1048576;
+constexpr size_t MostAtOnce = 50;  // each takes its time, and an owner may have made any number
 
 std::string accessLogOf(const Configuration& configuration, const Site& site) {
     const std::vector<SiteLog> logs = logsOf(configuration, site.places);
@@ -33,7 +34,14 @@ std::string accessLogOf(const Configuration& configuration, const Site& site) {
 Outcome finishAll(Transaction& change, const std::string& site, const std::string& log, bool packs,
                   const LetGo& letGo) {
     Outcome outcome;
-    for (const std::string& aside : leftAside(change.state(), log)) {
+    std::vector<std::string> left = leftAside(change.state(), log);
+    if (left.size() > MostAtOnce) {
+        change.output().warning(log + ": " + std::to_string(left.size()) + " lie aside; this rotation " +
+                                (packs ? "packs " : "deletes ") + std::to_string(MostAtOnce) +
+                                " of them, the next ones the others");
+    }
+    left.resize(std::min(left.size(), MostAtOnce));
+    for (const std::string& aside : left) {
         if (!letGo(aside)) {
             change.output().warning(aside + ": the server may still write to it; the next rotation of \"" +
                                     site + "\" with a reload " + (packs ? "packs" : "deletes") + " it");
