@@ -335,6 +335,14 @@ def test_the_cost_of_a_hash_that_an_owner_has_written_is_not_paid(site):
     site.do("access", "set", "shop.example", "/x", "--users", "joe", "--user-file", users, *FAST)
 
 
+def test_a_password_file_of_empty_lines_is_not_given_to_a_tool_that_is_slow_about_each(site):
+    folder = site.sites / "shop.example/www/html"
+    (folder / ".htpasswd").write_text("\n" * 1000000)
+    give(folder)
+    answer = site.run("protect", "add", folder, "joe", *FAST, input="word\n")
+    assert answer.status == 1 and "more than 50000 lines" in answer.err, answer
+
+
 def test_a_file_whose_lines_are_hard_to_pair_costs_an_undo_little(site):
     """Its owner has written it for that: many long ranges of few different lines."""
     file = site.sites / "shop.example/www/html/conf"

@@ -1,5 +1,6 @@
 #include "commands/shared/Protection.h"
 
+#include <algorithm>
 #include <functional>
 
 #include "PrivateFolder.h"
@@ -16,6 +17,7 @@ constexpr int Protected = zp::result::protection::UserAdded;
 constexpr int Unprotected = zp::result::protection::UserDeleted;
 constexpr int Edited = zp::result::protection::Edited;
 constexpr mode_t ProtectionMode = 0444;
+constexpr std::ptrdiff_t MostUsers = 50000;
 
 // Empty when there is none.
 std::string lineOfUser(const std::string& passwords, const std::string& user) {
@@ -49,8 +51,15 @@ Outcome onProtection(Transaction& change, const std::string& directory,
         return failure(Status::NotFound,
                        "path " + inQuotes(directory) + ": no such directory; expected one that is there");
     }
+    const std::string passwords = directory + "/.htpasswd";
+    const Content content = change.contentOf(passwords);
+    const std::string& text = content.text();
+    if (std::count(text.begin(), text.end(), '\n') > MostUsers) {
+        return failure(passwords + ": more than " + std::to_string(MostUsers) +
+                       " lines, which htpasswd would be too long about");
+    }
     OtherEdit edit;
-    edit.files = {directory + "/.htaccess", directory + "/.htpasswd"};
+    edit.files = {directory + "/.htaccess", passwords};
     edit.mode = ProtectionMode;
     edit.directoryInText = directory;
     edit.operation = operation;
