@@ -343,6 +343,24 @@ def test_a_password_file_of_empty_lines_is_not_given_to_a_tool_that_is_slow_abou
     assert answer.status == 1 and "more than 50000 lines" in answer.err, answer
 
 
+def test_an_owners_long_way_to_many_files_is_kept_once(site):
+    """It would be kept, and gone again, for each of them: gigabytes, and hours, of a tree that costs its owner nothing."""
+    q = site.sites / "shop.example/www/html/q"
+    deep = q / ("d/" * 300)
+    deep.mkdir(parents=True)
+    for number in range(5000):
+        (deep / f"f{number}").touch(0o640)
+    subprocess.run(["chown", "-R", OWNER, q], check=True)
+    find = ["find", q, "-printf", "%U %G %m %p\n"]
+    before = subprocess.check_output(find)
+    site.do("vdir", "create", "shop.example", q, "--take-over", *FAST)
+    assert subprocess.check_output(find) != before
+    [kept] = site.root.glob(".zpweb/checkpoints/*/access")
+    assert kept.stat().st_size < 1 << 20
+    site.do("undo", *FAST)
+    assert subprocess.check_output(find) == before
+
+
 def test_a_file_whose_lines_are_hard_to_pair_costs_an_undo_little(site):
     """Its owner has written it for that: many long ranges of few different lines."""
     file = site.sites / "shop.example/www/html/conf"

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <cerrno>
 #include <sstream>
 
 #include "host/Tree.h"
@@ -16,7 +17,9 @@ namespace {
 
 std::string fileIn(const std::string& checkpoint) { return checkpoint + "/access"; }
 
-// "INODE USER GROUP MODE PATH" and a NUL, for a path may hold any other byte.
+// "INODE USER GROUP MODE PATH" and a NUL, for a path may hold any other byte. What stands below has a name
+// instead; its directory comes before it, once: an owner's way there can be as long as there are many
+// files.
 void note(std::string& text, int directory, const char* name, const std::string& path) {
     struct stat status {};
     if (::fstatat(directory, name, &status, AT_SYMLINK_NOFOLLOW) == 0 && !S_ISLNK(status.st_mode)) {
@@ -36,33 +39,53 @@ Outcome noteTree(std::string& text, const std::string& path) {
     if (!directory.ok()) {
         return directory.outcome();
     }
-    const bool walked = zp::host::walkTree(
-        directory->number(), {[&](int above, const char* name) {
-                                  const auto where = linkTarget("/proc/self/fd/" + std::to_string(above));
-                                  if (where) {
-                                      note(text, above, name, *where + "/" + name);
-                                  }
-                                  return where.has_value();
-                              },
-                              [](int, const char*) { return true; }});
+    std::string last;
+    const auto noteEntry = [&](int above, const char* name) {
+        const auto where = linkTarget("/proc/self/fd/" + std::to_string(above));
+        if (where && *where != last) {
+            text += *where + '\0';
+            last = *where;
+        }
+        if (where) {
+            note(text, above, name, name);
+        }
+        return where.has_value();
+    };
+    const bool walked =
+        zp::host::walkTree(directory->number(), {noteEntry, [](int, const char*) { return true; }});
     return walked ? done() : failure(path + ": not all of it could be read");
 }
 
-// False when it is no longer the same file, or cannot be given.
-bool giveBack(const std::string& path, ino_t inode, uid_t user, gid_t group, mode_t mode) {
-    const auto directory = openGuarded(directoryOf(path));
-    if (!directory.ok()) {
-        return false;
-    }
-    const Descriptor place(
-        ::openat(directory->number(), nameOf(path).c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
+struct Access {
+    ino_t inode = 0;
+    uid_t user = 0;
+    gid_t group = 0;
+    mode_t mode = 0;
+    std::string path{};
+};
+
+Access accessIn(const std::string& entry) {
+    Access access;
+    std::istringstream words(entry);
+    words >> access.inode >> access.user >> access.group >> access.mode;
+    words.ignore(1);
+    std::getline(words, access.path, '\0');
+    return access;
+}
+
+// False when it is no longer the same file, or cannot be given. One that is gone is done.
+bool giveBack(const Descriptor& directory, const std::string& name, const Access& access) {
+    const Descriptor place(::openat(directory.number(), name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
     struct stat now {};
-    if (!place.isOpen() || ::fstat(place.number(), &now) != 0 || now.st_ino != inode ||
-        (!S_ISDIR(now.st_mode) && (now.st_nlink > 1 || (mode & (S_ISUID | S_ISGID)) != 0))) {
+    if (!place.isOpen() && errno == ENOENT) {
+        return true;
+    }
+    if (!place.isOpen() || ::fstat(place.number(), &now) != 0 || now.st_ino != access.inode ||
+        (!S_ISDIR(now.st_mode) && (now.st_nlink > 1 || (access.mode & (S_ISUID | S_ISGID)) != 0))) {
         return false;
     }
-    return ::fchownat(place.number(), "", user, group, AT_EMPTY_PATH) == 0 &&
-           ::chmod(pathIn(place, "").c_str(), mode) == 0;
+    return ::fchownat(place.number(), "", access.user, access.group, AT_EMPTY_PATH) == 0 &&
+           ::chmod(pathIn(place, "").c_str(), access.mode) == 0;
 }
 
 }  // namespace
@@ -87,19 +110,25 @@ Expected<std::string> keptAccess(const std::string& checkpoint) {
 
 Outcome restoreAccess(const std::string& kept) {
     Outcome outcome;
+    Expected<Descriptor> directory = failure("none");
+    std::string above;
     std::istringstream entries(kept);
     for (std::string entry; std::getline(entries, entry, '\0');) {
-        std::istringstream words(entry);
-        ino_t inode = 0;
-        uid_t user = 0;
-        gid_t group = 0;
-        mode_t mode = 0;
-        words >> inode >> user >> group >> mode;
-        words.ignore(1);
-        std::string path;
-        std::getline(words, path, '\0');
-        if (exists(path) && !giveBack(path, inode, user, group, mode)) {
-            outcome = failure(printable(path) + ": its owner and mode stay; it is another file by now");
+        const bool isDirectory = entry.starts_with('/');
+        const Access access = isDirectory ? Access{} : accessIn(entry);
+        const bool isWhole = access.path.starts_with('/');
+        if (const std::string wanted = isDirectory ? entry
+                                       : isWhole   ? directoryOf(access.path)
+                                                   : above;
+            wanted != above) {
+            above = wanted;
+            directory = openGuarded(above);
+        }
+        const bool isGone = directory.outcome().status == Status::NotFound;
+        const std::string name = nameOf(access.path);
+        if (!isDirectory && !isGone && !(directory.ok() && giveBack(*directory, name, access))) {
+            outcome = failure(printable(above + "/" + name) +
+                              ": its owner and mode stay; it is another file by now");
         }
     }
     return outcome;
