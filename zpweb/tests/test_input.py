@@ -8,6 +8,7 @@ import shlex
 import subprocess
 import threading
 import time
+from pathlib import Path
 
 import pytest
 
@@ -100,6 +101,15 @@ def test_a_line_of_apply_says_what_it_means_or_is_refused(site, line, told):
     answer = site.run("apply", "-", "--no-check", "--no-reload", input=line)
     assert answer.status == (2 if told else 0) and told in answer.err and log.exists() == bool(told), answer
     assert told or len(list(log.parent.glob("*.tar.gz"))) == ("false" in line)
+
+
+@pytest.mark.parametrize("home", ["", "home", "/home/${X}", '/home/a"b'])
+def test_the_home_of_an_account_is_looked_at_as_a_path_that_is_entered(machine, home):
+    accounts = Path("/etc/passwd").read_text()
+    Path("/etc/passwd").write_text(f"{accounts}odd:x:3000:3000::{home}:/bin/sh\n")
+    answer = machine.run("site", "create", "a.example", "--address", "127.0.0.1", "--owner", "odd")
+    Path("/etc/passwd").write_text(accounts)
+    assert answer.status == 2 and "--path" in answer.err and len(answer.err.splitlines()) == 1, answer
 
 
 def test_an_internationalised_name_is_stored_in_ascii_and_shown_in_both_forms(machine):

@@ -110,10 +110,23 @@ Outcome choosePlace(const Configuration& configuration, const Arguments& given, 
     return done();
 }
 
-CreationPlan creationPlan(const Configuration& configuration, const Arguments& given) {
+// An account may have any home, or none.
+Expected<std::string> parentFor(const Arguments& given) {
+    if (const auto parent = given[Parent]) {
+        return *parent;
+    }
+    const auto home = typedValue(Kind::Path, "--path", homeOf(given[Owner]), "");
+    return home.ok() ? home
+                     : failure(Status::Usage, "the home of account " + inQuotes(given[Owner]) +
+                                                  " cannot be a site's: " + home.outcome().message +
+                                                  "; name a directory with --path");
+}
+
+CreationPlan creationPlan(const Configuration& configuration, const Arguments& given,
+                          const std::string& parent) {
     CreationPlan plan;
     plan.name = given[Name];
-    plan.home = given[Parent].value_or(homeOf(given[Owner])) + "/" + plan.name;
+    plan.home = parent + "/" + plan.name;
     plan.shared = given[Mode].value_or("shared") == "shared";
     plan.before24 = isBefore24();
     const std::string port = given[Port].value_or(usualPort());
@@ -244,7 +257,11 @@ void report(Transaction& change, const CreationPlan& plan) {
 
 Outcome create(Transaction& change, const Arguments& given) {
     const Configuration& configuration = change.configuration();
-    CreationPlan plan = creationPlan(configuration, given);
+    const auto parent = parentFor(given);
+    if (!parent.ok()) {
+        return parent.outcome();
+    }
+    CreationPlan plan = creationPlan(configuration, given, *parent);
     Outcome outcome = choosePlace(configuration, given, plan);
     if (given[Mode] == "own") {
         askForBlock(change, plan.listening.address);
