@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <filesystem>
 
+#include "CZPWebsite.h"
 #include "Tracer.h"
 #include "conf/LineReader.h"
 #include "host/Accounts.h"
@@ -103,6 +104,24 @@ TEST_F(Meanwhile, WhatCouldNotBeGivenIsTold) {
                        EXPECT_TRUE(!done || !step.deep || owner(Tree + "/a/x") == "2001:0");
                    });
     }
+}
+
+TEST_F(Meanwhile, APipeInThePlaceOfALogIsNotWaitedFor) {
+    const std::string file = scratch("httpd.conf");
+    writeFile(file, "<VirtualHost *>\nServerName a.example\nCustomLog " + Home +
+                        "/log/access_log combined\n</VirtualHost>\n");
+    ::setenv("ZPFAULT_RUN", ("cd " + Home + "/log && mv access_log moved && mkfifo access_log").c_str(), 1);
+    ASSERT_EQ(
+        std::system(
+            ("mkdir -p " + Home + "/log; cd " + Home + "; touch log/access_log; chown -R 2001 .").c_str()),
+        0);
+    run = faults::run({.kind = faults::Kind::Meanwhile, .call = 1, .name = "renameat"}, [&] {
+        ::alarm(20);
+        return CZPWebsite().rotateLog(file, "a.example", "0", "ZIPandDEL");
+    });
+    EXPECT_TRUE(run.hit && WIFEXITED(run.status) && WEXITSTATUS(run.status) == 0);
+    EXPECT_TRUE(fs::is_fifo(Home + "/log/access_log"));
+    EXPECT_EQ(std::distance(fs::directory_iterator(Home + "/log"), fs::directory_iterator()), 2);
 }
 
 TEST(ReadFault, IsToldAndEndsTheReading) {

@@ -35,6 +35,13 @@ public:
     bool takeIn(const std::string& name) const {
         return room_.isOpen() && ::renameat(beside_, name.c_str(), room_.number(), name.c_str()) == 0;
     }
+    // In an owner's directory another thing may have borne the log's name by then: a pipe would be waited
+    // for.
+    bool holdsLog(const std::string& name) const {
+        struct stat status {};
+        return ::fstatat(room_.number(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+               S_ISREG(status.st_mode) && status.st_nlink == 1;
+    }
     void giveOut(const std::string& name) const {
         static_cast<void>(::renameat(room_.number(), name.c_str(), beside_, name.c_str()));
     }
@@ -43,7 +50,7 @@ public:
     // Who was kept from the one is kept from the other, also where the owner of the directory has moved a
     // file of root's to the place of the log.
     void close(const std::string& archive, const std::string& log) const {
-        constexpr int Itself = O_RDONLY | O_NOFOLLOW | O_CLOEXEC;
+        constexpr int Itself = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
         const host::Descriptor packed(::openat(room_.number(), archive.c_str(), Itself));
         const host::Descriptor from(::openat(room_.number(), log.c_str(), Itself));
         struct stat status {};
@@ -66,6 +73,10 @@ bool packAndRemove(const host::HeldFile& log) {
     const int directory = log.directory()->descriptor();
     const Workroom room(directory);
     if (::fchdir(directory) != 0 || !room.takeIn(log.name())) {
+        return false;
+    }
+    if (log.othersWrite() && !room.holdsLog(log.name())) {
+        room.giveOut(log.name());
         return false;
     }
     // The same archive for every log of the directory and for the whole hour.
