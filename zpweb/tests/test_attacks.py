@@ -40,6 +40,22 @@ def test_a_directory_of_roots_is_opened_to_nobody_for_the_logs_of_a_site(site):
     assert answer.status == 7 and oct((home / "log").stat().st_mode) == "0o40700", answer
 
 
+def test_a_home_that_a_third_account_has_laid_in_a_shared_directory_is_not_taken(site):
+    """It would exchange what the site's owner gets there."""
+    home = site.sites / "b.example"
+    words = ["site", "create", "b.example", "--address", "127.0.0.1", "--owner", OWNER, "--path", home.parent, *FAST]
+    home.mkdir()
+    os.chown(home, 65534, 65534)
+    home.parent.chmod(0o1777)
+    answer = site.run(*words)
+    assert answer.status == 7 and f"{home}: exists already" in answer.err and list(home.iterdir()) == [], answer
+    home.parent.chmod(0o755)
+    site.do(*words, "--dry-run")  # the administrator's own doing
+    home.parent.chmod(0o1777)
+    os.chown(home, *pwd.getpwnam(OWNER)[2:4])
+    site.do(*words)
+
+
 def test_a_rotation_opens_and_takes_apart_nothing_of_roots_that_was_moved_beside_the_log(site):
     logs = site.sites / "shop.example/log/httpd"
     for name in ("access_log", "access_log-1-1-2026-1"):

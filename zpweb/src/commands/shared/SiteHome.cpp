@@ -35,6 +35,14 @@ bool isDirectoryOf(const std::string& owner, const std::string& path,
     return isDirectory && (isRoots || (account && status.st_uid == account->user));
 }
 
+// Where others can make directories, one of a third account's would leave all of the site in its hands.
+bool isThirds(const std::string& home, uid_t owner) {
+    const auto parent = zp::host::HeldDirectory::hold(directoryOf(home));
+    struct stat status {};
+    return parent && parent->othersWrite() && ::lstat(home.c_str(), &status) == 0 &&
+           status.st_uid != owner && status.st_uid != ::geteuid();
+}
+
 // The directories from the top to this one.
 std::vector<std::string> wayTo(const std::string& path) {
     std::vector<std::string> way;
@@ -79,17 +87,23 @@ Outcome makeHome(Transaction& change, const std::string& home, const std::string
             return reached;
         }
     }
+    const auto account = zp::host::findAccount(owner);
+    if (!account) {
+        return failure("account " + inQuotes(owner) + ": no longer there");
+    }
+    const auto isAnothers = [&owner](const std::string& path) {
+        return failure(Status::Exists, path + ": exists already, and is no directory of " + owner +
+                                           "'s that the site could take");
+    };
+    if (isThirds(home, account->user)) {
+        return isAnothers(home);
+    }
     std::vector<std::string> made{home};
     for (const zp::host::site::Directory& directory : zp::host::site::Directories) {
         made.push_back(home + directory.path);
         if (exists(made.back()) && !isDirectoryOf(owner, made.back(), directory)) {
-            return failure(Status::Exists, made.back() + ": exists already, and is no directory of " +
-                                               owner + "'s that the site could take");
+            return isAnothers(made.back());
         }
-    }
-    const auto account = zp::host::findAccount(owner);
-    if (!account) {
-        return failure("account " + inQuotes(owner) + ": no longer there");
     }
     Outcome outcome =
         exists(home) ? done() : change.makeDirectory(home, HomeMode, account->user, account->group);
