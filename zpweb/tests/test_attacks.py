@@ -56,6 +56,23 @@ def test_a_home_that_a_third_account_has_laid_in_a_shared_directory_is_not_taken
     site.do(*words)
 
 
+def test_a_closed_file_of_roots_that_was_moved_into_what_is_taken_over_stays_roots(site):
+    q = site.sites / "shop.example/www/html/q"
+    for folder in (q / "secrets", q / "sub"):
+        folder.mkdir(parents=True)
+        (folder / "file").touch()
+    (q / "secrets").chmod(0o700)
+    (q / "sub/file").chmod(0o600)
+    (q / "page").touch()
+    for path in (q, q / "sub"):
+        os.chown(path, *pwd.getpwnam(OWNER)[2:4])
+    answer = site.do("vdir", "create", "shop.example", q, "--take-over", *FAST)
+    assert "not all owners and modes" in answer.err, answer
+    taken = {path.name: path.stat().st_uid != 0 for path in (q / "page", q / "sub", q / "secrets", q / "sub/file")}
+    assert taken == {"page": True, "sub": True, "secrets": False, "file": False}
+    assert oct((q / "sub/file").stat().st_mode) == "0o100600"
+
+
 def test_a_rotation_opens_and_takes_apart_nothing_of_roots_that_was_moved_beside_the_log(site):
     logs = site.sites / "shop.example/log/httpd"
     for name in ("access_log", "access_log-1-1-2026-1"):

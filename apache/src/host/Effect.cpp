@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <set>
 
 #include "host/FileSystem.h"
 #include "host/HeldDirectory.h"
@@ -56,16 +57,67 @@ bool giveAccess(const Descriptor& place, const Effect& effect, bool othersWrite)
     return isFit(status, effect, othersWrite) && giveTo(place, effect, kept);
 }
 
-bool giveBelow(const Descriptor& directory, const Effect& effect) {
-    bool given = true;
-    const bool walked = walkTree(directory.number(),
-                                 {[&](int parent, const char* name) {
-                                      given = giveAccess(openPlace(parent, name), effect, true) && given;
-                                      return true;
-                                  },
-                                  [](int, const char*) { return true; }});
-    return walked && given;
+// The administrator's alone: what stands in such a directory the administrator has placed there.
+bool isAdministrators(const struct stat& directory) {
+    return directory.st_uid == ::geteuid() && (directory.st_mode & (S_IWGRP | S_IWOTH)) == 0;
 }
+
+// The administrator's and closed to others: where they can place it, its owner may have moved it there.
+bool isClosed(const struct stat& status) {
+    const mode_t open = S_ISDIR(status.st_mode) ? S_IROTH | S_IXOTH : S_IROTH;
+    return status.st_uid == ::geteuid() && (status.st_mode & open) != open && !S_ISLNK(status.st_mode);
+}
+
+// A giving of a directory with all that it holds. One that is the administrator's alone is given behind its
+// entries, so that nothing comes among them.
+class Giving {
+public:
+    Giving(const Effect& effect, const struct stat& top) : effect_(effect) { noteOwn(top); }
+
+    bool isOwn(const struct stat& directory) const { return own_.contains(directory.st_ino); }
+    bool run(const Descriptor& directory) {
+        const bool walked =
+            walkTree(directory.number(),
+                     {[this](int parent, const char* name) { return give(parent, name); },
+                      [this](int parent, const char* name) { return giveBehind(parent, name); }});
+        return walked && given_;
+    }
+
+private:
+    void noteOwn(const struct stat& directory) {
+        if (S_ISDIR(directory.st_mode) && isAdministrators(directory)) {
+            own_.insert(directory.st_ino);
+        }
+    }
+    bool give(int parent, const char* name) {
+        const Descriptor place = openPlace(parent, name);
+        struct stat above {};
+        struct stat status {};
+        const bool isLooked =
+            place.isOpen() && ::fstat(place.number(), &status) == 0 && ::fstat(parent, &above) == 0;
+        if (isLooked && isOwn(above)) {
+            noteOwn(status);
+        }
+        if (isLooked && !isOwn(above) && isClosed(status)) {
+            given_ = false;
+        } else if (!isLooked || !isOwn(status)) {
+            given_ = giveAccess(place, effect_, true) && given_;
+        }
+        return true;
+    }
+    bool giveBehind(int parent, const char* name) {
+        const Descriptor place = openPlace(parent, name);
+        struct stat status {};
+        if (place.isOpen() && ::fstat(place.number(), &status) == 0 && isOwn(status)) {
+            given_ = giveAccess(place, effect_, true) && given_;
+        }
+        return true;
+    }
+
+    const Effect& effect_;
+    std::set<ino_t> own_;
+    bool given_ = true;
+};
 
 bool giveTree(const HeldDirectory& parent, const std::string& name, const Effect& effect) {
     const Descriptor place = openPlace(parent.descriptor(), name.c_str());
@@ -74,12 +126,15 @@ bool giveTree(const HeldDirectory& parent, const std::string& name, const Effect
         !isMeant(status, effect, parent)) {
         return false;
     }
-    const bool given = giveAccess(place, effect, parent.othersWrite());
     if (!effect.deep || !S_ISDIR(status.st_mode)) {
-        return given;
+        return giveAccess(place, effect, parent.othersWrite());
     }
     const Descriptor directory(::openat(place.number(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    return directory.isOpen() && giveBelow(directory, effect) && given;
+    Giving giving(effect, status);
+    const bool isLast = giving.isOwn(status);
+    const bool before = isLast || giveAccess(place, effect, parent.othersWrite());
+    const bool below = directory.isOpen() && giving.run(directory);
+    return (!isLast || giveAccess(place, effect, parent.othersWrite())) && before && below;
 }
 
 bool makeDirectory(const HeldDirectory& parent, const std::string& name, const Effect& effect) {
