@@ -15,7 +15,7 @@ namespace zpweb {
 namespace {
 
 constexpr int DeepestDirectory = 16;
-constexpr const char* Special = "*?[\\";
+constexpr const char* WildCharacters = "*?[\\";
 
 bool hasWildcard(std::string_view pattern) { return pattern.find_first_of("*?[") != pattern.npos; }
 
@@ -65,7 +65,7 @@ void Configuration::count(Named& named, const ConfigurationFile& file, int by) c
     const bool atServer = !isInBlocks(file);
     for (const IncludeLine& include : file.server().includes) {
         const std::string pattern = absolutePath(named.serverRoot, include.pattern);
-        const bool wild = pattern.find_first_of(Special) != std::string::npos;
+        const bool wild = pattern.find_first_of(WildCharacters) != std::string::npos;
         note(wild ? named.wildcards : named.paths, pattern,
              atServer && file.blockAt(include.line) == nullptr);
     }
@@ -169,7 +169,7 @@ std::vector<std::string> Configuration::included(std::string_view pattern) const
 
 // Paths that the absolute pattern names, and that come or go with the change.
 std::set<std::string> Configuration::changedNames(const std::string& pattern) const {
-    const std::string beginning = pattern.substr(0, pattern.find_first_of(Special));
+    const std::string beginning = pattern.substr(0, pattern.find_first_of(WildCharacters));
     std::set<std::string> names;
     for (auto entry = otherwise_.lower_bound(beginning);
          entry != otherwise_.end() && entry->first.starts_with(beginning); ++entry) {

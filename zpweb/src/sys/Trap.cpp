@@ -123,7 +123,7 @@ std::optional<Trap> trapOn(const std::string& path) {
 }
 
 Outcome removeTrap(const Trap& trap) {
-    constexpr mode_t Mode = 0755;
+    constexpr mode_t NewMode = 0755;
     const auto directory = openGuarded(directoryOf(trap.path));
     if (!directory.ok()) {
         return directory.outcome();
@@ -139,7 +139,8 @@ Outcome removeTrap(const Trap& trap) {
     if (!isThere || ::unlinkat(directory->number(), name.c_str(), 0) != 0) {
         return failure(isThere ? systemError(trap.path) : trap.path + ": meanwhile something else");
     }
-    return trap.kind != Trap::Kind::DirectoryLink || ::mkdirat(directory->number(), name.c_str(), Mode) == 0
+    return trap.kind != Trap::Kind::DirectoryLink ||
+                   ::mkdirat(directory->number(), name.c_str(), NewMode) == 0
                ? done()
                : failure(systemError(trap.path));
 }
