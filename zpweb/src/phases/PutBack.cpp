@@ -67,10 +67,17 @@ struct Held {
     Standing standing;
 };
 
+// What bars the way: a link, a file, or a file system of an account's that lets nobody else in, not even
+// the administrator.
+bool isSomethingElse(const zp::host::HeldDirectory::Obstacle& obstacle) {
+    return !obstacle.link.empty() || obstacle.error == ENOTDIR || obstacle.error == EACCES ||
+           obstacle.error == ENOTCONN;
+}
+
 Expected<Held> holdPlaceOf(const ChangedFile& file) {
     zp::host::HeldDirectory::Obstacle obstacle;
     auto directory = zp::host::HeldDirectory::hold(directoryOf(file.path), &obstacle);
-    if (!directory && (!obstacle.link.empty() || obstacle.error == ENOTDIR)) {
+    if (!directory && isSomethingElse(obstacle)) {
         return Held{Descriptor(), Standing::Else};
     }
     if (!directory && obstacle.error != ENOENT) {
