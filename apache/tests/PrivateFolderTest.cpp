@@ -59,8 +59,8 @@ public:
     void step(const char* name, const std::function<int()>& operation) {
         const StringVector before = tools_.calls();
         const CapturedOutput output;
-        told_ +=
-            std::string(name) + ": " + std::to_string(operation()) + "\n" + printedLines(output.text());
+        told_ += std::string(name) + ": " + std::to_string(operation()) + "\n";
+        told_ += printedLines(output.text());
         const StringVector calls = tools_.calls();
         for (size_t i = before.size(); i < calls.size(); ++i) {
             told_ += "$ " + calls[i] + "\n";
