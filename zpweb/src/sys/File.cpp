@@ -85,6 +85,13 @@ Expected<std::string> readExpected(const Descriptor& file, const std::string& pa
     }
 }
 
+// EACCES and ENOTCONN: an account has mounted a file system of its own on it, which lets nobody else in,
+// not even the administrator.
+bool isNoPlainFile(int error) {
+    constexpr int Answers[] = {ENOTDIR, ELOOP, ENXIO, EWOULDBLOCK, EACCES, ENOTCONN};
+    return std::ranges::find(Answers, error) != std::end(Answers);
+}
+
 }  // namespace
 
 std::string systemError(const std::string& path) { return path + ": " + std::strerror(errno); }
@@ -172,7 +179,7 @@ Expected<std::string> readDescriptor(const Descriptor& file, const std::string& 
 Expected<bool> readParts(const std::string& path, const std::function<void(std::string_view)>& take) {
     struct stat status {};
     const Descriptor file(::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-    if (!file.isOpen() && (errno == ENOTDIR || errno == ELOOP || errno == ENXIO || errno == EWOULDBLOCK)) {
+    if (!file.isOpen() && isNoPlainFile(errno)) {
         return false;
     }
     if (!file.isOpen() || ::fstat(file.number(), &status) != 0) {

@@ -37,8 +37,8 @@ Expected<std::string> readFile(const std::string& path, size_t limit = std::stri
 // All of what is open; `path` is for messages. A longer text than `limit` is an error.
 Expected<std::string> readDescriptor(const Descriptor& file, const std::string& path, size_t limit);
 // Reads a file in parts that are as long as they can be: 128 KiB, but for the last. False where no file can
-// be read to its end: something else stands there, or on the way, or a file of others than root's is larger
-// than 256 MiB. Its owner may have put it there to be waited for.
+// be read to its end: something else stands there, or on the way, also a file system that lets nobody in,
+// or a file of others than root's is larger than 256 MiB. Its owner may have put it there to be waited for.
 Expected<bool> readParts(const std::string& path, const std::function<void(std::string_view)>& take);
 // Makes a new file with exactly this mode; what stands at `path` is an error. The result is open to write.
 Expected<Descriptor> makeNewFile(const std::string& path, std::span<const std::string_view> pieces,
