@@ -10,7 +10,7 @@ from pathlib import Path
 from urllib.parse import quote
 
 import pytest
-from attacks import FAST, SPARSE, issue, look, plant, prey  # noqa: F401
+from attacks import FAST, SPARSE, issue, look, mount_own, plant, prey  # noqa: F401
 from conftest import OWNER, ZPWEB, Answer, await_true, give
 from test_settings import POOL, fpm  # noqa: F401
 
@@ -216,6 +216,25 @@ def test_no_reload_opens_a_log_where_its_owner_leads_it(live, part):
     set_trap(part, place, prey)
     give(home)
     live.do("host", "remove", "shop.example", "last.example", "--allow-log-links")
+
+
+@pytest.mark.parametrize("place", ["httpd/error_log", "httpd/access_log", "httpd"])
+def test_what_its_owner_mounts_on_a_log_is_not_the_servers_end(live, place):
+    """Root cannot open it, either: a reload would end the server, for all sites and for good. The links of another site go meanwhile."""
+    place, other = live.sites / "shop.example/log" / place, live.sites / "z.example/log/httpd/error_log"
+    live.create("z.example", "--no-reload")
+    other.symlink_to("/nowhere")
+    give(other.parent)
+    mount_own(place)
+    try:
+        for words in (["host", "add", "shop.example", "more.example"], ["server", "reload"], ["host", "add", "shop.example", "more.example", "--no-check"]):
+            answer = live.run(*words)
+            assert answer.status in (1, 3) and str(place) in answer.err and live.get("shop.example")[0] == 200, answer
+        repaired = live.run("doctor", "--repair")
+        assert repaired.status == 1 and f"{place}: a file system is mounted there; unmount it first" in repaired.err and not other.is_symlink(), repaired
+    finally:
+        subprocess.run(["umount", "-l", place], check=True)
+    live.do("host", "add", "shop.example", "more.example")
 
 
 def test_a_rotation_by_policy_reloads_through_no_link(live, monkeypatch):

@@ -36,17 +36,25 @@ void findByReading(const Reading& reading, Output& output, const std::string& us
 }
 
 // One log may go through several links: each is looked at anew.
-Outcome repairLogs(const std::vector<OpenedLog>& logs, Output& output, bool dryRun) {
-    List& rows = output.list("repaired", {"site", "link"});
-    for (const OpenedLog& log : logs) {
-        for (auto trap = trapOn(log.path); trap; trap = dryRun ? std::nullopt : trapOn(log.path)) {
-            rows.row().add("site", log.site).add("link", trap->path);
-            if (Outcome removed = dryRun ? done() : removeTrap(*trap); !removed.ok()) {
-                return removed;
-            }
+Outcome repairLog(const OpenedLog& log, List& rows, bool dryRun) {
+    for (auto trap = trapOn(log.path); trap; trap = dryRun ? std::nullopt : trapOn(log.path)) {
+        rows.row().add("site", log.site).add("link", trap->path);
+        if (Outcome removed = dryRun ? done() : removeTrap(*trap); !removed.ok()) {
+            return removed;
         }
     }
     return done();
+}
+
+// What cannot be mended of one log keeps no other from it.
+Outcome repairLogs(const std::vector<OpenedLog>& logs, Output& output, bool dryRun) {
+    List& rows = output.list("repaired", {"site", "link"});
+    Outcome outcome;
+    for (const OpenedLog& log : logs) {
+        const Outcome repaired = repairLog(log, rows, dryRun);
+        outcome = outcome.ok() ? repaired : outcome;
+    }
+    return outcome;
 }
 
 void show(Output& output, std::string_view field, const Findings& findings) {

@@ -70,6 +70,9 @@ bool canBeWritten(const std::string& path) {
     return file.isOpen() || !directory.ok() || errno == ENOENT;
 }
 
+// As is what an account has mounted, also to the administrator.
+bool isShut(int error) { return error == EACCES || error == ENOTCONN; }
+
 std::optional<Trap> trapIn(const std::string& path) {
     struct stat status {};
     if (::lstat(path.c_str(), &status) != 0 || S_ISCHR(status.st_mode)) {
@@ -86,7 +89,9 @@ Outcome moveAside(const Descriptor& directory, const Trap& trap) {
     const std::string aside = name + ".aside-" + std::to_string(::getpid());
     const bool moved = ::renameat2(directory.number(), name.c_str(), directory.number(), aside.c_str(),
                                    RENAME_NOREPLACE) == 0;
-    return moved ? done() : failure(systemError(trap.path));
+    return moved            ? done()
+           : errno == EBUSY ? failure(trap.path + ": a file system is mounted there; unmount it first")
+                            : failure(systemError(trap.path));
 }
 
 }  // namespace
@@ -105,6 +110,9 @@ std::optional<Trap> trapOn(const std::string& path) {
         const std::string place = way + "/" + name;
         struct stat status {};
         if (::lstat(place.c_str(), &status) != 0) {
+            if (isShut(errno)) {
+                return Trap{Trap::Kind::NoLog, place};
+            }
             host::noteFault(place);
             return std::nullopt;
         }

@@ -16,8 +16,9 @@ struct Trap {
 };
 
 // The first on the way to a file, or in its place: a symbolic link or a named pipe that others than root
-// have placed, or what cannot be opened to write: a directory, a socket, a program that runs. Root's own
-// links are followed, and what they lead to is looked at as well.
+// have placed, or what cannot be opened to write: a directory, a socket, a program that runs, a file system
+// of an account's that lets nobody else in. Root's own links are followed, and what they lead to is looked
+// at as well.
 std::optional<Trap> trapOn(const std::string& path);
 
 // Where a link stood for a directory, an empty one of root's takes its place. What is no log is moved
