@@ -38,7 +38,7 @@ def mount_own(place):
     assert ctypes.CDLL(None, use_errno=True).mount(b"own", bytes(place), b"fuse", 0, words) == 0, os.strerror(ctypes.get_errno())
 
 
-def hurt_by(site, prey, words, swap, look, fast=FAST):
+def hurt_by(site, prey, words, swap, look, fast=FAST, only=""):
     """The calls before which the swap hurts what is looked at."""
     html = site.sites / "shop.example/www/html"
     state, kept = site.root / ".zpweb", Path("/var/zpweb-test/kept")
@@ -54,7 +54,7 @@ def hurt_by(site, prey, words, swap, look, fast=FAST):
         return [line for line in done.stderr.splitlines() if re.match(r"\d+ \w+ /", line)]
 
     calls = run("none", 0)
-    own = [int(line.split()[0]) for line in calls if str(html.parent.parent) in line]
+    own = [int(line.split()[0]) for line in calls if str(html.parent.parent) in line and re.search(only, line)]
     wrong = [] if own else ["nothing is touched"]
     for call in own[::-(-len(own) // MOST)]:
         made = run("meanwhile", call)

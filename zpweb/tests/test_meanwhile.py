@@ -42,7 +42,7 @@ def test_a_repair_is_led_nowhere_and_removes_no_log(site, prey, back):
     if back:
         swap = f"touch {home}/swapped; rm -f {logs}/error_log; cp {prey}/access_log {logs}/error_log"
     gone = lambda: {"the log": back and (home / "swapped").exists() and not (logs / "error_log").exists()}
-    assert hurt_by(site, prey, "doctor --repair", swap, lambda: {**look(prey), **gone()}) == []
+    assert hurt_by(site, prey, "doctor --repair", swap, lambda: {**look(prey), **gone()}, only=r"log/httpd|at /\S*/log$") == []
 
 
 def test_what_is_taken_back_by_itself_is_led_nowhere(site, prey):

@@ -35,9 +35,15 @@ void findByReading(const Reading& reading, Output& output, const std::string& us
     }
 }
 
-// One log may go through several links: each is looked at anew.
+// One log may go through several links: each is looked at anew. Its owner can place them as fast as they
+// are removed.
 Outcome repairLog(const OpenedLog& log, List& rows, bool dryRun) {
+    constexpr int MostTraps = 100;
+    int traps = 0;
     for (auto trap = trapOn(log.path); trap; trap = dryRun ? std::nullopt : trapOn(log.path)) {
+        if (++traps > MostTraps) {
+            return failure(trap->path + ": it comes back as often as it is removed");
+        }
         rows.row().add("site", log.site).add("link", trap->path);
         if (Outcome removed = dryRun ? done() : removeTrap(*trap); !removed.ok()) {
             return removed;

@@ -8,6 +8,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <random>
 
 #include "host/HeldDirectory.h"
 #include "host/Machine.h"
@@ -94,6 +95,25 @@ Outcome moveAside(const Descriptor& directory, const Trap& trap) {
                             : failure(systemError(trap.path));
 }
 
+// Out of its place before it is looked at: what comes there meanwhile, as the log itself, is not what goes.
+Outcome takeAway(const Descriptor& directory, const Trap& trap) {
+    const std::string name = nameOf(trap.path);
+    const std::string away = ".zpweb-away." + std::to_string(std::random_device()());
+    struct stat status {};
+    if (::renameat(directory.number(), name.c_str(), directory.number(), away.c_str()) != 0) {
+        return failure(systemError(trap.path));
+    }
+    const bool isIt = ::fstatat(directory.number(), away.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+                      (trap.kind == Trap::Kind::Pipe ? S_ISFIFO(status.st_mode) : S_ISLNK(status.st_mode));
+    if (isIt) {
+        return ::unlinkat(directory.number(), away.c_str(), 0) == 0 ? done()
+                                                                    : failure(systemError(trap.path));
+    }
+    const bool isBack = ::renameat2(directory.number(), away.c_str(), directory.number(), name.c_str(),
+                                    RENAME_NOREPLACE) == 0;
+    return failure(trap.path + ": meanwhile something else" + (isBack ? "" : ", now " + away));
+}
+
 }  // namespace
 
 std::optional<Trap> trapOn(const std::string& path) {
@@ -139,16 +159,11 @@ Outcome removeTrap(const Trap& trap) {
     if (trap.kind == Trap::Kind::NoLog) {
         return moveAside(*directory, trap);
     }
-    const std::string name = nameOf(trap.path);
-    struct stat status {};
-    const bool isThere =
-        ::fstatat(directory->number(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
-        (trap.kind == Trap::Kind::Pipe ? S_ISFIFO(status.st_mode) : S_ISLNK(status.st_mode));
-    if (!isThere || ::unlinkat(directory->number(), name.c_str(), 0) != 0) {
-        return failure(isThere ? systemError(trap.path) : trap.path + ": meanwhile something else");
+    if (Outcome taken = takeAway(*directory, trap); !taken.ok()) {
+        return taken;
     }
     return trap.kind != Trap::Kind::DirectoryLink ||
-                   ::mkdirat(directory->number(), name.c_str(), NewMode) == 0
+                   ::mkdirat(directory->number(), nameOf(trap.path).c_str(), NewMode) == 0
                ? done()
                : failure(systemError(trap.path));
 }
