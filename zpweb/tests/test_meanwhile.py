@@ -184,13 +184,19 @@ def test_what_its_owner_still_writes_to_the_old_file_keeps_nothing_from_being_pu
     subprocess.run(["umount", "-l", site.sites], check=True) if far else None
 
 
-def test_a_deep_directory_of_its_owners_that_came_out_of_a_files_place_is_in_no_commands_way(site):
+@pytest.mark.parametrize("mounted", [False, True], ids=["", "with something mounted in it"])
+def test_a_deep_directory_of_its_owners_that_came_out_of_a_files_place_is_in_no_commands_way(site, mounted):
     """One that came into the stage and could not go back, as its owner had put something else in the place."""
     (site.root / ".zpweb/stage/1-.htaccess" / ("d/" * 300)).mkdir(parents=True)
     give(site.root / ".zpweb/stage/1-.htaccess")
+    mount_own(site.root / ".zpweb/stage/1-.htaccess/d/d") if mounted else None
     few = {"preexec_fn": lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (100, 100))}
-    site.do("site", "stop", "shop.example", *FAST, **few)
-    assert not (site.root / ".zpweb/stage").exists()
+    site.do("protect", "add", site.sites / "shop.example/www/html", "ann", *FAST, input="word\n", **few)
+    left = list(site.root.glob(".zpweb/stage*"))
+    assert [path.name[:11] for path in left] == (["stage.left-"] if mounted else [])
+    if mounted:
+        assert "unmount" in site.run("doctor").out
+        subprocess.run(["umount", "-l", left[0] / "1-.htaccess/d/d"], check=True)
 
 
 def test_what_its_owner_makes_as_fast_as_it_is_removed_keeps_no_home(site):

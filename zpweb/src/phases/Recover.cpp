@@ -3,6 +3,8 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdio>
+#include <random>
 #include <vector>
 
 #include "phases/Outstanding.h"
@@ -131,6 +133,16 @@ private:
     std::vector<std::string> old_, new_, else_;
 };
 
+// What came out of an owner's file's place, and could not go back, may have something mounted in it, so
+// that it cannot be removed: the next change would find it in its way.
+void clearStage(const State& state) {
+    removeTree(state.stage());
+    if (exists(state.stage())) {
+        const std::string aside = state.stage() + ".left-" + std::to_string(std::random_device()());
+        static_cast<void>(::rename(state.stage().c_str(), aside.c_str()));
+    }
+}
+
 }  // namespace
 
 Outcome recover(const State& state, Output& output, bool dryRun) {
@@ -146,7 +158,7 @@ Outcome recover(const State& state, Output& output, bool dryRun) {
     }
     const auto text = readFile(state.journal());
     if (!text.ok()) {
-        removeTree(state.stage());
+        clearStage(state);
         return text.outcome().status == Status::NotFound ? done() : text.outcome();
     }
     auto journal = Journal::from(*text);
@@ -156,7 +168,7 @@ Outcome recover(const State& state, Output& output, bool dryRun) {
     if (Outcome outcome = Recovery(state, output, *journal).run(); !outcome.ok()) {
         return outcome;
     }
-    removeTree(state.stage());
+    clearStage(state);
     removeTree(state.journal());
     return exists(state.journal()) ? failure(state.journal() + ": cannot be removed")
                                    : sync(state.directory);

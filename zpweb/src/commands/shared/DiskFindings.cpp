@@ -78,6 +78,12 @@ void findLeftovers(const std::string& main, Findings& findings) {
             findings.push_back({"leftover of a run", path, "the next change clears it up"});
         }
     }
+    for (const std::string& name : entriesOf(state.directory)) {
+        if (name.starts_with("stage.left-")) {
+            findings.push_back({"leftover of a run", state.directory + "/" + name,
+                                "could not be removed; unmount what is mounted in it, and remove it"});
+        }
+    }
     for (const std::string& name : entriesOf(directoryOf(main))) {
         const bool scratch = name.size() >= 9 && std::all_of(name.begin(), name.end(),
                                                              [](char c) { return c >= '0' && c <= '9'; });
