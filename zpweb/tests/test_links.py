@@ -8,6 +8,7 @@ from pathlib import Path
 
 import pytest
 
+from attacks import mount_own
 from conftest import OWNER, ZPFAULT, ZPWEB
 
 
@@ -189,6 +190,21 @@ def test_what_is_mounted_below_a_home_is_neither_removed_nor_given_away(site):
     finally:
         subprocess.run(["umount", "-l", html / "q/bound here"], stderr=subprocess.DEVNULL)
         subprocess.run(["umount", "-l", beside], check=True)
+
+
+def test_what_its_owner_has_mounted_keeps_nothing_beside_it_from_being_given_and_given_back(site):
+    q = site.sites / "shop.example/www/html/q"
+    for name in "abcdefgh":
+        (q / name / "x").mkdir(parents=True)
+    mount_own(q / "d")
+    owners = lambda: {path.stat().st_uid for path in [q, *(q / name for name in "abcefgh"), *q.glob("[!d]/x")]}
+    try:
+        given = site.do("vdir", "create", "shop.example", q, "--take-over", "--no-check", "--no-reload")
+        assert "warning" not in given.err and owners() == {pwd.getpwnam(OWNER).pw_uid}, given
+        site.do("undo", "--no-check", "--no-reload")
+        assert owners() == {0}
+    finally:
+        subprocess.run(["umount", "-l", q / "d"], check=True)
 
 
 def test_a_policy_tells_of_logs_that_root_could_be_led_away_from(site):
