@@ -261,6 +261,26 @@ def test_a_rotation_by_policy_reloads_through_no_link(live, monkeypatch):
     live.do("log", "policy", "shop.example", "--off")
 
 
+@pytest.mark.parametrize("way", ["gone", "link", "mounted"])
+def test_a_policy_that_finds_no_directory_makes_root_work_in_none_of_the_owners(site, way):
+    """The owner has it back by the time that logrotate comes. The policy of each site is written anew with that of another one."""
+    home, written = site.sites / "shop.example", Path("/etc/logrotate.d/zpweb")
+    written.unlink(missing_ok=True)
+    site.create("b.example", *FAST)
+    give(home)
+    logs = home / "log/httpd"
+    site.do("log", "policy", "shop.example", *FAST)
+    before = written.read_text().split("\n", 2)[2]
+    assert f"su {OWNER} " in before
+    logs.rename(home / "away") if way != "mounted" else mount_own(logs)
+    logs.symlink_to("/var/log") if way == "link" else None
+    site.do("log", "policy", "b.example", "--weekly", *FAST)
+    assert before in written.read_text()
+    site.do("log", "policy", "shop.example", "--monthly", *FAST)
+    subprocess.run(["umount", "-l", logs]) if way == "mounted" else None
+    assert before.replace("daily", "monthly") in written.read_text()
+
+
 def test_no_number_of_what_looks_put_aside_makes_a_rotation_long(site):
     logs = site.sites / "shop.example/log/httpd"
     for number in range(120):

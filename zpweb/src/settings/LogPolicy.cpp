@@ -12,6 +12,7 @@
 
 #include "input/Fields.h"
 #include "sys/File.h"
+#include "sys/GuardedDirectory.h"
 #include "sys/Look.h"
 
 namespace zpweb {
@@ -30,10 +31,27 @@ SortedJson documentOf(const LogPolicies& policies) {
     return json;
 }
 
+// Whose ground it is. What an owner has taken away, mounted or put a link in the place of for this moment
+// is of the account that has the first directory on the way that is not root's.
+struct stat groundOf(const std::string& directory) {
+    struct stat status {};
+    const auto held = openGuarded(directory);
+    if (held.ok() && ::fstat(held->number(), &status) == 0) {
+        return status;
+    }
+    for (size_t end = directory.find('/', 1); status.st_uid == 0 && end != std::string::npos;
+         end = directory.find('/', end + 1)) {
+        if (!lookAt(directory.substr(0, end), status)) {
+            return {};
+        }
+    }
+    return status;
+}
+
 // Who does the work where the directory is not root's: root itself would be led by what is placed there.
 std::string accountLine(const std::string& log) {
-    struct stat status {};
-    if (!lookAt(directoryOf(log), status) || status.st_uid == 0) {
+    const struct stat status = groundOf(directoryOf(log));
+    if (status.st_uid == 0) {
         return "    create\n";  // as the log is: a site's owner goes on reading it
     }
     const passwd* user = ::getpwuid(status.st_uid);
