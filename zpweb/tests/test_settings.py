@@ -275,6 +275,22 @@ def test_websockets_pass_an_older_server(server, tmp_path):
     assert "timeout=7\n" in file.read_text() and "upgrade=" not in file.read_text()
 
 
+@pytest.mark.parametrize("inside, around", [(["SSLVerifyClient require"], ""), ([], "SSLVerifyClient on\n")])
+@ONE_LAYOUT
+def test_a_listener_for_visitors_with_certificates_is_left_out(server, inside, around):
+    text = block("*:80", "closed.example") + around + tls("closed.example", *inside, "SSLCACertificateFile /etc/ssl/ca/ca.pem")
+    server.place("closed", text + tls("open.example", "SSLVerifyClient none"))
+    for words in (["redirect", "set", "{}", "/old", "--to", "https://new.example/"], ["access", "set", "{}", "/admin", "--deny", "all"],
+                  ["proxy", "set", "{}", "/app", "http://127.0.0.1:8081"]):
+        told = server.do(*(word.format("closed.example") for word in words)).err
+        assert told.count("closed.example at 127.0.0.1 port 443 lets in only visitors with a certificate") == 1 and "port 80" not in told, told
+        assert "lets in only" not in server.do(*(word.format("open.example") for word in words)).err
+    assert ask("closed.example", "/old")[:2] == ask("open.example", "/old", "https")[:2] == (302, "https://new.example/")
+    server.place("shut", block("*:80", "shut.example", "SSLVerifyClient require", "SSLCACertificateFile /etc/ssl/ca/ca.pem"))
+    server.do("tls", "on", "shut.example", *pair("good"), "--any-name", "--redirect")  # a certificate is shown to everybody
+    assert shown("shut.example") == fingerprint("good") and ask("shut.example")[1] == "https://shut.example/"
+
+
 # --- access ---
 
 

@@ -84,10 +84,10 @@ bool isRedirected(const Request& request) {
     return reply.ok() && reply->status >= 300 && reply->status < 400;
 }
 
-Outcome proveAccess(const Transaction& change, const std::string& site, const AccessPath& path) {
+Outcome proveAccess(Transaction& change, const std::string& site, const AccessPath& path) {
     for (const Place& place : answeringBlocks(change.configuration(), site)) {
         const std::string name = settingName(place.block->name);
-        for (const Peer& peer : peersOf(change.configuration(), place, change.reading())) {
+        for (const Peer& peer : peersToAsk(change, place)) {
             const bool tls = speaksTls(place, peer, change.reading());
             if (isRedirected({peer, name, belowPath(path.path), tls})) {
                 continue;

@@ -148,10 +148,10 @@ Outcome isMisdirected(const Request& request) {
                                           ": another site is the first there");
 }
 
-Outcome proveCatchAll(const Transaction& change) {
+Outcome proveCatchAll(Transaction& change) {
     for (const Place& place : change.configuration().find(ServerName)) {
         const bool tls = !argumentsIn(*place.block, "SSLEngine").empty();
-        for (const Peer& peer : peersOf(change.configuration(), place, change.reading())) {
+        for (const Peer& peer : peersToAsk(change, place)) {
             const Request request{peer, UnknownName, "/", tls};
             if (Outcome shown = shownInTime([&] { return isMisdirected(request); }); !shown.ok()) {
                 return shown;

@@ -45,13 +45,13 @@ std::vector<Root> rootsOf(const Transaction& change, const std::string& site) {
 }
 
 // Where the site's blocks with this document root can be asked.
-std::vector<Request> placesWith(const Transaction& change, const std::string& site, const Root& root) {
+std::vector<Request> placesWith(Transaction& change, const std::string& site, const Root& root) {
     std::vector<Request> requests;
     for (const Place& place : answeringBlocks(change.configuration(), site)) {
         if (place.block->root != root.written) {
             continue;
         }
-        for (const Peer& peer : peersOf(change.configuration(), place, change.reading())) {
+        for (const Peer& peer : peersToAsk(change, place)) {
             requests.push_back(
                 {peer, settingName(place.block->name), "/", speaksTls(place, peer, change.reading())});
         }
@@ -102,7 +102,7 @@ bool isReadAt(const Transaction& change, const Origin& place) {
                        });
 }
 
-Outcome staysUnread(const Transaction& change, const std::string& site, const Root& root,
+Outcome staysUnread(Transaction& change, const std::string& site, const Root& root,
                     const std::string& script) {
     for (Request& request : placesWith(change, site, root)) {
         request.path = pathOnWire(script);

@@ -4,8 +4,32 @@
 #include <thread>
 
 #include "server/Postconditions.h"
+#include "settings/SiteFacts.h"
+#include "settings/SiteSettings.h"
 
 namespace zpweb {
+
+std::vector<Peer> peersToAsk(Transaction& change, const Place& place) {
+    std::vector<Peer> peers = peersOf(change.configuration(), place, change.reading());
+    if (!asksForCertificates(place, change.reading())) {
+        return peers;
+    }
+    std::erase_if(peers, [&](const Peer& peer) {
+        const bool unanswered = speaksTls(place, peer, change.reading());
+        if (unanswered) {
+            const std::string where = settingName(place.block->name) + " at " + peer.address + " port " +
+                                      std::to_string(peer.port);
+            change.shared().value<bool>("not asked " + where, [&] {
+                change.output().note(where +
+                                     " lets in only visitors with a certificate (SSLVerifyClient): "
+                                     "what it answers was not looked at");
+                return true;
+            });
+        }
+        return unanswered;
+    });
+    return peers;
+}
 
 Outcome shownInTime(const std::function<Outcome()>& proof) {
     using namespace std::chrono_literals;

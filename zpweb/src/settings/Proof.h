@@ -4,12 +4,18 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "change/Transaction.h"
+#include "server/Configuration.h"
 #include "server/Request.h"
 #include "sys/Outcome.h"
 
 namespace zpweb {
+
+// Where a visitor of this host can ask what the block answers. Without a certificate nobody is answered
+// where one is asked for: that is told, and left out.
+std::vector<Peer> peersToAsk(Transaction& change, const Place& place);
 
 Outcome shownInTime(const std::function<Outcome()>& proof);
 

@@ -107,10 +107,10 @@ Outcome isPassedOn(const Request& request) {
                  : done();
 }
 
-Outcome proveProxy(const Transaction& change, const std::string& site, const std::string& path) {
+Outcome proveProxy(Transaction& change, const std::string& site, const std::string& path) {
     for (const Place& place : answeringBlocks(change.configuration(), site)) {
         const std::string name = settingName(place.block->name);
-        for (const Peer& peer : peersOf(change.configuration(), place, change.reading())) {
+        for (const Peer& peer : peersToAsk(change, place)) {
             const Request request{peer, name, path, speaksTls(place, peer, change.reading())};
             if (Outcome shown = shownInTime([&] { return isPassedOn(request); }); !shown.ok()) {
                 return shown;

@@ -55,7 +55,7 @@ std::vector<Expectation> expectations(const RedirectSetting& setting, const Requ
 
 // As the change's last command has left them. Where another block of the site has the name that leads away,
 // and this one has not, its visitors come by its own.
-Outcome proveRedirects(const Transaction& change, const std::string& site) {
+Outcome proveRedirects(Transaction& change, const std::string& site) {
     const RedirectSetting setting = redirectsOf(change, site);
     const std::vector<Place> places = answeringBlocks(change.configuration(), site);
     const std::string twin = setting.canonical.empty() ? "" : twinOf(setting.canonical);
@@ -64,7 +64,7 @@ Outcome proveRedirects(const Transaction& change, const std::string& site) {
         const std::string name = settingName(place.block->name);
         const bool asked = !twin.empty() && (!isCarried || carry(namesOf({place}), twin));
         const std::string start = asked ? twin : name;
-        for (const Peer& peer : peersOf(change.configuration(), place, change.reading())) {
+        for (const Peer& peer : peersToAsk(change, place)) {
             const bool tls =
                 speaksTls(place, peer, change.reading(), setting.httpsPort == 0 ? 443 : setting.httpsPort);
             for (const Expectation& each : expectations(setting, {peer, start, "/", tls}, start)) {

@@ -195,6 +195,17 @@ bool speaksTls(const Place& place, const Peer& peer, const Reading* reading, int
     return isKnown ? Protocols(*reading).isTls(at) : speaksTls(*place.block, port);
 }
 
+bool asksForCertificates(const Place& place, const Reading* reading) {
+    const bool isKnown = reading != nullptr && reading->complete();
+    const VirtualHost* host = isKnown ? hostAt(place, *reading) : nullptr;
+    if (host == nullptr) {
+        return false;
+    }
+    const std::string own = reading->valueIn(host->directive, "SSLVerifyClient");
+    const std::string value = own.empty() ? reading->valueIn(Directive::None, "SSLVerifyClient") : own;
+    return conf::equalIgnoringCase(value, "require") || conf::equalIgnoringCase(value, "on");
+}
+
 std::vector<Place> answeringBlocks(const Configuration& configuration, const std::string& site) {
     std::vector<Place> places = configuration.find(site);
     std::erase_if(places, [](const Place& place) {
