@@ -259,6 +259,12 @@ def test_an_application_that_speaks_https_or_is_not_reached(server):
                                "RewriteRule ^/(.*)$ http://www.bare.example/$1 [R,L]"))
     server.do("proxy", "set", "bare.example", "/app", "http://127.0.0.1:8081")
     assert ask("www.bare.example", "/app/")[::2] == (200, "proxied.example")
+    section = ["<Location />", "ProxyPass http://127.0.0.1:8081/", "</Location>"]
+    server.place("inlaid", block("*:80", "inlaid.example", *section))
+    assert "<Location /pics> with ProxyPass ! below that section" in server.run("site", "set", "inlaid.example", "--alias", f"/pics=/var/www/{SITE}").err
+    server.place("outlaid", block("*:80", "outlaid.example", *section, "<Location /pics>", "ProxyPass !", "</Location>"))
+    server.do("site", "set", "outlaid.example", "--alias", f"/pics=/var/www/{SITE}")
+    assert ask("outlaid.example", "/pics/")[2] == SITE and ask("outlaid.example", "/")[2] == "proxied.example"
     server.place("first", block("*:80", "first.example", f"ServerAlias {SITE}"))
     assert "which has the name too and stands first" in server.run("proxy", "set", SITE, "/other", "http://127.0.0.1:8081").err
 

@@ -198,8 +198,11 @@ void expectAnswers(Transaction& change, const Site& site, const Arguments& given
             if (!pair.Value.empty()) {
                 expect(pair.Name, option.parameter.name == Redirect.parameter.name
                                       ? ": use \"redirect set\", which comes before"
-                                      : ": give it an exception above that line (ProxyPass " + pair.Name +
-                                            " !, or RewriteRule ^" + pair.Name + " - [L]) first");
+                                      : ": give it an exception first: ProxyPass " + pair.Name +
+                                            " ! or RewriteRule ^" + pair.Name +
+                                            " - [L] above that line; where it is in a section, "
+                                            "<Location " +
+                                            pair.Name + "> with ProxyPass ! below that section");
             }
         }
     }
