@@ -41,6 +41,8 @@ def test_a_name_leads_away_where_it_is_one(server):
     server.do("host", "remove", "pair.example", "www.pair.example", "--port", "443")
     server.do("site", "canonical", "pair.example", "bare")
     assert ask("www.pair.example", "/a")[:2] == (301, "http://pair.example/a") and server.leads_to("pair.example", "pair.example")
+    server.do("site", "rename", "pair.example", "couple.example")
+    assert ask("www.couple.example", "/a")[:2] == (301, "http://couple.example/a")
 
 
 @ONE_LAYOUT

@@ -10,6 +10,7 @@
 #include "server/Postconditions.h"
 #include "server/Reading.h"
 #include "settings/LogPolicyChange.h"
+#include "settings/Redirects.h"
 #include "settings/SettingFile.h"
 #include "settings/SiteSettings.h"
 #include "sys/File.h"
@@ -187,6 +188,18 @@ Outcome renameFile(Transaction& change, const Layout& layout, const std::string&
                                           : outcome;
 }
 
+// Of the two names that lead to each other, the one to which they lead is renamed, too.
+SettingText renamedText(Setting setting, const SettingText& text, const Names& names) {
+    auto redirects = setting == Setting::Redirect ? redirectsFrom(text.asked) : std::nullopt;
+    if (!redirects || redirects->canonical.empty()) {
+        return text;
+    }
+    const std::string plain = renamed(redirects->canonical, names.from, names.to);
+    redirects->canonical =
+        plain != redirects->canonical ? plain : renamed(plain, "www." + names.from, "www." + names.to);
+    return {askedOf(*redirects), directivesOf(*redirects)};
+}
+
 Outcome renameSettings(Transaction& change, const Names& names) {
     const std::string main = change.configuration().main().path();
     for (const Setting setting : AllSettings) {
@@ -198,7 +211,9 @@ Outcome renameSettings(Transaction& change, const Names& names) {
         }
         Outcome outcome = change.replace(
             settingPath(main, names.to, setting),
-            text->edited ? std::string(content.text()) : settingText(names.to, setting, *text), before);
+            text->edited ? std::string(content.text())
+                         : settingText(names.to, setting, renamedText(setting, *text, names)),
+            before);
         outcome = outcome.ok() ? removeSettingFile(change, before) : outcome;
         if (!outcome.ok()) {
             return outcome;
