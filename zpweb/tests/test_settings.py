@@ -43,6 +43,8 @@ def test_a_name_leads_away_where_it_is_one(server):
     assert ask("www.pair.example", "/a")[:2] == (301, "http://pair.example/a") and server.leads_to("pair.example", "pair.example")
     server.do("site", "rename", "pair.example", "couple.example")
     assert ask("www.couple.example", "/a")[:2] == (301, "http://couple.example/a")
+    server.do("host", "remove", "couple.example", "www.couple.example")
+    server.do("redirect", "set", "couple.example", "/old", "--to", "https://new.example/")  # nobody asks by the other name
 
 
 @ONE_LAYOUT

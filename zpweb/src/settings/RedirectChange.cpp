@@ -1,5 +1,7 @@
 #include "settings/RedirectChange.h"
 
+#include <algorithm>
+
 #include "settings/Modules.h"
 #include "settings/Proof.h"
 #include "settings/SiteFacts.h"
@@ -53,16 +55,27 @@ std::vector<Expectation> expectations(const RedirectSetting& setting, const Requ
     return expected;
 }
 
+// By the server's reading; a line that is included may give it to a block.
+bool isOfSite(const Reading* reading, const std::string& site, const std::string& name) {
+    const auto hosts = reading == nullptr ? std::vector<const VirtualHost*>() : reading->hostsOf(site);
+    return reading == nullptr ||
+           std::any_of(reading->endpoints().begin(), reading->endpoints().end(), [&](const Endpoint& each) {
+               return std::find(hosts.begin(), hosts.end(), reading->carrierOf(name, each)) != hosts.end();
+           });
+}
+
 // As the change's last command has left them. Where another block of the site has the name that leads away,
 // and this one has not, its visitors come by its own.
 Outcome proveRedirects(Transaction& change, const std::string& site) {
     const RedirectSetting setting = redirectsOf(change, site);
     const std::vector<Place> places = answeringBlocks(change.configuration(), site);
     const std::string twin = setting.canonical.empty() ? "" : twinOf(setting.canonical);
-    const bool isCarried = carry(namesOf(places), twin);
+    const bool isCarried = !twin.empty() && carry(namesOf(places), twin);
+    const bool isIncluded =
+        !twin.empty() && !isCarried && isOfSite(change.reading(), hostNameIn(site), twin);
     for (const Place& place : places) {
         const std::string name = settingName(place.block->name);
-        const bool asked = !twin.empty() && (!isCarried || carry(namesOf({place}), twin));
+        const bool asked = isIncluded || (isCarried && carry(namesOf({place}), twin));
         const std::string start = asked ? twin : name;
         for (const Peer& peer : peersToAsk(change, place)) {
             const bool tls =
