@@ -45,6 +45,9 @@ def test_a_name_leads_away_where_it_is_one(server):
     assert ask("www.couple.example", "/a")[:2] == (301, "http://couple.example/a")
     server.do("host", "remove", "couple.example", "www.couple.example")
     server.do("redirect", "set", "couple.example", "/old", "--to", "https://new.example/")  # nobody asks by the other name
+    server.do("site", "canonical", SITE, "www")
+    answer = server.run("host", "remove", SITE, f"www.{SITE}")
+    assert answer.status == 1 and f"zpweb site canonical {SITE} off" in answer.err and ask(f"www.{SITE}")[0] == 200, answer
 
 
 @ONE_LAYOUT

@@ -7,6 +7,7 @@
 #include "conf/Text.h"
 #include "input/HostName.h"
 #include "input/Quoted.h"
+#include "settings/RedirectChange.h"
 
 namespace zpweb {
 
@@ -69,6 +70,7 @@ Outcome removeHost(Transaction& change, const Site& site, const Arguments& given
         outcome = outcome.ok() ? canGo(at.in(change.configuration()), host) : outcome;
         outcome = outcome.ok() ? removeFrom(change, at, host) : outcome;
     }
+    expectCanonical(change, site.name());
     return outcome;
 }
 

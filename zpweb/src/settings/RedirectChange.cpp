@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "server/Postconditions.h"
 #include "settings/Modules.h"
 #include "settings/Proof.h"
 #include "settings/SiteFacts.h"
@@ -97,6 +98,18 @@ RedirectSetting redirectsOf(const Transaction& change, const std::string& site) 
     const auto now = settingOf(change, site, Setting::Redirect);
     const auto known = now ? redirectsFrom(now->asked) : std::nullopt;
     return known.value_or(RedirectSetting{});
+}
+
+void expectCanonical(Transaction& change, const std::string& site) {
+    change.expect(hostNameIn(site), "canonical", [&change, site](const Reading& staged) {
+        const std::string name = redirectsOf(change, site).canonical;
+        return name.empty() || isOfSite(&staged, hostNameIn(site), name)
+                   ? done()
+                   : notShown("visitors are led to " + name +
+                              ", which is no name of the site then: take that back first (zpweb site "
+                              "canonical " +
+                              site + " off)");
+    });
 }
 
 Outcome changeRedirects(Transaction& change, const std::string& site, bool overwrite,
