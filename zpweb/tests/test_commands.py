@@ -168,6 +168,10 @@ def test_virtual_directories(live):
     assert site.get("shop.example", "/x.cgi") == (200, "running\n")
     shown = site.do("vdir", "show", "shop.example", folder, "--json").json
     assert shown["options"] == "-Indexes +ExecCGI" and shown["perl"] and not shown["protected"]
+    for wrong in (["vdir", "set", folder, "--deny", "10.0.0.0/8,bogus/99"], ["vdir", "set", folder, "--option=+Indexes", "--option=-Indexes"],
+                  ["site", "set", f"--alias=pics={folder}"], ["site", "set", f"--script-alias=cgi={folder}"]):
+        answer = site.run(*wrong[:2], "shop.example", *wrong[2:])
+        assert answer.status == 2 and "expected" in answer.err, answer
     for asked, status in ((["--deny", "all", "--allow", "127.0.0.1"], 200), (["--deny", "127.0.0.1"], 403),
                           (["--order", "--allow", "10.0.0.0/8"], 403), (["--order", "--allow", "all"], 200),
                           (["--protect"], 401), (["--order", "--allow", "all"], 401), (["--deny", "all"], 403),

@@ -143,6 +143,21 @@ bool leadsToItself(const Block& block, const NameValueSt& redirection) {
            takesIn(redirection.Name, pathAsked(target));
 }
 
+// The path of a request begins with a slash. One that is there and does not can be removed.
+Outcome canBeAsked(const Arguments& given) {
+    for (const TextsOption& option : {Alias, ScriptAlias, Proxy, Redirect}) {
+        for (const NameValueSt& pair : assignments(given[option])) {
+            if (!pair.Value.empty() && !pair.Name.starts_with('/') && !pair.Name.starts_with("${")) {
+                return failure(Status::Usage, std::string(option.parameter.name) + ": " +
+                                                  inQuotes(pair.Name) +
+                                                  " is no path that can be asked for; expected it to begin "
+                                                  "with a slash");
+            }
+        }
+    }
+    return done();
+}
+
 // For a redirection that no block can have there is nothing to do, and a second one of its name is never
 // asked.
 Outcome canAllBe(const Transaction& change, const std::vector<BlockAt>& blocks, const Arguments& given) {
@@ -230,6 +245,9 @@ Outcome setInBlock(Transaction& change, const BlockAt& at, MergeRequest request)
 
 Outcome setSite(Transaction& change, const Site& site, const Arguments& given) {
     const MergeRequest request = requestFrom(given);
+    if (Outcome can = canBeAsked(given); !can.ok()) {
+        return can;
+    }
     if (const auto bits = given[Mode]) {
         Outcome mode = setMode(change, site.first(), given[Directory].value_or(""), octalMode(*bits));
         if (!mode.ok()) {

@@ -113,6 +113,15 @@ std::vector<std::string> requireLines(const Restriction& restriction) {
     return lines;
 }
 
+std::string hostThatIsNone(std::string_view hosts) {
+    for (const std::string& host : hostsIn(hosts)) {
+        if (host.find('/') != std::string::npos && termFor(host).starts_with("host ")) {
+            return host;
+        }
+    }
+    return {};
+}
+
 std::optional<Restriction> restrictionOf(const std::vector<std::string>& lines) {
     Restriction told;
     bool granted = false;

@@ -24,6 +24,8 @@ inline constexpr std::string_view WhoMaySee[] = {"Require", "Order", "Allow", "D
 std::vector<std::string> requireLines(const Restriction& restriction);
 // What such lines ask for; absent when they are not as these are written.
 std::optional<Restriction> restrictionOf(const std::vector<std::string>& lines);
+// One of such a list that has a slash and is no network; empty when there is none.
+std::string hostThatIsNone(std::string_view hosts);
 // Does the statement say who may see the directory, by host or by user?
 bool isRestriction(const Statement& statement);
 

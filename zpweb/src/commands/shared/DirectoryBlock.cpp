@@ -7,6 +7,7 @@
 #include "commands/shared/WebUsers.h"
 #include "conf/Text.h"
 #include "host/Fields.h"
+#include "input/Quoted.h"
 #include "server/DirectoryOptions.h"
 #include "server/DirectoryPaths.h"
 #include "server/DirectoryRules.h"
@@ -137,6 +138,27 @@ void expectExact(Transaction& change, const Site& site, const Arguments& given,
     }
 }
 
+// A network with a name is taken for a host that nobody comes from.
+Outcome canHold(const Arguments& given) {
+    for (const auto& option : {Allow, Deny}) {
+        const std::string other = hostThatIsNone(given[option].value_or(""));
+        if (!other.empty()) {
+            return failure(Status::Usage, std::string(option.parameter.name) + ": " + inQuotes(other) +
+                                              " is no network; expected hosts such as 192.0.2.0/24, "
+                                              "192.0.2.7, office.example or all");
+        }
+    }
+    for (const std::string& each : given[Switches]) {
+        const std::string other = (each.starts_with('+') ? "-" : "+") + each.substr(1);
+        const std::vector<std::string>& all = given[Switches];
+        if (std::find(all.begin(), all.end(), other) != all.end()) {
+            return failure(Status::Usage, "--option: " + inQuotes(each) + " and " + inQuotes(other) +
+                                              " are both given; expected one of them");
+        }
+    }
+    return done();
+}
+
 }  // namespace
 
 SDDir directoryRecord(const Arguments& given, const Block& block, bool withAccess) {
@@ -184,6 +206,9 @@ std::string withAccess(std::string_view made, const Arguments& given, const std:
 }
 
 Outcome expectAsAsked(Transaction& change, const Site& site, const Arguments& given) {
+    if (Outcome can = canHold(given); !can.ok()) {
+        return can;
+    }
     const auto blocks = blocksAskedFor(site, given);
     const std::string directory = given[Directory];
     releaseDirectory(change, blocks, directory);
