@@ -166,8 +166,10 @@ def test_virtual_directories(live):
     assert folder.owner() == OWNER
     site.publish("shop.example", "#!/bin/sh\necho Content-Type: text/plain\necho\necho running\n", "www/html/x.cgi", 0o755)
     assert site.get("shop.example", "/x.cgi") == (200, "running\n")
+    site.do("folder", "line", "shop.example", folder, "AllowOverride All")
     shown = site.do("vdir", "show", "shop.example", folder, "--json").json
-    assert shown["options"] == "-Indexes +ExecCGI" and shown["perl"] and not shown["protected"]
+    assert shown["options"] == "-Indexes +ExecCGI" and shown["perl"] and not shown["protected"] and shown["allow"] is None
+    site.do("undo")
     for wrong in (["vdir", "set", folder, "--deny", "10.0.0.0/8,bogus/99"], ["vdir", "set", folder, "--option=+Indexes", "--option=-Indexes"],
                   ["site", "set", f"--alias=pics={folder}"], ["site", "set", f"--script-alias=cgi={folder}"]):
         answer = site.run(*wrong[:2], "shop.example", *wrong[2:])

@@ -1,4 +1,6 @@
 // vdir show: a directory's settings.
+#include <algorithm>
+
 #include "Results.h"
 #include "commands/Commands.h"
 #include "commands/shared/AskedServer.h"
@@ -23,6 +25,13 @@ std::string switchText(const SOptions& options) {
         }
     }
     return text;
+}
+
+// Without such a line the record has the library's default.
+bool saysWhomToAllow(const Block& block, const std::string& directory) {
+    const std::vector<Statement> section = sectionOf(Statements(block), directory);
+    return std::any_of(section.begin(), section.end(),
+                       [](const Statement& statement) { return statement.is("Allow"); });
 }
 
 // What the server has of the directory's sections: who may see it, the options, and where they stand.
@@ -69,7 +78,7 @@ Outcome showVdir(Session& session, const Configuration& configuration, const Sit
         quietly(output, [&] { return manager.DirectoryRequired(record.DomainName, record.DirPath); });
     output.set("site", site.name());
     output.set("folder", record.DirPath);
-    output.set("allow", record.Allow);
+    output.set("allow", saysWhomToAllow(*place.block, record.DirPath) ? known(record.Allow) : Value());
     output.set("deny", record.Deny);
     output.set("options", switchText(record.Options));
     output.set("protected", record.AnonAccess == '1');

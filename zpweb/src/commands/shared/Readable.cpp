@@ -28,7 +28,12 @@ bool isReadWhole(const Statement& statement) {
     return statement.argument(0).find_first_of(" \t") == std::string::npos;
 }
 
-// A reader takes "AliasMatch" for an "Alias" of "Match", and what sections say for the block's own.
+bool isOfOverrides(const Statement& statement) {
+    return zp::conf::beginsIgnoringCase(statement.name, "AllowOverride");
+}
+
+// A reader takes "AliasMatch" for an "Alias" of "Match", what sections say for the block's own, and an
+// "AllowOverride" for an "Allow".
 std::string canonicalText(const Block& block) {
     View view(block);
     view.show([](const Statement& statement) {
@@ -39,8 +44,9 @@ std::string canonicalText(const Block& block) {
     });
     view.showAs(isRedirect, redirectForm);
     view.showNames("ServerAlias", [](const std::string&) { return true; });
-    view.showSections([](const Statement& statement) { return !isCondition(statement.name); },
-                      [](const Statement& statement) { return !isOfPaths(statement); });
+    view.showSections(
+        [](const Statement& statement) { return !isCondition(statement.name); },
+        [](const Statement& statement) { return !isOfPaths(statement) && !isOfOverrides(statement); });
     return view.text();
 }
 
