@@ -142,6 +142,7 @@ def test_addresses_and_host_names(site):
     site.do("address", "shared", "shop.example", "--address", "127.0.0.3")
     assert block(site).startswith(f"<VirtualHost 127.0.0.3:{site.port}>")
     assert "NameVirtualHost 127.0.0.3" not in site.text()
+    assert "www.www" not in site.do("site", "rename", "shop.example", "www.shop.example", "--diff", "--dry-run").out
     site.do("host", "add", "shop.example", "more.example")
     assert "ServerAlias www.shop.example more.example" in block(site)
     site.do("host", "remove", "shop.example", "more.example")

@@ -44,7 +44,9 @@ std::string renamed(std::string_view word, const std::string& from, const std::s
 std::string renamedWord(const Statement& statement, std::string_view word, const Names& names) {
     if (statement.is("ServerName") || statement.is("ServerAlias")) {
         const std::string plain = renamed(word, names.from, names.to);
-        return plain != word ? plain : renamed(word, "www." + names.from, "www." + names.to);
+        const std::string www =
+            zp::conf::beginsIgnoringCase(names.to, "www.") ? names.to : "www." + names.to;
+        return plain != word ? plain : renamed(word, "www." + names.from, www);
     }
     const std::string settings = "/zpweb.d/" + names.from + "/";
     const size_t at = word.find(settings);
