@@ -389,7 +389,7 @@ def test_apply_is_one_change(live):
     before = live.tree()
     lines = [{"command": "site stop", "arguments": ["s1.example"]}, {"command": "site stop", "arguments": ["s9.example"]}]
     answer = live.run("apply", "-", input="\n".join(map(json.dumps, lines)))
-    assert answer.status == 6 and "command 2 (site stop)" in answer.err
+    assert answer.status == 6 and "command 2 (site stop)" in answer.err and "commands" not in answer.out
     answer = live.run("apply", "-", "--json", input="\n".join(map(json.dumps, lines)))
     assert [(each["status"], "s9.example" in each.get("message", "")) for each in answer.json["results"]] == [("done", False), ("not found", True)]
     after = live.tree()

@@ -25,7 +25,9 @@ Outcome applyLines(Session& session, const std::string& file) {
     const auto count = static_cast<long>(invocations->size());
     Outcome outcome = runTogether(session, std::move(*invocations));
     session.output.clear();
-    session.output.set("commands", count);
+    if (outcome.ok()) {
+        session.output.set("commands", count);
+    }
     return outcome;
 }
 
