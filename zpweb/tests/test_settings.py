@@ -412,6 +412,9 @@ def test_what_no_visitor_sees_is_not_done(server):
     server.place("dot", block("*:80", "dot.example.") + block("*:80", "b\u00fccher.example"))
     server.place("first", block("*:80", "first.example", "RewriteEngine On", "RewriteRule ^/a - [R=404,L]", "RewriteRule ^/n - [F]", "RewriteRule ^/nobody - [L]", "RedirectMatch 410 ^/b", "Redirect /c https://a.example/"))
     Path("/var/www/html/folder").mkdir(parents=True, exist_ok=True)
+    for name, line in (("lax", ""), ("denied", "Deny from all")):
+        Path(f"/var/www/{name}.example").mkdir(exist_ok=True)
+        server.place(name, block("*:80", f"{name}.example", f"<Directory /var/www/{name}.example>", line, "Satisfy Any", "</Directory>"))
     server.place("lost", "<VirtualHost plain.host:80>\nServerName lost.example\n<If true>\nRequire all granted\n</If>\n</VirtualHost>\n")
     before = server.files()
     for words, status, told in (
@@ -420,11 +423,13 @@ def test_what_no_visitor_sees_is_not_done(server):
             ("proxy set b\u00fccher.example / http://127.0.0.1:81", 3, "has the name in ASCII"), *((words, 3, "takes the dot at the end off") for words in ("site port dot.example. 443", "proxy set dot.example. / http://127.0.0.1:81")),
             ("access set unknown.example / --deny all", 3, "(it cannot resolve nowhere.invalid"), ("access set first.example /a --deny all", 1, "RewriteRule ^/a - [R=404,L]"),
             ("access set first.example /n --allow all", 1, "take that line away first"), ("access set first.example /b --deny all", 1, "RedirectMatch 410"),
-            *((f"access set lost.example {path} --deny 127.0.0.2", 4, "though the address is not admitted") for path in ("/", "/folder"))):
+            ("access set lax.example / --deny 127.0.0.2", 1, "lax.conf:6"), *((f"access set lost.example {path} --deny 127.0.0.2", 4, "though the address is not admitted") for path in ("/", "/folder"))):
         answer = server.run(*words.split())
         assert answer.status == status and told in answer.err and server.files() == before, answer
     server.do("site", "rename", "dot.example.", "dot.example")
     server.do("access", "set", "first.example", "/c", "--deny", "all")
+    server.do("access", "set", "denied.example", "/", "--deny", "127.0.0.2")
+    server.do("access", "set", "lax.example", "/", "--allow", "all")
     assert "a block for *:80 goes before one for *:*" in server.do("directive", "add", "ServerSignature", "Off", "--site", "late.example").err
     server.do("redirect", "set", "lost.example", "/x", "--to", "http://a.example/")
     assert ask("lost.example", "/x", "http", "--connect-to", "::127.0.0.9:80")[1] == "http://a.example/"

@@ -96,9 +96,13 @@ std::vector<uint32_t> directorySections(const Reading& reading, uint32_t section
 }
 
 std::vector<uint32_t> sectionsAbove(const Reading& reading, uint32_t block, const std::string& directory) {
-    return sectionsFor(reading, block, [&](const Directive& section) {
+    std::vector<uint32_t> sections = sectionsFor(reading, block, [&](const Directive& section) {
         return isPlainDirectory(section) && isAbout(subjectOf(section).text, directory);
     });
+    const auto depth = [&](uint32_t each) { return depthOf(subjectOf(reading.directives()[each])); };
+    std::stable_sort(sections.begin(), sections.end(),
+                     [&](uint32_t one, uint32_t other) { return depth(one) < depth(other); });
+    return sections;
 }
 
 // Where no path is known that leads to it, the site's root stands for all.
@@ -112,12 +116,9 @@ std::vector<uint32_t> sectionsBehind(const Reading& reading, uint32_t block, con
 
 std::string overridesFor(const Reading& reading, uint32_t block, const std::string& directory) {
     std::string value = "None";
-    size_t deepest = 0;
     for (const uint32_t each : sectionsAbove(reading, block, directory)) {
-        const size_t depth = depthOf(subjectOf(reading.directives()[each]));
         const auto all = reading.inSection(each, "AllowOverride");
-        if (!all.empty() && depth >= deepest) {
-            deepest = depth;
+        if (!all.empty()) {
             value = all.back()->arguments;
         }
     }

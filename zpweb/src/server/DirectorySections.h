@@ -21,9 +21,10 @@ std::vector<uint32_t> directorySections(const Reading& reading, uint32_t section
                                         const std::string& directory);
 
 // The sections for requests to a block in which something about all of the directory may stand that counts
-// beside what its own section says, the server's first: those for it or a directory above it ...
+// beside what its own section says: those for it or a directory above it, in the order in which they count
+// ...
 std::vector<uint32_t> sectionsAbove(const Reading& reading, uint32_t block, const std::string& directory);
-// ... and those that come behind and count for more.
+// ... and those that come behind and count for more, the server's first.
 std::vector<uint32_t> sectionsBehind(const Reading& reading, uint32_t block, const std::string& directory);
 
 // What the directory's .htaccess may override for requests to a block: the value of the AllowOverride that

@@ -76,6 +76,10 @@ bool AccessPath::admits(const std::string& address) const {
     return (allow.empty() || anyHolds(allow, address)) && !anyHolds(denied, address);
 }
 
+bool AccessPath::admitsAll() const {
+    return users.empty() && deny.empty() && (allow.empty() || hasAll(allow));
+}
+
 void AccessSetting::set(AccessPath path) {
     remove(path.path);
     paths.push_back(std::move(path));

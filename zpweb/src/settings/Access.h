@@ -17,6 +17,7 @@ struct AccessPath {
 
     // May a visitor from this address pass, users apart?
     bool admits(const std::string& address) const;
+    bool admitsAll() const;  // every visitor, without a password
 };
 
 struct AccessSetting {

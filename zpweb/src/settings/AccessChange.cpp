@@ -5,6 +5,7 @@
 
 #include "input/Network.h"
 #include "input/Quoted.h"
+#include "server/DirectoryRules.h"
 #include "server/PassedOn.h"
 #include "settings/Modules.h"
 #include "settings/Proof.h"
@@ -176,6 +177,12 @@ Outcome setAccess(Transaction& change, const std::string& site, const AccessPath
     expectVisitors(change, site);
     change.expect(hostNameIn(site), aboutPath(path.path),
                   asksVisitors({hostNameIn(site)}, belowPath(path.path)));
+    if (!path.admitsAll()) {
+        change.expect(hostNameIn(site), aboutPath(path.path) + "any",
+                      asksBesideHosts({hostNameIn(site)}, path.path));
+    } else {
+        change.release(hostNameIn(site), aboutPath(path.path) + "any");
+    }
     // A later command of the same change may ask for something else.
     change.prove([&change, site, path = path.path] {
         const AccessSetting last = accessOf(change, site);
