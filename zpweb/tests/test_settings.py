@@ -181,7 +181,12 @@ def test_php_that_does_not_run_is_taken_back(server, fpm):
     os.chmod(POOL, 0)  # root may connect, the server may not
     answer = server.run("php", "set", SITE, "--fpm", POOL)
     assert answer.status == 4 and "PHP does not run" in answer.err, answer
-    closed.unlink()
+    os.chmod(POOL, 0o666)
+    server.place("own", block("*:80", "own.example", "<Directory /var/www>", '<FilesMatch "php$">', "SetHandler default-handler", "</FilesMatch>", "</Directory>"))
+    Path("/var/www/own.example").mkdir(exist_ok=True)
+    answer = server.run("php", "set", "own.example", "--fpm", POOL)
+    assert answer.status == 4 and "SetHandler default-handler" in answer.err and "own.conf:6" in answer.err, answer
+    [path.unlink() for path in [closed, *server.tree.rglob("own.conf")]]
     assert server.files() == before and list(Path(f"/var/www/{SITE}").glob("zpweb-*")) == []
     assert server.leads_to(SITE, SITE)
 
