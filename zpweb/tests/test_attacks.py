@@ -215,7 +215,9 @@ def test_no_reload_opens_a_log_where_its_owner_leads_it(live, part):
     place.rename(f"{place}.away")
     set_trap(part, place, prey)
     give(home)
-    live.do("host", "remove", "shop.example", "last.example", "--allow-log-links")
+    before = live.text()
+    live.do("host", "remove", "shop.example", "last.example", "--allow-log-links", "--confirm-within", "1s")
+    await_true(lambda: live.text() == before)  # by what it was made with
 
 
 @pytest.mark.parametrize("place", ["httpd/error_log", "httpd/access_log", "httpd"])

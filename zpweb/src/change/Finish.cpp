@@ -182,8 +182,8 @@ Committing Transaction::committing() {
     if (settings_->confirmWithin.count() > 0) {
         committing.beforeItStands = [this] {
             const std::time_t deadline = std::time(nullptr) + settings_->confirmWithin.count();
-            Outcome added = addUnconfirmed(
-                *state_, {journal_.checkpoint, deadline, settings_->check, settings_->reload});
+            Outcome added = addUnconfirmed(*state_, {journal_.checkpoint, deadline, settings_->check,
+                                                     settings_->reload, settings_->allowLogLinks});
             return added.ok() ? watchFor(state_->configuration, settings_->confirmWithin) : added;
         };
     }

@@ -20,7 +20,14 @@ Expected<std::vector<Unconfirmed>> entries(const State& state) {
     }
     std::istringstream lines(text.ok() ? *text : "");
     std::vector<Unconfirmed> all;
-    for (Unconfirmed each; lines >> each.checkpoint >> each.deadline >> each.check >> each.reload;) {
+    for (std::string line; std::getline(lines, line);) {
+        std::istringstream words(line);
+        Unconfirmed each;
+        if (!(words >> each.checkpoint >> each.deadline >> each.check >> each.reload)) {
+            break;
+        }
+        int allows = 0;  // a line of before has no such word
+        each.allowLogLinks = (words >> allows) && allows != 0;
         all.push_back(each);
     }
     return all;
@@ -36,7 +43,8 @@ bool stands(const State& state, const Unconfirmed& each) {
 Outcome writeUnconfirmed(const State& state, const std::vector<Unconfirmed>& all) {
     std::ostringstream text;
     for (const Unconfirmed& each : all) {
-        text << each.checkpoint << ' ' << each.deadline << ' ' << each.check << ' ' << each.reload << '\n';
+        text << each.checkpoint << ' ' << each.deadline << ' ' << each.check << ' ' << each.reload << ' '
+             << each.allowLogLinks << '\n';
     }
     if (all.empty()) {
         const bool gone = ::unlink(state.unconfirmed().c_str()) == 0 || errno == ENOENT;

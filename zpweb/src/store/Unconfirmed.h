@@ -14,7 +14,8 @@ namespace zpweb {
 struct Unconfirmed {
     int checkpoint = 0;
     std::time_t deadline = 0;
-    bool check = true, reload = true;  // as the change was made, so it is taken back
+    // As the change was made, so it is taken back.
+    bool check = true, reload = true, allowLogLinks = false;
 
     // Never before its time, by whole seconds.
     bool isOverdue() const { return deadline < std::time(nullptr); }

@@ -28,6 +28,7 @@ Outcome takeBack(const Session& session, const Unconfirmed& overdue) {
     settings.check = overdue.check;
     settings.reload = overdue.reload;
     settings.allowImpact = true;
+    settings.allowLogLinks = overdue.allowLogLinks;
     const std::string number = std::to_string(overdue.checkpoint);
     Output output(settings, "undo");
     Session undoing{settings, output, {"undo", number, "(not confirmed in time)"}};
