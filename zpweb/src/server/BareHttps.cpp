@@ -25,16 +25,6 @@ bool looksAfter(const Directive& directive, const VirtualHost& host) {
                        [&](const std::string& word) { return hasName(host, word); });
 }
 
-// The server's own level may give one to all blocks.
-bool hasCertificate(const Reading& reading, const VirtualHost& host) {
-    return !reading.inSection(host.directive, "SSLCertificateFile").empty() ||
-           std::any_of(reading.directives().begin(), reading.directives().end(),
-                       [&](const Directive& each) {
-                           return looksAfter(each, host) ||
-                                  (each.parent == Directive::None && each.is("SSLCertificateFile"));
-                       });
-}
-
 const VirtualHost* bareHost(const Reading& reading, const std::string& site) {
     for (const VirtualHost* host : reading.hostsOf(site)) {
         if (host->directive != Directive::None &&
@@ -47,6 +37,16 @@ const VirtualHost* bareHost(const Reading& reading, const std::string& site) {
 }
 
 }  // namespace
+
+// The server's own level may give one to all blocks.
+bool hasCertificate(const Reading& reading, const VirtualHost& host) {
+    return !reading.inSection(host.directive, "SSLCertificateFile").empty() ||
+           std::any_of(reading.directives().begin(), reading.directives().end(),
+                       [&](const Directive& each) {
+                           return looksAfter(each, host) ||
+                                  (each.parent == Directive::None && each.is("SSLCertificateFile"));
+                       });
+}
 
 std::string bareHttps(const Reading& live, const Reading& staged, const std::set<std::string>& sites) {
     for (const std::string& site : sites) {

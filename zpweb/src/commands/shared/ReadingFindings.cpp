@@ -5,6 +5,7 @@
 #include <map>
 #include <set>
 
+#include "server/BareHttps.h"
 #include "settings/Certificate.h"
 #include "sys/File.h"
 #include "sys/Ground.h"
@@ -127,6 +128,9 @@ void findCertificates(const Reading& reading, Findings& findings) {
             continue;
         }
         const std::string certificate = reading.absolute(effective(reading, host, "SSLCertificateFile"));
+        if (certificate.empty() && hasCertificate(reading, host)) {
+            continue;  // in a place that mod_md knows
+        }
         const std::string key = reading.absolute(effective(reading, host, "SSLCertificateKeyFile"));
         const std::vector<std::string> faults =
             certificate.empty() ? std::vector<std::string>{"no SSLCertificateFile"}
