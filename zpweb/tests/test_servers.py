@@ -102,6 +102,7 @@ def test_what_would_not_be_in_effect_is_refused_with_the_place_that_stands_again
 
 
 def test_a_certificate_of_the_blocks_own_becomes_a_setting_in_one_change(server):
+    assert "both.conf:9 serves both.example over https" in server.do("tls", "off", "both.example").err
     lines = [{"command": "directive delete", "arguments": [each], "options": {"site": "both.example"}} for each in ("SSLEngine", "SSLCertificateFile")]
     lines.append({"command": "tls on", "arguments": ["both.example"],
                   "options": {"any-name": True, "certificate": "/etc/ssl/site.pem", "key": "/etc/ssl/site.key"}})

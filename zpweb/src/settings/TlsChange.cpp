@@ -301,12 +301,35 @@ Outcome setTls(Transaction& change, const std::string& site, TlsSetting setting,
                            [&](RedirectSetting& redirects) { redirects.httpsPort = redirect; });
 }
 
+namespace {
+
+// What lines of the site's own switch on goes on.
+void tellOwnTls(Transaction& change, const std::string& site) {
+    const Reading* reading = change.live();
+    for (const VirtualHost* host :
+         reading != nullptr ? reading->hostsOf(hostNameIn(site)) : std::vector<const VirtualHost*>()) {
+        const auto lines = host->directive == Directive::None
+                               ? std::vector<const Directive*>()
+                               : reading->inSection(host->directive, "SSLEngine");
+        if (!lines.empty() && lowerCase(lines.back()->arguments) == "on") {
+            change.output().warning("\"SSLEngine on\" at " + reading->originOf(*lines.back()).text() +
+                                    " serves " + site +
+                                    " over https without a setting, and goes on to do so");
+        }
+    }
+}
+
+}  // namespace
+
 Outcome dropTls(Transaction& change, const std::string& site, bool overwrite) {
     if (Outcome known = isKnown(change, site); !known.ok()) {
         return known;
     }
     change.asked().moving.insert(settingName(site));
     const auto now = tlsOf(change, site);
+    if (!now) {
+        tellOwnTls(change, site);
+    }
     forgetKeptCertificate(change, site);
     Outcome outcome = dropSetting(change, {site, Setting::Tls, overwrite});
     if (outcome.ok() && redirectsOf(change, site).httpsPort != 0) {
