@@ -41,12 +41,15 @@ std::string renamed(std::string_view word, const std::string& from, const std::s
     return std::string(word.substr(0, begin)) + to + std::string(word.substr(begin + from.size()));
 }
 
+// The name itself where it has that already.
+std::string withWww(const std::string& name) {
+    return zp::conf::beginsIgnoringCase(name, "www.") ? name : "www." + name;
+}
+
 std::string renamedWord(const Statement& statement, std::string_view word, const Names& names) {
     if (statement.is("ServerName") || statement.is("ServerAlias")) {
         const std::string plain = renamed(word, names.from, names.to);
-        const std::string www =
-            zp::conf::beginsIgnoringCase(names.to, "www.") ? names.to : "www." + names.to;
-        return plain != word ? plain : renamed(word, "www." + names.from, www);
+        return plain != word ? plain : renamed(word, "www." + names.from, withWww(names.to));
     }
     const std::string settings = "/zpweb.d/" + names.from + "/";
     const size_t at = word.find(settings);
@@ -198,7 +201,7 @@ SettingText renamedText(Setting setting, const SettingText& text, const Names& n
     }
     const std::string plain = renamed(redirects->canonical, names.from, names.to);
     redirects->canonical =
-        plain != redirects->canonical ? plain : renamed(plain, "www." + names.from, "www." + names.to);
+        plain != redirects->canonical ? plain : renamed(plain, "www." + names.from, withWww(names.to));
     return {askedOf(*redirects), directivesOf(*redirects)};
 }
 
