@@ -25,7 +25,7 @@ Outcome applyLines(Session& session, const std::string& file) {
     const auto count = static_cast<long>(invocations->size());
     Outcome outcome = runTogether(session, std::move(*invocations));
     session.output.clear();
-    if (outcome.ok()) {
+    if (outcome.ok() || outcome.status == Status::WouldChange) {
         session.output.set("commands", count);
     }
     return outcome;

@@ -65,12 +65,12 @@ Outcome removeHost(Transaction& change, const Site& site, const Arguments& given
     const bool listed = std::any_of(blocks->begin(), blocks->end(), [&](const BlockAt& at) {
         return listsHost(at.in(change.configuration()), host);
     });
+    expectCanonical(change, site.name());
     Outcome outcome = listed ? done() : asciiAlias(host).outcome();
     for (const BlockAt& at : *blocks) {
         outcome = outcome.ok() ? canGo(at.in(change.configuration()), host) : outcome;
         outcome = outcome.ok() ? removeFrom(change, at, host) : outcome;
     }
-    expectCanonical(change, site.name());
     return outcome;
 }
 
