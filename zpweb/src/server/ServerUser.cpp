@@ -41,8 +41,10 @@ const ServerAccount& writtenAccount(const Configuration& configuration) {
             const std::vector<std::string> words = argumentsIn(file->lines()[i]);
             const bool isUser = words.size() == 2 && zp::conf::equalIgnoringCase(words[0], "User");
             if (isUser || (words.size() == 2 && zp::conf::equalIgnoringCase(words[0], "Group"))) {
+                const std::string name = configuration.resolvedAt(words[1], *file, i);
+                // A shell tells what the server is started with.
                 (isUser ? entry->second.user : entry->second.group) =
-                    resolved(configuration.resolvedAt(words[1], *file, i), variablesOfServer(main));
+                    zp::conf::contains(name, "${") ? resolved(name, variablesOfServer(main)) : name;
             }
         }
     }
