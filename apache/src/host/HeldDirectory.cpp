@@ -37,6 +37,8 @@ std::string takeFirstName(std::string& path) {
 
 }  // namespace
 
+bool isShutOut(int error) { return error == EACCES || error == ENOTCONN; }
+
 std::optional<HeldDirectory> HeldDirectory::hold(const std::string& path, Obstacle* obstacle) {
     Obstacle met;
     HeldDirectory directory(Descriptor(::open(path.starts_with('/') ? "/" : ".", OpenDirectory)));

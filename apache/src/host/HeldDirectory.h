@@ -43,6 +43,10 @@ private:
     Descriptor directory_;
 };
 
+// Is that the error of a look at what an account has mounted (FUSE)? It lets in nobody else, not even the
+// administrator.
+bool isShutOut(int error);
+
 // Makes a directory that this process's account alone can enter, and opens it. Not open when it could not
 // be made, or when what stands there then is not that: a directory of the same account's that the owner of
 // `parent` has put in its place has something in it, or lets others in.

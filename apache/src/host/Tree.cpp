@@ -55,9 +55,6 @@ bool isDirectoryItself(int parent, const char* name) {
     return ::fstatat(parent, name, &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISDIR(status.st_mode);
 }
 
-// What an account has mounted lets nobody else in, not even the administrator: no look tells what it is.
-bool isMountOfOthers(int error) { return error == EACCES || error == ENOTCONN; }
-
 // Takes the step at each entry, and notes the directories among them.
 bool visitEntries(int directory, const TreeSteps& steps, Level& level) {
     DIR* listing = ::fdopendir(::openat(directory, ".", OpenDirectory));
@@ -73,7 +70,7 @@ bool visitEntries(int directory, const TreeSteps& steps, Level& level) {
         }
         const auto found = entryAt(directory, entry->d_name);
         const bool isUnknown = !found && errno != ENOENT;
-        const bool isElsewhere = found ? found->mount != level.mount : isMountOfOthers(errno);
+        const bool isElsewhere = found ? found->mount != level.mount : isShutOut(errno);
         if (!isElsewhere) {
             visited = steps.entry(directory, entry->d_name) && !isUnknown;
             if (visited && found && found->isDirectory) {

@@ -70,8 +70,7 @@ struct Held {
 // What bars the way: a link, a file, or a file system of an account's that lets nobody else in, not even
 // the administrator.
 bool isSomethingElse(const zp::host::HeldDirectory::Obstacle& obstacle) {
-    return !obstacle.link.empty() || obstacle.error == ENOTDIR || obstacle.error == EACCES ||
-           obstacle.error == ENOTCONN;
+    return !obstacle.link.empty() || obstacle.error == ENOTDIR || zp::host::isShutOut(obstacle.error);
 }
 
 Expected<Held> holdPlaceOf(const ChangedFile& file) {

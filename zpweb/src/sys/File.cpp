@@ -13,6 +13,7 @@
 #include <cstring>
 #include <memory>
 
+#include "host/HeldDirectory.h"
 #include "host/Machine.h"
 #include "host/Tree.h"
 #include "host/WriteAll.h"
@@ -85,11 +86,9 @@ Expected<std::string> readExpected(const Descriptor& file, const std::string& pa
     }
 }
 
-// EACCES and ENOTCONN: an account has mounted a file system of its own on it, which lets nobody else in,
-// not even the administrator.
 bool isNoPlainFile(int error) {
-    constexpr int Answers[] = {ENOTDIR, ELOOP, ENXIO, EWOULDBLOCK, EACCES, ENOTCONN};
-    return std::ranges::find(Answers, error) != std::end(Answers);
+    return error == ENOTDIR || error == ELOOP || error == ENXIO || error == EWOULDBLOCK ||
+           zp::host::isShutOut(error);
 }
 
 }  // namespace

@@ -71,9 +71,6 @@ bool canBeWritten(const std::string& path) {
     return file.isOpen() || !directory.ok() || errno == ENOENT;
 }
 
-// As is what an account has mounted, also to the administrator.
-bool isShut(int error) { return error == EACCES || error == ENOTCONN; }
-
 std::optional<Trap> trapIn(const std::string& path) {
     struct stat status {};
     if (::lstat(path.c_str(), &status) != 0 || S_ISCHR(status.st_mode)) {
@@ -130,7 +127,7 @@ std::optional<Trap> trapOn(const std::string& path) {
         const std::string place = way + "/" + name;
         struct stat status {};
         if (::lstat(place.c_str(), &status) != 0) {
-            if (isShut(errno)) {
+            if (host::isShutOut(errno)) {
                 return Trap{Trap::Kind::NoLog, place};
             }
             host::noteFault(place);
