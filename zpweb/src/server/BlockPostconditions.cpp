@@ -87,7 +87,7 @@ const Directive* overrulerOf(const Reading& reading, const std::vector<uint32_t>
     const bool overruling = lowerCase(name).starts_with("require") || isReplaced(name);
     for (const uint32_t section : overruling ? sections : std::vector<uint32_t>()) {
         const auto& all = reading.directives();
-        for (uint32_t i = section + 1; i < all[section].end; i = all[i].end) {
+        for (const uint32_t i : reading.childrenOf(section)) {
             const bool overrules = isOfKind(all[i], name) && !leavesOptions(all[i], arguments);
             overruler = overrules ? &all[i] : overruler;
         }

@@ -75,7 +75,7 @@ std::set<std::string> furtherNames(const VirtualHost& host) {
 // same in how many lines they stand.
 std::vector<uint32_t> keptIn(const Reading& reading, uint32_t block, const std::set<std::string>& may) {
     std::vector<uint32_t> kept;
-    for (uint32_t i = block + 1; i < reading.directives()[block].end; i = reading.directives()[i].end) {
+    for (const uint32_t i : reading.childrenOf(block)) {
         const Directive& item = reading.directives()[i];
         const std::string name = lowerCase(item.name);
         const std::vector<std::string> words = argumentsIn(item.arguments);

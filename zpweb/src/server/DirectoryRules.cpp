@@ -18,7 +18,7 @@ bool isRequirement(const Directive& directive) { return lowerCase(directive.name
 
 // The terms of a section as lines, those of nested sections with their tags.
 void addTerms(const Reading& reading, uint32_t section, std::vector<std::string>& lines) {
-    for (const uint32_t child : childrenOf(reading, section)) {
+    for (const uint32_t child : reading.childrenOf(section)) {
         const Directive& each = reading.directives()[child];
         if (!isRequirement(each)) {
             continue;
@@ -81,7 +81,7 @@ const Directive* admission(const Reading& reading, uint32_t section) {
 
 // What the directory's own section says of some methods alone.
 const Directive* exception(const Reading& reading, uint32_t section) {
-    for (const uint32_t child : childrenOf(reading, section)) {
+    for (const uint32_t child : reading.childrenOf(section)) {
         const Directive& each = reading.directives()[child];
         const bool limits = each.is("Limit") || each.is("LimitExcept");
         if (const Directive* admits = limits ? admission(reading, child) : nullptr) {
@@ -145,7 +145,7 @@ std::vector<const Directive*> hostLines(const Reading& reading, const std::vecto
     std::vector<const Directive*> last;
     for (const uint32_t section : sections) {
         std::vector<const Directive*> lines;
-        for (const uint32_t child : childrenOf(reading, section)) {
+        for (const uint32_t child : reading.childrenOf(section)) {
             if (isOfHosts(reading.directives()[child])) {
                 lines.push_back(&reading.directives()[child]);
             }
@@ -176,7 +176,7 @@ const Directive* admitsAnyHost(const std::vector<const Directive*>& lines) {
 // Does an alias lead requests for the path elsewhere than below the document root?
 bool isAliased(const Reading& reading, uint32_t block, const std::string& path) {
     for (const uint32_t level : {block, Directive::None}) {
-        for (const uint32_t child : childrenOf(reading, level)) {
+        for (const uint32_t child : reading.childrenOf(level)) {
             const Directive& each = reading.directives()[child];
             const std::vector<std::string> words = argumentsIn(each.arguments);
             const bool pattern = each.is("AliasMatch") || each.is("ScriptAliasMatch");

@@ -57,9 +57,9 @@ template <typename Predicate>
 std::vector<uint32_t> sectionsFor(const Reading& reading, uint32_t block, const Predicate& counts) {
     std::vector<uint32_t> sections;
     const auto add = [&](uint32_t level) {
-        for (const uint32_t child : childrenOf(reading, level)) {
+        for (const uint32_t child : reading.childrenOf(level)) {
             const Directive& each = reading.directives()[child];
-            if (each.section && !each.is("VirtualHost") && counts(each)) {
+            if (each.section && counts(each)) {
                 sections.push_back(child);
             }
         }
@@ -73,20 +73,9 @@ std::vector<uint32_t> sectionsFor(const Reading& reading, uint32_t block, const 
 
 }  // namespace
 
-std::vector<uint32_t> childrenOf(const Reading& reading, uint32_t section) {
-    const bool server = section == Directive::None;
-    const auto& all = reading.directives();
-    std::vector<uint32_t> children;
-    const auto end = server ? static_cast<uint32_t>(all.size()) : all[section].end;
-    for (uint32_t i = server ? 0 : section + 1; i < end; i = all[i].end) {
-        children.push_back(i);
-    }
-    return children;
-}
-
 std::vector<uint32_t> directorySections(const Reading& reading, uint32_t section,
                                         const std::string& directory) {
-    std::vector<uint32_t> found = childrenOf(reading, section);
+    std::vector<uint32_t> found = reading.childrenOf(section);
     std::erase_if(found, [&](uint32_t each) {
         const Directive& directive = reading.directives()[each];
         return !isPlainDirectory(directive) ||

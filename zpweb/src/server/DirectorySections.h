@@ -12,9 +12,6 @@
 
 namespace zpweb {
 
-// What stands directly in a section, or at the server's level (Directive::None).
-std::vector<uint32_t> childrenOf(const Reading& reading, uint32_t section);
-
 // The <Directory> sections for just this directory that stand directly in a section, or at the server's
 // level (Directive::None).
 std::vector<uint32_t> directorySections(const Reading& reading, uint32_t section,

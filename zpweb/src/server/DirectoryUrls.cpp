@@ -52,7 +52,7 @@ void addAliasesIn(Urls& urls, const std::string& directory, const Reading& readi
     const std::vector<std::string> words = argumentsIn(location.arguments);
     const bool pattern = location.is("LocationMatch") || (words.size() > 1 && words.front() == "~");
     const bool known = location.section && !words.empty() && (pattern || location.is("Location"));
-    for (const uint32_t child : known ? childrenOf(reading, section) : std::vector<uint32_t>()) {
+    for (const uint32_t child : known ? reading.childrenOf(section) : std::vector<uint32_t>()) {
         const Directive& alias = reading.directives()[child];
         const std::vector<std::string> target = argumentsIn(alias.arguments);
         if ((alias.is("Alias") || alias.is("ScriptAlias")) && target.size() == 1) {
@@ -65,7 +65,7 @@ void addAliasesIn(Urls& urls, const std::string& directory, const Reading& readi
 // By what a section says itself.
 Urls ownUrls(const Reading& reading, uint32_t section, const std::string& directory) {
     Urls urls;
-    for (const uint32_t child : childrenOf(reading, section)) {
+    for (const uint32_t child : reading.childrenOf(section)) {
         addAlias(urls, directory, reading.directives()[child]);
         addAliasesIn(urls, directory, reading, child);
     }

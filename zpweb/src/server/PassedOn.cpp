@@ -31,19 +31,13 @@ bool passesOn(const Directive& directive) {
     return directive.is("ProxyPass") || directive.is("ProxyPassMatch");
 }
 
-uint32_t endOf(const Reading& reading, uint32_t section) {
-    const auto& all = reading.directives();
-    return section == Directive::None ? static_cast<uint32_t>(all.size()) : all[section].end;
-}
-uint32_t beginOf(uint32_t section) { return section == Directive::None ? 0 : section + 1; }
-
 // A section for a path above this one says so, the last one counts.
 const Directive* bySection(const Reading& reading, uint32_t within, const std::string& path) {
     const auto& all = reading.directives();
     const Directive* found = nullptr;
-    for (uint32_t i = beginOf(within); i < endOf(reading, within); i = all[i].end) {
-        const uint32_t end = concerns(all[i], path) ? all[i].end : i;
-        for (uint32_t inner = i + 1; inner < end; inner = all[inner].end) {
+    for (const uint32_t section : reading.childrenOf(within)) {
+        const bool holds = concerns(all[section], path);
+        for (const uint32_t inner : holds ? reading.childrenOf(section) : std::vector<uint32_t>()) {
             found = passesOn(all[inner]) ? &all[inner] : found;
         }
     }
@@ -59,7 +53,7 @@ bool isFor(const Directive& pass, const std::string& path) {
 // The first one counts.
 const Directive* byLine(const Reading& reading, uint32_t section, const std::string& path) {
     const auto& all = reading.directives();
-    for (uint32_t i = beginOf(section); i < endOf(reading, section); i = all[i].end) {
+    for (const uint32_t i : reading.childrenOf(section)) {
         if (passesOn(all[i]) && isFor(all[i], path)) {
             return &all[i];
         }
@@ -88,7 +82,7 @@ bool leadsAway(const Directive& directive, const std::string& path) {
 const Directive* redirection(const Reading& reading, uint32_t block, const std::string& path) {
     const auto& all = reading.directives();
     for (const uint32_t section : {block, Directive::None}) {
-        for (uint32_t i = beginOf(section); i < endOf(reading, section); i = all[i].end) {
+        for (const uint32_t i : reading.childrenOf(section)) {
             if (leadsAway(all[i], path)) {
                 return &all[i];
             }

@@ -190,7 +190,7 @@ bool answers503(const Reading& reading, uint32_t section) {
     if (reading.valueIn(section, "DocumentRoot").ends_with(PanelsMessage)) {
         return true;
     }
-    for (uint32_t i = section + 1; i < reading.directives()[section].end; i = reading.directives()[i].end) {
+    for (const uint32_t i : reading.childrenOf(section)) {
         const Directive& directive = reading.directives()[i];
         if (directive.is("RewriteRule") && directive.arguments.find("R=503") != std::string_view::npos) {
             return true;

@@ -65,6 +65,11 @@ std::string lowerCase(std::string_view text) {
 
 // What is asked for often.
 void Reading::index() {
+    for (uint32_t i = 0; i < directives_.size(); i = directives_[i].end) {
+        if (!directives_[i].section || !directives_[i].is("VirtualHost")) {
+            atServer_.push_back(i);
+        }
+    }
     for (uint32_t i = 0; i < hosts_.size(); ++i) {
         byName_[hosts_[i].names.name].push_back(i);
     }
@@ -117,13 +122,22 @@ std::vector<const VirtualHost*> Reading::hostsOf(std::string_view site) const {
     return found;
 }
 
+std::vector<uint32_t> Reading::childrenOf(uint32_t section) const {
+    if (section == Directive::None) {
+        return atServer_;
+    }
+    std::vector<uint32_t> children;
+    for (uint32_t i = section + 1; i < directives_[section].end; i = directives_[i].end) {
+        children.push_back(i);
+    }
+    return children;
+}
+
 std::vector<const Directive*> Reading::inSection(uint32_t section, std::string_view name) const {
-    const bool server = section == Directive::None;
-    const size_t end = server ? directives_.size() : directives_[section].end;
     std::vector<const Directive*> found;
-    for (size_t i = server ? 0 : section + 1; i < end; i = directives_[i].end) {
-        if (directives_[i].is(name)) {
-            found.push_back(&directives_[i]);
+    for (const uint32_t child : childrenOf(section)) {
+        if (directives_[child].is(name)) {
+            found.push_back(&directives_[child]);
         }
     }
     return found;

@@ -72,7 +72,10 @@ public:
 
     // The hosts that are the site's: those whose ServerName is its name.
     std::vector<const VirtualHost*> hostsOf(std::string_view site) const;
-    // The directives of this name directly in a section; of the server itself with None.
+    // What stands directly in a section, by number; at the server's level, with None, all but the hosts, of
+    // which there may be many.
+    std::vector<uint32_t> childrenOf(uint32_t section) const;
+    // The directives of this name among them.
     std::vector<const Directive*> inSection(uint32_t section, std::string_view name) const;
     // The value in effect: the last one. Empty when there is none.
     std::string valueIn(uint32_t section, std::string_view name) const;
@@ -95,6 +98,7 @@ private:
     std::vector<Origin> origins_;  // of each file by number; its line is that of a macro's use
     std::vector<std::string> included_;
     std::vector<Directive> directives_;
+    std::vector<uint32_t> atServer_;  // by number, without the hosts
     std::vector<VirtualHost> hosts_;
     std::string serverRoot_;  // which is no directive of the reading: the server has it before the others
     NameMap names_;

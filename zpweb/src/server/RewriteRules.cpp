@@ -227,11 +227,12 @@ const Directive* firstRule(const Reading& reading, uint32_t block, const std::st
         return nullptr;
     }
     const auto& all = reading.directives();
-    const bool server = block == Directive::None;
-    const auto end = server ? static_cast<uint32_t>(all.size()) : all[block].end;
     Walk walk(path, sought,
               sought == Sought::LedAway ? hostNamesOf(reading, block) : std::vector<std::string>());
-    for (uint32_t i = server ? 0 : block + 1; i < end && !walk.isOver(); i = all[i].end) {
+    for (const uint32_t i : reading.childrenOf(block)) {
+        if (walk.isOver()) {
+            break;
+        }
         if (all[i].is("RewriteCond")) {
             walk.add(all[i]);
         } else if (const auto* taken = all[i].is("RewriteRule") ? walk.take(all[i]) : nullptr) {
