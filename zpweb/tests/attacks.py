@@ -56,7 +56,7 @@ def hurt_by(site, prey, words, swap, look, fast=FAST, only=""):
     calls = run("none", 0)
     own = [int(line.split()[0]) for line in calls if str(html.parent.parent) in line and re.search(only, line)]
     wrong = [] if own else ["nothing is touched"]
-    for call in own[::-(-len(own) // MOST)]:
+    for call in own[::-(-len(own) // MOST) or 1]:
         made = run("meanwhile", call)
         after = look()
         hurt = [path for path in {**after, **before} if after.get(path) != before.get(path)]

@@ -2,11 +2,13 @@
 
 Everything runs inside scripts/sandbox, so /etc, /var and /home are this run's own.
 """
+import contextlib
 import functools
 import json
 import os
 import pwd
 import shutil
+import signal
 import socket
 import subprocess
 import textwrap
@@ -176,6 +178,28 @@ IncludeOptional included/*.conf
         own = [self.conf, *self.sites.glob("*"), *self.root.glob("*.d"), *self.root.glob("*.d/**/*"), *self.root.glob("included/*"),
                Path("/etc/webusers")]
         return {path for path in own if not path.is_symlink() and path.exists() and path.stat().st_mode & (0o077 if path.name == "key.pem" else 0o022)}
+
+    # --- changes that wait for a confirmation ---
+
+    def watchers(self, count):
+        """Those who take changes back, once there are so many: one that has just been started has no words yet."""
+        def found():
+            commands = {}
+            for path in Path("/proc").glob("[0-9]*/cmdline"):
+                with contextlib.suppress(OSError):
+                    commands[int(path.parent.name)] = path.read_bytes().split(b"\0")
+            return [pid for pid, words in commands.items() if str(self.conf).encode() in words and b"--wait" in words]
+        await_true(lambda: len(found()) == count)
+        return found()
+
+    def let_time_pass(self):
+        """Those who would take the changes back are gone, and all deadlines are over."""
+        waiting = self.root / ".zpweb/unconfirmed"
+        lines = waiting.read_text().splitlines()
+        for watcher in self.watchers(len(lines)):
+            assert os.getsid(watcher) == watcher, "it lives on when its terminal goes"
+            os.kill(watcher, signal.SIGKILL)
+        waiting.write_text("".join(f"{number} 1 {rest}\n" for number, _, rest in (line.split(" ", 2) for line in lines)))
 
     # --- the server ---
 

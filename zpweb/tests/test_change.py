@@ -1,5 +1,4 @@
 """How a change happens: what is kept, checked, committed, reloaded, recorded and taken back."""
-import contextlib
 import fcntl
 import json
 import os
@@ -730,7 +729,7 @@ def test_what_is_not_confirmed_in_time_is_taken_back(machine):
     with_site(machine)
     before = machine.text()
     answer = machine.do("site", "stop", "kept.example", "--confirm-within", "1h", "--json", pass_fds=[os.open("/etc", os.O_RDONLY)]).json
-    (watcher,) = watchers(machine)
+    (watcher,) = machine.watchers(1)
     await_true(lambda: {os.path.realpath(held) for held in (f"/proc/{watcher}/cwd", *Path(f"/proc/{watcher}/fd").iterdir())} == {"/", "/dev/null"})
     assert answer["confirm_within"] == 3600 and machine.text() != before
     assert machine.do("history", "--json").json["changes"][-1]["confirm_by"]
@@ -756,33 +755,13 @@ def test_what_was_made_without_a_reload_is_taken_back_without_one(live):
     assert live.text() == before and (live.root / "run/httpd.pid").stat().st_mtime_ns == reloaded
 
 
-def watchers(machine):
-    found = []
-    for path in Path("/proc").glob("[0-9]*/cmdline"):
-        with contextlib.suppress(OSError):
-            words = path.read_bytes().split(b"\0")
-            found += [int(path.parent.name)] if str(machine.conf).encode() in words and b"--wait" in words else []
-    return found
-
-
-def let_time_pass(machine):
-    """Those who would take the changes back are gone, and all deadlines are over."""
-    waiting = machine.root / ".zpweb/unconfirmed"
-    lines = waiting.read_text().splitlines()
-    await_true(lambda: len(watchers(machine)) == len(lines))  # one that has just been started has no words yet
-    for watcher in watchers(machine):
-        assert os.getsid(watcher) == watcher, "it lives on when its terminal goes"
-        os.kill(watcher, signal.SIGKILL)
-    waiting.write_text("".join(f"{number} 1 {rest}\n" for number, _, rest in (line.split(" ", 2) for line in lines)))
-
-
 @pytest.mark.parametrize("command", [["site", "list"], ["host", "add", "kept.example", "next.example"], ["confirm"]])
 def test_after_a_restart_the_next_command_takes_back_what_is_overdue(machine, command):
     with_site(machine)
     before = machine.text()
     for name in ("late", "later"):
         machine.do("host", "add", "kept.example", f"{name}.example", "--confirm-within", "1h")
-    let_time_pass(machine)
+    machine.let_time_pass()
     assert "late.example later.example" in machine.text()
     assert "not confirmed in time; the next" in machine.do("site", "stop", "kept.example", "--dry-run").err
     answer = machine.run(*command)
@@ -794,7 +773,7 @@ def test_what_cannot_be_taken_back_can_still_be_kept(machine):
     with_site(machine)
     machine.do("host", "add", "kept.example", "late.example", "--confirm-within", "1h")
     machine.conf.write_text(machine.text().replace("late.example", "later.example"))
-    let_time_pass(machine)
+    machine.let_time_pass()
     assert "cannot be taken back" in machine.do("site", "list").err
     machine.do("confirm", "1")
     assert "later.example" in machine.text() and machine.do("site", "list").err == ""
