@@ -8,13 +8,13 @@
 #include "input/HostName.h"
 #include "input/Quoted.h"
 #include "server/Postconditions.h"
-#include "server/Reading.h"
 #include "settings/LogPolicyChange.h"
 #include "settings/Redirects.h"
 #include "settings/SettingFile.h"
 #include "settings/SiteSettings.h"
 #include "sys/File.h"
 #include "text/Marks.h"
+#include "text/Mentions.h"
 #include "text/Statements.h"
 
 namespace zpweb {
@@ -77,34 +77,6 @@ std::string renamedBlock(const Block& of, const Names& names) {
     return text + std::string(block.substr(copied));
 }
 
-bool isInName(char each) {
-    return zp::conf::isLetter(each) || (each >= '0' && each <= '9') || each == '-' || each == '_';
-}
-
-// Is that the host, and no part of another's name, of a path or of an address of mail?
-bool isHostAt(std::string_view text, size_t begin, size_t end) {
-    constexpr std::string_view Www = "www.";
-    begin -= text.substr(0, begin).ends_with(Www) ? Www.size() : 0;
-    const std::string_view before = text.substr(0, begin), behind = text.substr(end);
-    const bool follows =
-        !before.empty() && (isInName(before.back()) || before.back() == '.' || before.back() == '@' ||
-                            (before.back() == '/' && !before.ends_with("//")));
-    const bool goesOn = !behind.empty() && (isInName(behind[0]) ||
-                                            (behind[0] == '.' && behind.size() > 1 && isInName(behind[1])));
-    return !follows && !goesOn;
-}
-
-// Also as an expression says it: shop\.example
-bool speaksOf(std::string_view written, const std::string& host) {
-    std::string text = lowerCase(written);
-    std::erase(text, '\\');
-    size_t at = text.find(host);
-    while (at != std::string::npos && !isHostAt(text, at, at + host.size())) {
-        at = text.find(host, at + 1);
-    }
-    return at != std::string::npos;
-}
-
 // Lines of a block that go on about the old name, such as a redirection to it.
 void tellWhatStays(Transaction& change, const Place& place, const std::string& file, const Names& names) {
     const std::string read =
@@ -114,7 +86,7 @@ void tellWhatStays(Transaction& change, const Place& place, const std::string& f
         const bool says =
             statement.kind == Statement::Kind::Directive || statement.kind == Statement::Kind::Opens;
         if (says && !statement.is("ServerName") && !statement.is("ServerAlias") &&
-            !statement.opens("VirtualHost") && speaksOf(statement.arguments, lowerCase(names.from))) {
+            !statement.opens("VirtualHost") && mentions(statement.arguments, names.from)) {
             const size_t line =
                 place.file->firstLine() + place.block->lines.first + statement.lines.first + 1;
             change.output().note(file + ":" + std::to_string(line) + " still names " + names.from + ": " +
