@@ -25,9 +25,6 @@ Postcondition ignoresAccessFile(const BlocksOf& blocks, const std::string& direc
 // section lets in whom it keeps out.
 Postcondition isRestricted(const BlocksOf& blocks, const std::string& directory,
                            const std::vector<std::vector<std::string>>& lists);
-// Where a block answers the path from its document root, no "Satisfy Any" lets everybody in by lines about
-// hosts.
-Postcondition asksBesideHosts(const BlocksOf& blocks, const std::string& path);
 // What another section, or a ProxyPass, of the block lets in whom the directory's section keeps out.
 Outcome nothingGoesAround(const Reading& reading, uint32_t block, const std::string& directory);
 // Each block's own lines of this directive hold for its document root: none of a section for that, or for a

@@ -5,8 +5,8 @@
 
 #include "input/Network.h"
 #include "input/Quoted.h"
-#include "server/DirectoryRules.h"
 #include "server/PassedOn.h"
+#include "server/SatisfyAny.h"
 #include "settings/Modules.h"
 #include "settings/Proof.h"
 #include "settings/SiteFacts.h"
