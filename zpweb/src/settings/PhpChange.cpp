@@ -1,14 +1,11 @@
 #include "settings/PhpChange.h"
 
-#include <fnmatch.h>
-
 #include <algorithm>
 #include <memory>
 #include <set>
 
-#include "conf/Text.h"
 #include "server/DirectoryPaths.h"
-#include "server/Expressions.h"
+#include "server/FileHandlers.h"
 #include "server/PassedOn.h"
 #include "settings/Modules.h"
 #include "settings/PhpProbe.h"
@@ -77,48 +74,6 @@ Outcome canBeShown(Transaction& change, const std::string& site, const Root& roo
                                   "directive set DocumentRoot)");
 }
 
-// Is the line in a section for such files, which comes behind what is said of directories?
-bool isForFile(const Reading& reading, const Directive& line, const std::string& root,
-               const std::string& name) {
-    bool ofFiles = false;
-    for (uint32_t at = line.parent; at != Directive::None; at = reading.directives()[at].parent) {
-        const Directive& section = reading.directives()[at];
-        const std::vector<std::string> words = argumentsIn(section.arguments);
-        const bool tilde = words.size() > 1 && words[0] == "~";
-        const std::string subject = words.empty() ? "" : words[tilde ? 1 : 0];
-        const bool files = section.is("Files"), pattern = section.is("FilesMatch") || (files && tilde);
-        if ((pattern && !findsIn(subject, name)) ||
-            (files && !tilde && ::fnmatch(subject.c_str(), name.c_str(), 0) != 0) ||
-            (section.is("Directory") && !tilde && !isAbout(subject, root))) {
-            return false;
-        }
-        ofFiles = ofFiles || files || pattern;
-    }
-    return ofFiles;
-}
-
-// The line of a block with this root that names another handler for files like the script; empty when there
-// is none.
-std::string otherHandler(const Transaction& change, const std::string& site, const Root& root,
-                         const std::string& script) {
-    const Reading* reading = change.reading();
-    std::string found;
-    for (const VirtualHost* host :
-         reading != nullptr ? reading->hostsOf(hostNameIn(site)) : std::vector<const VirtualHost*>()) {
-        const uint32_t end =
-            host->directive == Directive::None ? 0 : reading->directives()[host->directive].end;
-        for (uint32_t i = host->directive; i < end; ++i) {
-            const Directive& each = reading->directives()[i];
-            const Origin place = reading->originOf(each);
-            if (each.is("SetHandler") && !zp::conf::contains(place.file, "/zpweb.d/") &&
-                isForFile(*reading, each, root.effective, script)) {
-                found = "\"SetHandler " + std::string(each.arguments) + "\" at " + place.text();
-            }
-        }
-    }
-    return found;
-}
-
 // The script is in the journal before it is made.
 Outcome probeIn(Transaction& change, const std::string& site, const Root& root) {
     const PhpProbe probe(root.effective);
@@ -132,7 +87,10 @@ Outcome probeIn(Transaction& change, const std::string& site, const Root& root) 
         std::string version;
         Outcome run = probe.run(placesWith(change, site, root), version);
         change.output().set("version", known(version));
-        const std::string other = otherHandler(change, site, root, nameOf(probe.path()));
+        const Reading* reading = change.reading();
+        const std::string other = reading == nullptr ? ""
+                                                     : ownHandler(*reading, hostNameIn(site),
+                                                                  root.effective, nameOf(probe.path()));
         return run.ok() || other.empty()
                    ? run
                    : failure(run.message + "; " + other + " says what handles such files");
