@@ -125,6 +125,26 @@ def test_a_kept_certificate_is_put_back_as_it_was_and_through_no_link_of_the_own
     assert kind == "link" or (key.st_uid, oct(key.st_mode), (folder / "key.pem").read_text()) == (0, "0o100600", secret)
 
 
+def test_links_to_certificates_that_are_led_back_are_not_roots_by_it(site):
+    """Their owner chooses where they lead, and moves one to the place of a log: where one of root's leads, the server would write."""
+    folder = site.sites / "shop.example/www"
+    issue(folder / "cert1.pem", folder / "key1.pem")
+    for name in ("cert", "key", "evil"):
+        (folder / name).symlink_to(f"{name}1.pem")
+    (folder / "evil1.pem").touch()
+    site.do("tls", "on", "shop.example", "--certificate", folder / "cert", "--key", folder / "key", *FAST)
+    (folder / "cert2.pem").touch()
+    for name in ("cert", "evil"):
+        (folder / name).unlink()
+        (folder / name).symlink_to(f"{name}2.pem")
+    give(folder)
+    before = {path.name for path in folder.iterdir()}
+    assert site.run("tls", "renewed", "shop.example", *FAST).status == 3
+    assert {(os.readlink(folder / name), (folder / name).lstat().st_uid) for name in ("cert", "evil")} == {
+        (f"{name}1.pem", pwd.getpwnam(OWNER).pw_uid) for name in ("cert", "evil")}
+    assert {path.name for path in folder.iterdir()} == before
+
+
 @pytest.mark.parametrize("kind", ["hard link", "fifo", "directory", "socket", "sparse", "set-ID"])
 @pytest.mark.parametrize("name, words", [(".htaccess", "protect add {q} joe"), (".htpasswd", "protect add {q} joe"),
                                          (".htpasswd", "protect edit {q} joe"), ("conf", "param add {q}/conf C D")])

@@ -1,11 +1,15 @@
 #include "settings/Lineage.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
+#include <climits>
 #include <cstdio>
 #include <optional>
 
+#include "host/HeldDirectory.h"
 #include "settings/Certificate.h"
 #include "sys/File.h"
 #include "sys/GuardedDirectory.h"
@@ -56,15 +60,43 @@ std::string archivedNumber(const std::string& directory, const Numbered& link,
     return {};
 }
 
-// In the directory that is held open: one of its owner's leads no step elsewhere.
-Outcome relink(const Descriptor& directory, const std::string& name, const std::string& target) {
-    const std::string fresh = name + ".zpweb";
+// A link as it is looked at once: its owner can place another one at any moment.
+struct SeenLink {
+    std::string name;
+    Numbered target;
+    uid_t user = 0;
+    gid_t group = 0;
+};
+
+std::optional<SeenLink> seenIn(const Descriptor& directory, const std::string& name) {
+    const Descriptor link(::openat(directory.number(), name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
+    std::array<char, PATH_MAX> text{};
+    struct stat status {};
+    const bool isSeen = link.isOpen() && ::fstat(link.number(), &status) == 0;
+    const ssize_t length = isSeen ? ::readlinkat(link.number(), "", text.data(), text.size()) : -1;
+    const auto target =
+        length > 0 ? numberedFrom(std::string(text.data(), static_cast<size_t>(length))) : std::nullopt;
+    return target ? std::optional(SeenLink{name, *target, status.st_uid, status.st_gid}) : std::nullopt;
+}
+
+// Stays its owner's, as nobody takes one of root's for one that leads astray: it is made where no one else
+// can take it away before it is given. The directory is held open: none of its owner's leads a step
+// elsewhere.
+Outcome relink(const Descriptor& directory, const SeenLink& link, const std::string& number) {
     const int held = directory.number();
-    ::unlinkat(held, fresh.c_str(), 0);
-    return ::symlinkat(target.c_str(), held, fresh.c_str()) == 0 &&
-                   ::renameat(held, fresh.c_str(), held, name.c_str()) == 0
-               ? done()
-               : failure(systemError(name));
+    const std::string room = ".zpweb-links." + std::to_string(::getpid());
+    const std::string target = link.target.with(number);
+    const Descriptor made = zp::host::makeDirectoryIn(held, room);
+    const bool led =
+        made.isOpen() && ::symlinkat(target.c_str(), made.number(), link.name.c_str()) == 0 &&
+        ::fchownat(made.number(), link.name.c_str(), link.user, link.group, AT_SYMLINK_NOFOLLOW) == 0 &&
+        ::renameat(made.number(), link.name.c_str(), held, link.name.c_str()) == 0;
+    Outcome outcome = led ? done() : failure(systemError(link.name));
+    if (made.isOpen()) {
+        ::unlinkat(made.number(), link.name.c_str(), 0);
+    }
+    ::unlinkat(held, room.c_str(), AT_REMOVEDIR);
+    return outcome;
 }
 
 }  // namespace
@@ -80,22 +112,20 @@ Outcome leadBack(const std::string& certificate, const std::string& fingerprint)
     if (!held.ok()) {
         return held.outcome();
     }
-    const auto target = linkTarget(pathIn(*held, nameOf(certificate)));
-    const auto link = target ? numberedFrom(*target) : std::nullopt;
-    const std::string number = link ? archivedNumber(directory, *link, fingerprint) : "";
+    const auto link = seenIn(*held, nameOf(certificate));
+    const std::string number = link ? archivedNumber(directory, link->target, fingerprint) : "";
     if (number.empty()) {
         return failure(certificate +
                        " keeps the new certificate, as the one before it is not at hand: put that back "
                        "before the server starts again");
     }
     for (const std::string& name : entriesOf(pathIn(*held, ""))) {
-        const auto its = linkTarget(pathIn(*held, name));
-        const auto each = its ? numberedFrom(*its) : std::nullopt;
-        if (!each || each->number != link->number ||
-            !exists(fromDirectory(directory, each->with(number)))) {
+        const auto each = seenIn(*held, name);
+        if (!each || each->target.number != link->target.number ||
+            !exists(fromDirectory(directory, each->target.with(number)))) {
             continue;
         }
-        if (Outcome led = relink(*held, name, each->with(number)); !led.ok()) {
+        if (Outcome led = relink(*held, *each, number); !led.ok()) {
             return led;
         }
     }
