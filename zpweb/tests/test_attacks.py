@@ -172,12 +172,12 @@ def test_what_is_no_small_file_of_the_owners_is_refused_or_loses_its_power(site,
 
 LOGS = {"the log itself": "log/httpd/error_log", "its directory": "log/httpd", "the directory above": "log",
         "behind a link of root's": "ways", "by a second name of a link of root's": "log/httpd/error_log", "a pipe": "log/httpd/access_log", "a directory": "log/httpd/access_log", "a socket": "log/httpd/access_log",
-        "a program that runs": "log/httpd/access_log"}
+        "a program that runs": "log/httpd/access_log", "a program of root's that runs": "log/httpd/access_log"}
 
 
 def set_trap(part, place, prey):
     (place.rename(f"{place}.moved") if place.exists() else None)
-    if part == "a program that runs":
+    if part.endswith("that runs"):
         shutil.copy("/bin/sleep", place)
         give(place)
         return subprocess.Popen([place, "60"])
@@ -203,7 +203,7 @@ def test_no_reload_opens_a_log_where_its_owner_leads_it(live, part):
                              + live.text().replace("</VirtualHost>", "ForensicLog logs/more_log\n</VirtualHost>", 1))
     program = set_trap(part, place, prey)
     give(home)
-    os.chown(place, 0, 0, follow_symlinks=False) if part.startswith("by ") else None
+    os.chown(place, 0, 0, follow_symlinks=False) if re.match("by |.*root's that runs", part) else None
     before = live.text()
     for words in (["host", "add", "shop.example", "more.example"], ["log", "rotate", "shop.example"], ["server", "reload"]):
         answer = live.run(*words)

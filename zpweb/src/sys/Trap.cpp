@@ -35,9 +35,12 @@ bool isPlain(const std::string& path) {
     if (!file.isOpen()) {
         return errno == ENOENT || errno == ENOTDIR;
     }
+    // A program may run, also one of root's that its owner has moved there: then nobody can write to it.
+    constexpr mode_t Program = S_IXUSR | S_IXGRP | S_IXOTH;
     struct stat status {};
     return ::fstat(file.number(), &status) == 0 &&
-           (S_ISREG(status.st_mode) ? !isOthers(status) : S_ISCHR(status.st_mode));
+           (S_ISREG(status.st_mode) ? !isOthers(status) && (status.st_mode & Program) == 0
+                                    : S_ISCHR(status.st_mode));
 }
 
 // A link of root's is the administrator's wherever it stands, and so is any in a directory of root's alone.
