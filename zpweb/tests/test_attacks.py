@@ -422,6 +422,18 @@ def test_a_link_in_a_directory_that_root_gets_back_is_its_owners_still(live, pre
     assert answer.status == 3 and "symbolic link" in answer.err and not (prey / "evil").exists(), answer
 
 
+def test_an_undo_gives_nobody_what_root_has_closed_since(site):
+    q = site.sites / "shop.example/www/html/q"
+    q.mkdir()
+    (q / "file").touch()
+    give(q)
+    site.do("vdir", "create", "shop.example", q, "--take-over", *FAST)
+    os.chown(q / "file", 0, 0)
+    (q / "file").chmod(0o600)
+    assert "file: its owner and mode stay" in site.run("undo", *FAST).err
+    assert ((q / "file").stat().st_uid, oct((q / "file").stat().st_mode)) == (0, "0o100600")
+
+
 def test_the_cost_of_a_hash_that_an_owner_has_written_is_not_paid(site):
     users = site.sites / "shop.example/www/users"
     users.write_text("joe:$2y$31$abcdefghijklmnopqrstuuABCDEFGHIJKLMNOPQRSTUVWXYZabcde\n")
@@ -453,6 +465,21 @@ def test_an_owners_long_way_to_many_files_is_kept_once(site):
     assert kept.stat().st_size < 1 << 20
     site.do("undo", *FAST)
     assert subprocess.check_output(find) == before
+
+
+def test_what_is_kept_of_an_owners_many_directories_has_a_bound(site):
+    """Each with a long way: gigabytes in root's memory and on root's disk."""
+    q = site.sites / "shop.example/www/html/q"
+    q.mkdir()
+    above = os.open(q, os.O_RDONLY)
+    for _ in range(15):
+        os.mkdir("d" * 250, dir_fd=above)
+        above = os.open("d" * 250, os.O_RDONLY, dir_fd=above)
+    for number in range(18000):
+        os.mkdir(str(number), dir_fd=above)
+        os.mknod(f"{number}/f", dir_fd=above)
+    answer = site.do("vdir", "create", "shop.example", q, "--take-over", *FAST)
+    assert "an undo will not know" in answer.err and not list(site.root.glob(".zpweb/checkpoints/*/access")), answer
 
 
 def test_a_file_whose_lines_are_hard_to_pair_costs_an_undo_little(site):

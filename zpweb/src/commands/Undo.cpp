@@ -226,7 +226,7 @@ Outcome undo(Transaction& change, const Arguments& given) {
         change.setUndone(checkpoint.id);
         change.afterwards([&change, known = checkpoint, kept = *access] {
             tellWhatStays(change.output(), known);
-            return restoreAccess(kept);
+            return restoreAccess(kept, known.change.outstanding);
         });
     }
     change.output().set("undone", chosen->front().change.command);

@@ -4,6 +4,8 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <optional>
+#include <set>
 #include <sstream>
 
 #include "host/Tree.h"
@@ -14,6 +16,10 @@
 namespace zpweb {
 
 namespace {
+
+// Of what an owner can make in any number, with the longest of ways. It is kept in memory and on root's
+// disk.
+constexpr size_t MostNoted = 64UL << 20;
 
 std::string fileIn(const std::string& checkpoint) { return checkpoint + "/access"; }
 
@@ -49,11 +55,13 @@ Outcome noteTree(std::string& text, const std::string& path) {
         if (where) {
             note(text, above, name, name);
         }
-        return where.has_value();
+        return where.has_value() && text.size() < MostNoted;
     };
     const bool walked =
         zp::host::walkTree(directory->number(), {noteEntry, [](int, const char*) { return true; }});
-    return walked ? done() : failure(path + ": not all of it could be read");
+    return walked                     ? done()
+           : text.size() >= MostNoted ? failure(path + ": it holds too much to be noted")
+                                      : failure(path + ": not all of it could be read");
 }
 
 struct Access {
@@ -73,8 +81,12 @@ Access accessIn(const std::string& entry) {
     return access;
 }
 
-// False when it is no longer the same file, or cannot be given. One that is gone is done.
-bool giveBack(const Descriptor& directory, const std::string& name, const Access& access) {
+using Users = std::set<std::optional<uid_t>>;
+
+// False when it is no longer the same file, or of those that it was given to, or cannot be given. One that
+// is gone, or as it was, is done.
+bool giveBack(const Descriptor& directory, const std::string& name, const Access& access,
+              const Users& given) {
     const Descriptor place(::openat(directory.number(), name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
     struct stat now {};
     if (!place.isOpen() && errno == ENOENT) {
@@ -84,7 +96,11 @@ bool giveBack(const Descriptor& directory, const std::string& name, const Access
         (!S_ISDIR(now.st_mode) && (now.st_nlink > 1 || (access.mode & (S_ISUID | S_ISGID)) != 0))) {
         return false;
     }
-    return ::fchownat(place.number(), "", access.user, access.group, AT_EMPTY_PATH) == 0 &&
+    if (now.st_uid == access.user && now.st_gid == access.group && (now.st_mode & 07777) == access.mode) {
+        return true;
+    }
+    return given.contains(now.st_uid) &&
+           ::fchownat(place.number(), "", access.user, access.group, AT_EMPTY_PATH) == 0 &&
            ::chmod(pathIn(place, "").c_str(), access.mode) == 0;
 }
 
@@ -108,7 +124,11 @@ Expected<std::string> keptAccess(const std::string& checkpoint) {
     return text.outcome().status == Status::NotFound ? Expected(std::string()) : std::move(text);
 }
 
-Outcome restoreAccess(const std::string& kept) {
+Outcome restoreAccess(const std::string& kept, const std::vector<zp::host::Effect>& effects) {
+    Users given;
+    for (const zp::host::Effect& effect : effects) {
+        given.insert(effect.deep ? effect.user : std::nullopt);
+    }
     Outcome outcome;
     Expected<Descriptor> directory = failure("none");
     std::string above;
@@ -126,9 +146,9 @@ Outcome restoreAccess(const std::string& kept) {
         }
         const bool isGone = directory.outcome().status == Status::NotFound;
         const std::string name = nameOf(access.path);
-        if (!isDirectory && !isGone && !(directory.ok() && giveBack(*directory, name, access))) {
+        if (!isDirectory && !isGone && !(directory.ok() && giveBack(*directory, name, access, given))) {
             outcome = failure(printable(above + "/" + name) +
-                              ": its owner and mode stay; it is another file by now");
+                              ": its owner and mode stay; it is another file, or another one's, by now");
         }
     }
     return outcome;
