@@ -92,3 +92,28 @@ TEST_F(EffectOnOwnersGround, GivesAndRemovesWhatWasMeantAndNothingInItsPlace) {
     EXPECT_TRUE(carryOut({.step = Step::RemoveTree, .path = Home + "/elsewhere", .inode = meant}));
     EXPECT_EQ(namesIn(Home), (std::vector<std::string>{"page", "tree"}));
 }
+
+TEST_F(EffectOnOwnersGround, GivesAndOpensNothingClosedThatMayHaveBeenMovedThere) {
+    writeFile(Home + "/page", "root's");
+    writeFile(Tree + "/closed/file", "");
+    writeFile(Tree + "/thirds", "");
+    writeFile(Home + "/roots/file", "");
+    ASSERT_EQ(::chown((Tree + "/thirds").c_str(), Third, Third), 0);
+    for (const std::string& path : {Home + "/page", Tree + "/thirds"}) {
+        fs::permissions(path, fs::perms(0600));
+    }
+    for (const std::string& path : {Home + "/roots", Tree + "/closed"}) {
+        fs::permissions(path, fs::perms(0700));
+    }
+    for (const Step step : {Step::GiveAccess, Step::GiveDirectory}) {
+        EXPECT_FALSE(carryOut({.step = step, .path = Home + "/roots", .user = Siteowner, .mode = 0755}));
+    }
+    EXPECT_FALSE(carryOut({.path = Home + "/roots", .user = Siteowner, .deep = true}));
+    EXPECT_EQ(owner(Home + "/roots") + " " + mode(Home + "/roots"), "0:0 0700");
+    EXPECT_FALSE(carryOut({.path = Home + "/page", .user = Siteowner}));
+    EXPECT_EQ(owner(Home + "/page"), "0:0");
+    EXPECT_FALSE(carryOut({.path = Tree, .user = Siteowner, .mode = 0705, .deep = true}));
+    EXPECT_EQ(owner(Tree + "/closed/file"), "0:0");
+    EXPECT_EQ(owner(Tree + "/thirds") + " " + mode(Tree + "/thirds"), "2002:2002 0600");
+    EXPECT_EQ(owner(Tree + "/page"), "2001:0");
+}

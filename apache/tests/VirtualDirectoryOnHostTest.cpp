@@ -93,7 +93,8 @@ TEST_F(VirtualDirectoryOnHost, AFolderWhoseOwnerHasNoAccountIsNotHandedOver) {
 TEST_F(VirtualDirectoryOnHost, AnExistingPasswordFileKeepsTextAndMode) {
     for (const std::string& users : {SiteUsers, FolderUsers}) {
         writeFile(users, "bob:hash\n");
-        fs::permissions(users, fs::perms(0600));
+        fs::permissions(users, fs::perms(0640));
+        ASSERT_EQ(::chown(users.c_str(), 2001, 0), 0);
     }
     EXPECT_EQ(createDirectory(file, {.folder = "/absent", .authenticated = '1'}), 83);
     EXPECT_EQ(updateDirectory(file, {.folder = Files, .authenticated = '0'}), 89);
@@ -101,7 +102,7 @@ TEST_F(VirtualDirectoryOnHost, AnExistingPasswordFileKeepsTextAndMode) {
     EXPECT_EQ(owner(FolderUsers), "2003:2005");
     for (const std::string& users : {SiteUsers, FolderUsers}) {
         EXPECT_EQ(readFile(users), "bob:hash\n");
-        EXPECT_EQ(mode(users), "0600");
+        EXPECT_EQ(mode(users), "0640");
     }
 }
 

@@ -364,7 +364,9 @@ TEST(WebsiteMergeAccessMode, IsForTheRightFolder) {
     fs::create_directories(root);
     fs::create_directory_symlink(folder, link);
     ASSERT_EQ(::lchown(link.c_str(), 4242, 4242), 0);
-    ASSERT_EQ(::chown(scratch().c_str(), 4242, 4242), 0);
+    for (const std::string& path : {scratch(), folder}) {
+        ASSERT_EQ(::chown(path.c_str(), 4242, 4242), 0);
+    }
     for (const auto& row : rows) {
         SCOPED_TRACE(row.text + row.folder);
         for (const std::string& path : {root, folder, folder + "/inner"}) {

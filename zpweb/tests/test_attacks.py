@@ -58,19 +58,36 @@ def test_a_home_that_a_third_account_has_laid_in_a_shared_directory_is_not_taken
 
 def test_a_closed_file_of_roots_that_was_moved_into_what_is_taken_over_stays_roots(site):
     q = site.sites / "shop.example/www/html/q"
-    for folder in (q / "secrets", q / "sub"):
+    for folder in (q / "secrets", q / "sub", q / "thirds"):
         folder.mkdir(parents=True)
         (folder / "file").touch()
     (q / "secrets").chmod(0o700)
     (q / "sub/file").chmod(0o600)
+    (q / "thirds/file").chmod(0o640)
     (q / "page").touch()
     for path in (q, q / "sub"):
         os.chown(path, *pwd.getpwnam(OWNER)[2:4])
+    for path in (q / "thirds", q / "thirds/file"):
+        os.chown(path, 65534, 65534)
     answer = site.do("vdir", "create", "shop.example", q, "--take-over", *FAST)
     assert "not all owners and modes" in answer.err, answer
-    taken = {path.name: path.stat().st_uid != 0 for path in (q / "page", q / "sub", q / "secrets", q / "sub/file")}
-    assert taken == {"page": True, "sub": True, "secrets": False, "file": False}
-    assert oct((q / "sub/file").stat().st_mode) == "0o100600"
+    taken = {str(path.relative_to(q)) for path in q.rglob("*") if path.stat().st_uid == pwd.getpwnam(OWNER).pw_uid}
+    assert taken == {"page", "sub", "thirds"}
+    assert [oct((q / name).stat().st_mode) for name in ("sub/file", "thirds/file")] == ["0o100600", "0o100640"]
+
+
+@pytest.mark.parametrize("words", ["site set shop.example --mode 0755", "vdir create shop.example {html} --take-over"])
+def test_a_closed_directory_of_roots_that_was_moved_to_the_document_root_stays_closed(site, words):
+    html, secret = (site.sites / "shop.example/www" / name for name in ("html", "secret"))
+    secret.mkdir(mode=0o700)
+    (secret / "file").touch()
+    os.chown(html.parent, *pwd.getpwnam(OWNER)[2:4])
+    html.rename(f"{html}.away")
+    secret.rename(html)
+    answer = site.run(*words.format(html=html).split(), *FAST)
+    assert answer.status == 3 and "may have moved it" in answer.err and (html.stat().st_uid, oct(html.stat().st_mode)) == (0, "0o40700"), answer
+    (html / "file").unlink()
+    site.do(*words.format(html=html).split(), *FAST)
 
 
 def test_a_rotation_opens_and_takes_apart_nothing_of_roots_that_was_moved_beside_the_log(site):

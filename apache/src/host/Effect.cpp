@@ -62,10 +62,18 @@ bool isAdministrators(const struct stat& directory) {
     return directory.st_uid == ::geteuid() && (directory.st_mode & (S_IWGRP | S_IWOTH)) == 0;
 }
 
-// The administrator's and closed to others: where they can place it, its owner may have moved it there.
+// Closed to others: where these can place it, they may have moved it there.
 bool isClosed(const struct stat& status) {
     const mode_t open = S_ISDIR(status.st_mode) ? S_IROTH | S_IXOTH : S_IROTH;
-    return status.st_uid == ::geteuid() && (status.st_mode & open) != open && !S_ISLNK(status.st_mode);
+    return (status.st_mode & open) != open && !S_ISLNK(status.st_mode);
+}
+
+// One of the administrator's that is closed: who opens it, or gives it away, opens what it holds, unless it
+// is empty.
+bool mayBeMoved(const HeldDirectory& parent, const struct stat& status, const Descriptor& directory) {
+    return S_ISDIR(status.st_mode) ? mayBeMovedInto(parent, directory.number())
+                                   : parent.othersWrite() && status.st_uid == ::geteuid() &&
+                                         isClosed(status) && status.st_size > 0;
 }
 
 // A giving of a directory with all that it holds. One that is the administrator's alone is given behind its
@@ -98,7 +106,7 @@ private:
         if (isLooked && isOwn(above)) {
             noteOwn(status);
         }
-        if (isLooked && !isOwn(above) && isClosed(status)) {
+        if (isLooked && !isOwn(above) && isAnothers(above, status)) {
             given_ = false;
         } else if (!isLooked || !isOwn(status)) {
             given_ = giveAccess(place, effect_, true) && given_;
@@ -114,8 +122,18 @@ private:
         return true;
     }
 
+    // Closed, or in a directory that is, and not that account's that all of it is given to.
+    bool isAnothers(const struct stat& above, const struct stat& status) {
+        const bool isIt =
+            (isClosed(status) && status.st_uid != effect_.user) || closed_.contains(above.st_ino);
+        if (isIt && S_ISDIR(status.st_mode)) {
+            closed_.insert(status.st_ino);
+        }
+        return isIt;
+    }
+
     const Effect& effect_;
-    std::set<ino_t> own_;
+    std::set<ino_t> own_, closed_;
     bool given_ = true;
 };
 
@@ -126,10 +144,13 @@ bool giveTree(const HeldDirectory& parent, const std::string& name, const Effect
         !isMeant(status, effect, parent)) {
         return false;
     }
+    const Descriptor directory(::openat(place.number(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (mayBeMoved(parent, status, directory)) {
+        return false;
+    }
     if (!effect.deep || !S_ISDIR(status.st_mode)) {
         return giveAccess(place, effect, parent.othersWrite());
     }
-    const Descriptor directory(::openat(place.number(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     Giving giving(effect, status);
     const bool isLast = giving.isOwn(status);
     const bool before = isLast || giveAccess(place, effect, parent.othersWrite());
@@ -164,11 +185,12 @@ bool makeFile(const HeldDirectory& parent, const std::string& name, const Effect
                      S_ISREG(status.st_mode);
 }
 
-bool giveDirectory(const Effect& effect) {
+bool giveDirectory(const HeldDirectory& parent, const Effect& effect) {
     auto directory = HeldDirectory::hold(effect.path);
     struct stat status {};
     return directory && ::fstat(directory->descriptor(), &status) == 0 &&
-           (!effect.inode || status.st_ino == *effect.inode) && giveTo(directory->release(), effect);
+           (!effect.inode || status.st_ino == *effect.inode) &&
+           !mayBeMovedInto(parent, directory->descriptor()) && giveTo(directory->release(), effect);
 }
 
 }  // namespace
@@ -188,7 +210,7 @@ bool carryOut(const Effect& effect) {
         case Effect::Step::MakeFile:
             return makeFile(*parent, name, effect);
         case Effect::Step::GiveDirectory:
-            return giveDirectory(effect);
+            return giveDirectory(*parent, effect);
         case Effect::Step::GiveAccess:
             return giveTree(*parent, name, effect);
         case Effect::Step::RemoveTree:

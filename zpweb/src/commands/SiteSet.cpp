@@ -99,6 +99,9 @@ Outcome setMode(Transaction& change, const Place& place, const std::string& dire
     if (Outcome reached = reachedWithoutForeignLink(target); !reached.ok()) {
         return reached;
     }
+    if (Outcome own = isNotMovedThere(target); !own.ok()) {
+        return own;
+    }
     if ((status.st_mode & 07777) != mode) {
         zp::host::Effect access;
         access.path = target;

@@ -8,6 +8,7 @@
 #include "conf/Bounds.h"
 #include "input/Quoted.h"
 #include "sys/File.h"
+#include "sys/GuardedDirectory.h"
 #include "sys/Look.h"
 
 namespace zpweb {
@@ -28,6 +29,9 @@ void showRoot(View& view, const std::string& directory) {
 Outcome mayBeGiven(const std::string& directory, const std::string& home) {
     struct stat given {};
     struct stat owners {};
+    if (Outcome own = isNotMovedThere(directory); !own.ok()) {
+        return own;
+    }
     const bool inside = (directory + "/").starts_with(home + "/");
     return home.empty() || inside ||
                    (lookAt(directory, given) && lookAt(home, owners) && given.st_uid == owners.st_uid)

@@ -73,6 +73,17 @@ Expected<std::string> behindGuardedLinks(std::string path) {
     return failure(path + ": too many symbolic links");
 }
 
+Outcome isNotMovedThere(const std::string& path) {
+    const auto parent = host::HeldDirectory::hold(directoryOf(path));
+    const auto directory = host::HeldDirectory::hold(path);
+    return parent && directory && host::mayBeMovedInto(*parent, directory->descriptor())
+               ? failure(Status::Refused,
+                         path +
+                             ": root's and closed, in a directory that others can write, who "
+                             "may have moved it there; chmod o+rx when it is meant")
+               : done();
+}
+
 std::string pathIn(const Descriptor& directory, const std::string& name) {
     return "/proc/self/fd/" + std::to_string(directory.number()) + (name.empty() ? "" : "/" + name);
 }

@@ -17,6 +17,10 @@ Expected<Descriptor> openGuarded(const std::string& path);
 // Is the directory reached like that? One that does not exist is.
 Outcome reachedWithoutForeignLink(const std::string& path);
 
+// Refused: a directory of root's, closed to others and not empty, that these can have moved to where it is.
+// Who opens it, or gives it away, opens what it holds.
+Outcome isNotMovedThere(const std::string& path);
+
 // The path itself or, where a link stands that only the administrator can have placed, what it leads to.
 Expected<std::string> behindGuardedLinks(std::string path);
 
