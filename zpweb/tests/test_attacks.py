@@ -11,7 +11,7 @@ from urllib.parse import quote
 
 import pytest
 from attacks import FAST, SPARSE, issue, look, mount_own, plant, prey  # noqa: F401
-from conftest import OWNER, ZPWEB, Answer, await_true, give
+from conftest import OWNER, ZPWEB, Answer, await_true, free_port, give
 from test_settings import POOL, fpm  # noqa: F401
 
 
@@ -160,6 +160,28 @@ def test_links_to_certificates_that_are_led_back_are_not_roots_by_it(site):
     assert {(os.readlink(folder / name), (folder / name).lstat().st_uid) for name in ("cert", "evil")} == {
         (f"{name}1.pem", pwd.getpwnam(OWNER).pw_uid) for name in ("cert", "evil")}
     assert {path.name for path in folder.iterdir()} == before
+
+
+def test_a_certificate_that_its_owner_has_spoilt_does_not_end_the_server(live):
+    folder = live.sites / "shop.example/www"
+    live.create("z.example", "--no-reload")
+    for name in ("good", "other"):
+        issue(folder / f"{name}.pem", folder / f"{name}.key")
+    files = "--certificate", folder / "good.pem", "--key", folder / "good.key", "--https-port", str(free_port())
+    live.do("tls", "on", "shop.example", *files)
+    give(folder)
+    shutil.copy(folder / "good.pem", folder / "kept.pem")
+    for text in ("no certificate\n", (folder / "other.pem").read_text()):
+        (folder / "good.pem").write_text(text)
+        for words in (["host", "add", "z.example", "more.example"], ["server", "reload"], ["log", "rotate", "z.example"]):
+            answer = live.run(*words)
+            assert answer.status in (1, 3) and "shop.example: the server cannot read its certificate" in answer.err, answer
+        assert live.get("shop.example") == (200, "the shop")
+    shutil.copy(folder / "kept.pem", folder / "good.pem")
+    live.do("host", "add", "z.example", "more.example")
+    (folder / "good.pem").write_text("no certificate\n")
+    live.do("tls", "off", "shop.example")
+    assert live.get("shop.example") == (200, "the shop")
 
 
 @pytest.mark.parametrize("kind", ["hard link", "fifo", "directory", "socket", "sparse", "set-ID"])

@@ -9,6 +9,7 @@
 #include "server/Answers.h"
 #include "server/Inspection.h"
 #include "server/LogLinks.h"
+#include "server/OthersCertificates.h"
 #include "store/Checkpoints.h"
 #include "store/Released.h"
 #include "store/Unconfirmed.h"
@@ -56,7 +57,7 @@ Outcome Transaction::perform(bool& again) {
     output_->setChanged(hasEffects());
     outcome = !outcome.ok() ? outcome : isEachSeen() ? stage() : failure("one change takes another back");
     outcome = outcome.ok() ? check() : outcome;
-    outcome = outcome.ok() ? lookAtLogs() : outcome;
+    outcome = outcome.ok() ? lookAtOpened() : outcome;
     outcome = outcome.ok() ? fault() : outcome;  // the last moment at which nothing is done
     showDiff();
     if (settings_->dryRun) {
@@ -141,10 +142,10 @@ Outcome Transaction::check() {
     return readings_.outcome;
 }
 
-// A reload opens all logs anew, as root.
-Outcome Transaction::lookAtLogs() {
+// A reload opens all logs and certificates anew, as root.
+Outcome Transaction::lookAtOpened() {
     const bool reloads = set_->serverChanged() || !afterReload_.empty();
-    if (!reloads || !settings_->reload || settings_->allowLogLinks || !server_->master(configuration())) {
+    if (!reloads || !settings_->reload || !server_->master(configuration())) {
         return done();
     }
     std::shared_ptr<const Reading> reading = readings_.staged;
@@ -152,7 +153,10 @@ Outcome Transaction::lookAtLogs() {
         const std::string& main = configuration().main().path();
         reading = inspect(Program(main), main, {}, {}).reading;
     }
-    return areTheServers(openedLogs(reading.get(), configuration()));
+    Outcome outcome = reading == nullptr ? done() : othersCertificatesAreSound(*reading);
+    return outcome.ok() && !settings_->allowLogLinks
+               ? areTheServers(openedLogs(reading.get(), configuration()))
+               : outcome;
 }
 
 // What visitors get now, so that a reload that makes it worse is noticed.

@@ -28,7 +28,7 @@ Outcome Transaction::reloadServer() {
     if (!set_->serverChanged() || !settings_->reload) {
         return done();
     }
-    if (Outcome ours = lookAtLogs(); !ours.ok()) {  // its owner has had the time of a commit
+    if (Outcome ours = lookAtOpened(); !ours.ok()) {  // its owner has had the time of a commit
         return rollBack(ours.message, false);
     }
     const Reloaded reloaded =
@@ -92,7 +92,7 @@ Outcome Transaction::tellServer() {
     const auto master = server_->master(configuration());
     Outcome outcome;
     if (master && settings_->reload) {
-        outcome = lookAtLogs();
+        outcome = lookAtOpened();
         outcome = outcome.ok()
                       ? reload({*server_, configuration(), *output_, false, {}, errorLog()}).outcome
                       : outcome;

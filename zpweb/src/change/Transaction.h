@@ -182,7 +182,7 @@ private:
     Outcome stage();
     Outcome check();
     void lookAtAnswers();
-    Outcome lookAtLogs();
+    Outcome lookAtOpened();
     std::string errorLog() const;
     Committing committing();
     Outcome commitAll(bool& again);

@@ -2,6 +2,7 @@
 #include "commands/Commands.h"
 #include "server/Inspection.h"
 #include "server/LogLinks.h"
+#include "server/OthersCertificates.h"
 
 namespace zpweb {
 
@@ -18,11 +19,13 @@ Outcome reload(Session& session, const Configuration& configuration, const Argum
                            "refused by the server's check, not reloaded:\n" + verdict.output);
         }
     }
-    if (!session.settings.allowLogLinks) {
-        const auto reading = inspect(Program(main), main, {}, {}).reading;
-        if (Outcome ours = areTheServers(openedLogs(reading.get(), configuration)); !ours.ok()) {
-            return ours;
-        }
+    const auto reading = inspect(Program(main), main, {}, {}).reading;
+    Outcome ours = reading == nullptr ? done() : othersCertificatesAreSound(*reading);
+    if (ours.ok() && !session.settings.allowLogLinks) {
+        ours = areTheServers(openedLogs(reading.get(), configuration));
+    }
+    if (!ours.ok()) {
+        return ours;
     }
     const auto master = server.master(configuration);
     if (!master) {

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <array>
 
-#include "settings/CertificateChain.h"
+#include "sys/CertificateChain.h"
 #include "sys/Fingerprint.h"
 
 namespace zpweb {

@@ -7,7 +7,7 @@
 #include <array>
 
 #include "settings/Certificate.h"
-#include "settings/CertificateChain.h"
+#include "sys/CertificateChain.h"
 #include "sys/File.h"
 #include "sys/Fingerprint.h"
 #include "sys/Ground.h"
@@ -146,10 +146,7 @@ std::vector<std::string> faultsOf(const CertificateFiles& files, const std::vect
 
 std::string spoilablePart(const CertificateFiles& files) {
     for (const std::string& file : {files.certificate, files.key}) {
-        struct stat status {};
-        const std::string ground = othersGround(file);
-        const bool others = ::stat(file.c_str(), &status) == 0 && status.st_uid != 0;
-        if (const std::string part = ground.empty() && others ? file : ground; !part.empty()) {
+        if (const std::string part = othersPart(file); !part.empty()) {
             return file + ": " + part +
                    " is not root's alone, and the server does not start without the file";
         }

@@ -7,7 +7,7 @@
 #include <cstdio>
 #include <utility>
 
-#include "settings/CertificateChain.h"
+#include "sys/CertificateChain.h"
 #include "sys/Attributes.h"
 #include "sys/Copy.h"
 #include "sys/File.h"

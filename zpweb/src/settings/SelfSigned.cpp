@@ -7,7 +7,7 @@
 
 #include <memory>
 
-#include "settings/CertificateChain.h"
+#include "sys/CertificateChain.h"
 #include "sys/Fingerprint.h"
 
 namespace zpweb {

@@ -8,7 +8,7 @@ namespace zpweb {
 
 namespace {
 
-std::string othersPart(const std::string& file) {
+std::string othersPartOnWay(const std::string& file) {
     for (size_t slash = file.find('/', 1);; slash = file.find('/', slash + 1)) {
         std::string part = file.substr(0, slash);
         struct stat status {};
@@ -33,9 +33,16 @@ std::string othersPart(const std::string& file) {
 }  // namespace
 
 std::string othersGround(const std::string& file) {
-    const std::string part = othersPart(file);
+    const std::string part = othersPartOnWay(file);
     const auto real = realPathOf(file);
-    return part.empty() && real.ok() ? othersPart(*real) : part;
+    return part.empty() && real.ok() ? othersPartOnWay(*real) : part;
+}
+
+std::string othersPart(const std::string& file) {
+    struct stat status {};
+    const std::string ground = othersGround(file);
+    const bool others = ::stat(file.c_str(), &status) == 0 && status.st_uid != 0;
+    return ground.empty() && others ? file : ground;
 }
 
 }  // namespace zpweb

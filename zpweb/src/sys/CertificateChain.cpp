@@ -1,4 +1,4 @@
-#include "settings/CertificateChain.h"
+#include "sys/CertificateChain.h"
 
 #include <openssl/pem.h>
 
