@@ -1,4 +1,5 @@
 """What a site's owner, who controls all that lies below the home, has laid there before root comes."""
+import json
 import os
 import pwd
 import re
@@ -471,6 +472,30 @@ def test_an_undo_gives_nobody_what_root_has_closed_since(site):
     (q / "file").chmod(0o600)
     assert "file: its owner and mode stay" in site.run("undo", *FAST).err
     assert ((q / "file").stat().st_uid, oct((q / "file").stat().st_mode)) == (0, "0o100600")
+
+
+@pytest.mark.parametrize("kind", ["edited", "gone", "directory", "link"])
+def test_no_owner_keeps_the_others_part_from_being_taken_back(site, prey, kind):
+    """A change of many, which locks its maker out, heals by itself whatever one of the owners makes of a file."""
+    q = site.sites / "shop.example/www/html/q"
+    q.mkdir()
+    give(q)
+    before = site.text()
+    batch = [{"command": "host add", "arguments": ["shop.example", "more.example"]},
+             {"command": "protect add", "arguments": [str(q), "joe"], "password": "word"}]
+    site.do("apply", "-", "--confirm-within", "1h", *FAST, input="\n".join(map(json.dumps, batch)))
+    (q / ".htaccess").write_text((q / ".htaccess").read_text().replace("Restricted", "My")) if kind == "edited" else (q / ".htaccess").unlink()
+    if kind == "directory":
+        (q / ".htaccess").mkdir()
+    elif kind == "link":
+        (q / ".htpasswd").rename(prey / "html/q/.htpasswd")
+        q.rmdir()
+        q.symlink_to(prey / "html/q")
+    given = look(prey)
+    site.let_time_pass()
+    answer = site.do("site", "list")
+    assert "is taken back" in answer.err and site.text() == before and look(prey) == given, answer
+    assert ("stays as it is" in site.logged()[-1] + answer.err) == (kind != "gone"), answer
 
 
 def test_the_cost_of_a_hash_that_an_owner_has_written_is_not_paid(site):

@@ -5,10 +5,12 @@
 #include "commands/Commands.h"
 #include "input/Quoted.h"
 #include "phases/AccessBefore.h"
+#include "phases/PutBack.h"
 #include "store/Checkpoints.h"
 #include "sys/Copy.h"
 #include "sys/File.h"
 #include "sys/Hash.h"
+#include "sys/OwnersFile.h"
 #include "text/Difference.h"
 #include "text/Merge.h"
 #include "text/Patch.h"
@@ -109,6 +111,9 @@ Outcome makeNow(Transaction& change, const std::string& path, const std::string&
 
 Outcome putBackVersion(Transaction& change, const Version& version) {
     const ChangedFile& file = version.file;
+    if (version.now.hash() == file.before) {
+        return done();  // somebody has taken it back
+    }
     if (!version.isUnedited()) {
         auto merged = version.merged();
         if (!merged) {
@@ -130,11 +135,29 @@ Outcome putBackVersion(Transaction& change, const Version& version) {
                         : change.replace(file.path, *version.before, version.kept);
 }
 
+// A file that may be a site's owner's, and is by now what no undo can put the old lines into.
+bool isOwnersAndLost(const Transaction& change, const std::string& directory, size_t number,
+                     const ChangedFile& file) {
+    const Configuration& configuration = change.configuration();
+    if (configuration.file(file.path) != nullptr || configuration.includes(file.path)) {
+        return false;
+    }
+    const auto standing = standingOf(file);
+    if (!standing.ok() || *standing != Standing::Else) {
+        return false;
+    }
+    return !readOwnersFile(file.path).ok() || !Version(change, directory, number, file).merged();
+}
+
 // An edit of the same lines is most often a later change: then that goes first.
 Outcome putAllBack(Transaction& change, const Checkpoint& checkpoint, const std::string& directory,
                    int newest) {
     const std::vector<ChangedFile>& files = checkpoint.change.files;
     for (size_t i = 0; i < files.size(); ++i) {
+        if (change.settings().leaveEdited && isOwnersAndLost(change, directory, i, files[i])) {
+            change.output().warning(files[i].path + ": edited since; it stays as it is");
+            continue;
+        }
         const Version version(change, directory, i, files[i]);
         if (newest > checkpoint.id && !version.isUnedited() && !version.merged()) {
             return failure("checkpoint " + std::to_string(newest) +

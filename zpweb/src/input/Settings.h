@@ -16,6 +16,7 @@ struct Settings {
     bool allowImpact = false;    // names may lead elsewhere that nobody asked for
     bool allowLogLinks = false;  // a reload writes logs where links of sites' owners lead
     bool strict = false;         // an answer that got worse is rolled back
+    bool leaveEdited = false;    // an undo leaves what a site's owner has edited in a file of the owner's
     std::chrono::seconds lockTimeout{30};
     std::string label;                      // by which changes are taken back together
     std::chrono::seconds confirmWithin{0};  // 0: the change stands without a confirmation

@@ -28,6 +28,7 @@ Outcome takeBack(const Session& session, const Unconfirmed& overdue) {
     settings.check = overdue.check;
     settings.reload = overdue.reload;
     settings.allowImpact = true;
+    settings.leaveEdited = true;  // no owner keeps the others' part from being taken back
     settings.allowLogLinks = overdue.allowLogLinks;
     const std::string number = std::to_string(overdue.checkpoint);
     Output output(settings, "undo");
