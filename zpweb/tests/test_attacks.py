@@ -163,6 +163,20 @@ def test_links_to_certificates_that_are_led_back_are_not_roots_by_it(site):
     assert {path.name for path in folder.iterdir()} == before
 
 
+def test_what_is_no_certificate_is_not_opened(site):
+    """A link of the owner's may lead to a device, which notices; a pipe lets go of who waits for a reader."""
+    folder = site.sites / "shop.example/www"
+    os.mkfifo(folder / "pipe")
+    (folder / "cert.pem").symlink_to("pipe")
+    give(folder)
+    waits = subprocess.Popen(["sh", "-c", f"exec 3> {folder}/pipe"])
+    answer = site.run("tls", "on", "shop.example", "--certificate", folder / "cert.pem", "--key", folder / "cert.pem", *FAST)
+    with pytest.raises(subprocess.TimeoutExpired):
+        waits.wait(0.2)
+    waits.kill()
+    assert waits.wait() and "cert.pem: not a regular file" in answer.err, answer
+
+
 def test_a_certificate_that_its_owner_has_spoilt_does_not_end_the_server(live):
     folder = live.sites / "shop.example/www"
     live.create("z.example", "--no-reload")

@@ -156,7 +156,7 @@ Outcome writeAccess(Transaction& change, const std::string& site, const AccessSe
 }  // namespace
 
 Outcome usersAreThere(const AccessPath& path, const std::string& serverUser) {
-    const auto text = readFile(path.userFile, LargestOwnersFile);
+    const auto text = readNamedFile(path.userFile);
     if (!text.ok()) {
         return failure(Status::NotFound, "users: " + text.outcome().message);
     }

@@ -1,14 +1,13 @@
 #include "settings/KeptCertificate.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <array>
 #include <cstdio>
 #include <utility>
 
-#include "sys/CertificateChain.h"
 #include "sys/Attributes.h"
+#include "sys/CertificateChain.h"
 #include "sys/Copy.h"
 #include "sys/File.h"
 #include "sys/GuardedDirectory.h"
@@ -55,16 +54,16 @@ Outcome putBackAt(const std::string& kept, const std::string& path) {
 Outcome keepCopy(const std::string& path, const std::string& kept) {
     const std::string fresh = kept + ".new";
     ::unlink(fresh.c_str());
-    const Descriptor source(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
-    const auto text = source.isOpen() ? readDescriptor(source, path, LargestOwnersFile)
-                                      : Expected<std::string>(failure(systemError(path)));
+    const auto source = openRegular(path);
+    const auto text = source.ok() ? readDescriptor(*source, path, LargestOwnersFile)
+                                  : Expected<std::string>(source.outcome());
     if (!text.ok()) {
         return text.outcome();
     }
     const std::string_view whole = *text;
     const auto copy = makeNewFile(fresh, {&whole, 1}, OwnFile);
     Outcome made =
-        copy.ok() ? takeOverAttributes(source, *copy, path, ModeBits::WithoutSetId) : copy.outcome();
+        copy.ok() ? takeOverAttributes(*source, *copy, path, ModeBits::WithoutSetId) : copy.outcome();
     made = made.ok() ? sync(*copy, fresh) : made;
     return made.ok() && ::rename(fresh.c_str(), kept.c_str()) != 0 ? failure(systemError(kept)) : made;
 }

@@ -47,6 +47,21 @@ Expected<Descriptor> openToRead(const std::string& path, struct stat& status) {
     return file;
 }
 
+// A file that is looked at before it is opened.
+Expected<Descriptor> openLooked(const std::string& path, struct stat& status) {
+    const Descriptor place(::open(path.c_str(), O_PATH | O_CLOEXEC));
+    if (place.isOpen() && ::fstat(place.number(), &status) == 0 && !S_ISREG(status.st_mode)) {
+        return failure(path + ": not a regular file");
+    }
+    const std::string held = "/proc/self/fd/" + std::to_string(place.number());
+    Descriptor file(place.isOpen() ? ::open(held.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK) : -1);
+    if (!file.isOpen()) {
+        noteFault(path);
+        return failure(errno == ENOENT ? Status::NotFound : Status::Error, systemError(path));
+    }
+    return file;
+}
+
 // Fills the buffer; less is read at the end of the file only. -1 when it cannot be read.
 ssize_t readInto(int descriptor, char* buffer, size_t size) {
     size_t used = 0;
@@ -164,11 +179,16 @@ std::vector<std::string> entriesOf(const std::string& directory) {
 
 Expected<std::string> readFile(const std::string& path, size_t limit) {
     struct stat status {};
-    const auto file = openToRead(path, status);
+    const auto file = limit == std::string::npos ? openToRead(path, status) : openLooked(path, status);
     if (!file.ok()) {
         return file.outcome();
     }
     return readExpected(*file, path, std::min(static_cast<size_t>(status.st_size), limit), limit);
+}
+
+Expected<Descriptor> openRegular(const std::string& path) {
+    struct stat status {};
+    return openLooked(path, status);
 }
 
 Expected<std::string> readDescriptor(const Descriptor& file, const std::string& path, size_t limit) {

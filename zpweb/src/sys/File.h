@@ -32,7 +32,10 @@ std::vector<std::string> entriesOf(const std::string& directory);  // sorted, wi
 // The same, where one that cannot be read must not be taken for an empty one.
 Expected<std::vector<std::string>> listed(const std::string& directory);
 
-// A longer text than `limit` is an error.
+// Opens a file to read. Where a site's owner can place a link it may lead to a device, and to open one is
+// to use it: what is no regular file is not opened.
+Expected<Descriptor> openRegular(const std::string& path);
+// A longer text than `limit` is an error. With a limit what is no regular file is not opened.
 Expected<std::string> readFile(const std::string& path, size_t limit = std::string::npos);
 // All of what is open; `path` is for messages. A longer text than `limit` is an error.
 Expected<std::string> readDescriptor(const Descriptor& file, const std::string& path, size_t limit);
