@@ -5,6 +5,7 @@ import pwd
 import re
 import resource
 import shutil
+import socket
 import subprocess
 import time
 from pathlib import Path
@@ -163,8 +164,9 @@ def test_links_to_certificates_that_are_led_back_are_not_roots_by_it(site):
     assert {path.name for path in folder.iterdir()} == before
 
 
-def test_what_is_no_certificate_is_not_opened(site):
-    """A link of the owner's may lead to a device, which notices; a pipe lets go of who waits for a reader."""
+def test_what_is_no_certificate_is_not_opened_and_the_way_to_a_pool_is_told(site):
+    """A link of the owner's may lead to a device, which notices; a pipe lets go of who waits for a reader. One in the place of a
+    pool's socket leads to another pool."""
     folder = site.sites / "shop.example/www"
     os.mkfifo(folder / "pipe")
     (folder / "cert.pem").symlink_to("pipe")
@@ -175,6 +177,10 @@ def test_what_is_no_certificate_is_not_opened(site):
         waits.wait(0.2)
     waits.kill()
     assert waits.wait() and "cert.pem: not a regular file" in answer.err, answer
+    with socket.socket(socket.AF_UNIX) as pool:
+        pool.bind(str(folder / "php.sock"))
+        pool.listen()
+        assert "leads the requests to another pool" in site.do("php", "set", "shop.example", "--fpm", folder / "php.sock", *FAST).err
 
 
 def test_a_certificate_that_its_owner_has_spoilt_does_not_end_the_server(live):

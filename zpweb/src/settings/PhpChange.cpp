@@ -1,5 +1,7 @@
 #include "settings/PhpChange.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <memory>
 #include <set>
@@ -7,6 +9,7 @@
 #include "server/DirectoryPaths.h"
 #include "server/FileHandlers.h"
 #include "server/PassedOn.h"
+#include "server/ServerUser.h"
 #include "settings/Modules.h"
 #include "settings/PhpProbe.h"
 #include "settings/PhpSources.h"
@@ -14,6 +17,7 @@
 #include "settings/SiteFacts.h"
 #include "settings/SiteSettings.h"
 #include "sys/File.h"
+#include "sys/Ground.h"
 #include "sys/Printable.h"
 
 namespace zpweb {
@@ -136,6 +140,19 @@ std::string versionOf(const std::string& fpm) {
     return {};
 }
 
+// The server's own user can ask all pools anyhow.
+void tellWhoLeadsElsewhere(Transaction& change, const std::string& fpm) {
+    const std::string part = fpm.starts_with('/') ? othersGround(fpm) : "";
+    const auto server = answeringUser(change.configuration(), change.live());
+    struct stat status {};
+    if (!part.empty() && ::lstat(part.c_str(), &status) == 0 &&
+        (!server || status.st_uid != server->user)) {
+        change.output().warning(fpm + ": " + part +
+                                " is not root's alone: who can exchange the socket leads the requests to "
+                                "another pool, and has scripts run as its user");
+    }
+}
+
 }  // namespace
 
 Outcome setPhp(Transaction& change, const std::string& site, PhpSetting setting, bool overwrite) {
@@ -144,6 +161,7 @@ Outcome setPhp(Transaction& change, const std::string& site, PhpSetting setting,
     if (!reached.ok()) {
         return failure("no FPM pool answers: " + reached.message + " (zpweb php list shows the pools)");
     }
+    tellWhoLeadsElsewhere(change, setting.fpm);
     setting.version = versionOf(setting.fpm);
     expectVisitors(change, site);
     change.expect(hostNameIn(site), PassedOn,
