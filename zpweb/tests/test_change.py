@@ -633,6 +633,10 @@ def test_a_label_takes_its_changes_back_together(machine):
     machine.do("site", "stop", "a.example", "--label", "move")
     machine.do("host", "add", "b.example", "two.example", "--label", "move")
     machine.do("site", "start", "a.example", "--label", "move")
+    assert [c["checkpoint"] for c in machine.do("history", "--label", "move", "--last", "2", "--json").json["changes"]] == [3, 4]
+    assert "has not the label" in machine.run("undo", "1", "--label", "move").err, "not one that another label has"
+    for label in ("", "two\nlines"):  # nothing would be the last change, whatever it was
+        assert machine.run("undo", "--label", label).status == 2
     answer = machine.do("undo", "--label", "move")
     assert machine.text() == kept and answer.err.count("taking back checkpoint") == 3
     assert machine.run("undo", "--label", "move").status == 6

@@ -164,6 +164,17 @@ std::optional<int> parse(CommandLine& line, int argc, char** argv, std::ostream&
     return std::nullopt;
 }
 
+namespace {
+
+// Without a text "undo --label" would take back the last change, whatever that was.
+std::string faultOfLabel(const std::string& label) {
+    const bool isOneLine =
+        std::none_of(label.begin(), label.end(), [](unsigned char c) { return c < ' ' || c == '\x7f'; });
+    return label.empty() ? "it is empty" : isOneLine ? "" : "it has a control character";
+}
+
+}  // namespace
+
 Expected<Settings> settingsFrom(const GivenWords& common) {
     Settings settings;
     const auto has = [&](const char* name) { return common.contains(name); };
@@ -182,6 +193,9 @@ Expected<Settings> settingsFrom(const GivenWords& common) {
     settings.verbose = has("--verbose");
     if (has("--label")) {
         settings.label = common.at("--label").front();
+        if (const std::string fault = faultOfLabel(settings.label); !fault.empty()) {
+            return wrongValue("--label", settings.label, fault, "expected one line of text");
+        }
     }
     if (has("--lock-timeout")) {
         const auto seconds =

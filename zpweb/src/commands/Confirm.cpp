@@ -103,6 +103,11 @@ Outcome tooLate(const std::vector<int>& taken) {
 }
 
 Outcome confirm(Session& session, const Arguments& given) {
+    if (given[TakeBack] && given[Number]) {
+        return failure(Status::Usage,
+                       "confirm --overdue: it takes back all that is overdue, whatever its "
+                       "number; undo CHECKPOINT takes one back");
+    }
     const auto main = realPathOf(session.settings.configuration);
     if (!main.ok()) {
         return main.outcome();

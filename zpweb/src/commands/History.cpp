@@ -49,6 +49,23 @@ void addField(List& rows, const std::string& name, const Json& value) {
     }
 }
 
+// The last so many, oldest first; with --label those of the label.
+std::vector<Json> lastEntries(Session& session, const State& state, std::string_view text, size_t most) {
+    const Lines lines(text);
+    const std::string& label = session.settings.label;
+    std::vector<Json> entries;
+    for (size_t i = lines.size(); i > 0 && entries.size() < most; --i) {
+        Json entry = parsedJson(lines[i - 1]);
+        if (!entry.is_object()) {
+            session.output.warning(state.audit() + ":" + std::to_string(i) + ": no entry of the history");
+        } else if (label.empty() || (entry.contains("label") && entry["label"] == label)) {
+            entries.push_back(std::move(entry));
+        }
+    }
+    std::reverse(entries.begin(), entries.end());
+    return entries;
+}
+
 Outcome history(Session& session, const Arguments& given) {
     const auto main = realPathOf(session.settings.configuration);
     if (!main.ok()) {
@@ -59,18 +76,11 @@ Outcome history(Session& session, const Arguments& given) {
     if (!text.ok() && text.outcome().status != Status::NotFound) {
         return failure("the history cannot be read: " + text.outcome().message);
     }
-    const Lines lines(text.ok() ? std::string_view(*text) : std::string_view());
     const std::map<int, std::string> waiting = waitingOf(state);
-    const auto last = static_cast<size_t>(given[Last].value_or(50));
     List& rows =
         session.output.list("changes", {"checkpoint", "time", "user", "result", "undo", "command"});
-    for (size_t i = lines.size() - std::min(lines.size(), last); i < lines.size(); ++i) {
-        const Json entry = parsedJson(lines[i]);
-        if (!entry.is_object()) {
-            session.output.warning(state.audit() + ":" + std::to_string(i + 1) +
-                                   ": no entry of the history");
-            continue;
-        }
+    for (const Json& entry : lastEntries(session, state, text.ok() ? *text : "",
+                                         static_cast<size_t>(given[Last].value_or(50)))) {
         rows.row();
         for (const auto& [name, value] : entry.items()) {
             addField(rows, name, value);
@@ -91,6 +101,7 @@ Command historyOfChanges() {
         .summary = "List the changes that were made",
         .action = history,
         .parameters = {Last},
+        .more = "With --label only those of that label.",
         .examples = {"history --last 5"},
     };
 }

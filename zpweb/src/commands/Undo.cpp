@@ -204,6 +204,10 @@ Expected<std::vector<Checkpoint>> wanted(const State& state, std::vector<Checkpo
             return failure(Status::NotFound, "checkpoint " + std::to_string(*number) + ": it is of " +
                                                  checkpoint->change.configuration);
         }
+        if (checkpoint && !label.empty() && checkpoint->change.label != label) {
+            return failure(Status::NotFound, "checkpoint " + std::to_string(*number) +
+                                                 ": it has not the label " + inQuotes(label));
+        }
         if (checkpoint && checkpoint->undone) {
             return failure("checkpoint " + std::to_string(*number) + " is undone already");
         }
