@@ -778,6 +778,10 @@ def test_what_cannot_be_taken_back_can_still_be_kept(machine):
     machine.do("host", "add", "kept.example", "late.example", "--confirm-within", "1h")
     machine.conf.write_text(machine.text().replace("late.example", "later.example"))
     machine.let_time_pass()
-    assert "cannot be taken back" in machine.do("site", "list").err
+    assert "cannot be taken back" in machine.do("site", "list").err and machine.run("confirm", "--overdue", "1").status == 2
+    other = machine.root / "included/other.conf"
+    other.write_text(BLOCK.format(port=machine.port, name="other.example", root=machine.root / "www"))
+    machine.do("site", "stop", "other.example")
+    assert "the same lines were edited" in machine.do("site", "list").err, "not: the change of another file goes first"
     machine.do("confirm", "1")
     assert "later.example" in machine.text() and machine.do("site", "list").err == ""

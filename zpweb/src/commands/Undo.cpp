@@ -149,9 +149,18 @@ bool isOwnersAndLost(const Transaction& change, const std::string& directory, si
     return !readOwnersFile(file.path).ok() || !Version(change, directory, number, file).merged();
 }
 
+// The newest of those that changed the file, or 0.
+int newestOf(const std::vector<Checkpoint>& undoable, const std::string& path) {
+    const auto newest = std::find_if(undoable.rbegin(), undoable.rend(), [&](const Checkpoint& each) {
+        return std::any_of(each.change.files.begin(), each.change.files.end(),
+                           [&](const ChangedFile& file) { return file.path == path; });
+    });
+    return newest == undoable.rend() ? 0 : newest->id;
+}
+
 // An edit of the same lines is most often a later change: then that goes first.
 Outcome putAllBack(Transaction& change, const Checkpoint& checkpoint, const std::string& directory,
-                   int newest) {
+                   const std::vector<Checkpoint>& undoable) {
     const std::vector<ChangedFile>& files = checkpoint.change.files;
     for (size_t i = 0; i < files.size(); ++i) {
         if (change.settings().leaveEdited && isOwnersAndLost(change, directory, i, files[i])) {
@@ -159,7 +168,8 @@ Outcome putAllBack(Transaction& change, const Checkpoint& checkpoint, const std:
             continue;
         }
         const Version version(change, directory, i, files[i]);
-        if (newest > checkpoint.id && !version.isUnedited() && !version.merged()) {
+        const bool isInTheWay = !version.isUnedited() && !version.merged();
+        if (const int newest = isInTheWay ? newestOf(undoable, files[i].path) : 0; newest > checkpoint.id) {
             return failure("checkpoint " + std::to_string(newest) +
                            " was made since: undo the later changes first, or change it by hand");
         }
@@ -231,18 +241,17 @@ Expected<std::vector<Checkpoint>> wanted(const State& state, std::vector<Checkpo
 
 Outcome undo(Transaction& change, const Arguments& given) {
     const State& state = change.state();
-    auto all = undoableOf(state);
+    const auto all = undoableOf(state);
     if (!all.ok()) {
         return all.outcome();
     }
-    const int newest = all->empty() ? 0 : all->back().id;
-    const auto chosen = wanted(state, std::move(*all), given[Number], change.settings().label);
+    const auto chosen = wanted(state, *all, given[Number], change.settings().label);
     if (!chosen.ok()) {
         return chosen.outcome();
     }
     for (const Checkpoint& checkpoint : *chosen) {
         tellWhatGoes(change.output(), checkpoint);
-        if (Outcome back = putAllBack(change, checkpoint, state.checkpoint(checkpoint.id), newest);
+        if (Outcome back = putAllBack(change, checkpoint, state.checkpoint(checkpoint.id), *all);
             !back.ok()) {
             return back;
         }
