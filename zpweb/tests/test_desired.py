@@ -91,7 +91,11 @@ CHANGES = [
     ({"name": "c.example", "host_names": ["more.example", "www.c.example"]}, []),
     ({"name": "d.example", "address": "127.0.0.1", "owner": OWNER, "path": "/var/zpweb-test", "host_names": [], "state": "stopped"},
      [f"site create d.example --address 127.0.0.1 --owner {OWNER} --path /var/zpweb-test", "host remove d.example www.d.example",
-      "site stop d.example"])]
+      "site stop d.example"]),
+    ({"name": "d.example", "address": "127.0.0.1", "owner": OWNER, "path": "/var/zpweb-test", "root": "/var/zpweb-test/three/www",
+      "directories": [{"path": "/var/zpweb-test/d.example"}, {"path": "/var/zpweb-test/d.example/www", "options": ["-Indexes"]}]},
+     [f"site create d.example --address 127.0.0.1 --owner {OWNER} --path /var/zpweb-test",
+      "directive set DocumentRoot /var/zpweb-test/three/www --site d.example --quoted", "vdir set d.example /var/zpweb-test/d.example/www --option -Indexes"])]
 
 
 @pytest.mark.parametrize("site, commands", CHANGES, ids=lambda value: value["name"] if isinstance(value, dict) else "")

@@ -72,8 +72,12 @@ private:
         SiteState site;
         site.name = shouldBe.name;
         site.state = "running";
-        site.root = shouldBe.root;
+        site.root = shouldBe.home.empty() ? shouldBe.root : shouldBe.home + "/www/html";
         site.hostNames = Texts{"www." + shouldBe.name};
+        if (!shouldBe.home.empty()) {
+            site.settings["directories"] = {{{"path", {shouldBe.home}}},
+                                            {{"path", {shouldBe.home + "/www"}}}};
+        }
         return site;
     }
 

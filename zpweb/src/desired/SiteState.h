@@ -25,7 +25,8 @@ struct SiteState {
     std::optional<Pairs> aliases, scriptAliases, redirects, errorDocuments;
     std::map<std::string, SettingEntries> settings;  // by their models' names
     std::optional<std::string> address, owner,
-        parent;  // of a site that is made; of one that is there, no more
+        parent;        // of a site that is made; of one that is there, no more
+    std::string home;  // that it is made with; empty: not known
 };
 
 struct SitesDocument {

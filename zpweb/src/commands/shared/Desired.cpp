@@ -6,6 +6,7 @@
 
 #include "commands/shared/CommandLines.h"
 #include "commands/shared/SettingReading.h"
+#include "commands/shared/SiteHome.h"
 #include "commands/shared/SiteReading.h"
 #include "server/ConditionalLines.h"
 #include "store/State.h"
@@ -16,6 +17,13 @@ namespace zpweb {
 namespace {
 
 using Present = std::map<std::string, SiteState>;
+
+// What is not told, as the commands take it.
+void complete(SiteState& site) {
+    completeSettings(site);
+    const std::string parent = site.parent.value_or(site.owner ? homeOf(*site.owner) : "");
+    site.home = parent.empty() ? "" : parent + "/" + site.name;
+}
 
 // The sites that the document names, or all of them, as they are.
 Expected<Present> presentSites(Session& session, const Configuration& configuration,
@@ -80,7 +88,7 @@ Expected<SitesPlan> planFrom(Session& session, const std::string& file, const Ar
     if (!document.ok()) {
         return document.outcome();
     }
-    std::for_each(document->sites.begin(), document->sites.end(), completeSettings);
+    std::for_each(document->sites.begin(), document->sites.end(), complete);
     const auto configuration = loaded(session);
     if (!configuration.ok()) {
         return configuration.outcome();
