@@ -36,6 +36,7 @@ def test_tls_on_and_off(server):
     assert server.serving() == server.all_served()
     for line, status, told in (("</VirtualHost>\n<VirtualHost *:80 *:443>\n    ServerName loop.example", 3, "TLS would be spoken at all of *:80 *:443"),
                                ("Redirect permanent / https://loop.example/", 1, "leads to https by a line of its own"), ("RedirectTemp / HTTPS://loop.example/", 1, "of its own"),
+                               ("Redirect /old https://loop.example/old/more", 1, "of its own"), ("Redirect permanent /old https://loop.example/new", 0, ""),
                                (f"Include {server.tree}/snippets/name.conf", 4, "https://loop.example/ leads to itself")):
         (server.tree / "snippets/name.conf").write_text("Redirect / https://loop.example/\n")
         server.place("loop", block("*:80", "loop.example", line))

@@ -27,12 +27,25 @@ std::string httpsAddress(const Block& block, int port) {
     return text;
 }
 
+// "Redirect /old https://shop.example/new" leads from one path to another, which is not led on by it.
+bool leadsOnce(const Statement& redirect) {
+    const std::vector<Word> words = writtenWords(redirect.arguments);
+    if (redirect.is("RedirectMatch") || redirect.is("RewriteRule") || words.size() < 2) {
+        return false;
+    }
+    const std::string path = words[words.size() - 2].value();
+    const std::string url = words.back().value();
+    const size_t target = url.find('/', std::string_view("https://").size());
+    return path.starts_with('/') && path != "/" &&
+           (target == std::string::npos || !url.substr(target).starts_with(path));
+}
+
 // A block that leads to https itself would lead to itself.
 bool leadsToHttps(const Block& block) {
     const Statements statements(block);
     return std::any_of(statements.begin(), statements.end(), [](const Statement& each) {
         return (zp::conf::beginsIgnoringCase(each.name, "Redirect") || each.is("RewriteRule")) &&
-               zp::conf::contains(lowerCase(each.arguments), "https://");
+               zp::conf::contains(lowerCase(each.arguments), "https://") && !leadsOnce(each);
     });
 }
 
