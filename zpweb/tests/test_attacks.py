@@ -323,6 +323,7 @@ def test_a_rotation_by_policy_reloads_through_no_link(live, monkeypatch):
     """logrotate passes the link over, and tells the server of the other logs."""
     logs, prey = live.sites / "shop.example/log/httpd", live.root / "www/prey"
     give(live.sites / "shop.example")
+    assert f"its owner cannot write in {logs}, so that logrotate" in live.do("log", "policy", "shop.example", "--daily", "--dry-run").err
     logs.chmod(0o755)
     live.do("log", "policy", "shop.example", "--daily")
     programs = live.root / "www/programs"

@@ -95,22 +95,31 @@ Outcome take(PolicyList& policies, Transaction& change, const std::string& site,
     return done();
 }
 
-// Of many sites the first is named.
-void warnOfWays(Output& output, const PolicyList& policies, const std::vector<std::string>& sites) {
+// Of many sites the first is named. `directoryOf` gives the directory that is to be told of, if there is
+// one.
+void warnOf(Output& output, const PolicyList& policies, const std::vector<std::string>& sites,
+            std::string (*directoryOf)(const std::string& log), const std::string& what,
+            const std::string& consequence) {
     std::string first;
     size_t count = 0;
     for (const std::string& site : sites) {
         const LogPolicy* policy = policies.of(settingName(site));
-        const std::string above = policy == nullptr ? "" : exchangeableAbove(policy->logs[0]);
-        first = above.empty() || count++ > 0 ? first
-                                             : policy->logs[0] + ": others than root can exchange " + above;
+        const std::string directory = policy == nullptr ? "" : directoryOf(policy->logs[0]);
+        first = directory.empty() || count++ > 0 ? first : policy->logs[0] + ": " + what + directory;
     }
     if (count > 0) {
         output.warning(first +
                        (count > 1 ? " (and so for " + std::to_string(count - 1) + " sites more)" : "") +
-                       ", so that logrotate, which works as root there, could be led elsewhere; logs in a "
-                       "directory of root's know no such way");
+                       consequence);
     }
+}
+
+void warnOfDirectories(Output& output, const PolicyList& policies, const std::vector<std::string>& sites) {
+    warnOf(output, policies, sites, exchangeableAbove, "others than root can exchange ",
+           ", so that logrotate, which works as root there, could be led elsewhere; logs in a directory of "
+           "root's know no such way");
+    warnOf(output, policies, sites, unwritableAt, "its owner cannot write in ",
+           ", so that logrotate, which works as the owner there, rotates nothing; chmod u+w lets it");
 }
 
 Outcome setPolicy(Transaction& change, const Arguments& given) {
@@ -136,7 +145,7 @@ Outcome setPolicy(Transaction& change, const Arguments& given) {
                 return taken;
             }
         }
-        warnOfWays(change.output(), policies, given[Off] ? std::vector<std::string>() : *sites);
+        warnOfDirectories(change.output(), policies, given[Off] ? std::vector<std::string>() : *sites);
         return done();
     });
 }

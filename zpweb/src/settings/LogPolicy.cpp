@@ -111,6 +111,11 @@ std::string exchangeableAbove(const std::string& log) {
     return {};
 }
 
+std::string unwritableAt(const std::string& log) {
+    const struct stat status = groundOf(directoryOf(log));
+    return status.st_uid != 0 && (status.st_mode & S_IWUSR) == 0 ? directoryOf(log) : "";
+}
+
 std::string policyText(const LogPolicies& policies, const std::string& reload) {
     std::map<std::string, std::string> sections;  // the logs, by their options
     std::set<std::string> seen;                   // logrotate wants none of them twice

@@ -55,6 +55,9 @@ private:
 // A directory above that others than root can exchange, although the log's own is root's: logrotate works
 // as root there, and could be led elsewhere. Empty when there is none.
 std::string exchangeableAbove(const std::string& log);
+// The directory of a log that is its owner's, who cannot write there: nothing is rotated; empty: another
+// one.
+std::string unwritableAt(const std::string& log);
 
 // What the other files of logrotate rotate: patterns, each with its file.
 struct Rotation {
