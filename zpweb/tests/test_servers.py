@@ -474,3 +474,14 @@ def test_a_site_is_disabled_and_enabled(server, files, tmp_path):
     link.parent.symlink_to(tmp_path)
     server.do("site", "enable", site)
     assert link.samefile(file)
+
+
+@ONE_LAYOUT
+def test_sites_are_not_gone_with_the_servers_program(server):
+    program = Path("/usr/sbin/apache2")
+    away = program.rename("/usr/sbin/apache2.away")
+    try:
+        answers = [server.run(*words) for words in (["site", "list"], ["export"], ["host", "add", "plain.example", "x.example"])]
+    finally:
+        away.rename(program)
+    assert all(answer.status == 1 and "no ServerRoot line" in answer.err for answer in answers), answers

@@ -66,8 +66,24 @@ Expected<Configuration> Configuration::load(const std::string& main) {
     if (Outcome read = configuration.read(main, 0, false); !read.ok()) {
         return read;
     }
-    return configuration.obstacle_.ok() ? Expected(std::move(configuration))
-                                        : Expected<Configuration>(configuration.obstacle_);
+    const Outcome& whole = configuration.obstacle_;
+    const Outcome rooted = whole.ok() ? configuration.knowsRoot() : whole;
+    return rooted.ok() ? Expected(std::move(configuration)) : Expected<Configuration>(rooted);
+}
+
+// Without it a relative Include line leads to nothing, and the sites behind it would seem to be gone.
+Outcome Configuration::knowsRoot() const {
+    const auto isRelative = [](const IncludeLine& include) { return !include.pattern.starts_with('/'); };
+    const auto leads = [&](const auto& file) {
+        const auto& includes = file->server().includes;
+        return std::any_of(includes.begin(), includes.end(), isRelative);
+    };
+    return !serverRoot().empty() || std::none_of(files_.begin(), files_.end(), leads)
+               ? done()
+               : failure(main().path() +
+                         ": what it includes is not known: no ServerRoot line tells where "
+                         "relative paths begin, and apache2 or httpd, which knows it, is "
+                         "not to be found or does not answer");
 }
 
 Outcome Configuration::read(const std::string& path, int depth, bool inBlocks) {

@@ -180,6 +180,7 @@ private:
     using Definitions = std::map<std::string, std::vector<Definition>, std::less<>>;
 
     Outcome read(const std::string& path, int depth, bool inBlocks);
+    Outcome knowsRoot() const;
     void take(const std::string& path, int depth, bool inBlocks);
     void follow(const ConfigurationFile& file, int depth);
     void nameBlocks(const ConfigurationFile& file, const Patterns& sought);
