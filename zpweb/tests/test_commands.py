@@ -218,6 +218,7 @@ def test_web_users(site):
     (site.root / "users.inc").write_text(f"<Location />\nAuthUserFile {users}\n</Location>\n")
     named = site.text()
     assert "no directory asks" in site.do("user", "add", "shop.example", "eve", "--dry-run", input="x\n").err
+    assert "there is no site" in site.do("user", "add", "shop.exmaple", "eve", "--dry-run", input="x\n").err
     site.conf.write_text(named.replace("</VirtualHost>", f"\tInclude {site.root}/users.inc\n</VirtualHost>"))
     assert "no directory asks" not in site.do("user", "add", "shop.example", "eve", "--dry-run", input="x\n").err
     site.conf.write_text(named)

@@ -460,11 +460,17 @@ def test_a_site_is_disabled_and_enabled(server, files, tmp_path):
     link.symlink_to("/nowhere")
     assert server.run("site", "enable", site).status == 7 and os.readlink(link) == "/nowhere"
     link.unlink()
-    copy = file.with_name("copy.conf")
+    copy = file.with_name(f"{site}.conf")
     copy.write_text(file.read_text())
     assert server.run("site", "enable", site).status == 3
+    answer = server.run("site", "create", site, "--owner", OWNER, "--path", PAGES)
+    assert answer.status == 7 and f"site enable {site} lets" in answer.err, answer
     copy.unlink()
     server.do("site", "enable", site)
+    server.do("site", "stop", site)
+    answer = server.run("site", "disable", site)
+    assert answer.status == 3 and "start it first" in answer.err, "enable would not find it again"
+    server.do("site", "start", site)
     assert server.files() == before and server.serving() == server.all_served()
     file.write_text((own := file.read_text()) + block("*:80", "guest.example"))
     answer = server.run("site", "disable", site)

@@ -459,6 +459,10 @@ def test_what_no_visitor_sees_is_not_done(server):
 
 def test_the_catch_all_answers_for_unknown_names(server):
     Path("/var/www/unknown.html").write_text("nobody here")
+    server.place("000-a", block("*:80", "first.example"))
+    answer = server.run("server", "catch-all", "on")
+    assert answer.status == 3 and "rename its file so that the server reads it after catch-all.invalid" in answer.err, answer
+    server.restore()
     server.place("made", "<Macro Made $at>\n<VirtualHost $at:80>\nServerName made.example\n</VirtualHost>\n</Macro>\nUse Made 127.0.0.3\n")
     server.place("zz", tls("late.example").replace("*:443", "*:80 *:443"))  # behind those that speak http there
     before = server.files()

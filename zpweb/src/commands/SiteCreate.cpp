@@ -14,6 +14,7 @@
 #include "commands/shared/NewBlock.h"
 #include "commands/shared/Operation.h"
 #include "commands/shared/Scopes.h"
+#include "commands/shared/SiteFiles.h"
 #include "commands/shared/SiteHome.h"
 #include "commands/shared/SiteLogs.h"
 #include "conf/Bounds.h"
@@ -152,7 +153,11 @@ Outcome isFree(Transaction& change, const CreationPlan& plan) {
     }
     for (const std::string& path : {plan.file, plan.link}) {
         if (!path.empty() && configuration.file(plan.file) == nullptr && exists(path)) {
-            return failure(Status::Exists, path + ": exists already; a site's file is made new");
+            const bool isDisabled = !disabledSites(configuration, plan.name).empty();
+            return failure(
+                Status::Exists,
+                path + ": exists already; a site's file is made new" +
+                    (isDisabled ? " (site enable " + plan.name + " lets the server read it again)" : ""));
         }
     }
     return done();

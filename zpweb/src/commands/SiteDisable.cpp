@@ -1,6 +1,9 @@
 // site disable: the server no longer reads the site's file, which stays.
+#include <algorithm>
+
 #include "commands/Commands.h"
 #include "commands/shared/SiteFiles.h"
+#include "input/Quoted.h"
 
 namespace zpweb {
 
@@ -14,6 +17,13 @@ Outcome disable(Transaction& change, const Site& site, const Arguments&) {
     }
     if (Outcome named = site.hasName(); !named.ok()) {
         return named;
+    }
+    // In a file that nobody reads lines in comments tell no site.
+    if (std::all_of(site.places.begin(), site.places.end(),
+                    [](const Place& place) { return place.block->stopped; })) {
+        return failure(Status::Refused, "site " + inQuotes(site.name()) +
+                                            ": it is stopped, and \"site enable\" would not find it again: "
+                                            "start it first, or leave it stopped");
     }
     if (Outcome own = hasOwnFiles(change, site, layout); !own.ok()) {
         return own;

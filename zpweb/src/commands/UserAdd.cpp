@@ -45,10 +45,11 @@ Outcome addUser(Transaction& change, const Arguments& given) {
         return asked.outcome();
     }
     change.output().set("user", user);
-    if (const std::string file = asked->file();
-        !isAskedFor(change.configuration(), knownSite(change.configuration(), asked->domain), file)) {
-        change.output().note("no directory asks for the users in " + file +
-                             " yet: see \"vdir set --protect\"");
+    const Site site = knownSite(change.configuration(), asked->domain);
+    if (const std::string file = asked->file(); !isAskedFor(change.configuration(), site, file)) {
+        change.output().note(
+            (site.places.empty() ? "there is no site " + inQuotes(asked->domain) + ", and " : "") +
+            "no directory asks for the users in " + file + " yet: see \"vdir set --protect\"");
     }
     return onNewUsers(change, *asked, [&](CZPUsers& users) {
         const Meaning meaning = expecting("UserCreate", {UserAdded}, UserThere,

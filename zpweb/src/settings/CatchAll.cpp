@@ -167,9 +167,12 @@ Outcome isFirst(const Reading& staged) {
         const VirtualHost* own = staged.carrierOf(ServerName, endpoint);
         const VirtualHost* first = staged.leadsTo(UnknownName, endpoint);
         if (own != nullptr && own != first) {
-            return failure(Status::Refused, staged.describe(first) + " is the first on " + endpoint.text() +
-                                                " and answers for every name there: no catch-all comes "
-                                                "before it; nothing is changed");
+            return failure(Status::Refused,
+                           staged.describe(first) + " is the first on " + endpoint.text() +
+                               " and answers for every name there: no catch-all comes "
+                               "before it; nothing is changed (rename its file so that the "
+                               "server reads it after " +
+                               staged.describe(own) + ")");
         }
     }
     return done();
