@@ -111,6 +111,11 @@ def test_a_plan_is_what_apply_does_and_then_nothing_is_left_to_do(three, site, c
     assert three.text() == before
 
 
+def test_a_pattern_goes_before_the_names_that_it_takes_in(three):
+    three.do("host", "add", "a.example", "*.a.example")
+    assert planned(three, {"sites": [{"name": "a.example", "host_names": []}]}) == [f"host remove a.example {name}.a.example" for name in "* www".split()]
+
+
 def test_a_plan_is_kept_to_and_a_removal_is_confirmed(three):
     file, plan = three.root / "www/sites.json", three.root / "www/plan.json"
     file.write_text(json.dumps({"sites": [{"name": "a.example", "state": "stopped"}]}))

@@ -153,9 +153,11 @@ private:
                 add("host add", {name});
             }
         }
-        for (const std::string& name : present) {
-            if (!isIn(wanted, name)) {
-                add("host remove", {name});
+        for (const bool patterns : {true, false}) {  // a name that one of these takes in could not go
+            for (const std::string& name : present) {
+                if (!isIn(wanted, name) && (name.find_first_of("*?") != std::string::npos) == patterns) {
+                    add("host remove", {name});
+                }
             }
         }
     }
