@@ -307,6 +307,9 @@ def test_a_listener_for_visitors_with_certificates_is_left_out(server, inside, a
     server.place("shut", block("*:80", "shut.example", "SSLVerifyClient require", "SSLCACertificateFile /etc/ssl/ca/ca.pem"))
     server.do("tls", "on", "shut.example", *pair("good"), "--any-name", "--redirect")  # a certificate is shown to everybody
     assert shown("shut.example") == fingerprint("good") and ask("shut.example")[1] == "https://shut.example/"
+    server.place("part", tls("part.example", "SSLVerifyClient none", "<Location /in>", "SSLVerifyClient require", "</Location>", "SSLCACertificateFile /etc/ssl/ca/ca.pem"))
+    told = [server.do("access", "set", "part.example", path, "--allow", "127.0.0.1").err.count("lets in only") for path in ("/in/deep", "/")]
+    assert told == [1, 0], "only where the section holds"
 
 
 # --- access ---

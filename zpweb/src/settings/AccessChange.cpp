@@ -88,7 +88,7 @@ bool isRedirected(const Request& request) {
 Outcome proveAccess(Transaction& change, const std::string& site, const AccessPath& path) {
     for (const Place& place : answeringBlocks(change.configuration(), site)) {
         const std::string name = settingName(place.block->name);
-        for (const Peer& peer : peersToAsk(change, place)) {
+        for (const Peer& peer : peersToAsk(change, place, path.path)) {
             const bool tls = speaksTls(place, peer, change.reading());
             if (isRedirected({peer, name, belowPath(path.path), tls})) {
                 continue;

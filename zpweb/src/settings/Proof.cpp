@@ -9,9 +9,9 @@
 
 namespace zpweb {
 
-std::vector<Peer> peersToAsk(Transaction& change, const Place& place) {
+std::vector<Peer> peersToAsk(Transaction& change, const Place& place, const std::string& path) {
     std::vector<Peer> peers = peersOf(change.configuration(), place, change.reading());
-    if (!asksForCertificates(place, change.reading())) {
+    if (!asksForCertificates(place, change.reading(), path)) {
         return peers;
     }
     std::erase_if(peers, [&](const Peer& peer) {

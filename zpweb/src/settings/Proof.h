@@ -14,8 +14,8 @@
 namespace zpweb {
 
 // Where a visitor of this host can ask what the block answers. Without a certificate nobody is answered
-// where one is asked for: that is told, and left out.
-std::vector<Peer> peersToAsk(Transaction& change, const Place& place);
+// where one is asked for, with a path also for that alone: that is told, and left out.
+std::vector<Peer> peersToAsk(Transaction& change, const Place& place, const std::string& path = {});
 
 Outcome shownInTime(const std::function<Outcome()>& proof);
 

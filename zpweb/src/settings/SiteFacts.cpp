@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "conf/Text.h"
+#include "server/DirectoryPaths.h"
 #include "server/Protocol.h"
 #include "server/Sockets.h"
 #include "sys/Number.h"
@@ -195,7 +196,29 @@ bool speaksTls(const Place& place, const Peer& peer, const Reading* reading, int
     return isKnown ? Protocols(*reading).isTls(at) : speaksTls(*place.block, port);
 }
 
-bool asksForCertificates(const Place& place, const Reading* reading) {
+namespace {
+
+bool isNeeded(std::string_view certificate) {
+    return conf::equalIgnoringCase(certificate, "require") || conf::equalIgnoringCase(certificate, "on");
+}
+
+// A <Location> holds for what is below it; which paths another section holds for is not looked at.
+bool asksInSection(const Reading& reading, const VirtualHost& host, const std::string& path) {
+    const std::vector<Directive>& all = reading.directives();
+    return std::any_of(
+        all.begin() + host.directive, all.begin() + all[host.directive].end, [&](const Directive& each) {
+            if (!each.is("SSLVerifyClient") || !isNeeded(each.arguments)) {
+                return false;
+            }
+            const Directive& section = all[each.parent];
+            const auto words = argumentsIn(section.arguments);
+            return !section.is("Location") || words.size() != 1 || isBelow(path, words.front());
+        });
+}
+
+}  // namespace
+
+bool asksForCertificates(const Place& place, const Reading* reading, const std::string& path) {
     const bool isKnown = reading != nullptr && reading->complete();
     const VirtualHost* host = isKnown ? hostAt(place, *reading) : nullptr;
     if (host == nullptr) {
@@ -203,7 +226,7 @@ bool asksForCertificates(const Place& place, const Reading* reading) {
     }
     const std::string own = reading->valueIn(host->directive, "SSLVerifyClient");
     const std::string value = own.empty() ? reading->valueIn(Directive::None, "SSLVerifyClient") : own;
-    return conf::equalIgnoringCase(value, "require") || conf::equalIgnoringCase(value, "on");
+    return isNeeded(value) || (!path.empty() && asksInSection(*reading, *host, path));
 }
 
 std::vector<Place> answeringBlocks(const Configuration& configuration, const std::string& site) {

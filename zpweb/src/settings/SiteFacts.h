@@ -33,8 +33,9 @@ bool speaksTls(const Block& block, int port = 443);
 // What a visitor has to speak there: by the server's reading, where there is one.
 bool speaksTls(const Place& place, const Peer& peer, const Reading* reading, int port = 443);
 
-// Does it let in only visitors with a certificate? By the server's reading alone.
-bool asksForCertificates(const Place& place, const Reading* reading);
+// Does it let in only visitors with a certificate, by a line of its own or, where a path is named, of a
+// section that holds for it? By the server's reading alone.
+bool asksForCertificates(const Place& place, const Reading* reading, const std::string& path = {});
 
 // The site's blocks that answer by their own lines: they run, and the site is not suspended.
 std::vector<Place> answeringBlocks(const Configuration& configuration, const std::string& site);
