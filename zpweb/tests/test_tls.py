@@ -296,3 +296,21 @@ def test_a_renewal_that_is_killed_before_its_proof_is_completed_by_the_next_run(
     oldest = f"cd {LIVE}/killed; for kind in fullchain privkey; do ln -sf ../../archive/killed/${{kind}}1.pem $kind.pem; done"
     other = renew("meanwhile", "renameat2:1", oldest)
     assert other[0] == 4 and "another certificate" in other[1] and shown("shop.example", port=port) == served == fingerprint("killed"), other
+
+
+@ONE_LAYOUT
+def test_a_pair_that_would_be_the_servers_end_stops_a_reload_for_another_site(server):
+    """Its own check opens neither file; it would end, and not start again."""
+    files = [Path(f"/etc/ssl/pair.{kind}") for kind in ("pem", "key")]
+    texts = [(LIVE / f"good/{name}.pem").read_text() for name in ("fullchain", "privkey")]
+    for file, text in zip(files, texts):
+        file.write_text(text)
+        file.chmod(0o600)
+    server.do("tls", "on", SITE, "--certificate", files[0], "--key", files[1])
+    for spoilt, text, told in (files[1], (LIVE / "other/privkey.pem").read_text(), "is not the key of"), (files[0], "no PEM", "/etc/ssl/pair.pem: "):
+        spoilt.write_text(text)
+        answer = server.run("host", "add", "both.example", "x.both.example")
+        assert answer.status == 3 and "/etc/ssl/pair." in answer.err and told in answer.err, answer
+        assert server.run("server", "reload").status == 3 and shown(SITE) == fingerprint("good")
+        spoilt.write_text(texts[files.index(spoilt)])
+    server.do("host", "add", "both.example", "x.both.example")

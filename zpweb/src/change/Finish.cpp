@@ -9,7 +9,7 @@
 #include "server/Answers.h"
 #include "server/Inspection.h"
 #include "server/LogLinks.h"
-#include "server/OthersCertificates.h"
+#include "server/SpoiltCertificates.h"
 #include "store/Checkpoints.h"
 #include "store/Released.h"
 #include "store/Unconfirmed.h"
@@ -153,7 +153,8 @@ Outcome Transaction::lookAtOpened() {
         const std::string& main = configuration().main().path();
         reading = inspect(Program(main), main, {}, {}).reading;
     }
-    Outcome outcome = reading == nullptr ? done() : othersCertificatesAreSound(*reading);
+    Outcome outcome =
+        reading == nullptr ? done() : certificatesAreSound(*reading, server_->pidFile(configuration()));
     return outcome.ok() && !settings_->allowLogLinks
                ? areTheServers(openedLogs(reading.get(), configuration()))
                : outcome;

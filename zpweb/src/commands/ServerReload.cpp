@@ -2,7 +2,7 @@
 #include "commands/Commands.h"
 #include "server/Inspection.h"
 #include "server/LogLinks.h"
-#include "server/OthersCertificates.h"
+#include "server/SpoiltCertificates.h"
 
 namespace zpweb {
 
@@ -20,7 +20,8 @@ Outcome reload(Session& session, const Configuration& configuration, const Argum
         }
     }
     const auto reading = inspect(Program(main), main, {}, {}).reading;
-    Outcome ours = reading == nullptr ? done() : othersCertificatesAreSound(*reading);
+    Outcome ours =
+        reading == nullptr ? done() : certificatesAreSound(*reading, server.pidFile(configuration));
     if (ours.ok() && !session.settings.allowLogLinks) {
         ours = areTheServers(openedLogs(reading.get(), configuration));
     }

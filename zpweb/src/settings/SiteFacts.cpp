@@ -221,7 +221,7 @@ bool asksInSection(const Reading& reading, const VirtualHost& host, const std::s
 bool asksForCertificates(const Place& place, const Reading* reading, const std::string& path) {
     const bool isKnown = reading != nullptr && reading->complete();
     const VirtualHost* host = isKnown ? hostAt(place, *reading) : nullptr;
-    if (host == nullptr) {
+    if (host == nullptr || host->directive == Directive::None) {
         return false;
     }
     const std::string own = reading->valueIn(host->directive, "SSLVerifyClient");
