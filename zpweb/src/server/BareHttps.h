@@ -3,6 +3,7 @@
 
 #include <set>
 #include <string>
+#include <unordered_set>
 
 #include "server/Reading.h"
 
@@ -11,8 +12,20 @@ namespace zpweb {
 // Why the change makes such a block of one of these sites; empty when it makes none.
 std::string bareHttps(const Reading& live, const Reading& staged, const std::set<std::string>& sites);
 
-// Has a block with https a certificate, as far as the reading tells? mod_md gives one to those of its
-// domains.
-bool hasCertificate(const Reading& reading, const VirtualHost& host);
+// Which blocks with https have a certificate, as far as the reading tells: the server's own level may give
+// one to all of them, and mod_md gives one to those of its domains.
+class Certified {
+public:
+    explicit Certified(const Reading& reading);
+
+    bool has(const VirtualHost& host) const;
+
+private:
+    bool lookedAfter(const VirtualHost& host) const;
+
+    const Reading& reading_;
+    bool all_;
+    std::unordered_set<std::string> domains_;
+};
 
 }  // namespace zpweb

@@ -121,14 +121,13 @@ void findUnreachable(const Reading& reading, Findings& findings) {
 }
 
 void findCertificates(const Reading& reading, Findings& findings) {
-    std::map<std::string, std::vector<std::string>>
-        seen;  // what is wrong with each pair of files and names
+    const Certified certified(reading);
     for (const VirtualHost& host : reading.hosts()) {
         if (lowerCase(effective(reading, host, "SSLEngine")) != "on") {
             continue;
         }
         const std::string certificate = reading.absolute(effective(reading, host, "SSLCertificateFile"));
-        if (certificate.empty() && hasCertificate(reading, host)) {
+        if (certificate.empty() && certified.has(host)) {
             continue;  // in a place that mod_md knows
         }
         const std::string key = reading.absolute(effective(reading, host, "SSLCertificateKeyFile"));
