@@ -65,11 +65,16 @@ std::vector<Request> placesWith(Transaction& change, const std::string& site, co
     return requests;
 }
 
+// Looked at once in a change: the name of the PID file may stand in any file of the configuration.
+bool isRunning(Transaction& change) {
+    return change.shared().value<bool>(
+        "server runs", [&change] { return change.server().master(change.configuration()).has_value(); });
+}
+
 // What would be found out after the reload alone.
 Outcome canBeShown(Transaction& change, const std::string& site, const Root& root, const PhpProbe& probe) {
     const bool isShown = change.settings().reload && !placesWith(change, site, root).empty() &&
-                         !change.plansToMake(withoutSlash(root.effective)) &&
-                         change.server().master(change.configuration());
+                         !change.plansToMake(withoutSlash(root.effective)) && isRunning(change);
     const Outcome can = isShown ? probe.canBeMade() : done();
     return can.ok() ? can
                     : failure(Status::Refused,
