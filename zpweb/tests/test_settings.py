@@ -278,7 +278,11 @@ def test_an_application_that_speaks_https_or_is_not_reached(server):
     server.do("site", "set", "outlaid.example", "--alias", f"/pics=/var/www/{SITE}")
     assert ask("outlaid.example", "/pics/")[2] == SITE and ask("outlaid.example", "/")[2] == "proxied.example"
     server.place("first", block("*:80", "first.example", f"ServerAlias {SITE}"))
-    assert "which has the name too and stands first" in server.run("proxy", "set", SITE, "/other", "http://127.0.0.1:8081").err
+    for words in (["proxy", "set", SITE, "/other", "http://127.0.0.1:8081"], ["redirect", "set", SITE, "/other", "--to", "https://t.example/"],
+                  ["access", "set", SITE, "/other", "--deny", "all"], ["tls", "on", SITE, *pair("good"), "--redirect"]):
+        answer = server.run(*words)
+        assert answer.status == 1 and "which has the name too and stands first" in answer.err, answer
+    server.do("tls", "on", SITE, *pair("good"))  # nobody has the name there
 
 
 def test_websockets_pass_an_older_server(server, tmp_path):

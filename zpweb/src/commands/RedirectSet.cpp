@@ -42,7 +42,7 @@ Outcome setRedirect(Transaction& change, const Site& site, const Arguments& give
     change.output().set("site", site.name());
     change.output().set("path", redirect.path);
     change.output().set("to", redirect.to);
-    expectVisitors(change, site.name());
+    expectOwnVisitors(change, site.name());
     return changeRedirects(change, site.name(), given[Overwrite], [&](RedirectSetting& setting) {
         if (PathRedirect* known = setting.at(redirect.path)) {
             *known = redirect;

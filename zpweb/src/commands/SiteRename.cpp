@@ -215,7 +215,7 @@ Outcome rename(Transaction& change, const Site& site, const Arguments& given) {
         return done();
     }
     change.asked().sites.insert(names.to);
-    change.expect(names.to, "renamed", leadsToSiteIfServed(names.to));
+    change.expect(names.to, "renamed", leadsToSiteIfServed({names.to}));
     const Layout layout = layoutOf(change.configuration());
     const std::vector<std::string> files = site.files();
     for (const Place& place : site.places) {

@@ -102,8 +102,8 @@ Postcondition leadsToSite(const std::string& name, const BlocksOf& blocks) {
     };
 }
 
-Postcondition leadsToSiteIfServed(const std::string& site) {
-    return [=](const Reading& staged) { return leadsTo(staged, site, hostsOf(staged, {site})); };
+Postcondition leadsToSiteIfServed(const BlocksOf& blocks) {
+    return [=](const Reading& staged) { return leadsTo(staged, blocks.site, hostsOf(staged, blocks)); };
 }
 
 Postcondition leadsThereNoMore(const std::string& name, const BlocksOf& blocks) {

@@ -20,8 +20,8 @@ std::vector<const VirtualHost*> hostsOf(const Reading& reading, const BlocksOf& 
 
 // The site has a block, and the name leads to one of its blocks wherever the site listens.
 Postcondition leadsToSite(const std::string& name, const BlocksOf& blocks);
-// The site's own name leads to it wherever it listens; also where the server has no block of it.
-Postcondition leadsToSiteIfServed(const std::string& site);
+// The site's own name leads to these blocks wherever they listen; also where the server has none of them.
+Postcondition leadsToSiteIfServed(const BlocksOf& blocks);
 // No block of the site carries the name.
 Postcondition leadsThereNoMore(const std::string& name, const BlocksOf& blocks);
 // The site's name leads to none of its blocks.

@@ -174,7 +174,7 @@ Outcome usersAreThere(const AccessPath& path, const std::string& serverUser) {
 Outcome setAccess(Transaction& change, const std::string& site, const AccessPath& path, bool overwrite) {
     AccessSetting setting = accessOf(change, site);
     setting.set(path);
-    expectVisitors(change, site);
+    expectOwnVisitors(change, site);
     change.expect(hostNameIn(site), aboutPath(path.path),
                   asksVisitors({hostNameIn(site)}, belowPath(path.path)));
     if (!path.admitsAll()) {

@@ -168,7 +168,7 @@ Outcome setPhp(Transaction& change, const std::string& site, PhpSetting setting,
     }
     tellWhoLeadsElsewhere(change, setting.fpm);
     setting.version = versionOf(setting.fpm);
-    expectVisitors(change, site);
+    expectOwnVisitors(change, site);
     change.expect(hostNameIn(site), PassedOn,
                   answersItself({hostNameIn(site)}, "/index.php",
                                 ", and no script of the site is run: take that line away first"));

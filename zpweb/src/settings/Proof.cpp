@@ -68,6 +68,12 @@ void expectVisitors(Transaction& change, const std::string& site) {
     change.expect(hostNameIn(site), "visitors", takesRequests({hostNameIn(site)}));
 }
 
+void expectOwnVisitors(Transaction& change, const std::string& site, const std::string& port) {
+    const std::string name = hostNameIn(site);
+    expectVisitors(change, site);
+    change.expect(name, "visitors by name " + port, leadsToSiteIfServed({name, port}));
+}
+
 std::string described(const Request& request) {
     return std::string(request.tls ? "https" : "http") + "://" + request.host + request.path + " at " +
            request.server.address + " port " + std::to_string(request.server.port);

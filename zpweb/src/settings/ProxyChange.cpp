@@ -6,7 +6,6 @@
 #include "input/Quoted.h"
 #include "input/Url.h"
 #include "server/PassedOn.h"
-#include "server/Postconditions.h"
 #include "server/Program.h"
 #include "settings/Modules.h"
 #include "settings/Proof.h"
@@ -137,12 +136,11 @@ Outcome setProxy(Transaction& change, const std::string& site, const ProxyPath& 
     setting.upgrade = upgradeOfServer();
     setting.set(path);
     const std::string name = hostNameIn(site);
-    expectVisitors(change, site);
+    expectOwnVisitors(change, site);
     change.expect(
         name, aboutPath(path.path),
         passedOnBy({name}, path.path,
                    settingPath(change.configuration().main().path(), settingName(site), Setting::Proxy)));
-    change.expect(name, aboutPath(path.path) + "visitors", leadsToSiteIfServed(name));
     change.expect(name, aboutPath(path.path) + "led away",
                   isNotLedAway({name}, path.path, ": take that line away first"));
     const auto url = urlFrom(path.url);

@@ -280,7 +280,7 @@ Outcome setTls(Transaction& change, const std::string& site, TlsSetting setting,
         change.output().warning(spoilable);
     }
     change.asked().moving.insert(settingName(site));  // its names get listeners of their own
-    expectVisitors(change, site);
+    expectOwnVisitors(change, site, setting.redirect ? "" : std::to_string(setting.port));
     change.expect(hostNameIn(site), "visitors of https",
                   takesRequests({hostNameIn(site), std::to_string(setting.port)}));
     setting.fingerprint = facts->fingerprint;

@@ -22,7 +22,7 @@ struct Promise {
 
 // Blocks that are moved are still found by the site's name.
 Postcondition isStillFound(const BlocksOf& blocks, const std::string&) {
-    return leadsToSiteIfServed(blocks.site);
+    return leadsToSiteIfServed({blocks.site});
 }
 
 // Commands on a site that are not listed change its blocks only and lead no name elsewhere; others may
