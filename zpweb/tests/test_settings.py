@@ -316,6 +316,17 @@ def test_a_listener_for_visitors_with_certificates_is_left_out(server, inside, a
     assert told == [1, 0], "only where the section holds"
 
 
+@ONE_LAYOUT
+def test_a_listener_that_waits_for_its_first_certificate_is_left_out(server):
+    server.place("md", "LoadModule md_module /usr/lib/apache2/modules/mod_md.so\nMDRenewMode manual\nMDomain md.example\n"
+                 + block("*:80", "md.example") + block("*:443", "md.example", "SSLEngine on"))
+    server.signal("graceful")
+    await_true(lambda: ask("md.example", "/", "https")[0] == 503)
+    for words in (["redirect", "set", "md.example", "/old", "--to", "https://new.example/"], ["access", "set", "md.example", "/admin", "--deny", "all"]):
+        assert "md.example at 127.0.0.1 port 443 answers 503, as all do for which mod_md has no certificate" in server.do(*words).err
+    assert ask("md.example", "/old")[:2] == (302, "https://new.example/") and ask("md.example", "/admin/")[0] == 403
+
+
 # --- access ---
 
 

@@ -9,20 +9,35 @@
 
 namespace zpweb {
 
+namespace {
+
+// mod_md answers all requests so, until it has a certificate.
+bool isUnavailable(const Peer& peer, const std::string& name) {
+    const auto reply = ask({peer, name, "/", true});
+    return reply.ok() && reply->status == 503;
+}
+
+}  // namespace
+
 std::vector<Peer> peersToAsk(Transaction& change, const Place& place, const std::string& path) {
     std::vector<Peer> peers = peersOf(change.configuration(), place, change.reading());
-    if (!asksForCertificates(place, change.reading(), path)) {
+    const bool closed = asksForCertificates(place, change.reading(), path);
+    if (!closed && !namesNoCertificate(place, change.reading())) {
         return peers;
     }
+    const std::string name = settingName(place.block->name);
     std::erase_if(peers, [&](const Peer& peer) {
-        const bool unanswered = speaksTls(place, peer, change.reading());
+        const bool unanswered =
+            speaksTls(place, peer, change.reading()) && (closed || isUnavailable(peer, name));
         if (unanswered) {
-            const std::string where = settingName(place.block->name) + " at " + peer.address + " port " +
-                                      std::to_string(peer.port);
+            const std::string where = name + " at " + peer.address + " port " + std::to_string(peer.port);
             change.shared().value<bool>("not asked " + where, [&] {
                 change.output().note(where +
-                                     " lets in only visitors with a certificate (SSLVerifyClient): "
-                                     "what it answers was not looked at");
+                                     (closed
+                                          ? " lets in only visitors with a certificate (SSLVerifyClient)"
+                                          : " answers 503, as all do for which mod_md has no certificate "
+                                            "yet") +
+                                     ": what it answers was not looked at");
                 return true;
             });
         }

@@ -14,7 +14,8 @@
 namespace zpweb {
 
 // Where a visitor of this host can ask what the block answers. Without a certificate nobody is answered
-// where one is asked for, with a path also for that alone: that is told, and left out.
+// where one is asked for, with a path also for that alone, nor as long as mod_md has none for the block:
+// that is told, and left out.
 std::vector<Peer> peersToAsk(Transaction& change, const Place& place, const std::string& path = {});
 
 Outcome shownInTime(const std::function<Outcome()>& proof);

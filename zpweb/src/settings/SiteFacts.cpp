@@ -123,6 +123,23 @@ std::string wayTo(const Place& place, const Endpoint& endpoint, const Socket& li
     return {};
 }
 
+// Null where the reading does not know the block.
+const VirtualHost* knownHostAt(const Place& place, const Reading* reading) {
+    const bool isKnown = reading != nullptr && reading->complete();
+    const VirtualHost* host = isKnown ? hostAt(place, *reading) : nullptr;
+    return host != nullptr && host->directive != Directive::None ? host : nullptr;
+}
+
+// Of the block's own line, else the server's.
+std::optional<std::string> inEffectFor(const Place& place, const Reading* reading, const char* directive) {
+    const VirtualHost* host = knownHostAt(place, reading);
+    if (host == nullptr) {
+        return std::nullopt;
+    }
+    const std::string own = reading->valueIn(host->directive, directive);
+    return own.empty() ? reading->valueIn(Directive::None, directive) : own;
+}
+
 }  // namespace
 
 std::vector<std::string> addressesOf(const Block& block) { return wordsIn(block.addresses); }
@@ -218,15 +235,14 @@ bool asksInSection(const Reading& reading, const VirtualHost& host, const std::s
 
 }  // namespace
 
+bool namesNoCertificate(const Place& place, const Reading* reading) {
+    return inEffectFor(place, reading, "SSLCertificateFile") == "";
+}
+
 bool asksForCertificates(const Place& place, const Reading* reading, const std::string& path) {
-    const bool isKnown = reading != nullptr && reading->complete();
-    const VirtualHost* host = isKnown ? hostAt(place, *reading) : nullptr;
-    if (host == nullptr || host->directive == Directive::None) {
-        return false;
-    }
-    const std::string own = reading->valueIn(host->directive, "SSLVerifyClient");
-    const std::string value = own.empty() ? reading->valueIn(Directive::None, "SSLVerifyClient") : own;
-    return isNeeded(value) || (!path.empty() && asksInSection(*reading, *host, path));
+    const VirtualHost* host = knownHostAt(place, reading);
+    return isNeeded(inEffectFor(place, reading, "SSLVerifyClient").value_or("")) ||
+           (host != nullptr && !path.empty() && asksInSection(*reading, *host, path));
 }
 
 std::vector<Place> answeringBlocks(const Configuration& configuration, const std::string& site) {

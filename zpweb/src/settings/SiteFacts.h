@@ -33,6 +33,10 @@ bool speaksTls(const Block& block, int port = 443);
 // What a visitor has to speak there: by the server's reading, where there is one.
 bool speaksTls(const Place& place, const Peer& peer, const Reading* reading, int port = 443);
 
+// Does it speak TLS without a certificate that the configuration names? Where the server runs, mod_md gives
+// it one then. By the server's reading alone.
+bool namesNoCertificate(const Place& place, const Reading* reading);
+
 // Does it let in only visitors with a certificate, by a line of its own or, where a path is named, of a
 // section that holds for it? By the server's reading alone.
 bool asksForCertificates(const Place& place, const Reading* reading, const std::string& path = {});
