@@ -283,6 +283,9 @@ def test_an_application_that_speaks_https_or_is_not_reached(server):
         answer = server.run(*words)
         assert answer.status == 1 and "which has the name too and stands first" in answer.err, answer
     server.do("tls", "on", SITE, *pair("good"))  # nobody has the name there
+    for words in (["redirect", "set", "unmet.example", "--to", "https://t.example/"], ["tls", "on", "unmet.example", *pair("good"), "--any-name"]):
+        answer = server.run(*words)
+        assert answer.status == 1 and "the server has no block of unmet.example" in answer.err, answer
 
 
 def test_websockets_pass_an_older_server(server, tmp_path):

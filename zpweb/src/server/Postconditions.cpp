@@ -93,12 +93,19 @@ std::vector<const VirtualHost*> hostsOf(const Reading& reading, const BlocksOf& 
     return hosts;
 }
 
+Postcondition isServed(const BlocksOf& blocks) {
+    return [=](const Reading& staged) {
+        return hostsOf(staged, blocks).empty()
+                   ? notShown("the server has no block of " + blocks.site +
+                              " (a condition around it is not met, or its file is not included)")
+                   : done();
+    };
+}
+
 Postcondition leadsToSite(const std::string& name, const BlocksOf& blocks) {
     return [=](const Reading& staged) {
-        const auto hosts = hostsOf(staged, blocks);
-        return hosts.empty() ? notShown("the server has no block of " + blocks.site +
-                                        " (a condition around it is not met, or its file is not included)")
-                             : leadsTo(staged, name, hosts);
+        const Outcome served = isServed(blocks)(staged);
+        return served.ok() ? leadsTo(staged, name, hostsOf(staged, blocks)) : served;
     };
 }
 

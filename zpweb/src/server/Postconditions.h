@@ -18,6 +18,8 @@ struct BlocksOf {
 };
 std::vector<const VirtualHost*> hostsOf(const Reading& reading, const BlocksOf& blocks);
 
+// The server has one of these blocks.
+Postcondition isServed(const BlocksOf& blocks);
 // The site has a block, and the name leads to one of its blocks wherever the site listens.
 Postcondition leadsToSite(const std::string& name, const BlocksOf& blocks);
 // The site's own name leads to these blocks wherever they listen; also where the server has none of them.

@@ -1,5 +1,6 @@
 #include "settings/Proof.h"
 
+#include <algorithm>
 #include <chrono>
 #include <thread>
 
@@ -87,6 +88,13 @@ void expectOwnVisitors(Transaction& change, const std::string& site, const std::
     const std::string name = hostNameIn(site);
     expectVisitors(change, site);
     change.expect(name, "visitors by name " + port, leadsToSiteIfServed({name, port}));
+    change.expect(name, "read at all", [&change, site, name](const Reading& staged) {
+        const auto places = answeringBlocks(change.configuration(), site);
+        const bool isNamed = std::any_of(places.begin(), places.end(), [&](const Place& place) {
+            return hostNameIn(place.block->name) == name;
+        });
+        return isNamed ? isServed({name})(staged) : done();
+    });
 }
 
 std::string described(const Request& request) {

@@ -27,7 +27,8 @@ Outcome redirects(const Request& request, const std::string& to);
 
 // What is asked of the site is refused where no visitor could ever see it.
 void expectVisitors(Transaction& change, const std::string& site);
-// The same, and where the site's name leads to another at one of its listeners, or of those on the port.
+// The same, and where the server does not read the site, or its name leads to another at one of its
+// listeners, or of those on the port.
 void expectOwnVisitors(Transaction& change, const std::string& site, const std::string& port = "");
 
 // A request as error messages name it: "http://shop.example/path at 127.0.0.1 port 80".
