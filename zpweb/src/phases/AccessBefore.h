@@ -15,8 +15,8 @@ Outcome keepAccess(const std::string& checkpoint, const std::vector<zp::host::Ef
 
 // What is kept; empty when there is nothing.
 Expected<std::string> keptAccess(const std::string& checkpoint);
-// Gives it back, to the same files, as long as they are theirs that the effects gave them to: what came into
-// the place of one, or has become somebody else's since, stays as it is.
+// Gives it back, to the same files, as long as they are theirs that the effects gave them to: what came
+// into the place of one, or has become somebody else's since, stays as it is.
 Outcome restoreAccess(const std::string& kept, const std::vector<zp::host::Effect>& effects);
 
 }  // namespace zpweb

@@ -147,18 +147,22 @@ void Server::awaitDeparture(const std::vector<pid_t>& processes) const {
 // Its new processes are there already. One that is too busy to answer, or speaks another protocol, has
 // reloaded all the same.
 Outcome Server::probe(const Configuration& configuration, pid_t master) const {
-    bool asked = false;
+    bool asked = false, answered = false;
+    Answer answer = Answer::Unreachable;
     const auto until = std::chrono::steady_clock::now() + LongestSilence;
     do {
         for (const Socket& socket : askable(configuration)) {
-            const Answer answer = ask(socket);
+            answer = ask(socket);
             asked = asked || answer != Answer::Unreachable;
-            if (answer == Answer::Http || (answer == Answer::Other && ask(socket, true) == Answer::Http)) {
-                return done();
+            answered =
+                answer == Answer::Http || (answer == Answer::Other && ask(socket, true) == Answer::Http);
+            if (answered) {
+                break;
             }
         }
-        std::this_thread::sleep_for(BetweenLooks);
-    } while (asked && isAlive(master) && std::chrono::steady_clock::now() < until);
+        // What broke off the first request may be ending the server, while another process still answers.
+        std::this_thread::sleep_for(answer == Answer::Http ? 0ms : BetweenLooks);
+    } while (!answered && asked && isAlive(master) && std::chrono::steady_clock::now() < until);
     return isAlive(master) ? done() : failure("the server ended after its reload");
 }
 
