@@ -1,18 +1,18 @@
 // What a change does outside of its stage, written down before it is done.
 //
-//   state          on disk                           what the next run does with it
-//   -------------  --------------------------------
-//   ---------------------------------------------------------- Preparing      nothing is in its place; what
-//   is  removes what was made
-//                  in `made` may have been made
-//   Committing     files are being put in place      all are new: completes the change; else puts the old
-//   ones
-//                                                    back. A file that is neither is somebody's: it stays,
-//                                                    the checkpoint stays, and the log tells
-//   TakingBack     the server did not take it up;    puts the old ones back
-//                  the old ones are being put back
-//   Finishing      all are in place and taken up;    does what is outstanding
-//                  what is outstanding is being done
+//   state       on disk                         what the next run does with it
+//   ----------  ------------------------------  -------------------------------------------------
+//   Preparing   nothing is in its place; what   removes what was made
+//               is in `made` may have been made
+//   Committing  files are being put in place    all are new: completes the change; else puts the
+//                                               old ones back. A file that is neither is
+//                                               somebody's: it stays, the checkpoint stays, and
+//                                               the log tells
+//   TakingBack  the server did not take it up;  puts the old ones back
+//               they are being put back
+//   Finishing   all are in place and taken up;  does what is outstanding
+//               what is outstanding is being
+//               done
 //
 // The journal goes last, after the record. A change without one has left nothing but its stage.
 #pragma once
