@@ -367,6 +367,7 @@ def test_what_is_put_back_is_what_was_there_or_nothing(site):
     kept = site.root / ".zpweb/checkpoints/000003/0"
     subprocess.run([ZPFAULT, "kill", "renameat2:2", ZPWEB, "--conf", site.conf, "protect", "remove", html, "joe", *FAST], capture_output=True)
     text, half = kept.read_text(), (html / ".htaccess").read_text()
+    assert "broken off half-way" in site.do("site", "list").err
     assert half != text and "joe" in (html / ".htpasswd").read_text()
     kept.write_text("Require all granted\n")
     for _ in range(2):
@@ -375,6 +376,15 @@ def test_what_is_put_back_is_what_was_there_or_nothing(site):
     kept.write_text(text)
     site.do("site", "stop", "shop.example", *FAST)
     assert (html / ".htaccess").read_text() == text
+
+
+def test_who_reads_while_a_change_is_put_in_place_is_told(site, tmp_path):
+    told = tmp_path / "told"
+    look = f"{ZPWEB} --conf {site.conf} site list --no-check 2>{told}"
+    words = ["protect", "add", site.sites / "shop.example/www/html", "joe", *FAST]
+    subprocess.run([ZPFAULT, "meanwhile", "renameat2:2", ZPWEB, "--conf", site.conf, *words], input="word\n", text=True, capture_output=True,
+                   env={**os.environ, "ZPFAULT_RUN": look})
+    assert "is being put in place" in told.read_text() and site.do("site", "list").err == ""
 
 
 def test_what_somebody_has_edited_after_an_interruption_stays(site):

@@ -2,12 +2,13 @@
 
 #include <algorithm>
 #include <map>
-#include "input/Json.h"
 
+#include "change/Settled.h"
 #include "commands/shared/CommandLines.h"
 #include "commands/shared/SettingReading.h"
 #include "commands/shared/SiteHome.h"
 #include "commands/shared/SiteReading.h"
+#include "input/Json.h"
 #include "server/ConditionalLines.h"
 #include "store/State.h"
 #include "sys/File.h"
@@ -70,9 +71,10 @@ Outcome planRemovals(const Present& present, const SitesDocument& document, Site
     return done();
 }
 
-Expected<Configuration> loaded(const Session& session) {
+Expected<Configuration> loaded(Session& session) {
     const auto main = realPathOf(session.settings.configuration);
-    auto configuration = main.ok() ? Configuration::load(*main) : Expected<Configuration>(main.outcome());
+    auto configuration =
+        main.ok() ? loadSettled(*main, session.output) : Expected<Configuration>(main.outcome());
     if (configuration.ok() && session.settings.check) {
         decideConditions(*configuration, State(*main).reading());
     }

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "change/Settled.h"
 #include "commands/table/Handed.h"
 #include "commands/table/Overdue.h"
 #include "commands/table/Promise.h"
@@ -104,7 +105,7 @@ Outcome read(Session& session, const Command& command, const Arguments& argument
         return main.outcome();
     }
     session.output.step("reading the configuration");
-    auto configuration = Configuration::load(*main);
+    auto configuration = loadSettled(*main, session.output);
     if (!configuration.ok()) {
         return configuration.outcome();
     }
