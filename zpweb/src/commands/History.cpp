@@ -1,9 +1,9 @@
 // history: the log of changes.
 #include <algorithm>
 #include <map>
-#include "input/Json.h"
 
 #include "commands/Commands.h"
+#include "input/Json.h"
 #include "store/Checkpoints.h"
 #include "store/Clock.h"
 #include "store/Unconfirmed.h"

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <set>
-#include "input/Json.h"
 
 #include "desired/SettingPlan.h"
+#include "input/Json.h"
 #include "input/Quoted.h"
 
 namespace zpweb {

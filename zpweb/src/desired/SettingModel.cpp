@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <set>
-#include "input/Json.h"
 
+#include "input/Json.h"
 #include "input/Nearest.h"
 #include "input/Quoted.h"
 

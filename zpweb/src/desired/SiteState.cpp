@@ -4,9 +4,9 @@
 #include <array>
 #include <functional>
 #include <set>
-#include "input/Json.h"
 
 #include "input/HostName.h"
+#include "input/Json.h"
 #include "input/Nearest.h"
 #include "input/Quoted.h"
 

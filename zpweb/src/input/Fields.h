@@ -4,6 +4,7 @@
 
 #include <string>
 #include <vector>
+
 #include "input/Json.h"
 
 namespace zpweb {

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include "input/Json.h"
 
+#include "input/Json.h"
 #include "sys/Printable.h"
 
 namespace zpweb {

@@ -1,9 +1,9 @@
 #include "settings/Access.h"
 
 #include <algorithm>
-#include "input/Json.h"
 
 #include "input/Fields.h"
+#include "input/Json.h"
 #include "input/Network.h"
 
 namespace zpweb {

@@ -8,9 +8,9 @@
 #include <algorithm>
 #include <set>
 #include <sstream>
-#include "input/Json.h"
 
 #include "input/Fields.h"
+#include "input/Json.h"
 #include "sys/File.h"
 #include "sys/GuardedDirectory.h"
 #include "sys/Look.h"

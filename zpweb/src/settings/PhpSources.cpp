@@ -2,10 +2,10 @@
 
 #include <algorithm>
 #include <filesystem>
-#include "input/Json.h"
 
 #include "conf/Text.h"
 #include "input/HostName.h"
+#include "input/Json.h"
 #include "server/DirectoryPaths.h"
 #include "settings/Modules.h"
 #include "settings/ServerFile.h"

@@ -1,9 +1,9 @@
 #include "settings/Proxies.h"
 
 #include <algorithm>
-#include "input/Json.h"
 
 #include "input/Fields.h"
+#include "input/Json.h"
 #include "settings/Pattern.h"
 
 namespace zpweb {

@@ -1,9 +1,9 @@
 #include "settings/Redirects.h"
 
 #include <algorithm>
-#include "input/Json.h"
 
 #include "input/Fields.h"
+#include "input/Json.h"
 #include "settings/Pattern.h"
 
 namespace zpweb {

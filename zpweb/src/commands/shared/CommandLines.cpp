@@ -4,9 +4,9 @@
 #include <array>
 #include <iostream>
 #include <iterator>
-#include "input/Json.h"
 
 #include "commands/table/Table.h"
+#include "input/Json.h"
 #include "input/Nearest.h"
 #include "input/Quoted.h"
 #include "sys/OwnersFile.h"

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include "input/Json.h"
 
 #include "commands/table/Table.h"
+#include "input/Json.h"
 #include "store/AuditLog.h"
 #include "store/JournalText.h"
 #include "sys/File.h"
