@@ -69,9 +69,10 @@ std::vector<int> takeBackOverdue(Session& session) {
             taken.push_back(each.checkpoint);
             session.output.note(name + " was not confirmed in time and is taken back");
         } else {
+            const std::string number = std::to_string(each.checkpoint);
             session.output.warning(
                 name + " was not confirmed in time and cannot be taken back: " + back.message +
-                "; undo it by hand, or keep it (confirm " + std::to_string(each.checkpoint) + ")");
+                "; \"undo " + number + "\" shows what is in its way, \"confirm " + number + "\" keeps it");
         }
     }
     return taken;
