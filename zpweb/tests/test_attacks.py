@@ -184,23 +184,30 @@ def test_what_is_no_certificate_is_not_opened_and_the_way_to_a_pool_is_told(site
 
 
 def test_a_certificate_that_its_owner_has_spoilt_does_not_end_the_server(live):
-    folder = live.sites / "shop.example/www"
+    """By writing to it, or with a directory of long ago that takes the place of the other one."""
+    folder, spare, key = live.sites / "shop.example/certs", live.sites / "shop.example/spare", live.root / "shop.key"
     live.create("z.example", "--no-reload")
-    for name in ("good", "other"):
-        issue(folder / f"{name}.pem", folder / f"{name}.key")
-    files = "--certificate", folder / "good.pem", "--key", folder / "good.key", "--https-port", str(free_port())
-    live.do("tls", "on", "shop.example", *files)
-    give(folder)
-    shutil.copy(folder / "good.pem", folder / "kept.pem")
-    for text in ("no certificate\n", (folder / "other.pem").read_text()):
-        (folder / "good.pem").write_text(text)
+    for name in (spare, folder):
+        name.mkdir()
+        issue(name / "a.pem", key)  # in the end that of the second one
+    text = (folder / "a.pem").read_text()
+    give(folder.parent)
+    live.do("tls", "on", "shop.example", "--certificate", folder / "a.pem", "--key", key, "--https-port", str(free_port()))
+
+    def exchange():
+        folder.rename(live.root / "away")
+        spare.rename(folder)
+
+    for spoil in (lambda: (folder / "a.pem").write_text("no certificate\n"), exchange):
+        spoil()
         for words in (["host", "add", "z.example", "more.example"], ["server", "reload"], ["log", "rotate", "z.example"]):
             answer = live.run(*words)
             assert answer.status in (1, 3) and "shop.example: the server cannot read its certificate" in answer.err, answer
         assert live.get("shop.example") == (200, "the shop")
-    shutil.copy(folder / "kept.pem", folder / "good.pem")
-    live.do("host", "add", "z.example", "more.example")
-    (folder / "good.pem").write_text("no certificate\n")
+        if spare.exists():
+            (folder / "a.pem").write_text(text)
+            live.do("host", "add", "z.example", "more.example")
+            live.do("host", "remove", "z.example", "more.example")
     live.do("tls", "off", "shop.example")
     assert live.get("shop.example") == (200, "the shop")
 

@@ -119,13 +119,15 @@ def test_a_certificate_of_the_blocks_own_becomes_a_setting_in_one_change(server)
     assert server.files() == server.files(server.kept) and server.serving() == server.all_served()
     server.place("bare", block("*:443", "bare.example", "SSLEngine on"))
     server.do("host", "add", "bare.example", "more.example", "--no-reload")
-    server.place("md", "LoadModule md_module /usr/lib/apache2/modules/mod_md.so\nMDomain md.example *.md.example\n" + block("*:443", "md.example", "SSLEngine on"))
+    server.place("md", "LoadModule md_module /usr/lib/apache2/modules/mod_md.so\nMDomain md.example *.md.example\nMDomain one.example two.example\n"
+                 + block("*:443", "md.example", "SSLEngine on") + block("*:443", "one.example", "ServerAlias two.example", "SSLEngine on"))
     missing = [line for line in server.run("doctor").out.splitlines() if "no SSLCertificateFile" in line]
     assert len(missing) == 1 and "bare.conf" in missing[0], missing
     for other, status in {"new.example": 3, "a.b.md.example": 3, "a.md.example": 0}.items():
         answer = server.run("site", "rename", "md.example", other, "--dry-run")
         assert answer.status == status and ("no certificate" in answer.err) == (status == 3), answer
-    assert server.run("host", "add", "md.example", "www.md.example", "--dry-run").status == 0
+    for words in (["host", "add", "md.example", "www.md.example"], ["site", "rename", "one.example", "new.example"]):
+        assert server.run(*words, "--dry-run").status == 0
 
 
 @pytest.mark.parametrize("site, own", [("matched.example", "/own"), ("rewritten.example", "/own"), ("rewritten.example", "/kept"), ("rewritten.example", "/any"),

@@ -35,7 +35,7 @@ def test_tls_on_and_off(server):
     assert without_modules(server.files()) == without_modules(before)
     assert server.serving() == server.all_served()
     for line, status, told in (("</VirtualHost>\n<VirtualHost *:80 *:443>\n    ServerName loop.example", 3, "TLS would be spoken at all of *:80 *:443"),
-                               ("Redirect permanent / https://loop.example/", 1, "leads to https by a line of its own"), ("RedirectTemp / HTTPS://loop.example/", 1, "of its own"),
+                               ("Redirect permanent / https://loop.example/", 1, "leads to https by a line of its own"), ("Redirect / https://loop.example", 1, "of its own"), ("RedirectTemp / HTTPS://loop.example/", 1, "of its own"),
                                ("Redirect /old https://loop.example/old/more", 1, "of its own"), ("Redirect permanent /old https://loop.example/new", 0, ""),
                                (f"Include {server.tree}/snippets/name.conf", 4, "https://loop.example/ leads to itself")):
         (server.tree / "snippets/name.conf").write_text("Redirect / https://loop.example/\n")
@@ -300,12 +300,14 @@ def test_a_renewal_that_is_killed_before_its_proof_is_completed_by_the_next_run(
 
 @ONE_LAYOUT
 def test_a_pair_that_would_be_the_servers_end_stops_a_reload_for_another_site(server):
-    """Its own check opens neither file; it would end, and not start again."""
+    """Its own check opens neither file; it would end, and not start again. A link stays what it was as the file behind it is written."""
     files = [Path(f"/etc/ssl/pair.{kind}") for kind in ("pem", "key")]
     texts = [(LIVE / f"good/{name}.pem").read_text() for name in ("fullchain", "privkey")]
     for file, text in zip(files, texts):
-        file.write_text(text)
-        file.chmod(0o600)
+        real = file.with_name(f"real.{file.name}")
+        real.write_text(text)
+        real.chmod(0o600)
+        file.symlink_to(real)
     server.do("tls", "on", SITE, "--certificate", files[0], "--key", files[1])
     for spoilt, text, told in (files[1], (LIVE / "other/privkey.pem").read_text(), "is not the key of"), (files[0], "no PEM", "/etc/ssl/pair.pem: "):
         spoilt.write_text(text)
