@@ -34,7 +34,9 @@ Expected<std::vector<CertificatePointer>> readChain(const std::string& file) {
     const BioPointer memory = reader(*text);
     std::vector<CertificatePointer> chain;
     bool asked = false;
-    while (X509* certificate = PEM_read_bio_X509(memory.get(), nullptr, noPassphrase, &asked)) {
+    // The server takes a "TRUSTED CERTIFICATE" for its own, but for none that comes behind it.
+    for (auto* read = PEM_read_bio_X509_AUX;
+         X509* certificate = read(memory.get(), nullptr, noPassphrase, &asked); read = PEM_read_bio_X509) {
         chain.emplace_back(certificate);
     }
     static_cast<void>(opensslError());  // the end of the file counts as an error
