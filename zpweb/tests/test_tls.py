@@ -310,7 +310,11 @@ def test_a_pair_that_would_be_the_servers_end_stops_a_reload_for_another_site(se
         real.chmod(0o600)
         file.symlink_to(real)
     server.do("tls", "on", SITE, "--certificate", files[0], "--key", files[1])
-    for spoilt, text, told in (files[1], (LIVE / "other/privkey.pem").read_text(), "is not the key of"), (files[0], "no PEM", "/etc/ssl/pair.pem: "):
+    Path("/etc/ssl/chain.pem").write_text("# none, which the server takes\n")
+    server.place("chained", tls("chained.example", "SSLCertificateChainFile /etc/ssl/chain.pem"))
+    damaged = texts[0] + "-----BEGIN CERTIFICATE-----\nnonsense\n-----END CERTIFICATE-----\n"
+    for spoilt, text, told in ((files[1], (LIVE / "other/privkey.pem").read_text(), "is not the key of"), (files[1], "no PEM", "no private key"),
+                               (files[0], "no PEM", "/etc/ssl/pair.pem: "), (files[0], damaged, "is damaged")):
         spoilt.write_text(text)
         answer = server.run("host", "add", "both.example", "x.both.example")
         assert answer.status == 3 and "/etc/ssl/pair." in answer.err and told in answer.err, answer

@@ -7,8 +7,11 @@
 #include <utility>
 #include <vector>
 
+#include "conf/Text.h"
 #include "sys/CertificateChain.h"
+#include "sys/File.h"
 #include "sys/Ground.h"
+#include "sys/OwnersFile.h"
 
 namespace zpweb {
 
@@ -35,6 +38,8 @@ class ServersTls {
 public:
     explicit ServersTls(const Reading& reading)
         : reading_(reading), engine_(reading.valueIn(Directive::None, "SSLEngine")) {
+        const std::string dialog = reading.valueIn(Directive::None, "SSLPassPhraseDialog");
+        asksProgram_ = dialog.starts_with("exec:") || dialog.starts_with('|');
         for (const char* name : {CertificateLine, KeyLine, ChainLine, AuthorityLine}) {
             files_[name] = filesOf(reading, Directive::None, name);
         }
@@ -45,6 +50,8 @@ public:
         const std::string engine = lowerCase(own.empty() ? engine_ : own);
         return engine == "on" || engine == "optional";
     }
+    // For the passphrases of keys.
+    bool asksProgram() const { return asksProgram_; }
     Paths files(uint32_t block, const char* name) const {
         const Paths own = filesOf(reading_, block, name);
         return own.empty() ? files_.at(name) : own;
@@ -53,6 +60,7 @@ public:
 private:
     const Reading& reading_;
     std::string engine_;
+    bool asksProgram_ = false;
     std::map<std::string, Paths> files_;  // by the directive
 };
 
@@ -71,7 +79,7 @@ public:
     }
 
     // Empty when there is none.
-    std::string faultOfPair(const std::string& certificate, const std::string& key) {
+    std::string faultOfPair(const ServersTls& tls, const std::string& certificate, const std::string& key) {
         const bool isNewPair = isNew(certificate + '\n' + key);
         const bool isOthersKey = isNewPair && !othersPart(key).empty();
         if (!isNewPair || (!isOthersKey && !isChanged(key) && !mayBeAnother(certificate))) {
@@ -81,13 +89,24 @@ public:
             return chain.message;
         }
         if (const Outcome read = readKey(key).outcome(); !read.ok()) {
-            // Where root has one with a passphrase, root has said who types it.
-            return isOthersKey ? read.message : "";
+            // Who types a passphrase root has said, and a name that is no file is a token's.
+            const bool isLeft = needsPassphrase(key) && (!isOthersKey || tls.asksProgram());
+            return isLeft || read.status == Status::NotFound ? "" : read.message;
         }
         return isPair(certificate, key) ? "" : key + ": it is not the key of " + certificate;
     }
-    std::string faultOfChain(const std::string& file) {
-        return isNew(file) && mayBeAnother(file) ? readChain(file).outcome().message : "";
+    // The server takes an empty chain, but no list without authorities.
+    std::string faultOfList(const std::string& file, bool isChain) {
+        struct stat status {};
+        const bool isOthers = isNew(file) && !othersPart(file).empty();
+        const bool isBundle =
+            ::stat(file.c_str(), &status) == 0 && status.st_size > static_cast<off_t>(LargestOwnersFile);
+        if (!isOthers && (isBundle || !isChanged(file))) {
+            return {};
+        }
+        const auto text = readFile(file, LargestOwnersFile);
+        const bool isEmpty = text.ok() && !zp::conf::contains(*text, "-----BEGIN");
+        return isChain && isEmpty ? "" : readChain(file).outcome().message;
     }
 
 private:
@@ -114,11 +133,11 @@ std::string faultIn(FileLook& look, const ServersTls& tls, uint32_t block) {
     const Paths keys = tls.files(block, KeyLine);
     std::string fault;
     for (size_t i = 0; fault.empty() && i < certificates.size(); ++i) {
-        fault = look.faultOfPair(certificates[i], i < keys.size() ? keys[i] : certificates[i]);
+        fault = look.faultOfPair(tls, certificates[i], i < keys.size() ? keys[i] : certificates[i]);
     }
     for (const char* name : {ChainLine, AuthorityLine}) {
         for (const std::string& file : tls.files(block, name)) {
-            fault = fault.empty() ? look.faultOfChain(file) : fault;
+            fault = fault.empty() ? look.faultOfList(file, name == ChainLine) : fault;
         }
     }
     return fault;
@@ -136,7 +155,9 @@ Outcome certificatesAreSound(const Reading& reading, const std::string& pidFile)
             return failure(Status::Refused, "site " + host.names.name +
                                                 ": the server cannot read its certificate and would end "
                                                 "at the reload, for all sites: " +
-                                                fault + ". Put it right, or switch it off (tls off)");
+                                                fault +
+                                                ". Put it right, or switch it off (tls off, or site stop "
+                                                "where the line is the site's own)");
         }
     }
     return done();

@@ -1,5 +1,6 @@
 #include "sys/CertificateChain.h"
 
+#include <openssl/err.h>
 #include <openssl/pem.h>
 
 #include "sys/File.h"
@@ -39,9 +40,14 @@ Expected<std::vector<CertificatePointer>> readChain(const std::string& file) {
          X509* certificate = read(memory.get(), nullptr, noPassphrase, &asked); read = PEM_read_bio_X509) {
         chain.emplace_back(certificate);
     }
-    static_cast<void>(opensslError());  // the end of the file counts as an error
+    const unsigned long error = ERR_peek_last_error();  // the end of the file counts as one
+    const bool isWhole = ERR_GET_LIB(error) == ERR_LIB_PEM && ERR_GET_REASON(error) == PEM_R_NO_START_LINE;
+    static_cast<void>(opensslError());
     if (asked) {
         return failure(file + ": a passphrase protects a certificate in it, which nobody is there to type");
+    }
+    if (!isWhole) {
+        return failure(file + ": a certificate in it is damaged");
     }
     return chain.empty() ? Expected<std::vector<CertificatePointer>>(
                                failure(file + ": it holds no certificate in PEM form"))
@@ -63,6 +69,16 @@ Expected<KeyPointer> readKey(const std::string& file) {
     }
     return key != nullptr ? Expected(std::move(key))
                           : failure(file + ": it holds no private key in PEM form");
+}
+
+bool needsPassphrase(const std::string& keyFile) {
+    const auto text = readFile(keyFile, LargestOwnersFile);
+    bool asked = false;
+    if (text.ok()) {
+        const KeyPointer key(PEM_read_bio_PrivateKey(reader(*text).get(), nullptr, noPassphrase, &asked));
+        static_cast<void>(opensslError());
+    }
+    return asked;
 }
 
 bool isPair(const std::string& certificateFile, const std::string& keyFile) {

@@ -19,10 +19,11 @@ struct FreeOpenssl {
 using CertificatePointer = std::unique_ptr<X509, FreeOpenssl>;
 using KeyPointer = std::unique_ptr<EVP_PKEY, FreeOpenssl>;
 
-// In the order of the file; at least one.
+// In the order of the file; at least one, and none that is damaged.
 Expected<std::vector<CertificatePointer>> readChain(const std::string& file);
 // A key that a passphrase protects is refused: nobody is there to type it when the server starts.
 Expected<KeyPointer> readKey(const std::string& file);
+bool needsPassphrase(const std::string& keyFile);
 // Is the key that of the first certificate?
 bool isPair(const std::string& certificateFile, const std::string& keyFile);
 
