@@ -82,7 +82,8 @@ public:
     std::string faultOfPair(const ServersTls& tls, const std::string& certificate, const std::string& key) {
         const bool isNewPair = isNew(certificate + '\n' + key);
         const bool isOthersKey = isNewPair && !othersPart(key).empty();
-        if (!isNewPair || (!isOthersKey && !isChanged(key) && !mayBeAnother(certificate))) {
+        if (!isNewPair || (!isOthersKey && !isChanged(key) && !isChanged(certificate) &&
+                           othersPart(certificate).empty())) {
             return {};
         }
         if (const Outcome chain = readChain(certificate).outcome(); !chain.ok()) {
@@ -97,8 +98,11 @@ public:
     }
     // The server takes an empty chain, but no list without authorities.
     std::string faultOfList(const std::string& file, bool isChain) {
+        if (!isNew(file)) {
+            return {};
+        }
         struct stat status {};
-        const bool isOthers = isNew(file) && !othersPart(file).empty();
+        const bool isOthers = !othersPart(file).empty();
         const bool isBundle =
             ::stat(file.c_str(), &status) == 0 && status.st_size > static_cast<off_t>(LargestOwnersFile);
         if (!isOthers && (isBundle || !isChanged(file))) {
@@ -111,10 +115,6 @@ public:
 
 private:
     bool isNew(const std::string& files) { return known_.insert(files).second; }
-
-    bool mayBeAnother(const std::string& path) const {
-        return isChanged(path) || !othersPart(path).empty();
-    }
 
     // A link that was laid anew counts as well as the file behind it.
     bool isChanged(const std::string& path) const {
